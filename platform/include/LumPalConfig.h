@@ -1,0 +1,121 @@
+/// @file
+/// The node's configuration: namespaces of name and value pairs, change handlers, batches of changes.
+#pragma once
+
+#include <memory>
+
+#include "LumPalExport.h"
+#include "LumPalStr.h"
+
+namespace LumPalConfig {
+
+class Configuration_t;
+class ChangedConfiguration_t;
+
+/// Called from one watcher thread when a namespace has changed, also by another process.
+class LUMPAL_API ConfigChangeHandler_i {
+public:
+    virtual ~ConfigChangeHandler_i();
+    /// @param changes        which attributes changed
+    /// @param configuration  the namespace as it is now
+    virtual void Update(const ChangedConfiguration_t& changes, const Configuration_t& configuration) = 0;
+};
+
+/// A named section of the default database (folder kind 7, "pal/config").
+class LUMPAL_API ConfigNamespace_t {
+public:
+    ConfigNamespace_t() = default;
+    explicit ConfigNamespace_t(const LumPalStr::String_t& name);
+    const LumPalStr::String_t& GetName() const noexcept { return name; }
+    /// The values as they are now: local settings over policy settings.
+    /// @throws LumPalCfgFile::SyntaxException_t, LumPalIo::IOException_t
+    Configuration_t Open() const;
+    /// Subscribes; the handler must be unregistered before it goes. Unregister waits for a call in flight.
+    void Register(ConfigChangeHandler_i& handler) const;
+    void Unregister(ConfigChangeHandler_i& handler) const;
+
+private:
+    LumPalStr::String_t name;
+};
+
+/// Attributes of one namespace, in order of their names. A handle: copies share.
+class LUMPAL_API Configuration_t {
+public:
+    Configuration_t();
+    explicit Configuration_t(const LumPalStr::String_t& nameSpace);
+    LumPalStr::String_t GetNamespace() const;
+    /// Empty when absent.
+    LumPalStr::String_t GetValue(const LumPalStr::String_t& name) const;
+    LumPalStr::String_t GetAttrValue(const LumPalStr::String_t& name) const;
+    /// True for "true", "yes", "on" (in any case) and "1"; false for everything else and when absent.
+    bool GetBool(const LumPalStr::String_t& name) const;
+    /// 0 when absent.
+    int GetInt(const LumPalStr::String_t& name) const;
+    bool HasAttr(const LumPalStr::String_t& name) const;
+    int GetAttrCount() const;
+    /// False past the end.
+    bool GetAttr(int index, LumPalStr::String_t& name, LumPalStr::String_t& value) const;
+    void SetAttrValue(const LumPalStr::String_t& name, const LumPalStr::String_t& value);
+    void ClearAttr(const LumPalStr::String_t& name);
+
+private:
+    struct Impl;
+    std::shared_ptr<Impl> impl;
+};
+
+/// A set of configurations, in order of their namespaces. A handle: copies share.
+class LUMPAL_API ConfigGroup_t {
+public:
+    ConfigGroup_t();
+    int GetConfigCount() const;
+    /// @throws LumPalMsg::IllegalArgumentError_t for an index that is not there
+    Configuration_t GetConfig(int index) const;
+    /// The configuration of the namespace; an absent one is created, empty.
+    Configuration_t GetConfig(const LumPalStr::String_t& nameSpace) const;
+    bool HasConfig(const LumPalStr::String_t& nameSpace) const;
+    /// Empties the set.
+    void Reset();
+
+private:
+    struct Impl;
+    std::shared_ptr<Impl> impl;
+};
+
+class LUMPAL_API ConfigBase_t {
+public:
+    /// A whole database: a null or empty name is the default one, else that of the package.
+    static ConfigGroup_t Open(const LumPalStr::String_t& name);
+};
+
+/// A batch of changes to the local settings of a database. Each call only remembers; Apply does all or nothing.
+class LUMPAL_API ConfigUpdate_t {
+public:
+    explicit ConfigUpdate_t(const LumPalStr::String_t& name);
+    ~ConfigUpdate_t();
+    /// Sets every attribute of the configuration.
+    void SetConfig(const Configuration_t& configuration);
+    void ClearAttr(const LumPalStr::String_t& nameSpace, const LumPalStr::String_t& attribute);
+    void ClearNamespace(const LumPalStr::String_t& nameSpace);
+    /// Writes aside, flushes and renames under a lock file shared by all processes.
+    /// @throws LumPalIo::IOException_t, LumPalCfgFile::SyntaxException_t
+    void Apply();
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl;
+};
+
+class LUMPAL_API ChangedConfiguration_t {
+public:
+    ChangedConfiguration_t();
+    bool HasChanged(const LumPalStr::String_t& attribute) const;
+    int GetCount() const;
+
+    struct Impl;
+    explicit ChangedConfiguration_t(std::shared_ptr<Impl> impl);
+
+private:
+    std::shared_ptr<Impl> impl;
+};
+
+}  // namespace LumPalConfig

@@ -1,0 +1,241 @@
+/// @file
+/// Files, streams and directory listings.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+#include "LumPalArray.h"
+#include "LumPalExport.h"
+#include "LumPalMsg.h"
+#include "LumPalStr.h"
+
+namespace LumPalIo {
+
+/// Failures of input and output; the text names the path and the system's reason.
+LUMPAL_DECLARE_EXCEPTION(LUMPAL_API, IOException_t, LumPalMsg::RuntimeException_t);
+LUMPAL_DECLARE_EXCEPTION(LUMPAL_API, FileNotFoundException_t, IOException_t);
+/// The stream ended where more was demanded.
+LUMPAL_DECLARE_EXCEPTION(LUMPAL_API, EOFException_t, IOException_t);
+
+/// A path. A value with a null state; nothing is opened by making one.
+class LUMPAL_API File_t {
+public:
+    File_t() = default;
+    File_t(const LumPalStr::String_t& path);
+    File_t(const char* path);
+    File_t(const LumPalStr::String_t& directory, const LumPalStr::String_t& name);
+    File_t(const File_t& directory, const LumPalStr::String_t& name);
+
+    /// Last path component.
+    LumPalStr::String_t GetName() const;
+    /// Directory part; null when there is none.
+    LumPalStr::String_t GetParent() const;
+    File_t GetParentFile() const;
+    LumPalStr::String_t GetAbsolutePath() const;
+    /// The path as given.
+    LumPalStr::String_t ToString() const;
+    bool Exists() const;
+    bool IsDirectory() const;
+    /// The entry itself is a symbolic link (it is not followed).
+    bool IsSymbolicLink() const;
+    bool IsNull() const noexcept;
+    bool IsNotNull() const noexcept;
+    /// Size in bytes; 0 when the file is not there.
+    std::uint64_t GetSize() const;
+    /// Removes a file or an empty directory. True on success; never throws.
+    bool Delete() const;
+    /// Makes the directory and its parents. True when it was made or stood already; never throws.
+    bool Mkdirs() const;
+    /// Renames, replacing a file that stands there. True on success; never throws.
+    bool RenameTo(const File_t& target) const;
+    /// Sets the permission bits (chmod(2)). True on success; never throws.
+    bool SetMode(unsigned mode) const;
+    /// "/" or "\".
+    static const LumPalStr::String_t& Separator();
+    /// Creates a new, uniquely named, empty file in the directory, readable by its owner alone.
+    /// @throws IOException_t
+    static File_t CreateTempFile(const LumPalStr::String_t& prefix, const File_t& directory);
+
+private:
+    LumPalStr::String_t path = LumPalStr::String_t::Null();
+};
+
+/// Bytes to read. A handle: copies read from the same place; null when default-constructed.
+/// Reading a null or closed stream throws IOException_t. One thread at a time.
+class LUMPAL_API InputStream_t {
+public:
+    /// Implemented by each kind of stream.
+    class LUMPAL_API Impl {
+    public:
+        virtual ~Impl();
+        /// Reads 1 to length bytes; -1 at the end. length is above 0.
+        virtual std::int64_t Read(char* target, std::size_t length) = 0;
+        virtual std::size_t Available();
+        virtual void Close();
+    };
+    InputStream_t() = default;
+    explicit InputStream_t(std::shared_ptr<Impl> impl) : impl(std::move(impl)) {}
+    /// Reads until the array is full or the stream ends; the count, or -1 when it ended before the first byte.
+    std::int64_t Read(LumPalArray::CharArray_t& array);
+    /// Reads up to length bytes to offset (what one read gives); the count or -1.
+    /// @throws LumPalMsg::IllegalArgumentError_t when the range leaves the array.
+    std::int64_t Read(LumPalArray::CharArray_t& array, std::size_t offset, std::size_t length);
+    /// Bytes that can be read without blocking.
+    std::size_t Available();
+    /// Closes, also the stream below; a second call does nothing.
+    void Close();
+    bool IsNull() const noexcept { return !impl; }
+    bool IsNotNull() const noexcept { return static_cast<bool>(impl); }
+    const std::shared_ptr<Impl>& GetImpl() const noexcept { return impl; }
+
+protected:
+    std::shared_ptr<Impl> impl;
+};
+
+/// Where bytes go. A handle, as InputStream_t. A file stream whose last handle goes is closed;
+/// only Close reports a failure of that.
+class LUMPAL_API OutputStream_t {
+public:
+    class LUMPAL_API Impl {
+    public:
+        virtual ~Impl();
+        virtual void Write(const char* bytes, std::size_t length) = 0;
+        virtual void Flush();
+        virtual void Close();
+    };
+    OutputStream_t() = default;
+    explicit OutputStream_t(std::shared_ptr<Impl> impl) : impl(std::move(impl)) {}
+    void Write(const LumPalArray::CharArray_t& array);
+    void Write(const LumPalArray::CharArray_t& array, std::size_t offset, std::size_t length);
+    void Write(char byte);
+    void Write(const char* bytes, std::size_t length);
+    void Flush();
+    /// Flushes and closes, also the stream below; a second call does nothing.
+    void Close();
+    bool IsNull() const noexcept { return !impl; }
+    bool IsNotNull() const noexcept { return static_cast<bool>(impl); }
+    const std::shared_ptr<Impl>& GetImpl() const noexcept { return impl; }
+
+protected:
+    std::shared_ptr<Impl> impl;
+};
+
+/// A file to read. @throws FileNotFoundException_t, IOException_t (a directory, no right)
+class LUMPAL_API FileInputStream_t : public InputStream_t {
+public:
+    FileInputStream_t() = default;
+    explicit FileInputStream_t(const LumPalStr::String_t& path);
+    explicit FileInputStream_t(const File_t& file);
+};
+
+/// A file to write, made or emptied. @throws FileNotFoundException_t when it cannot be opened
+class LUMPAL_API FileOutputStream_t : public OutputStream_t {
+public:
+    FileOutputStream_t() = default;
+    explicit FileOutputStream_t(const LumPalStr::String_t& path);
+    explicit FileOutputStream_t(const File_t& file);
+    /// Forces the written bytes to the disk (fsync).
+    void Sync();
+};
+
+class LUMPAL_API BufferedInputStream_t : public InputStream_t {
+public:
+    BufferedInputStream_t() = default;
+    explicit BufferedInputStream_t(const InputStream_t& stream);
+};
+
+class LUMPAL_API BufferedOutputStream_t : public OutputStream_t {
+public:
+    BufferedOutputStream_t() = default;
+    explicit BufferedOutputStream_t(const OutputStream_t& stream);
+};
+
+/// Reads a copy of a byte array.
+class LUMPAL_API CharArrayInputStream_t : public InputStream_t {
+public:
+    CharArrayInputStream_t() = default;
+    explicit CharArrayInputStream_t(LumPalArray::CharArray_t array);
+    /// Reads bytes that the caller keeps alive and unchanged; no copy.
+    static CharArrayInputStream_t Over(const LumPalArray::CharArray_t& array);
+};
+
+/// Collects bytes in memory. Closing keeps what was collected.
+class LUMPAL_API CharArrayOutputStream_t : public OutputStream_t {
+public:
+    explicit CharArrayOutputStream_t(std::size_t initialCapacity = 0);
+    std::size_t Size() const;
+    LumPalArray::CharArray_t ToCharArray() const;
+    /// Hands the bytes over without a copy and leaves the stream empty.
+    LumPalArray::CharArray_t TakeCharArray();
+    /// The bytes as UTF-8 text.
+    LumPalStr::String_t ToString() const;
+    /// Copies from offset; length -1 means all that follows. @return the count written
+    std::size_t WriteTo(OutputStream_t& stream, std::size_t offset = 0, std::int64_t length = -1) const;
+};
+
+/// WriteInt32: 4 bytes, big endian, two's complement. WriteUTF16String: the number of UTF-16
+/// units as Int32, then the units, big endian, 2 bytes each; null is written as empty.
+class LUMPAL_API DataOutputStream_t : public OutputStream_t {
+public:
+    DataOutputStream_t() = default;
+    explicit DataOutputStream_t(const OutputStream_t& stream);
+    void WriteInt32(std::int32_t value);
+    void WriteUTF16String(const LumPalStr::String_t& text);
+};
+
+/// Reads back what DataOutputStream_t wrote.
+class LUMPAL_API DataInputStream_t : public InputStream_t {
+public:
+    DataInputStream_t() = default;
+    explicit DataInputStream_t(const InputStream_t& stream);
+    /// @throws EOFException_t when fewer than 4 bytes are left
+    std::int32_t ReadInt32();
+    /// @throws EOFException_t when the text is cut; IOException_t for a negative length.
+    /// A length beyond what the stream holds takes no memory for the missing part.
+    LumPalStr::String_t ReadUTF16String();
+    /// One line without its end (LF or CR LF). @throws EOFException_t at the end
+    LumPalArray::CharArray_t ReadLine();
+};
+
+/// Decodes base64 (RFC 4648) around a stream; white space is skipped.
+/// @throws IOException_t for any other character, wrong padding or a cut text
+class LUMPAL_API Base64InputStream_t : public InputStream_t {
+public:
+    explicit Base64InputStream_t(const InputStream_t& stream);
+};
+
+/// Encodes base64 (RFC 4648) without line breaks; Close writes the padding.
+class LUMPAL_API Base64OutputStream_t : public OutputStream_t {
+public:
+    explicit Base64OutputStream_t(const OutputStream_t& stream);
+};
+
+/// Walks a directory, not recursively, in no particular order, without "." and "..".
+class LUMPAL_API DirLister_t {
+public:
+    /// Which names a lister shows.
+    class LUMPAL_API Filter_t {
+    public:
+        virtual ~Filter_t();
+        virtual bool Accept(const LumPalStr::String_t& name) const = 0;
+        /// Only names that end in the text.
+        static std::shared_ptr<Filter_t> Suffix(const LumPalStr::String_t& text);
+    };
+    /// @throws FileNotFoundException_t, IOException_t
+    explicit DirLister_t(const File_t& directory);
+    DirLister_t(const File_t& directory, std::shared_ptr<Filter_t> filter);
+    /// Goes to the next entry; false at the end.
+    bool Next();
+    bool IsAtEnd() const;
+    /// @throws LumPalMsg::IllegalStateError_t before the first Next and at the end
+    File_t GetCurrentFile() const;
+
+private:
+    struct Impl;
+    std::shared_ptr<Impl> impl;
+};
+
+}  // namespace LumPalIo

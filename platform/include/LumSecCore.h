@@ -1,0 +1,35 @@
+/// @file
+/// Certificates, keys and the node's key store.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "LumPalArray.h"
+#include "LumPalExport.h"
+#include "LumPalMsg.h"
+#include "LumPalStr.h"
+
+namespace LumSecCore {
+
+LUMPAL_DECLARE_EXCEPTION(LUMPAL_API, SecCoreException, LumPalMsg::RuntimeException_t);
+LUMPAL_DECLARE_EXCEPTION(LUMPAL_API, KeyStoreException, SecCoreException);
+LUMPAL_DECLARE_EXCEPTION(LUMPAL_API, EntryNotFoundException, SecCoreException);
+LUMPAL_DECLARE_EXCEPTION(LUMPAL_API, InvalidKeyException, SecCoreException);
+LUMPAL_DECLARE_EXCEPTION(LUMPAL_API, SignatureException, SecCoreException);
+
+/// Where the node's identity lies: the key store folder with own/<CORE_ID>.pem, own/<CORE_ID>.key
+/// and trusted/*.pem. Read by the transport when CERT_INSTALLED is true.
+struct LUMPAL_API NodeIdentity {
+    LumPalStr::String_t coreId;
+    bool certificateInstalled = false;
+    LumPalStr::String_t certificatePath, keyPath;
+    std::vector<LumPalStr::String_t> trustedPaths;
+    /// @throws KeyStoreException when a certificate is said to be installed and a file of it is missing
+    static NodeIdentity Load();
+};
+
+/// Folder of the key store, ending in the separator.
+LUMPAL_API LumPalStr::String_t KeyStoreDirectory();
+
+}  // namespace LumSecCore

@@ -1,0 +1,74 @@
+/// @file
+/// The messenger: the road on which messages leave and arrive (HTTP/1.1, with TLS or without).
+#pragma once
+
+#include <cstdint>
+
+#include "LumPalConfig.h"
+#include "LumPalExport.h"
+#include "LumPalStr.h"
+#include "LumVoxCore.h"
+
+namespace LumVoxMsg {
+
+/// Receives the messages below one base path. Implemented inside the layer (RPC servers).
+class LUMPAL_API MsgHandler {
+public:
+    virtual ~MsgHandler();
+
+    struct Access;  ///< the layer's own entry to a handler
+
+protected:
+    friend struct Access;
+    struct Request;
+    struct Response;
+    virtual LumPalStr::String_t BasePath() const = 0;
+    virtual void Handle(const Request& request, Response& response) = 0;
+};
+
+/// A handle; copies share one messenger. The first registered handler opens the port;
+/// the last handle that goes closes it. Any thread.
+class LUMPAL_API Messenger : public LumVoxCore::Object {
+public:
+    /// A value with chaining setters.
+    class LUMPAL_API Options {
+    public:
+        /// Registered with the node's broker: reachable under the node's one port. Kept; nothing else reads it.
+        Options& RegisterWithCb(bool value) { registerWithCb = value; return *this; }
+        Options& SendOnly(bool value) { sendOnly = value; return *this; }
+        /// 1: a sender is identified by the transport (client certificate, or the local secret).
+        Options& SetAuthenticationMethod(int value) { authenticationMethod = value; return *this; }
+        Options& SetApplicationInfo(const LumPalStr::String_t& name, const LumPalStr::String_t& version) {
+            applicationName = name;
+            applicationVersion = version;
+            return *this;
+        }
+        Options& SetBasePath(const char* path) { basePath = path; return *this; }
+
+        bool registerWithCb = true;
+        bool sendOnly = false;
+        int authenticationMethod = 0;
+        LumPalStr::String_t applicationName, applicationVersion, basePath;
+    };
+    Messenger() = default;
+    Messenger(const LumPalConfig::Configuration_t& configuration, const Options& options);
+    /// Routes what arrives below the messenger's base path plus the handler's to the handler
+    /// (not owned; it must live until Close). The first call binds the port and starts to serve.
+    /// @throws LumPalNet::ConnectException_t when the port is taken;
+    ///         LumPalMsg::IllegalStateError_t on a null, closed or sending messenger
+    void Register(MsgHandler* handler, bool authenticated, int method);
+    /// Ends reception: closes the port and waits for calls in flight; no request arrives after it returns.
+    /// A second call, and a call on a null messenger, does nothing.
+    void Close();
+    /// Whether the port is open.
+    bool IsServing() const;
+    /// The bound port; 0 when not serving. (A configured port 0 takes a free one.)
+    unsigned GetPort() const;
+    /// Takes a changed key, certificate and trust for new connections; those in flight go on.
+    void ReloadIdentity();
+
+    class Impl;
+    Impl* GetImpl() const;
+};
+
+}  // namespace LumVoxMsg

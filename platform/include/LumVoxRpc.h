@@ -1,0 +1,125 @@
+/// @file
+/// Remote procedure calls: SOAP over the messenger.
+#pragma once
+
+#include <memory>
+
+#include "LumPalConfig.h"
+#include "LumPalExport.h"
+#include "LumPalNet.h"
+#include "LumPalStr.h"
+#include "LumVoxCore.h"
+#include "LumVoxMsg.h"
+#include "LumVoxSoap.h"
+
+namespace LumVoxRpc {
+
+/// The answer to a call on the client's side.
+class LUMPAL_API RpcResponse {
+public:
+    explicit RpcResponse(int httpStatus = 0) : httpStatus(httpStatus) {}
+    int GetHttpStatus() const noexcept { return httpStatus; }
+
+private:
+    int httpStatus;
+};
+
+/// One call to one address. Used by one thread.
+class LUMPAL_API RpcCall : public LumVoxSoap::SOAPEnvelope {
+public:
+    class LUMPAL_API Options {
+    public:
+        /// An optional id of the target; an empty id leaves the address to the URI alone.
+        Options& SetTargetID(const LumPalStr::String_t& id) { targetId = id; return *this; }
+        LumPalStr::String_t targetId;
+    };
+    struct Impl;
+    explicit RpcCall(std::shared_ptr<Impl> impl);
+    /// Sends the request, blocks until the response, stores the results into the arguments by name.
+    /// @throws LumPalNet::ConnectException_t (cannot be reached, refused certificate, time over),
+    ///         LumVoxSoap::SOAPFaultException, LumVoxSoap::SOAPFormatException
+    RpcResponse Invoke(int count, LumVoxSoap::SOAPArg* const* results, const char* encoding);
+
+private:
+    std::shared_ptr<Impl> impl;
+};
+
+/// Makes calls; connections are kept and shared between clients of one messenger. Any thread.
+class LUMPAL_API RpcClient {
+public:
+    RpcClient(const LumPalConfig::Configuration_t& configuration, const LumVoxMsg::Messenger& messenger);
+    RpcCall CreateCall(const LumPalNet::URI_t& uri, const RpcCall::Options& options);
+
+private:
+    struct Impl;
+    std::shared_ptr<Impl> impl;
+};
+
+/// The response to a call on the server's side.
+class LUMPAL_API RpcServerResponse : public LumVoxSoap::SOAPEnvelope {
+public:
+    struct Impl;
+    explicit RpcServerResponse(std::shared_ptr<Impl> impl);
+    /// Sends the response; texts are cleaned of what XML cannot carry before. Once per call.
+    void SendResponse(const char* encoding);
+
+private:
+    std::shared_ptr<Impl> impl;
+};
+
+/// A request being served.
+class LUMPAL_API RpcServerCall {
+public:
+    struct Impl;
+    explicit RpcServerCall(std::shared_ptr<Impl> impl);
+    /// The sender's id; empty for a caller that proved nothing. Valid as long as the call.
+    const char* GetOriginatorID() const;
+    bool Authenticated() const;
+    /// Fills the arguments from the request. Any of the count arguments that did not arrive
+    /// is a malformed request.
+    /// @throws LumVoxSoap::SOAPFormatException, LumPalXml::SAX::SAXParseException_t
+    void ReadRequest(int count, LumVoxSoap::SOAPArg* const* arguments);
+    RpcServerResponse CreateResponse();
+
+private:
+    std::shared_ptr<Impl> impl;
+};
+
+/// Serves a method. CallStarted and CallFinished surround each Process, on the same thread;
+/// calls run on several threads at once.
+class LUMPAL_API RpcServerHandler {
+public:
+    virtual ~RpcServerHandler();
+    virtual void Process(RpcServerCall& call) = 0;
+    virtual void CallStarted() = 0;
+    virtual void CallFinished() = 0;
+};
+
+/// A plain function served as a method: sender, authenticated, count, string parameters.
+/// On the wire its parameters are strings in order, whatever their names; its result is the int "result".
+using Function = int (*)(const char* sender, bool authenticated, int count, const char16_t* const* parameters);
+
+/// A set of methods below one base path. A handle; null when default-constructed.
+class LUMPAL_API RpcServer : public LumVoxCore::Object {
+public:
+    class LUMPAL_API Options {
+    public:
+        /// false: calls may run at the same time. true: one after another.
+        Options& SetThreadSafe(bool value) { threadSafe = value; return *this; }
+        /// true: a caller without an id is answered with a fault and reaches no handler.
+        Options& SetRequireAuthentication(bool value) { requireAuthentication = value; return *this; }
+        Options& SetBasePath(const char* path) { basePath = path; return *this; }
+        bool threadSafe = false;
+        bool requireAuthentication = false;
+        LumPalStr::String_t basePath;
+    };
+    RpcServer() = default;
+    RpcServer(const LumPalConfig::Configuration_t& configuration, const Options& options);
+    /// The handler is not owned.
+    void Register(const char* name, RpcServerHandler& handler);
+    void Register(const char* name, Function function);
+    /// The form in which a server is given to a messenger; lives as long as the server.
+    operator LumVoxMsg::MsgHandler*() const;
+};
+
+}  // namespace LumVoxRpc
