@@ -23,9 +23,15 @@ public:
     class LUMPAL_API Options {
     public:
         /// true: return when the service has taken the trigger; false: wait for the components' acknowledgement.
-        Options& SetAsynchronous(bool value) { asynchronous = value; return *this; }
+        Options& SetAsynchronous(bool value) {
+            asynchronous = value;
+            return *this;
+        }
         /// The node; empty, or the node's own core id, means this one.
-        Options& SetTargetID(const LumPalStr::String_t& id) { targetId = id; return *this; }
+        Options& SetTargetID(const LumPalStr::String_t& id) {
+            targetId = id;
+            return *this;
+        }
         bool asynchronous = false;
         LumPalStr::String_t targetId;
     };

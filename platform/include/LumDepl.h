@@ -13,7 +13,10 @@ namespace LumDepl {
 class LUMPAL_API NodeOptions {
 public:
     /// What is listed; "package" is what nodes answer.
-    NodeOptions& SetObjectType(const LumPalStr::String_t& type) { objectType = type; return *this; }
+    NodeOptions& SetObjectType(const LumPalStr::String_t& type) {
+        objectType = type;
+        return *this;
+    }
     LumPalStr::String_t objectType;
 };
 

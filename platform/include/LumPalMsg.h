@@ -20,12 +20,12 @@ enum class Severity_e { None, Info, Warning, Error };
 /// two blanks for each level. So 36 is text and details, 37 the same with a severity label
 /// before each text.
 enum FormatFlags_e : unsigned {
-    Label = 1,     ///< "ERROR: ", "WARNING: ", "INFO: " before the text
-    Id = 2,        ///< "(catalogue-id) " before the text
-    Details = 4,   ///< subordinate messages of every level
-    Time = 8,      ///< local time, ISO 8601 with offset, before everything else
-    BareText = 16, ///< only the text itself
-    Text = 32      ///< the text
+    Label = 1,      ///< "ERROR: ", "WARNING: ", "INFO: " before the text
+    Id = 2,         ///< "(catalogue-id) " before the text
+    Details = 4,    ///< subordinate messages of every level
+    Time = 8,       ///< local time, ISO 8601 with offset, before everything else
+    BareText = 16,  ///< only the text itself
+    Text = 32       ///< the text
 };
 
 /// A catalogue of localised texts by number, named as NLSPATH's %N; opened at the first look-up,
@@ -145,12 +145,12 @@ private:
 };
 
 /// Declares an exception class that only passes its message, or its list, to the base.
-#define LUMPAL_DECLARE_EXCEPTION(api, Name, Base)                                     \
-    class api Name : public Base {                                                    \
-    public:                                                                           \
-        explicit Name(const LumPalMsg::Message_t& message) : Base(message) {}         \
-        explicit Name(const LumPalMsg::MessageList_t& messages) : Base(messages) {}   \
-        ~Name() override;                                                             \
+#define LUMPAL_DECLARE_EXCEPTION(api, Name, Base)                                   \
+    class api Name : public Base {                                                  \
+    public:                                                                         \
+        explicit Name(const LumPalMsg::Message_t& message) : Base(message) {}       \
+        explicit Name(const LumPalMsg::MessageList_t& messages) : Base(messages) {} \
+        ~Name() override;                                                           \
     }
 /// Stands once, in a source file, for each declared class (the key function of its type data).
 #define LUMPAL_DEFINE_EXCEPTION(Name) Name::~Name() = default

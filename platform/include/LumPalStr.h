@@ -124,17 +124,37 @@ private:
 LUMPAL_API bool operator==(const String_t& a, const String_t& b) noexcept;
 LUMPAL_API bool operator==(const String_t& a, const char* b) noexcept;
 LUMPAL_API bool operator==(const String_t& a, const char16_t* b) noexcept;
-inline bool operator==(const char* a, const String_t& b) noexcept { return b == a; }
-inline bool operator==(const char16_t* a, const String_t& b) noexcept { return b == a; }
-inline bool operator!=(const String_t& a, const String_t& b) noexcept { return !(a == b); }
-inline bool operator!=(const String_t& a, const char* b) noexcept { return !(a == b); }
-inline bool operator!=(const String_t& a, const char16_t* b) noexcept { return !(a == b); }
-inline bool operator!=(const char* a, const String_t& b) noexcept { return !(b == a); }
-inline bool operator!=(const char16_t* a, const String_t& b) noexcept { return !(b == a); }
+inline bool operator==(const char* a, const String_t& b) noexcept {
+    return b == a;
+}
+inline bool operator==(const char16_t* a, const String_t& b) noexcept {
+    return b == a;
+}
+inline bool operator!=(const String_t& a, const String_t& b) noexcept {
+    return !(a == b);
+}
+inline bool operator!=(const String_t& a, const char* b) noexcept {
+    return !(a == b);
+}
+inline bool operator!=(const String_t& a, const char16_t* b) noexcept {
+    return !(a == b);
+}
+inline bool operator!=(const char* a, const String_t& b) noexcept {
+    return !(b == a);
+}
+inline bool operator!=(const char16_t* a, const String_t& b) noexcept {
+    return !(b == a);
+}
 LUMPAL_API bool operator<(const String_t& a, const String_t& b) noexcept;
-inline bool operator>(const String_t& a, const String_t& b) noexcept { return b < a; }
-inline bool operator<=(const String_t& a, const String_t& b) noexcept { return !(b < a); }
-inline bool operator>=(const String_t& a, const String_t& b) noexcept { return !(a < b); }
+inline bool operator>(const String_t& a, const String_t& b) noexcept {
+    return b < a;
+}
+inline bool operator<=(const String_t& a, const String_t& b) noexcept {
+    return !(b < a);
+}
+inline bool operator>=(const String_t& a, const String_t& b) noexcept {
+    return !(a < b);
+}
 
 LUMPAL_API String_t operator+(const String_t& a, const String_t& b);
 LUMPAL_API String_t operator+(const String_t& a, const char* b);

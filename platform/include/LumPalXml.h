@@ -19,8 +19,8 @@ LUMPAL_DECLARE_EXCEPTION(LUMPAL_API, SAXException_t, LumPalMsg::RuntimeException
 /// A document that is not well-formed or that the parser refuses. Lines and columns count from 1.
 class LUMPAL_API SAXParseException_t : public SAXException_t {
 public:
-    SAXParseException_t(const LumPalMsg::Message_t& message, int line, int column,
-                        const LumPalStr::String_t& publicId, const LumPalStr::String_t& systemId);
+    SAXParseException_t(const LumPalMsg::Message_t& message, int line, int column, const LumPalStr::String_t& publicId,
+                        const LumPalStr::String_t& systemId);
     ~SAXParseException_t() override;
     int GetLineNumber() const noexcept { return line; }
     int GetColumnNumber() const noexcept { return column; }

@@ -34,16 +34,28 @@ public:
     class LUMPAL_API Options {
     public:
         /// Registered with the node's broker: reachable under the node's one port. Kept; nothing else reads it.
-        Options& RegisterWithCb(bool value) { registerWithCb = value; return *this; }
-        Options& SendOnly(bool value) { sendOnly = value; return *this; }
+        Options& RegisterWithCb(bool value) {
+            registerWithCb = value;
+            return *this;
+        }
+        Options& SendOnly(bool value) {
+            sendOnly = value;
+            return *this;
+        }
         /// 1: a sender is identified by the transport (client certificate, or the local secret).
-        Options& SetAuthenticationMethod(int value) { authenticationMethod = value; return *this; }
+        Options& SetAuthenticationMethod(int value) {
+            authenticationMethod = value;
+            return *this;
+        }
         Options& SetApplicationInfo(const LumPalStr::String_t& name, const LumPalStr::String_t& version) {
             applicationName = name;
             applicationVersion = version;
             return *this;
         }
-        Options& SetBasePath(const char* path) { basePath = path; return *this; }
+        Options& SetBasePath(const char* path) {
+            basePath = path;
+            return *this;
+        }
 
         bool registerWithCb = true;
         bool sendOnly = false;

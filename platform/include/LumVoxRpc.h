@@ -30,7 +30,10 @@ public:
     class LUMPAL_API Options {
     public:
         /// An optional id of the target; an empty id leaves the address to the URI alone.
-        Options& SetTargetID(const LumPalStr::String_t& id) { targetId = id; return *this; }
+        Options& SetTargetID(const LumPalStr::String_t& id) {
+            targetId = id;
+            return *this;
+        }
         LumPalStr::String_t targetId;
     };
     struct Impl;
@@ -105,10 +108,19 @@ public:
     class LUMPAL_API Options {
     public:
         /// false: calls may run at the same time. true: one after another.
-        Options& SetThreadSafe(bool value) { threadSafe = value; return *this; }
+        Options& SetThreadSafe(bool value) {
+            threadSafe = value;
+            return *this;
+        }
         /// true: a caller without an id is answered with a fault and reaches no handler.
-        Options& SetRequireAuthentication(bool value) { requireAuthentication = value; return *this; }
-        Options& SetBasePath(const char* path) { basePath = path; return *this; }
+        Options& SetRequireAuthentication(bool value) {
+            requireAuthentication = value;
+            return *this;
+        }
+        Options& SetBasePath(const char* path) {
+            basePath = path;
+            return *this;
+        }
         bool threadSafe = false;
         bool requireAuthentication = false;
         LumPalStr::String_t basePath;

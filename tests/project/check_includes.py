@@ -1,0 +1,82 @@
+#!/usr/bin/python3
+"""Holds the three rules of the includes: directions, third-party headers, no loops."""
+import pathlib
+import re
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
+FOLDERS = ["platform", "src", "LumConfPar", "LumConfCluster", "tools"]
+OURS = [ROOT / folder for folder in FOLDERS]
+# What a folder may include from; platform knows nothing above it.
+ALLOWED = {
+    "platform": {"platform"},
+    "src": {"platform", "src", "LumConfPar", "LumConfCluster"},
+    "LumConfPar": {"platform", "src", "LumConfPar", "LumConfCluster"},
+    "LumConfCluster": {"platform", "src", "LumConfPar", "LumConfCluster"},
+    "tools": {"platform", "src", "tools"},
+}
+STANDARD = re.compile(r"^[a-z_0-9]+$")  # <vector>, <memory>: no slash, no .h
+THIRD_PARTY = re.compile(
+    r"^(expat|boost/|curl/|openssl/|unicode/|spdlog/|fmt/|CLI/|nlohmann/|gtest/|gmock/|benchmark/)")
+TOOL_LIBRARIES = re.compile(r"^(CLI/|nlohmann/)")
+# Headers of the operating system end in .h and are no header of ours.
+INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.M)
+
+
+def owner(path):
+    return path.relative_to(ROOT).parts[0]
+
+
+def main():
+    files = [path for folder in OURS for path in sorted(folder.rglob("*")) if path.suffix in (".h", ".cpp")]
+    by_name = {}
+    for path in files:
+        by_name.setdefault(path.name, []).append(path)
+    errors, edges = [], {}
+    for path in files:
+        for kind, name in INCLUDE.findall(path.read_text(encoding="utf-8")):
+            where = f"{path.relative_to(ROOT)} includes {name}"
+            if kind == '"':
+                targets = by_name.get(pathlib.PurePath(name).name, [])
+                same = [t for t in targets if t.parent == path.parent] or targets
+                if not same:
+                    errors.append(f"{where}: no such file of ours")
+                    continue
+                target = same[0]
+                if owner(target) not in ALLOWED[owner(path)]:
+                    errors.append(f"{where}: {owner(path)} may not use {owner(target)}")
+                if owner(path) == "tools" and owner(target) == "src" and "include" not in target.parts:
+                    errors.append(f"{where}: tools use the public headers only")
+                edges.setdefault(path, set()).add(target)
+            elif STANDARD.match(name):
+                continue
+            elif TOOL_LIBRARIES.match(name):
+                if owner(path) != "tools":
+                    errors.append(f"{where}: only tools may")
+            elif THIRD_PARTY.match(name) or name.endswith(".h"):
+                if owner(path) != "platform":
+                    errors.append(f"{where}: third-party and system headers belong below platform/")
+                elif THIRD_PARTY.match(name) and path.suffix == ".h":
+                    errors.append(f"{where}: a third-party header may stand in a .cpp file only")
+    state = {}
+
+    def visit(path, trail):
+        state[path] = 1
+        for target in sorted(edges.get(path, ())):
+            if state.get(target) == 1:
+                loop = trail[trail.index(target):] + [target] if target in trail else [path, target]
+                errors.append("loop: " + " -> ".join(str(p.relative_to(ROOT)) for p in loop))
+            elif target not in state:
+                visit(target, trail + [target])
+        state[path] = 2
+
+    for path in files:
+        if path not in state:
+            visit(path, [path])
+    for error in errors:
+        print(error)
+    return 1 if errors or not files else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

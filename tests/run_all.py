@@ -1,0 +1,131 @@
+#!/usr/bin/python3
+"""Runs every suite of the project and closes with 'N passed, N failed, N skipped'.
+
+A suite is a unit test program, a file of system tests, a fuzz target or one of the project's checks
+of itself. Suites run two at a time; the output of one is shown only when it fails.
+"""
+import argparse
+import concurrent.futures
+import json
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+import time
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+SUITE_TIMEOUT_S = 600
+
+
+class Result:
+    def __init__(self, name, passed=0, failed=0, skipped=0, output=""):
+        self.name, self.passed, self.failed, self.skipped, self.output = name, passed, failed, skipped, output
+
+
+def run(command, env, timeout):
+    """Runs a program in a process group of its own; returns (exit code, output)."""
+    process = subprocess.Popen(command, cwd=ROOT, env=env, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                               stderr=subprocess.STDOUT, start_new_session=True)
+    try:
+        output, _ = process.communicate(timeout=timeout)
+        return process.returncode, output.decode("utf-8", "replace")
+    except subprocess.TimeoutExpired:
+        os.killpg(process.pid, 9)
+        output, _ = process.communicate()
+        return 124, output.decode("utf-8", "replace") + f"\nended after {timeout} seconds\n"
+
+
+def run_unit(program, env, timeout):
+    with tempfile.NamedTemporaryFile(suffix=".json") as report:
+        code, output = run([str(program), "--gtest_brief=1", f"--gtest_output=json:{report.name}"], env, timeout)
+        try:
+            summary = json.load(open(report.name))
+        except ValueError:
+            return Result(program.name, failed=1, output=f"{output}\nended with code {code} and without a report")
+    failed = summary["failures"]
+    skipped = sum(1 for suite in summary["testsuites"] for test in suite["testsuite"]
+                  if test.get("result") == "SKIPPED")
+    if code != 0 and failed == 0:
+        failed, output = 1, output + f"\nended with code {code}"
+    return Result(program.name, summary["tests"] - failed - skipped, failed, skipped, output)
+
+
+def run_system(script, env, timeout):
+    code, output = run(["/usr/bin/python3", "-B", str(script), "-v"], env, timeout)
+    ran = re.search(r"^Ran (\d+) tests? in", output, re.M)
+    if not ran:
+        return Result(script.stem, failed=1, output=output)
+    counts = {word: int(number) for word, number in re.findall(r"(failures|errors|skipped)=(\d+)", output)}
+    failed = counts.get("failures", 0) + counts.get("errors", 0)
+    if code != 0 and failed == 0:
+        failed = 1
+    skipped = counts.get("skipped", 0)
+    return Result(script.stem, int(ran.group(1)) - failed - skipped, failed, skipped, output)
+
+
+def run_single(name, command, env, timeout):
+    code, output = run(command, env, timeout)
+    return Result(name, passed=int(code == 0), failed=int(code != 0), output=output)
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--build", required=True, type=pathlib.Path)
+    parser.add_argument("--trial-seconds", type=int, default=2)
+    parser.add_argument("--long", action="store_true")
+    parser.add_argument("--only", default="")
+    options = parser.parse_args()
+    build = options.build.resolve()
+
+    env = dict(os.environ, LUM_BUILD=str(build), LUM_TRIAL_SECONDS=str(options.trial_seconds),
+               LUM_LONG="1" if options.long else "", PYTHONDONTWRITEBYTECODE="1",
+               TSAN_OPTIONS="halt_on_error=0 exitcode=66", ASAN_OPTIONS="detect_leaks=1",
+               UBSAN_OPTIONS="print_stacktrace=1")
+    env.pop("LUM_ROOT", None)
+    timeout = SUITE_TIMEOUT_S + 20 * options.trial_seconds
+
+    suites = []
+    for script in sorted((ROOT / "tests/project").glob("check_*.py")):
+        suites.append((script.stem, run_single, (script.stem, ["/usr/bin/python3", "-B", str(script)])))
+    # The unit tests are many and short; the system tests use both cores by themselves.
+    for program in sorted((build / "tests").glob("unit_*")):
+        if os.access(program, os.X_OK) and program.is_file():
+            suites.append((program.name, run_unit, (program,)))
+    for program in sorted((build / "tests").glob("fuzz_*")):
+        if os.access(program, os.X_OK) and program.is_file():
+            corpus = ROOT / "tests/fuzz/corpus" / program.name[len("fuzz_"):]
+            suites.append((program.name, run_single,
+                           (program.name, [str(program), str(options.trial_seconds), str(corpus)])))
+    for script in sorted((ROOT / "tests/system").glob("test_*.py")):
+        suites.append((script.stem, run_system, (script,)))
+    suites = [suite for suite in suites if options.only in suite[0]]
+
+    results = []
+    with concurrent.futures.ThreadPoolExecutor(2) as pool:
+        started = {}
+
+        def timed(function, arguments):
+            begin = time.monotonic()
+            return function(*arguments, env, timeout), time.monotonic() - begin
+
+        for name, function, arguments in suites:
+            started[pool.submit(timed, function, arguments)] = name
+        for future in concurrent.futures.as_completed(started):
+            result, seconds = future.result()
+            results.append(result)
+            counts = f"{result.passed} passed" + (f", {result.failed} FAILED" if result.failed else "") + \
+                (f", {result.skipped} skipped" if result.skipped else "")
+            print(f"{result.name:28} {counts} ({seconds:.1f} s)", flush=True)
+            if result.failed:
+                print("    " + result.output.rstrip().replace("\n", "\n    "), flush=True)
+
+    passed, failed, skipped = (sum(getattr(result, field) for result in results)
+                               for field in ("passed", "failed", "skipped"))
+    print(f"{passed} passed, {failed} failed, {skipped} skipped")
+    return 1 if failed or passed == 0 else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
