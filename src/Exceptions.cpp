@@ -1,0 +1,33 @@
+#include "Exceptions.h"
+
+namespace LumConf {
+
+LUMPAL_DEFINE_EXCEPTION(ConfException);
+LUMPAL_DEFINE_EXCEPTION(PolicyException);
+LUMPAL_DEFINE_EXCEPTION(PolicyHeaderException);
+LUMPAL_DEFINE_EXCEPTION(PolicyOwnerError);
+LUMPAL_DEFINE_EXCEPTION(PolicyVersionError);
+LUMPAL_DEFINE_EXCEPTION(PolicyFileException);
+LUMPAL_DEFINE_EXCEPTION(PolicyNotFoundError);
+LUMPAL_DEFINE_EXCEPTION(NoPolicyOperation);
+LUMPAL_DEFINE_EXCEPTION(NoPoliciesInstalledError);
+LUMPAL_DEFINE_EXCEPTION(NoMultiplePoliciesException);
+LUMPAL_DEFINE_EXCEPTION(TransferException);
+LUMPAL_DEFINE_EXCEPTION(PolicyRemoteException);
+LUMPAL_DEFINE_EXCEPTION(SettingsRemoteException);
+LUMPAL_DEFINE_EXCEPTION(ClusterException);
+LUMPAL_DEFINE_EXCEPTION(ClusterNoGroupException);
+LUMPAL_DEFINE_EXCEPTION(ClusterNoNodeException);
+LUMPAL_DEFINE_EXCEPTION(ClusterNoStringException);
+LUMPAL_DEFINE_EXCEPTION(ClusterMonitorException);
+LUMPAL_DEFINE_EXCEPTION(ClusterXmlDataTreeException);
+LUMPAL_DEFINE_EXCEPTION(ClusterConfigException);
+LUMPAL_DEFINE_EXCEPTION(ClusterInstanceException);
+LUMPAL_DEFINE_EXCEPTION(AmbiguousInstanceNamesException);
+LUMPAL_DEFINE_EXCEPTION(ClusterApplicationException);
+LUMPAL_DEFINE_EXCEPTION(ClusterSubagentException);
+LUMPAL_DEFINE_EXCEPTION(ClusterStartCmdException);
+LUMPAL_DEFINE_EXCEPTION(ClusterStopCmdException);
+LUMPAL_DEFINE_EXCEPTION(ClusterParserException);
+
+}  // namespace LumConf
