@@ -1,0 +1,97 @@
+#include "LocalSecret.h"
+
+#include <openssl/crypto.h>
+#include <openssl/rand.h>
+
+#include <algorithm>
+#include <array>
+
+#include "LumPalRuntime.h"
+
+namespace LumVoxMsg {
+namespace {
+
+constexpr std::size_t kBytes = 32;
+constexpr std::size_t kDigits = 2 * kBytes;
+
+std::string NewDigits() {
+    std::array<unsigned char, kBytes> random;
+    if (RAND_bytes(random.data(), static_cast<int>(random.size())) != 1)
+        throw LumPalIo::IOException_t(LumPalMsg::CreateError_t("The system gives no random numbers."));
+    std::string digits;
+    for (unsigned char byte : random) {
+        digits += "0123456789abcdef"[byte >> 4];
+        digits += "0123456789abcdef"[byte & 15];
+    }
+    OPENSSL_cleanse(random.data(), random.size());
+    return digits;
+}
+
+bool IsDigits(std::string_view text) {
+    return text.size() == kDigits && text.find_first_not_of("0123456789abcdef") == std::string_view::npos;
+}
+
+std::string HeaderValue(std::string_view digits) {
+    return std::string(kLocalSecretScheme) + " " + std::string(digits);
+}
+
+LumPalIo::IOException_t Failure(const LumPalIo::File_t& file) {
+    return LumPalIo::IOException_t(LumPalMsg::CreateError_t("Cannot write the node's local secret to '%1'.")
+                                   << file.GetAbsolutePath());
+}
+
+void WriteAll(const LumPalIo::File_t& file, const std::string& text) {
+    LumPalIo::FileOutputStream_t out(file);
+    out.Write(text.data(), text.size());
+    out.Close();
+}
+
+/// A reader sees the old file or the whole new one, and nobody else ever may read either.
+void Replace(const LumPalIo::File_t& file, const std::string& text) {
+    const LumPalIo::File_t aside = LumPalIo::File_t::CreateTempFile("local.secret.", file.GetParentFile());
+    WriteAll(aside, text);
+    if (!aside.SetMode(0600) || !aside.RenameTo(file)) {
+        aside.Delete();
+        throw Failure(file);
+    }
+}
+
+}  // namespace
+
+LumPalIo::File_t LocalSecretFile() {
+    return LumPalIo::File_t(LumPalRuntime::Dir_t::Path(LumPalRuntime::Etc) + "local.secret");
+}
+
+std::string LocalAuthorization() try {
+    const LumPalIo::File_t file = LocalSecretFile();
+    if (file.IsSymbolicLink()) return {};
+    LumPalIo::FileInputStream_t in(file);
+    LumPalArray::CharArray_t bytes(kDigits + 1);
+    const std::int64_t count = in.Read(bytes);
+    const std::string_view digits = bytes.View().substr(0, static_cast<std::size_t>(std::max<std::int64_t>(count, 0)));
+    return IsDigits(digits) ? HeaderValue(digits) : std::string();
+} catch (const LumPalMsg::Exception_t&) {
+    return {};
+}
+
+void LocalSecret::Create() {
+    const LumPalIo::File_t file = LocalSecretFile();
+    if (!file.GetParentFile().Mkdirs()) throw Failure(file);
+    const std::string digits = NewDigits();
+    Replace(file, digits);
+    expected = HeaderValue(digits);
+}
+
+bool LocalSecret::Matches(std::string_view authorization) const {
+    return !expected.empty() && authorization.size() == expected.size() &&
+           CRYPTO_memcmp(authorization.data(), expected.data(), expected.size()) == 0;
+}
+
+void LocalSecret::Remove() {
+    if (expected.empty()) return;
+    if (Matches(LocalAuthorization())) LocalSecretFile().Delete();
+    OPENSSL_cleanse(expected.data(), expected.size());
+    expected.clear();
+}
+
+}  // namespace LumVoxMsg

@@ -1,0 +1,7 @@
+#include "LumVoxCore.h"
+
+namespace LumVoxCore {
+
+Object::~Object() = default;
+
+}  // namespace LumVoxCore

@@ -1,0 +1,41 @@
+/// @file
+/// What stands behind a messenger's handle: its options, the server, and what clients share through it.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+
+#include "LumVoxMsg.h"
+
+namespace LumVoxMsg {
+
+class MessengerServer;
+
+/// Any thread.
+class Messenger::Impl : public LumPalRef::RefCounted_t {
+public:
+    Impl(const LumPalConfig::Configuration_t& configuration, const Options& options);
+    ~Impl() override;
+
+    const LumPalConfig::Configuration_t& GetConfiguration() const noexcept { return configuration; }
+    const Options& GetOptions() const noexcept { return options; }
+    /// What the clients of this messenger share (kept connections); made by the first that asks.
+    /// It lives as long as the messenger or a client that holds it.
+    std::shared_ptr<void> ClientState(const std::function<std::shared_ptr<void>()>& make);
+
+    void Register(MsgHandler* handler);
+    void Close();
+    unsigned GetPort();
+    void ReloadIdentity();
+
+private:
+    const LumPalConfig::Configuration_t configuration;
+    const Options options;
+    std::mutex mutex;  ///< guards all below
+    std::shared_ptr<void> clientState;
+    std::shared_ptr<MessengerServer> server;
+    bool closed = false;
+};
+
+}  // namespace LumVoxMsg
