@@ -1,0 +1,72 @@
+/// @file
+/// What a PolicyContainer handle refers to.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <mutex>
+#include <vector>
+
+#include "LumPalIo.h"
+#include "LumPalPtr.h"
+#include "LumPalRef.h"
+#include "LumPalStr.h"
+#include "PolicyContainer.h"
+#include "PolicyHeaderImpl.h"
+
+namespace LumConf {
+
+/// The cache behind PolicyContainer. Every call is safe from any thread: the maps have a mutex of their own, held
+/// only for look-ups and changes of the maps, never for file work, and nothing is locked inside it.
+class PolicyContainerImpl final : public LumPalRef::RefCounted_t {
+public:
+    using HeaderPtr = LumPalPtr::RefPtr_t<PolicyHeaderImpl>;
+
+    int CheckPolicy(const PolicyContainer::Options& options);
+    int CheckPolicy(const LumPalStr::String_t& ids);
+
+    int GetCount() const;
+    HeaderPtr GetPolicyHeader(int index) const;
+    HeaderPtr GetPolicyHeader(const LumPalStr::String_t& id) const;
+    HeaderPtr GetPolicyHeader(const LumPalStr::String_t& name, const LumPalStr::String_t& type) const;
+
+    void Enable(const LumPalStr::String_t& ids);
+    void Disable(const LumPalStr::String_t& ids);
+    void Remove(const LumPalStr::String_t& ids);
+    void Enable(const LumPalStr::String_t& name, const LumPalStr::String_t& type);
+    void Disable(const LumPalStr::String_t& name, const LumPalStr::String_t& type);
+    void Remove(const LumPalStr::String_t& name, const LumPalStr::String_t& type);
+
+    bool IsEmpty() const;
+    bool HasTypeName(const LumPalStr::String_t& typeName) const;
+    void Insert(PolicyHeaderImpl* header);
+
+    /// Writes the merged list: every header document of the store, or of one type, one after another.
+    /// @param out       overwritten
+    /// @param typeName  in any case; null or empty means all types
+    /// @throws LumPalIo::FileNotFoundException_t 64 when `out` cannot be opened;
+    ///         NoPoliciesInstalledError when no header was found (the file then holds only the title)
+    static void Dump(const LumPalIo::File_t& out, const LumPalStr::String_t& typeName);
+
+private:
+    struct Entry {
+        HeaderPtr header;
+        LumPalStr::String_t typeName;  ///< as it was at the insert: what typeCounts counts
+    };
+    using Policies = std::map<LumPalStr::String_t, Entry>;
+
+    HeaderPtr Find(const LumPalStr::String_t& id) const;
+    LumPalStr::String_t IdOf(const LumPalStr::String_t& name, const LumPalStr::String_t& type) const;
+    bool Erase(const LumPalStr::String_t& id);
+    HeaderPtr EraseLocked(Policies::iterator position);
+    void SetStatus(const LumPalStr::String_t& ids, bool enabled);
+
+    mutable std::mutex mutex;
+    Policies policies;                                         ///< by id; guarded by mutex
+    std::map<LumPalStr::String_t, LumPalStr::String_t> names;  ///< name=type to id; guarded by mutex
+    std::map<LumPalStr::String_t, std::size_t> typeCounts;     ///< headers of each type; guarded by mutex
+    mutable std::vector<PolicyHeaderImpl*> index;              ///< policies in order; guarded by mutex
+    mutable bool indexValid = false;                           ///< guarded by mutex
+};
+
+}  // namespace LumConf

@@ -1,0 +1,50 @@
+/// @file
+/// Changes an installed policy's document.
+#pragma once
+
+#include "LumPalIo.h"
+#include "LumPalStr.h"
+#include "LumPalXml.h"
+#include "PolicyHeaderImpl.h"
+#include "PolicyXmlHandler.h"
+
+namespace LumConf {
+
+/// Puts a changed policy document in the store: the old document is streamed through the rewrite mode of
+/// PolicyXmlHandler, which keeps what it does not know. Used once, by one thread.
+class PolicyWriter {
+public:
+    /// @param tempFile    where the new document is made
+    /// @param oldFile     the document being replaced; deleted
+    /// @param input       its content; closed
+    /// @param targetBase  the directory under which the type's directory lies
+    /// @param source      the new values; not owned
+    /// @throws LumPalMsg::IllegalArgumentError_t 96 for a null file or source;
+    ///         LumPalIo::FileNotFoundException_t 97 when tempFile cannot be opened
+    PolicyWriter(const LumPalIo::File_t& tempFile, const LumPalIo::File_t& oldFile,
+                 const LumPalIo::InputStream_t& input, const LumPalIo::File_t& targetBase, PolicyHeaderImpl* source);
+    PolicyWriter(const PolicyWriter&) = delete;
+    PolicyWriter& operator=(const PolicyWriter&) = delete;
+
+    /// Rewrites and moves the result to its place; a document of `oldId` in the type's directory goes.
+    /// A crash on the way may leave the policy without its document.
+    /// @throws LumPalMsg::IllegalStateError_t 98 on a second call; what the parser, the handler (84 among them)
+    ///         and DirectoryImpl::MoveOrCopyFile raise, unchanged
+    void Write(const LumPalStr::String_t& oldId);
+
+private:
+    void Rewrite();
+
+    bool initialized = false;
+    LumPalIo::File_t tempFile;
+    LumPalIo::File_t oldFile;
+    LumPalIo::InputStream_t input;
+    LumPalIo::File_t targetBase;
+    LumPalIo::FileOutputStream_t fileStream;
+    LumPalIo::BufferedOutputStream_t bufferedStream;
+    LumPalXml::XmlWriter_t writer;
+    PolicyHeaderImpl* source;
+    PolicyXmlHandler handler;
+};
+
+}  // namespace LumConf

@@ -1,0 +1,22 @@
+/// @file
+/// Runs a policy document through a handler.
+#pragma once
+
+#include "LumPalIo.h"
+
+namespace LumConf {
+
+class PolicyXmlHandler;
+
+class PolicyXmlParser {
+public:
+    /// Parses what the stream holds; a null stream is not parsed. Failures of parser and handler pass unchanged:
+    /// SAXParseException_t, PolicyHeaderException 73 to 86, IllegalStateError_t 72, IllegalArgumentError_t 70, 71.
+    static void Parse(const LumPalIo::InputStream_t& stream, PolicyXmlHandler& handler);
+    /// Parses a file.
+    /// @throws PolicyHeaderException 88 (malformed, with the place) and 90 (any other failure, the handler's too);
+    ///         LumPalIo::FileNotFoundException_t 89. The cause stands in the details.
+    static void Parse(const LumPalIo::File_t& file, PolicyXmlHandler& handler);
+};
+
+}  // namespace LumConf

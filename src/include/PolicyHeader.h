@@ -1,0 +1,125 @@
+/// @file
+/// The record of one policy.
+#pragma once
+
+#include "Export.h"
+#include "LumPalArray.h"
+#include "LumPalIo.h"
+#include "LumPalPtr.h"
+#include "LumPalStr.h"
+#include "PolicyAttribute.h"
+
+namespace LumConf {
+
+class PolicyHeaderImpl;
+
+/// The header of one policy in memory. A handle: copies share the record, and a setter through one handle
+/// is visible through every other (that is why setters are constant members).
+/// Any thread may use any handle at any time: each single call sees and leaves a consistent record.
+class LUMCONF_API PolicyHeader {
+public:
+    /// A fresh record: enabled, everything else empty.
+    PolicyHeader();
+    PolicyHeader(const PolicyHeader& other);
+    PolicyHeader& operator=(const PolicyHeader& other);
+    ~PolicyHeader();
+
+    LumPalStr::String_t GetContainerId() const;
+    LumPalStr::String_t GetVersionId() const;
+    LumPalStr::String_t GetName() const;
+    LumPalStr::String_t GetVersion() const;
+    LumPalStr::String_t GetDescription() const;
+    /// "enabled" or "disabled"; a document may bring any text, which then is neither.
+    LumPalStr::String_t GetStatus() const;
+    LumPalStr::String_t GetOwner() const;
+    LumPalStr::String_t GetTypeId() const;
+    LumPalStr::String_t GetTypeName() const;
+    LumPalStr::String_t GetTypeVersion() const;
+
+    /// These four store the text in lower case.
+    void SetContainerId(const LumPalStr::String_t& id) const;
+    void SetVersionId(const LumPalStr::String_t& id) const;
+    void SetTypeId(const LumPalStr::String_t& id) const;
+    void SetTypeName(const LumPalStr::String_t& name) const;
+
+    void SetName(const LumPalStr::String_t& name) const;
+    void SetVersion(const LumPalStr::String_t& version) const;
+    void SetDescription(const LumPalStr::String_t& description) const;
+    void SetOwner(const LumPalStr::String_t& owner) const;
+    void SetTypeVersion(const LumPalStr::String_t& version) const;
+
+    /// Whether the status is exactly "enabled" (or "disabled").
+    bool IsEnabled() const;
+    bool IsDisabled() const;
+    void SetEnabled() const;
+    void SetDisabled() const;
+
+    int GetCategoryCount() const;
+    /// @throws LumPalMsg::IllegalArgumentError_t 14 for a bad index
+    LumPalStr::String_t GetCategory(int index) const;
+    /// @return whether it was added: false for an empty text and for a category that is there (compared exactly)
+    bool SetCategory(const LumPalStr::String_t& category) const;
+
+    int GetAttributesCount() const;
+    /// @throws LumPalMsg::IllegalArgumentError_t 15 for a bad index
+    PolicyAttribute GetAttribute(int index) const;
+    /// Adds a pair; blanks around both are dropped. A pair named "version_id" also supplies a missing version id.
+    /// @return whether it was added: false when the same pair is there
+    /// @throws LumPalMsg::IllegalArgumentError_t 70 for a blank name, 71 for a name with "="
+    bool SetAttribute(const LumPalStr::String_t& name, const LumPalStr::String_t& value) const;
+
+    int GetDataFileCount() const;
+    /// @throws LumPalMsg::IllegalArgumentError_t 16 for a bad index (all three)
+    LumPalStr::String_t GetDataFile(int index) const;
+    LumPalStr::String_t GetDataFileEncoding(int index) const;
+    LumPalStr::String_t GetDataFileChecksum(int index) const;
+    /// Appends a data file with the encoding "text/plain" and an empty checksum.
+    void SetDataFile(const LumPalStr::String_t& name) const;
+    /// Appends a data file; a null or blank encoding means "text/plain".
+    void SetDataFile(const LumPalStr::String_t& name, const LumPalStr::String_t& encoding,
+                     const LumPalStr::String_t& checksum) const;
+    /// Replace what the last data file has; without data files they do nothing.
+    void SetDataFileEncoding(const LumPalStr::String_t& encoding) const;
+    void SetDataFileChecksum(const LumPalStr::String_t& checksum) const;
+
+    /// Reads a data file of an installed policy and verifies its signature. Only headers that a container holds
+    /// may read. This build has no verification: a file that can be read ends in SecCoreException, and `data`
+    /// is left alone.
+    /// @throws LumPalMsg::IllegalStateError_t 17 when reading is not allowed; LumPalMsg::IllegalArgumentError_t 16;
+    ///         LumPalIo::FileNotFoundException_t 18; LumPalIo::IOException_t 19; LumSecCore::SecCoreException
+    void GetData(int index, LumPalArray::CharArray_t& data) const;
+    void GetData(int index, LumPalArray::CharArray_t& data, LumPalStr::String_t& encoding) const;
+
+    /// The decoded signature of a data file.
+    /// @throws LumPalMsg::IllegalArgumentError_t 34 for an index that names no data file, 35 when the file has
+    ///         no signature; LumPalIo::IOException_t for text that is no base64
+    LumPalArray::CharArray_t GetSignature(int index) const;
+    /// The decoded certificate. @throws LumPalIo::IOException_t for text that is no base64
+    LumPalArray::CharArray_t GetCertificate() const;
+
+    /// Reads a header document. One document at a time in the process: calls wait for each other.
+    /// @throws PolicyHeaderException 88, 90; LumPalIo::FileNotFoundException_t 89
+    static PolicyHeader Read(const LumPalIo::File_t& file);
+    /// @param tolerance  sum of the bits of the elements that may be missing: 0x2 container_id, 0x4 name, 0x8 owner,
+    ///                   0x10 version, 0x20 description, 0x40 status, 0x80 policytype, 0x100 type name, 0x200
+    ///                   certificate
+    static PolicyHeader Read(const LumPalIo::File_t& file, unsigned long tolerance);
+    /// Writes a new document, unsigned; never over an existing file. Waits for Read and Write calls.
+    /// @throws LumPalMsg::IllegalArgumentError_t 53 (null file); LumPalIo::IOException_t 54 (it exists);
+    ///         LumPalIo::FileNotFoundException_t 55 (it cannot be made)
+    static void Write(const LumPalIo::File_t& file, const PolicyHeader& header);
+
+    /// Sign the data files of a document. This build cannot sign: always raises, and changes nothing.
+    /// @throws LumSecCore::SecCoreException
+    static void SignData(const LumPalIo::File_t& headerFile);
+    static void SignData(const LumPalIo::File_t& headerFile, const LumPalArray::CharArray_t& alias);
+
+    /// The library's own: a handle on an existing record, never null; and the record.
+    explicit PolicyHeader(PolicyHeaderImpl* impl);
+    PolicyHeaderImpl* GetImpl() const noexcept { return impl.Get(); }
+
+private:
+    LumPalPtr::RefPtr_t<PolicyHeaderImpl> impl;
+};
+
+}  // namespace LumConf
