@@ -5,6 +5,7 @@
 #include <exception>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "LumPalExport.h"
 #include "LumPalStr.h"
@@ -17,24 +18,26 @@ enum class Severity_e { None, Info, Warning, Error };
 ///
 /// BareText alone (16) is the text for user output. Text shows the text as one item of a list:
 /// with Details, every level below it follows, each detail on a line of its own, indented by
-/// two blanks for each level. So 36 is text and details, 37 the same with a severity label
+/// two blanks for each level (the further lines of a text that has some, too). So 36 is text and details, 37 the same with a severity label
 /// before each text.
 enum FormatFlags_e : unsigned {
-    Label = 1,      ///< "ERROR: ", "WARNING: ", "INFO: " before the text
-    Id = 2,         ///< "(catalogue-id) " before the text
-    Details = 4,    ///< subordinate messages of every level
-    Time = 8,       ///< local time, ISO 8601 with offset, before everything else
-    BareText = 16,  ///< only the text itself
-    Text = 32       ///< the text
+    Label = 1,     ///< "ERROR: ", "WARNING: ", "INFO: " before the text
+    Id = 2,        ///< "(catalogue-id) " before the text, where it has a number
+    Details = 4,   ///< subordinate messages of every level
+    Time = 8,      ///< the local time of the rendering, ISO 8601 with offset, before everything else
+    BareText = 16, ///< only the text itself
+    Text = 32      ///< the text
 };
 
 /// A catalogue of localised texts by number, named as NLSPATH's %N; opened at the first look-up,
 /// read-only afterwards, safe from any thread. See catopen(3), POSIX.1-2017; set 1 is used.
+/// The texts of a catalogue are UTF-8, whatever the locale. The category LC_MESSAGES of the
+/// process's locale stands for NLSPATH's %L.
 class LUMPAL_API MessageCatalog_t {
 public:
     explicit MessageCatalog_t(const char* name);
     const LumPalStr::String_t& GetName() const noexcept;
-    /// The catalogue's text for the number, or the default text.
+    /// The catalogue's text for the number; the default text when there is none or it is empty.
     LumPalStr::String_t GetText(unsigned id, const LumPalStr::String_t& defaultText) const;
 
 private:
@@ -45,7 +48,10 @@ private:
 class MessageList_t;
 
 /// One message: severity, number, text with %1, %2 and so on, arguments, details.
-/// A value (copies share until one changes).
+/// A value (copies share until one changes). The catalogue is asked when the text is wanted.
+///
+/// The holes %1 to %99 are filled in one pass, so that an argument that holds "%2" stays as it
+/// is. A hole without an argument, and a percent sign that begins no hole, stay as they stand.
 class LUMPAL_API Message_t {
 public:
     /// An empty message: no text, no severity, number 0.
@@ -63,12 +69,12 @@ public:
     void AddDetails(const Message_t& detail);
     void AddDetails(const MessageList_t& details);
 
-    struct Impl;
-    explicit Message_t(std::shared_ptr<Impl> impl);
-
 protected:
-    std::shared_ptr<Impl> impl;
+    struct Impl;
+    friend class MessageList_t;
+    /// A copy of the content that nobody else sees, to be changed.
     Impl& Own();
+    std::shared_ptr<const Impl> impl;
 };
 
 /// An ordered list of messages. A value.
@@ -82,14 +88,13 @@ public:
     int GetMessageCount() const noexcept;
     /// @throws IllegalArgumentError_t for an index that is not there.
     Message_t GetMessage(int index) const;
-    /// Each message by Message_t::Format, one line each.
+    /// Each message by Message_t::Format, parted by line feeds; none behind the last.
     LumPalStr::String_t Format(unsigned flags) const;
     /// Format(BareText).
     operator LumPalStr::String_t() const;
 
 private:
-    struct Impl;
-    std::shared_ptr<Impl> impl;
+    std::vector<Message_t> messages;
 };
 
 /// Builds a message: construct, then stream the arguments in the order %1, %2 and so on.
@@ -130,18 +135,19 @@ public:
 };
 
 /// Root of every failure of the system. what() is Format(Text | Details) in UTF-8.
+/// Copies share their content, which never changes; any thread.
 class LUMPAL_API Exception_t : public std::exception {
 public:
     explicit Exception_t(const Message_t& message);
     explicit Exception_t(const MessageList_t& messages);
     ~Exception_t() override;
-    const MessageList_t& GetMessageList() const noexcept { return messages; }
-    operator MessageList_t() const { return messages; }
+    const MessageList_t& GetMessageList() const noexcept;
+    operator MessageList_t() const { return GetMessageList(); }
     const char* what() const noexcept override;
 
 private:
-    MessageList_t messages;
-    mutable std::shared_ptr<std::string> rendered;
+    struct Impl;
+    std::shared_ptr<Impl> impl;
 };
 
 /// Declares an exception class that only passes its message, or its list, to the base.
