@@ -18,15 +18,15 @@ enum class Severity_e { None, Info, Warning, Error };
 ///
 /// BareText alone (16) is the text for user output. Text shows the text as one item of a list:
 /// with Details, every level below it follows, each detail on a line of its own, indented by
-/// two blanks for each level (the further lines of a text that has some, too). So 36 is text and details, 37 the same with a severity label
-/// before each text.
+/// two blanks for each level (the further lines of a text that has some, too). So 36 is text and details, 37 the same
+/// with a severity label before each text.
 enum FormatFlags_e : unsigned {
-    Label = 1,     ///< "ERROR: ", "WARNING: ", "INFO: " before the text
-    Id = 2,        ///< "(catalogue-id) " before the text, where it has a number
-    Details = 4,   ///< subordinate messages of every level
-    Time = 8,      ///< the local time of the rendering, ISO 8601 with offset, before everything else
-    BareText = 16, ///< only the text itself
-    Text = 32      ///< the text
+    Label = 1,      ///< "ERROR: ", "WARNING: ", "INFO: " before the text
+    Id = 2,         ///< "(catalogue-id) " before the text, where it has a number
+    Details = 4,    ///< subordinate messages of every level
+    Time = 8,       ///< the local time of the rendering, ISO 8601 with offset, before everything else
+    BareText = 16,  ///< only the text itself
+    Text = 32       ///< the text
 };
 
 /// A catalogue of localised texts by number, named as NLSPATH's %N; opened at the first look-up,
@@ -56,6 +56,8 @@ class LUMPAL_API Message_t {
 public:
     /// An empty message: no text, no severity, number 0.
     Message_t();
+    Message_t(const Message_t&) = default;  // declared, so that no move leaves one without content
+    Message_t& operator=(const Message_t&) = default;
     /// Catalogue number; 0 for a message with a plain text.
     unsigned GetId() const noexcept;
     Severity_e GetSeverity() const noexcept;
