@@ -7,6 +7,6 @@ root=$(cd "$(dirname "$0")/.." && pwd)
     echo '$ run gencat conf.cat <copy>, and name its place in NLSPATH, for example /opt/lum/nls/%L/%N.cat'
     echo '$set 1'
     echo '$quote "'
-    tr '\n' ' ' < "$root/src/Messages.def" | sed 's/LUM_MESSAGE(/\n&/g' |
+    { tr '\n' ' ' < "$root/src/Messages.def"; echo; } | sed 's/LUM_MESSAGE(/\n&/g' |
         sed -n 's/^LUM_MESSAGE([A-Za-z0-9]*, \([1-9][0-9]*\), [A-Za-z]*, *\("[^"]*"\)) *$/\1 \2/p'
 } > "$root/packaging/conf.msg"

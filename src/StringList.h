@@ -1,0 +1,18 @@
+/// @file
+/// Lists of words in one text.
+#pragma once
+
+#include <vector>
+
+#include "LumPalStr.h"
+
+namespace LumConf {
+
+/// The words of a text between runs of blanks. The ends of the text and of each rest are trimmed of all white space;
+/// only a blank separates two words. An empty or blank text gives no word.
+std::vector<LumPalStr::String_t> GetVectorFromString(const LumPalStr::String_t& text);
+
+/// The words joined by single blanks.
+LumPalStr::String_t JoinWithBlanks(const std::vector<LumPalStr::String_t>& words);
+
+}  // namespace LumConf
