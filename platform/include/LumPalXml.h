@@ -222,6 +222,7 @@ public:
 
 private:
     struct Impl;
+    Impl& Get() const;
     std::shared_ptr<Impl> impl;
 };
 

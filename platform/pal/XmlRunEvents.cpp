@@ -1,0 +1,204 @@
+#include "XmlRunEvents.h"
+
+#include <expat.h>
+
+#include <cstring>
+
+#include "XmlText.h"
+
+namespace LumPalXml::SAX {
+namespace {
+
+using LumPalStr::String_t;
+
+// Entities may refer to each other in a chain, and the library follows it on the stack.
+constexpr std::uint32_t MostEntities = 1000;
+// The library writes a namespace's name out for each attribute that has its prefix.
+constexpr std::size_t LongestNamespace = 4096;
+
+String_t Text(const char* utf8) {
+    return utf8 ? String_t::FromUtf8(utf8) : String_t::Null();
+}
+String_t TextOrEmpty(const char* utf8) {
+    return String_t::FromUtf8(utf8 ? utf8 : "");
+}
+
+}  // namespace
+
+struct Run::AttributeList : public Attributes_i {
+    AttributeList(XmlNames& names, const char** pairs) : names(names), pairs(pairs) {}
+    int GetCount() const override {
+        if (count < 0) {
+            for (count = 0; pairs[2 * count]; ++count) {
+            }
+        }
+        return count;
+    }
+    bool Has(int index) const { return index >= 0 && index < GetCount(); }
+    String_t GetUri(int index) const override {
+        return Has(index) ? names.Get(pairs[2 * index]).uri : String_t::Null();
+    }
+    String_t GetLocalName(int index) const override {
+        return Has(index) ? names.Get(pairs[2 * index]).localName : String_t::Null();
+    }
+    String_t GetQName(int index) const override {
+        return Has(index) ? names.Get(pairs[2 * index]).qName : String_t::Null();
+    }
+    String_t GetValue(int index) const override {
+        return Has(index) ? String_t::FromUtf8(pairs[2 * index + 1]) : String_t::Null();
+    }
+
+    XmlNames& names;
+    const char** pairs;
+    mutable int count = -1;
+};
+
+template <class Call>
+void Run::Guard(Call call) noexcept {
+    if (stopped) return;
+    try {
+        call();
+    } catch (...) {
+        thrown = std::current_exception();
+        Stop();
+    }
+}
+
+void Run::Events::Register(XML_ParserStruct* parser) {
+    XML_SetReturnNSTriplet(parser, XML_TRUE);
+    XML_SetElementHandler(parser, StartElement, EndElement);
+    XML_SetNamespaceDeclHandler(parser, StartPrefix, EndPrefix);
+    XML_SetCharacterDataHandler(parser, Text);
+    XML_SetProcessingInstructionHandler(parser, Instruction);
+    XML_SetStartDoctypeDeclHandler(parser, StartDoctype);
+    XML_SetEntityDeclHandler(parser, Entity);
+    XML_SetNotationDeclHandler(parser, Notation);
+    XML_SetSkippedEntityHandler(parser, Skipped);
+    XML_SetExternalEntityRefHandler(parser, External);
+}
+
+// Attributes that stand in the document are paid for by its bytes; defaults are not.
+void Run::Events::CountDefaults(Run& run, const char** attributes) {
+    std::size_t bytes = 0;
+    for (const char** rest = attributes + XML_GetSpecifiedAttributeCount(run.parser.get()); *rest; ++rest) {
+        bytes += std::strlen(*rest);
+    }
+    if (bytes != 0) run.Deliver(bytes);
+}
+
+void Run::Events::StartElement(void* self, const char* name, const char** attributes) {
+    Run& run = Of(self);
+    run.Guard([&] {
+        if (++run.depth > run.settings.depthLimit) return run.Refuse("its elements are nested too deep");
+        CountDefaults(run, attributes);
+        if (run.stopped || !run.settings.content) return;
+        const XmlName& parts = run.scratch->elements.Get(name);
+        run.settings.content->StartElement(parts.uri, parts.localName, parts.qName,
+                                           AttributeList(run.scratch->attributes, attributes));
+    });
+}
+
+void Run::Events::EndElement(void* self, const char* name) {
+    Run& run = Of(self);
+    run.Guard([&] {
+        --run.depth;
+        if (!run.settings.content) return;
+        const XmlName& parts = run.scratch->elements.Get(name);
+        run.settings.content->EndElement(parts.uri, parts.localName, parts.qName);
+    });
+}
+
+void Run::Events::StartPrefix(void* self, const char* prefix, const char* uri) {
+    Run& run = Of(self);
+    run.Guard([&] {
+        if (uri && std::strlen(uri) > LongestNamespace) {
+            return run.Refuse("the name of a namespace is longer than 4096 bytes");
+        }
+        if (run.settings.content) run.settings.content->StartPrefixMapping(TextOrEmpty(prefix), TextOrEmpty(uri));
+    });
+}
+
+void Run::Events::EndPrefix(void* self, const char* prefix) {
+    Run& run = Of(self);
+    run.Guard([&] {
+        if (run.settings.content) run.settings.content->EndPrefixMapping(TextOrEmpty(prefix));
+    });
+}
+
+void Run::Events::Text(void* self, const char* text, int length) {
+    Run& run = Of(self);
+    run.Guard([&] {
+        if (!run.settings.content) return;
+        std::vector<char16_t>& units = run.scratch->text;
+        const std::size_t bytes = static_cast<std::size_t>(length);
+        if (units.size() < bytes) units.resize(bytes);
+        const std::size_t count = Widen(text, bytes, units.data());
+        run.Deliver(count);
+        if (!run.stopped) run.settings.content->Characters(units.data(), 0, static_cast<std::uint32_t>(count));
+    });
+}
+
+void Run::Events::Instruction(void* self, const char* target, const char* data) {
+    Run& run = Of(self);
+    run.Guard([&] {
+        if (run.settings.content) run.settings.content->ProcessingInstruction(SAX::Text(target), TextOrEmpty(data));
+    });
+}
+
+void Run::Events::TellExternal(const Run& run, const char* publicId, const char* systemId, const String_t& name) {
+    if (run.settings.resolver) run.settings.resolver->ResolveEntity(SAX::Text(publicId), SAX::Text(systemId));
+    if (run.settings.content) run.settings.content->SkippedEntity(name);
+}
+
+void Run::Events::StartDoctype(void* self, const char*, const char* systemId, const char* publicId, int) {
+    Run& run = Of(self);
+    run.Guard([&] {
+        if (run.settings.refuseDoctype) return run.Refuse("a document type declaration is not allowed");
+        if (systemId) TellExternal(run, publicId, systemId, "[dtd]");
+    });
+}
+
+void Run::Events::Entity(void* self, const char* name, int isParameter, const char*, int, const char*,
+                         const char* systemId, const char* publicId, const char* notation) {
+    Run& run = Of(self);
+    run.Guard([&] {
+        if (++run.entities > MostEntities) return run.Refuse("it declares more than 1000 entities");
+        if (notation) {
+            if (!run.settings.dtd) return;
+            run.settings.dtd->UnparsedEntityDecl(SAX::Text(name), SAX::Text(publicId), SAX::Text(systemId),
+                                                 SAX::Text(notation));
+        } else if (systemId && !isParameter) {
+            run.externalNames.emplace(systemId, SAX::Text(name));
+        }
+    });
+}
+
+void Run::Events::Notation(void* self, const char* name, const char*, const char* systemId, const char* publicId) {
+    Run& run = Of(self);
+    run.Guard([&] {
+        if (!run.settings.dtd) return;
+        run.settings.dtd->NotationDecl(SAX::Text(name), SAX::Text(publicId), SAX::Text(systemId));
+    });
+}
+
+void Run::Events::Skipped(void* self, const char* name, int isParameter) {
+    Run& run = Of(self);
+    run.Guard([&] {
+        if (!run.settings.content) return;
+        run.settings.content->SkippedEntity(isParameter ? "%" + SAX::Text(name) : SAX::Text(name));
+    });
+}
+
+// Telling the library "done" without parsing anything leaves the entity out.
+int Run::Events::External(XML_ParserStruct* parser, const char*, const char*, const char* systemId,
+                          const char* publicId) {
+    Run& run = Of(XML_GetUserData(parser));
+    run.Guard([&] {
+        const auto found = run.externalNames.find(systemId);
+        const String_t name = found == run.externalNames.end() ? String_t() : found->second;
+        TellExternal(run, publicId, systemId, name);
+    });
+    return XML_STATUS_OK;
+}
+
+}  // namespace LumPalXml::SAX
