@@ -1,0 +1,102 @@
+#include <mutex>
+
+#include "LumPalLog.h"
+#include "LumPalRuntime.h"
+#include "LumSecAuth.h"
+#include "Rights.h"
+
+namespace LumSecAuth {
+
+LUMPAL_DEFINE_EXCEPTION(NotAuthorizedException);
+
+using LumPalStr::String_t;
+
+const char* LocalAdministrator() {
+    return "local administrator";
+}
+
+bool IsReservedId(const String_t& id) {
+    // Variants in case and outer blanks are refused too: a person who reads a log takes them for the real ones.
+    String_t name(id);
+    name.Trim();
+    return name.IsEmpty() || LumPalStr::Compare(name, String_t("conf.cluster"), true) == 0 ||
+           LumPalStr::Compare(name, String_t(LocalAdministrator()), true) == 0;
+}
+
+namespace {
+
+/// What holds at one moment; replaced as a whole, so that a question never sees half an update.
+struct State {
+    Rights rights;
+    String_t coreId;
+};
+
+LumPalIo::File_t RightsFile() {
+    return LumPalIo::File_t(LumPalRuntime::Dir_t::Path(LumPalRuntime::Etc) + "authorization.ini");
+}
+
+String_t CoreId() {
+    return LumPalConfig::ConfigNamespace_t("sec.core").Open().GetValue("CORE_ID");
+}
+
+State LoadState() {
+    return State{Rights::Load(RightsFile()), CoreId()};
+}
+
+void LogFailure(const char* consequence, const LumPalMsg::Exception_t& cause) {
+    LumPalLog::Log(LumPalMsg::CreateError_t(String_t("Cannot load the rights from '%1': ") + consequence)
+                       .AddDetails(cause.GetMessageList())
+                   << RightsFile().GetAbsolutePath());
+}
+
+/// The node's own administrator and its core id hold every right on it but signing.
+unsigned Implied(const String_t& sender, const String_t& coreId) {
+    const bool own = sender == LocalAdministrator() || (!coreId.IsEmpty() && sender == coreId);
+    return own ? kAllRights & ~kSignRight : 0;
+}
+
+}  // namespace
+
+struct Authorizer::Impl {
+    std::shared_ptr<const State> Get() {
+        const std::lock_guard lock(mutex);
+        return state;
+    }
+    void Set(State next) {
+        auto shared = std::make_shared<const State>(std::move(next));
+        const std::lock_guard lock(mutex);
+        state.swap(shared);
+    }
+
+    std::mutex mutex;
+    std::shared_ptr<const State> state = std::make_shared<State>();
+};
+
+Authorizer::Authorizer() : impl(std::make_unique<Impl>()) {
+    try {
+        const String_t coreId = CoreId();
+        impl->Set(State{Rights(), coreId});
+        impl->Set(State{Rights::Load(RightsFile()), coreId});
+    } catch (const LumPalMsg::Exception_t& e) {
+        LogFailure("no sender holds any right from it.", e);
+    }
+}
+
+Authorizer::~Authorizer() = default;
+
+bool Authorizer::IsAllowed(const String_t& sender, const String_t& domain, unsigned right, int mode) {
+    if (sender.IsEmpty() || right == 0 || mode != 0) return false;
+    const std::shared_ptr<const State> state = impl->Get();
+    const unsigned held = Implied(sender, state->coreId) | state->rights.Granted(domain, sender);
+    return (held & right) == right;
+}
+
+void Authorizer::Update() {
+    try {
+        impl->Set(LoadState());
+    } catch (const LumPalMsg::Exception_t& e) {
+        LogFailure("the last good ones stay.", e);
+    }
+}
+
+}  // namespace LumSecAuth

@@ -1,0 +1,83 @@
+#include <algorithm>
+
+#include "LumPalConfig.h"
+#include "LumPalIo.h"
+#include "LumPalRuntime.h"
+#include "LumSecCore.h"
+
+namespace LumSecCore {
+
+LUMPAL_DEFINE_EXCEPTION(SecCoreException);
+LUMPAL_DEFINE_EXCEPTION(KeyStoreException);
+LUMPAL_DEFINE_EXCEPTION(EntryNotFoundException);
+LUMPAL_DEFINE_EXCEPTION(InvalidKeyException);
+LUMPAL_DEFINE_EXCEPTION(SignatureException);
+
+using LumPalIo::DirLister_t;
+using LumPalIo::File_t;
+using LumPalStr::String_t;
+
+namespace {
+
+constexpr std::size_t kLongestAlias = 200;
+
+bool IsControl(char16_t unit) {
+    return unit < 0x20 || (unit >= 0x7F && unit < 0xA0);
+}
+
+bool MayStandInName(char16_t unit) {
+    return !IsControl(unit) && unit != u'/' && unit != u'\\';
+}
+
+String_t ExistingFile(const String_t& folder, const String_t& name) {
+    const File_t file(KeyStoreDirectory() + folder, name);
+    if (!file.Exists())
+        throw KeyStoreException(LumPalMsg::CreateError_t("A certificate is said to be installed, but '%1' is missing.")
+                                << file.GetAbsolutePath());
+    return file.ToString();
+}
+
+std::vector<String_t> TrustedFiles() {
+    std::vector<String_t> paths;
+    const File_t folder(KeyStoreDirectory() + "trusted");
+    if (!folder.IsDirectory()) return paths;
+    DirLister_t lister(folder, DirLister_t::Filter_t::Suffix(".pem"));
+    while (lister.Next()) paths.push_back(lister.GetCurrentFile().ToString());
+    std::sort(paths.begin(), paths.end());
+    return paths;
+}
+
+void RequireAlias(const String_t& coreId) {
+    if (!IsAlias(coreId))
+        throw KeyStoreException(
+            LumPalMsg::CreateError_t(
+                "A certificate is said to be installed, but CORE_ID '%1' in 'sec.core' names no key store entry.")
+            << coreId);
+}
+
+}  // namespace
+
+bool IsAlias(const String_t& name) {
+    const std::u16string_view units = name.View();
+    if (units.empty() || units == u"." || units == u"..") return false;
+    return std::all_of(units.begin(), units.end(), MayStandInName) && name.ToUtf8().size() <= kLongestAlias;
+}
+
+String_t KeyStoreDirectory() {
+    return LumPalRuntime::Dir_t::Path(LumPalRuntime::Etc, "keystore");
+}
+
+NodeIdentity NodeIdentity::Load() {
+    NodeIdentity identity;
+    identity.coreId = LumPalConfig::ConfigNamespace_t("sec.core").Open().GetValue("CORE_ID");
+    identity.certificateInstalled =
+        LumPalConfig::ConfigNamespace_t("sec.cm.certificates").Open().GetBool("CERT_INSTALLED");
+    if (!identity.certificateInstalled) return identity;
+    RequireAlias(identity.coreId);
+    identity.certificatePath = ExistingFile("own", identity.coreId + ".pem");
+    identity.keyPath = ExistingFile("own", identity.coreId + ".key");
+    identity.trustedPaths = TrustedFiles();
+    return identity;
+}
+
+}  // namespace LumSecCore

@@ -1,0 +1,120 @@
+#include "TlsIdentity.h"
+
+#include <openssl/err.h>
+#include <openssl/ssl.h>
+#include <openssl/x509.h>
+
+#include <algorithm>
+#include <memory>
+
+#include "LumSecAuth.h"
+
+namespace LumSecCore {
+
+using LumPalStr::String_t;
+
+namespace {
+
+constexpr std::size_t kLongestId = 255;
+constexpr int kDeepestChain = 8;
+/// For TLS 1.2; those of TLS 1.3 are all as strong.
+constexpr const char* kCiphers = "ECDHE+AESGCM:ECDHE+CHACHA20:!aNULL";
+constexpr unsigned char kSessionContext[] = "lum";
+
+String_t LastReason() {
+    char text[256] = "";
+    ERR_error_string_n(ERR_peek_last_error(), text, sizeof text);
+    ERR_clear_error();
+    return String_t::FromUtf8(text);
+}
+
+void Require(bool success, const char* what, const String_t& path) {
+    if (success) return;
+    throw KeyStoreException(LumPalMsg::CreateError_t(String_t(what) + " '%1' cannot be used: %2.")
+                            << path << LastReason());
+}
+
+void SetProtocol(ssl_ctx_st* context) {
+    SSL_CTX_set_min_proto_version(context, TLS1_2_VERSION);
+    SSL_CTX_set_cipher_list(context, kCiphers);
+    SSL_CTX_set_options(
+        context, SSL_OP_NO_RENEGOTIATION | SSL_OP_NO_COMPRESSION | SSL_OP_CIPHER_SERVER_PREFERENCE | SSL_OP_NO_TICKET);
+    SSL_CTX_set_mode(context,
+                     SSL_MODE_RELEASE_BUFFERS | SSL_MODE_ENABLE_PARTIAL_WRITE | SSL_MODE_ACCEPT_MOVING_WRITE_BUFFER);
+    // A resumed session would carry a certificate past its end, and past the trust in it.
+    SSL_CTX_set_session_cache_mode(context, SSL_SESS_CACHE_OFF);
+    SSL_CTX_set_num_tickets(context, 0);
+    SSL_CTX_set_session_id_context(context, kSessionContext, sizeof kSessionContext - 1);
+}
+
+void SetOwn(ssl_ctx_st* context, const NodeIdentity& identity) {
+    const std::string certificate = identity.certificatePath.ToUtf8(), key = identity.keyPath.ToUtf8();
+    Require(SSL_CTX_use_certificate_chain_file(context, certificate.c_str()) == 1, "The certificate",
+            identity.certificatePath);
+    Require(SSL_CTX_use_PrivateKey_file(context, key.c_str(), SSL_FILETYPE_PEM) == 1, "The key", identity.keyPath);
+    Require(SSL_CTX_check_private_key(context) == 1, "The key", identity.keyPath);
+}
+
+void SetTrusted(ssl_ctx_st* context, const NodeIdentity& identity) {
+    X509_STORE* store = SSL_CTX_get_cert_store(context);
+    // What lies in the folder is trusted by itself: an issuer need not be a root.
+    X509_STORE_set_flags(store, X509_V_FLAG_PARTIAL_CHAIN);
+    for (const String_t& path : identity.trustedPaths) {
+        const std::string name = path.ToUtf8();
+        Require(X509_STORE_load_file(store, name.c_str()) == 1, "The trusted certificate", path);
+    }
+    SSL_CTX_set_verify(context, SSL_VERIFY_PEER, nullptr);
+    SSL_CTX_set_verify_depth(context, kDeepestChain);
+}
+
+bool IsControl(unsigned char byte) {
+    return byte < 0x20 || byte == 0x7F;
+}
+
+/// C1 control characters (U+0080 to U+009F) are C2 80 to C2 9F in UTF-8.
+bool HoldsControl(const std::string& utf8) {
+    if (std::any_of(utf8.begin(), utf8.end(), IsControl)) return true;
+    for (std::size_t at = utf8.find('\xC2'); at != std::string::npos; at = utf8.find('\xC2', at + 1))
+        if (at + 1 < utf8.size() && static_cast<unsigned char>(utf8[at + 1]) < 0xA0) return true;
+    return false;
+}
+
+/// Empty unless the subject has exactly one common name that converts.
+std::string OnlyCommonName(const x509_st* certificate) {
+    const X509_NAME* subject = X509_get_subject_name(certificate);
+    const int first = X509_NAME_get_index_by_NID(subject, NID_commonName, -1);
+    if (first < 0 || X509_NAME_get_index_by_NID(subject, NID_commonName, first) >= 0) return {};
+    unsigned char* bytes = nullptr;
+    const int length = ASN1_STRING_to_UTF8(&bytes, X509_NAME_ENTRY_get_data(X509_NAME_get_entry(subject, first)));
+    if (length < 0) ERR_clear_error();
+    std::string name(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(std::max(length, 0)));
+    OPENSSL_free(bytes);
+    return name;
+}
+
+const char* WhyNoId(const std::string& name) {
+    if (name.empty()) return "the subject does not hold exactly one readable common name";
+    if (HoldsControl(name)) return "the common name holds a control character";
+    if (name.size() > kLongestId) return "the common name is too long";
+    const String_t text = String_t::FromUtf8(name);
+    if (text.ToUtf8() != name) return "the common name is no valid UTF-8";
+    return LumSecAuth::IsReservedId(text) ? "the common name is reserved" : nullptr;
+}
+
+}  // namespace
+
+void ConfigureServer(ssl_ctx_st* context, const NodeIdentity& identity) {
+    ERR_clear_error();
+    SetProtocol(context);
+    SetOwn(context, identity);
+    SetTrusted(context, identity);
+}
+
+std::string SenderId(const x509_st* certificate, std::string& refusal) {
+    std::string name = OnlyCommonName(certificate);
+    const char* why = WhyNoId(name);
+    refusal = why ? why : "";
+    return why ? std::string() : name;
+}
+
+}  // namespace LumSecCore

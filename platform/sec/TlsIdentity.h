@@ -1,0 +1,26 @@
+/// @file
+/// The node's identity on a TLS connection, and the name of the peer.
+#pragma once
+
+#include <string>
+
+#include "LumSecCore.h"
+
+// The library's own names for SSL_CTX and X509, so that none of its headers shows here.
+struct ssl_ctx_st;
+struct x509_st;
+
+namespace LumSecCore {
+
+/// Makes a context a server's: TLS 1.2 or newer, forward-secret ciphers, no renegotiation, compression or
+/// resumption; the node's certificate and key; a client's certificate is asked for, not demanded, and one that
+/// no trusted certificate vouches for ends the handshake.
+/// @throws KeyStoreException naming the file that cannot be used
+void ConfigureServer(ssl_ctx_st* context, const NodeIdentity& identity);
+
+/// The subject common name as UTF-8: empty when there is not exactly one, when it holds a control character or
+/// NUL, is longer than 255 bytes, or is reserved (LumSecAuth::IsReservedId).
+/// @param refusal  why the name is empty, for a log
+std::string SenderId(const x509_st* certificate, std::string& refusal);
+
+}  // namespace LumSecCore

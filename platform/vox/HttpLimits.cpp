@@ -1,0 +1,86 @@
+#include "HttpLimits.h"
+
+#include <boost/asio/ip/address.hpp>
+#include <charconv>
+#include <optional>
+
+#include "LocalSecret.h"
+#include "LumPalLog.h"
+
+namespace LumVoxMsg {
+
+using LumPalConfig::Configuration_t;
+using LumPalStr::String_t;
+
+namespace {
+
+std::optional<std::uint64_t> ToNumber(const String_t& text) {
+    const std::string digits = text.ToUtf8();
+    std::uint64_t value = 0;
+    const char* end = digits.data() + digits.size();
+    const auto result = std::from_chars(digits.data(), end, value);
+    return result.ec == std::errc() && result.ptr == end && !digits.empty() ? std::optional(value) : std::nullopt;
+}
+
+void Warn(const Configuration_t& configuration, const char* key, const String_t& text, const String_t& taken) {
+    LumPalLog::Log(LumPalMsg::CreateWarn_t("'%1' is no value for '%2' in '%3'; '%4' is taken.")
+                   << text << key << configuration.GetNamespace() << taken);
+}
+
+/// The key's value, or the default with a warning when it is no number in the bounds.
+std::uint64_t Number(const Configuration_t& configuration, const char* key, std::uint64_t least, std::uint64_t most,
+                     std::uint64_t standard) {
+    if (!configuration.HasAttr(key)) return standard;
+    String_t text = configuration.GetValue(key);
+    const std::optional<std::uint64_t> value = ToNumber(text.Trim());
+    if (value && *value >= least && *value <= most) return *value;
+    Warn(configuration, key, text, LumPalStr::NumToStr(static_cast<unsigned long long>(standard)));
+    return standard;
+}
+
+void Count(const Configuration_t& configuration, const char* key, unsigned least, unsigned most, unsigned& target) {
+    target = static_cast<unsigned>(Number(configuration, key, least, most, target));
+}
+
+void Bytes(const Configuration_t& configuration, const char* key, std::uint64_t least, std::uint64_t most,
+           std::uint64_t& target) {
+    target = Number(configuration, key, least, most, target);
+}
+
+void Time(const Configuration_t& configuration, const char* key, std::chrono::milliseconds& target) {
+    target =
+        std::chrono::milliseconds(Number(configuration, key, 100, 3600000, static_cast<std::uint64_t>(target.count())));
+}
+
+String_t Address(const Configuration_t& configuration) {
+    String_t text = configuration.GetValue("BIND_ADDRESS");
+    boost::system::error_code error;
+    if (!text.Trim().IsEmpty()) boost::asio::ip::make_address(text.ToUtf8(), error);
+    if (!error) return text;
+    Warn(configuration, "BIND_ADDRESS", text, kLoopbackAddress);
+    return kLoopbackAddress;
+}
+
+}  // namespace
+
+HttpLimits HttpLimits::Load(const Configuration_t& configuration) {
+    HttpLimits limits;
+    Count(configuration, "SERVER_PORT", 0, 65535, limits.port);
+    limits.bindAddress = Address(configuration);
+    Count(configuration, "IO_THREADS", 1, 64, limits.ioThreads);
+    Count(configuration, "WORKER_THREADS", 1, 256, limits.workerThreads);
+    Bytes(configuration, "HEADER_LIMIT", 1024, 1u << 20, limits.headerBytes);
+    Bytes(configuration, "BODY_LIMIT", 1024, (1u << 31) - 1, limits.bodyBytes);
+    Bytes(configuration, "BODY_TOTAL_LIMIT", 1u << 20, std::uint64_t{1} << 40, limits.allBodiesBytes);
+    Count(configuration, "MAX_CONNECTIONS", 1, 1000000, limits.connections);
+    Time(configuration, "HANDSHAKE_TIMEOUT", limits.handshakeTime);
+    Time(configuration, "HEADER_TIMEOUT", limits.headerTime);
+    Time(configuration, "BODY_TIMEOUT", limits.bodyTime);
+    Time(configuration, "IDLE_TIMEOUT", limits.idleTime);
+    Time(configuration, "WRITE_TIMEOUT", limits.writeTime);
+    Time(configuration, "CLOSE_TIMEOUT", limits.closeTime);
+    Bytes(configuration, "MIN_RATE", 1, 1u << 30, limits.bytesPerSecond);
+    return limits;
+}
+
+}  // namespace LumVoxMsg

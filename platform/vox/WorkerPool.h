@@ -1,0 +1,42 @@
+/// @file
+/// Threads that serve one handler's requests, so that no other handler's work can occupy them.
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace LumVoxMsg {
+
+/// Runs tasks in order of their arrival, on at most a given number of threads that start when they are needed.
+/// Any thread may submit.
+class WorkerPool {
+public:
+    explicit WorkerPool(unsigned mostThreads) : mostThreads(mostThreads) {}
+    WorkerPool(const WorkerPool&) = delete;
+    WorkerPool& operator=(const WorkerPool&) = delete;
+    ~WorkerPool() { Stop(); }
+    /// @param task  must not throw
+    /// @return false, and the task dropped, after Stop
+    bool Submit(std::function<void()> task);
+    /// Drops what has not begun and waits for what has. Not from a task. A second call does nothing.
+    void Stop();
+
+private:
+    void Run();
+    /// False when stopped.
+    bool Take(std::function<void()>& task);
+
+    const unsigned mostThreads;
+    std::mutex mutex;  ///< guards all below
+    std::condition_variable changed;
+    std::deque<std::function<void()>> waiting;
+    std::vector<std::thread> threads;
+    unsigned idle = 0;
+    bool stopped = false;
+};
+
+}  // namespace LumVoxMsg
