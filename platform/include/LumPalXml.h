@@ -195,9 +195,16 @@ public:
             indent = blanks;
             return *this;
         }
+        /// true: Data replaces what XML cannot carry as Clean does, instead of refusing it (for answers,
+        /// which must always arrive). Default false.
+        Options_t& CleanTexts(bool value) {
+            cleanTexts = value;
+            return *this;
+        }
         LumPalCodeset::Codeset_t encoding;
         int indent = 2;
         bool declaration = true;
+        bool cleanTexts = false;
     };
     XmlWriter_t() = default;
     explicit XmlWriter_t(const LumPalIo::OutputStream_t& stream);

@@ -21,7 +21,8 @@ LUMPAL_DECLARE_EXCEPTION(LUMPAL_API, SOAPFaultException, LumPalMsg::RuntimeExcep
 LUMPAL_DECLARE_EXCEPTION(LUMPAL_API, SOAPFormatException, LumPalMsg::RuntimeException_t);
 
 /// An element that takes parse events. The reader keeps a stack: the element that StartElement
-/// returns takes the events up to and including the matching EndElement; a null result drops them.
+/// returns takes the events up to and including the matching EndElement; a null result drops them
+/// (the whole subtree), unless the element says that it refuses what it does not know.
 class LUMPAL_API SOAPElement {
 public:
     explicit SOAPElement(const LumPalStr::String_t& name);
@@ -43,6 +44,8 @@ public:
     /// Base: does nothing.
     virtual void EndElement(const LumPalStr::String_t& prefix, const LumPalStr::String_t& localName,
                             const LumPalStr::String_t& namespaceUri);
+    /// Whether a null result of StartElement makes the whole message malformed. Base: false.
+    virtual bool RefusesUnknown() const { return false; }
 
 protected:
     LumPalStr::String_t characters;
@@ -51,7 +54,8 @@ private:
     LumPalStr::String_t name, prefix, namespaceUri;
 };
 
-/// One argument of a call or of a response.
+/// One argument of a call or of a response. A request's texts must be what XML can carry
+/// (else writing throws LumPalMsg::IllegalArgumentError_t); a response's are cleaned.
 class LUMPAL_API SOAPArg : public SOAPElement {
 public:
     explicit SOAPArg(const LumPalStr::String_t& name);
@@ -66,10 +70,18 @@ public:
     bool HasArrived() const noexcept { return arrived; }
     SOAPElement* StartElement(const LumPalStr::String_t& prefix, const LumPalStr::String_t& localName,
                               const LumPalStr::String_t& namespaceUri) override;
+    /// As the base; the argument is closed until the next StartElement.
+    void EndElement(const LumPalStr::String_t& prefix, const LumPalStr::String_t& localName,
+                    const LumPalStr::String_t& namespaceUri) override;
+
+protected:
+    /// For an argument without elements inside: throws SOAPFormatException when it is open.
+    void RefuseWhenOpen(const LumPalStr::String_t& localName) const;
 
 private:
     bool typeAttribute = false;
     bool arrived = false;
+    bool open = false;
 };
 
 /// An integer. As a result argument it stores into the given int when the element ends;
@@ -84,6 +96,9 @@ public:
     static int UnicodeToInt(const LumPalStr::String_t& text);
     void WriteContent(LumPalXml::XmlWriter_t& writer) const override;
     LumPalStr::String_t GetTypeName() const override;
+    /// @throws SOAPFormatException for an element inside
+    SOAPElement* StartElement(const LumPalStr::String_t& prefix, const LumPalStr::String_t& localName,
+                              const LumPalStr::String_t& namespaceUri) override;
     void EndElement(const LumPalStr::String_t& prefix, const LumPalStr::String_t& localName,
                     const LumPalStr::String_t& namespaceUri) override;
 
@@ -115,6 +130,9 @@ public:
     const LumPalStr::String_t& GetValue() const noexcept { return value; }
     void WriteContent(LumPalXml::XmlWriter_t& writer) const override;
     LumPalStr::String_t GetTypeName() const override;
+    /// @throws SOAPFormatException for an element inside
+    SOAPElement* StartElement(const LumPalStr::String_t& prefix, const LumPalStr::String_t& localName,
+                              const LumPalStr::String_t& namespaceUri) override;
     void EndElement(const LumPalStr::String_t& prefix, const LumPalStr::String_t& localName,
                     const LumPalStr::String_t& namespaceUri) override;
 
@@ -154,14 +172,21 @@ public:
     void SetMethod(const LumPalStr::String_t& name);
     const LumPalStr::String_t& GetMethod() const noexcept { return method; }
     void SetArgs(int count, SOAPArg* const* arguments);
-    /// Writes the envelope.
+    /// Writes the envelope in UTF-8.
+    /// @throws LumPalMsg::IllegalArgumentError_t for a method or argument name that is no XML name,
+    ///         and for a text that XML cannot carry
     void Write(LumPalIo::OutputStream_t& stream) const;
-    /// Reads an envelope: refuses a DOCTYPE, a body with other than one child, depth over 1000.
+    /// As Write, but replaces in texts what XML cannot carry: for answers, which must always arrive.
+    void WriteCleaned(LumPalIo::OutputStream_t& stream) const;
+    /// Reads an envelope: refuses a DOCTYPE, a processing instruction, a body with other than one child,
+    /// depth over 1000, a header entry that must be understood, an argument that comes twice.
     /// Each child of the method element goes to the argument of that name (an unknown one is skipped).
+    /// Prefixes do not matter, nor the namespaces of method and arguments. Sets the method.
     /// @throws SOAPFaultException, SOAPFormatException, LumPalXml::SAX::SAXParseException_t
     void Read(LumPalIo::InputStream_t stream, int count, SOAPArg* const* arguments);
 
 private:
+    void WriteWith(LumPalIo::OutputStream_t& stream, bool cleaned) const;
     LumPalStr::String_t method;
     std::vector<SOAPArg*> arguments;
 };
