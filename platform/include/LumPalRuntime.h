@@ -16,7 +16,8 @@ public:
     /// a null or empty sub-path gives the directory itself. Nothing is created.
     /// @throws LumPalMsg::IllegalArgumentError_t for an unknown kind.
     static LumPalStr::String_t Path(int kind, const LumPalStr::String_t& subPath = LumPalStr::String_t::Null());
-    /// Sets the root for this process (the daemon's --root); before any other use of the library.
+    /// Sets the root for this process (the daemon's --root); before any other use of the library. Tests
+    /// call it again for a root of their own; an empty root returns to the environment's.
     static void SetRoot(const LumPalStr::String_t& root);
 };
 
@@ -26,7 +27,9 @@ public:
     static void Init(int argc, const char* const* argv);
     /// File name of the running program.
     static LumPalStr::String_t GetName();
+    /// Number of arguments, the program's name counted.
     static int GetArgCount();
+    /// Argument 0 is the program as it was called.
     /// @throws LumPalMsg::IllegalArgumentError_t for an index that is not there.
     static LumPalStr::String_t GetArg(int index);
 };

@@ -15,7 +15,8 @@ namespace LumPalStr {
 /// "Nothing found", and "the rest of the string" where a length is asked for.
 inline constexpr std::uint32_t NotFound = 0xFFFFFFFFu;
 
-/// Multi-byte encodings. The first one is the encoding of the process's locale.
+/// Multi-byte encodings. The first one is the encoding of the process's locale; in the "C" locale,
+/// which names none, it is UTF-8, as file names are.
 enum class Encoding_e { Local = 0, Ascii, Latin1, Utf8 };
 
 /// One UTF-16 unit.
@@ -34,8 +35,10 @@ private:
 /// A value: copies are independent, though they share their buffer until one of them changes
 /// (the count is atomic, so copies may live in different threads). Positions and lengths count
 /// UTF-16 units. Narrow texts are ASCII literals; text from outside enters by FromUtf8.
-/// A null string has length 0 and behaves as an empty one in every operation.
+/// A null string has length 0 and behaves as an empty one in every operation; cuts and copies of a
+/// null string are null, and adding an empty text to it leaves it null.
 /// One object may not be changed by one thread while another uses it.
+/// A text holds at most 0xFFFFFFFE units: a longer one raises LumPalMsg::IllegalArgumentError_t.
 class LUMPAL_API String_t {
 public:
     String_t() noexcept;
@@ -43,12 +46,13 @@ public:
     String_t(String_t&& other) noexcept;
     String_t(UTF16CodePoint_t unit);
     String_t(char16_t unit);
-    /// ASCII text; a null pointer gives the null string.
+    /// ASCII text; any other byte becomes U+FFFD, a null pointer gives the null string.
     String_t(const char* ascii);
     /// Terminated UTF-16 text; a null pointer gives the null string.
     String_t(const char16_t* text);
     String_t(const char16_t* text, std::uint32_t length);
-    /// UTF-32 (or UTF-16 on Windows) text; a null pointer gives the null string.
+    /// UTF-32 (or UTF-16 on Windows) text; a value that is no character becomes U+FFFD, a null pointer
+    /// gives the null string.
     String_t(const wchar_t* text);
     ~String_t();
     String_t& operator=(const String_t& other) noexcept;
@@ -79,7 +83,8 @@ public:
     String_t Mid(std::uint32_t start, std::uint32_t end = NotFound) const;
 
     /// First position at or behind start where text occurs inside the next `length` units.
-    /// @param ignoreCase  compare without regard to case
+    /// An empty text occurs everywhere up to the end.
+    /// @param ignoreCase  compare without regard to case, by Unicode's simple case folding
     /// @return the position, or NotFound
     std::uint32_t Find(const String_t& text, std::uint32_t start = 0, std::uint32_t length = NotFound,
                        bool ignoreCase = false) const;
@@ -91,6 +96,7 @@ public:
                             bool ignoreCase = false) const;
 
     /// Replaces n units at start by text (n is cut to the length).
+    /// @throws LumPalMsg::IllegalArgumentError_t when start lies behind the end.
     String_t& Replace(std::uint32_t start, std::uint32_t n, const String_t& text);
     String_t& Append(const String_t& text);
     String_t& Append(const char16_t* text, std::uint32_t length);
@@ -98,6 +104,8 @@ public:
     String_t& operator+=(const char* ascii);
     String_t& operator+=(const char16_t* text);
     String_t& operator+=(UTF16CodePoint_t unit);
+    /// Takes memory for a text of so many units ahead; the text stays, but a null string becomes empty.
+    void Reserve(std::uint32_t units);
     /// Makes the text empty (not null).
     void Clear();
     /// Takes white space (blank, tab, CR, LF, VT, FF and Unicode White_Space) off both ends.
@@ -117,6 +125,10 @@ public:
     struct Rep;
 
 private:
+    explicit String_t(Rep* owned) noexcept;
+    /// Makes the text `extra` units longer; returns where they are to be written.
+    char16_t* Extend(std::uint32_t extra);
+
     Rep* rep;
 };
 
@@ -162,7 +174,8 @@ LUMPAL_API String_t operator+(const String_t& a, const char16_t* b);
 LUMPAL_API String_t operator+(const char* a, const String_t& b);
 LUMPAL_API String_t operator+(const char16_t* a, const String_t& b);
 
-/// Three-way comparison: below 0, 0 or above 0. Null pointers count as empty texts.
+/// Three-way comparison by UTF-16 unit: below 0, 0 or above 0. Null pointers count as empty texts.
+/// @param ignoreCase  compares the units after Unicode's simple case folding, the same in every locale
 LUMPAL_API int Compare(const char16_t* a, const char16_t* b, bool ignoreCase = false);
 LUMPAL_API int Compare(const char16_t* a, std::uint32_t lengthA, const char16_t* b, std::uint32_t lengthB,
                        bool ignoreCase = false);
@@ -178,7 +191,8 @@ LUMPAL_API String_t NumToStr(unsigned long long value);
 /// UTF-8, for gtest and debugging.
 LUMPAL_API std::ostream& operator<<(std::ostream& out, const String_t& text);
 
-/// A multi-byte copy of a text. What the encoding cannot carry becomes "?".
+/// A multi-byte copy of a text. What the encoding cannot carry becomes "?"; a malformed sequence of the
+/// source becomes U+FFFD. A null text gives an empty one.
 class LUMPAL_API MBS_t {
 public:
     explicit MBS_t(const String_t& text, Encoding_e encoding = Encoding_e::Local);

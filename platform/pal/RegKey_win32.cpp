@@ -1,0 +1,11 @@
+#include <windows.h>
+
+#include "LumPalPtr.h"
+
+namespace LumPalPtr {
+
+AutoWin32RegKeyHandle_t::~AutoWin32RegKeyHandle_t() {
+    if (key) RegCloseKey(static_cast<HKEY>(key));
+}
+
+}  // namespace LumPalPtr

@@ -1,0 +1,101 @@
+#include "LumPalRuntime.h"
+
+#include <cstdlib>
+#include <mutex>
+#include <vector>
+
+#include "LumPalIo.h"
+#include "LumPalMsg.h"
+
+namespace LumPalRuntime {
+namespace {
+
+using LumPalStr::String_t;
+
+constexpr const char* DefaultRoot = "/var/opt/lum";
+constexpr const char* DefaultName = "lum";
+
+struct KindName {
+    int kind;
+    const char* name;
+};
+
+constexpr KindName KindNames[] = {{Root, ""},       {Etc, "etc/"},           {Spool, "spool/"},
+                                  {LogDir, "log/"}, {Policies, "policies/"}, {Temp, "tmp/"}};
+
+std::mutex& RootMutex() {
+    static auto* mutex = new std::mutex;
+    return *mutex;
+}
+
+/// Guarded by RootMutex; null until it is known.
+String_t& RootLocked() {
+    static auto* root = new String_t(String_t::Null());
+    return *root;
+}
+
+String_t RootFromEnvironment() {
+    const char* root = std::getenv("LUM_ROOT");
+    return root && *root ? String_t::FromUtf8(root) : String_t(DefaultRoot);
+}
+
+String_t GetRoot() {
+    const std::lock_guard lock(RootMutex());
+    if (RootLocked().IsNull()) RootLocked() = RootFromEnvironment();
+    return RootLocked();
+}
+
+bool EndsInSeparator(const String_t& path) {
+    return path.IsNotEmpty() && path.LastChar() == LumPalIo::File_t::Separator().LastChar();
+}
+
+String_t WithSeparator(const String_t& path) {
+    return EndsInSeparator(path) ? path : path + LumPalIo::File_t::Separator();
+}
+
+String_t NameOf(int kind) {
+    for (const auto& row : KindNames) {
+        if (row.kind == kind) return row.name;
+    }
+    throw LumPalMsg::IllegalArgumentError_t(LumPalMsg::CreateError_t("There is no directory of the kind %1.") << kind);
+}
+
+/// Set once by main; never destroyed, since other threads may still ask at the end of the process.
+std::vector<String_t>& Arguments() {
+    static auto* arguments = new std::vector<String_t>;
+    return *arguments;
+}
+
+}  // namespace
+
+String_t Dir_t::Path(int kind, const String_t& subPath) {
+    const String_t directory = WithSeparator(GetRoot()) + NameOf(kind);
+    return subPath.IsEmpty() ? directory : WithSeparator(directory + subPath);
+}
+
+void Dir_t::SetRoot(const String_t& root) {
+    const std::lock_guard lock(RootMutex());
+    RootLocked() = root.IsEmpty() ? String_t::Null() : root;
+}
+
+void App_t::Init(int argc, const char* const* argv) {
+    Arguments().clear();
+    for (int i = 0; i < argc; ++i) Arguments().push_back(String_t::FromUtf8(argv[i]));
+}
+
+String_t App_t::GetName() {
+    return Arguments().empty() ? String_t(DefaultName) : LumPalIo::File_t(Arguments().front()).GetName();
+}
+
+int App_t::GetArgCount() {
+    return static_cast<int>(Arguments().size());
+}
+
+String_t App_t::GetArg(int index) {
+    if (index < 0 || index >= GetArgCount()) {
+        throw LumPalMsg::IllegalArgumentError_t(LumPalMsg::CreateError_t("There is no argument %1.") << index);
+    }
+    return Arguments()[static_cast<std::size_t>(index)];
+}
+
+}  // namespace LumPalRuntime
