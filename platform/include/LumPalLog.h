@@ -10,26 +10,38 @@
 
 namespace LumPalLog {
 
-/// Options of a log and of a write.
+/// Options of a log (Rotate, PrivateMode; 20 is both) and of a write (AppLog).
 enum LogOptions_e : unsigned {
     None = 0,
-    Rotate = 4,        ///< rotate by size
-    PrivateMode = 16,  ///< readable by the owner and group alone
-    AppLog = 128       ///< a write to the application log: with details of every level
+    Rotate = 4,        ///< a file of 10 MiB becomes NAME.1, that one NAME.2 and so on to NAME.5; else it grows
+    PrivateMode = 16,  ///< readable by the owner and group alone (0640); else by everybody (0644)
+    AppLog = 128       ///< a write with details of every level below the message, indented, each on its own line
 };
 
-/// One line per message: local time (ISO 8601), severity, text; control characters are escaped,
-/// each line is appended in one write. Any thread. A handle; undefined when it could not be opened.
+/// One line per message: local time (ISO 8601), severity, text, and, without option AppLog, the
+/// details of every level behind it, each after " | ":
+///
+///     2024-02-29T08:05:01.250+01:00 WARNING The outer text. | Why it is so.
+///
+/// A message without severity shows "-". Control characters (C0, DEL, C1), line and paragraph
+/// separators and bidirectional controls of a text are escaped as \xNN and \uNNNN, so that no
+/// name forges a line. Each message is appended in one write. Nothing is thrown for a line that
+/// cannot be written: that is said in the application log. A file that was taken away or renamed
+/// by somebody else is made again.
+/// Any thread. A handle; undefined when it could not be opened, and then writes nothing.
 class LUMPAL_API Log_t {
 public:
     Log_t();
-    /// Opens `directory`/`name` for appending. A failure leaves the log undefined and is said in the application log.
+    /// Opens `directory`/`name` for appending; a directory that is not there is made. A failure, and
+    /// anything there that is no regular file, leaves the log undefined and is said in the application log.
+    /// @param component  who writes: named in what the application log says about this log
     Log_t(const LumPalStr::String_t& directory, const LumPalStr::String_t& name, const LumPalStr::String_t& component,
           unsigned options);
     bool IsDefined() const noexcept;
     void Write(const LumPalMsg::MessageList_t& messages, unsigned options);
 
-    struct Impl;
+    /// Implemented by each kind of log.
+    class Impl;
     explicit Log_t(std::shared_ptr<Impl> impl);
 
 private:
@@ -38,6 +50,8 @@ private:
 
 /// The process's log: standard error, and a rotated file once SetApplicationLogFile was called.
 LUMPAL_API Log_t& GetApplicationLog();
+/// Adds the file (10 MiB, 5 older ones beside it, 0640), in place of the one set before; a null or
+/// empty path takes it away. A file that cannot be opened is said on standard error.
 LUMPAL_API void SetApplicationLogFile(const LumPalStr::String_t& path);
 /// Writes to the application log with option 128.
 LUMPAL_API void Log(const LumPalMsg::MessageList_t& messages);

@@ -1,5 +1,9 @@
 /// @file
 /// Tracing: off unless somebody listens (LUM_TRACE in the environment, or a listener of a test).
+///
+/// LUM_TRACE names components, each with the highest level wanted, and is read once, at the first
+/// trace: "conf.policy:3,conf.message". Without a level every level is meant, "*" is every
+/// component. The lines go to standard error, one write each, control characters escaped.
 #pragma once
 
 #include <atomic>
@@ -10,9 +14,10 @@
 
 namespace LumPalTrc {
 
-/// Receives trace lines of every component; called on the tracing thread.
+/// Receives trace lines of every component and level; called on the tracing thread, one call at a
+/// time. It must not wait for a lock under which somebody traces; what it traces itself is dropped.
 using Listener_t = std::function<void(const char* component, int level, const LumPalStr::String_t& text)>;
-/// Adds a listener; it is removed when the returned object goes.
+/// Adds a listener; it is removed when the object goes, which waits for a call in flight.
 class LUMPAL_API ScopedListener_t {
 public:
     explicit ScopedListener_t(Listener_t listener);
@@ -27,19 +32,35 @@ private:
 /// One trace component at one level (2: steps, 3: blocks). Constant after construction; any thread.
 class LUMPAL_API TraceObj_t {
 public:
-    TraceObj_t(const char* component, int level);
+    /// @param component  a literal: it is not copied
+    constexpr TraceObj_t(const char* component, int level) noexcept : component(component), level(level) {}
     /// Whether somebody listens: the condition under which a text is worth building.
-    bool IsOn() const noexcept;
+    /// One relaxed load when nobody listens to anything.
+    bool IsOn() const noexcept { return IsOn(level); }
+    /// The same for another level of the component.
+    bool IsOn(int otherLevel) const noexcept {
+        return listening.load(std::memory_order_relaxed) != 0 && IsListened(otherLevel);
+    }
+    /// Hands the line to whoever listens; nothing when nobody does.
+    /// @param flags  none are defined: 0
     void DoTrace(unsigned flags, const LumPalStr::String_t& text, const char* file, int line) const;
     const char* GetComponent() const noexcept { return component; }
     int GetLevel() const noexcept { return level; }
 
 private:
+    friend class BlockTrace_t;
+    friend class ScopedListener_t;
+    static void AddListener(int count) noexcept;
+    bool IsListened(int level) const noexcept;
+    void Send(int level, const LumPalStr::String_t& text, const char* file, int line) const;
+
+    /// 0 when nobody listens to anything.
+    static std::atomic<unsigned> listening;
     const char* component;
     int level;
 };
 
-/// Marks entry and exit of a scope.
+/// Marks entry ("> text") and exit ("< text") of a scope, at the level given here.
 class LUMPAL_API BlockTrace_t {
 public:
     BlockTrace_t(const TraceObj_t& object, const char* text, int level, const char* file, int line);
@@ -50,6 +71,7 @@ public:
 private:
     const TraceObj_t& object;
     const char* text;
+    int level;
     const char* file;
     int line;
     bool entered;

@@ -1,0 +1,75 @@
+#include "AppendFile_posix.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <utility>
+
+#include "LumPalIo.h"
+#include "SystemError.h"
+
+namespace LumPalLog {
+
+using LumPalStr::String_t;
+
+AppendFile::~AppendFile() {
+    Close();
+}
+
+void AppendFile::Close() noexcept {
+    if (descriptor >= 0) close(std::exchange(descriptor, -1));
+}
+
+void AppendFile::Open() {
+    Close();
+    // Without waiting: a pipe that stands there must not hold the caller.
+    descriptor = open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY | O_NONBLOCK,
+                      static_cast<mode_t>(limits.mode));
+    const String_t subject = String_t::FromUtf8(path);
+    if (descriptor < 0) LumPal::ThrowSystemError("The log file '%1' could not be opened: %2.", subject);
+    struct stat status {};
+    if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) return;
+    Close();
+    throw LumPalIo::IOException_t(LumPalMsg::CreateError_t("The log '%1' is no regular file.") << subject);
+}
+
+bool AppendFile::IsStillThere() const {
+    struct stat named {
+    }, open{};
+    return descriptor >= 0 && lstat(path.c_str(), &named) == 0 && fstat(descriptor, &open) == 0 &&
+           named.st_dev == open.st_dev && named.st_ino == open.st_ino;
+}
+
+bool AppendFile::IsFullFor(std::size_t more) const {
+    struct stat status {};
+    if (limits.maxBytes == 0 || fstat(descriptor, &status) != 0 || status.st_size == 0) return false;
+    return static_cast<std::size_t>(status.st_size) + more > limits.maxBytes;
+}
+
+bool AppendFile::Rotate() {
+    const auto old = [this](unsigned number) { return path + "." + std::to_string(number); };
+    for (unsigned number = limits.oldFiles; number > 1; --number) {
+        std::rename(old(number - 1).c_str(), old(number).c_str());  // not there yet: nothing to keep
+    }
+    return limits.oldFiles > 0 ? std::rename(path.c_str(), old(1).c_str()) == 0 : unlink(path.c_str()) == 0;
+}
+
+void AppendFile::Append(const std::string& bytes) {
+    if (!IsStillThere()) Open();
+    if (IsFullFor(bytes.size()) && Rotate()) Open();
+    const std::string whole = torn ? "\n" + bytes : bytes;
+    const ssize_t written = write(descriptor, whole.data(), whole.size());
+    if (written == static_cast<ssize_t>(whole.size())) {
+        torn = false;
+        return;
+    }
+    const int error = LumPal::LastError();
+    torn = torn || written > 0;
+    const String_t subject = String_t::FromUtf8(path);
+    if (written < 0) LumPal::ThrowSystemError("The log file '%1' could not be written: %2.", subject, error);
+    throw LumPalIo::IOException_t(LumPalMsg::CreateError_t("The log file '%1' took only a part of a line.") << subject);
+}
+
+}  // namespace LumPalLog

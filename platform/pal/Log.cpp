@@ -1,0 +1,58 @@
+#include <exception>
+#include <memory>
+
+#include "LogImpl.h"
+#include "OwnLog.h"
+
+namespace LumPalLog {
+
+using LumPalMsg::MessageList_t;
+using LumPalStr::String_t;
+
+namespace {
+
+constexpr std::size_t kApplicationLogBytes = 10u << 20;
+
+struct Process {
+    std::shared_ptr<ApplicationLog> application = std::make_shared<ApplicationLog>();
+    Log_t log{application};
+};
+
+// Never destroyed: threads may log while the process ends.
+Process& TheProcess() {
+    static Process& process = *new Process;
+    return process;
+}
+
+}  // namespace
+
+Log_t::Log_t() = default;
+
+Log_t::Log_t(std::shared_ptr<Impl> impl) : impl(std::move(impl)) {}
+
+Log_t::Log_t(const String_t& directory, const String_t& name, const String_t& component, unsigned options)
+    : impl(OpenOwnLog(directory, name, component, options)) {}
+
+bool Log_t::IsDefined() const noexcept {
+    return static_cast<bool>(impl);
+}
+
+void Log_t::Write(const MessageList_t& messages, unsigned options) {
+    if (!impl) return;
+    const DetailStyle style = options & AppLog ? DetailStyle::LineEach : DetailStyle::SameLine;
+    for (int i = 0; i < messages.GetMessageCount(); ++i) impl->Write(messages.GetMessage(i), style);
+}
+
+Log_t& GetApplicationLog() {
+    return TheProcess().log;
+}
+
+void SetApplicationLogFile(const String_t& path) {
+    TheProcess().application->SetFile(path, kApplicationLogBytes);
+}
+
+void Log(const MessageList_t& messages) {
+    GetApplicationLog().Write(messages, AppLog);
+}
+
+}  // namespace LumPalLog

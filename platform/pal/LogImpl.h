@@ -1,0 +1,33 @@
+/// @file
+/// The kinds of log behind Log_t.
+#pragma once
+
+#include "LogText.h"
+#include "LumPalLog.h"
+
+namespace LumPalLog {
+
+class Log_t::Impl {
+public:
+    virtual ~Impl() = default;
+    /// Writes the message. Any thread; throws nothing of its own.
+    virtual void Write(const LumPalMsg::Message_t& message, DetailStyle style) = 0;
+};
+
+/// Standard error and a rotated file.
+class ApplicationLog : public Log_t::Impl {
+public:
+    ApplicationLog();
+    ApplicationLog(const ApplicationLog&) = delete;
+    ApplicationLog& operator=(const ApplicationLog&) = delete;
+    ~ApplicationLog() override;
+    void Write(const LumPalMsg::Message_t& message, DetailStyle style) override;
+    /// @param maxBytes  size at which the file is rotated
+    void SetFile(const LumPalStr::String_t& path, std::size_t maxBytes);
+
+private:
+    struct Sinks;
+    std::unique_ptr<Sinks> sinks;
+};
+
+}  // namespace LumPalLog

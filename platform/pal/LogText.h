@@ -1,0 +1,24 @@
+/// @file
+/// How a message becomes lines of a log.
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include "LumPalMsg.h"
+#include "LumPalStr.h"
+
+namespace LumPalLog {
+
+/// UTF-8 on one line: control characters, separators of lines and paragraphs and bidirectional
+/// controls as \xNN or \uNNNN.
+std::string OneLine(const LumPalStr::String_t& text);
+
+/// Where the details of a message stand.
+enum class DetailStyle { SameLine, LineEach };
+
+/// The lines of a message, each with its line end: time, severity, text and details.
+std::string LogLines(const LumPalMsg::Message_t& message, DetailStyle style,
+                     std::chrono::system_clock::time_point moment);
+
+}  // namespace LumPalLog

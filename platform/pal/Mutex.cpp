@@ -1,0 +1,61 @@
+#include <atomic>
+#include <mutex>
+#include <thread>
+
+#include "LumPalMsg.h"
+#include "LumPalThread.h"
+
+namespace LumPalThread {
+
+struct Mutex_t::Impl {
+    bool IsMine() const noexcept { return owner.load(std::memory_order_relaxed) == std::this_thread::get_id(); }
+    void Take(unsigned newDepth) {
+        mutex.lock();
+        owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
+        depth = newDepth;
+    }
+    void Free() {
+        depth = 0;
+        owner.store(std::thread::id(), std::memory_order_relaxed);
+        mutex.unlock();
+    }
+    void NeedMine() const {
+        using namespace LumPalMsg;
+        if (!IsMine()) throw IllegalStateError_t(CreateError_t("A mutex is used by a thread that does not hold it."));
+    }
+
+    std::mutex mutex;
+    // Only the holder ever stores its own id, so that a relaxed look is enough to know whether it is us.
+    std::atomic<std::thread::id> owner{std::thread::id()};
+    unsigned depth = 0;  // guarded by the mutex
+};
+
+Mutex_t::Mutex_t() : impl(std::make_unique<Impl>()) {}
+
+Mutex_t::~Mutex_t() = default;
+
+void Mutex_t::Lock() LUMPAL_UNCHECKED_LOCKS {
+    if (impl->IsMine()) {
+        ++impl->depth;
+    } else {
+        impl->Take(1);
+    }
+}
+
+void Mutex_t::Unlock() LUMPAL_UNCHECKED_LOCKS {
+    impl->NeedMine();
+    if (--impl->depth == 0) impl->Free();
+}
+
+unsigned Mutex_t::ReleaseWholly() {
+    impl->NeedMine();
+    const unsigned depth = impl->depth;
+    impl->Free();
+    return depth;
+}
+
+void Mutex_t::Restore(unsigned depth) {
+    impl->Take(depth);
+}
+
+}  // namespace LumPalThread
