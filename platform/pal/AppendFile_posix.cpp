@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <utility>
 
@@ -27,12 +28,11 @@ void AppendFile::Open() {
     // Without waiting: a pipe that stands there must not hold the caller.
     descriptor = open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY | O_NONBLOCK,
                       static_cast<mode_t>(limits.mode));
-    const String_t subject = String_t::FromUtf8(path);
-    if (descriptor < 0) LumPal::ThrowSystemError("The log file '%1' could not be opened: %2.", subject);
+    if (descriptor < 0) LumPalIo::ThrowSystemError("Cannot open log file", Name(), errno);
     struct stat status {};
     if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) return;
     Close();
-    throw LumPalIo::IOException_t(LumPalMsg::CreateError_t("The log '%1' is no regular file.") << subject);
+    throw LumPalIo::IOException_t(LumPalMsg::CreateError_t("The log '%1' is no regular file.") << Name());
 }
 
 bool AppendFile::IsStillThere() const {
@@ -65,11 +65,9 @@ void AppendFile::Append(const std::string& bytes) {
         torn = false;
         return;
     }
-    const int error = LumPal::LastError();
-    torn = torn || written > 0;
-    const String_t subject = String_t::FromUtf8(path);
-    if (written < 0) LumPal::ThrowSystemError("The log file '%1' could not be written: %2.", subject, error);
-    throw LumPalIo::IOException_t(LumPalMsg::CreateError_t("The log file '%1' took only a part of a line.") << subject);
+    if (written < 0) LumPalIo::ThrowSystemError("Cannot write log file", Name(), errno);
+    torn = true;
+    throw LumPalIo::IOException_t(LumPalMsg::CreateError_t("The log file '%1' took only a part of a line.") << Name());
 }
 
 }  // namespace LumPalLog

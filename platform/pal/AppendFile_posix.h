@@ -30,9 +30,9 @@ public:
     /// Appends the bytes. A file that cannot be rotated grows on.
     /// @throws LumPalIo::IOException_t when not all of it could be written
     void Append(const std::string& bytes);
-    const std::string& GetPath() const noexcept { return path; }
 
 private:
+    LumPalStr::String_t Name() const;
     bool IsStillThere() const;
     bool IsFullFor(std::size_t more) const;
     bool Rotate();

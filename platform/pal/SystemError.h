@@ -2,19 +2,22 @@
 /// The one place that turns the system's error numbers into exceptions.
 #pragma once
 
+#include "LumPalMsg.h"
 #include "LumPalStr.h"
 
-namespace LumPal {
+namespace LumPalIo {
 
-/// The error number that the last failed system call of this thread left.
-int LastError() noexcept;
+/// Raises FileNotFoundException_t where the path or a part of it is not there (ENOENT, ENOTDIR), else
+/// IOException_t.
+/// @param action  what failed, as "Cannot open file"; the text is "<action> '<path>': <reason>"
+/// @param path    what it was done to; null or empty leaves it out
+/// @param error   an errno value
+[[noreturn]] void ThrowSystemError(const char* action, const LumPalStr::String_t& path, int error);
 
-/// How the system names an error number.
-LumPalStr::String_t ReasonText(int error);
+/// The message that ThrowSystemError would raise, for those who raise another class.
+LumPalMsg::Message_t SystemErrorMessage(const char* action, const LumPalStr::String_t& path, int error);
 
-/// Raises the failure of a system call.
-/// @param text     %1 is the subject (a path, a program), %2 the system's reason
-/// @throws         LumPalIo::FileNotFoundException_t when the path leads nowhere; else LumPalIo::IOException_t
-[[noreturn]] void ThrowSystemError(const char* text, const LumPalStr::String_t& subject, int error = LastError());
+/// The system's reason for an errno value, in English whatever the locale.
+LumPalStr::String_t SystemErrorText(int error);
 
-}  // namespace LumPal
+}  // namespace LumPalIo
