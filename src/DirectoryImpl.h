@@ -1,0 +1,42 @@
+/// @file
+/// What a Directory refers to, and the file services of the store.
+#pragma once
+
+#include <vector>
+
+#include "LumPalIo.h"
+#include "LumPalRef.h"
+#include "LumPalStr.h"
+
+namespace LumConf {
+
+/// The list behind Directory. The static members make, move and delete files of the store, which rest read-only; none
+/// follows a symbolic link. No lock: callers serialise their writes.
+class DirectoryImpl final : public LumPalRef::RefCounted_t {
+public:
+    void ExtractPolicyFilenames(const LumPalIo::File_t& file);
+    int GetPolicyFilenameCount() const noexcept { return static_cast<int>(filenames.size()); }
+    LumPalIo::File_t GetPolicyFilename(int index) const;
+
+    /// Deletes a file, also a read-only one. @return false when that failed: the file is then readable by its owner
+    static bool DeleteFile(const LumPalIo::File_t& file);
+    /// Deletes the files in a directory and the directory; what lies in directories below it stays, and so then
+    /// does the directory. A symbolic link in its place goes alone. Failures are traced.
+    static void DeleteDirectory(const LumPalIo::File_t& directory);
+    /// Makes a directory with its parents. @return whether it is there; a failure is traced
+    static bool MakeDirectory(const LumPalIo::File_t& directory);
+    /// Puts a file to another place, making its directories; what stands there is replaced, in one step where the
+    /// system can. The destination ends read-only.
+    /// @throws LumPalIo::IOException_t 10 when what stands there cannot be moved away, 11 when the file cannot be
+    ///         moved or copied, or is a symbolic link; nothing half-written remains
+    static void MoveOrCopyFile(const LumPalIo::File_t& source, const LumPalIo::File_t& destination);
+    /// Makes a new, empty, writable file in the temporary directory. @throws LumPalIo::IOException_t
+    static LumPalIo::File_t CreateTemporaryFile();
+    /// Whether a name bears the suffix of header files; it may stand anywhere in it (kept: callers rely on it).
+    static bool IsHeaderFileName(const LumPalStr::String_t& name);
+
+private:
+    std::vector<LumPalIo::File_t> filenames;
+};
+
+}  // namespace LumConf

@@ -1,0 +1,35 @@
+#include "FilePermission.h"
+
+#include "Messages.h"
+
+namespace LumConf {
+
+using LumPalIo::File_t;
+
+unsigned FilePermissionSet::GetMode() const {
+    if (!isSet) Raise<LumPalMsg::IllegalStateError_t>(msg::PermissionsNotSet);
+    return mode;
+}
+
+void FilePermission::SetFile(const File_t& newFile) {
+    if (newFile.IsNull()) Raise<LumPalMsg::IllegalStateError_t>(msg::PermissionFileEmpty);
+    file = newFile;
+    hasFile = true;
+}
+
+bool FilePermission::Apply(const FilePermissionSet& permissions) {
+    if (!hasFile) return false;
+    hasFile = false;
+    if (!permissions.IsSet()) return false;
+    // The system call follows links: a link put into the store must not open up a file outside it.
+    if (!file.IsSymbolicLink()) file.SetMode(permissions.GetMode());
+    return true;
+}
+
+void FilePermission::Apply(const File_t& file, const FilePermissionSet& permissions) {
+    FilePermission permission;
+    permission.SetFile(file);
+    permission.Apply(permissions);
+}
+
+}  // namespace LumConf
