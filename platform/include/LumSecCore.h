@@ -29,8 +29,8 @@ struct LUMPAL_API NodeIdentity {
     bool certificateInstalled = false;
     LumPalStr::String_t certificatePath, keyPath;
     std::vector<LumPalStr::String_t> trustedPaths;
-    /// Reads CORE_ID ("sec.core") and CERT_INSTALLED ("sec.cm.certificates"). Paths are filled only when a
-    /// certificate is installed; the trusted ones are in order of their names.
+    /// Reads CORE_ID ("sec.core") and CERT_INSTALLED ("sec.cm.certificates"). The node's own paths are filled only
+    /// when a certificate is installed, the trusted ones always (a client needs them), in order of their names.
     /// @throws KeyStoreException when a certificate is said to be installed and the core id is no alias
     ///         or a file of it is missing
     static NodeIdentity Load();

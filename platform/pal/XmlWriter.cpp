@@ -112,6 +112,7 @@ private:
     void CheckPending() const;
     void CheckPendingNames() const;
     const String_t* UriOf(const String_t& prefix) const;
+    void AddCarriable(std::u16string_view text);
     void FinishTag();
     void WriteDeclaration();
     void BreakLine(std::size_t level);
@@ -265,7 +266,13 @@ void XmlWriter_t::Impl::AddAttribute(const String_t& name, const String_t& value
 
 void XmlWriter_t::Impl::AddData(std::u16string_view text) {
     CheckOpen();
-    CheckText(text);
+    if (!options.cleanTexts) CheckText(text);
+    const bool carriable = !options.cleanTexts || FindIllegalChar(text) == text.size();
+    if (carriable) return AddCarriable(text);
+    AddCarriable(Clean(String_t(text.data(), static_cast<std::uint32_t>(text.size()))).View());
+}
+
+void XmlWriter_t::Impl::AddCarriable(std::u16string_view text) {
     if (open.empty()) {
         if (!IsBlank(text)) BadState("Text cannot stand outside the root element.");
         if (!text.empty()) WriteDeclaration();

@@ -72,11 +72,11 @@ NodeIdentity NodeIdentity::Load() {
     identity.coreId = LumPalConfig::ConfigNamespace_t("sec.core").Open().GetValue("CORE_ID");
     identity.certificateInstalled =
         LumPalConfig::ConfigNamespace_t("sec.cm.certificates").Open().GetBool("CERT_INSTALLED");
+    identity.trustedPaths = TrustedFiles();
     if (!identity.certificateInstalled) return identity;
     RequireAlias(identity.coreId);
     identity.certificatePath = ExistingFile("own", identity.coreId + ".pem");
     identity.keyPath = ExistingFile("own", identity.coreId + ".key");
-    identity.trustedPaths = TrustedFiles();
     return identity;
 }
 
