@@ -29,7 +29,9 @@ class LUMPAL_API RpcCall : public LumVoxSoap::SOAPEnvelope {
 public:
     class LUMPAL_API Options {
     public:
-        /// An optional id of the target; an empty id leaves the address to the URI alone.
+        /// An optional id of the target; an empty id leaves the address to the URI alone. With an id the call
+        /// reaches only the node that bears it: over TLS by its certificate's common name, on the plain road
+        /// this node's CORE_ID (an unset one matches everything).
         Options& SetTargetID(const LumPalStr::String_t& id) {
             targetId = id;
             return *this;

@@ -1,0 +1,217 @@
+#include "CurlHandle.h"
+
+#include <openssl/ssl.h>
+
+#include <new>
+#include <system_error>
+
+#include "LumPalNet.h"
+#include "LumVoxSoap.h"
+#include "TlsIdentity.h"
+
+namespace LumVoxRpc {
+namespace {
+
+using LumPalStr::String_t;
+
+/// The library's own set-up, once for the process.
+CURL* NewHandle() {
+    static const CURLcode ready = curl_global_init(CURL_GLOBAL_DEFAULT);
+    CURL* const handle = ready == CURLE_OK ? curl_easy_init() : nullptr;
+    if (!handle) throw std::bad_alloc();
+    return handle;
+}
+
+template <class Value>
+void Set(CURL* curl, CURLoption option, Value value) {
+    const CURLcode code = curl_easy_setopt(curl, option, value);
+    if (code == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
+    if (code == CURLE_OK) return;
+    throw LumPalMsg::IllegalArgumentError_t(LumPalMsg::CreateError_t("The request cannot be set up: %1.")
+                                            << curl_easy_strerror(code));
+}
+
+std::string UrlOf(const HttpTarget& target) {
+    const bool literal6 = target.host.find(':') != std::string::npos;
+    const std::string host = literal6 ? '[' + target.host + ']' : target.host;
+    return (target.tls ? "https://" : "http://") + host + ':' + std::to_string(target.port) + target.path;
+}
+
+class List {
+public:
+    List() = default;
+    List(const List&) = delete;
+    List& operator=(const List&) = delete;
+    ~List() { curl_slist_free_all(list); }
+    void Add(const std::string& line) {
+        curl_slist* const longer = curl_slist_append(list, line.c_str());
+        if (!longer) throw std::bad_alloc();
+        list = longer;
+    }
+    curl_slist* Get() const noexcept { return list; }
+
+private:
+    curl_slist* list = nullptr;
+};
+
+/// No "Expect": the wait for a "100 Continue" that never comes would cost a second.
+void AddHeaders(List& headers, const HttpTarget& target) {
+    headers.Add("Content-Type: text/xml; charset=utf-8");
+    headers.Add("SOAPAction: \"\"");
+    headers.Add("Expect:");
+    if (!target.authorization.empty()) headers.Add("Authorization: " + target.authorization);
+}
+
+const char* Opening(bool connected) {
+    return connected ? "The connection to host '%1' port %2 failed: %3" : "Cannot connect to host '%1' port %2: %3";
+}
+
+}  // namespace
+
+HttpClient::Handle::Handle(const std::string& key) : key(key), curl(NewHandle()) {}
+
+HttpClient::Handle::~Handle() {
+    curl_easy_cleanup(curl);
+}
+
+HttpAnswer HttpClient::Handle::Post(const HttpTarget& target, const ClientIdentity& identity,
+                                    const LumPalArray::CharArray_t& body, const ClientLimits& limits) {
+    curl_easy_reset(curl);  // keeps connections
+    SetUp(target, limits);
+    if (target.tls) SetUpTls(target, identity);
+    SetBody(body);
+    List headers, addresses;
+    AddHeaders(headers, target);
+    Set(curl, CURLOPT_HTTPHEADER, headers.Get());
+    addresses.Add("localhost:" + std::to_string(target.port) + ":127.0.0.1,[::1]");
+    if (target.host == "localhost") Set(curl, CURLOPT_RESOLVE, addresses.Get());
+    const CURLcode code = curl_easy_perform(curl);
+    if (code != CURLE_OK) Fail(code, target, limits);
+    long status = 0;
+    curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
+    answer.status = static_cast<int>(status);
+    return std::move(answer);
+}
+
+void HttpClient::Handle::SetUp(const HttpTarget& target, const ClientLimits& limits) {
+    answer = HttpAnswer();
+    mostBytes = limits.responseBytes;
+    tooLong = false;
+    error[0] = '\0';
+    wrongPeer.clear();
+    Set(curl, CURLOPT_URL, UrlOf(target).c_str());
+    Set(curl, CURLOPT_PROTOCOLS_STR, target.tls ? "https" : "http");
+    Set(curl, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+    Set(curl, CURLOPT_NOSIGNAL, 1L);
+    Set(curl, CURLOPT_NOPROXY, "*");
+    Set(curl, CURLOPT_FOLLOWLOCATION, 0L);
+    Set(curl, CURLOPT_PATH_AS_IS, 1L);
+    Set(curl, CURLOPT_ERRORBUFFER, error);
+    Set(curl, CURLOPT_CONNECTTIMEOUT, static_cast<long>(limits.connectSeconds));
+    Set(curl, CURLOPT_LOW_SPEED_LIMIT, 1L);
+    Set(curl, CURLOPT_LOW_SPEED_TIME, static_cast<long>(limits.idleSeconds));
+    Set(curl, CURLOPT_BUFFERSIZE, 262144L);
+    Set(curl, CURLOPT_UPLOAD_BUFFERSIZE, 262144L);
+    Set(curl, CURLOPT_WRITEFUNCTION, &Collect);
+    Set(curl, CURLOPT_WRITEDATA, static_cast<void*>(this));
+}
+
+void HttpClient::Handle::SetUpTls(const HttpTarget& target, const ClientIdentity& identity) {
+    if (identity.trusted.find("-----BEGIN") == std::string::npos) {
+        throw LumPalNet::ConnectException_t(LumPalMsg::CreateError_t(Opening(false))
+                                            << String_t::FromUtf8(target.host) << target.port
+                                            << "no trusted certificate is installed on this node.");
+    }
+    // Nothing but the node's own trust counts, whatever the host system trusts.
+    curl_blob trusted{const_cast<char*>(identity.trusted.data()), identity.trusted.size(), CURL_BLOB_COPY};
+    Set(curl, CURLOPT_CAINFO_BLOB, &trusted);
+    Set(curl, CURLOPT_CAPATH, static_cast<char*>(nullptr));
+    Set(curl, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+    Set(curl, CURLOPT_SSL_VERIFYPEER, 1L);
+    Set(curl, CURLOPT_SSL_VERIFYHOST, 2L);
+    targetId = target.targetId;
+    if (!targetId.empty()) {
+        Set(curl, CURLOPT_SSL_CTX_FUNCTION, &SetContext);
+        Set(curl, CURLOPT_SSL_CTX_DATA, static_cast<void*>(this));
+    }
+    if (identity.certificatePath.empty()) return;
+    Set(curl, CURLOPT_SSLCERT, identity.certificatePath.c_str());
+    Set(curl, CURLOPT_SSLKEY, identity.keyPath.c_str());
+    Set(curl, CURLOPT_KEYPASSWD, "");  // never ask a terminal
+}
+
+void HttpClient::Handle::SetBody(const LumPalArray::CharArray_t& body) {
+    Set(curl, CURLOPT_POST, 1L);
+    Set(curl, CURLOPT_POSTFIELDS, body.GetData());
+    Set(curl, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.GetLength()));
+}
+
+int HttpClient::Handle::VerifyPeer(x509_store_ctx_st* context, void* self) {
+    auto& handle = *static_cast<Handle*>(self);
+    if (X509_verify_cert(context) != 1) return 0;
+    std::string refusal;
+    const std::string peer = LumSecCore::SenderId(X509_STORE_CTX_get0_cert(context), refusal);
+    if (peer == handle.targetId) return 1;
+    handle.wrongPeer = peer.empty() ? refusal : peer;
+    X509_STORE_CTX_set_error(context, X509_V_ERR_APPLICATION_VERIFICATION);
+    return 0;
+}
+
+CURLcode HttpClient::Handle::SetContext(CURL*, void* context, void* self) {
+    SSL_CTX_set_cert_verify_callback(static_cast<SSL_CTX*>(context), &VerifyPeer, self);
+    return CURLE_OK;
+}
+
+std::size_t HttpClient::Handle::Collect(char* bytes, std::size_t size, std::size_t count, void* self) try {
+    auto& handle = *static_cast<Handle*>(self);
+    LumPalArray::CharArray_t& body = handle.answer.body;
+    const std::size_t length = size * count, before = body.GetLength();
+    handle.tooLong = length > handle.mostBytes - before;
+    if (handle.tooLong) return 0;
+    body.Resize(before + length);
+    std::copy(bytes, bytes + length, body.GetData() + before);
+    return length;
+} catch (const std::bad_alloc&) {
+    return 0;
+}
+
+std::string HttpClient::Handle::Reason(CURLcode code, const ClientLimits& limits) const {
+    long number = 0;
+    curl_off_t ready = 0;
+    curl_easy_getinfo(curl, CURLINFO_OS_ERRNO, &number);
+    curl_easy_getinfo(curl, CURLINFO_PRETRANSFER_TIME_T, &ready);
+    if (!wrongPeer.empty()) return "the node there is not '" + targetId + "' but '" + wrongPeer + "'";
+    switch (code) {
+        case CURLE_COULDNT_RESOLVE_HOST:
+            return "the host name cannot be resolved";
+        case CURLE_COULDNT_CONNECT:
+            if (number != 0) return std::generic_category().message(static_cast<int>(number));
+            break;
+        case CURLE_OPERATION_TIMEDOUT:
+            if (ready == 0) return "no connection within " + std::to_string(limits.connectSeconds) + " seconds";
+            return "no answer within " + std::to_string(limits.idleSeconds) + " seconds";
+        case CURLE_PEER_FAILED_VERIFICATION:
+            return std::string("the certificate of the host was refused: ") + error;
+        case CURLE_GOT_NOTHING:
+            return "the connection was closed without an answer";
+        default:
+            break;
+    }
+    return error[0] ? error : curl_easy_strerror(code);
+}
+
+void HttpClient::Handle::Fail(CURLcode code, const HttpTarget& target, const ClientLimits& limits) const {
+    const String_t host = String_t::FromUtf8(target.host);
+    if (code == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
+    if (tooLong) {
+        throw LumVoxSoap::SOAPFormatException(
+            LumPalMsg::CreateError_t("The answer of host '%1' port %2 is longer than %3 bytes.")
+            << host << target.port << LumPalStr::NumToStr(static_cast<unsigned long long>(mostBytes)));
+    }
+    curl_off_t ready = 0;
+    curl_easy_getinfo(curl, CURLINFO_PRETRANSFER_TIME_T, &ready);
+    throw LumPalNet::ConnectException_t(LumPalMsg::CreateError_t(Opening(ready != 0))
+                                        << host << target.port << String_t::FromUtf8(Reason(code, limits) + "."));
+}
+
+}  // namespace LumVoxRpc

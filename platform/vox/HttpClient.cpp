@@ -1,0 +1,102 @@
+#include "HttpClient.h"
+
+#include <algorithm>
+
+#include "CurlHandle.h"
+#include "LumPalIo.h"
+#include "LumSecCore.h"
+#include "SigpipeGuard.h"
+
+namespace LumVoxRpc {
+namespace {
+
+using LumPalConfig::Configuration_t;
+
+constexpr std::size_t kMostIdle = 16;
+
+unsigned PositiveOr(const Configuration_t& configuration, const char* name, unsigned otherwise) {
+    const int value = configuration.GetInt(name);
+    return value > 0 ? static_cast<unsigned>(value) : otherwise;
+}
+
+std::string Content(const LumPalStr::String_t& path) {
+    const LumPalIo::File_t file(path);
+    LumPalIo::FileInputStream_t stream(file);
+    LumPalArray::CharArray_t bytes(static_cast<std::size_t>(file.GetSize()));
+    if (bytes.IsEmpty()) return {};
+    bytes.Resize(static_cast<std::size_t>(std::max<std::int64_t>(stream.Read(bytes), 0)));
+    return std::string(bytes.View());
+}
+
+std::string KeyOf(const HttpTarget& target, const ClientIdentity& identity) {
+    const char separator = '\n';
+    std::string key = (target.tls ? "tls " : "plain ") + target.host + separator + std::to_string(target.port);
+    if (target.tls)
+        key += separator + target.targetId + separator + identity.certificate + separator + identity.trusted;
+    return key;
+}
+
+}  // namespace
+
+ClientLimits ClientLimits::Load(const Configuration_t& configuration) {
+    ClientLimits limits;
+    const unsigned port = PositiveOr(configuration, "TARGET_PORT", limits.targetPort);
+    if (port <= 65535) limits.targetPort = port;
+    limits.connectSeconds = PositiveOr(configuration, "CONNECT_TIMEOUT", limits.connectSeconds);
+    limits.idleSeconds = PositiveOr(configuration, "REQUEST_TIMEOUT", limits.idleSeconds);
+    limits.responseBytes = PositiveOr(configuration, "RESPONSE_LIMIT", static_cast<unsigned>(limits.responseBytes));
+    return limits;
+}
+
+ClientIdentity ClientIdentity::Load() {
+    const LumSecCore::NodeIdentity node = LumSecCore::NodeIdentity::Load();
+    ClientIdentity identity;
+    for (const LumPalStr::String_t& path : node.trustedPaths) identity.trusted += Content(path) + '\n';
+    if (!node.certificateInstalled) return identity;
+    identity.certificatePath = node.certificatePath.ToUtf8();
+    identity.keyPath = node.keyPath.ToUtf8();
+    identity.certificate = Content(node.certificatePath);
+    return identity;
+}
+
+HttpClient::HttpClient() = default;
+
+HttpClient::~HttpClient() {
+    const SigpipeGuard guard;
+    idle.clear();
+}
+
+HttpAnswer HttpClient::Post(const HttpTarget& target, const LumPalArray::CharArray_t& body,
+                            const ClientLimits& limits) {
+    const ClientIdentity identity = target.tls ? ClientIdentity::Load() : ClientIdentity();
+    const SigpipeGuard guard;
+    std::unique_ptr<Handle> handle = Take(KeyOf(target, identity));
+    HttpAnswer answer = handle->Post(target, identity, body, limits);
+    Give(std::move(handle));
+    return answer;
+}
+
+std::unique_ptr<HttpClient::Handle> HttpClient::Take(const std::string& key) {
+    {
+        const std::lock_guard lock(mutex);
+        const auto found =
+            std::find_if(idle.rbegin(), idle.rend(), [&](const auto& handle) { return handle->GetKey() == key; });
+        if (found != idle.rend()) {
+            std::unique_ptr<Handle> handle = std::move(*found);
+            idle.erase(std::next(found).base());
+            return handle;
+        }
+    }
+    return std::make_unique<Handle>(key);
+}
+
+void HttpClient::Give(std::unique_ptr<Handle> handle) {
+    std::unique_ptr<Handle> oldest;
+    const std::lock_guard lock(mutex);
+    idle.push_back(std::move(handle));
+    if (idle.size() <= kMostIdle) return;
+    oldest = std::move(idle.front());
+    idle.erase(idle.begin());
+}
+
+}  // namespace LumVoxRpc

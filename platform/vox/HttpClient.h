@@ -1,0 +1,70 @@
+/// @file
+/// One POST after the other over kept connections.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "LumPalArray.h"
+#include "LumPalConfig.h"
+
+namespace LumVoxRpc {
+
+/// From the namespace "vox.http.ext.conf". A value that is not above 0 gives the default.
+struct ClientLimits {
+    unsigned targetPort = 7443;                  ///< TARGET_PORT
+    unsigned connectSeconds = 10;                ///< CONNECT_TIMEOUT, handshake included
+    unsigned idleSeconds = 300;                  ///< REQUEST_TIMEOUT: longest time in which no byte moves
+    std::uint64_t responseBytes = 1024u << 20u;  ///< RESPONSE_LIMIT, most bytes of an answer's body
+    static ClientLimits Load(const LumPalConfig::Configuration_t& configuration);
+};
+
+/// Who the client is on a TLS connection, and whom it trusts.
+struct ClientIdentity {
+    std::string trusted;                   ///< PEM texts, one behind the other
+    std::string certificatePath, keyPath;  ///< empty: the client shows no certificate
+    std::string certificate;               ///< content, so that a renewed one makes new connections
+    /// The node's own. @throws LumSecCore::KeyStoreException, LumPalIo::IOException_t
+    static ClientIdentity Load();
+};
+
+/// Where a request goes.
+struct HttpTarget {
+    bool tls = true;
+    std::string host;  ///< as the user gave it, without brackets
+    unsigned port = 0;
+    std::string path;
+    std::string targetId;       ///< over TLS the common name that the peer must bear; empty: any
+    std::string authorization;  ///< value of the header of that name; empty: none
+};
+
+struct HttpAnswer {
+    int status = 0;
+    LumPalArray::CharArray_t body;
+};
+
+/// Makes requests and keeps their connections for the next one to the same place by the same identity.
+/// Any thread; each request has a connection for itself.
+class HttpClient {
+public:
+    HttpClient();
+    ~HttpClient();
+    /// Blocks until the answer is there.
+    /// @throws LumPalNet::ConnectException_t naming host, port and reason;
+    ///         LumVoxSoap::SOAPFormatException for an answer beyond the limit
+    HttpAnswer Post(const HttpTarget& target, const LumPalArray::CharArray_t& body, const ClientLimits& limits);
+
+    struct Handle;
+
+private:
+    std::unique_ptr<Handle> Take(const std::string& key);
+    void Give(std::unique_ptr<Handle> handle);
+
+    std::mutex mutex;
+    std::vector<std::unique_ptr<Handle>> idle;  ///< guarded by mutex; used last stands last
+};
+
+}  // namespace LumVoxRpc

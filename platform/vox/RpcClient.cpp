@@ -1,0 +1,151 @@
+#include <algorithm>
+
+#include "HttpClient.h"
+#include "LocalSecret.h"
+#include "LumVoxRpc.h"
+#include "MessengerImpl.h"
+
+namespace LumVoxRpc {
+namespace {
+
+using LumPalConfig::ConfigNamespace_t;
+using LumPalStr::String_t;
+using LumVoxSoap::SOAPArg;
+
+/// Kept connections belong to the messenger; calls without one share those of the process.
+std::shared_ptr<HttpClient> ClientOf(const LumVoxMsg::Messenger& messenger) {
+    const auto make = [] { return std::make_shared<HttpClient>(); };
+    if (LumVoxMsg::Messenger::Impl* const impl = messenger.GetImpl())
+        return std::static_pointer_cast<HttpClient>(impl->ClientState(make));
+    static const auto& shared = *new std::shared_ptr<HttpClient>(make());
+    return shared;
+}
+
+bool IsUnsafe(char byte) {
+    const auto code = static_cast<unsigned char>(byte);
+    return code <= 0x20 || code == 0x7F || std::string_view("\"<>\\^`{|}?#@").find(byte) != std::string_view::npos;
+}
+
+std::string Checked(const String_t& part, const LumPalNet::URI_t& uri) {
+    std::string text = part.ToUtf8();
+    if (std::none_of(text.begin(), text.end(), IsUnsafe)) return text;
+    throw LumPalMsg::IllegalArgumentError_t(LumPalMsg::CreateError_t("The address '%1' cannot be called.")
+                                            << uri.ToString());
+}
+
+bool IsTls(const LumPalNet::URI_t& uri) {
+    const String_t scheme = uri.GetScheme().ToLower();
+    if (scheme == "https") return true;
+    if (scheme == "http") return false;
+    throw LumPalMsg::IllegalArgumentError_t(
+        LumPalMsg::CreateError_t("The address '%1' has neither the scheme http nor https.") << uri.ToString());
+}
+
+HttpTarget TargetOf(const LumPalNet::URI_t& uri, const String_t& targetId, unsigned standardPort) {
+    HttpTarget target;
+    target.tls = IsTls(uri);
+    target.host = Checked(uri.GetHost(), uri);
+    target.port = uri.GetPort() != 0 ? uri.GetPort() : standardPort;
+    target.path = Checked(uri.GetPath(), uri);
+    target.targetId = targetId.ToUtf8();
+    return target;
+}
+
+/// The plain road leads to the node itself: its id is known without asking.
+void CheckOwnId(const HttpTarget& target, const String_t& targetId) {
+    const String_t own = ConfigNamespace_t("sec.core").Open().GetValue("CORE_ID");
+    if (targetId.IsEmpty() || own.IsEmpty() || own == targetId) return;
+    throw LumPalNet::ConnectException_t(
+        LumPalMsg::CreateError_t("Cannot connect to host '%1' port %2: the node there is not '%3' but '%4'.")
+        << String_t::FromUtf8(target.host) << target.port << targetId << own);
+}
+
+/// The secret goes to the literal address alone: a name may lead to another user's port.
+void TakeLocalRoad(HttpTarget& target) {
+    if (target.host == "localhost") target.host = LumVoxMsg::kLoopbackAddress;
+    if (target.host == LumVoxMsg::kLoopbackAddress) target.authorization = LumVoxMsg::LocalAuthorization();
+}
+
+void RequireUtf8(const char* encoding) {
+    if (LumPalStr::Compare(String_t(encoding), String_t("UTF-8"), true) == 0) return;
+    throw LumPalMsg::IllegalArgumentError_t(LumPalMsg::CreateError_t("Messages travel in UTF-8, not in '%1'.")
+                                            << encoding);
+}
+
+const char* WordsFor(int status) {
+    switch (status) {
+        case 401:
+        case 403:
+            return "the request is not allowed";
+        case 404:
+            return "nothing is served at this address";
+        case 413:
+            return "the request is too long";
+        case 431:
+            return "the request's headers are too long";
+        case 503:
+            return "the host has too much to do";
+        default:
+            return "this is no answer to a call";
+    }
+}
+
+/// An answer that is no success may still be a fault, which says more than the status.
+[[noreturn]] void Refuse(const HttpTarget& target, const HttpAnswer& answer) {
+    try {
+        LumVoxSoap::SOAPEnvelope().Read(LumPalIo::CharArrayInputStream_t::Over(answer.body), 0, nullptr);
+    } catch (const LumVoxSoap::SOAPFaultException&) {
+        throw;
+    } catch (const LumPalMsg::Exception_t&) {
+        // some page of text: the status must do
+    }
+    throw LumVoxSoap::SOAPFormatException(
+        LumPalMsg::CreateError_t("Host '%1' port %2 answered with HTTP status %3: %4.")
+        << String_t::FromUtf8(target.host) << target.port << answer.status << WordsFor(answer.status));
+}
+
+}  // namespace
+
+struct RpcCall::Impl {
+    std::shared_ptr<HttpClient> client;
+    ClientLimits limits;
+    HttpTarget target;
+    String_t targetId;
+};
+
+RpcCall::RpcCall(std::shared_ptr<Impl> impl) : impl(std::move(impl)) {}
+
+RpcResponse RpcCall::Invoke(int count, SOAPArg* const* results, const char* encoding) {
+    RequireUtf8(encoding);
+    LumPalIo::CharArrayOutputStream_t request;
+    Write(request);
+    HttpTarget target = impl->target;
+    if (!target.tls) {
+        CheckOwnId(target, impl->targetId);
+        TakeLocalRoad(target);
+    }
+    const HttpAnswer answer = impl->client->Post(target, request.TakeCharArray(), impl->limits);
+    if (answer.status != 200) Refuse(target, answer);
+    SOAPEnvelope().Read(LumPalIo::CharArrayInputStream_t::Over(answer.body), count, results);
+    return RpcResponse(answer.status);
+}
+
+struct RpcClient::Impl {
+    LumVoxMsg::Messenger messenger;
+    std::shared_ptr<HttpClient> client;
+    ClientLimits limits;
+};
+
+RpcClient::RpcClient(const LumPalConfig::Configuration_t& configuration, const LumVoxMsg::Messenger& messenger)
+    : impl(std::make_shared<Impl>(Impl{messenger, ClientOf(messenger), ClientLimits::Load(configuration)})) {}
+
+RpcCall RpcClient::CreateCall(const LumPalNet::URI_t& uri, const RpcCall::Options& options) {
+    auto call = std::make_shared<RpcCall::Impl>();
+    call->client = impl->client;
+    call->limits = impl->limits;
+    call->target = TargetOf(uri, options.targetId, impl->limits.targetPort);
+    call->targetId = options.targetId;
+    return RpcCall(std::move(call));
+}
+
+}  // namespace LumVoxRpc
