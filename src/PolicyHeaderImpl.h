@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <mutex>
 #include <vector>
 
@@ -113,7 +114,6 @@ public:
     /// Set when a container takes the header: only then GetData may read.
     void SetDataReadAllowed(bool allowed) noexcept { dataReadAllowed.store(allowed, std::memory_order_release); }
     bool IsDataReadAllowed() const noexcept { return dataReadAllowed.load(std::memory_order_acquire); }
-    void GetData(int index, LumPalArray::CharArray_t& data) const;
 
     /// Empties every field, the status too; the attributes stay (kept: the document reader relies on it).
     void Clear();
@@ -122,6 +122,10 @@ public:
 
 private:
     std::mutex& Guard() const noexcept;
+    LumPalStr::String_t Get(LumPalStr::String_t PolicyRecord::*field) const;
+    void Set(LumPalStr::String_t PolicyRecord::*field, const LumPalStr::String_t& text);
+    /// The attribute count when the pair is not there.
+    std::size_t FindAttributeLocked(const LumPalStr::String_t& name, const LumPalStr::String_t& value) const;
 
     PolicyRecord record;
     LumPalArray::CharArray_t certificate;

@@ -1,0 +1,21 @@
+/// @file
+/// The signed data files of a policy.
+#pragma once
+
+#include "LumPalArray.h"
+#include "LumPalIo.h"
+#include "PolicyHeaderImpl.h"
+
+namespace LumConf {
+
+/// Reads data files of installed policies and proves their signatures; signs them. Any thread.
+class PolicyData {
+public:
+    /// As PolicyHeader::GetData.
+    static void Get(const PolicyHeaderImpl& header, int index, LumPalArray::CharArray_t& data);
+    /// As PolicyHeader::SignData.
+    static void Sign(const LumPalIo::File_t& headerFile);
+    static void Sign(const LumPalIo::File_t& headerFile, const LumPalArray::CharArray_t& alias);
+};
+
+}  // namespace LumConf

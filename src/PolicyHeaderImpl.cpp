@@ -1,0 +1,345 @@
+#include "PolicyHeaderImpl.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include "AttributeCheck.h"
+#include "LumPalIo.h"
+#include "Messages.h"
+
+namespace LumConf {
+
+using LumPalArray::CharArray_t;
+using LumPalMsg::IllegalArgumentError_t;
+using LumPalStr::String_t;
+using AttributePtr = LumPalPtr::RefPtr_t<PolicyAttributeImpl>;
+
+namespace {
+
+const String_t& Enabled() {
+    static const String_t text("enabled");
+    return text;
+}
+
+const String_t& Disabled() {
+    static const String_t text("disabled");
+    return text;
+}
+
+const String_t& PlainText() {
+    static const String_t text("text/plain");
+    return text;
+}
+
+/// The known texts share one buffer among all headers.
+const String_t& SharedStatus(const String_t& status) {
+    if (status == Enabled()) return Enabled();
+    if (status == Disabled()) return Disabled();
+    return status;
+}
+
+String_t UsableEncoding(const String_t& encoding) {
+    String_t trimmed(encoding);
+    trimmed.Trim();
+    return trimmed.IsEmpty() || trimmed == PlainText() ? PlainText() : trimmed;
+}
+
+template <class List>
+bool IsIndexOf(const List& list, int index) {
+    return index >= 0 && static_cast<std::size_t>(index) < list.size();
+}
+
+template <class List, class Row>
+const auto& At(const List& list, int index, const Row& row) {
+    if (!IsIndexOf(list, index)) Raise<IllegalArgumentError_t>(row, index);
+    return list[static_cast<std::size_t>(index)];
+}
+
+CharArray_t DecodeBase64(const CharArray_t& base64) {
+    constexpr std::size_t blockSize = 8192;
+    LumPalIo::Base64InputStream_t decoder(LumPalIo::CharArrayInputStream_t::Over(base64));
+    LumPalIo::CharArrayOutputStream_t result(base64.GetLength() / 4 * 3);
+    CharArray_t block(blockSize);
+    for (std::int64_t count = decoder.Read(block, 0, blockSize); count != -1; count = decoder.Read(block, 0, blockSize))
+        result.Write(block, 0, static_cast<std::size_t>(count));
+    return result.TakeCharArray();
+}
+
+}  // namespace
+
+PolicyHeaderImpl::PolicyHeaderImpl() {
+    record.status = Enabled();
+}
+
+std::mutex& PolicyHeaderImpl::Guard() const noexcept {
+    struct alignas(64) Slot {
+        std::mutex mutex;
+    };
+    constexpr std::size_t slotCount = 64;
+    static Slot pool[slotCount];
+    const auto address = reinterpret_cast<std::uintptr_t>(this);
+    return pool[(address >> 5 ^ address >> 11) % slotCount].mutex;
+}
+
+PolicyRecord PolicyHeaderImpl::Snapshot() const {
+    const std::lock_guard lock(Guard());
+    return record;
+}
+
+String_t PolicyHeaderImpl::Get(String_t PolicyRecord::*field) const {
+    const std::lock_guard lock(Guard());
+    return record.*field;
+}
+
+void PolicyHeaderImpl::Set(String_t PolicyRecord::*field, const String_t& text) {
+    const std::lock_guard lock(Guard());
+    record.*field = text;
+}
+
+String_t PolicyHeaderImpl::GetContainerId() const {
+    return Get(&PolicyRecord::containerId);
+}
+String_t PolicyHeaderImpl::GetVersionId() const {
+    return Get(&PolicyRecord::versionId);
+}
+String_t PolicyHeaderImpl::GetName() const {
+    return Get(&PolicyRecord::name);
+}
+String_t PolicyHeaderImpl::GetVersion() const {
+    return Get(&PolicyRecord::version);
+}
+String_t PolicyHeaderImpl::GetDescription() const {
+    return Get(&PolicyRecord::description);
+}
+String_t PolicyHeaderImpl::GetStatus() const {
+    return Get(&PolicyRecord::status);
+}
+String_t PolicyHeaderImpl::GetOwner() const {
+    return Get(&PolicyRecord::owner);
+}
+String_t PolicyHeaderImpl::GetTypeId() const {
+    return Get(&PolicyRecord::typeId);
+}
+String_t PolicyHeaderImpl::GetTypeName() const {
+    return Get(&PolicyRecord::typeName);
+}
+String_t PolicyHeaderImpl::GetTypeVersion() const {
+    return Get(&PolicyRecord::typeVersion);
+}
+
+void PolicyHeaderImpl::SetContainerId(const String_t& id) {
+    Set(&PolicyRecord::containerId, id.ToLower());
+}
+void PolicyHeaderImpl::SetVersionId(const String_t& id) {
+    Set(&PolicyRecord::versionId, id.ToLower());
+}
+void PolicyHeaderImpl::SetTypeId(const String_t& id) {
+    Set(&PolicyRecord::typeId, id.ToLower());
+}
+void PolicyHeaderImpl::SetTypeName(const String_t& name) {
+    Set(&PolicyRecord::typeName, name.ToLower());
+}
+void PolicyHeaderImpl::SetName(const String_t& name) {
+    Set(&PolicyRecord::name, name);
+}
+void PolicyHeaderImpl::SetVersion(const String_t& version) {
+    Set(&PolicyRecord::version, version);
+}
+void PolicyHeaderImpl::SetDescription(const String_t& description) {
+    Set(&PolicyRecord::description, description);
+}
+void PolicyHeaderImpl::SetOwner(const String_t& owner) {
+    Set(&PolicyRecord::owner, owner);
+}
+void PolicyHeaderImpl::SetTypeVersion(const String_t& version) {
+    Set(&PolicyRecord::typeVersion, version);
+}
+void PolicyHeaderImpl::SetStatus(const String_t& status) {
+    Set(&PolicyRecord::status, SharedStatus(status));
+}
+
+bool PolicyHeaderImpl::IsEnabled() const {
+    return GetStatus() == Enabled();
+}
+bool PolicyHeaderImpl::IsDisabled() const {
+    return GetStatus() == Disabled();
+}
+void PolicyHeaderImpl::SetEnabled() {
+    Set(&PolicyRecord::status, Enabled());
+}
+void PolicyHeaderImpl::SetDisabled() {
+    Set(&PolicyRecord::status, Disabled());
+}
+
+int PolicyHeaderImpl::GetCategoryCount() const {
+    const std::lock_guard lock(Guard());
+    return static_cast<int>(record.categories.size());
+}
+
+String_t PolicyHeaderImpl::GetCategory(int index) const {
+    const std::lock_guard lock(Guard());
+    return At(record.categories, index, msg::CategoryIndex);
+}
+
+bool PolicyHeaderImpl::SetCategory(const String_t& category) {
+    if (category.IsEmpty()) return false;
+    const std::lock_guard lock(Guard());
+    auto& categories = record.categories;
+    if (std::find(categories.begin(), categories.end(), category) != categories.end()) return false;
+    categories.push_back(category);
+    return true;
+}
+
+bool PolicyHeaderImpl::RemoveCategory(const String_t& category) {
+    if (category.IsEmpty()) return false;
+    const std::lock_guard lock(Guard());
+    return std::erase(record.categories, category) != 0;
+}
+
+void PolicyHeaderImpl::RemoveAllCategories() {
+    const std::lock_guard lock(Guard());
+    record.categories.clear();
+}
+
+int PolicyHeaderImpl::GetAttributesCount() const {
+    const std::lock_guard lock(Guard());
+    return static_cast<int>(record.attributes.size());
+}
+
+AttributePtr PolicyHeaderImpl::GetAttribute(int index) const {
+    const std::lock_guard lock(Guard());
+    return At(record.attributes, index, msg::AttributeIndex);
+}
+
+std::size_t PolicyHeaderImpl::FindAttributeLocked(const String_t& name, const String_t& value) const {
+    const auto& list = record.attributes;
+    const auto isPair = [&](const AttributePtr& a) { return a->GetName() == name && a->GetValue() == value; };
+    return static_cast<std::size_t>(std::find_if(list.begin(), list.end(), isPair) - list.begin());
+}
+
+bool PolicyHeaderImpl::SetAttribute(const String_t& name, const String_t& value) {
+    CheckAttribute(name);
+    const String_t trimmedName = String_t(name).Trim();
+    const String_t trimmedValue = String_t(value).Trim();
+    const std::lock_guard lock(Guard());
+    if (FindAttributeLocked(trimmedName, trimmedValue) < record.attributes.size()) return false;
+    record.attributes.emplace_back(new PolicyAttributeImpl(trimmedName, trimmedValue));
+    if (trimmedName == "version_id" && record.versionId.IsEmpty()) record.versionId = trimmedValue.ToLower();
+    return true;
+}
+
+bool PolicyHeaderImpl::RemoveAttribute(const String_t& name, const String_t& value) {
+    CheckAttribute(name);
+    CheckAttribute(value);
+    const std::lock_guard lock(Guard());
+    const std::size_t position = FindAttributeLocked(name, value);
+    if (position == record.attributes.size()) return false;
+    record.attributes.erase(record.attributes.begin() + static_cast<std::ptrdiff_t>(position));
+    return true;
+}
+
+void PolicyHeaderImpl::RemoveAllAttributes() {
+    const std::lock_guard lock(Guard());
+    record.attributes.clear();
+}
+
+int PolicyHeaderImpl::GetDataFileCount() const {
+    const std::lock_guard lock(Guard());
+    return static_cast<int>(record.dataFiles.size());
+}
+
+String_t PolicyHeaderImpl::GetDataFile(int index) const {
+    const std::lock_guard lock(Guard());
+    return At(record.dataFiles, index, msg::DataFileIndex).name;
+}
+
+String_t PolicyHeaderImpl::GetDataFileEncoding(int index) const {
+    const std::lock_guard lock(Guard());
+    return At(record.dataFiles, index, msg::DataFileIndex).encoding;
+}
+
+String_t PolicyHeaderImpl::GetDataFileChecksum(int index) const {
+    const std::lock_guard lock(Guard());
+    return At(record.dataFiles, index, msg::DataFileIndex).checksum;
+}
+
+void PolicyHeaderImpl::SetDataFile(const String_t& name) {
+    SetDataFile(name, PlainText(), String_t());
+}
+
+void PolicyHeaderImpl::SetDataFile(const String_t& name, const String_t& encoding, const String_t& checksum) {
+    PolicyDataFile file{name, UsableEncoding(encoding), checksum};
+    const std::lock_guard lock(Guard());
+    record.dataFiles.push_back(std::move(file));
+}
+
+void PolicyHeaderImpl::SetDataFileEncoding(const String_t& encoding) {
+    const String_t usable = UsableEncoding(encoding);
+    const std::lock_guard lock(Guard());
+    if (!record.dataFiles.empty()) record.dataFiles.back().encoding = usable;
+}
+
+void PolicyHeaderImpl::SetDataFileChecksum(const String_t& checksum) {
+    const std::lock_guard lock(Guard());
+    if (!record.dataFiles.empty()) record.dataFiles.back().checksum = checksum;
+}
+
+void PolicyHeaderImpl::AddSignature(const CharArray_t& base64) {
+    const std::lock_guard lock(Guard());
+    signatures.push_back(base64);
+}
+
+int PolicyHeaderImpl::GetSignatureCount() const {
+    const std::lock_guard lock(Guard());
+    return static_cast<int>(signatures.size());
+}
+
+std::vector<CharArray_t> PolicyHeaderImpl::GetRawSignatures() const {
+    const std::lock_guard lock(Guard());
+    return signatures;
+}
+
+CharArray_t PolicyHeaderImpl::GetRawSignature(int index) const {
+    const std::lock_guard lock(Guard());
+    // The index is tested against the data files (kept: peers rely on it), then against what is really there.
+    At(record.dataFiles, index, msg::SignatureIndex);
+    return At(signatures, index, msg::SignatureIndex);
+}
+
+CharArray_t PolicyHeaderImpl::GetSignature(int index) const {
+    if (index < 0 || index >= GetDataFileCount()) Raise<IllegalArgumentError_t>(msg::SignatureTagIndex, index);
+    return DecodeBase64(GetRawSignature(index));
+}
+
+void PolicyHeaderImpl::SetCertificate(const CharArray_t& base64) {
+    const std::lock_guard lock(Guard());
+    certificate = base64;
+}
+
+CharArray_t PolicyHeaderImpl::GetRawCertificate() const {
+    const std::lock_guard lock(Guard());
+    return certificate;
+}
+
+CharArray_t PolicyHeaderImpl::GetCertificate() const {
+    return DecodeBase64(GetRawCertificate());
+}
+
+void PolicyHeaderImpl::Clear() {
+    PolicyRecord empty;
+    const std::lock_guard lock(Guard());
+    empty.attributes.swap(record.attributes);
+    record = std::move(empty);
+    certificate = CharArray_t();
+    signatures.clear();
+}
+
+void PolicyHeaderImpl::Compact() {
+    const std::lock_guard lock(Guard());
+    record.dataFiles.shrink_to_fit();
+    record.categories.shrink_to_fit();
+    record.attributes.shrink_to_fit();
+    signatures.shrink_to_fit();
+}
+
+}  // namespace LumConf
