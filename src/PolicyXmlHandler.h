@@ -2,25 +2,28 @@
 /// Reads a policy document, or rewrites it with the values of a header.
 #pragma once
 
-#include <memory>
+#include <bitset>
 #include <string>
 #include <vector>
 
+#include "LumPalArray.h"
 #include "LumPalPtr.h"
 #include "LumPalStr.h"
 #include "LumPalXml.h"
+#include "PolicyDocument.h"
 #include "PolicyHeaderImpl.h"
 
 namespace LumConf {
 
-/// The SAX handler of policy documents. The table of the document stands in PolicyDocument.h.
+/// The SAX handler of policy documents; PolicyDocument.cpp shows the document as a table.
 ///
 /// Reading builds a header. Rewriting streams the document to a writer, with the values of a source header in place
-/// of the document's, and keeps elements that it does not know (their attributes and comments are dropped).
+/// of the document's, and keeps elements that it does not know (their attributes and comments are dropped). A known
+/// tag counts only at its place in the document; everywhere else it is an unknown one.
 /// Used by one thread, for one document after another.
 class PolicyXmlHandler final : public LumPalXml::SAX::DefaultHandler_t {
 public:
-    PolicyXmlHandler();
+    PolicyXmlHandler() = default;
     ~PolicyXmlHandler() override;
     PolicyXmlHandler(const PolicyXmlHandler&) = delete;
     PolicyXmlHandler& operator=(const PolicyXmlHandler&) = delete;
@@ -34,18 +37,74 @@ public:
     /// @throws LumPalMsg::IllegalStateError_t 87 when there is none
     LumPalPtr::RefPtr_t<PolicyHeaderImpl> TakeHeader();
 
+    /// @throws LumPalMsg::IllegalStateError_t 72 when neither reading nor rewriting was started
     void StartDocument() override;
+    /// @throws PolicyHeaderException 73 to 83 for the first missing element, 84 after a rewrite
     void EndDocument() override;
+    /// @throws PolicyHeaderException 86 for a root of a foreign namespace
     void StartElement(const LumPalStr::String_t& uri, const LumPalStr::String_t& localName,
                       const LumPalStr::String_t& qName, const LumPalXml::SAX::Attributes_i& attributes) override;
+    /// @throws LumPalMsg::IllegalArgumentError_t 70, 71 for a bad attribute name
     void EndElement(const LumPalStr::String_t& uri, const LumPalStr::String_t& localName,
                     const LumPalStr::String_t& qName) override;
     void Characters(const char16_t* text, std::uint32_t start, std::uint32_t length) override;
 
 private:
+    friend struct document::Table;
     enum class Mode { NotInitialized = 0, Reading = 1, Rewriting = 2 };
+    using Element = document::Element;
+
+    void Reset();
+    LumPalStr::String_t Text() const;
+    bool IsInsideUnknown() const noexcept { return unknownDepth != 0; }
+    bool IsCopied() const noexcept;
+    bool IsTextWanted() const noexcept;
+    void TestNamespace(const LumPalStr::String_t& uri) const;
+    void TestRequiredElements() const;
+    void ForgetText();
+
+    // Reading: what the end tags of the table do.
+    void EndField(const document::Row& row);
+    void ReadFileName();
+    void ReadEncoding();
+    void ReadChecksum();
+    void ReadSignature();
+    void ReadCategory();
+    void ReadAttribute();
+    void ReadAttributeName();
+    void ReadAttributeValue();
+    void ReadCertificate();
+
+    // Rewriting: likewise, and the pieces of the output.
+    void RewriteCertificate();
+    void RewriteDataFiles();
+    void RewriteCategories();
+    void RewriteAttributes();
+    void RewriteMissingLists();
+    void CopyStart(const LumPalStr::String_t& uri, const LumPalStr::String_t& localName, bool isRoot);
+    void CopyEnd(bool isField);
+    void WriteLineAndOpen(int blanks, const char* tag);
+    void WriteElement(int blanks, const char* tag, const LumPalStr::String_t& value);
+    void WriteLineAndClose(int blanks);
+    void WriteLine(int blanks);
 
     Mode mode = Mode::NotInitialized;
+    unsigned long tolerance = 0;
+    std::bitset<document::kElementCount> seen;
+    Element place = Element::None;  ///< the innermost open element that is known
+    int unknownDepth = 0;           ///< open elements inside it that are not
+    int depth = 0;                  ///< all open elements
+    std::u16string text;            ///< since the last tag
+    LumPalStr::String_t attributeName, attributeValue;
+    LumPalPtr::RefPtr_t<PolicyHeaderImpl> newHeader;
+
+    // Rewriting only.
+    LumPalXml::XmlWriter_t writer;
+    bool leaf = false;              ///< no element has ended since the last start tag
+    bool dataFilesWritten = false;  ///< the source's data files went to the first "data" element
+    PolicyRecord source;
+    LumPalArray::CharArray_t sourceCertificate;
+    std::vector<LumPalArray::CharArray_t> sourceSignatures;
 };
 
 }  // namespace LumConf
