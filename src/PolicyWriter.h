@@ -28,7 +28,8 @@ public:
 
     /// Rewrites and moves the result to its place; a document of `oldId` in the type's directory goes.
     /// A crash on the way may leave the policy without its document.
-    /// @throws LumPalMsg::IllegalStateError_t 98 on a second call; what the parser, the handler (84 among them)
+    /// @throws LumPalMsg::IllegalStateError_t 98 on a second call; PolicyFileException for an id or a type name that
+    ///         is no file name (nothing has changed then); what the parser, the handler (84 among them)
     ///         and DirectoryImpl::MoveOrCopyFile raise, unchanged
     void Write(const LumPalStr::String_t& oldId);
 

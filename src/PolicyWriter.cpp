@@ -1,0 +1,72 @@
+#include "PolicyWriter.h"
+
+#include "DirectoryImpl.h"
+#include "LumPalCodeset.h"
+#include "Messages.h"
+#include "Names.h"
+#include "PlainName.h"
+#include "PolicyXmlParser.h"
+#include "StorePaths.h"
+#include "Trace.h"
+
+namespace LumConf {
+
+using LumPalIo::File_t;
+using LumPalStr::String_t;
+using LumPalXml::XmlWriter_t;
+
+namespace {
+
+String_t HeaderFileName(const String_t& id) {
+    return id.ToLower() + names::HeaderFileSuffix;
+}
+
+/// A policy that changed its id leaves no document under the old one.
+void DeleteFormerFile(const String_t& typeName, const String_t& oldId) {
+    if (!IsPlainName(oldId)) return;
+    const File_t file(File_t(paths::PolicyInstallDirectory(), typeName), HeaderFileName(oldId));
+    if (file.Exists()) DirectoryImpl::DeleteFile(file);
+}
+
+}  // namespace
+
+PolicyWriter::PolicyWriter(const File_t& tempFile, const File_t& oldFile, const LumPalIo::InputStream_t& input,
+                           const File_t& targetBase, PolicyHeaderImpl* source)
+    : tempFile(tempFile), oldFile(oldFile), input(input), targetBase(targetBase), source(source) {
+    if (tempFile.IsNull() || oldFile.IsNull() || !source) Raise<LumPalMsg::IllegalArgumentError_t>(msg::WriterArgument);
+    try {
+        fileStream = LumPalIo::FileOutputStream_t(tempFile.GetAbsolutePath());
+    } catch (const LumPalIo::FileNotFoundException_t& e) {
+        throw Because<LumPalIo::FileNotFoundException_t>(msg::WriterFileNotWritten, tempFile.GetAbsolutePath(), e);
+    }
+    initialized = true;
+}
+
+void PolicyWriter::Write(const String_t& oldId) {
+    LUMCONF_BLOCK(trace::Policy, "PolicyWriter::Write");
+    if (!initialized) Raise<LumPalMsg::IllegalStateError_t>(msg::WriterNotInitialized);
+    const String_t typeName = source->GetTypeName();
+    const String_t id = source->GetContainerId();
+    CheckPlainName(typeName);
+    CheckPolicyId(id);
+
+    Rewrite();
+    input.Close();
+    // What was rewritten has been flushed by now, so that a full disk does not cost the old document.
+    DirectoryImpl::DeleteFile(oldFile);
+    bufferedStream.Close();
+    DeleteFormerFile(typeName, oldId);
+    DirectoryImpl::MoveOrCopyFile(tempFile, File_t(File_t(targetBase, typeName), HeaderFileName(id)));
+    initialized = false;
+}
+
+void PolicyWriter::Rewrite() {
+    bufferedStream = LumPalIo::BufferedOutputStream_t(fileStream);
+    // The handler writes all line breaks and blanks itself.
+    writer =
+        XmlWriter_t(bufferedStream, XmlWriter_t::Options_t().Encoding(LumPalCodeset::Codeset_t(names::Utf8)).Indent(0));
+    handler.StartRewriting(writer, source);
+    PolicyXmlParser::Parse(input, handler);
+}
+
+}  // namespace LumConf
