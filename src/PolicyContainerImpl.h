@@ -17,7 +17,8 @@
 namespace LumConf {
 
 /// The cache behind PolicyContainer. Every call is safe from any thread: the maps have a mutex of their own, held
-/// only for look-ups and changes of the maps, never for file work, and nothing is locked inside it.
+/// only for look-ups and changes of the maps, never for file work, and only a
+/// header's own leaf mutex is taken inside it.
 class PolicyContainerImpl final : public LumPalRef::RefCounted_t {
 public:
     using HeaderPtr = LumPalPtr::RefPtr_t<PolicyHeaderImpl>;
@@ -58,15 +59,17 @@ private:
     HeaderPtr Find(const LumPalStr::String_t& id) const;
     LumPalStr::String_t IdOf(const LumPalStr::String_t& name, const LumPalStr::String_t& type) const;
     bool Erase(const LumPalStr::String_t& id);
-    HeaderPtr EraseLocked(Policies::iterator position);
+    HeaderPtr EraseLocked(const LumPalStr::String_t& id);
+    LumPalStr::String_t CountTypeLocked(const LumPalStr::String_t& typeName);
+    void RefreshIndexLocked() const;
     void SetStatus(const LumPalStr::String_t& ids, bool enabled);
 
     mutable std::mutex mutex;
-    Policies policies;                                         ///< by id; guarded by mutex
-    std::map<LumPalStr::String_t, LumPalStr::String_t> names;  ///< name=type to id; guarded by mutex
-    std::map<LumPalStr::String_t, std::size_t> typeCounts;     ///< headers of each type; guarded by mutex
-    mutable std::vector<PolicyHeaderImpl*> index;              ///< policies in order; guarded by mutex
-    mutable bool indexValid = false;                           ///< guarded by mutex
+    Policies policies;                                            ///< by id; guarded by mutex
+    std::map<LumPalStr::String_t, LumPalStr::String_t> nameToId;  ///< name=type to id; guarded by mutex
+    std::map<LumPalStr::String_t, std::size_t> typeCounts;        ///< headers of each type; guarded by mutex
+    mutable std::vector<PolicyHeaderImpl*> index;                 ///< policies in order; guarded by mutex
+    mutable bool indexValid = false;                              ///< guarded by mutex
 };
 
 }  // namespace LumConf
