@@ -1,0 +1,31 @@
+#include "ConfParHandler.h"
+
+#include "LumPalLog.h"
+#include "LumPalMsg.h"
+#include "Names.h"
+
+namespace LumConfPar {
+
+using namespace LumConf;
+
+ConfParHandler::ConfParHandler() : nameSpace(names::NsConfCore) {
+    try {
+        cache = nameSpace.Open().GetBool(names::CacheSettingsPoliciesKey);
+    } catch (const LumPalMsg::Exception_t& e) {
+        // The worker must not end over a line of the configuration: jobs wait for it.
+        LumPalLog::Log(e.GetMessageList());
+    }
+    nameSpace.Register(*this);
+}
+
+ConfParHandler::~ConfParHandler() {
+    nameSpace.Unregister(*this);
+}
+
+void ConfParHandler::Update(const LumPalConfig::ChangedConfiguration_t& changes,
+                            const LumPalConfig::Configuration_t& configuration) {
+    if (!changes.HasChanged(names::CacheSettingsPoliciesKey)) return;
+    cache = configuration.GetBool(names::CacheSettingsPoliciesKey);
+}
+
+}  // namespace LumConfPar

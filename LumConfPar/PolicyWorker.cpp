@@ -1,0 +1,126 @@
+#include "PolicyWorker.h"
+
+#include "ConfParHandler.h"
+#include "LumPalLog.h"
+#include "Messages.h"
+#include "Trace.h"
+
+namespace LumConfPar {
+
+using namespace LumConf;
+using LumPalStr::String_t;
+using LumPalThread::MutexLock_t;
+
+PolicyWorker& PolicyWorker::GetInstance() {
+    static PolicyWorker& instance = *new PolicyWorker(MakeStoredOnlySinks());
+    return instance;
+}
+
+PolicyWorker::PolicyWorker(SettingsSinkFactory factory) : makeSettings(std::move(factory)), settings(makeSettings()) {}
+
+PolicyWorker::~PolicyWorker() = default;
+
+void PolicyWorker::Start() {
+    if (thread.IsNotNull()) Raise<LumPalMsg::IllegalStateError_t>(msg::WorkerAlreadyRunning);
+    {
+        MutexLock_t lock(mutex);
+        running = true;
+    }
+    thread = LumPalThread::Thread_t("LumConf:PolicyWorker");
+    thread.Start(*this);
+}
+
+void PolicyWorker::Stop() {
+    if (thread.IsNull()) Raise<LumPalMsg::IllegalStateError_t>(msg::WorkerNotRunning);
+    MutexLock_t lock(mutex);
+    running = false;
+    condition.Signal();
+    lock.Unlock();
+    thread.Join();
+}
+
+void PolicyWorker::InsertJob(JobKind kind, const String_t& ids) {
+    MutexLock_t lock(mutex);
+    if (!running) {
+        LUMCONF_TRACE(trace::Config, "the policy worker does not run, a job is dropped for " + ids);
+        return;
+    }
+    queue.push_back({kind, ids});
+    condition.Signal();
+}
+
+void PolicyWorker::Run(const LumPalThread::Thread_t&) {
+    ConfParHandler handler;
+    if (handler.IsCacheOn()) reloadNeeded = false;
+    try {
+        settings->Start();
+    } catch (const LumPalMsg::RuntimeException_t& e) {
+        LUMCONF_TRACE(trace::Config, e.GetMessageList().Format(LumPalMsg::Text | LumPalMsg::Details));
+    }
+    Job job;
+    while (TakeJob(job)) {
+        try {
+            Treat(job, handler.IsCacheOn());
+        } catch (const LumPalMsg::Exception_t& e) {
+            LumPalLog::Log(Make(msg::WorkerJobErrors, names::SettingsTypeName, e));
+        }
+    }
+}
+
+void PolicyWorker::Done(bool) {}
+
+/// Waits for a job; a wake-up without one gives a job of kind None. False when the worker has been stopped.
+bool PolicyWorker::TakeJob(Job& job) {
+    MutexLock_t lock(mutex);
+    if (running && queue.empty()) condition.Wait(mutex);
+    if (!running) return false;
+    job = {};
+    if (!queue.empty()) {
+        job = queue.front();
+        queue.pop_front();
+    }
+    return true;
+}
+
+void PolicyWorker::Treat(const Job& job, bool cacheOn) {
+    LUMCONF_TRACE(trace::Config, "job " + LumPalStr::NumToStr(static_cast<int>(job.kind)) + " for " + job.ids);
+    if (cacheOn) {
+        TreatCached(job);
+    } else {
+        // A reload takes in all that the job would have changed.
+        reloadNeeded = true;
+        Reload();
+    }
+}
+
+void PolicyWorker::TreatCached(const Job& job) {
+    switch (job.kind) {
+        case JobKind::None:
+            return ReloadIfNeeded();
+        case JobKind::Install:
+            ReloadIfNeeded();
+            return settings->Install(job.ids);
+        case JobKind::Remove:
+            // Kept: a removal works on what is in memory, also when that is old.
+            return settings->Remove(job.ids);
+        case JobKind::Enable:
+            ReloadIfNeeded();
+            return settings->Enable(job.ids);
+        case JobKind::Disable:
+            ReloadIfNeeded();
+            return settings->Disable(job.ids);
+    }
+    LUMCONF_TRACE(trace::Config, "a job of unknown kind is passed over");
+}
+
+void PolicyWorker::Reload() {
+    settings = makeSettings();
+    settings->Start();
+}
+
+void PolicyWorker::ReloadIfNeeded() {
+    if (reloadNeeded) Reload();
+    reloadNeeded = false;
+}
+
+}  // namespace LumConfPar

@@ -1,0 +1,65 @@
+/// @file
+/// The thread that applies changes of settings policies.
+#pragma once
+
+#include <deque>
+#include <memory>
+
+#include "LumPalStr.h"
+#include "LumPalThread.h"
+#include "SettingsSink.h"
+
+namespace LumConfPar {
+
+/// What a job does; the numbers are those of the notification queue's hand-over.
+enum class JobKind : int { None = 0, Install = 1, Remove = 2, Enable = 3, Disable = 4 };
+
+/// Works off jobs one at a time, in the order of their insertion, so that no request waits for it. It is started once
+/// and stopped once. InsertJob may be called by any thread; Start and Stop by one thread at a time.
+class PolicyWorker : public LumPalThread::Runnable_i {
+public:
+    /// The one worker, made at the first call; it lives to the end of the process.
+    static PolicyWorker& GetInstance();
+    /// A worker of one's own.
+    explicit PolicyWorker(SettingsSinkFactory factory);
+    PolicyWorker(const PolicyWorker&) = delete;
+    PolicyWorker& operator=(const PolicyWorker&) = delete;
+    /// A worker that runs must be stopped before.
+    ~PolicyWorker() override;
+
+    /// @throws LumPalMsg::IllegalStateError_t 195 when it was started before, also when it was stopped since
+    void Start();
+    /// Waits for the job in work; those behind it are dropped.
+    /// @throws LumPalMsg::IllegalStateError_t 196 when it was never started
+    void Stop();
+    /// Appends a job for blank-separated ids; dropped unless the worker runs.
+    void InsertJob(JobKind kind, const LumPalStr::String_t& ids);
+
+    void Run(const LumPalThread::Thread_t& thread) override;
+    void Done(bool success) override;
+
+private:
+    struct Job {
+        JobKind kind = JobKind::None;
+        LumPalStr::String_t ids;
+    };
+    bool TakeJob(Job& job);
+    void Treat(const Job& job, bool cacheOn);
+    void TreatCached(const Job& job);
+    void Reload();
+    void ReloadIfNeeded();
+
+    // Set once.
+    const SettingsSinkFactory makeSettings;
+    LumPalThread::Thread_t thread;  ///< Start and Stop
+    // The queue.
+    LumPalThread::Mutex_t mutex;
+    LumPalThread::CondVar_t condition;
+    bool running = false;   ///< guarded by mutex
+    std::deque<Job> queue;  ///< guarded by mutex
+    // The worker thread alone.
+    std::unique_ptr<SettingsSink> settings;
+    bool reloadNeeded = false;
+};
+
+}  // namespace LumConfPar

@@ -1,0 +1,134 @@
+#include "AuditLog.h"
+
+#include "LumPalThread.h"
+#include "Messages.h"
+#include "Names.h"
+#include "StorePaths.h"
+#include "Trace.h"
+
+namespace LumConf {
+
+using LumPalConfig::Configuration_t;
+using LumPalStr::String_t;
+using LumPalThread::MutexLock_t;
+
+namespace {
+
+/// The messages of one mode: for a success and for a failure.
+template <unsigned Holes>
+struct ModeRow {
+    int mode;
+    const MessageOf<Holes>& success;
+    const MessageOf<Holes>& failure;
+};
+
+const ModeRow<3> kPolicyRows[] = {
+    {AuditLog::Install, msg::AuditPolicyInstalled, msg::AuditPolicyInstallFailed},
+    {AuditLog::Remove, msg::AuditPolicyRemoved, msg::AuditPolicyRemoveFailed},
+    {AuditLog::Enable, msg::AuditPolicyEnabled, msg::AuditPolicyEnableFailed},
+    {AuditLog::Disable, msg::AuditPolicyDisabled, msg::AuditPolicyDisableFailed},
+    {AuditLog::Owner, msg::AuditPolicyOwner, msg::AuditPolicyOwnerFailed},
+    {AuditLog::Category, msg::AuditPolicyCategory, msg::AuditPolicyCategoryFailed},
+    {AuditLog::Attribute, msg::AuditPolicyAttribute, msg::AuditPolicyAttributeFailed},
+};
+
+const ModeRow<1> kOperationRows[] = {
+    {AuditLog::Install, msg::AuditInstall, msg::AuditInstallFailed},
+    {AuditLog::Remove, msg::AuditRemove, msg::AuditRemoveFailed},
+    {AuditLog::Enable, msg::AuditEnable, msg::AuditEnableFailed},
+    {AuditLog::Disable, msg::AuditDisable, msg::AuditDisableFailed},
+    {AuditLog::Notify, msg::AuditNotify, msg::AuditNotifyFailed},
+    {AuditLog::List, msg::AuditList, msg::AuditListFailed},
+    {AuditLog::Owner, msg::AuditOwner, msg::AuditOwnerFailed},
+    {AuditLog::Category, msg::AuditCategory, msg::AuditCategoryFailed},
+    {AuditLog::Attribute, msg::AuditAttribute, msg::AuditAttributeFailed},
+    {AuditLog::Reinit, msg::AuditReinit, msg::AuditReinitFailed},
+    {AuditLog::ConfigSet, msg::AuditConfigSet, msg::AuditConfigSetFailed},
+    {AuditLog::ConfigGet, msg::AuditConfigGet, msg::AuditConfigGetFailed},
+    {AuditLog::ConfigClear, msg::AuditConfigClear, msg::AuditConfigClearFailed},
+};
+
+template <unsigned Holes, std::size_t Rows, class... Args>
+LumPalMsg::Message_t MessageFor(const ModeRow<Holes> (&rows)[Rows], int mode, bool success, const Args&... args) {
+    for (const ModeRow<Holes>& row : rows) {
+        if (row.mode == mode) return Make(success ? row.success : row.failure, args...);
+    }
+    return {};
+}
+
+/// Guards the making of the instance and every line. Never destroyed, as the instance is not.
+LumPalThread::Mutex_t& FileMutex() {
+    static LumPalThread::Mutex_t& mutex = *new LumPalThread::Mutex_t;
+    return mutex;
+}
+
+// Kept: the mode is read in lower case at the start and in upper case on a change; operators rely on both.
+constexpr const char* kFailureAtStart = "failure";
+constexpr const char* kAllAtStart = "all";
+constexpr const char* kFailureOnChange = "FAILURE";
+
+bool ReadFailureOnlyAtStart(const Configuration_t& configuration) {
+    String_t mode = configuration.GetValue(names::AuditLogModeKey);
+    if (mode == kFailureAtStart) return true;
+    if (mode != kAllAtStart) LUMCONF_TRACE(trace::Policy, "audit log mode '" + mode + "' is unknown, 'all' is used");
+    return false;
+}
+
+constexpr unsigned kLogOptions = LumPalLog::Rotate | LumPalLog::PrivateMode;
+
+}  // namespace
+
+AuditChangeHandler::AuditChangeHandler() : nameSpace(names::NsConfServer) {
+    Configuration_t configuration = nameSpace.Open();
+    enabled = configuration.GetBool(names::AuditLoggingKey);
+    failureOnly = ReadFailureOnlyAtStart(configuration);
+    nameSpace.Register(*this);
+}
+
+AuditChangeHandler::~AuditChangeHandler() {
+    nameSpace.Unregister(*this);
+}
+
+void AuditChangeHandler::Update(const LumPalConfig::ChangedConfiguration_t& changes,
+                                const Configuration_t& configuration) {
+    if (changes.HasChanged(names::AuditLoggingKey)) enabled = configuration.GetBool(names::AuditLoggingKey);
+    if (changes.HasChanged(names::AuditLogModeKey)) {
+        failureOnly = configuration.GetValue(names::AuditLogModeKey) == kFailureOnChange;
+    }
+}
+
+AuditLog& AuditLog::GetInstance() {
+    MutexLock_t lock(FileMutex());
+    static AuditLog& instance = *new AuditLog;
+    return instance;
+}
+
+AuditLog::AuditLog() : log(paths::AuditLogDirectory(), names::AuditLogName, names::ServerComponent, kLogOptions) {}
+
+bool AuditLog::IsWanted(const String_t& originator, bool success) const {
+    if (!enabled || (failureOnly && success)) return false;
+    return originator != names::NsConfCluster;
+}
+
+void AuditLog::Log(const String_t& originator, const String_t& name, const String_t& id, int mode, bool success) {
+    if (IsWanted(originator, success)) Write(MessageFor(kPolicyRows, mode, success, name, id, originator));
+}
+
+void AuditLog::Log(const String_t& originator, int mode, bool success) {
+    if (IsWanted(originator, success)) Write(MessageFor(kOperationRows, mode, success, originator));
+}
+
+void AuditLog::LogAuthorizationError(const String_t& originator, const String_t& method) {
+    if (enabled) Write(Make(msg::AuditNotAuthorized, originator, method));
+}
+
+void AuditLog::Write(const LumPalMsg::Message_t& message) {
+    MutexLock_t lock(FileMutex());
+    if (log.IsDefined()) {
+        log.Write(message, LumPalLog::None);
+    } else {
+        LUMCONF_TRACE(trace::Policy, "no audit log: " + message.Format(LumPalMsg::BareText));
+    }
+}
+
+}  // namespace LumConf

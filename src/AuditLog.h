@@ -1,0 +1,75 @@
+/// @file
+/// Who did what to the policies.
+#pragma once
+
+#include <atomic>
+
+#include "LumPalConfig.h"
+#include "LumPalLog.h"
+#include "LumPalMsg.h"
+#include "LumPalStr.h"
+
+namespace LumConf {
+
+/// Takes up the choices of the operator: at its making, and with each change of the configuration.
+class AuditChangeHandler : public LumPalConfig::ConfigChangeHandler_i {
+public:
+    AuditChangeHandler();
+    AuditChangeHandler(const AuditChangeHandler&) = delete;
+    AuditChangeHandler& operator=(const AuditChangeHandler&) = delete;
+    ~AuditChangeHandler() override;
+    /// Called on the configuration layer's thread.
+    void Update(const LumPalConfig::ChangedConfiguration_t& changes,
+                const LumPalConfig::Configuration_t& configuration) override;
+
+protected:
+    std::atomic<bool> enabled{false};
+    std::atomic<bool> failureOnly{false};
+    LumPalConfig::ConfigNamespace_t nameSpace;
+};
+
+/// Writes one line for each policy that an operation touched, or for the operation, to "conf.server.audit.log".
+/// The operator turns it on (AUDIT_LOGGING) and may limit it to failures (AUDIT_LOG_MODE); operations of the cluster
+/// monitor are never written. A log that cannot be opened is only traced. Any thread; one mutex is held for each line.
+class AuditLog : public AuditChangeHandler {
+public:
+    using ChangeHandler = AuditChangeHandler;
+
+    /// What was done.
+    enum Mode : int {
+        Install = 0,
+        Remove = 1,
+        Enable = 2,
+        Disable = 3,
+        Notify = 4,
+        List = 5,
+        Owner = 6,
+        Category = 7,
+        Attribute = 8,
+        Reinit = 9,
+        ConfigSet = 10,
+        ConfigGet = 11,
+        ConfigClear = 12
+    };
+
+    /// The one log, made at the first call; it lives to the end of the process.
+    static AuditLog& GetInstance();
+    /// A log of one's own under the present root and configuration; lines of all logs share the mutex.
+    AuditLog();
+
+    /// One line on one policy; a mode that is none of a single policy gives an empty line.
+    void Log(const LumPalStr::String_t& originator, const LumPalStr::String_t& name, const LumPalStr::String_t& id,
+             int mode, bool success);
+    /// One line on a whole operation.
+    void Log(const LumPalStr::String_t& originator, int mode, bool success);
+    /// One line on a refused call: in failure-only mode too, and for any originator.
+    void LogAuthorizationError(const LumPalStr::String_t& originator, const LumPalStr::String_t& method);
+
+private:
+    bool IsWanted(const LumPalStr::String_t& originator, bool success) const;
+    void Write(const LumPalMsg::Message_t& message);
+
+    LumPalLog::Log_t log;  ///< guarded by the mutex of all audit logs
+};
+
+}  // namespace LumConf

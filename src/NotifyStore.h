@@ -1,0 +1,94 @@
+/// @file
+/// What has changed in the installed policies, until their consumers are told.
+#pragma once
+
+#include <atomic>
+#include <vector>
+
+#include "LumPalConfig.h"
+#include "LumPalMsg.h"
+#include "LumPalStr.h"
+#include "NotifyEntries.h"
+
+namespace LumConfPar {
+class PolicyWorker;
+}
+
+namespace LumConf {
+
+/// Collects changes, folds those that contradict each other, and tells the control service: one trigger for each
+/// policy type and kind of change, with the ids of all its policies. Policies of the type "configsettings" go to the
+/// policy worker instead. What is not sent stays for the next send.
+///
+/// No lock: used under the mutex of the policy operations alone, which is held while consumers are told.
+class NotifyStore {
+public:
+    /// Kinds of changes.
+    enum Kind : int { Install = 1, Enable = 2, Disable = 3, Remove = 4 };
+
+    /// Holds the live value of ASYNC_CONTROL_NOTIFY. Any thread.
+    class ConfigHandler : public LumPalConfig::ConfigChangeHandler_i {
+    public:
+        explicit ConfigHandler(const LumPalConfig::ConfigNamespace_t& nameSpace);
+        ConfigHandler(const ConfigHandler&) = delete;
+        ConfigHandler& operator=(const ConfigHandler&) = delete;
+        ~ConfigHandler() override;
+        void Update(const LumPalConfig::ChangedConfiguration_t& changes,
+                    const LumPalConfig::Configuration_t& configuration) override;
+        bool IsAsynchronous() const noexcept { return asynchronous; }
+
+    private:
+        LumPalConfig::ConfigNamespace_t nameSpace;
+        std::atomic<bool> asynchronous;
+    };
+
+    /// With the process's policy worker.
+    NotifyStore();
+    /// With another one, which must outlive the store.
+    explicit NotifyStore(LumConfPar::PolicyWorker& worker);
+
+    /// The last install or remove of a policy wins over everything before it; beside one that waits, an enable or a
+    /// disable is dropped; of enable and disable the last one wins.
+    void AddInstall(const LumPalStr::String_t& type, const LumPalStr::String_t& id);
+    void AddEnable(const LumPalStr::String_t& type, const LumPalStr::String_t& id);
+    void AddDisable(const LumPalStr::String_t& type, const LumPalStr::String_t& id);
+    void AddRemove(const LumPalStr::String_t& type, const LumPalStr::String_t& id);
+    /// @throws LumPalMsg::IllegalStateError_t 92 for a number that is no kind
+    void Insert(int kind, const LumPalStr::String_t& type, const LumPalStr::String_t& id);
+
+    /// A type got its first policy, or lost its last one; each takes back the other. They go out with the next install
+    /// or remove of the type.
+    void AddFirstPolicy(const LumPalStr::String_t& type);
+    void AddLastPolicy(const LumPalStr::String_t& type);
+
+    /// Tells everything: installs, enables, disables, removes. All is tried and nothing is kept for a second try.
+    /// @throws LumCtrl::ControlException 91 with a detail for each failed trigger of an install; those of other
+    ///         kinds are only traced
+    void Send();
+    /// Tells enables and disables only.
+    void SendEnableDisable();
+
+    /// Whether the last trigger of an install went out without waiting for its consumers.
+    bool WasAsynchronous() const noexcept { return asynchronous; }
+
+private:
+    using Types = std::vector<LumPalStr::String_t>;
+
+    NotifyEntries& EntriesOf(int kind);
+    void EraseElsewhere(int kind, const LumPalStr::String_t& type, const LumPalStr::String_t& id);
+    void SendKinds(std::initializer_list<Kind> kinds);
+    void SendKind(Kind kind);
+    void SendType(Kind kind, const NotifyEntries::OfType& entries);
+    void SendListed(Types& types, const char* keyword, const LumPalStr::String_t& type);
+    void Trigger(const LumPalStr::String_t& event, const LumPalStr::String_t& value);
+    void Notify(const LumPalStr::String_t& event, const LumPalStr::String_t& value, bool failuresCount);
+
+    NotifyEntries installs, enables, disables, removes;
+    Types firstPolicies, lastPolicies;
+    bool asynchronous;
+    LumConfPar::PolicyWorker& worker;
+    LumPalMsg::MessageList_t messages;
+    ConfigHandler configHandler;
+};
+
+}  // namespace LumConf
