@@ -25,6 +25,9 @@ public:
     CharArray_t(const char* bytes, std::size_t length);
 
     void Resize(std::size_t size) { bytes.resize(size); }
+    /// Takes memory ahead; the length stays.
+    void Reserve(std::size_t size) { bytes.reserve(size); }
+    void Append(const char* source, std::size_t length) { bytes.insert(bytes.end(), source, source + length); }
     std::size_t GetLength() const noexcept { return bytes.size(); }
     bool IsEmpty() const noexcept { return bytes.empty(); }
     char* GetData() noexcept { return bytes.data(); }

@@ -21,6 +21,9 @@ LUMPAL_DECLARE_EXCEPTION(LUMPAL_API, FileNotFoundException_t, IOException_t);
 LUMPAL_DECLARE_EXCEPTION(LUMPAL_API, EOFException_t, IOException_t);
 
 /// A path. A value with a null state; nothing is opened by making one.
+/// Paths are UTF-8 for the system, whatever the locale. A path with a NUL inside is no path: every
+/// operation on it fails. Symbolic links are followed but where the contract says otherwise. What the
+/// layer makes is closed to others: directories get the mode 0750, files 0640, less the umask.
 class LUMPAL_API File_t {
 public:
     File_t() = default;
@@ -29,11 +32,12 @@ public:
     File_t(const LumPalStr::String_t& directory, const LumPalStr::String_t& name);
     File_t(const File_t& directory, const LumPalStr::String_t& name);
 
-    /// Last path component.
+    /// Last path component; separators at the end do not count.
     LumPalStr::String_t GetName() const;
     /// Directory part; null when there is none.
     LumPalStr::String_t GetParent() const;
     File_t GetParentFile() const;
+    /// The path below the current directory when it is relative; "." and ".." stay.
     LumPalStr::String_t GetAbsolutePath() const;
     /// The path as given.
     LumPalStr::String_t ToString() const;
@@ -53,10 +57,13 @@ public:
     bool RenameTo(const File_t& target) const;
     /// Sets the permission bits (chmod(2)). True on success; never throws.
     bool SetMode(unsigned mode) const;
+    /// Forces a file's bytes, or the names in a directory, to the disk. True on success; never throws.
+    bool Sync() const;
     /// "/" or "\".
     static const LumPalStr::String_t& Separator();
     /// Creates a new, uniquely named, empty file in the directory, readable by its owner alone.
-    /// @throws IOException_t
+    /// @throws FileNotFoundException_t, IOException_t, and LumPalMsg::IllegalArgumentError_t for a prefix
+    /// with a separator inside
     static File_t CreateTempFile(const LumPalStr::String_t& prefix, const File_t& directory);
 
 private:
@@ -123,7 +130,8 @@ protected:
     std::shared_ptr<Impl> impl;
 };
 
-/// A file to read. @throws FileNotFoundException_t, IOException_t (a directory, no right)
+/// A file to read. Opening never waits: what is neither a file nor a character device (a directory, a
+/// named pipe, a socket) is refused. @throws FileNotFoundException_t, IOException_t (a directory, no right)
 class LUMPAL_API FileInputStream_t : public InputStream_t {
 public:
     FileInputStream_t() = default;
@@ -131,7 +139,8 @@ public:
     explicit FileInputStream_t(const File_t& file);
 };
 
-/// A file to write, made or emptied. @throws FileNotFoundException_t when it cannot be opened
+/// A file to write, made or emptied; refuses what FileInputStream_t refuses.
+/// @throws FileNotFoundException_t when its directory is not there, else IOException_t
 class LUMPAL_API FileOutputStream_t : public OutputStream_t {
 public:
     FileOutputStream_t() = default;
@@ -141,12 +150,14 @@ public:
     void Sync();
 };
 
+/// Reads ahead in blocks: the stream below is then to be read through this one alone.
 class LUMPAL_API BufferedInputStream_t : public InputStream_t {
 public:
     BufferedInputStream_t() = default;
     explicit BufferedInputStream_t(const InputStream_t& stream);
 };
 
+/// Writes in blocks. What is left goes out with Flush, Close, or the last handle; that last one reports nothing.
 class LUMPAL_API BufferedOutputStream_t : public OutputStream_t {
 public:
     BufferedOutputStream_t() = default;
@@ -162,7 +173,7 @@ public:
     static CharArrayInputStream_t Over(const LumPalArray::CharArray_t& array);
 };
 
-/// Collects bytes in memory. Closing keeps what was collected.
+/// Collects bytes in memory. Closing keeps what was collected, and more may be written.
 class LUMPAL_API CharArrayOutputStream_t : public OutputStream_t {
 public:
     explicit CharArrayOutputStream_t(std::size_t initialCapacity = 0);
@@ -172,7 +183,9 @@ public:
     LumPalArray::CharArray_t TakeCharArray();
     /// The bytes as UTF-8 text.
     LumPalStr::String_t ToString() const;
-    /// Copies from offset; length -1 means all that follows. @return the count written
+    /// Copies from offset; length -1 means all that follows, and what is not there is not copied.
+    /// @return the count written
+    /// @throws LumPalMsg::IllegalArgumentError_t for an offset behind the end or a length below -1
     std::size_t WriteTo(OutputStream_t& stream, std::size_t offset = 0, std::int64_t length = -1) const;
 };
 
@@ -186,7 +199,8 @@ public:
     void WriteUTF16String(const LumPalStr::String_t& text);
 };
 
-/// Reads back what DataOutputStream_t wrote.
+/// Reads back what DataOutputStream_t wrote. Over a stream that is not in memory it reads ahead, as
+/// BufferedInputStream_t does.
 class LUMPAL_API DataInputStream_t : public InputStream_t {
 public:
     DataInputStream_t() = default;
@@ -201,6 +215,7 @@ public:
 };
 
 /// Decodes base64 (RFC 4648) around a stream; white space is skipped.
+/// Padding is required, and its unused bits must be 0, so that bytes have one text only.
 /// @throws IOException_t for any other character, wrong padding or a cut text
 class LUMPAL_API Base64InputStream_t : public InputStream_t {
 public:
@@ -213,7 +228,8 @@ public:
     explicit Base64OutputStream_t(const OutputStream_t& stream);
 };
 
-/// Walks a directory, not recursively, in no particular order, without "." and "..".
+/// Walks a directory, not recursively, in no particular order, without "." and "..". Shows the entries that
+/// stood there when it was made, so that they may be removed on the way. A handle: copies walk together.
 class LUMPAL_API DirLister_t {
 public:
     /// Which names a lister shows.
@@ -229,6 +245,7 @@ public:
     DirLister_t(const File_t& directory, std::shared_ptr<Filter_t> filter);
     /// Goes to the next entry; false at the end.
     bool Next();
+    /// True once Next has passed the last entry, and from the start where there is none.
     bool IsAtEnd() const;
     /// @throws LumPalMsg::IllegalStateError_t before the first Next and at the end
     File_t GetCurrentFile() const;

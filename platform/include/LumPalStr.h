@@ -7,6 +7,7 @@
 #include <iosfwd>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include "LumPalExport.h"
 
@@ -25,6 +26,13 @@ public:
     constexpr UTF16CodePoint_t(char16_t unit = 0) noexcept : unit(unit) {}
     constexpr UTF16CodePoint_t(char ascii) noexcept : unit(static_cast<unsigned char>(ascii)) {}
     constexpr operator char16_t() const noexcept { return unit; }
+    friend constexpr bool operator==(UTF16CodePoint_t a, UTF16CodePoint_t b) noexcept { return a.unit == b.unit; }
+    /// With a character literal or a number; without it the comparison of texts would stand in the way.
+    template <class Number>
+        requires std::is_integral_v<Number>
+    friend constexpr bool operator==(UTF16CodePoint_t a, Number b) noexcept {
+        return a.unit == b;
+    }
 
 private:
     char16_t unit;

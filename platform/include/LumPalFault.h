@@ -1,0 +1,18 @@
+/// @file
+/// The seam by which tests let single file operations fail.
+#pragma once
+
+#include "LumPalExport.h"
+
+namespace LumPalIo {
+
+/// Asked before each operation that changes the file system; true lets it fail with an I/O error (EIO).
+/// @param operation  "open" (for writing), "write", "rename", "unlink", "rmdir", "mkdir", "chmod", "fsync"
+/// @param path       the path concerned; of a rename, the old one
+/// Called from whatever thread does the operation.
+using FaultHook = bool (*)(const char* operation, const char* path);
+
+/// Sets the hook of this process; null, as at the start, takes it away. Any thread may call it.
+LUMPAL_API void SetFaultHookForTest(FaultHook hook) noexcept;
+
+}  // namespace LumPalIo

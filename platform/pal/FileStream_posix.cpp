@@ -1,0 +1,138 @@
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include "Fault.h"
+#include "LumPalIo.h"
+#include "NativePath_posix.h"
+#include "StreamCheck.h"
+#include "SystemError.h"
+
+namespace LumPalIo {
+namespace {
+
+using LumPalStr::String_t;
+
+// Nothing that the layer makes is open to others; umask may narrow it further.
+constexpr mode_t FileMode = 0640;
+// A pipe or a modem line must not hold the opener up.
+constexpr int CommonFlags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+
+/// An open file and its path.
+class Descriptor {
+public:
+    Descriptor(const String_t& path, int flags) : path(path), native(path) {
+        if (!native.IsUsable()) Fail("Cannot open file", native.GetError());
+        const bool writes = (flags & O_ACCMODE) != O_RDONLY;
+        number = writes && FaultAt("open", native.CStr()) ? -1 : open(native.CStr(), flags | CommonFlags, FileMode);
+        if (number < 0) Fail("Cannot open file", errno);
+        CheckKind();
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() {
+        if (number >= 0) close(number);
+    }
+
+    /// @throws IOException_t when it is closed
+    int Get() const {
+        CheckOpen(number >= 0);
+        return number;
+    }
+    const char* NativeName() const { return native.CStr(); }
+    [[noreturn]] void Fail(const char* action, int error) const { ThrowSystemError(action, path, error); }
+    void Close() {
+        if (number < 0) return;
+        if (close(std::exchange(number, -1)) != 0 && errno != EINTR) Fail("Cannot close file", errno);
+    }
+
+private:
+    /// Only files, and devices such as /dev/null: a pipe in the place of a file is somebody's trap.
+    void CheckKind() {
+        struct stat status {};
+        int error = fstat(number, &status) == 0 ? 0 : errno;
+        if (error == 0 && S_ISDIR(status.st_mode)) error = EISDIR;
+        if (error == 0 && !S_ISREG(status.st_mode) && !S_ISCHR(status.st_mode)) error = ENOTSUP;
+        if (error == 0 && fcntl(number, F_SETFL, fcntl(number, F_GETFL) & ~O_NONBLOCK) != 0) error = errno;
+        if (error == 0) return;
+        close(std::exchange(number, -1));
+        Fail("Cannot open file", error);
+    }
+
+    String_t path;
+    NativePath native;
+    int number = -1;
+};
+
+class FileInput : public InputStream_t::Impl {
+public:
+    explicit FileInput(const String_t& path) : file(path, O_RDONLY) {}
+
+    std::int64_t Read(char* target, std::size_t length) override {
+        ssize_t got = 0;
+        do {
+            got = read(file.Get(), target, length);
+        } while (got < 0 && errno == EINTR);
+        if (got < 0) file.Fail("Cannot read file", errno);
+        return got == 0 ? -1 : got;
+    }
+
+    std::size_t Available() override {
+        struct stat status {};
+        if (fstat(file.Get(), &status) == 0 && S_ISREG(status.st_mode)) {
+            const off_t left = status.st_size - lseek(file.Get(), 0, SEEK_CUR);
+            return static_cast<std::size_t>(std::max<off_t>(left, 0));
+        }
+        int waiting = 0;
+        return ioctl(file.Get(), FIONREAD, &waiting) == 0 ? static_cast<std::size_t>(waiting) : 0;
+    }
+
+    void Close() override { file.Close(); }
+
+private:
+    Descriptor file;
+};
+
+class FileOutput : public OutputStream_t::Impl {
+public:
+    explicit FileOutput(const String_t& path) : file(path, O_WRONLY | O_CREAT | O_TRUNC) {}
+
+    void Write(const char* bytes, std::size_t length) override {
+        file.Get();
+        while (length > 0) {
+            const ssize_t written = FaultAt("write", file.NativeName()) ? -1 : write(file.Get(), bytes, length);
+            if (written < 0 && errno == EINTR) continue;
+            if (written < 0) file.Fail("Cannot write file", errno);
+            bytes += written;
+            length -= static_cast<std::size_t>(written);
+        }
+    }
+
+    void Sync() {
+        if (FaultAt("fsync", file.NativeName()) || fsync(file.Get()) != 0) file.Fail("Cannot flush file", errno);
+    }
+
+    void Close() override { file.Close(); }
+
+private:
+    Descriptor file;
+};
+
+}  // namespace
+
+FileInputStream_t::FileInputStream_t(const String_t& path) : InputStream_t(std::make_shared<FileInput>(path)) {}
+FileInputStream_t::FileInputStream_t(const File_t& file) : FileInputStream_t(file.ToString()) {}
+FileOutputStream_t::FileOutputStream_t(const String_t& path) : OutputStream_t(std::make_shared<FileOutput>(path)) {}
+FileOutputStream_t::FileOutputStream_t(const File_t& file) : FileOutputStream_t(file.ToString()) {}
+
+void FileOutputStream_t::Sync() {
+    CheckOpen(impl != nullptr);
+    static_cast<FileOutput&>(*impl).Sync();
+}
+
+}  // namespace LumPalIo
