@@ -83,4 +83,9 @@ HttpLimits HttpLimits::Load(const Configuration_t& configuration) {
     return limits;
 }
 
+bool HttpLimits::IsLoopback(const String_t& address) {
+    boost::system::error_code error;
+    return boost::asio::ip::make_address(address.ToUtf8(), error).is_loopback() && !error;
+}
+
 }  // namespace LumVoxMsg

@@ -13,7 +13,7 @@ namespace LumVoxMsg {
 /// A value. Each member is named with its key, its bounds and its default.
 struct HttpLimits {
     unsigned port = 7443;                            ///< SERVER_PORT, 0 to 65535; 0 takes a free one
-    LumPalStr::String_t bindAddress;                 ///< BIND_ADDRESS, an IP address; empty: see HttpServer::Open
+    LumPalStr::String_t bindAddress;                 ///< BIND_ADDRESS, an IP address; empty: every address (with TLS)
     unsigned ioThreads = 2;                          ///< IO_THREADS, 1 to 64
     unsigned workerThreads = 8;                      ///< WORKER_THREADS of each handler, 1 to 256
     std::uint64_t headerBytes = 64u << 10;           ///< HEADER_LIMIT, 1024 to 1 MiB; more is answered with 431
@@ -32,6 +32,8 @@ struct HttpLimits {
     /// A value that is no number or out of its bounds is named in the application log, and the default is taken.
     /// A BIND_ADDRESS that is no address is, and 127.0.0.1 is taken: a slip of the pen opens no port to the world.
     static HttpLimits Load(const LumPalConfig::Configuration_t& configuration);
+    /// Whether an address that Load took is one of the loopback network.
+    static bool IsLoopback(const LumPalStr::String_t& address);
     /// The time limit of a transfer of which so many bytes have been moved.
     std::chrono::milliseconds WithBytes(std::chrono::milliseconds limit, std::uint64_t bytes) const noexcept {
         return limit + std::chrono::milliseconds(bytes * 1000 / bytesPerSecond);

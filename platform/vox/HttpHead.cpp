@@ -1,0 +1,72 @@
+#include "HttpHead.h"
+
+#include <algorithm>
+
+namespace LumVoxMsg {
+namespace {
+
+char Lower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+
+bool IsDigits(std::string_view text) {
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+HttpRefusal CheckLength(const HttpHead& head) {
+    const std::size_t lengths = head.Count("Content-Length"), codings = head.Count("Transfer-Encoding");
+    if (lengths > 0 && codings > 0) return {400, "Content-Length and Transfer-Encoding exclude each other."};
+    if (lengths > 1) return {400, "There is more than one Content-Length."};
+    if (lengths == 1 && !IsDigits(head.Only("Content-Length"))) return {400, "Content-Length is no number."};
+    if (codings > 0 && head.version < 11) return {400, "HTTP/1.0 knows no Transfer-Encoding."};
+    if (codings > 1) return {400, "There is more than one Transfer-Encoding."};
+    if (codings == 1 && !SameWord(head.Only("Transfer-Encoding"), "chunked"))
+        return {501, "The only transfer coding served is chunked."};
+    if (lengths + codings == 0 && head.method == "POST") return {411, "The length of the body is missing."};
+    return {};
+}
+
+}  // namespace
+
+bool SameWord(std::string_view a, std::string_view b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) { return Lower(x) == Lower(y); });
+}
+
+std::size_t HttpHead::Count(std::string_view name) const {
+    return static_cast<std::size_t>(std::count_if(
+        fields.begin(), fields.end(), [name](const HttpField& field) { return SameWord(field.name, name); }));
+}
+
+std::string_view HttpHead::Only(std::string_view name) const {
+    if (Count(name) != 1) return {};
+    return std::find_if(fields.begin(), fields.end(),
+                        [name](const HttpField& field) { return SameWord(field.name, name); })
+        ->value;
+}
+
+HttpRefusal CheckHead(const HttpHead& head) {
+    if (head.version != 10 && head.version != 11) return {505, "Only HTTP/1.1 and HTTP/1.0 are served."};
+    if (head.version == 11 && head.Count("Host") != 1) return {400, "There must be exactly one Host."};
+    if (head.Count("Host") > 1) return {400, "There is more than one Host."};
+    if (head.Count("Expect") > 0 && !SameWord(head.Only("Expect"), "100-continue"))
+        return {417, "The only expectation met is 100-continue."};
+    return CheckLength(head);
+}
+
+bool ExpectsContinue(const HttpHead& head) {
+    return head.version == 11 && head.Count("Expect") == 1;
+}
+
+std::string_view SplitTarget(std::string_view target, std::string_view& query) {
+    for (const std::string_view scheme : {"http://", "https://"}) {
+        if (!SameWord(target.substr(0, scheme.size()), scheme)) continue;
+        const std::size_t end = target.find_first_of("/?", scheme.size());
+        target = end == std::string_view::npos ? std::string_view() : target.substr(end);
+    }
+    const std::size_t mark = target.find('?');
+    query = mark == std::string_view::npos ? std::string_view() : target.substr(mark + 1);
+    const std::string_view path = target.substr(0, mark);
+    return path.empty() ? std::string_view("/") : path;
+}
+
+}  // namespace LumVoxMsg

@@ -1,0 +1,759 @@
+// Every template of a network stream is instantiated here and nowhere else: this file takes the compiler half a minute.
+#include "HttpServer.h"
+
+#include <openssl/ssl.h>
+
+#include <atomic>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/ip/v6_only.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/ssl/context.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/write.hpp>
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/core/tcp_stream.hpp>
+#include <boost/beast/http.hpp>
+#include <boost/beast/ssl/ssl_stream.hpp>
+#include <condition_variable>
+#include <ctime>
+#include <future>
+#include <mutex>
+#include <sstream>
+#include <thread>
+#include <unordered_set>
+
+#include "HeaderScan.h"
+#include "HttpHead.h"
+#include "LumPalLog.h"
+#include "LumPalNet.h"
+#include "ThrottledLog.h"
+#include "TlsIdentity.h"
+
+namespace LumVoxMsg {
+namespace {
+
+namespace net = boost::asio;
+namespace beast = boost::beast;
+namespace http = boost::beast::http;
+using tcp = boost::asio::ip::tcp;
+using boost::system::error_code;
+using LumPalStr::String_t;
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t kFirstRead = 4096;  ///< an idle connection holds no more than this
+constexpr std::size_t kBodyRead = 65536;
+constexpr std::chrono::seconds kLingerTime{2};
+constexpr std::chrono::milliseconds kAcceptPause{100};
+constexpr char kContinue[] = "HTTP/1.1 100 Continue\r\n\r\n";
+constexpr char kBusy[] =
+    "HTTP/1.1 503 Service Unavailable\r\nServer: lumconfd\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
+
+/// A message body of blocks, as the HTTP library wants it.
+struct BlocksBody {
+    using value_type = std::shared_ptr<Blocks>;
+    static std::uint64_t size(const value_type& blocks) { return blocks ? blocks->GetSize() : 0; }
+
+    class reader {
+    public:
+        template <bool isRequest, class Fields>
+        reader(http::header<isRequest, Fields>&, value_type& blocks) : blocks(blocks) {}
+        void init(const boost::optional<std::uint64_t>&, error_code& error) { error = {}; }
+        template <class Buffers>
+        std::size_t put(const Buffers& buffers, error_code& error) {
+            error = {};
+            std::size_t count = 0;
+            for (const net::const_buffer buffer : beast::buffers_range_ref(buffers)) {
+                if (!blocks->Append(static_cast<const char*>(buffer.data()), buffer.size()))
+                    error = boost::system::errc::make_error_code(boost::system::errc::not_enough_memory);
+                if (error) return count;
+                count += buffer.size();
+            }
+            return count;
+        }
+        void finish(error_code& error) { error = {}; }
+
+    private:
+        value_type& blocks;
+    };
+
+    class writer {
+    public:
+        using const_buffers_type = net::const_buffer;
+        template <bool isRequest, class Fields>
+        writer(const http::header<isRequest, Fields>&, const value_type& blocks) : blocks(blocks.get()) {}
+        void init(error_code& error) { error = {}; }
+        /// Frees the block that was sent and gives the next one.
+        boost::optional<std::pair<const_buffers_type, bool>> get(error_code& error) {
+            error = {};
+            if (given) blocks->DropFirst();
+            given = true;
+            if (!blocks || blocks->GetCount() == 0) return boost::none;
+            const std::string_view block = blocks->GetBlock(0);
+            return {{net::const_buffer(block.data(), block.size()), blocks->GetCount() > 1}};
+        }
+
+    private:
+        Blocks* blocks;
+        bool given = false;
+    };
+};
+
+using Parser = http::request_parser<BlocksBody>;
+using Response = http::response<BlocksBody>;
+using Serializer = http::response_serializer<BlocksBody>;
+
+std::string HttpDate() {
+    const std::time_t now = std::time(nullptr);
+    std::tm parts{};
+    gmtime_r(&now, &parts);
+    char text[64];
+    return std::string(text, std::strftime(text, sizeof text, "%a, %d %b %Y %H:%M:%S GMT", &parts));
+}
+
+HttpHead HeadOf(const http::request_header<>& header) {
+    const auto view = [](beast::string_view text) { return std::string_view(text.data(), text.size()); };
+    HttpHead head{view(header.method_string()), view(header.target()), header.version(), {}};
+    for (const auto& field : header) head.fields.push_back({view(field.name_string()), view(field.value())});
+    return head;
+}
+
+/// What a thread's sessions look like to the server; all calls come on that thread.
+class AnySession {
+public:
+    virtual ~AnySession() = default;
+    /// Ends at once unless a request is being served or answered.
+    virtual void BeginClosing() = 0;
+    virtual void Abort() = 0;
+};
+
+/// One event loop and the sessions that live in it.
+struct IoThread {
+    std::unordered_set<AnySession*> sessions;  ///< touched by the loop alone
+    net::io_context context{1};
+    net::executor_work_guard<net::io_context::executor_type> work{context.get_executor()};
+    std::thread thread;
+
+    void Run() {
+        while (true) try {
+                context.run();
+                return;
+            } catch (const std::exception& e) {
+                LumPalLog::Log(LumPalMsg::CreateError_t("A connection was given up: %1")
+                               << String_t::FromUtf8(e.what()));
+            }
+    }
+    void Start() {
+        thread = std::thread([this] { Run(); });
+    }
+    /// Runs a function on the loop and waits for its end.
+    template <class Function>
+    void Call(Function function) {
+        std::promise<void> done;
+        net::post(context, [&] {
+            function();
+            done.set_value();
+        });
+        done.get_future().wait();
+    }
+};
+
+}  // namespace
+
+class HttpServer::Core {
+public:
+    Core(const HttpLimits& limits, HttpHandler& handler);
+    ~Core() { Finish(); }
+
+    void SetIdentity(const LumSecCore::NodeIdentity& identity);
+    std::shared_ptr<net::ssl::context> GetTls();
+    void Bind(const std::string& address, unsigned port);
+    void Start();
+    void StopAccepting();
+    void Finish();
+    void Leave();
+
+    const HttpLimits limits;
+    HttpHandler& handler;
+    const std::shared_ptr<MemoryBudget> namedBudget, namelessBudget;
+    std::atomic<bool> closing{false};
+    std::atomic<unsigned> connections{0};
+    std::atomic<unsigned> port{0};
+    ThrottledLog handshakeLog, nameLog, busyLog, acceptLog;
+
+private:
+    void Listen(const tcp::endpoint& endpoint);
+    tcp AnyAddress();
+    void AcceptNext();
+    void OnAccept(error_code error, tcp::socket socket, IoThread& target);
+    void Begin(tcp::socket socket, IoThread& target);
+    void Pause();
+
+    std::mutex mutex;  ///< guards tls; with left, also the wait for the last connection
+    std::shared_ptr<net::ssl::context> tls;
+    std::condition_variable left;
+    std::vector<std::unique_ptr<IoThread>> threads;
+    std::unique_ptr<tcp::acceptor> acceptor;        ///< used by the first thread alone once it listens
+    std::unique_ptr<net::steady_timer> pauseTimer;  ///< likewise
+    std::size_t nextThread = 0;                     ///< likewise
+    bool running = false;
+};
+
+namespace {
+
+/// A connection's place among those that are counted; given back also when the session cannot be made.
+class Place {
+public:
+    explicit Place(HttpServer::Core& core) : core(core) {}
+    Place(const Place&) = delete;
+    Place& operator=(const Place&) = delete;
+    ~Place() { core.Leave(); }
+
+private:
+    HttpServer::Core& core;
+};
+
+/// One connection. Lives in one event loop; every operation that is under way holds it.
+template <class Stream>
+class Session : public AnySession, public std::enable_shared_from_this<Session<Stream>> {
+public:
+    template <class... StreamArguments>
+    Session(HttpServer::Core& core, IoThread& thread, std::shared_ptr<net::ssl::context> tls,
+            StreamArguments&&... arguments)
+        : place(core),
+          core(core),
+          thread(thread),
+          tls(std::move(tls)),
+          stream(std::forward<StreamArguments>(arguments)...) {
+        thread.sessions.insert(this);
+    }
+    ~Session() override { thread.sessions.erase(this); }
+
+    void Start();
+    void BeginClosing() override {
+        if (phase != Phase::Serving && phase != Phase::Sending) Drop();
+    }
+    void Abort() override { Drop(); }
+    void Answer(HttpResponse answer) { Respond(std::move(answer), keepAlive); }
+
+private:
+    enum class Phase {
+        Opening,    ///< waits for the end of the handshake
+        Idle,       ///< waits for the first byte of a request
+        Receiving,  ///< reads header or body
+        Serving,    ///< waits for the handler's answer
+        Sending,    ///< writes the answer
+        Lingering   ///< waits for the peer to close, so that it can read the answer first
+    };
+    static constexpr bool kTls = !std::is_same_v<Stream, beast::tcp_stream>;
+
+    auto Then(void (Session::*next)(error_code, std::size_t)) {
+        return beast::bind_front_handler(next, this->shared_from_this());
+    }
+    beast::tcp_stream& Tcp() { return beast::get_lowest_layer(stream); }
+    void Drop() { Tcp().close(); }
+
+    void OnHandshake(error_code error, std::size_t);
+    void NamePeer();
+    void AwaitRequest();
+    void OnFirstBytes(error_code error, std::size_t count);
+    void ReadHeader();
+    void OnHeaderBytes(error_code error, std::size_t count);
+    void ScanHeader();
+    void SkipEmptyLine();
+    void ParseHead(std::size_t length);
+    void TakeHead(const HttpHead& head);
+    void BeginBody(bool sendContinue);
+    void OnContinueSent(error_code error, std::size_t);
+    void ReadBody();
+    void OnBodyBytes(error_code error, std::size_t count);
+    void Serve();
+    void Refuse(unsigned status, std::string_view reason);
+    void RefuseFor(error_code error);
+    void Respond(HttpResponse answer, bool keep);
+    void WriteSome();
+    void OnWritten(error_code error, std::size_t count);
+    void Linger();
+    void Drain(error_code, std::size_t);
+    void OnDrained(error_code error, std::size_t);
+
+    const Place place;
+    HttpServer::Core& core;
+    IoThread& thread;
+    const std::shared_ptr<net::ssl::context> tls;
+    Stream stream;
+    HttpPeer peer;
+    Phase phase = Phase::Opening;
+    beast::flat_buffer buffer;
+    HeaderScan scan;
+    std::size_t scanned = 0;
+    bool mayBeginEmpty = true;
+    std::optional<Parser> parser;
+    HttpRequest request;
+    bool keepAlive = false;
+    std::optional<Response> response;
+    std::optional<Serializer> serializer;
+    Clock::time_point phaseStart;
+    std::uint64_t moved = 0;  ///< bytes of the body received, or of the answer sent
+};
+
+/// Sends one answer to a session's loop, 503 when it goes without one.
+template <class Stream>
+class ReplyOnce {
+public:
+    explicit ReplyOnce(std::shared_ptr<Session<Stream>> session, net::io_context& context)
+        : session(std::move(session)), context(context) {}
+    ~ReplyOnce() {
+        if (!used.load()) Send(HttpResponse{503, {}, {}, nullptr});
+    }
+    void Send(HttpResponse answer) {
+        if (used.exchange(true)) return;
+        // The session moves along: its last holder must be its own loop.
+        net::post(context, [target = std::move(session), answer = std::move(answer)]() mutable {
+            target->Answer(std::move(answer));
+        });
+    }
+
+private:
+    std::shared_ptr<Session<Stream>> session;
+    net::io_context& context;
+    std::atomic<bool> used{false};
+};
+
+template <class Stream>
+void Session<Stream>::Start() {
+    error_code error;
+    const tcp::endpoint remote = Tcp().socket().remote_endpoint(error);
+    if (error || core.closing) return;
+    peer.address = (std::ostringstream() << remote).str();
+    Tcp().socket().set_option(tcp::no_delay(true), error);
+    if constexpr (kTls) {
+        Tcp().expires_after(core.limits.handshakeTime);
+        stream.async_handshake(net::ssl::stream_base::server,
+                               [self = this->shared_from_this()](error_code e) { self->OnHandshake(e, 0); });
+    } else {
+        AwaitRequest();
+    }
+}
+
+template <class Stream>
+void Session<Stream>::OnHandshake(error_code error, std::size_t) {
+    if (error) {
+        if (error.category() == net::error::get_ssl_category())
+            core.handshakeLog.Warn("A TLS handshake was refused: %1",
+                                   String_t::FromUtf8(peer.address + ": " + error.message()));
+        return;
+    }
+    peer.tls = true;
+    NamePeer();
+    AwaitRequest();
+}
+
+template <class Stream>
+void Session<Stream>::NamePeer() {
+    if constexpr (kTls) {
+        const std::unique_ptr<X509, decltype(&X509_free)> certificate(SSL_get1_peer_certificate(stream.native_handle()),
+                                                                      X509_free);
+        if (!certificate || SSL_get_verify_result(stream.native_handle()) != X509_V_OK) return;
+        std::string refusal;
+        peer.commonName = LumSecCore::SenderId(certificate.get(), refusal);
+        if (!refusal.empty())
+            core.nameLog.Warn("A client certificate names no sender: %1",
+                              String_t::FromUtf8(peer.address + ": " + refusal));
+    }
+}
+
+template <class Stream>
+void Session<Stream>::AwaitRequest() {
+    if (core.closing) return Drop();
+    phase = Phase::Idle;
+    parser.emplace();
+    parser->header_limit(static_cast<std::uint32_t>(core.limits.headerBytes));
+    parser->body_limit(core.limits.bodyBytes);
+    scan = HeaderScan();
+    scanned = 0;
+    mayBeginEmpty = true;
+    request = HttpRequest();
+    if (buffer.size() > 0) return OnFirstBytes({}, 0);
+    if (buffer.capacity() > kFirstRead) buffer.shrink_to_fit();
+    Tcp().expires_after(core.limits.idleTime);
+    stream.async_read_some(buffer.prepare(kFirstRead), Then(&Session::OnFirstBytes));
+}
+
+template <class Stream>
+void Session<Stream>::OnFirstBytes(error_code error, std::size_t count) {
+    phase = Phase::Receiving;
+    phaseStart = Clock::now();
+    OnHeaderBytes(error, count);
+}
+
+template <class Stream>
+void Session<Stream>::ReadHeader() {
+    if (buffer.size() >= core.limits.headerBytes) return Refuse(431, "The header is too large.");
+    Tcp().expires_at(phaseStart + core.limits.headerTime);
+    stream.async_read_some(buffer.prepare(kFirstRead), Then(&Session::OnHeaderBytes));
+}
+
+template <class Stream>
+void Session<Stream>::OnHeaderBytes(error_code error, std::size_t count) {
+    if (error) return Drop();
+    buffer.commit(count);
+    ScanHeader();
+}
+
+/// A client may send one empty line before a request (RFC 9112, section 2.2).
+template <class Stream>
+void Session<Stream>::SkipEmptyLine() {
+    const std::string_view bytes(static_cast<const char*>(buffer.data().data()), buffer.size());
+    if (!mayBeginEmpty || scanned > 0 || !bytes.starts_with("\r\n")) return;
+    buffer.consume(2);
+    mayBeginEmpty = false;
+}
+
+template <class Stream>
+void Session<Stream>::ScanHeader() {
+    SkipEmptyLine();
+    const std::string_view bytes(static_cast<const char*>(buffer.data().data()), buffer.size());
+    if (bytes.empty() || (bytes == "\r" && mayBeginEmpty)) return ReadHeader();
+    std::size_t used = 0;
+    const HeaderScan::Result result = scan.Feed(bytes.substr(scanned), used);
+    scanned += used;
+    if (result == HeaderScan::Result::Bad) return Refuse(400, "The header is malformed.");
+    if (result == HeaderScan::Result::NeedMore) return ReadHeader();
+    if (scanned > core.limits.headerBytes) return Refuse(431, "The header is too large.");
+    ParseHead(scanned);
+}
+
+template <class Stream>
+void Session<Stream>::ParseHead(std::size_t length) {
+    error_code error;
+    parser->put(net::const_buffer(buffer.data().data(), length), error);
+    buffer.consume(length);
+    if (error) return RefuseFor(error);
+    if (!parser->is_header_done()) return Refuse(400, "The header is malformed.");
+    const HttpHead head = HeadOf(parser->get());
+    const HttpRefusal refusal = CheckHead(head);
+    if (refusal.status != 0) return Refuse(refusal.status, refusal.reason);
+    TakeHead(head);
+}
+
+template <class Stream>
+void Session<Stream>::TakeHead(const HttpHead& head) {
+    std::string_view query;
+    request.method = head.method;
+    request.path = SplitTarget(head.target, query);
+    request.query = query;
+    request.contentType = head.Only("Content-Type");
+    request.authorization = head.Only("Authorization");
+    request.peer = peer;
+    keepAlive = head.version == 11 && parser->keep_alive();
+    if (std::optional<HttpResponse> refusal = core.handler.Screen(request))
+        return Respond(std::move(*refusal), keepAlive && parser->is_done());
+    request.body = std::make_shared<Blocks>(request.sender.empty() ? core.namelessBudget : core.namedBudget);
+    BeginBody(ExpectsContinue(head));
+}
+
+template <class Stream>
+void Session<Stream>::BeginBody(bool sendContinue) {
+    if (parser->is_done()) return Serve();
+    parser->get().body() = request.body;
+    parser->eager(true);
+    phaseStart = Clock::now();
+    moved = 0;
+    if (!sendContinue || buffer.size() > 0) return ReadBody();
+    Tcp().expires_after(core.limits.writeTime);
+    net::async_write(stream, net::const_buffer(kContinue, sizeof kContinue - 1), Then(&Session::OnContinueSent));
+}
+
+template <class Stream>
+void Session<Stream>::OnContinueSent(error_code error, std::size_t) {
+    if (error) return Drop();
+    ReadBody();
+}
+
+template <class Stream>
+void Session<Stream>::ReadBody() {
+    if (parser->is_done()) return Serve();
+    buffer.reserve(kBodyRead);
+    Tcp().expires_at(phaseStart + core.limits.WithBytes(core.limits.bodyTime, moved));
+    http::async_read_some(stream, buffer, *parser, Then(&Session::OnBodyBytes));
+}
+
+template <class Stream>
+void Session<Stream>::OnBodyBytes(error_code error, std::size_t count) {
+    moved += count;
+    if (error) return RefuseFor(error);
+    // Tiny chunks with long extensions: the body stays small while the wire carries without end.
+    if (moved > 4 * core.limits.bodyBytes + (1u << 20)) return Refuse(413, "The body is too large.");
+    ReadBody();
+}
+
+template <class Stream>
+void Session<Stream>::Serve() {
+    if (core.closing) return Drop();
+    phase = Phase::Serving;
+    Tcp().expires_never();
+    parser.reset();
+    auto once = std::make_shared<ReplyOnce<Stream>>(this->shared_from_this(), thread.context);
+    core.handler.Serve(std::move(request), [once](HttpResponse answer) { once->Send(std::move(answer)); });
+}
+
+template <class Stream>
+void Session<Stream>::RefuseFor(error_code error) {
+    if (error == http::error::body_limit) return Refuse(413, "The body is too large.");
+    if (error == http::error::header_limit || error == http::error::buffer_overflow)
+        return Refuse(431, "The header is too large.");
+    if (error == boost::system::errc::not_enough_memory) return Refuse(503, "Too many large requests at once.");
+    const bool cut = error == http::error::partial_message || error == http::error::end_of_stream;
+    if (cut || error.category() != http::make_error_code(http::error::bad_value).category()) return Drop();
+    Refuse(400, "The message is malformed.");
+}
+
+template <class Stream>
+void Session<Stream>::Refuse(unsigned status, std::string_view reason) {
+    HttpResponse answer;
+    answer.status = status;
+    answer.body = MakeBlocks(core.handler.ErrorBody(status, reason, answer.contentType));
+    request = HttpRequest();
+    Respond(std::move(answer), false);
+}
+
+template <class Stream>
+void Session<Stream>::Respond(HttpResponse answer, bool keep) {
+    phase = Phase::Sending;
+    keepAlive = keep && !core.closing;
+    response.emplace(static_cast<http::status>(answer.status), 11);
+    response->set(http::field::server, "lumconfd");
+    response->set(http::field::date, HttpDate());
+    if (!answer.contentType.empty()) response->set(http::field::content_type, answer.contentType);
+    if (!answer.allow.empty()) response->set(http::field::allow, answer.allow);
+    response->keep_alive(keepAlive);
+    response->body() = answer.body ? std::move(answer.body) : std::make_shared<Blocks>();
+    response->content_length(response->body()->GetSize());
+    serializer.emplace(*response);
+    phaseStart = Clock::now();
+    moved = 0;
+    WriteSome();
+}
+
+template <class Stream>
+void Session<Stream>::WriteSome() {
+    Tcp().expires_at(phaseStart + core.limits.WithBytes(core.limits.writeTime, moved));
+    http::async_write_some(stream, *serializer, Then(&Session::OnWritten));
+}
+
+template <class Stream>
+void Session<Stream>::OnWritten(error_code error, std::size_t count) {
+    if (error) return Drop();
+    moved += count;
+    if (!serializer->is_done()) return WriteSome();
+    serializer.reset();
+    response.reset();
+    if (keepAlive) return AwaitRequest();
+    Linger();
+}
+
+template <class Stream>
+void Session<Stream>::Linger() {
+    phase = Phase::Lingering;
+    parser.reset();
+    Tcp().expires_after(kLingerTime);
+    if constexpr (kTls)
+        stream.async_shutdown([self = this->shared_from_this()](error_code e) { self->Drain(e, 0); });
+    else
+        Drain({}, 0);
+}
+
+template <class Stream>
+void Session<Stream>::Drain(error_code, std::size_t) {
+    error_code ignored;
+    Tcp().socket().shutdown(tcp::socket::shutdown_send, ignored);
+    if (ignored) return Drop();
+    Tcp().expires_after(kLingerTime);
+    phaseStart = Clock::now();
+    OnDrained({}, 0);
+}
+
+template <class Stream>
+void Session<Stream>::OnDrained(error_code error, std::size_t) {
+    if (error || core.closing || Clock::now() >= phaseStart + kLingerTime) return Drop();
+    buffer.clear();
+    Tcp().async_read_some(buffer.prepare(kFirstRead), Then(&Session::OnDrained));
+}
+
+using PlainSession = Session<beast::tcp_stream>;
+using TlsSession = Session<beast::ssl_stream<beast::tcp_stream>>;
+
+LumPalNet::ConnectException_t CannotListen(const tcp::endpoint& endpoint, const error_code& error) {
+    return LumPalNet::ConnectException_t(LumPalMsg::CreateError_t("Cannot listen on address '%1', port %2: %3.")
+                                         << String_t::FromUtf8(endpoint.address().to_string())
+                                         << static_cast<unsigned>(endpoint.port())
+                                         << String_t::FromUtf8(error.message()));
+}
+
+}  // namespace
+
+HttpServer::Core::Core(const HttpLimits& limits, HttpHandler& handler)
+    : limits(limits),
+      handler(handler),
+      // Callers that proved nothing have a share of their own, so that they cannot keep others out.
+      namedBudget(std::make_shared<MemoryBudget>(limits.allBodiesBytes / 4 * 3)),
+      namelessBudget(std::make_shared<MemoryBudget>(limits.allBodiesBytes / 4)) {
+    for (unsigned i = 0; i < limits.ioThreads; ++i) threads.push_back(std::make_unique<IoThread>());
+}
+
+void HttpServer::Core::SetIdentity(const LumSecCore::NodeIdentity& identity) {
+    auto next = std::make_shared<net::ssl::context>(net::ssl::context::tls_server);
+    LumSecCore::ConfigureServer(next->native_handle(), identity);
+    const std::lock_guard lock(mutex);
+    tls = std::move(next);
+}
+
+std::shared_ptr<net::ssl::context> HttpServer::Core::GetTls() {
+    const std::lock_guard lock(mutex);
+    return tls;
+}
+
+void HttpServer::Core::Listen(const tcp::endpoint& endpoint) {
+    error_code error;
+    acceptor->open(endpoint.protocol(), error);
+    if (!error) acceptor->set_option(tcp::acceptor::reuse_address(true), error);
+    if (!error && endpoint.protocol() == tcp::v6()) acceptor->set_option(net::ip::v6_only(false), error);
+    if (!error) acceptor->bind(endpoint, error);
+    if (!error) acceptor->listen(net::socket_base::max_listen_connections, error);
+    if (error) throw CannotListen(endpoint, error);
+    port = acceptor->local_endpoint().port();
+}
+
+/// IPv6, which takes IPv4 along, unless this host has none.
+tcp HttpServer::Core::AnyAddress() {
+    error_code error;
+    tcp::acceptor trial(threads.front()->context);
+    trial.open(tcp::v6(), error);
+    if (!error) trial.bind(tcp::endpoint(net::ip::address_v6::loopback(), 0), error);
+    return error ? tcp::v4() : tcp::v6();
+}
+
+void HttpServer::Core::Bind(const std::string& address, unsigned wanted) {
+    const auto number = static_cast<unsigned short>(wanted);
+    acceptor = std::make_unique<tcp::acceptor>(threads.front()->context);
+    pauseTimer = std::make_unique<net::steady_timer>(threads.front()->context);
+    Listen(address.empty() ? tcp::endpoint(AnyAddress(), number)
+                           : tcp::endpoint(net::ip::make_address(address), number));
+}
+
+void HttpServer::Core::Start() {
+    running = true;
+    for (const auto& thread : threads) thread->Start();
+    net::post(threads.front()->context, [this] { AcceptNext(); });
+}
+
+void HttpServer::Core::AcceptNext() {
+    if (closing || !acceptor->is_open()) return;
+    IoThread& target = *threads[nextThread++ % threads.size()];
+    acceptor->async_accept(target.context, [this, &target](error_code error, tcp::socket socket) {
+        OnAccept(error, std::move(socket), target);
+    });
+}
+
+void HttpServer::Core::OnAccept(error_code error, tcp::socket socket, IoThread& target) {
+    if (error == net::error::operation_aborted || closing) return;
+    if (error) {
+        acceptLog.Warn("A connection cannot be accepted: %1", String_t::FromUtf8(error.message()));
+        return Pause();
+    }
+    if (connections.fetch_add(1) < limits.connections) {
+        net::post(target.context,
+                  [this, &target, accepted = std::move(socket)]() mutable { Begin(std::move(accepted), target); });
+    } else {
+        busyLog.Warn("There are more than %1 connections; further ones are refused.",
+                     LumPalStr::NumToStr(limits.connections));
+        if (!GetTls()) net::write(socket, net::const_buffer(kBusy, sizeof kBusy - 1), error);
+        socket.shutdown(tcp::socket::shutdown_both, error);
+        socket.close(error);
+        Leave();
+    }
+    AcceptNext();
+}
+
+/// Out of descriptors, say: trying again at once would only burn the processor.
+void HttpServer::Core::Pause() {
+    pauseTimer->expires_after(kAcceptPause);
+    pauseTimer->async_wait([this](error_code error) {
+        if (!error) AcceptNext();
+    });
+}
+
+void HttpServer::Core::Begin(tcp::socket socket, IoThread& target) try {
+    if (auto context = GetTls()) {
+        net::ssl::context& settings = *context;
+        std::make_shared<TlsSession>(*this, target, std::move(context), beast::tcp_stream(std::move(socket)), settings)
+            ->Start();
+    } else {
+        std::make_shared<PlainSession>(*this, target, nullptr, std::move(socket))->Start();
+    }
+} catch (const std::exception& e) {
+    acceptLog.Warn("A connection cannot be accepted: %1", String_t::FromUtf8(e.what()));
+}
+
+void HttpServer::Core::Leave() {
+    connections.fetch_sub(1);
+    if (!closing) return;
+    const std::lock_guard lock(mutex);
+    left.notify_all();
+}
+
+void HttpServer::Core::StopAccepting() {
+    closing = true;
+    if (!running) return;
+    threads.front()->Call([this] {
+        error_code ignored;
+        acceptor->close(ignored);
+        pauseTimer->cancel();
+    });
+    for (const auto& thread : threads)
+        thread->Call([&] {
+            for (AnySession* session : thread->sessions) session->BeginClosing();
+        });
+}
+
+void HttpServer::Core::Finish() {
+    if (!running) return;
+    if (!closing) StopAccepting();
+    {
+        std::unique_lock lock(mutex);
+        left.wait_for(lock, limits.closeTime, [this] { return connections == 0; });
+    }
+    for (const auto& thread : threads) {
+        thread->Call([&] {
+            for (AnySession* session : thread->sessions) session->Abort();
+        });
+        thread->context.stop();
+        thread->thread.join();
+    }
+    running = false;
+}
+
+HttpServer::HttpServer(const HttpLimits& limits, HttpHandler& handler)
+    : core(std::make_unique<Core>(limits, handler)) {}
+HttpServer::~HttpServer() = default;
+void HttpServer::SetIdentity(const LumSecCore::NodeIdentity& identity) {
+    core->SetIdentity(identity);
+}
+void HttpServer::Bind(const std::string& address, unsigned port) {
+    core->Bind(address, port);
+}
+unsigned HttpServer::GetPort() const noexcept {
+    return core->port;
+}
+void HttpServer::StopAccepting() {
+    core->StopAccepting();
+}
+void HttpServer::Finish() {
+    core->Finish();
+}
+unsigned HttpServer::GetConnectionCount() const noexcept {
+    return core->connections;
+}
+
+}  // namespace LumVoxMsg
