@@ -24,6 +24,7 @@ public:
     /// It lives as long as the messenger or a client that holds it.
     std::shared_ptr<void> ClientState(const std::function<std::shared_ptr<void>()>& make);
 
+    /// These four as Messenger's.
     void Register(MsgHandler* handler);
     void Close();
     unsigned GetPort();

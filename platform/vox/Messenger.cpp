@@ -1,0 +1,93 @@
+#include "LumVoxMsg.h"
+#include "MessengerImpl.h"
+#include "MessengerServer.h"
+
+namespace LumVoxMsg {
+
+using LumPalMsg::CreateError_t;
+using LumPalMsg::IllegalStateError_t;
+using LumPalStr::String_t;
+
+MsgHandler::~MsgHandler() = default;
+
+Messenger::Impl::Impl(const LumPalConfig::Configuration_t& configuration, const Options& options)
+    : configuration(configuration), options(options) {}
+
+Messenger::Impl::~Impl() {
+    Close();
+}
+
+std::shared_ptr<void> Messenger::Impl::ClientState(const std::function<std::shared_ptr<void>()>& make) {
+    const std::lock_guard lock(mutex);
+    if (!clientState) clientState = make();
+    return clientState;
+}
+
+void Messenger::Impl::Register(MsgHandler* handler) {
+    const std::lock_guard lock(mutex);
+    if (closed) throw IllegalStateError_t(CreateError_t("A closed messenger takes no handler."));
+    if (options.sendOnly) throw IllegalStateError_t(CreateError_t("A messenger that only sends takes no handler."));
+    if (server) return server->AddRoute(handler);
+    auto opened = std::make_shared<MessengerServer>(HttpLimits::Load(configuration), options.basePath);
+    opened->AddRoute(handler);
+    opened->Open();
+    server = std::move(opened);
+}
+
+void Messenger::Impl::Close() {
+    std::shared_ptr<MessengerServer> ending;
+    {
+        const std::lock_guard lock(mutex);
+        closed = true;
+        ending = std::move(server);
+        server = nullptr;
+    }
+    // Without the lock: a call in flight may still ask this messenger for its port.
+    if (ending) ending->Close();
+}
+
+unsigned Messenger::Impl::GetPort() {
+    const std::lock_guard lock(mutex);
+    return server ? server->GetPort() : 0;
+}
+
+void Messenger::Impl::ReloadIdentity() {
+    std::shared_ptr<MessengerServer> serving;
+    {
+        const std::lock_guard lock(mutex);
+        serving = server;
+    }
+    if (serving) serving->ReloadIdentity();
+}
+
+Messenger::Messenger(const LumPalConfig::Configuration_t& configuration, const Options& options)
+    : Object(new Impl(configuration, options)) {}
+
+Messenger::Impl* Messenger::GetImpl() const {
+    return static_cast<Impl*>(implementation.Get());
+}
+
+void Messenger::Register(MsgHandler* handler, bool, int) {
+    if (!GetImpl()) throw IllegalStateError_t(CreateError_t("A null messenger takes no handler."));
+    if (!handler)
+        throw LumPalMsg::IllegalArgumentError_t(CreateError_t("There is no handler to register with the messenger."));
+    GetImpl()->Register(handler);
+}
+
+void Messenger::Close() {
+    if (GetImpl()) GetImpl()->Close();
+}
+
+bool Messenger::IsServing() const {
+    return GetPort() != 0;
+}
+
+unsigned Messenger::GetPort() const {
+    return GetImpl() ? GetImpl()->GetPort() : 0;
+}
+
+void Messenger::ReloadIdentity() {
+    if (GetImpl()) GetImpl()->ReloadIdentity();
+}
+
+}  // namespace LumVoxMsg

@@ -1,0 +1,196 @@
+#include "MessengerServer.h"
+
+#include "HttpHead.h"
+#include "LumPalLog.h"
+#include "LumSecAuth.h"
+#include "MsgHandlerAccess.h"
+#include "SoapFault.h"
+
+namespace LumVoxMsg {
+
+using Access = MsgHandler::Access;
+using LumPalStr::String_t;
+using LumSecCore::NodeIdentity;
+
+namespace {
+
+std::string_view WithoutSlashes(std::string_view text) {
+    const std::size_t first = text.find_first_not_of('/');
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of('/') - first + 1);
+}
+
+/// SOAP 1.1 demands text/xml. Insisting on it also keeps web pages of others from posting in a user's name:
+/// a browser asks first before it sends this type.
+bool IsXml(std::string_view contentType) {
+    const std::string_view type = contentType.substr(0, contentType.find(';'));
+    return SameWord(type.substr(0, type.find_last_not_of(" \t") + 1), "text/xml");
+}
+
+void LogFailure(const std::string& path, const String_t& reason) {
+    LumPalLog::Log(LumPalMsg::CreateError_t("A request to '%1' failed: %2") << String_t::FromUtf8(path) << reason);
+}
+
+/// Nothing that a handler does may end the thread that serves it.
+Access::Response Handled(MsgHandler& handler, const Access::Request& request, const std::string& path) {
+    Access::Response response;
+    try {
+        Access::Handle(handler, request, response);
+        return response;
+    } catch (const std::exception& e) {
+        LogFailure(path, String_t::FromUtf8(e.what()));
+    } catch (...) {
+        LogFailure(path, "an exception of an unknown kind");
+    }
+    SetFault(response, "Server", "The request failed; the node's log says why.");
+    return response;
+}
+
+}  // namespace
+
+void SetFault(Access::Response& response, const char* code, const String_t& text) {
+    response.status = 500;
+    response.contentType = kSoapContentType;
+    response.body = std::make_shared<Blocks>();
+    LumPalIo::OutputStream_t stream = WriteBlocks(response.body);
+    LumVoxSoap::WriteFault(stream, code, text);
+}
+
+std::string JoinPaths(const String_t& base, const String_t& path) {
+    std::string joined;
+    const std::string parts[] = {base.ToUtf8(), path.ToUtf8()};
+    for (const std::string& part : parts) {
+        const std::string_view bare = WithoutSlashes(part);
+        if (!bare.empty()) joined.append("/").append(bare);
+    }
+    return joined.empty() ? "/" : joined;
+}
+
+MessengerServer::Route::Route(MsgHandler* handler, unsigned threads)
+    : handler(handler), held(dynamic_cast<const LumPalRef::RefCounted_t*>(handler)), pool(threads) {}
+
+MessengerServer::MessengerServer(const HttpLimits& limits, const String_t& basePath)
+    : limits(limits), basePath(basePath), http(limits, *this) {}
+
+void MessengerServer::AddRoute(MsgHandler* handler) {
+    const std::string path = JoinPaths(basePath, Access::BasePath(*handler));
+    const std::lock_guard lock(mutex);
+    if (!routes.try_emplace(path, std::make_shared<Route>(handler, limits.workerThreads)).second)
+        throw LumPalMsg::IllegalArgumentError_t(LumPalMsg::CreateError_t("The path '%1' has a handler already.")
+                                                << String_t::FromUtf8(path));
+}
+
+void MessengerServer::Open() {
+    const NodeIdentity identity = NodeIdentity::Load();
+    if (identity.certificateInstalled)
+        OpenTls(identity);
+    else
+        OpenPlain();
+    http.Start();
+}
+
+void MessengerServer::OpenTls(const NodeIdentity& identity) {
+    http.SetIdentity(identity);
+    http.Bind(limits.bindAddress.ToUtf8(), limits.port);
+}
+
+/// The secret comes after the port: a server that cannot have the port must not spoil that of the one that has it.
+void MessengerServer::OpenPlain() {
+    if (limits.bindAddress.IsNotEmpty() && !HttpLimits::IsLoopback(limits.bindAddress))
+        LumPalLog::Log(LumPalMsg::CreateWarn_t(
+                           "No certificate is installed: the server listens on '%1' alone, not on BIND_ADDRESS '%2'.")
+                       << kLoopbackAddress << limits.bindAddress);
+    http.Bind(kLoopbackAddress, limits.port);
+    const std::lock_guard lock(mutex);
+    secret.Create();
+    plain = true;
+}
+
+void MessengerServer::ReloadIdentity() {
+    const NodeIdentity identity = NodeIdentity::Load();
+    const std::lock_guard lock(mutex);
+    if (!identity.certificateInstalled) {
+        if (!plain)
+            LumPalLog::Log(LumPalMsg::CreateWarn_t(String_t(
+                "No certificate is installed any more; the server keeps its identity until it is restarted.")));
+        return;
+    }
+    http.SetIdentity(identity);
+    if (!plain) return;
+    plain = false;
+    secret.Remove();
+    LumPalLog::Log(LumPalMsg::CreateWarn_t(
+        String_t("A certificate was installed; the server listens on loopback alone until it is restarted.")));
+}
+
+void MessengerServer::Close() {
+    std::map<std::string, std::shared_ptr<Route>> ending;
+    {
+        const std::lock_guard lock(mutex);
+        if (closed) return;
+        closed = true;
+        ending = routes;
+    }
+    http.StopAccepting();
+    for (const auto& [path, route] : ending) route->pool.Stop();
+    http.Finish();
+    const std::lock_guard lock(mutex);
+    secret.Remove();
+    routes.clear();
+}
+
+std::shared_ptr<MessengerServer::Route> MessengerServer::FindRoute(const std::string& path) {
+    const std::lock_guard lock(mutex);
+    const auto found = routes.find(path);
+    return found == routes.end() ? nullptr : found->second;
+}
+
+std::string MessengerServer::SenderOf(const HttpRequest& head) {
+    if (head.peer.tls) return head.peer.commonName;
+    const std::lock_guard lock(mutex);
+    return secret.Matches(head.authorization) ? LumSecAuth::LocalAdministrator() : "";
+}
+
+std::optional<HttpResponse> MessengerServer::Screen(HttpRequest& head) {
+    head.sender = SenderOf(head);
+    if (!FindRoute(head.path)) return Error(404, "Nothing is served at this path.");
+    // A description of the service will be given here.
+    if (head.method == "GET" && SameWord(head.query, "wsdl")) return Error(404, "There is no description yet.");
+    if (head.method != "POST") {
+        HttpResponse refusal = Error(405, "Calls are made with POST.");
+        refusal.allow = "POST";
+        if (head.method == "HEAD") refusal.body = nullptr;
+        return refusal;
+    }
+    if (!IsXml(head.contentType)) return Error(415, "A call's Content-Type is text/xml.");
+    return std::nullopt;
+}
+
+void MessengerServer::Serve(HttpRequest request, HttpReply reply) {
+    const std::shared_ptr<Route> route = FindRoute(request.path);
+    if (!route) return;
+    auto message = std::make_shared<Access::Request>(Access::Request{request.sender, std::move(request.body)});
+    MsgHandler* const handler = route->handler;
+    route->pool.Submit([handler, message, reply, path = std::move(request.path)] {
+        Access::Response response = Handled(*handler, *message, path);
+        message->body.reset();
+        reply(HttpResponse{response.status, std::move(response.contentType), {}, std::move(response.body)});
+    });
+}
+
+HttpResponse MessengerServer::Error(unsigned status, const char* reason) {
+    HttpResponse response;
+    response.status = status;
+    response.body = MakeBlocks(ErrorBody(status, reason, response.contentType));
+    return response;
+}
+
+std::string MessengerServer::ErrorBody(unsigned status, std::string_view reason, std::string& contentType) {
+    contentType = kSoapContentType;
+    auto blocks = std::make_shared<Blocks>();
+    LumPalIo::OutputStream_t stream = WriteBlocks(blocks);
+    LumVoxSoap::WriteFault(stream, status < 500 ? "Client" : "Server", String_t::FromUtf8(reason));
+    return JoinBlocks(*blocks);
+}
+
+}  // namespace LumVoxMsg

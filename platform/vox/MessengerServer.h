@@ -1,0 +1,65 @@
+/// @file
+/// The receiving side of a messenger: one port, the handlers below it, and who is calling.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "HttpServer.h"
+#include "LocalSecret.h"
+#include "LumVoxMsg.h"
+#include "WorkerPool.h"
+
+namespace LumVoxMsg {
+
+/// Joins two paths with exactly one "/", beginning with one and not ending in one.
+std::string JoinPaths(const LumPalStr::String_t& base, const LumPalStr::String_t& path);
+
+/// Each handler is served by threads of its own, so that none can occupy another's. Any thread.
+class MessengerServer : private HttpHandler {
+public:
+    MessengerServer(const HttpLimits& limits, const LumPalStr::String_t& basePath);
+    ~MessengerServer() override { Close(); }
+    /// @param handler  not owned, unless it counts references (then one is held until Close)
+    /// @throws LumPalMsg::IllegalArgumentError_t when another handler has the path
+    void AddRoute(MsgHandler* handler);
+    /// Opens the port: with an installed certificate for TLS, else plain on loopback alone, with a new secret.
+    /// @throws LumPalNet::ConnectException_t, LumSecCore::KeyStoreException, LumPalIo::IOException_t
+    void Open();
+    unsigned GetPort() const noexcept { return http.GetPort(); }
+    /// As Messenger::ReloadIdentity.
+    void ReloadIdentity();
+    /// As Messenger::Close. Not from a handler.
+    void Close();
+
+private:
+    struct Route {
+        Route(MsgHandler* handler, unsigned threads);
+        MsgHandler* const handler;
+        const LumPalPtr::RefPtr_t<const LumPalRef::RefCounted_t> held;
+        WorkerPool pool;
+    };
+
+    std::optional<HttpResponse> Screen(HttpRequest& head) override;
+    void Serve(HttpRequest request, HttpReply reply) override;
+    std::string ErrorBody(unsigned status, std::string_view reason, std::string& contentType) override;
+
+    HttpResponse Error(unsigned status, const char* reason);
+    std::shared_ptr<Route> FindRoute(const std::string& path);
+    std::string SenderOf(const HttpRequest& head);
+    void OpenPlain();
+    void OpenTls(const LumSecCore::NodeIdentity& identity);
+
+    const HttpLimits limits;
+    const LumPalStr::String_t basePath;
+    std::mutex mutex;  ///< guards routes, secret, plain, closed
+    std::map<std::string, std::shared_ptr<Route>> routes;
+    LocalSecret secret;
+    bool plain = false;
+    bool closed = false;
+    HttpServer http;  ///< last: its threads use what stands above
+};
+
+}  // namespace LumVoxMsg

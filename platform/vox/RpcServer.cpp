@@ -1,0 +1,145 @@
+#include <map>
+#include <mutex>
+#include <variant>
+
+#include "FunctionCall.h"
+#include "LumPalLog.h"
+#include "LumVoxRpc.h"
+#include "MsgHandlerAccess.h"
+#include "RpcServerCallImpl.h"
+#include "SoapPeek.h"
+#include "SoapReader.h"
+
+namespace LumVoxRpc {
+
+using Access = LumVoxMsg::MsgHandler::Access;
+using LumPalMsg::CreateError_t;
+using LumPalStr::String_t;
+
+RpcServerHandler::~RpcServerHandler() = default;
+
+namespace {
+
+using Method = std::variant<RpcServerHandler*, Function>;
+
+/// CallStarted and CallFinished around a call, also when it ends by an exception.
+class CallScope {
+public:
+    explicit CallScope(RpcServerHandler& handler) : handler(handler) { handler.CallStarted(); }
+    CallScope(const CallScope&) = delete;
+    CallScope& operator=(const CallScope&) = delete;
+    ~CallScope() try { handler.CallFinished(); } catch (const std::exception& e) {
+        LumPalLog::Log(CreateError_t("The end of a call failed: %1") << String_t::FromUtf8(e.what()));
+    }
+
+private:
+    RpcServerHandler& handler;
+};
+
+void CallMethod(RpcServerHandler* handler, const std::shared_ptr<RpcServerCall::Impl>& state) {
+    const CallScope scope(*handler);
+    RpcServerCall call(state);
+    handler->Process(call);
+}
+
+void CallMethod(Function function, const std::shared_ptr<RpcServerCall::Impl>& state) {
+    CallFunction(function, *state);
+}
+
+/// What a method made of a call: its response, or the fault that stands for what it threw.
+Access::Response Call(const Method& method, const std::shared_ptr<RpcServerCall::Impl>& state) {
+    String_t reason = "no response was sent";
+    try {
+        std::visit([&](auto callee) { CallMethod(callee, state); }, method);
+    } catch (const LumVoxSoap::SOAPFormatException& e) {
+        if (!state->sent) LumVoxMsg::SetFault(state->response, "Client", e.GetMessageList());
+        return std::move(state->response);
+    } catch (const LumPalXml::SAX::SAXParseException_t& e) {
+        if (!state->sent) LumVoxMsg::SetFault(state->response, "Client", e.GetMessageList());
+        return std::move(state->response);
+    } catch (const std::exception& e) {
+        reason = String_t::FromUtf8(e.what());
+        if (state->sent) LumPalLog::Log(CreateError_t("The method '%1' failed: %2") << state->method << reason);
+    }
+    if (state->sent) return std::move(state->response);
+    LumPalLog::Log(CreateError_t("The method '%1' failed: %2") << state->method << reason);
+    LumVoxMsg::SetFault(state->response, "Server", "The method failed; the node's log says why.");
+    return std::move(state->response);
+}
+
+}  // namespace
+
+/// Any thread.
+class RpcServerImpl : public LumPalRef::RefCounted_t, public LumVoxMsg::MsgHandler {
+public:
+    explicit RpcServerImpl(const RpcServer::Options& options) : options(options) {}
+
+    void Register(const char* name, Method method) {
+        const std::lock_guard lock(mutex);
+        methods[name] = method;
+    }
+
+private:
+    String_t BasePath() const override { return options.basePath; }
+
+    void Handle(const Request& request, Response& response) override try {
+        const String_t name = LumVoxSoap::PeekMethod(ReadBlocks(request.body, LumVoxMsg::AfterRead::Keep));
+        const Method method = Find(name);
+        if (options.requireAuthentication && request.sender.empty())
+            return LumVoxMsg::SetFault(response, "Client", "The sender is not authenticated.");
+        response = Run(method, name, request);
+    } catch (const LumVoxSoap::SoapRefusal& e) {
+        LumVoxMsg::SetFault(response, e.GetFaultCode(), e.GetMessageList());
+    } catch (const LumPalXml::SAX::SAXParseException_t& e) {
+        LumVoxMsg::SetFault(response, "Client", e.GetMessageList());
+    }
+
+    Method Find(const String_t& name) {
+        const std::lock_guard lock(mutex);
+        const auto found = methods.find(name);
+        if (found == methods.end())
+            throw LumVoxSoap::SoapRefusal("Client", CreateError_t("There is no method '%1' here.") << name);
+        return found->second;
+    }
+
+    Response Run(const Method& method, const String_t& name, const Request& request) {
+        auto state = std::make_shared<RpcServerCall::Impl>();
+        state->sender = request.sender;
+        state->method = name;
+        state->body = request.body;
+        if (!options.threadSafe) return Call(method, state);
+        const std::lock_guard lock(oneCall);
+        return Call(method, state);
+    }
+
+    const RpcServer::Options options;
+    std::mutex oneCall;  ///< held during a call when calls run one after another
+    std::mutex mutex;    ///< guards methods
+    std::map<String_t, Method> methods;
+};
+
+namespace {
+
+RpcServerImpl& ImplOf(const LumPalPtr::RefPtr_t<LumPalRef::RefCounted_t>& implementation) {
+    if (!implementation) throw LumPalMsg::IllegalStateError_t(CreateError_t("A null server has no methods."));
+    return static_cast<RpcServerImpl&>(*implementation);
+}
+
+}  // namespace
+
+RpcServer::RpcServer(const LumPalConfig::Configuration_t&, const Options& options)
+    : Object(new RpcServerImpl(options)) {}
+
+void RpcServer::Register(const char* name, RpcServerHandler& handler) {
+    ImplOf(implementation).Register(name, &handler);
+}
+
+void RpcServer::Register(const char* name, Function function) {
+    ImplOf(implementation).Register(name, function);
+}
+
+RpcServer::operator LumVoxMsg::MsgHandler*() const {
+    return implementation ? &ImplOf(implementation) : nullptr;
+}
+
+}  // namespace LumVoxRpc

@@ -1,0 +1,29 @@
+/// @file
+/// One request under way on the server's side.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "LumVoxRpc.h"
+#include "MsgHandlerAccess.h"
+
+namespace LumVoxRpc {
+
+/// Used by the one thread that serves the call.
+struct RpcServerCall::Impl {
+    std::string sender;
+    LumPalStr::String_t method;
+    std::shared_ptr<LumVoxMsg::Blocks> body;  ///< null once it was read
+    LumVoxMsg::MsgHandler::Access::Response response;
+    bool sent = false;
+};
+
+struct RpcServerResponse::Impl {
+    std::shared_ptr<RpcServerCall::Impl> call;
+};
+
+/// Writes an envelope as the call's answer. @throws what writing throws; nothing is sent then
+void SendEnvelope(RpcServerCall::Impl& call, const LumVoxSoap::SOAPEnvelope& envelope);
+
+}  // namespace LumVoxRpc
