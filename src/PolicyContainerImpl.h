@@ -38,6 +38,9 @@ public:
     void Disable(const LumPalStr::String_t& name, const LumPalStr::String_t& type);
     void Remove(const LumPalStr::String_t& name, const LumPalStr::String_t& type);
 
+    /// Takes out one policy; unlike Remove it takes the text as one id, as it stands. @return whether it was there
+    bool Erase(const LumPalStr::String_t& id);
+
     bool IsEmpty() const;
     bool HasTypeName(const LumPalStr::String_t& typeName) const;
     void Insert(PolicyHeaderImpl* header);
@@ -58,7 +61,6 @@ private:
 
     HeaderPtr Find(const LumPalStr::String_t& id) const;
     LumPalStr::String_t IdOf(const LumPalStr::String_t& name, const LumPalStr::String_t& type) const;
-    bool Erase(const LumPalStr::String_t& id);
     HeaderPtr EraseLocked(const LumPalStr::String_t& id);
     LumPalStr::String_t CountTypeLocked(const LumPalStr::String_t& typeName);
     void RefreshIndexLocked() const;

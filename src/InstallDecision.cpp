@@ -1,0 +1,166 @@
+// Which policy an array installs: what the options make of it, and whether it may replace what stands there.
+#include "Exceptions.h"
+#include "InstallOptionsImpl.h"
+#include "InstallTask.h"
+#include "LumPalConfig.h"
+#include "Messages.h"
+#include "Names.h"
+#include "PolicyForwarder.h"
+#include "PolicyOperation.h"
+#include "Selection.h"
+
+namespace LumConf {
+
+using LumPalStr::String_t;
+
+namespace {
+
+void SetEnabled(PolicyHeaderImpl& header, bool enabled) {
+    enabled ? header.SetEnabled() : header.SetDisabled();
+}
+
+// A look-up that finds nothing is no failure here.
+template <class... Key>
+LumPalPtr::RefPtr_t<PolicyHeaderImpl> Find(const PolicyContainerImpl& cache, const Key&... key) {
+    try {
+        return cache.GetPolicyHeader(key...);
+    } catch (const PolicyNotFoundError&) {
+        return nullptr;
+    }
+}
+
+}  // namespace
+
+void InstallTask::ApplyOptions() {
+    ApplyOwner();
+    ApplyStatus();
+    ApplyCategories();
+    ApplyAttributes();
+}
+
+void InstallTask::ApplyOwner() {
+    if (options.GetRemoveOwner()) {
+        newHeader->SetOwner("");
+    } else if (options.GetOwner().IsNotEmpty()) {
+        newHeader->SetOwner(options.GetOwner());
+    }
+}
+
+void InstallTask::ApplyStatus() {
+    const int state = options.GetState();
+    if (state == 0 || state == 1) SetEnabled(*newHeader, state == 1);
+}
+
+void InstallTask::ApplyCategories() {
+    if (options.GetRemoveAllCategories()) {
+        newHeader->RemoveAllCategories();
+    } else {
+        for (const String_t& category : options.GetRemoveCategories()) newHeader->RemoveCategory(category);
+    }
+    for (const String_t& category : options.GetAddCategories()) newHeader->SetCategory(category);
+}
+
+void InstallTask::ApplyAttributes() {
+    if (options.GetRemoveAllAttributes()) {
+        newHeader->RemoveAllAttributes();
+    } else {
+        for (const auto& [name, value] : options.GetRemoveAttributes()) newHeader->RemoveAttribute(name, value);
+    }
+    for (const auto& [name, value] : options.GetAddAttributes()) newHeader->SetAttribute(name, value);
+}
+
+void InstallTask::FindInstalled() {
+    const auto cache = operation.Cache();
+    installedHeader = Find(*cache, newHeader->GetContainerId());
+    if (!installedHeader) {
+        // The same policy may have been built anew, under another id.
+        installedHeader = Find(*cache, newHeader->GetName(), newHeader->GetTypeName());
+        if (installedHeader) installedPolicyId = installedHeader->GetContainerId();
+    }
+    if (installedHeader) installedTypeName = installedHeader->GetTypeName();
+}
+
+void InstallTask::Decide() {
+    if (!installedHeader) {
+        DecideNew();
+    } else if (!options.GetForceAll()) {
+        DecideUpdate();
+    }
+}
+
+void InstallTask::DecideUpdate() {
+    CheckType();
+    CheckOwner();
+    CheckVersion();
+    TakeOverStatus();
+    TakeOverCategories();
+    TakeOverAttributes();
+}
+
+void InstallTask::CheckType() const {
+    const String_t type = newHeader->GetTypeName();
+    if (type == installedTypeName) return;
+    Raise<PolicyException>(msg::InstalledWithOtherType, newHeader->GetContainerId(), newHeader->GetName(), type,
+                           installedTypeName);
+}
+
+void InstallTask::CheckOwner() const {
+    const String_t owner = newHeader->GetOwner();
+    const String_t installedOwner = installedHeader->GetOwner();
+    if (options.GetForceOwner() || installedOwner.IsEmpty() || owner == installedOwner) return;
+    Raise<PolicyOwnerError>(msg::OwnerDoesNotMatch, owner, installedOwner, installedTypeName,
+                            installedHeader->GetName());
+}
+
+void InstallTask::CheckVersion() const {
+    const String_t version = newHeader->GetVersion();
+    const String_t installedVersion = installedHeader->GetVersion();
+    // Kept: versions are texts, so that "10" is below "9"; and this message has the name before the type.
+    if (!options.GetCheckVersion() || version > installedVersion) return;
+    Raise<PolicyVersionError>(msg::VersionNotHigher, version, installedVersion, installedHeader->GetName(),
+                              installedTypeName);
+}
+
+void InstallTask::TakeOverStatus() {
+    SetEnabled(*newHeader, options.GetForceState() ? options.GetState() == 1 : installedHeader->IsEnabled());
+}
+
+void InstallTask::TakeOverCategories() {
+    const std::vector<String_t> categories = installedHeader->Snapshot().categories;
+    if (options.GetForceCat() || categories.empty()) return;
+    newHeader->RemoveAllCategories();
+    for (const String_t& category : categories) newHeader->SetCategory(category);
+}
+
+void InstallTask::TakeOverAttributes() {
+    const auto attributes = installedHeader->Snapshot().attributes;
+    if (options.GetForceAttr() || attributes.empty()) return;
+    newHeader->RemoveAllAttributes();
+    for (const auto& attribute : attributes) newHeader->SetAttribute(attribute->GetName(), attribute->GetValue());
+}
+
+void InstallTask::DecideNew() {
+    if (!IsTypeLimited()) return;
+    const String_t type = newHeader->GetTypeName();
+    if (!operation.IsPolicyTypeNameInstalled(type)) return;
+    if (!options.GetForceAll()) Raise<NoMultiplePoliciesException>(msg::TypeLimitedToOnePolicy, type);
+    RemoveWholeType();
+}
+
+// Kept: the list is searched as one text, so that an entry that merely contains the type's name limits the type too.
+bool InstallTask::IsTypeLimited() const {
+    const auto configuration = LumPalConfig::ConfigNamespace_t(names::NsConfServer).Open();
+    const String_t limited = configuration.GetValue(names::NoMultiplePoliciesKey);
+    return limited.Find(newHeader->GetTypeName()) < LumPalStr::NotFound;
+}
+
+void InstallTask::RemoveWholeType() {
+    try {
+        operation.Remove(originator, Selection().SetPolicyTypeName(newHeader->GetTypeName()),
+                         PolicyForwarder::Options());
+    } catch (const NoPoliciesInstalledError&) {
+    } catch (const PolicyNotFoundError&) {
+    }
+}
+
+}  // namespace LumConf

@@ -1,0 +1,124 @@
+#include "InstallTask.h"
+
+#include "AuditLog.h"
+#include "DirectoryImpl.h"
+#include "Exceptions.h"
+#include "Messages.h"
+#include "PlainName.h"
+#include "PolicyArrayReader.h"
+#include "PolicyOperation.h"
+#include "PolicyXmlHandler.h"
+#include "PolicyXmlParser.h"
+#include "StorePaths.h"
+#include "Trace.h"
+
+namespace LumConf {
+
+using LumPalIo::File_t;
+using LumPalMsg::Message_t;
+using LumPalStr::String_t;
+
+InstallTask::InstallTask(PolicyOperation& operation, const String_t& originator, const InstallOptionsImpl& options)
+    : operation(operation), originator(originator), options(options), incoming(paths::IncomingDirectory()) {}
+
+// The document is not kept beyond its install, however that ended.
+InstallTask::~InstallTask() {
+    operation.currentPolicy = LumPalArray::CharArray_t();
+}
+
+void InstallTask::Run(TransferCursor& array) {
+    Unpack(array);
+    try {
+        InstallUnpacked();
+    } catch (const PolicyException& e) {
+        CleanUp(e);
+        throw;
+    }
+}
+
+void InstallTask::Unpack(TransferCursor& array) {
+    try {
+        UnpackFiles(array);
+    } catch (const LumPalMsg::RuntimeException_t& e) {
+        Raise<ConfException>(msg::UnpackError, e);
+    }
+}
+
+void InstallTask::UnpackFiles(TransferCursor& array) {
+    PolicyArrayReader files(array);
+    while (files.Next()) {
+        if (files.IsHeader()) headerFile = File_t(incoming, files.GetName());
+        operation.CreateFile(incoming, files.GetName(), array.Bytes(), files.GetLength(), files.IsHeader());
+    }
+}
+
+void InstallTask::InstallUnpacked() {
+    Parse();
+    CheckNames();
+    ApplyOptions();
+    FindInstalled();
+    Decide();
+    ChangeByCluster();
+    CheckFolders();
+    CheckDataFiles();
+    CheckSignatures();
+    DeleteOldData();
+    DeleteOldHeader();
+    WriteHeader();
+    MoveDataFiles();
+    KeepBooks();
+    DeleteOldFolder();
+    Notify();
+}
+
+void InstallTask::Parse() {
+    PolicyXmlHandler handler;
+    handler.StartReading();
+    PolicyXmlParser::Parse(LumPalIo::CharArrayInputStream_t::Over(operation.currentPolicy), handler);
+    newHeader = handler.TakeHeader();
+}
+
+// What the document says becomes names in the store, so it is held to the rule of the array's own names.
+void InstallTask::CheckNames() const {
+    CheckPolicyId(newHeader->GetContainerId());
+    CheckPlainName(newHeader->GetTypeName());
+    CheckDataFileNames(DataFiles(*newHeader));
+}
+
+void InstallTask::CleanUp(const PolicyException& cause) {
+    const Message_t message = Make(msg::InstallFileError, headerFile.GetAbsolutePath(), cause);
+    LUMCONF_TRACE(trace::Policy, message.Format(LumPalMsg::Text | LumPalMsg::Details));
+    DeleteIncoming(headerFile.GetName());
+    if (newHeader) {
+        for (const String_t& name : DataFiles(*newHeader)) DeleteIncoming(name);
+    }
+    AuditFailure();
+}
+
+void InstallTask::DeleteIncoming(const String_t& name) const {
+    if (!IsPlainName(name)) return;  // a refused name may lead anywhere
+    const File_t file(incoming, name);
+    if (file.Exists() && !DirectoryImpl::DeleteFile(file)) {
+        LUMCONF_TRACE(trace::Policy, String_t("Cannot delete ") + file.GetAbsolutePath());
+    }
+}
+
+void InstallTask::AuditFailure() const {
+    if (newHeader) {
+        operation.Audit(originator, newHeader->GetName(), newHeader->GetContainerId(), AuditLog::Install, false);
+    } else {
+        operation.Audit(originator, AuditLog::Install, false);
+    }
+}
+
+File_t InstallTask::TypeFolder(const String_t& typeName) const {
+    return File_t(operation.installDirectory, typeName);
+}
+
+std::vector<String_t> InstallTask::DataFiles(const PolicyHeaderImpl& header) const {
+    std::vector<String_t> files;
+    for (const PolicyDataFile& file : header.Snapshot().dataFiles) files.push_back(file.name);
+    return files;
+}
+
+}  // namespace LumConf

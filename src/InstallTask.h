@@ -1,0 +1,100 @@
+/// @file
+/// One install of one policy.
+#pragma once
+
+#include <vector>
+
+#include "LumPalArray.h"
+#include "LumPalIo.h"
+#include "LumPalPtr.h"
+#include "LumPalStr.h"
+#include "PolicyHeaderImpl.h"
+
+namespace LumConf {
+
+class InstallOptionsImpl;
+class PolicyException;
+class PolicyOperation;
+class TransferCursor;
+
+/// Takes one policy into the store. Used once, under the mutex of the operation, which outlives it.
+///
+/// Its functions are its steps, in their order: unpack into the incoming directory; parse and apply the options; find
+/// what is installed and decide; write; keep the books. Up to CheckSignatures what is installed is untouched.
+/// From DeleteOldData on the old policy's data is gone, and nothing brings it back; the cache then still holds the old
+/// header until KeepBooks. A policy that is refused leaves nothing in the incoming directory; another failure leaves
+/// its files there until the next start.
+class InstallTask {
+public:
+    InstallTask(PolicyOperation& operation, const LumPalStr::String_t& originator, const InstallOptionsImpl& options);
+    ~InstallTask();
+    InstallTask(const InstallTask&) = delete;
+    InstallTask& operator=(const InstallTask&) = delete;
+
+    /// @param array  stands at a policy array; afterwards behind it, unless ConfException 605 was raised
+    /// @throws as PolicyOperation::Install
+    void Run(TransferCursor& array);
+
+private:
+    using String_t = LumPalStr::String_t;
+    using HeaderPtr = LumPalPtr::RefPtr_t<PolicyHeaderImpl>;
+
+    // InstallTask.cpp
+    void Unpack(TransferCursor& array);
+    void UnpackFiles(TransferCursor& array);
+    void InstallUnpacked();
+    void Parse();
+    void CheckNames() const;
+    void CleanUp(const PolicyException& cause);
+    void DeleteIncoming(const String_t& name) const;
+    void AuditFailure() const;
+
+    // InstallDecision.cpp
+    void ApplyOptions();
+    void ApplyOwner();
+    void ApplyStatus();
+    void ApplyCategories();
+    void ApplyAttributes();
+    void FindInstalled();
+    void Decide();
+    void DecideUpdate();
+    void CheckType() const;
+    void CheckOwner() const;
+    void CheckVersion() const;
+    void TakeOverStatus();
+    void TakeOverCategories();
+    void TakeOverAttributes();
+    void DecideNew();
+    bool IsTypeLimited() const;
+    void RemoveWholeType();
+
+    // InstallWrite.cpp
+    void ChangeByCluster();
+    void CheckFolders() const;
+    void CheckDataFiles() const;
+    void CheckSignatures() const;
+    bool HasOldFolder() const;
+    void DeleteOldData();
+    void DeleteOldHeader();
+    void WriteHeader();
+    void MoveDataFiles();
+    void KeepBooks();
+    void DeleteOldFolder();
+    void Notify();
+
+    LumPalIo::File_t TypeFolder(const String_t& typeName) const;
+    std::vector<String_t> DataFiles(const PolicyHeaderImpl& header) const;
+
+    PolicyOperation& operation;
+    const String_t originator;
+    const InstallOptionsImpl& options;
+    const LumPalIo::File_t incoming;
+
+    LumPalIo::File_t headerFile;  ///< in the incoming directory; null until its name is known
+    HeaderPtr newHeader;          ///< null until the document was read
+    HeaderPtr installedHeader;    ///< null for a new policy
+    String_t installedPolicyId;   ///< empty unless the installed policy was found by name and type
+    String_t installedTypeName;
+};
+
+}  // namespace LumConf

@@ -1,0 +1,81 @@
+#include "PolicyArrayReader.h"
+
+#include <algorithm>
+
+#include "Exceptions.h"
+#include "Messages.h"
+#include "PlainName.h"
+
+namespace LumConf {
+
+using LumPalStr::NumToStr;
+using LumPalStr::String_t;
+
+TransferCursor::TransferCursor(const LumPalArray::CharArray_t& data)
+    : data(data), in(LumPalIo::CharArrayInputStream_t::Over(data)) {}
+
+std::int32_t TransferCursor::ReadCount(std::int32_t least, std::size_t bytesEach) {
+    const std::int32_t count = in.ReadInt32();
+    const std::size_t left = in.Available();
+    if (count < least || static_cast<std::size_t>(count) > left / bytesEach) {
+        Raise<PolicyFileException>(msg::TransferCountRefused, count, NumToStr(static_cast<unsigned long>(left)));
+    }
+    return count;
+}
+
+String_t TransferCursor::ReadName() {
+    return in.ReadUTF16String();
+}
+
+std::uint32_t TransferCursor::ReadLength(const String_t& name) {
+    const std::int32_t length = in.ReadInt32();
+    const std::size_t left = in.Available();
+    if (length < 0 || static_cast<std::size_t>(length) > left) {
+        Raise<PolicyFileException>(msg::TransferLengthRefused, length, name,
+                                   NumToStr(static_cast<unsigned long>(left)));
+    }
+    return static_cast<std::uint32_t>(length);
+}
+
+void TransferCursor::Skip(std::uint32_t length) {
+    LumPalArray::CharArray_t block(std::min<std::size_t>(length, 8192));
+    for (std::size_t left = length; left > 0;) {
+        const std::int64_t got = in.Read(block, 0, std::min(left, block.GetLength()));
+        if (got <= 0) return;
+        left -= static_cast<std::size_t>(got);
+    }
+}
+
+PolicyArrayReader::PolicyArrayReader(TransferCursor& cursor)
+    : cursor(cursor), count(cursor.ReadCount(1, kLeastFileBytes)) {
+    rawNames.reserve(static_cast<std::size_t>(count));
+}
+
+bool PolicyArrayReader::Next() {
+    if (filesRead == count) {
+        CheckNoNameTwice();
+        return false;
+    }
+    ++filesRead;
+    ReadName();
+    length = cursor.ReadLength(name);
+    return true;
+}
+
+void PolicyArrayReader::ReadName() {
+    const std::size_t begin = cursor.GetPosition();
+    name = cursor.ReadName();
+    rawNames.push_back(cursor.View(begin, cursor.GetPosition()));
+    IsHeader() ? CheckHeaderFileName(name) : CheckDataFileName(name);
+}
+
+void PolicyArrayReader::CheckNoNameTwice() {
+    std::sort(rawNames.begin(), rawNames.end());
+    const auto twice = std::adjacent_find(rawNames.begin(), rawNames.end());
+    if (twice == rawNames.end()) return;
+    const LumPalArray::CharArray_t raw(twice->data(), twice->size());
+    LumPalIo::DataInputStream_t in(LumPalIo::CharArrayInputStream_t::Over(raw));
+    Raise<PolicyFileException>(msg::NameGivenTwice, in.ReadUTF16String());
+}
+
+}  // namespace LumConf

@@ -1,0 +1,73 @@
+/// @file
+/// Reads the transfer format of policies (its layout stands in PolicyUtil.h) from bytes that nobody has checked.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "LumPalArray.h"
+#include "LumPalIo.h"
+#include "LumPalStr.h"
+
+namespace LumConf {
+
+/// A place in a transfer array. Every count and length is compared with the bytes that are left, so that nobody
+/// takes memory for what is not there. The array must outlive the cursor and stay as it is; nothing is copied.
+class TransferCursor {
+public:
+    explicit TransferCursor(const LumPalArray::CharArray_t& data);
+    /// Number of items that follow, each of at least `bytesEach` bytes.
+    /// @throws PolicyFileException when it is below `least` or cannot be there; LumPalIo::EOFException_t
+    std::int32_t ReadCount(std::int32_t least, std::size_t bytesEach);
+    /// @throws LumPalIo::IOException_t, EOFException_t for a cut or negative length
+    LumPalStr::String_t ReadName();
+    /// Number of bytes that follow.
+    /// @throws PolicyFileException when they are not there; LumPalIo::EOFException_t
+    std::uint32_t ReadLength(const LumPalStr::String_t& name);
+    void Skip(std::uint32_t length);
+    /// The bytes from here on; reading moves the cursor.
+    LumPalIo::InputStream_t& Bytes() noexcept { return in; }
+    std::size_t GetPosition() { return data.GetLength() - in.Available(); }
+    std::string_view View(std::size_t begin, std::size_t end) const { return data.View().substr(begin, end - begin); }
+
+private:
+    const LumPalArray::CharArray_t& data;
+    LumPalIo::DataInputStream_t in;
+};
+
+/// Walks the files of one policy array: the header document, then the data files. It demands of every name what the
+/// store demands: plain, the first a header's name, the others not, and none twice.
+///
+///     PolicyArrayReader files(cursor);
+///     while (files.Next()) ... read exactly files.GetLength() bytes from cursor.Bytes()
+class PolicyArrayReader {
+public:
+    /// Fewest bytes of one file, and of one policy.
+    static constexpr std::size_t kLeastFileBytes = 8;
+    static constexpr std::size_t kLeastPolicyBytes = 4 + kLeastFileBytes;
+
+    /// Reads the count. @throws as TransferCursor::ReadCount
+    explicit PolicyArrayReader(TransferCursor& cursor);
+    /// Goes to the next file; false behind the last one. The bytes of the file before must have been read.
+    /// @throws PolicyFileException for a refused name or length; LumPalIo::IOException_t, EOFException_t
+    bool Next();
+    bool IsHeader() const noexcept { return filesRead == 1; }
+    const LumPalStr::String_t& GetName() const noexcept { return name; }
+    std::uint32_t GetLength() const noexcept { return length; }
+
+private:
+    void ReadName();
+    void CheckNoNameTwice();
+
+    TransferCursor& cursor;
+    std::int32_t count;
+    std::int32_t filesRead = 0;
+    LumPalStr::String_t name;
+    std::uint32_t length = 0;
+    /// The names as they stand in the array: comparing bytes costs no copy of each name.
+    std::vector<std::string_view> rawNames;
+};
+
+}  // namespace LumConf

@@ -1,0 +1,90 @@
+#include "AuditLog.h"
+#include "Exceptions.h"
+#include "InstallOptions.h"
+#include "InstallOptionsImpl.h"
+#include "InstallTask.h"
+#include "Messages.h"
+#include "PolicyArrayReader.h"
+#include "PolicyOperation.h"
+#include "Trace.h"
+
+namespace LumConf {
+namespace {
+
+using LumPalArray::CharArray_t;
+using LumPalMsg::MessageList_t;
+using LumPalStr::String_t;
+using LumPalThread::MutexLock_t;
+
+void TracePolicy(TransferCursor& package) {
+    PolicyArrayReader files(package);
+    while (files.Next()) {
+        trace::Policy().blocks.DoTrace(0, String_t("package holds ") + files.GetName(), __FILE__, __LINE__);
+        package.Skip(files.GetLength());
+    }
+}
+
+// Only shows what a package holds; what is wrong with it is said when it is installed.
+void TracePackage(const CharArray_t& data) {
+    if (!trace::Policy().blocks.IsOn()) return;
+    try {
+        TransferCursor package(data);
+        for (int left = package.ReadCount(0, PolicyArrayReader::kLeastPolicyBytes); left > 0; --left) {
+            TracePolicy(package);
+        }
+    } catch (const LumPalMsg::Exception_t&) {
+    }
+}
+
+int ReadPolicyCount(TransferCursor& package) {
+    try {
+        return package.ReadCount(0, PolicyArrayReader::kLeastPolicyBytes);
+    } catch (const LumPalMsg::RuntimeException_t& e) {
+        Raise<ConfException>(msg::UnpackError, e);
+    }
+}
+
+}  // namespace
+
+void PolicyOperation::Install(const String_t& originator, const CharArray_t& data, InstallOptions& options) {
+    LUMCONF_BLOCK(trace::Policy, "PolicyOperation::Install");
+    TransferCursor array(data);
+    InstallOne(originator, array, options);
+}
+
+void PolicyOperation::InstallOne(const String_t& originator, TransferCursor& array, const InstallOptions& options) {
+    MutexLock_t lock(mutex);
+    InstallTask(*this, originator, options.GetImpl()).Run(array);
+}
+
+void PolicyOperation::InstallPackage(const String_t& originator, const CharArray_t& data, InstallOptions& options) {
+    LUMCONF_BLOCK(trace::Policy, "PolicyOperation::InstallPackage");
+    TracePackage(data);
+    TransferCursor package(data);
+    const int policies = ReadPolicyCount(package);
+    const bool notify = options.GetImpl().GetNotify();
+    options.SetNotify(false);
+    const MessageList_t refused = InstallEach(originator, package, policies, options);
+    if (notify) {
+        options.SetNotify(true);
+        Notify(originator);
+    }
+    if (refused.GetMessageCount() > 0) Raise<NoMultiplePoliciesException>(msg::PackageInstallFailed, refused);
+}
+
+// Each policy is read where it stands: the package is not copied. One whose type may have only one policy has been
+// read to its end when it is refused, so that the next one follows.
+MessageList_t PolicyOperation::InstallEach(const String_t& originator, TransferCursor& package, int policies,
+                                           const InstallOptions& options) {
+    MessageList_t refused;
+    for (; policies > 0; --policies) {
+        try {
+            InstallOne(originator, package, options);
+        } catch (const NoMultiplePoliciesException& e) {
+            refused.Add(e.GetMessageList());
+        }
+    }
+    return refused;
+}
+
+}  // namespace LumConf

@@ -1,0 +1,239 @@
+#include "PolicyOperation.h"
+
+#include <algorithm>
+#include <set>
+#include <utility>
+
+#include "AuditLog.h"
+#include "DirectoryImpl.h"
+#include "Exceptions.h"
+#include "LumCtrl.h"
+#include "LumPalLog.h"
+#include "Messages.h"
+#include "PlainName.h"
+#include "PolicyContainer.h"
+#include "PolicyWorker.h"
+#include "SelectionContainer.h"
+#include "StorePaths.h"
+#include "Trace.h"
+
+namespace LumConf {
+namespace {
+
+using LumPalIo::File_t;
+using LumPalMsg::Message_t;
+using LumPalMsg::MessageList_t;
+using LumPalStr::String_t;
+using LumPalThread::MutexLock_t;
+
+LumPalThread::Mutex_t& CreationMutex() {
+    static LumPalThread::Mutex_t mutex;
+    return mutex;
+}
+
+PolicyOperation* theInstance = nullptr;  // guarded by CreationMutex
+
+void Say(const Message_t& message) {
+    LUMCONF_TRACE(trace::Policy, message.Format(LumPalMsg::Text | LumPalMsg::Details));
+    LumPalLog::Log(message);
+}
+
+template <unsigned Holes>
+void MakeOrCollect(const File_t& directory, const MessageOf<Holes>& row, MessageList_t& failures) {
+    if (!DirectoryImpl::MakeDirectory(directory)) failures.Add(Make(row, directory.GetAbsolutePath()));
+}
+
+void CopyBytes(LumPalIo::InputStream_t& from, LumPalIo::OutputStream_t& to, std::size_t length) {
+    LumPalArray::CharArray_t block(std::min<std::size_t>(length, 8192));
+    while (length > 0) {
+        const std::int64_t got = from.Read(block, 0, std::min(length, block.GetLength()));
+        if (got <= 0) Raise<LumPalIo::EOFException_t>(msg::TransferEnded);
+        to.Write(block, 0, static_cast<std::size_t>(got));
+        length -= static_cast<std::size_t>(got);
+    }
+}
+
+LumPalArray::CharArray_t ReadBytes(LumPalIo::InputStream_t& from, std::size_t length) {
+    LumPalArray::CharArray_t bytes(length);
+    if (length > 0 && from.Read(bytes) != static_cast<std::int64_t>(length)) {
+        Raise<LumPalIo::EOFException_t>(msg::TransferEnded);
+    }
+    return bytes;
+}
+
+// A symbolic link is deleted, never written through: what it points to may be anywhere.
+void FreePlace(const File_t& file) {
+    if (!file.IsSymbolicLink() && !file.Exists()) return;
+    if (!file.Delete()) Raise<PolicyFileException>(msg::UnpackedFileNotMade, file.GetAbsolutePath());
+}
+
+PolicyContainer Pick(const PolicyContainerImpl& from, const std::set<String_t>& ids) {
+    PolicyContainer picked;
+    for (int i = 0; i < from.GetCount(); ++i) {
+        const PolicyContainerImpl::HeaderPtr header = from.GetPolicyHeader(i);
+        if (ids.count(header->GetContainerId()) > 0) picked.Insert(header.Get());
+    }
+    return picked;
+}
+
+}  // namespace
+
+PolicyOperation* PolicyOperation::GetInstance() {
+    MutexLock_t lock(CreationMutex());
+    if (!theInstance) theInstance = new PolicyOperation;
+    return theInstance;
+}
+
+PolicyOperation::PolicyOperation() {
+    BringUp(LumConfPar::PolicyWorker::GetInstance());
+    auditLog = &AuditLog::GetInstance();
+}
+
+PolicyOperation::PolicyOperation(LumConfPar::PolicyWorker& worker, AuditLog& auditLog) : notifications(worker) {
+    BringUp(worker);
+    this->auditLog = &auditLog;
+}
+
+void PolicyOperation::BringUp(LumConfPar::PolicyWorker& worker) {
+    LUMCONF_BLOCK(trace::Policy, "PolicyOperation");
+    WipeWorkFolders();
+    MakeDirectories();
+    LoadAtStart();
+    worker.Start();
+}
+
+PolicyOperation::~PolicyOperation() = default;
+
+void PolicyOperation::WipeWorkFolders() {
+    DirectoryImpl::DeleteDirectory(paths::IncomingDirectory());
+    DirectoryImpl::DeleteDirectory(paths::TemporaryDirectory());
+}
+
+void PolicyOperation::MakeDirectories() {
+    installDirectory = paths::PolicyInstallDirectory();
+    baseDirectory = paths::BaseDirectory();
+    MessageList_t failures;
+    MakeOrCollect(paths::IncomingDirectory(), msg::IncomingDirectoryNotCreated, failures);
+    MakeOrCollect(paths::TemporaryDirectory(), msg::TemporaryDirectoryNotCreated, failures);
+    MakeOrCollect(installDirectory, msg::InstallDirectoryNotCreated, failures);
+    MakeOrCollect(baseDirectory, msg::BaseDirectoryNotCreated, failures);
+    if (failures.GetMessageCount() > 0) throw LumPalIo::IOException_t(failures);
+}
+
+void PolicyOperation::LoadAtStart() {
+    cache = new PolicyContainerImpl;
+    try {
+        cache->CheckPolicy(PolicyContainer::Options());
+    } catch (const PolicyFileException& e) {
+        Say(Make(msg::CacheNotInitializedAtStart, e));
+    }
+}
+
+PolicyOperation::CachePtr PolicyOperation::Cache() const {
+    const std::lock_guard lock(cacheMutex);
+    return cache;
+}
+
+// The container that goes is let go behind the lock: freeing many headers takes time.
+void PolicyOperation::SetCache(CachePtr container) {
+    const std::lock_guard lock(cacheMutex);
+    std::swap(cache, container);
+}
+
+bool PolicyOperation::IsPolicyInstalled() const {
+    return !Cache()->IsEmpty();
+}
+
+bool PolicyOperation::IsPolicyTypeNameInstalled(const String_t& typeName) const {
+    return Cache()->HasTypeName(typeName);
+}
+
+void PolicyOperation::RequirePolicies(const String_t& originator, int auditMode) {
+    if (!Cache()->IsEmpty()) return;
+    // Kept: an empty store counts as a success in the audit log.
+    Audit(originator, auditMode, true);
+    Raise<NoPoliciesInstalledError>(msg::NoPoliciesInstalled);
+}
+
+std::vector<String_t> PolicyOperation::SelectIds(const Selection& selection) const {
+    SelectionContainer selected;
+    selected.Init(PolicyContainer(Cache().Get()), selection);
+    std::vector<String_t> ids;
+    for (int i = 0; i < selected.GetCount(); ++i) ids.push_back(selected.GetId(i));
+    return ids;
+}
+
+PolicyContainer PolicyOperation::GetPolicyContainer(const String_t& originator, const Selection& selection) {
+    LUMCONF_BLOCK(trace::Policy, "PolicyOperation::GetPolicyContainer");
+    MutexLock_t lock(mutex);
+    RequirePolicies(originator, AuditLog::List);
+    const std::vector<String_t> ids = SelectIds(selection);
+    if (ids.empty()) {
+        Audit(originator, AuditLog::List, true);  // kept: nothing found counts as a success in the audit log
+        Raise<PolicyNotFoundError>(msg::ListNoPolicyFiles);
+    }
+    const PolicyContainer result = Pick(*Cache(), std::set<String_t>(ids.begin(), ids.end()));
+    Audit(originator, AuditLog::List, true);
+    return result;
+}
+
+void PolicyOperation::ReinitCache(const String_t& originator) {
+    LUMCONF_BLOCK(trace::Policy, "PolicyOperation::ReinitCache");
+    MutexLock_t lock(mutex);
+    // Readers without the mutex are answered from the old cache until the new one is complete.
+    CachePtr fresh(new PolicyContainerImpl);
+    try {
+        fresh->CheckPolicy(PolicyContainer::Options());
+        SetCache(fresh);
+        Audit(originator, AuditLog::Reinit, true);
+    } catch (const PolicyFileException& e) {
+        SetCache(fresh);
+        Say(Make(msg::CacheNotReinitialized, e));
+        Audit(originator, AuditLog::Reinit, false);
+    }
+}
+
+void PolicyOperation::Notify(const String_t& originator) {
+    SendAudited(originator, &NotifyStore::Send);
+}
+
+void PolicyOperation::NotifyEnableDisable(const String_t& originator) {
+    SendAudited(originator, &NotifyStore::SendEnableDisable);
+}
+
+void PolicyOperation::SendAudited(const String_t& originator, void (NotifyStore::*send)()) {
+    MutexLock_t lock(mutex);
+    try {
+        (notifications.*send)();
+    } catch (const LumPalMsg::Exception_t&) {
+        Audit(originator, AuditLog::Notify, false);
+        throw;
+    }
+    Audit(originator, AuditLog::Notify, true);
+}
+
+void PolicyOperation::CreateFile(const File_t& directory, const String_t& name, LumPalIo::InputStream_t& stream,
+                                 unsigned length, bool keep) {
+    CheckPlainName(name);
+    const File_t file(directory, name);
+    FreePlace(file);
+    LumPalIo::FileOutputStream_t out(file);
+    if (keep) {
+        currentPolicy = ReadBytes(stream, length);
+        out.Write(currentPolicy);
+    } else {
+        CopyBytes(stream, out, length);
+    }
+    out.Close();
+}
+
+void PolicyOperation::Audit(const String_t& originator, int mode, bool success) const {
+    if (auditLog) auditLog->Log(originator, mode, success);
+}
+
+void PolicyOperation::Audit(const String_t& originator, const String_t& name, const String_t& id, int mode,
+                            bool success) const {
+    if (auditLog) auditLog->Log(originator, name, id, mode, success);
+}
+
+}  // namespace LumConf

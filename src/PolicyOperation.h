@@ -1,0 +1,151 @@
+/// @file
+/// The one object through which every change to the installed policies goes.
+#pragma once
+
+#include <mutex>
+#include <vector>
+
+#include "LumPalArray.h"
+#include "LumPalIo.h"
+#include "LumPalPtr.h"
+#include "LumPalStr.h"
+#include "LumPalThread.h"
+#include "NotifyStore.h"
+#include "PolicyContainerImpl.h"
+#include "PolicyForwarder.h"
+
+namespace LumConfPar {
+class PolicyWorker;
+}
+
+namespace LumConf {
+
+class AuditLog;
+class InstallOptions;
+class InstallTask;
+class PolicyContainer;
+class Selection;
+class TransferCursor;
+
+/// Owns the cache (the header of every installed policy), the queue of notifications and the mutex that serialises
+/// all changes. A policy of type T with id I is the document <install directory>/T/I_header.xml with its data files
+/// beside it. `originator` is who asked; only the audit log gets it.
+///
+/// Any thread may call any operation. Those that change or list hold one mutex from start to end, also over file work
+/// and over the call to the control service: with synchronous notification a slow consumer holds up all of them.
+/// IsPolicyInstalled and IsPolicyTypeNameInstalled do not take it and answer at any time.
+class PolicyOperation {
+public:
+    /// The process's object, never destroyed. The first call makes it; when that fails the next call tries again.
+    /// @throws as the constructor
+    static PolicyOperation* GetInstance();
+
+    /// Wipes the incoming and the temporary directory, makes the directories, loads the cache, starts the policy
+    /// worker, takes the audit log of the process. Headers that cannot be read are said in the application log (102)
+    /// and left out. What the incoming directory holds in folders below it is not touched.
+    /// @throws LumPalIo::IOException_t with a message for each directory that cannot be made (99, 624, 100, 101);
+    ///         LumPalMsg::RuntimeException_t 58; LumPalMsg::IllegalStateError_t 195: the worker of a process is started
+    ///         once, so that only one object of a process can be made in this way
+    PolicyOperation();
+    /// The same with a worker and a log of the caller's, which must outlive the object: so a test may have as many
+    /// stores as it likes. @throws as above; 195 when this worker was started before
+    PolicyOperation(LumConfPar::PolicyWorker& worker, AuditLog& auditLog);
+    ~PolicyOperation();
+    PolicyOperation(const PolicyOperation&) = delete;
+    PolicyOperation& operator=(const PolicyOperation&) = delete;
+
+    /// The selected policies, in ascending order of their ids. The container is the caller's; its headers are shared
+    /// with the cache.
+    /// @throws NoPoliciesInstalledError 109, PolicyNotFoundError 117
+    PolicyContainer GetPolicyContainer(const LumPalStr::String_t& originator, const Selection& selection);
+
+    /// Removes the selected policies. What could be removed stays removed; a failed notification is not reported.
+    /// @throws NoPoliciesInstalledError 109; PolicyNotFoundError 110, and 63 for an id that is not installed;
+    ///         PolicyException with a warning 111 to 114 for each file that was missing or could not be deleted
+    void Remove(const LumPalStr::String_t& originator, const Selection& selection,
+                const PolicyForwarder::Options& options);
+
+    /// Takes one policy into the store.
+    /// @param data  a policy array (PolicyUtil.h); it must stay as it is during the call
+    /// @throws ConfException 605 (bad array); PolicyException 606, PolicyOwnerError 104, PolicyVersionError 105,
+    ///         NoMultiplePoliciesException 678, PolicyFileException 107 or without number for a refused name,
+    ///         PolicyHeaderException 73 to 86 for a bad document, LumPalXml::SAX::SAXParseException_t for a malformed
+    ///         one, LumPalIo::IOException_t for file work; LumCtrl::ControlException 91 when the policy is installed
+    ///         but not everybody could be told
+    void Install(const LumPalStr::String_t& originator, const LumPalArray::CharArray_t& data, InstallOptions& options);
+
+    /// Takes the policies of a package, one after another, and then sends what is queued.
+    /// @param options  `notify` is false during the installs, and after a failure that ends the package
+    /// @throws as Install; a policy whose type is limited to one does not end the package, but the package then ends
+    ///         in NoMultiplePoliciesException 677
+    void InstallPackage(const LumPalStr::String_t& originator, const LumPalArray::CharArray_t& data,
+                        InstallOptions& options);
+
+    /// Whether any policy is installed, or any of exactly this type. Wait for no operation.
+    bool IsPolicyInstalled() const;
+    bool IsPolicyTypeNameInstalled(const LumPalStr::String_t& typeName) const;
+
+    /// Loads the cache anew from the store. Headers that cannot be read are said in the application log (128) and
+    /// left out. Containers that were handed out stay as they are.
+    void ReinitCache(const LumPalStr::String_t& originator);
+
+    /// Sends everything that is queued, or only what is queued for enabled and disabled policies.
+    /// @throws LumCtrl::ControlException 91
+    void Notify(const LumPalStr::String_t& originator);
+    void NotifyEnableDisable(const LumPalStr::String_t& originator);
+
+    /// Makes the file `directory`/`name` from the next `length` bytes of the stream; one that stands there goes first.
+    /// @param keep  the bytes also become the current policy document
+    /// @throws PolicyFileException for a name that is not plain or a place that cannot be freed;
+    ///         LumPalIo::EOFException_t when the stream is too short; LumPalIo::IOException_t
+    /// The caller holds the mutex, or is the only one.
+    void CreateFile(const LumPalIo::File_t& directory, const LumPalStr::String_t& name, LumPalIo::InputStream_t& stream,
+                    unsigned length, bool keep);
+
+private:
+    friend class InstallTask;
+    using CachePtr = LumPalPtr::RefPtr_t<PolicyContainerImpl>;
+
+    void BringUp(LumConfPar::PolicyWorker& worker);
+    static void WipeWorkFolders();
+    void MakeDirectories();
+    void LoadAtStart();
+    CachePtr Cache() const;
+    void SetCache(CachePtr container);
+    std::vector<LumPalStr::String_t> SelectIds(const Selection& selection) const;
+    void RequirePolicies(const LumPalStr::String_t& originator, int auditMode);
+    void RemovePolicy(const LumPalStr::String_t& originator, const LumPalStr::String_t& id,
+                      LumPalMsg::MessageList_t& failures);
+    void RemoveDataFile(const LumPalStr::String_t& originator, const PolicyRecord& policy,
+                        const LumPalStr::String_t& name, LumPalMsg::MessageList_t& failures) const;
+    bool RemoveHeaderFile(const LumPalStr::String_t& originator, const PolicyRecord& policy,
+                          LumPalMsg::MessageList_t& failures) const;
+    void ForgetPolicy(const LumPalStr::String_t& originator, const PolicyRecord& policy);
+    void SendUnreported();
+    void InstallOne(const LumPalStr::String_t& originator, TransferCursor& array, const InstallOptions& options);
+    LumPalMsg::MessageList_t InstallEach(const LumPalStr::String_t& originator, TransferCursor& package, int policies,
+                                         const InstallOptions& options);
+    void SendAudited(const LumPalStr::String_t& originator, void (NotifyStore::*send)());
+    void Audit(const LumPalStr::String_t& originator, int mode, bool success) const;
+    void Audit(const LumPalStr::String_t& originator, const LumPalStr::String_t& name, const LumPalStr::String_t& id,
+               int mode, bool success) const;
+
+    // Constant after construction.
+    LumPalIo::File_t installDirectory;
+    LumPalIo::File_t baseDirectory;
+    AuditLog* auditLog = nullptr;  ///< null until the very end of creation
+
+    // Guarded by mutex, which its holder may lock again: an install removes.
+    LumPalThread::Mutex_t mutex;
+    LumPalArray::CharArray_t currentPolicy;  ///< the document of the policy being installed
+    NotifyStore notifications;
+
+    // The cache's handle has a mutex of its own, a leaf held only to copy or to exchange the handle, so that readers
+    // need not wait for an operation. A container is let go by whoever holds it last: a reader that looks into one
+    // while ReinitCache exchanges it keeps it alive until it has its answer. So besides the current container there is
+    // never more than one for each reader at work.
+    mutable std::mutex cacheMutex;
+    CachePtr cache;
+};
+
+}  // namespace LumConf

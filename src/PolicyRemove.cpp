@@ -1,0 +1,97 @@
+#include "AuditLog.h"
+#include "DirectoryImpl.h"
+#include "Exceptions.h"
+#include "LumCtrl.h"
+#include "Messages.h"
+#include "Names.h"
+#include "PlainName.h"
+#include "PolicyHeaderImpl.h"
+#include "PolicyOperation.h"
+#include "Selection.h"
+#include "Trace.h"
+
+namespace LumConf {
+namespace {
+
+using LumPalIo::File_t;
+using LumPalMsg::MessageList_t;
+using LumPalStr::String_t;
+using LumPalThread::MutexLock_t;
+
+enum class Deleted { Yes, Missing, Failed };
+
+// Names in a stored document are no better than those on the wire: one that leaves its folder, and a folder that is a
+// link to another place, are never followed.
+Deleted DeleteStored(const File_t& base, const String_t& typeName, const String_t& name) {
+    const File_t folder(base, typeName);
+    if (!IsPlainName(typeName) || !IsPlainName(name) || folder.IsSymbolicLink()) return Deleted::Failed;
+    const File_t file(folder, name);
+    if (!file.Exists() && !file.IsSymbolicLink()) return Deleted::Missing;
+    return DirectoryImpl::DeleteFile(file) ? Deleted::Yes : Deleted::Failed;
+}
+
+}  // namespace
+
+void PolicyOperation::Remove(const String_t& originator, const Selection& selection,
+                             const PolicyForwarder::Options& options) {
+    LUMCONF_BLOCK(trace::Policy, "PolicyOperation::Remove");
+    MutexLock_t lock(mutex);
+    RequirePolicies(originator, AuditLog::Remove);
+    const std::vector<String_t> ids = SelectIds(selection);
+    if (ids.empty()) {
+        Audit(originator, AuditLog::Remove, true);  // kept: nothing found counts as a success in the audit log
+        Raise<PolicyNotFoundError>(msg::RemoveNoPolicyFiles);
+    }
+    MessageList_t failures;
+    for (const String_t& id : ids) RemovePolicy(originator, id, failures);
+    if (options.GetNotify()) SendUnreported();
+    if (failures.GetMessageCount() > 0) throw PolicyException(failures);
+}
+
+void PolicyOperation::SendUnreported() {
+    try {
+        notifications.Send();
+    } catch (const LumCtrl::ControlException& e) {
+        LUMCONF_TRACE(trace::Policy, String_t(e.GetMessageList()));
+    }
+}
+
+void PolicyOperation::RemovePolicy(const String_t& originator, const String_t& id, MessageList_t& failures) {
+    const PolicyContainerImpl::HeaderPtr header = Cache()->GetPolicyHeader(id);
+    const PolicyRecord policy = header->Snapshot();
+    for (const PolicyDataFile& file : policy.dataFiles) RemoveDataFile(originator, policy, file.name, failures);
+    if (RemoveHeaderFile(originator, policy, failures)) ForgetPolicy(originator, policy);
+}
+
+void PolicyOperation::RemoveDataFile(const String_t& originator, const PolicyRecord& policy, const String_t& name,
+                                     MessageList_t& failures) const {
+    const String_t path = File_t(File_t(installDirectory, policy.typeName), name).GetAbsolutePath();
+    const Deleted deleted = DeleteStored(installDirectory, policy.typeName, name);
+    if (deleted == Deleted::Yes) return;
+    failures.Add(deleted == Deleted::Missing ? Make(msg::RemoveDataFileMissing, path, policy.containerId)
+                                             : Make(msg::RemoveDataFileError, path, policy.containerId));
+    Audit(originator, policy.name, policy.containerId, AuditLog::Remove, false);
+}
+
+bool PolicyOperation::RemoveHeaderFile(const String_t& originator, const PolicyRecord& policy,
+                                       MessageList_t& failures) const {
+    const String_t name = policy.containerId + names::HeaderFileSuffix;
+    const String_t path = File_t(File_t(installDirectory, policy.typeName), name).GetAbsolutePath();
+    const Deleted deleted = DeleteStored(installDirectory, policy.typeName, name);
+    if (deleted == Deleted::Yes) return true;
+    failures.Add(deleted == Deleted::Missing ? Make(msg::RemoveHeaderFileMissing, path, policy.containerId)
+                                             : Make(msg::RemoveHeaderFileError, path, policy.containerId));
+    Audit(originator, policy.name, policy.containerId, AuditLog::Remove, false);
+    return false;
+}
+
+void PolicyOperation::ForgetPolicy(const String_t& originator, const PolicyRecord& policy) {
+    notifications.AddRemove(policy.typeName, policy.containerId);
+    Audit(originator, policy.name, policy.containerId, AuditLog::Remove, true);
+    Cache()->Erase(policy.containerId);
+    if (IsPolicyTypeNameInstalled(policy.typeName)) return;
+    notifications.AddLastPolicy(policy.typeName);
+    File_t(installDirectory, policy.typeName).Delete();
+}
+
+}  // namespace LumConf
