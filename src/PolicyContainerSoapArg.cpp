@@ -1,0 +1,174 @@
+#include "PolicyContainerSoapArg.h"
+
+#include "Exceptions.h"
+#include "FlatSoapArg.h"
+#include "Messages.h"
+#include "Names.h"
+#include "Trace.h"
+
+namespace LumConf {
+
+using LumPalStr::String_t;
+using LumVoxSoap::SOAPElement;
+
+/// One child element: the state that its name leads to, and the only state in which the name is known
+/// (Outside: any state inside a header or deeper).
+struct PolicyContainerSoapArg::Child {
+    const char* name;
+    State state;
+    State knownIn;
+    State parent;
+    bool hasText;
+    void (PolicyHeaderImpl::*store)(const String_t&);
+};
+
+// In the order in which they are written.
+const PolicyContainerSoapArg::Child PolicyContainerSoapArg::children[] = {
+    {names::FieldContainerId, InContainerId, Outside, InHeader, true, &PolicyHeaderImpl::SetContainerId},
+    {names::FieldStatus, InStatus, InHeader, InHeader, true, &PolicyHeaderImpl::SetStatus},
+    {names::FieldName, InName, InHeader, InHeader, true, &PolicyHeaderImpl::SetName},
+    {names::FieldVersion, InVersion, InHeader, InHeader, true, &PolicyHeaderImpl::SetVersion},
+    {names::FieldDescription, InDescription, InHeader, InHeader, true, &PolicyHeaderImpl::SetDescription},
+    {names::FieldOwner, InOwner, InHeader, InHeader, true, &PolicyHeaderImpl::SetOwner},
+    {names::FieldTypeName, InTypeName, InHeader, InHeader, true, &PolicyHeaderImpl::SetTypeName},
+    {names::FieldTypeVersion, InTypeVersion, InHeader, InHeader, true, &PolicyHeaderImpl::SetTypeVersion},
+    {names::FieldTypeId, InTypeId, InHeader, InHeader, true, &PolicyHeaderImpl::SetTypeId},
+    {names::FieldCategories, InCategories, InHeader, InHeader, false, nullptr},
+    {names::FieldCategory, InCategory, InCategories, InCategories, true, nullptr},
+    {names::FieldAttribute, InAttributes, InHeader, InHeader, false, nullptr},
+    {names::FieldAttributeName, InAttributeName, InAttributes, InAttributes, true, nullptr},
+    {names::FieldAttributeValue, InAttributeValue, InAttributes, InAttributes, true, nullptr},
+};
+
+namespace {
+
+void WriteCategories(LumPalXml::XmlWriter_t& writer, const PolicyRecord& header) {
+    if (header.categories.empty()) return;
+    writer.OpenTag(names::FieldCategories);
+    for (const String_t& category : header.categories) WriteChild(writer, names::FieldCategory, category);
+    writer.CloseTag();
+}
+
+void WriteAttributes(LumPalXml::XmlWriter_t& writer, const PolicyRecord& header) {
+    if (header.attributes.empty()) return;
+    writer.OpenTag(names::FieldAttribute);
+    for (const auto& attribute : header.attributes) {
+        WriteChild(writer, names::FieldAttributeName, attribute->GetName());
+        WriteChild(writer, names::FieldAttributeValue, attribute->GetValue());
+    }
+    writer.CloseTag();
+}
+
+void WriteHeader(LumPalXml::XmlWriter_t& writer, const PolicyRecord& header) {
+    writer.OpenTag(names::FieldPolicyHeader);
+    WriteChild(writer, names::FieldContainerId, header.containerId);
+    WriteChild(writer, names::FieldStatus, header.status);
+    WriteChild(writer, names::FieldName, header.name);
+    WriteChild(writer, names::FieldVersion, header.version);
+    WriteChild(writer, names::FieldDescription, header.description);
+    WriteChild(writer, names::FieldOwner, header.owner);
+    WriteChild(writer, names::FieldTypeName, header.typeName);
+    WriteChild(writer, names::FieldTypeVersion, header.typeVersion);
+    WriteChild(writer, names::FieldTypeId, header.typeId);
+    WriteCategories(writer, header);
+    WriteAttributes(writer, header);
+    writer.CloseTag();
+}
+
+}  // namespace
+
+void PolicyContainerSoapArg::SetContainer(const PolicyContainer& value) {
+    container = LumPalPtr::RefPtr_t<PolicyContainerImpl>(value.GetImpl());
+}
+
+PolicyContainer PolicyContainerSoapArg::GetContainer() const {
+    if (!container) Raise<PolicyNotFoundError>(msg::SoapNoPolicyObject);
+    return PolicyContainer(container.Get());
+}
+
+void PolicyContainerSoapArg::WriteContent(LumPalXml::XmlWriter_t& writer) const {
+    if (!container) return;
+    const int count = container->GetCount();
+    for (int i = 0; i < count; ++i) WriteHeader(writer, container->GetPolicyHeader(i)->Snapshot());
+}
+
+const PolicyContainerSoapArg::Child* PolicyContainerSoapArg::FindChild(const String_t& localName) const {
+    for (const Child& child : children) {
+        if (localName == child.name) return child.knownIn == Outside || child.knownIn == parseState ? &child : nullptr;
+    }
+    return nullptr;
+}
+
+SOAPElement* PolicyContainerSoapArg::StartElement(const String_t& prefix, const String_t& localName,
+                                                  const String_t& namespaceUri) {
+    if (parseState == Outside) {
+        if (localName != GetName()) return nullptr;
+        container = LumPalPtr::RefPtr_t<PolicyContainerImpl>(new PolicyContainerImpl);
+        parseState = InArgument;
+        return SOAPArg::StartElement(prefix, localName, namespaceUri);
+    }
+    if (parseState == InArgument) {
+        if (localName != names::FieldPolicyHeader) return nullptr;
+        parseState = InHeader;
+        return SOAPArg::StartElement(GetPrefix(), GetName(), GetNamespaceUri());
+    }
+    EnterChild(localName);
+    // The base stays on this element, so that the events of the child come back here.
+    const String_t ownPrefix = GetPrefix(), ownNamespace = GetNamespaceUri();
+    SOAPArg::EndElement(ownPrefix, GetName(), ownNamespace);
+    SOAPArg::StartElement(ownPrefix, GetName(), ownNamespace);
+    return this;
+}
+
+void PolicyContainerSoapArg::EnterChild(const String_t& localName) {
+    collected.Clear();
+    collecting = false;
+    if (const Child* child = FindChild(localName)) {
+        parseState = child->state;
+        collecting = child->hasText;
+    } else {
+        ++unknownDepth;
+        LUMCONF_TRACE(trace::Message, String_t("unknown element '") + localName + "' in a policy list is ignored");
+    }
+}
+
+void PolicyContainerSoapArg::Characters(const char16_t* text, std::uint32_t start, std::uint32_t length) {
+    if (collecting) collected.Append(text + start, length);
+}
+
+void PolicyContainerSoapArg::EndElement(const String_t& prefix, const String_t& localName,
+                                        const String_t& namespaceUri) {
+    collecting = false;
+    if (unknownDepth > 0) {
+        --unknownDepth;
+    } else if (parseState <= InArgument) {
+        SOAPArg::EndElement(prefix, localName, namespaceUri);
+        parseState = Outside;
+    } else if (parseState == InHeader) {
+        FinishHeader();
+    } else {
+        StoreChild();
+    }
+}
+
+void PolicyContainerSoapArg::StoreChild() {
+    for (const Child& child : children) {
+        if (child.state != parseState) continue;
+        // The id creates the header; fields of a header that brought no id first have no place to go.
+        if (parseState == InContainerId) header = LumPalPtr::RefPtr_t<PolicyHeaderImpl>(new PolicyHeaderImpl);
+        if (header && child.store) (header.Get()->*child.store)(collected);
+        if (header && parseState == InCategory) header->SetCategory(collected);
+        if (parseState == InAttributeName) attributeName = collected;
+        if (header && parseState == InAttributeValue) header->SetAttribute(attributeName, collected);
+        parseState = child.parent;
+        return;
+    }
+}
+
+void PolicyContainerSoapArg::FinishHeader() {
+    if (header) container->Insert(header.Get());
+    header = {};
+    parseState = InArgument;
+}
+
+}  // namespace LumConf

@@ -1,0 +1,66 @@
+/// @file
+/// A list of policies on the wire.
+#pragma once
+
+#include "LumPalPtr.h"
+#include "LumVoxSoap.h"
+#include "PolicyContainer.h"
+#include "PolicyContainerImpl.h"
+#include "PolicyHeaderImpl.h"
+
+namespace LumConf {
+
+/// Carries a policy container: one "policyheader" for each policy, without its version id and files.
+/// Used by one thread; the headers of the container may be changed by others meanwhile.
+class PolicyContainerSoapArg : public LumVoxSoap::SOAPArg {
+public:
+    explicit PolicyContainerSoapArg(const LumPalStr::String_t& name) : SOAPArg(name) {}
+    void SetContainer(const PolicyContainer& value);
+    /// @throws PolicyNotFoundError 153 when the argument never came
+    PolicyContainer GetContainer() const;
+    void WriteContent(LumPalXml::XmlWriter_t& writer) const override;
+
+    LumVoxSoap::SOAPElement* StartElement(const LumPalStr::String_t& prefix, const LumPalStr::String_t& localName,
+                                          const LumPalStr::String_t& namespaceUri) override;
+    void Characters(const char16_t* text, std::uint32_t start, std::uint32_t length) override;
+    void EndElement(const LumPalStr::String_t& prefix, const LumPalStr::String_t& localName,
+                    const LumPalStr::String_t& namespaceUri) override;
+
+private:
+    /// What the reader stands in; the numbers are those of the wire's table.
+    enum State {
+        Outside = 0,
+        InArgument = 1,
+        InHeader = 2,
+        InContainerId = 3,
+        InStatus = 4,
+        InName = 5,
+        InVersion = 6,
+        InDescription = 7,
+        InOwner = 8,
+        InTypeName = 9,
+        InTypeVersion = 10,
+        InTypeId = 11,
+        InCategory = 12,
+        InCategories = 13,
+        InAttributes = 14,
+        InAttributeName = 15,
+        InAttributeValue = 16
+    };
+    struct Child;
+    static const Child children[];
+    const Child* FindChild(const LumPalStr::String_t& localName) const;
+    void EnterChild(const LumPalStr::String_t& localName);
+    void StoreChild();
+    void FinishHeader();
+
+    LumPalPtr::RefPtr_t<PolicyContainerImpl> container;
+    LumPalPtr::RefPtr_t<PolicyHeaderImpl> header;
+    State parseState = Outside;
+    int unknownDepth = 0;
+    bool collecting = false;
+    LumPalStr::String_t collected;
+    LumPalStr::String_t attributeName;
+};
+
+}  // namespace LumConf
