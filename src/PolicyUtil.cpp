@@ -102,4 +102,11 @@ void ReadPolicy(InputStream_t& input, const File_t& file, CharArrayOutputStream_
     }
 }
 
+LumPalArray::CharArray_t PackPolicyFile(const LumPalIo::File_t& file) {
+    LumPalIo::BufferedInputStream_t input{LumPalIo::FileInputStream_t(file.GetAbsolutePath())};
+    LumPalIo::CharArrayOutputStream_t target;
+    ReadPolicy(input, file, target);
+    return target.TakeCharArray();
+}
+
 }  // namespace LumConf::PolicyUtil

@@ -38,4 +38,8 @@ void WritePolicyBlock(const PolicyHeader& header, const LumPalIo::File_t& file, 
 void ReadPolicy(LumPalIo::InputStream_t& input, const LumPalIo::File_t& file,
                 LumPalIo::CharArrayOutputStream_t& target);
 
+/// The policy array of a header file.
+/// @throws LumPalIo::FileNotFoundException_t when it cannot be opened; else as ReadPolicy
+LumPalArray::CharArray_t PackPolicyFile(const LumPalIo::File_t& file);
+
 }  // namespace LumConf::PolicyUtil

@@ -1,0 +1,125 @@
+#include "MessageForwarder.h"
+
+#include "Exceptions.h"
+#include "InstallOptionsImpl.h"
+#include "InstallOptionsSoapArg.h"
+#include "Messages.h"
+#include "Names.h"
+#include "OptionsSoapArg.h"
+#include "PolicyContainerSoapArg.h"
+#include "ReturnValueDecoder.h"
+#include "SelectionSoapArg.h"
+#include "Trace.h"
+
+namespace LumConf {
+
+using LumPalConfig::ConfigNamespace_t;
+using LumPalMsg::IllegalArgumentError_t;
+using LumPalMsg::IllegalStateError_t;
+using LumPalStr::String_t;
+using LumVoxRpc::RpcCall;
+using LumVoxSoap::SOAPArg;
+using LumVoxSoap::SOAPArgByteArray;
+using LumVoxSoap::SOAPArgInt;
+using LumVoxSoap::SOAPArgUnicodeString;
+
+namespace {
+
+LumVoxMsg::Messenger MakeSender() {
+    return LumVoxMsg::Messenger(ConfigNamespace_t(names::NsVoxHttp).Open(),
+                                LumVoxMsg::Messenger::Options().RegisterWithCb(false).SendOnly(true));
+}
+
+template <class Row>
+void Demand(RequestKind kind, RequestKind wanted, const Row& message) {
+    if (kind != wanted) Raise<IllegalStateError_t>(message);
+}
+
+template <std::size_t ArgumentCount, std::size_t ResultCount>
+void Call(RpcCall call, const String_t& method, SOAPArg* const (&arguments)[ArgumentCount],
+          SOAPArg* const (&results)[ResultCount]) {
+    call.SetMethod(method);
+    call.SetArgs(ArgumentCount, arguments);
+    call.Invoke(ResultCount, results, names::Utf8);
+}
+
+}  // namespace
+
+MessageForwarder::MessageForwarder() : MessageForwarder(MakeSender()) {}
+
+MessageForwarder::MessageForwarder(const LumVoxMsg::Messenger& messenger)
+    : Messenger(messenger), configuration(ConfigNamespace_t(names::NsVoxHttp).Open()) {}
+
+LumPalNet::URI_t MessageForwarder::GetTargetUri(String_t& host, const String_t& path) {
+    host.Trim();
+    if (host.IsEmpty()) Raise<IllegalArgumentError_t>(msg::HostEmpty);
+    // The test is on the word alone: another name of the local machine takes the https path.
+    const bool plain =
+        host == names::LocalHost && !ConfigNamespace_t(names::NsSecCmCert).Open().GetBool(names::CertInstalledKey);
+    return LumPalNet::URI_t(String_t(plain ? names::HttpScheme : names::HttpsScheme) + host + path + names::RpcPath);
+}
+
+RpcCall MessageForwarder::CreateCall(const String_t& host, const String_t& targetId) const {
+    String_t target = host;
+    const LumPalNet::URI_t uri = GetTargetUri(target, names::ConfMsgPath);
+    return LumVoxRpc::RpcClient(configuration, *this).CreateCall(uri, RpcCall::Options().SetTargetID(targetId));
+}
+
+void MessageForwarder::SendInstall(const String_t& method, RequestKind kind, const String_t& host,
+                                   const String_t& fileName, const LumPalArray::CharArray_t& data,
+                                   const InstallOptions& options, InstallMethod installMethod) const {
+    LUMCONF_BLOCK(trace::Message, "MessageForwarder::SendInstall");
+    Demand(kind, RequestKind::Install, msg::ForwarderInstallState);
+    const RpcCall call = CreateCall(host, options.GetImpl().GetTargetID());
+    SOAPArgUnicodeString file(names::PolicyInstallFilename, fileName);
+    SOAPArgByteArray bytes(names::PolicyByteArrayName, data);
+    InstallOptionsSoapArg installOptions(names::PolicyInstallOptions);
+    installOptions.SetOptions(options);
+    SOAPArgInt how(names::PolicyInstallMethod, static_cast<int>(installMethod));
+    Answer answer;
+    SOAPArgInt value(names::PolicyInstallRetValue, &answer.value);
+    SOAPArgUnicodeString text(names::PolicyInstallRetString, &answer.text);
+    Call(call, method, {&file, &bytes, &installOptions, &how}, {&value, &text});
+    DecodeInstall(answer, installMethod, fileName, host);
+}
+
+void MessageForwarder::SendSelection(const String_t& method, RequestKind kind, OperationMode mode, const String_t& host,
+                                     const String_t& argument, const Selection& selection,
+                                     const PolicyForwarder::Options& options) const {
+    LUMCONF_BLOCK(trace::Message, "MessageForwarder::SendSelection");
+    Demand(kind, RequestKind::Selection, msg::ForwarderSelectionState);
+    const RpcCall call = CreateCall(host, options.GetTargetID());
+    SOAPArgInt modeArgument(names::PolicyOperationMode, static_cast<int>(mode));
+    modeArgument.SetTypeAttribute();
+    SOAPArgUnicodeString string(names::PolicyString1, argument);
+    string.SetTypeAttribute();
+    SelectionSoapArg selected(names::PolicySelection);
+    selected.SetSelection(selection, host);
+    OptionsSoapArg operationOptions(names::PolicyOptions);
+    operationOptions.SetOptions(options);
+    Answer answer;
+    SOAPArgInt value(names::PolicySelectionRetValue, &answer.value);
+    SOAPArgUnicodeString text(names::PolicySelectionRetString, &answer.text);
+    Call(call, method, {&modeArgument, &string, &selected, &operationOptions}, {&value, &text});
+    DecodeSelection(answer, host);
+}
+
+PolicyContainer MessageForwarder::SendList(const String_t& method, RequestKind kind, const String_t& host,
+                                           const String_t& targetId, const Selection& selection) const {
+    LUMCONF_BLOCK(trace::Message, "MessageForwarder::SendList");
+    Demand(kind, RequestKind::List, msg::ForwarderListState);
+    const RpcCall call = CreateCall(host, targetId);
+    SelectionSoapArg selected(names::PolicySelection);
+    selected.SetSelection(selection, host);
+    Answer answer;
+    SOAPArgInt value(names::PolicySelectionRetValue, &answer.value);
+    SOAPArgUnicodeString text(names::PolicySelectionRetString, &answer.text);
+    PolicyContainerSoapArg list(names::PolicyContainer);
+    Call(call, method, {&selected}, {&value, &text, &list});
+    // Taken before the return value is looked at: an answer without a list is an error whatever it says.
+    const PolicyContainer container = list.GetContainer();
+    DecodeList(answer, host);
+    return container;
+}
+
+}  // namespace LumConf

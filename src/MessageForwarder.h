@@ -1,0 +1,59 @@
+/// @file
+/// The one place where a client of the configuration server touches the wire.
+#pragma once
+
+#include "LumPalArray.h"
+#include "LumPalConfig.h"
+#include "LumPalNet.h"
+#include "LumPalStr.h"
+#include "LumVoxMsg.h"
+#include "LumVoxRpc.h"
+#include "PolicyContainer.h"
+#include "PolicyForwarder.h"
+#include "ReturnValue.h"
+
+namespace LumConf {
+
+class InstallOptions;
+class Selection;
+
+/// What a send operation is for; a guard against a wrong call.
+enum class RequestKind { Install = 1, Selection = 2, List = 3, Configuration = 5 };
+
+/// Builds the address, fills the envelope, makes the call, and turns the node's return value and return text into
+/// success or an exception. Every send blocks until the answer has come; several threads may send at once, and
+/// a forwarder can be used again after a failure. Failures of the transport pass unchanged.
+class MessageForwarder : public LumVoxMsg::Messenger {
+public:
+    /// With a new messenger that only sends.
+    MessageForwarder();
+    /// Shares the caller's messenger.
+    explicit MessageForwarder(const LumVoxMsg::Messenger& messenger);
+
+    /// @param host  trimmed in place; only the bare word "localhost" on a node without certificate takes plain HTTP
+    /// @throws LumPalMsg::IllegalArgumentError_t 129 for an empty host
+    static LumPalNet::URI_t GetTargetUri(LumPalStr::String_t& host, const LumPalStr::String_t& path);
+
+    /// @throws PolicyOwnerError, PolicyVersionError, LumSecAuth::NotAuthorizedException, LumCtrl::ControlException,
+    ///         PolicyRemoteException; LumPalMsg::IllegalStateError_t 130 for another kind
+    void SendInstall(const LumPalStr::String_t& method, RequestKind kind, const LumPalStr::String_t& host,
+                     const LumPalStr::String_t& fileName, const LumPalArray::CharArray_t& data,
+                     const InstallOptions& options, InstallMethod installMethod) const;
+    /// @throws NoPoliciesInstalledError, PolicyNotFoundError, NoPolicyOperation, LumSecAuth::NotAuthorizedException,
+    ///         LumCtrl::ControlException, PolicyRemoteException; LumPalMsg::IllegalStateError_t 136 for another kind
+    void SendSelection(const LumPalStr::String_t& method, RequestKind kind, OperationMode mode,
+                       const LumPalStr::String_t& host, const LumPalStr::String_t& argument, const Selection& selection,
+                       const PolicyForwarder::Options& options) const;
+    /// @throws PolicyNotFoundError 153 for an answer without a list, also when its return value tells a failure;
+    ///         NoPoliciesInstalledError, PolicyNotFoundError, LumSecAuth::NotAuthorizedException,
+    ///         PolicyRemoteException; LumPalMsg::IllegalStateError_t 142 for another kind
+    PolicyContainer SendList(const LumPalStr::String_t& method, RequestKind kind, const LumPalStr::String_t& host,
+                             const LumPalStr::String_t& targetId, const Selection& selection) const;
+
+private:
+    LumVoxRpc::RpcCall CreateCall(const LumPalStr::String_t& host, const LumPalStr::String_t& targetId) const;
+
+    LumPalConfig::Configuration_t configuration;
+};
+
+}  // namespace LumConf
