@@ -1,0 +1,47 @@
+/// @file
+/// What a program that serves needs of the system: one instance per root, signals, the service manager.
+#pragma once
+
+#include <memory>
+
+#include "LumPalExport.h"
+#include "LumPalStr.h"
+
+namespace LumPalRuntime {
+
+/// Holds a lock file as long as it lives; the system frees it when the process ends, however it ends.
+class LUMPAL_API InstanceLock_t {
+public:
+    InstanceLock_t();
+    InstanceLock_t(const InstanceLock_t&) = delete;
+    InstanceLock_t& operator=(const InstanceLock_t&) = delete;
+    ~InstanceLock_t();
+    /// Makes the file when it is not there (the folder must be) and locks it without waiting.
+    /// @return false when another process, or another object, holds it; nothing was changed then
+    /// @throws LumPalIo::IOException_t when the file cannot be made
+    bool TryLock(const LumPalStr::String_t& path);
+
+private:
+    int descriptor = -1;
+};
+
+/// What a signal asks a serving program to do.
+enum class Signal_e {
+    Stop,   ///< SIGTERM, SIGINT
+    Reload  ///< SIGHUP
+};
+
+/// Takes SIGTERM, SIGINT and SIGHUP out of their default ways and hands them out one at a time; SIGPIPE is ignored.
+/// To be made by main before other threads run; one per process.
+class LUMPAL_API Signals_t {
+public:
+    Signals_t();
+    /// Blocks until a signal arrives.
+    Signal_e Wait() const;
+};
+
+/// Tells the service manager that started this program how it stands (sd_notify(3): "READY=1", "STOPPING=1", ...).
+/// Without one (no NOTIFY_SOCKET in the environment) nothing happens. Never throws.
+LUMPAL_API void NotifyServiceManager(const char* state);
+
+}  // namespace LumPalRuntime

@@ -1,0 +1,82 @@
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+
+#include "LumPalDaemon.h"
+#include "SystemError.h"
+
+namespace LumPalRuntime {
+
+namespace {
+
+constexpr mode_t kLockMode = 0600;
+
+sigset_t HandledSignals() {
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGTERM);
+    sigaddset(&set, SIGINT);
+    sigaddset(&set, SIGHUP);
+    return set;
+}
+
+}  // namespace
+
+InstanceLock_t::InstanceLock_t() = default;
+
+InstanceLock_t::~InstanceLock_t() {
+    if (descriptor >= 0) close(descriptor);
+}
+
+bool InstanceLock_t::TryLock(const LumPalStr::String_t& path) {
+    const int opened = open(path.ToUtf8().c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, kLockMode);
+    if (opened < 0) LumPalIo::ThrowSystemError("Cannot open lock file", path, errno);
+    if (flock(opened, LOCK_EX | LOCK_NB) != 0) {
+        close(opened);
+        return false;
+    }
+    if (descriptor >= 0) close(descriptor);
+    descriptor = opened;
+    return true;
+}
+
+Signals_t::Signals_t() {
+    const sigset_t set = HandledSignals();
+    pthread_sigmask(SIG_BLOCK, &set, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+Signal_e Signals_t::Wait() const {
+    const sigset_t set = HandledSignals();
+    int signal = 0;
+    while (sigwait(&set, &signal) != 0) {
+    }
+    return signal == SIGHUP ? Signal_e::Reload : Signal_e::Stop;
+}
+
+void NotifyServiceManager(const char* state) {
+    const char* path = std::getenv("NOTIFY_SOCKET");
+    sockaddr_un address{};
+    if (!path || !*path || std::strlen(path) >= sizeof address.sun_path) return;
+    address.sun_family = AF_UNIX;
+    const std::size_t length = std::strlen(path);
+    std::memcpy(address.sun_path, path, length);
+    if (address.sun_path[0] == '@') address.sun_path[0] = '\0';  // a name in the abstract namespace
+    const int handle = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    if (handle < 0) return;
+    const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + length);
+    // A manager that does not listen is no reason to stop serving.
+    [[maybe_unused]] const ssize_t sent =
+        sendto(handle, state, std::strlen(state), MSG_NOSIGNAL, reinterpret_cast<const sockaddr*>(&address), size);
+    close(handle);
+}
+
+}  // namespace LumPalRuntime
