@@ -14,16 +14,26 @@ namespace LumPalCmd {
 enum Mode_e { Inherit = 0, Null = 1, Pipe = 2 };
 
 /// A started program. A handle; copies mean the same process. Any thread.
+///
+/// A program whose handle and streams are all gone runs on: its output is read and dropped in the
+/// background, so that it never blocks, and its end is collected, so that no zombie remains.
 class LUMPAL_API Process_t {
 public:
     Process_t() = default;
-    /// The output, when it was redirected with Pipe; else a null stream.
+    /// The output, when it was redirected with Pipe; else a null stream. It ends with the program,
+    /// also when a program that this one left running still holds its end. After Close what comes is dropped.
     LumPalIo::InputStream_t GetStandardOutput() const;
     LumPalIo::InputStream_t GetStandardError() const;
+    /// The input, when it was redirected with Pipe; else a null stream. Writing to a program that
+    /// has closed its input throws LumPalIo::IOException_t.
     LumPalIo::OutputStream_t GetStandardInput() const;
     /// Waits for the end; output that nobody reads is drained. The exit code; 128 + n when signal n ended it.
-    /// Any number of calls.
+    /// Any number of calls. What was drained can still be read afterwards: 16 MiB of it, a read beyond
+    /// that throws LumPalIo::IOException_t. An input that nobody asked for is closed first.
+    /// @throws LumPalMsg::IllegalStateError_t for a default-constructed object; LumPalIo::IOException_t
+    ///         when the exit code is lost (the host program ignores the ends of its children)
     int WaitFor() const;
+    /// 0 for a default-constructed object.
     long GetPid() const noexcept;
 
     struct Impl;
@@ -33,19 +43,24 @@ private:
     std::shared_ptr<Impl> impl;
 };
 
-/// A command line, split at blanks; double quotes keep blanks together (no shell is involved).
+/// A command line, split at blanks and tabs; double quotes keep them together, also inside a word,
+/// and are taken off; nothing else has a meaning (no shell is involved). Not for several threads at
+/// a time; copies share. Streams are inherited unless redirected.
 class LUMPAL_API Command_t {
 public:
-    /// @param line           the words; the first is the program, looked up in PATH
-    /// @param searchPath     false: the program must be a path
+    /// @param line           the words; the first is the program, looked up in this process's PATH
+    /// @param searchPath     false: the program must be a path (hold a "/")
     explicit Command_t(const LumPalStr::String_t& line, bool searchPath = true);
     Command_t& RedirectInput(Mode_e mode);
     Command_t& RedirectOutput(Mode_e mode);
     Command_t& RedirectError(Mode_e mode);
+    /// Adds to the child's environment, which is this process's otherwise, with LC_ALL=C.
+    /// @throws LumPalMsg::IllegalArgumentError_t for a name that is empty or holds "=", and for NUL in either
     Command_t& PutEnv(const LumPalStr::String_t& name, const LumPalStr::String_t& value);
-    /// Starts the program with closed descriptors, default signals and the C locale.
+    /// Starts the program with closed descriptors, default signals (none blocked) and the C locale. May be
+    /// called again: each call starts one.
     /// @throws LumPalIo::FileNotFoundException_t no such program; LumPalIo::IOException_t;
-    ///         LumPalMsg::IllegalArgumentError_t an empty line or an open quote
+    ///         LumPalMsg::IllegalArgumentError_t an empty line, an open quote or NUL
     Process_t Execute();
 
 private:

@@ -36,8 +36,8 @@ void AppendFile::Open() {
 }
 
 bool AppendFile::IsStillThere() const {
-    struct stat named {
-    }, open{};
+    struct stat named {};
+    struct stat open {};
     return descriptor >= 0 && lstat(path.c_str(), &named) == 0 && fstat(descriptor, &open) == 0 &&
            named.st_dev == open.st_dev && named.st_ino == open.st_ino;
 }

@@ -1,0 +1,53 @@
+#include "CommandLine.h"
+#include "LumPalCmd.h"
+#include "ProcessImpl_posix.h"
+#include "Spawn_posix.h"
+
+namespace LumPalCmd {
+
+using LumPalStr::String_t;
+
+struct Command_t::Impl {
+    String_t line;
+    SpawnPlan plan;
+};
+
+Command_t::Command_t(const String_t& line, bool searchPath) : impl(std::make_shared<Impl>()) {
+    impl->line = line;
+    impl->plan.searchPath = searchPath;
+}
+
+Command_t& Command_t::RedirectInput(Mode_e mode) {
+    impl->plan.modes[STDIN_FILENO] = mode;
+    return *this;
+}
+
+Command_t& Command_t::RedirectOutput(Mode_e mode) {
+    impl->plan.modes[STDOUT_FILENO] = mode;
+    return *this;
+}
+
+Command_t& Command_t::RedirectError(Mode_e mode) {
+    impl->plan.modes[STDERR_FILENO] = mode;
+    return *this;
+}
+
+Command_t& Command_t::PutEnv(const String_t& name, const String_t& value) {
+    const std::string nameBytes = name.ToUtf8(), valueBytes = value.ToUtf8();
+    const std::string_view forbidden("=\0", 2);
+    if (nameBytes.empty() || nameBytes.find_first_of(forbidden) != nameBytes.npos ||
+        valueBytes.find('\0') != valueBytes.npos) {
+        using namespace LumPalMsg;
+        throw IllegalArgumentError_t(CreateError_t("The environment can not hold a variable named '%1'.") << name);
+    }
+    impl->plan.environment[nameBytes] = valueBytes;
+    return *this;
+}
+
+Process_t Command_t::Execute() {
+    SpawnPlan plan = impl->plan;
+    plan.words = SplitWords(impl->line);
+    return Process_t(std::make_shared<Process_t::Impl>(Spawn(plan)));
+}
+
+}  // namespace LumPalCmd

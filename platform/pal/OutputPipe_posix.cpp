@@ -1,0 +1,113 @@
+#include "OutputPipe_posix.h"
+
+#include <poll.h>
+#include <sys/ioctl.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "LumPalIo.h"
+#include "SystemError.h"
+
+namespace LumPalCmd {
+
+using LumPalIo::IOException_t;
+using LumPalMsg::CreateError_t;
+
+namespace {
+
+constexpr std::int64_t kNothingYet = -2;
+constexpr std::int64_t kEnd = -1;
+
+}  // namespace
+
+bool IsReadable(int descriptor) {
+    pollfd polled{descriptor, POLLIN, 0};
+    return poll(&polled, 1, 0) > 0;
+}
+
+std::int64_t OutputPipe::TakeKept(char* target, std::size_t length) {
+    const std::size_t count = std::min(length, kept.size() - keptStart);
+    kept.copy(target, count, keptStart);
+    keptStart += count;
+    if (keptStart == kept.size()) {
+        kept = std::string();  // gives the memory back
+        keptStart = 0;
+    }
+    return static_cast<std::int64_t>(count);
+}
+
+std::int64_t OutputPipe::ReadSource(char* target, std::size_t length) {
+    for (;;) {
+        const ssize_t count = read(source.Get(), target, length);
+        if (count > 0) return count;
+        if (count == 0) return ended = true, kEnd;
+        if (errno == EAGAIN) return kNothingYet;
+        if (errno != EINTR) LumPalIo::ThrowSystemError("Cannot read a program's output", {}, errno);
+    }
+}
+
+std::int64_t OutputPipe::TryRead(char* target, std::size_t length) {
+    if (closed) throw IOException_t(CreateError_t("A program's output is read after it was closed."));
+    if (keptStart < kept.size()) return TakeKept(target, length);
+    if (cut) throw IOException_t(CreateError_t("A program's output was dropped, since nobody read it in time."));
+    return ended ? kEnd : ReadSource(target, length);
+}
+
+std::int64_t OutputPipe::Read(char* target, std::size_t length, int end) {
+    std::unique_lock lock(mutex);
+    for (bool last = false;; last = IsReadable(end)) {
+        // The look at the program's end comes before the last try: what it wrote is there by then.
+        const std::int64_t count = TryRead(target, length);
+        if (count != kNothingYet) return count;
+        if (last) return kEnd;
+        ++readers;
+        lock.unlock();
+        pollfd polled[2] = {{source.Get(), POLLIN, 0}, {end, POLLIN, 0}};
+        poll(polled, 2, -1);
+        lock.lock();
+        --readers;
+    }
+}
+
+std::size_t OutputPipe::Available() {
+    const std::lock_guard lock(mutex);
+    if (closed || !piped) return 0;
+    int waiting = 0;
+    if (!ended && ioctl(source.Get(), FIONREAD, &waiting) != 0) waiting = 0;
+    return kept.size() - keptStart + static_cast<std::size_t>(waiting);
+}
+
+void OutputPipe::Close() {
+    const std::lock_guard lock(mutex);
+    closed = true;
+    kept = std::string();
+    keptStart = 0;
+}
+
+int OutputPipe::ToDrain(bool& beingRead) {
+    const std::lock_guard lock(mutex);
+    if (!piped || ended) return -1;
+    beingRead = beingRead || readers > 0;
+    return readers > 0 ? -1 : source.Get();
+}
+
+void OutputPipe::Drain() {
+    const std::lock_guard lock(mutex);
+    char bytes[65536];
+    if (!piped || ended) return;
+    const std::int64_t count = ReadSource(bytes, sizeof bytes);
+    if (count <= 0 || closed) return;
+    if (kept.size() - keptStart >= kKeptBytes) {
+        cut = true;
+    } else if (!cut) {
+        kept.append(bytes, static_cast<std::size_t>(count));
+    }
+}
+
+LumPal::Descriptor OutputPipe::Release() {
+    const std::lock_guard lock(mutex);
+    return ended ? LumPal::Descriptor() : std::move(source);
+}
+
+}  // namespace LumPalCmd

@@ -1,0 +1,55 @@
+/// @file
+/// Our end of one output of a started program.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <string>
+
+#include "Descriptor_posix.h"
+
+namespace LumPalCmd {
+
+/// Bytes that a program writes, and those that were taken in for a later reader. Any thread.
+class OutputPipe {
+public:
+    /// What is drained beyond this is dropped.
+    static constexpr std::size_t kKeptBytes = 16u << 20;
+
+    /// @param source  does not block; -1 when the output was not redirected
+    explicit OutputPipe(LumPal::Descriptor source) : source(std::move(source)), piped(this->source.IsOpen()) {}
+    bool IsPiped() const noexcept { return piped; }
+    /// Blocks until there are bytes, the output ends or the program does.
+    /// @param end  readable when the program has ended
+    /// @return     the count, or -1 at the end
+    /// @throws LumPalIo::IOException_t  after Close; where drained bytes were dropped
+    std::int64_t Read(char* target, std::size_t length, int end);
+    std::size_t Available();
+    /// From now on reading is refused, and what comes is dropped.
+    void Close();
+    /// What a waiter has to watch: -1 when nothing more comes, or while somebody reads (then beingRead is set).
+    int ToDrain(bool& beingRead);
+    /// Takes what is there without blocking.
+    void Drain();
+    /// Our end, unless the output has ended; for when nobody uses this object any more.
+    LumPal::Descriptor Release();
+
+private:
+    std::int64_t TakeKept(char* target, std::size_t length);
+    std::int64_t ReadSource(char* target, std::size_t length);
+    std::int64_t TryRead(char* target, std::size_t length);
+
+    LumPal::Descriptor source;  // constant until Release
+    const bool piped;
+    std::mutex mutex;  // guards the rest
+    std::string kept;
+    std::size_t keptStart = 0;
+    bool cut = false, ended = false, closed = false;
+    int readers = 0;
+};
+
+/// Whether a descriptor is readable now.
+bool IsReadable(int descriptor);
+
+}  // namespace LumPalCmd

@@ -1,0 +1,117 @@
+#include "ProcessImpl_posix.h"
+
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+
+#include <cerrno>
+
+#include "Reaper_posix.h"
+#include "SystemError.h"
+
+namespace LumPalCmd {
+
+using LumPal::Descriptor;
+using LumPalIo::IOException_t;
+using LumPalMsg::CreateError_t;
+
+namespace {
+
+/// While a reader is at work the waiter looks only now and then whether it has left.
+constexpr int kLookAgainMs = 10;
+constexpr int kSignalBase = 128;
+
+/// Keeps a write to a program that has closed its input from raising SIGPIPE in this thread.
+class PipeSignalGuard {
+public:
+    PipeSignalGuard() {
+        sigemptyset(&pipe);
+        sigaddset(&pipe, SIGPIPE);
+        sigset_t pending;
+        sigpending(&pending);
+        wasPending = sigismember(&pending, SIGPIPE) == 1;
+        pthread_sigmask(SIG_BLOCK, &pipe, &before);
+    }
+    PipeSignalGuard(const PipeSignalGuard&) = delete;
+    PipeSignalGuard& operator=(const PipeSignalGuard&) = delete;
+    ~PipeSignalGuard() {
+        const timespec now{};
+        if (!wasPending) sigtimedwait(&pipe, nullptr, &now);
+        pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    }
+
+private:
+    sigset_t pipe, before;
+    bool wasPending;
+};
+
+int ExitCodeOf(int status) {
+    return WIFSIGNALED(status) ? kSignalBase + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+}  // namespace
+
+Process_t::Impl::Impl(Spawned spawned)
+    : pid(spawned.pid),
+      end(std::move(spawned.end)),
+      output(std::move(spawned.pipes[STDOUT_FILENO])),
+      error(std::move(spawned.pipes[STDERR_FILENO])),
+      inputPiped(spawned.pipes[STDIN_FILENO].IsOpen()),
+      input(std::move(spawned.pipes[STDIN_FILENO])) {}
+
+Process_t::Impl::~Impl() {
+    input.Close();  // before the end is awaited: the program may wait for it
+    Orphan orphan{pid, std::move(end), {output.Release(), error.Release()}};
+    if (collected || waitpid(pid, nullptr, WNOHANG) != 0) orphan.end.Close();
+    if (orphan.end.IsOpen() || orphan.outputs[0].IsOpen() || orphan.outputs[1].IsOpen()) Adopt(std::move(orphan));
+}
+
+void Process_t::Impl::WriteInput(const char* bytes, std::size_t length) {
+    const std::lock_guard lock(inputMutex);
+    if (!input.IsOpen()) throw IOException_t(CreateError_t("A program's input is written after it was closed."));
+    const PipeSignalGuard guard;
+    while (length > 0) {
+        const ssize_t count = write(input.Get(), bytes, length);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) LumPalIo::ThrowSystemError("Cannot write a program's input", {}, errno);
+        bytes += count;
+        length -= static_cast<std::size_t>(count);
+    }
+}
+
+void Process_t::Impl::CloseInput() {
+    const std::lock_guard lock(inputMutex);
+    input.Close();
+}
+
+void Process_t::Impl::DrainUntilEnd() {
+    for (;;) {
+        bool beingRead = false;
+        pollfd polled[3] = {
+            {end.Get(), POLLIN, 0}, {output.ToDrain(beingRead), POLLIN, 0}, {error.ToDrain(beingRead), POLLIN, 0}};
+        if (poll(polled, 3, beingRead ? kLookAgainMs : -1) < 0) continue;
+        if (polled[0].revents) return;
+        if (polled[1].revents) output.Drain();
+        if (polled[2].revents) error.Drain();
+    }
+}
+
+int Process_t::Impl::CollectEnd() {
+    const std::lock_guard lock(endMutex);
+    while (!collected) {
+        collected = waitpid(pid, &status, 0) == pid;
+        if (collected || errno == EINTR) continue;
+        collected = lost = true;
+    }
+    if (lost)
+        throw IOException_t(CreateError_t("The exit code of a program is lost: its end was collected elsewhere."));
+    return ExitCodeOf(status);
+}
+
+int Process_t::Impl::WaitFor() {
+    if (inputWriters == 0) CloseInput();
+    DrainUntilEnd();
+    return CollectEnd();
+}
+
+}  // namespace LumPalCmd

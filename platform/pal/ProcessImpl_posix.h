@@ -1,0 +1,47 @@
+/// @file
+/// A started program behind its handles and streams.
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+
+#include "LumPalCmd.h"
+#include "OutputPipe_posix.h"
+#include "Spawn_posix.h"
+
+namespace LumPalCmd {
+
+struct Process_t::Impl {
+    explicit Impl(Spawned spawned);
+    Impl(const Impl&) = delete;
+    Impl& operator=(const Impl&) = delete;
+    /// Leaves what is unfinished to the background.
+    ~Impl();
+    /// See Process_t::WaitFor.
+    int WaitFor();
+    OutputPipe& GetOutput(int stream) noexcept { return stream == STDOUT_FILENO ? output : error; }
+    int GetEnd() const noexcept { return end.Get(); }
+    bool HasInput() const noexcept { return inputPiped; }
+    /// @throws LumPalIo::IOException_t
+    void WriteInput(const char* bytes, std::size_t length);
+    void CloseInput();
+
+    const pid_t pid;
+    std::atomic<int> inputWriters{0};
+
+private:
+    void DrainUntilEnd();
+    int CollectEnd();
+
+    LumPal::Descriptor end;  // constant
+    OutputPipe output, error;
+    const bool inputPiped;
+    std::mutex inputMutex;
+    LumPal::Descriptor input;  // guarded by inputMutex
+    std::mutex endMutex;       // guards the rest
+    bool collected = false, lost = false;
+    int status = 0;
+};
+
+}  // namespace LumPalCmd
