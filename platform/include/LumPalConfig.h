@@ -30,8 +30,11 @@ public:
     /// The values as they are now: local settings over policy settings.
     /// @throws LumPalCfgFile::SyntaxException_t, LumPalIo::IOException_t
     Configuration_t Open() const;
-    /// Subscribes; the handler must be unregistered before it goes. Unregister waits for a call in flight.
+    /// Subscribes to the database below the root as it is set now; a second subscription of the same handler
+    /// to the same namespace does nothing. The handler must be unregistered before it goes.
     void Register(ConfigChangeHandler_i& handler) const;
+    /// Waits for a call of the handler in flight, unless it is that call which unregisters: so the caller
+    /// holds no lock that the handler takes.
     void Unregister(ConfigChangeHandler_i& handler) const;
 
 private:
@@ -83,11 +86,16 @@ private:
 
 class LUMPAL_API ConfigBase_t {
 public:
-    /// A whole database: a null or empty name is the default one, else that of the package.
+    /// A whole database: a null or empty name is the default one, else that of the package. The group is the
+    /// caller's own. A database that is not there is empty.
+    /// @throws LumPalMsg::IllegalArgumentError_t for a package that is no plain file name;
+    ///         LumPalCfgFile::SyntaxException_t, LumPalIo::IOException_t
     static ConfigGroup_t Open(const LumPalStr::String_t& name);
 };
 
 /// A batch of changes to the local settings of a database. Each call only remembers; Apply does all or nothing.
+/// Names of packages are plain file names; names of namespaces and attributes are not empty and hold no
+/// control characters: for any other name the call throws LumPalMsg::IllegalArgumentError_t.
 class LUMPAL_API ConfigUpdate_t {
 public:
     explicit ConfigUpdate_t(const LumPalStr::String_t& name);
@@ -96,7 +104,9 @@ public:
     void SetConfig(const Configuration_t& configuration);
     void ClearAttr(const LumPalStr::String_t& nameSpace, const LumPalStr::String_t& attribute);
     void ClearNamespace(const LumPalStr::String_t& nameSpace);
-    /// Writes aside, flushes and renames under a lock file shared by all processes.
+    /// Writes aside, flushes and renames under a lock file shared by all processes. A batch without any
+    /// call takes "new_policy_settings.ini" of the database's folder, if it is there, over as
+    /// "policy_settings.ini". After success the batch is empty again.
     /// @throws LumPalIo::IOException_t, LumPalCfgFile::SyntaxException_t
     void Apply();
 

@@ -1,0 +1,29 @@
+/// @file
+/// How names and values stand in a line of the configuration's text form.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace LumPalCfgFile {
+
+/// Whether a namespace or an attribute can be called so: not empty, and nothing in it that could
+/// break or forge a line (controls, line and paragraph separators).
+bool IsName(std::u16string_view text) noexcept;
+
+/// The text without blanks and tabs at its ends.
+std::u16string_view TrimBlanks(std::u16string_view text) noexcept;
+
+/// The text as it stands in a line; Unescape gives it back unit for unit, also when the line went
+/// through UTF-8 and TrimBlanks.
+std::u16string EscapeValue(std::u16string_view value);
+/// The same for a name, which also hides what would make the line mean something else.
+std::u16string EscapeName(std::u16string_view name);
+
+/// False for an escape that does not exist.
+bool Unescape(std::u16string_view text, std::u16string& result);
+
+/// Position of the first "=" that is not escaped, or npos.
+std::size_t FindEquals(std::u16string_view line) noexcept;
+
+}  // namespace LumPalCfgFile

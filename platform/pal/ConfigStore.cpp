@@ -1,0 +1,163 @@
+#include "ConfigStore.h"
+
+#include <algorithm>
+#include <map>
+#include <mutex>
+#include <utility>
+
+#include "CfgText.h"
+#include "ConfigFiles.h"
+#include "ConfigValues.h"
+#include "LumPalCfgFile.h"
+#include "LumPalIo.h"
+#include "LumPalRuntime.h"
+
+namespace LumPalConfig {
+namespace {
+
+using LumPalIo::CharArrayInputStream_t;
+using LumPalIo::CharArrayOutputStream_t;
+using LumPalIo::File_t;
+using LumPalStr::String_t;
+
+// Names of the database's own files: a package called so would stand in their way.
+constexpr const char* OwnNames[] = {LocalFile, PolicyFile, NewPolicyFile};
+
+bool IsPackageName(const String_t& package) {
+    if (package == "." || package == ".." || !LumPalCfgFile::IsName(package.View())) return false;
+    if (package.FindOneOf("/\\:") != LumPalStr::NotFound || package.GetAt(0) == u'.') return false;
+    return std::none_of(std::begin(OwnNames), std::end(OwnNames),
+                        [&](const char* own) { return package.Find(own) == 0; });
+}
+
+void Parse(const FileSnapshot& file, const String_t& path, ConfigGroup_t& group) {
+    LumPalCfgFile::ConfigReader_t::Load(CharArrayInputStream_t::Over(file.bytes), group, path);
+}
+
+LumPalArray::CharArray_t Serialize(const ConfigGroup_t& group) {
+    CharArrayOutputStream_t stream;
+    LumPalCfgFile::ConfigWriter_t::Write(stream, group);
+    return stream.TakeCharArray();
+}
+
+struct Loaded {
+    FileIdentity policy, local;
+    std::shared_ptr<void> policyPin, localPin;
+    std::shared_ptr<const ConfigGroup_t> group;
+};
+
+std::shared_ptr<const Loaded> Load(const String_t& folder) {
+    const auto loaded = std::make_shared<Loaded>();
+    const auto group = std::make_shared<ConfigGroup_t>();
+    const auto add = [&](const char* name, FileIdentity& identity, std::shared_ptr<void>& pin) {
+        const FileSnapshot file = ReadSnapshot(folder + name);
+        Parse(file, folder + name, *group);
+        identity = file.identity;
+        pin = file.pin;
+    };
+    add(PolicyFile, loaded->policy, loaded->policyPin);
+    add(LocalFile, loaded->local, loaded->localPin);
+    loaded->group = group;
+    return loaded;
+}
+
+/// The databases of this process that were read last.
+class Cache {
+public:
+    // Never destroyed: threads may still read their configuration when the process ends.
+    static Cache& Get() {
+        static Cache* const cache = new Cache;
+        return *cache;
+    }
+
+    std::shared_ptr<const Loaded> Find(const String_t& folder) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        const auto found = entries.find(folder);
+        return found == entries.end() ? nullptr : found->second;
+    }
+
+    void Put(const String_t& folder, const std::shared_ptr<const Loaded>& loaded) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        // Each entry holds two files open.
+        if (entries.size() >= Limit && entries.count(folder) == 0) entries.clear();
+        entries[folder] = loaded;
+    }
+
+private:
+    static constexpr std::size_t Limit = 16;
+    std::mutex mutex;
+    std::map<String_t, std::shared_ptr<const Loaded>> entries;  // guarded by mutex
+};
+
+/// The group without a namespace: a group has no way to lose one.
+ConfigGroup_t Without(const ConfigGroup_t& group, const String_t& nameSpace) {
+    const ConfigGroup_t rest;
+    for (int i = 0; i < group.GetConfigCount(); ++i) {
+        const Configuration_t config = group.GetConfig(i);
+        if (config.GetNamespace() != nameSpace) SetAll(config, rest.GetConfig(config.GetNamespace()));
+    }
+    return rest;
+}
+
+void Make(const ConfigChange& change, ConfigGroup_t& group) {
+    switch (change.kind) {
+        case ConfigChange::Kind::Set:
+            group.GetConfig(change.nameSpace).SetAttrValue(change.name, change.value);
+            break;
+        case ConfigChange::Kind::ClearAttr:
+            if (group.HasConfig(change.nameSpace)) group.GetConfig(change.nameSpace).ClearAttr(change.name);
+            break;
+        case ConfigChange::Kind::ClearNamespace:
+            group = Without(group, change.nameSpace);
+            break;
+    }
+}
+
+}  // namespace
+
+String_t DatabaseFolder(const String_t& package) {
+    const String_t& separator = File_t::Separator();
+    const String_t folder = LumPalRuntime::Dir_t::Path(LumPalRuntime::Etc, "pal") + "config" + separator;
+    if (package.IsEmpty()) return folder;
+    if (!IsPackageName(package)) {
+        throw LumPalMsg::IllegalArgumentError_t(
+            LumPalMsg::CreateError_t("'%1' cannot be the name of a configuration package.") << package);
+    }
+    return folder + package + separator;
+}
+
+std::shared_ptr<const ConfigGroup_t> LoadDatabase(const String_t& folder) {
+    const std::shared_ptr<const Loaded> known = Cache::Get().Find(folder);
+    if (known && known->policy == IdentityOf(folder + PolicyFile) && known->local == IdentityOf(folder + LocalFile)) {
+        return known->group;
+    }
+    const std::shared_ptr<const Loaded> loaded = Load(folder);
+    Cache::Get().Put(folder, loaded);
+    return loaded->group;
+}
+
+Configuration_t CopyOfNamespace(const ConfigGroup_t& group, const String_t& nameSpace) {
+    return group.HasConfig(nameSpace) ? CopyOf(group.GetConfig(nameSpace)) : Configuration_t(nameSpace);
+}
+
+void ChangeLocalSettings(const String_t& folder, const std::vector<ConfigChange>& changes) {
+    const FolderLock lock(folder);
+    const FileSnapshot file = ReadSnapshot(folder + LocalFile);
+    ConfigGroup_t group;
+    Parse(file, folder + LocalFile, group);
+    for (const ConfigChange& change : changes) Make(change, group);
+    const LumPalArray::CharArray_t bytes = Serialize(group);
+    // Nobody is woken for a change that changes nothing.
+    if (!(bytes == file.bytes)) ReplaceFile(folder, LocalFile, bytes);
+}
+
+void TakePolicySettingsOver(const String_t& folder) {
+    const FolderLock lock(folder);
+    const FileSnapshot file = ReadSnapshot(folder + NewPolicyFile);
+    if (!file.identity.exists) return;
+    ConfigGroup_t group;
+    Parse(file, folder + NewPolicyFile, group);
+    PromoteFile(folder, NewPolicyFile, PolicyFile);
+}
+
+}  // namespace LumPalConfig

@@ -1,0 +1,221 @@
+#include "ConfigWatcher.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <set>
+#include <utility>
+
+#include "ConfigStore.h"
+#include "ConfigValues.h"
+#include "LumPalIo.h"
+#include "LumPalLog.h"
+#include "LumPalMsg.h"
+
+namespace LumPalConfig {
+
+using LumPalStr::String_t;
+
+namespace {
+
+// How soon a folder that went away is found again.
+constexpr int SearchMs = 1000;
+
+Configuration_t Load(const String_t& folder, const String_t& nameSpace) {
+    return CopyOfNamespace(*LoadDatabase(folder), nameSpace);
+}
+
+// What stands in a broken file is not known: every attribute counts as changed once it is mended.
+Configuration_t LoadOrNothing(const String_t& folder, const String_t& nameSpace) {
+    try {
+        return Load(folder, nameSpace);
+    } catch (const LumPalMsg::Exception_t&) {
+        return Configuration_t(nameSpace);
+    }
+}
+
+void Log(const char* text, const String_t& nameSpace, const LumPalMsg::MessageList_t& details) {
+    LumPalMsg::CreateError_t message{String_t(text)};
+    message << nameSpace;
+    message.AddDetails(details);
+    LumPalLog::Log(LumPalMsg::MessageList_t(message));
+}
+
+void Call(ConfigChangeHandler_i& handler, const ChangedConfiguration_t& changes, const Configuration_t& now) {
+    static constexpr char Failure[] = "A handler for changes of the configuration '%1' failed.";
+    try {
+        handler.Update(changes, now);
+    } catch (const LumPalMsg::Exception_t& e) {
+        Log(Failure, now.GetNamespace(), e.GetMessageList());
+    } catch (const std::exception& e) {
+        const LumPalMsg::CreateError_t reason{String_t::FromUtf8(e.what())};
+        Log(Failure, now.GetNamespace(), LumPalMsg::MessageList_t(reason));
+    } catch (...) {
+        Log(Failure, now.GetNamespace(), LumPalMsg::MessageList_t());
+    }
+}
+
+}  // namespace
+
+struct ConfigWatcher::Registration {
+    const String_t nameSpace, folder;
+    ConfigChangeHandler_i* const handler;
+    Configuration_t last;  // guarded by the watcher's mutex, as the flag
+    bool removed = false;
+
+    bool IsOf(const String_t& name, const ConfigChangeHandler_i& other) const {
+        return nameSpace == name && handler == &other;
+    }
+};
+
+ConfigWatcher::ConfigWatcher() : watch({LocalFile, PolicyFile}) {}
+
+ConfigWatcher& ConfigWatcher::Get() {
+    // Never destroyed: a handler may be taken away by the last destructors of the process.
+    static ConfigWatcher* const watcher = new ConfigWatcher;
+    return *watcher;
+}
+
+void ConfigWatcher::Register(const String_t& nameSpace, ConfigChangeHandler_i& handler) {
+    const String_t folder = DatabaseFolder(String_t::Null());
+    const std::lock_guard<std::mutex> lock(mutex);
+    const bool known = std::any_of(registrations.begin(), registrations.end(), [&](const auto& registration) {
+        return registration->IsOf(nameSpace, handler) && registration->folder == folder;
+    });
+    if (known) return;
+    // Watching before reading: a change in between is seen by one of the two.
+    WatchLocked(folder);
+    registrations.push_back(
+        std::shared_ptr<Registration>(new Registration{nameSpace, folder, &handler, LoadOrNothing(folder, nameSpace)}));
+    StartLocked();
+}
+
+void ConfigWatcher::Unregister(const String_t& nameSpace, ConfigChangeHandler_i& handler) {
+    std::unique_lock<std::mutex> lock(mutex);
+    Registrations gone;
+    for (const auto& registration : registrations) {
+        if (registration->IsOf(nameSpace, handler)) gone.push_back(registration);
+    }
+    for (const auto& registration : gone) {
+        registration->removed = true;
+        registrations.erase(std::find(registrations.begin(), registrations.end(), registration));
+    }
+    UnwatchIdleLocked();
+    if (std::this_thread::get_id() == self) return;
+    callEnded.wait(lock, [&] {
+        return std::none_of(gone.begin(), gone.end(), [&](const auto& one) { return one.get() == inCall; });
+    });
+}
+
+void ConfigWatcher::StartLocked() {
+    if (stopping || thread.IsNotNull()) return;
+    LumPalThread::Thread_t started("LumPal:ConfigWatcher");
+    started.Start(*this);
+    thread = started;
+    std::atexit([] { Get().Stop(); });
+}
+
+void ConfigWatcher::Stop() {
+    LumPalThread::Thread_t running;
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        stopping = true;
+        running = thread;
+    }
+    watch.Wake();
+    running.Join();
+}
+
+void ConfigWatcher::WatchLocked(const String_t& folder) {
+    for (const Folder& known : folders) {
+        if (known.path == folder) return;
+    }
+    // A folder that cannot be made may still come: the watcher looks for it.
+    LumPalIo::File_t(folder).Mkdirs();
+    folders.push_back({folder, watch.Add(folder)});
+    if (folders.back().number == FolderWatch::NoFolder) watch.Wake();
+}
+
+void ConfigWatcher::UnwatchIdleLocked() {
+    const auto isUsed = [&](const Folder& folder) {
+        return std::any_of(registrations.begin(), registrations.end(),
+                           [&](const auto& registration) { return registration->folder == folder.path; });
+    };
+    const auto idle = std::stable_partition(folders.begin(), folders.end(), isUsed);
+    std::set<int> numbers;
+    for (auto folder = idle; folder != folders.end(); ++folder) numbers.insert(folder->number);
+    folders.erase(idle, folders.end());
+    // Two paths may lead to one folder.
+    for (const Folder& used : folders) numbers.erase(used.number);
+    for (const int number : numbers) watch.Remove(number);
+}
+
+bool ConfigWatcher::IsWaitingForFolderLocked() const {
+    return std::any_of(folders.begin(), folders.end(),
+                       [](const Folder& folder) { return folder.number == FolderWatch::NoFolder; });
+}
+
+ConfigWatcher::Registrations ConfigWatcher::TakeLocked(const FolderChanges& changes) {
+    std::set<String_t> touched;
+    for (Folder& folder : folders) {
+        bool changed = changes.missed || changes.changed.count(folder.number) != 0;
+        if (changes.lost.count(folder.number) != 0) folder.number = FolderWatch::NoFolder;
+        if (folder.number == FolderWatch::NoFolder) {
+            folder.number = watch.Add(folder.path);
+            changed = true;
+        }
+        if (changed) touched.insert(folder.path);
+    }
+    Registrations result;
+    for (const auto& registration : registrations) {
+        if (touched.count(registration->folder) != 0) result.push_back(registration);
+    }
+    return result;
+}
+
+void ConfigWatcher::Run(const LumPalThread::Thread_t&) {
+    std::unique_lock<std::mutex> lock(mutex);
+    self = std::this_thread::get_id();
+    while (!stopping) {
+        const int longest = IsWaitingForFolderLocked() ? SearchMs : -1;
+        lock.unlock();
+        const FolderChanges changes = watch.Wait(longest);
+        lock.lock();
+        const Registrations touched = TakeLocked(changes);
+        lock.unlock();
+        for (const auto& registration : touched) Tell(*registration);
+        lock.lock();
+    }
+}
+
+bool ConfigWatcher::BeginCall(Registration& registration, const Configuration_t& now, ChangedConfiguration_t& changes) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (registration.removed || stopping) return false;
+    const auto names = std::make_shared<ChangedConfiguration_t::Impl>();
+    names->names = Difference(registration.last, now);
+    if (names->names.empty()) return false;
+    registration.last = CopyOf(now);
+    changes = ChangedConfiguration_t(names);
+    inCall = &registration;
+    return true;
+}
+
+void ConfigWatcher::EndCall() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    inCall = nullptr;
+    callEnded.notify_all();
+}
+
+void ConfigWatcher::Tell(Registration& registration) {
+    try {
+        const Configuration_t now = Load(registration.folder, registration.nameSpace);
+        ChangedConfiguration_t changes;
+        if (!BeginCall(registration, now, changes)) return;
+        Call(*registration.handler, changes, now);
+        EndCall();
+    } catch (const LumPalMsg::Exception_t& e) {
+        Log("The changed configuration '%1' could not be read; what was read before stays.", registration.nameSpace,
+            e.GetMessageList());
+    }
+}
+
+}  // namespace LumPalConfig
