@@ -8,6 +8,7 @@
 
 #include "ConfigFiles.h"
 #include "LumPalIo.h"
+#include "NativePath_posix.h"
 #include "SystemError.h"
 
 namespace LumPalConfig {
@@ -23,7 +24,7 @@ constexpr char LockName[] = ".lock";
 class Descriptor {
 public:
     Descriptor(const String_t& path, int flags, mode_t mode = 0)
-        : path(path), number(open(path.ToUtf8().c_str(), flags | O_CLOEXEC | O_NOCTTY, mode)) {}
+        : path(path), number(Open(LumPalIo::NativePath(path), flags | O_CLOEXEC | O_NOCTTY, mode)) {}
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
     ~Descriptor() {
@@ -33,6 +34,10 @@ public:
     [[noreturn]] void Fail(const char* action) const { ThrowSystemError(action, path, errno); }
 
 private:
+    static int Open(const LumPalIo::NativePath& native, int flags, mode_t mode) {
+        return native.IsUsable() ? open(native.CStr(), flags, mode) : -1;
+    }
+
     const String_t path;
     const int number;
 };
@@ -71,16 +76,16 @@ void Rename(const String_t& from, const String_t& to) {
     if (!File_t(from).RenameTo(File_t(to))) ThrowSystemError("Cannot replace file", to, errno);
 }
 
-void SyncFolder(const String_t& folder) {
-    const Descriptor directory(folder, O_RDONLY | O_DIRECTORY);
-    if (directory.Get() < 0 || fsync(directory.Get()) != 0) directory.Fail("Cannot flush folder");
+void Sync(const char* action, const String_t& path) {
+    if (!File_t(path).Sync()) ThrowSystemError(action, path, errno);
 }
 
 }  // namespace
 
 FileIdentity IdentityOf(const String_t& path) {
     struct stat status {};
-    if (stat(path.ToUtf8().c_str(), &status) == 0) return FromStatus(status);
+    const LumPalIo::NativePath native(path);
+    if (native.IsUsable() && stat(native.CStr(), &status) == 0) return FromStatus(status);
     if (!IsAbsence(errno)) ThrowSystemError("Cannot look at file", path, errno);
     return {};
 }
@@ -107,18 +112,15 @@ void ReplaceFile(const String_t& folder, const String_t& name, const LumPalArray
         File_t(aside).Delete();
         throw;
     }
-    SyncFolder(folder);
+    Sync("Cannot flush folder", folder);
 }
 
 void PromoteFile(const String_t& folder, const String_t& from, const String_t& to) {
     const String_t path = folder + from;
     if (!File_t(path).SetMode(FileMode)) ThrowSystemError("Cannot set the mode of file", path, errno);
-    {
-        const Descriptor file(path, O_RDONLY);
-        if (file.Get() < 0 || fsync(file.Get()) != 0) file.Fail("Cannot flush file");
-    }
+    Sync("Cannot flush file", path);
     Rename(path, folder + to);
-    SyncFolder(folder);
+    Sync("Cannot flush folder", folder);
 }
 
 FolderLock::FolderLock(const String_t& folder) {

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <utility>
 
+#include "NativePath_posix.h"
 #include "SystemError.h"
 
 namespace LumPalConfig {
@@ -51,8 +52,9 @@ FolderWatch::FolderWatch(std::set<std::string> names) : impl(std::make_unique<Im
 FolderWatch::~FolderWatch() = default;
 
 int FolderWatch::Add(const String_t& folder) {
-    const int number =
-        inotify_add_watch(impl->watch.Get(), folder.ToUtf8().c_str(), FileEvents | FolderEvents | IN_ONLYDIR);
+    const LumPalIo::NativePath native(folder);
+    if (!native.IsUsable()) return NoFolder;
+    const int number = inotify_add_watch(impl->watch.Get(), native.CStr(), FileEvents | FolderEvents | IN_ONLYDIR);
     return number < 0 ? NoFolder : number;
 }
 
