@@ -35,22 +35,29 @@ public:
         bool asynchronous = false;
         LumPalStr::String_t targetId;
     };
-    /// Hands a trigger to the control service of the local host.
+    /// Hands a trigger to the control service of the local host. Each component gets its triggers in the order
+    /// in which they were handed over, synchronous or not, the next one when it has acknowledged the last.
+    /// A synchronous trigger waits as long as CONTROL_ACK_TIMEOUT of "conf.core" says (seconds, default 30).
+    /// One that was not acknowledged in time still reaches its components. Any thread, also of the service's process.
     /// @param target  name of one component, or empty for all that registered for the event
     /// @throws TargetException, EventException, LumPalIo::IOException_t when the service is not there,
-    ///         ControlException when a component did not acknowledge in time
+    ///         ControlException naming the components that did not acknowledge in time or went away before
     static void Notify(const LumPalStr::String_t& event, const LumPalStr::String_t& value,
                        const LumPalStr::String_t& target, const Options& options);
 };
 
-/// The service itself: a Unix-domain socket below the node's root. lumconfd runs one.
+/// The service itself: a Unix-domain socket (`control.sock` in folder kind 9, mode 0600, with `control.lock`
+/// beside it). Programs of the same user and of root may speak to it. lumconfd runs one.
+/// A component that leaves 10,000 triggers or 256 MiB of them waiting is dropped, with a line in the application log.
 class LUMPAL_API Service {
 public:
     Service();
     ~Service();
     Service(const Service&) = delete;
     Service& operator=(const Service&) = delete;
-    /// Opens the socket and serves. @throws LumPalIo::IOException_t when it is taken or cannot be made
+    /// Opens the socket and serves; a socket that a dead service left is removed.
+    /// @throws LumPalIo::IOException_t when another service lives or the socket cannot be made;
+    ///         LumPalMsg::IllegalStateError_t when started before and not stopped
     void Start();
     /// Closes; waiting triggers end with ControlException. A second call does nothing.
     void Stop();
@@ -63,16 +70,20 @@ private:
 /// A component's side: registers under a name for events and gets them in order.
 class LUMPAL_API Component {
 public:
-    /// @param events  exact names, or a prefix with "*" at the end ("CHECK_POLICY:*")
-    /// @throws LumPalIo::IOException_t when no service runs
+    /// @param name    one that no other component of the node bears now
+    /// @param events  exact names, or a prefix with "*" at the end ("CHECK_POLICY:*"); at least one
+    /// @throws LumPalIo::IOException_t when no service runs or it refuses the name or an event
     Component(const LumPalStr::String_t& name, const LumPalStr::String_t* events, int count);
     ~Component();
     Component(const Component&) = delete;
     Component& operator=(const Component&) = delete;
-    /// Waits for the next trigger.
-    /// @return false after a time-out; throws LumPalIo::EOFException_t when the service went away
+    /// Waits for the next trigger; it comes only after the last one was acknowledged.
+    /// @param milliseconds  0xFFFFFFFF waits without limit
+    /// @return false after a time-out and when a signal was handled; throws LumPalIo::EOFException_t when the service
+    /// went away
     bool Next(LumPalStr::String_t& event, LumPalStr::String_t& value, std::uint32_t milliseconds);
     /// Acknowledges the trigger that Next gave last.
+    /// @throws LumPalMsg::IllegalStateError_t when it was acknowledged before; LumPalIo::IOException_t
     void Acknowledge();
 
 private:

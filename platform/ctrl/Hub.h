@@ -1,0 +1,88 @@
+/// @file
+/// Who is registered for what, and which trigger waits for whom: the control service without its sockets.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <list>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Frame.h"
+
+namespace LumCtrl {
+
+/// One thread. Peers are numbers of the caller's choice, never 0.
+class Hub {
+public:
+    using Time = std::chrono::steady_clock::time_point;
+    using Peer = std::uint64_t;
+
+    /// Most triggers, and most bytes of them, that wait for one component; with more it is dropped.
+    static constexpr std::size_t kMostQueued = 10000;
+    static constexpr std::size_t kMostQueuedBytes = 256u << 20;
+
+    /// Where the hub's decisions go.
+    class Wire {
+    public:
+        virtual ~Wire() = default;
+        virtual void Send(Peer peer, const Frame& frame) = 0;
+        /// Ends the connection; the hub has forgotten the peer.
+        virtual void Drop(Peer peer) = 0;
+        /// A line for the application log.
+        virtual void Warn(const std::string& text) = 0;
+    };
+    explicit Hub(Wire& wire) : wire(wire) {}
+
+    /// @throws FrameError for a frame that has no place; the peer is then to be dropped by the caller
+    void Take(Peer peer, const Frame& frame, Time now);
+    /// The peer's connection ended.
+    void Gone(Peer peer);
+    /// Answers the triggers whose time is over.
+    void Tick(Time now);
+    /// When Tick has something to do; Time::max() when nothing waits.
+    Time NextDeadline() const;
+    /// Whether nothing is known of the peer: it is no component and waits for nothing.
+    bool IsIdle(Peer peer) const;
+    /// Answers every waiting trigger: the service stops.
+    void Stop();
+
+private:
+    struct Trigger {
+        std::string event, value;
+        Peer notifier = 0;  ///< who waits; 0: nobody
+        Time deadline;
+        std::vector<std::string> open;    ///< names of components that have not acknowledged
+        std::vector<std::string> failed;  ///< names of those that went away
+    };
+    using TriggerPtr = std::shared_ptr<Trigger>;
+    struct Component {
+        std::string name;
+        std::vector<std::string> patterns;
+        std::deque<TriggerPtr> queue;  ///< the first one is under way when `delivering`
+        std::size_t queuedBytes = 0;
+        std::uint32_t delivery = 0;
+        bool delivering = false;
+    };
+    using Components = std::map<Peer, Component>;
+
+    void Register(Peer peer, const Frame& frame);
+    void TakeTrigger(Peer peer, const Frame& frame, Time now);
+    std::vector<Peer> Receivers(const Frame& frame, ReplyCode& code) const;
+    void Queue(Peer peer, const TriggerPtr& trigger);
+    void Deliver(Peer peer, Component& component);
+    void Acknowledge(Peer peer, const Frame& frame);
+    void Remove(Components::iterator component, const char* why);
+    void Finish(const TriggerPtr& trigger);
+    void Answer(Trigger& trigger, ReplyCode code, const std::string& text);
+    void Reply(Peer peer, ReplyCode code, const std::string& text);
+
+    Wire& wire;
+    Components components;
+    std::list<TriggerPtr> waiting;  ///< those with a notifier
+};
+
+}  // namespace LumCtrl
