@@ -4,8 +4,10 @@
 
 #include <memory>
 
+#include "LumPalConfig.h"
 #include "LumPalExport.h"
 #include "LumPalStr.h"
+#include "LumVoxMsg.h"
 
 namespace LumDepl {
 
@@ -24,11 +26,28 @@ public:
 class LUMPAL_API Node {
 public:
     explicit Node(const LumPalStr::String_t& host);
-    /// The inventory as a text table. Blocks. @throws LumPalNet::ConnectException_t and what a call throws
+    /// The inventory as a text table. Blocks. @throws LumPalNet::ConnectException_t and what a call throws;
+    ///         LumPalMsg::IllegalArgumentError_t for an empty host
     LumPalStr::String_t GetInventory(const NodeOptions& options) const;
 
 private:
     LumPalStr::String_t host;
+};
+
+/// Answers "inventory" at "/com.tessel.lum.depl/voxrpcserver"; asks for no right.
+class LUMPAL_API InventoryServer {
+public:
+    explicit InventoryServer(const LumPalConfig::Configuration_t& configuration);
+    ~InventoryServer();
+    InventoryServer(const InventoryServer&) = delete;
+    InventoryServer& operator=(const InventoryServer&) = delete;
+    /// @param messenger  rooted at "/"; it must be closed before this object goes
+    /// @throws what Messenger::Register throws
+    void RegisterOn(LumVoxMsg::Messenger& messenger);
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl;
 };
 
 }  // namespace LumDepl

@@ -1,0 +1,43 @@
+#include "Inventory.h"
+#include "LumPalConfig.h"
+#include "LumPalNet.h"
+#include "LumVoxRpc.h"
+
+namespace LumDepl {
+namespace {
+
+using LumPalConfig::ConfigNamespace_t;
+using LumPalStr::String_t;
+
+/// Only the bare word "localhost" takes the plain road, and only until a certificate is installed.
+LumPalNet::URI_t AddressOf(String_t host) {
+    if (host.Trim().IsEmpty()) {
+        throw LumPalMsg::IllegalArgumentError_t(LumPalMsg::CreateError_t("The name of the host is empty."));
+    }
+    const bool plain =
+        host == "localhost" && !ConfigNamespace_t("sec.cm.certificates").Open().GetBool("CERT_INSTALLED");
+    return LumPalNet::URI_t((plain ? String_t("http://") : String_t("https://")) + host + kInventoryPath);
+}
+
+}  // namespace
+
+Node::Node(const String_t& host) : host(host) {}
+
+String_t Node::GetInventory(const NodeOptions& options) const {
+    const LumPalConfig::Configuration_t configuration = ConfigNamespace_t("vox.http.ext.conf").Open();
+    LumVoxRpc::RpcClient client(configuration, LumVoxMsg::Messenger());
+    LumVoxRpc::RpcCall call = client.CreateCall(AddressOf(host), LumVoxRpc::RpcCall::Options());
+    LumVoxSoap::SOAPArgUnicodeString type("objectType", options.objectType);
+    LumVoxSoap::SOAPArg* const arguments[] = {&type};
+    call.SetMethod("inventory");
+    call.SetArgs(1, arguments);
+    String_t table;
+    LumVoxSoap::SOAPArgUnicodeString result("inventory", &table);
+    LumVoxSoap::SOAPArg* const results[] = {&result};
+    call.Invoke(1, results, "UTF-8");
+    if (result.HasArrived()) return table;
+    throw LumVoxSoap::SOAPFormatException(LumPalMsg::CreateError_t("The node '%1' answered without an inventory.")
+                                          << host);
+}
+
+}  // namespace LumDepl
