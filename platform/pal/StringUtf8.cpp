@@ -46,7 +46,10 @@ UChar32 NextPoint(std::u16string_view text, std::size_t& i) {
 
 std::size_t CountBytes(std::u16string_view text, std::size_t start) {
     std::size_t bytes = 0;
-    for (std::size_t i = start; i < text.size();) bytes += U8_LENGTH(NextPoint(text, i));
+    for (std::size_t i = start; i < text.size();) {
+        const UChar32 point = NextPoint(text, i);  // a variable: the macro looks at its argument several times
+        bytes += U8_LENGTH(point);
+    }
     return bytes;
 }
 
