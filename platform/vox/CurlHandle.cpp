@@ -1,10 +1,11 @@
 #include "CurlHandle.h"
 
+#include <curl/curl.h>
 #include <openssl/ssl.h>
 
 #include <new>
-#include <system_error>
 
+#include "../pal/SystemError.h"
 #include "LumPalNet.h"
 #include "LumVoxSoap.h"
 #include "TlsIdentity.h"
@@ -62,13 +63,20 @@ void AddHeaders(List& headers, const HttpTarget& target) {
     if (!target.authorization.empty()) headers.Add("Authorization: " + target.authorization);
 }
 
+CURLcode SetContext(CURL*, void* context, void* handle) {
+    SSL_CTX_set_cert_verify_callback(static_cast<SSL_CTX*>(context), &HttpClient::Handle::VerifyPeer, handle);
+    return CURLE_OK;
+}
+
 const char* Opening(bool connected) {
     return connected ? "The connection to host '%1' port %2 failed: %3" : "Cannot connect to host '%1' port %2: %3";
 }
 
 }  // namespace
 
-HttpClient::Handle::Handle(const std::string& key) : key(key), curl(NewHandle()) {}
+HttpClient::Handle::Handle(const std::string& key) : key(key), curl(NewHandle()) {
+    static_assert(kErrorBytes >= CURL_ERROR_SIZE);
+}
 
 HttpClient::Handle::~Handle() {
     curl_easy_cleanup(curl);
@@ -125,6 +133,7 @@ void HttpClient::Handle::SetUpTls(const HttpTarget& target, const ClientIdentity
     // Nothing but the node's own trust counts, whatever the host system trusts.
     curl_blob trusted{const_cast<char*>(identity.trusted.data()), identity.trusted.size(), CURL_BLOB_COPY};
     Set(curl, CURLOPT_CAINFO_BLOB, &trusted);
+    Set(curl, CURLOPT_CAINFO, static_cast<char*>(nullptr));
     Set(curl, CURLOPT_CAPATH, static_cast<char*>(nullptr));
     Set(curl, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
     Set(curl, CURLOPT_SSL_VERIFYPEER, 1L);
@@ -157,11 +166,6 @@ int HttpClient::Handle::VerifyPeer(x509_store_ctx_st* context, void* self) {
     return 0;
 }
 
-CURLcode HttpClient::Handle::SetContext(CURL*, void* context, void* self) {
-    SSL_CTX_set_cert_verify_callback(static_cast<SSL_CTX*>(context), &VerifyPeer, self);
-    return CURLE_OK;
-}
-
 std::size_t HttpClient::Handle::Collect(char* bytes, std::size_t size, std::size_t count, void* self) try {
     auto& handle = *static_cast<Handle*>(self);
     LumPalArray::CharArray_t& body = handle.answer.body;
@@ -175,7 +179,7 @@ std::size_t HttpClient::Handle::Collect(char* bytes, std::size_t size, std::size
     return 0;
 }
 
-std::string HttpClient::Handle::Reason(CURLcode code, const ClientLimits& limits) const {
+std::string HttpClient::Handle::Reason(int code, const ClientLimits& limits) const {
     long number = 0;
     curl_off_t ready = 0;
     curl_easy_getinfo(curl, CURLINFO_OS_ERRNO, &number);
@@ -185,7 +189,7 @@ std::string HttpClient::Handle::Reason(CURLcode code, const ClientLimits& limits
         case CURLE_COULDNT_RESOLVE_HOST:
             return "the host name cannot be resolved";
         case CURLE_COULDNT_CONNECT:
-            if (number != 0) return std::generic_category().message(static_cast<int>(number));
+            if (number != 0) return LumPalIo::SystemErrorText(static_cast<int>(number)).ToUtf8();
             break;
         case CURLE_OPERATION_TIMEDOUT:
             if (ready == 0) return "no connection within " + std::to_string(limits.connectSeconds) + " seconds";
@@ -197,10 +201,10 @@ std::string HttpClient::Handle::Reason(CURLcode code, const ClientLimits& limits
         default:
             break;
     }
-    return error[0] ? error : curl_easy_strerror(code);
+    return error[0] ? error : curl_easy_strerror(static_cast<CURLcode>(code));
 }
 
-void HttpClient::Handle::Fail(CURLcode code, const HttpTarget& target, const ClientLimits& limits) const {
+void HttpClient::Handle::Fail(int code, const HttpTarget& target, const ClientLimits& limits) const {
     const String_t host = String_t::FromUtf8(target.host);
     if (code == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
     if (tooLong) {

@@ -2,13 +2,11 @@
 /// One handle of the HTTP library with the connection inside it.
 #pragma once
 
-#include <curl/curl.h>
-
 #include <string>
 
 #include "HttpClient.h"
 
-// The library's own name, so that its header shows only where it is used.
+// The libraries' own names and sizes, so that none of their headers shows here.
 struct x509_store_ctx_st;
 
 namespace LumVoxRpc {
@@ -23,25 +21,26 @@ struct HttpClient::Handle {
     HttpAnswer Post(const HttpTarget& target, const ClientIdentity& identity, const LumPalArray::CharArray_t& body,
                     const ClientLimits& limits);
     const std::string& GetKey() const noexcept { return key; }
+    /// Called by the TLS library: the peer's certificate is good and bears the id.
+    static int VerifyPeer(x509_store_ctx_st* context, void* self);
 
 private:
     void SetUp(const HttpTarget& target, const ClientLimits& limits);
     void SetUpTls(const HttpTarget& target, const ClientIdentity& identity);
     void SetBody(const LumPalArray::CharArray_t& body);
-    [[noreturn]] void Fail(CURLcode code, const HttpTarget& target, const ClientLimits& limits) const;
-    std::string Reason(CURLcode code, const ClientLimits& limits) const;
+    [[noreturn]] void Fail(int code, const HttpTarget& target, const ClientLimits& limits) const;
+    std::string Reason(int code, const ClientLimits& limits) const;
     static std::size_t Collect(char* bytes, std::size_t size, std::size_t count, void* self);
-    static int VerifyPeer(x509_store_ctx_st* context, void* self);
-    static CURLcode SetContext(CURL* curl, void* context, void* self);
 
     const std::string key;  ///< where the kept connection leads, and by whose identity
-    CURL* const curl;
-    std::string targetId;  ///< whom the kept connection leads to; lives as long as the connection
+    void* const curl;       ///< the library's handle
+    std::string targetId;   ///< whom the kept connection leads to; lives as long as the connection
     std::string wrongPeer;
     HttpAnswer answer;
     std::uint64_t mostBytes = 0;
     bool tooLong = false;
-    char error[CURL_ERROR_SIZE] = "";
+    static constexpr std::size_t kErrorBytes = 256;
+    char error[kErrorBytes] = "";  ///< the library's words for the last failure
 };
 
 }  // namespace LumVoxRpc
