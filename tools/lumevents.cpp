@@ -1,0 +1,127 @@
+/// @file
+/// lumevents: listens to the control service and prints, or runs a command for, each event.
+#include <CLI/CLI.hpp>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <iostream>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "LumCtrl.h"
+#include "LumPalCmd.h"
+#include "LumPalMsg.h"
+#include "LumPalRuntime.h"
+
+namespace {
+
+using LumPalStr::String_t;
+
+constexpr int kExitFailed = 1;
+/// How soon an end that a signal asked for between two waits is seen.
+constexpr std::uint32_t kWaitMs = 500;
+
+volatile std::sig_atomic_t stopAsked = 0;
+
+extern "C" void AskToStop(int) {
+    stopAsked = 1;
+}
+
+struct Choices {
+    std::string root, name, command;
+    std::vector<std::string> events;
+    std::uint64_t count = 0;
+    bool json = false, quiet = false;
+};
+
+/// Different for each run, so that two listeners never claim one name.
+std::string OwnName() {
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    return "lumevents-" + std::to_string(std::chrono::duration_cast<std::chrono::microseconds>(now).count());
+}
+
+std::string OneLine(std::string text) {
+    for (char& byte : text) {
+        if (static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F) byte = '?';
+    }
+    return text;
+}
+
+void Print(const Choices& choices, const String_t& event, const String_t& value) {
+    if (choices.json) {
+        std::cout << nlohmann::ordered_json{{"event", event.ToUtf8()}, {"value", value.ToUtf8()}}.dump() << std::endl;
+        return;
+    }
+    const std::string tail = value.IsEmpty() ? "" : " " + OneLine(value.ToUtf8());
+    std::cout << OneLine(event.ToUtf8()) << tail << std::endl;
+}
+
+void RunCommand(const Choices& choices, const String_t& event, const String_t& value) {
+    LumPalCmd::Command_t command(String_t::FromUtf8(choices.command));
+    command.RedirectInput(LumPalCmd::Null).PutEnv("LUM_EVENT", event).PutEnv("LUM_VALUE", value);
+    const int code = command.Execute().WaitFor();
+    if (code != 0 && !choices.quiet) std::cerr << "lumevents: the command ended with " << code << std::endl;
+}
+
+void Handle(const Choices& choices, const String_t& event, const String_t& value) {
+    Print(choices, event, value);
+    if (choices.command.empty()) return;
+    try {
+        RunCommand(choices, event, value);
+    } catch (const LumPalMsg::Exception_t& failure) {
+        std::cerr << "lumevents: " << failure.what() << std::endl;
+    }
+}
+
+void Listen(const Choices& choices) {
+    std::vector<String_t> events;
+    for (const std::string& event : choices.events) events.push_back(String_t::FromUtf8(event));
+    LumCtrl::Component component(String_t::FromUtf8(choices.name), events.data(), static_cast<int>(events.size()));
+    if (!choices.quiet) std::cerr << "registered" << std::endl;
+    String_t event, value;
+    for (std::uint64_t done = 0; !stopAsked && (choices.count == 0 || done < choices.count);) {
+        if (!component.Next(event, value, kWaitMs)) continue;
+        Handle(choices, event, value);
+        component.Acknowledge();
+        ++done;
+    }
+}
+
+void Describe(CLI::App& app, Choices& choices) {
+    app.set_version_flag("--version", LUM_VERSION);
+    app.add_option("--root", choices.root, "Root folder of the node (else LUM_ROOT, else /var/opt/lum)");
+    app.add_option("--name", choices.name, "Name to register under (default: one that no other listener has)");
+    app.add_option("--count", choices.count, "End after so many events")->check(CLI::PositiveNumber);
+    app.add_flag("--json", choices.json, "Print one JSON object per event");
+    app.add_flag("--quiet", choices.quiet, "Do not say \"registered\" on standard error");
+    app.add_option("--exec", choices.command,
+                   "Run this command for each event, with LUM_EVENT and LUM_VALUE in its environment, "
+                   "and acknowledge when it has ended (no shell is involved)");
+    app.add_option("EVENT", choices.events, "Event to listen for; a \"*\" at its end stands for any rest")->required();
+    app.footer(
+        "Prints one line per event, the event and its value, and acknowledges it.\n"
+        "Ends with 0 when --count is reached and on SIGINT or SIGTERM, with 1 when the control service\n"
+        "cannot be reached or goes away.");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    LumPalRuntime::App_t::Init(argc, argv);
+    Choices choices;
+    choices.name = OwnName();
+    CLI::App app("Listens to the events of the node's control service.", "lumevents");
+    Describe(app, choices);
+    CLI11_PARSE(app, argc, argv);
+    std::signal(SIGINT, AskToStop);
+    std::signal(SIGTERM, AskToStop);
+    try {
+        if (!choices.root.empty()) LumPalRuntime::Dir_t::SetRoot(String_t::FromUtf8(choices.root));
+        Listen(choices);
+    } catch (const LumPalMsg::Exception_t& failure) {
+        std::cerr << "lumevents: " << failure.what() << std::endl;
+        return kExitFailed;
+    }
+    return 0;
+}
