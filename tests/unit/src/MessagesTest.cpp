@@ -1,0 +1,186 @@
+#include "Messages.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "Exceptions.h"
+#include "Raised.h"
+#include "TempRoot.h"
+
+namespace {
+
+using namespace LumConf;
+using LumPalStr::String_t;
+
+struct Row {
+    std::string word;
+    unsigned id;
+    LumPalMsg::Severity_e severity;
+    std::string text;
+    std::string textInSource;
+};
+
+const std::vector<Row>& Table() {
+    static const std::vector<Row> rows = {
+#define LUM_MESSAGE(word, id, severity, text) {#word, id, LumPalMsg::Severity_e::severity, text, #text},
+#include "Messages.def"
+#undef LUM_MESSAGE
+    };
+    return rows;
+}
+
+std::set<unsigned> HolesOf(const std::string& text) {
+    std::set<unsigned> holes;
+    for (std::size_t i = 0; i + 1 < text.size(); ++i) {
+        if (text[i] == '%' && isdigit(text[i + 1])) holes.insert(static_cast<unsigned>(text[i + 1] - '0'));
+    }
+    return holes;
+}
+
+std::string ReadFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+TEST(Messages, ANumberIsNeverGivenToTwoRows) {
+    std::map<unsigned, std::string> words;
+    for (const Row& row : Table()) {
+        if (row.id != 0) EXPECT_TRUE(words.emplace(row.id, row.word).second) << row.word << " and " << words[row.id];
+    }
+}
+
+TEST(Messages, TheRowsStandInTheOrderOfTheirNumbers) {
+    unsigned last = 0;
+    for (const Row& row : Table()) {
+        EXPECT_GE(row.id, last) << row.word;
+        last = row.id;
+    }
+}
+
+TEST(Messages, TheHolesOfATextAreNumberedFromOneWithoutGaps) {
+    for (const Row& row : Table()) {
+        unsigned next = 1;
+        for (unsigned hole : HolesOf(row.text)) EXPECT_EQ(hole, next++) << row.word;
+        EXPECT_EQ(CountHoles(row.text.c_str()), next - 1) << row.word;
+    }
+}
+
+TEST(Messages, NumbersKeepTheRangesOfTheirSubsystems) {
+    const std::pair<unsigned, unsigned> ranges[] = {{1, 55},    {57, 102},  {104, 146}, {148, 187}, {188, 210},
+                                                    {211, 367}, {605, 616}, {621, 622}, {624, 624}, {626, 673},
+                                                    {677, 678}, {680, 686}, {689, 689}};
+    for (const Row& row : Table()) {
+        bool inside = row.id == 0;
+        for (const auto& [first, last] : ranges) inside = inside || (row.id >= first && row.id <= last);
+        EXPECT_TRUE(inside) << row.word << " has the free number " << row.id;
+    }
+}
+
+TEST(Messages, OnlyTitlesPrefixesAndStartMessagesHaveNoSeverity) {
+    const std::set<unsigned> bare = {1, 2, 3, 4, 65, 66, 154, 158, 173, 188};
+    for (const Row& row : Table()) {
+        EXPECT_EQ(row.severity == LumPalMsg::Severity_e::None, bare.count(row.id) > 0) << row.word;
+    }
+}
+
+TEST(Messages, EveryRowRendersItsTextWithItsArguments) {
+    for (const Row& row : Table()) {
+        LumPalMsg::CreateMessage_t message = MakeUnchecked({row.id, row.severity, row.text.c_str()});
+        std::string expected = row.text;
+        for (unsigned hole : HolesOf(row.text)) {
+            std::string argument = "<arg" + std::to_string(hole) + ">";
+            message << argument.c_str();
+            for (std::size_t at; (at = expected.find("%" + std::to_string(hole))) != std::string::npos;) {
+                expected.replace(at, 2, argument);
+            }
+        }
+        EXPECT_EQ(message.Format(LumPalMsg::BareText).ToUtf8(), expected) << row.word;
+        EXPECT_EQ(message.GetId(), row.id) << row.word;
+        EXPECT_EQ(message.GetSeverity(), row.severity) << row.word;
+    }
+}
+
+TEST(Messages, TheCatalogueSourceIsThatOfTheTable) {
+    std::string expected;
+    for (const Row& row : Table()) {
+        if (row.id != 0) expected += std::to_string(row.id) + " " + row.textInSource + "\n";
+    }
+    std::istringstream lines(ReadFile(std::filesystem::path(LUM_TEST_DATA "/../../packaging/conf.msg").lexically_normal()));
+    std::string rows, line;
+    while (std::getline(lines, line)) {
+        if (!line.empty() && line[0] != '$') rows += line + "\n";
+    }
+    EXPECT_EQ(rows, expected) << "run packaging/conf-msg.sh";
+}
+
+TEST(Messages, ACatalogueThatNlspathFindsTranslates) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    TempRoot root;
+    std::ofstream(root.Native() + "/conf.msg") << "$set 1\n$quote \"\n7 \"Ordner '%1' fehlt.\"\n";
+    ASSERT_EQ(system(("gencat " + root.Native() + "/conf.cat " + root.Native() + "/conf.msg").c_str()), 0);
+    auto translated = [&root] {
+        setenv("NLSPATH", (root.Native() + "/%N.cat").c_str(), 1);
+        bool known = Make(msg::DirectoryNotCreated, "a").Format(LumPalMsg::BareText) == "Ordner 'a' fehlt.";
+        bool unknown =
+            Make(msg::PathDoesNotExist, "a").Format(LumPalMsg::BareText) == "File/Directory 'a' does not exist.";
+        // A process of its own: the catalogue is opened once, at the first text that is asked for.
+        _exit(known && unknown ? 0 : 1);
+    };
+    EXPECT_EXIT(translated(), testing::ExitedWithCode(0), "");
+}
+
+TEST(Messages, TheCatalogueIsMadeOnceAndBearsItsName) {
+    EXPECT_EQ(&Catalog::GetCatalog(), &Catalog::GetCatalog());
+    EXPECT_EQ(Catalog::GetCatalog().GetName(), "conf");
+}
+
+TEST(Messages, AnExceptionAMessageAndAListBecomeDetailsAndFillNoHole) {
+    ConfException cause(Make(msg::UnpackError));
+    LumPalMsg::MessageList_t list;
+    list.Add(Make(msg::PackageEmpty));
+    list.Add(Make(msg::PackageFinished));
+    LumPalMsg::Message_t message = Make(msg::FileNotCopied, "from", cause, "to", list, Make(msg::HostEmpty));
+    EXPECT_EQ(message.Format(LumPalMsg::BareText), "Could not copy file from 'from' to 'to'.");
+    ASSERT_EQ(message.GetDetails().GetMessageCount(), 4);
+    EXPECT_EQ(message.GetDetails().GetMessage(0).GetId(), 605u);
+    EXPECT_EQ(message.GetDetails().GetMessage(1).GetId(), 613u);
+    EXPECT_EQ(message.GetDetails().GetMessage(2).GetId(), 612u);
+    EXPECT_EQ(message.GetDetails().GetMessage(3).GetId(), 129u);
+}
+
+TEST(Messages, NumbersAndTextsOutsideAsciiAreArguments) {
+    EXPECT_EQ(Make(msg::PolicyHeaderIndex, -1).GetMessageText(),
+              "Could not access 'policy header' for index count '-1'.");
+    String_t name = String_t::FromUtf8("Sicherung für \xF0\x9F\x90\xA7");
+    EXPECT_EQ(Make(msg::DirectoryNotCreated, name).GetMessageText(), "Could not create directory '" + name + "'.");
+}
+
+TEST(Messages, AHoleInsideAnArgumentStaysAsItIs) {
+    EXPECT_EQ(Make(msg::FileNotCopied, "%2", "%1").GetMessageText(), "Could not copy file from '%2' to '%1'.");
+}
+
+TEST(Messages, ARowWithoutANumberStandsInNoCatalogue) {
+    LumPalMsg::Message_t message = Make(msg::AuditNotAuthorized, "node", "install");
+    EXPECT_EQ(message.GetId(), 0u);
+    EXPECT_EQ(message.GetMessageText(),
+              "Failure Audit: AUTH: Calling system 'node' is not authorized to call operation: 'install'.");
+}
+
+TEST(Messages, RaiseThrowsTheClassWithTheRowsMessage) {
+    LumPalMsg::MessageList_t raised =
+        MessagesOf<PolicyFileException>([] { Raise<PolicyFileException>(msg::PackFileIsDirectory, "dir"); });
+    ASSERT_EQ(raised.GetMessageCount(), 1);
+    EXPECT_EQ(raised.GetMessage(0).GetId(), 150u);
+}
+
+}  // namespace
