@@ -55,7 +55,8 @@ std::string ReadFile(const std::string& path) {
 TEST(Messages, ANumberIsNeverGivenToTwoRows) {
     std::map<unsigned, std::string> words;
     for (const Row& row : Table()) {
-        if (row.id != 0) EXPECT_TRUE(words.emplace(row.id, row.word).second) << row.word << " and " << words[row.id];
+        if (row.id == 0) continue;
+        EXPECT_TRUE(words.emplace(row.id, row.word).second) << row.word << " and " << words[row.id];
     }
 }
 
@@ -115,7 +116,8 @@ TEST(Messages, TheCatalogueSourceIsThatOfTheTable) {
     for (const Row& row : Table()) {
         if (row.id != 0) expected += std::to_string(row.id) + " " + row.textInSource + "\n";
     }
-    std::istringstream lines(ReadFile(std::filesystem::path(LUM_TEST_DATA "/../../packaging/conf.msg").lexically_normal()));
+    std::istringstream lines(
+        ReadFile(std::filesystem::path(LUM_TEST_DATA "/../../packaging/conf.msg").lexically_normal()));
     std::string rows, line;
     while (std::getline(lines, line)) {
         if (!line.empty() && line[0] != '$') rows += line + "\n";
