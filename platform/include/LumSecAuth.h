@@ -18,6 +18,10 @@ LUMPAL_API const char* LocalAdministrator();
 /// and so may not be claimed by a certificate.
 LUMPAL_API bool IsReservedId(const LumPalStr::String_t& id);
 
+/// What is wrong with the words of "authorization.ini"; empty when nothing is, or when there is no such file.
+/// @throws LumPalCfgFile::SyntaxException_t, LumPalIo::IOException_t
+LUMPAL_API LumPalMsg::MessageList_t FindWrongRights();
+
 /// Answers by "authorization.ini" in folder kind 7: a section for each domain, a line for each
 /// sender with its rights by name or number. What is not granted is refused. Any thread;
 /// an Update beside IsAllowed is safe.

@@ -39,8 +39,14 @@ String_t CoreId() {
     return LumPalConfig::ConfigNamespace_t("sec.core").Open().GetValue("CORE_ID");
 }
 
+Rights LoadRights() {
+    Rights rights = Rights::Load(RightsFile());
+    if (rights.GetProblems().GetMessageCount() > 0) LumPalLog::Log(rights.GetProblems());
+    return rights;
+}
+
 State LoadState() {
-    return State{Rights::Load(RightsFile()), CoreId()};
+    return State{LoadRights(), CoreId()};
 }
 
 void LogFailure(const char* consequence, const LumPalMsg::Exception_t& cause) {
@@ -56,6 +62,10 @@ unsigned Implied(const String_t& sender, const String_t& coreId) {
 }
 
 }  // namespace
+
+LumPalMsg::MessageList_t FindWrongRights() {
+    return Rights::Load(RightsFile()).GetProblems();
+}
 
 struct Authorizer::Impl {
     std::shared_ptr<const State> Get() {
@@ -76,7 +86,7 @@ Authorizer::Authorizer() : impl(std::make_unique<Impl>()) {
     try {
         const String_t coreId = CoreId();
         impl->Set(State{Rights(), coreId});
-        impl->Set(State{Rights::Load(RightsFile()), coreId});
+        impl->Set(State{LoadRights(), coreId});
     } catch (const LumPalMsg::Exception_t& e) {
         LogFailure("no sender holds any right from it.", e);
     }

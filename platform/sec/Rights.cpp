@@ -7,7 +7,6 @@
 #include <string_view>
 
 #include "LumPalCfgFile.h"
-#include "LumPalLog.h"
 
 namespace LumSecAuth {
 
@@ -47,9 +46,10 @@ std::optional<unsigned> BitsOf(std::string_view word) {
     return named ? named : ByNumber(lower);
 }
 
-void WarnOfWord(std::string_view word, const String_t& sender, const String_t& domain, const String_t& source) {
-    LumPalLog::Log(LumPalMsg::CreateWarn_t("'%1' is no right: ignored for sender '%2' of domain '%3' in '%4'.")
-                   << String_t::FromUtf8(word) << sender << domain << source);
+LumPalMsg::Message_t NoRight(std::string_view word, const String_t& sender, const String_t& domain,
+                             const String_t& source) {
+    return LumPalMsg::CreateWarn_t("'%1' is no right: ignored for sender '%2' of domain '%3' in '%4'.")
+           << String_t::FromUtf8(word) << sender << domain << source;
 }
 
 /// Calls take for each word between blanks and tabs.
@@ -84,7 +84,7 @@ void Rights::AddDomain(const Configuration_t& section, const String_t& source) {
             if (const std::optional<unsigned> right = BitsOf(word))
                 granted |= *right;
             else
-                WarnOfWord(word, sender, section.GetNamespace(), source);
+                problems.Add(NoRight(word, sender, section.GetNamespace(), source));
         });
     }
 }

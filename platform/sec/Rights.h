@@ -7,6 +7,7 @@
 
 #include "LumPalConfig.h"
 #include "LumPalIo.h"
+#include "LumPalMsg.h"
 #include "LumPalStr.h"
 
 namespace LumSecAuth {
@@ -21,17 +22,21 @@ class Rights {
 public:
     /// Reads a file with a section for each domain and a line "sender=right right ..." for each sender.
     /// A right is a name (install remove enable disable list modify configget configset sign all) or a number,
-    /// decimal or with 0x before it. A word that is neither is named in the application log with file, domain
+    /// decimal or with 0x before it. A word that is neither is a problem, named with file, domain
     /// and sender; the words beside it count. A file that is not there grants nothing.
     /// @throws LumPalIo::IOException_t, LumPalCfgFile::SyntaxException_t
     static Rights Load(const LumPalIo::File_t& file);
     /// The bits granted to the sender; 0 for one that is not named.
     unsigned Granted(const LumPalStr::String_t& domain, const LumPalStr::String_t& sender) const;
 
+    /// A warning for each word that is no right.
+    const LumPalMsg::MessageList_t& GetProblems() const noexcept { return problems; }
+
 private:
     void AddDomain(const LumPalConfig::Configuration_t& section, const LumPalStr::String_t& source);
 
     std::map<std::pair<LumPalStr::String_t, LumPalStr::String_t>, unsigned> bits;
+    LumPalMsg::MessageList_t problems;
 };
 
 }  // namespace LumSecAuth

@@ -1,0 +1,27 @@
+/// @file
+/// Counts the calls of an RPC handler, so that it outlives them.
+#pragma once
+
+#include "LumPalThread.h"
+#include "LumVoxRpc.h"
+
+namespace LumConf {
+
+/// Base of the policy handlers: a counter of calls in flight. Any thread.
+class CallsInFlight : public LumVoxRpc::RpcServerHandler {
+public:
+    void CallStarted() override;
+    void CallFinished() override;
+
+protected:
+    /// Waits once, at most 1000 ms, when calls are in flight, and goes on whether they have ended or not.
+    /// Each handler's destructor calls it first.
+    void WaitForCalls();
+
+private:
+    int calls = 0;  ///< guarded by mutex
+    LumPalThread::Mutex_t mutex;
+    LumPalThread::CondVar_t ended;
+};
+
+}  // namespace LumConf

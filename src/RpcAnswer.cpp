@@ -1,0 +1,40 @@
+#include "RpcAnswer.h"
+
+#include "LumPalLog.h"
+#include "Names.h"
+
+namespace LumConf {
+
+namespace {
+constexpr unsigned kMessageFormat = LumPalMsg::Text | LumPalMsg::Details;
+constexpr unsigned kExceptionFormat = kMessageFormat | LumPalMsg::Label;
+}  // namespace
+
+void RpcAnswer::Set(ReturnValue outcome, const LumPalMsg::Message_t& message) {
+    value = outcome;
+    text = message.Format(kMessageFormat);
+}
+
+void RpcAnswer::Set(ReturnValue outcome, const LumPalMsg::Exception_t& cause) {
+    value = outcome;
+    text = cause.GetMessageList().Format(kExceptionFormat);
+}
+
+void RpcAnswer::SetFailure(const LumPalMsg::Message_t& message) {
+    Set(ReturnValue::OtherFailure, message);
+    LumPalLog::Log(message);
+}
+
+void SendAnswer(LumVoxRpc::RpcServerCall& call, const RpcAnswer& answer, const char* valueName, const char* textName,
+                LumVoxSoap::SOAPArg* third) {
+    LumVoxSoap::SOAPArgInt value(valueName, static_cast<int>(answer.value));
+    value.SetTypeAttribute();
+    LumVoxSoap::SOAPArgUnicodeString text(textName, answer.text);
+    text.SetTypeAttribute();
+    LumVoxSoap::SOAPArg* const arguments[] = {&value, &text, third};
+    LumVoxRpc::RpcServerResponse response = call.CreateResponse();
+    response.SetArgs(third ? 3 : 2, arguments);
+    response.SendResponse(names::Utf8);
+}
+
+}  // namespace LumConf

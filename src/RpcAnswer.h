@@ -1,0 +1,29 @@
+/// @file
+/// What a policy handler answers, and how exceptions become it.
+#pragma once
+
+#include "LumPalMsg.h"
+#include "LumPalStr.h"
+#include "LumVoxRpc.h"
+#include "ReturnValue.h"
+
+namespace LumConf {
+
+/// Return value and return text of one call; value 0 until the outcome is known.
+struct RpcAnswer {
+    ReturnValue value{};
+    LumPalStr::String_t text;
+
+    /// A message of the handler itself.
+    void Set(ReturnValue outcome, const LumPalMsg::Message_t& message);
+    /// What an operation raised.
+    void Set(ReturnValue outcome, const LumPalMsg::Exception_t& cause);
+    /// A failure without a value of its own: the message, with the cause in its details, also goes to the log.
+    void SetFailure(const LumPalMsg::Message_t& message);
+};
+
+/// Sends value and text under these names, and what follows them, if anything.
+void SendAnswer(LumVoxRpc::RpcServerCall& call, const RpcAnswer& answer, const char* valueName, const char* textName,
+                LumVoxSoap::SOAPArg* third = nullptr);
+
+}  // namespace LumConf

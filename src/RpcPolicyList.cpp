@@ -1,0 +1,70 @@
+#include "RpcPolicyList.h"
+
+#include "AuditLog.h"
+#include "Exceptions.h"
+#include "Messages.h"
+#include "Names.h"
+#include "PolicyContainerSoapArg.h"
+#include "PolicyOperation.h"
+#include "SelectionSoapArg.h"
+#include "Trace.h"
+
+namespace LumConf {
+
+using LumPalStr::String_t;
+using LumVoxSoap::SOAPArg;
+
+/// The arguments of one call, and what is known of it so far.
+struct RpcPolicyList::Request {
+    String_t sender;
+    bool authorized = false;
+    SelectionSoapArg selection{names::PolicySelection};
+    PolicyContainer policies;  ///< empty until the operation has answered
+};
+
+RpcPolicyList::RpcPolicyList()
+    : operation(PolicyOperation::GetInstance()),
+      authorization(&Authorization::GetInstance()),
+      auditLog(&AuditLog::GetInstance()) {}
+
+RpcPolicyList::~RpcPolicyList() {
+    WaitForCalls();
+}
+
+void RpcPolicyList::Process(LumVoxRpc::RpcServerCall& call) {
+    Request request;
+    request.sender = String_t::FromUtf8(call.GetOriginatorID());
+    LUMCONF_TRACE(trace::Policy, Make(msg::RpcListStart, request.sender));
+    RpcAnswer answer;
+    try {
+        Serve(call, request, answer);
+    } catch (const NoPoliciesInstalledError& e) {
+        answer.Set(ReturnValue::NoPoliciesInstalled, e);
+    } catch (const PolicyNotFoundError& e) {
+        answer.Set(ReturnValue::NoPolicyFound, e);
+    } catch (const LumPalMsg::Exception_t& e) {
+        answer.SetFailure(Make(msg::RpcListError, e));
+    }
+    // Stands behind the catch clauses: also a request that could not be read is answered so.
+    if (!request.authorized) {
+        answer.Set(ReturnValue::NotAuthorized, Make(msg::RpcListNotAuthorized, request.sender));
+    }
+    PolicyContainerSoapArg list(names::PolicyContainer);
+    list.SetContainer(request.policies);
+    SendAnswer(call, answer, names::PolicySelectionRetValue, names::PolicySelectionRetString, &list);
+}
+
+void RpcPolicyList::Serve(LumVoxRpc::RpcServerCall& call, Request& request, RpcAnswer& answer) {
+    SOAPArg* const arguments[] = {&request.selection};
+    call.ReadRequest(1, arguments);
+    request.authorized = authorization->IsAuthorized(request.sender, RightList);
+    if (!request.authorized) {
+        LUMCONF_TRACE(trace::Policy, String_t("list is refused to '") + request.sender + "'");
+        auditLog->LogAuthorizationError(request.sender, names::ListMethod);
+        return;
+    }
+    request.policies = operation->GetPolicyContainer(request.sender, request.selection.GetSelection());
+    answer.Set(ReturnValue::Success, Make(msg::RpcListDone));
+}
+
+}  // namespace LumConf

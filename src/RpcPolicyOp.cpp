@@ -1,0 +1,144 @@
+#include "RpcPolicyOp.h"
+
+#include "AuditLog.h"
+#include "Exceptions.h"
+#include "LumCtrl.h"
+#include "Messages.h"
+#include "Names.h"
+#include "OptionsSoapArg.h"
+#include "PolicyOperation.h"
+#include "SelectionSoapArg.h"
+#include "Trace.h"
+
+namespace LumConf {
+
+using LumPalMsg::MessageList_t;
+using LumPalStr::String_t;
+using LumVoxSoap::SOAPArg;
+using LumVoxSoap::SOAPArgInt;
+using LumVoxSoap::SOAPArgUnicodeString;
+
+/// The arguments of one call, and what is known of it so far.
+struct RpcPolicyOp::Request {
+    String_t sender;
+    bool authorized = false;
+    SOAPArgInt mode{names::PolicyOperationMode, 0};
+    SOAPArgUnicodeString string{names::PolicyString1, String_t()};
+    SelectionSoapArg selection{names::PolicySelection};
+    OptionsSoapArg options{names::PolicyOptions};
+    MessageList_t failure;  ///< of an operation that failed without a return value of its own
+};
+
+/// One operation: its mode, the right it needs, its name in the audit log, the call, the words of success.
+struct RpcPolicyOp::Mode {
+    OperationMode mode;
+    Right right;
+    const char* name;
+    void (*call)(PolicyOperation&, const Request&);
+    MessageRow done;
+};
+
+const RpcPolicyOp::Mode RpcPolicyOp::modes[] = {
+    {OperationMode::Remove, RightRemove, "remove",
+     [](PolicyOperation& operation, const Request& r) {
+         operation.Remove(r.sender, r.selection.GetSelection(), r.options.GetOptions());
+     },
+     msg::RpcRemoveDone},
+    {OperationMode::Notify, RightInstall, "notify",
+     [](PolicyOperation& operation, const Request& r) { operation.Notify(r.sender); }, msg::RpcNotifyDone},
+    {OperationMode::ReinitCache, RightModify, "reinit cache",
+     [](PolicyOperation& operation, const Request& r) { operation.ReinitCache(r.sender); }, msg::RpcReinitCacheDone},
+};
+
+namespace {
+
+bool IsMissingFile(unsigned id) {
+    return id == msg::RemoveDataFileError.id || id == msg::RemoveDataFileMissing.id ||
+           id == msg::RemoveHeaderFileError.id || id == msg::RemoveHeaderFileMissing.id;
+}
+
+/// Whether a remove met files that are missing or cannot be deleted: told by the numbers, which a translated
+/// catalogue does not change, and by the words.
+bool CannotDelete(const MessageList_t& failure) {
+    for (int i = 0; i < failure.GetMessageCount(); ++i) {
+        if (IsMissingFile(failure.GetMessage(i).GetId())) return true;
+    }
+    return failure.Format(LumPalMsg::BareText).Find("Cannot delete policy") != LumPalStr::NotFound;
+}
+
+}  // namespace
+
+RpcPolicyOp::RpcPolicyOp()
+    : operation(PolicyOperation::GetInstance()),
+      authorization(&Authorization::GetInstance()),
+      auditLog(&AuditLog::GetInstance()) {}
+
+RpcPolicyOp::~RpcPolicyOp() {
+    WaitForCalls();
+}
+
+const RpcPolicyOp::Mode* RpcPolicyOp::FindMode(int number) {
+    for (const Mode& row : modes) {
+        if (static_cast<int>(row.mode) == number) return &row;
+    }
+    return nullptr;
+}
+
+void RpcPolicyOp::Process(LumVoxRpc::RpcServerCall& call) {
+    Request request;
+    request.sender = String_t::FromUtf8(call.GetOriginatorID());
+    LUMCONF_TRACE(trace::Policy, Make(msg::RpcOpStart, request.sender));
+    RpcAnswer answer;
+    try {
+        Serve(call, request, answer);
+    } catch (const NoPoliciesInstalledError& e) {
+        answer.Set(ReturnValue::NoPoliciesInstalled, e);
+    } catch (const PolicyNotFoundError& e) {
+        answer.Set(ReturnValue::NoPolicyFound, e);
+    } catch (const NoPolicyOperation& e) {
+        answer.Set(ReturnValue::NothingToDo, e);
+    } catch (const LumCtrl::ControlException& e) {
+        answer.Set(ReturnValue::ControlServiceErrors, e);
+    } catch (const LumPalMsg::Exception_t& e) {
+        answer.SetFailure(Make(msg::RpcOpError, e));
+        request.failure = e.GetMessageList();
+    }
+    RepairRemove(request, answer);
+    // Stands behind the catch clauses: also a request that could not be read, or whose mode is no operation, is
+    // answered so.
+    if (!request.authorized) {
+        answer.Set(ReturnValue::NotAuthorized, Make(msg::RpcOpNotAuthorized, request.sender));
+    }
+    SendAnswer(call, answer, names::PolicySelectionRetValue, names::PolicySelectionRetString);
+}
+
+void RpcPolicyOp::Serve(LumVoxRpc::RpcServerCall& call, Request& request, RpcAnswer& answer) {
+    SOAPArg* const arguments[] = {&request.mode, &request.string, &request.selection, &request.options};
+    call.ReadRequest(std::size(arguments), arguments);
+    const Mode* mode = FindMode(request.mode.GetValue());
+    if (!mode) return;
+    request.authorized = authorization->IsAuthorized(request.sender, mode->right);
+    if (!request.authorized) {
+        LUMCONF_TRACE(trace::Policy, String_t(mode->name) + " is refused to '" + request.sender + "'");
+        auditLog->LogAuthorizationError(request.sender, mode->name);
+        return;
+    }
+    mode->call(*operation, request);
+    answer.Set(ReturnValue::Success, MakeUnchecked(mode->done));
+}
+
+/// A remove that met missing or undeletable files is a success for the client: the cache then is what the disk holds.
+void RpcPolicyOp::RepairRemove(const Request& request, RpcAnswer& answer) {
+    const bool isRemove = request.mode.GetValue() == static_cast<int>(OperationMode::Remove);
+    if (!isRemove || !CannotDelete(request.failure)) return;
+    if (request.authorized) {
+        try {
+            operation->ReinitCache(request.sender);
+        } catch (const LumPalMsg::Exception_t& e) {
+            LUMCONF_TRACE(trace::Policy, e.GetMessageList().Format(LumPalMsg::Text | LumPalMsg::Details));
+        }
+    }
+    answer.Set(ReturnValue::Success, Make(msg::RpcRemoveDone));
+}
+
+}  // namespace LumConf

@@ -1,0 +1,45 @@
+/// @file
+/// The entry of the system: a daemon makes one ConfigServer, starts it and stops it.
+#pragma once
+
+#include <memory>
+
+#include "Export.h"
+#include "LumVoxMsg.h"
+
+namespace LumConf {
+
+/// The remote endpoint of a node. Constructing it loads the store and brings the policy side up; requests arrive
+/// only after Start. Used by one thread.
+class LUMCONF_API ConfigServer {
+public:
+    /// @throws LumPalIo::IOException_t when a directory of the store cannot be made
+    ConfigServer();
+    ConfigServer(const ConfigServer&) = delete;
+    ConfigServer& operator=(const ConfigServer&) = delete;
+    /// Waits for calls in flight, at most one second for each handler.
+    ~ConfigServer();
+
+    /// Serves on a messenger of its own. A failure is written to the application log (179, 180) and not raised:
+    /// a daemon asks IsServing.
+    void Start();
+    /// Serves on the caller's messenger, which is rooted at "/" and which Stop closes; null makes one.
+    void Start(LumVoxMsg::Messenger* messenger);
+    /// Closes the messenger, stops the policy worker, removes the temporary directories.
+    /// @throws LumPalMsg::IllegalStateError_t 196 when the worker does not run; the directories then stay
+    void Stop();
+
+    /// Takes up changed rights: what the remote method "mgrconf" does.
+    void UpdateAuthorization();
+
+    /// Whether requests can arrive.
+    bool IsServing() const;
+    /// The port; 0 when not serving.
+    unsigned GetPort() const;
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl;
+};
+
+}  // namespace LumConf

@@ -1,0 +1,104 @@
+#include "common/Outcome.h"
+
+#include <ostream>
+#include <sstream>
+
+#include "Exceptions.h"
+#include "LumCtrl.h"
+#include "LumPalMsg.h"
+#include "LumPalNet.h"
+#include "LumSecAuth.h"
+
+namespace lumtools {
+
+namespace {
+
+using LumPalMsg::MessageList_t;
+
+/// A detail may itself hold lines: the words of a node, already indented there.
+void AddLines(const std::string& text, int level, std::vector<MessageLine>& lines) {
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) {
+        const std::size_t blanks = std::min(line.find_first_not_of(' '), line.size());
+        if (blanks < line.size()) lines.push_back({level + static_cast<int>(blanks / 2), line.substr(blanks)});
+    }
+}
+
+void Collect(const MessageList_t& messages, int level, std::vector<MessageLine>& lines) {
+    for (int i = 0; i < messages.GetMessageCount(); ++i) {
+        const LumPalMsg::Message_t message = messages.GetMessage(i);
+        AddLines(message.Format(LumPalMsg::BareText).ToUtf8(), level, lines);
+        Collect(message.GetDetails(), level + 1, lines);
+    }
+}
+
+Outcome From(ExitCode code, const LumPalMsg::Exception_t& e) {
+    Outcome outcome{code, {}};
+    Collect(e.GetMessageList(), 0, outcome.messages);
+    return outcome;
+}
+
+}  // namespace
+
+const char* Outcome::Word() const {
+    switch (code) {
+        case kDone:
+            return "done";
+        case kFailed:
+            return "failed";
+        case kWrongUsage:
+            return "wrong usage";
+        case kNothingToDo:
+            return "nothing to do";
+        case kNotFound:
+            return "not found";
+        case kRefused:
+            return "refused";
+        case kUnreachable:
+            return "unreachable";
+        case kUntold:
+            return "done, nobody told";
+    }
+    return "";
+}
+
+Outcome Attempt(const std::function<void()>& request) {
+    try {
+        request();
+        return {};
+    } catch (const LumConf::NoPoliciesInstalledError& e) {
+        return From(kNotFound, e);
+    } catch (const LumConf::PolicyNotFoundError& e) {
+        return From(kNotFound, e);
+    } catch (const LumConf::NoPolicyOperation& e) {
+        return From(kNothingToDo, e);
+    } catch (const LumConf::PolicyOwnerError& e) {
+        return From(kRefused, e);
+    } catch (const LumConf::PolicyVersionError& e) {
+        return From(kRefused, e);
+    } catch (const LumSecAuth::NotAuthorizedException& e) {
+        return From(kRefused, e);
+    } catch (const LumCtrl::ControlException& e) {
+        return From(kUntold, e);
+    } catch (const LumConf::TransferException& e) {
+        // The node answered: that is a failure, though the class stands below the next one.
+        return From(kFailed, e);
+    } catch (const LumPalNet::ConnectException_t& e) {
+        return From(kUnreachable, e);
+    } catch (const LumPalMsg::IllegalArgumentError_t& e) {
+        return From(kWrongUsage, e);
+    } catch (const LumPalMsg::Exception_t& e) {
+        return From(kFailed, e);
+    } catch (const std::exception& e) {
+        return {kFailed, {{0, e.what()}}};
+    }
+}
+
+void PrintFailure(std::ostream& out, const std::string& program, const Outcome& outcome) {
+    for (std::size_t i = 0; i < outcome.messages.size(); ++i) {
+        const MessageLine& line = outcome.messages[i];
+        out << (i == 0 ? program + ": " : std::string(2 + 2 * line.level, ' ')) << line.text << "\n";
+    }
+}
+
+}  // namespace lumtools

@@ -1,0 +1,34 @@
+/// @file
+/// What came of a request: an exit code, a word for it, and the messages.
+#pragma once
+
+#include <functional>
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "ExitCode.h"
+
+namespace lumtools {
+
+/// One line of a failure: how deep it stands below the outer message, and its text.
+struct MessageLine {
+    int level = 0;
+    std::string text;
+};
+
+struct Outcome {
+    ExitCode code = kDone;
+    std::vector<MessageLine> messages;
+
+    /// "done", "nothing to do", "not found", "refused", "failed", "unreachable", "done, nobody told".
+    const char* Word() const;
+};
+
+/// Runs a request; what it raises becomes the outcome.
+Outcome Attempt(const std::function<void()>& request);
+
+/// The outer message with a label, each detail indented below it.
+void PrintFailure(std::ostream& out, const std::string& program, const Outcome& outcome);
+
+}  // namespace lumtools

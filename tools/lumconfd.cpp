@@ -1,0 +1,108 @@
+// The daemon of a node: serves the node's policies until it is told to stop.
+#include <CLI/CLI.hpp>
+#include <iostream>
+
+#include "ConfigServer.h"
+#include "LumCtrl.h"
+#include "LumDepl.h"
+#include "LumPalConfig.h"
+#include "LumPalDaemon.h"
+#include "LumPalIo.h"
+#include "LumPalLog.h"
+#include "LumPalMsg.h"
+#include "LumPalRuntime.h"
+#include "LumVoxMsg.h"
+#include "lumconfd/ConfigCheck.h"
+
+namespace {
+
+using LumPalRuntime::Dir_t;
+using LumPalStr::String_t;
+
+enum ExitCode { kDone = 0, kFailed = 1, kWrongUsage = 2, kAlreadyRunning = 3 };
+
+int Fail(ExitCode code, const std::string& reason) {
+    std::cerr << "lumconfd: " << reason << "\n";
+    return code;
+}
+
+LumVoxMsg::Messenger MakeMessenger() {
+    return LumVoxMsg::Messenger(LumPalConfig::ConfigNamespace_t("vox.http.ext.conf").Open(),
+                                LumVoxMsg::Messenger::Options()
+                                    .SetAuthenticationMethod(1)
+                                    .RegisterWithCb(true)
+                                    .SetApplicationInfo("conf.core", "01.00")
+                                    .SetBasePath("/"));
+}
+
+void WaitForStop(LumConf::ConfigServer& server, LumVoxMsg::Messenger& messenger,
+                 const LumPalRuntime::Signals_t& signals) {
+    while (signals.Wait() == LumPalRuntime::Signal_e::Reload) {
+        LumPalRuntime::NotifyServiceManager("RELOADING=1");
+        server.UpdateAuthorization();
+        messenger.ReloadIdentity();
+        LumPalRuntime::NotifyServiceManager("READY=1");
+    }
+}
+
+int Serve(const LumPalRuntime::Signals_t& signals) {
+    LumCtrl::Service control;
+    control.Start();
+    LumConf::ConfigServer server;
+    LumVoxMsg::Messenger messenger = MakeMessenger();
+    server.Start(&messenger);
+    if (!server.IsServing()) return Fail(kFailed, "the server does not serve; the log above says why");
+    LumDepl::InventoryServer inventory(LumPalConfig::ConfigNamespace_t("vox.http.ext.conf").Open());
+    inventory.RegisterOn(messenger);
+    std::cerr << "lumconfd: serving the node in " << Dir_t::Path(LumPalRuntime::Root).ToUtf8() << " on port "
+              << server.GetPort() << std::endl;
+    LumPalRuntime::NotifyServiceManager("READY=1");
+    WaitForStop(server, messenger, signals);
+    LumPalRuntime::NotifyServiceManager("STOPPING=1");
+    server.Stop();
+    control.Stop();
+    return kDone;
+}
+
+int Run(const LumPalRuntime::Signals_t& signals) {
+    const String_t root = Dir_t::Path(LumPalRuntime::Root);
+    if (!LumPalIo::File_t(root).Mkdirs()) return Fail(kFailed, "cannot make the root '" + root.ToUtf8() + "'");
+    LumPalRuntime::InstanceLock_t lock;
+    const String_t lockPath = root + "lumconfd.lock";
+    if (!lock.TryLock(lockPath)) {
+        return Fail(kAlreadyRunning,
+                    "another lumconfd serves '" + root.ToUtf8() + "' (it holds '" + lockPath.ToUtf8() + "')");
+    }
+    const String_t logDirectory = Dir_t::Path(LumPalRuntime::LogDir);
+    LumPalIo::File_t(logDirectory).Mkdirs();
+    LumPalLog::SetApplicationLogFile(logDirectory + "lumconfd.log");
+    return Serve(signals);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    LumPalRuntime::App_t::Init(argc, argv);
+    CLI::App app("Serves a node's policies: keeps them, takes requests on them, tells what changed.", "lumconfd");
+    std::string root;
+    bool checkConfig = false;
+    app.add_option("--root", root, "Folder of the node (default: $LUM_ROOT, else /var/opt/lum)");
+    app.add_flag("--check-config", checkConfig, "Check the configuration, say what is wrong, and end");
+    app.set_version_flag("--version", "lumconfd " LUM_VERSION);
+    app.footer(
+        "Runs in the foreground. SIGTERM and SIGINT stop it, SIGHUP takes up changed rights and keys.\n"
+        "Exit codes: 0 stopped as asked, 1 failed, 2 wrong usage, 3 another daemon serves this root.");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        return app.exit(e) == 0 ? kDone : kWrongUsage;
+    }
+    try {
+        if (!root.empty()) Dir_t::SetRoot(LumPalIo::File_t(String_t::FromUtf8(root)).GetAbsolutePath());
+        if (checkConfig) return lumconfd::CheckConfiguration(std::cout) ? kDone : kFailed;
+        const LumPalRuntime::Signals_t signals;
+        return Run(signals);
+    } catch (const std::exception& e) {
+        return Fail(kFailed, e.what());
+    }
+}

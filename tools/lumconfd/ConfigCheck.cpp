@@ -1,0 +1,125 @@
+#include "lumconfd/ConfigCheck.h"
+
+#include <functional>
+#include <ostream>
+
+#include "LumPalConfig.h"
+#include "LumPalMsg.h"
+#include "LumSecAuth.h"
+#include "LumSecCore.h"
+
+namespace lumconfd {
+
+namespace {
+
+using LumPalConfig::ConfigGroup_t;
+using LumPalConfig::Configuration_t;
+using LumPalStr::String_t;
+
+enum class Type { Boolean, Port, Count, AuditMode };
+
+/// A key whose value has a form.
+struct Key {
+    const char* nameSpace;
+    const char* name;
+    Type type;
+};
+
+const Key kKeys[] = {
+    {"conf.core", "ASYNC_CONTROL_NOTIFY", Type::Boolean},
+    {"conf.core", "CACHE_CONFIGSETTINGS_POLICIES", Type::Boolean},
+    {"conf.core", "CONTROL_ACK_TIMEOUT", Type::Count},
+    {"conf.server", "AUDIT_LOGGING", Type::Boolean},
+    {"conf.server", "AUDIT_LOG_MODE", Type::AuditMode},
+    {"conf.cluster", "MONITOR_MODE", Type::Boolean},
+    {"conf.cluster", "POLLING_INTERVAL", Type::Count},
+    {"conf.cluster", "MAX_RETRIES_FOR_CLUSTERUP", Type::Count},
+    {"sec.cm.certificates", "CERT_INSTALLED", Type::Boolean},
+    {"vox.http.ext.conf", "SERVER_PORT", Type::Port},
+    {"vox.http.ext.conf", "TARGET_PORT", Type::Port},
+};
+
+bool IsNumber(const std::string& text) {
+    return !text.empty() && text.size() <= 9 && text.find_first_not_of("0123456789") == std::string::npos;
+}
+
+bool IsBoolean(const String_t& value) {
+    for (const char* word : {"true", "yes", "on", "1", "false", "no", "off", "0"}) {
+        if (LumPalStr::Compare(value, String_t(word), true) == 0) return true;
+    }
+    return false;
+}
+
+const char* Wanted(Type type, const String_t& value) {
+    const std::string text = value.ToUtf8();
+    switch (type) {
+        case Type::Boolean:
+            return IsBoolean(value) ? nullptr : "true or false";
+        case Type::Port:
+            return IsNumber(text) && std::stol(text) <= 65535 ? nullptr : "a port from 0 to 65535";
+        case Type::Count:
+            return IsNumber(text) ? nullptr : "a number";
+        // Both spellings have a meaning, one at the start and one on a change.
+        case Type::AuditMode:
+            return text == "all" || text == "failure" || text == "FAILURE" ? nullptr : "all or failure";
+    }
+    return nullptr;
+}
+
+/// Collects what is wrong.
+class Report {
+public:
+    explicit Report(std::ostream& out) : out(out) {}
+    void Problem(const std::string& text) {
+        out << text << "\n";
+        ++problems;
+    }
+    /// What a step raises is a problem.
+    void Step(const std::function<void()>& step) {
+        try {
+            step();
+        } catch (const std::exception& e) {
+            Problem(e.what());
+        }
+    }
+    int GetCount() const { return problems; }
+
+private:
+    std::ostream& out;
+    int problems = 0;
+};
+
+void CheckKeys(const ConfigGroup_t& group, Report& report) {
+    for (const Key& key : kKeys) {
+        if (!group.HasConfig(key.nameSpace)) continue;
+        const Configuration_t configuration = group.GetConfig(String_t(key.nameSpace));
+        if (!configuration.HasAttr(key.name)) continue;
+        const String_t value = configuration.GetAttrValue(key.name);
+        if (const char* wanted = Wanted(key.type, value)) {
+            report.Problem(std::string("[") + key.nameSpace + "] " + key.name + "=" + value.ToUtf8() + ": must be " +
+                           wanted);
+        }
+    }
+}
+
+void CheckRights(Report& report) {
+    const LumPalMsg::MessageList_t problems = LumSecAuth::FindWrongRights();
+    for (int i = 0; i < problems.GetMessageCount(); ++i) {
+        report.Problem(problems.GetMessage(i).Format(LumPalMsg::BareText).ToUtf8());
+    }
+}
+
+}  // namespace
+
+bool CheckConfiguration(std::ostream& out) {
+    Report report(out);
+    report.Step([&] { CheckKeys(LumPalConfig::ConfigBase_t::Open(""), report); });
+    report.Step([&] { CheckRights(report); });
+    report.Step([] { LumSecCore::NodeIdentity::Load(); });
+    out << (report.GetCount() == 0 ? "the configuration is in order"
+                                   : std::to_string(report.GetCount()) + " problem(s)")
+        << "\n";
+    return report.GetCount() == 0;
+}
+
+}  // namespace lumconfd
