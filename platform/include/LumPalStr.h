@@ -112,6 +112,8 @@ public:
     String_t& operator+=(const char* ascii);
     String_t& operator+=(const char16_t* text);
     String_t& operator+=(UTF16CodePoint_t unit);
+    String_t& operator+=(char16_t unit) { return *this += UTF16CodePoint_t(unit); }
+    String_t& operator+=(char ascii) { return *this += UTF16CodePoint_t(ascii); }
     /// Takes memory for a text of so many units ahead; the text stays, but a null string becomes empty.
     void Reserve(std::uint32_t units);
     /// Makes the text empty (not null).

@@ -2,29 +2,39 @@
 
 #include <unicode/ucnv.h>
 
+#include <cstring>
+
 #include "LumPalMsg.h"
 
 namespace LumPalCodeset {
 namespace {
 
-/// The registered name, or the library's own for an encoding that was never registered; null when unknown.
+constexpr const char* NameCharacters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_.:+()";
+
+/// The library itself skips what is no letter or digit.
+bool IsName(const char* name) {
+    return name && *name && name[std::strspn(name, NameCharacters)] == 0;
+}
+
+/// The name that documents use, or the library's own for an encoding that has none; null when unknown.
 const char* StandardName(const char* name) {
     UErrorCode status = U_ZERO_ERROR;
     UConverter* converter = ucnv_open(name, &status);
     if (U_FAILURE(status)) return nullptr;
+    // Names stay valid: they belong to the library's tables, not to the converter.
     const char* internal = ucnv_getName(converter, &status);
-    UErrorCode lookUp = U_ZERO_ERROR;
-    const char* standard = ucnv_getStandardName(internal, "IANA", &lookUp);
-    // Names stay valid: they belong to the library's alias table, not to the converter.
-    const char* canonical = ucnv_getStandardName(internal, "UTR22", &status);
     ucnv_close(converter);
-    return standard ? standard : (canonical ? canonical : name);
+    for (const char* standard : {"MIME", "IANA"}) {
+        UErrorCode lookUp = U_ZERO_ERROR;
+        if (const char* found = ucnv_getStandardName(internal, standard, &lookUp)) return found;
+    }
+    return internal;
 }
 
 }  // namespace
 
 Codeset_t::Codeset_t(const char* wanted) {
-    const char* found = wanted && *wanted ? StandardName(wanted) : nullptr;
+    const char* found = IsName(wanted) ? StandardName(wanted) : nullptr;
     if (!found) {
         throw LumPalMsg::IllegalArgumentError_t(LumPalMsg::CreateError_t("There is no encoding '%1'.")
                                                 << LumPalStr::String_t(wanted));

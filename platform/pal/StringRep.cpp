@@ -43,6 +43,7 @@ String_t::Rep* String_t::Rep::New(std::uint64_t length) {
 }
 
 String_t::Rep* String_t::Rep::Resize(Rep* unique, std::uint32_t capacity) {
+    CheckLength(capacity);
     // realloc moves large blocks by remapping pages, so that a growing text is never held twice.
     void* block = std::realloc(static_cast<void*>(unique), BlockSize(capacity));
     if (!block) throw std::bad_alloc();

@@ -38,7 +38,7 @@ struct String_t::Rep {
     /// A buffer of the length with one reference and undefined units, terminated; Empty() for the length 0.
     /// @throws LumPalMsg::IllegalArgumentError_t beyond MaxLength, std::bad_alloc
     static Rep* New(std::uint64_t length);
-    /// Resizes the block of a unique buffer; its units stay.
+    /// Resizes the block of a unique buffer; its units stay. Throws as New does, and then nothing has changed.
     static Rep* Resize(Rep* unique, std::uint32_t capacity);
 };
 
