@@ -728,7 +728,7 @@ void HttpServer::Core::Finish() {
         thread->Call([&] {
             for (AnySession* session : thread->sessions) session->Abort();
         });
-        thread->context.stop();
+        thread->work.reset();
         thread->thread.join();
     }
     running = false;
@@ -739,6 +739,9 @@ HttpServer::HttpServer(const HttpLimits& limits, HttpHandler& handler)
 HttpServer::~HttpServer() = default;
 void HttpServer::SetIdentity(const LumSecCore::NodeIdentity& identity) {
     core->SetIdentity(identity);
+}
+void HttpServer::Start() {
+    core->Start();
 }
 void HttpServer::Bind(const std::string& address, unsigned port) {
     core->Bind(address, port);

@@ -21,6 +21,7 @@ void WorkerPool::Stop() {
         ending.swap(threads);
     }
     changed.notify_all();
+    dropped.clear();
     for (std::thread& thread : ending) thread.join();
 }
 
