@@ -35,6 +35,10 @@ void AppendFile::Open() {
     throw LumPalIo::IOException_t(LumPalMsg::CreateError_t("The log '%1' is no regular file.") << Name());
 }
 
+LumPalStr::String_t AppendFile::Name() const {
+    return LumPalStr::String_t::FromUtf8(path);
+}
+
 bool AppendFile::IsStillThere() const {
     struct stat named {};
     struct stat open {};

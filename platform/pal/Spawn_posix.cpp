@@ -3,8 +3,12 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
-#include <sys/pidfd.h>
 #include <sys/wait.h>
+
+// The header of this library lacks the linkage for C++.
+extern "C" {
+#include <sys/pidfd.h>
+}
 
 #include <cerrno>
 #include <cstring>
