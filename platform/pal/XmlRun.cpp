@@ -118,7 +118,7 @@ bool Run::CheckToken() {
         Refuse("a tag, comment or declaration is longer than 8 MiB");
         return false;
     }
-    block = std::max(LargestBlock, pending);
+    block = std::min(std::max(LargestBlock, pending), LongestToken + 1 - pending);
     return true;
 }
 
