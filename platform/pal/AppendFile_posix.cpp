@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "Fault.h"
 #include "LumPalIo.h"
 #include "SystemError.h"
 
@@ -25,6 +26,7 @@ void AppendFile::Close() noexcept {
 
 void AppendFile::Open() {
     Close();
+    if (LumPalIo::FaultAt("open", path.c_str())) LumPalIo::ThrowSystemError("Cannot open log file", Name(), errno);
     // Without waiting: a pipe that stands there must not hold the caller.
     descriptor = open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NOCTTY | O_NONBLOCK,
                       static_cast<mode_t>(limits.mode));
@@ -53,6 +55,7 @@ bool AppendFile::IsFullFor(std::size_t more) const {
 }
 
 bool AppendFile::Rotate() {
+    if (LumPalIo::FaultAt("rename", path.c_str())) return false;
     const auto old = [this](unsigned number) { return path + "." + std::to_string(number); };
     for (unsigned number = limits.oldFiles; number > 1; --number) {
         std::rename(old(number - 1).c_str(), old(number).c_str());  // not there yet: nothing to keep
@@ -64,7 +67,8 @@ void AppendFile::Append(const std::string& bytes) {
     if (!IsStillThere()) Open();
     if (IsFullFor(bytes.size()) && Rotate()) Open();
     const std::string whole = torn ? "\n" + bytes : bytes;
-    const ssize_t written = write(descriptor, whole.data(), whole.size());
+    const bool fault = LumPalIo::FaultAt("write", path.c_str());
+    const ssize_t written = fault ? -1 : write(descriptor, whole.data(), whole.size());
     if (written == static_cast<ssize_t>(whole.size())) {
         torn = false;
         return;

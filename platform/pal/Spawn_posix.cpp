@@ -13,6 +13,7 @@ extern "C" {
 #include <cerrno>
 #include <cstring>
 
+#include "Fault.h"
 #include "SystemError.h"
 
 namespace LumPalCmd {
@@ -118,6 +119,7 @@ pid_t Start(const SpawnPlan& plan, const SpawnSettings& settings, const String_t
     const Environment environment(plan.environment);
     const bool isPath = words.front().find('/') != std::string::npos;
     if (!plan.searchPath && !isPath) ThrowSystemError("Cannot start program", program, ENOENT);
+    if (LumPalIo::FaultAt("spawn", words.front().c_str())) ThrowSystemError("Cannot start program", program, errno);
     pid_t pid = 0;
     const auto spawn = isPath ? posix_spawn : posix_spawnp;
     const int error =
