@@ -18,7 +18,7 @@ using LumPalStr::String_t;
 namespace {
 
 // How soon a folder that went away is found again.
-constexpr int SearchMs = 1000;
+constexpr int SearchMs = 250;
 
 Configuration_t Load(const String_t& folder, const String_t& nameSpace) {
     return CopyOfNamespace(*LoadDatabase(folder), nameSpace);
@@ -160,6 +160,7 @@ ConfigWatcher::Registrations ConfigWatcher::TakeLocked(const FolderChanges& chan
         bool changed = changes.missed || changes.changed.count(folder.number) != 0;
         if (changes.lost.count(folder.number) != 0) folder.number = FolderWatch::NoFolder;
         if (folder.number == FolderWatch::NoFolder) {
+            // Gone or there again: both change what is read.
             folder.number = watch.Add(folder.path);
             changed = true;
         }
