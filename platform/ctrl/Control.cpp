@@ -23,8 +23,10 @@ void CheckNode(const String_t& targetId) {
 }
 
 Frame Ask(const Frame& question, std::uint32_t limitMs) {
+    const std::string bytes = question.Encode();
+    if (bytes.size() > FrameBuffer::kLongestFrame) throw ControlException(CreateError_t("The trigger is too long."));
     const Descriptor socket = ConnectTo(SocketPath());
-    SendAll(socket, question.Encode());
+    SendAll(socket, bytes);
     FrameBuffer buffer;
     Frame answer;
     for (;;) {

@@ -47,7 +47,7 @@ struct FrameError {
 /// Cuts the stream of bytes into frames. Takes memory only for bytes that are there.
 class FrameBuffer {
 public:
-    static constexpr std::size_t kLongestFrame = 64u << 20;
+    static constexpr std::size_t kLongestFrame = 16u << 20;
     static constexpr std::size_t kMostTexts = 1000;
 
     void Append(const char* bytes, std::size_t count);

@@ -23,7 +23,7 @@ public:
 
     /// Most triggers, and most bytes of them, that wait for one component; with more it is dropped.
     static constexpr std::size_t kMostQueued = 10000;
-    static constexpr std::size_t kMostQueuedBytes = 256u << 20;
+    static constexpr std::size_t kMostQueuedBytes = 64u << 20;
 
     /// Where the hub's decisions go.
     class Wire {

@@ -41,14 +41,15 @@ public:
     /// One that was not acknowledged in time still reaches its components. Any thread, also of the service's process.
     /// @param target  name of one component, or empty for all that registered for the event
     /// @throws TargetException, EventException, LumPalIo::IOException_t when the service is not there,
-    ///         ControlException naming the components that did not acknowledge in time or went away before
+    ///         ControlException naming the components that did not acknowledge in time or went away before,
+    ///         and for a trigger of more than 16 MiB
     static void Notify(const LumPalStr::String_t& event, const LumPalStr::String_t& value,
                        const LumPalStr::String_t& target, const Options& options);
 };
 
 /// The service itself: a Unix-domain socket (`control.sock` in folder kind 9, mode 0600, with `control.lock`
 /// beside it). Programs of the same user and of root may speak to it. lumconfd runs one.
-/// A component that leaves 10,000 triggers or 256 MiB of them waiting is dropped, with a line in the application log.
+/// A component that leaves 10,000 triggers or 64 MiB of them waiting is dropped, with a line in the application log.
 class LUMPAL_API Service {
 public:
     Service();

@@ -85,8 +85,10 @@ TEST(SoapArgs, AnIntResultIsLeftAloneUntilItsElementEnds) {
     SOAPArgInt arg("value", &result);
     EXPECT_FALSE(arg.HasArrived());
     arg.StartElement("", "value", "");
+    arg.Characters(u"4", 0, 1);
     EXPECT_EQ(result, 17);
     arg.EndElement("", "value", "");
+    EXPECT_EQ(result, 4);
 }
 
 TEST(SoapArgs, AnIntResultTakesItsText) {

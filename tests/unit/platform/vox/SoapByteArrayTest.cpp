@@ -37,25 +37,25 @@ std::string Encode(const CharArray_t& bytes) {
 struct Row {
     const char *bytes, *text;
 };
-struct Known : testing::TestWithParam<Row> {};
-struct Refused : testing::TestWithParam<const char*> {};
+struct KnownBytes : testing::TestWithParam<Row> {};
+struct NoBase64 : testing::TestWithParam<const char*> {};
 
 }  // namespace
 
-TEST_P(Known, TextAndBytesBelongTogether) {
+TEST_P(KnownBytes, TextAndBytesBelongTogether) {
     EXPECT_EQ(Decode(GetParam().text).View(), GetParam().bytes);
     EXPECT_EQ(Encode(CharArray_t(GetParam().bytes)), GetParam().text);
 }
-INSTANTIATE_TEST_SUITE_P(SoapByteArray, Known,
+INSTANTIATE_TEST_SUITE_P(SoapByteArray, KnownBytes,
                          testing::Values(Row{"", ""}, Row{"f", "Zg=="}, Row{"fo", "Zm8="}, Row{"foo", "Zm9v"},
                                          Row{"foob", "Zm9vYg=="}, Row{"fooba", "Zm9vYmE="}, Row{"foobar", "Zm9vYmFy"},
                                          Row{"\xFB\xFF\xBF", "+/+/"}));
 
-TEST_P(Refused, IsNoBase64InOnePieceOrInMany) {
+TEST_P(NoBase64, IsRefusedInOnePieceOrInMany) {
     EXPECT_THROW(Decode(String_t::FromUtf8(GetParam())), SOAPFormatException);
     EXPECT_THROW(Decode(String_t::FromUtf8(GetParam()), 1), SOAPFormatException);
 }
-INSTANTIATE_TEST_SUITE_P(SoapByteArray, Refused,
+INSTANTIATE_TEST_SUITE_P(SoapByteArray, NoBase64,
                          testing::Values("Z", "Zg", "Zg=", "Zm8", "=", "====", "Z===", "Zg===", "Zg==Zg==", "Zg=a",
                                          "Zg==a", "Zm9v=", "Zm9vZ", "Zm9*", "Zm9\xC2\xA0", "Zm-_", "Zh==", "Zm9=",
                                          "\xEF\xBC\xA1\xEF\xBC\xA1\xEF\xBC\xA1\xEF\xBC\xA1", "Zm9v\x0B", "&amp;"));

@@ -70,7 +70,7 @@ struct Refusal {
     const char* code;
     std::string message;
 };
-struct Refused : testing::TestWithParam<Refusal> {};
+struct RefusedEnvelope : testing::TestWithParam<Refusal> {};
 
 }  // namespace
 
@@ -205,7 +205,7 @@ TEST(SoapEnvelope, AThousandLevelsAreReadAndOneMoreIsRefused) {
     EXPECT_THROW(reader.Read(Body("<m>" + Deep(100000) + "</m>")), LumPalXml::SAX::SAXParseException_t);
 }
 
-TEST_P(Refused, NamesTheFaultThatAnswersIt) {
+TEST_P(RefusedEnvelope, NamesTheFaultThatAnswersIt) {
     Reader reader;
     try {
         reader.Read(GetParam().message);
@@ -215,7 +215,7 @@ TEST_P(Refused, NamesTheFaultThatAnswersIt) {
     }
 }
 INSTANTIATE_TEST_SUITE_P(
-    SoapEnvelope, Refused,
+    SoapEnvelope, RefusedEnvelope,
     testing::Values(
         Refusal{"another namespace", "VersionMismatch",
                 "<e:Envelope xmlns:e='http://www.w3.org/2003/05/soap-envelope'><e:Body><m/></e:Body></e:Envelope>"},
