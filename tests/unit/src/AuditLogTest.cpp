@@ -1,0 +1,256 @@
+#include "AuditLog.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "Configure.h"
+#include "Files.h"
+#include "TempRoot.h"
+#include "TraceLines.h"
+
+namespace {
+
+using namespace LumConf;
+using LumPalStr::String_t;
+
+/// Shows what the log took up.
+struct Probe : AuditLog {
+    bool IsOn() const { return enabled; }
+    bool IsFailureOnly() const { return failureOnly; }
+};
+
+class AuditLogTest : public testing::Test {
+protected:
+    std::string Text() const { return ReadText(root.Native() + "/log/conf.server.audit.log"); }
+    std::vector<std::string> Lines() const {
+        std::vector<std::string> lines;
+        std::istringstream in(Text());
+        for (std::string line; std::getline(in, line);) lines.push_back(line);
+        return lines;
+    }
+    void TurnOn(const char* mode = nullptr) const {
+        std::filesystem::create_directories(root.Native() + "/log");
+        Configure("conf.server", "AUDIT_LOGGING", "true");
+        if (mode) Configure("conf.server", "AUDIT_LOG_MODE", mode);
+    }
+    static bool EndsIn(const std::string& line, const std::string& end) {
+        return line.size() >= end.size() && line.compare(line.size() - end.size(), end.size(), end) == 0;
+    }
+    void ExpectOneLine(const std::string& severity, const std::string& text) const {
+        ASSERT_EQ(Lines().size(), 1u);
+        EXPECT_TRUE(EndsIn(Lines()[0], text)) << Lines()[0];
+        EXPECT_NE(Lines()[0].find(severity), std::string::npos) << Lines()[0];
+        std::filesystem::resize_file(root.Native() + "/log/conf.server.audit.log", 0);
+    }
+
+    TempRoot root;
+};
+
+struct ModeWords {
+    int mode;
+    const char* success;
+    const char* failure;
+};
+
+TEST_F(AuditLogTest, EachModeOfAPolicyHasItsTwoLines) {
+    const ModeWords rows[] = {
+        {0, "INSTALL: Policy (name: 'n', id: 'i') was successfully installed.",
+         "INSTALL: Policy (name: 'n', id: 'i') could not be installed."},
+        {1, "REMOVE: Policy (name: 'n', id: 'i') was successfully removed.",
+         "REMOVE: Policy (name: 'n', id: 'i') could not be removed."},
+        {2, "ENABLE: Policy (name: 'n', id: 'i') was successfully enabled.",
+         "ENABLE: Policy (name: 'n', id: 'i') could not be enabled."},
+        {3, "DISABLE: Policy (name: 'n', id: 'i') was successfully disabled.",
+         "DISABLE: Policy (name: 'n', id: 'i') could not be disabled."},
+        {6, "MODIFY: Policy (name: 'n', id: 'i') owner was successfully changed.",
+         "MODIFY: Policy (name: 'n', id: 'i') owner could not be changed."},
+        {7, "MODIFY: Policy (name: 'n', id: 'i') category was successfully changed.",
+         "MODIFY: Policy (name: 'n', id: 'i') category could not be changed."},
+        {8, "MODIFY: Policy (name: 'n', id: 'i') attribute was successfully changed.",
+         "MODIFY: Policy (name: 'n', id: 'i') attribute could not be changed."},
+    };
+    TurnOn();
+    AuditLog log;
+    for (const ModeWords& row : rows) {
+        log.Log("host", "n", "i", row.mode, true);
+        ExpectOneLine("INFO", std::string("Success Audit: ") + row.success + " Calling system: 'host'");
+        log.Log("host", "n", "i", row.mode, false);
+        ExpectOneLine("WARNING", std::string("Failure Audit: ") + row.failure + " Calling system: 'host'");
+    }
+}
+
+TEST_F(AuditLogTest, EachModeOfAnOperationHasItsTwoLines) {
+    const ModeWords rows[] = {
+        {0, "INSTALL: Policy installation was successful.", "NOTIFY: Policy installation had errors."},
+        {1, "REMOVE: Policy successfully removed.", "REMOVE: Policy could not be removed."},
+        {2, "ENABLE: Policy successfully enabled.", "ENABLE: Policy could not be enabled."},
+        {3, "DISABLE: Policy successfully disabled.", "DISABLE: Policy could not be disabled."},
+        {4, "NOTIFY: Notification trigger was successfully sent.", "NOTIFY: Notification trigger could not be sent."},
+        {5, "LIST: Policy list operation was successfully.", "LIST: Policy list operation was not successful."},
+        {6, "MODIFY: Policy owner changed successfully.", "MODIFY: Policy owner could not be changed."},
+        {7, "MODIFY: Policy category modified successfully.", "MODIFY: Policy category could not be modified."},
+        {8, "MODIFY: Policy attribute modified successfully.", "MODIFY: Policy attribute could not be modified."},
+        {9, "REINIT: Policy cache successfully re-initialized.", "REINIT: Policy cache could not be re-initialized."},
+        {10, "CONFIG: Configuration set operation completed successfully.",
+         "CONFIG: Configuration set operation failed."},
+        {11, "CONFIG: Configuration get operation completed successfully.",
+         "CONFIG: Configuration get operation failed."},
+        {12, "CONFIG: Configuration clear operation completed successfully.",
+         "CONFIG: Configuration clear operation failed."},
+    };
+    TurnOn();
+    AuditLog log;
+    for (const ModeWords& row : rows) {
+        log.Log("host", row.mode, true);
+        ExpectOneLine("INFO", std::string("Success Audit: ") + row.success + " Calling system: 'host'");
+        log.Log("host", row.mode, false);
+        ExpectOneLine("WARNING", std::string("Failure Audit: ") + row.failure + " Calling system: 'host'");
+    }
+}
+
+TEST_F(AuditLogTest, ARefusedCallIsAWarningThatNamesTheMethod) {
+    TurnOn();
+    AuditLog().LogAuthorizationError("host", "set owner");
+    ExpectOneLine("WARNING",
+                  "Failure Audit: AUTH: Calling system 'host' is not authorized to call operation: 'set owner'.");
+}
+
+TEST_F(AuditLogTest, AModeWithoutAMessageGivesAnEmptyLine) {
+    TurnOn();
+    AuditLog log;
+    log.Log("host", "n", "i", AuditLog::Notify, true);
+    log.Log("host", 13, true);
+    log.Log("host", -1, false);
+    EXPECT_EQ(Text().find("Audit:"), std::string::npos);
+}
+
+TEST_F(AuditLogTest, WithoutConfigurationNothingIsWritten) {
+    std::filesystem::create_directories(root.Native() + "/log");
+    Probe log;
+    EXPECT_FALSE(log.IsOn());
+    log.Log("host", AuditLog::List, false);
+    log.LogAuthorizationError("host", "list");
+    EXPECT_EQ(Text(), "");
+}
+
+TEST_F(AuditLogTest, TurnedOffNotEvenARefusedCallIsWritten) {
+    TurnOn("all");
+    Configure("conf.server", "AUDIT_LOGGING", "false");
+    AuditLog log;
+    log.Log("host", "n", "i", AuditLog::Install, false);
+    log.LogAuthorizationError("host", "install");
+    EXPECT_EQ(Text(), "");
+}
+
+TEST_F(AuditLogTest, FailureInLowerCaseAtTheStartLimitsToFailures) {
+    TurnOn("failure");
+    AuditLog log;
+    log.Log("host", "n", "i", AuditLog::Install, true);
+    log.Log("host", AuditLog::Install, true);
+    EXPECT_EQ(Text(), "");
+    log.Log("host", "n", "i", AuditLog::Install, false);
+    ExpectOneLine("WARNING", "INSTALL: Policy (name: 'n', id: 'i') could not be installed. Calling system: 'host'");
+    log.LogAuthorizationError("host", "install");
+    ExpectOneLine("WARNING", "operation: 'install'.");
+}
+
+TEST_F(AuditLogTest, FailureInUpperCaseAtTheStartWritesEverythingAndIsTraced) {
+    TurnOn("FAILURE");
+    TraceLines traced;
+    AuditLog log;
+    EXPECT_TRUE(traced.Contains("audit log mode 'FAILURE' is unknown"));
+    log.Log("host", AuditLog::Install, true);
+    ExpectOneLine("INFO", "Calling system: 'host'");
+}
+
+TEST_F(AuditLogTest, AllAtTheStartIsNotTraced) {
+    TurnOn("all");
+    TraceLines traced;
+    Probe log;
+    EXPECT_FALSE(log.IsFailureOnly());
+    EXPECT_FALSE(traced.Contains("is unknown"));
+}
+
+TEST_F(AuditLogTest, AChangeTakesUpFailureInUpperCaseAlone) {
+    TurnOn("all");
+    Probe log;
+    Configure("conf.server", "AUDIT_LOG_MODE", "FAILURE");
+    EXPECT_TRUE(Eventually([&log] { return log.IsFailureOnly(); }));
+    log.Log("host", AuditLog::List, true);
+    EXPECT_EQ(Text(), "");
+    Configure("conf.server", "AUDIT_LOG_MODE", "failure");
+    EXPECT_TRUE(Eventually([&log] { return !log.IsFailureOnly(); }));
+    log.Log("host", AuditLog::List, true);
+    ExpectOneLine("INFO", "Calling system: 'host'");
+}
+
+TEST_F(AuditLogTest, AChangeTurnsTheLogOffAndOn) {
+    TurnOn();
+    Probe log;
+    EXPECT_TRUE(log.IsOn());
+    Configure("conf.server", "AUDIT_LOGGING", "no");
+    EXPECT_TRUE(Eventually([&log] { return !log.IsOn(); }));
+    Configure("conf.server", "AUDIT_LOGGING", "1");
+    EXPECT_TRUE(Eventually([&log] { return log.IsOn(); }));
+}
+
+TEST_F(AuditLogTest, AChangeOfAnotherKeyChangesNothing) {
+    TurnOn("failure");
+    Probe log;
+    Configure("conf.server", "NOMULTIPLEPOLICIES", "x");
+    Configure("conf.server", "AUDIT_LOGGING", "false");
+    EXPECT_TRUE(Eventually([&log] { return !log.IsOn(); }));
+    EXPECT_TRUE(log.IsFailureOnly());
+}
+
+TEST_F(AuditLogTest, OperationsOfTheClusterMonitorAreNotWrittenButItsRefusalsAre) {
+    TurnOn();
+    AuditLog log;
+    log.Log("conf.cluster", "n", "i", AuditLog::Enable, false);
+    log.Log("conf.cluster", AuditLog::Enable, true);
+    EXPECT_EQ(Text(), "");
+    log.LogAuthorizationError("conf.cluster", "enable");
+    ExpectOneLine("WARNING", "operation: 'enable'.");
+}
+
+TEST_F(AuditLogTest, ANameCannotForgeALine) {
+    TurnOn();
+    AuditLog().Log("host", "n\nSuccess Audit: forged", "i\r\n", AuditLog::Remove, true);
+    EXPECT_EQ(Lines().size(), 1u);
+}
+
+TEST_F(AuditLogTest, ALogThatCannotBeOpenedIsOnlyTraced) {
+    TurnOn();
+    std::filesystem::create_directories(root.Native() + "/log/conf.server.audit.log");
+    AuditLog log;
+    TraceLines traced;
+    EXPECT_NO_THROW(log.Log("host", AuditLog::List, true));
+    EXPECT_TRUE(traced.Contains("no audit log: Success Audit: LIST:"));
+}
+
+TEST_F(AuditLogTest, OthersMayNotReadTheLog) {
+    TurnOn();
+    AuditLog().Log("host", AuditLog::List, true);
+    EXPECT_EQ(ModeOf(root.Native() + "/log/conf.server.audit.log") & 0007u, 0u);
+}
+
+TEST_F(AuditLogTest, TheProcessHasOneLog) {
+    EXPECT_EQ(&AuditLog::GetInstance(), &AuditLog::GetInstance());
+}
+
+TEST_F(AuditLogTest, LinesOfSeveralThreadsStayWhole) {
+    TurnOn();
+    AuditLog log;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&log] {
+            for (int i = 0; i < 100; ++i) log.Log("host", AuditLog::List, true);
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    ASSERT_EQ(Lines().size(), 400u);
+    for (const std::string& line : Lines()) EXPECT_TRUE(EndsIn(line, "Calling system: 'host'")) << line;
+}
+
+}  // namespace
