@@ -151,7 +151,7 @@ TEST_F(PolicyUtilTest, AMalformedDocumentFailsThePolicy) {
     TestPolicy policy;
     policy.document = "<header>";
     EXPECT_EQ(FailureOf(policy.WriteFiles(Folder())), 610u);
-    policy.document = "<other/>";
+    policy.document = "<header xmlns=\"http://lum.tessel.com/xmlns/conf/2003/04\"/>";
     EXPECT_EQ(FailureOf(policy.WriteFiles(Folder())), 610u);
     EXPECT_TRUE(DetailShows("'<policy>' not found"));
 }

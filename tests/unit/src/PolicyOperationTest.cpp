@@ -1,0 +1,486 @@
+#include "PolicyOperation.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "Exceptions.h"
+#include "LumPalLog.h"
+#include "PolicyNode.h"
+#include "StorePaths.h"
+
+namespace LumConf {
+namespace {
+
+using LumPalStr::String_t;
+using testing::ElementsAre;
+using testing::IsEmpty;
+namespace fs = std::filesystem;
+
+TestPolicy Policy(const std::string& id, const std::string& type = "files") {
+    TestPolicy policy;
+    policy.id = id;
+    policy.name = "name of " + id;
+    policy.type = type;
+    policy.data = {{id + ".one", "1 of " + id}, {id + ".two", "2 of " + id}};
+    return policy;
+}
+
+class PolicyOperationTest : public testing::Test {
+protected:
+    PolicyNode node;
+};
+
+// Creation
+
+TEST_F(PolicyOperationTest, CreationMakesTheFourDirectories) {
+    EXPECT_TRUE(fs::is_directory(node.IncomingFolder()));
+    EXPECT_TRUE(fs::is_directory(node.TemporaryFolder()));
+    EXPECT_TRUE(fs::is_directory(node.InstallFolder()));
+    EXPECT_TRUE(fs::is_directory(node.Root().Native() + "/conf/conf"));
+    EXPECT_FALSE(node->IsPolicyInstalled());
+}
+
+TEST_F(PolicyOperationTest, CreationRemovesWhatAnEarlierRunLeftAndNoMore) {
+    node.Install(Policy("a"));
+    std::ofstream(node.IncomingFolder() + "/left") << "x";
+    std::ofstream(node.TemporaryFolder() + "/left") << "x";
+    std::ofstream(node.Root().Native() + "/outside") << "keep";
+    fs::create_symlink(node.Root().Native() + "/outside", node.IncomingFolder() + "/link");
+    fs::create_directory(node.IncomingFolder() + "/folder");
+    std::ofstream(node.IncomingFolder() + "/folder/foreign") << "keep";
+    node.Restart();
+    EXPECT_THAT(node.Incoming(), ElementsAre("folder/foreign"));
+    EXPECT_THAT(node.Temporary(), IsEmpty());
+    EXPECT_EQ(PolicyNode::Content(node.Root().Native() + "/outside"), "keep");
+    EXPECT_EQ(node.Ids(), "a");
+}
+
+TEST_F(PolicyOperationTest, ALinkInThePlaceOfTheIncomingDirectoryIsRemovedAndNotFollowed) {
+    fs::remove_all(node.IncomingFolder());
+    fs::create_directory(node.Root().Native() + "/elsewhere");
+    std::ofstream(node.Root().Native() + "/elsewhere/file") << "keep";
+    fs::create_directory_symlink(node.Root().Native() + "/elsewhere", node.IncomingFolder());
+    node.Restart();
+    EXPECT_EQ(PolicyNode::Content(node.Root().Native() + "/elsewhere/file"), "keep");
+    EXPECT_FALSE(fs::is_symlink(node.IncomingFolder()));
+}
+
+TEST_F(PolicyOperationTest, CreationNamesADirectoryThatCannotBeMadeAndTriesTheOthers) {
+    node.Stop();
+    for (const char* folder : {"/policies", "/spool", "/tmp", "/conf"}) fs::remove_all(node.Root().Native() + folder);
+    fs::create_symlink("/nowhere/at/all", node.InstallFolder());
+    const Failure failure = FailureOf<LumPalIo::IOException_t>([this] { node.Restart(); });
+    EXPECT_EQ(failure.id, 100u);
+    EXPECT_NE(failure.text.find(node.InstallFolder()), std::string::npos);
+    EXPECT_EQ(failure.text.find(node.IncomingFolder()), std::string::npos);
+    EXPECT_TRUE(fs::is_directory(node.IncomingFolder()));
+    EXPECT_TRUE(fs::is_directory(node.TemporaryFolder()));
+    EXPECT_TRUE(fs::is_directory(node.Root().Native() + "/conf/conf"));
+}
+
+TEST_F(PolicyOperationTest, CreationNamesEveryDirectoryThatCannotBeMade) {
+    node.Stop();
+    for (const char* folder : {"policies", "spool", "tmp", "conf"}) {
+        fs::remove_all(node.Root().Native() + "/" + folder);
+        fs::create_symlink("/nowhere/at/all", node.Root().Native() + "/" + folder);
+    }
+    const Failure failure = FailureOf<LumPalIo::IOException_t>([this] { node.Restart(); });
+    EXPECT_EQ(failure.id, 99u);
+    EXPECT_NE(failure.text.find("temporary directory for policy files"), std::string::npos);
+    EXPECT_NE(failure.text.find("policy installation directory"), std::string::npos);
+    EXPECT_NE(failure.text.find("'conf' base directory"), std::string::npos);
+}
+
+TEST_F(PolicyOperationTest, ACorruptHeaderAtTheStartIsSaidInTheLogAndTheOthersServe) {
+    node.Install(Policy("a"));
+    node.Install(Policy("c"));
+    std::ofstream(node.InstallFolder() + "/files/b_header.xml") << "<header>";
+    const std::string log = node.Root().Native() + "/application.log";
+    LumPalLog::SetApplicationLogFile(String_t::FromUtf8(log));
+    node.Restart();
+    LumPalLog::SetApplicationLogFile("");
+    EXPECT_EQ(node.Ids(), "a c");
+    const std::string text = PolicyNode::Content(log);
+    EXPECT_NE(text.find("Could not initializing the policy cache"), std::string::npos);
+    EXPECT_NE(text.find("b_header.xml"), std::string::npos);
+    EXPECT_EQ(text.find("Could not initializing", text.find("Could not initializing") + 1), std::string::npos);
+}
+
+TEST_F(PolicyOperationTest, AnObjectCannotStartAWorkerASecondTime) {
+    LumConfPar::PolicyWorker worker(LumConfPar::MakeStoredOnlySinks());
+    AuditLog audit;
+    {
+        const PolicyOperation first(worker, audit);
+        EXPECT_EQ(FailureOf<LumPalMsg::IllegalStateError_t>([&] { PolicyOperation second(worker, audit); }).id, 195u);
+    }
+    worker.Stop();
+    EXPECT_EQ(FailureOf<LumPalMsg::IllegalStateError_t>([&] { PolicyOperation third(worker, audit); }).id, 195u);
+}
+
+// In a process of its own: there is one instance in a process, and one start of its worker.
+void UseTheInstance() {
+    TempRoot root;
+    fs::create_symlink("/nowhere/at/all", root.Native() + "/policies");
+    const unsigned first = FailureOf<LumPalIo::IOException_t>([] { PolicyOperation::GetInstance(); }).id;
+    fs::remove(root.Native() + "/policies");
+    PolicyOperation* const second = PolicyOperation::GetInstance();
+    const unsigned other = FailureOf<LumPalMsg::IllegalStateError_t>([] { PolicyOperation(); }).id;
+    LumConfPar::PolicyWorker::GetInstance().Stop();
+    const bool good = first == 100 && second && second == PolicyOperation::GetInstance() && other == 195;
+    fs::remove_all(root.Native());
+    std::exit(good ? 0 : 1);
+}
+
+TEST(PolicyOperationInstanceTest, AFailedCreationIsTriedAgainAndASuccessfulOneIsKept) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(UseTheInstance(), testing::ExitedWithCode(0), "");
+}
+
+// List
+
+TEST_F(PolicyOperationTest, AListOfAnEmptyStoreFailsAndCountsAsASuccessInTheAudit) {
+    EXPECT_EQ(FailureOf<NoPoliciesInstalledError>([this] { node.List(); }).id, 109u);
+    EXPECT_EQ(node.Audited("Success Audit: LIST"), 1);
+    EXPECT_EQ(node.Audited("Failure Audit"), 0);
+}
+
+TEST_F(PolicyOperationTest, AListThatFindsNothingFailsAndCountsAsASuccessInTheAudit) {
+    node.Install(Policy("a"));
+    EXPECT_EQ(FailureOf<PolicyNotFoundError>([this] { node.List(Selection().SetPolicyName("other")); }).id, 117u);
+    EXPECT_EQ(node.Audited("Success Audit: LIST: Policy list operation was successfully. Calling system: 'tester'"), 1);
+    EXPECT_EQ(node.Audited("Failure Audit"), 0);
+}
+
+TEST_F(PolicyOperationTest, AListHasTheOrderOfTheCache) {
+    for (const char* id : {"c", "a", "d", "b"}) node.Install(Policy(id));
+    const PolicyContainer all = node.List(Selection().SetPolicyTypeName("files"));
+    std::string ids;
+    for (int i = 0; i < all.GetCount(); ++i) ids += all.GetPolicyHeader(i).GetContainerId().ToUtf8();
+    EXPECT_EQ(ids, "abcd");
+}
+
+TEST_F(PolicyOperationTest, AListSharesItsHeadersWithTheCache) {
+    node.Install(Policy("a"));
+    EXPECT_EQ(node.Get("a").GetImpl(), node.Get("a").GetImpl());
+}
+
+TEST_F(PolicyOperationTest, APolicyWithAnAttributeTwiceIsListedOnce) {
+    TestPolicy policy = Policy("a");
+    policy.attributes = {{"group", "1"}, {"group", "2"}};
+    node.Install(policy);
+    EXPECT_EQ(node.List(Selection().SetPolicyAttribute("group")).GetCount(), 1);
+}
+
+TEST_F(PolicyOperationTest, AListOfAnUnknownIdIsEmpty) {
+    node.Install(Policy("a"));
+    EXPECT_EQ(node.List(Selection().SetPolicyId("nobody")).GetCount(), 0);
+}
+
+TEST_F(PolicyOperationTest, AListStaysValidAfterTheCacheWasLoadedAnewAndEmptied) {
+    node.Install(Policy("a"));
+    const PolicyContainer before = node.List();
+    node->ReinitCache("tester");
+    node.Remove(Selection());
+    node->ReinitCache("tester");
+    EXPECT_EQ(before.GetPolicyHeader("a").GetName(), "name of a");
+}
+
+// Remove
+
+TEST_F(PolicyOperationTest, RemovingDeletesDataAndHeaderAndAudits) {
+    node.Install(Policy("a"));
+    node.Install(Policy("b"));
+    node.Remove(Selection().SetPolicyId("A"));
+    EXPECT_THAT(node.Installed(), ElementsAre("files/b.one", "files/b.two", "files/b_header.xml"));
+    EXPECT_EQ(node.Ids(), "b");
+    EXPECT_EQ(node.Audited("REMOVE: Policy (name: 'name of a', id: 'a') was successfully removed."), 1);
+}
+
+TEST_F(PolicyOperationTest, RemovingFromAnEmptyStoreFailsAndCountsAsASuccessInTheAudit) {
+    EXPECT_EQ(FailureOf<NoPoliciesInstalledError>([this] { node.Remove(Selection()); }).id, 109u);
+    EXPECT_EQ(node.Audited("Success Audit: REMOVE: Policy successfully removed."), 1);
+}
+
+TEST_F(PolicyOperationTest, RemovingNothingFailsAndCountsAsASuccessInTheAudit) {
+    node.Install(Policy("a"));
+    EXPECT_EQ(FailureOf<PolicyNotFoundError>([this] { node.Remove(Selection().SetPolicyOwner("x")); }).id, 110u);
+    EXPECT_EQ(node.Audited("Success Audit: REMOVE: Policy successfully removed."), 1);
+    EXPECT_EQ(node.Ids(), "a");
+}
+
+TEST_F(PolicyOperationTest, RemovingAnUnknownIdFails) {
+    node.Install(Policy("a"));
+    EXPECT_EQ(FailureOf<PolicyNotFoundError>([this] { node.Remove(Selection().SetPolicyId("nobody")); }).id, 63u);
+    EXPECT_EQ(node.Ids(), "a");
+}
+
+TEST_F(PolicyOperationTest, APolicyThatASelectionGivesTwiceIsGoneAfterTheFirstTimeAndUnknownTheSecond) {
+    TestPolicy policy = Policy("a");
+    policy.attributes = {{"group", "1"}, {"group", "2"}};
+    node.Install(policy);
+    node.Install(Policy("b"));
+    EXPECT_EQ(FailureOf<PolicyNotFoundError>([this] { node.Remove(Selection().SetPolicyAttribute("group")); }).id, 63u);
+    EXPECT_EQ(node.Ids(), "b");
+}
+
+TEST_F(PolicyOperationTest, APolicyWithAMissingDataFileIsRemovedAndTheFileIsNamed) {
+    node.Install(Policy("a"));
+    fs::remove(node.InstallFolder() + "/files/a.one");
+    const Failure failure = FailureOf<PolicyException>([this] { node.Remove(Selection()); });
+    EXPECT_EQ(failure.id, 112u);
+    EXPECT_NE(failure.text.find(node.InstallFolder() + "/files/a.one"), std::string::npos);
+    EXPECT_THAT(node.Installed(), IsEmpty());
+    EXPECT_FALSE(node->IsPolicyInstalled());
+    EXPECT_EQ(node.Audited("could not be removed"), 1);
+    EXPECT_EQ(node.Audited("was successfully removed"), 1);
+}
+
+TEST_F(PolicyOperationTest, APolicyWithAMissingHeaderStaysInTheCache) {
+    node.Install(Policy("a"));
+    fs::remove(node.InstallFolder() + "/files/a_header.xml");
+    const Failure failure = FailureOf<PolicyException>([this] { node.Remove(Selection()); });
+    EXPECT_EQ(failure.id, 114u);
+    EXPECT_NE(failure.text.find("Cannot delete policy"), std::string::npos);
+    EXPECT_TRUE(node->IsPolicyInstalled());
+    EXPECT_EQ(node.Audited("was successfully removed"), 0);
+}
+
+TEST_F(PolicyOperationTest, FilesThatCannotBeDeletedAreNamedAndTheOtherPoliciesGo) {
+    node.Install(Policy("a"));
+    node.Install(Policy("b"));
+    for (const char* file : {"/files/a.one", "/files/a_header.xml"}) {
+        fs::remove(node.InstallFolder() + file);
+        fs::create_directories(node.InstallFolder() + file + "/full");
+    }
+    const Failure failure = FailureOf<PolicyException>([this] { node.Remove(Selection()); });
+    EXPECT_EQ(failure.id, 111u);
+    EXPECT_NE(failure.text.find("Cannot delete policy header file"), std::string::npos);
+    EXPECT_EQ(node.Ids(), "a");
+    EXPECT_THAT(node.Installed(), IsEmpty());
+}
+
+TEST_F(PolicyOperationTest, TheLastPolicyOfATypeTakesItsFolderAlongAndOneOfTwoDoesNot) {
+    node.Install(Policy("a"));
+    node.Install(Policy("b"));
+    node.Remove(Selection().SetPolicyId("a"));
+    EXPECT_TRUE(fs::is_directory(node.InstallFolder() + "/files"));
+    node.Remove(Selection().SetPolicyId("b"));
+    EXPECT_FALSE(fs::exists(node.InstallFolder() + "/files"));
+}
+
+TEST_F(PolicyOperationTest, AFolderThatStillHoldsSomethingStaysWhenItsLastPolicyGoes) {
+    node.Install(Policy("a"));
+    std::ofstream(node.InstallFolder() + "/files/corrupt_header.xml") << "not lost";
+    node.Remove(Selection());
+    EXPECT_THAT(node.Installed(), ElementsAre("files/corrupt_header.xml"));
+}
+
+TEST_F(PolicyOperationTest, AnIdWithBlanksIsRemovedAloneNotAsAListOfIds) {
+    for (const char* id : {"a", "b", "a b"}) node.Install(Policy(id));
+    node.Remove(Selection().SetPolicyId("a b"));
+    EXPECT_EQ(node.Ids(), "a b");
+    EXPECT_EQ(node.List().GetCount(), 2);
+}
+
+TEST_F(PolicyOperationTest, ADataFileNameThatLeavesTheFolderIsNeverFollowed) {
+    std::ofstream(node.Root().Native() + "/victim") << "keep";
+    TestPolicy policy = Policy("a");
+    policy.data = {{"../../victim", "x"}};
+    fs::create_directories(node.InstallFolder() + "/files");
+    std::ofstream(node.InstallFolder() + "/files/a_header.xml") << policy.Document();
+    node->ReinitCache("tester");
+    EXPECT_EQ(FailureOf<PolicyException>([this] { node.Remove(Selection()); }).id, 111u);
+    EXPECT_EQ(PolicyNode::Content(node.Root().Native() + "/victim"), "keep");
+}
+
+TEST_F(PolicyOperationTest, AnInstalledDocumentCannotMakeARemovalLeaveTheStore) {
+    std::ofstream(node.Root().Native() + "/x_header.xml") << "keep";
+    TestPolicy byId = Policy("../../x");
+    TestPolicy byType = Policy("x", "..");
+    byId.data.clear();
+    byType.data.clear();
+    fs::create_directories(node.InstallFolder() + "/files");
+    std::ofstream(node.InstallFolder() + "/files/1_header.xml") << byId.Document();
+    std::ofstream(node.InstallFolder() + "/files/2_header.xml") << byType.Document();
+    node->ReinitCache("tester");
+    EXPECT_EQ(node.List().GetCount(), 2);
+    EXPECT_EQ(FailureOf<PolicyException>([this] { node.Remove(Selection()); }).id, 113u);
+    EXPECT_EQ(PolicyNode::Content(node.Root().Native() + "/x_header.xml"), "keep");
+}
+
+TEST_F(PolicyOperationTest, ATypeFolderThatBecameALinkIsNotFollowed) {
+    node.Install(Policy("a"));
+    fs::rename(node.InstallFolder() + "/files", node.Root().Native() + "/moved");
+    fs::create_directory_symlink(node.Root().Native() + "/moved", node.InstallFolder() + "/files");
+    EXPECT_EQ(FailureOf<PolicyException>([this] { node.Remove(Selection()); }).id, 111u);
+    EXPECT_EQ(PolicyNode::FilesBelow(node.Root().Native() + "/moved").size(), 3u);
+    EXPECT_TRUE(fs::is_symlink(node.InstallFolder() + "/files"));
+}
+
+TEST_F(PolicyOperationTest, ADataFileThatBecameALinkGoesAndItsTargetStays) {
+    node.Install(Policy("a"));
+    std::ofstream(node.Root().Native() + "/victim") << "keep";
+    fs::permissions(node.Root().Native() + "/victim", fs::perms::owner_read);
+    fs::remove(node.InstallFolder() + "/files/a.one");
+    fs::create_symlink(node.Root().Native() + "/victim", node.InstallFolder() + "/files/a.one");
+    node.Remove(Selection());
+    EXPECT_THAT(node.Installed(), IsEmpty());
+    EXPECT_EQ(PolicyNode::Content(node.Root().Native() + "/victim"), "keep");
+    EXPECT_EQ(fs::status(node.Root().Native() + "/victim").permissions(), fs::perms::owner_read);
+}
+
+// Is anything installed?
+
+TEST_F(PolicyOperationTest, TellsWhetherATypeIsInstalledByItsExactName) {
+    EXPECT_FALSE(node->IsPolicyTypeNameInstalled("files"));
+    node.Install(Policy("a", "Files"));
+    EXPECT_TRUE(node->IsPolicyInstalled());
+    EXPECT_TRUE(node->IsPolicyTypeNameInstalled("files"));
+    EXPECT_FALSE(node->IsPolicyTypeNameInstalled("Files"));
+    EXPECT_FALSE(node->IsPolicyTypeNameInstalled("file"));
+    EXPECT_FALSE(node->IsPolicyTypeNameInstalled(""));
+}
+
+// Reload
+
+TEST_F(PolicyOperationTest, AReloadTakesInWhatTheStoreHoldsNow) {
+    node.Install(Policy("a"));
+    node.Install(Policy("b"));
+    fs::remove(node.InstallFolder() + "/files/a_header.xml");
+    node->ReinitCache("tester");
+    EXPECT_EQ(node.Ids(), "b");
+    EXPECT_EQ(node.Audited("Success Audit: REINIT"), 1);
+}
+
+TEST_F(PolicyOperationTest, AReloadWithACorruptHeaderKeepsTheOthersAndAuditsAFailure) {
+    node.Install(Policy("a"));
+    std::ofstream(node.InstallFolder() + "/files/b_header.xml") << "<header>";
+    const std::string log = node.Root().Native() + "/application.log";
+    LumPalLog::SetApplicationLogFile(String_t::FromUtf8(log));
+    EXPECT_NO_THROW(node->ReinitCache("tester"));
+    LumPalLog::SetApplicationLogFile("");
+    EXPECT_EQ(node.Ids(), "a");
+    EXPECT_EQ(node.Audited("Failure Audit: REINIT"), 1);
+    EXPECT_EQ(node.Audited("Success Audit: REINIT"), 0);
+    EXPECT_NE(PolicyNode::Content(log).find("Could not initialize the policy cache."), std::string::npos);
+}
+
+// Files of an install
+
+TEST_F(PolicyOperationTest, AFileIsMadeFromTheNextBytesOfTheStreamAndReplacesAnother) {
+    const LumPalArray::CharArray_t bytes("abcdefg");
+    auto stream = LumPalIo::CharArrayInputStream_t::Over(bytes);
+    std::ofstream(node.IncomingFolder() + "/x") << "a longer text than the new one";
+    node->CreateFile(paths::IncomingDirectory(), "x", stream, 3, false);
+    node->CreateFile(paths::IncomingDirectory(), "y", stream, 0, true);
+    node->CreateFile(paths::IncomingDirectory(), "z", stream, 4, true);
+    EXPECT_EQ(PolicyNode::Content(node.IncomingFolder() + "/x"), "abc");
+    EXPECT_EQ(PolicyNode::Content(node.IncomingFolder() + "/y"), "");
+    EXPECT_EQ(PolicyNode::Content(node.IncomingFolder() + "/z"), "defg");
+}
+
+TEST_F(PolicyOperationTest, AFileIsNotMadeFromAStreamThatEndsTooEarly) {
+    const LumPalArray::CharArray_t bytes("abc");
+    for (const bool keep : {false, true}) {
+        auto stream = LumPalIo::CharArrayInputStream_t::Over(bytes);
+        EXPECT_THROW(node->CreateFile(paths::IncomingDirectory(), "x", stream, 4, keep), LumPalIo::EOFException_t);
+    }
+}
+
+TEST_F(PolicyOperationTest, AFileReplacesALinkAndIsNeverWrittenThroughIt) {
+    const LumPalArray::CharArray_t bytes("new");
+    std::ofstream(node.Root().Native() + "/victim") << "keep";
+    fs::create_symlink(node.Root().Native() + "/victim", node.IncomingFolder() + "/x");
+    fs::create_symlink(node.Root().Native() + "/not there", node.IncomingFolder() + "/y");
+    for (const char* name : {"x", "y"}) {
+        auto stream = LumPalIo::CharArrayInputStream_t::Over(bytes);
+        node->CreateFile(paths::IncomingDirectory(), name, stream, 3, false);
+        EXPECT_FALSE(fs::is_symlink(node.IncomingFolder() + "/" + name));
+    }
+    EXPECT_EQ(PolicyNode::Content(node.Root().Native() + "/victim"), "keep");
+    EXPECT_FALSE(fs::exists(node.Root().Native() + "/not there"));
+}
+
+TEST_F(PolicyOperationTest, AFileIsNotMadeWhereAFullFolderStandsOrUnderANameThatIsNotPlain) {
+    const LumPalArray::CharArray_t bytes("new");
+    auto stream = LumPalIo::CharArrayInputStream_t::Over(bytes);
+    fs::create_directories(node.IncomingFolder() + "/x/full");
+    for (const char* name : {"x", "../x", "/tmp/x", "", "."}) {
+        EXPECT_THROW(node->CreateFile(paths::IncomingDirectory(), name, stream, 3, false), PolicyFileException) << name;
+    }
+}
+
+// Notification
+
+TEST_F(PolicyOperationTest, ARemovalWithoutNotificationQueuesWhatALaterNotifySends) {
+    Consumer consumer;
+    node.Install(Policy("a"));
+    node->Notify("tester");
+    consumer.Heard();
+    node.Remove(Selection());
+    EXPECT_THAT(consumer.Heard(), IsEmpty());
+    node->Notify("tester");
+    EXPECT_THAT(consumer.Heard(), ElementsAre("REMOVE_POLICY:files a", "LAST_POLICY:files "));
+    EXPECT_EQ(node.Audited("Success Audit: NOTIFY"), 2);
+}
+
+TEST_F(PolicyOperationTest, ARemovalTellsOfTheRemovedAndOfTheLastPolicyOfATypeOnly) {
+    Consumer consumer;
+    for (const char* id : {"a", "b"}) node.Install(Policy(id));
+    node.Install(Policy("c", "other"));
+    node->Notify("tester");
+    consumer.Heard();
+    node->Remove("tester", Selection().SetPolicyId("a"), PolicyForwarder::Options());
+    EXPECT_THAT(consumer.Heard(), ElementsAre("REMOVE_POLICY:files a"));
+    node->Remove("tester", Selection(), PolicyForwarder::Options());
+    EXPECT_THAT(consumer.Heard(), ElementsAre("REMOVE_POLICY:files b", "LAST_POLICY:files ", "REMOVE_POLICY:other c",
+                                              "LAST_POLICY:other "));
+}
+
+TEST_F(PolicyOperationTest, ARemovalSucceedsThoughNobodyCanBeTold) {
+    node.Install(Policy("a"));  // its own notification is still queued, and the service is not there
+    node.Install(Policy("b"));
+    EXPECT_NO_THROW(node->Remove("tester", Selection().SetPolicyId("a"), PolicyForwarder::Options()));
+    EXPECT_EQ(node.Ids(), "b");
+}
+
+TEST_F(PolicyOperationTest, ANotifyThatReachesNobodyFailsAndAuditsIt) {
+    node.Install(Policy("a"));
+    EXPECT_EQ(FailureOf<LumCtrl::ControlException>([this] { node->Notify("tester"); }).id, 91u);
+    EXPECT_EQ(node.Audited("Failure Audit: NOTIFY"), 1);
+    EXPECT_EQ(node.Audited("Success Audit: NOTIFY"), 0);
+}
+
+TEST_F(PolicyOperationTest, NotifyOfStatusChangesLeavesInstallsInTheQueue) {
+    Consumer consumer;
+    node.Install(Policy("a"));
+    node->NotifyEnableDisable("conf.cluster");
+    EXPECT_THAT(consumer.Heard(), IsEmpty());
+    EXPECT_EQ(node.Audited("NOTIFY"), 0) << "the cluster monitor's own operations are not audited";
+    node->NotifyEnableDisable("tester");
+    EXPECT_EQ(node.Audited("Success Audit: NOTIFY"), 1);
+    node->Notify("tester");
+    EXPECT_THAT(consumer.Heard(), ElementsAre("FIRST_POLICY:files ", "CHECK_POLICY:files a"));
+}
+
+TEST_F(PolicyOperationTest, WhetherPoliciesAreInstalledIsAnsweredWhileASynchronousTriggerWaitsForItsConsumer) {
+    LumCtrl::Service service;
+    service.Start();
+    const String_t events[] = {"CHECK_POLICY:*"};
+    LumCtrl::Component component("slow", events, 1);
+    node.Install(Policy("a"));
+    std::thread sender([this] { node->Notify("tester"); });
+    String_t event, value;
+    ASSERT_TRUE(component.Next(event, value, 10000));
+    EXPECT_TRUE(node->IsPolicyInstalled());
+    EXPECT_TRUE(node->IsPolicyTypeNameInstalled("files"));
+    component.Acknowledge();
+    sender.join();
+    EXPECT_EQ(node.Audited("Success Audit: NOTIFY"), 1);
+    service.Stop();
+}
+
+}  // namespace
+}  // namespace LumConf
