@@ -83,6 +83,8 @@ NativePath::NativePath(const String_t& path) {
         // Two different texts must never reach the same file.
         error = EILSEQ;
     }
+    // With a separator behind it the system would follow a symbolic link before anybody could look at the link.
+    while (bytes.size() > 1 && bytes.back() == '/') bytes.pop_back();
 }
 
 bool NativePath::IsUsable() const noexcept {
