@@ -84,6 +84,10 @@ int main(int argc, char** argv) {
     app.footer(kExitCodes);
     Global global;
     const std::vector<Entry> entries = AddCommands(app, global);
+    if (argv[1][0] != '-' && !app.get_subcommand_no_throw(argv[1])) {
+        std::cerr << "lumpolicy: there is no command '" << argv[1] << "'\n" << kUsage;
+        return lumtools::kWrongUsage;
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {

@@ -19,7 +19,8 @@ class Tool(unittest.TestCase):
         return self.node.policy("install", *options, path)
 
     def test_a_policy_travels_from_its_file_to_the_store_and_back_in_a_list(self):
-        result = self.node.policy("install", EXAMPLES / f"{BACKUP}_header.xml", EXAMPLES / f"{MONITOR}_header.xml")
+        result = self.node.policy("install", "--no-notify", EXAMPLES / f"{BACKUP}_header.xml",
+                                  EXAMPLES / f"{MONITOR}_header.xml")
         self.assertEqual(result.code, DONE, result)
         self.assertEqual(self.node.stored(), [
             f"backup/{BACKUP}_header.xml", "backup/nightly-backup.conf", "backup/nightly-backup.exclude",
@@ -33,7 +34,7 @@ class Tool(unittest.TestCase):
 
     def test_data_files_arrive_byte_for_byte_and_are_read_only(self):
         content = bytes(range(256)) * 500
-        self.assertEqual(self.install("a", files={"d.bin": content, "empty": b""}).code, DONE)
+        self.assertEqual(self.install("a", "--no-notify", files={"d.bin": content, "empty": b""}).code, DONE)
         stored = self.node.store / "type/d.bin"
         self.assertEqual(stored.read_bytes(), content)
         self.assertEqual((self.node.store / "type/empty").read_bytes(), b"")
@@ -41,7 +42,7 @@ class Tool(unittest.TestCase):
 
     def test_a_package_of_three_is_installed_by_one_request(self):
         headers = sorted(EXAMPLES.glob("1a2b3c4d-*_header.xml"))
-        result = self.node.policy("install", "--package", *headers)
+        result = self.node.policy("install", "--no-notify", "--package", *headers)
         self.assertEqual(result.code, DONE, result)
         self.assertEqual(len(self.node.list("--type", "collect")), 3)
 

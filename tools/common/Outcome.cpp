@@ -97,7 +97,7 @@ Outcome Attempt(const std::function<void()>& request) {
 void PrintFailure(std::ostream& out, const std::string& program, const Outcome& outcome) {
     for (std::size_t i = 0; i < outcome.messages.size(); ++i) {
         const MessageLine& line = outcome.messages[i];
-        out << (i == 0 ? program + ": " : std::string(2 + 2 * line.level, ' ')) << line.text << "\n";
+        out << (i == 0 ? program + ": " : std::string(2 * line.level, ' ')) << line.text << "\n";
     }
 }
 
