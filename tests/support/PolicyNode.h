@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "AuditLog.h"
+#include "Configure.h"
 #include "InstallOptions.h"
 #include "LumCtrl.h"
-#include "LumPalConfig.h"
 #include "PolicyContainer.h"
 #include "PolicyOperation.h"
 #include "PolicyWorker.h"
@@ -20,15 +20,6 @@
 #include "SettingsSink.h"
 #include "TempRoot.h"
 #include "TestPolicy.h"
-
-/// Sets one value of the node's configuration.
-inline void Configure(const char* nameSpace, const char* key, const char* value) {
-    LumPalConfig::Configuration_t configuration(nameSpace);
-    configuration.SetAttrValue(key, value);
-    LumPalConfig::ConfigUpdate_t update(LumPalStr::String_t::Null());
-    update.SetConfig(configuration);
-    update.Apply();
-}
 
 /// A root, and the object of policy work on it with a worker and an audit log of its own; everything is audited.
 class PolicyNode {
@@ -122,16 +113,16 @@ private:
 
 /// Runs the control service of the present root, with one component that is registered for every event of policies.
 /// Triggers do not wait for it.
-class Consumer {
+class PolicyListener {
 public:
-    Consumer() {
+    PolicyListener() {
         Configure("conf.core", "ASYNC_CONTROL_NOTIFY", "true");
         service.Start();
         const LumPalStr::String_t events[] = {"CHECK_POLICY:*",  "ENABLE_POLICY:*", "DISABLE_POLICY:*",
                                               "REMOVE_POLICY:*", "FIRST_POLICY:*",  "LAST_POLICY:*"};
         component = std::make_unique<LumCtrl::Component>("consumer", events, 6);
     }
-    ~Consumer() {
+    ~PolicyListener() {
         component.reset();
         service.Stop();
     }
@@ -154,14 +145,14 @@ private:
 };
 
 /// Number of the first message of the exception that a call ends in, and its text with all details.
-struct Failure {
+struct CaughtFailure {
     unsigned id = 0;
     std::string text;
 };
 
 /// Runs a call that must end in exactly an E or a class below it; anything else passes.
 template <class E, class Call>
-Failure FailureOf(Call&& call) {
+CaughtFailure FailureOf(Call&& call) {
     try {
         call();
     } catch (const E& e) {

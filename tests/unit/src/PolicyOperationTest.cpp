@@ -71,7 +71,7 @@ TEST_F(PolicyOperationTest, CreationNamesADirectoryThatCannotBeMadeAndTriesTheOt
     node.Stop();
     for (const char* folder : {"/policies", "/spool", "/tmp", "/conf"}) fs::remove_all(node.Root().Native() + folder);
     fs::create_symlink("/nowhere/at/all", node.InstallFolder());
-    const Failure failure = FailureOf<LumPalIo::IOException_t>([this] { node.Restart(); });
+    const CaughtFailure failure = FailureOf<LumPalIo::IOException_t>([this] { node.Restart(); });
     EXPECT_EQ(failure.id, 100u);
     EXPECT_NE(failure.text.find(node.InstallFolder()), std::string::npos);
     EXPECT_EQ(failure.text.find(node.IncomingFolder()), std::string::npos);
@@ -86,7 +86,7 @@ TEST_F(PolicyOperationTest, CreationNamesEveryDirectoryThatCannotBeMade) {
         fs::remove_all(node.Root().Native() + "/" + folder);
         fs::create_symlink("/nowhere/at/all", node.Root().Native() + "/" + folder);
     }
-    const Failure failure = FailureOf<LumPalIo::IOException_t>([this] { node.Restart(); });
+    const CaughtFailure failure = FailureOf<LumPalIo::IOException_t>([this] { node.Restart(); });
     EXPECT_EQ(failure.id, 99u);
     EXPECT_NE(failure.text.find("temporary directory for policy files"), std::string::npos);
     EXPECT_NE(failure.text.find("policy installation directory"), std::string::npos);
@@ -228,7 +228,7 @@ TEST_F(PolicyOperationTest, APolicyThatASelectionGivesTwiceIsGoneAfterTheFirstTi
 TEST_F(PolicyOperationTest, APolicyWithAMissingDataFileIsRemovedAndTheFileIsNamed) {
     node.Install(Policy("a"));
     fs::remove(node.InstallFolder() + "/files/a.one");
-    const Failure failure = FailureOf<PolicyException>([this] { node.Remove(Selection()); });
+    const CaughtFailure failure = FailureOf<PolicyException>([this] { node.Remove(Selection()); });
     EXPECT_EQ(failure.id, 112u);
     EXPECT_NE(failure.text.find(node.InstallFolder() + "/files/a.one"), std::string::npos);
     EXPECT_THAT(node.Installed(), IsEmpty());
@@ -240,7 +240,7 @@ TEST_F(PolicyOperationTest, APolicyWithAMissingDataFileIsRemovedAndTheFileIsName
 TEST_F(PolicyOperationTest, APolicyWithAMissingHeaderStaysInTheCache) {
     node.Install(Policy("a"));
     fs::remove(node.InstallFolder() + "/files/a_header.xml");
-    const Failure failure = FailureOf<PolicyException>([this] { node.Remove(Selection()); });
+    const CaughtFailure failure = FailureOf<PolicyException>([this] { node.Remove(Selection()); });
     EXPECT_EQ(failure.id, 114u);
     EXPECT_NE(failure.text.find("Cannot delete policy"), std::string::npos);
     EXPECT_TRUE(node->IsPolicyInstalled());
@@ -254,7 +254,7 @@ TEST_F(PolicyOperationTest, FilesThatCannotBeDeletedAreNamedAndTheOtherPoliciesG
         fs::remove(node.InstallFolder() + file);
         fs::create_directories(node.InstallFolder() + file + "/full");
     }
-    const Failure failure = FailureOf<PolicyException>([this] { node.Remove(Selection()); });
+    const CaughtFailure failure = FailureOf<PolicyException>([this] { node.Remove(Selection()); });
     EXPECT_EQ(failure.id, 111u);
     EXPECT_NE(failure.text.find("Cannot delete policy header file"), std::string::npos);
     EXPECT_EQ(node.Ids(), "a");
@@ -415,7 +415,7 @@ TEST_F(PolicyOperationTest, AFileIsNotMadeWhereAFullFolderStandsOrUnderANameThat
 // Notification
 
 TEST_F(PolicyOperationTest, ARemovalWithoutNotificationQueuesWhatALaterNotifySends) {
-    Consumer consumer;
+    PolicyListener consumer;
     node.Install(Policy("a"));
     node->Notify("tester");
     consumer.Heard();
@@ -427,7 +427,7 @@ TEST_F(PolicyOperationTest, ARemovalWithoutNotificationQueuesWhatALaterNotifySen
 }
 
 TEST_F(PolicyOperationTest, ARemovalTellsOfTheRemovedAndOfTheLastPolicyOfATypeOnly) {
-    Consumer consumer;
+    PolicyListener consumer;
     for (const char* id : {"a", "b"}) node.Install(Policy(id));
     node.Install(Policy("c", "other"));
     node->Notify("tester");
@@ -454,7 +454,7 @@ TEST_F(PolicyOperationTest, ANotifyThatReachesNobodyFailsAndAuditsIt) {
 }
 
 TEST_F(PolicyOperationTest, NotifyOfStatusChangesLeavesInstallsInTheQueue) {
-    Consumer consumer;
+    PolicyListener consumer;
     node.Install(Policy("a"));
     node->NotifyEnableDisable("conf.cluster");
     EXPECT_THAT(consumer.Heard(), IsEmpty());
