@@ -136,6 +136,7 @@ class LUMPAL_API FileInputStream_t : public InputStream_t {
 public:
     FileInputStream_t() = default;
     explicit FileInputStream_t(const LumPalStr::String_t& path);
+    explicit FileInputStream_t(const char* path) : FileInputStream_t(LumPalStr::String_t(path)) {}
     explicit FileInputStream_t(const File_t& file);
 };
 
@@ -145,6 +146,7 @@ class LUMPAL_API FileOutputStream_t : public OutputStream_t {
 public:
     FileOutputStream_t() = default;
     explicit FileOutputStream_t(const LumPalStr::String_t& path);
+    explicit FileOutputStream_t(const char* path) : FileOutputStream_t(LumPalStr::String_t(path)) {}
     explicit FileOutputStream_t(const File_t& file);
     /// Forces the written bytes to the disk (fsync).
     void Sync();
