@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Exceptions.h"
 #include "LumPalCodeset.h"
 #include "LumPalIo.h"
 #include "LumPalMsg.h"
@@ -22,6 +23,7 @@
 #include "PolicyXmlHandler.h"
 #include "PolicyXmlParser.h"
 #include "StorePaths.h"
+#include "TempRoot.h"
 
 namespace policydocs {
 
@@ -165,5 +167,25 @@ unsigned IdRaised(const std::function<void()>& call) {
     const std::optional<Failure> failure = Raised<E>(call);
     return failure ? failure->Id() : 9999;
 }
+
+/// The document in a file of a fresh folder.
+class PolicyFile {
+public:
+    explicit PolicyFile(const std::string& text) : path(root.Native() + "/p_header.xml") { WriteFile(path, text); }
+    LumPalIo::File_t File() const { return LumPalIo::File_t(LumPalStr::String_t::FromUtf8(path)); }
+    LumConf::PolicyHeader Read(unsigned long tolerance = 0) const {
+        return LumConf::PolicyHeader::Read(File(), tolerance);
+    }
+    /// The failure of reading; it must be a PolicyHeaderException.
+    Failure ReadFailure(unsigned long tolerance = 0) const {
+        const auto failure = Raised<LumConf::PolicyHeaderException>([&] { Read(tolerance); });
+        if (!failure) throw std::logic_error("the document was read");
+        return *failure;
+    }
+
+private:
+    TempRoot root;
+    std::string path;
+};
 
 }  // namespace policydocs
