@@ -46,7 +46,8 @@ void AppendDetails(std::string& out, const Message_t& message, DetailStyle style
     const LumPalMsg::MessageList_t details = message.GetDetails();
     for (int i = 0; i < details.GetMessageCount(); ++i) {
         const Message_t detail = details.GetMessage(i);
-        out += style == DetailStyle::SameLine ? " | " : "\n" + std::string(2 * level, ' ');
+        out += style == DetailStyle::SameLine ? " | " : "\n";
+        if (style != DetailStyle::SameLine) out.append(2 * level, ' ');
         out += OneLine(detail.GetMessageText());
         AppendDetails(out, detail, style, level + 1);
     }
