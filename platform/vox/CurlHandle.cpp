@@ -4,6 +4,7 @@
 #include <openssl/ssl.h>
 
 #include <new>
+#include <type_traits>
 
 #include "../pal/SystemError.h"
 #include "LumPalNet.h"
@@ -75,7 +76,7 @@ const char* Opening(bool connected) {
 }  // namespace
 
 HttpClient::Handle::Handle(const std::string& key) : key(key), curl(NewHandle()) {
-    static_assert(kErrorBytes >= CURL_ERROR_SIZE);
+    static_assert(kErrorBytes >= CURL_ERROR_SIZE && std::is_same_v<curl_off_t, std::int64_t>);
 }
 
 HttpClient::Handle::~Handle() {
@@ -104,9 +105,12 @@ HttpAnswer HttpClient::Handle::Post(const HttpTarget& target, const ClientIdenti
 void HttpClient::Handle::SetUp(const HttpTarget& target, const ClientLimits& limits) {
     answer = HttpAnswer();
     mostBytes = limits.responseBytes;
+    longestIdle = std::chrono::seconds(limits.idleSeconds);
+    lastMoved = std::chrono::steady_clock::now();
+    bytesMoved = 0;
     tooLong = false;
     error[0] = '\0';
-    wrongPeer.clear();
+    refusal.clear();
     Set(curl, CURLOPT_URL, UrlOf(target).c_str());
     Set(curl, CURLOPT_PROTOCOLS_STR, target.tls ? "https" : "http");
     Set(curl, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
@@ -116,8 +120,9 @@ void HttpClient::Handle::SetUp(const HttpTarget& target, const ClientLimits& lim
     Set(curl, CURLOPT_PATH_AS_IS, 1L);
     Set(curl, CURLOPT_ERRORBUFFER, error);
     Set(curl, CURLOPT_CONNECTTIMEOUT, static_cast<long>(limits.connectSeconds));
-    Set(curl, CURLOPT_LOW_SPEED_LIMIT, 1L);
-    Set(curl, CURLOPT_LOW_SPEED_TIME, static_cast<long>(limits.idleSeconds));
+    Set(curl, CURLOPT_NOPROGRESS, 0L);
+    Set(curl, CURLOPT_XFERINFOFUNCTION, &Progress);
+    Set(curl, CURLOPT_XFERINFODATA, static_cast<void*>(this));
     Set(curl, CURLOPT_BUFFERSIZE, 262144L);
     Set(curl, CURLOPT_UPLOAD_BUFFERSIZE, 262144L);
     Set(curl, CURLOPT_WRITEFUNCTION, &Collect);
@@ -139,10 +144,8 @@ void HttpClient::Handle::SetUpTls(const HttpTarget& target, const ClientIdentity
     Set(curl, CURLOPT_SSL_VERIFYPEER, 1L);
     Set(curl, CURLOPT_SSL_VERIFYHOST, 2L);
     targetId = target.targetId;
-    if (!targetId.empty()) {
-        Set(curl, CURLOPT_SSL_CTX_FUNCTION, &SetContext);
-        Set(curl, CURLOPT_SSL_CTX_DATA, static_cast<void*>(this));
-    }
+    Set(curl, CURLOPT_SSL_CTX_FUNCTION, &SetContext);
+    Set(curl, CURLOPT_SSL_CTX_DATA, static_cast<void*>(this));
     if (identity.certificatePath.empty()) return;
     Set(curl, CURLOPT_SSLCERT, identity.certificatePath.c_str());
     Set(curl, CURLOPT_SSLKEY, identity.keyPath.c_str());
@@ -157,11 +160,16 @@ void HttpClient::Handle::SetBody(const LumPalArray::CharArray_t& body) {
 
 int HttpClient::Handle::VerifyPeer(x509_store_ctx_st* context, void* self) {
     auto& handle = *static_cast<Handle*>(self);
-    if (X509_verify_cert(context) != 1) return 0;
-    std::string refusal;
-    const std::string peer = LumSecCore::SenderId(X509_STORE_CTX_get0_cert(context), refusal);
+    if (X509_verify_cert(context) != 1) {
+        handle.refusal = "the certificate of the host was refused: ";
+        handle.refusal += X509_verify_cert_error_string(X509_STORE_CTX_get_error(context));
+        return 0;
+    }
+    if (handle.targetId.empty()) return 1;
+    std::string noName;
+    const std::string peer = LumSecCore::SenderId(X509_STORE_CTX_get0_cert(context), noName);
     if (peer == handle.targetId) return 1;
-    handle.wrongPeer = peer.empty() ? refusal : peer;
+    handle.refusal = "the node there is not '" + handle.targetId + "' but '" + (peer.empty() ? noName : peer) + "'";
     X509_STORE_CTX_set_error(context, X509_V_ERR_APPLICATION_VERIFICATION);
     return 0;
 }
@@ -179,12 +187,21 @@ std::size_t HttpClient::Handle::Collect(char* bytes, std::size_t size, std::size
     return 0;
 }
 
+/// The library asks about once in a second while nothing moves.
+int HttpClient::Handle::Progress(void* self, std::int64_t, std::int64_t received, std::int64_t, std::int64_t sent) {
+    auto& handle = *static_cast<Handle*>(self);
+    const auto now = std::chrono::steady_clock::now();
+    if (received + sent != handle.bytesMoved) {
+        handle.bytesMoved = received + sent;
+        handle.lastMoved = now;
+    }
+    return now - handle.lastMoved < handle.longestIdle ? 0 : 1;
+}
+
 std::string HttpClient::Handle::Reason(int code, const ClientLimits& limits) const {
     long number = 0;
-    curl_off_t ready = 0;
     curl_easy_getinfo(curl, CURLINFO_OS_ERRNO, &number);
-    curl_easy_getinfo(curl, CURLINFO_PRETRANSFER_TIME_T, &ready);
-    if (!wrongPeer.empty()) return "the node there is not '" + targetId + "' but '" + wrongPeer + "'";
+    if (!refusal.empty()) return refusal;
     switch (code) {
         case CURLE_COULDNT_RESOLVE_HOST:
             return "the host name cannot be resolved";
@@ -192,7 +209,8 @@ std::string HttpClient::Handle::Reason(int code, const ClientLimits& limits) con
             if (number != 0) return LumPalIo::SystemErrorText(static_cast<int>(number)).ToUtf8();
             break;
         case CURLE_OPERATION_TIMEDOUT:
-            if (ready == 0) return "no connection within " + std::to_string(limits.connectSeconds) + " seconds";
+            return "no connection within " + std::to_string(limits.connectSeconds) + " seconds";
+        case CURLE_ABORTED_BY_CALLBACK:
             return "no answer within " + std::to_string(limits.idleSeconds) + " seconds";
         case CURLE_PEER_FAILED_VERIFICATION:
             return std::string("the certificate of the host was refused: ") + error;

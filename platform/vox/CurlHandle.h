@@ -2,6 +2,7 @@
 /// One handle of the HTTP library with the connection inside it.
 #pragma once
 
+#include <chrono>
 #include <string>
 
 #include "HttpClient.h"
@@ -21,7 +22,7 @@ struct HttpClient::Handle {
     HttpAnswer Post(const HttpTarget& target, const ClientIdentity& identity, const LumPalArray::CharArray_t& body,
                     const ClientLimits& limits);
     const std::string& GetKey() const noexcept { return key; }
-    /// Called by the TLS library: the peer's certificate is good and bears the id.
+    /// Called by the TLS library: whether the peer's certificate is good and bears the id.
     static int VerifyPeer(x509_store_ctx_st* context, void* self);
 
 private:
@@ -30,15 +31,20 @@ private:
     void SetBody(const LumPalArray::CharArray_t& body);
     [[noreturn]] void Fail(int code, const HttpTarget& target, const ClientLimits& limits) const;
     std::string Reason(int code, const ClientLimits& limits) const;
+    static int Progress(void* self, std::int64_t toReceive, std::int64_t received, std::int64_t toSend,
+                        std::int64_t sent);
     static std::size_t Collect(char* bytes, std::size_t size, std::size_t count, void* self);
 
     const std::string key;  ///< where the kept connection leads, and by whose identity
     void* const curl;       ///< the library's handle
     std::string targetId;   ///< whom the kept connection leads to; lives as long as the connection
-    std::string wrongPeer;
+    std::string refusal;    ///< why the peer's certificate was refused
     HttpAnswer answer;
     std::uint64_t mostBytes = 0;
     bool tooLong = false;
+    std::chrono::steady_clock::duration longestIdle{};
+    std::chrono::steady_clock::time_point lastMoved;
+    std::int64_t bytesMoved = 0;
     static constexpr std::size_t kErrorBytes = 256;
     char error[kErrorBytes] = "";  ///< the library's words for the last failure
 };

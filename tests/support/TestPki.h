@@ -1,0 +1,117 @@
+/// @file
+/// Certificates for tests: an authority, what it issues, and a node's key store filled with it.
+#pragma once
+
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <openssl/x509v3.h>
+
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "LumPalConfig.h"
+#include "LumPalRuntime.h"
+
+/// PEM texts.
+struct TestIdentity {
+    std::string certificate, key;
+};
+
+/// Issues P-256 certificates.
+class TestAuthority {
+public:
+    explicit TestAuthority(const std::string& name)
+        : key(NewKey()), certificate(Make(name, "", *key, "critical,CA:TRUE", 0)) {}
+    std::string Certificate() const {
+        return Text([this](BIO* out) { PEM_write_bio_X509(out, certificate.get()); });
+    }
+    /// @param commonName  of the subject
+    /// @param names       as "DNS:localhost,IP:127.0.0.1"; may be empty
+    /// @param days        until it ends; below 0 it has ended
+    TestIdentity Issue(const std::string& commonName, const std::string& names, int days = 1) const {
+        const Key own = NewKey();
+        const Certificate_ issued = Make(commonName, names, *own, "critical,CA:FALSE", days);
+        return {Text([&](BIO* out) { PEM_write_bio_X509(out, issued.get()); }), Text([&](BIO* out) {
+                    PEM_write_bio_PrivateKey(out, own.get(), nullptr, nullptr, 0, nullptr, nullptr);
+                })};
+    }
+
+private:
+    struct Free {
+        void operator()(EVP_PKEY* object) const { EVP_PKEY_free(object); }
+        void operator()(X509* object) const { X509_free(object); }
+        void operator()(BIO* object) const { BIO_free(object); }
+        void operator()(X509_EXTENSION* object) const { X509_EXTENSION_free(object); }
+    };
+    using Key = std::unique_ptr<EVP_PKEY, Free>;
+    using Certificate_ = std::unique_ptr<X509, Free>;
+
+    static Key NewKey() { return Key(EVP_EC_gen("P-256")); }
+    template <class Write>
+    static std::string Text(Write write) {
+        const std::unique_ptr<BIO, Free> out(BIO_new(BIO_s_mem()));
+        write(out.get());
+        char* bytes = nullptr;
+        const long length = BIO_get_mem_data(out.get(), &bytes);
+        return std::string(bytes, static_cast<std::size_t>(length));
+    }
+    static void Extend(X509* target, int kind, const std::string& text) {
+        const std::unique_ptr<X509_EXTENSION, Free> extension(
+            X509V3_EXT_conf_nid(nullptr, nullptr, kind, text.c_str()));
+        if (!extension) throw std::runtime_error("no such extension: " + text);
+        X509_add_ext(target, extension.get(), -1);
+    }
+    Certificate_ Make(const std::string& commonName, const std::string& names, EVP_PKEY& subjectKey,
+                      const std::string& constraints, int days) const {
+        static int serial = 0;
+        Certificate_ made(X509_new());
+        X509_set_version(made.get(), X509_VERSION_3);
+        ASN1_INTEGER_set(X509_get_serialNumber(made.get()), ++serial);
+        X509_gmtime_adj(X509_getm_notBefore(made.get()), -10 * 86400L);
+        X509_gmtime_adj(X509_getm_notAfter(made.get()), days == 0 ? 86400L : days * 86400L);
+        X509_NAME_add_entry_by_txt(X509_get_subject_name(made.get()), "CN", MBSTRING_UTF8,
+                                   reinterpret_cast<const unsigned char*>(commonName.c_str()), -1, -1, 0);
+        X509_set_issuer_name(made.get(), X509_get_subject_name(certificate ? certificate.get() : made.get()));
+        X509_set_pubkey(made.get(), &subjectKey);
+        Extend(made.get(), NID_basic_constraints, constraints);
+        if (!names.empty()) Extend(made.get(), NID_subject_alt_name, names);
+        if (!X509_sign(made.get(), key.get(), EVP_sha256())) throw std::runtime_error("cannot sign a certificate");
+        return made;
+    }
+
+    Key key;
+    Certificate_ certificate;
+};
+
+/// Writes attributes of one namespace into the configuration of the current root.
+inline void Configure(const char* nameSpace, const char* name, const std::string& value) {
+    LumPalConfig::Configuration_t configuration{LumPalStr::String_t(nameSpace)};
+    configuration.SetAttrValue(name, LumPalStr::String_t::FromUtf8(value));
+    LumPalConfig::ConfigUpdate_t update{LumPalStr::String_t()};
+    update.SetConfig(configuration);
+    update.Apply();
+}
+
+/// A file below the key store of the current root.
+inline void WriteKeyStore(const std::string& name, const std::string& text) {
+    const std::string folder = LumPalRuntime::Dir_t::Path(LumPalRuntime::Etc, "keystore").ToUtf8();
+    const std::filesystem::path path = std::filesystem::path(folder) / name;
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream(path) << text;
+}
+
+/// Trusts the PEM text at the current root.
+inline void InstallTrust(const std::string& alias, const std::string& certificate) {
+    WriteKeyStore("trusted/" + alias + ".pem", certificate);
+}
+
+/// Gives the node at the current root its core id and an installed certificate.
+inline void InstallIdentity(const std::string& coreId, const TestIdentity& identity) {
+    WriteKeyStore("own/" + coreId + ".pem", identity.certificate);
+    WriteKeyStore("own/" + coreId + ".key", identity.key);
+    Configure("sec.core", "CORE_ID", coreId);
+    Configure("sec.cm.certificates", "CERT_INSTALLED", "true");
+}
