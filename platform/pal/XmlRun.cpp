@@ -88,10 +88,12 @@ bool Run::Feed() {
         char* const target = static_cast<char*>(XML_GetBuffer(parser.get(), static_cast<int>(block)));
         if (!target) throw std::bad_alloc();
         const std::size_t count = Fill(target, block);
-        last = count < block;
-        bytesRead += count;
-        if (XML_ParseBuffer(parser.get(), static_cast<int>(count), last) != XML_STATUS_OK) return false;
-        if (!last && !CheckToken()) return false;
+        const std::size_t good = utf16.Accept(target, count);
+        last = count < block && good == count;
+        bytesRead += good;
+        if (XML_ParseBuffer(parser.get(), static_cast<int>(good), last) != XML_STATUS_OK) return false;
+        if (good < count) Refuse("a lead surrogate has no trail");
+        if (stopped || (!last && !CheckToken())) return false;
     }
     return true;
 }

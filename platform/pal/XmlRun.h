@@ -10,6 +10,7 @@
 
 #include "LumPalXml.h"
 #include "XmlNames.h"
+#include "XmlUtf16.h"
 
 struct XML_ParserStruct;
 
@@ -84,6 +85,7 @@ private:
     std::exception_ptr thrown;
     const char* refusal = nullptr;
     int refusalLine = 0, refusalColumn = 0;
+    Utf16Check utf16;
     bool stopped = false;
     bool ended = false;
     std::uint64_t bytesRead = 0, unitsDelivered = 0;

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <filesystem>
@@ -270,7 +272,7 @@ TEST_F(ConfigStore, EveryValueSurvivesAnUpdate) {
 }
 
 TEST_F(ConfigStore, UpdatesAtTheSameTimeLoseNothing) {
-    constexpr int Threads = 4, Each = 25;
+    constexpr int Threads = 4, Each = 10;
     std::vector<std::thread> threads;
     for (int t = 0; t < Threads; ++t) {
         threads.emplace_back([t] {
@@ -284,6 +286,34 @@ TEST_F(ConfigStore, UpdatesAtTheSameTimeLoseNothing) {
     EXPECT_EQ(ConfigNamespace_t("a").Open().GetAttrCount(), Threads * Each);
 }
 
+TEST_F(ConfigStore, UpdatesOfSeveralProcessesLoseNothing) {
+    constexpr int Processes = 3, Each = 20;
+    std::vector<pid_t> children;
+    for (int p = 0; p < Processes; ++p) {
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            int code = 0;
+            try {
+                for (int i = 0; i < Each; ++i) {
+                    const std::string name = "k" + std::to_string(p) + "_" + std::to_string(i);
+                    Set("", "a", name.c_str(), "1");
+                }
+            } catch (...) {
+                code = 1;
+            }
+            _exit(code);
+        }
+        children.push_back(child);
+    }
+    for (const pid_t child : children) {
+        int status = -1;
+        EXPECT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_EQ(status, 0);
+    }
+    EXPECT_EQ(ConfigNamespace_t("a").Open().GetAttrCount(), Processes * Each);
+}
+
 TEST_F(ConfigStore, AReaderSeesTheOldFileOrTheNewOne) {
     const auto writeBoth = [](const String_t& value) {
         Configuration_t config("a");
@@ -295,7 +325,7 @@ TEST_F(ConfigStore, AReaderSeesTheOldFileOrTheNewOne) {
     writeBoth("0");
     std::atomic<bool> done{false};
     std::thread writer([&] {
-        for (int i = 1; i < 100; ++i) writeBoth(LumPalStr::NumToStr(i));
+        for (int i = 1; i < 40; ++i) writeBoth(LumPalStr::NumToStr(i));
         done = true;
     });
     while (!done) {

@@ -83,6 +83,16 @@ inline LumPalXml::SAX::InputSource_t SourceOf(const std::string& document) {
         LumPalIo::CharArrayInputStream_t(LumPalArray::CharArray_t(document.data(), document.size())));
 }
 
+inline std::string Utf16Bytes(const std::u16string& text, bool bigEndian) {
+    std::string bytes;
+    for (const char16_t unit : text) {
+        const char high = static_cast<char>(unit >> 8), low = static_cast<char>(unit & 0xFF);
+        bytes += bigEndian ? high : low;
+        bytes += bigEndian ? low : high;
+    }
+    return bytes;
+}
+
 /// All four handlers are the recorder.
 inline void SetAllHandlers(LumPalXml::SAX::XMLReader_t& reader, RecordedEvents& events) {
     reader.SetContentHandler(&events);

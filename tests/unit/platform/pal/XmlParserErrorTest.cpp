@@ -133,6 +133,22 @@ TEST(SaxErrors, TellLineAndColumnFromOne) {
     }
 }
 
+TEST(SaxErrors, ALoneSurrogateInUtf16IsRefusedWhereverItStands) {
+    const std::vector<std::u16string> contents = {{'x', 0xD800, 'y'},       {0xDC00},         {0xD800},
+                                                  {0xD800, 0xD800, 0xDC00}, {0xDFFF, 0xD800}, {0xDBFF, '<'}};
+    for (const bool bigEndian : {false, true}) {
+        for (const auto& content : contents) {
+            for (const std::size_t before : {0u, 4085u, 70000u}) {
+                const std::u16string text = u"\uFEFF<a>" + std::u16string(before, u'z') + content + u"</a>";
+                const SAXParseException_t error = ErrorOf(Utf16Bytes(text, bigEndian));
+                EXPECT_EQ(error.GetLineNumber(), 1) << before;
+                EXPECT_GT(error.GetColumnNumber(), 3) << before;
+            }
+        }
+        EXPECT_EQ(ErrorOf(Utf16Bytes(u"<a k='\U0001F600'>\U0010FFFF\U00010000</a>", bigEndian)).GetLineNumber(), -1);
+    }
+}
+
 TEST(SaxErrors, CarryTheIdsOfTheSource) {
     InputSource_t source = SourceOf("<a>\n</b>");
     source.SetPublicId("the public id");

@@ -23,16 +23,6 @@ void ExpectEvents(const std::vector<Row>& rows) {
     for (const auto& row : rows) EXPECT_EQ(EventsOf(row.document), row.events) << row.says;
 }
 
-std::string Utf16(const std::u16string& text, bool bigEndian) {
-    std::string bytes;
-    for (const char16_t unit : text) {
-        const char high = static_cast<char>(unit >> 8), low = static_cast<char>(unit & 0xFF);
-        bytes += bigEndian ? high : low;
-        bytes += bigEndian ? low : high;
-    }
-    return bytes;
-}
-
 /// Hands out at most some bytes at a time.
 class Drops : public LumPalIo::InputStream_t::Impl {
 public:
@@ -171,8 +161,8 @@ TEST(SaxParser, ReadsTheEncodingsOfTheDeclarationAndOfTheMark) {
         {"a mark of UTF-8", "\xEF\xBB\xBF<a>\xC3\xA9</a>", "{<a>'\xC3\xA9'</a>}"},
         {"Latin 1", "<?xml version='1.0' encoding='ISO-8859-1'?><a>\xE9</a>", "{<a>'\xC3\xA9'</a>}"},
         {"ASCII", "<?xml version='1.0' encoding='US-ASCII'?><a>e</a>", "{<a>'e'</a>}"},
-        {"UTF-16, big end first", Utf16(wide, true), "{<a>'\xC3\xA9\xF0\x9F\x98\x80'</a>}"},
-        {"UTF-16, small end first", Utf16(wide, false), "{<a>'\xC3\xA9\xF0\x9F\x98\x80'</a>}"},
+        {"UTF-16, big end first", Utf16Bytes(wide, true), "{<a>'\xC3\xA9\xF0\x9F\x98\x80'</a>}"},
+        {"UTF-16, small end first", Utf16Bytes(wide, false), "{<a>'\xC3\xA9\xF0\x9F\x98\x80'</a>}"},
     });
 }
 

@@ -1,0 +1,27 @@
+/// @file
+/// A check that the parser library leaves out.
+#pragma once
+
+#include <cstddef>
+
+namespace LumPalXml {
+
+/// Looks for lead surrogates without a trail in documents in UTF-16: the library would take one
+/// together with whatever unit follows, markup included. Other documents pass.
+class Utf16Check {
+public:
+    /// Looks at the next bytes of a document.
+    /// @return how many of them are good: `length`, or fewer before a unit that breaks a pair
+    std::size_t Accept(const char* bytes, std::size_t length) noexcept;
+
+private:
+    enum class Kind { Unknown, Other, BigEndian, LittleEndian };
+    void Detect(unsigned char second) noexcept;
+    bool AcceptUnit(unsigned char second) noexcept;
+
+    Kind kind = Kind::Unknown;
+    bool isHalf = false, isLead = false;
+    unsigned char half = 0;
+};
+
+}  // namespace LumPalXml
