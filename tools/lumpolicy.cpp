@@ -84,7 +84,8 @@ int main(int argc, char** argv) {
     app.footer(kExitCodes);
     Global global;
     const std::vector<Entry> entries = AddCommands(app, global);
-    if (argv[1][0] != '-' && !app.get_subcommand_no_throw(argv[1])) {
+    const auto isNamed = [argv](CLI::App* command) { return command->check_name(argv[1]); };
+    if (argv[1][0] != '-' && app.get_subcommands(isNamed).empty()) {
         std::cerr << "lumpolicy: there is no command '" << argv[1] << "'\n" << kUsage;
         return lumtools::kWrongUsage;
     }

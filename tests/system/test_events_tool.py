@@ -120,19 +120,17 @@ class EventsTool(unittest.TestCase):
 
     def test_quiet_says_nothing_but_the_events(self):
         with Node() as node:
-            other = Listener(node, "--count", "1", "CHECK_POLICY:*")
             process = subprocess.Popen([TOOLS / "lumevents", "--quiet", "--root", str(node.root), "--count", "1", "*"],
                                        env={k: v for k, v in os.environ.items() if k != "LUM_ROOT"}, text=True,
                                        stdout=subprocess.PIPE, stderr=subprocess.PIPE)
             node.processes.append(process)
-            # The first event that the quiet one can have seen may be any: install until it has one.
+            # It does not say when it is registered: install until it has seen one.
             while process.poll() is None:
                 install(node)
                 subprocess.run([TOOLS / "lumpolicy", "remove", "--all"], env=node.environment(), capture_output=True)
             out, err = process.communicate(timeout=PATIENCE_S)
             self.assertEqual(err, "")
             self.assertEqual(len(out.splitlines()), 1)
-            self.assertEqual(other.end()[0], 0)
 
 
 if __name__ == "__main__":
