@@ -17,17 +17,17 @@ using AttributePtr = LumPalPtr::RefPtr_t<PolicyAttributeImpl>;
 namespace {
 
 const String_t& Enabled() {
-    static const String_t text("enabled");
+    static const String_t& text = *new String_t("enabled");  // never destroyed: threads may outlive it
     return text;
 }
 
 const String_t& Disabled() {
-    static const String_t text("disabled");
+    static const String_t& text = *new String_t("disabled");  // never destroyed: threads may outlive it
     return text;
 }
 
 const String_t& PlainText() {
-    static const String_t text("text/plain");
+    static const String_t& text = *new String_t("text/plain");  // never destroyed: threads may outlive it
     return text;
 }
 

@@ -27,8 +27,8 @@ using LumPalStr::String_t;
 using LumPalThread::MutexLock_t;
 
 LumPalThread::Mutex_t& CreationMutex() {
-    static LumPalThread::Mutex_t mutex;
-    return mutex;
+    static auto* mutex = new LumPalThread::Mutex_t;  // never destroyed, as the instance
+    return *mutex;
 }
 
 PolicyOperation* theInstance = nullptr;  // guarded by CreationMutex

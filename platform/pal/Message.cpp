@@ -53,7 +53,8 @@ void AppendDetails(String_t& out, const Message_t& message, unsigned flags, int 
 }  // namespace
 
 Message_t::Message_t() {
-    static const auto kEmpty = std::make_shared<const Impl>();
+    // Never destroyed: threads make messages until the process has ended.
+    static const auto& kEmpty = *new std::shared_ptr<const Impl>(std::make_shared<const Impl>());
     impl = kEmpty;
 }
 
