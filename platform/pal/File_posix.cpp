@@ -125,9 +125,11 @@ bool File_t::Sync() const {
     if (!native.IsUsable() || FaultAt("fsync", native.CStr())) return false;
     const int descriptor = open(native.CStr(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (descriptor < 0) return false;
-    const bool done = fsync(descriptor) == 0;
+    const int error = fsync(descriptor) == 0 ? 0 : errno;
     close(descriptor);
-    return done;
+    // Callers inside of the layer name the reason.
+    errno = error;
+    return error == 0;
 }
 
 File_t File_t::CreateTempFile(const String_t& prefix, const File_t& directory) {
