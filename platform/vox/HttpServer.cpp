@@ -224,7 +224,8 @@ public:
           core(core),
           thread(thread),
           tls(std::move(tls)),
-          stream(std::forward<StreamArguments>(arguments)...) {
+          stream(std::forward<StreamArguments>(arguments)...),
+          buffer(std::max<std::size_t>(core.limits.headerBytes, kBodyRead) + kFirstRead) {
         thread.sessions.insert(this);
     }
     ~Session() override { thread.sessions.erase(this); }
@@ -267,6 +268,7 @@ private:
     void OnContinueSent(error_code error, std::size_t);
     void ReadBody();
     void OnBodyBytes(error_code error, std::size_t count);
+    void ParseBody();
     void Serve();
     void Refuse(unsigned status, std::string_view reason);
     void RefuseFor(error_code error);
@@ -284,7 +286,7 @@ private:
     Stream stream;
     HttpPeer peer;
     Phase phase = Phase::Opening;
-    beast::flat_buffer buffer;
+    beast::flat_buffer buffer;  ///< bounded, since a chunk's extension is kept whole until its end
     HeaderScan scan;
     std::size_t scanned = 0;
     bool mayBeginEmpty = true;
@@ -460,7 +462,7 @@ void Session<Stream>::BeginBody(bool sendContinue) {
     parser->eager(true);
     phaseStart = Clock::now();
     moved = 0;
-    if (!sendContinue || buffer.size() > 0) return ReadBody();
+    if (!sendContinue || buffer.size() > 0) return ParseBody();
     Tcp().expires_after(core.limits.writeTime);
     net::async_write(stream, net::const_buffer(kContinue, sizeof kContinue - 1), Then(&Session::OnContinueSent));
 }
@@ -473,18 +475,28 @@ void Session<Stream>::OnContinueSent(error_code error, std::size_t) {
 
 template <class Stream>
 void Session<Stream>::ReadBody() {
-    if (parser->is_done()) return Serve();
-    buffer.reserve(kBodyRead);
+    const std::size_t room = std::min(kBodyRead, buffer.max_size() - buffer.size());
+    if (room == 0) return Refuse(431, "A chunk's extension or the trailer is too large.");
     Tcp().expires_at(phaseStart + core.limits.WithBytes(core.limits.bodyTime, moved));
-    http::async_read_some(stream, buffer, *parser, Then(&Session::OnBodyBytes));
+    stream.async_read_some(buffer.prepare(room), Then(&Session::OnBodyBytes));
 }
 
 template <class Stream>
 void Session<Stream>::OnBodyBytes(error_code error, std::size_t count) {
+    if (error) return Drop();
+    buffer.commit(count);
     moved += count;
-    if (error) return RefuseFor(error);
     // Tiny chunks with long extensions: the body stays small while the wire carries without end.
     if (moved > 4 * core.limits.bodyBytes + (1u << 20)) return Refuse(413, "The body is too large.");
+    ParseBody();
+}
+
+template <class Stream>
+void Session<Stream>::ParseBody() {
+    error_code error;
+    while (buffer.size() > 0 && !parser->is_done() && !error) buffer.consume(parser->put(buffer.data(), error));
+    if (error && error != http::error::need_more) return RefuseFor(error);
+    if (parser->is_done()) return Serve();
     ReadBody();
 }
 
@@ -501,11 +513,8 @@ void Session<Stream>::Serve() {
 template <class Stream>
 void Session<Stream>::RefuseFor(error_code error) {
     if (error == http::error::body_limit) return Refuse(413, "The body is too large.");
-    if (error == http::error::header_limit || error == http::error::buffer_overflow)
-        return Refuse(431, "The header is too large.");
+    if (error == http::error::header_limit) return Refuse(431, "The header is too large.");
     if (error == boost::system::errc::not_enough_memory) return Refuse(503, "Too many large requests at once.");
-    const bool cut = error == http::error::partial_message || error == http::error::end_of_stream;
-    if (cut || error.category() != http::make_error_code(http::error::bad_value).category()) return Drop();
     Refuse(400, "The message is malformed.");
 }
 
