@@ -29,10 +29,8 @@ public:
     friend constexpr bool operator==(UTF16CodePoint_t a, UTF16CodePoint_t b) noexcept { return a.unit == b.unit; }
     /// With a character literal or a number; without it the comparison of texts would stand in the way.
     template <class Number>
-        requires std::is_integral_v<Number>
-    friend constexpr bool operator==(UTF16CodePoint_t a, Number b) noexcept {
-        return a.unit == b;
-    }
+    requires std::is_integral_v<Number>
+    friend constexpr bool operator==(UTF16CodePoint_t a, Number b) noexcept { return a.unit == b; }
 
 private:
     char16_t unit;

@@ -1,6 +1,8 @@
 #include "StringFold.h"
 
+#include <unicode/uchar.h>
 #include <unicode/ustring.h>
+#include <unicode/utf16.h>
 
 #include <cstring>
 #include <limits>

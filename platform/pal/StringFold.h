@@ -2,9 +2,6 @@
 /// Case folding of single units, the same in every locale.
 #pragma once
 
-#include <unicode/uchar.h>
-#include <unicode/utf16.h>
-
 #include <array>
 #include <cstddef>
 #include <cstdint>

@@ -28,7 +28,7 @@ def owner(path):
 
 
 def main():
-    files = [path for folder in OURS for path in sorted(folder.rglob("*")) if path.suffix in (".h", ".cpp")]
+    files = [path for folder in OURS for path in sorted(folder.rglob("*")) if path.suffix in (".h", ".cpp", ".def")]
     by_name = {}
     for path in files:
         by_name.setdefault(path.name, []).append(path)
