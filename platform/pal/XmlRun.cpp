@@ -51,12 +51,20 @@ BorrowedScratch::~BorrowedScratch() {
     spareScratch = std::move(scratch);
 }
 
+XML_ParserStruct* Run::NewParser() {
+    const MemoryBudget::Scope charged(&budget);
+    const XML_Memory_Handling_Suite memory{&MemoryBudget::Allocate, &MemoryBudget::Reallocate, &MemoryBudget::Free};
+    const XML_Char separator[] = {NameSeparator, 0};
+    return XML_ParserCreate_MM(nullptr, &memory, separator);
+}
+
 void Run::ParserCloser::operator()(XML_ParserStruct* parser) const noexcept {
+    const MemoryBudget::Scope nobody(nullptr);
     XML_ParserFree(parser);
 }
 
 Run::Run(const ReaderSettings& settings, const InputSource_t& source)
-    : settings(settings), source(source), parser(XML_ParserCreateNS(nullptr, NameSeparator)) {
+    : settings(settings), source(source), parser(NewParser()) {
     if (!parser) throw std::bad_alloc();
     XML_SetBillionLaughsAttackProtectionMaximumAmplification(parser.get(), LargestAmplification);
     XML_SetBillionLaughsAttackProtectionActivationThreshold(parser.get(), FreeAmplification);
@@ -83,10 +91,12 @@ void Run::Parse() {
 }
 
 bool Run::Feed() {
+    const MemoryBudget::Scope charged(&budget);
     block = FirstBlock(source.GetStream());
     for (bool last = false; !last;) {
+        budget.AllowFor(bytesRead + block);
         char* const target = static_cast<char*>(XML_GetBuffer(parser.get(), static_cast<int>(block)));
-        if (!target) throw std::bad_alloc();
+        if (!target) return false;
         const std::size_t count = Fill(target, block);
         const std::size_t good = utf16.Accept(target, count);
         last = count < block && good == count;
@@ -144,6 +154,7 @@ void Run::Refuse(const char* reason) {
 
 void Run::Report() {
     const XML_Error code = XML_GetErrorCode(parser.get());
+    if (!refusal && budget.IsExceeded()) Refuse("its names and tokens need too much memory");
     if (!refusal && code == XML_ERROR_NO_MEMORY) throw std::bad_alloc();
     const int line = refusal ? refusalLine : GetLineNumber();
     const int column = refusal ? refusalColumn : GetColumnNumber();

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "LumPalXml.h"
+#include "XmlMemory.h"
 #include "XmlNames.h"
 #include "XmlUtf16.h"
 
@@ -68,6 +69,7 @@ private:
     LumPalStr::String_t GetPublicId() const override { return source.GetPublicId(); }
     LumPalStr::String_t GetSystemId() const override { return source.GetSystemId(); }
 
+    XML_ParserStruct* NewParser();
     bool Feed();
     std::size_t Fill(char* target, std::size_t length);
     bool CheckToken();
@@ -81,6 +83,7 @@ private:
     const ReaderSettings& settings;
     const InputSource_t& source;
     BorrowedScratch scratch;
+    MemoryBudget budget;
     std::unique_ptr<XML_ParserStruct, ParserCloser> parser;
     std::exception_ptr thrown;
     const char* refusal = nullptr;

@@ -200,6 +200,17 @@ TEST(SaxErrors, ATagLongerThanTheBoundIsRefused) {
     EXPECT_TRUE(Mentions(ErrorOf("<a xmlns:p='" + std::string(5000, 'x') + "'/>"), "longer than 4096 bytes"));
 }
 
+TEST(SaxErrors, ADocumentOfDifferentNamesAloneIsRefusedBeforeItsTablesOutgrowIt) {
+    std::string elements = "<a>", attributes = "<a>";
+    for (int i = 0; i < 1000000; ++i) {
+        elements += "<e" + std::to_string(i) + "/>";
+        attributes += "<e k" + std::to_string(i) + "=''/>";
+    }
+    for (const std::string& document : {elements + "</a>", attributes + "</a>"}) {
+        EXPECT_TRUE(Mentions(ErrorOf(document), "need too much memory"));
+    }
+}
+
 TEST(SaxErrors, ADocumentTypeIsRefusedOnlyWhenAsked) {
     for (const char* document :
          {"<!DOCTYPE a><a/>", "<!DOCTYPE a SYSTEM 's'><a/>", "<!DOCTYPE a [<!ENTITY e 'x'>]><a/>"}) {
