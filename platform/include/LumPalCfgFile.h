@@ -1,5 +1,10 @@
 /// @file
 /// The text form of a configuration group.
+///
+/// UTF-8 lines; LF or CR LF ends one, blanks and tabs at its ends and around names and values do not count.
+/// "# ..." is a comment, "[namespace]" begins a namespace, "name=value" is an attribute of it; of attributes with
+/// the same name the last one counts. Escapes: \\ \n \r \t \s (blank) \= \[ \# and \uXXXX (a UTF-16 unit).
+/// Names are not empty and hold no control characters, values hold anything.
 #pragma once
 
 #include "LumPalConfig.h"

@@ -45,7 +45,7 @@ public:
     LumPalStr::String_t GetValue(const LumPalStr::String_t& uri, const LumPalStr::String_t& localName) const;
 };
 
-/// Where the parser stands.
+/// Where the parser stands; valid only while Parse runs. Lines and columns count from 1.
 class LUMPAL_API Locator_i {
 public:
     virtual ~Locator_i();
@@ -86,7 +86,8 @@ public:
 class LUMPAL_API EntityResolver_i {
 public:
     virtual ~EntityResolver_i();
-    /// Told of every external entity. Nothing external is ever read: the result is not used.
+    /// Told of the external subset and of each reference to an external entity. Nothing external is ever read:
+    /// the result is not used, and the content handler gets SkippedEntity.
     virtual InputSource_t ResolveEntity(const LumPalStr::String_t& publicId, const LumPalStr::String_t& systemId) = 0;
 };
 class LUMPAL_API ErrorHandler_i {
@@ -161,7 +162,10 @@ public:
     void SetRefuseDoctype(bool refuse);
     /// Most open elements allowed (default 100,000); more is a SAXParseException_t.
     void SetDepthLimit(std::uint32_t limit);
-    /// Parses the whole source. Nothing external is read; entity expansion is bounded.
+    /// Parses the whole source. Nothing external is read. A document is refused when its entities and attribute
+    /// defaults bring more than its own size again and 1 MiB, when it declares more than 1,000 entities, when one
+    /// tag, comment or declaration is longer than 8 MiB, or the name of a namespace longer than 4,096 bytes.
+    /// Texts between tags may have any length.
     /// Errors go to the error handler (FatalError, after which Parse returns if the handler did);
     /// without one Parse throws SAXParseException_t. What a handler throws leaves Parse unchanged.
     void Parse(const InputSource_t& source);
@@ -178,9 +182,12 @@ class LUMPAL_API SAXParser_t : public SAX::XMLReader_t {};
 
 /// Writes one well-formed document. A handle; null when default-constructed. One thread at a time.
 ///
-/// The declaration with the encoding is written before the first tag. An element without content is
+/// UTF-8 is the only encoding. The declaration with the encoding is written before the first tag. An element without content is
 /// written as <name></name>. Data escapes & < > and CR; a character that XML 1.0 cannot carry is
-/// refused with LumPalMsg::IllegalArgumentError_t, and so is a name that is no XML name.
+/// refused with LumPalMsg::IllegalArgumentError_t, and so are a name that is no XML name, a prefix that is not
+/// declared when its tag ends, and an attribute that comes twice; a call that has no place (text outside the
+/// root, a second root, any call on a null or closed writer) with LumPalMsg::IllegalStateError_t. Nothing of a
+/// refused call is written. A writer that goes without Close leaves the document unfinished.
 class LUMPAL_API XmlWriter_t {
 public:
     /// A value with chaining setters.
