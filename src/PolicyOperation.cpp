@@ -223,6 +223,7 @@ void PolicyOperation::CreateFile(const File_t& directory, const String_t& name, 
         out.Write(currentPolicy);
     } else {
         CopyBytes(stream, out, length);
+        out.Sync();  // it takes its place by a rename: after a crash there must be no empty file under its name
     }
     out.Close();
 }

@@ -52,7 +52,8 @@ void PolicyWriter::Write(const String_t& oldId) {
 
     Rewrite();
     input.Close();
-    // What was rewritten has been flushed by now, so that a full disk does not cost the old document.
+    // What was rewritten is on the disk by now, so that neither a full disk nor a crash costs the old document.
+    fileStream.Sync();
     DirectoryImpl::DeleteFile(oldFile);
     bufferedStream.Close();
     DeleteFormerFile(typeName, oldId);

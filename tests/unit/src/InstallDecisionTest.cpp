@@ -1,0 +1,407 @@
+// Whether an arriving policy may replace what is installed, and what it takes over.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Exceptions.h"
+#include "Files.h"
+#include "PolicyNode.h"
+
+namespace LumConf {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+namespace fs = std::filesystem;
+
+/// The policy that stands on the node in these tests.
+TestPolicy Installed() {
+    TestPolicy policy;
+    policy.id = "a";
+    policy.version = "5";
+    policy.owner = "me";
+    policy.status = "disabled";
+    policy.categories = {"old2", "old1"};
+    policy.attributes = {{"old", "2"}, {"old", "1"}};
+    policy.data = {{"old.txt", "old data"}, {"both.txt", "old both"}};
+    return policy;
+}
+
+/// The one that comes.
+TestPolicy Arriving() {
+    TestPolicy policy;
+    policy.id = "a";
+    policy.version = "6";
+    policy.owner = "me";
+    policy.status = "enabled";
+    policy.categories = {"new"};
+    policy.attributes = {{"new", "1"}};
+    policy.data = {{"new.txt", "new data"}, {"both.txt", "new both"}};
+    return policy;
+}
+
+std::string Describe(const PolicyHeader& header) {
+    std::string text =
+        header.GetVersion().ToUtf8() + "," + header.GetOwner().ToUtf8() + "," + header.GetStatus().ToUtf8() + ",";
+    for (int i = 0; i < header.GetCategoryCount(); ++i) text += header.GetCategory(i).ToUtf8() + " ";
+    text += ",";
+    for (int i = 0; i < header.GetAttributesCount(); ++i) {
+        text += header.GetAttribute(i).GetName().ToUtf8() + "=" + header.GetAttribute(i).GetValue().ToUtf8() + " ";
+    }
+    return text;
+}
+
+class InstallDecisionTest : public testing::Test {
+protected:
+    /// Cache and store say the same of the policy.
+    std::string Result(const char* id = "a") {
+        const std::string cached = Describe(node.Get(id));
+        node->ReinitCache("tester");
+        EXPECT_EQ(Describe(node.Get(id)), cached);
+        return cached;
+    }
+    void ExpectUntouched() {
+        EXPECT_EQ(Result(), "5,me,disabled,old2 old1 ,old=2 old=1 ");
+        EXPECT_THAT(node.Installed(), ElementsAre("files/a_header.xml", "files/both.txt", "files/old.txt"));
+        EXPECT_EQ(node.InstalledContent("files/both.txt"), "old both");
+        EXPECT_THAT(node.Incoming(), IsEmpty());
+    }
+    PolicyNode node;
+};
+
+struct UpdateRow {
+    const char* what;
+    void (*change)(TestPolicy& installed, TestPolicy& arriving);
+    void (*set)(InstallOptions&);
+    const char* result;
+};
+
+void Nothing(TestPolicy&, TestPolicy&) {}
+
+const UpdateRow kUpdates[] = {
+    {"status, categories and attributes of the installed policy stay", Nothing, [](InstallOptions&) {},
+     "6,me,disabled,old2 old1 ,old=2 old=1 "},
+    {"a status without force changes nothing", Nothing, [](InstallOptions& o) { o.SetEnabled(); },
+     "6,me,disabled,old2 old1 ,old=2 old=1 "},
+    {"an enabled policy stays enabled under the status disabled without force",
+     [](TestPolicy& installed, TestPolicy&) { installed.status = "enabled"; },
+     [](InstallOptions& o) { o.SetDisabled(); }, "6,me,enabled,old2 old1 ,old=2 old=1 "},
+    {"an installed status that is neither counts as disabled",
+     [](TestPolicy& installed, TestPolicy&) { installed.status = "Enabled"; }, [](InstallOptions&) {},
+     "6,me,disabled,old2 old1 ,old=2 old=1 "},
+    {"a forced status enables", Nothing, [](InstallOptions& o) { o.ForceState().SetEnabled(); },
+     "6,me,enabled,old2 old1 ,old=2 old=1 "},
+    {"a forced status disables", [](TestPolicy& installed, TestPolicy&) { installed.status = "enabled"; },
+     [](InstallOptions& o) { o.ForceState().SetDisabled(); }, "6,me,disabled,old2 old1 ,old=2 old=1 "},
+    {"a forced status that is not given disables",
+     [](TestPolicy& installed, TestPolicy&) { installed.status = "enabled"; },
+     [](InstallOptions& o) { o.ForceState(); }, "6,me,disabled,old2 old1 ,old=2 old=1 "},
+    {"forced categories are those of the arriving policy with its changes", Nothing,
+     [](InstallOptions& o) { o.SetForceCat(true).SetAddCategory("added"); }, "6,me,disabled,new added ,old=2 old=1 "},
+    {"changed categories are lost without force", Nothing, [](InstallOptions& o) { o.SetAddCategory("added"); },
+     "6,me,disabled,old2 old1 ,old=2 old=1 "},
+    {"changed categories survive where nothing is to be taken over",
+     [](TestPolicy& installed, TestPolicy&) { installed.categories.clear(); },
+     [](InstallOptions& o) { o.SetAddCategory("added"); }, "6,me,disabled,new added ,old=2 old=1 "},
+    {"forced attributes are those of the arriving policy with its changes", Nothing,
+     [](InstallOptions& o) { o.SetForceAttr(true).SetAddAttribute("added", "1"); },
+     "6,me,disabled,old2 old1 ,new=1 added=1 "},
+    {"changed attributes survive where nothing is to be taken over",
+     [](TestPolicy& installed, TestPolicy&) { installed.attributes.clear(); },
+     [](InstallOptions& o) { o.SetAddAttribute("added", "1"); }, "6,me,disabled,old2 old1 ,new=1 added=1 "},
+    {"an owner may take a policy that has none", [](TestPolicy& installed, TestPolicy&) { installed.owner = ""; },
+     [](InstallOptions&) {}, "6,me,disabled,old2 old1 ,old=2 old=1 "},
+    {"a forced owner replaces the owner", [](TestPolicy&, TestPolicy& arriving) { arriving.owner = "you"; },
+     [](InstallOptions& o) { o.SetForceOwner(true); }, "6,you,disabled,old2 old1 ,old=2 old=1 "},
+    {"an owner from the options may match", [](TestPolicy&, TestPolicy& arriving) { arriving.owner = "you"; },
+     [](InstallOptions& o) { o.SetOwner("me"); }, "6,me,disabled,old2 old1 ,old=2 old=1 "},
+    {"a lower version may come when nobody looks", [](TestPolicy&, TestPolicy& arriving) { arriving.version = "4"; },
+     [](InstallOptions&) {}, "4,me,disabled,old2 old1 ,old=2 old=1 "},
+    {"a higher version may come", Nothing, [](InstallOptions& o) { o.SetCheckVersion(true); },
+     "6,me,disabled,old2 old1 ,old=2 old=1 "},
+    {"a version with more text is higher", [](TestPolicy&, TestPolicy& arriving) { arriving.version = "5.0"; },
+     [](InstallOptions& o) { o.SetCheckVersion(true); }, "5.0,me,disabled,old2 old1 ,old=2 old=1 "},
+    {"force replaces everything without a check",
+     [](TestPolicy&, TestPolicy& arriving) {
+         arriving.owner = "you";
+         arriving.version = "1";
+     },
+     [](InstallOptions& o) { o.SetForceAll(true).SetCheckVersion(true); }, "1,you,enabled,new ,new=1 "},
+    {"force with changes and a status", Nothing,
+     [](InstallOptions& o) { o.SetForceAll(true).SetDisabled().SetAddCategory("added").RemoveOwner(); },
+     "6,,disabled,new added ,new=1 "},
+};
+
+TEST_F(InstallDecisionTest, AnUpdateTakesOverWhatTheOptionsLeaveToTheInstalledPolicy) {
+    for (const UpdateRow& row : kUpdates) {
+        SCOPED_TRACE(row.what);
+        TestPolicy installed = Installed();
+        TestPolicy arriving = Arriving();
+        row.change(installed, arriving);
+        InstallOptions options;
+        row.set(options);
+        node.Install(installed);
+        node.Install(arriving, options);
+        EXPECT_EQ(Result(), row.result);
+        EXPECT_THAT(node.Installed(), ElementsAre("files/a_header.xml", "files/both.txt", "files/new.txt"));
+        EXPECT_EQ(node.InstalledContent("files/both.txt"), "new both");
+        EXPECT_THAT(node.Incoming(), IsEmpty());
+        EXPECT_THAT(node.Temporary(), IsEmpty());
+        node.Remove(Selection());
+    }
+}
+
+struct RefusalRow {
+    const char* what;
+    void (*change)(TestPolicy& arriving);
+    void (*set)(InstallOptions&);
+    unsigned id;
+    const char* text;
+};
+
+const RefusalRow kRefusals[] = {
+    {"another type", [](TestPolicy& p) { p.type = "other"; }, [](InstallOptions&) {}, 606,
+     "Policy with id 'a', name 'Backup' and type name 'other' is already installed with a different type name "
+     "'files'."},
+    {"another type is said before another owner",
+     [](TestPolicy& p) {
+         p.type = "other";
+         p.owner = "you";
+     },
+     [](InstallOptions&) {}, 606, "different type name"},
+    {"another type, though owner, categories and attributes are forced", [](TestPolicy& p) { p.type = "other"; },
+     [](InstallOptions& o) { o.SetForceOwner(true).SetForceCat(true).SetForceAttr(true).ForceState(); }, 606,
+     "different type name"},
+    {"another owner", [](TestPolicy& p) { p.owner = "you"; }, [](InstallOptions&) {}, 104,
+     "The owner 'you' does not match with the owner 'me' of the installed policy 'files:Backup'."},
+    {"no owner over an owner", [](TestPolicy& p) { p.owner = ""; }, [](InstallOptions&) {}, 104, "The owner ''"},
+    {"an owner in other letters", [](TestPolicy& p) { p.owner = "Me"; }, [](InstallOptions&) {}, 104, "The owner 'Me'"},
+    {"an owner taken away by the options", [](TestPolicy&) {}, [](InstallOptions& o) { o.RemoveOwner(); }, 104,
+     "The owner ''"},
+    {"another owner is said before the version",
+     [](TestPolicy& p) {
+         p.owner = "you";
+         p.version = "1";
+     },
+     [](InstallOptions& o) { o.SetCheckVersion(true); }, 104, "The owner"},
+    {"an equal version", [](TestPolicy& p) { p.version = "5"; }, [](InstallOptions& o) { o.SetCheckVersion(true); },
+     105, "The policy version '5' is lower or equal than version '5' of the installed policy 'Backup:files'."},
+    {"a lower version", [](TestPolicy& p) { p.version = "4.9"; }, [](InstallOptions& o) { o.SetCheckVersion(true); },
+     105, "'4.9'"},
+    {"a version that is higher as a number only", [](TestPolicy& p) { p.version = "10"; },
+     [](InstallOptions& o) { o.SetCheckVersion(true); }, 105, "'10'"},
+    {"no version", [](TestPolicy& p) { p.version = ""; },
+     [](InstallOptions& o) { o.SetCheckVersion(true).SetForceOwner(true); }, 105, "''"},
+};
+
+TEST_F(InstallDecisionTest, ARefusedUpdateLeavesTheInstalledPolicyUntouched) {
+    node.Install(Installed());
+    for (const RefusalRow& row : kRefusals) {
+        SCOPED_TRACE(row.what);
+        TestPolicy arriving = Arriving();
+        row.change(arriving);
+        InstallOptions options;
+        row.set(options);
+        const CaughtFailure failure = FailureOf<PolicyException>([&] { node.Install(arriving, options); });
+        EXPECT_EQ(failure.id, row.id);
+        EXPECT_NE(failure.text.find(row.text), std::string::npos) << failure.text;
+        ExpectUntouched();
+    }
+    EXPECT_EQ(node.Audited("could not be installed"), static_cast<int>(std::size(kRefusals)));
+}
+
+TEST_F(InstallDecisionTest, RefusalsForOwnerAndVersionHaveClassesOfTheirOwn) {
+    node.Install(Installed());
+    TestPolicy arriving = Arriving();
+    arriving.owner = "you";
+    EXPECT_THROW(node.Install(arriving), PolicyOwnerError);
+    arriving = Arriving();
+    arriving.version = "5";
+    EXPECT_THROW(node.Install(arriving, InstallOptions().SetCheckVersion(true)), PolicyVersionError);
+}
+
+TEST_F(InstallDecisionTest, VersionTenIsBelowVersionNine) {
+    TestPolicy installed = Installed();
+    installed.version = "9";
+    node.Install(installed);
+    TestPolicy arriving = Arriving();
+    arriving.version = "10";
+    EXPECT_EQ(FailureOf<PolicyVersionError>([&] { node.Install(arriving, InstallOptions().SetCheckVersion(true)); }).id,
+              105u);
+}
+
+TEST_F(InstallDecisionTest, ANewBuildUnderAnotherIdReplacesThePolicyOfItsNameAndType) {
+    node.Install(Installed());
+    TestPolicy arriving = Arriving();
+    arriving.id = "b";
+    node.Install(arriving);
+    EXPECT_EQ(node.Ids(), "b");
+    EXPECT_EQ(Result("b"), "6,me,disabled,old2 old1 ,old=2 old=1 ");
+    EXPECT_THAT(node.Installed(), ElementsAre("files/b_header.xml", "files/both.txt", "files/new.txt"));
+}
+
+TEST_F(InstallDecisionTest, ANewBuildUnderAnotherIdIsHeldToOwnerAndVersionToo) {
+    node.Install(Installed());
+    TestPolicy arriving = Arriving();
+    arriving.id = "b";
+    arriving.owner = "you";
+    EXPECT_THROW(node.Install(arriving), PolicyOwnerError);
+    arriving.owner = "me";
+    arriving.version = "5";
+    EXPECT_THROW(node.Install(arriving, InstallOptions().SetCheckVersion(true)), PolicyVersionError);
+    ExpectUntouched();
+}
+
+TEST_F(InstallDecisionTest, ForceReplacesAPolicyOfTheSameNameAndTypeUnderAnotherId) {
+    node.Install(Installed());
+    TestPolicy arriving = Arriving();
+    arriving.id = "b";
+    arriving.owner = "you";
+    node.Install(arriving, InstallOptions().SetForceAll(true));
+    EXPECT_EQ(Result("b"), "6,you,enabled,new ,new=1 ");
+    EXPECT_THAT(node.Installed(), ElementsAre("files/b_header.xml", "files/both.txt", "files/new.txt"));
+}
+
+TEST_F(InstallDecisionTest, ForceMovesAPolicyToAnotherTypeAndTheOldTypesEmptyFolderGoes) {
+    node.Install(Installed());
+    TestPolicy arriving = Arriving();
+    arriving.type = "other";
+    node.Install(arriving, InstallOptions().SetForceAll(true));
+    EXPECT_EQ(node.Ids(), "a");
+    EXPECT_THAT(node.Installed(), ElementsAre("other/a_header.xml", "other/both.txt", "other/new.txt"));
+    EXPECT_FALSE(fs::exists(node.InstallFolder() + "/files"));
+    EXPECT_FALSE(node->IsPolicyTypeNameInstalled("files"));
+}
+
+TEST_F(InstallDecisionTest, ForceLeavesTheOldTypesFolderWhileAnotherPolicyOfTheTypeRemains) {
+    node.Install(Installed());
+    TestPolicy stays;
+    stays.id = "stays";
+    stays.name = "Another";
+    node.Install(stays);
+    TestPolicy arriving = Arriving();
+    arriving.type = "other";
+    node.Install(arriving, InstallOptions().SetForceAll(true));
+    EXPECT_EQ(node.Installed().count("files/stays_header.xml"), 1u);
+    EXPECT_EQ(node.Installed().count("files/a_header.xml"), 0u);
+    EXPECT_EQ(node.Ids(), "a stays");
+}
+
+TEST_F(InstallDecisionTest, ForceOfANewPolicyInstallsIt) {
+    node.Install(Arriving(), InstallOptions().SetForceAll(true));
+    EXPECT_EQ(Result(), "6,me,enabled,new ,new=1 ");
+}
+
+TEST_F(InstallDecisionTest, AnUpdateOfAPolicyWhoseFilesAreGoneWritesThemAgain) {
+    node.Install(Installed());
+    fs::remove_all(node.InstallFolder() + "/files");
+    node.Install(Arriving());
+    EXPECT_THAT(node.Installed(), ElementsAre("files/a_header.xml", "files/both.txt", "files/new.txt"));
+}
+
+TEST_F(InstallDecisionTest, OldDataThatCannotBeDeletedIsMovedAway) {
+    node.Install(Installed());
+    fs::remove(node.InstallFolder() + "/files/old.txt");
+    WriteText(node.InstallFolder() + "/files/old.txt/in the way");
+    node.Install(Arriving());
+    EXPECT_EQ(Result(), "6,me,disabled,old2 old1 ,old=2 old=1 ");
+}
+
+TEST_F(InstallDecisionTest, OldDataOutsideItsFolderIsNotTouched) {
+    WriteText(node.Root().Native() + "/victim", "keep");
+    TestPolicy installed = Installed();
+    installed.data = {{"../../victim", "x"}};
+    WriteText(node.InstallFolder() + "/files/a_header.xml", installed.Document());
+    node->ReinitCache("tester");
+    node.Install(Arriving());
+    EXPECT_EQ(PolicyNode::Content(node.Root().Native() + "/victim"), "keep");
+    EXPECT_THAT(node.Installed(), ElementsAre("files/a_header.xml", "files/both.txt", "files/new.txt"));
+}
+
+// A type that may have one policy only
+
+struct LimitRow {
+    const char* list;
+    bool limited;
+};
+
+const LimitRow kLimits[] = {
+    {"", false},         {"other", false}, {"file", false}, {"files", true}, {"other files more", true},
+    {"allfiles2", true}, {"FILES", false},
+};
+
+TEST_F(InstallDecisionTest, ATypeIsLimitedWhenItsNameOccursAnywhereInTheList) {
+    TestPolicy second = Arriving();
+    second.id = "b";
+    second.name = "Second";
+    for (const LimitRow& row : kLimits) {
+        SCOPED_TRACE(row.list);
+        Configure("conf.server", "NOMULTIPLEPOLICIES", row.list);
+        node.Install(Installed());
+        const CaughtFailure failure = FailureOf<NoMultiplePoliciesException>([&] { node.Install(second); });
+        EXPECT_EQ(failure.id, row.limited ? 678u : 0u);
+        EXPECT_EQ(node.Ids(), row.limited ? "a" : "a b");
+        if (row.limited) ExpectUntouched();
+        // The installed policies have a data file in common, so that one of the two finds it gone.
+        try {
+            node.Remove(Selection());
+        } catch (const PolicyException&) {
+        }
+    }
+}
+
+TEST_F(InstallDecisionTest, TheRefusalOfASecondPolicyNamesTheType) {
+    Configure("conf.server", "NOMULTIPLEPOLICIES", "files");
+    node.Install(Installed());
+    TestPolicy second = Arriving();
+    second.id = "b";
+    second.name = "Second";
+    const CaughtFailure failure = FailureOf<NoMultiplePoliciesException>([&] { node.Install(second); });
+    EXPECT_NE(failure.text.find("Policy of the type 'files' is already installed and is limited to NOMULTIPLEPOLICIES"),
+              std::string::npos);
+}
+
+TEST_F(InstallDecisionTest, TheOnePolicyOfALimitedTypeMayBeUpdatedAlsoUnderAnotherId) {
+    Configure("conf.server", "NOMULTIPLEPOLICIES", "files");
+    node.Install(Installed());
+    node.Install(Arriving());
+    TestPolicy other = Arriving();
+    other.id = "b";
+    node.Install(other);
+    EXPECT_EQ(node.Ids(), "b");
+}
+
+TEST_F(InstallDecisionTest, ForceRemovesTheOthersOfALimitedTypeFirstAndTellsAtOnce) {
+    PolicyListener listener;
+    TestPolicy third;
+    third.id = "c";
+    third.name = "Third";
+    node.Install(Installed());
+    node.Install(third);
+    node->Notify("tester");
+    listener.Heard();
+    Configure("conf.server", "NOMULTIPLEPOLICIES", "files");
+    TestPolicy second = Arriving();
+    second.id = "b";
+    second.name = "Second";
+    node.Install(second, InstallOptions().SetForceAll(true));
+    EXPECT_EQ(node.Ids(), "b");
+    EXPECT_THAT(node.Installed(), ElementsAre("files/b_header.xml", "files/both.txt", "files/new.txt"));
+    EXPECT_THAT(listener.Heard(), ElementsAre("REMOVE_POLICY:files a c", "LAST_POLICY:files "));
+    node->Notify("tester");
+    EXPECT_THAT(listener.Heard(), ElementsAre("FIRST_POLICY:files ", "CHECK_POLICY:files b"));
+}
+
+TEST_F(InstallDecisionTest, AnOtherPolicyOfALimitedTypeThatCannotBeRemovedWhollyFailsTheInstall) {
+    node.Install(Installed());
+    fs::remove(node.InstallFolder() + "/files/old.txt");
+    Configure("conf.server", "NOMULTIPLEPOLICIES", "files");
+    TestPolicy second = Arriving();
+    second.id = "b";
+    second.name = "Second";
+    EXPECT_EQ(FailureOf<PolicyException>([&] { node.Install(second, InstallOptions().SetForceAll(true)); }).id, 112u);
+    EXPECT_EQ(node.Ids(), "");
+    EXPECT_THAT(node.Incoming(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace LumConf

@@ -1,0 +1,359 @@
+// What an install does with a policy that is accepted: unpacking, options, places, books, notifications.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "Exceptions.h"
+#include "Files.h"
+#include "LumPalXml.h"
+#include "PolicyNode.h"
+#include "TraceLines.h"
+
+namespace LumConf {
+namespace {
+
+using LumPalStr::String_t;
+using testing::ElementsAre;
+using testing::IsEmpty;
+namespace fs = std::filesystem;
+
+TestPolicy Policy(const std::string& id) {
+    TestPolicy policy;
+    policy.id = id;
+    policy.name = "name of " + id;
+    policy.data = {{id + ".one", "1 of " + id}, {id + ".two", "2 of " + id}};
+    return policy;
+}
+
+std::string Categories(const PolicyHeader& header) {
+    std::string all;
+    for (int i = 0; i < header.GetCategoryCount(); ++i) all += header.GetCategory(i).ToUtf8() + ";";
+    return all;
+}
+
+std::string Attributes(const PolicyHeader& header) {
+    std::string all;
+    for (int i = 0; i < header.GetAttributesCount(); ++i) {
+        const PolicyAttribute attribute = header.GetAttribute(i);
+        all += attribute.GetName().ToUtf8() + "=" + attribute.GetValue().ToUtf8() + ";";
+    }
+    return all;
+}
+
+class InstallTest : public testing::Test {
+protected:
+    /// The header as a new start reads it from the store.
+    PolicyHeader Stored(const char* id) {
+        node->ReinitCache("tester");
+        return node.Get(id);
+    }
+    PolicyNode node;
+};
+
+TEST_F(InstallTest, ANewPolicyTakesItsPlaceAndLeavesNothingElsewhere) {
+    node.Install(Policy("a"));
+    EXPECT_THAT(node.Installed(), ElementsAre("files/a.one", "files/a.two", "files/a_header.xml"));
+    EXPECT_EQ(node.InstalledContent("files/a.one"), "1 of a");
+    EXPECT_THAT(node.Incoming(), IsEmpty());
+    EXPECT_THAT(node.Temporary(), IsEmpty());
+    EXPECT_EQ(node.Ids(), "a");
+    EXPECT_EQ(node.Audited("Success Audit: INSTALL: Policy (name: 'name of a', id: 'a') was successfully installed."
+                           " Calling system: 'tester'"),
+              1);
+}
+
+TEST_F(InstallTest, WhatIsInstalledRestsReadOnly) {
+    node.Install(Policy("a"));
+    for (const std::string& file : node.Installed())
+        EXPECT_EQ(ModeOf(node.InstallFolder() + "/" + file), 0440u) << file;
+}
+
+TEST_F(InstallTest, ANewPolicyKeepsTheStatusOfItsDocumentAndIsToldWithItsType) {
+    PolicyListener listener;
+    TestPolicy policy = Policy("a");
+    policy.status = "disabled";
+    InstallOptions options;
+    node->Install("tester", policy.Array(), options);
+    EXPECT_THAT(listener.Heard(), ElementsAre("FIRST_POLICY:files ", "CHECK_POLICY:files a"));
+    EXPECT_TRUE(Stored("a").IsDisabled());
+}
+
+TEST_F(InstallTest, ASecondPolicyOfATypeIsNotItsFirst) {
+    PolicyListener listener;
+    InstallOptions options;
+    node->Install("tester", Policy("a").Array(), options);
+    listener.Heard();
+    node->Install("tester", Policy("b").Array(), options);
+    EXPECT_THAT(listener.Heard(), ElementsAre("CHECK_POLICY:files b"));
+}
+
+TEST_F(InstallTest, AnInstallWithoutNotificationQueuesIt) {
+    PolicyListener listener;
+    node.Install(Policy("a"));
+    EXPECT_THAT(listener.Heard(), IsEmpty());
+    node.Install(Policy("b"));
+    node->Notify("tester");
+    EXPECT_THAT(listener.Heard(), ElementsAre("FIRST_POLICY:files ", "CHECK_POLICY:files a b"));
+}
+
+TEST_F(InstallTest, WhenNobodyCanBeToldThePolicyIsInstalledAllTheSame) {
+    InstallOptions options;
+    EXPECT_EQ(FailureOf<LumCtrl::ControlException>([&] { node->Install("x", Policy("a").Array(), options); }).id, 91u);
+    EXPECT_EQ(node.Ids(), "a");
+    EXPECT_EQ(node.Installed().size(), 3u);
+    EXPECT_EQ(node.Audited("was successfully installed"), 1);
+    EXPECT_EQ(node.Audited("could not be installed"), 0);
+    EXPECT_THAT(node.Incoming(), IsEmpty());
+}
+
+TEST_F(InstallTest, IdsAndTypesAreKeptInLowerCase) {
+    TestPolicy policy = Policy("A");
+    policy.type = "Files";
+    node.Install(policy);
+    EXPECT_EQ(node.Installed().count("files/a_header.xml"), 1u);
+    EXPECT_EQ(node.Get("a").GetTypeName(), "files");
+}
+
+TEST_F(InstallTest, AnEmptyDataFileAndNamesOutsideAsciiAreInstalled) {
+    TestPolicy policy = Policy("gr\xC3\xB6n");
+    policy.name = "\xE6\x97\xA5\xE6\x9C\xAC";
+    policy.data = {{"leer", ""}, {"\xE6\x97\xA5.txt", "x"}};
+    node.Install(policy);
+    EXPECT_THAT(node.Installed(), ElementsAre("files/gr\xC3\xB6n_header.xml", "files/leer", "files/\xE6\x97\xA5.txt"));
+    EXPECT_EQ(node.InstalledContent("files/leer"), "");
+    EXPECT_EQ(node.InstalledContent("files/\xE6\x97\xA5.txt"), "x");
+    node->ReinitCache("tester");
+    EXPECT_EQ(node.List().GetPolicyHeader(0).GetName(), String_t::FromUtf8(policy.name));
+}
+
+TEST_F(InstallTest, TheNameOfTheHeaderFileOnTheWayDoesNotMatter) {
+    TestPolicy policy = Policy("a");
+    policy.headerName = "anything_header.xml";
+    node.Install(policy);
+    EXPECT_EQ(node.Installed().count("files/a_header.xml"), 1u);
+    EXPECT_EQ(node.Installed().size(), 3u);
+}
+
+TEST_F(InstallTest, WhatTheDocumentSaysBeyondWhatIsKnownIsKept) {
+    TestPolicy policy = Policy("a");
+    policy.document = policy.Document();
+    policy.document.insert(policy.document.find("<policytype>"), "<news><item>1</item></news>");
+    node.Install(policy);
+    EXPECT_NE(node.InstalledContent("files/a_header.xml").find("<item>1</item>"), std::string::npos);
+}
+
+// Options on a new policy
+
+struct OptionsRow {
+    const char* what;
+    void (*set)(InstallOptions&);
+    const char* status;
+    const char* owner;
+    const char* categories;
+    const char* attributes;
+};
+
+const OptionsRow kOptions[] = {
+    {"no options", [](InstallOptions&) {}, "odd", "me", "c1;c2;", "k=1;k=2;"},
+    {"enabled", [](InstallOptions& o) { o.SetEnabled(); }, "enabled", "me", "c1;c2;", "k=1;k=2;"},
+    {"disabled", [](InstallOptions& o) { o.SetDisabled(); }, "disabled", "me", "c1;c2;", "k=1;k=2;"},
+    {"a forced status without a status", [](InstallOptions& o) { o.ForceState(); }, "odd", "me", "c1;c2;", "k=1;k=2;"},
+    {"another owner", [](InstallOptions& o) { o.SetOwner("you"); }, "odd", "you", "c1;c2;", "k=1;k=2;"},
+    {"no owner", [](InstallOptions& o) { o.RemoveOwner(); }, "odd", "", "c1;c2;", "k=1;k=2;"},
+    {"no owner wins over another", [](InstallOptions& o) { o.SetOwner("you").RemoveOwner(); }, "odd", "", "c1;c2;",
+     "k=1;k=2;"},
+    {"a category more", [](InstallOptions& o) { o.SetAddCategory("c3").SetAddCategory("c1"); }, "odd", "me",
+     "c1;c2;c3;", "k=1;k=2;"},
+    {"a category less", [](InstallOptions& o) { o.SetRemoveCategory("c1").SetRemoveCategory("none"); }, "odd", "me",
+     "c2;", "k=1;k=2;"},
+    {"a category removed and added", [](InstallOptions& o) { o.SetRemoveCategory("c1").SetAddCategory("c1"); }, "odd",
+     "me", "c2;c1;", "k=1;k=2;"},
+    {"other categories", [](InstallOptions& o) { o.SetRemoveAllCategories(true).SetAddCategory("n"); }, "odd", "me",
+     "n;", "k=1;k=2;"},
+    {"an attribute more", [](InstallOptions& o) { o.SetAddAttribute("k", "3").SetAddAttribute("k", "1"); }, "odd", "me",
+     "c1;c2;", "k=1;k=2;k=3;"},
+    {"an attribute less", [](InstallOptions& o) { o.SetRemoveAttribute("k", "1").SetRemoveAttribute("k", "9"); }, "odd",
+     "me", "c1;c2;", "k=2;"},
+    {"other attributes", [](InstallOptions& o) { o.SetRemoveAllAttributes(true).SetAddAttribute("n", ""); }, "odd",
+     "me", "c1;c2;", "n=;"},
+};
+
+TEST_F(InstallTest, TheOptionsChangeANewPolicy) {
+    for (const OptionsRow& row : kOptions) {
+        SCOPED_TRACE(row.what);
+        TestPolicy policy = Policy("a");
+        policy.status = "odd";
+        policy.owner = "me";
+        policy.categories = {"c1", "c2"};
+        policy.attributes = {{"k", "1"}, {"k", "2"}};
+        InstallOptions options;
+        row.set(options);
+        node.Install(policy, options);
+        const PolicyHeader header = Stored("a");
+        EXPECT_EQ(header.GetStatus(), row.status);
+        EXPECT_EQ(header.GetOwner(), row.owner);
+        EXPECT_EQ(Categories(header), row.categories);
+        EXPECT_EQ(Attributes(header), row.attributes);
+        node.Remove(Selection());
+    }
+}
+
+// Refusals
+
+/// Everything that an unsuccessful install must leave alone.
+struct StoreState {
+    explicit StoreState(PolicyNode& node) : ids(node.Ids()), installed(node.Installed()) {
+        for (const std::string& file : installed) contents += node.InstalledContent(file);
+    }
+    bool operator==(const StoreState&) const = default;
+    std::string ids, contents;
+    std::set<std::string> installed;
+};
+
+TEST_F(InstallTest, ADataFileThatTheArrayDoesNotCarryFailsAndTheUnpackedFilesGo) {
+    node.Install(Policy("z"));
+    const StoreState before(node);
+    TestPolicy policy = Policy("a");
+    policy.document = policy.Document();
+    policy.data.pop_back();
+    const CaughtFailure failure = FailureOf<PolicyFileException>([&] { node.Install(policy); });
+    EXPECT_EQ(failure.id, 107u);
+    EXPECT_NE(failure.text.find("'" + node.IncomingFolder() + "/a.two'"), std::string::npos);
+    EXPECT_NE(failure.text.find("`" + node.IncomingFolder() + "/a_header.xml`"), std::string::npos);
+    EXPECT_NE(failure.text.find("`a`"), std::string::npos);
+    EXPECT_THAT(node.Incoming(), IsEmpty());
+    EXPECT_TRUE(StoreState(node) == before);
+    EXPECT_EQ(node.Audited("Failure Audit: INSTALL: Policy (name: 'name of a', id: 'a') could not be installed."), 1);
+}
+
+TEST_F(InstallTest, AFailedInstallIsTracedWithTheFileAndTheReason) {
+    TraceLines trace;
+    TestPolicy policy = Policy("a");
+    policy.document = policy.Document();
+    policy.data.clear();
+    EXPECT_THROW(node.Install(policy), PolicyFileException);
+    EXPECT_TRUE(
+        trace.Contains("Error during installation of policy file '" + node.IncomingFolder() + "/a_header.xml'."));
+    EXPECT_TRUE(trace.Contains("does not exist."));
+}
+
+TEST_F(InstallTest, AnUnknownDirectoryInThePlaceOfADataFileDoesNotCountAsTheFile) {
+    TestPolicy policy = Policy("a");
+    policy.document = policy.Document();
+    policy.data.pop_back();
+    fs::create_directory(node.IncomingFolder() + "/a.two");
+    EXPECT_EQ(FailureOf<PolicyFileException>([&] { node.Install(policy); }).id, 107u);
+    fs::remove(node.IncomingFolder() + "/a.two");
+    fs::create_symlink("/etc/passwd", node.IncomingFolder() + "/a.two");
+    EXPECT_EQ(FailureOf<PolicyFileException>([&] { node.Install(policy); }).id, 107u);
+}
+
+TEST_F(InstallTest, ADocumentWithoutARequiredElementFailsIsCleanedUpAndAuditedWithoutAName) {
+    const char* const elements[] = {"name", "owner", "version", "description", "status"};
+    for (const char* element : elements) {
+        TestPolicy policy = Policy("a");
+        policy.document = policy.Document();
+        const std::string tag = std::string("<") + element + ">";
+        policy.document.replace(policy.document.find(tag), tag.size(), std::string("<x/>") + tag);
+        const auto at = policy.document.find(tag);
+        const std::string end = std::string("</") + element + ">";
+        policy.document.erase(at, policy.document.find(end, at) + end.size() - at);
+        const CaughtFailure failure = FailureOf<PolicyHeaderException>([&] { node.Install(policy); });
+        EXPECT_GE(failure.id, 73u) << element;
+        EXPECT_LE(failure.id, 83u) << element;
+        EXPECT_EQ(node.Incoming().count("a_header.xml"), 0u) << element;
+    }
+    EXPECT_EQ(node.Audited("Failure Audit: NOTIFY: Policy installation had errors."), 5);
+    EXPECT_THAT(node.Installed(), IsEmpty());
+}
+
+TEST_F(InstallTest, AMalformedDocumentFailsWithoutCleanUpAndWithoutAnAuditLine) {
+    TestPolicy policy = Policy("a");
+    policy.document = policy.Document();
+    policy.document.erase(policy.document.find("</header>"));
+    EXPECT_THROW(node.Install(policy), LumPalXml::SAX::SAXParseException_t);
+    EXPECT_THAT(node.Incoming(), ElementsAre("a.one", "a.two", "a_header.xml"));
+    EXPECT_EQ(node.Audited("INSTALL"), 0);
+    node.Restart();
+    EXPECT_THAT(node.Incoming(), IsEmpty());
+}
+
+TEST_F(InstallTest, ABadAttributeNameFailsWithoutCleanUpAndWithoutAnAuditLine) {
+    for (const auto& [name, id] : std::vector<std::pair<std::string, unsigned>>{{" ", 70}, {"a=b", 71}}) {
+        TestPolicy policy = Policy("a");
+        policy.attributes = {{name, "x"}};
+        EXPECT_EQ(FailureOf<LumPalMsg::IllegalArgumentError_t>([&] { node.Install(policy); }).id, id);
+        EXPECT_EQ(node.Incoming().count("a_header.xml"), 1u);
+    }
+    EXPECT_EQ(node.Audited("INSTALL"), 0);
+}
+
+TEST_F(InstallTest, WhatAFailedInstallLeftDoesNotHinderTheNext) {
+    TestPolicy policy = Policy("a");
+    policy.document = policy.Document();
+    policy.document.erase(policy.document.find("</header>"));
+    EXPECT_THROW(node.Install(policy), LumPalXml::SAX::SAXParseException_t);
+    node.Install(Policy("a"));
+    EXPECT_EQ(node.Ids(), "a");
+    EXPECT_THAT(node.Incoming(), IsEmpty());
+}
+
+TEST_F(InstallTest, ADocumentOfAnotherNamespaceFailsAndIsCleanedUp) {
+    TestPolicy policy = Policy("a");
+    policy.document = policy.Document();
+    policy.document.replace(policy.document.find("lum.tessel.com"), 14, "example.org/xx");
+    EXPECT_EQ(FailureOf<PolicyHeaderException>([&] { node.Install(policy); }).id, 86u);
+    EXPECT_EQ(node.Incoming().count("a_header.xml"), 0u);
+}
+
+TEST_F(InstallTest, MoreSignaturesThanDataFilesFailWhileTheInstalledPolicyIsStillWhole) {
+    node.Install(Policy("a"));
+    const StoreState before(node);
+    TestPolicy policy = Policy("a");
+    policy.document = policy.Document();
+    policy.document.insert(policy.document.find("</data>"), "<signature/>");
+    EXPECT_EQ(FailureOf<PolicyHeaderException>([&] { node.Install(policy); }).id, 84u);
+    EXPECT_TRUE(StoreState(node) == before);
+    EXPECT_THAT(node.Incoming(), IsEmpty());
+}
+
+TEST_F(InstallTest, ASettingsPolicyGoesToTheWorkerAndNotToTheControlService) {
+    TestPolicy policy = Policy("a");
+    policy.type = "configsettings";
+    InstallOptions options;
+    EXPECT_NO_THROW(node->Install("tester", policy.Array(), options)) << "no control service runs here";
+    EXPECT_EQ(node.Ids(), "a");
+}
+
+TEST_F(InstallTest, InAProcessThatSawNoClusterAnAttributeForTheClusterChangesNothing) {
+    TestPolicy policy = Policy("a");
+    policy.attributes = {{"HARG", "group1"}};
+    node.Install(policy);
+    EXPECT_TRUE(Stored("a").IsEnabled());
+}
+
+TEST_F(InstallTest, ATypeWhoseFolderIsALinkIsRefused) {
+    fs::create_directory(node.Root().Native() + "/elsewhere");
+    fs::create_directory_symlink(node.Root().Native() + "/elsewhere", node.InstallFolder() + "/files");
+    const CaughtFailure failure = FailureOf<PolicyFileException>([&] { node.Install(Policy("a")); });
+    EXPECT_EQ(failure.id, 0u);
+    EXPECT_NE(failure.text.find(node.InstallFolder() + "/files"), std::string::npos);
+    EXPECT_THAT(PolicyNode::FilesBelow(node.Root().Native() + "/elsewhere"), IsEmpty());
+    EXPECT_THAT(node.Incoming(), IsEmpty());
+    EXPECT_FALSE(node->IsPolicyInstalled());
+}
+
+TEST_F(InstallTest, ALinkInThePlaceOfAFileOfThePolicyIsReplaced) {
+    WriteText(node.Root().Native() + "/victim", "keep");
+    fs::create_directory(node.InstallFolder() + "/files");
+    fs::create_symlink(node.Root().Native() + "/victim", node.InstallFolder() + "/files/a.one");
+    fs::create_symlink(node.Root().Native() + "/victim", node.InstallFolder() + "/files/a_header.xml");
+    node.Install(Policy("a"));
+    EXPECT_EQ(PolicyNode::Content(node.Root().Native() + "/victim"), "keep");
+    EXPECT_FALSE(fs::is_symlink(node.InstallFolder() + "/files/a.one"));
+    EXPECT_FALSE(fs::is_symlink(node.InstallFolder() + "/files/a_header.xml"));
+}
+
+}  // namespace
+}  // namespace LumConf
