@@ -1,5 +1,7 @@
 #include "PolicyContainerImpl.h"
 
+#include <iterator>
+
 #include "AttributeCheck.h"
 #include "Exceptions.h"
 #include "Messages.h"
@@ -106,14 +108,20 @@ void PolicyContainerImpl::Insert(PolicyHeaderImpl* newcomer) {
 
     HeaderPtr sameId, sameKey;  // the replaced ones go when the mutex is free again
     const std::lock_guard lock(mutex);
-    const auto named = nameToId.find(key);
-    if (named != nameToId.end()) {
-        sameKey = EraseLocked(named->second);
-        nameToId.erase(named);
+    // One search each: what stands at the place goes, and the newcomer takes it.
+    auto named = nameToId.lower_bound(key);
+    if (named != nameToId.end() && named->first == key) {
+        sameKey = EraseLocked(policies.find(named->second));
+        named = nameToId.erase(named);
     }
-    sameId = EraseLocked(record.containerId);
-    policies.emplace(record.containerId, Entry{header, CountTypeLocked(record.typeName)});
-    nameToId.emplace(key, record.containerId);
+    nameToId.emplace_hint(named, key, record.containerId);
+    auto position = policies.lower_bound(record.containerId);
+    if (position != policies.end() && position->first == record.containerId) {
+        const auto next = std::next(position);
+        sameId = EraseLocked(position);
+        position = next;
+    }
+    policies.emplace_hint(position, record.containerId, Entry{header, CountTypeLocked(record.typeName)});
     indexValid = false;
 }
 
@@ -125,8 +133,7 @@ String_t PolicyContainerImpl::CountTypeLocked(const String_t& typeName) {
 }
 
 /// @return the header that is out now, or null
-HeaderPtr PolicyContainerImpl::EraseLocked(const String_t& id) {
-    const auto position = policies.find(id);
+HeaderPtr PolicyContainerImpl::EraseLocked(Policies::iterator position) {
     if (position == policies.end()) return {};
     const auto counted = typeCounts.find(position->second.typeName);
     if (--counted->second == 0) typeCounts.erase(counted);
@@ -177,7 +184,7 @@ void PolicyContainerImpl::Remove(const String_t& ids) {
 bool PolicyContainerImpl::Erase(const String_t& id) {
     HeaderPtr header;
     const std::lock_guard lock(mutex);
-    header = EraseLocked(id);
+    header = EraseLocked(policies.find(id));
     if (!header) return false;
     const PolicyRecord record = header->Snapshot();
     nameToId.erase(NameKey(record.name, record.typeName));

@@ -61,7 +61,7 @@ private:
 
     HeaderPtr Find(const LumPalStr::String_t& id) const;
     LumPalStr::String_t IdOf(const LumPalStr::String_t& name, const LumPalStr::String_t& type) const;
-    HeaderPtr EraseLocked(const LumPalStr::String_t& id);
+    HeaderPtr EraseLocked(Policies::iterator position);
     LumPalStr::String_t CountTypeLocked(const LumPalStr::String_t& typeName);
     void RefreshIndexLocked() const;
     void SetStatus(const LumPalStr::String_t& ids, bool enabled);

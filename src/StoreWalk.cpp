@@ -44,10 +44,9 @@ std::vector<File_t> StoreWalk::EntryOf(const String_t& typeName) {
 std::vector<File_t> StoreWalk::HeaderFiles(const File_t& entry) {
     const Directory directory;
     directory.ExtractPolicyFilenames(entry);
-    std::vector<File_t> files;
+    std::vector<File_t> files;  // links are left out by now
     for (int i = 0; i < directory.GetPolicyFilenameCount(); ++i) {
-        const File_t file = directory.GetPolicyFilename(i);
-        if (!IsPassedOver(file)) files.push_back(file);
+        files.push_back(directory.GetPolicyFilename(i));
     }
     return files;
 }

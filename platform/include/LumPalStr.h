@@ -2,6 +2,7 @@
 /// UTF-16 text: the one string type of the system.
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <iosfwd>
@@ -166,6 +167,11 @@ inline bool operator!=(const char16_t* a, const String_t& b) noexcept {
     return !(b == a);
 }
 LUMPAL_API bool operator<(const String_t& a, const String_t& b) noexcept;
+/// What pairs, tuples and containers of texts compare by; without it they would take the addresses of the buffers.
+inline std::strong_ordering operator<=>(const String_t& a, const String_t& b) noexcept {
+    if (a < b) return std::strong_ordering::less;
+    return b < a ? std::strong_ordering::greater : std::strong_ordering::equal;
+}
 inline bool operator>(const String_t& a, const String_t& b) noexcept {
     return b < a;
 }

@@ -182,12 +182,12 @@ class LUMPAL_API SAXParser_t : public SAX::XMLReader_t {};
 
 /// Writes one well-formed document. A handle; null when default-constructed. One thread at a time.
 ///
-/// UTF-8 is the only encoding. The declaration with the encoding is written before the first tag. An element without content is
-/// written as <name></name>. Data escapes & < > and CR; a character that XML 1.0 cannot carry is
-/// refused with LumPalMsg::IllegalArgumentError_t, and so are a name that is no XML name, a prefix that is not
-/// declared when its tag ends, and an attribute that comes twice; a call that has no place (text outside the
-/// root, a second root, any call on a null or closed writer) with LumPalMsg::IllegalStateError_t. Nothing of a
-/// refused call is written. A writer that goes without Close leaves the document unfinished.
+/// UTF-8 is the only encoding. The declaration with the encoding is written before the first tag. An element without
+/// content is written as <name></name>. Data escapes & < > and CR; a character that XML 1.0 cannot carry is refused
+/// with LumPalMsg::IllegalArgumentError_t, and so are a name that is no XML name, a prefix that is not declared when
+/// its tag ends, and an attribute that comes twice; a call that has no place (text outside the root, a second root, any
+/// call on a null or closed writer) with LumPalMsg::IllegalStateError_t. Nothing of a refused call is written. A writer
+/// that goes without Close leaves the document unfinished.
 class LUMPAL_API XmlWriter_t {
 public:
     /// A value with chaining setters.

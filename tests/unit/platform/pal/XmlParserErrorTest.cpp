@@ -201,14 +201,10 @@ TEST(SaxErrors, ATagLongerThanTheBoundIsRefused) {
 }
 
 TEST(SaxErrors, ADocumentOfDifferentNamesAloneIsRefusedBeforeItsTablesOutgrowIt) {
-    std::string elements = "<a>", attributes = "<a>";
-    for (int i = 0; i < 1000000; ++i) {
-        elements += "<e" + std::to_string(i) + "/>";
-        attributes += "<e k" + std::to_string(i) + "=''/>";
-    }
-    for (const std::string& document : {elements + "</a>", attributes + "</a>"}) {
-        EXPECT_TRUE(Mentions(ErrorOf(document), "need too much memory"));
-    }
+    std::string document = "<a>";
+    for (int i = 0; i < 1000000; ++i) document += "<e" + std::to_string(i) + "/>";
+    EXPECT_TRUE(Mentions(ErrorOf(document + "</a>"), "need too much memory"));
+    EXPECT_EQ(ErrorOf("<a>" + Repeat("<e1/><e2/>", 500000) + "</a>").GetLineNumber(), -1);
 }
 
 TEST(SaxErrors, ADocumentTypeIsRefusedOnlyWhenAsked) {

@@ -1,0 +1,209 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <thread>
+
+#include "CapturedLog.h"
+#include "Configure.h"
+#include "Files.h"
+#include "LumSecAuth.h"
+#include "TempRoot.h"
+
+using LumPalStr::String_t;
+using LumSecAuth::Authorizer;
+
+namespace {
+
+struct AuthorizerTest : testing::Test {
+    TempRoot root;
+    CapturedLog log{root.Native()};
+
+    void WriteRights(const std::string& text) { WriteText(root.Native() + "/etc/authorization.ini", text); }
+    /// Every single right that the sender holds, as bits.
+    static unsigned Held(Authorizer& authorizer, const char* sender, const char* domain = "conf") {
+        unsigned held = 0;
+        for (unsigned right = 1; right <= 256; right <<= 1)
+            if (authorizer.IsAllowed(String_t::FromUtf8(sender), domain, right, 0)) held |= right;
+        return held;
+    }
+};
+
+}  // namespace
+
+TEST_F(AuthorizerTest, ReadsRightsByNameAndNumber) {
+    const struct {
+        const char* words;
+        unsigned bits;
+    } rows[] = {
+        {"install", 1},
+        {"remove", 2},
+        {"enable", 4},
+        {"disable", 8},
+        {"list", 16},
+        {"modify", 32},
+        {"configget", 64},
+        {"configset", 128},
+        {"sign", 256},
+        {"all", 511},
+        {"ALL", 511},
+        {"Install LIST", 17},
+        {"33", 33},
+        {"0x21", 33},
+        {"0X21 list", 49},
+        {"511", 511},
+        {"0", 0},
+        {"", 0},
+        {"1 1 1", 1},
+        {"\tinstall \t list  ", 17},
+        {"512", 0},
+        {"-1", 0},
+        {"+1", 0},
+        {"1.5", 0},
+        {"0x", 0},
+        {"x21", 0},
+        {"4294967297", 0},
+        {"install,list", 0},
+        {"installs", 0},
+        {"nothing list", 16},
+        {"install; list", 16},
+        {"1x", 0},
+    };
+    for (const auto& row : rows) {
+        WriteRights(std::string("[conf]\nsender=") + row.words + "\n");
+        Authorizer authorizer;
+        EXPECT_EQ(Held(authorizer, "sender"), row.bits) << "'" << row.words << "'";
+    }
+}
+
+TEST_F(AuthorizerTest, NamesAWordThatIsNoRight) {
+    WriteRights("[conf]\nsender=install frobnicate\n");
+    Authorizer authorizer;
+    EXPECT_TRUE(log.Holds("'frobnicate'")) << log.Text();
+    EXPECT_TRUE(log.Holds("'sender'")) << log.Text();
+    EXPECT_TRUE(log.Holds("authorization.ini")) << log.Text();
+    EXPECT_EQ(Held(authorizer, "sender"), 1u);
+}
+
+TEST_F(AuthorizerTest, WhatIsNotGrantedIsRefused) {
+    WriteRights("[conf]\nsender=modify\nM\xC3\xBCller=list\n[other]\nstranger=all\n");
+    Authorizer authorizer;
+    EXPECT_EQ(Held(authorizer, "sender"), 32u);
+    EXPECT_EQ(Held(authorizer, "M\xC3\xBCller"), 16u);
+    for (const char* sender : {"Sender", "sender ", " sender", "sende", "senders", "stranger", "", "conf.cluster"})
+        EXPECT_EQ(Held(authorizer, sender), 0u) << "'" << sender << "'";
+    EXPECT_EQ(Held(authorizer, "stranger", "other"), 511u);
+    EXPECT_EQ(Held(authorizer, "sender", "Conf"), 0u);
+    EXPECT_EQ(Held(authorizer, "sender", ""), 0u);
+}
+
+TEST_F(AuthorizerTest, AsksForAllOfSeveralRights) {
+    WriteRights("[conf]\nsender=install list\n");
+    Authorizer authorizer;
+    EXPECT_TRUE(authorizer.IsAllowed("sender", "conf", 17, 0));
+    EXPECT_FALSE(authorizer.IsAllowed("sender", "conf", 19, 0));
+    EXPECT_FALSE(authorizer.IsAllowed("sender", "conf", 0, 0));
+    EXPECT_FALSE(authorizer.IsAllowed("sender", "conf", 1u << 20, 0));
+    EXPECT_FALSE(authorizer.IsAllowed("sender", "conf", 0xFFFFFFFFu, 0));
+    EXPECT_FALSE(authorizer.IsAllowed("sender", "conf", 1, 1));
+}
+
+TEST_F(AuthorizerTest, NobodyButTheAdministratorHasRightsWithoutAFile) {
+    Authorizer authorizer;
+    EXPECT_EQ(Held(authorizer, "sender"), 0u);
+    EXPECT_EQ(Held(authorizer, LumSecAuth::LocalAdministrator()), 255u);
+}
+
+TEST_F(AuthorizerTest, TheNodeItselfHoldsEveryRightButSigning) {
+    Configure("sec.core", "CORE_ID", "node-1");
+    Authorizer authorizer;
+    EXPECT_EQ(Held(authorizer, "node-1"), 255u);
+    EXPECT_EQ(Held(authorizer, "node-2"), 0u);
+    WriteRights("[conf]\nnode-1=sign\n");
+    authorizer.Update();
+    EXPECT_EQ(Held(authorizer, "node-1"), 511u);
+}
+
+TEST_F(AuthorizerTest, ANodeWithoutAnIdLendsItsRightsToNobody) {
+    Configure("sec.core", "CORE_ID", "");
+    Authorizer authorizer;
+    EXPECT_EQ(Held(authorizer, ""), 0u);
+}
+
+TEST_F(AuthorizerTest, AnEmptySenderHoldsNothingWhateverTheFileSays) {
+    WriteRights("[conf]\n=all\n");
+    Authorizer authorizer;
+    EXPECT_EQ(Held(authorizer, ""), 0u);
+}
+
+TEST_F(AuthorizerTest, UpdateTakesUpChangedRights) {
+    WriteRights("[conf]\nsender=install\n");
+    Authorizer authorizer;
+    WriteRights("[conf]\nsender=list\nother=remove\n");
+    EXPECT_EQ(Held(authorizer, "sender"), 1u);
+    authorizer.Update();
+    EXPECT_EQ(Held(authorizer, "sender"), 16u);
+    EXPECT_EQ(Held(authorizer, "other"), 2u);
+    std::filesystem::remove(root.Native() + "/etc/authorization.ini");
+    authorizer.Update();
+    EXPECT_EQ(Held(authorizer, "sender"), 0u);
+}
+
+TEST_F(AuthorizerTest, ABrokenFileKeepsTheLastGoodRights) {
+    WriteRights("[conf]\nsender=install\n");
+    Authorizer authorizer;
+    WriteRights("[conf]\nsender=install list\nthis is no line\n");
+    authorizer.Update();
+    EXPECT_EQ(Held(authorizer, "sender"), 1u);
+    EXPECT_TRUE(log.Holds("the last good ones stay")) << log.Text();
+}
+
+TEST_F(AuthorizerTest, ABrokenFileAtTheStartGrantsNothing) {
+    Configure("sec.core", "CORE_ID", "node-1");
+    WriteRights("[conf]\nsender=install\nthis is no line\n");
+    Authorizer authorizer;
+    EXPECT_EQ(Held(authorizer, "sender"), 0u);
+    EXPECT_EQ(Held(authorizer, "node-1"), 255u);
+    EXPECT_EQ(Held(authorizer, LumSecAuth::LocalAdministrator()), 255u);
+    EXPECT_TRUE(log.Holds("no sender holds any right")) << log.Text();
+}
+
+TEST_F(AuthorizerTest, AFileThatIsAFolderIsABrokenOne) {
+    std::filesystem::create_directories(root.Native() + "/etc/authorization.ini");
+    Authorizer authorizer;
+    EXPECT_EQ(Held(authorizer, "sender"), 0u);
+    EXPECT_TRUE(log.Holds("authorization.ini")) << log.Text();
+}
+
+TEST_F(AuthorizerTest, AQuestionBesideAnUpdateSeesOneStateOrTheOther) {
+    WriteRights("[conf]\nsender=install list\n");
+    Authorizer authorizer;
+    std::atomic<bool> stop{false};
+    std::thread asker([&] {
+        while (!stop) EXPECT_TRUE(authorizer.IsAllowed("sender", "conf", 17, 0));
+    });
+    for (int i = 0; i < 200; ++i) authorizer.Update();
+    stop = true;
+    asker.join();
+}
+
+TEST(ReservedIds, AreTheOnesWithAMeaningInside) {
+    const struct {
+        const char* id;
+        bool reserved;
+    } rows[] = {
+        {"", true},
+        {" ", true},
+        {"conf.cluster", true},
+        {"Conf.Cluster", true},
+        {" conf.cluster ", true},
+        {"local administrator", true},
+        {"LOCAL ADMINISTRATOR", true},
+        {"local administrator\t", true},
+        {"conf", false},
+        {"conf.cluster2", false},
+        {"localadministrator", false},
+        {"node-1", false},
+    };
+    for (const auto& row : rows) EXPECT_EQ(LumSecAuth::IsReservedId(row.id), row.reserved) << "'" << row.id << "'";
+}
