@@ -28,6 +28,8 @@ public:
 
     PolicyNode() {
         Configure("conf.server", "AUDIT_LOGGING", "true");
+        // Triggers do not wait for a consumer. Set before the node reads it: a change is told a moment later.
+        Configure("conf.core", "ASYNC_CONTROL_NOTIFY", "true");
         Restart();
     }
     ~PolicyNode() { Stop(); }
@@ -112,11 +114,10 @@ private:
 };
 
 /// Runs the control service of the present root, with one component that is registered for every event of policies.
-/// Triggers do not wait for it.
+/// Triggers of a PolicyNode do not wait for it.
 class PolicyListener {
 public:
     PolicyListener() {
-        Configure("conf.core", "ASYNC_CONTROL_NOTIFY", "true");
         service.Start();
         const LumPalStr::String_t events[] = {"CHECK_POLICY:*",  "ENABLE_POLICY:*", "DISABLE_POLICY:*",
                                               "REMOVE_POLICY:*", "FIRST_POLICY:*",  "LAST_POLICY:*"};
