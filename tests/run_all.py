@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Runs every suite of the project and closes with 'N passed, N failed, N skipped'.
 
-A suite is a unit test program, a file of system tests, a fuzz target or one of the project's checks
+A suite is a unit test program, a trial of a whole node, a file of system tests, a fuzz target or one of the project's checks
 of itself. Suites run two at a time; the output of one is shown only when it fails.
 """
 import argparse
@@ -90,7 +90,7 @@ def main():
     for script in sorted((ROOT / "tests/project").glob("check_*.py")):
         suites.append((script.stem, run_single, (script.stem, ["/usr/bin/python3", "-B", str(script)])))
     # The unit tests are many and short; the system tests use both cores by themselves.
-    for program in sorted((build / "tests").glob("unit_*")):
+    for program in sorted([*(build / "tests").glob("unit_*"), *(build / "tests").glob("trial_*")]):
         if os.access(program, os.X_OK) and program.is_file():
             suites.append((program.name, run_unit, (program,)))
     for program in sorted((build / "tests").glob("fuzz_*")):
