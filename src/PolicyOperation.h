@@ -2,6 +2,7 @@
 /// The one object through which every change to the installed policies goes.
 #pragma once
 
+#include <functional>
 #include <mutex>
 #include <vector>
 
@@ -26,6 +27,7 @@ class InstallTask;
 class PolicyContainer;
 class Selection;
 class TransferCursor;
+struct MessageRow;
 
 /// Owns the cache (the header of every installed policy), the queue of notifications and the mutex that serialises
 /// all changes. A policy of type T with id I is the document <install directory>/T/I_header.xml with its data files
@@ -64,6 +66,49 @@ public:
     ///         PolicyException with a warning 111 to 114 for each file that was missing or could not be deleted
     void Remove(const LumPalStr::String_t& originator, const Selection& selection,
                 const PolicyForwarder::Options& options);
+
+    /// What an operation does to the headers of the selected policies.
+    enum Action : int {
+        Disable = 1,
+        Enable = 2,
+        AddCategory = 3,
+        RemoveCategory = 4,
+        AddAttribute = 5,
+        RemoveAttribute = 6
+    };
+
+    // The operations that change headers: those policies that the change concerns are changed in the cache, then
+    // rewritten in the store, then queued for their consumers, one after another. Nothing is rolled back: after a
+    // failure the policies before it stay changed, and the one it met has the change in the cache alone. A failed
+    // notification is not reported. All raise what PolicyWriter does for a document that cannot be rewritten,
+    // LumPalIo::FileNotFoundException_t for one that is gone, and PolicyNotFoundError 63 for an id that is not
+    // installed. The data files are not touched.
+
+    /// @param action  Enable; every other number disables
+    /// @throws NoPoliciesInstalledError 109, PolicyNotFoundError 115, NoPolicyOperation 116
+    void SetStatus(const LumPalStr::String_t& originator, const Selection& selection, int action,
+                   const PolicyForwarder::Options& options);
+    /// @throws PolicyNotFoundError 118; NoPolicyOperation 119 (one policy selected), 120
+    void SetOwner(const LumPalStr::String_t& originator, const LumPalStr::String_t& owner, const Selection& selection,
+                  const PolicyForwarder::Options& options);
+    /// From the first policy on that changes, the following ones are rewritten and told too, changed or not.
+    /// @param categories  names parted by blanks
+    /// @param action      AddCategory or RemoveCategory
+    /// @throws LumPalMsg::IllegalStateError_t 121 for another action; PolicyNotFoundError 122
+    void ModifyCategory(const LumPalStr::String_t& originator, const LumPalStr::String_t& categories,
+                        const Selection& selection, const PolicyForwarder::Options& options, int action);
+    /// @throws PolicyNotFoundError 122, 123
+    void RemoveAllCategories(const LumPalStr::String_t& originator, const Selection& selection,
+                             const PolicyForwarder::Options& options);
+    /// @param attribute  name=value; without "=" the text is both the name and the value
+    /// @param action     AddAttribute or RemoveAttribute
+    /// @throws LumPalMsg::IllegalStateError_t 124 for another action; PolicyNotFoundError 125, 126;
+    ///         LumPalMsg::IllegalArgumentError_t 70, 71 for a bad name or value
+    void ModifyAttributes(const LumPalStr::String_t& originator, const LumPalStr::String_t& attribute,
+                          const Selection& selection, const PolicyForwarder::Options& options, int action);
+    /// @throws PolicyNotFoundError 127
+    void RemoveAllAttributes(const LumPalStr::String_t& originator, const Selection& selection,
+                             const PolicyForwarder::Options& options);
 
     /// Takes one policy into the store.
     /// @param data  a policy array (PolicyUtil.h); it must stay as it is during the call
@@ -122,6 +167,17 @@ private:
                           LumPalMsg::MessageList_t& failures) const;
     void ForgetPolicy(const LumPalStr::String_t& originator, const PolicyRecord& policy);
     void SendUnreported();
+    using Ids = std::vector<LumPalStr::String_t>;
+    using Concerned = std::function<bool(const PolicyHeaderImpl&)>;
+    struct HeaderChange;
+    Ids SelectFor(const LumPalStr::String_t& originator, const Selection& selection, int auditMode,
+                  const MessageRow& noneFound) const;
+    Ids Narrow(const Ids& ids, const Concerned& concerned) const;
+    bool ChangeHeaders(const LumPalStr::String_t& originator, const Ids& ids, const HeaderChange& change,
+                       const PolicyForwarder::Options& options);
+    bool ChangeHeader(PolicyHeaderImpl& header, const HeaderChange& change) const;
+    void RewriteHeader(const LumPalIo::File_t& temporary, PolicyHeaderImpl& header) const;
+    void RaiseOwnerSet(const Ids& selected, const LumPalStr::String_t& owner) const;
     void InstallOne(const LumPalStr::String_t& originator, TransferCursor& array, const InstallOptions& options);
     LumPalMsg::MessageList_t InstallEach(const LumPalStr::String_t& originator, TransferCursor& package, int policies,
                                          const InstallOptions& options);

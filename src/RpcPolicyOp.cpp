@@ -26,6 +26,10 @@ struct RpcPolicyOp::Request {
     SOAPArgUnicodeString string{names::PolicyString1, String_t()};
     SelectionSoapArg selection{names::PolicySelection};
     OptionsSoapArg options{names::PolicyOptions};
+    Selection Selected() const { return selection.GetSelection(); }
+    PolicyForwarder::Options Options() const { return options.GetOptions(); }
+    String_t Text() const { return string.GetValue(); }
+
     MessageList_t failure;  ///< of an operation that failed without a return value of its own
 };
 
@@ -39,15 +43,51 @@ struct RpcPolicyOp::Mode {
 };
 
 const RpcPolicyOp::Mode RpcPolicyOp::modes[] = {
-    {OperationMode::Remove, RightRemove, "remove",
-     [](PolicyOperation& operation, const Request& r) {
-         operation.Remove(r.sender, r.selection.GetSelection(), r.options.GetOptions());
+    {OperationMode::Disable, RightDisable, "disable",
+     [](PolicyOperation& o, const Request& r) {
+         o.SetStatus(r.sender, r.Selected(), PolicyOperation::Disable, r.Options());
      },
-     msg::RpcRemoveDone},
-    {OperationMode::Notify, RightInstall, "notify",
-     [](PolicyOperation& operation, const Request& r) { operation.Notify(r.sender); }, msg::RpcNotifyDone},
+     msg::RpcDisableDone},
+    {OperationMode::Enable, RightEnable, "enable",
+     [](PolicyOperation& o, const Request& r) {
+         o.SetStatus(r.sender, r.Selected(), PolicyOperation::Enable, r.Options());
+     },
+     msg::RpcEnableDone},
+    {OperationMode::Remove, RightRemove, "remove",
+     [](PolicyOperation& o, const Request& r) { o.Remove(r.sender, r.Selected(), r.Options()); }, msg::RpcRemoveDone},
+    {OperationMode::SetOwner, RightModify, "set owner",
+     [](PolicyOperation& o, const Request& r) { o.SetOwner(r.sender, r.Text(), r.Selected(), r.Options()); },
+     msg::RpcSetOwnerDone},
+    {OperationMode::AddCategory, RightModify, "add category",
+     [](PolicyOperation& o, const Request& r) {
+         o.ModifyCategory(r.sender, r.Text(), r.Selected(), r.Options(), PolicyOperation::AddCategory);
+     },
+     msg::RpcAddCategoryDone},
+    {OperationMode::RemoveCategory, RightModify, "remove category",
+     [](PolicyOperation& o, const Request& r) {
+         o.ModifyCategory(r.sender, r.Text(), r.Selected(), r.Options(), PolicyOperation::RemoveCategory);
+     },
+     msg::RpcRemoveCategoryDone},
+    {OperationMode::RemoveAllCategories, RightModify, "remove all categories",
+     [](PolicyOperation& o, const Request& r) { o.RemoveAllCategories(r.sender, r.Selected(), r.Options()); },
+     msg::RpcRemoveAllCategoriesDone},
+    {OperationMode::AddAttribute, RightModify, "add attribute",
+     [](PolicyOperation& o, const Request& r) {
+         o.ModifyAttributes(r.sender, r.Text(), r.Selected(), r.Options(), PolicyOperation::AddAttribute);
+     },
+     msg::RpcAddAttributeDone},
+    {OperationMode::RemoveAttribute, RightModify, "remove attribute",
+     [](PolicyOperation& o, const Request& r) {
+         o.ModifyAttributes(r.sender, r.Text(), r.Selected(), r.Options(), PolicyOperation::RemoveAttribute);
+     },
+     msg::RpcRemoveAttributeDone},
+    {OperationMode::RemoveAllAttributes, RightModify, "remove all attributes",
+     [](PolicyOperation& o, const Request& r) { o.RemoveAllAttributes(r.sender, r.Selected(), r.Options()); },
+     msg::RpcRemoveAllAttributesDone},
+    {OperationMode::Notify, RightInstall, "notify", [](PolicyOperation& o, const Request& r) { o.Notify(r.sender); },
+     msg::RpcNotifyDone},
     {OperationMode::ReinitCache, RightModify, "reinit cache",
-     [](PolicyOperation& operation, const Request& r) { operation.ReinitCache(r.sender); }, msg::RpcReinitCacheDone},
+     [](PolicyOperation& o, const Request& r) { o.ReinitCache(r.sender); }, msg::RpcReinitCacheDone},
 };
 
 namespace {

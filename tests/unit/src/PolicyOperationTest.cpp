@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <thread>
 
 #include "Exceptions.h"
@@ -470,10 +471,17 @@ TEST_F(PolicyOperationTest, WhetherPoliciesAreInstalledIsAnsweredWhileASynchrono
     service.Start();
     const String_t events[] = {"CHECK_POLICY:*"};
     LumCtrl::Component component("slow", events, 1);
+    Configure("conf.core", "ASYNC_CONTROL_NOTIFY", "false");
+    node.Restart();
     node.Install(Policy("a"));
-    std::thread sender([this] { node->Notify("tester"); });
+    std::atomic<bool> sent{false};
+    std::thread sender([&] {
+        node->Notify("tester");
+        sent = true;
+    });
     String_t event, value;
     ASSERT_TRUE(component.Next(event, value, 10000));
+    EXPECT_FALSE(sent);
     EXPECT_TRUE(node->IsPolicyInstalled());
     EXPECT_TRUE(node->IsPolicyTypeNameInstalled("files"));
     component.Acknowledge();

@@ -1,0 +1,265 @@
+// The operations that change headers of installed policies: status, owner, categories, attributes.
+#include "AuditLog.h"
+#include "DirectoryImpl.h"
+#include "Exceptions.h"
+#include "Messages.h"
+#include "Names.h"
+#include "PlainName.h"
+#include "PolicyHeaderImpl.h"
+#include "PolicyOperation.h"
+#include "PolicyWriter.h"
+#include "Selection.h"
+#include "StringList.h"
+#include "Trace.h"
+
+namespace LumConf {
+
+using LumPalIo::File_t;
+using LumPalStr::String_t;
+using LumPalThread::MutexLock_t;
+
+/// What one of the operations does to each header, and how that is written down.
+struct PolicyOperation::HeaderChange {
+    int auditMode;
+    /// Changes the header in the cache. @return whether its document is to be rewritten
+    std::function<bool(PolicyHeaderImpl&)> apply;
+    /// Queues the notification.
+    void (NotifyStore::*queue)(const String_t& type, const String_t& id) = &NotifyStore::AddInstall;
+    bool auditsSuccess = true;      ///< a line for each policy that was changed
+    bool namesFailedPolicy = true;  ///< the line of a failure names the policy
+};
+
+namespace {
+
+/// A file of the temporary directory that goes with the scope, unless it was moved to its place.
+class ScratchFile {
+public:
+    ScratchFile() : file(DirectoryImpl::CreateTemporaryFile()) {}
+    ~ScratchFile() {
+        if (file.Exists()) DirectoryImpl::DeleteFile(file);
+    }
+    ScratchFile(const ScratchFile&) = delete;
+    ScratchFile& operator=(const ScratchFile&) = delete;
+    const File_t& Get() const noexcept { return file; }
+
+private:
+    const File_t file;
+};
+
+struct NameAndValue {
+    String_t name, value;
+};
+
+NameAndValue SplitAttribute(const String_t& text) {
+    const std::uint32_t at = text.Find("=");
+    // Kept: a text without "=" is both, as callers have always had it.
+    if (at == LumPalStr::NotFound) return {text, text};
+    return {text.Left(at), text.Mid(at + 1)};
+}
+
+bool HasCategories(const PolicyHeaderImpl& header) {
+    return header.GetCategoryCount() > 0;
+}
+
+bool HasAttributes(const PolicyHeaderImpl& header) {
+    return header.GetAttributesCount() > 0;
+}
+
+}  // namespace
+
+PolicyOperation::Ids PolicyOperation::SelectFor(const String_t& originator, const Selection& selection, int auditMode,
+                                                const MessageRow& noneFound) const {
+    const Ids ids = SelectIds(selection);
+    if (!ids.empty()) return ids;
+    Audit(originator, auditMode, true);  // kept: nothing found counts as a success in the audit log
+    throw PolicyNotFoundError(MakeUnchecked(noneFound));
+}
+
+PolicyOperation::Ids PolicyOperation::Narrow(const Ids& ids, const Concerned& concerned) const {
+    const CachePtr container = Cache();
+    Ids remaining;
+    for (const String_t& id : ids) {
+        if (concerned(*container->GetPolicyHeader(id))) remaining.push_back(id);
+    }
+    return remaining;
+}
+
+/// @return whether any document was rewritten
+bool PolicyOperation::ChangeHeaders(const String_t& originator, const Ids& ids, const HeaderChange& change,
+                                    const PolicyForwarder::Options& options) {
+    bool changed = false;
+    for (const String_t& id : ids) {
+        String_t name;
+        try {
+            const PolicyContainerImpl::HeaderPtr header = Cache()->GetPolicyHeader(id);
+            name = header->GetName();
+            if (!ChangeHeader(*header, change)) continue;
+            changed = true;
+            const String_t stored = header->GetContainerId();
+            if (change.auditsSuccess) Audit(originator, name, stored, change.auditMode, true);
+            (notifications.*change.queue)(header->GetTypeName(), stored);
+        } catch (const LumPalMsg::Exception_t&) {
+            if (change.namesFailedPolicy) {
+                Audit(originator, name, id, change.auditMode, false);
+            } else {
+                Audit(originator, change.auditMode, false);
+            }
+            throw;
+        }
+    }
+    if (options.GetNotify()) SendUnreported();
+    return changed;
+}
+
+/// The cache has the change before the document: what is written is what the cache holds.
+bool PolicyOperation::ChangeHeader(PolicyHeaderImpl& header, const HeaderChange& change) const {
+    const ScratchFile scratch;
+    if (!change.apply(header)) return false;
+    RewriteHeader(scratch.Get(), header);
+    return true;
+}
+
+void PolicyOperation::RewriteHeader(const File_t& temporary, PolicyHeaderImpl& header) const {
+    const String_t typeName = header.GetTypeName();
+    const String_t id = header.GetContainerId();
+    CheckPlainName(typeName);
+    CheckPolicyId(id);
+    const File_t document(File_t(installDirectory, typeName), id + names::HeaderFileSuffix);
+    const LumPalIo::FileInputStream_t input(document);
+    PolicyWriter(temporary, document, input, installDirectory, &header).Write("");
+}
+
+void PolicyOperation::SetStatus(const String_t& originator, const Selection& selection, int action,
+                                const PolicyForwarder::Options& options) {
+    LUMCONF_BLOCK(trace::Policy, "PolicyOperation::SetStatus");
+    MutexLock_t lock(mutex);
+    // Kept: here neither an empty store nor an empty selection leaves a line in the audit log.
+    if (!IsPolicyInstalled()) Raise<NoPoliciesInstalledError>(msg::NoPoliciesInstalled);
+    const Ids selected = SelectIds(selection);
+    if (selected.empty()) Raise<PolicyNotFoundError>(msg::StatusNoPolicyFiles);
+
+    const bool enable = action == Enable;
+    const int auditMode = enable ? AuditLog::Enable : AuditLog::Disable;
+    // A status that is neither word falls out both ways.
+    const Ids ids = Narrow(selected, [enable](const PolicyHeaderImpl& header) {
+        return enable ? header.IsDisabled() : header.IsEnabled();
+    });
+    if (ids.empty()) {
+        Audit(originator, auditMode, true);
+        Raise<NoPolicyOperation>(msg::StatusAlreadySet);
+    }
+    HeaderChange change{auditMode, [enable](PolicyHeaderImpl& header) {
+                            enable ? header.SetEnabled() : header.SetDisabled();
+                            return true;
+                        }};
+    change.queue = enable ? &NotifyStore::AddEnable : &NotifyStore::AddDisable;
+    ChangeHeaders(originator, ids, change, options);
+}
+
+void PolicyOperation::SetOwner(const String_t& originator, const String_t& owner, const Selection& selection,
+                               const PolicyForwarder::Options& options) {
+    LUMCONF_BLOCK(trace::Policy, "PolicyOperation::SetOwner");
+    MutexLock_t lock(mutex);
+    const Ids selected = SelectFor(originator, selection, AuditLog::Owner, msg::OwnerNoPolicyFiles);
+    const Ids ids = Narrow(selected, [&owner](const PolicyHeaderImpl& header) { return header.GetOwner() != owner; });
+    if (ids.empty()) {
+        Audit(originator, AuditLog::Owner, true);
+        RaiseOwnerSet(selected, owner);
+    }
+    HeaderChange change{AuditLog::Owner, [&owner](PolicyHeaderImpl& header) {
+                            header.SetOwner(owner);
+                            return true;
+                        }};
+    change.auditsSuccess = false;
+    ChangeHeaders(originator, ids, change, options);
+}
+
+void PolicyOperation::RaiseOwnerSet(const Ids& selected, const String_t& owner) const {
+    if (selected.size() > 1) {
+        Raise<NoPolicyOperation>(msg::OwnerAlreadySetForAll, JoinWithBlanks(selected), owner);
+    }
+    const String_t& id = selected.front();
+    Raise<NoPolicyOperation>(msg::OwnerAlreadySet, Cache()->GetPolicyHeader(id)->GetName(), id, owner);
+}
+
+void PolicyOperation::ModifyCategory(const String_t& originator, const String_t& categories, const Selection& selection,
+                                     const PolicyForwarder::Options& options, int action) {
+    LUMCONF_BLOCK(trace::Policy, "PolicyOperation::ModifyCategory");
+    MutexLock_t lock(mutex);
+    if (action != AddCategory && action != RemoveCategory) {
+        Audit(originator, AuditLog::Category, false);
+        Raise<LumPalMsg::IllegalStateError_t>(msg::CategoryOperationNotPossible);
+    }
+    const Ids words = GetVectorFromString(categories);
+    const Ids ids = SelectFor(originator, selection, AuditLog::Category, msg::CategoryNoPolicyFiles);
+    // Kept: one flag for the whole selection, so that all that follow the first change are rewritten and told.
+    bool rewrite = false;
+    const HeaderChange change{AuditLog::Category, [&words, &rewrite, action](PolicyHeaderImpl& header) {
+                                  for (const String_t& word : words) {
+                                      const bool done = action == AddCategory ? header.SetCategory(word)
+                                                                              : header.RemoveCategory(word);
+                                      rewrite = rewrite || done;
+                                  }
+                                  return rewrite;
+                              }};
+    if (ChangeHeaders(originator, ids, change, options)) return;
+    Audit(originator, AuditLog::Category, true);
+    Raise<PolicyNotFoundError>(msg::CategoryNoPolicyFiles);
+}
+
+void PolicyOperation::RemoveAllCategories(const String_t& originator, const Selection& selection,
+                                          const PolicyForwarder::Options& options) {
+    LUMCONF_BLOCK(trace::Policy, "PolicyOperation::RemoveAllCategories");
+    MutexLock_t lock(mutex);
+    const Ids selected = SelectFor(originator, selection, AuditLog::Category, msg::CategoryNoPolicyFiles);
+    const Ids ids = Narrow(selected, HasCategories);
+    if (ids.empty()) {
+        Audit(originator, AuditLog::Category, true);
+        Raise<PolicyNotFoundError>(msg::CategoryNone);
+    }
+    const HeaderChange change{AuditLog::Category, [](PolicyHeaderImpl& header) {
+                                  header.RemoveAllCategories();
+                                  return true;
+                              }};
+    ChangeHeaders(originator, ids, change, options);
+}
+
+void PolicyOperation::ModifyAttributes(const String_t& originator, const String_t& attribute,
+                                       const Selection& selection, const PolicyForwarder::Options& options,
+                                       int action) {
+    LUMCONF_BLOCK(trace::Policy, "PolicyOperation::ModifyAttributes");
+    if (action != AddAttribute && action != RemoveAttribute) {
+        Raise<LumPalMsg::IllegalStateError_t>(msg::AttributeOperationNotPossible);
+    }
+    MutexLock_t lock(mutex);
+    const NameAndValue pair = SplitAttribute(attribute);
+    const Ids selected = SelectFor(originator, selection, AuditLog::Attribute, msg::AttributeNoPolicyFiles);
+    const Ids ids = action == RemoveAttribute ? Narrow(selected, HasAttributes) : selected;
+    HeaderChange change{AuditLog::Attribute, [&pair, action](PolicyHeaderImpl& header) {
+                            return action == AddAttribute ? header.SetAttribute(pair.name, pair.value)
+                                                          : header.RemoveAttribute(pair.name, pair.value);
+                        }};
+    change.namesFailedPolicy = false;  // kept: the line of a failure is that of the whole operation
+    if (ChangeHeaders(originator, ids, change, options)) return;
+    Audit(originator, AuditLog::Attribute, true);
+    Raise<PolicyNotFoundError>(msg::AttributeModifyNoPolicyFiles);
+}
+
+void PolicyOperation::RemoveAllAttributes(const String_t& originator, const Selection& selection,
+                                          const PolicyForwarder::Options& options) {
+    LUMCONF_BLOCK(trace::Policy, "PolicyOperation::RemoveAllAttributes");
+    MutexLock_t lock(mutex);
+    const Ids selected = SelectFor(originator, selection, AuditLog::Attribute, msg::AttributeRemoveAllNoPolicyFiles);
+    const Ids ids = Narrow(selected, HasAttributes);
+    if (ids.empty()) {
+        Audit(originator, AuditLog::Attribute, true);
+        Raise<PolicyNotFoundError>(msg::AttributeRemoveAllNoPolicyFiles);
+    }
+    const HeaderChange change{AuditLog::Attribute, [](PolicyHeaderImpl& header) {
+                                  header.RemoveAllAttributes();
+                                  return true;
+                              }};
+    ChangeHeaders(originator, ids, change, options);
+}
+
+}  // namespace LumConf
