@@ -28,7 +28,8 @@ public:
     /// Puts a file to another place, making its directories; what stands there is replaced, in one step where the
     /// system can. The destination ends read-only.
     /// @throws LumPalIo::IOException_t 10 when what stands there cannot be moved away, 11 when the file cannot be
-    ///         moved or copied, or is a symbolic link; nothing half-written remains
+    ///         moved or copied, or is a symbolic link; nothing half-written remains, and a file that stood there
+    ///         stays when the source cannot be read or copied
     static void MoveOrCopyFile(const LumPalIo::File_t& source, const LumPalIo::File_t& destination);
     /// Makes a new, empty, writable file in the temporary directory. @throws LumPalIo::IOException_t
     static LumPalIo::File_t CreateTemporaryFile();

@@ -3,7 +3,6 @@
 #include "FilePermission.h"
 #include "Messages.h"
 #include "Names.h"
-#include "Trace.h"
 
 namespace LumConf {
 
@@ -32,38 +31,30 @@ void CopyBytes(const File_t& from, const File_t& to) {
     input.Close();
 }
 
-[[noreturn]] void RaisePlain(const LumPalStr::String_t& text) {
-    throw IOException_t(LumPalMsg::CreateError_t(text));
-}
-
-/// A copy beside the destination that then takes its name: whoever reads sees the old file or the whole new one.
-void CopyBeside(const File_t& source, const File_t& destination) {
+/// A whole copy beside the destination; nothing half-written remains when that fails.
+File_t CopyBeside(const File_t& source, const File_t& destination) {
     File_t aside = File_t::CreateTempFile(names::TemporaryFilePrefix, DirectoryOf(destination));
     try {
         CopyBytes(source, aside);
-        if (!aside.RenameTo(destination)) {
-            RaisePlain("'" + aside.ToString() + "' could not be renamed to '" + destination.ToString() + "'.");
-        }
     } catch (const Exception_t&) {
         aside.Delete();
         throw;
     }
-    source.Delete();
+    return aside;
 }
 
-void MoveOrCopy(const File_t& source, const File_t& destination) {
-    if (!source.RenameTo(destination)) CopyBeside(source, destination);
-}
-
-/// Whether the file took the place of the one that stands there.
-bool Replace(const File_t& source, const File_t& destination) {
-    try {
-        MoveOrCopy(source, destination);
-        return true;
-    } catch (const Exception_t& e) {
-        LUMCONF_TRACE(trace::Policy, e.GetMessageList().Format(LumPalMsg::Text | LumPalMsg::Details));
+/// Gives the file the name of the destination: whoever reads sees the old file or the whole new one.
+/// @return false when the name cannot be taken; nothing has changed then
+/// @throws IOException_t when the file cannot be copied; nothing has changed then either
+bool TakeName(const File_t& source, const File_t& destination) {
+    if (source.RenameTo(destination)) return true;
+    File_t aside = CopyBeside(source, destination);
+    if (!aside.RenameTo(destination)) {
+        aside.Delete();
         return false;
     }
+    source.Delete();
+    return true;
 }
 
 void MoveOutOfTheWay(const File_t& file) {
@@ -82,12 +73,15 @@ void ClearTheWay(const File_t& destination) {
     if (!destination.Delete()) MoveOutOfTheWay(destination);
 }
 
+[[noreturn]] void RaiseNotCopied(const File_t& source, const File_t& destination, const LumPalMsg::MessageList_t& why) {
+    Raise<IOException_t>(msg::FileNotCopied, source.ToString(), destination.ToString(), why);
+}
+
 /// What a link points to is not the store's.
 void RefuseLinks(const File_t& source, const File_t& destination) {
     for (const File_t& file : {source, DirectoryOf(destination)}) {
         if (!file.IsSymbolicLink()) continue;
-        Raise<IOException_t>(msg::FileNotCopied, source.ToString(), destination.ToString(),
-                             LumPalMsg::CreateError_t("'" + file.ToString() + "' is a symbolic link."));
+        RaiseNotCopied(source, destination, LumPalMsg::CreateError_t("'" + file.ToString() + "' is a symbolic link."));
     }
 }
 
@@ -95,17 +89,25 @@ bool IsRealDirectory(const File_t& file) {
     return file.IsDirectory() && !file.IsSymbolicLink();
 }
 
+bool TakeNameOrRaise(const File_t& source, const File_t& destination) {
+    try {
+        return TakeName(source, destination);
+    } catch (const Exception_t& e) {
+        RaiseNotCopied(source, destination, e.GetMessageList());
+    }
+}
+
+/// What stands there goes only when a whole file was ready to take its place: a source that cannot be read, or a full
+/// disk, must not cost the old file.
 void Put(const File_t& source, const File_t& destination) {
     if (destination.Exists() || destination.IsSymbolicLink()) {
-        if (!IsRealDirectory(destination) && Replace(source, destination)) return;
+        if (!IsRealDirectory(destination) && TakeNameOrRaise(source, destination)) return;
         ClearTheWay(destination);
     } else {
         DirectoryImpl::MakeDirectory(DirectoryOf(destination));
     }
-    try {
-        MoveOrCopy(source, destination);
-    } catch (const Exception_t& e) {
-        Raise<IOException_t>(msg::FileNotCopied, source.ToString(), destination.ToString(), e);
+    if (!TakeNameOrRaise(source, destination)) {
+        RaiseNotCopied(source, destination, LumPalMsg::CreateError_t("The name of the destination cannot be taken."));
     }
 }
 
@@ -115,7 +117,13 @@ void DirectoryImpl::MoveOrCopyFile(const File_t& source, const File_t& destinati
     RefuseLinks(source, destination);
     FilePermission::Apply(source, FilePermissionSet::Writable());
     FilePermission::Apply(destination, FilePermissionSet::Writable());
-    Put(source, destination);
+    try {
+        Put(source, destination);
+    } catch (const Exception_t&) {
+        // The old file stands on, and rests as it did.
+        FilePermission::Apply(destination, FilePermissionSet::Protected());
+        throw;
+    }
     FilePermission::Apply(destination, FilePermissionSet::Protected());
 }
 

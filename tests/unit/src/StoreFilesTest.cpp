@@ -5,6 +5,7 @@
 
 #include "DirectoryImpl.h"
 #include "Files.h"
+#include "LumPalFault.h"
 #include "Raised.h"
 #include "StorePaths.h"
 #include "TempRoot.h"
@@ -16,6 +17,42 @@ using namespace LumConf;
 using LumPalIo::File_t;
 using LumPalIo::IOException_t;
 namespace fs = std::filesystem;
+
+/// Lets a file behave as one that another process holds open on a system where such a file keeps its name: it can be
+/// renamed away, but until then it can neither be deleted nor replaced.
+class NameHeldOpen {
+public:
+    explicit NameHeldOpen(const std::string& path) {
+        Path() = path;
+        LumPalIo::SetFaultHookForTest(&Refuses);
+    }
+    NameHeldOpen(const NameHeldOpen&) = delete;
+    NameHeldOpen& operator=(const NameHeldOpen&) = delete;
+    ~NameHeldOpen() { LumPalIo::SetFaultHookForTest(nullptr); }
+
+private:
+    static std::string& Path() {
+        static std::string path;
+        return path;
+    }
+    static bool Refuses(const char* operation, const char* path) {
+        const std::string what = operation;
+        if (what == "unlink") return path == Path();
+        return what == "rename" && path != Path() && fs::exists(Path());
+    }
+};
+
+/// Lets every write and flush fail for as long as it lives, as on a full disk.
+class FullDisk {
+public:
+    FullDisk() { LumPalIo::SetFaultHookForTest(&Refuses); }
+    FullDisk(const FullDisk&) = delete;
+    FullDisk& operator=(const FullDisk&) = delete;
+    ~FullDisk() { LumPalIo::SetFaultHookForTest(nullptr); }
+
+private:
+    static bool Refuses(const char* operation, const char*) { return std::string(operation) == "write"; }
+};
 
 class StoreFiles : public testing::Test {
 protected:
@@ -174,6 +211,31 @@ TEST_F(StoreFiles, AMissingSourceIsRaisedWithBothPathsAndTheReason) {
     ExpectOnly(".", 0);
 }
 
+TEST_F(StoreFiles, AMissingSourceDoesNotCostTheFileThatStandsThere) {
+    WriteText(At("to"), "old");
+    fs::permissions(At("to"), fs::perms::owner_read);
+    EXPECT_RAISES(Move("nothing", "to"), IOException_t, 11);
+    EXPECT_EQ(ReadText(At("to")), "old");
+    EXPECT_EQ(ModeOf(At("to")), 0440u) << "what stands in the store rests read-only";
+    ExpectOnly(".", 1);
+}
+
+TEST_F(StoreFiles, WhatCannotBeDeletedIsMovedOutOfTheWay) {
+    WriteText(At("from"), "new");
+    WriteText(At("to"), "old");
+    {
+        // Every name is refused until the old file was asked to go, and it goes by a rename only.
+        NameHeldOpen held(At("to").native());
+        Move("from", "to");
+    }
+    EXPECT_EQ(ReadText(At("to")), "new");
+    EXPECT_EQ(ModeOf(At("to")), 0440u);
+    EXPECT_FALSE(fs::exists(At("from")));
+    fs::path away = fs::directory_iterator(At("tmp/conf_tmp"))->path();
+    EXPECT_EQ(ReadText(away), "old");
+    ExpectOnly("tmp/conf_tmp", 1);
+}
+
 TEST_F(StoreFiles, ASourceThatIsALinkIsRefused) {
     WriteText(At("secret"), "secret");
     fs::create_symlink(At("secret"), At("from"));
@@ -205,9 +267,12 @@ TEST_F(StoreFiles, AFolderThatIsALinkReceivesNothing) {
 
 TEST_F(StoreFiles, ANullFileIsRefused) {
     WriteText(At("from"));
-    EXPECT_ANY_THROW(DirectoryImpl::MoveOrCopyFile(File_t(), FileAt("to")));
-    EXPECT_ANY_THROW(DirectoryImpl::MoveOrCopyFile(FileAt("from"), File_t()));
-    EXPECT_ANY_THROW(DirectoryImpl::DeleteFile(File_t()));
+    using LumPalMsg::IllegalStateError_t;
+    EXPECT_RAISES(DirectoryImpl::MoveOrCopyFile(File_t(), FileAt("to")), IllegalStateError_t, 6);
+    EXPECT_RAISES(DirectoryImpl::MoveOrCopyFile(FileAt("from"), File_t()), IllegalStateError_t, 6);
+    EXPECT_RAISES(DirectoryImpl::DeleteFile(File_t()), IllegalStateError_t, 6);
+    EXPECT_NO_THROW(DirectoryImpl::DeleteDirectory(File_t()));
+    EXPECT_FALSE(DirectoryImpl::MakeDirectory(File_t()));
     EXPECT_TRUE(fs::exists(At("from")));
 }
 
@@ -257,6 +322,20 @@ TEST_F(AcrossFileSystems, WhatStandsThereIsReplaced) {
     fs::permissions(At("d/to"), fs::perms::owner_read);
     MoveIn("d/to");
     EXPECT_EQ(ReadText(At("d/to")), "new");
+    ExpectOnly("d", 1);
+}
+
+TEST_F(AcrossFileSystems, AFullDiskDoesNotCostTheFileThatStandsThere) {
+    WriteText(other / "from", "new");
+    WriteText(At("d/to"), "old");
+    fs::permissions(At("d/to"), fs::perms::owner_read);
+    {
+        FullDisk full;
+        EXPECT_RAISES(MoveIn("d/to"), IOException_t, 11);
+    }
+    EXPECT_EQ(ReadText(At("d/to")), "old");
+    EXPECT_EQ(ModeOf(At("d/to")), 0440u);
+    EXPECT_EQ(ReadText(other / "from"), "new");
     ExpectOnly("d", 1);
 }
 
