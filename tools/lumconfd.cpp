@@ -86,7 +86,9 @@ int main(int argc, char** argv) {
     CLI::App app("Serves a node's policies: keeps them, takes requests on them, tells what changed.", "lumconfd");
     std::string root;
     bool checkConfig = false;
-    app.add_option("--root", root, "Folder of the node (default: $LUM_ROOT, else /var/opt/lum)");
+    // An empty one comes from a script's unset variable: the default root is not what was meant.
+    app.add_option("--root", root, "Folder of the node (default: $LUM_ROOT, else /var/opt/lum)")
+        ->check([](const std::string& text) { return std::string(text.empty() ? "the folder's name is empty" : ""); });
     app.add_flag("--check-config", checkConfig, "Check the configuration, say what is wrong, and end");
     app.set_version_flag("--version", "lumconfd " LUM_VERSION);
     app.footer(

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -23,8 +24,11 @@ constexpr int kExitFailed = 1;
 constexpr std::uint32_t kWaitMs = 500;
 
 volatile std::sig_atomic_t stopAsked = 0;
+volatile std::sig_atomic_t commandRuns = 0;
 
+// A command may hang for good: who asks for the end does not wait for it.
 extern "C" void AskToStop(int) {
+    if (commandRuns) std::_Exit(0);
     stopAsked = 1;
 }
 
@@ -60,7 +64,9 @@ void Print(const Choices& choices, const String_t& event, const String_t& value)
 void RunCommand(const Choices& choices, const String_t& event, const String_t& value) {
     LumPalCmd::Command_t command(String_t::FromUtf8(choices.command));
     command.RedirectInput(LumPalCmd::Null).PutEnv("LUM_EVENT", event).PutEnv("LUM_VALUE", value);
-    const int code = command.Execute().WaitFor();
+    commandRuns = 1;
+    const int code = stopAsked ? 0 : command.Execute().WaitFor();
+    commandRuns = 0;
     if (code != 0 && !choices.quiet) std::cerr << "lumevents: the command ended with " << code << std::endl;
 }
 
@@ -101,8 +107,8 @@ void Describe(CLI::App& app, Choices& choices) {
     app.add_option("EVENT", choices.events, "Event to listen for; a \"*\" at its end stands for any rest")->required();
     app.footer(
         "Prints one line per event, the event and its value, and acknowledges it.\n"
-        "Ends with 0 when --count is reached and on SIGINT or SIGTERM, with 1 when the control service\n"
-        "cannot be reached or goes away.");
+        "Ends with 0 when --count is reached and on SIGINT or SIGTERM (a command that still runs is left to end\n"
+        "by itself), with 1 when the control service cannot be reached or goes away.");
 }
 
 }  // namespace

@@ -124,9 +124,8 @@ class Node:
     # The daemon.
 
     def environment(self, **more):
-        environment = dict(os.environ, LUM_ROOT=str(self.root), **more)
-        environment.pop("NOTIFY_SOCKET", None)
-        return environment
+        inherited = {name: value for name, value in os.environ.items() if name != "NOTIFY_SOCKET"}
+        return {**inherited, "LUM_ROOT": str(self.root), **more}
 
     def start(self, **environment):
         with open(self.folder / "lumconfd.err", "ab") as log:

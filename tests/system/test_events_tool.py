@@ -7,7 +7,9 @@ import subprocess
 import sys
 import unittest
 
-from node import DONE, EXAMPLES, PATIENCE_S, TOOLS, Node
+from node import DONE, EXAMPLES, PATIENCE_S, TOOLS, UNTOLD, Node, wait_until
+
+EXAMPLE = sorted(EXAMPLES.glob("*_header.xml"))[0]
 
 
 class Listener:
@@ -30,12 +32,14 @@ def run(node, *arguments):
                           stdin=subprocess.DEVNULL, timeout=PATIENCE_S)
 
 
-def install(node):
-    """Installs the first example; returns its type."""
-    header = sorted(EXAMPLES.glob("*_header.xml"))[0]
-    done = subprocess.run([TOOLS / "lumpolicy", "install", header], env=node.environment(), text=True,
+def run_tool(node, *arguments):
+    return subprocess.run([TOOLS / "lumpolicy", *arguments], env=node.environment(), text=True,
                           capture_output=True, timeout=PATIENCE_S)
-    return done
+
+
+def install(node):
+    """Installs the first example."""
+    return run_tool(node, "install", EXAMPLE)
 
 
 class EventsTool(unittest.TestCase):
@@ -89,6 +93,26 @@ class EventsTool(unittest.TestCase):
                 listener = Listener(node, "*")
                 listener.process.send_signal(how)
                 self.assertEqual(listener.end()[0], 0)
+
+    def test_a_signal_ends_it_also_while_its_command_runs(self):
+        with Node() as node:
+            for how in (signal.SIGINT, signal.SIGTERM):
+                gate, seen = node.folder / f"gate{how}", node.folder / f"seen{how}"
+                script = node.folder / "command"
+                script.write_text(f'#!/bin/sh\n: > "{seen}"\nwhile [ ! -e "{gate}" ]; do sleep 0.02; done\n'
+                                  f'rm "{seen}"\n')
+                script.chmod(0o755)
+                listener = Listener(node, "--exec", str(script), "CHECK_POLICY:*")
+                run_tool(node, "remove", "--all", "--no-notify")
+                caller = subprocess.Popen([TOOLS / "lumpolicy", "install", EXAMPLE], env=node.environment(),
+                                          stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+                node.processes.append(caller)
+                wait_until(seen.exists, "the command runs")
+                listener.process.send_signal(how)
+                self.assertEqual(listener.process.wait(PATIENCE_S), 0)
+                gate.touch()
+                wait_until(lambda: not seen.exists(), "the command ends by itself")
+                self.assertEqual(caller.wait(PATIENCE_S), UNTOLD)
 
     def test_the_end_of_the_daemon_ends_it_with_1(self):
         with Node() as node:

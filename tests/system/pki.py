@@ -1,0 +1,65 @@
+"""Certificates made with the openssl command line, and nodes that have one."""
+import pathlib
+import ssl
+import subprocess
+import tempfile
+
+
+def openssl(*arguments, cwd=None):
+    done = subprocess.run(["openssl", *map(str, arguments)], capture_output=True, text=True, cwd=cwd)
+    if done.returncode != 0:
+        raise AssertionError(f"openssl {' '.join(map(str, arguments))}: {done.stderr}")
+
+
+class Authority:
+    """Issues P-256 certificates into a folder of its own, which lives as long as the object."""
+
+    def __init__(self, name="authority"):
+        self.scratch = tempfile.TemporaryDirectory(prefix="lumpki.")
+        self.folder = pathlib.Path(self.scratch.name)
+        self.certificate, self.key = self.folder / "ca.pem", self.folder / "ca.key"
+        openssl("req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-days", "2",
+                "-subj", f"/CN={name}", "-addext", "basicConstraints=critical,CA:TRUE", "-keyout", self.key,
+                "-out", self.certificate)
+
+    def close(self):
+        self.scratch.cleanup()
+
+    def issue(self, common_name, names="DNS:localhost,IP:127.0.0.1", file_name=None):
+        """Returns the paths of certificate and key."""
+        base = self.folder / (file_name or common_name)
+        certificate, key = pathlib.Path(f"{base}.pem"), pathlib.Path(f"{base}.key")
+        request, extensions = f"{base}.csr", pathlib.Path(f"{base}.ext")
+        extensions.write_text(f"basicConstraints=critical,CA:FALSE\nsubjectAltName={names}\n")
+        openssl("req", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-utf8", "-subj",
+                f"/CN={common_name}", "-keyout", key, "-out", request)
+        openssl("x509", "-req", "-in", request, "-CA", self.certificate, "-CAkey", self.key, "-CAcreateserial",
+                "-days", "1", "-extfile", extensions, "-out", certificate)
+        return certificate, key
+
+
+def trust(node, authority, alias="ca"):
+    folder = node.root / "etc/keystore/trusted"
+    folder.mkdir(parents=True, exist_ok=True)
+    (folder / f"{alias}.pem").write_bytes(authority.certificate.read_bytes())
+
+
+def install_identity(node, core_id, issued):
+    """Gives the node, or the client that uses its root, a certificate of its own."""
+    certificate, key = issued
+    folder = node.root / "etc/keystore/own"
+    folder.mkdir(parents=True, exist_ok=True)
+    (folder / f"{core_id}.pem").write_bytes(certificate.read_bytes())
+    (folder / f"{core_id}.key").write_bytes(key.read_bytes())
+    (folder / f"{core_id}.key").chmod(0o600)
+    node.settings.setdefault("sec.core", {})["CORE_ID"] = core_id
+    node.settings.setdefault("sec.cm.certificates", {})["CERT_INSTALLED"] = "true"
+    node.write_settings()
+
+
+def client_context(authority, issued=None):
+    """What a client of another make would use."""
+    context = ssl.create_default_context(cafile=str(authority.certificate))
+    if issued:
+        context.load_cert_chain(*map(str, issued))
+    return context

@@ -1,0 +1,451 @@
+#!/usr/bin/python3
+"""The daemon as its administrator meets it: starting, being refused, reloading, stopping, and what it says."""
+import hashlib
+import os
+import pathlib
+import re
+import signal
+import socket
+import subprocess
+import threading
+import unittest
+
+import wire
+from node import DONE, PATIENCE_S, TOOLS, Node, free_port, wait_until, write_policy
+
+STOPPED, FAILED, WRONG_USAGE, ALREADY_RUNNING = range(4)
+
+
+def tree(root):
+    """Everything below a root: kind, mode, owner, time of change, content."""
+    found = {}
+    for folder, folders, files in os.walk(root):
+        for name in ["."] + folders + files:
+            path = os.path.join(folder, name)
+            status = os.lstat(path)
+            content = ""
+            if name in files and os.path.isfile(path) and not os.path.islink(path):
+                with open(path, "rb") as file:
+                    content = hashlib.sha256(file.read()).hexdigest()
+            found[path] = (status.st_mode, status.st_uid, status.st_gid, status.st_ino, status.st_mtime_ns, content)
+    return found
+
+
+class ServiceManager:
+    """What systemd is to a daemon of the type notify."""
+
+    def __init__(self, name):
+        self.address = str(name)
+        self.socket = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self.socket.bind("\0" + self.address[1:] if self.address.startswith("@") else self.address)
+        self.socket.settimeout(PATIENCE_S)
+
+    def state(self):
+        return self.socket.recv(4096).decode()
+
+    def has_heard(self):
+        self.socket.setblocking(False)
+        try:
+            return self.socket.recv(4096).decode()
+        except BlockingIOError:
+            return None
+        finally:
+            self.socket.settimeout(PATIENCE_S)
+
+    def close(self):
+        self.socket.close()
+
+
+class DaemonTest(unittest.TestCase):
+    def node(self, *arguments, **keywords):
+        node = Node(*arguments, **keywords)
+        self.addCleanup(node.close)
+        return node
+
+    def manager(self, name):
+        manager = ServiceManager(name)
+        self.addCleanup(manager.close)
+        return manager
+
+    def run_daemon(self, node, *arguments, **environment):
+        """A daemon that is expected to end by itself."""
+        return node.tool("lumconfd", *arguments, environment=node.environment(**environment))
+
+    def start_daemon(self, node, *arguments, environment=None):
+        """A daemon that says itself when it serves; its log is a pipe."""
+        process = subprocess.Popen([TOOLS / "lumconfd", *map(str, arguments)], text=True, stdin=subprocess.DEVNULL,
+                                   env=environment or node.environment(), stdout=subprocess.DEVNULL,
+                                   stderr=subprocess.PIPE)
+        node.processes.append(process)
+        return process
+
+    def install(self, node, policy_id, *options):
+        path = write_policy(node.folder / "source", policy_id, {f"{policy_id}.data": b"content"})
+        return node.policy("install", "--no-notify", *options, path)
+
+
+class CommandLine(DaemonTest):
+    def test_version_and_help_go_to_standard_output_and_touch_nothing(self):
+        node = self.node(start=False)
+        before = tree(node.folder)
+        for arguments, words in ((("--version",), ["lumconfd "]),
+                                 (("--help",), ["--root", "--check-config", "SIGHUP", "Exit codes"])):
+            with self.subTest(arguments=arguments):
+                result = self.run_daemon(node, *arguments)
+                self.assertEqual((result.code, result.err), (STOPPED, ""))
+                for word in words:
+                    self.assertIn(word, result.out)
+        self.assertEqual(tree(node.folder), before)
+
+    def test_wrong_usage_names_the_argument_and_touches_nothing(self):
+        node = self.node(start=False)
+        before = tree(node.folder)
+        for arguments, word in ((("--daemonize",), "--daemonize"), (("serve",), "serve"), (("--root",), "--root"),
+                                (("--root", ""), "--root"), (("-x",), "-x"), (("--root", "/tmp", "again"), "again")):
+            with self.subTest(arguments=arguments):
+                result = self.run_daemon(node, *arguments)
+                self.assertEqual(result.code, WRONG_USAGE, result)
+                self.assertIn(word, result.err)
+                self.assertEqual(result.out, "")
+        self.assertEqual(tree(node.folder), before)
+
+    def test_the_root_of_the_command_line_wins_over_the_environment(self):
+        node = self.node(start=False)
+        elsewhere = node.folder / "elsewhere"
+        process = self.start_daemon(node, "--root", node.root, environment=node.environment(LUM_ROOT=str(elsewhere)))
+        self.assertIn(f"serving the node in {node.root}", process.stderr.readline())
+        self.assertFalse(elsewhere.exists())
+
+    def test_a_relative_root_is_taken_from_where_the_daemon_was_started(self):
+        node = self.node(start=False)
+        process = subprocess.Popen([TOOLS / "lumconfd", "--root", "root"], cwd=node.folder, text=True,
+                                   stdin=subprocess.DEVNULL, env=node.environment(LUM_ROOT="/nowhere"),
+                                   stderr=subprocess.PIPE)
+        node.processes.append(process)
+        self.assertIn(f"serving the node in {node.root}", process.stderr.readline())
+        self.assertEqual(node.policy("list").code, 4)
+
+
+class OneDaemonForEachRoot(DaemonTest):
+    def test_a_second_daemon_is_refused_before_anything_of_the_root_is_touched(self):
+        node = self.node()
+        self.install(node, "a")
+        (node.folder / "link").symlink_to(node.root)
+        leftover = node.incoming / "arriving"
+        leftover.write_bytes(b"half a file")
+        before = tree(node.root)
+        for root in (node.root, f"{node.root}/", f"{node.root}/../root", node.folder / "link"):
+            with self.subTest(root=root):
+                result = self.run_daemon(node, "--root", root)
+                self.assertEqual(result.code, ALREADY_RUNNING, result)
+                self.assertIn("lumconfd.lock", result.err)
+                self.assertIn("another lumconfd serves", result.err)
+        self.assertEqual(tree(node.root), before)
+        self.assertEqual([policy["id"] for policy in node.list()], ["a"])
+
+    def test_many_daemons_started_at_once_leave_one_that_serves(self):
+        node = self.node(start=False)
+        started = [self.start_daemon(node) for _ in range(5)]
+        wait_until(lambda: sum(process.poll() is not None for process in started) == 4, "all but one ended")
+        self.assertEqual([process.returncode for process in started if process.poll() is not None],
+                         [ALREADY_RUNNING] * 4)
+        serving = next(process for process in started if process.poll() is None)
+        self.assertIn("serving the node", serving.stderr.readline())
+        self.assertEqual(node.policy("list").code, 4)
+
+    def test_a_daemon_that_was_killed_leaves_nothing_that_keeps_the_next_one_out(self):
+        node = self.node()
+        self.install(node, "a")
+        first_secret = wire.secret_of(node)
+        self.assertEqual(node.stop(signal.SIGKILL), -signal.SIGKILL)
+        node.start()
+        self.assertEqual([policy["id"] for policy in node.list()], ["a"])
+        self.assertNotEqual(wire.secret_of(node), first_secret)
+
+
+class Readiness(DaemonTest):
+    def test_it_says_ready_when_it_serves_and_stopping_when_it_stops(self):
+        for where in ("path", "abstract"):
+            with self.subTest(where=where):
+                node = self.node(start=False)
+                name = node.folder / "notify" if where == "path" else f"@lum-test-{os.getpid()}-{node.port}"
+                manager = self.manager(name)
+                node.start(NOTIFY_SOCKET=str(name))
+                self.assertEqual(manager.state(), "READY=1")
+                self.assertEqual(node.policy("list").code, 4)
+                node.daemon.send_signal(signal.SIGHUP)
+                self.assertEqual([manager.state(), manager.state()], ["RELOADING=1", "READY=1"])
+                self.assertEqual(node.stop(), STOPPED)
+                self.assertEqual(manager.state(), "STOPPING=1")
+                self.assertIsNone(manager.has_heard())
+
+    def test_a_call_sent_right_behind_ready_is_served(self):
+        node = self.node(start=False)
+        manager = self.manager(node.folder / "notify")
+        self.start_daemon(node, environment=node.environment(NOTIFY_SOCKET=str(node.folder / "notify")))
+        self.assertEqual(manager.state(), "READY=1")
+        self.assertEqual(wire.ask(node, wire.list_call()).value(), wire.NO_POLICIES)
+
+    def test_a_taken_port_is_a_failure_that_names_the_port_and_is_never_called_ready(self):
+        node = self.node(start=False)
+        manager = self.manager(node.folder / "notify")
+        with socket.socket() as other:
+            other.bind(("127.0.0.1", node.port))
+            other.listen()
+            result = self.run_daemon(node, NOTIFY_SOCKET=str(node.folder / "notify"))
+        self.assertEqual(result.code, FAILED, result)
+        self.assertIn(f"port {node.port}", result.err)
+        self.assertIn("Address already in use", result.err)
+        self.assertNotIn("serving the node", result.err)
+        self.assertIsNone(manager.has_heard())
+        self.assertFalse((node.root / "etc/local.secret").exists())
+
+    def test_the_port_of_another_node_is_a_failure_and_that_node_serves_on(self):
+        first = self.node()
+        second = self.node({"vox.http.ext.conf": {"SERVER_PORT": first.port}}, start=False)
+        self.assertEqual(self.run_daemon(second).code, FAILED)
+        self.assertEqual(first.policy("list").code, 4)
+        second.settings["vox.http.ext.conf"]["SERVER_PORT"] = second.port
+        second.write_settings()
+        second.start()
+        self.assertEqual(second.policy("list").code, 4)
+
+    def test_a_manager_that_is_not_there_keeps_nothing_from_serving(self):
+        node = self.node(start=False)
+        node.start(NOTIFY_SOCKET=str(node.folder / "nobody"))
+        self.assertEqual(node.policy("list").code, 4)
+        self.assertEqual(node.stop(), STOPPED)
+
+    def test_a_port_of_0_is_a_free_one_that_the_log_tells(self):
+        node = self.node({"vox.http.ext.conf": {"SERVER_PORT": 0}}, start=False)
+        line = self.start_daemon(node).stderr.readline()
+        node.port = int(line.rsplit("port ", 1)[1])
+        self.assertGreater(node.port, 0)
+        self.assertEqual(wire.ask(node, wire.list_call()).value(), wire.NO_POLICIES)
+
+
+class Roots(DaemonTest):
+    def test_a_root_that_is_not_there_is_made(self):
+        node = self.node(start=False)
+        root = node.folder / "new/deep root/ünïcode"
+        environment = node.environment(LUM_ROOT=str(root))
+        (root / "etc/pal/config").mkdir(parents=True)
+        (root / "etc/pal/config/local_settings.ini").write_text(f"[vox.http.ext.conf]\nSERVER_PORT={node.port}\n",
+                                                                encoding="utf-8")
+        process = self.start_daemon(node, environment=environment)
+        self.assertIn(f"serving the node in {root}", process.stderr.readline())
+        self.assertTrue((root / "policies").is_dir())
+
+    def test_a_root_that_cannot_be_made_is_named(self):
+        node = self.node(start=False)
+        (node.folder / "file").write_text("")
+        for root in ("/proc/nowhere/root", node.folder / "file", node.folder / "file/root"):
+            with self.subTest(root=root):
+                result = self.run_daemon(node, "--root", root)
+                self.assertEqual(result.code, FAILED, result)
+                self.assertIn(str(root), result.err)
+                self.assertNotIn("serving", result.err)
+
+    def test_a_store_that_cannot_be_made_is_named_and_nothing_is_served(self):
+        node = self.node(start=False)
+        manager = self.manager(node.folder / "notify")
+        (node.root / "policies").write_text("a file where a folder must be")
+        result = self.run_daemon(node, NOTIFY_SOCKET=str(node.folder / "notify"))
+        self.assertEqual(result.code, FAILED, result)
+        self.assertIn("policies", result.err)
+        self.assertIsNone(manager.has_heard())
+
+    def test_a_restart_removes_what_is_in_the_incoming_folder_and_no_more(self):
+        node = self.node()
+        self.install(node, "a")
+        node.stop()
+        outside = node.folder / "outside"
+        outside.mkdir()
+        (outside / "kept").write_text("kept")
+        node.incoming.mkdir()
+        (node.incoming / "left_header.xml").write_text("<header/>")
+        (node.incoming / "locked").write_text("x")
+        (node.incoming / "locked").chmod(0o400)
+        (node.incoming / "link").symlink_to(outside)
+        (node.incoming / "file link").symlink_to(outside / "kept")
+        beside = [node.incoming.parent / "beside", node.root / "spool/other", node.root / "tmp/mine",
+                  node.root / "etc/mine", node.root / "log/mine", node.root / "mine"]
+        for path in beside:
+            path.parent.mkdir(parents=True, exist_ok=True)
+            path.write_text("mine")
+        stored = tree(node.store)
+        node.start()
+        self.assertEqual(list(node.incoming.iterdir()), [])
+        self.assertEqual((outside / "kept").read_text(), "kept")
+        self.assertEqual([path.read_text() for path in beside], ["mine"] * len(beside))
+        self.assertEqual(tree(node.store), stored)
+        self.assertEqual([policy["id"] for policy in node.list()], ["a"])
+
+    def test_an_incoming_folder_that_is_a_link_is_not_followed(self):
+        node = self.node(start=False)
+        outside = node.folder / "outside"
+        outside.mkdir()
+        (outside / "kept").write_text("kept")
+        node.incoming.parent.mkdir(parents=True)
+        node.incoming.symlink_to(outside)
+        node.start()
+        self.assertEqual(self.install(node, "a").code, DONE)
+        self.assertEqual([path.name for path in outside.iterdir()], ["kept"])
+
+
+class Configuration(DaemonTest):
+    def check(self, node):
+        return self.run_daemon(node, "--check-config")
+
+    def test_a_configuration_in_order_is_said_to_be_so_and_nothing_is_changed(self):
+        node = self.node(start=False)
+        node.write_rights({"operator": "install list"})
+        before = tree(node.root)
+        result = self.check(node)
+        self.assertEqual((result.code, result.err), (STOPPED, ""), result)
+        self.assertIn("the configuration is in order", result.out)
+        self.assertEqual(tree(node.root), before)
+
+    def test_a_configuration_may_be_checked_while_the_daemon_serves(self):
+        node = self.node()
+        self.assertEqual(self.check(node).code, STOPPED)
+        self.assertEqual(node.policy("list").code, 4)
+
+    def test_what_is_wrong_is_told_line_by_line(self):
+        for settings, words in (
+                ({"vox.http.ext.conf": {"SERVER_PORT": "high"}}, ["[vox.http.ext.conf]", "SERVER_PORT=high", "port"]),
+                ({"vox.http.ext.conf": {"TARGET_PORT": "65536"}}, ["TARGET_PORT=65536"]),
+                ({"conf.server": {"AUDIT_LOGGING": "perhaps"}}, ["[conf.server]", "AUDIT_LOGGING=perhaps"]),
+                ({"conf.server": {"AUDIT_LOG_MODE": "some"}}, ["AUDIT_LOG_MODE=some", "all or failure"]),
+                ({"conf.core": {"CONTROL_ACK_TIMEOUT": "-1"}}, ["CONTROL_ACK_TIMEOUT=-1"]),
+                ({"sec.core": {"CORE_ID": "node"}, "sec.cm.certificates": {"CERT_INSTALLED": "true"}},
+                 ["node.pem"]),
+                ({"sec.core": {"CORE_ID": "../node"}, "sec.cm.certificates": {"CERT_INSTALLED": "true"}},
+                 ["../node"])):
+            with self.subTest(settings=settings), Node(settings, start=False) as node:
+                result = self.check(node)
+                self.assertEqual(result.code, FAILED, result)
+                for word in words + ["1 problem(s)"]:
+                    self.assertIn(word, result.out)
+
+    def test_a_line_that_is_none_is_told_with_its_file_and_number(self):
+        for text, line in (("[conf.server]\nAUDIT_LOGGING=true\nnonsense\n", 3), ("stray=1\n", 1),
+                           ("[conf.server\n", 1), ("[a]\nx=\\q\n", 2)):
+            with self.subTest(text=text):
+                node = self.node(start=False)
+                (node.config / "local_settings.ini").write_text(text)
+                result = self.check(node)
+                self.assertEqual(result.code, FAILED, result)
+                self.assertIn(str(node.config / "local_settings.ini"), result.out)
+                self.assertRegex(result.out, rf"\b{line}\b")
+
+    def test_a_wrong_right_and_a_broken_rights_file_are_told(self):
+        node = self.node(start=False)
+        node.write_rights({"operator": "install lsit"})
+        result = self.check(node)
+        self.assertEqual(result.code, FAILED, result)
+        for word in ("lsit", "operator", "authorization.ini"):
+            self.assertIn(word, result.out)
+        (node.root / "etc/authorization.ini").write_text("[conf]\nno line\n")
+        result = self.check(node)
+        self.assertEqual(result.code, FAILED, result)
+        self.assertIn("authorization.ini", result.out)
+        self.assertRegex(result.out, r"\b2\b")
+
+    def test_all_problems_are_told_at_once(self):
+        node = self.node({"vox.http.ext.conf": {"SERVER_PORT": "x"}, "conf.server": {"AUDIT_LOGGING": "x"}},
+                         start=False)
+        node.write_rights({"operator": "dance"})
+        result = self.check(node)
+        self.assertEqual((result.code, result.out.splitlines()[-1]), (FAILED, "3 problem(s)"), result)
+
+
+class Stopping(DaemonTest):
+    @staticmethod
+    def gated_command(node):
+        """A command that makes the file "seen" and ends when "gate" is there, or the whole folder gone."""
+        script = node.folder / "consumer"
+        script.write_text(f'#!/bin/sh\ncd "{node.folder}"\n: > seen\n'
+                          'while [ ! -e gate ] && [ -e "$0" ]; do sleep 0.02; done\n')
+        script.chmod(0o755)
+        return script
+
+    def test_both_signals_stop_it_cleanly(self):
+        for how in (signal.SIGTERM, signal.SIGINT):
+            with self.subTest(signal=how.name):
+                node = self.node()
+                self.install(node, "a")
+                self.assertEqual(node.stop(how), STOPPED)
+                self.assertFalse((node.root / "etc/local.secret").exists())
+                self.assertFalse(node.incoming.exists())
+                self.assertEqual(node.stored(), ["type/a.data", "type/a_header.xml"])
+                node.start()
+                self.assertEqual([policy["id"] for policy in node.list()], ["a"])
+
+    def test_a_signal_before_it_serves_stops_it_too(self):
+        for _ in range(3):
+            node = self.node(start=False)
+            process = self.start_daemon(node)
+            wait_until(lambda: signals_are_held(process.pid) or process.poll() is not None, "it handles signals")
+            process.send_signal(signal.SIGTERM)
+            self.assertEqual(process.wait(PATIENCE_S), STOPPED)
+
+    def test_a_request_under_way_is_answered_before_it_ends_and_none_is_taken_behind(self):
+        for how in (signal.SIGTERM, signal.SIGINT):
+            with self.subTest(signal=how.name):
+                node = self.node()
+                gate, seen = node.folder / "gate", node.folder / "seen"
+                node.consumer("*", arguments=("--exec", self.gated_command(node)))
+                path = write_policy(node.folder / "source", "a")
+                results = []
+                caller = threading.Thread(target=lambda: results.append(node.policy("install", path)))
+                caller.start()
+                wait_until(seen.exists, "the consumer is told")
+                node.daemon.send_signal(how)
+                wait_until(lambda: not accepts(node.port), "the port is closed")
+                self.assertIsNone(node.daemon.poll(), "it waits for the request")
+                gate.touch()
+                caller.join()
+                self.assertEqual(results[0].code, DONE, results[0])
+                self.assertEqual(node.daemon.wait(PATIENCE_S), STOPPED)
+                self.assertEqual(node.stored(), ["type/a_header.xml"])
+
+    def test_callers_that_only_wait_or_send_slowly_do_not_hold_it(self):
+        node = self.node()
+        with wire.Connection(node.port), wire.Connection(node.port) as slow, wire.Connection(node.port) as kept:
+            self.assertEqual(kept.exchange(wire.post(wire.list_call(), secret=wire.secret_of(node))).status, 200)
+            slow.send(wire.post(wire.list_call())[:-20])
+            self.assertEqual(node.stop(), STOPPED)
+            self.assertTrue(kept.is_closed())
+
+    def test_a_consumer_that_never_answers_holds_it_no_longer_than_the_limit(self):
+        node = self.node({"conf.core": {"CONTROL_ACK_TIMEOUT": "1"}})
+        node.consumer("*", arguments=("--exec", self.gated_command(node)))
+        self.addCleanup((node.folder / "gate").touch)
+        path = write_policy(node.folder / "source", "a")
+        with subprocess.Popen([TOOLS / "lumpolicy", "install", path], env=node.environment(), stdin=subprocess.DEVNULL,
+                              stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL) as caller:
+            wait_until((node.folder / "seen").exists, "the consumer is told")
+            self.assertEqual(node.stop(), STOPPED)
+            self.assertEqual(caller.wait(PATIENCE_S), 7, "installed, but the consumer was not heard of")
+        self.assertEqual(node.stored(), ["type/a_header.xml"])
+
+
+def signals_are_held(pid):
+    """Whether SIGTERM is out of its default way. A thread that waits for it shows it as not blocked: ask all."""
+    masks = []
+    for status in pathlib.Path(f"/proc/{pid}/task").glob("*/status"):
+        try:
+            masks += re.findall(r"^SigBlk:\s*(\w+)", status.read_text(), re.M)
+        except (FileNotFoundError, ProcessLookupError):
+            pass
+    return any(int(mask, 16) & 1 << (signal.SIGTERM - 1) for mask in masks)
+
+
+def accepts(port):
+    with socket.socket() as probe:
+        return probe.connect_ex(("127.0.0.1", port)) == 0
+
+
+if __name__ == "__main__":
+    unittest.main()
