@@ -13,10 +13,11 @@ namespace {
 
 using Pair = std::pair<String_t, String_t>;
 
-/// The name is what stands before the first "=", the value what stands behind it; a text without one is both.
+/// The name is what stands before the first "=", the value what stands behind it; a text without one is a name.
 Pair SplitPair(const String_t& text) {
     const std::uint32_t at = text.Find("=");
-    return {text.Left(at), at == NotFound ? text : text.Mid(at + 1)};
+    if (at == NotFound) return {text, ""};
+    return {text.Left(at), text.Mid(at + 1)};
 }
 
 bool ToBool(const String_t& text) {

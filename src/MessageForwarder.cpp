@@ -59,9 +59,8 @@ LumPalNet::URI_t MessageForwarder::GetTargetUri(String_t& host, const String_t& 
     return LumPalNet::URI_t(String_t(plain ? names::HttpScheme : names::HttpsScheme) + host + path + names::RpcPath);
 }
 
-RpcCall MessageForwarder::CreateCall(const String_t& host, const String_t& targetId) const {
-    String_t target = host;
-    const LumPalNet::URI_t uri = GetTargetUri(target, names::ConfMsgPath);
+RpcCall MessageForwarder::CreateCall(String_t& host, const String_t& targetId) const {
+    const LumPalNet::URI_t uri = GetTargetUri(host, names::ConfMsgPath);
     return LumVoxRpc::RpcClient(configuration, *this).CreateCall(uri, RpcCall::Options().SetTargetID(targetId));
 }
 
@@ -70,7 +69,8 @@ void MessageForwarder::SendInstall(const String_t& method, RequestKind kind, con
                                    const InstallOptions& options, InstallMethod installMethod) const {
     LUMCONF_BLOCK(trace::Message, "MessageForwarder::SendInstall");
     Demand(kind, RequestKind::Install, msg::ForwarderInstallState);
-    const RpcCall call = CreateCall(host, options.GetImpl().GetTargetID());
+    String_t target = host;
+    const RpcCall call = CreateCall(target, options.GetImpl().GetTargetID());
     SOAPArgUnicodeString file(names::PolicyInstallFilename, fileName);
     SOAPArgByteArray bytes(names::PolicyByteArrayName, data);
     InstallOptionsSoapArg installOptions(names::PolicyInstallOptions);
@@ -80,7 +80,7 @@ void MessageForwarder::SendInstall(const String_t& method, RequestKind kind, con
     SOAPArgInt value(names::PolicyInstallRetValue, &answer.value);
     SOAPArgUnicodeString text(names::PolicyInstallRetString, &answer.text);
     Call(call, method, {&file, &bytes, &installOptions, &how}, {&value, &text});
-    DecodeInstall(answer, installMethod, fileName, host);
+    DecodeInstall(answer, installMethod, fileName, target);
 }
 
 void MessageForwarder::SendSelection(const String_t& method, RequestKind kind, OperationMode mode, const String_t& host,
@@ -88,29 +88,31 @@ void MessageForwarder::SendSelection(const String_t& method, RequestKind kind, O
                                      const PolicyForwarder::Options& options) const {
     LUMCONF_BLOCK(trace::Message, "MessageForwarder::SendSelection");
     Demand(kind, RequestKind::Selection, msg::ForwarderSelectionState);
-    const RpcCall call = CreateCall(host, options.GetTargetID());
+    String_t target = host;
+    const RpcCall call = CreateCall(target, options.GetTargetID());
     SOAPArgInt modeArgument(names::PolicyOperationMode, static_cast<int>(mode));
     modeArgument.SetTypeAttribute();
     SOAPArgUnicodeString string(names::PolicyString1, argument);
     string.SetTypeAttribute();
     SelectionSoapArg selected(names::PolicySelection);
-    selected.SetSelection(selection, host);
+    selected.SetSelection(selection, target);
     OptionsSoapArg operationOptions(names::PolicyOptions);
     operationOptions.SetOptions(options);
     Answer answer;
     SOAPArgInt value(names::PolicySelectionRetValue, &answer.value);
     SOAPArgUnicodeString text(names::PolicySelectionRetString, &answer.text);
     Call(call, method, {&modeArgument, &string, &selected, &operationOptions}, {&value, &text});
-    DecodeSelection(answer, host);
+    DecodeSelection(answer, target);
 }
 
 PolicyContainer MessageForwarder::SendList(const String_t& method, RequestKind kind, const String_t& host,
                                            const String_t& targetId, const Selection& selection) const {
     LUMCONF_BLOCK(trace::Message, "MessageForwarder::SendList");
     Demand(kind, RequestKind::List, msg::ForwarderListState);
-    const RpcCall call = CreateCall(host, targetId);
+    String_t target = host;
+    const RpcCall call = CreateCall(target, targetId);
     SelectionSoapArg selected(names::PolicySelection);
-    selected.SetSelection(selection, host);
+    selected.SetSelection(selection, target);
     Answer answer;
     SOAPArgInt value(names::PolicySelectionRetValue, &answer.value);
     SOAPArgUnicodeString text(names::PolicySelectionRetString, &answer.text);
@@ -118,7 +120,7 @@ PolicyContainer MessageForwarder::SendList(const String_t& method, RequestKind k
     Call(call, method, {&selected}, {&value, &text, &list});
     // Taken before the return value is looked at: an answer without a list is an error whatever it says.
     const PolicyContainer container = list.GetContainer();
-    DecodeList(answer, host);
+    DecodeList(answer, target);
     return container;
 }
 

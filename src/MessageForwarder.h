@@ -51,7 +51,8 @@ public:
                              const LumPalStr::String_t& targetId, const Selection& selection) const;
 
 private:
-    LumVoxRpc::RpcCall CreateCall(const LumPalStr::String_t& host, const LumPalStr::String_t& targetId) const;
+    /// @param host  trimmed in place
+    LumVoxRpc::RpcCall CreateCall(LumPalStr::String_t& host, const LumPalStr::String_t& targetId) const;
 
     LumPalConfig::Configuration_t configuration;
 };

@@ -42,6 +42,11 @@ const Row kListRows[] = {
     {kAnyOther, msg::ForwardUndefinedError, RaiseAs<PolicyRemoteException>},
 };
 
+const Row kConfigurationRows[] = {
+    {ReturnValue::NotAuthorized, msg::ForwardConfigNotAllowed, RaiseAs<LumSecAuth::NotAuthorizedException>},
+    {kAnyOther, msg::ForwardConfigUndefinedError, RaiseAs<SettingsRemoteException>},
+};
+
 /// For one policy, where the message of the file rows names the file.
 const Row kInstallPolicyRows[] = {
     {ReturnValue::OwnerMismatch, msg::ForwardOwnerError, RaiseAs<PolicyOwnerError>},
@@ -96,6 +101,10 @@ void DecodeSelection(const Answer& answer, const String_t& host) {
 
 void DecodeList(const Answer& answer, const String_t& host) {
     if (!IsSuccess(answer)) RaiseRow(*Find(kListRows, answer.value), host, answer);
+}
+
+void DecodeConfiguration(const Answer& answer, const String_t& host) {
+    if (!IsSuccess(answer)) RaiseRow(*Find(kConfigurationRows, answer.value), host, answer);
 }
 
 }  // namespace LumConf
