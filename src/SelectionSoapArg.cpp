@@ -1,6 +1,9 @@
 #include "SelectionSoapArg.h"
 
+#include "Names.h"
 #include "SelectionImpl.h"
+#include "Trace.h"
+#include "Utils.h"
 
 namespace LumConf {
 
@@ -14,10 +17,16 @@ constexpr int kOldestShifted = 3;
 constexpr int kNewestShifted = 9;
 }  // namespace
 
-void SelectionSoapArg::SetSelection(const Selection& value, const String_t&) {
+void SelectionSoapArg::SetSelection(const Selection& value, const String_t& host) {
     selection = value;
-    // No node is asked for its version: every target is taken to have the current numbering.
     targetVersion.Clear();
+    if (host.IsEmpty() || host == names::LocalHost) return;
+    try {
+        targetVersion = Utils::GetVersion(host);
+    } catch (const LumPalMsg::Exception_t& e) {
+        // A node that does not tell its version is taken to have the current numbering.
+        LUMCONF_TRACE(trace::Policy, e.GetMessageList().Format(LumPalMsg::Text | LumPalMsg::Details));
+    }
 }
 
 int SelectionSoapArg::KindOnTheWire(int kind, const String_t& version) {

@@ -11,7 +11,8 @@ namespace LumConf {
 class SelectionSoapArg : public FlatSoapArg {
 public:
     explicit SelectionSoapArg(const LumPalStr::String_t& name) : FlatSoapArg(name) {}
-    /// @param host  the target; nodes of old versions number the kinds differently
+    /// @param host  the target; nodes of old versions number the kinds differently, so that any other node than
+    ///              this one is asked for its version, once
     void SetSelection(const Selection& value, const LumPalStr::String_t& host);
     const Selection& GetSelection() const noexcept { return selection; }
     void WriteContent(LumPalXml::XmlWriter_t& writer) const override;
