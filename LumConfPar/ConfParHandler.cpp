@@ -1,5 +1,6 @@
 #include "ConfParHandler.h"
 
+#include "FirstReading.h"
 #include "LumPalLog.h"
 #include "LumPalMsg.h"
 #include "Names.h"
@@ -9,13 +10,16 @@ namespace LumConfPar {
 using namespace LumConf;
 
 ConfParHandler::ConfParHandler() : nameSpace(names::NsConfCore) {
+    RegisterAndRead(nameSpace, *this, mutex, [this] { Read(); });
+}
+
+void ConfParHandler::Read() {
     try {
         cache = nameSpace.Open().GetBool(names::CacheSettingsPoliciesKey);
     } catch (const LumPalMsg::Exception_t& e) {
         // The worker must not end over a line of the configuration: jobs wait for it.
         LumPalLog::Log(e.GetMessageList());
     }
-    nameSpace.Register(*this);
 }
 
 ConfParHandler::~ConfParHandler() {
@@ -24,6 +28,7 @@ ConfParHandler::~ConfParHandler() {
 
 void ConfParHandler::Update(const LumPalConfig::ChangedConfiguration_t& changes,
                             const LumPalConfig::Configuration_t& configuration) {
+    const LumPalThread::MutexLock_t lock(mutex);
     if (!changes.HasChanged(names::CacheSettingsPoliciesKey)) return;
     cache = configuration.GetBool(names::CacheSettingsPoliciesKey);
 }

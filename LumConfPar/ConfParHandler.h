@@ -5,13 +5,14 @@
 #include <atomic>
 
 #include "LumPalConfig.h"
+#include "LumPalThread.h"
 
 namespace LumConfPar {
 
 /// Holds the live value of CACHE_CONFIGSETTINGS_POLICIES, from its making to its end. Any thread.
-class ConfParHandler : public LumPalConfig::ConfigChangeHandler_i {
+class ConfParHandler final : public LumPalConfig::ConfigChangeHandler_i {
 public:
-    /// Reads the value and registers for changes. A configuration that cannot be read counts as "no cache".
+    /// Registers for changes and reads the value. A configuration that cannot be read counts as "no cache".
     ConfParHandler();
     ConfParHandler(const ConfParHandler&) = delete;
     ConfParHandler& operator=(const ConfParHandler&) = delete;
@@ -21,7 +22,10 @@ public:
     bool IsCacheOn() const noexcept { return cache; }
 
 private:
+    void Read();
+
     LumPalConfig::ConfigNamespace_t nameSpace;
+    LumPalThread::Mutex_t mutex;  ///< held while the value is taken up
     std::atomic<bool> cache{false};
 };
 

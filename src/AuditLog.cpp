@@ -1,5 +1,6 @@
 #include "AuditLog.h"
 
+#include "FirstReading.h"
 #include "LumPalThread.h"
 #include "Messages.h"
 #include "Names.h"
@@ -78,19 +79,29 @@ constexpr unsigned kLogOptions = LumPalLog::Rotate | LumPalLog::PrivateMode;
 
 }  // namespace
 
-AuditChangeHandler::AuditChangeHandler() : nameSpace(names::NsConfServer) {
-    Configuration_t configuration = nameSpace.Open();
-    enabled = configuration.GetBool(names::AuditLoggingKey);
-    failureOnly = ReadFailureOnlyAtStart(configuration);
-    nameSpace.Register(*this);
-}
+AuditChangeHandler::AuditChangeHandler() : nameSpace(names::NsConfServer) {}
 
 AuditChangeHandler::~AuditChangeHandler() {
+    Unfollow();
+}
+
+void AuditChangeHandler::Follow() {
+    RegisterAndRead(nameSpace, *this, mutex, [this] { Read(); });
+}
+
+void AuditChangeHandler::Unfollow() {
     nameSpace.Unregister(*this);
+}
+
+void AuditChangeHandler::Read() {
+    const Configuration_t configuration = nameSpace.Open();
+    enabled = configuration.GetBool(names::AuditLoggingKey);
+    failureOnly = ReadFailureOnlyAtStart(configuration);
 }
 
 void AuditChangeHandler::Update(const LumPalConfig::ChangedConfiguration_t& changes,
                                 const Configuration_t& configuration) {
+    const MutexLock_t lock(mutex);
     if (changes.HasChanged(names::AuditLoggingKey)) enabled = configuration.GetBool(names::AuditLoggingKey);
     if (changes.HasChanged(names::AuditLogModeKey)) {
         failureOnly = configuration.GetValue(names::AuditLogModeKey) == kFailureOnChange;
@@ -103,10 +114,17 @@ AuditLog& AuditLog::GetInstance() {
     return instance;
 }
 
-AuditLog::AuditLog() : log(paths::AuditLogDirectory(), names::AuditLogName, names::ServerComponent, kLogOptions) {}
+AuditLog::AuditLog() {
+    Follow();
+    log = LumPalLog::Log_t(paths::AuditLogDirectory(), names::AuditLogName, names::ServerComponent, kLogOptions);
+}
+
+AuditLog::~AuditLog() {
+    Unfollow();
+}
 
 bool AuditLog::IsWanted(const String_t& originator, bool success) const {
-    if (!enabled || (failureOnly && success)) return false;
+    if (!IsEnabled() || (IsFailureOnly() && success)) return false;
     return originator != names::NsConfCluster;
 }
 
@@ -119,7 +137,7 @@ void AuditLog::Log(const String_t& originator, int mode, bool success) {
 }
 
 void AuditLog::LogAuthorizationError(const String_t& originator, const String_t& method) {
-    if (enabled) Write(Make(msg::AuditNotAuthorized, originator, method));
+    if (IsEnabled()) Write(Make(msg::AuditNotAuthorized, originator, method));
 }
 
 void AuditLog::Write(const LumPalMsg::Message_t& message) {

@@ -8,30 +8,45 @@
 #include "LumPalLog.h"
 #include "LumPalMsg.h"
 #include "LumPalStr.h"
+#include "LumPalThread.h"
 
 namespace LumConf {
 
-/// Takes up the choices of the operator: at its making, and with each change of the configuration.
+/// The choices of the operator: as they are when it begins to follow, and with each change of the configuration.
 class AuditChangeHandler : public LumPalConfig::ConfigChangeHandler_i {
 public:
-    AuditChangeHandler();
     AuditChangeHandler(const AuditChangeHandler&) = delete;
     AuditChangeHandler& operator=(const AuditChangeHandler&) = delete;
     ~AuditChangeHandler() override;
     /// Called on the configuration layer's thread.
     void Update(const LumPalConfig::ChangedConfiguration_t& changes,
                 const LumPalConfig::Configuration_t& configuration) override;
+    /// Whether lines are written at all.
+    bool IsEnabled() const noexcept { return enabled; }
+    /// Whether only failures are.
+    bool IsFailureOnly() const noexcept { return failureOnly; }
 
 protected:
+    AuditChangeHandler();
+    /// Reads the choices and subscribes to changes: at the end of the making of the whole object, which changes may
+    /// reach from then on. @throws what ConfigNamespace_t::Open throws
+    void Follow();
+    /// Ends it: at the beginning of the whole object's end.
+    void Unfollow();
+
+private:
+    void Read();
+
+    LumPalConfig::ConfigNamespace_t nameSpace;
+    LumPalThread::Mutex_t mutex;  ///< held while the choices are taken up
     std::atomic<bool> enabled{false};
     std::atomic<bool> failureOnly{false};
-    LumPalConfig::ConfigNamespace_t nameSpace;
 };
 
 /// Writes one line for each policy that an operation touched, or for the operation, to "conf.server.audit.log".
 /// The operator turns it on (AUDIT_LOGGING) and may limit it to failures (AUDIT_LOG_MODE); operations of the cluster
 /// monitor are never written. A log that cannot be opened is only traced. Any thread; one mutex is held for each line.
-class AuditLog : public AuditChangeHandler {
+class AuditLog final : public AuditChangeHandler {
 public:
     using ChangeHandler = AuditChangeHandler;
 
@@ -56,6 +71,7 @@ public:
     static AuditLog& GetInstance();
     /// A log of one's own under the present root and configuration; lines of all logs share the mutex.
     AuditLog();
+    ~AuditLog() override;
 
     /// One line on one policy; a mode that is none of a single policy gives an empty line.
     void Log(const LumPalStr::String_t& originator, const LumPalStr::String_t& name, const LumPalStr::String_t& id,

@@ -4,10 +4,6 @@ namespace LumConf {
 
 using LumPalThread::MutexLock_t;
 
-namespace {
-constexpr std::uint32_t kPatienceMs = 1000;
-}
-
 void CallsInFlight::CallStarted() {
     MutexLock_t lock(mutex);
     ++calls;
@@ -18,9 +14,9 @@ void CallsInFlight::CallFinished() {
     if (--calls == 0) ended.Signal();
 }
 
-void CallsInFlight::WaitForCalls() {
+void CallsInFlight::WaitForCalls(std::uint32_t patienceMs) {
     MutexLock_t lock(mutex);
-    if (calls > 0) ended.Wait(mutex, kPatienceMs);
+    if (calls > 0) ended.Wait(mutex, patienceMs);
 }
 
 }  // namespace LumConf

@@ -2,6 +2,8 @@
 /// Counts the calls of an RPC handler, so that it outlives them.
 #pragma once
 
+#include <cstdint>
+
 #include "LumPalThread.h"
 #include "LumVoxRpc.h"
 
@@ -14,9 +16,9 @@ public:
     void CallFinished() override;
 
 protected:
-    /// Waits once, at most 1000 ms, when calls are in flight, and goes on whether they have ended or not.
+    /// Waits once when calls are in flight, and goes on whether they have ended or not.
     /// Each handler's destructor calls it first.
-    void WaitForCalls();
+    void WaitForCalls(std::uint32_t patienceMs = 1000);
 
 private:
     int calls = 0;  ///< guarded by mutex

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "FirstReading.h"
 #include "LumCtrl.h"
 #include "Messages.h"
 #include "Names.h"
@@ -63,9 +64,9 @@ LumCtrl::Control::Options MakeOptions(bool asynchronous) {
 
 }  // namespace
 
-NotifyStore::ConfigHandler::ConfigHandler(const ConfigNamespace_t& ns)
-    : nameSpace(ns), asynchronous(ns.Open().GetBool(names::AsyncControlNotifyKey)) {
-    nameSpace.Register(*this);
+NotifyStore::ConfigHandler::ConfigHandler(const ConfigNamespace_t& ns) : nameSpace(ns), asynchronous(false) {
+    RegisterAndRead(nameSpace, *this, mutex,
+                    [this] { asynchronous = nameSpace.Open().GetBool(names::AsyncControlNotifyKey); });
 }
 
 NotifyStore::ConfigHandler::~ConfigHandler() {
@@ -74,6 +75,7 @@ NotifyStore::ConfigHandler::~ConfigHandler() {
 
 void NotifyStore::ConfigHandler::Update(const LumPalConfig::ChangedConfiguration_t& changes,
                                         const LumPalConfig::Configuration_t& configuration) {
+    const LumPalThread::MutexLock_t lock(mutex);
     if (!changes.HasChanged(names::AsyncControlNotifyKey)) return;
     asynchronous = configuration.GetBool(names::AsyncControlNotifyKey);
 }

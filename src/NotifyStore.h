@@ -8,6 +8,7 @@
 #include "LumPalConfig.h"
 #include "LumPalMsg.h"
 #include "LumPalStr.h"
+#include "LumPalThread.h"
 #include "NotifyEntries.h"
 
 namespace LumConfPar {
@@ -27,7 +28,7 @@ public:
     enum Kind : int { Install = 1, Enable = 2, Disable = 3, Remove = 4 };
 
     /// Holds the live value of ASYNC_CONTROL_NOTIFY. Any thread.
-    class ConfigHandler : public LumPalConfig::ConfigChangeHandler_i {
+    class ConfigHandler final : public LumPalConfig::ConfigChangeHandler_i {
     public:
         explicit ConfigHandler(const LumPalConfig::ConfigNamespace_t& nameSpace);
         ConfigHandler(const ConfigHandler&) = delete;
@@ -39,6 +40,7 @@ public:
 
     private:
         LumPalConfig::ConfigNamespace_t nameSpace;
+        LumPalThread::Mutex_t mutex;  ///< held while the value is taken up
         std::atomic<bool> asynchronous;
     };
 

@@ -2,8 +2,11 @@
 
 #include "LumPalLog.h"
 #include "Names.h"
+#include "Trace.h"
 
 namespace LumConf {
+
+using LumPalStr::String_t;
 
 namespace {
 constexpr unsigned kMessageFormat = LumPalMsg::Text | LumPalMsg::Details;
@@ -23,6 +26,13 @@ void RpcAnswer::Set(ReturnValue outcome, const LumPalMsg::Exception_t& cause) {
 void RpcAnswer::SetFailure(const LumPalMsg::Message_t& message) {
     Set(ReturnValue::OtherFailure, message);
     LumPalLog::Log(message);
+}
+
+String_t StartCall(const LumVoxRpc::RpcServerCall& call, const MessageOf<1>& row) {
+    const String_t sender = String_t::FromUtf8(call.GetOriginatorID());
+    LUMCONF_TRACE(trace::Policy, Make(row, sender));
+    LUMCONF_TRACE(trace::Policy, call.Authenticated() ? "the sender is authenticated" : "the sender proved nothing");
+    return sender;
 }
 
 void SendAnswer(LumVoxRpc::RpcServerCall& call, const RpcAnswer& answer, const char* valueName, const char* textName,

@@ -5,6 +5,7 @@
 #include "LumPalMsg.h"
 #include "LumPalStr.h"
 #include "LumVoxRpc.h"
+#include "Messages.h"
 #include "ReturnValue.h"
 
 namespace LumConf {
@@ -21,6 +22,11 @@ struct RpcAnswer {
     /// A failure without a value of its own: the message, with the cause in its details, also goes to the log.
     void SetFailure(const LumPalMsg::Message_t& message);
 };
+
+/// The start of a call: traces the row's message about the sender, and whether the transport has identified it.
+/// Nothing is decided by that: rights are.
+/// @return the sender's id
+LumPalStr::String_t StartCall(const LumVoxRpc::RpcServerCall& call, const MessageOf<1>& row);
 
 /// Sends value and text under these names, and what follows them, if anything.
 void SendAnswer(LumVoxRpc::RpcServerCall& call, const RpcAnswer& answer, const char* valueName, const char* textName,

@@ -41,8 +41,7 @@ RpcPolicyInstall::~RpcPolicyInstall() {
 
 void RpcPolicyInstall::Process(LumVoxRpc::RpcServerCall& call) {
     Request request;
-    request.sender = String_t::FromUtf8(call.GetOriginatorID());
-    LUMCONF_TRACE(trace::Policy, Make(msg::RpcInstallStart, request.sender));
+    request.sender = StartCall(call, msg::RpcInstallStart);
     RpcAnswer answer;
     try {
         Serve(call, request, answer);

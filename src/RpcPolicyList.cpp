@@ -33,8 +33,7 @@ RpcPolicyList::~RpcPolicyList() {
 
 void RpcPolicyList::Process(LumVoxRpc::RpcServerCall& call) {
     Request request;
-    request.sender = String_t::FromUtf8(call.GetOriginatorID());
-    LUMCONF_TRACE(trace::Policy, Make(msg::RpcListStart, request.sender));
+    request.sender = StartCall(call, msg::RpcListStart);
     RpcAnswer answer;
     try {
         Serve(call, request, answer);

@@ -126,8 +126,7 @@ const RpcPolicyOp::Mode* RpcPolicyOp::FindMode(int number) {
 
 void RpcPolicyOp::Process(LumVoxRpc::RpcServerCall& call) {
     Request request;
-    request.sender = String_t::FromUtf8(call.GetOriginatorID());
-    LUMCONF_TRACE(trace::Policy, Make(msg::RpcOpStart, request.sender));
+    request.sender = StartCall(call, msg::RpcOpStart);
     RpcAnswer answer;
     try {
         Serve(call, request, answer);

@@ -17,13 +17,14 @@ public:
     ConfigServer();
     ConfigServer(const ConfigServer&) = delete;
     ConfigServer& operator=(const ConfigServer&) = delete;
-    /// Waits for calls in flight, at most one second for each handler.
+    /// Closes a messenger of its own, and waits for calls in flight, at most one second for each handler. A messenger
+    /// of the caller must have been closed before, by Stop or by the caller: it would go on to reach the handlers.
     ~ConfigServer();
 
     /// Serves on a messenger of its own. A failure is written to the application log (179, 180) and not raised:
     /// a daemon asks IsServing.
     void Start();
-    /// Serves on the caller's messenger, which is rooted at "/" and which Stop closes; null makes one.
+    /// Serves on the caller's messenger, which is rooted at "/" and which Stop closes; null makes one. Failures as above.
     void Start(LumVoxMsg::Messenger* messenger);
     /// Closes the messenger, stops the policy worker, removes the temporary directories.
     /// @throws LumPalMsg::IllegalStateError_t 196 when the worker does not run; the directories then stay

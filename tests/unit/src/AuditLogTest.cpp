@@ -6,6 +6,7 @@
 
 #include "Configure.h"
 #include "Files.h"
+#include "LumPalCfgFile.h"
 #include "TempRoot.h"
 #include "TraceLines.h"
 
@@ -13,12 +14,6 @@ namespace {
 
 using namespace LumConf;
 using LumPalStr::String_t;
-
-/// Shows what the log took up.
-struct Probe : AuditLog {
-    bool IsOn() const { return enabled; }
-    bool IsFailureOnly() const { return failureOnly; }
-};
 
 class AuditLogTest : public testing::Test {
 protected:
@@ -127,8 +122,8 @@ TEST_F(AuditLogTest, AModeWithoutAMessageGivesAnEmptyLine) {
 
 TEST_F(AuditLogTest, WithoutConfigurationNothingIsWritten) {
     std::filesystem::create_directories(root.Native() + "/log");
-    Probe log;
-    EXPECT_FALSE(log.IsOn());
+    AuditLog log;
+    EXPECT_FALSE(log.IsEnabled());
     log.Log("host", AuditLog::List, false);
     log.LogAuthorizationError("host", "list");
     EXPECT_EQ(Text(), "");
@@ -167,14 +162,14 @@ TEST_F(AuditLogTest, FailureInUpperCaseAtTheStartWritesEverythingAndIsTraced) {
 TEST_F(AuditLogTest, AllAtTheStartIsNotTraced) {
     TurnOn("all");
     TraceLines traced;
-    Probe log;
+    AuditLog log;
     EXPECT_FALSE(log.IsFailureOnly());
     EXPECT_FALSE(traced.Contains("is unknown"));
 }
 
 TEST_F(AuditLogTest, AChangeTakesUpFailureInUpperCaseAlone) {
     TurnOn("all");
-    Probe log;
+    AuditLog log;
     Configure("conf.server", "AUDIT_LOG_MODE", "FAILURE");
     EXPECT_TRUE(Eventually([&log] { return log.IsFailureOnly(); }));
     log.Log("host", AuditLog::List, true);
@@ -187,20 +182,20 @@ TEST_F(AuditLogTest, AChangeTakesUpFailureInUpperCaseAlone) {
 
 TEST_F(AuditLogTest, AChangeTurnsTheLogOffAndOn) {
     TurnOn();
-    Probe log;
-    EXPECT_TRUE(log.IsOn());
+    AuditLog log;
+    EXPECT_TRUE(log.IsEnabled());
     Configure("conf.server", "AUDIT_LOGGING", "no");
-    EXPECT_TRUE(Eventually([&log] { return !log.IsOn(); }));
+    EXPECT_TRUE(Eventually([&log] { return !log.IsEnabled(); }));
     Configure("conf.server", "AUDIT_LOGGING", "1");
-    EXPECT_TRUE(Eventually([&log] { return log.IsOn(); }));
+    EXPECT_TRUE(Eventually([&log] { return log.IsEnabled(); }));
 }
 
 TEST_F(AuditLogTest, AChangeOfAnotherKeyChangesNothing) {
     TurnOn("failure");
-    Probe log;
+    AuditLog log;
     Configure("conf.server", "NOMULTIPLEPOLICIES", "x");
     Configure("conf.server", "AUDIT_LOGGING", "false");
-    EXPECT_TRUE(Eventually([&log] { return !log.IsOn(); }));
+    EXPECT_TRUE(Eventually([&log] { return !log.IsEnabled(); }));
     EXPECT_TRUE(log.IsFailureOnly());
 }
 
@@ -235,8 +230,68 @@ TEST_F(AuditLogTest, OthersMayNotReadTheLog) {
     EXPECT_EQ(ModeOf(root.Native() + "/log/conf.server.audit.log") & 0007u, 0u);
 }
 
-TEST_F(AuditLogTest, TheProcessHasOneLog) {
-    EXPECT_EQ(&AuditLog::GetInstance(), &AuditLog::GetInstance());
+TEST_F(AuditLogTest, TheOwnerMayWriteItAndTheGroupMayReadIt) {
+    TurnOn();
+    AuditLog().Log("host", AuditLog::List, true);
+    EXPECT_EQ(ModeOf(root.Native() + "/log/conf.server.audit.log"), 0640u);
+}
+
+TEST_F(AuditLogTest, ALogThatHasGrownLargeIsPutAsideAndBegunAnew) {
+    TurnOn();
+    const std::string path = root.Native() + "/log/conf.server.audit.log";
+    AuditLog log;
+    log.Log("host", AuditLog::List, true);
+    std::filesystem::resize_file(path, 10 << 20);
+    log.Log("host", AuditLog::Reinit, true);
+    log.Log("host", AuditLog::Notify, true);
+    EXPECT_TRUE(std::filesystem::exists(path + ".1"));
+    EXPECT_NE(Text().find("NOTIFY"), std::string::npos);
+    EXPECT_LT(std::filesystem::file_size(path), 10u << 20);
+}
+
+TEST_F(AuditLogTest, ALogThatWasTakenAwayIsMadeAgain) {
+    TurnOn();
+    AuditLog log;
+    log.Log("host", AuditLog::List, true);
+    std::filesystem::remove(root.Native() + "/log/conf.server.audit.log");
+    log.Log("host", AuditLog::Reinit, true);
+    ExpectOneLine("INFO", "Success Audit: REINIT: Policy cache successfully re-initialized. Calling system: 'host'");
+}
+
+TEST_F(AuditLogTest, TheModeIsComparedExactly) {
+    for (const char* mode : {"Failure", "failure ", "failures", "ALL", ""}) {
+        Configure("conf.server", "AUDIT_LOG_MODE", mode);
+        TraceLines traced;
+        EXPECT_FALSE(AuditLog().IsFailureOnly()) << mode;
+        EXPECT_TRUE(traced.Contains("is unknown")) << mode;
+    }
+}
+
+TEST_F(AuditLogTest, OnAChangeTheModeIsComparedExactlyToo) {
+    TurnOn("all");
+    AuditLog log;
+    Configure("conf.server", "AUDIT_LOG_MODE", "FAILURE");
+    ASSERT_TRUE(Eventually([&log] { return log.IsFailureOnly(); }));
+    for (const char* mode : {"Failure", "failure", "FAILURES", "", "all"}) {
+        Configure("conf.server", "AUDIT_LOG_MODE", mode);
+        EXPECT_TRUE(Eventually([&log] { return !log.IsFailureOnly(); })) << mode;
+        Configure("conf.server", "AUDIT_LOG_MODE", "FAILURE");
+        EXPECT_TRUE(Eventually([&log] { return log.IsFailureOnly(); })) << mode;
+    }
+}
+
+TEST_F(AuditLogTest, AKeyThatIsTakenAwayCountsAsNotSet) {
+    TurnOn();
+    AuditLog log;
+    LumPalConfig::ConfigUpdate_t update{String_t::Null()};
+    update.ClearNamespace("conf.server");
+    update.Apply();
+    EXPECT_TRUE(Eventually([&log] { return !log.IsEnabled(); }));
+}
+
+TEST_F(AuditLogTest, ABrokenConfigurationAtTheStartIsRaised) {
+    WriteText(root.Native() + "/etc/pal/config/local_settings.ini", "no namespace, no value\n");
+    EXPECT_THROW(AuditLog(), LumPalCfgFile::SyntaxException_t);
 }
 
 TEST_F(AuditLogTest, LinesOfSeveralThreadsStayWhole) {
