@@ -24,7 +24,8 @@ public:
     /// Serves on a messenger of its own. A failure is written to the application log (179, 180) and not raised:
     /// a daemon asks IsServing.
     void Start();
-    /// Serves on the caller's messenger, which is rooted at "/" and which Stop closes; null makes one. Failures as above.
+    /// Serves on the caller's messenger, which is rooted at "/" and which Stop closes; null makes one. Failures as
+    /// above.
     void Start(LumVoxMsg::Messenger* messenger);
     /// Closes the messenger, stops the policy worker, removes the temporary directories.
     /// @throws LumPalMsg::IllegalStateError_t 196 when the worker does not run; the directories then stay
