@@ -7,6 +7,7 @@
 #include "PlainName.h"
 #include "PolicyArrayReader.h"
 #include "PolicyOperation.h"
+#include "PolicyWriter.h"
 #include "PolicyXmlHandler.h"
 #include "PolicyXmlParser.h"
 #include "StorePaths.h"
@@ -62,9 +63,10 @@ void InstallTask::InstallUnpacked() {
     CheckFolders();
     CheckDataFiles();
     CheckSignatures();
+    PrepareHeader();
     DeleteOldData();
-    DeleteOldHeader();
     WriteHeader();
+    DeleteOldHeader();
     MoveDataFiles();
     KeepBooks();
     DeleteOldFolder();

@@ -2,6 +2,7 @@
 /// One install of one policy.
 #pragma once
 
+#include <memory>
 #include <vector>
 
 #include "LumPalArray.h"
@@ -15,12 +16,13 @@ namespace LumConf {
 class InstallOptionsImpl;
 class PolicyException;
 class PolicyOperation;
+class PolicyWriter;
 class TransferCursor;
 
 /// Takes one policy into the store. Used once, under the mutex of the operation, which outlives it.
 ///
 /// Its functions are its steps, in their order: unpack into the incoming directory; parse and apply the options; find
-/// what is installed and decide; write; keep the books. Up to CheckSignatures what is installed is untouched.
+/// what is installed and decide; write; keep the books. Up to PrepareHeader what is installed is untouched.
 /// From DeleteOldData on the old policy's data is gone, and nothing brings it back; the cache then still holds the old
 /// header until KeepBooks. A policy that is refused leaves nothing in the incoming directory; another failure leaves
 /// its files there until the next start.
@@ -74,9 +76,10 @@ private:
     void CheckDataFiles() const;
     void CheckSignatures() const;
     bool HasOldFolder() const;
+    void PrepareHeader();
     void DeleteOldData();
-    void DeleteOldHeader();
     void WriteHeader();
+    void DeleteOldHeader();
     void MoveDataFiles();
     void KeepBooks();
     void DeleteOldFolder();
@@ -95,6 +98,7 @@ private:
     HeaderPtr installedHeader;    ///< null for a new policy
     String_t installedPolicyId;   ///< empty unless the installed policy was found by name and type
     String_t installedTypeName;
+    std::unique_ptr<PolicyWriter> writer;  ///< null until the new document was made
 };
 
 }  // namespace LumConf

@@ -76,23 +76,26 @@ void InstallTask::DeleteOldData() {
     }
 }
 
-void InstallTask::DeleteOldHeader() {
-    if (!HasOldFolder() || !options.GetForceAll()) return;
-    const File_t folder = TypeFolder(installedTypeName);
-    for (const String_t& id : {newHeader->GetContainerId(), installedPolicyId}) {
-        const File_t file(folder, id + names::HeaderFileSuffix);
-        if (!IsPlainName(id) || !file.Exists()) continue;
-        DeleteOrMoveAway(file);
-        return;
-    }
+// All that needs room on the disk comes before the old data goes: a full disk costs nothing.
+void InstallTask::PrepareHeader() {
+    writer = std::make_unique<PolicyWriter>(DirectoryImpl::CreateTemporaryFile(), headerFile,
+                                            LumPalIo::CharArrayInputStream_t::Over(operation.currentPolicy),
+                                            operation.installDirectory, newHeader.Get());
+    writer->Prepare();
 }
 
 void InstallTask::WriteHeader() {
-    PolicyWriter writer(DirectoryImpl::CreateTemporaryFile(), headerFile,
-                        LumPalIo::CharArrayInputStream_t::Over(operation.currentPolicy), operation.installDirectory,
-                        newHeader.Get());
-    writer.Write(IsPlainName(installedPolicyId) ? installedPolicyId : String_t(""));
+    writer->Write(IsPlainName(installedPolicyId) ? installedPolicyId : String_t(""));
     operation.currentPolicy = LumPalArray::CharArray_t();
+}
+
+// Behind the new header's move, so that a failure of that leaves the old one.
+void InstallTask::DeleteOldHeader() {
+    if (!HasOldFolder()) return;
+    const String_t& oldId = installedHeader->GetContainerId();
+    if (oldId == newHeader->GetContainerId() && installedTypeName == newHeader->GetTypeName()) return;
+    const String_t name = oldId + names::HeaderFileSuffix;
+    if (IsPlainName(name)) DeleteOrMoveAway(File_t(TypeFolder(installedTypeName), name));
 }
 
 void InstallTask::MoveDataFiles() {

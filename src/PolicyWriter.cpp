@@ -22,10 +22,10 @@ String_t HeaderFileName(const String_t& id) {
 }
 
 /// A policy that changed its id leaves no document under the old one.
-void DeleteFormerFile(const String_t& typeName, const String_t& oldId) {
+void DeleteFormerFile(const String_t& typeName, const String_t& oldId, const File_t& present) {
     if (!IsPlainName(oldId)) return;
     const File_t file(File_t(paths::PolicyInstallDirectory(), typeName), HeaderFileName(oldId));
-    if (file.Exists()) DirectoryImpl::DeleteFile(file);
+    if (file.GetAbsolutePath() != present.GetAbsolutePath() && file.Exists()) DirectoryImpl::DeleteFile(file);
 }
 
 }  // namespace
@@ -42,22 +42,31 @@ PolicyWriter::PolicyWriter(const File_t& tempFile, const File_t& oldFile, const 
     initialized = true;
 }
 
+void PolicyWriter::Prepare() {
+    if (!initialized) Raise<LumPalMsg::IllegalStateError_t>(msg::WriterNotInitialized);
+    if (prepared) return;
+    CheckPlainName(source->GetTypeName());
+    CheckPolicyId(source->GetContainerId());
+    try {
+        Rewrite();
+        // What was rewritten is on the disk by now, so that neither a full disk nor a crash costs the old document.
+        fileStream.Sync();
+    } catch (const LumPalMsg::Exception_t&) {
+        DirectoryImpl::DeleteFile(tempFile);
+        throw;
+    }
+    prepared = true;
+}
+
 void PolicyWriter::Write(const String_t& oldId) {
     LUMCONF_BLOCK(trace::Policy, "PolicyWriter::Write");
-    if (!initialized) Raise<LumPalMsg::IllegalStateError_t>(msg::WriterNotInitialized);
-    const String_t typeName = source->GetTypeName();
-    const String_t id = source->GetContainerId();
-    CheckPlainName(typeName);
-    CheckPolicyId(id);
-
-    Rewrite();
+    Prepare();
     input.Close();
-    // What was rewritten is on the disk by now, so that neither a full disk nor a crash costs the old document.
-    fileStream.Sync();
     DirectoryImpl::DeleteFile(oldFile);
     bufferedStream.Close();
-    DeleteFormerFile(typeName, oldId);
-    DirectoryImpl::MoveOrCopyFile(tempFile, File_t(File_t(targetBase, typeName), HeaderFileName(id)));
+    const File_t target(File_t(targetBase, source->GetTypeName()), HeaderFileName(source->GetContainerId()));
+    DirectoryImpl::MoveOrCopyFile(tempFile, target);
+    DeleteFormerFile(source->GetTypeName(), oldId, target);
     initialized = false;
 }
 

@@ -26,8 +26,12 @@ public:
     PolicyWriter(const PolicyWriter&) = delete;
     PolicyWriter& operator=(const PolicyWriter&) = delete;
 
-    /// Rewrites and moves the result to its place; a document of `oldId` in the type's directory goes.
-    /// A crash on the way may leave the policy without its document.
+    /// Makes the new document in tempFile and flushes it: all that needs room on the disk, before anything of the
+    /// store changes. Write does it too when nobody did. A failure deletes tempFile.
+    /// @throws as Write, but for MoveOrCopyFile
+    void Prepare();
+    /// Moves the new document to its place; then a document of `oldId` in the type's directory goes, so that a failure
+    /// leaves one of the two.
     /// @throws LumPalMsg::IllegalStateError_t 98 on a second call; PolicyFileException for an id or a type name that
     ///         is no file name (nothing has changed then); what the parser, the handler (84 among them)
     ///         and DirectoryImpl::MoveOrCopyFile raise, unchanged
@@ -37,6 +41,7 @@ private:
     void Rewrite();
 
     bool initialized = false;
+    bool prepared = false;
     LumPalIo::File_t tempFile;
     LumPalIo::File_t oldFile;
     LumPalIo::InputStream_t input;

@@ -6,10 +6,10 @@
 
 namespace LumPalIo {
 
-/// Asked before each operation that changes the file system, and before a program is started; true lets it fail with an
-/// I/O error (EIO).
+/// Asked before each operation that changes the file system, before a file is opened for reading, and before a program
+/// is started; true lets it fail with an I/O error (EIO).
 /// @param operation  "open" (for writing), "write", "rename", "unlink", "rmdir", "mkdir", "chmod", "fsync",
-///                   "spawn"
+///                   "read" (opening for reading), "spawn"
 /// @param path       the path concerned (of a rename, the old one), or the program
 /// Called from whatever thread does the operation.
 using FaultHook = bool (*)(const char* operation, const char* path);

@@ -29,7 +29,8 @@ public:
     Descriptor(const String_t& path, int flags) : path(path), native(path) {
         if (!native.IsUsable()) Fail("Cannot open file", native.GetError());
         const bool writes = (flags & O_ACCMODE) != O_RDONLY;
-        number = writes && FaultAt("open", native.CStr()) ? -1 : open(native.CStr(), flags | CommonFlags, FileMode);
+        const bool fault = FaultAt(writes ? "open" : "read", native.CStr());
+        number = fault ? -1 : open(native.CStr(), flags | CommonFlags, FileMode);
         if (number < 0) Fail("Cannot open file", errno);
         CheckKind();
     }

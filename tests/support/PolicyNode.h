@@ -26,7 +26,9 @@ class PolicyNode {
 public:
     using String_t = LumPalStr::String_t;
 
-    PolicyNode() {
+    PolicyNode() : PolicyNode("/tmp") {}
+    /// @param base  an existing folder below which the root is made
+    explicit PolicyNode(const char* base) : root(base) {
         Configure("conf.server", "AUDIT_LOGGING", "true");
         // Triggers do not wait for a consumer. Set before the node reads it: a change is told a moment later.
         Configure("conf.core", "ASYNC_CONTROL_NOTIFY", "true");

@@ -17,10 +17,11 @@
 /// root of its own; the previous root is not put back.
 class TempRoot {
 public:
-    TempRoot() {
-        char name[] = "/tmp/lumtest-XXXXXX";
-        if (!mkdtemp(name)) throw std::runtime_error("cannot make a folder below /tmp");
-        folder = name;
+    TempRoot() : TempRoot("/tmp") {}
+    /// @param base  an existing folder that takes the place of /tmp
+    explicit TempRoot(const std::string& base) {
+        folder = base + "/lumtest-XXXXXX";
+        if (!mkdtemp(folder.data())) throw std::runtime_error("cannot make a folder below " + base);
         LumPalRuntime::Dir_t::SetRoot(Path());
     }
     TempRoot(const TempRoot&) = delete;

@@ -1,0 +1,89 @@
+/// @file
+/// Lets file operations fail by their number.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include "LumPalFault.h"
+
+/// How the n-th operation fails.
+enum class FaultMode {
+    Once,        ///< it alone
+    FromThenOn,  ///< it and all that follow: the disk went away
+    DiskFull     ///< it and all that follow, but only those that need room
+};
+
+/// From its making to its end, operations of the thread that made it fail as the mode says. One at a time.
+class Faults {
+public:
+    /// @param nth       from 1; 0 lets none fail
+    /// @param apart     native; if not empty, a file cannot be renamed out of a folder that does not begin so, as if
+    /// that
+    ///                  were another file system. Such renames do not count
+    explicit Faults(int nth, FaultMode mode = FaultMode::Once, const std::string& apart = "")
+        : nth(nth), mode(mode), apart(apart), thread(std::this_thread::get_id()) {
+        current = this;
+        LumPalIo::SetFaultHookForTest(Hook);
+    }
+    ~Faults() { Stop(); }
+    Faults(const Faults&) = delete;
+    Faults& operator=(const Faults&) = delete;
+    void Stop() {
+        LumPalIo::SetFaultHookForTest(nullptr);
+        current = nullptr;
+    }
+
+    bool Fired() const { return !failed.empty(); }
+    /// The first operation that failed, as "rename /path".
+    const std::string& Failed() const { return failed; }
+    /// Whether anything below a folder was deleted or given another name before the first failure.
+    bool HadChanged(const std::string& folder) const {
+        for (std::size_t i = 0; i < asked.size() && i < before; ++i) {
+            if (asked[i].starts_with("unlink " + folder) || asked[i].starts_with("rename " + folder)) return true;
+        }
+        return false;
+    }
+
+private:
+    static bool Hook(const char* operation, const char* path) {
+        return current && std::this_thread::get_id() == current->thread && current->Fails(operation, path);
+    }
+    static bool NeedsRoom(std::string_view operation) {
+        return operation == "open" || operation == "write" || operation == "mkdir" || operation == "fsync";
+    }
+    bool Fails(std::string_view operation, const std::string& path) {
+        if (operation == "rename" && !apart.empty() && !path.starts_with(apart)) return true;
+        asked.push_back(std::string(operation) + " " + path);
+        const int number = static_cast<int>(asked.size());
+        if (nth == 0 || number < nth || (mode == FaultMode::Once && number > nth)) return false;
+        if (mode == FaultMode::DiskFull && !NeedsRoom(operation)) return false;
+        if (failed.empty()) {
+            failed = asked.back();
+            before = asked.size() - 1;
+        }
+        return true;
+    }
+
+    inline static Faults* current = nullptr;
+    const int nth;
+    const FaultMode mode;
+    const std::string apart;
+    const std::thread::id thread;
+    std::vector<std::string> asked;
+    std::string failed;
+    std::size_t before = static_cast<std::size_t>(-1);  ///< operations before the first that failed
+};
+
+/// A folder in memory: trials that make hundreds of nodes do not wait for the disk there.
+inline const char* const kFastFolder = "/dev/shm";
+
+/// Runs a trial for n = 1, 2, ... until it meets fewer than n operations. The trial gets n and returns whether it did.
+inline void ForEachFault(const std::function<bool(int nth)>& trial) {
+    for (int nth = 1; trial(nth) && nth < 10000; ++nth) {
+    }
+}
