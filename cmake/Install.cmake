@@ -1,0 +1,46 @@
+# What `cmake --install` lays down: libraries, public headers, tools (see tools/), the unit file, papers, and the
+# CMake package LumConf with the targets LumConf::platform and LumConf::lumconf.
+include(CMakePackageConfigHelpers)
+
+set(lum_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/LumConf)
+set(lum_header_dir ${CMAKE_INSTALL_INCLUDEDIR}/lumconf)
+
+set_target_properties(lumplatform PROPERTIES EXPORT_NAME platform)
+set_target_properties(lumconf PROPERTIES EXPORT_NAME lumconf)
+set_target_properties(lumplatform lumconf PROPERTIES
+  VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} INSTALL_RPATH "$ORIGIN")
+target_compile_features(lumplatform PUBLIC cxx_std_20)
+install(TARGETS lumplatform lumconf EXPORT LumConfTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} INCLUDES DESTINATION ${lum_header_dir})
+install(EXPORT LumConfTargets NAMESPACE LumConf:: DESTINATION ${lum_package_dir})
+
+# The seam for tests of failing file operations is no part of what a program is built against.
+install(DIRECTORY platform/include/ src/include/ DESTINATION ${lum_header_dir}
+  FILES_MATCHING PATTERN "*.h" PATTERN LumPalFault.h EXCLUDE)
+
+configure_package_config_file(cmake/LumConfConfig.cmake.in ${PROJECT_BINARY_DIR}/LumConfConfig.cmake
+  INSTALL_DESTINATION ${lum_package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/LumConfConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/LumConfConfig.cmake ${PROJECT_BINARY_DIR}/LumConfConfigVersion.cmake
+  DESTINATION ${lum_package_dir})
+
+install(FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md")
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES packaging/conf.msg DESTINATION ${CMAKE_INSTALL_DATADIR}/lumconf)
+
+# The service manager's files. The prefix may be chosen as late as `cmake --install --prefix`, so the unit's path to
+# the daemon is put in then.
+install(FILES packaging/lumconfd.sysusers DESTINATION lib/sysusers.d RENAME lumconfd.conf)
+install(FILES packaging/lumconfd.tmpfiles DESTINATION lib/tmpfiles.d RENAME lumconfd.conf)
+install(CODE "set(unit \"${PROJECT_SOURCE_DIR}/packaging/lumconfd.service\")
+  set(bin_dir \"${CMAKE_INSTALL_BINDIR}\")")
+install(CODE [[
+  file(READ "${unit}" text)
+  cmake_path(ABSOLUTE_PATH bin_dir BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}" NORMALIZE)
+  string(REPLACE "/usr/bin/lumconfd" "${bin_dir}/lumconfd" text "${text}")
+  set(target "${CMAKE_INSTALL_PREFIX}/lib/systemd/system/lumconfd.service")
+  message(STATUS "Installing: $ENV{DESTDIR}${target}")
+  file(WRITE "$ENV{DESTDIR}${target}" "${text}")
+  list(APPEND CMAKE_INSTALL_MANIFEST_FILES "${target}")
+]])

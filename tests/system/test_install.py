@@ -1,0 +1,110 @@
+#!/usr/bin/python3
+"""What is installed stands on its own: a program outside the tree is built against it, and its tools run."""
+import concurrent.futures
+import os
+import pathlib
+import re
+import shlex
+import shutil
+import subprocess
+import tempfile
+import unittest
+
+from node import BUILD, EXAMPLES, ROOT, Node
+
+EXAMPLE = EXAMPLES / "7c1f6a52-2d0e-4b39-9d77-0b6f8a1e4c11_header.xml"
+
+
+def cache():
+    """What the tree was configured with."""
+    lines = (BUILD / "CMakeCache.txt").read_text().splitlines()
+    return dict(re.match(r"([A-Z_]+):[A-Z]+=(.*)", line).groups() for line in lines
+                if re.match(r"CMAKE_(CXX_FLAGS|CXX_COMPILER|BUILD_TYPE):", line))
+
+
+def run(*command, **keywords):
+    done = subprocess.run([str(word) for word in command], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT, text=True, timeout=300, **keywords)
+    if done.returncode != 0:
+        raise AssertionError(f"{command} ended with {done.returncode}:\n{done.stdout}")
+    return done.stdout
+
+
+class InstalledTree(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = pathlib.Path(tempfile.mkdtemp(prefix="luminstall."))
+        cls.addClassCleanup(shutil.rmtree, cls.folder, ignore_errors=True)
+        cls.prefix = cls.folder / "prefix"
+        run("cmake", "--install", BUILD, "--prefix", cls.prefix)
+        cls.headers = cls.prefix / "include/lumconf"
+
+    def test_an_outside_program_is_built_against_the_package_and_asks_a_node(self):
+        settings = cache()
+        build = self.folder / "outside"
+        run("cmake", "-G", "Ninja", "-S", ROOT / "tests/data/outside", "-B", build,
+            f"-DCMAKE_PREFIX_PATH={self.prefix}",
+            *(f"-D{name}={value}" for name, value in settings.items()))
+        run("cmake", "--build", build)
+        self.assertEqual(run(build / "outside_platform"), "lumconf\n")
+        with Node() as node:
+            self.assertEqual(node.policy("install", "--no-notify", EXAMPLE).code, 0)
+            self.assertEqual(run(build / "outside", EXAMPLE, "localhost", env=node.environment()),
+                             "7c1f6a52-2d0e-4b39-9d77-0b6f8a1e4c11\n1\n")
+
+    def test_the_package_refuses_a_request_for_another_major_version(self):
+        source = self.folder / "wrong"
+        source.mkdir()
+        (source / "CMakeLists.txt").write_text("cmake_minimum_required(VERSION 3.25)\nproject(Wrong LANGUAGES NONE)\n"
+                                               "find_package(LumConf 2.0 QUIET)\n"
+                                               "if(LumConf_FOUND)\n  message(FATAL_ERROR found)\nendif()\n")
+        run("cmake", "-S", source, "-B", source / "build", f"-DCMAKE_PREFIX_PATH={self.prefix}")
+
+    def test_every_public_header_compiles_alone(self):
+        headers = sorted(self.headers.rglob("*.h"))
+        self.assertGreater(len(headers), 30)
+        settings = cache()
+
+        def compile_alone(header):
+            source = self.folder / f"alone_{header.stem}.cpp"
+            source.write_text(f'#include "{header.relative_to(self.headers)}"\n')
+            run(settings["CMAKE_CXX_COMPILER"], "-std=c++20", "-Wall", "-Wextra", "-Werror", "-fsyntax-only",
+                f"-I{self.headers}", source)
+
+        with concurrent.futures.ThreadPoolExecutor(2) as pool:
+            list(pool.map(compile_alone, headers))
+
+    def test_public_headers_show_no_header_of_anybody_else(self):
+        for header in sorted(self.headers.rglob("*.h")):
+            for kind, name in re.findall(r'^\s*#\s*include\s*([<"])([^>"]+)', header.read_text(encoding="utf-8"), re.M):
+                if kind == "<":
+                    self.assertRegex(name, r"^[a-z_]+$", f"{header.name} includes <{name}>")
+                else:
+                    self.assertTrue((self.headers / name).is_file() or (header.parent / name).is_file(),
+                                    f"{header.name} includes {name}, which is not installed")
+
+    def test_each_program_of_the_tree_is_installed_and_finds_its_libraries(self):
+        programs = sorted(path.stem for path in (ROOT / "tools").glob("*.cpp"))
+        self.assertEqual(sorted(path.name for path in (self.prefix / "bin").iterdir()), programs)
+        environment = {key: value for key, value in os.environ.items() if key != "LD_LIBRARY_PATH"}
+        for program in programs:
+            self.assertIn("1.0.0", run(self.prefix / "bin" / program, "--version", env=environment))
+        libraries = run("ldd", self.prefix / "bin/lumpolicy")
+        self.assertIn(f"{self.prefix}/bin/../lib", libraries)
+        self.assertNotIn(str(BUILD), libraries)
+
+    def test_the_unit_starts_the_installed_daemon(self):
+        unit = (self.prefix / "lib/systemd/system/lumconfd.service").read_text()
+        self.assertIn(f"ExecStart={self.prefix}/bin/lumconfd\n", unit)
+        daemon = shlex.split(re.search(r"^ExecStart=(.*)$", unit, re.M).group(1))[0]
+        self.assertTrue(os.access(daemon, os.X_OK))
+
+    def test_the_papers_are_installed(self):
+        papers = self.prefix / "share/doc/LumConf"
+        for page in ("README.md", "docs/wire.md", "docs/files.md", "docs/configuration.md"):
+            self.assertTrue((papers / page).is_file(), page)
+        self.assertTrue((papers / "examples/policies" / EXAMPLE.name).is_file())
+
+
+if __name__ == "__main__":
+    unittest.main()
