@@ -1,0 +1,147 @@
+#!/usr/bin/python3
+"""The papers keep up with the code: configuration keys, environment, options of the tools, links."""
+import pathlib
+import re
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
+SOURCES = ["platform", "src", "LumConfPar", "LumConfCluster", "tools"]
+# Where a key is only handed out as a name.
+NAMING = {"Names.h", "ConfBase.cpp"}
+LINK = re.compile(r"\[[^\]\n]*\]\(([^)\s]+)\)")
+
+
+def sources(*folders):
+    return [path for folder in folders for path in sorted((ROOT / folder).rglob("*")) if path.suffix in (".h", ".cpp")]
+
+
+def text_of(path):
+    return path.read_text(encoding="utf-8")
+
+
+def keys_of_the_code():
+    """{key: whether somebody reads it}, by the names of src/Names.h and by the words that the code itself holds."""
+    named = dict(re.findall(r'Name (\w+Key) = "(\w+)"', text_of(ROOT / "src/Names.h")))
+    keys = dict.fromkeys(named.values(), False)
+    for path in sources(*SOURCES):
+        text = text_of(path)
+        if path.name not in NAMING:
+            for name in re.findall(r"names::(\w+Key)\b", text):
+                keys[named[name]] = True
+        if path.parts[len(ROOT.parts)] == "platform":
+            for line in text.splitlines():
+                if re.search(r"\bconfiguration\b|\.Open\(\)", line):
+                    keys.update((key, True) for key in re.findall(r'"([A-Z][A-Z0-9_]{3,})"', line))
+    return keys
+
+
+def check_keys():
+    page = text_of(ROOT / "docs/configuration.md")
+    told, reserved = page.split("## Names that are reserved")
+    reserved = reserved.split("## Environment")[0]
+    rows = set(re.findall(r"^\| `([A-Z][A-Z0-9_]+)` \|", told, re.M))
+    named = set(re.findall(r"`([A-Z][A-Z0-9_]+)`", reserved))
+    keys = keys_of_the_code()
+    if len(keys) < 30:
+        yield f"only {len(keys)} configuration keys were found in the code"
+    for key, is_read in sorted(keys.items()):
+        if is_read and key not in rows:
+            yield f"docs/configuration.md: {key} is read and has no row"
+        if not is_read and key not in named and key not in rows:
+            yield f"docs/configuration.md: {key} is not mentioned"
+    for key in sorted(rows | named):
+        if key not in keys:
+            yield f"docs/configuration.md: the code knows no key {key}"
+        elif key in named and keys[key]:
+            yield f"docs/configuration.md: {key} is called reserved and is read"
+
+
+def check_environment():
+    page = text_of(ROOT / "docs/configuration.md").split("## Environment")[1]
+    for path in sources(*SOURCES):
+        for name in re.findall(r'getenv\("(\w+)"\)', text_of(path)):
+            if f"`{name}`" not in page:
+                yield f"docs/configuration.md: {name} of {path.relative_to(ROOT)} is not mentioned"
+
+
+def options_of(tool):
+    """Every option that a tool's sources declare, also those of the parts that it shares."""
+    shared = [path for path in sources("tools/common") if path.stem in text_of_tool(tool)]
+    for path in files_of(tool) + shared:
+        for declared in re.findall(r'add_(?:option|flag)\w*\(\s*"([^"]+)"', text_of(path)):
+            yield from (word for word in declared.split(",") if word.startswith("-"))
+
+
+def files_of(tool):
+    return [ROOT / f"tools/{tool}.cpp", *sources(f"tools/{tool}")]
+
+
+def text_of_tool(tool):
+    return "".join(text_of(path) for path in files_of(tool))
+
+
+def check_options():
+    sections = dict(re.findall(r"^## (\w+)\n(.*?)(?=^## |\Z)", text_of(ROOT / "docs/tools.md"), re.M | re.S))
+    tools = sorted(path.stem for path in (ROOT / "tools").glob("*.cpp"))
+    count = 0
+    for tool in tools:
+        if tool not in sections:
+            yield f"docs/tools.md: {tool} has no section"
+            continue
+        for option in sorted(set(options_of(tool))):
+            count += 1
+            if not re.search(rf"`{re.escape(option)}[` ]", sections[tool]):
+                yield f"docs/tools.md: {tool} {option} is not mentioned"
+    if count < 30:
+        yield f"only {count} options were found in tools/"
+    for tool in sorted(set(sections) - set(tools)):
+        yield f"docs/tools.md: there is no tool {tool}"
+
+
+def slug(heading):
+    """The anchor of a heading."""
+    return re.sub(r"[^\w\- ]", "", re.sub(r"[`*]", "", heading)).strip().lower().replace(" ", "-")
+
+
+def anchors(path):
+    text = re.sub(r"```.*?```", "", text_of(path), flags=re.S)
+    return {slug(heading) for heading in re.findall(r"^#+ (.+)$", text, re.M)}
+
+
+def pages():
+    found = [*ROOT.glob("*.md"), *(ROOT / "docs").rglob("*.md")]
+    for folder in [*SOURCES, "tests", "bench", "examples", "packaging"]:
+        found += (ROOT / folder).rglob("*.md")
+    return sorted(found)
+
+
+def check_links():
+    for page in pages():
+        for link in LINK.findall(re.sub(r"```.*?```", "", text_of(page), flags=re.S)):
+            if re.match(r"[a-z]+:", link):
+                continue
+            name, _, anchor = link.partition("#")
+            target = (page.parent / name).resolve() if name else page
+            where = f"{page.relative_to(ROOT)}: the link {link}"
+            if not target.exists():
+                yield f"{where} leads nowhere"
+            elif anchor and anchor not in anchors(target):
+                yield f"{where} names no heading"
+
+
+def check_rooms():
+    for folder in [*SOURCES, "tests", "bench", "examples", "packaging"]:
+        if not (ROOT / folder / "README.md").is_file():
+            yield f"{folder}/ has no README.md"
+
+
+def main():
+    errors = [error for check in (check_keys, check_environment, check_options, check_links, check_rooms)
+              for error in check()]
+    for error in errors:
+        print(error)
+    return 1 if errors else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
