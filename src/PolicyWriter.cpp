@@ -21,11 +21,15 @@ String_t HeaderFileName(const String_t& id) {
     return id.ToLower() + names::HeaderFileSuffix;
 }
 
+bool IsSame(const File_t& a, const File_t& b) {
+    return a.GetAbsolutePath() == b.GetAbsolutePath();
+}
+
 /// A policy that changed its id leaves no document under the old one.
 void DeleteFormerFile(const String_t& typeName, const String_t& oldId, const File_t& present) {
     if (!IsPlainName(oldId)) return;
     const File_t file(File_t(paths::PolicyInstallDirectory(), typeName), HeaderFileName(oldId));
-    if (file.GetAbsolutePath() != present.GetAbsolutePath() && file.Exists()) DirectoryImpl::DeleteFile(file);
+    if (!IsSame(file, present) && file.Exists()) DirectoryImpl::DeleteFile(file);
 }
 
 }  // namespace
@@ -62,9 +66,10 @@ void PolicyWriter::Write(const String_t& oldId) {
     LUMCONF_BLOCK(trace::Policy, "PolicyWriter::Write");
     Prepare();
     input.Close();
-    DirectoryImpl::DeleteFile(oldFile);
     bufferedStream.Close();
     const File_t target(File_t(targetBase, source->GetTypeName()), HeaderFileName(source->GetContainerId()));
+    // A document that is changed where it stands is replaced in one step, and never missing.
+    if (!IsSame(oldFile, target)) DirectoryImpl::DeleteFile(oldFile);
     DirectoryImpl::MoveOrCopyFile(tempFile, target);
     DeleteFormerFile(source->GetTypeName(), oldId, target);
     initialized = false;

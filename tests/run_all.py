@@ -70,12 +70,25 @@ def run_single(name, command, env, timeout):
     return Result(name, passed=int(code == 0), failed=int(code != 0), output=output)
 
 
+def corpus_of(program):
+    return ROOT / "tests/fuzz/corpus" / program.name[len("fuzz_"):]
+
+
+def run_guided(program, seconds, env, timeout):
+    """Runs a fuzz target built with libFuzzer; an input that it fails on stays beside the program."""
+    with tempfile.TemporaryDirectory(prefix="lumfuzz.") as found:
+        command = [str(program), f"-max_total_time={seconds}", "-timeout=20", "-rss_limit_mb=2048", "-print_final_stats=1",
+                   f"-artifact_prefix={program.parent}/{program.name}.", found, str(corpus_of(program))]
+        return run_single(f"guided_{program.name}", command, env, timeout)
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--build", required=True, type=pathlib.Path)
     parser.add_argument("--trial-seconds", type=int, default=2)
     parser.add_argument("--long", action="store_true")
     parser.add_argument("--only", default="")
+    parser.add_argument("--fuzz-build", type=pathlib.Path, help="where fuzz targets are that libFuzzer drives")
     options = parser.parse_args()
     build = options.build.resolve()
 
@@ -95,9 +108,12 @@ def main():
             suites.append((program.name, run_unit, (program,)))
     for program in sorted((build / "tests").glob("fuzz_*")):
         if os.access(program, os.X_OK) and program.is_file():
-            corpus = ROOT / "tests/fuzz/corpus" / program.name[len("fuzz_"):]
             suites.append((program.name, run_single,
-                           (program.name, [str(program), str(options.trial_seconds), str(corpus)])))
+                           (program.name, [str(program), str(options.trial_seconds), str(corpus_of(program))])))
+    if options.fuzz_build:
+        for program in sorted((options.fuzz_build.resolve() / "tests").glob("fuzz_*")):
+            if os.access(program, os.X_OK) and program.is_file():
+                suites.append((f"guided_{program.name}", run_guided, (program, options.trial_seconds)))
     for script in sorted((ROOT / "tests/system").glob("test_*.py")):
         suites.append((script.stem, run_system, (script,)))
     suites = [suite for suite in suites if options.only in suite[0]]

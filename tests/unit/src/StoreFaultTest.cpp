@@ -123,6 +123,33 @@ TEST_P(StoreFault, ARemoveSaysWhatItCouldNotDeleteAndTheCacheHoldsWhatTheDiskHol
     });
 }
 
+TEST_P(StoreFault, AChangeLeavesEachDocumentWholeOldOrNewAndSaysWhatFailed) {
+    ForEachFault([&](int nth) {
+        PolicyNode node(kFastFolder);
+        for (const TestPolicy& policy : {Policy("a", "x"), Policy("b", "y")}) node.Install(policy);
+        const auto change = [&] {
+            node->SetOwner("tester", "new owner", Selection(), PolicyForwarder::Options().SetNotify(false));
+        };
+        Faults faults(nth, GetParam());
+        const std::string error = ErrorOf(change);
+        faults.Stop();
+        SCOPED_TRACE("operation " + std::to_string(nth) + ": " + faults.Failed() + " -> " + error);
+        node.Restart();
+        EXPECT_EQ(node.Ids(), "a b") << "no document is lost";
+        if (node.Ids() != "a b") return false;
+        EXPECT_TRUE(IsWhole(node, Policy("a", "x")));
+        EXPECT_TRUE(IsWhole(node, Policy("b", "y")));
+        const bool changedA = node.Get("a").GetOwner() == "new owner",
+                   changedB = node.Get("b").GetOwner() == "new owner";
+        EXPECT_EQ(error.empty(), changedA && changedB);
+        EXPECT_TRUE(changedA || !changedB) << "one after another";
+        if (!changedB) change();
+        EXPECT_EQ(node.Get("a").GetOwner(), "new owner");
+        EXPECT_EQ(node.Get("b").GetOwner(), "new owner");
+        return faults.Fired() && !testing::Test::HasFailure();
+    });
+}
+
 TEST_P(StoreFault, AStartSaysWhatItCannotMakeOrReadAndTheNextStartFindsEverything) {
     ForEachFault([&](int nth) {
         PolicyNode node(kFastFolder);
