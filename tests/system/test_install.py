@@ -10,7 +10,7 @@ import subprocess
 import tempfile
 import unittest
 
-from node import BUILD, EXAMPLES, ROOT, Node
+from node import BUILD, EXAMPLES, ROOT, Node, free_port
 
 EXAMPLE = EXAMPLES / "7c1f6a52-2d0e-4b39-9d77-0b6f8a1e4c11_header.xml"
 
@@ -99,7 +99,29 @@ class InstalledTree(unittest.TestCase):
         daemon = shlex.split(re.search(r"^ExecStart=(.*)$", unit, re.M).group(1))[0]
         self.assertTrue(os.access(daemon, os.X_OK))
 
-    def test_the_papers_are_installed(self):
+    def test_the_first_steps_of_the_readme_work_as_they_are_written(self):
+        readme = (ROOT / "README.md").read_text(encoding="utf-8")
+        steps = "".join(re.findall(r"<!-- steps -->\n```sh\n(.*?)```", readme, re.S))
+        home = self.folder / "home"
+        home.mkdir()
+        port = free_port()
+        # What a reader sees on the screen before he goes on; and a port that is free.
+        for command, sign in (("lumconfd &", "serving the node"), ("lumevents '*' &", "registered")):
+            self.assertEqual(steps.count(f"{command}\n"), 1)
+            log = home / command.split()[0]
+            steps = steps.replace(f"{command}\n", f"{command[:-1]} 2>{log} &\n"
+                                  f"until grep -qs '{sign}' {log}; do sleep 0.05; done\n")
+        steps = steps.replace("~/lumconf/bin", f"{self.prefix}/bin").replace("127.0.0.1:7443", f"127.0.0.1:{port}")
+        steps = steps.replace("[conf.server]", f"[vox.http.ext.conf]\nSERVER_PORT={port}\nTARGET_PORT={port}\n"
+                                               "[conf.server]")
+        steps = "set -e\ntrap 'kill $(jobs -p); wait' EXIT\n" + steps
+        output = run("bash", "-c", steps, cwd=ROOT, env={"HOME": str(home), "PATH": os.environ["PATH"]})
+        for sign in ("the configuration is in order", "installed a package of 3", "nightly-backup", "memory-use",
+                     "CHECK_POLICY:backup 7c1f6a52-2d0e-4b39-9d77-0b6f8a1e4c11", "removed from localhost",
+                     "REMOVE_POLICY:collect", "Success Audit: REMOVE", "<policy_name>disk-io</policy_name>"):
+            self.assertIn(sign, output)
+
+    def test_the_papers_and_examples_are_installed(self):
         papers = self.prefix / "share/doc/LumConf"
         for page in ("README.md", "docs/wire.md", "docs/files.md", "docs/configuration.md"):
             self.assertTrue((papers / page).is_file(), page)
