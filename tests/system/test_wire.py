@@ -1,12 +1,13 @@
 #!/usr/bin/python3
 """The examples of docs/wire.md: each is sent to a node as it stands there, and answered as it stands there."""
+import base64
 import http.client
-import pathlib
 import re
+import struct
 import unittest
 import xml.etree.ElementTree as ElementTree
 
-from node import ROOT, Node
+from node import ROOT, Node, header
 
 PAGE = ROOT / "docs/wire.md"
 EXCHANGE = re.compile(r"<!-- exchange: (\S+) -->\n```xml\n(.*?)```\n\n```xml\n(.*?)```", re.S)
@@ -24,8 +25,8 @@ def tree(text):
 def post(node, path, body, **headers):
     connection = http.client.HTTPConnection("127.0.0.1", node.port, timeout=30)
     secret = (node.root / "etc/local.secret").read_text()
-    connection.request("POST", path, body.encode(), {"Content-Type": "text/xml; charset=utf-8",
-                                                     "Authorization": f"LumLocal {secret}", **headers})
+    headers = {"Content-Type": "text/xml", "Authorization": f"LumLocal {secret}", **headers}
+    connection.request("POST", path, body if isinstance(body, bytes) else body.encode(), headers)
     answer = connection.getresponse()
     result = answer.status, answer.read().decode()
     connection.close()
@@ -118,6 +119,124 @@ class Refusals(unittest.TestCase):
         _, answer = post(self.node, "/com.tessel.lum.conf.core/checkpolicy/voxrpcserver", call % "<checkpolicy/>",
                          Authorization="LumLocal 0")
         self.assertIn('<result xsi:type="xsd:int">0</result>', answer)
+
+
+def table(heading, page):
+    """The rows of the first table behind a heading, each a list of cells."""
+    part = page[page.index(heading):]
+    rows = re.search(r"^\|.*?\n\|[-|]+\n((?:\|.*\n)+)", part, re.M).group(1)
+    return [[cell.strip() for cell in row[1:-1].split("|")] for row in rows.splitlines()]
+
+
+class Tables(unittest.TestCase):
+    """What the page's tables say, row by row."""
+
+    PATH = Refusals.PATH
+    CALL = '<s:Envelope xmlns:s="http://schemas.xmlsoap.org/soap/envelope/"><s:Body>%s</s:Body></s:Envelope>'
+
+    def setUp(self):
+        self.page = PAGE.read_text(encoding="utf-8")
+        self.node = Node()
+        self.addCleanup(self.node.close)
+
+    def call(self, body):
+        status, answer = post(self.node, self.PATH, self.CALL % body)
+        self.assertEqual(status, 200, answer)
+        return int(re.search(r"RetValue[^>]*>(\d+)<", answer).group(1)), answer
+
+    def operate(self, mode, string="", kind=8, value="", notify="true"):
+        return self.call(f"<policyOp><PolicyOperationMode>{mode}</PolicyOperationMode><PolicyString1>{string}"
+                         f"</PolicyString1><PolicySelection><selection>{kind}</selection><name>{value}</name>"
+                         f"</PolicySelection><PolicyOptions><notify>{notify}</notify></PolicyOptions></policyOp>")[0]
+
+    def install(self, options="<notify>false</notify>", **fields):
+        document = header("p1", **{"name": "n", "type_name": "t", "owner": "o", **fields}).encode()
+        name = "p1_header.xml"
+        array = struct.pack(">ii", 1, len(name)) + name.encode("utf-16-be") + struct.pack(">i", len(document)) + document
+        return self.call(f"<install><PolicyInstallFilename>{name}</PolicyInstallFilename><PolicyByteArrayName>"
+                         f"{base64.b64encode(array).decode()}</PolicyByteArrayName><PolicyInstallOptions>{options}"
+                         "</PolicyInstallOptions><PolicyInstallMethod>1</PolicyInstallMethod></install>")[0]
+
+    def test_each_mode_does_its_work_and_consumers_hear_what_its_row_says(self):
+        strings = {5: "other", 6: "c", 7: "c", 9: "a=b", 10: "a=b"}
+        before = {3: 2, 7: 6, 8: 6, 10: 9, 11: 9}  # what must have been done, so that there is something to do
+        rows = {int(row[0]): re.findall(r"`(\w+):`", row[3]) for row in table("| Mode | Operation |", self.page)}
+        self.assertEqual(sorted(rows), [2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 13, 15])
+        for mode, words in rows.items():
+            with self.subTest(mode), Node() as self.node:
+                consumer = self.node.consumer("*")
+                self.assertEqual(self.install(), 1)
+                if mode in before:
+                    self.assertEqual(self.operate(before[mode], strings.get(before[mode], ""), notify="false"), 1)
+                self.assertEqual(self.operate(13), 1)
+                self.assertEqual(self.operate(mode, strings.get(mode, "")), 1)
+                # An install waits for its consumers, and they hear of everything before it first.
+                self.assertEqual(self.install("<forceall>true</forceall>"), 1)
+                again = ["FIRST_POLICY", "CHECK_POLICY"] if mode == 4 else ["CHECK_POLICY"]
+                self.assertEqual([event.split(":")[0] for event in consumer.events()],
+                                 ["FIRST_POLICY", "CHECK_POLICY", *words, *again])
+
+    def test_a_mode_without_a_row_is_refused(self):
+        self.assertEqual(self.install(), 1)
+        for mode in (-1, 0, 1, 12, 14, 16, 99):
+            self.assertEqual(self.operate(mode), 8, mode)
+
+    def test_each_return_value_is_given_for_its_reason(self):
+        self.assertEqual([int(row[0]) for row in table("## Return values", self.page)], list(range(1, 10)))
+        listing = "<list><PolicySelection><selection>2</selection><name>%s</name></PolicySelection></list>"
+        self.assertEqual(self.call(listing % "t")[0], 2)
+        self.assertEqual(self.operate(4), 2)
+        self.assertEqual(self.install(), 1)
+        self.assertEqual(self.call(listing % "t")[0], 1)
+        self.assertEqual(self.call(listing % "other")[0], 3)
+        self.assertEqual(self.operate(3), 4)
+        self.assertEqual(self.install(owner="other"), 5)
+        self.assertEqual(self.install("<checkversion>true</checkversion>"), 6)
+        self.assertEqual(self.install(type_name="other"), 7)
+        self.assertEqual(self.call("<list/>")[0], 8)
+        self.assertEqual(self.install(""), 9)
+
+    def test_each_kind_of_selection_selects_what_its_row_says(self):
+        self.assertEqual(self.install(categories=["c"], attributes=[("a", "b")]), 1)
+        rows = table("| Kind | Selects | Value |", self.page)
+        values = {0: "p1", 1: ("n", "t:n"), 2: "t", 3: "c", 4: "o", 5: "o=n", 6: "a", 7: "a=b", 8: "", 9: ("n=t", "n=")}
+        self.assertEqual([int(row[0]) for row in rows], list(values))
+        for kind, right in values.items():
+            for value in [right] if isinstance(right, str) else right:
+                answer = self.call(f"<list><PolicySelection><selection>{kind}</selection><name>{value}</name>"
+                                   "</PolicySelection></list>")
+                self.assertEqual((answer[0], answer[1].count("<policyheader>")), (1, 1), (kind, value))
+            if kind not in (0, 8):
+                self.assertEqual(self.call(f"<list><PolicySelection><selection>{kind}</selection><name>X</name>"
+                                           "</PolicySelection></list>")[0], 3, kind)
+
+    def test_each_child_of_the_install_options_is_taken(self):
+        rows = table("`PolicyInstallOptions`, each of which", self.page)
+        self.assertEqual(len(rows), 16)
+        samples = {"truth": "true", "number": "0", "text": "a=b"}
+        for row in rows:
+            name, kind = row[0].strip("`"), row[1]
+            self.assertIn(self.install(f"<{name}>{samples[kind]}</{name}>"), (1, 5, 6, 9), name)
+            if kind != "text":
+                self.assertEqual(self.install(f"<{name}>?</{name}>"), 8, name)
+
+    def test_a_header_in_a_list_has_the_children_of_the_table_in_its_order(self):
+        self.assertEqual(self.install(categories=["c"], attributes=[("a", "b")]), 1)
+        answer = self.call("<list><PolicySelection/></list>")[1]
+        one = re.search(r"<policyheader>(.*)</policyheader>", answer).group(1)
+        names = [child.tag for child in ElementTree.fromstring(f"<a>{one}</a>")]
+        rows = table("The children of a `policyheader`", self.page)
+        self.assertEqual(names, [name for row in rows for name in re.findall(r"`(\w+)`", row[0])])
+
+    def test_a_request_in_another_encoding_and_with_unknown_arguments_is_understood(self):
+        text = self.CALL % "<m:list xmlns:m='urn:x'><more/><PolicySelection><selection> +2 </selection><name>t" \
+                           "</name><more>x</more></PolicySelection></m:list>"
+        self.assertEqual(self.install(), 1)
+        for encoding in ("UTF-8", "UTF-16", "ISO-8859-1", "US-ASCII"):
+            body = f'<?xml version="1.0" encoding="{encoding}"?>{text}'.encode(encoding)
+            status, answer = post(self.node, self.PATH, body)
+            self.assertEqual(status, 200)
+            self.assertIn("<policy_container_id>p1<", answer, encoding)
 
 
 if __name__ == "__main__":
