@@ -17,6 +17,7 @@ import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 SUITE_TIMEOUT_S = 600
+SANITIZER_SLOWNESS = 4
 
 
 class Result:
@@ -35,6 +36,34 @@ def run(command, env, timeout):
         os.killpg(process.pid, 9)
         output, _ = process.communicate()
         return 124, output.decode("utf-8", "replace") + f"\nended after {timeout} seconds\n"
+
+
+def is_sanitized(build):
+    cache = build / "CMakeCache.txt"
+    return cache.exists() and "-fsanitize" in cache.read_text()
+
+
+class SanitizerReports:
+    """What the sanitizers report of a suite, also of the daemons and tools that it starts and of what these start."""
+
+    def __enter__(self):
+        self.folder = tempfile.TemporaryDirectory(prefix="lumreports.")
+        os.chmod(self.folder.name, 0o1777)  # some tests start tools as another user
+        return self
+
+    def __exit__(self, *exception):
+        self.folder.cleanup()
+
+    def environment(self):
+        path = f"log_path={self.folder.name}/report"
+        return {"TSAN_OPTIONS": f"{path} halt_on_error=0 exitcode=66 second_deadlock_stack=1",
+                "ASAN_OPTIONS": f"{path}:detect_leaks=1:detect_stack_use_after_return=1:strict_string_checks=1",
+                "UBSAN_OPTIONS": f"{path}:print_stacktrace=1"}
+
+    def add_to(self, result):
+        for report in sorted(pathlib.Path(self.folder.name).iterdir()):
+            result.failed += 1
+            result.output += "\n" + report.read_text(encoding="utf-8", errors="replace")
 
 
 def run_unit(program, env, timeout):
@@ -92,12 +121,11 @@ def main():
     options = parser.parse_args()
     build = options.build.resolve()
 
+    slow = SANITIZER_SLOWNESS if is_sanitized(build) else 1
     env = dict(os.environ, LUM_BUILD=str(build), LUM_TRIAL_SECONDS=str(options.trial_seconds),
-               LUM_LONG="1" if options.long else "", PYTHONDONTWRITEBYTECODE="1",
-               TSAN_OPTIONS="halt_on_error=0 exitcode=66", ASAN_OPTIONS="detect_leaks=1",
-               UBSAN_OPTIONS="print_stacktrace=1")
+               LUM_LONG="1" if options.long else "", LUM_SLOWNESS=str(slow), PYTHONDONTWRITEBYTECODE="1")
     env.pop("LUM_ROOT", None)
-    timeout = SUITE_TIMEOUT_S + 20 * options.trial_seconds
+    timeout = slow * SUITE_TIMEOUT_S + 20 * options.trial_seconds
 
     suites = []
     for script in sorted((ROOT / "tests/project").glob("check_*.py")):
@@ -124,7 +152,10 @@ def main():
 
         def timed(function, arguments):
             begin = time.monotonic()
-            return function(*arguments, env, timeout), time.monotonic() - begin
+            with SanitizerReports() as reports:
+                result = function(*arguments, dict(env, **reports.environment()), timeout)
+                reports.add_to(result)
+            return result, time.monotonic() - begin
 
         for name, function, arguments in suites:
             started[pool.submit(timed, function, arguments)] = name
