@@ -5,7 +5,7 @@ import re
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
-FOLDERS = ["platform", "src", "LumConfPar", "LumConfCluster", "tools"]
+FOLDERS = ["platform", "src", "LumConfPar", "LumConfCluster", "tools", "bench"]
 OURS = [ROOT / folder for folder in FOLDERS]
 # What a folder may include from; platform knows nothing above it.
 ALLOWED = {
@@ -14,11 +14,16 @@ ALLOWED = {
     "LumConfPar": {"platform", "src", "LumConfPar", "LumConfCluster"},
     "LumConfCluster": {"platform", "src", "LumConfPar", "LumConfCluster"},
     "tools": {"platform", "src", "tools"},
+    "bench": {"platform", "src", "bench"},
 }
 STANDARD = re.compile(r"^[a-z_0-9]+$")  # <vector>, <memory>: no slash, no .h
 THIRD_PARTY = re.compile(
     r"^(expat|boost/|curl/|openssl/|unicode/|spdlog/|fmt/|CLI/|nlohmann/|gtest/|gmock/|benchmark/)")
 TOOL_LIBRARIES = re.compile(r"^(CLI/|nlohmann/)")
+# Benchmarks compare with bare calls of the system and of the parser library.
+BARE = {"platform", "bench"}
+# They share a few headers with the tests.
+TEST_SUPPORT = {path.name for path in (ROOT / "tests/support").glob("*.h")}
 # Headers of the operating system end in .h and are no header of ours.
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.M)
 
@@ -39,14 +44,16 @@ def main():
             if kind == '"':
                 targets = by_name.get(pathlib.PurePath(name).name, [])
                 same = [t for t in targets if t.parent == path.parent] or targets
+                if not same and owner(path) == "bench" and name in TEST_SUPPORT:
+                    continue
                 if not same:
                     errors.append(f"{where}: no such file of ours")
                     continue
                 target = same[0]
                 if owner(target) not in ALLOWED[owner(path)]:
                     errors.append(f"{where}: {owner(path)} may not use {owner(target)}")
-                if owner(path) == "tools" and owner(target) == "src" and "include" not in target.parts:
-                    errors.append(f"{where}: tools use the public headers only")
+                if owner(path) in ("tools", "bench") and owner(target) == "src" and "include" not in target.parts:
+                    errors.append(f"{where}: tools and benchmarks use the public headers only")
                 edges.setdefault(path, set()).add(target)
             elif STANDARD.match(name):
                 continue
@@ -54,7 +61,7 @@ def main():
                 if owner(path) != "tools":
                     errors.append(f"{where}: only tools may")
             elif THIRD_PARTY.match(name) or name.endswith(".h"):
-                if owner(path) != "platform":
+                if owner(path) not in BARE:
                     errors.append(f"{where}: third-party and system headers belong below platform/")
                 elif THIRD_PARTY.match(name) and path.suffix == ".h":
                     errors.append(f"{where}: a third-party header may stand in a .cpp file only")

@@ -1,0 +1,22 @@
+/// @file
+/// The benchmarks. Each adds its rows to the session and leaves nothing behind.
+#pragma once
+
+#include "Harness.h"
+
+namespace bench {
+
+/// Reading one header against a bare pass of the parser library over the same file.
+void MeasureRead(Session& session);
+/// Loading a store against a bare pass over the same tree; ten times the policies; the memory that a policy takes.
+void MeasureLoad(Session& session);
+/// Passes over a cache and selections from it: ten times the policies.
+void MeasureSelect(Session& session);
+/// Requests beside many connections that are idle or slow, against the same requests alone.
+void MeasureCrowd(Session& session);
+/// An install over the wire against an echo of the same bytes with the same work on files.
+void MeasureInstall(Session& session);
+/// A long list over the wire against an echo of as many bytes.
+void MeasureList(Session& session);
+
+}  // namespace bench

@@ -1,0 +1,51 @@
+#!/usr/bin/python3
+"""The benchmarks with tiny counts: each runs and prints its rows. What they measure is not looked at."""
+import re
+import subprocess
+import sys
+import unittest
+
+from node import BUILD, PATIENCE_S
+
+ROWS = {
+    "read": ["read a header of 2 KB", "read a header of 18 KB"],
+    "load": ["load 10,000 policies", "memory of a policy to its document", "load 100,000 policies to 10,000"],
+    "select": ["pass by index, tenfold", "select all, tenfold", "select by id, tenfold", "select by name, tenfold",
+               "select by type, tenfold", "select by name and type, tenfold", "select by category, tenfold",
+               "select by owner, tenfold", "select by owner and name, tenfold", "select by attribute's name, tenfold",
+               "select by attribute, tenfold"],
+    "crowd": ["policyOp beside 1,050 connections"],
+    "install": ["install of a policy of 10 KB"],
+    "list": ["list of 10,000 policies"],
+}
+ROW = re.compile(r"^(.+?) +\d+\.\d\d +\d+\.\d\d +\d+\.\d\d +(?:(?:\d+\.\d  (?:met|MISSED))|(?:-  -)) ")
+
+
+def run(*arguments):
+    return subprocess.run([BUILD / "bench/lumbench", *arguments], text=True, capture_output=True,
+                          stdin=subprocess.DEVNULL, timeout=10 * PATIENCE_S)
+
+
+def rows(result):
+    return [match.group(1) for match in map(ROW.match, result.stdout.splitlines()) if match]
+
+
+class Benchmarks(unittest.TestCase):
+    def test_all_of_them_run_and_print_their_rows_in_order(self):
+        result = run("--quick")
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertEqual(rows(result), [row for names in ROWS.values() for row in names], result.stdout)
+
+    def test_a_name_chooses_one(self):
+        result = run("--quick", "read")
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertEqual(rows(result), ROWS["read"], result.stdout)
+
+    def test_an_unknown_name_is_refused_before_anything_runs(self):
+        result = run("--quick", "read", "reed")
+        self.assertEqual((result.returncode, result.stdout), (2, ""))
+        self.assertIn("usage: lumbench", result.stderr)
+
+
+if __name__ == "__main__":
+    sys.exit(unittest.main())
