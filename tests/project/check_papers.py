@@ -56,6 +56,34 @@ def check_keys():
             yield f"docs/configuration.md: {key} is called reserved and is read"
 
 
+def number(expression):
+    """The value of a constant such as (1u << 31) - 1."""
+    plain = re.sub(r"std::uint64_t\{(\d+)\}", r"\1", expression)
+    plain = re.sub(r"(\d)u\b", r"\1", plain)
+    if not re.fullmatch(r"[\d\s()<+-]+", plain):
+        raise ValueError(expression)
+    return eval(plain, {"__builtins__": {}})
+
+
+def check_bounds():
+    """The bounds and defaults of the server's limits are those of the code."""
+    rows = dict(re.findall(r"^\| `([A-Z_]+)` \| (.*)", text_of(ROOT / "docs/configuration.md"), re.M))
+    code = text_of(ROOT / "platform/vox/HttpLimits.cpp")
+    bounds = {key: (number(least), number(most)) for key, least, most in
+              re.findall(r'(?:Count|Bytes)\(configuration, "(\w+)", ([^,]+), ([^,]+),', code)}
+    bounds.update((key, (100, 3600000)) for key in re.findall(r'Time\(configuration, "(\w+)"', code))
+    defaults = {key: number(value) for value, key in re.findall(
+        r"(?:= |\{)([\du <+-]+)\}?;\s+///< (\w+)", text_of(ROOT / "platform/vox/HttpLimits.h"))}
+    if len(bounds) < 12 or "number(configuration, key, 100, 3600000" not in code.lower():
+        yield "the bounds in platform/vox/HttpLimits.cpp were not found"
+    for key, (least, most) in sorted(bounds.items()):
+        cells = rows.get(key, "").split(" | ")
+        if f"{least} to {most}" not in cells[0]:
+            yield f"docs/configuration.md: {key} goes from {least} to {most}"
+        if key in defaults and cells[1:2] != [str(defaults[key])]:
+            yield f"docs/configuration.md: the default of {key} is {defaults[key]}"
+
+
 def check_environment():
     page = text_of(ROOT / "docs/configuration.md").split("## Environment")[1]
     for path in sources(*SOURCES):
@@ -136,8 +164,8 @@ def check_rooms():
 
 
 def main():
-    errors = [error for check in (check_keys, check_environment, check_options, check_links, check_rooms)
-              for error in check()]
+    checks = (check_keys, check_bounds, check_environment, check_options, check_links, check_rooms)
+    errors = [error for check in checks for error in check()]
     for error in errors:
         print(error)
     return 1 if errors else 0

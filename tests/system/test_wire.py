@@ -152,7 +152,8 @@ class Tables(unittest.TestCase):
     def install(self, options="<notify>false</notify>", **fields):
         document = header("p1", **{"name": "n", "type_name": "t", "owner": "o", **fields}).encode()
         name = "p1_header.xml"
-        array = struct.pack(">ii", 1, len(name)) + name.encode("utf-16-be") + struct.pack(">i", len(document)) + document
+        array = struct.pack(">ii", 1, len(name)) + name.encode("utf-16-be")
+        array += struct.pack(">i", len(document)) + document
         return self.call(f"<install><PolicyInstallFilename>{name}</PolicyInstallFilename><PolicyByteArrayName>"
                          f"{base64.b64encode(array).decode()}</PolicyByteArrayName><PolicyInstallOptions>{options}"
                          "</PolicyInstallOptions><PolicyInstallMethod>1</PolicyInstallMethod></install>")[0]
