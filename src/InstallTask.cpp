@@ -5,7 +5,6 @@
 #include "Exceptions.h"
 #include "Messages.h"
 #include "PlainName.h"
-#include "PolicyArrayReader.h"
 #include "PolicyOperation.h"
 #include "PolicyWriter.h"
 #include "PolicyXmlHandler.h"
@@ -51,6 +50,7 @@ void InstallTask::UnpackFiles(TransferCursor& array) {
         if (files.IsHeader()) headerFile = File_t(incoming, files.GetName());
         operation.CreateFile(incoming, files.GetName(), array.Bytes(), files.GetLength(), files.IsHeader());
     }
+    carried = files.TakeCarriedNames();
 }
 
 void InstallTask::InstallUnpacked() {
@@ -93,6 +93,7 @@ void InstallTask::CleanUp(const PolicyException& cause) {
     DeleteIncoming(headerFile.GetName());
     if (newHeader) {
         for (const String_t& name : DataFiles(*newHeader)) DeleteIncoming(name);
+        DeleteUnpacked();
     }
     AuditFailure();
 }
@@ -103,6 +104,11 @@ void InstallTask::DeleteIncoming(const String_t& name) const {
     if (file.Exists() && !DirectoryImpl::DeleteFile(file)) {
         LUMCONF_TRACE(trace::Policy, String_t("Cannot delete ") + file.GetAbsolutePath());
     }
+}
+
+/// Also what the array carried and the document does not name.
+void InstallTask::DeleteUnpacked() const {
+    for (std::size_t i = 0; i < carried.GetCount(); ++i) DeleteIncoming(carried.Get(i));
 }
 
 void InstallTask::AuditFailure() const {

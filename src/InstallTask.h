@@ -9,6 +9,7 @@
 #include "LumPalIo.h"
 #include "LumPalPtr.h"
 #include "LumPalStr.h"
+#include "PolicyArrayReader.h"
 #include "PolicyHeaderImpl.h"
 
 namespace LumConf {
@@ -17,15 +18,15 @@ class InstallOptionsImpl;
 class PolicyException;
 class PolicyOperation;
 class PolicyWriter;
-class TransferCursor;
 
 /// Takes one policy into the store. Used once, under the mutex of the operation, which outlives it.
 ///
 /// Its functions are its steps, in their order: unpack into the incoming directory; parse and apply the options; find
 /// what is installed and decide; write; keep the books. Up to PrepareHeader what is installed is untouched.
 /// From DeleteOldData on the old policy's data is gone, and nothing brings it back; the cache then still holds the old
-/// header until KeepBooks. A policy that is refused leaves nothing in the incoming directory; another failure leaves
-/// its files there until the next start.
+/// header until KeepBooks. A policy that is refused when its document was read leaves nothing in the incoming
+/// directory, nor does one that was installed. Of a document without a required element only the document goes; another
+/// failure leaves all files of the policy there until the next start.
 class InstallTask {
 public:
     InstallTask(PolicyOperation& operation, const LumPalStr::String_t& originator, const InstallOptionsImpl& options);
@@ -49,6 +50,7 @@ private:
     void CheckNames() const;
     void CleanUp(const PolicyException& cause);
     void DeleteIncoming(const String_t& name) const;
+    void DeleteUnpacked() const;
     void AuditFailure() const;
 
     // InstallDecision.cpp
@@ -94,6 +96,7 @@ private:
     const LumPalIo::File_t incoming;
 
     LumPalIo::File_t headerFile;  ///< in the incoming directory; null until its name is known
+    CarriedNames carried;         ///< the files that this policy brought
     HeaderPtr newHeader;          ///< null until the document was read
     HeaderPtr installedHeader;    ///< null for a new policy
     String_t installedPolicyId;   ///< empty unless the installed policy was found by name and type

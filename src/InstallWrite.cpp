@@ -4,7 +4,6 @@
 #include "Exceptions.h"
 #include "InstallOptionsImpl.h"
 #include "InstallTask.h"
-#include "LumConfCluster/ClusterUtil.h"
 #include "Messages.h"
 #include "Names.h"
 #include "PlainName.h"
@@ -37,7 +36,7 @@ void RefuseLink(const File_t& folder) {
 
 void InstallTask::ChangeByCluster() {
     try {
-        LumConfCluster::ClusterUtil::ChangeHeader(newHeader.Get());
+        operation.changeByCluster(newHeader.Get());
     } catch (const LumPalMsg::RuntimeException_t& e) {
         LUMCONF_TRACE(trace::Policy, Make(msg::ClusterStatusError, e).Format(LumPalMsg::Text | LumPalMsg::Details));
     }
@@ -52,7 +51,8 @@ void InstallTask::CheckFolders() const {
 void InstallTask::CheckDataFiles() const {
     for (const String_t& name : DataFiles(*newHeader)) {
         const File_t file(incoming, name);
-        if (file.Exists() && !file.IsDirectory() && !file.IsSymbolicLink()) continue;
+        // A file that another install left there is not this policy's.
+        if (carried.Has(name) && file.Exists() && !file.IsDirectory() && !file.IsSymbolicLink()) continue;
         Raise<PolicyFileException>(msg::InstallDataFileMissing, file.GetAbsolutePath(), headerFile.GetAbsolutePath(),
                                    newHeader->GetContainerId());
     }
@@ -103,6 +103,7 @@ void InstallTask::MoveDataFiles() {
     for (const String_t& name : DataFiles(*newHeader)) {
         DirectoryImpl::MoveOrCopyFile(File_t(incoming, name), File_t(folder, name));
     }
+    if (carried.GetCount() > DataFiles(*newHeader).size() + 1) DeleteUnpacked();
 }
 
 void InstallTask::KeepBooks() {

@@ -1,6 +1,7 @@
 #include "PolicyArrayReader.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "Exceptions.h"
 #include "Messages.h"
@@ -10,6 +11,15 @@ namespace LumConf {
 
 using LumPalStr::NumToStr;
 using LumPalStr::String_t;
+
+namespace {
+
+String_t Decode(std::string_view raw) {
+    const LumPalArray::CharArray_t bytes(raw.data(), raw.size());
+    return LumPalIo::DataInputStream_t(LumPalIo::CharArrayInputStream_t::Over(bytes)).ReadUTF16String();
+}
+
+}  // namespace
 
 TransferCursor::TransferCursor(const LumPalArray::CharArray_t& data)
     : data(data), in(LumPalIo::CharArrayInputStream_t::Over(data)) {}
@@ -46,6 +56,26 @@ void TransferCursor::Skip(std::uint32_t length) {
     }
 }
 
+CarriedNames::CarriedNames(std::vector<std::string_view> rawNames) : sorted(std::move(rawNames)) {
+    std::sort(sorted.begin(), sorted.end());
+}
+
+bool CarriedNames::Has(const String_t& name) const {
+    LumPalIo::CharArrayOutputStream_t bytes;
+    LumPalIo::DataOutputStream_t(bytes).WriteUTF16String(name);
+    const LumPalArray::CharArray_t raw = bytes.ToCharArray();
+    return std::binary_search(sorted.begin(), sorted.end(), raw.View());
+}
+
+String_t CarriedNames::Get(std::size_t index) const {
+    return Decode(sorted[index]);
+}
+
+void CarriedNames::CheckNoneTwice() const {
+    const auto twice = std::adjacent_find(sorted.begin(), sorted.end());
+    if (twice != sorted.end()) Raise<PolicyFileException>(msg::NameGivenTwice, Decode(*twice));
+}
+
 PolicyArrayReader::PolicyArrayReader(TransferCursor& cursor)
     : cursor(cursor), count(cursor.ReadCount(1, kLeastFileBytes)) {
     rawNames.reserve(static_cast<std::size_t>(count));
@@ -53,7 +83,8 @@ PolicyArrayReader::PolicyArrayReader(TransferCursor& cursor)
 
 bool PolicyArrayReader::Next() {
     if (filesRead == count) {
-        CheckNoNameTwice();
+        if (!rawNames.empty()) carried = CarriedNames(std::exchange(rawNames, {}));
+        carried.CheckNoneTwice();
         return false;
     }
     ++filesRead;
@@ -67,15 +98,6 @@ void PolicyArrayReader::ReadName() {
     name = cursor.ReadName();
     rawNames.push_back(cursor.View(begin, cursor.GetPosition()));
     IsHeader() ? CheckHeaderFileName(name) : CheckDataFileName(name);
-}
-
-void PolicyArrayReader::CheckNoNameTwice() {
-    std::sort(rawNames.begin(), rawNames.end());
-    const auto twice = std::adjacent_find(rawNames.begin(), rawNames.end());
-    if (twice == rawNames.end()) return;
-    const LumPalArray::CharArray_t raw(twice->data(), twice->size());
-    LumPalIo::DataInputStream_t in(LumPalIo::CharArrayInputStream_t::Over(raw));
-    Raise<PolicyFileException>(msg::NameGivenTwice, in.ReadUTF16String());
 }
 
 }  // namespace LumConf

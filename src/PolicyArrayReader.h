@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "LumPalArray.h"
@@ -37,6 +38,23 @@ private:
     LumPalIo::DataInputStream_t in;
 };
 
+/// The names of all files of one policy array. It refers to the bytes of the array, which must outlive it.
+class CarriedNames {
+public:
+    CarriedNames() = default;
+    /// @param rawNames  the names as they stand in the array
+    explicit CarriedNames(std::vector<std::string_view> rawNames);
+    std::size_t GetCount() const noexcept { return sorted.size(); }
+    bool Has(const LumPalStr::String_t& name) const;
+    /// @param index  below the count
+    LumPalStr::String_t Get(std::size_t index) const;
+    /// @throws PolicyFileException when a name is there twice
+    void CheckNoneTwice() const;
+
+private:
+    std::vector<std::string_view> sorted;  ///< comparing bytes costs no copy of each name
+};
+
 /// Walks the files of one policy array: the header document, then the data files. It demands of every name what the
 /// store demands: plain, the first a header's name, the others not, and none twice.
 ///
@@ -56,18 +74,19 @@ public:
     bool IsHeader() const noexcept { return filesRead == 1; }
     const LumPalStr::String_t& GetName() const noexcept { return name; }
     std::uint32_t GetLength() const noexcept { return length; }
+    /// All names, once, when Next() has said false.
+    CarriedNames TakeCarriedNames() noexcept { return std::move(carried); }
 
 private:
     void ReadName();
-    void CheckNoNameTwice();
 
     TransferCursor& cursor;
     std::int32_t count;
     std::int32_t filesRead = 0;
     LumPalStr::String_t name;
     std::uint32_t length = 0;
-    /// The names as they stand in the array: comparing bytes costs no copy of each name.
-    std::vector<std::string_view> rawNames;
+    std::vector<std::string_view> rawNames;  ///< those that were read so far
+    CarriedNames carried;
 };
 
 }  // namespace LumConf

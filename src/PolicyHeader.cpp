@@ -18,8 +18,8 @@ namespace {
 
 /// One policy document at a time passes through Read and Write.
 LumPalThread::Mutex_t& DocumentMutex() {
-    static LumPalThread::Mutex_t mutex;
-    return mutex;
+    static auto* mutex = new LumPalThread::Mutex_t;  // never destroyed: threads may outlive it
+    return *mutex;
 }
 
 }  // namespace

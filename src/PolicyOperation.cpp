@@ -7,6 +7,7 @@
 #include "AuditLog.h"
 #include "DirectoryImpl.h"
 #include "Exceptions.h"
+#include "LumConfCluster/ClusterUtil.h"
 #include "LumCtrl.h"
 #include "LumPalLog.h"
 #include "Messages.h"
@@ -96,6 +97,7 @@ PolicyOperation::PolicyOperation(LumConfPar::PolicyWorker& worker, AuditLog& aud
 
 void PolicyOperation::BringUp(LumConfPar::PolicyWorker& worker) {
     LUMCONF_BLOCK(trace::Policy, "PolicyOperation");
+    changeByCluster = &LumConfCluster::ClusterUtil::ChangeHeader;
     WipeWorkFolders();
     MakeDirectories();
     LoadAtStart();

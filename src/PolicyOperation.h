@@ -132,6 +132,7 @@ public:
 
     /// Loads the cache anew from the store. Headers that cannot be read are said in the application log (128) and
     /// left out. Containers that were handed out stay as they are.
+    /// @throws LumPalMsg::RuntimeException_t 58 when the store cannot be listed; the cache then stays as it was
     void ReinitCache(const LumPalStr::String_t& originator);
 
     /// Sends everything that is queued, or only what is queued for enabled and disabled policies.
@@ -146,6 +147,9 @@ public:
     /// The caller holds the mutex, or is the only one.
     void CreateFile(const LumPalIo::File_t& directory, const LumPalStr::String_t& name, LumPalIo::InputStream_t& stream,
                     unsigned length, bool keep);
+
+    /// Puts another function in the place of the cluster's, before the first install.
+    void SetClusterChangeForTest(void (*change)(PolicyHeaderImpl*)) { changeByCluster = change; }
 
 private:
     friend class InstallTask;
@@ -190,6 +194,9 @@ private:
     LumPalIo::File_t installDirectory;
     LumPalIo::File_t baseDirectory;
     AuditLog* auditLog = nullptr;  ///< null until the very end of creation
+
+    /// What an install lets the cluster do to the status of its policy; it may raise.
+    void (*changeByCluster)(PolicyHeaderImpl*) = nullptr;
 
     // Guarded by mutex, which its holder may lock again: an install removes.
     LumPalThread::Mutex_t mutex;

@@ -37,7 +37,9 @@ void DeleteFormerFile(const String_t& typeName, const String_t& oldId, const Fil
 PolicyWriter::PolicyWriter(const File_t& tempFile, const File_t& oldFile, const LumPalIo::InputStream_t& input,
                            const File_t& targetBase, PolicyHeaderImpl* source)
     : tempFile(tempFile), oldFile(oldFile), input(input), targetBase(targetBase), source(source) {
-    if (tempFile.IsNull() || oldFile.IsNull() || !source) Raise<LumPalMsg::IllegalArgumentError_t>(msg::WriterArgument);
+    // Without its content the old document would be replaced by an empty one.
+    const bool complete = !tempFile.IsNull() && !oldFile.IsNull() && !input.IsNull() && source;
+    if (!complete) Raise<LumPalMsg::IllegalArgumentError_t>(msg::WriterArgument);
     try {
         fileStream = LumPalIo::FileOutputStream_t(tempFile.GetAbsolutePath());
     } catch (const LumPalIo::FileNotFoundException_t& e) {

@@ -19,7 +19,7 @@ public:
     /// @param input       its content; closed
     /// @param targetBase  the directory under which the type's directory lies
     /// @param source      the new values; not owned
-    /// @throws LumPalMsg::IllegalArgumentError_t 96 for a null file or source;
+    /// @throws LumPalMsg::IllegalArgumentError_t 96 for a null file, input or source;
     ///         LumPalIo::FileNotFoundException_t 97 when tempFile cannot be opened
     PolicyWriter(const LumPalIo::File_t& tempFile, const LumPalIo::File_t& oldFile,
                  const LumPalIo::InputStream_t& input, const LumPalIo::File_t& targetBase, PolicyHeaderImpl* source);

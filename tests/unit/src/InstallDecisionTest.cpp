@@ -4,7 +4,9 @@
 
 #include "Exceptions.h"
 #include "Files.h"
+#include "InstallOptionsImpl.h"
 #include "PolicyNode.h"
+#include "Raised.h"
 
 namespace LumConf {
 namespace {
@@ -95,6 +97,8 @@ const UpdateRow kUpdates[] = {
     {"a forced status that is not given disables",
      [](TestPolicy& installed, TestPolicy&) { installed.status = "enabled"; },
      [](InstallOptions& o) { o.ForceState(); }, "6,me,disabled,old2 old1 ,old=2 old=1 "},
+    {"a forced status that is none disables", [](TestPolicy& installed, TestPolicy&) { installed.status = "enabled"; },
+     [](InstallOptions& o) { o.ForceState().GetImpl().SetState(2); }, "6,me,disabled,old2 old1 ,old=2 old=1 "},
     {"forced categories are those of the arriving policy with its changes", Nothing,
      [](InstallOptions& o) { o.SetForceCat(true).SetAddCategory("added"); }, "6,me,disabled,new added ,old=2 old=1 "},
     {"changed categories are lost without force", Nothing, [](InstallOptions& o) { o.SetAddCategory("added"); },
@@ -212,11 +216,57 @@ TEST_F(InstallDecisionTest, ARefusedUpdateLeavesTheInstalledPolicyUntouched) {
 TEST_F(InstallDecisionTest, RefusalsForOwnerAndVersionHaveClassesOfTheirOwn) {
     node.Install(Installed());
     TestPolicy arriving = Arriving();
+    arriving.type = "other";
+    EXPECT_RAISES(node.Install(arriving), PolicyException, 606);
+    arriving = Arriving();
     arriving.owner = "you";
     EXPECT_THROW(node.Install(arriving), PolicyOwnerError);
     arriving = Arriving();
     arriving.version = "5";
     EXPECT_THROW(node.Install(arriving, InstallOptions().SetCheckVersion(true)), PolicyVersionError);
+}
+
+TEST_F(InstallDecisionTest, TheDecisionComesBeforeTheLookForDataFiles) {
+    node.Install(Installed());
+    TestPolicy arriving = Arriving();
+    arriving.owner = "you";
+    arriving.document = arriving.Document();
+    arriving.data.clear();
+    EXPECT_EQ(FailureOf<PolicyException>([&] { node.Install(arriving); }).id, 104u);
+    Configure("conf.server", "NOMULTIPLEPOLICIES", "files");
+    TestPolicy second = Arriving();
+    second.id = "b";
+    second.name = "Second";
+    second.document = second.Document();
+    second.data.clear();
+    EXPECT_EQ(FailureOf<PolicyException>([&] { node.Install(second); }).id, 678u);
+    ExpectUntouched();
+}
+
+TEST_F(InstallDecisionTest, ForceRemovesTheOthersOfALimitedTypeBeforeAMissingDataFileIsSeen) {
+    node.Install(Installed());
+    Configure("conf.server", "NOMULTIPLEPOLICIES", "files");
+    TestPolicy second = Arriving();
+    second.id = "b";
+    second.name = "Second";
+    second.document = second.Document();
+    second.data.clear();
+    EXPECT_EQ(FailureOf<PolicyException>([&] { node.Install(second, InstallOptions().SetForceAll(true)); }).id, 107u);
+    EXPECT_EQ(node.Ids(), "");
+    EXPECT_THAT(node.Incoming(), IsEmpty());
+}
+
+TEST_F(InstallDecisionTest, ANameThatCannotBeLookedUpFailsANewPolicyAndNotAnUpdate) {
+    TestPolicy policy = Arriving();
+    for (const auto& [name, id] : std::vector<std::pair<std::string, unsigned>>{{"a=b", 71}, {" ", 70}}) {
+        policy.name = name;
+        EXPECT_EQ(FailureOf<LumPalMsg::IllegalArgumentError_t>([&] { node.Install(policy); }).id, id);
+        EXPECT_EQ(node.Incoming().count("a_header.xml"), 1u) << "such a failure is not cleaned up";
+        EXPECT_EQ(node.Audited("INSTALL"), 0);
+    }
+    node.Install(Installed());
+    node.Install(policy);
+    EXPECT_EQ(node.Get("a").GetName(), " ");
 }
 
 TEST_F(InstallDecisionTest, VersionTenIsBelowVersionNine) {

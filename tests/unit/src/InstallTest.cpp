@@ -6,6 +6,7 @@
 
 #include "Exceptions.h"
 #include "Files.h"
+#include "InstallOptionsImpl.h"
 #include "LumPalXml.h"
 #include "PolicyNode.h"
 #include "TraceLines.h"
@@ -88,6 +89,19 @@ TEST_F(InstallTest, ASecondPolicyOfATypeIsNotItsFirst) {
     EXPECT_THAT(listener.Heard(), ElementsAre("CHECK_POLICY:files b"));
 }
 
+TEST_F(InstallTest, AnUpdateIsToldWithoutItsTypeAndAForcedMoveWithTheNewTypeAlone) {
+    PolicyListener listener;
+    InstallOptions options;
+    TestPolicy policy = Policy("a");
+    node->Install("tester", policy.Array(), options);
+    listener.Heard();
+    node->Install("tester", policy.Array(), options);
+    EXPECT_THAT(listener.Heard(), ElementsAre("CHECK_POLICY:files a"));
+    policy.type = "other";
+    node->Install("tester", policy.Array(), options.SetForceAll(true));
+    EXPECT_THAT(listener.Heard(), ElementsAre("FIRST_POLICY:other ", "CHECK_POLICY:other a"));
+}
+
 TEST_F(InstallTest, AnInstallWithoutNotificationQueuesIt) {
     PolicyListener listener;
     node.Install(Policy("a"));
@@ -158,6 +172,11 @@ const OptionsRow kOptions[] = {
     {"no options", [](InstallOptions&) {}, "odd", "me", "c1;c2;", "k=1;k=2;"},
     {"enabled", [](InstallOptions& o) { o.SetEnabled(); }, "enabled", "me", "c1;c2;", "k=1;k=2;"},
     {"disabled", [](InstallOptions& o) { o.SetDisabled(); }, "disabled", "me", "c1;c2;", "k=1;k=2;"},
+    {"a status that is none", [](InstallOptions& o) { o.GetImpl().SetState(2); }, "odd", "me", "c1;c2;", "k=1;k=2;"},
+    {"all categories away, and one of them named",
+     [](InstallOptions& o) { o.SetRemoveAllCategories(true).SetRemoveCategory("c1"); }, "odd", "me", "", "k=1;k=2;"},
+    {"all attributes away, and one of them named",
+     [](InstallOptions& o) { o.SetRemoveAllAttributes(true).SetRemoveAttribute("k", "1"); }, "odd", "me", "c1;c2;", ""},
     {"a forced status without a status", [](InstallOptions& o) { o.ForceState(); }, "odd", "me", "c1;c2;", "k=1;k=2;"},
     {"another owner", [](InstallOptions& o) { o.SetOwner("you"); }, "odd", "you", "c1;c2;", "k=1;k=2;"},
     {"no owner", [](InstallOptions& o) { o.RemoveOwner(); }, "odd", "", "c1;c2;", "k=1;k=2;"},
@@ -249,23 +268,64 @@ TEST_F(InstallTest, AnUnknownDirectoryInThePlaceOfADataFileDoesNotCountAsTheFile
     EXPECT_EQ(FailureOf<PolicyFileException>([&] { node.Install(policy); }).id, 107u);
 }
 
+/// The document without an element; `from` says behind which tag it is looked for.
+std::string Without(std::string document, const std::string& element, const std::string& from = "") {
+    const auto at = document.find("<" + element + ">", document.find(from));
+    const std::string end = "</" + element + ">";
+    return document.erase(at, document.find(end, at) + end.size() - at);
+}
+
+struct MissingRow {
+    const char* element;
+    const char* from;
+    unsigned id;
+};
+
+const MissingRow kMissing[] = {
+    {"policy", "", 73},       {"ids", "", 74},
+    {"container_id", "", 75}, {"name", "", 76},
+    {"owner", "", 77},        {"version", "", 78},
+    {"description", "", 79},  {"status", "", 80},
+    {"policytype", "", 81},   {"name", "<policytype>", 82},
+    {"certificate", "", 83},
+};
+
 TEST_F(InstallTest, ADocumentWithoutARequiredElementFailsIsCleanedUpAndAuditedWithoutAName) {
-    const char* const elements[] = {"name", "owner", "version", "description", "status"};
-    for (const char* element : elements) {
+    for (const MissingRow& row : kMissing) {
+        SCOPED_TRACE(row.id);
         TestPolicy policy = Policy("a");
-        policy.document = policy.Document();
-        const std::string tag = std::string("<") + element + ">";
-        policy.document.replace(policy.document.find(tag), tag.size(), std::string("<x/>") + tag);
-        const auto at = policy.document.find(tag);
-        const std::string end = std::string("</") + element + ">";
-        policy.document.erase(at, policy.document.find(end, at) + end.size() - at);
-        const CaughtFailure failure = FailureOf<PolicyHeaderException>([&] { node.Install(policy); });
-        EXPECT_GE(failure.id, 73u) << element;
-        EXPECT_LE(failure.id, 83u) << element;
-        EXPECT_EQ(node.Incoming().count("a_header.xml"), 0u) << element;
+        policy.document = Without(policy.Document(), row.element, row.from);
+        EXPECT_EQ(FailureOf<PolicyHeaderException>([&] { node.Install(policy); }).id, row.id);
+        EXPECT_EQ(node.Incoming().count("a_header.xml"), 0u);
     }
-    EXPECT_EQ(node.Audited("Failure Audit: NOTIFY: Policy installation had errors."), 5);
+    EXPECT_EQ(node.Audited("Failure Audit: NOTIFY: Policy installation had errors. Calling system: 'tester'"),
+              static_cast<int>(std::size(kMissing)));
     EXPECT_THAT(node.Installed(), IsEmpty());
+    node.Restart();
+    EXPECT_THAT(node.Incoming(), IsEmpty());
+}
+
+TEST_F(InstallTest, FilesThatTheDocumentDoesNotNameAreNotInstalledAndDoNotStay) {
+    TestPolicy policy = Policy("a");
+    policy.document = policy.Document();
+    policy.data.emplace_back("more.txt", "not named");
+    policy.data.emplace_back("b.txt", "not named");
+    node.Install(policy);
+    EXPECT_THAT(node.Installed(), ElementsAre("files/a.one", "files/a.two", "files/a_header.xml"));
+    EXPECT_THAT(node.Incoming(), IsEmpty());
+    policy.data.erase(policy.data.begin());
+    EXPECT_EQ(FailureOf<PolicyFileException>([&] { node.Install(policy); }).id, 107u);
+    EXPECT_THAT(node.Incoming(), IsEmpty());
+}
+
+TEST_F(InstallTest, AFileThatAnotherInstallLeftIsNotTakenForThePolicysOwn) {
+    WriteText(node.IncomingFolder() + "/a.two", "from somebody else");
+    TestPolicy policy = Policy("a");
+    policy.document = policy.Document();
+    policy.data.pop_back();
+    EXPECT_EQ(FailureOf<PolicyFileException>([&] { node.Install(policy); }).id, 107u);
+    EXPECT_THAT(node.Incoming(), IsEmpty());
+    EXPECT_FALSE(node->IsPolicyInstalled());
 }
 
 TEST_F(InstallTest, AMalformedDocumentFailsWithoutCleanUpAndWithoutAnAuditLine) {
@@ -331,6 +391,26 @@ TEST_F(InstallTest, InAProcessThatSawNoClusterAnAttributeForTheClusterChangesNot
     policy.attributes = {{"HARG", "group1"}};
     node.Install(policy);
     EXPECT_TRUE(Stored("a").IsEnabled());
+}
+
+TEST_F(InstallTest, AFailureOfTheClusterIsTracedAndDoesNotFailTheInstall) {
+    node->SetClusterChangeForTest([](PolicyHeaderImpl*) {
+        throw LumPalMsg::RuntimeException_t(LumPalMsg::CreateError_t("The cluster does not answer."));
+    });
+    TraceLines trace;
+    EXPECT_NO_THROW(node.Install(Policy("a")));
+    EXPECT_TRUE(
+        trace.Contains("Error changing policy status using cluster APM mechanism. This error will be ignored."));
+    EXPECT_TRUE(trace.Contains("The cluster does not answer."));
+    EXPECT_TRUE(Stored("a").IsEnabled());
+    EXPECT_EQ(node.Audited("could not be installed"), 0);
+}
+
+TEST_F(InstallTest, TheStatusThatTheClusterGivesIsInstalledAndComesAfterThatOfTheOptions) {
+    node->SetClusterChangeForTest([](PolicyHeaderImpl* header) { header->SetDisabled(); });
+    node.Install(Policy("a"), InstallOptions().SetEnabled());
+    EXPECT_TRUE(node.Get("a").IsDisabled());
+    EXPECT_TRUE(Stored("a").IsDisabled());
 }
 
 TEST_F(InstallTest, ATypeWhoseFolderIsALinkIsRefused) {

@@ -72,6 +72,23 @@ TEST(PolicyArrayReader, LeavesTheCursorBehindTheArraySoThatThePolicyBehindItFoll
     EXPECT_EQ(cursor.GetPosition(), package.GetLength());
 }
 
+TEST(PolicyArrayReader, TellsWhichFilesTheArrayCarried) {
+    const CharArray_t array = PolicyWithData().Array();
+    TransferCursor cursor(array);
+    PolicyArrayReader files(cursor);
+    while (files.Next()) cursor.Skip(files.GetLength());
+    EXPECT_FALSE(files.Next());
+    const CarriedNames carried = files.TakeCarriedNames();
+    ASSERT_EQ(carried.GetCount(), 4u);
+    for (std::size_t i = 0; i < carried.GetCount(); ++i) EXPECT_TRUE(carried.Has(carried.Get(i)));
+    EXPECT_TRUE(carried.Has("p1_header.xml"));
+    EXPECT_TRUE(
+        carried.Has(String_t::FromUtf8("Gr\xC3\xBC\xC3\x9F"
+                                       "e.txt")));
+    for (const char* name : {"", "one", "one.txt2", "ONE.TXT", "third"}) EXPECT_FALSE(carried.Has(name)) << name;
+    EXPECT_FALSE(CarriedNames().Has("one.txt"));
+}
+
 TEST(PolicyArrayReader, RefusesAnArrayCutAtAnyByte) {
     const CharArray_t array = PolicyWithData().Array();
     for (std::size_t length = 0; length < array.GetLength(); ++length) {

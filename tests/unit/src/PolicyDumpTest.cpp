@@ -1,6 +1,7 @@
 // The merged list of the installed policies.
 #include <gtest/gtest.h>
 
+#include "CapturedLog.h"
 #include "Exceptions.h"
 #include "PolicyContainerImpl.h"
 #include "PolicyDocs.h"
@@ -84,7 +85,10 @@ TEST_F(PolicyDump, ADocumentThatCannotBeOpenedLeavesAShortSection) {
     fs::create_directories(bad);
     const fs::path b = policydocs::PutInStore("cron", "b", "second");
     const std::string shortSection = "Policy header file '" + bad.string() + "' \n\n" + kSeparator;
+    const CapturedLog log(root.Native());
     EXPECT_EQ(Dump(), kTitle + shortSection + Section(b));
+    EXPECT_TRUE(
+        log.Holds("Unable to open file '" + bad.string() + "' for policy summary operation. File will be ignored."));
 }
 
 TEST_F(PolicyDump, LinksAreNotFollowed) {

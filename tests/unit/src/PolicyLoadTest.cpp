@@ -71,7 +71,10 @@ TEST_F(PolicyLoad, EmptyFoldersGiveNothing) {
 
 TEST_F(PolicyLoad, AStoreThatIsNotThereCannotBeRead) {
     fs::remove(policydocs::StorePath());
-    EXPECT_EQ(IdRaised<RuntimeException_t>([&] { container.CheckPolicy(); }), 58u);
+    const auto failure = policydocs::Raised<RuntimeException_t>([&] { container.CheckPolicy(); });
+    ASSERT_TRUE(failure);
+    EXPECT_EQ(failure->Id(), 58u);
+    EXPECT_TRUE(failure->Says(policydocs::StorePath().string()));
 }
 
 TEST_F(PolicyLoad, EveryPolicyOfEveryTypeIsRead) {
@@ -123,6 +126,24 @@ TEST_F(PolicyLoad, AFolderWithTheNameOfAHeaderCostsOnlyItself) {
     ASSERT_TRUE(failure);
     EXPECT_EQ(failure->ids, (std::vector<unsigned>{57}));
     EXPECT_EQ(Ids(), "b ");
+}
+
+TEST_F(PolicyLoad, OfTwoIdsWithOneNameAndTypeTheLaterFileStands) {
+    Put("cron", "b", "x");
+    Put("cron", "a", "x");
+    EXPECT_EQ(container.CheckPolicy(), 2);
+    EXPECT_EQ(Ids(), "b ");
+}
+
+TEST_F(PolicyLoad, ACorruptHeaderBeforeTheWantedOneIsToldAndTheWantedOneIsRead) {
+    Put("cron", "b", "x");
+    policydocs::PutInStore("cron", "a", "<unclosed>");
+    const auto failure = policydocs::Raised<PolicyFileException>(
+        [&] { container.CheckPolicy(Options().SetPolicyNameAndTypeName("x=cron")); });
+    ASSERT_TRUE(failure);
+    EXPECT_EQ(failure->ids, (std::vector<unsigned>{57}));
+    EXPECT_EQ(Ids(), "b ");
+    EXPECT_NO_THROW(container.CheckPolicy(Options().SetPolicyId("b")));
 }
 
 TEST_F(PolicyLoad, AnIncompleteHeaderIsNotExcused) {

@@ -9,6 +9,7 @@
 #include "Exceptions.h"
 #include "LumPalLog.h"
 #include "PolicyNode.h"
+#include "Raised.h"
 #include "StorePaths.h"
 
 namespace LumConf {
@@ -87,11 +88,17 @@ TEST_F(PolicyOperationTest, CreationNamesEveryDirectoryThatCannotBeMade) {
         fs::remove_all(node.Root().Native() + "/" + folder);
         fs::create_symlink("/nowhere/at/all", node.Root().Native() + "/" + folder);
     }
-    const CaughtFailure failure = FailureOf<LumPalIo::IOException_t>([this] { node.Restart(); });
-    EXPECT_EQ(failure.id, 99u);
-    EXPECT_NE(failure.text.find("temporary directory for policy files"), std::string::npos);
-    EXPECT_NE(failure.text.find("policy installation directory"), std::string::npos);
-    EXPECT_NE(failure.text.find("'conf' base directory"), std::string::npos);
+    const LumPalMsg::MessageList_t messages = MessagesOf<LumPalIo::IOException_t>([this] { node.Restart(); });
+    const std::pair<unsigned, std::string> rows[] = {{99, node.IncomingFolder()},
+                                                     {624, node.TemporaryFolder()},
+                                                     {100, node.InstallFolder()},
+                                                     {101, node.Root().Native() + "/conf/conf"}};
+    ASSERT_EQ(messages.GetMessageCount(), static_cast<int>(std::size(rows)));
+    for (int i = 0; i < messages.GetMessageCount(); ++i) {
+        EXPECT_EQ(messages.GetMessage(i).GetId(), rows[i].first);
+        EXPECT_NE(messages.GetMessage(i).Format(LumPalMsg::Text).ToUtf8().find("'" + rows[i].second),
+                  std::string::npos);
+    }
 }
 
 TEST_F(PolicyOperationTest, ACorruptHeaderAtTheStartIsSaidInTheLogAndTheOthersServe) {
@@ -366,6 +373,53 @@ TEST_F(PolicyOperationTest, AReloadWithACorruptHeaderKeepsTheOthersAndAuditsAFai
     EXPECT_EQ(node.Audited("Failure Audit: REINIT"), 1);
     EXPECT_EQ(node.Audited("Success Audit: REINIT"), 0);
     EXPECT_NE(PolicyNode::Content(log).find("Could not initialize the policy cache."), std::string::npos);
+    EXPECT_NE(PolicyNode::Content(log).find("b_header.xml"), std::string::npos);
+}
+
+TEST_F(PolicyOperationTest, AReloadOfAStoreThatCannotBeListedFailsAndTheCacheStaysAsItWas) {
+    node.Install(Policy("a"));
+    fs::rename(node.InstallFolder(), node.Root().Native() + "/moved");
+    EXPECT_EQ(FailureOf<LumPalMsg::RuntimeException_t>([this] { node->ReinitCache("tester"); }).id, 58u);
+    EXPECT_EQ(node.Ids(), "a");
+    EXPECT_EQ(node.Audited("REINIT"), 0);
+    fs::rename(node.Root().Native() + "/moved", node.InstallFolder());
+    node->ReinitCache("tester");
+    EXPECT_EQ(node.Ids(), "a");
+}
+
+TEST_F(PolicyOperationTest, AReaderWithoutLockNeverSeesAnEmptyCacheWhileItIsLoadedAnew) {
+    node.Install(Policy("a"));
+    std::atomic<bool> stop{false};
+    std::atomic<int> wrong{0};
+    std::thread reader([&] {
+        while (!stop) wrong += !node->IsPolicyInstalled() + !node->IsPolicyTypeNameInstalled("files");
+    });
+    for (int i = 0; i < 50; ++i) node->ReinitCache("tester");
+    stop = true;
+    reader.join();
+    EXPECT_EQ(wrong, 0);
+}
+
+TEST_F(PolicyOperationTest, OperationsOfSeveralThreadsLeaveCacheAndStoreOfOneMind) {
+    node.Install(Policy("kept"));
+    std::atomic<int> wrong{0};
+    const auto work = [&](const std::string& id) {
+        for (int i = 0; i < 15; ++i) {
+            node.Install(Policy(id));
+            wrong += node.Get(id.c_str()).GetName() != String_t::FromUtf8("name of " + id);
+            wrong += node.List().GetCount() < 2;
+            if (i % 5 == 0) node->ReinitCache("tester");
+            if (i % 2 == 0) node.Remove(Selection().SetPolicyId(String_t::FromUtf8(id)));
+        }
+    };
+    std::vector<std::thread> threads;
+    for (const char* id : {"a", "b", "c"}) threads.emplace_back(work, id);
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(node.Ids(), "kept");
+    EXPECT_THAT(node.Installed(), ElementsAre("files/kept.one", "files/kept.two", "files/kept_header.xml"));
+    EXPECT_THAT(node.Incoming(), IsEmpty());
+    EXPECT_THAT(node.Temporary(), IsEmpty());
 }
 
 // Files of an install

@@ -5,6 +5,7 @@
 
 #include "DirectoryImpl.h"
 #include "Exceptions.h"
+#include "LumPalFault.h"
 #include "PolicyDocs.h"
 #include "TempRoot.h"
 
@@ -246,6 +247,21 @@ TEST_F(PolicyWriterTest, AMalformedOldDocumentPassesItsFailureUnchanged) {
     EXPECT_TRUE(fs::exists(oldPath));
 }
 
+TEST_F(PolicyWriterTest, OnAFullDiskTheOldDocumentStays) {
+    const std::string before = policydocs::ReadFile(oldPath);
+    for (const char* operation : {"write", "fsync"}) {
+        SCOPED_TRACE(operation);
+        static std::string failing;
+        failing = operation;
+        LumPalIo::SetFaultHookForTest([](const char* asked, const char*) { return failing == asked; });
+        const unsigned raised = policydocs::Raised<LumPalIo::IOException_t>([&] { Write("p1"); }).has_value();
+        LumPalIo::SetFaultHookForTest(nullptr);
+        EXPECT_TRUE(raised);
+        EXPECT_EQ(policydocs::ReadFile(oldPath), before);
+        EXPECT_EQ(StoreFiles(), std::vector<std::string>{"cron/p1_header.xml"});
+    }
+}
+
 TEST_F(PolicyWriterTest, AnIdOrTypeThatIsNoFileNameChangesNothing) {
     const std::string before = policydocs::ReadFile(oldPath);
     for (const char* bad : {"../p1", "a/b", "..", ""}) {
@@ -275,6 +291,8 @@ TEST_F(PolicyWriterTest, MissingArgumentsAreRefused) {
     EXPECT_EQ(IdRaised<IllegalArgumentError_t>([&] { PolicyWriter(temp, File_t(), input, base, source.GetImpl()); }),
               96u);
     EXPECT_EQ(IdRaised<IllegalArgumentError_t>([&] { PolicyWriter(temp, old, input, base, nullptr); }), 96u);
+    const LumPalIo::InputStream_t none;
+    EXPECT_EQ(IdRaised<IllegalArgumentError_t>([&] { PolicyWriter(temp, old, none, base, source.GetImpl()); }), 96u);
     EXPECT_FALSE(temp.Exists());
 }
 

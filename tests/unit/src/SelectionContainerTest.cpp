@@ -113,6 +113,14 @@ TEST(SelectionContainer, BeforeInitThereIsNothingToAsk) {
     EXPECT_RAISES(picked.GetId(0), IllegalStateError_t, 68);
 }
 
+TEST(SelectionContainer, ASelectionOfNoKnownKindIsRefusedAndPicksNothing) {
+    Selection selection;
+    selection.GetImpl().Set(static_cast<SelectionKind>(10), "");
+    SelectionContainer picked;
+    EXPECT_RAISES(picked.Init(PolicyContainer(), selection), LumPalMsg::IllegalStateError_t, 69);
+    EXPECT_RAISES(picked.GetCount(), LumPalMsg::IllegalStateError_t, 68);
+}
+
 TEST(SelectionContainer, ABadIndexIsReportedLikeAMissingInit) {
     SelectionContainer picked;
     picked.Init(MakeContainer(), Selection());
