@@ -1,0 +1,176 @@
+#include "Authorization.h"
+
+#include <atomic>
+#include <map>
+#include <thread>
+
+#include "LumSecAuth.h"
+#include "OperationRows.h"
+#include "ReturnValue.h"
+#include "ServerTest.h"
+#include "TestPki.h"
+
+namespace {
+
+using namespace LumConf;
+
+class AuthorizationTest : public testing::Test {
+protected:
+    ProcessNode& node = ProcessNode::Fresh();
+    Authorization& authorization = Authorization::GetInstance();
+};
+
+TEST_F(AuthorizationTest, TheProcessHasOneOfItAndOneAuditLog) {
+    EXPECT_EQ(&Authorization::GetInstance(), &authorization);
+    EXPECT_EQ(&AuditLog::GetInstance(), &AuditLog::GetInstance());
+}
+
+TEST_F(AuthorizationTest, OnlyTheDomainOfTheConfigurationCounts) {
+    WriteText(node.Root() + "/etc/authorization.ini", "[other]\na=all\n[conf]\nb=list\n[conf.core]\nc=all\n");
+    authorization.Update();
+    EXPECT_FALSE(authorization.IsAuthorized("a", RightList));
+    EXPECT_TRUE(authorization.IsAuthorized("b", RightList));
+    EXPECT_FALSE(authorization.IsAuthorized("c", RightList));
+}
+
+TEST_F(AuthorizationTest, NobodyHoldsNothing) {
+    node.Grant("=all");
+    for (unsigned right : {1u, 2u, 4u, 8u, 16u, 32u, 64u, 128u, 256u, 0u}) {
+        EXPECT_FALSE(authorization.IsAuthorized("", right)) << right;
+        EXPECT_FALSE(authorization.IsAuthorized("stranger", right)) << right;
+    }
+}
+
+TEST_F(AuthorizationTest, TheNodeItselfAndItsAdministratorHoldEveryRightButSigning) {
+    for (const char* sender : {"node-1", LumSecAuth::LocalAdministrator()}) {
+        for (unsigned right : {1u, 2u, 4u, 8u, 16u, 32u, 64u, 128u}) {
+            EXPECT_TRUE(authorization.IsAuthorized(sender, right)) << sender << " " << right;
+        }
+        EXPECT_FALSE(authorization.IsAuthorized(sender, 256u)) << sender;
+    }
+}
+
+TEST_F(AuthorizationTest, SeveralRightsAreHeldOnlyTogether) {
+    node.Grant("a=list remove");
+    EXPECT_TRUE(authorization.IsAuthorized("a", RightList | RightRemove));
+    EXPECT_FALSE(authorization.IsAuthorized("a", RightList | RightModify));
+}
+
+TEST_F(AuthorizationTest, ASenderIsComparedExactly) {
+    node.Grant("Host=list");
+    for (const char* sender : {"host", "Host ", " Host", "Hos", "Host2"}) {
+        EXPECT_FALSE(authorization.IsAuthorized(sender, RightList)) << sender;
+    }
+}
+
+TEST_F(AuthorizationTest, ManyMayAskWhileTheRightsAreTakenUpAnew) {
+    node.Grant("a=list");
+    std::atomic<bool> stop{false};
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> askers;
+    for (int i = 0; i < 3; ++i) {
+        askers.emplace_back([&] {
+            while (!stop) {
+                if (!authorization.IsAuthorized("a", RightList) || authorization.IsAuthorized("a", RightRemove))
+                    ++wrong;
+            }
+        });
+    }
+    for (int i = 0; i < 50; ++i) authorization.Update();
+    stop = true;
+    for (std::thread& asker : askers) asker.join();
+    EXPECT_EQ(wrong, 0);
+}
+
+/// A node that serves TLS, and senders with certificates of one authority.
+class SendersTest : public testing::Test {
+protected:
+    static constexpr const char* kNames = "DNS:localhost,IP:127.0.0.1";
+
+    SendersTest() {
+        InstallTrust("authority", authority.Certificate());
+        InstallIdentity("node-1", authority.Issue("node-1", kNames));
+        node.Grant("one=1\ntwo=2\nfour=4\neight=8\nsixteen=16\nthirtytwo=32\nnone=0");
+        server.Start();
+    }
+    ~SendersTest() override { std::filesystem::remove_all(node.Root() + "/etc/keystore"); }
+    /// A client that bears the sender's certificate from now on.
+    NodeClient& As(const std::string& sender) {
+        auto& [identity, client] = senders[sender];
+        if (!client) {
+            identity = authority.Issue(sender, kNames);
+            client = std::make_unique<NodeClient>(server.GetPort(), "https");
+        }
+        InstallIdentity(sender, identity);
+        return *client;
+    }
+
+    ProcessNode& node = ProcessNode::Fresh();
+    TestAuthority authority{"authority"};
+    ConfigServer server;
+
+private:
+    std::map<std::string, std::pair<TestIdentity, std::unique_ptr<NodeClient>>> senders;
+};
+
+struct SenderRow {
+    const char* sender;
+    unsigned right;
+};
+const SenderRow kSenders[] = {{"one", 1},      {"two", 2},        {"four", 4}, {"eight", 8},
+                              {"sixteen", 16}, {"thirtytwo", 32}, {"none", 0}, {"stranger", 0}};
+
+TEST_F(SendersTest, EachOperationIsOpenToItsRightAlone) {
+    TestPolicy policy;
+    node.Install(policy);
+    node.ForgetQueue();
+    const Selection none = Selection().SetPolicyName("nobody");
+    for (const SenderRow& row : kSenders) {
+        for (const OperationRow& operation : kOperations) {
+            const Reply reply = As(row.sender).Operate(operation.mode, none, false, operation.text);
+            EXPECT_EQ(reply.value != 8, row.right == operation.right)
+                << row.sender << " " << operation.name << ": " << reply.value << " " << reply.text;
+        }
+        EXPECT_EQ(As(row.sender).List(none).value != 8, row.right == 16) << row.sender;
+        EXPECT_EQ(As(row.sender).Install(policy.Array()).value != 8, row.right == 1) << row.sender;
+    }
+}
+
+TEST_F(SendersTest, ARefusedSenderIsNamedInTheAnswerAndInTheAuditLog) {
+    const Reply reply = As("stranger").List();
+    EXPECT_EQ(reply.value, 8);
+    EXPECT_EQ(reply.text, "Sender with id 'stranger' is not authorized to execute policy list operation.");
+    EXPECT_EQ(node.Audited("AUTH: Calling system 'stranger' is not authorized to call operation: 'list'."), 1);
+}
+
+TEST_F(SendersTest, WhoMayOnlyModifyChangesOwnersAndTheCacheAndNothingElse) {
+    TestPolicy policy;
+    node.Install(policy);
+    EXPECT_EQ(As("thirtytwo").Operate(5, Selection(), false, "somebody").value, 1);
+    EXPECT_EQ(As("thirtytwo").Operate(15).value, 1);
+    for (int mode : {4, 3, 2, 13}) EXPECT_EQ(As("thirtytwo").Operate(mode).value, 8) << mode;
+    EXPECT_EQ(As("thirtytwo").List().value, 8);
+    EXPECT_EQ(As("thirtytwo").Install(policy.Array()).value, 8);
+}
+
+TEST_F(SendersTest, WhoMayOnlyInstallMayNotifyToo) {
+    EXPECT_EQ(As("one").Install(TestPolicy().Array()).value, 1);
+    node.ForgetQueue();
+    EXPECT_EQ(As("one").Operate(13).value, 1);
+    EXPECT_EQ(As("one").List().value, 8);
+    EXPECT_EQ(node.Audited("was successfully installed. Calling system: 'one'"), 1);
+}
+
+TEST_F(SendersTest, ARightThatIsTakenBackIsGoneAfterTheNextUpdate) {
+    node.Install(TestPolicy());
+    EXPECT_EQ(As("sixteen").List().value, 1);
+    Configure("sec.core", "CORE_ID", "node-1");
+    node.Grant("sixteen=1");
+    EXPECT_EQ(As("sixteen").List().value, 8);
+}
+
+TEST_F(SendersTest, TheSecretOfTheLocalRoadIsWorthNothingOverTls) {
+    EXPECT_FALSE(std::filesystem::exists(node.Root() + "/etc/local.secret"));
+}
+
+}  // namespace

@@ -1,0 +1,205 @@
+#include "ConfigServer.h"
+
+#include "LumPalCfgFile.h"
+#include "LumPalNet.h"
+#include "ServerTest.h"
+
+namespace {
+
+using namespace LumConf;
+using LumVoxMsg::Messenger;
+
+const char* const kMain = "/com.tessel.lum.conf.core/voxrpcserver";
+const char* const kCheck = "/com.tessel.lum.conf.core/checkpolicy/voxrpcserver";
+
+class ConfigServerTest : public testing::Test {
+protected:
+    static LumPalConfig::Configuration_t Transport() {
+        return LumPalConfig::ConfigNamespace_t("vox.http.ext.conf").Open();
+    }
+    static Messenger MakeMessenger(const char* base = "/") {
+        return Messenger(Transport(), Messenger::Options().SetAuthenticationMethod(1).SetBasePath(base));
+    }
+    static int StatusOf(unsigned port, const std::string& path, const char* method = "mgrconf") {
+        return NodeClient(port)
+            .Post(NodeClient::Envelope(std::string("<") + method + "/>"), NodeClient::Sender::Nobody, path)
+            .status;
+    }
+    void ExpectItServes() {
+        NodeClient client(server->GetPort());
+        EXPECT_EQ(client.ManagerConfiguration({}), 0);
+        EXPECT_EQ(client.CheckPolicy({}), 0);
+        EXPECT_EQ(client.List().value, 2);
+        EXPECT_EQ(client.Operate(15).value, 1);
+    }
+    static bool IsOpen(unsigned port) {
+        try {
+            RawSocket probe(port);
+            return true;
+        } catch (const std::runtime_error&) {
+            return false;
+        }
+    }
+
+    ProcessNode& node = ProcessNode::Fresh();
+    CapturedLog log{node.Root()};
+    std::unique_ptr<ConfigServer> server = std::make_unique<ConfigServer>();
+};
+
+TEST_F(ConfigServerTest, BeforeItIsStartedNothingIsServed) {
+    EXPECT_FALSE(server->IsServing());
+    EXPECT_EQ(server->GetPort(), 0u);
+}
+
+TEST_F(ConfigServerTest, StartedAloneItServesBothServersBelowItsOwnPath) {
+    server->Start();
+    ASSERT_TRUE(server->IsServing());
+    ExpectItServes();
+    EXPECT_EQ(StatusOf(server->GetPort(), "/voxrpcserver"), 404);
+    EXPECT_EQ(StatusOf(server->GetPort(), "/"), 404);
+    EXPECT_EQ(log.Text(), "");
+}
+
+TEST_F(ConfigServerTest, StartedWithoutAMessengerItMakesOneAtTheRootAndServesAtTheSameAddresses) {
+    server->Start(nullptr);
+    ASSERT_TRUE(server->IsServing());
+    ExpectItServes();
+    EXPECT_EQ(StatusOf(server->GetPort(), std::string("/com.tessel.lum.conf.core") + kMain), 404);
+    EXPECT_EQ(log.Text(), "");
+}
+
+TEST_F(ConfigServerTest, OnAMessengerOfTheCallerItServesAtTheSameAddresses) {
+    Messenger messenger = MakeMessenger();
+    server->Start(&messenger);
+    EXPECT_EQ(server->GetPort(), messenger.GetPort());
+    ExpectItServes();
+}
+
+TEST_F(ConfigServerTest, TheServersCarryTheWholePathBelowTheMessengersOwn) {
+    Messenger messenger = MakeMessenger("/deeper");
+    server->Start(&messenger);
+    EXPECT_EQ(StatusOf(server->GetPort(), std::string("/deeper") + kMain), 200);
+    EXPECT_EQ(StatusOf(server->GetPort(), std::string("/deeper") + kCheck, "checkpolicy"), 200);
+    EXPECT_EQ(StatusOf(server->GetPort(), kMain), 404);
+}
+
+TEST_F(ConfigServerTest, EachMethodStandsOnItsServerAlone) {
+    server->Start();
+    const unsigned port = server->GetPort();
+    EXPECT_EQ(StatusOf(port, kMain, "mgrconf"), 200);
+    EXPECT_EQ(StatusOf(port, kCheck, "mgrconf"), 500);
+    EXPECT_EQ(StatusOf(port, kCheck, "checkpolicy"), 200);
+    EXPECT_EQ(StatusOf(port, kMain, "checkpolicy"), 500);
+    for (const char* method : {"Install", "remove", "x"}) EXPECT_EQ(StatusOf(port, kMain, method), 500) << method;
+    for (const char* method : {"install", "policyOp", "list"}) EXPECT_EQ(StatusOf(port, kMain, method), 200) << method;
+}
+
+TEST_F(ConfigServerTest, APortThatIsTakenIsSaidInTheLogAndStartReturns) {
+    Messenger other = MakeMessenger();
+    ConfigServer first;
+    first.Start(&other);
+    Configure("vox.http.ext.conf", "SERVER_PORT", std::to_string(first.GetPort()).c_str());
+    EXPECT_NO_THROW(server->Start());
+    EXPECT_FALSE(server->IsServing());
+    EXPECT_TRUE(log.Holds("ERROR Could not create messenger for configuration server '"));
+    EXPECT_TRUE(log.Holds("and register its methods with the messenger object.\n  "));
+    EXPECT_FALSE(log.Holds("Could not create configuration server"));
+    EXPECT_NO_THROW(server->Start(nullptr));
+    EXPECT_FALSE(server->IsServing());
+    other.Close();
+    server->Start();
+    EXPECT_TRUE(server->IsServing()) << "the port is free again";
+    Configure("vox.http.ext.conf", "SERVER_PORT", "0");
+}
+
+TEST_F(ConfigServerTest, AMessengerOfTheCallerThatCannotServeIsSaidInTheLog) {
+    Messenger closed = MakeMessenger(), null;
+    closed.Close();
+    server->Start(&closed);
+    EXPECT_FALSE(server->IsServing());
+    server->Start(&null);
+    EXPECT_FALSE(server->IsServing());
+    EXPECT_TRUE(log.Holds("A closed messenger takes no handler."));
+    EXPECT_TRUE(log.Holds("A null messenger takes no handler."));
+    server->Start();
+    ExpectItServes();
+}
+
+TEST_F(ConfigServerTest, ABrokenConfigurationLeavesStart) {
+    const std::string path = node.Root() + "/etc/pal/config/local_settings.ini";
+    const std::string good = ReadText(path);
+    WriteText(path, "neither\n");
+    EXPECT_THROW(server->Start(), LumPalCfgFile::SyntaxException_t);
+    EXPECT_THROW(server->Start(nullptr), LumPalCfgFile::SyntaxException_t);
+    WriteText(path, good);
+    server->Start();
+    EXPECT_TRUE(server->IsServing());
+}
+
+TEST_F(ConfigServerTest, ASecondStartTakesANewRoadAndLeavesTheOldOne) {
+    server->Start();
+    const unsigned before = server->GetPort();
+    server->Start();
+    ExpectItServes();
+    EXPECT_TRUE(server->GetPort() == before || !IsOpen(before));
+    server->Start(nullptr);
+    ExpectItServes();
+    EXPECT_EQ(log.Text(), "");
+}
+
+TEST_F(ConfigServerTest, ASecondStartOnTheSameMessengerIsSaidAndTheFirstGoesOn) {
+    Messenger messenger = MakeMessenger();
+    server->Start(&messenger);
+    server->Start(&messenger);
+    EXPECT_TRUE(log.Holds("has a handler already"));
+    ExpectItServes();
+}
+
+TEST_F(ConfigServerTest, StopClosesTheRoadAndTakesTheWorkFoldersAway) {
+    server->Start();
+    const unsigned port = server->GetPort();
+    WriteText(node.IncomingFolder() + "/left over");
+    WriteText(node.TemporaryFolder() + "/left over");
+    node.Install(TestPolicy());
+    server->Stop();
+    EXPECT_FALSE(server->IsServing());
+    EXPECT_FALSE(IsOpen(port));
+    EXPECT_FALSE(std::filesystem::exists(node.IncomingFolder()));
+    EXPECT_FALSE(std::filesystem::exists(node.TemporaryFolder()));
+    EXPECT_TRUE(node->IsPolicyInstalled()) << "what is installed stays";
+}
+
+TEST_F(ConfigServerTest, StopClosesAMessengerOfTheCallerToo) {
+    Messenger messenger = MakeMessenger();
+    server->Start(&messenger);
+    server->Stop();
+    EXPECT_FALSE(messenger.IsServing());
+}
+
+TEST_F(ConfigServerTest, StopMayComeTwiceAndWithoutAStart) {
+    EXPECT_NO_THROW(server->Stop());
+    server->Start();
+    server->Stop();
+    EXPECT_NO_THROW(server->Stop());
+    EXPECT_FALSE(server->IsServing());
+}
+
+TEST_F(ConfigServerTest, AfterAStopItCanServeAgain) {
+    server->Start();
+    server->Stop();
+    server->Start();
+    ExpectItServes();
+}
+
+TEST_F(ConfigServerTest, AServerThatGoesWithoutAStopClosesItsRoad) {
+    for (const bool withNull : {false, true}) {
+        server = std::make_unique<ConfigServer>();
+        withNull ? server->Start(nullptr) : server->Start();
+        const unsigned port = server->GetPort();
+        ASSERT_NE(port, 0u);
+        server.reset();
+        EXPECT_FALSE(IsOpen(port));
+    }
+}
+
+}  // namespace

@@ -1,0 +1,99 @@
+#include "RpcPolicyList.h"
+
+#include "ServerTest.h"
+
+namespace {
+
+using namespace LumConf;
+using Sender = NodeClient::Sender;
+
+class RpcPolicyListTest : public ServerTest {
+protected:
+    static constexpr const char* kAll = "<PolicySelection><selection>8</selection><name/></PolicySelection>";
+};
+
+TEST_F(RpcPolicyListTest, TheSelectedPoliciesAreInTheAnswer) {
+    TestPolicy policy = Policy("a");
+    policy.name = "Größe";
+    policy.owner = "operator";
+    policy.attributes = {{"os", "linux"}};
+    node.Install(policy);
+    node.Install(Policy("b"));
+    const Reply all = Client().List();
+    EXPECT_EQ(all.value, 1);
+    EXPECT_EQ(all.text, "List operation successful.");
+    EXPECT_EQ(all.list.GetCount(), 2);
+    const Reply one = Client().List(Selection().SetPolicyOwner("operator"));
+    ASSERT_EQ(one.list.GetCount(), 1);
+    EXPECT_EQ(one.list.GetPolicyHeader(0).GetName(), LumPalStr::String_t::FromUtf8("Größe"));
+    EXPECT_EQ(node.Audited("INFO Success Audit: LIST: Policy list operation was successfully. Calling system: "
+                           "'local administrator'"),
+              2);
+    EXPECT_EQ(log.Text(), "");
+}
+
+TEST_F(RpcPolicyListTest, AnEmptyStoreIsItsOwnOutcomeWithAnEmptyList) {
+    const Reply reply = Client().List();
+    EXPECT_EQ(reply.value, 2);
+    EXPECT_EQ(reply.text, "WARNING: No policies are installed.");
+    EXPECT_TRUE(reply.hasList);
+    EXPECT_EQ(reply.list.GetCount(), 0);
+}
+
+TEST_F(RpcPolicyListTest, ASelectionThatFindsNothingHasAnEmptyList) {
+    node.Install(Policy("a"));
+    const Reply reply = Client().List(Selection().SetPolicyName("nobody"));
+    EXPECT_EQ(reply.value, 3);
+    EXPECT_EQ(reply.text, "WARNING: No policy files found for list operation.");
+    EXPECT_TRUE(reply.hasList);
+    EXPECT_EQ(reply.list.GetCount(), 0);
+}
+
+TEST_F(RpcPolicyListTest, ASenderWithoutTheRightGetsAnEmptyListAndALineInTheAuditLog) {
+    node.Install(Policy("a"));
+    const Reply reply = Client().PostCall("list", kAll, Sender::Nobody);
+    EXPECT_EQ(reply.value, 8);
+    EXPECT_EQ(reply.text, "Sender with id '' is not authorized to execute policy list operation.");
+    EXPECT_TRUE(reply.hasList);
+    EXPECT_EQ(reply.list.GetCount(), 0);
+    EXPECT_EQ(node.Audited("Audit:"), 1);
+    EXPECT_EQ(node.Audited("Failure Audit: AUTH: Calling system '' is not authorized to call operation: 'list'."), 1);
+}
+
+TEST_F(RpcPolicyListTest, AMalformedRequestIsRefusedWithAnEmptyListAndNoLineInTheAuditLog) {
+    node.Install(Policy("a"));
+    const std::string rows[] = {
+        "",
+        "<Selection><selection>8</selection></Selection>",
+        "<PolicySelection><selection>all</selection></PolicySelection>",
+        "<PolicySelection><selection/></PolicySelection>",
+        std::string(kAll) + kAll,
+    };
+    for (const std::string& row : rows) {
+        const Reply reply = Client().PostCall("list", row);
+        EXPECT_EQ(reply.value, 8) << row;
+        EXPECT_EQ(reply.text,
+                  "Sender with id 'local administrator' is not authorized to execute policy list operation.")
+            << row;
+        EXPECT_TRUE(reply.hasList) << row;
+        EXPECT_EQ(reply.list.GetCount(), 0) << row;
+    }
+    EXPECT_EQ(node.AuditText(), "");
+    EXPECT_TRUE(log.Holds("List operation was not successful."));
+}
+
+TEST_F(RpcPolicyListTest, AnEnvelopeThatIsCutOrNoXmlIsAFaultOfTheClient) {
+    const std::string good = NodeClient::Envelope(std::string("<list>") + kAll + "</list>");
+    EXPECT_EQ(Client().Post(good).status, 200);
+    for (std::size_t length : {std::size_t(0), std::size_t(1), std::size_t(40)}) {
+        const RawAnswer answer = Client().Post(good.substr(0, length));
+        EXPECT_NE(answer.status, 200) << length;
+        EXPECT_NE(answer.body.find("Fault"), std::string::npos) << length;
+    }
+    // The method is known by then: its handler answers.
+    const RawAnswer cut = Client().Post(good.substr(0, good.size() - 20));
+    EXPECT_EQ(cut.status, 200);
+    EXPECT_NE(cut.body.find(">8<"), std::string::npos) << cut.body;
+}
+
+}  // namespace
