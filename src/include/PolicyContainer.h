@@ -15,7 +15,8 @@ class PolicyContainerImpl;
 /// store. A handle: copies share. A header that was fetched lives on after its removal.
 ///
 /// Any thread may call any member at any time; an operation that touches several policies is not one step
-/// for others, so who changes a container serialises that.
+/// for others, so who changes a container serialises that. Only the handle itself must not be assigned to while another
+/// thread uses it; give each thread a copy.
 class LUMCONF_API PolicyContainer {
 public:
     /// What CheckPolicy reads; all policies at first. A value.

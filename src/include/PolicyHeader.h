@@ -15,7 +15,8 @@ class PolicyHeaderImpl;
 
 /// The header of one policy in memory. A handle: copies share the record, and a setter through one handle
 /// is visible through every other (that is why setters are constant members).
-/// Any thread may use any handle at any time: each single call sees and leaves a consistent record.
+/// Any thread may call any member at any time: each single call sees and leaves a consistent record. Only the handle
+/// itself must not be assigned to while another thread uses it; give each thread a copy.
 class LUMCONF_API PolicyHeader {
 public:
     /// A fresh record: enabled, everything else empty.
