@@ -79,6 +79,10 @@ void PolicyContainer::Remove(const String_t& name, const String_t& type) const {
     impl->Remove(name, type);
 }
 
+void PolicyContainer::Dump(const LumPalIo::File_t& out, const String_t& typeName) {
+    PolicyContainerImpl::Dump(out, typeName);
+}
+
 bool PolicyContainer::IsEmpty() const {
     return impl->IsEmpty();
 }

@@ -174,6 +174,15 @@ PolicyHeader PolicyHeader::Read(const File_t& file, unsigned long tolerance) {
     return PolicyHeader(handler.TakeHeader().Get());
 }
 
+PolicyHeader PolicyHeader::Read(const File_t& file, LumPalMsg::MessageList_t& missing) {
+    const LumPalThread::MutexLock_t lock(DocumentMutex());
+    PolicyXmlHandler handler;
+    handler.StartChecking();
+    PolicyXmlParser::Parse(file, handler);
+    missing = handler.GetMissing();
+    return PolicyHeader(handler.TakeHeader().Get());
+}
+
 void PolicyHeader::Write(const File_t& file, const PolicyHeader& header) {
     LUMCONF_BLOCK(trace::Policy, "PolicyHeader::Write");
     const LumPalThread::MutexLock_t lock(DocumentMutex());

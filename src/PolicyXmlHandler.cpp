@@ -49,6 +49,11 @@ void PolicyXmlHandler::StartReading(unsigned long toleranceMask) {
     Reset();
 }
 
+void PolicyXmlHandler::StartChecking() {
+    StartReading();
+    collects = true;
+}
+
 void PolicyXmlHandler::StartRewriting(const LumPalXml::XmlWriter_t& output, const PolicyHeaderImpl* sourceHeader) {
     if (!sourceHeader) Raise<IllegalStateError_t>(msg::XmlHandlerNull);
     mode = Mode::Rewriting;
@@ -63,6 +68,8 @@ void PolicyXmlHandler::Reset() {
     newHeader = new PolicyHeaderImpl;
     newHeader->Clear();
     seen.reset();
+    collects = false;
+    missing = LumPalMsg::MessageList_t();
     place = Element::None;
     unknownDepth = depth = 0;
     leaf = dataFilesWritten = false;
@@ -130,11 +137,12 @@ void PolicyXmlHandler::EndDocument() {
     writer.Close();
 }
 
-void PolicyXmlHandler::TestRequiredElements() const {
+void PolicyXmlHandler::TestRequiredElements() {
     for (const RequiredElement& required : kRequiredElements) {
         const bool excused = (tolerance & required.tolerance) != 0;
-        if (!excused && !seen.test(static_cast<std::size_t>(required.element)))
-            throw PolicyHeaderException(MakeUnchecked(required.missing));
+        if (excused || seen.test(static_cast<std::size_t>(required.element))) continue;
+        if (!collects) throw PolicyHeaderException(MakeUnchecked(required.missing));
+        missing.Add(MakeUnchecked(required.missing));
     }
 }
 

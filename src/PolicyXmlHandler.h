@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "LumPalArray.h"
+#include "LumPalMsg.h"
 #include "LumPalPtr.h"
 #include "LumPalStr.h"
 #include "LumPalXml.h"
@@ -30,6 +31,9 @@ public:
 
     /// @param tolerance  as PolicyHeader::Read
     void StartReading(unsigned long tolerance = 0);
+    /// Reads likewise, but no missing element is an error: GetMissing tells of all of them.
+    void StartChecking();
+    const LumPalMsg::MessageList_t& GetMissing() const noexcept { return missing; }
     /// @param source  not owned; its values are taken now. @throws LumPalMsg::IllegalStateError_t 87 for null
     void StartRewriting(const LumPalXml::XmlWriter_t& writer, const PolicyHeaderImpl* source);
     bool IsInitialized() const noexcept { return mode != Mode::NotInitialized; }
@@ -60,7 +64,7 @@ private:
     bool IsCopied() const noexcept;
     bool IsTextWanted() const noexcept;
     void TestNamespace(const LumPalStr::String_t& uri) const;
-    void TestRequiredElements() const;
+    void TestRequiredElements();
     void ForgetText();
 
     // Reading: what the end tags of the table do.
@@ -90,6 +94,8 @@ private:
 
     Mode mode = Mode::NotInitialized;
     unsigned long tolerance = 0;
+    bool collects = false;  ///< missing elements are collected, not raised
+    LumPalMsg::MessageList_t missing;
     std::bitset<document::kElementCount> seen;
     Element place = Element::None;  ///< the innermost open element that is known
     int unknownDepth = 0;           ///< open elements inside it that are not

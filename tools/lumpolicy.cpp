@@ -1,7 +1,8 @@
 // The operator's tool for the policies of a node.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <iostream>
-#include <memory>
+#include <string>
 #include <vector>
 
 #include "LumPalRuntime.h"
@@ -9,56 +10,42 @@
 
 namespace {
 
-using lumpolicy::Command;
-using lumpolicy::Global;
-using lumtools::ExitCode;
+using lumpolicy::Commands;
 
 const char* const kUsage =
     "usage: lumpolicy COMMAND [OPTION...]\n"
-    "  install FILE...   install policies, or replace installed ones\n"
-    "  remove            remove installed policies\n"
-    "  list              list installed policies\n"
-    "  notify            send what the node has queued for its consumers\n"
-    "  reinit            let the node read its store anew\n"
-    "--host HOST[:PORT] names the node (default: localhost). 'lumpolicy COMMAND --help' tells more.\n";
+    "  install FILE...              install policies, or replace installed ones\n"
+    "  list, show                   list installed policies, show them in full\n"
+    "  remove, enable, disable      do that to selected policies\n"
+    "  set-owner OWNER              give them to an owner\n"
+    "  add-category, remove-category, clear-categories\n"
+    "  add-attribute, remove-attribute, clear-attributes\n"
+    "  notify                       send what the node has queued for its consumers\n"
+    "  reinit                       let the node read its store anew\n"
+    "  validate FILE...             say all that is wrong with policy files\n"
+    "  dump                         write the policies of this node as one list\n"
+    "--host HOST[:PORT] names a node (default: localhost). 'lumpolicy help COMMAND' tells more.\n";
 
 const char* const kExitCodes =
     "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 nothing to do, 4 not found, 5 refused,\n"
-    "6 the node could not be reached, 7 done but not every consumer could be told.";
+    "6 the node could not be reached, 7 done but not every consumer could be told.\n"
+    "For many nodes: the code that all have in common; 0 also when some had nothing to do; else 8.";
 
-/// A command and the words that call it.
-struct Entry {
-    CLI::App* subcommand = nullptr;
-    std::unique_ptr<Command> command;
-};
-
-void AddGlobal(CLI::App& command, Global& global) {
-    command
-        .add_option("--host", global.host, "The node: a name or an address, with a port when it is not the usual one")
-        ->capture_default_str()
-        ->type_name("HOST[:PORT]");
-    command.add_flag("--json", global.json, "Print one JSON object per answer");
-    command.add_flag("-q,--quiet", global.quiet, "Print nothing on success");
-}
-
-std::vector<Entry> AddCommands(CLI::App& app, Global& global) {
-    std::vector<Entry> entries;
-    for (auto* add : {lumpolicy::AddInstall, lumpolicy::AddRemove, lumpolicy::AddList, lumpolicy::AddNotify,
-                      lumpolicy::AddReinit}) {
-        Entry entry;
-        entry.command = add(app, entry.subcommand);
-        AddGlobal(*entry.subcommand, global);
-        entry.subcommand->footer(kExitCodes);
-        entries.push_back(std::move(entry));
+Commands AddCommands(CLI::App& app) {
+    Commands commands;
+    for (auto* add : {lumpolicy::AddInstall, lumpolicy::AddQueries, lumpolicy::AddChanges, lumpolicy::AddNodeWork,
+                      lumpolicy::AddLocal}) {
+        add(app, commands);
     }
-    return entries;
+    for (const auto& [subcommand, command] : commands) subcommand->footer(kExitCodes);
+    return commands;
 }
 
-int Run(CLI::App& app, const std::vector<Entry>& entries, const Global& global) {
-    for (const Entry& entry : entries) {
-        if (!entry.subcommand->parsed()) continue;
+int Run(CLI::App& app, const Commands& commands) {
+    for (const auto& [subcommand, command] : commands) {
+        if (!subcommand->parsed()) continue;
         try {
-            return entry.command->Run(global);
+            return command->Run();
         } catch (const CLI::Error& e) {
             app.exit(e);
             return lumtools::kWrongUsage;
@@ -70,6 +57,15 @@ int Run(CLI::App& app, const std::vector<Entry>& entries, const Global& global) 
     return lumtools::kWrongUsage;
 }
 
+/// "help COMMAND" is "COMMAND --help", and "help" alone is "--help".
+std::vector<std::string> Arguments(int argc, char** argv) {
+    std::vector<std::string> arguments(argv + 1, argv + argc);
+    if (arguments.front() != "help") return arguments;
+    arguments.erase(arguments.begin());
+    arguments.push_back("--help");
+    return arguments;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -78,21 +74,22 @@ int main(int argc, char** argv) {
         std::cerr << kUsage;
         return lumtools::kWrongUsage;
     }
-    CLI::App app("Installs, lists and removes the policies of a node.", "lumpolicy");
+    CLI::App app("Installs, lists, changes and removes the policies of nodes.", "lumpolicy");
     app.set_version_flag("--version", "lumpolicy " LUM_VERSION);
     app.require_subcommand(1);
     app.footer(kExitCodes);
-    Global global;
-    const std::vector<Entry> entries = AddCommands(app, global);
-    const auto isNamed = [argv](CLI::App* command) { return command->check_name(argv[1]); };
-    if (argv[1][0] != '-' && app.get_subcommands(isNamed).empty()) {
-        std::cerr << "lumpolicy: there is no command '" << argv[1] << "'\n" << kUsage;
+    const Commands commands = AddCommands(app);
+    std::vector<std::string> arguments = Arguments(argc, argv);
+    const auto isNamed = [&arguments](CLI::App* command) { return command->check_name(arguments.front()); };
+    if (arguments.front()[0] != '-' && app.get_subcommands(isNamed).empty()) {
+        std::cerr << "lumpolicy: there is no command '" << arguments.front() << "'\n" << kUsage;
         return lumtools::kWrongUsage;
     }
     try {
-        app.parse(argc, argv);
+        std::reverse(arguments.begin(), arguments.end());  // the parser takes them from the back
+        app.parse(arguments);
     } catch (const CLI::ParseError& e) {
         return app.exit(e) == 0 ? lumtools::kDone : lumtools::kWrongUsage;
     }
-    return Run(app, entries, global);
+    return Run(app, commands);
 }

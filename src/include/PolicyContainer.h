@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Export.h"
+#include "LumPalIo.h"
 #include "LumPalPtr.h"
 #include "LumPalStr.h"
 #include "PolicyHeader.h"
@@ -77,6 +78,13 @@ public:
     void Enable(const LumPalStr::String_t& name, const LumPalStr::String_t& type) const;
     void Disable(const LumPalStr::String_t& name, const LumPalStr::String_t& type) const;
     void Remove(const LumPalStr::String_t& name, const LumPalStr::String_t& type) const;
+
+    /// Writes the merged list of the node: every header document of the store, one after another.
+    /// @param out       overwritten
+    /// @param typeName  in any case; null or empty means all types
+    /// @throws LumPalIo::FileNotFoundException_t 64 when `out` cannot be opened;
+    ///         NoPoliciesInstalledError when no header was found (the file then holds only the title)
+    static void Dump(const LumPalIo::File_t& out, const LumPalStr::String_t& typeName);
 
     /// Safe and cheap beside any change.
     bool IsEmpty() const;

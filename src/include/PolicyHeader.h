@@ -5,6 +5,7 @@
 #include "Export.h"
 #include "LumPalArray.h"
 #include "LumPalIo.h"
+#include "LumPalMsg.h"
 #include "LumPalPtr.h"
 #include "LumPalStr.h"
 #include "PolicyAttribute.h"
@@ -105,6 +106,9 @@ public:
     ///                   0x10 version, 0x20 description, 0x40 status, 0x80 policytype, 0x100 type name, 0x200
     ///                   certificate
     static PolicyHeader Read(const LumPalIo::File_t& file, unsigned long tolerance);
+    /// Reads a document that may lack any required element.
+    /// @param missing  gets a message 73 to 83 for each one that it lacks
+    static PolicyHeader Read(const LumPalIo::File_t& file, LumPalMsg::MessageList_t& missing);
     /// Writes a new document, unsigned; never over an existing file. Waits for Read and Write calls.
     /// @throws LumPalMsg::IllegalArgumentError_t 53 (null file); LumPalIo::IOException_t 54 (it exists);
     ///         LumPalIo::FileNotFoundException_t 55 (it cannot be made)

@@ -1,13 +1,19 @@
 #include "common/Outcome.h"
 
+#include <CLI/CLI.hpp>
+#include <algorithm>
 #include <ostream>
 #include <sstream>
 
 #include "Exceptions.h"
 #include "LumCtrl.h"
+#include "LumPalConsole.h"
 #include "LumPalMsg.h"
 #include "LumPalNet.h"
 #include "LumSecAuth.h"
+#include "Utils.h"
+#include "common/Arguments.h"
+#include "common/Table.h"
 
 namespace lumtools {
 
@@ -38,6 +44,19 @@ Outcome From(ExitCode code, const LumPalMsg::Exception_t& e) {
     return outcome;
 }
 
+constexpr int kIndent = 10;  // behind the longest label
+
+/// What goes to no terminal is not wrapped: scripts search in it.
+int Width() {
+    const int columns = LumPalConsole::Columns(LumPalConsole::Stream::Error);
+    return columns > 0 ? columns : 1000000;
+}
+
+LumConf::Utils::MsgType LabelFor(ExitCode code) {
+    if (code == kNothingToDo) return LumConf::Utils::Note;
+    return code == kUntold ? LumConf::Utils::Warning : LumConf::Utils::Error;
+}
+
 }  // namespace
 
 const char* Outcome::Word() const {
@@ -58,6 +77,8 @@ const char* Outcome::Word() const {
             return "unreachable";
         case kUntold:
             return "done, nobody told";
+        case kSomeFailed:
+            return "some failed";
     }
     return "";
 }
@@ -89,15 +110,24 @@ Outcome Attempt(const std::function<void()>& request) {
         return From(kWrongUsage, e);
     } catch (const LumPalMsg::Exception_t& e) {
         return From(kFailed, e);
+    } catch (const CLI::Error&) {
+        throw;  // the program says it together with its usage
     } catch (const std::exception& e) {
         return {kFailed, {{0, e.what()}}};
     }
 }
 
-void PrintFailure(std::ostream& out, const std::string& program, const Outcome& outcome) {
+void PrintFailure(std::ostream& out, const std::string& where, const Outcome& outcome) {
     for (std::size_t i = 0; i < outcome.messages.size(); ++i) {
         const MessageLine& line = outcome.messages[i];
-        out << (i == 0 ? program + ": " : std::string(2 * line.level, ' ')) << line.text << "\n";
+        const bool outer = i == 0;
+        // A detail stands below what it belongs to: two columns to the right of it.
+        const int indent = kIndent + (outer ? 0 : 2 * std::max(line.level, 1));
+        const std::string text = Printable((outer && !where.empty() ? where + ": " : "") + line.text);
+        out << LumConf::Utils::FormatStdOutput(Text(text), indent, Width(),
+                                               outer ? LabelFor(outcome.code) : LumConf::Utils::Bullet)
+                   .ToUtf8()
+            << "\n";
     }
 }
 

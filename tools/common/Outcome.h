@@ -28,7 +28,9 @@ struct Outcome {
 /// Runs a request; what it raises becomes the outcome.
 Outcome Attempt(const std::function<void()>& request);
 
-/// The outer message with a label, each detail indented below it.
-void PrintFailure(std::ostream& out, const std::string& program, const Outcome& outcome);
+/// The outer message behind its label, each detail as an item below it, all wrapped at the width of the terminal that
+/// standard error goes to.
+/// @param where  stands before the outer message; may be empty
+void PrintFailure(std::ostream& out, const std::string& where, const Outcome& outcome);
 
 }  // namespace lumtools

@@ -1,36 +1,155 @@
 #include "lumpolicy/Command.h"
 
+#include <atomic>
 #include <iostream>
-#include <nlohmann/json.hpp>
+#include <map>
+#include <sstream>
+
+#include "LumPalConsole.h"
 
 namespace lumpolicy {
 
+using lumtools::ExitCode;
 using lumtools::Outcome;
 
 namespace {
 
-nlohmann::ordered_json ToJson(const Global& global, const Outcome& outcome, const std::string& subject) {
-    nlohmann::ordered_json object;
-    object["host"] = global.host;
-    if (!subject.empty()) object["subject"] = subject;
+void Fill(nlohmann::ordered_json& object, const Outcome& outcome) {
     object["result"] = outcome.Word();
     object["code"] = outcome.code;
     object["messages"] = nlohmann::json::array();
-    for (const auto& line : outcome.messages)
+    for (const auto& line : outcome.messages) {
         object["messages"].push_back({{"level", line.level}, {"text", line.text}});
+    }
+}
+
+nlohmann::ordered_json ToJson(const std::string& host, const Answer& answer) {
+    nlohmann::ordered_json object;
+    object["host"] = host;
+    Fill(object, answer.outcome);
+    if (!answer.fields.is_null()) object.update(answer.fields);
     return object;
+}
+
+std::string Indented(const std::string& text) {
+    std::istringstream in(text);
+    std::string out;
+    for (std::string line; std::getline(in, line);) out += line.empty() ? "\n" : "  " + line + "\n";
+    return out;
+}
+
+/// One line of standard error that says how far the work is; only on a terminal.
+class Progress {
+public:
+    explicit Progress(std::size_t count)
+        : count(count), shown(count > 1 && LumPalConsole::IsTerminal(LumPalConsole::Stream::Error)) {}
+    void Show(std::size_t done) const {
+        if (shown) std::cerr << "\r\033[K" << done << " of " << count << " nodes" << std::flush;
+    }
+    void Clear() const {
+        if (shown) std::cerr << "\r\033[K" << std::flush;
+    }
+
+private:
+    const std::size_t count;
+    const bool shown;
+};
+
+/// The exit code for many nodes. What was done already is no failure of many.
+ExitCode CodeOf(const std::map<ExitCode, int>& counts, std::size_t hosts) {
+    const auto count = [&counts](ExitCode code) {
+        const auto found = counts.find(code);
+        return found == counts.end() ? std::size_t{0} : static_cast<std::size_t>(found->second);
+    };
+    if (counts.size() == 1) return counts.begin()->first;
+    const std::size_t well = count(lumtools::kDone) + count(lumtools::kNothingToDo);
+    if (well == hosts) return lumtools::kDone;
+    return well + count(lumtools::kUntold) == hosts ? lumtools::kUntold : lumtools::kSomeFailed;
+}
+
+std::map<ExitCode, int> Count(const std::vector<Answer>& answers) {
+    std::map<ExitCode, int> counts;
+    for (const Answer& answer : answers) ++counts[answer.outcome.code];
+    return counts;
 }
 
 }  // namespace
 
-void Say(const Global& global, const Outcome& outcome, const std::string& subject, const std::string& success) {
-    if (global.json) {
-        std::cout << ToJson(global, outcome, subject).dump() << std::endl;
-    } else if (outcome.code != lumtools::kDone) {
-        lumtools::PrintFailure(std::cerr, "lumpolicy", outcome);
-    } else if (!global.quiet) {
-        std::cout << success << std::endl;
+Command::Command(CLI::App& command) {
+    command.add_flag("--json", json, "Print one JSON object for each node");
+    command.add_flag("-q,--quiet", quiet, "Print nothing on success");
+}
+
+HostCommand::HostCommand(CLI::App& command) : Command(command) {
+    hostOptions.AddTo(command);
+}
+
+ExitCode HostCommand::Run() {
+    hosts = hostOptions.Make();
+    const Outcome prepared = Prepare();
+    if (prepared.code != lumtools::kDone) {
+        PrintUnsent(prepared);
+        return prepared.code;
     }
+    const std::vector<Answer> answers = AskAll();
+    if (hosts.size() == 1) return answers.front().outcome.code;
+    PrintSummary(answers);
+    return CodeOf(Count(answers), hosts.size());
+}
+
+/// A node's result is printed when those before it are.
+std::vector<Answer> HostCommand::AskAll() const {
+    std::vector<Answer> answers(hosts.size());
+    std::vector<std::atomic<bool>> ready(hosts.size());
+    std::size_t printed = 0;
+    const Progress progress(hosts.size());
+    const auto ask = [&](std::size_t index) {
+        answers[index] = Ask(hosts[index]);
+        ready[index] = true;
+    };
+    progress.Show(0);
+    lumtools::ForEach(hosts.size(), hostOptions.GetParallel(), ask, [&](std::size_t done) {
+        progress.Clear();
+        for (; printed < hosts.size() && ready[printed]; ++printed) Print(hosts[printed], answers[printed]);
+        if (done < hosts.size()) progress.Show(done);
+    });
+    return answers;
+}
+
+/// What is wrong with the arguments is said once, and concerns no node.
+void HostCommand::PrintUnsent(const Outcome& outcome) const {
+    if (json) {
+        nlohmann::ordered_json object;
+        Fill(object, outcome);
+        std::cout << object.dump() << std::endl;
+    } else {
+        lumtools::PrintFailure(std::cerr, "", outcome);
+    }
+}
+
+void HostCommand::Print(const std::string& host, const Answer& answer) const {
+    if (json) {
+        std::cout << ToJson(host, answer).dump() << std::endl;
+        return;
+    }
+    const bool many = hosts.size() > 1;
+    if (!quiet) {
+        if (many && answer.isBlock && !answer.text.empty()) std::cout << host << ":\n";
+        std::cout << (many && answer.isBlock ? Indented(answer.text) : answer.text) << std::flush;
+    }
+    if (answer.outcome.code == lumtools::kDone) return;
+    lumtools::PrintFailure(std::cerr, many ? host + ": " + answer.outcome.Word() : "", answer.outcome);
+}
+
+void HostCommand::PrintSummary(const std::vector<Answer>& answers) const {
+    if (json || quiet) return;
+    std::cout << hosts.size() << " nodes";
+    const char* separator = ": ";
+    for (const auto& [code, count] : Count(answers)) {
+        std::cout << separator << count << " " << Outcome{code, {}}.Word();
+        separator = ", ";
+    }
+    std::cout << std::endl;
 }
 
 }  // namespace lumpolicy

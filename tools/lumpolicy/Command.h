@@ -3,41 +3,69 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <functional>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
 #include "common/ExitCode.h"
+#include "common/Hosts.h"
 #include "common/Outcome.h"
 
 namespace lumpolicy {
-
-/// What stands before or behind every command.
-struct Global {
-    std::string host = "localhost";
-    bool json = false;
-    bool quiet = false;
-};
 
 /// One command: its options, and what it does.
 class Command {
 public:
     virtual ~Command() = default;
-    /// Runs the command and says what came of it, unless it was told to be quiet.
-    virtual lumtools::ExitCode Run(const Global& global) = 0;
+    /// Runs the command and says what came of it, unless it was told to be quiet. @throws CLI::Error
+    virtual lumtools::ExitCode Run() = 0;
+
+protected:
+    /// Adds --json and --quiet.
+    explicit Command(CLI::App& command);
+    bool json = false, quiet = false;
 };
 
-/// Each adds its subcommand to the application.
-std::unique_ptr<Command> AddInstall(CLI::App& app, CLI::App*& subcommand);
-std::unique_ptr<Command> AddRemove(CLI::App& app, CLI::App*& subcommand);
-std::unique_ptr<Command> AddList(CLI::App& app, CLI::App*& subcommand);
-std::unique_ptr<Command> AddNotify(CLI::App& app, CLI::App*& subcommand);
-std::unique_ptr<Command> AddReinit(CLI::App& app, CLI::App*& subcommand);
+/// What one node answered.
+struct Answer {
+    lumtools::Outcome outcome;
+    std::string text;               ///< printed also when the outcome is a failure; lines end in a newline
+    bool isBlock = false;           ///< the text does not name the node: with several nodes it stands below its name
+    nlohmann::ordered_json fields;  ///< join the JSON object
+};
 
-/// Says what came of one request: a line of success on standard output, a failure on standard error, or one JSON
-/// object on standard output.
-/// @param subject  what the request was about, as "backup_header.xml"; may be empty
-/// @param success  the line for success
-void Say(const Global& global, const lumtools::Outcome& outcome, const std::string& subject,
-         const std::string& success);
+/// A command that asks nodes: one or many, at the same time. One result a node, in the order in which they were given;
+/// with several nodes a summary at the end, and an exit code for all of them.
+class HostCommand : public Command {
+public:
+    lumtools::ExitCode Run() final;
+
+protected:
+    explicit HostCommand(CLI::App& command);
+    /// Checks the arguments and makes what all requests share, before any node is asked; none is after a failure.
+    /// @throws CLI::Error
+    virtual lumtools::Outcome Prepare() { return {}; }
+    /// Asks one node. Called on several threads at once. Must not throw.
+    virtual Answer Ask(const std::string& host) const = 0;
+
+private:
+    void PrintUnsent(const lumtools::Outcome& outcome) const;
+    void Print(const std::string& host, const Answer& answer) const;
+    void PrintSummary(const std::vector<Answer>& answers) const;
+    std::vector<Answer> AskAll() const;
+
+    lumtools::HostOptions hostOptions;
+    std::vector<std::string> hosts;
+};
+
+/// Each adds its subcommands to the application.
+using Commands = std::vector<std::pair<CLI::App*, std::unique_ptr<Command>>>;
+void AddInstall(CLI::App& app, Commands& commands);
+void AddChanges(CLI::App& app, Commands& commands);
+void AddQueries(CLI::App& app, Commands& commands);
+void AddNodeWork(CLI::App& app, Commands& commands);
+void AddLocal(CLI::App& app, Commands& commands);
 
 }  // namespace lumpolicy

@@ -1,16 +1,20 @@
 #include <vector>
 
+#include "Exceptions.h"
 #include "InstallOptions.h"
 #include "PolicyForwarder.h"
 #include "PolicyPackage.h"
+#include "Selection.h"
 #include "common/Arguments.h"
+#include "common/Table.h"
 #include "lumpolicy/Command.h"
+#include "lumpolicy/PolicyText.h"
 
 namespace lumpolicy {
 
 using LumConf::InstallOptions;
+using LumConf::PolicyHeader;
 using lumtools::Attempt;
-using lumtools::ExitCode;
 using lumtools::Outcome;
 using lumtools::SplitPair;
 using lumtools::Text;
@@ -94,52 +98,113 @@ InstallOptions Choices::Make() const {
     return options;
 }
 
-class Install : public Command {
+/// The exit code of several files: the first that is no success.
+void Join(lumtools::Outcome& whole, const lumtools::Outcome& part) {
+    if (whole.code == lumtools::kDone) whole.code = part.code;
+    whole.messages.insert(whole.messages.end(), part.messages.begin(), part.messages.end());
+}
+
+class Install : public HostCommand {
 public:
-    explicit Install(CLI::App& command) {
+    explicit Install(CLI::App& command) : HostCommand(command) {
         command.add_option("FILE", files, "Header files (<id>_header.xml); the data files lie beside them")->required();
-        command.add_flag("--package", package, "Send all files as one package: one request, one answer");
+        command.add_flag("--package", isPackage, "Send all files as one package: one request, one answer");
+        command.add_flag("-n,--dry-run", dryRun, "Compare the files with what the node lists; install nothing");
         choices.AddTo(command);
     }
 
-    ExitCode Run(const Global& global) override { return package ? RunPackage(global) : RunEach(global); }
-
 private:
-    ExitCode RunPackage(const Global& global) {
-        const Outcome outcome = Attempt([&] {
-            const InstallOptions options = choices.Make();
-            LumConf::PolicyPackage collected;
-            for (const auto& file : files) collected.AddPolicy(LumPalIo::File_t(Text(file)));
-            collected.Install(Text(global.host), options);
+    /// A package is built once for all nodes.
+    Outcome Prepare() override {
+        return Attempt([&] {
+            options = choices.Make();
+            for (const auto& file : files) Take(LumPalIo::File_t(Text(file)));
         });
-        Say(global, outcome, "", "installed a package of " + std::to_string(files.size()) + " on " + global.host);
-        return outcome.code;
     }
 
-    /// The others go on when one fails; the first failure is the exit code.
-    ExitCode RunEach(const Global& global) {
-        LumConf::PolicyForwarder forwarder;
-        ExitCode result = lumtools::kDone;
+    void Take(const LumPalIo::File_t& file) {
+        if (dryRun) headers.push_back(PolicyHeader::Read(file));
+        if (isPackage) package.AddPolicy(file);
+    }
+
+    Answer Ask(const std::string& host) const override {
+        if (dryRun) return Foresee(host);
+        return isPackage ? SendPackage(host) : SendEach(host);
+    }
+
+    Answer SendPackage(const std::string& host) const {
+        Answer answer;
+        LumConf::PolicyPackage shared(package);
+        answer.outcome = Attempt([&] { shared.Install(Text(host), options); });
+        if (answer.outcome.code != lumtools::kDone) return answer;
+        answer.text = "installed a package of " + std::to_string(files.size()) + " on " + host + "\n";
+        return answer;
+    }
+
+    /// The others go on when one fails.
+    Answer SendEach(const std::string& host) const {
+        Answer answer;
+        answer.fields["files"] = nlohmann::ordered_json::array();
         for (const auto& file : files) {
             const Outcome outcome =
-                Attempt([&] { forwarder.Install(Text(global.host), LumPalIo::File_t(Text(file)), choices.Make()); });
-            Say(global, outcome, file, "installed " + file + " on " + global.host);
-            if (result == lumtools::kDone) result = outcome.code;
+                Attempt([&] { forwarder.Install(Text(host), LumPalIo::File_t(Text(file)), options); });
+            answer.fields["files"].push_back(
+                {{"file", file}, {"result", outcome.Word()}, {"code", static_cast<int>(outcome.code)}});
+            if (outcome.code == lumtools::kDone) answer.text += "installed " + file + " on " + host + "\n";
+            Join(answer.outcome, outcome);
             if (outcome.code == lumtools::kUnreachable || outcome.code == lumtools::kWrongUsage) break;
         }
-        return result;
+        return answer;
+    }
+
+    Answer Foresee(const std::string& host) const {
+        Answer answer;
+        answer.isBlock = true;
+        answer.fields["dry_run"] = true;
+        answer.fields["changes"] = nlohmann::ordered_json::array();
+        for (const PolicyHeader& header : headers) {
+            std::string change;
+            const Outcome outcome = Attempt([&] { change = Compare(header, host); });
+            Join(answer.outcome, outcome);
+            if (outcome.code != lumtools::kDone) break;
+            answer.text += "would " + change + "\n";
+            answer.fields["changes"].push_back({{"id", header.GetContainerId().ToUtf8()}, {"change", change}});
+        }
+        return answer;
+    }
+
+    /// What is installed under the same id; whether it may be replaced is the node's decision.
+    std::string Compare(const PolicyHeader& header, const std::string& host) const {
+        const std::string name = NameOf(header);
+        try {
+            const auto installed =
+                forwarder.List(Text(host), LumConf::Selection().SetPolicyId(header.GetContainerId()));
+            const PolicyHeader old = installed.GetPolicyHeader(0);
+            return lumtools::Printable("ask the node to replace " + name + ", version " + old.GetVersion().ToUtf8() +
+                                       " of owner '" + old.GetOwner().ToUtf8() + "', by version " +
+                                       header.GetVersion().ToUtf8() + " of owner '" + header.GetOwner().ToUtf8() +
+                                       "': the node decides");
+        } catch (const LumConf::NoPoliciesInstalledError&) {
+        } catch (const LumConf::PolicyNotFoundError&) {
+        }
+        return lumtools::Printable("install " + name + ", version " + header.GetVersion().ToUtf8() +
+                                   ", which is new to the node");
     }
 
     std::vector<std::string> files;
-    bool package = false;
+    bool isPackage = false, dryRun = false;
     Choices choices;
+    InstallOptions options;
+    std::vector<PolicyHeader> headers;
+    LumConf::PolicyPackage package;
+    LumConf::PolicyForwarder forwarder;
 };
 
 }  // namespace
 
-std::unique_ptr<Command> AddInstall(CLI::App& app, CLI::App*& subcommand) {
-    subcommand = app.add_subcommand("install", "Install policies, or replace installed ones");
-    return std::make_unique<Install>(*subcommand);
+void AddInstall(CLI::App& app, Commands& commands) {
+    CLI::App* command = app.add_subcommand("install", "Install policies, or replace installed ones");
+    commands.emplace_back(command, std::make_unique<Install>(*command));
 }
 
 }  // namespace lumpolicy

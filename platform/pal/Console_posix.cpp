@@ -1,0 +1,38 @@
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "LumPalConsole.h"
+
+namespace LumPalConsole {
+
+namespace {
+
+constexpr int kUsual = 80, kLeast = 40, kMost = 1000;
+
+int Descriptor(Stream stream) {
+    return stream == Stream::Output ? STDOUT_FILENO : STDERR_FILENO;
+}
+
+int ColumnsSaid(int descriptor) {
+    winsize size{};
+    if (ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) return size.ws_col;
+    const char* columns = std::getenv("COLUMNS");
+    return columns ? std::atoi(columns) : 0;
+}
+
+}  // namespace
+
+bool IsTerminal(Stream stream) {
+    return isatty(Descriptor(stream)) == 1;
+}
+
+int Columns(Stream stream) {
+    if (!IsTerminal(stream)) return 0;
+    const int said = ColumnsSaid(Descriptor(stream));
+    return said > 0 ? std::clamp(said, kLeast, kMost) : kUsual;
+}
+
+}  // namespace LumPalConsole

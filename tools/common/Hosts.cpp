@@ -1,0 +1,129 @@
+#include "common/Hosts.h"
+
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <fstream>
+#include <iostream>
+#include <mutex>
+#include <set>
+#include <thread>
+
+namespace lumtools {
+
+namespace {
+
+constexpr int kMostParallel = 256;
+
+std::string Trimmed(const std::string& text) {
+    const char* const blanks = " \t\r";
+    const std::size_t begin = text.find_first_not_of(blanks);
+    if (begin == std::string::npos) return "";
+    return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
+}
+
+void CheckHost(const std::string& host, const std::string& where) {
+    const bool isWord = !host.empty() && host.find_first_of(" \t\r\n/") == std::string::npos;
+    if (!isWord) throw CLI::ValidationError(where + ": '" + host + "' is no host");
+}
+
+/// One host a line; what stands behind a "#" is a comment.
+std::vector<std::string> ReadHosts(std::istream& in, const std::string& name) {
+    std::vector<std::string> hosts;
+    int number = 0;
+    for (std::string line; std::getline(in, line);) {
+        ++number;
+        const std::string host = Trimmed(line.substr(0, line.find('#')));
+        if (host.empty()) continue;
+        CheckHost(host, name + ", line " + std::to_string(number));
+        hosts.push_back(host);
+    }
+    if (in.bad()) throw CLI::ValidationError(name + " cannot be read");
+    if (hosts.empty()) throw CLI::ValidationError(name + " names no host");
+    return hosts;
+}
+
+std::vector<std::string> ReadHostsFile(const std::string& path) {
+    if (path == "-") return ReadHosts(std::cin, "standard input");
+    std::ifstream in(path);
+    if (!in) throw CLI::ValidationError("the file of hosts '" + path + "' cannot be read");
+    return ReadHosts(in, "'" + path + "'");
+}
+
+/// Threads take the next index until none is left.
+class Workers {
+public:
+    Workers(std::size_t count, const std::function<void(std::size_t)>& job) : count(count), job(job) {}
+
+    void Run(std::size_t threads, const std::function<void(std::size_t)>& done) {
+        std::vector<std::jthread> pool;
+        for (std::size_t i = 0; i < std::min(threads, count); ++i) pool.emplace_back([this] { Work(); });
+        for (std::size_t told = 0; told < count;) {
+            std::unique_lock lock(mutex);
+            changed.wait(lock, [&] { return finished > told; });
+            told = finished;
+            lock.unlock();
+            done(told);
+        }
+    }
+
+private:
+    void Work() {
+        for (std::size_t index = next++; index < count; index = next++) {
+            job(index);
+            const std::lock_guard lock(mutex);
+            ++finished;
+            changed.notify_one();
+        }
+    }
+
+    const std::size_t count;
+    const std::function<void(std::size_t)>& job;
+    std::atomic<std::size_t> next{0};
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::size_t finished = 0;  // guarded by mutex
+};
+
+}  // namespace
+
+void HostOptions::AddTo(CLI::App& command) {
+    const std::string group = "Which nodes";
+    command
+        .add_option("--host", hosts,
+                    "A node: a name or an address, with a port when it is not the usual one; may be given often "
+                    "[localhost]")
+        ->group(group)
+        ->type_name("HOST[:PORT]")
+        ->allow_extra_args(false);
+    command.add_option("--hosts-file", file, "A file with one node a line; '-' is standard input")
+        ->group(group)
+        ->type_name("FILE");
+    command.add_option("--parallel", parallel, "How many nodes are asked at the same time")
+        ->group(group)
+        ->type_name("N")
+        ->capture_default_str()
+        ->check(CLI::Range(1, kMostParallel));
+}
+
+std::vector<std::string> HostOptions::Make() const {
+    for (const std::string& host : hosts) CheckHost(host, "--host");
+    std::vector<std::string> named = hosts;
+    if (!file.empty()) {
+        const std::vector<std::string> more = ReadHostsFile(file);
+        named.insert(named.end(), more.begin(), more.end());
+    }
+    if (named.empty()) return {"localhost"};
+    std::set<std::string> seen;
+    std::vector<std::string> once;
+    std::copy_if(named.begin(), named.end(), std::back_inserter(once),
+                 [&seen](const std::string& host) { return seen.insert(host).second; });
+    return once;
+}
+
+void ForEach(std::size_t count, int parallel, const std::function<void(std::size_t)>& job,
+             const std::function<void(std::size_t)>& done) {
+    Workers(count, job).Run(static_cast<std::size_t>(parallel), done);
+}
+
+}  // namespace lumtools

@@ -1,0 +1,217 @@
+// The commands that change selected policies. Each is a row of one table.
+#include <algorithm>
+
+#include "PolicyForwarder.h"
+#include "common/Arguments.h"
+#include "common/SelectionOptions.h"
+#include "common/Table.h"
+#include "lumpolicy/Command.h"
+#include "lumpolicy/PolicyText.h"
+
+namespace lumpolicy {
+
+using LumConf::PolicyForwarder;
+using LumConf::PolicyHeader;
+using LumConf::Selection;
+using LumPalStr::String_t;
+using lumtools::SelectionOptions;
+using lumtools::SplitPair;
+using lumtools::Text;
+using nlohmann::ordered_json;
+
+namespace {
+
+/// What a request needs beside the node.
+struct Request {
+    std::string argument;
+    Selection selection;
+    PolicyForwarder::Options options;
+};
+
+std::vector<std::string> WordsOf(const std::string& text) {
+    std::istringstream in(text);
+    return {std::istream_iterator<std::string>(in), {}};
+}
+
+bool HasCategory(const PolicyHeader& header, const std::string& category) {
+    for (int i = 0; i < header.GetCategoryCount(); ++i) {
+        if (header.GetCategory(i).ToUtf8() == category) return true;
+    }
+    return false;
+}
+
+bool HasAttribute(const PolicyHeader& header, const std::string& pair) {
+    const auto [name, value] = SplitPair(pair);
+    for (int i = 0; i < header.GetAttributesCount(); ++i) {
+        const auto attribute = header.GetAttribute(i);
+        if (attribute.GetName().ToUtf8() == name && attribute.GetValue().ToUtf8() == value) return true;
+    }
+    return false;
+}
+
+/// Those of the words that the policy has, or has not.
+std::string Matching(const PolicyHeader& header, const std::string& words, bool wanted) {
+    std::string matching;
+    for (const std::string& word : WordsOf(words)) {
+        if (HasCategory(header, word) == wanted) matching += (matching.empty() ? "" : " ") + word;
+    }
+    return matching;
+}
+
+std::string Unless(bool nothing, const std::string& change) {
+    return nothing ? "" : change;
+}
+
+/// One command. `change` says what it would do to a policy, as the node lists it; empty for nothing.
+struct Row {
+    const char *name, *help, *argument, *argumentHelp, *done;
+    void (*send)(const PolicyForwarder&, const String_t& host, const Request&);
+    std::string (*change)(const PolicyHeader&, const std::string& argument);
+};
+
+const Row kRows[] = {
+    {"remove", "Remove installed policies", nullptr, nullptr, "removed from ",
+     [](const PolicyForwarder& f, const String_t& host, const Request& r) { f.Remove(host, r.selection, r.options); },
+     [](const PolicyHeader&, const std::string&) { return std::string("remove"); }},
+    {"enable", "Enable disabled policies", nullptr, nullptr, "enabled on ",
+     [](const PolicyForwarder& f, const String_t& host, const Request& r) { f.Enable(host, r.selection, r.options); },
+     [](const PolicyHeader& h, const std::string&) { return Unless(!h.IsDisabled(), "enable"); }},
+    {"disable", "Disable enabled policies", nullptr, nullptr, "disabled on ",
+     [](const PolicyForwarder& f, const String_t& host, const Request& r) { f.Disable(host, r.selection, r.options); },
+     [](const PolicyHeader& h, const std::string&) { return Unless(!h.IsEnabled(), "disable"); }},
+    {"set-owner", "Give policies to an owner; an empty one takes the owner away", "OWNER", "The new owner",
+     "set the owner on ",
+     [](const PolicyForwarder& f, const String_t& host, const Request& r) {
+         f.SetOwner(host, Text(r.argument), r.selection, r.options);
+     },
+     [](const PolicyHeader& h, const std::string& owner) {
+         return Unless(h.GetOwner().ToUtf8() == owner,
+                       "change the owner '" + h.GetOwner().ToUtf8() + "' to '" + owner + "' of");
+     }},
+    {"add-category", "Put policies into categories", "CATEGORY", "A category; blanks part several in one word",
+     "added categories on ",
+     [](const PolicyForwarder& f, const String_t& host, const Request& r) {
+         f.AddCategory(host, Text(r.argument), r.selection, r.options);
+     },
+     [](const PolicyHeader& h, const std::string& words) {
+         const std::string added = Matching(h, words, false);
+         return Unless(added.empty(), "add '" + added + "' to");
+     }},
+    {"remove-category", "Take policies out of categories", "CATEGORY", "A category; blanks part several in one word",
+     "removed categories on ",
+     [](const PolicyForwarder& f, const String_t& host, const Request& r) {
+         f.RemoveCategory(host, Text(r.argument), r.selection, r.options);
+     },
+     [](const PolicyHeader& h, const std::string& words) {
+         const std::string taken = Matching(h, words, true);
+         return Unless(taken.empty(), "take '" + taken + "' from");
+     }},
+    {"clear-categories", "Take policies out of all categories", nullptr, nullptr, "cleared the categories on ",
+     [](const PolicyForwarder& f, const String_t& host, const Request& r) {
+         f.RemoveAllCategories(host, r.selection, r.options);
+     },
+     [](const PolicyHeader& h, const std::string&) {
+         return Unless(h.GetCategoryCount() == 0, "take '" + CategoriesOf(h) + "' from");
+     }},
+    {"add-attribute", "Give policies an attribute", "NAME=VALUE", "The attribute", "added the attribute on ",
+     [](const PolicyForwarder& f, const String_t& host, const Request& r) {
+         f.AddAttribute(host, Text(SplitPair(r.argument).first), Text(SplitPair(r.argument).second), r.selection,
+                        r.options);
+     },
+     [](const PolicyHeader& h, const std::string& pair) {
+         return Unless(HasAttribute(h, pair), "add '" + pair + "' to");
+     }},
+    {"remove-attribute", "Take an attribute from policies", "NAME=VALUE", "The attribute", "removed the attribute on ",
+     [](const PolicyForwarder& f, const String_t& host, const Request& r) {
+         f.RemoveAttribute(host, Text(SplitPair(r.argument).first), Text(SplitPair(r.argument).second), r.selection,
+                           r.options);
+     },
+     [](const PolicyHeader& h, const std::string& pair) {
+         return Unless(!HasAttribute(h, pair), "take '" + pair + "' from");
+     }},
+    {"clear-attributes", "Take all attributes from policies", nullptr, nullptr, "cleared the attributes on ",
+     [](const PolicyForwarder& f, const String_t& host, const Request& r) {
+         f.RemoveAllAttributes(host, r.selection, r.options);
+     },
+     [](const PolicyHeader& h, const std::string&) {
+         return Unless(h.GetAttributesCount() == 0, "take all attributes from");
+     }},
+};
+
+class Change : public HostCommand {
+public:
+    Change(CLI::App& command, const Row& row) : HostCommand(command), row(row) {
+        if (row.argument) command.add_option(row.argument, words, row.argumentHelp)->required()->expected(1);
+        selectionOptions.AddTo(command, SelectionOptions::Demand::Yes);
+        command.add_flag("-n,--dry-run", dryRun,
+                         "Show what would change, as the node lists its policies; change nothing");
+        command.add_flag("--no-notify", noNotify, "Queue the notification of consumers; 'lumpolicy notify' sends it");
+        command.add_option("--target-id", targetId, "Id of the target")->type_name("ID");
+    }
+
+private:
+    lumtools::Outcome Prepare() override {
+        CheckPair();
+        request.argument = words;
+        request.options.SetNotify(!noNotify).SetTargetID(Text(targetId));
+        return lumtools::Attempt([&] { request.selection = selectionOptions.Make(); });
+    }
+
+    /// An attribute without "=" would be sent with an empty value, which nobody means.
+    void CheckPair() const {
+        if (row.argument && std::string(row.argument) == "NAME=VALUE" && words.find('=') == std::string::npos) {
+            throw CLI::ValidationError("'" + words + "' is no attribute: give NAME=VALUE");
+        }
+    }
+
+    Answer Ask(const std::string& host) const override {
+        Answer answer;
+        answer.outcome = lumtools::Attempt([&] {
+            if (dryRun) {
+                Foresee(host, answer);
+            } else {
+                row.send(forwarder, Text(host), request);
+                answer.text = row.done + host + "\n";
+            }
+        });
+        if (dryRun && answer.outcome.code == lumtools::kDone && answer.fields["changes"].empty()) {
+            answer.outcome = {lumtools::kNothingToDo, {{0, "Nothing would change on '" + host + "'."}}};
+        }
+        return answer;
+    }
+
+    void Foresee(const std::string& host, Answer& answer) const {
+        answer.isBlock = true;
+        answer.fields["dry_run"] = true;
+        answer.fields["changes"] = ordered_json::array();
+        const auto policies = forwarder.List(Text(host), request.selection, Text(targetId));
+        for (int i = 0; i < policies.GetCount(); ++i) {
+            const PolicyHeader header = policies.GetPolicyHeader(i);
+            const std::string change = row.change(header, request.argument);
+            if (change.empty()) continue;
+            answer.fields["changes"].push_back({{"id", header.GetContainerId().ToUtf8()},
+                                                {"name", header.GetName().ToUtf8()},
+                                                {"type", header.GetTypeName().ToUtf8()},
+                                                {"change", change}});
+            answer.text += "would " + lumtools::Printable(change) + " " + NameOf(header) + "\n";
+        }
+    }
+
+    const Row& row;
+    SelectionOptions selectionOptions;
+    std::string words, targetId;
+    bool noNotify = false, dryRun = false;
+    Request request;
+    PolicyForwarder forwarder;
+};
+
+}  // namespace
+
+void AddChanges(CLI::App& app, Commands& commands) {
+    for (const Row& row : kRows) {
+        CLI::App* command = app.add_subcommand(row.name, row.help);
+        commands.emplace_back(command, std::make_unique<Change>(*command, row));
+    }
+}
+
+}  // namespace lumpolicy

@@ -1,0 +1,59 @@
+// The commands that let a node do its own work: notify and reinit.
+#include "LumPalPtr.h"
+#include "PolicyForwarder.h"
+#include "PolicyForwarderImpl.h"
+#include "common/Arguments.h"
+#include "lumpolicy/Command.h"
+
+namespace lumpolicy {
+
+using lumtools::Text;
+
+namespace {
+
+class NodeWork : public HostCommand {
+public:
+    using Forwarder = LumConf::PolicyForwarderImpl;
+    struct Row {
+        const char *name, *help, *done, *foreseen;
+        void (*send)(const Forwarder&, const LumPalStr::String_t& host);
+    };
+
+    NodeWork(CLI::App& command, const Row& row) : HostCommand(command), row(row), forwarder(new Forwarder) {
+        command.add_flag("-n,--dry-run", dryRun, "Say what would be asked of the node; ask nothing");
+    }
+
+private:
+    Answer Ask(const std::string& host) const override {
+        Answer answer;
+        if (dryRun) answer.fields["dry_run"] = true;
+        answer.text = (dryRun ? row.foreseen : row.done) + host + "\n";
+        if (!dryRun) answer.outcome = lumtools::Attempt([&] { row.send(*forwarder, Text(host)); });
+        if (answer.outcome.code != lumtools::kDone) answer.text.clear();
+        return answer;
+    }
+
+    const Row& row;
+    const LumPalPtr::RefPtr_t<Forwarder> forwarder;
+    bool dryRun = false;
+};
+
+const NodeWork::Row kRows[] = {
+    {"notify", "Send what the node has queued for its consumers", "notified the consumers of ",
+     "would send what is queued, which the node alone knows, to the consumers of ",
+     [](const NodeWork::Forwarder& f, const LumPalStr::String_t& host) { f.Notify(host); }},
+    {"reinit", "Let the node read its store anew", "read anew: the store of ",
+     "would read the store anew, which the node alone can look into, of ",
+     [](const NodeWork::Forwarder& f, const LumPalStr::String_t& host) { f.ReinitCache(host, ""); }},
+};
+
+}  // namespace
+
+void AddNodeWork(CLI::App& app, Commands& commands) {
+    for (const NodeWork::Row& row : kRows) {
+        CLI::App* command = app.add_subcommand(row.name, row.help);
+        commands.emplace_back(command, std::make_unique<NodeWork>(*command, row));
+    }
+}
+
+}  // namespace lumpolicy

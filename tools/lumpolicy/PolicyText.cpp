@@ -1,0 +1,85 @@
+#include "lumpolicy/PolicyText.h"
+
+#include <sstream>
+
+#include "common/Table.h"
+
+namespace lumpolicy {
+
+using LumConf::PolicyContainer;
+using LumConf::PolicyHeader;
+using nlohmann::ordered_json;
+
+namespace {
+
+std::string Line(const char* field, const LumPalStr::String_t& value) {
+    std::string label = std::string(field) + ":";
+    label.resize(14, ' ');
+    std::string line = label + lumtools::Printable(value.ToUtf8());
+    line.erase(line.find_last_not_of(' ') + 1);
+    return line + "\n";
+}
+
+}  // namespace
+
+ordered_json ToJson(const PolicyHeader& header) {
+    ordered_json policy;
+    policy["id"] = header.GetContainerId().ToUtf8();
+    policy["name"] = header.GetName().ToUtf8();
+    policy["version"] = header.GetVersion().ToUtf8();
+    policy["status"] = header.GetStatus().ToUtf8();
+    policy["description"] = header.GetDescription().ToUtf8();
+    policy["owner"] = header.GetOwner().ToUtf8();
+    policy["type"] = {{"name", header.GetTypeName().ToUtf8()},
+                      {"version", header.GetTypeVersion().ToUtf8()},
+                      {"id", header.GetTypeId().ToUtf8()}};
+    policy["categories"] = ordered_json::array();
+    for (int i = 0; i < header.GetCategoryCount(); ++i) policy["categories"].push_back(header.GetCategory(i).ToUtf8());
+    policy["attributes"] = ordered_json::array();
+    for (int i = 0; i < header.GetAttributesCount(); ++i) {
+        const auto attribute = header.GetAttribute(i);
+        policy["attributes"].push_back(
+            {{"name", attribute.GetName().ToUtf8()}, {"value", attribute.GetValue().ToUtf8()}});
+    }
+    return policy;
+}
+
+std::string CategoriesOf(const PolicyHeader& header) {
+    std::string joined;
+    for (int i = 0; i < header.GetCategoryCount(); ++i) joined += (i ? ", " : "") + header.GetCategory(i).ToUtf8();
+    return joined;
+}
+
+std::string TableOf(const PolicyContainer& policies) {
+    lumtools::Table table({"TYPE", "NAME", "VERSION", "STATUS", "OWNER", "CATEGORIES", "ID"});
+    for (int i = 0; i < policies.GetCount(); ++i) {
+        const PolicyHeader header = policies.GetPolicyHeader(i);
+        table.Add({header.GetTypeName().ToUtf8(), header.GetName().ToUtf8(), header.GetVersion().ToUtf8(),
+                   header.GetStatus().ToUtf8(), header.GetOwner().ToUtf8(), CategoriesOf(header),
+                   header.GetContainerId().ToUtf8()});
+    }
+    std::ostringstream out;
+    table.Print(out);
+    return out.str();
+}
+
+std::string NameOf(const PolicyHeader& header) {
+    return lumtools::Printable(header.GetName().ToUtf8() + " (type " + header.GetTypeName().ToUtf8() + ", id " +
+                               header.GetContainerId().ToUtf8() + ")");
+}
+
+std::string FieldsOf(const PolicyHeader& header) {
+    std::string text = Line("id", header.GetContainerId()) + Line("name", header.GetName()) +
+                       Line("version", header.GetVersion()) + Line("status", header.GetStatus()) +
+                       Line("description", header.GetDescription()) + Line("owner", header.GetOwner()) +
+                       Line("type", header.GetTypeName()) + Line("type version", header.GetTypeVersion()) +
+                       Line("type id", header.GetTypeId());
+    for (int i = 0; i < header.GetCategoryCount(); ++i) text += Line("category", header.GetCategory(i));
+    for (int i = 0; i < header.GetAttributesCount(); ++i) {
+        const auto attribute = header.GetAttribute(i);
+        text += Line("attribute", attribute.GetName() + "=" + attribute.GetValue());
+    }
+    return text;
+}
+
+}  // namespace lumpolicy

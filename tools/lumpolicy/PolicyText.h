@@ -1,0 +1,28 @@
+/// @file
+/// Policies as the commands show them.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "PolicyContainer.h"
+#include "PolicyHeader.h"
+
+namespace lumpolicy {
+
+/// What a list over the wire carries.
+nlohmann::ordered_json ToJson(const LumConf::PolicyHeader& header);
+
+/// One line a policy, in columns.
+std::string TableOf(const LumConf::PolicyContainer& policies);
+
+/// "backup (type cron, id 1a2b)", without control characters.
+std::string NameOf(const LumConf::PolicyHeader& header);
+
+/// "a, b, c"
+std::string CategoriesOf(const LumConf::PolicyHeader& header);
+
+/// All that a list over the wire carries, one field a line.
+std::string FieldsOf(const LumConf::PolicyHeader& header);
+
+}  // namespace lumpolicy

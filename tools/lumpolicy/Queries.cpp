@@ -1,0 +1,123 @@
+// The commands that read: list and show.
+#include "LumPalIo.h"
+#include "PolicyForwarder.h"
+#include "common/Arguments.h"
+#include "common/SelectionOptions.h"
+#include "common/Table.h"
+#include "lumpolicy/Command.h"
+#include "lumpolicy/PolicyText.h"
+
+namespace lumpolicy {
+
+using LumConf::PolicyContainer;
+using LumConf::PolicyForwarder;
+using LumConf::PolicyHeader;
+using lumtools::SelectionOptions;
+using lumtools::Text;
+using nlohmann::ordered_json;
+
+namespace {
+
+/// A command that lists the selected policies and shows each of them.
+class Query : public HostCommand {
+protected:
+    explicit Query(CLI::App& command, SelectionOptions::Demand demand) : HostCommand(command) {
+        selectionOptions.AddTo(command, demand);
+        command.add_option("--target-id", targetId, "Id of the target")->type_name("ID");
+    }
+
+    virtual void Show(const PolicyContainer& policies, const std::string& host, Answer& answer) const = 0;
+
+private:
+    lumtools::Outcome Prepare() override {
+        return lumtools::Attempt([&] { selection = selectionOptions.Make(); });
+    }
+
+    Answer Ask(const std::string& host) const override {
+        Answer answer;
+        answer.isBlock = true;
+        answer.outcome =
+            lumtools::Attempt([&] { Show(forwarder.List(Text(host), selection, Text(targetId)), host, answer); });
+        return answer;
+    }
+
+    SelectionOptions selectionOptions;
+    LumConf::Selection selection;
+    std::string targetId;
+    PolicyForwarder forwarder;
+};
+
+class List : public Query {
+public:
+    explicit List(CLI::App& command) : Query(command, SelectionOptions::Demand::No) {}
+
+private:
+    void Show(const PolicyContainer& policies, const std::string&, Answer& answer) const override {
+        answer.text = TableOf(policies);
+        answer.fields["policies"] = ordered_json::array();
+        for (int i = 0; i < policies.GetCount(); ++i) {
+            answer.fields["policies"].push_back(ToJson(policies.GetPolicyHeader(i)));
+        }
+    }
+};
+
+/// What only the node's own store tells, as far as the caller may read it.
+struct StoredPart {
+    std::string text;
+    ordered_json fields;
+};
+
+StoredPart ReadStored(const PolicyHeader& listed) {
+    const PolicyContainer store;
+    store.CheckPolicy(PolicyContainer::Options().SetPolicyId(listed.GetContainerId()));
+    const PolicyHeader header = store.GetPolicyHeader(listed.GetContainerId());
+    StoredPart part;
+    part.fields["version_id"] = header.GetVersionId().ToUtf8();
+    part.fields["signed"] = header.GetCertificate().GetLength() > 0;
+    part.fields["data_files"] = ordered_json::array();
+    part.text = "version id:   " + lumtools::Printable(header.GetVersionId().ToUtf8()) + "\n";
+    part.text += header.GetCertificate().GetLength() > 0 ? "signer:       the document holds a certificate\n"
+                                                         : "signer:       none, the policy is not signed\n";
+    for (int i = 0; i < header.GetDataFileCount(); ++i) {
+        const std::string name = header.GetDataFile(i).ToUtf8(), encoding = header.GetDataFileEncoding(i).ToUtf8();
+        part.fields["data_files"].push_back({{"name", name}, {"encoding", encoding}});
+        part.text += "data file:    " + lumtools::Printable(name + " (" + encoding + ")") + "\n";
+    }
+    return part;
+}
+
+class ShowPolicies : public Query {
+public:
+    explicit ShowPolicies(CLI::App& command) : Query(command, SelectionOptions::Demand::Yes) {}
+
+private:
+    void ShowOne(const PolicyHeader& header, const std::string& host, Answer& answer) const {
+        ordered_json fields = ToJson(header);
+        answer.text += (answer.text.empty() ? "" : "\n") + FieldsOf(header);
+        if (host == "localhost") {
+            const auto read = lumtools::Attempt([&] {
+                const StoredPart part = ReadStored(header);
+                fields.update(part.fields);
+                answer.text += part.text;
+            });
+            if (read.code != lumtools::kDone) answer.text += "(the node's store cannot be read by this user)\n";
+        }
+        answer.fields["policies"].push_back(fields);
+    }
+
+    void Show(const PolicyContainer& policies, const std::string& host, Answer& answer) const override {
+        answer.fields["policies"] = ordered_json::array();
+        for (int i = 0; i < policies.GetCount(); ++i) ShowOne(policies.GetPolicyHeader(i), host, answer);
+    }
+};
+
+}  // namespace
+
+void AddQueries(CLI::App& app, Commands& commands) {
+    CLI::App* list = app.add_subcommand("list", "List installed policies; all of them unless told otherwise");
+    commands.emplace_back(list, std::make_unique<List>(*list));
+    CLI::App* show = app.add_subcommand("show", "Show policies in full; on the node itself also their data files");
+    commands.emplace_back(show, std::make_unique<ShowPolicies>(*show));
+}
+
+}  // namespace lumpolicy
