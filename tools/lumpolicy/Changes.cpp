@@ -184,7 +184,7 @@ private:
         answer.isBlock = true;
         answer.fields["dry_run"] = true;
         answer.fields["changes"] = ordered_json::array();
-        const auto policies = forwarder.List(Text(host), request.selection, Text(targetId));
+        const auto policies = ListSome(forwarder, host, request.selection, targetId);
         for (int i = 0; i < policies.GetCount(); ++i) {
             const PolicyHeader header = policies.GetPolicyHeader(i);
             const std::string change = row.change(header, request.argument);

@@ -1,6 +1,5 @@
 #include <vector>
 
-#include "Exceptions.h"
 #include "InstallOptions.h"
 #include "PolicyForwarder.h"
 #include "PolicyPackage.h"
@@ -14,6 +13,7 @@ namespace lumpolicy {
 
 using LumConf::InstallOptions;
 using LumConf::PolicyHeader;
+using LumConf::Selection;
 using lumtools::Attempt;
 using lumtools::Outcome;
 using lumtools::SplitPair;
@@ -175,20 +175,15 @@ private:
 
     /// What is installed under the same id; whether it may be replaced is the node's decision.
     std::string Compare(const PolicyHeader& header, const std::string& host) const {
-        const std::string name = NameOf(header);
-        try {
-            const auto installed =
-                forwarder.List(Text(host), LumConf::Selection().SetPolicyId(header.GetContainerId()));
-            const PolicyHeader old = installed.GetPolicyHeader(0);
-            return lumtools::Printable("ask the node to replace " + name + ", version " + old.GetVersion().ToUtf8() +
-                                       " of owner '" + old.GetOwner().ToUtf8() + "', by version " +
-                                       header.GetVersion().ToUtf8() + " of owner '" + header.GetOwner().ToUtf8() +
-                                       "': the node decides");
-        } catch (const LumConf::NoPoliciesInstalledError&) {
-        } catch (const LumConf::PolicyNotFoundError&) {
+        const std::string name = NameOf(header), version = header.GetVersion().ToUtf8();
+        const auto installed = ListOf(forwarder, host, Selection().SetPolicyId(header.GetContainerId()));
+        if (installed.IsEmpty()) {
+            return lumtools::Printable("install " + name + ", version " + version + ", which is new to the node");
         }
-        return lumtools::Printable("install " + name + ", version " + header.GetVersion().ToUtf8() +
-                                   ", which is new to the node");
+        const PolicyHeader old = installed.GetPolicyHeader(0);
+        return lumtools::Printable("ask the node to replace " + name + ", version " + old.GetVersion().ToUtf8() +
+                                   " of owner '" + old.GetOwner().ToUtf8() + "', by version " + version +
+                                   " of owner '" + header.GetOwner().ToUtf8() + "': the node decides");
     }
 
     std::vector<std::string> files;

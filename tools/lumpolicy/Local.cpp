@@ -30,7 +30,8 @@ std::vector<lumtools::MessageLine> FindLacks(const File_t& file) {
     }
     for (int i = 0; i < header.GetDataFileCount(); ++i) {
         const File_t data(file.GetParent(), header.GetDataFile(i));
-        if (!data.Exists() || data.IsDirectory()) lacks.push_back({1, "The data file '" + data.GetName().ToUtf8() + "' is not there."});
+        if (!data.Exists() || data.IsDirectory())
+            lacks.push_back({1, "The data file '" + data.GetName().ToUtf8() + "' is not there."});
     }
     return lacks;
 }

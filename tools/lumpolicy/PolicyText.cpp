@@ -2,12 +2,15 @@
 
 #include <sstream>
 
+#include "Exceptions.h"
+#include "common/Arguments.h"
 #include "common/Table.h"
 
 namespace lumpolicy {
 
 using LumConf::PolicyContainer;
 using LumConf::PolicyHeader;
+using lumtools::Text;
 using nlohmann::ordered_json;
 
 namespace {
@@ -21,6 +24,25 @@ std::string Line(const char* field, const LumPalStr::String_t& value) {
 }
 
 }  // namespace
+
+PolicyContainer ListSome(const LumConf::PolicyForwarder& forwarder, const std::string& host,
+                         const LumConf::Selection& selection, const std::string& targetId) {
+    PolicyContainer policies = forwarder.List(Text(host), selection, Text(targetId));
+    if (!policies.IsEmpty()) return policies;
+    throw LumConf::PolicyNotFoundError(LumPalMsg::CreateError_t("No policy with this id is installed on host '%1'.")
+                                       << Text(host));
+}
+
+PolicyContainer ListOf(const LumConf::PolicyForwarder& forwarder, const std::string& host,
+                       const LumConf::Selection& selection, const std::string& targetId) {
+    try {
+        return forwarder.List(Text(host), selection, Text(targetId));
+    } catch (const LumConf::NoPoliciesInstalledError&) {
+        return {};
+    } catch (const LumConf::PolicyNotFoundError&) {
+        return {};
+    }
+}
 
 ordered_json ToJson(const PolicyHeader& header) {
     ordered_json policy;

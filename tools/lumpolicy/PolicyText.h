@@ -6,9 +6,19 @@
 #include <string>
 
 #include "PolicyContainer.h"
+#include "PolicyForwarder.h"
 #include "PolicyHeader.h"
+#include "Selection.h"
 
 namespace lumpolicy {
+
+/// The selected policies of a node; an empty container also when the node has none.
+LumConf::PolicyContainer ListOf(const LumConf::PolicyForwarder& forwarder, const std::string& host,
+                                const LumConf::Selection& selection, const std::string& targetId = "");
+/// Likewise, but at least one. @throws LumConf::PolicyNotFoundError, also for an id, which a node answers with an
+///         empty list; LumConf::NoPoliciesInstalledError
+LumConf::PolicyContainer ListSome(const LumConf::PolicyForwarder& forwarder, const std::string& host,
+                                  const LumConf::Selection& selection, const std::string& targetId);
 
 /// What a list over the wire carries.
 nlohmann::ordered_json ToJson(const LumConf::PolicyHeader& header);

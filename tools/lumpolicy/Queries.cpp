@@ -1,7 +1,6 @@
 // The commands that read: list and show.
 #include "LumPalIo.h"
 #include "PolicyForwarder.h"
-#include "common/Arguments.h"
 #include "common/SelectionOptions.h"
 #include "common/Table.h"
 #include "lumpolicy/Command.h"
@@ -13,7 +12,6 @@ using LumConf::PolicyContainer;
 using LumConf::PolicyForwarder;
 using LumConf::PolicyHeader;
 using lumtools::SelectionOptions;
-using lumtools::Text;
 using nlohmann::ordered_json;
 
 namespace {
@@ -36,8 +34,7 @@ private:
     Answer Ask(const std::string& host) const override {
         Answer answer;
         answer.isBlock = true;
-        answer.outcome =
-            lumtools::Attempt([&] { Show(forwarder.List(Text(host), selection, Text(targetId)), host, answer); });
+        answer.outcome = lumtools::Attempt([&] { Show(ListSome(forwarder, host, selection, targetId), host, answer); });
         return answer;
     }
 
