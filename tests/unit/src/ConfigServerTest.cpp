@@ -1,7 +1,12 @@
 #include "ConfigServer.h"
 
+#include <thread>
+
+#include "LumCtrl.h"
 #include "LumPalCfgFile.h"
-#include "LumPalNet.h"
+#include "RpcPolicyInstall.h"
+#include "RpcPolicyList.h"
+#include "RpcPolicyOp.h"
 #include "ServerTest.h"
 
 namespace {
@@ -189,6 +194,36 @@ TEST_F(ConfigServerTest, AfterAStopItCanServeAgain) {
     server->Stop();
     server->Start();
     ExpectItServes();
+}
+
+template <class Handler>
+void EndWithACallInFlight() {
+    Handler handler;
+    handler.CallStarted();
+}
+
+TEST_F(ConfigServerTest, EachHandlerEndsThoughACallOfItIsStillInFlight) {
+    std::jthread install(EndWithACallInFlight<RpcPolicyInstall>), operate(EndWithACallInFlight<RpcPolicyOp>),
+        list(EndWithACallInFlight<RpcPolicyList>);
+}
+
+TEST_F(ConfigServerTest, AServerThatGoesWithoutAStopWaitsForTheCallInFlight) {
+    LumCtrl::Service service;
+    service.Start();
+    const LumPalStr::String_t events[] = {"CHECK_POLICY:*"};
+    LumCtrl::Component consumer("consumer", events, 1);
+    server->Start();
+    Reply installed;
+    std::jthread install([&, port = server->GetPort()] {
+        NodeClient client(port);
+        installed = client.Install(TestPolicy().Array(), 1, InstallOptions());
+    });
+    LumPalStr::String_t event, value;
+    ASSERT_TRUE(consumer.Next(event, value, 30000));
+    std::jthread acknowledge([&] { consumer.Acknowledge(); });
+    server.reset();
+    install.join();
+    EXPECT_EQ(installed.value, 1) << installed.text;
 }
 
 TEST_F(ConfigServerTest, AServerThatGoesWithoutAStopClosesItsRoad) {

@@ -66,7 +66,7 @@ TEST_F(CheckPolicyTest, AConsumerMayAskWhileTheInstallWaitsForIt) {
     LumCtrl::Component consumer("consumer", events, 2);
     Reply installed;
     std::atomic<bool> answered{false};
-    std::thread install([&] {
+    std::jthread install([&] {
         NodeClient installer(server.GetPort());
         installed = installer.Install(Policy("a").Array(), 1, InstallOptions());
         answered = true;
@@ -125,7 +125,7 @@ TEST_F(CheckPolicyTest, DuringAReloadTheAnswerIsThatOfTheOldCache) {
     StoppedAt reload("Passed over, since it is a symbolic link");
     Reply reloaded;
     std::atomic<bool> answered{false};
-    std::thread reinit([&] {
+    std::jthread reinit([&] {
         NodeClient other(server.GetPort());
         reloaded = other.Operate(15);
         answered = true;
