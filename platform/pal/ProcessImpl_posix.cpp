@@ -1,12 +1,12 @@
 #include "ProcessImpl_posix.h"
 
 #include <poll.h>
-#include <signal.h>
 #include <sys/wait.h>
 
 #include <cerrno>
 
 #include "Reaper_posix.h"
+#include "SigpipeGuard.h"
 #include "SystemError.h"
 
 namespace LumPalCmd {
@@ -20,30 +20,6 @@ namespace {
 /// While a reader is at work the waiter looks only now and then whether it has left.
 constexpr int kLookAgainMs = 10;
 constexpr int kSignalBase = 128;
-
-/// Keeps a write to a program that has closed its input from raising SIGPIPE in this thread.
-class PipeSignalGuard {
-public:
-    PipeSignalGuard() {
-        sigemptyset(&pipe);
-        sigaddset(&pipe, SIGPIPE);
-        sigset_t pending;
-        sigpending(&pending);
-        wasPending = sigismember(&pending, SIGPIPE) == 1;
-        pthread_sigmask(SIG_BLOCK, &pipe, &before);
-    }
-    PipeSignalGuard(const PipeSignalGuard&) = delete;
-    PipeSignalGuard& operator=(const PipeSignalGuard&) = delete;
-    ~PipeSignalGuard() {
-        const timespec now{};
-        if (!wasPending) sigtimedwait(&pipe, nullptr, &now);
-        pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    }
-
-private:
-    sigset_t pipe, before;
-    bool wasPending;
-};
 
 int ExitCodeOf(int status) {
     return WIFSIGNALED(status) ? kSignalBase + WTERMSIG(status) : WEXITSTATUS(status);
@@ -69,7 +45,7 @@ Process_t::Impl::~Impl() {
 void Process_t::Impl::WriteInput(const char* bytes, std::size_t length) {
     const std::lock_guard lock(inputMutex);
     if (!input.IsOpen()) throw IOException_t(CreateError_t("A program's input is written after it was closed."));
-    const PipeSignalGuard guard;
+    const LumPal::SigpipeGuard guard;
     while (length > 0) {
         const ssize_t count = write(input.Get(), bytes, length);
         if (count < 0 && errno == EINTR) continue;

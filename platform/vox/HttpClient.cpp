@@ -62,14 +62,14 @@ ClientIdentity ClientIdentity::Load() {
 HttpClient::HttpClient() = default;
 
 HttpClient::~HttpClient() {
-    const SigpipeGuard guard;
+    const LumPal::SigpipeGuard guard;
     idle.clear();
 }
 
 HttpAnswer HttpClient::Post(const HttpTarget& target, const LumPalArray::CharArray_t& body,
                             const ClientLimits& limits) {
     const ClientIdentity identity = target.tls ? ClientIdentity::Load() : ClientIdentity();
-    const SigpipeGuard guard;
+    const LumPal::SigpipeGuard guard;
     std::unique_ptr<Handle> handle = Take(KeyOf(target, identity));
     HttpAnswer answer = handle->Post(target, identity, body, limits);
     Give(std::move(handle));

@@ -4,7 +4,7 @@
 
 #include "SigpipeGuard.h"
 
-namespace LumVoxRpc {
+namespace LumPal {
 namespace {
 
 sigset_t OnlySigpipe() {
@@ -36,4 +36,4 @@ SigpipeGuard::~SigpipeGuard() {
     if (!blockedBefore) pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
 }
 
-}  // namespace LumVoxRpc
+}  // namespace LumPal
