@@ -102,8 +102,8 @@ protected:
     std::shared_ptr<Impl> impl;
 };
 
-/// Where bytes go. A handle, as InputStream_t. A file stream whose last handle goes is closed;
-/// only Close reports a failure of that.
+/// Where bytes go. A handle, as InputStream_t. A file stream whose last handle goes is closed; only Close
+/// throws when that fails, else it is said in the application log.
 class LUMPAL_API OutputStream_t {
 public:
     class LUMPAL_API Impl {
@@ -159,7 +159,8 @@ public:
     explicit BufferedInputStream_t(const InputStream_t& stream);
 };
 
-/// Writes in blocks. What is left goes out with Flush, Close, or the last handle; that last one reports nothing.
+/// Writes in blocks. What is left goes out with Flush, Close, or the last handle; a failure of that last one cannot
+/// be thrown and is said in the application log.
 class LUMPAL_API BufferedOutputStream_t : public OutputStream_t {
 public:
     BufferedOutputStream_t() = default;
@@ -224,7 +225,8 @@ public:
     explicit Base64InputStream_t(const InputStream_t& stream);
 };
 
-/// Encodes base64 (RFC 4648) without line breaks; Close writes the padding.
+/// Encodes base64 (RFC 4648) without line breaks; Close writes the last group with its padding, without it the text
+/// stays unfinished.
 class LUMPAL_API Base64OutputStream_t : public OutputStream_t {
 public:
     explicit Base64OutputStream_t(const OutputStream_t& stream);

@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "LostBytes.h"
 #include "LumPalIo.h"
 #include "PeekableStream.h"
 #include "StreamCheck.h"
@@ -25,11 +26,7 @@ public:
         buffer.reserve(BufferSize);
     }
     ~BufferedOutput() override {
-        try {
-            if (!closed) WriteOut();
-        } catch (...) {
-            // Only Close can report it.
-        }
+        if (!closed) SayWhatIsLost("buffered bytes", [this] { WriteOut(); });
     }
 
     void Write(const char* bytes, std::size_t length) override {

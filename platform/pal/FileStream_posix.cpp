@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "Fault.h"
+#include "LostBytes.h"
 #include "LumPalIo.h"
 #include "NativePath_posix.h"
 #include "StreamCheck.h"
@@ -26,9 +27,8 @@ constexpr int CommonFlags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 /// An open file and its path.
 class Descriptor {
 public:
-    Descriptor(const String_t& path, int flags) : path(path), native(path) {
+    Descriptor(const String_t& path, int flags) : path(path), native(path), writes((flags & O_ACCMODE) != O_RDONLY) {
         if (!native.IsUsable()) Fail("Cannot open file", native.GetError());
-        const bool writes = (flags & O_ACCMODE) != O_RDONLY;
         const bool fault = FaultAt(writes ? "open" : "read", native.CStr());
         number = fault ? -1 : open(native.CStr(), flags | CommonFlags, FileMode);
         if (number < 0) Fail("Cannot open file", errno);
@@ -49,7 +49,9 @@ public:
     [[noreturn]] void Fail(const char* action, int error) const { ThrowSystemError(action, path, error); }
     void Close() {
         if (number < 0) return;
-        if (close(std::exchange(number, -1)) != 0 && errno != EINTR) Fail("Cannot close file", errno);
+        const bool fault = writes && FaultAt("close", native.CStr());
+        const bool closed = close(std::exchange(number, -1)) == 0 || errno == EINTR;
+        if (fault || !closed) Fail("Cannot close file", fault ? EIO : errno);
     }
 
 private:
@@ -67,6 +69,7 @@ private:
 
     String_t path;
     NativePath native;
+    const bool writes;
     int number = -1;
 };
 
@@ -102,6 +105,9 @@ private:
 class FileOutput : public OutputStream_t::Impl {
 public:
     explicit FileOutput(const String_t& path) : file(path, O_WRONLY | O_CREAT | O_TRUNC) {}
+    ~FileOutput() override {
+        SayWhatIsLost("a file", [this] { file.Close(); });
+    }
 
     void Write(const char* bytes, std::size_t length) override {
         file.Get();

@@ -3,7 +3,9 @@
 #include <memory>
 #include <string>
 
+#include "CapturedLog.h"
 #include "LumPalIo.h"
+#include "TempRoot.h"
 #include "TestStreams.h"
 
 using LumPalArray::CharArray_t;
@@ -131,9 +133,28 @@ TEST(BufferedOutputStream, CloseReportsWhatCannotBeWrittenAndStillClosesBelow) {
     EXPECT_EQ(below->writes, 1);
 }
 
-TEST(BufferedOutputStream, TheLastHandleSwallowsAFailure) {
+TEST(BufferedOutputStream, AFailureOfTheLastHandleIsSaidInTheApplicationLog) {
+    TempRoot root;
+    CapturedLog log(root.Native());
     const auto below = std::make_shared<RecordingOutput>();
     below->fails = true;
     { BufferedOutputStream_t(OutputStream_t(below)).Write("abc", 3); }
     EXPECT_EQ(below->writes, 1);
+    EXPECT_TRUE(log.Holds("A stream went without being closed, and the end of what was written (buffered bytes)"));
+    EXPECT_TRUE(log.Holds("No space."));
+}
+
+TEST(BufferedOutputStream, NothingIsSaidWhereNothingIsLost) {
+    TempRoot root;
+    CapturedLog log(root.Native());
+    const auto below = std::make_shared<RecordingOutput>();
+    { BufferedOutputStream_t(OutputStream_t(below)).Write("abc", 3); }
+    below->fails = true;
+    {
+        BufferedOutputStream_t out{OutputStream_t(below)};
+        out.Write("abc", 3);
+        EXPECT_THROW(out.Close(), IOException_t);
+    }
+    { BufferedOutputStream_t out{OutputStream_t(below)}; }
+    EXPECT_EQ(log.Text(), "");
 }

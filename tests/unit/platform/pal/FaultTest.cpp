@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "CapturedLog.h"
 #include "LumPalFault.h"
 #include "LumPalIo.h"
 #include "TempRoot.h"
@@ -58,16 +59,11 @@ TEST(Fault, EveryOperationThatChangesTheDiskAsksFirst) {
     const FaultScope scope("");
     UseEverything(File_t(root.Path()));
     asked.pop_back();  // the temporary file's name is made later
-    const std::vector<std::string> expected{"mkdir dir",
-                                            "open file",
-                                            "write file",
-                                            "fsync file",
-                                            "fsync " + std::filesystem::path(root.Native()).filename().string(),
-                                            "chmod file",
-                                            "rename file",
-                                            "unlink other",
-                                            "unlink dir",
-                                            "rmdir dir"};
+    const std::vector<std::string> expected{
+        "mkdir dir",  "open file",   "write file",
+        "fsync file", "close file",  "fsync " + std::filesystem::path(root.Native()).filename().string(),
+        "chmod file", "rename file", "unlink other",
+        "unlink dir", "rmdir dir"};
     EXPECT_EQ(asked, expected);
 }
 
@@ -107,6 +103,24 @@ TEST(Fault, AFailureIsAnInputOutputErrorAndChangesNothing) {
     }
     EXPECT_EQ(File_t(directory, "open").GetSize(), 0u);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(root.Native()), {}), 1);
+}
+
+TEST(Fault, AFailureOfClosingIsThrownOnceAndTheFileIsClosed) {
+    const TempRoot root;
+    FileOutputStream_t out(root.Path("file"));
+    const FaultScope scope("close");
+    EXPECT_THROW(out.Close(), IOException_t);
+    EXPECT_NO_THROW(out.Close());
+    EXPECT_THROW(out.Write("x", 1), IOException_t);
+}
+
+TEST(Fault, AFailureOfClosingByTheLastHandleIsSaidInTheApplicationLog) {
+    const TempRoot root;
+    const CapturedLog log(root.Native());
+    const FaultScope scope("close");
+    { FileOutputStream_t out(root.Path("file")); }
+    EXPECT_TRUE(log.Holds("A stream went without being closed, and the end of what was written (a file) is lost."));
+    EXPECT_TRUE(log.Holds("Cannot close file '" + root.Native() + "/file': Input/output error"));
 }
 
 TEST(Fault, AFailureOfRemovingADirectoryLeavesIt) {
