@@ -90,7 +90,7 @@ public:
     String_t Mid(std::uint32_t start, std::uint32_t end = NotFound) const;
 
     /// First position at or behind start where text occurs inside the next `length` units.
-    /// An empty text occurs everywhere up to the end.
+    /// An empty text occurs everywhere up to the end. The work grows with the lengths, whatever the texts.
     /// @param ignoreCase  compare without regard to case, by Unicode's simple case folding
     /// @return the position, or NotFound
     std::uint32_t Find(const String_t& text, std::uint32_t start = 0, std::uint32_t length = NotFound,
@@ -167,6 +167,8 @@ inline bool operator!=(const char16_t* a, const String_t& b) noexcept {
     return !(b == a);
 }
 LUMPAL_API bool operator<(const String_t& a, const String_t& b) noexcept;
+LUMPAL_API bool operator<(const String_t& a, const char16_t* b) noexcept;
+LUMPAL_API bool operator<(const char16_t* a, const String_t& b) noexcept;
 /// What pairs, tuples and containers of texts compare by; without it they would take the addresses of the buffers.
 inline std::strong_ordering operator<=>(const String_t& a, const String_t& b) noexcept {
     if (a < b) return std::strong_ordering::less;
@@ -179,6 +181,24 @@ inline bool operator<=(const String_t& a, const String_t& b) noexcept {
     return !(b < a);
 }
 inline bool operator>=(const String_t& a, const String_t& b) noexcept {
+    return !(a < b);
+}
+inline bool operator>(const String_t& a, const char16_t* b) noexcept {
+    return b < a;
+}
+inline bool operator<=(const String_t& a, const char16_t* b) noexcept {
+    return !(b < a);
+}
+inline bool operator>=(const String_t& a, const char16_t* b) noexcept {
+    return !(a < b);
+}
+inline bool operator>(const char16_t* a, const String_t& b) noexcept {
+    return b < a;
+}
+inline bool operator<=(const char16_t* a, const String_t& b) noexcept {
+    return !(b < a);
+}
+inline bool operator>=(const char16_t* a, const String_t& b) noexcept {
     return !(a < b);
 }
 

@@ -68,6 +68,13 @@ bool operator<(const String_t& a, const String_t& b) noexcept {
     return CompareUnits(a.View(), b.View()) < 0;
 }
 
+bool operator<(const String_t& a, const char16_t* b) noexcept {
+    return CompareUnits(a.View(), ViewOf(b)) < 0;
+}
+bool operator<(const char16_t* a, const String_t& b) noexcept {
+    return CompareUnits(ViewOf(a), b.View()) < 0;
+}
+
 int Compare(const char16_t* a, const char16_t* b, bool ignoreCase) {
     return CompareViews(ViewOf(a), ViewOf(b), ignoreCase);
 }

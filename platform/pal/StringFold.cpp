@@ -62,15 +62,6 @@ char16_t FoldCursor::NextBeyondAscii(char16_t unit) noexcept {
     return U16_LEAD(folded);
 }
 
-bool EqualFolded(std::u16string_view a, std::u16string_view b) noexcept {
-    FoldCursor left(a);
-    FoldCursor right(b);
-    while (!left.AtEnd()) {
-        if (left.Next() != right.Next()) return false;
-    }
-    return true;
-}
-
 String_t String_t::ToLower() const {
     const std::u16string_view text = View();
     if (Ascii::Prefix(text.data(), text.size()) < text.size()) return String_t(NewLower(text));

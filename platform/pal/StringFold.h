@@ -31,7 +31,4 @@ private:
     char16_t trail = 0;
 };
 
-/// True when the texts are equal but for case; both have the same length.
-bool EqualFolded(std::u16string_view a, std::u16string_view b) noexcept;
-
 }  // namespace LumPalStr

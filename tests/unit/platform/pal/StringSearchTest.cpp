@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <random>
+#include <string>
+
 #include "LumPalStr.h"
 
 using LumPalStr::NotFound;
@@ -66,6 +69,56 @@ TEST(StringSearch, FindGivesTheFirstAndReverseFindTheLastPosition) {
             << where << " / " << what << " from " << row.start << " length " << row.length;
         EXPECT_EQ(where.ReverseFind(what, row.start, row.length, row.ignoreCase), row.last)
             << where << " / " << what << " from " << row.start << " length " << row.length;
+    }
+}
+
+namespace {
+
+/// By definition: every position is tried.
+std::uint32_t FirstByTrial(const std::u16string& where, const std::u16string& what) {
+    for (std::size_t at = 0; at + what.size() <= where.size(); ++at) {
+        if (where.compare(at, what.size(), what) == 0) return static_cast<std::uint32_t>(at);
+    }
+    return NotFound;
+}
+
+String_t Of(const std::u16string& text) {
+    return String_t(text.data(), static_cast<std::uint32_t>(text.size()));
+}
+
+}  // namespace
+
+TEST(StringSearch, LongTextsAreFoundWhereATrialOfEveryPositionFindsThem) {
+    std::mt19937 random(4711);
+    const auto text = [&](std::size_t length) {
+        std::u16string made;
+        while (made.size() < length) made += static_cast<char16_t>(u'a' + random() % 2);
+        return made;
+    };
+    for (int round = 0; round < 2000; ++round) {
+        // Periods in it are what a search may trip over.
+        const std::u16string piece = text(1 + random() % 7);
+        std::u16string what;
+        while (what.size() < 31 + random() % 20) what += piece;
+        std::u16string where = text(random() % 40);
+        for (int i = 0; i < 3; ++i) where += what.substr(0, random() % (what.size() + 1)) + text(random() % 3);
+        const std::u16string reversedWhere(where.rbegin(), where.rend()), reversedWhat(what.rbegin(), what.rend());
+        std::uint32_t last = FirstByTrial(reversedWhere, reversedWhat);
+        if (last != NotFound) last = static_cast<std::uint32_t>(where.size() - what.size()) - last;
+        ASSERT_EQ(Of(where).Find(Of(what)), FirstByTrial(where, what)) << Of(where) << " / " << Of(what);
+        ASSERT_EQ(Of(where).ReverseFind(Of(what)), last) << Of(where) << " / " << Of(what);
+    }
+}
+
+TEST(StringSearch, AHostilePairOfTextsCostsNoMoreThanAnyOther) {
+    // Tried position by position this would not end within hours.
+    const std::u16string as(4'000'000, u'a'), half(2'000'000, u'a');
+    const String_t where = Of(as), endsOtherwise = Of(half + u'b'), beginsOtherwise = Of(u'b' + half);
+    for (const bool ignoreCase : {false, true}) {
+        EXPECT_EQ(where.Find(endsOtherwise, 0, NotFound, ignoreCase), NotFound);
+        EXPECT_EQ(where.ReverseFind(beginsOtherwise, 0, NotFound, ignoreCase), NotFound);
+        EXPECT_EQ((where + "b").Find(endsOtherwise, 0, NotFound, ignoreCase), 2'000'000u);
+        EXPECT_EQ(("b" + where).ReverseFind(beginsOtherwise, 0, NotFound, ignoreCase), 0u);
     }
 }
 

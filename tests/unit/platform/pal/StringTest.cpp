@@ -279,6 +279,10 @@ TEST(String, ComparesWithLiteralsOnEitherSide) {
     EXPECT_TRUE(text == "abc" && "abc" == text && text == u"abc" && u"abc" == text);
     EXPECT_TRUE(text != "abd" && "ab" != text && text != u"abcd" && u"" != text);
     EXPECT_FALSE(text != "abc" || "abc" != text || text != u"abc" || u"abc" != text);
+    EXPECT_TRUE(text < "abd" && "ab" < text && text < u"abd" && u"ab" < text && text > u"ab" && u"abd" > text);
+    EXPECT_TRUE(text <= "abc" && "abc" >= text && text <= u"abc" && u"abc" <= text && text >= u"abc" && u"abc" >= text);
+    EXPECT_FALSE(text < u"abc" || u"abc" < text || text > u"abc" || u"abc" > text || text >= u"b" || u"b" <= text);
+    EXPECT_TRUE(static_cast<const char16_t*>(nullptr) < text && text > static_cast<const char16_t*>(nullptr));
     EXPECT_TRUE(String_t() == static_cast<const char*>(nullptr));
     EXPECT_TRUE(String_t::Null() == "");
     EXPECT_TRUE(String_t::Null() == static_cast<const char16_t*>(nullptr));
