@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "DirectoryImpl.h"
 #include "Exceptions.h"
 #include "Files.h"
@@ -50,6 +52,13 @@ TEST_F(DirectoryTest, DirectoriesBelowAreNotEntered) {
     EXPECT_EQ(NamesAt("d"), "");
 }
 
+TEST_F(DirectoryTest, AnEntryCountsByItsNameAlone) {
+    // What it is shows when it is read.
+    WriteText(At("d/b_header.xml/inside_header.xml"));
+    WriteText(At("d/a_header.xml"), "");
+    EXPECT_EQ(NamesAt("d"), "a_header.xml b_header.xml ");
+}
+
 TEST_F(DirectoryTest, AnEmptyDirectoryGivesNothing) {
     fs::create_directory(At("d"));
     EXPECT_EQ(NamesAt("d"), "");
@@ -60,15 +69,18 @@ TEST_F(DirectoryTest, AMissingPathGivesAnEmptyListAndIsTraced) {
     EXPECT_EQ(NamesAt("d"), "a_header.xml ");
     TraceLines traced;
     EXPECT_EQ(NamesAt("nothing"), "");
-    EXPECT_TRUE(traced.Contains("Could not extract policy files from '"));
-    EXPECT_TRUE(traced.Contains("does not exist."));
+    std::string path = At("nothing").native();
+    EXPECT_TRUE(traced.Contains("Could not extract policy files from '" + path + "'."));
+    EXPECT_TRUE(traced.Contains("  File/Directory '" + path + "' does not exist."));
 }
 
 TEST_F(DirectoryTest, AFileWithoutTheSuffixGivesAnEmptyListAndIsTraced) {
     WriteText(At("a.xml"));
     TraceLines traced;
     EXPECT_EQ(NamesAt("a.xml"), "");
-    EXPECT_TRUE(traced.Contains("does not have '_header.xml' extension."));
+    std::string path = At("a.xml").native();
+    EXPECT_TRUE(traced.Contains("Could not extract policy files from '" + path + "'."));
+    EXPECT_TRUE(traced.Contains("  File/Directory '" + path + "' does not have '_header.xml' extension."));
 }
 
 TEST_F(DirectoryTest, ANullPathGivesAnEmptyList) {
@@ -102,6 +114,11 @@ TEST_F(DirectoryTest, ABadIndexIsRefused) {
     WriteText(At("d/a_header.xml"));
     NamesAt("d");
     EXPECT_RAISES(directory.GetPolicyFilename(-1), PolicyNotFoundError, 13);
+    EXPECT_RAISES(directory.GetPolicyFilename(std::numeric_limits<int>::min()), PolicyNotFoundError, 13);
+    EXPECT_RAISES(directory.GetPolicyFilename(std::numeric_limits<int>::max()), PolicyNotFoundError, 13);
+    auto raised = MessagesOf<PolicyNotFoundError>([this] { directory.GetPolicyFilename(-1); });
+    EXPECT_EQ(raised.GetMessage(0).GetMessageText(),
+              "Index count '-1' is out of range for get policy file name operation.");
     EXPECT_RAISES(directory.GetPolicyFilename(1), PolicyNotFoundError, 13);
     EXPECT_NO_THROW(directory.GetPolicyFilename(0));
 }
