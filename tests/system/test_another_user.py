@@ -1,0 +1,224 @@
+#!/usr/bin/python3
+"""The plain road is for the node's own user alone: what another user of the host can do, and what the secret is.
+
+Taking another user id needs the rights of root; without them these tests fail and say so.
+"""
+import os
+import pathlib
+import shutil
+import socket
+import stat
+import subprocess
+import tempfile
+import unittest
+
+import wire
+from node import BUILD, DONE, EXAMPLES, NOT_FOUND, PATIENCE_S, REFUSED, TOOLS, Node, Result
+
+STRANGER = 54321
+EXAMPLE = sorted(EXAMPLES.glob("*_header.xml"))[0]
+
+
+class TestOfUsers(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        if os.geteuid() != 0:
+            raise AssertionError("only root can take another user id: run these tests as root")
+        # A copy, since the folder of the build need not be open to everybody.
+        scratch = tempfile.TemporaryDirectory(prefix="lumtools.")
+        cls.addClassCleanup(scratch.cleanup)
+        cls.programs = pathlib.Path(scratch.name)
+        cls.programs.chmod(0o755)
+        for file in [TOOLS / "lumpolicy", TOOLS / "lumevents", TOOLS / "lumconfd", *EXAMPLE.parent.iterdir(),
+                     *BUILD.glob("*/lib*.so*")]:
+            if file.is_file():
+                shutil.copy(file, cls.programs)
+                (cls.programs / file.name).chmod(0o755)
+
+    def setUp(self):
+        self.node = Node()
+        self.addCleanup(self.node.close)
+        self.node.folder.chmod(0o755)
+
+    def as_stranger(self, name, *arguments, root=None):
+        environment = self.node.environment(LD_LIBRARY_PATH=str(self.programs), LUM_ROOT=str(root or self.node.root),
+                                            HOME="/")
+        return Result(subprocess.run([self.programs / name, *map(str, arguments)], env=environment, cwd="/",
+                                     stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=PATIENCE_S,
+                                     user=STRANGER, group=STRANGER, extra_groups=[]))
+
+    def run_as_stranger(self, function):
+        """Calls a function in a child of another user; whether it came back without an exception."""
+        child = os.fork()
+        if child == 0:
+            code = 1
+            try:
+                os.setgroups([])
+                os.setgid(STRANGER)
+                os.setuid(STRANGER)
+                function()
+                code = 0
+            finally:
+                os._exit(code)
+        return os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]) == 0
+
+    def secret_file(self):
+        return self.node.root / "etc/local.secret"
+
+
+class AnotherUser(TestOfUsers):
+    def test_the_same_call_is_served_to_the_own_user_and_to_nobody_else(self):
+        self.assertEqual(self.node.policy("install", "--no-notify", EXAMPLE).code, DONE)
+        before = self.node.stored()
+        example = self.programs / EXAMPLE.name
+        for arguments in (("list",), ("list", "--all"), ("install", "--no-notify", example),
+                          ("install", "--force", "--package", example), ("remove", "--all"), ("notify",),
+                          ("reinit",)):
+            with self.subTest(arguments=arguments):
+                result = self.as_stranger("lumpolicy", *arguments)
+                self.assertEqual(result.code, REFUSED, result)
+                self.assertIn("not authorized", result.err)
+                self.assertEqual(result.out, "")
+        self.assertEqual(self.node.stored(), before)
+        self.assertEqual(list(self.node.incoming.iterdir()), [])
+        self.assertEqual(len(self.node.list()), 1)
+
+    def test_a_refusal_leaves_its_audit_line(self):
+        self.as_stranger("lumpolicy", "remove", "--all")
+        self.assertTrue(any("AUTH" in line and "remove" in line for line in self.node.audit()), self.node.audit())
+
+    def test_a_root_of_ones_own_or_none_helps_nobody(self):
+        with tempfile.TemporaryDirectory(prefix="lumroot.") as own:
+            os.chown(own, STRANGER, STRANGER)
+            config = pathlib.Path(own) / "etc/pal/config"
+            config.mkdir(parents=True)
+            (config / "local_settings.ini").write_text(f"[vox.http.ext.conf]\nTARGET_PORT={self.node.port}\n")
+            (pathlib.Path(own) / "etc/local.secret").write_text("0" * 64)
+            self.assertEqual(self.as_stranger("lumpolicy", "list", root=own).code, REFUSED)
+            # The node's own user neither, when the root of the caller is another one.
+            result = self.node.tool("lumpolicy", "list", environment=self.node.environment(LUM_ROOT=own))
+            self.assertEqual(result.code, REFUSED, result)
+        self.assertEqual(self.node.policy("list").code, NOT_FOUND)
+
+    def test_what_asks_for_no_right_is_served_to_everybody(self):
+        port = self.node.port
+
+        def ask():
+            for body, path, expected in ((wire.call("mgrconf"), wire.PATH, b">0<"),
+                                         (wire.call("checkpolicy"), wire.CHECK_PATH, b">0<")):
+                with wire.Connection(port) as connection:
+                    answer = connection.exchange(wire.post(body, path))
+                    assert answer.status == 200 and expected in answer.body, answer
+
+        self.assertTrue(self.run_as_stranger(ask))
+
+    def test_the_control_service_is_closed_to_others(self):
+        sockets = [path for path in self.node.root.rglob("*.sock") if path.is_socket()]
+        self.assertTrue(sockets)
+
+        def connect_everywhere():
+            for path in sockets:
+                with socket.socket(socket.AF_UNIX, socket.SOCK_STREAM) as client:
+                    try:
+                        client.connect(str(path))
+                    except PermissionError:
+                        continue
+                    raise AssertionError(path)
+
+        self.assertTrue(self.run_as_stranger(connect_everywhere))
+        result = self.as_stranger("lumevents", "--count", "1", "*")
+        self.assertEqual(result.code, 1, result)
+        self.assertIn("control.sock", result.err)
+
+    def test_a_daemon_of_another_user_cannot_take_the_root(self):
+        self.node.stop()
+        result = self.as_stranger("lumconfd")
+        self.assertEqual(result.code, 1, result)
+        self.assertIn("lumconfd.lock", result.err)
+        self.assertNotIn("serving", result.err)
+
+    def test_nothing_below_the_root_can_be_changed_by_others_and_no_secret_be_read(self):
+        self.node.policy("install", "--no-notify", EXAMPLE)
+        for path in [self.node.root, *self.node.root.rglob("*")]:
+            mode = path.lstat().st_mode
+            if not path.is_socket():
+                self.assertEqual(mode & (stat.S_IWGRP | stat.S_IWOTH), 0, f"{path}: {oct(mode)}")
+            self.assertEqual(path.lstat().st_uid, 0)
+        for name in ("log/lumconfd.log", "log/conf.server.audit.log", "lumconfd.lock", "etc/local.secret"):
+            mode = (self.node.root / name).stat().st_mode
+            self.assertEqual(mode & stat.S_IRWXO, 0, f"{name}: {oct(mode)}")
+
+
+class Secret(TestOfUsers):
+    def test_its_file_is_for_the_own_user_alone(self):
+        status = self.secret_file().stat()
+        self.assertEqual((stat.S_IMODE(status.st_mode), status.st_uid), (0o600, os.geteuid()))
+        self.assertFalse(self.run_as_stranger(self.secret_file().read_text))
+
+    def test_each_start_draws_a_new_one_and_the_old_one_opens_nothing(self):
+        secrets = [wire.secret_of(self.node)]
+        for _ in range(2):
+            self.node.stop()
+            self.assertFalse(self.secret_file().exists())
+            self.node.start()
+            secrets.append(wire.secret_of(self.node))
+        self.assertEqual(len(set(secrets)), 3)
+        for secret in secrets[:-1]:
+            self.assertEqual(wire.ask(self.node, wire.list_call(), secret=secret).value(), wire.NOT_AUTHORIZED)
+        self.assertEqual(wire.ask(self.node, wire.list_call()).value(), wire.NO_POLICIES)
+
+    def test_a_secret_that_was_laid_down_before_the_start_opens_nothing(self):
+        self.node.stop()
+        outside = self.node.folder / "outside"
+        outside.write_text("f" * 64)
+        self.secret_file().symlink_to(outside)
+        self.node.start()
+        self.assertFalse(self.secret_file().is_symlink())
+        self.assertEqual(outside.read_text(), "f" * 64)
+        self.assertEqual(wire.ask(self.node, wire.list_call(), secret="LumLocal " + "f" * 64).value(),
+                         wire.NOT_AUTHORIZED)
+
+    def test_nothing_but_the_whole_secret_is_one(self):
+        right = wire.secret_of(self.node)
+        digits = right.split()[1]
+        for wrong in ("LumLocal", "LumLocal ", f"LumLocal {digits[:-1]}", f"LumLocal {digits}0", f"LumLocal  {digits}",
+                      f"lumlocal {digits}", f"Bearer {digits}", digits, f"LumLocal {digits.upper()}x",
+                      "LumLocal " + "0" * 64, f"{right}, {right}", f"LumLocal {digits[:-1]}g", "Basic cm9vdDo="):
+            with self.subTest(wrong=wrong.replace(digits, "DIGITS")):
+                self.assertEqual(wire.ask(self.node, wire.list_call(), secret=wrong).value(), wire.NOT_AUTHORIZED)
+        twice = wire.post(wire.list_call(), fields=[f"Authorization: {right}"], secret=right)
+        self.assertEqual(wire.exchange(self.node, twice).value(), wire.NOT_AUTHORIZED, "a header that stands twice")
+        self.assertEqual(wire.exchange(self.node, wire.post(wire.list_call())).value(), wire.NOT_AUTHORIZED)
+        self.assertEqual(wire.ask(self.node, wire.list_call(), secret=right).value(), wire.NO_POLICIES)
+
+    def test_the_proof_of_one_request_is_none_for_the_next_on_the_same_connection(self):
+        with wire.Connection(self.node.port) as connection:
+            proven = connection.exchange(wire.post(wire.list_call(), secret=wire.secret_of(self.node)))
+            self.assertEqual(proven.value(), wire.NO_POLICIES)
+            self.assertEqual(connection.exchange(wire.post(wire.list_call())).value(), wire.NOT_AUTHORIZED)
+
+    def test_it_reaches_no_log_no_answer_and_no_other_file(self):
+        node = self.node
+        secret = wire.secret_of(node)
+        digits = secret.split()[1]
+        node.policy("install", EXAMPLE)
+        node.policy("remove", "--all")
+        answers = [wire.ask(node, body, path, secret=given).body for given in (secret, secret[:-1] + "x")
+                   for body, path in ((wire.list_call(), wire.PATH), (b"<broken", wire.PATH),
+                                      (wire.call("mgrconf", wire.element("x", "y")), wire.PATH),
+                                      (wire.call("nothing"), wire.PATH), (wire.list_call(), "/nothing"))]
+        answers.append(wire.exchange(node, wire.post(b"", fields=["X: " + "y" * 70000], secret=secret)).body)
+        self.secret_file().rename(self.secret_file().with_name("aside"))
+        failure = node.policy("list")
+        self.secret_file().with_name("aside").rename(self.secret_file())
+        texts = {"the daemon's errors": node.log, "the tool": failure.out + failure.err}
+        texts.update((str(path), path.read_text(errors="replace")) for path in node.root.rglob("*")
+                     if path.is_file() and path != self.secret_file())
+        texts.update((f"answer {i}", body.decode(errors="replace")) for i, body in enumerate(answers))
+        for where, text in texts.items():
+            self.assertNotIn(digits[:32], text, where)
+            self.assertNotIn(digits[32:], text, where)
+
+
+if __name__ == "__main__":
+    unittest.main()
