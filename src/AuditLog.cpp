@@ -4,6 +4,7 @@
 #include "LumPalThread.h"
 #include "Messages.h"
 #include "Names.h"
+#include "PlainName.h"
 #include "StorePaths.h"
 #include "Trace.h"
 
@@ -129,7 +130,8 @@ bool AuditLog::IsWanted(const String_t& originator, bool success) const {
 }
 
 void AuditLog::Log(const String_t& originator, const String_t& name, const String_t& id, int mode, bool success) {
-    if (IsWanted(originator, success)) Write(MessageFor(kPolicyRows, mode, success, name, id, originator));
+    if (!IsWanted(originator, success)) return;
+    Write(MessageFor(kPolicyRows, mode, success, Shown(name), Shown(id), originator));
 }
 
 void AuditLog::Log(const String_t& originator, int mode, bool success) {

@@ -5,6 +5,7 @@
 #include "LumPalConfig.h"
 #include "Messages.h"
 #include "Names.h"
+#include "PlainName.h"
 #include "PolicyForwarder.h"
 #include "PolicyOperation.h"
 #include "Selection.h"
@@ -100,7 +101,7 @@ void InstallTask::DecideUpdate() {
 void InstallTask::CheckType() const {
     const String_t type = newHeader->GetTypeName();
     if (type == installedTypeName) return;
-    Raise<PolicyException>(msg::InstalledWithOtherType, newHeader->GetContainerId(), newHeader->GetName(), type,
+    Raise<PolicyException>(msg::InstalledWithOtherType, newHeader->GetContainerId(), Shown(newHeader->GetName()), type,
                            installedTypeName);
 }
 
@@ -108,8 +109,8 @@ void InstallTask::CheckOwner() const {
     const String_t owner = newHeader->GetOwner();
     const String_t installedOwner = installedHeader->GetOwner();
     if (options.GetForceOwner() || installedOwner.IsEmpty() || owner == installedOwner) return;
-    Raise<PolicyOwnerError>(msg::OwnerDoesNotMatch, owner, installedOwner, installedTypeName,
-                            installedHeader->GetName());
+    Raise<PolicyOwnerError>(msg::OwnerDoesNotMatch, Shown(owner), Shown(installedOwner), installedTypeName,
+                            Shown(installedHeader->GetName()));
 }
 
 void InstallTask::CheckVersion() const {
@@ -117,8 +118,8 @@ void InstallTask::CheckVersion() const {
     const String_t installedVersion = installedHeader->GetVersion();
     // Kept: versions are texts, so that "10" is below "9"; and this message has the name before the type.
     if (!options.GetCheckVersion() || version > installedVersion) return;
-    Raise<PolicyVersionError>(msg::VersionNotHigher, version, installedVersion, installedHeader->GetName(),
-                              installedTypeName);
+    Raise<PolicyVersionError>(msg::VersionNotHigher, Shown(version), Shown(installedVersion),
+                              Shown(installedHeader->GetName()), installedTypeName);
 }
 
 void InstallTask::TakeOverStatus() {

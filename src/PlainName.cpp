@@ -12,12 +12,8 @@ namespace {
 
 using LumPalStr::String_t;
 
-// A refused name may be of any length; a message shows no more than this of it.
+// Enough of a name that is refused.
 constexpr std::uint32_t kShownUnits = 120;
-
-String_t Shown(const String_t& name) {
-    return name.GetLength() <= kShownUnits ? name : name.Left(kShownUnits) + "...";
-}
 
 bool IsForbiddenUnit(char16_t unit) {
     const bool separator = unit == u'/' || unit == u'\\';
@@ -43,6 +39,10 @@ bool HasPlainUnits(std::u16string_view text) {
 
 }  // namespace
 
+String_t Shown(const String_t& name, std::uint32_t mostUnits) {
+    return name.GetLength() <= mostUnits ? name : name.Left(mostUnits) + "...";
+}
+
 bool IsPlainName(const String_t& name, std::uint32_t suffixBytes) {
     // The count of units comes first: it is at most the count of bytes, and it is there for nothing.
     if (name.IsEmpty() || name.GetLength() > kMaxNameBytes || name == "." || name == "..") return false;
@@ -55,25 +55,25 @@ bool IsHeaderName(const String_t& name) {
 }
 
 void CheckPlainName(const String_t& name) {
-    if (!IsPlainName(name)) Raise<PolicyFileException>(msg::NameNotPlain, Shown(name));
+    if (!IsPlainName(name)) Raise<PolicyFileException>(msg::NameNotPlain, Shown(name, kShownUnits));
 }
 
 void CheckPolicyId(const String_t& id) {
     static const std::uint32_t suffixBytes = String_t(names::HeaderFileSuffix).GetLength();
-    if (!IsPlainName(id, suffixBytes)) Raise<PolicyFileException>(msg::NameNotPlain, Shown(id));
+    if (!IsPlainName(id, suffixBytes)) Raise<PolicyFileException>(msg::NameNotPlain, Shown(id, kShownUnits));
 }
 
 void CheckDataFileName(const String_t& name) {
     CheckPlainName(name);
     if (IsHeaderName(name)) {
-        Raise<PolicyFileException>(msg::DataFileNamedAsHeader, Shown(name), names::HeaderFileSuffix);
+        Raise<PolicyFileException>(msg::DataFileNamedAsHeader, Shown(name, kShownUnits), names::HeaderFileSuffix);
     }
 }
 
 void CheckHeaderFileName(const String_t& name) {
     CheckPlainName(name);
     if (!IsHeaderName(name)) {
-        Raise<PolicyFileException>(msg::HeaderNameExpected, Shown(name), names::HeaderFileSuffix);
+        Raise<PolicyFileException>(msg::HeaderNameExpected, Shown(name, kShownUnits), names::HeaderFileSuffix);
     }
 }
 
@@ -82,7 +82,7 @@ void CheckDataFileNames(const std::vector<String_t>& names) {
     std::vector<String_t> sorted = names;
     std::sort(sorted.begin(), sorted.end());
     const auto twice = std::adjacent_find(sorted.begin(), sorted.end());
-    if (twice != sorted.end()) Raise<PolicyFileException>(msg::NameGivenTwice, Shown(*twice));
+    if (twice != sorted.end()) Raise<PolicyFileException>(msg::NameGivenTwice, Shown(*twice, kShownUnits));
 }
 
 }  // namespace LumConf

@@ -18,6 +18,10 @@ inline constexpr std::uint32_t kMaxNameBytes = 255;
 /// @param suffixBytes  length of what will be appended to the name
 bool IsPlainName(const LumPalStr::String_t& name, std::uint32_t suffixBytes = 0);
 
+/// A text from outside as messages and logs show it: of one that has more units the beginning and "...". Documents
+/// and callers may give a name of any length, and an answer or a line of a log must not grow with it.
+LumPalStr::String_t Shown(const LumPalStr::String_t& name, std::uint32_t mostUnits = 1024);
+
 /// Whether the text ends as the names of policy headers do (exact, also as to case).
 bool IsHeaderName(const LumPalStr::String_t& name);
 

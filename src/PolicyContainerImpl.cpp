@@ -20,7 +20,10 @@ namespace {
 
 /// What a policy is found by beside its id.
 String_t NameKey(const String_t& name, const String_t& type) {
-    return name + "=" + type.ToLower();
+    const String_t foldedType = type.ToLower();
+    String_t key;
+    key.Reserve(name.GetLength() + 1 + foldedType.GetLength());  // names may be long: no copy on the way
+    return key.Append(name).Append(u"=", 1).Append(foldedType);
 }
 
 }  // namespace

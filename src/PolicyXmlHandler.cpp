@@ -74,7 +74,7 @@ void PolicyXmlHandler::Reset() {
     unknownDepth = depth = 0;
     leaf = dataFilesWritten = false;
     attributeName = attributeValue = String_t();
-    ForgetText();
+    text.Clear();
 }
 
 LumPalPtr::RefPtr_t<PolicyHeaderImpl> PolicyXmlHandler::TakeHeader() {
@@ -90,7 +90,7 @@ void PolicyXmlHandler::StartDocument() {
 
 void PolicyXmlHandler::StartElement(const String_t& uri, const String_t& localName, const String_t&,
                                     const LumPalXml::SAX::Attributes_i&) {
-    ForgetText();
+    text.Clear();
     leaf = true;
     ++depth;
     const Element found = IsInsideUnknown() ? Element::None : document::FindChild(place, localName.View());
@@ -122,11 +122,11 @@ void PolicyXmlHandler::EndElement(const String_t&, const String_t&, const String
     }
     if (copied) CopyEnd(isField);
     leaf = false;
-    ForgetText();
+    text.Clear();
 }
 
 void PolicyXmlHandler::Characters(const char16_t* characters, std::uint32_t start, std::uint32_t length) {
-    if (IsTextWanted()) text.append(characters + start, length);
+    if (IsTextWanted()) text.Append(characters + start, length);
 }
 
 void PolicyXmlHandler::EndDocument() {
@@ -156,25 +156,16 @@ void PolicyXmlHandler::TestNamespace(const String_t& uri) const {
 
 /// Whether the text of the innermost open element is used: nothing else is held, however long it is.
 bool PolicyXmlHandler::IsTextWanted() const noexcept {
-    if (mode == Mode::Rewriting) return IsCopied();
-    if (IsInsideUnknown() || place == Element::None) return false;
+    const bool unknown = IsInsideUnknown() || place == Element::None;
+    if (mode == Mode::Rewriting) return IsCopied() && (unknown || !document::RowOf(place).set);
+    if (unknown) return false;
     const Kind kind = document::RowOf(place).kind;
     return kind == Kind::Field || kind == Kind::RegeneratedText;
 }
 
-void PolicyXmlHandler::ForgetText() {
-    constexpr std::size_t kept = 1 << 16;
-    text.clear();
-    if (text.capacity() > kept) text.shrink_to_fit();
-}
-
-String_t PolicyXmlHandler::Text() const {
-    return String_t(text.data(), static_cast<std::uint32_t>(text.size()));
-}
-
 /// The text goes into the header; a rewrite takes the source's instead.
 void PolicyXmlHandler::EndField(const Row& row) {
-    if (mode == Mode::Rewriting) text = (source.*row.field).View();
+    if (mode == Mode::Rewriting) text.Set(source.*row.field);
     (newHeader.Get()->*row.set)(Text());
 }
 
@@ -227,7 +218,7 @@ void PolicyXmlHandler::CopyStart(const String_t& uri, const String_t& localName,
 /// A field always ends in its text, also behind elements inside it: the source's value must not get lost.
 void PolicyXmlHandler::CopyEnd(bool isField) {
     if (leaf || isField)
-        writer.Data(text.data(), static_cast<std::uint32_t>(text.size()));
+        writer.Data(text.View().data(), static_cast<std::uint32_t>(text.View().size()));
     else
         WriteLine(depth + 1);
     writer.CloseTag();
@@ -257,7 +248,7 @@ void PolicyXmlHandler::WriteElement(int blanks, const char* tag, const String_t&
 }
 
 void PolicyXmlHandler::RewriteCertificate() {
-    text = String_t::FromUtf8(sourceCertificate.View()).View();
+    text.Set(String_t::FromUtf8(sourceCertificate.View()));
     newHeader->SetCertificate(sourceCertificate);
 }
 

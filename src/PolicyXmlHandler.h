@@ -3,9 +3,9 @@
 #pragma once
 
 #include <bitset>
-#include <string>
 #include <vector>
 
+#include "CollectedText.h"
 #include "LumPalArray.h"
 #include "LumPalMsg.h"
 #include "LumPalPtr.h"
@@ -59,13 +59,12 @@ private:
     using Element = document::Element;
 
     void Reset();
-    LumPalStr::String_t Text() const;
+    LumPalStr::String_t Text() const { return text.Get(); }
     bool IsInsideUnknown() const noexcept { return unknownDepth != 0; }
     bool IsCopied() const noexcept;
     bool IsTextWanted() const noexcept;
     void TestNamespace(const LumPalStr::String_t& uri) const;
     void TestRequiredElements();
-    void ForgetText();
 
     // Reading: what the end tags of the table do.
     void EndField(const document::Row& row);
@@ -100,7 +99,7 @@ private:
     Element place = Element::None;  ///< the innermost open element that is known
     int unknownDepth = 0;           ///< open elements inside it that are not
     int depth = 0;                  ///< all open elements
-    std::u16string text;            ///< since the last tag
+    CollectedText text;             ///< since the last tag
     LumPalStr::String_t attributeName, attributeValue;
     LumPalPtr::RefPtr_t<PolicyHeaderImpl> newHeader;
 

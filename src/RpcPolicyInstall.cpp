@@ -6,6 +6,7 @@
 #include "LumCtrl.h"
 #include "Messages.h"
 #include "Names.h"
+#include "PlainName.h"
 #include "PolicyOperation.h"
 #include "StorePaths.h"
 #include "Trace.h"
@@ -78,7 +79,7 @@ void RpcPolicyInstall::Install(Request& request, RpcAnswer& answer) {
     InstallOptions options = request.options.GetOptions();
     switch (static_cast<InstallMethod>(request.method.GetValue())) {
         case InstallMethod::Policy:
-            request.file = LumPalIo::File_t(incomingDirectory, request.fileName.GetValue());
+            request.file = LumPalIo::File_t(incomingDirectory, Shown(request.fileName.GetValue()));
             operation->Install(request.sender, request.data.GetValue(), options);
             answer.Set(ReturnValue::Success, Make(msg::RpcInstallFileDone, request.file.GetName()));
             return;

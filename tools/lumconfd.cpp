@@ -102,6 +102,7 @@ int main(int argc, char** argv) {
     try {
         if (!root.empty()) Dir_t::SetRoot(LumPalIo::File_t(String_t::FromUtf8(root)).GetAbsolutePath());
         if (checkConfig) return lumconfd::CheckConfiguration(std::cout) ? kDone : kFailed;
+        LumPalRuntime::KeepNoLargeBlocks();
         const LumPalRuntime::Signals_t signals;
         return Run(signals);
     } catch (const std::exception& e) {

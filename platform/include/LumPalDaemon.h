@@ -40,6 +40,10 @@ public:
     Signal_e Wait() const;
 };
 
+/// Lets every large block of memory go back to the system as soon as it is freed; else the allocator, once it has
+/// seen large ones, keeps tens of megabytes of them. To be called by main before other threads run.
+LUMPAL_API void KeepNoLargeBlocks();
+
 /// Tells the service manager that started this program how it stands (sd_notify(3): "READY=1", "STOPPING=1", ...).
 /// Without one (no NOTIFY_SOCKET in the environment) nothing happens. Never throws.
 LUMPAL_API void NotifyServiceManager(const char* state);

@@ -1,13 +1,30 @@
 #include "LumPalArray.h"
 
+#include <algorithm>
 #include <cstring>
+#include <string>
+#include <string_view>
 
 namespace LumPalArray {
 namespace {
 
+bool IsLead(char16_t unit) {
+    return (unit & 0xFC00) == 0xD800;
+}
+
+/// In pieces, so that a long text is not held twice; no pair of surrogates is cut.
 std::vector<char> Utf8Bytes(const LumPalStr::String_t& text) {
-    const std::string utf8 = text.ToUtf8();
-    return {utf8.begin(), utf8.end()};
+    constexpr std::size_t kPiece = 65536;
+    std::vector<char> bytes;
+    bytes.reserve(text.GetLength());
+    for (std::u16string_view rest = text.View(); !rest.empty();) {
+        std::size_t count = std::min(kPiece, rest.size());
+        if (count < rest.size() && IsLead(rest[count - 1])) ++count;
+        const std::string utf8 = LumPalStr::String_t(rest.data(), static_cast<std::uint32_t>(count)).ToUtf8();
+        bytes.insert(bytes.end(), utf8.begin(), utf8.end());
+        rest.remove_prefix(count);
+    }
+    return bytes;
 }
 
 }  // namespace

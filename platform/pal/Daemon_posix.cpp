@@ -9,6 +9,9 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 #include "LumPalDaemon.h"
 #include "SystemError.h"
@@ -18,6 +21,7 @@ namespace LumPalRuntime {
 namespace {
 
 constexpr mode_t kLockMode = 0600;
+[[maybe_unused]] constexpr int kLargeBlock = 1 << 20;
 
 sigset_t HandledSignals() {
     sigset_t set;
@@ -60,6 +64,14 @@ Signal_e Signals_t::Wait() const {
     while (sigwait(&set, &signal) != 0) {
     }
     return signal == SIGHUP ? Signal_e::Reload : Signal_e::Stop;
+}
+
+void KeepNoLargeBlocks() {
+#ifdef __GLIBC__
+    // Setting a threshold ends that the allocator moves it up to 32 MiB by itself.
+    mallopt(M_MMAP_THRESHOLD, kLargeBlock);
+    mallopt(M_TRIM_THRESHOLD, 2 * kLargeBlock);
+#endif
 }
 
 void NotifyServiceManager(const char* state) {

@@ -1,3 +1,4 @@
+#include "FreedMemory.h"
 #include "LumVoxRpc.h"
 #include "RpcServerCallImpl.h"
 
@@ -9,6 +10,9 @@ using LumPalStr::String_t;
 using LumVoxSoap::SOAPArg;
 
 namespace {
+
+/// From so many bytes on it is worth a pass over the heap to have the body's memory back before the work begins.
+constexpr std::size_t kLargeRequest = 8u << 20;
 
 void RequireArrived(int count, SOAPArg* const* arguments) {
     for (int i = 0; i < count; ++i)
@@ -46,6 +50,7 @@ bool RpcServerCall::Authenticated() const {
 void RpcServerCall::ReadRequest(int count, SOAPArg* const* arguments) {
     const std::shared_ptr<LumVoxMsg::Blocks> body = std::move(impl->body);
     if (!body) throw IllegalStateError_t(CreateError_t("The request of a call is read once."));
+    const bool large = body->GetSize() > kLargeRequest;
     try {
         LumVoxSoap::SOAPEnvelope().Read(ReadBlocks(body, LumVoxMsg::AfterRead::Free), count, arguments);
     } catch (...) {
@@ -53,6 +58,7 @@ void RpcServerCall::ReadRequest(int count, SOAPArg* const* arguments) {
         throw;
     }
     body->Clear();
+    if (large) ReturnFreedMemory();
     RequireArrived(count, arguments);
 }
 

@@ -59,8 +59,9 @@ def entry(name, content):
 
 
 def policy_array(policy_id, files=None, header_name=None, document=None, **fields):
-    """A policy as it travels: files is {name: bytes}."""
+    """A policy as it travels: files is {name: bytes}; its name is its id."""
     files = files or {}
+    fields.setdefault("name", policy_id)
     text = document if document is not None else header(policy_id, files=list(files), **fields).encode()
     entries = [entry(header_name or f"{policy_id}_header.xml", text)]
     entries += [entry(name, content) for name, content in files.items()]

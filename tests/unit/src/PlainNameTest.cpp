@@ -113,5 +113,14 @@ TEST(PlainName, TheDataFilesOfAPolicyHaveDifferentNames) {
     EXPECT_THROW(CheckDataFileNames({"b", "a_header.xml"}), PolicyFileException);
 }
 
+TEST(PlainName, ALongTextIsShownByItsBeginning) {
+    const std::u16string most(1024, u'x');
+    EXPECT_EQ(Shown(""), "");
+    EXPECT_EQ(Shown("name"), "name");
+    EXPECT_EQ(Shown(Utf16(most)), Utf16(most));
+    EXPECT_EQ(Shown(Utf16(most + u"y")), Utf16(most + u"..."));
+    EXPECT_EQ(Shown("abcd", 3), "abc...");
+}
+
 }  // namespace
 }  // namespace LumConf

@@ -169,3 +169,13 @@ TEST(Ref, AssignmentRebindsAndLetsTheFormerObjectGo) {
     pointer = Pointer();
     EXPECT_EQ(secondDeletions, 1);
 }
+
+TEST(CharArray, ALongTextBecomesItsUtf8WhereverPairsOfSurrogatesStand) {
+    for (const std::uint32_t before : {65533u, 65534u, 65535u, 65536u, 131071u}) {
+        LumPalStr::String_t text;
+        for (std::uint32_t i = 0; i < before; ++i) text.Append(u"x", 1);
+        for (int i = 0; i < 5; ++i) text.Append(u"\U0001F600", 2);
+        text.Append(u"\xD83D", 1);  // a lead without its pair
+        EXPECT_EQ(CharArray_t(text).View(), text.ToUtf8()) << before;
+    }
+}
