@@ -225,6 +225,14 @@ TEST_F(PolicyLoad, ANameWithATypeFindsThatPolicyOnly) {
     EXPECT_EQ(container.CheckPolicy(Options().SetPolicyNameAndTypeName("x=disk")), 0);
 }
 
+TEST_F(PolicyLoad, OfTwoPoliciesWithTheWantedNameAndTypeTheFirstFileIsReadAlone) {
+    Put("cron", "b", "x");
+    Put("cron", "a", "x");
+    policydocs::PutInStore("cron", "c", "<unclosed>");
+    EXPECT_EQ(container.CheckPolicy(Options().SetPolicyNameAndTypeName("x=cron")), 1);
+    EXPECT_EQ(Ids(), "a ");
+}
+
 TEST_F(PolicyLoad, ANameWithCapitalsCannotBeFoundByNameAndType) {
     Put("cron", "a", "Capital");
     EXPECT_EQ(container.CheckPolicy(Options().SetPolicyNameAndTypeName("Capital=cron")), 0);

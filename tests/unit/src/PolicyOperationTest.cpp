@@ -238,7 +238,9 @@ TEST_F(PolicyOperationTest, APolicyWithAMissingDataFileIsRemovedAndTheFileIsName
     fs::remove(node.InstallFolder() + "/files/a.one");
     const CaughtFailure failure = FailureOf<PolicyException>([this] { node.Remove(Selection()); });
     EXPECT_EQ(failure.id, 112u);
-    EXPECT_NE(failure.text.find(node.InstallFolder() + "/files/a.one"), std::string::npos);
+    EXPECT_NE(failure.text.find("Cannot delete policy data file '" + node.InstallFolder() +
+                                "/files/a.one' for policy id `a`. File does not exist."),
+              std::string::npos);
     EXPECT_THAT(node.Installed(), IsEmpty());
     EXPECT_FALSE(node->IsPolicyInstalled());
     EXPECT_EQ(node.Audited("could not be removed"), 1);
@@ -250,8 +252,12 @@ TEST_F(PolicyOperationTest, APolicyWithAMissingHeaderStaysInTheCache) {
     fs::remove(node.InstallFolder() + "/files/a_header.xml");
     const CaughtFailure failure = FailureOf<PolicyException>([this] { node.Remove(Selection()); });
     EXPECT_EQ(failure.id, 114u);
-    EXPECT_NE(failure.text.find("Cannot delete policy"), std::string::npos);
+    EXPECT_NE(failure.text.find("Cannot delete policy header file '" + node.InstallFolder() +
+                                "/files/a_header.xml' for policy id `a`. File does not exist."),
+              std::string::npos);
+    EXPECT_THAT(node.Installed(), IsEmpty()) << "the data files are gone all the same";
     EXPECT_TRUE(node->IsPolicyInstalled());
+    EXPECT_EQ(node.Audited("Failure Audit: REMOVE: Policy (name: 'name of a', id: 'a') could not be removed."), 1);
     EXPECT_EQ(node.Audited("was successfully removed"), 0);
 }
 
@@ -264,7 +270,14 @@ TEST_F(PolicyOperationTest, FilesThatCannotBeDeletedAreNamedAndTheOtherPoliciesG
     }
     const CaughtFailure failure = FailureOf<PolicyException>([this] { node.Remove(Selection()); });
     EXPECT_EQ(failure.id, 111u);
-    EXPECT_NE(failure.text.find("Cannot delete policy header file"), std::string::npos);
+    const std::string folder = node.InstallFolder() + "/files/";
+    for (const std::string& text : {"data file '" + folder + "a.one'", "header file '" + folder + "a_header.xml'"}) {
+        EXPECT_NE(
+            failure.text.find("Cannot delete policy " + text + " for policy id `a`. Error during deletion of file."),
+            std::string::npos);
+    }
+    EXPECT_EQ(node.Audited("Failure Audit: REMOVE: Policy (name: 'name of a', id: 'a') could not be removed."), 2);
+    EXPECT_EQ(node.Audited("was successfully removed"), 1);
     EXPECT_EQ(node.Ids(), "a");
     EXPECT_THAT(node.Installed(), IsEmpty());
 }
@@ -276,6 +289,18 @@ TEST_F(PolicyOperationTest, TheLastPolicyOfATypeTakesItsFolderAlongAndOneOfTwoDo
     EXPECT_TRUE(fs::is_directory(node.InstallFolder() + "/files"));
     node.Remove(Selection().SetPolicyId("b"));
     EXPECT_FALSE(fs::exists(node.InstallFolder() + "/files"));
+}
+
+TEST_F(PolicyOperationTest, ARemovalThatFailsForOnePolicyStillTellsOfTheOthersAndOfNothingElse) {
+    PolicyListener consumer;
+    for (const char* id : {"a", "b"}) node.Install(Policy(id));
+    node->Notify("tester");
+    consumer.Heard();
+    fs::remove(node.InstallFolder() + "/files/a_header.xml");
+    EXPECT_EQ(
+        FailureOf<PolicyException>([this] { node->Remove("tester", Selection(), PolicyForwarder::Options()); }).id,
+        114u);
+    EXPECT_THAT(consumer.Heard(), ElementsAre("REMOVE_POLICY:files b"));
 }
 
 TEST_F(PolicyOperationTest, AFolderThatStillHoldsSomethingStaysWhenItsLastPolicyGoes) {
