@@ -18,7 +18,7 @@ public:
     ~InstanceLock_t();
     /// Makes the file when it is not there (the folder must be) and locks it without waiting.
     /// @return false when another process, or another object, holds it; nothing was changed then
-    /// @throws LumPalIo::IOException_t when the file cannot be made
+    /// @throws LumPalIo::IOException_t when the file cannot be made, or the system cannot lock it
     bool TryLock(const LumPalStr::String_t& path);
 
 private:

@@ -44,8 +44,10 @@ bool InstanceLock_t::TryLock(const LumPalStr::String_t& path) {
     const int opened = open(path.ToUtf8().c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, kLockMode);
     if (opened < 0) LumPalIo::ThrowSystemError("Cannot open lock file", path, errno);
     if (flock(opened, LOCK_EX | LOCK_NB) != 0) {
+        const int error = errno;
         close(opened);
-        return false;
+        if (error == EWOULDBLOCK) return false;
+        LumPalIo::ThrowSystemError("Cannot lock file", path, error);
     }
     if (descriptor >= 0) close(descriptor);
     descriptor = opened;
