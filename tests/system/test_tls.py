@@ -1,0 +1,263 @@
+#!/usr/bin/python3
+"""Nodes with certificates: who is let in over TLS, as whom, and what becomes of the plain road."""
+import contextlib
+import os
+import signal
+import socket
+import ssl
+import unittest
+
+import pki
+import wire
+from node import DONE, EXAMPLES, NOT_FOUND, REFUSED, UNREACHABLE, Node, wait_until
+
+EXAMPLE = sorted(EXAMPLES.glob("*_header.xml"))[0]
+
+
+class TlsTest(unittest.TestCase):
+    """Certificates are made once; every test has nodes of its own."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.authority, cls.foreign = pki.Authority("authority"), pki.Authority("foreign")
+        cls.addClassCleanup(cls.authority.close)
+        cls.addClassCleanup(cls.foreign.close)
+        cls.server = cls.authority.issue("node-1")
+        cls.operator = cls.authority.issue("operator", "DNS:operator")
+        cls.stranger = cls.foreign.issue("operator", "DNS:operator", file_name="stranger")
+
+    def serving(self, **rights):
+        """A node with a certificate that trusts the authority."""
+        node = Node(start=False)
+        self.addCleanup(node.close)
+        pki.trust(node, self.authority)
+        pki.install_identity(node, "node-1", self.server)
+        if rights:
+            node.write_rights(rights)
+        node.start()
+        return node
+
+    def client(self, target, issued=None, core_id="operator", trusted=None):
+        """A root of a client whose usual port is the target's."""
+        client = Node(start=False)
+        self.addCleanup(client.close)
+        client.settings["vox.http.ext.conf"] = {"TARGET_PORT": target.port}
+        client.write_settings()
+        pki.trust(client, trusted or self.authority)
+        if issued:
+            pki.install_identity(client, core_id, issued)
+        return client
+
+    def ask(self, node, body=None, issued=None, path=wire.PATH, fields=()):
+        context = pki.client_context(self.authority, issued)
+        return wire.exchange(node, wire.post(body or wire.list_call(), path, fields), context)
+
+
+class RemoteOperator(TlsTest):
+    def test_the_whole_work_of_an_operator_goes_over_tls_with_a_clients_certificate(self):
+        node = self.serving(operator="install list remove modify")
+        client = self.client(node, self.operator)
+        for host in ("localhost", f"localhost:{node.port}", f"127.0.0.1:{node.port}"):
+            with self.subTest(host=host):
+                self.assertEqual(client.policy("install", "--no-notify", "--host", host, EXAMPLE).code, DONE)
+                listed = client.policy("list", "--host", host, "--json")
+                self.assertEqual(len(listed.json()["policies"]), 1, listed)
+                self.assertEqual(client.policy("reinit", "--host", host).code, DONE)
+                self.assertEqual(client.policy("remove", "--all", "--no-notify", "--host", host).code, DONE)
+                self.assertEqual(client.policy("list", "--host", host).code, NOT_FOUND)
+        audit = "\n".join(node.audit())
+        self.assertIn("operator", audit)
+        self.assertNotIn("local administrator", audit)
+
+    def test_each_right_opens_its_operation_and_no_other(self):
+        node = self.serving(operator="list")
+        client = self.client(node, self.operator)
+        self.assertEqual(client.policy("list").code, NOT_FOUND)
+        for arguments in (("install", EXAMPLE), ("remove", "--all"), ("notify",), ("reinit",)):
+            with self.subTest(arguments=arguments):
+                result = client.policy(*arguments)
+                self.assertEqual(result.code, REFUSED, result)
+                self.assertIn("operator", result.err)
+        self.assertEqual(node.stored(), [])
+
+    def test_the_nodes_own_core_id_holds_its_rights_and_local_tools_use_it(self):
+        node = self.serving()
+        self.assertEqual(node.policy("install", "--no-notify", EXAMPLE).code, DONE)
+        self.assertEqual(len(node.list()), 1)
+        self.assertEqual(node.policy("remove", "--all", "--no-notify").code, DONE)
+
+    def test_a_target_id_is_held_against_the_nodes_certificate(self):
+        node = self.serving(operator="list")
+        client = self.client(node, self.operator)
+        self.assertEqual(client.policy("list", "--target-id", "node-1").code, NOT_FOUND)
+        result = client.policy("list", "--target-id", "node-2")
+        self.assertEqual(result.code, UNREACHABLE, result)
+        self.assertIn("node-2", result.err)
+
+
+class Strangers(TlsTest):
+    def test_a_certificate_of_another_authority_is_refused_in_the_handshake(self):
+        node = self.serving(operator="all")
+        client = self.client(node, self.stranger)
+        result = client.policy("list")
+        self.assertEqual(result.code, UNREACHABLE, result)
+        with self.assertRaises((ssl.SSLError, ConnectionResetError, AssertionError)):
+            answer = self.ask(node, issued=self.stranger)
+            assert answer is not None, "closed without an answer"
+        wait_until(lambda: "TLS handshake was refused" in node.log, "the node's log says so")
+
+    def test_a_client_without_a_certificate_has_no_right(self):
+        node = self.serving(operator="all")
+        result = self.client(node).policy("list", "--host", f"localhost:{node.port}")
+        self.assertEqual(result.code, REFUSED, result)
+        self.assertEqual(self.ask(node).value(), wire.NOT_AUTHORIZED)
+        checked = self.ask(node, wire.call("checkpolicy"), path=wire.CHECK_PATH)
+        self.assertEqual((checked.status, checked.fault()), (200, None), "asks for no right")
+
+    def test_a_client_that_does_not_trust_the_node_says_why(self):
+        node = self.serving(operator="all")
+        client = self.client(node, self.operator, trusted=self.foreign)
+        result = client.policy("list")
+        self.assertEqual(result.code, UNREACHABLE, result)
+        self.assertIn("certificate", result.err.lower())
+
+    def test_names_with_a_meaning_inside_open_nothing(self):
+        node = self.serving(operator="all")
+        for i, name in enumerate(("local administrator", "conf.cluster", "Local Administrator", " local administrator")):
+            with self.subTest(name=name):
+                issued = self.authority.issue(name, "DNS:x", file_name=f"reserved{i}")
+                answer = self.ask(node, issued=issued)
+                self.assertEqual(answer.value(), wire.NOT_AUTHORIZED, answer)
+
+    def test_the_local_secret_is_no_proof_over_tls(self):
+        node = self.serving(operator="all")
+        self.assertFalse((node.root / "etc/local.secret").exists())
+        answer = self.ask(node, fields=["Authorization: LumLocal " + "0" * 64])
+        self.assertEqual(answer.value(), wire.NOT_AUTHORIZED)
+
+    def test_plain_http_and_old_tls_are_not_served(self):
+        node = self.serving(operator="all")
+        with wire.Connection(node.port) as connection:
+            self.assertIsNone(connection.exchange(wire.post(wire.list_call())))
+        context = pki.client_context(self.authority, self.operator)
+        context.maximum_version = ssl.TLSVersion.TLSv1_1
+        with self.assertRaises((ssl.SSLError, ConnectionResetError)):
+            wire.Connection(node.port, context)
+        for version in (ssl.TLSVersion.TLSv1_2, ssl.TLSVersion.TLSv1_3):
+            context = pki.client_context(self.authority, self.operator)
+            context.minimum_version = context.maximum_version = version
+            self.assertEqual(wire.exchange(node, wire.post(wire.list_call()), context).value(), wire.NO_POLICIES)
+
+    def test_a_handshake_that_is_none_harms_nobody(self):
+        node = self.serving(operator="all")
+        for data in (b"", b"\x16\x03\x01", b"\x16\x03\x01\xff\xff" + b"x" * 70000, os.urandom(1000),
+                     b"\x80\x2e\x01\x00\x02"):
+            with wire.Connection(node.port) as connection:
+                connection.send(data)
+                with contextlib.suppress(OSError):  # the node may have closed first
+                    connection.socket.shutdown(socket.SHUT_WR)
+                self.assertIsNone(connection.answer())
+        self.assertEqual(self.ask(node, issued=self.operator).value(), wire.NO_POLICIES)
+
+
+class Ports(TlsTest):
+    def test_without_a_certificate_only_loopback_is_open_and_only_in_plain(self):
+        node = Node({"vox.http.ext.conf": {"BIND_ADDRESS": "0.0.0.0"}})
+        self.addCleanup(node.close)
+        self.assertEqual(listeners(node.port), {"127.0.0.1"})
+        self.assertIn("BIND_ADDRESS", node.log)
+        result = self.client(node, self.operator).policy("list", "--host", f"127.0.0.1:{node.port}")
+        self.assertEqual(result.code, UNREACHABLE, result)
+
+    def test_with_one_every_address_is_open_unless_one_is_named(self):
+        self.assertIn(listeners(self.serving().port), ({"::"}, {"0.0.0.0"}))
+        node = Node({"vox.http.ext.conf": {"BIND_ADDRESS": "127.0.0.1"}}, start=False)
+        self.addCleanup(node.close)
+        pki.trust(node, self.authority)
+        pki.install_identity(node, "node-1", self.server)
+        node.start()
+        self.assertEqual(listeners(node.port), {"127.0.0.1"})
+
+    def test_a_certificate_that_is_missing_or_broken_keeps_the_node_from_serving(self):
+        for breaking in ("missing key", "broken certificate", "key of another"):
+            with self.subTest(breaking):
+                node = Node(start=False)
+                self.addCleanup(node.close)
+                pki.install_identity(node, "node-1", self.server)
+                own = node.root / "etc/keystore/own"
+                if breaking == "missing key":
+                    (own / "node-1.key").unlink()
+                elif breaking == "broken certificate":
+                    (own / "node-1.pem").write_text("-----BEGIN CERTIFICATE-----\nAAAA\n")
+                else:
+                    (own / "node-1.key").write_bytes(self.operator[1].read_bytes())
+                result = node.tool("lumconfd")
+                self.assertEqual(result.code, 1, result)
+                self.assertIn("node-1", result.err)
+                self.assertNotIn("serving", result.err)
+                self.assertNotIn("PRIVATE KEY", result.err)
+
+    def test_a_certificate_installed_on_a_serving_node_counts_from_the_reload_on(self):
+        node = Node()
+        self.addCleanup(node.close)
+        secret = wire.secret_of(node)
+        self.assertEqual(wire.ask(node, wire.list_call()).value(), wire.NO_POLICIES)
+        pki.trust(node, self.authority)
+        pki.install_identity(node, "node-1", self.server)
+        node.write_rights({"operator": "list"})
+        node.daemon.send_signal(signal.SIGHUP)
+        wait_until(lambda: not (node.root / "etc/local.secret").exists(), "the secret goes")
+        self.assertEqual(self.ask(node, issued=self.operator).value(), wire.NO_POLICIES)
+        with wire.Connection(node.port) as connection:
+            self.assertIsNone(connection.exchange(wire.post(wire.list_call(), secret=secret)), "the plain road is closed")
+
+
+class Reload(TlsTest):
+    def granted(self, node):
+        return self.ask(node, issued=self.operator).value() == wire.NO_POLICIES
+
+    def reload(self, node, how):
+        if how == "SIGHUP":
+            node.daemon.send_signal(signal.SIGHUP)
+        else:
+            self.assertEqual(self.ask(node, wire.call("mgrconf")).status, 200)
+
+    def test_changed_rights_count_after_a_signal_and_after_the_managers_call_alike(self):
+        for how in ("SIGHUP", "mgrconf"):
+            with self.subTest(how):
+                node = self.serving()
+                self.assertFalse(self.granted(node))
+                node.write_rights({"operator": "list"})
+                self.assertFalse(self.granted(node), "not before it is told")
+                self.reload(node, how)
+                wait_until(lambda: self.granted(node), "the right is granted")
+                node.write_rights({"somebody": "list"})
+                self.reload(node, how)
+                wait_until(lambda: not self.granted(node), "the right is taken back")
+
+    def test_a_broken_file_of_rights_keeps_the_last_good_ones_and_is_told(self):
+        node = self.serving(operator="list")
+        (node.root / "etc/authorization.ini").write_text("[conf\nnonsense\n")
+        self.reload(node, "SIGHUP")
+        wait_until(lambda: "the last good ones stay" in node.log, "the log says so")
+        self.assertTrue(self.granted(node))
+        self.assertEqual(node.stop(), 0)
+
+
+def listeners(port):
+    """The addresses at which this host listens on a port."""
+    found = set()
+    for name, family in (("tcp", socket.AF_INET), ("tcp6", socket.AF_INET6)):
+        with open(f"/proc/net/{name}", encoding="ascii") as table:
+            for line in list(table)[1:]:
+                fields = line.split()
+                address, local_port = fields[1].split(":")
+                if fields[3] == "0A" and int(local_port, 16) == port:
+                    raw = bytes.fromhex(address)
+                    words = b"".join(raw[i:i + 4][::-1] for i in range(0, len(raw), 4))
+                    found.add(socket.inet_ntop(family, words))
+    return found
+
+
+if __name__ == "__main__":
+    unittest.main()
