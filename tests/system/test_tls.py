@@ -123,7 +123,8 @@ class Strangers(TlsTest):
 
     def test_names_with_a_meaning_inside_open_nothing(self):
         node = self.serving(operator="all")
-        for i, name in enumerate(("local administrator", "conf.cluster", "Local Administrator", " local administrator")):
+        reserved = ("local administrator", "conf.cluster", "Local Administrator", " local administrator")
+        for i, name in enumerate(reserved):
             with self.subTest(name=name):
                 issued = self.authority.issue(name, "DNS:x", file_name=f"reserved{i}")
                 answer = self.ask(node, issued=issued)
@@ -209,7 +210,8 @@ class Ports(TlsTest):
         wait_until(lambda: not (node.root / "etc/local.secret").exists(), "the secret goes")
         self.assertEqual(self.ask(node, issued=self.operator).value(), wire.NO_POLICIES)
         with wire.Connection(node.port) as connection:
-            self.assertIsNone(connection.exchange(wire.post(wire.list_call(), secret=secret)), "the plain road is closed")
+            answer = connection.exchange(wire.post(wire.list_call(), secret=secret))
+            self.assertIsNone(answer, "the plain road is closed")
 
 
 class Reload(TlsTest):

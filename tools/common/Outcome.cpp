@@ -38,6 +38,13 @@ void Collect(const MessageList_t& messages, int level, std::vector<MessageLine>&
     }
 }
 
+/// The library calls an answer without its list "not found" too, but it tells nothing about the node's policies.
+bool IsListMissing(const LumConf::PolicyNotFoundError& e) {
+    constexpr int kNoListInAnswer = 153;
+    const MessageList_t& messages = e.GetMessageList();
+    return messages.GetMessageCount() > 0 && messages.GetMessage(0).GetId() == kNoListInAnswer;
+}
+
 Outcome From(ExitCode code, const LumPalMsg::Exception_t& e) {
     Outcome outcome{code, {}};
     Collect(e.GetMessageList(), 0, outcome.messages);
@@ -90,7 +97,7 @@ Outcome Attempt(const std::function<void()>& request) {
     } catch (const LumConf::NoPoliciesInstalledError& e) {
         return From(kNotFound, e);
     } catch (const LumConf::PolicyNotFoundError& e) {
-        return From(kNotFound, e);
+        return From(IsListMissing(e) ? kFailed : kNotFound, e);
     } catch (const LumConf::NoPolicyOperation& e) {
         return From(kNothingToDo, e);
     } catch (const LumConf::PolicyOwnerError& e) {
