@@ -1,5 +1,5 @@
-# What `cmake --install` lays down: libraries, public headers, tools (see tools/), the unit file, papers, and the
-# CMake package LumConf with the targets LumConf::platform and LumConf::lumconf.
+# What `cmake --install` lays down: libraries, public headers, tools (see tools/), their manual pages and completion,
+# the unit file, papers, and the CMake package LumConf with the targets LumConf::platform and LumConf::lumconf.
 include(CMakePackageConfigHelpers)
 
 set(lum_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/LumConf)
@@ -27,6 +27,15 @@ install(FILES ${PROJECT_BINARY_DIR}/LumConfConfig.cmake ${PROJECT_BINARY_DIR}/Lu
 install(FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md")
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR})
+file(GLOB pages CONFIGURE_DEPENDS packaging/man/*.1)
+install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+file(GLOB pages CONFIGURE_DEPENDS packaging/man/*.8)
+install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man8)
+# The shell looks for a program's completion by its name.
+foreach(program lumpolicy lumevents lumconfd)
+  install(FILES packaging/completion/lumpolicy DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+    RENAME ${program})
+endforeach()
 install(FILES packaging/conf.msg DESTINATION ${CMAKE_INSTALL_DATADIR}/lumconf)
 
 # The service manager's files. The prefix may be chosen as late as `cmake --install --prefix`, so the unit's path to

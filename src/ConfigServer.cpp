@@ -13,6 +13,7 @@
 #include "RpcPolicyList.h"
 #include "RpcPolicyOp.h"
 #include "ServerFunctions.h"
+#include "ServiceDescription.h"
 #include "StorePaths.h"
 
 namespace LumConf {
@@ -61,9 +62,11 @@ void ConfigServer::Impl::CreateServers(const Configuration_t& configuration, con
     mainServer.Register(names::PolicyOpMethod, operationHandler);
     mainServer.Register(names::ListMethod, listHandler);
     mainServer.Register(names::MgrConfMethod, ManagerConfigurationChanged);
+    mainServer.Describe(DescribePolicyService());
     options.SetBasePath(checkPath);
     checkServer = RpcServer(configuration, options);
     checkServer.Register(names::CheckPolicyMethod, CheckPolicy);
+    checkServer.Describe(DescribeCheckService());
 }
 
 void ConfigServer::Impl::Serve(const Messenger& road) {

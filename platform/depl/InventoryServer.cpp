@@ -28,11 +28,16 @@ LumVoxRpc::RpcServer::Options ServerOptions() {
     return LumVoxRpc::RpcServer::Options().SetBasePath(kInventoryPath + 1);
 }
 
+LumVoxRpc::Description Description() {
+    return {"LumInventory", {}, {{"inventory", {{"objectType", "xsd:string"}}, {{"inventory", "xsd:string"}}}}};
+}
+
 }  // namespace
 
 struct InventoryServer::Impl {
     explicit Impl(const LumPalConfig::Configuration_t& configuration) : server(configuration, ServerOptions()) {
         server.Register("inventory", handler);
+        server.Describe(Description());
     }
     InventoryHandler handler;
     LumVoxRpc::RpcServer server;

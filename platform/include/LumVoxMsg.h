@@ -24,6 +24,9 @@ protected:
     struct Response;
     virtual LumPalStr::String_t BasePath() const = 0;
     virtual void Handle(const Request& request, Response& response) = 0;
+    /// Writes the description of what is served, for callers that came to this address.
+    /// @return false, and nothing written, when there is none
+    virtual bool Describe(const LumPalStr::String_t& address, Response& response) const;
 };
 
 /// A handle; copies share one messenger. The first registered handler opens the port;

@@ -3,6 +3,8 @@
 #pragma once
 
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "LumPalConfig.h"
 #include "LumPalExport.h"
@@ -104,6 +106,30 @@ public:
 /// On the wire its parameters are strings in order, whatever their names; its result is the int "result".
 using Function = int (*)(const char* sender, bool authenticated, int count, const char16_t* const* parameters);
 
+/// What a server tells of its methods to clients of any make, as WSDL 1.1: rpc style, literal use.
+struct Description {
+    enum Times { Once, AtMostOnce, AnyNumber };
+    /// An element: an argument, a result, or a child within a type.
+    struct Field {
+        std::string name;
+        std::string type;    ///< "xsd:" and a type of XML Schema, or "m:" and one of this description's types
+        Times times = Once;  ///< of a child; arguments and results come once
+    };
+    /// Elements with children in this order; repeated: the row of them may come any number of times.
+    struct Type {
+        std::string name;
+        std::vector<Field> children;
+        bool repeated = false;
+    };
+    struct Method {
+        std::string name;
+        std::vector<Field> arguments, results;
+    };
+    std::string name;
+    std::vector<Type> types;
+    std::vector<Method> methods;
+};
+
 /// A set of methods below one base path. A handle; null when default-constructed.
 class LUMPAL_API RpcServer : public LumVoxCore::Object {
 public:
@@ -132,6 +158,8 @@ public:
     /// The handler is not owned.
     void Register(const char* name, RpcServerHandler& handler);
     void Register(const char* name, Function function);
+    /// Makes the server answer a GET of its path with the query "wsdl"; without it such a request gets 404.
+    void Describe(const Description& description);
     /// The form in which a server is given to a messenger; lives as long as the server.
     operator LumVoxMsg::MsgHandler*() const;
 };

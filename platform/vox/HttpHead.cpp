@@ -53,6 +53,14 @@ HttpRefusal CheckHead(const HttpHead& head) {
     return CheckLength(head);
 }
 
+bool IsHost(std::string_view text) {
+    const auto fits = [](char c) {
+        return (Lower(c) >= 'a' && Lower(c) <= 'z') ||
+               std::string_view("0123456789-._:[]").find(c) != std::string_view::npos;
+    };
+    return !text.empty() && std::all_of(text.begin(), text.end(), fits);
+}
+
 bool ExpectsContinue(const HttpHead& head) {
     return head.version == 11 && head.Count("Expect") == 1;
 }

@@ -37,6 +37,8 @@ HttpRefusal CheckHead(const HttpHead& head);
 bool ExpectsContinue(const HttpHead& head);
 /// The target without "http://host" and with an empty path as "/"; query gets what follows the first "?".
 std::string_view SplitTarget(std::string_view target, std::string_view& query);
+/// Whether a Host field's value is a name or an address, with a port or without.
+bool IsHost(std::string_view text);
 /// Compares ASCII text without regard to case.
 bool SameWord(std::string_view a, std::string_view b);
 

@@ -264,6 +264,7 @@ private:
     void SkipEmptyLine();
     void ParseHead(std::size_t length);
     void TakeHead(const HttpHead& head);
+    std::string OwnAddress();
     void BeginBody(bool sendContinue);
     void OnContinueSent(error_code error, std::size_t);
     void ReadBody();
@@ -447,12 +448,20 @@ void Session<Stream>::TakeHead(const HttpHead& head) {
     request.query = query;
     request.contentType = head.Only("Content-Type");
     request.authorization = head.Only("Authorization");
+    request.host = head.Count("Host") == 0 ? OwnAddress() : std::string(head.Only("Host"));
     request.peer = peer;
     keepAlive = head.version == 11 && parser->keep_alive();
     if (std::optional<HttpResponse> refusal = core.handler.Screen(request))
         return Respond(std::move(*refusal), keepAlive && parser->is_done());
     request.body = std::make_shared<Blocks>(request.sender.empty() ? core.namelessBudget : core.namedBudget);
     BeginBody(ExpectsContinue(head));
+}
+
+template <class Stream>
+std::string Session<Stream>::OwnAddress() {
+    error_code error;
+    const tcp::endpoint local = Tcp().socket().local_endpoint(error);
+    return error ? std::string() : (std::ostringstream() << local).str();
 }
 
 template <class Stream>

@@ -30,6 +30,7 @@ struct HttpRequest {
     std::string query;          ///< behind the "?"; empty when there is none
     std::string contentType;    ///< as sent
     std::string authorization;  ///< as sent
+    std::string host;           ///< as sent; without one the address and port that the connection came to
     HttpPeer peer;
     /// Who the handler takes the sender for; set by HttpHandler::Screen.
     std::string sender;

@@ -1,6 +1,7 @@
 #include "LumVoxMsg.h"
 #include "MessengerImpl.h"
 #include "MessengerServer.h"
+#include "MsgHandlerAccess.h"
 
 namespace LumVoxMsg {
 
@@ -9,6 +10,10 @@ using LumPalMsg::IllegalStateError_t;
 using LumPalStr::String_t;
 
 MsgHandler::~MsgHandler() = default;
+
+bool MsgHandler::Describe(const String_t&, Response&) const {
+    return false;
+}
 
 Messenger::Impl::Impl(const LumPalConfig::Configuration_t& configuration, const Options& options)
     : configuration(configuration), options(options) {}

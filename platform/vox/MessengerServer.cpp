@@ -31,11 +31,21 @@ void LogFailure(const std::string& path, const String_t& reason) {
     LumPalLog::Log(LumPalMsg::CreateError_t("A request to '%1' failed: %2") << String_t::FromUtf8(path) << reason);
 }
 
+bool AsksForDescription(const HttpRequest& head) {
+    return head.method == "GET" && SameWord(head.query, "wsdl");
+}
+
+/// The address that the request was sent to, for the next ones.
+String_t AddressOf(const HttpRequest& request) {
+    return String_t::FromUtf8((request.peer.tls ? "https://" : "http://") + request.host + request.path);
+}
+
 /// Nothing that a handler does may end the thread that serves it.
-Access::Response Handled(MsgHandler& handler, const Access::Request& request, const std::string& path) {
+template <class Work>
+Access::Response Handled(const std::string& path, Work work) {
     Access::Response response;
     try {
-        Access::Handle(handler, request, response);
+        work(response);
         return response;
     } catch (const std::exception& e) {
         LogFailure(path, String_t::FromUtf8(e.what()));
@@ -154,8 +164,10 @@ std::string MessengerServer::SenderOf(const HttpRequest& head) {
 std::optional<HttpResponse> MessengerServer::Screen(HttpRequest& head) {
     head.sender = SenderOf(head);
     if (!FindRoute(head.path)) return Error(404, "Nothing is served at this path.");
-    // A description of the service will be given here.
-    if (head.method == "GET" && SameWord(head.query, "wsdl")) return Error(404, "There is no description yet.");
+    if (AsksForDescription(head)) {
+        if (!IsHost(head.host)) return Error(400, "The field Host names no host.");
+        return std::nullopt;
+    }
     if (head.method != "POST") {
         HttpResponse refusal = Error(405, "Calls are made with POST.");
         refusal.allow = "POST";
@@ -169,12 +181,25 @@ std::optional<HttpResponse> MessengerServer::Screen(HttpRequest& head) {
 void MessengerServer::Serve(HttpRequest request, HttpReply reply) {
     const std::shared_ptr<Route> route = FindRoute(request.path);
     if (!route) return;
+    if (AsksForDescription(request)) return Describe(*route, request, reply);
     auto message = std::make_shared<Access::Request>(Access::Request{request.sender, std::move(request.body)});
     MsgHandler* const handler = route->handler;
     route->pool.Submit([handler, message, reply, path = std::move(request.path)] {
-        Access::Response response = Handled(*handler, *message, path);
+        Access::Response response =
+            Handled(path, [&](Access::Response& unfinished) { Access::Handle(*handler, *message, unfinished); });
         message->body.reset();
         reply(HttpResponse{response.status, std::move(response.contentType), {}, std::move(response.body)});
+    });
+}
+
+void MessengerServer::Describe(Route& route, const HttpRequest& request, const HttpReply& reply) {
+    const MsgHandler* const handler = route.handler;
+    route.pool.Submit([this, handler, reply, path = request.path, address = AddressOf(request)] {
+        bool described = true;
+        Access::Response response = Handled(
+            path, [&](Access::Response& unfinished) { described = Access::Describe(*handler, address, unfinished); });
+        reply(described ? HttpResponse{response.status, std::move(response.contentType), {}, std::move(response.body)}
+                        : Error(404, "What is served here has no description."));
     });
 }
 

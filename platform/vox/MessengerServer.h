@@ -46,6 +46,7 @@ private:
     void Serve(HttpRequest request, HttpReply reply) override;
     std::string ErrorBody(unsigned status, std::string_view reason, std::string& contentType) override;
 
+    void Describe(Route& route, const HttpRequest& request, const HttpReply& reply);
     HttpResponse Error(unsigned status, const char* reason);
     std::shared_ptr<Route> FindRoute(const std::string& path);
     std::string SenderOf(const HttpRequest& head);

@@ -30,6 +30,9 @@ struct MsgHandler::Access {
     static void Handle(MsgHandler& handler, const Request& request, Response& response) {
         handler.Handle(request, response);
     }
+    static bool Describe(const MsgHandler& handler, const LumPalStr::String_t& address, Response& response) {
+        return handler.Describe(address, response);
+    }
 };
 
 /// Media type of every SOAP answer.

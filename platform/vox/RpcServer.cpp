@@ -9,6 +9,7 @@
 #include "RpcServerCallImpl.h"
 #include "SoapPeek.h"
 #include "SoapReader.h"
+#include "Wsdl.h"
 
 namespace LumVoxRpc {
 
@@ -79,6 +80,11 @@ public:
         methods[name] = method;
     }
 
+    void SetDescription(const Description& newDescription) {
+        const std::lock_guard lock(mutex);
+        description = std::make_shared<const Description>(newDescription);
+    }
+
 private:
     String_t BasePath() const override { return options.basePath; }
 
@@ -92,6 +98,20 @@ private:
         LumVoxMsg::SetFault(response, e.GetFaultCode(), e.GetMessageList());
     } catch (const LumPalXml::SAX::SAXParseException_t& e) {
         LumVoxMsg::SetFault(response, "Client", e.GetMessageList());
+    }
+
+    bool Describe(const String_t& address, Response& response) const override {
+        const std::shared_ptr<const Description> told = GetDescription();
+        if (!told) return false;
+        response.contentType = LumVoxMsg::kSoapContentType;
+        response.body = std::make_shared<LumVoxMsg::Blocks>();
+        WriteWsdl(LumVoxMsg::WriteBlocks(response.body), *told, address);
+        return true;
+    }
+
+    std::shared_ptr<const Description> GetDescription() const {
+        const std::lock_guard lock(mutex);
+        return description;
     }
 
     Method Find(const String_t& name) {
@@ -113,9 +133,10 @@ private:
     }
 
     const RpcServer::Options options;
-    std::mutex oneCall;  ///< held during a call when calls run one after another
-    std::mutex mutex;    ///< guards methods
+    std::mutex oneCall;        ///< held during a call when calls run one after another
+    mutable std::mutex mutex;  ///< guards what follows
     std::map<String_t, Method> methods;
+    std::shared_ptr<const Description> description;
 };
 
 namespace {
@@ -136,6 +157,10 @@ void RpcServer::Register(const char* name, RpcServerHandler& handler) {
 
 void RpcServer::Register(const char* name, Function function) {
     ImplOf(implementation).Register(name, function);
+}
+
+void RpcServer::Describe(const Description& description) {
+    ImplOf(implementation).SetDescription(description);
 }
 
 RpcServer::operator LumVoxMsg::MsgHandler*() const {

@@ -52,6 +52,12 @@ class InstalledTree(unittest.TestCase):
             self.assertEqual(run(build / "outside", EXAMPLE, "localhost", env=node.environment()),
                              "7c1f6a52-2d0e-4b39-9d77-0b6f8a1e4c11\n1\n")
 
+    def test_each_program_comes_with_its_manual_page_and_its_completion(self):
+        for program in (self.prefix / "bin").iterdir():
+            self.assertEqual(len(list((self.prefix / "share/man").glob(f"man[18]/{program.name}.[18]"))), 1, program)
+            completion = self.prefix / f"share/bash-completion/completions/{program.name}"
+            self.assertIn(program.name, run("bash", "--norc", "-c", f"source '{completion}'; complete -p"))
+
     def test_the_package_refuses_a_request_for_another_major_version(self):
         source = self.folder / "wrong"
         source.mkdir()

@@ -76,3 +76,11 @@ TEST(HttpHead, ATargetHasPathAndQuery) {
         EXPECT_EQ(query, row.query) << row.target;
     }
 }
+
+TEST(HttpHead, AHostIsANameOrAnAddressWithAPortOrWithout) {
+    for (const char* host : {"a", "A.example:1", "1.2.3.4", "[::1]:7443", "a_b-c"})
+        EXPECT_TRUE(LumVoxMsg::IsHost(host)) << host;
+    for (const char* host :
+         {"", " ", "a b", "a/", "a\\b", "a?b", "a#b", "u@a", "a\"", "<a>", "a&b", "a%20b", "\xC3\xA4"})
+        EXPECT_FALSE(LumVoxMsg::IsHost(host)) << host;
+}

@@ -1,0 +1,174 @@
+#!/usr/bin/python3
+"""What the tab key offers in bash for the command lines of the programs."""
+import os
+import pathlib
+import pty
+import re
+import select
+import subprocess
+import tempfile
+import time
+import unittest
+
+from node import EXAMPLES, PATIENCE_S, ROOT, TOOLS, Node, write_policy
+
+COMPLETION = ROOT / "packaging/completion/lumpolicy"
+SCRIPT = """
+source "$1"
+COMP_LINE=$2 COMP_POINT=${#2}
+_lum "${2%% *}" "$3" ""
+printf '%s\\n' "${COMPREPLY[@]}"
+"""
+
+
+def environment(node=None):
+    inherited = node.environment() if node else dict(os.environ, LUM_ROOT="/nowhere")
+    return {**inherited, "PATH": f"{TOOLS}:{os.environ['PATH']}", "LC_ALL": "C.UTF-8"}
+
+
+def offered(line, node=None, folder=None):
+    """What is offered at the end of the line."""
+    word = re.split(r"[\s=:]", line)[-1]  # as bash parts words for completion
+    done = subprocess.run(["bash", "--norc", "-c", SCRIPT, "bash", COMPLETION, line, word], env=environment(node),
+                          cwd=folder, stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=PATIENCE_S)
+    assert done.returncode == 0 and not done.stderr, done
+    return done.stdout.split("\n")[:-1] if done.stdout != "\n" else []
+
+
+def help_of(*command):
+    return subprocess.run([TOOLS / command[0], *command[1:], "--help"], stdin=subprocess.DEVNULL, capture_output=True,
+                          text=True, check=True).stdout
+
+
+def options_in(text):
+    return {word for words in re.findall(r"^  (-\S+)", text, re.M) for word in words.split(",")}
+
+
+COMMANDS = re.findall(r"^  (\S+)", help_of("lumpolicy").split("Subcommands:")[1].split("\n\n")[0], re.M)
+
+
+class Words(unittest.TestCase):
+    def test_the_commands_are_offered(self):
+        self.assertGreater(len(COMMANDS), 16)
+        self.assertEqual(offered("lumpolicy "), [*COMMANDS, "help"])
+        self.assertEqual(offered("lumpolicy remove-"), ["remove-category", "remove-attribute"])
+        self.assertEqual(offered("lumpolicy help re"), ["remove", "remove-category", "remove-attribute", "reinit"])
+        self.assertEqual(set(offered("lumpolicy -")), {"-h", "--help", "--version"})
+
+    def test_every_option_of_every_command_is_offered(self):
+        for command in COMMANDS:
+            with self.subTest(command):
+                self.assertEqual(set(offered(f"lumpolicy {command} -")), options_in(help_of("lumpolicy", command)))
+
+    def test_the_options_of_the_other_programs_are_offered(self):
+        for tool in ("lumevents", "lumconfd"):
+            self.assertEqual(set(offered(f"{tool} -")), options_in(help_of(tool)))
+
+    def test_options_stand_behind_other_words_too(self):
+        self.assertEqual(offered("lumpolicy install --force-s"), ["--force-state"])
+        self.assertEqual(offered("lumpolicy list --json --type backup --par"), ["--parallel"])
+        self.assertEqual(offered("lumpolicy add-category x --dry"), ["--dry-run"])
+        self.assertIn("--quiet", offered("lumpolicy reinit "))
+
+    def test_where_only_the_user_knows_nothing_is_offered(self):
+        for line in ("lumpolicy list --name ", "lumpolicy list --parallel ", "lumpolicy install --owner -",
+                     "lumpolicy set-owner ", "lumpolicy dance ", "lumpolicy dance --", "lumevents ",
+                     "lumevents --count ", "lumpolicy zzz"):
+            with self.subTest(line):
+                self.assertEqual(offered(line), [])
+
+    def test_a_program_that_is_not_there_is_borne_in_silence(self):
+        self.assertEqual(offered("/nowhere/lumpolicy list --"), [])
+
+
+class Files(unittest.TestCase):
+    def setUp(self):
+        scratch = tempfile.TemporaryDirectory(prefix="lumcompletion.")
+        self.addCleanup(scratch.cleanup)
+        self.folder = pathlib.Path(scratch.name)
+        for name in ("a_header.xml", "b c_header.xml", "a.conf", "nodes"):
+            (self.folder / name).write_text("")
+        (self.folder / "deeper").mkdir()
+
+    def test_headers_and_folders_are_offered_where_headers_are_wanted(self):
+        for command in ("install", "validate"):
+            self.assertEqual(sorted(offered(f"lumpolicy {command} ", folder=self.folder)),
+                             ["a_header.xml", "b c_header.xml", "deeper"])
+        self.assertEqual(offered("lumpolicy install --enable a_header.xml b", folder=self.folder), ["b c_header.xml"])
+        prefix = f"{EXAMPLES}/7c1f"
+        self.assertEqual(offered(f"lumpolicy validate {prefix}"),
+                         [f"{EXAMPLES}/7c1f6a52-2d0e-4b39-9d77-0b6f8a1e4c11_header.xml"])
+
+    def test_any_file_is_offered_for_options_that_name_one(self):
+        everything = ["a.conf", "a_header.xml", "b c_header.xml", "deeper", "nodes"]
+        for line in ("lumpolicy list --hosts-file ", "lumpolicy list --hosts-file=", "lumpolicy dump -o ",
+                     "lumpolicy dump --output "):
+            self.assertEqual(sorted(offered(line, folder=self.folder)), everything, line)
+        self.assertEqual(offered("lumpolicy list --hosts-file no", folder=self.folder), ["nodes"])
+
+    def test_folders_are_offered_for_a_root(self):
+        for tool in ("lumevents", "lumconfd"):
+            self.assertEqual(offered(f"{tool} --root ", folder=self.folder), ["deeper"])
+
+    def test_a_folder_is_offered_once(self):
+        (self.folder / "odd_header.xml").mkdir()
+        self.assertEqual(offered("lumpolicy install odd", folder=self.folder), ["odd_header.xml"])
+
+
+class Ids(unittest.TestCase):
+    def test_the_ids_of_the_nodes_policies_are_offered(self):
+        with Node() as node:
+            self.assertEqual(offered("lumpolicy list --id ", node), [])
+            for policy_id in ("abc-1", "abc-2", "x"):
+                path = write_policy(node.folder / "source", policy_id, name=policy_id)
+                self.assertEqual(node.policy("install", "--no-notify", path).code, 0)
+            self.assertEqual(sorted(offered("lumpolicy list --id ", node)), ["abc-1", "abc-2", "x"])
+            self.assertEqual(sorted(offered("lumpolicy remove --dry-run --id a", node)), ["abc-1", "abc-2"])
+            self.assertEqual(offered("lumpolicy show --id=x", node), ["x"])
+            self.assertEqual(offered(f"lumpolicy list --host 127.0.0.1:{node.port} --id a", node), [],
+                             "the node that is named is asked, and it cannot be reached this way")
+
+    def test_an_id_cannot_become_a_command(self):
+        with Node() as node:
+            for policy_id in ("$(touch x)", "a;b", "q'r"):
+                path = write_policy(node.folder / "source", policy_id, name=policy_id)
+                self.assertEqual(node.policy("install", "--no-notify", path).code, 0)
+            self.assertEqual(sorted(offered("lumpolicy list --id ", node)),
+                             sorted([r"\$\(touch\ x\)", r"a\;b", r"q\'r"]))
+
+    def test_without_a_node_nothing_is_offered_and_nothing_said(self):
+        self.assertEqual(offered("lumpolicy remove --id "), [])
+
+
+class TheShellItself(unittest.TestCase):
+    def test_the_tab_key_completes_a_command_in_an_interactive_shell(self):
+        pid, terminal = pty.fork()
+        if pid == 0:
+            os.execvpe("bash", ["bash", "--norc", "--noprofile", "-i"], environment())
+        try:
+            os.write(terminal, f"source '{COMPLETION}'\nlumpolicy rein\t--he\t\n".encode())
+            self.assertIn(b"Usage: lumpolicy reinit", self.read_until(terminal, b"Usage: lumpolicy reinit"))
+        finally:
+            os.write(terminal, b"\nexit\n")
+            self.read_until(terminal, None)
+            os.close(terminal)
+            os.waitpid(pid, 0)
+
+    def read_until(self, terminal, wanted):
+        """What the terminal shows until it shows this, or until its end."""
+        shown, end = b"", time.monotonic() + PATIENCE_S
+        while (wanted is None or wanted not in shown) and time.monotonic() < end:
+            if not select.select([terminal], [], [], 1)[0]:
+                continue
+            try:
+                more = os.read(terminal, 65536)
+            except OSError:  # the shell has ended
+                break
+            if not more:
+                break
+            shown += more
+        return shown
+
+
+if __name__ == "__main__":
+    unittest.main()
