@@ -15,6 +15,7 @@ from node import EXAMPLES, PATIENCE_S, ROOT, TOOLS, Node, write_policy
 COMPLETION = ROOT / "packaging/completion/lumpolicy"
 SCRIPT = """
 source "$1"
+_lum_patience_s=$4
 COMP_LINE=$2 COMP_POINT=${#2}
 _lum "${2%% *}" "$3" ""
 printf '%s\\n' "${COMPREPLY[@]}"
@@ -29,8 +30,9 @@ def environment(node=None):
 def offered(line, node=None, folder=None):
     """What is offered at the end of the line."""
     word = re.split(r"[\s=:]", line)[-1]  # as bash parts words for completion
-    done = subprocess.run(["bash", "--norc", "-c", SCRIPT, "bash", COMPLETION, line, word], env=environment(node),
-                          cwd=folder, stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=PATIENCE_S)
+    done = subprocess.run(["bash", "--norc", "-c", SCRIPT, "bash", COMPLETION, line, word, str(PATIENCE_S)],
+                          env=environment(node), cwd=folder, stdin=subprocess.DEVNULL, capture_output=True, text=True,
+                          timeout=4 * PATIENCE_S)
     assert done.returncode == 0 and not done.stderr, done
     return done.stdout.split("\n")[:-1] if done.stdout != "\n" else []
 
@@ -146,7 +148,7 @@ class TheShellItself(unittest.TestCase):
         if pid == 0:
             os.execvpe("bash", ["bash", "--norc", "--noprofile", "-i"], environment())
         try:
-            os.write(terminal, f"source '{COMPLETION}'\nlumpolicy rein\t--he\t\n".encode())
+            os.write(terminal, f"source '{COMPLETION}'\n_lum_patience_s={PATIENCE_S}\nlumpolicy rein\t--he\t\n".encode())
             self.assertIn(b"Usage: lumpolicy reinit", self.read_until(terminal, b"Usage: lumpolicy reinit"))
         finally:
             os.write(terminal, b"\nexit\n")
