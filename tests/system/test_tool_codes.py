@@ -131,7 +131,8 @@ class Codes(ToolTest):
 
     def test_unreachable(self):
         self.assert_code(self.node.policy("list", "--host", f"localhost:{free_port()}"), UNREACHABLE)
-        self.assert_code(self.node.policy("list", "--host", "no-such-host.invalid"), UNREACHABLE, "no-such-host.invalid")
+        nowhere = "no-such-host.invalid"
+        self.assert_code(self.node.policy("list", "--host", nowhere), UNREACHABLE, nowhere)
         for what, answer in (("silence", None), ("an end without an answer", b""), ("no HTTP", b"hello\r\n\r\n"),
                              ("half an answer", list_answer(1)[:-20]),
                              ("another server", http(b"<html/>", "404 Not Found")),
