@@ -43,9 +43,12 @@ private:
     std::thread thread;
 };
 
+/// Seconds of the slowest of a hundred requests.
 double SlowestPercent(const Node& node, int requests) {
+    const auto ask = [&] { return Seconds([&] { node.Client().Notify("localhost"); }); };
+    for (int i = requests / 10; i > 0; --i) ask();  // until connections that came or went are dealt with
     std::vector<double> times;
-    for (int i = 0; i < requests; ++i) times.push_back(Seconds([&] { node.Client().Notify("localhost"); }));
+    for (int i = 0; i < requests; ++i) times.push_back(ask());
     return Quantile(times, 0.99);
 }
 
@@ -53,12 +56,12 @@ double SlowestPercent(const Node& node, int requests) {
 
 void MeasureCrowd(Session& session) {
     const Node& node = Node::Get();
-    const int requests = session.Choose(6000, 10);
+    const int requests = session.Choose(1000, 10);
     const auto beside = [&] {
         const Crowd crowd(session.Choose(1000, 20), session.Choose(50, 5), node.GetPort());
         return SlowestPercent(node, requests);
     };
-    const Pairs pairs = RunPairs(session.Choose(11, 1), beside, [&] { return SlowestPercent(node, requests); });
+    const Pairs pairs = RunPairs(session.Choose(41, 1), beside, [&] { return SlowestPercent(node, requests); });
     session.Add({"policyOp beside 1,050 connections", pairs.Ratios(), 1.5, "99th percentile " + Times(pairs)});
 }
 
