@@ -106,8 +106,8 @@ void PolicyContainerImpl::Insert(PolicyHeaderImpl* newcomer) {
     if (!newcomer) Raise<LumPalMsg::IllegalArgumentError_t>(msg::InsertNullHeader);
     const HeaderPtr header(newcomer);
     header->SetDataReadAllowed(true);
-    const PolicyRecord record = header->Snapshot();
-    const String_t key = NameKey(record.name, record.typeName);
+    const PolicyKeys keys = header->GetKeys();
+    const String_t key = NameKey(keys.name, keys.typeName);
 
     HeaderPtr sameId, sameKey;  // the replaced ones go when the mutex is free again
     const std::lock_guard lock(mutex);
@@ -117,14 +117,14 @@ void PolicyContainerImpl::Insert(PolicyHeaderImpl* newcomer) {
         sameKey = EraseLocked(policies.find(named->second));
         named = nameToId.erase(named);
     }
-    nameToId.emplace_hint(named, key, record.containerId);
-    auto position = policies.lower_bound(record.containerId);
-    if (position != policies.end() && position->first == record.containerId) {
+    nameToId.emplace_hint(named, key, keys.containerId);
+    auto position = policies.lower_bound(keys.containerId);
+    if (position != policies.end() && position->first == keys.containerId) {
         const auto next = std::next(position);
         sameId = EraseLocked(position);
         position = next;
     }
-    policies.emplace_hint(position, record.containerId, Entry{header, CountTypeLocked(record.typeName)});
+    policies.emplace_hint(position, keys.containerId, Entry{header, CountTypeLocked(keys.typeName)});
     indexValid = false;
 }
 
@@ -189,8 +189,8 @@ bool PolicyContainerImpl::Erase(const String_t& id) {
     const std::lock_guard lock(mutex);
     header = EraseLocked(policies.find(id));
     if (!header) return false;
-    const PolicyRecord record = header->Snapshot();
-    nameToId.erase(NameKey(record.name, record.typeName));
+    const PolicyKeys keys = header->GetKeys();
+    nameToId.erase(NameKey(keys.name, keys.typeName));
     return true;
 }
 

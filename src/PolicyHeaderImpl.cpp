@@ -86,6 +86,11 @@ PolicyRecord PolicyHeaderImpl::Snapshot() const {
     return record;
 }
 
+PolicyKeys PolicyHeaderImpl::GetKeys() const {
+    const std::lock_guard lock(Guard());
+    return {record.containerId, record.name, record.typeName};
+}
+
 String_t PolicyHeaderImpl::Get(String_t PolicyRecord::*field) const {
     const std::lock_guard lock(Guard());
     return record.*field;

@@ -33,6 +33,11 @@ struct PolicyRecord {
     std::vector<LumPalPtr::RefPtr_t<PolicyAttributeImpl>> attributes;
 };
 
+/// What a policy is found by.
+struct PolicyKeys {
+    LumPalStr::String_t containerId, name, typeName;
+};
+
 /// The record of one policy. Every call is atomic by itself and any thread may make it: the fields are guarded by a
 /// mutex of a small pool that all headers share (chosen by address, a leaf: nothing else is locked inside).
 /// Who needs several fields of one moment takes a Snapshot.
@@ -43,6 +48,8 @@ public:
 
     /// All plain fields of one moment.
     PolicyRecord Snapshot() const;
+    /// What a container finds the policy by, of one moment.
+    PolicyKeys GetKeys() const;
 
     LumPalStr::String_t GetContainerId() const;
     LumPalStr::String_t GetVersionId() const;

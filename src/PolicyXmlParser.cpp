@@ -17,7 +17,7 @@ namespace {
 constexpr std::uint32_t kMostLevels = 1000;
 
 void OpenAndParse(const File_t& file, PolicyXmlHandler& handler) {
-    LumPalIo::BufferedInputStream_t stream{LumPalIo::FileInputStream_t(file.GetAbsolutePath())};
+    LumPalIo::FileInputStream_t stream(file.GetAbsolutePath());  // the parser reads in blocks itself
     PolicyXmlParser::Parse(stream, handler);
     stream.Close();
 }

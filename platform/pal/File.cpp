@@ -35,7 +35,11 @@ String_t Join(const String_t& directory, const String_t& name) {
     const bool ends = IsSeparator(directory.LastChar());
     const bool begins = IsSeparator(name.GetAt(0));
     if (ends && begins) return directory + name.Mid(1);
-    return ends || begins ? directory + name : directory + File_t::Separator() + name;
+    String_t path;
+    path.Reserve(directory.GetLength() + name.GetLength() + 1);
+    path.Append(directory);
+    if (!ends && !begins) path.Append(File_t::Separator());
+    return path.Append(name);
 }
 
 }  // namespace

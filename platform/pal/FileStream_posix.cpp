@@ -61,11 +61,12 @@ private:
         int error = fstat(number, &status) == 0 ? 0 : errno;
         if (error == 0 && S_ISDIR(status.st_mode)) error = EISDIR;
         if (error == 0 && !S_ISREG(status.st_mode) && !S_ISCHR(status.st_mode)) error = ENOTSUP;
-        if (error == 0 && fcntl(number, F_SETFL, fcntl(number, F_GETFL) & ~O_NONBLOCK) != 0) error = errno;
+        if (error == 0 && S_ISCHR(status.st_mode)) error = Wait();  // for a file the flag says nothing
         if (error == 0) return;
         close(std::exchange(number, -1));
         Fail("Cannot open file", error);
     }
+    int Wait() const { return fcntl(number, F_SETFL, fcntl(number, F_GETFL) & ~O_NONBLOCK) == 0 ? 0 : errno; }
 
     String_t path;
     NativePath native;
@@ -83,14 +84,14 @@ public:
             got = read(file.Get(), target, length);
         } while (got < 0 && errno == EINTR);
         if (got < 0) file.Fail("Cannot read file", errno);
+        position += got;
         return got == 0 ? -1 : got;
     }
 
     std::size_t Available() override {
         struct stat status {};
         if (fstat(file.Get(), &status) == 0 && S_ISREG(status.st_mode)) {
-            const off_t left = status.st_size - lseek(file.Get(), 0, SEEK_CUR);
-            return static_cast<std::size_t>(std::max<off_t>(left, 0));
+            return static_cast<std::size_t>(std::max<off_t>(status.st_size - position, 0));
         }
         int waiting = 0;
         return ioctl(file.Get(), FIONREAD, &waiting) == 0 ? static_cast<std::size_t>(waiting) : 0;
@@ -100,6 +101,7 @@ public:
 
 private:
     Descriptor file;
+    off_t position = 0;  ///< bytes read so far: nobody else moves in this open file
 };
 
 class FileOutput : public OutputStream_t::Impl {

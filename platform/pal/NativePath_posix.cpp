@@ -7,6 +7,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "StringAscii.h"
+
 namespace LumPalIo {
 namespace {
 
@@ -40,6 +42,7 @@ std::string EscapedBytes(std::u16string_view path) {
 }
 
 bool HasSurrogateAlone(std::u16string_view path) {
+    if (LumPalStr::Ascii::Prefix(path.data(), path.size()) == path.size()) return false;
     for (std::size_t i = 0; i < path.size();) {
         UChar32 point = 0;
         U16_NEXT(path.data(), i, path.size(), point);
@@ -52,6 +55,7 @@ bool HasSurrogateAlone(std::u16string_view path) {
 
 String_t PathFromNative(const char* name) {
     const auto length = std::strlen(name);
+    if (LumPalStr::Ascii::Prefix(name, length) == length) return String_t(name);
     String_t text;
     for (std::size_t i = 0; i < length;) {
         const std::size_t start = i;
