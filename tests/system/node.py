@@ -128,14 +128,16 @@ class Node:
         return {**inherited, "LUM_ROOT": str(self.root), **more}
 
     def start(self, **environment):
-        with open(self.folder / "lumconfd.err", "ab") as log:
+        log_path = self.folder / "lumconfd.err"
+        # Before the start: the daemon may have said all of it when this process runs again.
+        offset = len(self.log) if log_path.exists() else 0
+        with open(log_path, "ab") as log:
             self.daemon = subprocess.Popen([TOOLS / "lumconfd"], env=self.environment(**environment),
                                            stdin=subprocess.DEVNULL, stdout=log, stderr=log)
         self.processes.append(self.daemon)
-        offset = len(self.log)
 
         def serving_or_dead():
-            return "serving the node" in self.log[max(0, offset - 1):] or self.daemon.poll() is not None
+            return "serving the node" in self.log[offset:] or self.daemon.poll() is not None
 
         wait_until(serving_or_dead, "the daemon serves")
         if self.daemon.poll() is not None:
