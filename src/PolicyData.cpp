@@ -1,16 +1,27 @@
 #include "PolicyData.h"
 
+#include <optional>
+#include <utility>
+
+#include "Authorization.h"
 #include "LumSecCore.h"
 #include "Messages.h"
 #include "PlainName.h"
 #include "StorePaths.h"
+#include "Trace.h"
 
 namespace LumConf {
 
 using LumPalArray::CharArray_t;
 using LumPalIo::File_t;
+using LumPalStr::String_t;
+using LumSecCore::SecCoreException;
+using LumSecCore::X509Certificate;
 
 namespace {
+
+constexpr unsigned kRightToSign = 256;
+constexpr int kAlgorithm = 0;
 
 /// The file of an installed policy. A name that would leave the type's folder, and a link, name no data file.
 File_t DataFileOf(const PolicyHeaderImpl& header, int index) {
@@ -44,22 +55,88 @@ CharArray_t ReadDataFile(const File_t& file) {
     }
 }
 
+/// Runs one step; a failure of the class becomes a failed check with the row's message.
+template <class Failure, class Row, class Step, class... Args>
+auto Check(const Row& row, Step&& step, const Args&... args) {
+    try {
+        return step();
+    } catch (const Failure& e) {
+        throw Because<SecCoreException>(row, args..., e);
+    }
+}
+
+X509Certificate CertificateOf(const PolicyHeaderImpl& header) {
+    const CharArray_t der =
+        Check<LumPalMsg::Exception_t>(msg::CertificateNotDecoded, [&] { return header.GetCertificate(); });
+    const X509Certificate certificate =
+        Check<LumPalMsg::RuntimeException_t>(msg::CertificateNotConverted, [&] { return X509Certificate(der); });
+    // Kept: only the exception counts, not what is returned.
+    Check<LumPalMsg::RuntimeException_t>(msg::CertificateNotValid, [&] { certificate.CheckValidity(); });
+    return certificate;
+}
+
+void CheckSigner(const X509Certificate& certificate) {
+    const String_t alias = certificate.GetSubjectCN();
+    if (!Authorization::GetInstance().IsAuthorized(alias, kRightToSign)) {
+        Raise<SecCoreException>(msg::AliasMayNotSign, alias);
+    }
+}
+
+/// The certificate was issued by one that this node trusts.
+void CheckIssuer(const X509Certificate& certificate) {
+    const String_t issuer = certificate.GetIssuerCN();
+    const LumSecCore::KeyStore store;
+    if (!store.IsTrustedCertEntry(issuer)) Raise<SecCoreException>(msg::IssuerNotTrusted);
+    X509Certificate trusted;
+    Check<LumSecCore::EntryNotFoundException>(
+        msg::IssuerNotInKeyStore, [&] { store.GetCertificate(issuer, trusted); }, issuer);
+    const bool issued = Check<LumPalMsg::IllegalArgumentError_t>(
+        msg::CertificateIllegalArgument, [&] { return certificate.Verify(trusted.GetPublicKey()); });
+    if (!issued) Raise<SecCoreException>(msg::CertificateNotValidated, issuer);
+}
+
+void CheckSignature(const PolicyHeaderImpl& header, int index, const X509Certificate& certificate,
+                    const CharArray_t& content) {
+    LumSecCore::Signature signature(kAlgorithm);
+    Check<LumSecCore::InvalidKeyException>(msg::CertificateNotForVerification,
+                                           [&] { signature.InitVerify(certificate.GetPublicKey()); });
+    signature.Update(content);
+    const CharArray_t bytes =
+        Check<LumPalMsg::RuntimeException_t>(msg::SignatureNotDecoded, [&] { return header.GetSignature(index); });
+    const bool correct =
+        Check<LumSecCore::SignatureException>(msg::SignatureVerifyError, [&] { return signature.Verify(bytes); });
+    if (!correct) Raise<SecCoreException>(msg::SignatureNotCorrect);
+}
+
+/// @return the message of a failed check; null for none. What is no failed check leaves at once.
+std::optional<LumPalMsg::Message_t> FailedCheck(const PolicyHeaderImpl& header, int index, const File_t& file,
+                                                const CharArray_t& content) {
+    const String_t path = file.GetAbsolutePath(), name = header.GetName(), id = header.GetContainerId();
+    try {
+        const X509Certificate certificate = CertificateOf(header);
+        CheckSigner(certificate);
+        CheckIssuer(certificate);
+        CheckSignature(header, index, certificate, content);
+    } catch (const LumSecCore::KeyStoreException& e) {
+        return Make(msg::DataKeyStoreNotAccessible, path, name, id, e);
+    } catch (const SecCoreException& e) {
+        return Make(msg::DataSignatureNotValidated, path, name, id, e);
+    }
+    return std::nullopt;
+}
+
 }  // namespace
 
-void PolicyData::Get(const PolicyHeaderImpl& header, int index, CharArray_t&) {
+void PolicyData::Get(const PolicyHeaderImpl& header, int index, CharArray_t& data) {
     if (!header.IsDataReadAllowed()) Raise<LumPalMsg::IllegalStateError_t>(msg::ReadingDataNotAllowed);
     const File_t file = DataFileOf(header, index);
-    const CharArray_t content = ReadDataFile(file);
-    // What was not verified is never handed out.
-    Raise<LumSecCore::SecCoreException>(msg::DataNotVerifiable, file.GetAbsolutePath());
-}
-
-void PolicyData::Sign(const File_t& headerFile) {
-    Raise<LumSecCore::SecCoreException>(msg::DataNotSignable, headerFile.ToString());
-}
-
-void PolicyData::Sign(const File_t& headerFile, const CharArray_t&) {
-    Raise<LumSecCore::SecCoreException>(msg::DataNotSignable, headerFile.ToString());
+    CharArray_t content = ReadDataFile(file);
+    const std::optional<LumPalMsg::Message_t> failure = FailedCheck(header, index, file, content);
+    // Kept: types that may ignore the check go on with the content; every other caller stops at the exception.
+    data = std::move(content);
+    if (!failure) return;
+    LUMCONF_TRACE(trace::Policy, "Warning: Security check did not succeed for the policy data.");
+    throw SecCoreException(*failure);
 }
 
 }  // namespace LumConf

@@ -294,6 +294,11 @@ void PolicyHeaderImpl::AddSignature(const CharArray_t& base64) {
     signatures.push_back(base64);
 }
 
+void PolicyHeaderImpl::RemoveAllSignatures() {
+    const std::lock_guard lock(Guard());
+    signatures.clear();
+}
+
 int PolicyHeaderImpl::GetSignatureCount() const {
     const std::lock_guard lock(Guard());
     return static_cast<int>(signatures.size());

@@ -108,6 +108,7 @@ public:
 
     /// Base64 text.
     void AddSignature(const LumPalArray::CharArray_t& base64);
+    void RemoveAllSignatures();
     int GetSignatureCount() const;
     std::vector<LumPalArray::CharArray_t> GetRawSignatures() const;
     /// @throws LumPalMsg::IllegalArgumentError_t 35 for an index that names no data file or has no signature

@@ -2,6 +2,7 @@
 /// Certificates, keys and the node's key store.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -38,5 +39,100 @@ struct LUMPAL_API NodeIdentity {
 
 /// Folder of the key store, ending in the separator.
 LUMPAL_API LumPalStr::String_t KeyStoreDirectory();
+
+/// A public or a private key, or none. A handle: copies share. Any thread may use it.
+class LUMPAL_API Key {
+public:
+    Key() = default;
+    bool IsNull() const noexcept { return !impl; }
+
+    struct Impl;
+    /// The library's own.
+    explicit Key(std::shared_ptr<const Impl> impl) : impl(std::move(impl)) {}
+    const std::shared_ptr<const Impl>& GetImpl() const noexcept { return impl; }
+
+private:
+    std::shared_ptr<const Impl> impl;
+};
+
+/// An X.509 certificate (RFC 5280), or none. A handle: copies share. Any thread may use it.
+class LUMPAL_API X509Certificate {
+public:
+    X509Certificate() = default;
+    /// @param der  the encoded bytes, nothing behind them. @throws SecCoreException
+    explicit X509Certificate(const LumPalArray::CharArray_t& der);
+
+    /// @return true. @throws SecCoreException when the certificate is not valid yet, or not any more, or none
+    bool CheckValidity() const;
+    /// The common names; empty where there is not exactly one, or one that holds a control character.
+    LumPalStr::String_t GetSubjectCN() const;
+    LumPalStr::String_t GetIssuerCN() const;
+    /// The end of its validity as "2026-11-21T10:00:00Z"; empty for none.
+    LumPalStr::String_t GetNotAfter() const;
+    /// A null key for a certificate without a usable one.
+    Key GetPublicKey() const;
+    /// Whether the certificate was signed with the key.
+    /// @throws LumPalMsg::IllegalArgumentError_t for a null key and one of another kind than the signature's
+    bool Verify(const Key& key) const;
+    /// The encoded bytes; none for no certificate.
+    void GetEncoded(LumPalArray::CharArray_t& der) const;
+    bool IsNull() const noexcept { return !impl; }
+
+    struct Impl;
+    /// The library's own.
+    explicit X509Certificate(std::shared_ptr<const Impl> impl) : impl(std::move(impl)) {}
+    const std::shared_ptr<const Impl>& GetImpl() const noexcept { return impl; }
+
+private:
+    std::shared_ptr<const Impl> impl;
+};
+
+/// The node's key store: own/<alias>.pem with own/<alias>.key, and trusted/<alias>.pem. Each call reads the files.
+class LUMPAL_API KeyStore {
+public:
+    /// @throws KeyStoreException when the folder is not there or cannot be read
+    KeyStore();
+    /// Whether there is a trusted entry of that name; no for a name that is no alias.
+    bool IsTrustedCertEntry(const LumPalStr::String_t& alias) const;
+    /// The trusted certificate of that name, else the node's own.
+    /// @throws EntryNotFoundException when there is none, also in the file; KeyStoreException for one that is broken
+    void GetCertificate(const LumPalStr::String_t& alias, X509Certificate& certificate) const;
+    /// The node's own certificate of that name. Throws as above.
+    void GetOwnCertificate(const LumPalStr::String_t& alias, X509Certificate& certificate) const;
+    /// The private key. Throws as above.
+    void GetPrivateKey(const LumPalStr::String_t& alias, Key& key) const;
+
+private:
+    LumPalStr::String_t folder;
+};
+
+/// Makes or verifies one signature. RSA keys (2048 bits and more) sign by PKCS#1 v1.5 and EC keys (P-256, P-384) by
+/// ECDSA in DER, both over SHA-256; Ed25519 keys sign the whole message, which is held in memory.
+/// Used by one thread.
+class LUMPAL_API Signature {
+public:
+    /// @param algorithm  0: goes by the key. @throws LumPalMsg::IllegalArgumentError_t for another number
+    explicit Signature(int algorithm);
+    ~Signature();
+    Signature(const Signature&) = delete;
+    Signature& operator=(const Signature&) = delete;
+
+    /// @throws InvalidKeyException for a null key and one of another kind
+    void InitVerify(const Key& publicKey);
+    void InitSign(const Key& privateKey);
+    /// @throws LumPalMsg::IllegalStateError_t before an Init, LumPalMsg::IllegalArgumentError_t for a range that is
+    ///         not in the array
+    void Update(const LumPalArray::CharArray_t& data);
+    void Update(const LumPalArray::CharArray_t& data, std::size_t start, std::size_t length);
+    /// @return whether it is the signature of what was fed
+    /// @throws SignatureException for bytes that no key of this kind can have made; LumPalMsg::IllegalStateError_t
+    bool Verify(const LumPalArray::CharArray_t& signature);
+    /// @return the length of the signature. @throws SignatureException; LumPalMsg::IllegalStateError_t
+    std::size_t Sign(LumPalArray::CharArray_t& signature);
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl;
+};
 
 }  // namespace LumSecCore

@@ -71,27 +71,6 @@ bool IsControl(unsigned char byte) {
     return byte < 0x20 || byte == 0x7F;
 }
 
-/// C1 control characters (U+0080 to U+009F) are C2 80 to C2 9F in UTF-8.
-bool HoldsControl(const std::string& utf8) {
-    if (std::any_of(utf8.begin(), utf8.end(), IsControl)) return true;
-    for (std::size_t at = utf8.find('\xC2'); at != std::string::npos; at = utf8.find('\xC2', at + 1))
-        if (at + 1 < utf8.size() && static_cast<unsigned char>(utf8[at + 1]) < 0xA0) return true;
-    return false;
-}
-
-/// Empty unless the subject has exactly one common name that converts.
-std::string OnlyCommonName(const x509_st* certificate) {
-    const X509_NAME* subject = X509_get_subject_name(certificate);
-    const int first = X509_NAME_get_index_by_NID(subject, NID_commonName, -1);
-    if (first < 0 || X509_NAME_get_index_by_NID(subject, NID_commonName, first) >= 0) return {};
-    unsigned char* bytes = nullptr;
-    const int length = ASN1_STRING_to_UTF8(&bytes, X509_NAME_ENTRY_get_data(X509_NAME_get_entry(subject, first)));
-    if (length < 0) ERR_clear_error();
-    std::string name(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(std::max(length, 0)));
-    OPENSSL_free(bytes);
-    return name;
-}
-
 const char* WhyNoId(const std::string& name) {
     if (name.empty()) return "the subject does not hold exactly one readable common name";
     if (HoldsControl(name)) return "the common name holds a control character";
@@ -103,6 +82,25 @@ const char* WhyNoId(const std::string& name) {
 
 }  // namespace
 
+// C1 control characters (U+0080 to U+009F) are C2 80 to C2 9F in UTF-8.
+bool HoldsControl(const std::string& utf8) {
+    if (std::any_of(utf8.begin(), utf8.end(), IsControl)) return true;
+    for (std::size_t at = utf8.find('\xC2'); at != std::string::npos; at = utf8.find('\xC2', at + 1))
+        if (at + 1 < utf8.size() && static_cast<unsigned char>(utf8[at + 1]) < 0xA0) return true;
+    return false;
+}
+
+std::string OnlyCommonName(const X509_name_st* subject) {
+    const int first = X509_NAME_get_index_by_NID(subject, NID_commonName, -1);
+    if (first < 0 || X509_NAME_get_index_by_NID(subject, NID_commonName, first) >= 0) return {};
+    unsigned char* bytes = nullptr;
+    const int length = ASN1_STRING_to_UTF8(&bytes, X509_NAME_ENTRY_get_data(X509_NAME_get_entry(subject, first)));
+    if (length < 0) ERR_clear_error();
+    std::string name(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(std::max(length, 0)));
+    OPENSSL_free(bytes);
+    return name;
+}
+
 void ConfigureServer(ssl_ctx_st* context, const NodeIdentity& identity) {
     ERR_clear_error();
     SetProtocol(context);
@@ -111,7 +109,7 @@ void ConfigureServer(ssl_ctx_st* context, const NodeIdentity& identity) {
 }
 
 std::string SenderId(const x509_st* certificate, std::string& refusal) {
-    std::string name = OnlyCommonName(certificate);
+    std::string name = OnlyCommonName(X509_get_subject_name(certificate));
     const char* why = WhyNoId(name);
     refusal = why ? why : "";
     return why ? std::string() : name;

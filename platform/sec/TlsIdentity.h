@@ -9,6 +9,7 @@
 // The library's own names for SSL_CTX and X509, so that none of its headers shows here.
 struct ssl_ctx_st;
 struct x509_st;
+struct X509_name_st;
 
 namespace LumSecCore {
 
@@ -22,5 +23,10 @@ void ConfigureServer(ssl_ctx_st* context, const NodeIdentity& identity);
 /// NUL, is longer than 255 bytes, or is reserved (LumSecAuth::IsReservedId).
 /// @param refusal  why the name is empty, for a log
 std::string SenderId(const x509_st* certificate, std::string& refusal);
+
+/// The common name of a subject or issuer as UTF-8: empty when there is not exactly one, or one that does not convert.
+std::string OnlyCommonName(const X509_name_st* name);
+/// Whether the text holds a control character (C0, DEL, C1).
+bool HoldsControl(const std::string& utf8);
 
 }  // namespace LumSecCore

@@ -84,11 +84,14 @@ public:
     void SetDataFileEncoding(const LumPalStr::String_t& encoding) const;
     void SetDataFileChecksum(const LumPalStr::String_t& checksum) const;
 
-    /// Reads a data file of an installed policy and verifies its signature. Only headers that a container holds
-    /// may read. This build has no verification: a file that can be read ends in SecCoreException, and `data`
-    /// is left alone.
+    /// Reads a data file of an installed policy and proves it: the certificate is valid, its holder may sign policies
+    /// for this node (the right "sign"), a trusted certificate issued it, and the signature is right. Each call proves
+    /// anew. Only headers that a container holds may read.
+    /// @param data  the content. It is filled also when the proof fails, for types that may do without; every other
+    ///              caller must not use it then
     /// @throws LumPalMsg::IllegalStateError_t 17 when reading is not allowed; LumPalMsg::IllegalArgumentError_t 16;
-    ///         LumPalIo::FileNotFoundException_t 18; LumPalIo::IOException_t 19; LumSecCore::SecCoreException
+    ///         LumPalIo::FileNotFoundException_t 18; LumPalIo::IOException_t 19; for a proof that fails
+    ///         LumSecCore::SecCoreException 33 with 20 to 31 in its details, or 32 for a key store that is not there
     void GetData(int index, LumPalArray::CharArray_t& data) const;
     void GetData(int index, LumPalArray::CharArray_t& data, LumPalStr::String_t& encoding) const;
 
@@ -114,8 +117,12 @@ public:
     ///         LumPalIo::FileNotFoundException_t 55 (it cannot be made)
     static void Write(const LumPalIo::File_t& file, const PolicyHeader& header);
 
-    /// Sign the data files of a document. This build cannot sign: always raises, and changes nothing.
-    /// @throws LumSecCore::SecCoreException
+    /// Signs the data files, which lie beside the document, and puts the signatures and the certificate in it, in place
+    /// of those that it holds; all else stays. With the node's own identity (CORE_ID), or with that of another own
+    /// entry of the key store. The document is replaced at the very end, by copying over it.
+    /// @throws LumPalMsg::IllegalArgumentError_t 36, 38; LumPalMsg::IllegalStateError_t 37; LumPalIo::IOException_t 39,
+    ///         40, 46, 52; PolicyFileException 41, 51; PolicyHeaderException 43; LumSecCore::KeyStoreException 45;
+    ///         LumPalMsg::RuntimeException_t 47, 49, 50; LumPalIo::FileNotFoundException_t 48
     static void SignData(const LumPalIo::File_t& headerFile);
     static void SignData(const LumPalIo::File_t& headerFile, const LumPalArray::CharArray_t& alias);
 

@@ -20,11 +20,12 @@ struct TestIdentity {
     std::string certificate, key;
 };
 
-/// Issues P-256 certificates.
+/// Issues certificates, for P-256 keys unless asked for another kind.
 class TestAuthority {
 public:
-    explicit TestAuthority(const std::string& name)
-        : key(NewKey()), certificate(Make(name, "", *key, "critical,CA:TRUE", 0)) {}
+    /// @param kind  of the authority's own key
+    explicit TestAuthority(const std::string& name, const std::string& kind = "EC:P-256")
+        : key(NewKey(kind)), certificate(Make(name, "", *key, "critical,CA:TRUE", 0)) {}
     std::string Certificate() const {
         return Text([this](BIO* out) { PEM_write_bio_X509(out, certificate.get()); });
     }
@@ -32,11 +33,15 @@ public:
     /// @param names       as "DNS:localhost,IP:127.0.0.1"; may be empty
     /// @param days        until it ends; below 0 it has ended
     TestIdentity Issue(const std::string& commonName, const std::string& names, int days = 1) const {
-        const Key own = NewKey();
-        const Certificate_ issued = Make(commonName, names, *own, "critical,CA:FALSE", days);
-        return {Text([&](BIO* out) { PEM_write_bio_X509(out, issued.get()); }), Text([&](BIO* out) {
-                    PEM_write_bio_PrivateKey(out, own.get(), nullptr, nullptr, 0, nullptr, nullptr);
-                })};
+        return Issue(commonName, names, days, NewKey());
+    }
+    /// For a key of another kind. @param kind  "RSA:2048", "EC:P-256" or "ED25519"
+    TestIdentity IssueFor(const std::string& kind, const std::string& commonName) const {
+        return Issue(commonName, "", 1, NewKey(kind));
+    }
+    /// One whose time has not come. @param from  days from now
+    TestIdentity IssueLater(const std::string& commonName, int from) const {
+        return Issue(commonName, "", from + 1, NewKey(), from);
     }
 
 private:
@@ -49,7 +54,25 @@ private:
     using Key = std::unique_ptr<EVP_PKEY, Free>;
     using Certificate_ = std::unique_ptr<X509, Free>;
 
+    TestIdentity Issue(const std::string& commonName, const std::string& names, int days, const Key& own,
+                       int from = -10) const {
+        const Certificate_ issued = Make(commonName, names, *own, "critical,CA:FALSE", days, from);
+        return {Text([&](BIO* out) { PEM_write_bio_X509(out, issued.get()); }), Text([&](BIO* out) {
+                    PEM_write_bio_PrivateKey(out, own.get(), nullptr, nullptr, 0, nullptr, nullptr);
+                })};
+    }
+
     static Key NewKey() { return Key(EVP_EC_gen("P-256")); }
+    static Key NewKey(const std::string& kind) {
+        const std::size_t colon = kind.find(':');
+        const std::string name = kind.substr(0, colon), detail = colon == kind.npos ? "" : kind.substr(colon + 1);
+        Key key;
+        if (name == "RSA") key.reset(EVP_PKEY_Q_keygen(nullptr, nullptr, "RSA", std::size_t(std::stoul(detail))));
+        if (name == "EC") key.reset(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", detail.c_str()));
+        if (name == "ED25519") key.reset(EVP_PKEY_Q_keygen(nullptr, nullptr, "ED25519"));
+        if (!key) throw std::runtime_error("no such key: " + kind);
+        return key;
+    }
     template <class Write>
     static std::string Text(Write write) {
         const std::unique_ptr<BIO, Free> out(BIO_new(BIO_s_mem()));
@@ -65,12 +88,12 @@ private:
         X509_add_ext(target, extension.get(), -1);
     }
     Certificate_ Make(const std::string& commonName, const std::string& names, EVP_PKEY& subjectKey,
-                      const std::string& constraints, int days) const {
+                      const std::string& constraints, int days, int from = -10) const {
         static int serial = 0;
         Certificate_ made(X509_new());
         X509_set_version(made.get(), X509_VERSION_3);
         ASN1_INTEGER_set(X509_get_serialNumber(made.get()), ++serial);
-        X509_gmtime_adj(X509_getm_notBefore(made.get()), -10 * 86400L);
+        X509_gmtime_adj(X509_getm_notBefore(made.get()), from * 86400L);
         X509_gmtime_adj(X509_getm_notAfter(made.get()), days == 0 ? 86400L : days * 86400L);
         X509_NAME_add_entry_by_txt(X509_get_subject_name(made.get()), "CN", MBSTRING_UTF8,
                                    reinterpret_cast<const unsigned char*>(commonName.c_str()), -1, -1, 0);

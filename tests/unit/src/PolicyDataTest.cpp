@@ -74,22 +74,4 @@ TEST_F(PolicyHeaderData, ADataFileIsNotFollowedThroughALink) {
     EXPECT_EQ(IdRaised<LumPalIo::FileNotFoundException_t>([&] { header.GetData(0, data); }), 18u);
 }
 
-TEST_F(PolicyHeaderData, DataThatIsNotVerifiedIsNotHandedOut) {
-    policydocs::WriteFile(policydocs::StorePath() / "cron" / "p1.dat", std::string(20000, 'x'));
-    const PolicyHeader header = Loaded(policydocs::Doc());
-    String_t encoding("untouched");
-    EXPECT_THROW(header.GetData(0, data, encoding), LumSecCore::SecCoreException);
-    EXPECT_EQ(data.View(), "untouched");
-    EXPECT_EQ(encoding, "untouched");
-}
-
-TEST_F(PolicyHeaderData, SigningSaysThatItIsNotDoneAndChangesNothing) {
-    const std::string before = policydocs::Doc().Text();
-    const auto path = policydocs::PutInStore(policydocs::Doc());
-    const LumPalIo::File_t file(String_t::FromUtf8(path.string()));
-    EXPECT_THROW(PolicyHeader::SignData(file), LumSecCore::SecCoreException);
-    EXPECT_THROW(PolicyHeader::SignData(file, CharArray_t("alias")), LumSecCore::SecCoreException);
-    EXPECT_EQ(policydocs::ReadFile(path), before);
-}
-
 }  // namespace

@@ -1,0 +1,176 @@
+#include <openssl/ec.h>
+#include <openssl/err.h>
+#include <openssl/evp.h>
+#include <openssl/x509.h>
+
+#include <string>
+
+#include "Crypto.h"
+
+namespace LumSecCore {
+
+using LumPalArray::CharArray_t;
+using LumPalMsg::CreateError_t;
+using LumPalStr::String_t;
+
+namespace {
+
+constexpr int kLeastRsaBits = 2048, kMostRsaBits = 16384;
+constexpr std::size_t kEd25519Bytes = 64;
+
+[[noreturn]] void RefuseKey(const char* text) {
+    CreateError_t message{String_t(text)};
+    message.AddDetails(LastFailure());
+    throw InvalidKeyException(message);
+}
+
+[[noreturn]] void RefuseSignature(const char* text) {
+    CreateError_t message{String_t(text)};
+    message.AddDetails(LastFailure());
+    throw SignatureException(message);
+}
+
+bool IsUsableCurve(EVP_PKEY* key) {
+    char group[64] = "";
+    if (EVP_PKEY_get_group_name(key, group, sizeof group, nullptr) != 1) return false;
+    const std::string name(group);
+    return name == "prime256v1" || name == "P-256" || name == "secp384r1" || name == "P-384";
+}
+
+void CheckKey(const Key& key) {
+    if (key.IsNull()) RefuseKey("There is no key.");
+    EVP_PKEY* const pkey = key.GetImpl()->key.get();
+    const int bits = EVP_PKEY_get_bits(pkey);
+    switch (EVP_PKEY_get_base_id(pkey)) {
+        case EVP_PKEY_RSA:
+            if (bits < kLeastRsaBits || bits > kMostRsaBits) RefuseKey("The RSA key has not 2048 to 16384 bits.");
+            return;
+        case EVP_PKEY_EC:
+            if (!IsUsableCurve(pkey)) RefuseKey("The curve of the key is neither P-256 nor P-384.");
+            return;
+        case EVP_PKEY_ED25519:
+            return;
+        default:
+            RefuseKey("Keys of this kind neither sign nor verify.");
+    }
+}
+
+const unsigned char* Bytes(const CharArray_t& data, std::size_t start = 0) {
+    return reinterpret_cast<const unsigned char*>(data.GetData()) + start;
+}
+
+bool IsEcdsaSignature(const CharArray_t& signature) {
+    const unsigned char* at = Bytes(signature);
+    ECDSA_SIG* parsed = d2i_ECDSA_SIG(nullptr, &at, static_cast<long>(signature.GetLength()));
+    const bool whole = parsed && at == Bytes(signature) + signature.GetLength();
+    ECDSA_SIG_free(parsed);
+    ERR_clear_error();
+    return whole;
+}
+
+/// Whether a key of this kind can have made the bytes.
+bool HasForm(EVP_PKEY* key, const CharArray_t& signature) {
+    switch (EVP_PKEY_get_base_id(key)) {
+        case EVP_PKEY_EC:
+            return IsEcdsaSignature(signature);
+        case EVP_PKEY_ED25519:
+            return signature.GetLength() == kEd25519Bytes;
+        default:
+            return signature.GetLength() == static_cast<std::size_t>(EVP_PKEY_get_size(key));
+    }
+}
+
+}  // namespace
+
+struct Signature::Impl {
+    enum class State { New, Verifying, Signing };
+    State state = State::New;
+    Key key;
+    CryptoPtr<EVP_MD_CTX> context;
+    std::string message;  ///< Ed25519 takes it in one piece
+
+    EVP_PKEY* Pkey() const { return key.GetImpl()->key.get(); }
+    bool IsOnePiece() const { return EVP_PKEY_get_base_id(Pkey()) == EVP_PKEY_ED25519; }
+    const EVP_MD* Digest() const { return IsOnePiece() ? nullptr : EVP_sha256(); }
+    const unsigned char* Message() const { return reinterpret_cast<const unsigned char*>(message.data()); }
+    void Demand(State wanted) const {
+        if (state == wanted) return;
+        throw LumPalMsg::IllegalStateError_t(CreateError_t("The signature is not initialized for this operation."));
+    }
+    void Start(State wanted, const Key& with) {
+        ERR_clear_error();
+        CheckKey(with);
+        key = with;
+        message.clear();
+        state = State::New;
+        context.reset(EVP_MD_CTX_new());
+        const int result = wanted == State::Signing
+                               ? EVP_DigestSignInit(context.get(), nullptr, Digest(), nullptr, Pkey())
+                               : EVP_DigestVerifyInit(context.get(), nullptr, Digest(), nullptr, Pkey());
+        if (result != 1) RefuseKey("The key cannot be used.");
+        state = wanted;
+    }
+};
+
+Signature::Signature(int algorithm) : impl(std::make_unique<Impl>()) {
+    if (algorithm == 0) return;
+    throw LumPalMsg::IllegalArgumentError_t(CreateError_t("There is no signature algorithm '%1'.") << algorithm);
+}
+
+Signature::~Signature() = default;
+
+void Signature::InitVerify(const Key& publicKey) {
+    impl->Start(Impl::State::Verifying, publicKey);
+}
+
+void Signature::InitSign(const Key& privateKey) {
+    impl->Start(Impl::State::Signing, privateKey);
+}
+
+void Signature::Update(const CharArray_t& data) {
+    Update(data, 0, data.GetLength());
+}
+
+void Signature::Update(const CharArray_t& data, std::size_t start, std::size_t length) {
+    if (impl->state == Impl::State::New) impl->Demand(Impl::State::Verifying);
+    if (start > data.GetLength() || length > data.GetLength() - start) {
+        throw LumPalMsg::IllegalArgumentError_t(CreateError_t("The range to sign is not in the array."));
+    }
+    if (impl->IsOnePiece()) {
+        impl->message.append(data.GetData() + start, length);
+        return;
+    }
+    const bool signs = impl->state == Impl::State::Signing;
+    const int result = signs ? EVP_DigestSignUpdate(impl->context.get(), Bytes(data, start), length)
+                             : EVP_DigestVerifyUpdate(impl->context.get(), Bytes(data, start), length);
+    if (result != 1) RefuseSignature("The data cannot be taken.");
+}
+
+bool Signature::Verify(const CharArray_t& signature) {
+    impl->Demand(Impl::State::Verifying);
+    impl->state = Impl::State::New;
+    if (!HasForm(impl->Pkey(), signature)) RefuseSignature("These bytes are no signature of this kind of key.");
+    EVP_MD_CTX* const context = impl->context.get();
+    const int result = impl->IsOnePiece() ? EVP_DigestVerify(context, Bytes(signature), signature.GetLength(),
+                                                             impl->Message(), impl->message.size())
+                                          : EVP_DigestVerifyFinal(context, Bytes(signature), signature.GetLength());
+    ERR_clear_error();
+    return result == 1;
+}
+
+std::size_t Signature::Sign(CharArray_t& signature) {
+    impl->Demand(Impl::State::Signing);
+    impl->state = Impl::State::New;
+    EVP_MD_CTX* const context = impl->context.get();
+    std::size_t length = static_cast<std::size_t>(EVP_PKEY_get_size(impl->Pkey()));
+    signature = CharArray_t(length);
+    auto* const target = reinterpret_cast<unsigned char*>(signature.GetData());
+    const int result = impl->IsOnePiece()
+                           ? EVP_DigestSign(context, target, &length, impl->Message(), impl->message.size())
+                           : EVP_DigestSignFinal(context, target, &length);
+    if (result != 1) RefuseSignature("The signature cannot be made.");
+    signature.Resize(length);
+    return length;
+}
+
+}  // namespace LumSecCore

@@ -1,0 +1,136 @@
+#include <openssl/bio.h>
+#include <openssl/err.h>
+#include <openssl/evp.h>
+#include <openssl/x509.h>
+
+#include <ctime>
+#include <string>
+
+#include "Crypto.h"
+#include "TlsIdentity.h"
+
+namespace LumSecCore {
+
+using LumPalArray::CharArray_t;
+using LumPalMsg::CreateError_t;
+using LumPalStr::String_t;
+
+namespace {
+
+[[noreturn]] void Fail(const char* text) {
+    CreateError_t message{String_t(text)};
+    message.AddDetails(LastFailure());
+    throw SecCoreException(message);
+}
+
+CryptoPtr<X509> Parse(const CharArray_t& der) {
+    const auto* at = reinterpret_cast<const unsigned char*>(der.GetData());
+    const auto* const end = at + der.GetLength();
+    CryptoPtr<X509> parsed(d2i_X509(nullptr, &at, static_cast<long>(der.GetLength())));
+    if (!parsed) Fail("These bytes are no certificate.");
+    if (at != end) Fail("Behind the certificate there are other bytes.");
+    return parsed;
+}
+
+String_t CommonName(const X509_NAME* name) {
+    const std::string utf8 = OnlyCommonName(name);
+    return HoldsControl(utf8) ? String_t("") : String_t::FromUtf8(utf8);
+}
+
+}  // namespace
+
+void FreeCrypto::operator()(evp_pkey_st* object) const noexcept {
+    EVP_PKEY_free(object);
+}
+void FreeCrypto::operator()(x509_st* object) const noexcept {
+    X509_free(object);
+}
+void FreeCrypto::operator()(evp_md_ctx_st* object) const noexcept {
+    EVP_MD_CTX_free(object);
+}
+void FreeCrypto::operator()(bio_st* object) const noexcept {
+    BIO_free(object);
+}
+
+Key MakeKey(CryptoPtr<EVP_PKEY> key) {
+    return Key(std::make_shared<const Key::Impl>(Key::Impl{std::move(key)}));
+}
+
+X509Certificate MakeCertificate(CryptoPtr<X509> certificate) {
+    using Impl = X509Certificate::Impl;
+    return X509Certificate(std::make_shared<const Impl>(Impl{std::move(certificate)}));
+}
+
+LumPalMsg::MessageList_t LastFailure() {
+    LumPalMsg::MessageList_t list;
+    if (const unsigned long code = ERR_peek_last_error()) {
+        char text[256] = "";
+        ERR_error_string_n(code, text, sizeof text);
+        list.Add(CreateError_t(String_t::FromUtf8(text)));
+    }
+    ERR_clear_error();
+    return list;
+}
+
+X509Certificate::X509Certificate(const CharArray_t& der) : X509Certificate(MakeCertificate(Parse(der))) {}
+
+bool X509Certificate::CheckValidity() const {
+    if (IsNull()) Fail("There is no certificate.");
+    const X509* certificate = impl->certificate.get();
+    const int begun = X509_cmp_current_time(X509_get0_notBefore(certificate));
+    const int ended = X509_cmp_current_time(X509_get0_notAfter(certificate));
+    if (begun == 0 || ended == 0) Fail("The certificate tells no time of validity.");
+    if (begun > 0) Fail("The certificate is not valid yet.");
+    if (ended < 0) Fail("The certificate is not valid any more.");
+    return true;
+}
+
+String_t X509Certificate::GetSubjectCN() const {
+    return IsNull() ? String_t("") : CommonName(X509_get_subject_name(impl->certificate.get()));
+}
+
+String_t X509Certificate::GetIssuerCN() const {
+    return IsNull() ? String_t("") : CommonName(X509_get_issuer_name(impl->certificate.get()));
+}
+
+String_t X509Certificate::GetNotAfter() const {
+    std::tm end{};
+    if (IsNull() || ASN1_TIME_to_tm(X509_get0_notAfter(impl->certificate.get()), &end) != 1) return "";
+    char text[32] = "";
+    std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &end);
+    return String_t(text);
+}
+
+Key X509Certificate::GetPublicKey() const {
+    if (IsNull()) return {};
+    CryptoPtr<EVP_PKEY> key(X509_get_pubkey(impl->certificate.get()));
+    if (key) return MakeKey(std::move(key));
+    ERR_clear_error();
+    return {};
+}
+
+bool X509Certificate::Verify(const Key& key) const {
+    if (IsNull() || key.IsNull()) {
+        throw LumPalMsg::IllegalArgumentError_t(CreateError_t("A certificate and a key are needed to verify."));
+    }
+    const int result = X509_verify(impl->certificate.get(), key.GetImpl()->key.get());
+    if (result >= 0) {
+        ERR_clear_error();
+        return result == 1;
+    }
+    CreateError_t message("The certificate cannot be verified with such a key.");
+    message.AddDetails(LastFailure());
+    throw LumPalMsg::IllegalArgumentError_t(message);
+}
+
+void X509Certificate::GetEncoded(CharArray_t& der) const {
+    der = CharArray_t();
+    if (IsNull()) return;
+    unsigned char* bytes = nullptr;
+    const int length = i2d_X509(impl->certificate.get(), &bytes);
+    if (length < 0) Fail("The certificate cannot be encoded.");
+    der = CharArray_t(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(length));
+    OPENSSL_free(bytes);
+}
+
+}  // namespace LumSecCore
