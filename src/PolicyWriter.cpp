@@ -73,6 +73,10 @@ void PolicyWriter::Write(const String_t& oldId) {
     // A document that is changed where it stands is replaced in one step, and never missing.
     if (!IsSame(oldFile, target)) DirectoryImpl::DeleteFile(oldFile);
     DirectoryImpl::MoveOrCopyFile(tempFile, target);
+    // After a crash the folder shows this document, and the data files that came into it before.
+    if (!File_t(targetBase, source->GetTypeName()).Sync()) {
+        LUMCONF_TRACE(trace::Policy, "The folder of '" + target.GetAbsolutePath() + "' cannot be flushed.");
+    }
     DeleteFormerFile(source->GetTypeName(), oldId, target);
     initialized = false;
 }
