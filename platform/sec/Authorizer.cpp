@@ -45,14 +45,18 @@ Rights LoadRights() {
     return rights;
 }
 
-State LoadState() {
-    return State{LoadRights(), CoreId()};
-}
-
 void LogFailure(const char* consequence, const LumPalMsg::Exception_t& cause) {
     LumPalLog::Log(LumPalMsg::CreateError_t(String_t("Cannot load the rights from '%1': ") + consequence)
                        .AddDetails(cause.GetMessageList())
                    << RightsFile().GetAbsolutePath());
+}
+
+/// The file's rights, or the given ones when it cannot be read.
+Rights RightsOr(const Rights& lastGood, const char* consequence) try {
+    return LoadRights();
+} catch (const LumPalMsg::Exception_t& e) {
+    LogFailure(consequence, e);
+    return lastGood;
 }
 
 /// The node's own administrator and its core id hold every right on it but signing.
@@ -77,19 +81,23 @@ struct Authorizer::Impl {
         const std::lock_guard lock(mutex);
         state.swap(shared);
     }
+    /// Takes up what the node is called and what the file grants now; of a broken file the rights held so far stay.
+    void Load(const char* consequence) try {
+        // One at a time: who read the file before a change must not set its rights behind who read it afterwards.
+        const std::lock_guard lock(loading);
+        const String_t coreId = CoreId();
+        Set(State{RightsOr(Get()->rights, consequence), coreId});
+    } catch (const LumPalMsg::Exception_t& e) {
+        LogFailure(consequence, e);
+    }
 
-    std::mutex mutex;
+    std::mutex loading;
+    std::mutex mutex;  ///< guards what follows
     std::shared_ptr<const State> state = std::make_shared<State>();
 };
 
 Authorizer::Authorizer() : impl(std::make_unique<Impl>()) {
-    try {
-        const String_t coreId = CoreId();
-        impl->Set(State{Rights(), coreId});
-        impl->Set(State{LoadRights(), coreId});
-    } catch (const LumPalMsg::Exception_t& e) {
-        LogFailure("no sender holds any right from it.", e);
-    }
+    impl->Load("no sender holds any right from it.");
 }
 
 Authorizer::~Authorizer() = default;
@@ -102,11 +110,7 @@ bool Authorizer::IsAllowed(const String_t& sender, const String_t& domain, unsig
 }
 
 void Authorizer::Update() {
-    try {
-        impl->Set(LoadState());
-    } catch (const LumPalMsg::Exception_t& e) {
-        LogFailure("the last good ones stay.", e);
-    }
+    impl->Load("the last good ones stay.");
 }
 
 }  // namespace LumSecAuth

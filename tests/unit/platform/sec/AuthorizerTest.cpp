@@ -3,6 +3,7 @@
 #include <atomic>
 #include <filesystem>
 #include <thread>
+#include <vector>
 
 #include "CapturedLog.h"
 #include "Configure.h"
@@ -156,6 +157,48 @@ TEST_F(AuthorizerTest, ABrokenFileKeepsTheLastGoodRights) {
     authorizer.Update();
     EXPECT_EQ(Held(authorizer, "sender"), 1u);
     EXPECT_TRUE(log.Holds("the last good ones stay")) << log.Text();
+}
+
+TEST_F(AuthorizerTest, ABrokenFileDoesNotKeepTheNodesFormerNameAlive) {
+    Configure("sec.core", "CORE_ID", "node-1");
+    WriteRights("[conf]\nsender=install\n");
+    Authorizer authorizer;
+    Configure("sec.core", "CORE_ID", "node-2");
+    WriteRights("[conf]\nthis is no line\n");
+    authorizer.Update();
+    EXPECT_EQ(Held(authorizer, "node-1"), 0u);
+    EXPECT_EQ(Held(authorizer, "node-2"), 255u);
+    EXPECT_EQ(Held(authorizer, "sender"), 1u);
+}
+
+TEST_F(AuthorizerTest, ABrokenConfigurationKeepsEverythingAsItWas) {
+    Configure("sec.core", "CORE_ID", "node-1");
+    WriteRights("[conf]\nsender=install\n");
+    Authorizer authorizer;
+    WriteText(root.Native() + "/etc/pal/config/local_settings.ini", "neither\n");
+    WriteRights("[conf]\nsender=list\n");
+    authorizer.Update();
+    EXPECT_EQ(Held(authorizer, "node-1"), 255u);
+    EXPECT_EQ(Held(authorizer, "sender"), 1u);
+    EXPECT_TRUE(log.Holds("the last good ones stay")) << log.Text();
+}
+
+TEST_F(AuthorizerTest, AnUpdateIsNotUndoneByAnotherThatBeganBeforeTheChange) {
+    WriteRights("[conf]\nsender=install\n");
+    Authorizer authorizer;
+    std::atomic<bool> stop{false};
+    std::vector<std::jthread> others;
+    for (int i = 0; i < 3; ++i) {
+        others.emplace_back([&] {
+            while (!stop) authorizer.Update();
+        });
+    }
+    for (int round = 0; round < 100; ++round) {
+        WriteRights(round % 2 ? "[conf]\nsender=install\n" : "[conf]\nsender=list\n");
+        authorizer.Update();
+        for (int i = 0; i < 20; ++i) EXPECT_EQ(Held(authorizer, "sender"), round % 2 ? 1u : 16u) << round;
+    }
+    stop = true;
 }
 
 TEST_F(AuthorizerTest, ABrokenFileAtTheStartGrantsNothing) {
