@@ -209,6 +209,8 @@ class Ports(TlsTest):
         node.daemon.send_signal(signal.SIGHUP)
         wait_until(lambda: not (node.root / "etc/local.secret").exists(), "the secret goes")
         self.assertEqual(self.ask(node, issued=self.operator).value(), wire.NO_POLICIES)
+        self.assertEqual(self.ask(node, fields=[f"Authorization: {secret}"]).value(), wire.NOT_AUTHORIZED,
+                         "what opened the plain road opens nothing over TLS")
         with wire.Connection(node.port) as connection:
             answer = connection.exchange(wire.post(wire.list_call(), secret=secret))
             self.assertIsNone(answer, "the plain road is closed")

@@ -169,7 +169,7 @@ TEST_F(SendersTest, ARightThatIsTakenBackIsGoneAfterTheNextUpdate) {
     EXPECT_EQ(As("sixteen").List().value, 8);
 }
 
-TEST_F(SendersTest, TheSecretOfTheLocalRoadIsWorthNothingOverTls) {
+TEST_F(SendersTest, OverTlsThereIsNoSecretOfTheLocalRoad) {
     EXPECT_FALSE(std::filesystem::exists(node.Root() + "/etc/local.secret"));
 }
 

@@ -215,13 +215,32 @@ TEST_F(NotifyStoreTest, AsynchronousAnInstallDoesNotWait) {
     EXPECT_EQ(value, "a");
 }
 
-TEST_F(NotifyStoreTest, ARemoveNeverWaits) {
-    String_t events[] = {"REMOVE_POLICY:*", "LAST_POLICY:*", "ENABLE_POLICY:*", "DISABLE_POLICY:*"};
-    LumCtrl::Component silent("silent", events, 4);
-    Do(store, "last t,remove t a,enable t b,disable t c,send");
+TEST_F(NotifyStoreTest, OnlyTheTriggerOfAnInstallWaits) {
+    // Whoever waited for a component that never acknowledges would give up after this time, and trace that.
+    Configure("conf.core", "CONTROL_ACK_TIMEOUT", "1");
+    const String_t events[] = {"REMOVE_POLICY:*", "FIRST_POLICY:*", "LAST_POLICY:*", "ENABLE_POLICY:*",
+                               "DISABLE_POLICY:*"};
+    LumCtrl::Component silent("silent", events, 5);
+    Consumer consumer("consumer", {"CHECK_POLICY:*"});
+    TraceLines traced;
+    Do(store, "first t,install t d,last u,remove u a,enable u b,disable u c,send");
+    EXPECT_FALSE(traced.Contains("could not be sent to control service"));
+    EXPECT_EQ(consumer.Heard(), "CHECK_POLICY:t=d");
     String_t event, value;
     EXPECT_TRUE(silent.Next(event, value, 10000));
-    EXPECT_EQ(event, "ENABLE_POLICY:t");
+    EXPECT_EQ(event, "FIRST_POLICY:t");
+}
+
+TEST_F(NotifyStoreTest, AnInstallThatNobodyAcknowledgesFailsTheSend) {
+    Configure("conf.core", "CONTROL_ACK_TIMEOUT", "1");
+    const String_t events[] = {"CHECK_POLICY:*"};
+    LumCtrl::Component silent("silent", events, 1);
+    Do(store, "install t a");
+    auto raised = MessagesOf<ControlException>([this] { store.Send(); });
+    ASSERT_EQ(raised.GetMessageCount(), 1);
+    EXPECT_EQ(raised.GetMessage(0).GetId(), 91u);
+    ASSERT_EQ(raised.GetMessage(0).GetDetails().GetMessageCount(), 1);
+    EXPECT_EQ(raised.GetMessage(0).GetDetails().GetMessage(0).GetId(), 95u);
 }
 
 TEST_F(NotifyStoreTest, AChangeOfTheConfigurationIsTakenUpWithTheNextInstall) {

@@ -59,12 +59,38 @@ TEST_P(RpcPolicyOpRows, ASenderWithTheRightChangesTheSelectedPolicyAndHearsOfIt)
     EXPECT_EQ(reply.value, 1);
     EXPECT_EQ(reply.text, GetParam().answer);
     EXPECT_EQ(Store() == before, GetParam().right == 1 || GetParam().mode == 15);
-    EXPECT_EQ(node.Audited("Failure Audit"), 0);
-    EXPECT_EQ(node.Audited("Calling system: 'local administrator'"), GetParam().mode == 5 ? 0 : 1)
-        << "a change of the owner leaves no line on success\n"
-        << node.AuditText();
+    // A change of the owner leaves no line on success.
+    const std::string audit = GetParam().audit ? GetParam().audit : "";
+    EXPECT_EQ(node.Audited("Success Audit: " + audit), GetParam().audit ? 1 : 0) << node.AuditText();
+    EXPECT_EQ(node.Audited("Calling system: 'local administrator'"), GetParam().audit ? 1 : 0) << node.AuditText();
     EXPECT_EQ(log.Text(), "");
 }
+
+/// What the row's change tells its consumers.
+std::string ToldBy(const OperationRow& row) {
+    return row.told ? std::string(row.told) + ":files=" + row.id : std::string();
+}
+constexpr std::initializer_list<const char*> kChanges = {"CHECK_POLICY:*", "ENABLE_POLICY:*", "DISABLE_POLICY:*",
+                                                         "REMOVE_POLICY:*"};
+
+TEST_P(RpcPolicyOpRows, ItsConsumersHearOfTheChange) {
+    LumCtrl::Service service;
+    service.Start();
+    Consumer consumer("consumer", kChanges);
+    EXPECT_EQ(Client().Operate(GetParam().mode, ById(GetParam().id), true, GetParam().text).value, 1);
+    EXPECT_EQ(consumer.Heard(), ToldBy(GetParam()));
+}
+
+TEST_P(RpcPolicyOpRows, WhenTheCallerWishesSoItsConsumersHearOfTheChangeOnlyWithTheNextNotify) {
+    LumCtrl::Service service;
+    service.Start();
+    Consumer consumer("consumer", kChanges);
+    EXPECT_EQ(Client().Operate(GetParam().mode, ById(GetParam().id), false, GetParam().text).value, 1);
+    EXPECT_EQ(consumer.Heard(), "");
+    EXPECT_EQ(Client().Operate(13).value, 1);
+    EXPECT_EQ(consumer.Heard(), ToldBy(GetParam()));
+}
+
 INSTANTIATE_TEST_SUITE_P(Modes, RpcPolicyOpRows, testing::ValuesIn(kOperations),
                          [](const auto& row) { return std::to_string(row.param.mode); });
 
