@@ -1,7 +1,9 @@
 #include "ConfigServer.h"
 
 #include <memory>
+#include <utility>
 
+#include "ChangeListener.h"
 #include "DirectoryImpl.h"
 #include "LumPalConfig.h"
 #include "LumVoxRpc.h"
@@ -106,6 +108,10 @@ void ConfigServer::Stop() {
 
 void ConfigServer::UpdateAuthorization() {
     ManagerConfigurationChanged("", false, 0, nullptr);
+}
+
+void ConfigServer::TellOfChanges(std::function<void()> listener) {
+    SetChangeListener(std::move(listener));
 }
 
 bool ConfigServer::IsServing() const {

@@ -1,6 +1,7 @@
 #include "RpcPolicyInstall.h"
 
 #include "AuditLog.h"
+#include "ChangeListener.h"
 #include "Exceptions.h"
 #include "InstallOptionsSoapArg.h"
 #include "LumCtrl.h"
@@ -60,6 +61,7 @@ void RpcPolicyInstall::Process(LumVoxRpc::RpcServerCall& call) {
     if (!request.authorized) {
         answer.Set(ReturnValue::NotAuthorized, Make(msg::RpcInstallNotAuthorized, request.sender));
     }
+    if (request.authorized) TellChangeListener();
     SendAnswer(call, answer, names::PolicyInstallRetValue, names::PolicyInstallRetString);
 }
 

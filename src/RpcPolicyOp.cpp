@@ -1,6 +1,7 @@
 #include "RpcPolicyOp.h"
 
 #include "AuditLog.h"
+#include "ChangeListener.h"
 #include "Exceptions.h"
 #include "LumCtrl.h"
 #include "Messages.h"
@@ -148,6 +149,7 @@ void RpcPolicyOp::Process(LumVoxRpc::RpcServerCall& call) {
     if (!request.authorized) {
         answer.Set(ReturnValue::NotAuthorized, Make(msg::RpcOpNotAuthorized, request.sender));
     }
+    if (request.authorized) TellChangeListener();
     SendAnswer(call, answer, names::PolicySelectionRetValue, names::PolicySelectionRetString);
 }
 

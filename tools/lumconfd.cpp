@@ -13,6 +13,8 @@
 #include "LumPalRuntime.h"
 #include "LumVoxMsg.h"
 #include "lumconfd/ConfigCheck.h"
+#include "lumconfd/PolicyList.h"
+#include "lumconfd/ServerWatch.h"
 
 namespace {
 
@@ -54,11 +56,14 @@ int Serve(const LumPalRuntime::Signals_t& signals) {
     if (!server.IsServing()) return Fail(kFailed, "the server does not serve; the log above says why");
     LumDepl::InventoryServer inventory(LumPalConfig::ConfigNamespace_t("vox.http.ext.conf").Open());
     inventory.RegisterOn(messenger);
+    lumconfd::PolicyList policyList;
+    lumconfd::ServerWatch serverWatch;
     std::cerr << "lumconfd: serving the node in " << Dir_t::Path(LumPalRuntime::Root).ToUtf8() << " on port "
               << server.GetPort() << std::endl;
     LumPalRuntime::NotifyServiceManager("READY=1");
     WaitForStop(server, messenger, signals);
     LumPalRuntime::NotifyServiceManager("STOPPING=1");
+    serverWatch.Stop();
     server.Stop();
     control.Stop();
     return kDone;

@@ -1,3 +1,5 @@
+#include <string>
+
 #include "Inventory.h"
 #include "LumPalConfig.h"
 #include "LumPalNet.h"
@@ -19,13 +21,21 @@ LumPalNet::URI_t AddressOf(String_t host) {
     return LumPalNet::URI_t((plain ? String_t("http://") : String_t("https://")) + host + kInventoryPath);
 }
 
+/// The client's settings, with a limit of the caller's own over them.
+LumPalConfig::Configuration_t SettingsFor(const NodeOptions& options) {
+    LumPalConfig::Configuration_t configuration = ConfigNamespace_t("vox.http.ext.conf").Open();
+    if (options.patienceSeconds > 0) {
+        configuration.SetAttrValue("CALL_TIMEOUT", String_t::FromUtf8(std::to_string(options.patienceSeconds)));
+    }
+    return configuration;
+}
+
 }  // namespace
 
 Node::Node(const String_t& host) : host(host) {}
 
 String_t Node::GetInventory(const NodeOptions& options) const {
-    const LumPalConfig::Configuration_t configuration = ConfigNamespace_t("vox.http.ext.conf").Open();
-    LumVoxRpc::RpcClient client(configuration, LumVoxMsg::Messenger());
+    LumVoxRpc::RpcClient client(SettingsFor(options), LumVoxMsg::Messenger());
     LumVoxRpc::RpcCall call = client.CreateCall(AddressOf(host), LumVoxRpc::RpcCall::Options());
     LumVoxSoap::SOAPArgUnicodeString type("objectType", options.objectType);
     LumVoxSoap::SOAPArg* const arguments[] = {&type};

@@ -19,7 +19,13 @@ public:
         objectType = type;
         return *this;
     }
+    /// Longest time for the whole call, whatever the peer does; 0: as long as the client's settings allow.
+    NodeOptions& SetPatience(unsigned seconds) {
+        patienceSeconds = seconds;
+        return *this;
+    }
     LumPalStr::String_t objectType;
+    unsigned patienceSeconds = 0;
 };
 
 /// A node that can be asked for its inventory.

@@ -120,6 +120,7 @@ void HttpClient::Handle::SetUp(const HttpTarget& target, const ClientLimits& lim
     Set(curl, CURLOPT_PATH_AS_IS, 1L);
     Set(curl, CURLOPT_ERRORBUFFER, error);
     Set(curl, CURLOPT_CONNECTTIMEOUT, static_cast<long>(limits.connectSeconds));
+    Set(curl, CURLOPT_TIMEOUT, static_cast<long>(limits.callSeconds));
     Set(curl, CURLOPT_NOPROGRESS, 0L);
     Set(curl, CURLOPT_XFERINFOFUNCTION, &Progress);
     Set(curl, CURLOPT_XFERINFODATA, static_cast<void*>(this));
@@ -201,6 +202,9 @@ int HttpClient::Handle::Progress(void* self, std::int64_t, std::int64_t received
 std::string HttpClient::Handle::Reason(int code, const ClientLimits& limits) const {
     long number = 0;
     curl_easy_getinfo(curl, CURLINFO_OS_ERRNO, &number);
+    std::int64_t requestBegun = 0;
+    curl_easy_getinfo(curl, CURLINFO_PRETRANSFER_TIME_T, &requestBegun);
+    const bool connected = requestBegun > 0;
     if (!refusal.empty()) return refusal;
     switch (code) {
         case CURLE_COULDNT_RESOLVE_HOST:
@@ -209,6 +213,9 @@ std::string HttpClient::Handle::Reason(int code, const ClientLimits& limits) con
             if (number != 0) return LumPalIo::SystemErrorText(static_cast<int>(number)).ToUtf8();
             break;
         case CURLE_OPERATION_TIMEDOUT:
+            if (limits.callSeconds > 0 && (connected || limits.callSeconds <= limits.connectSeconds)) {
+                return "no answer within " + std::to_string(limits.callSeconds) + " seconds";
+            }
             return "no connection within " + std::to_string(limits.connectSeconds) + " seconds";
         case CURLE_ABORTED_BY_CALLBACK:
             return "no answer within " + std::to_string(limits.idleSeconds) + " seconds";

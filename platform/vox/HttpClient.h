@@ -18,6 +18,7 @@ struct ClientLimits {
     unsigned targetPort = 7443;                  ///< TARGET_PORT
     unsigned connectSeconds = 10;                ///< CONNECT_TIMEOUT, handshake included
     unsigned idleSeconds = 300;                  ///< REQUEST_TIMEOUT: longest time in which no byte moves
+    unsigned callSeconds = 0;                    ///< CALL_TIMEOUT: longest time for a call in all; 0: no limit
     std::uint64_t responseBytes = 1024u << 20u;  ///< RESPONSE_LIMIT, most bytes of an answer's body
     static ClientLimits Load(const LumPalConfig::Configuration_t& configuration);
 };

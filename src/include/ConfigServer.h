@@ -2,6 +2,7 @@
 /// The entry of the system: a daemon makes one ConfigServer, starts it and stops it.
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "Export.h"
@@ -33,6 +34,11 @@ public:
 
     /// Takes up changed rights: what the remote method "mgrconf" does.
     void UpdateAuthorization();
+
+    /// Lets a function know of every call that may have changed the installed policies, failed ones included, before
+    /// the call is answered. It runs on the threads of the calls, several at once, and must be quick and raise nothing.
+    /// An empty function takes it away: none runs any more then. There is one for the process.
+    static void TellOfChanges(std::function<void()> listener);
 
     /// Whether requests can arrive.
     bool IsServing() const;

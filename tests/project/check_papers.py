@@ -23,11 +23,15 @@ def keys_of_the_code():
     """{key: whether somebody reads it}, by the names of src/Names.h and by the words that the code itself holds."""
     named = dict(re.findall(r'Name (\w+Key) = "(\w+)"', text_of(ROOT / "src/Names.h")))
     keys = dict.fromkeys(named.values(), False)
+    handed_out = dict(re.findall(r"ConfBase::(\w+)\(\) \{\s+return names::(\w+Key);", text_of(ROOT / "src/ConfBase.cpp")))
     for path in sources(*SOURCES):
         text = text_of(path)
         if path.name not in NAMING:
             for name in re.findall(r"names::(\w+Key)\b", text):
                 keys[named[name]] = True
+            for member in re.findall(r"ConfBase::(\w+)\(\)", text):
+                if member in handed_out:
+                    keys[named[handed_out[member]]] = True
         if path.parts[len(ROOT.parts)] == "platform":
             for line in text.splitlines():
                 if re.search(r"\bconfiguration\b|\.Open\(\)", line):

@@ -3,20 +3,23 @@
 #include <functional>
 #include <ostream>
 
+#include "ConfBase.h"
 #include "LumPalConfig.h"
 #include "LumPalMsg.h"
 #include "LumSecAuth.h"
 #include "LumSecCore.h"
+#include "lumconfd/DaemonKeys.h"
 
 namespace lumconfd {
 
 namespace {
 
+using LumConf::ConfBase;
 using LumPalConfig::ConfigGroup_t;
 using LumPalConfig::Configuration_t;
 using LumPalStr::String_t;
 
-enum class Type { Boolean, Port, Count, AuditMode };
+enum class Type { Boolean, Port, Count, AuditMode, ListName, Servers, WaitTime };
 
 /// A key whose value has a form.
 struct Key {
@@ -31,6 +34,11 @@ const Key kKeys[] = {
     {"conf.core", "CONTROL_ACK_TIMEOUT", Type::Count},
     {"conf.server", "AUDIT_LOGGING", Type::Boolean},
     {"conf.server", "AUDIT_LOG_MODE", Type::AuditMode},
+    {"conf.server", ConfBase::Get_g_FormatPolicyListKey(), Type::Boolean},
+    {"conf.server", ConfBase::Get_g_MergedPolicyListFilenameKey(), Type::ListName},
+    {"conf.server", ConfBase::Get_s_lumconfdLocateServer(), Type::Boolean},
+    {"conf.server", ConfBase::Get_s_lumconfdPingServer(), Type::Servers},
+    {"conf.server", ConfBase::Get_s_lumconfdWaitTime(), Type::WaitTime},
     {"conf.cluster", "MONITOR_MODE", Type::Boolean},
     {"conf.cluster", "POLLING_INTERVAL", Type::Count},
     {"conf.cluster", "MAX_RETRIES_FOR_CLUSTERUP", Type::Count},
@@ -62,6 +70,12 @@ const char* Wanted(Type type, const String_t& value) {
         // Both spellings have a meaning, one at the start and one on a change.
         case Type::AuditMode:
             return text == "all" || text == "failure" || text == "FAILURE" ? nullptr : "all or failure";
+        case Type::ListName:
+            return WantedListName(value);
+        case Type::Servers:
+            return WantedServers(value);
+        case Type::WaitTime:
+            return WantedWaitTime(value);
     }
     return nullptr;
 }

@@ -1,0 +1,34 @@
+/// @file
+/// The merged policy list as a file of the node.
+#pragma once
+
+#include "LumPalStr.h"
+#include "LumPalThread.h"
+#include "lumconfd/Bell.h"
+#include "lumconfd/DaemonKeys.h"
+
+namespace lumconfd {
+
+/// Keeps the list of the installed policies up to date in the base folder of the library, as long as FORMAT_POLICY_LIST
+/// says so. A thread of its own writes it when the object is made, after each change of the policies and of the keys;
+/// changes in quick succession share one writing, so that it takes a tenth of the thread's time at most. The file is
+/// replaced in one step. What cannot be written is said in the application log. One in a process.
+class PolicyList final : private LumPalThread::Runnable_i {
+public:
+    /// @throws what reading the configuration throws; LumPalMsg::RuntimeException_t without room for a thread
+    PolicyList();
+    /// Writes what has changed last, and ends the thread.
+    ~PolicyList() override;
+    PolicyList(const PolicyList&) = delete;
+    PolicyList& operator=(const PolicyList&) = delete;
+
+private:
+    void Run(const LumPalThread::Thread_t& thread) override;
+    void Keep(const LumPalStr::String_t& name);
+
+    Bell bell;
+    LiveKeys keys;
+    LumPalThread::Thread_t thread;
+};
+
+}  // namespace lumconfd

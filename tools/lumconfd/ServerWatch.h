@@ -1,0 +1,42 @@
+/// @file
+/// Watches the servers that manage the node.
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "LumPalMsg.h"
+#include "LumPalThread.h"
+#include "lumconfd/Bell.h"
+#include "lumconfd/DaemonKeys.h"
+
+namespace lumconfd {
+
+/// Asks the hosts of PING_SERVER for their inventory every WAIT_TIME seconds, on a thread of its own, and says in the
+/// application log which of them answer: at the first time and when it changes. With LOCATE_SERVER the hosts stand for
+/// one server: they are asked in their order until one answers, and the log says which one it is.
+class ServerWatch final : private LumPalThread::Runnable_i {
+public:
+    /// @throws what reading the configuration throws; LumPalMsg::RuntimeException_t without room for a thread
+    ServerWatch();
+    /// Waits for a question that is out, a few seconds at most.
+    ~ServerWatch() override;
+    ServerWatch(const ServerWatch&) = delete;
+    ServerWatch& operator=(const ServerWatch&) = delete;
+
+    /// Asks no further question. Returns at once.
+    void Stop() { bell.Stop(); }
+
+private:
+    void Run(const LumPalThread::Thread_t& thread) override;
+    void Round(const DaemonKeys& now);
+    void Ping(const std::string& host);
+    void Locate(const std::vector<std::string>& hosts);
+
+    Bell bell;
+    LiveKeys keys;
+    std::map<std::string, bool> answered;  ///< the thread's own: what the log has said, by host
+    LumPalThread::Thread_t thread;
+};
+
+}  // namespace lumconfd
