@@ -226,6 +226,14 @@ TEST_F(RpcClientTest, APeerThatSaysNothingIsGivenUp) {
     EXPECT_TRUE(Has(FailureOf<ConnectException_t>([&] { Call(peer); }), "no answer within 1 seconds"));
 }
 
+TEST_F(RpcClientTest, ACallIsGivenUpWhenItsWholeTimeIsOver) {
+    configuration.SetAttrValue("CALL_TIMEOUT", "1");
+    ScriptedPeer peer({"HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n", kGood});
+    EXPECT_TRUE(Has(FailureOf<ConnectException_t>([&] { Call(peer); }), "no answer within 1 seconds"));
+    configuration.ClearAttr("CALL_TIMEOUT");
+    EXPECT_NO_THROW(Call(peer));
+}
+
 TEST_F(RpcClientTest, ALongRequestArrivesWhole) {
     ScriptedPeer peer({kGood});
     const std::string big(5u << 20, 'b');
