@@ -1,5 +1,7 @@
 #include "SelectionSoapArg.h"
 
+#include <exception>
+
 #include "Names.h"
 #include "SelectionImpl.h"
 #include "Trace.h"
@@ -23,9 +25,10 @@ void SelectionSoapArg::SetSelection(const Selection& value, const String_t& host
     if (host.IsEmpty() || host == names::LocalHost) return;
     try {
         targetVersion = Utils::GetVersion(host);
-    } catch (const LumPalMsg::Exception_t& e) {
-        // A node that does not tell its version is taken to have the current numbering.
-        LUMCONF_TRACE(trace::Policy, e.GetMessageList().Format(LumPalMsg::Text | LumPalMsg::Details));
+    } catch (const std::exception& e) {
+        // A node that does not tell its version, for whatever reason, is taken to have the current numbering.
+        LUMCONF_TRACE(trace::Policy,
+                      "The version of node '" + host + "' is not known: " + String_t::FromUtf8(e.what()));
     }
 }
 
