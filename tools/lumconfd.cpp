@@ -6,6 +6,7 @@
 #include "LumCtrl.h"
 #include "LumDepl.h"
 #include "LumPalConfig.h"
+#include "LumPalConsole.h"
 #include "LumPalDaemon.h"
 #include "LumPalIo.h"
 #include "LumPalLog.h"
@@ -87,6 +88,7 @@ int Run(const LumPalRuntime::Signals_t& signals) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    LumPalConsole::OccupyStandardStreams();
     LumPalRuntime::App_t::Init(argc, argv);
     CLI::App app("Serves a node's policies: keeps them, takes requests on them, tells what changed.", "lumconfd");
     std::string root;

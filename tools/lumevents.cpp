@@ -12,6 +12,7 @@
 
 #include "LumCtrl.h"
 #include "LumPalCmd.h"
+#include "LumPalConsole.h"
 #include "LumPalMsg.h"
 #include "LumPalRuntime.h"
 
@@ -114,6 +115,7 @@ void Describe(CLI::App& app, Choices& choices) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    LumPalConsole::OccupyStandardStreams();
     LumPalRuntime::App_t::Init(argc, argv);
     Choices choices;
     choices.name = OwnName();

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "LumPalConsole.h"
 #include "LumPalRuntime.h"
 #include "lumpolicy/Command.h"
 
@@ -66,11 +67,8 @@ std::vector<std::string> Arguments(int argc, char** argv) {
     return arguments;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    LumPalRuntime::App_t::Init(argc, argv);
-    if (argc == 1) {
+int Work(int argc, char** argv) {
+    if (argc <= 1) {
         std::cerr << kUsage;
         return lumtools::kWrongUsage;
     }
@@ -92,4 +90,19 @@ int main(int argc, char** argv) {
         return app.exit(e) == 0 ? lumtools::kDone : lumtools::kWrongUsage;
     }
     return Run(app, commands);
+}
+
+/// What was printed counts only when it has arrived.
+int Ended(int code) {
+    if (std::cout.flush()) return code;
+    std::cerr << "lumpolicy: standard output cannot be written\n";
+    return code == lumtools::kDone ? lumtools::kFailed : code;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    LumPalConsole::OccupyStandardStreams();
+    LumPalRuntime::App_t::Init(argc, argv);
+    return Ended(Work(argc, argv));
 }

@@ -15,4 +15,11 @@ LUMPAL_API bool IsTerminal(Stream stream);
 /// at least 40. 0 when the stream goes to no terminal. Any thread.
 LUMPAL_API int Columns(Stream stream);
 
+/// Gives those of the three standard streams that the process was started without the null device: else the next file
+/// or connection would get the stream's number, and what is printed. To be called first of all.
+LUMPAL_API void OccupyStandardStreams();
+
+/// From now on a write to a pipe whose reader has gone fails, and does not end the process.
+LUMPAL_API void OutliveReaders();
+
 }  // namespace LumPalConsole

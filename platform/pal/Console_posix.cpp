@@ -1,7 +1,9 @@
+#include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 
 #include "LumPalConsole.h"
@@ -33,6 +35,17 @@ int Columns(Stream stream) {
     if (!IsTerminal(stream)) return 0;
     const int said = ColumnsSaid(Descriptor(stream));
     return said > 0 ? std::clamp(said, kLeast, kMost) : kUsual;
+}
+
+void OccupyStandardStreams() {
+    for (int descriptor = 0; descriptor >= 0 && descriptor <= STDERR_FILENO;) {
+        descriptor = open("/dev/null", O_RDWR);  // the lowest number that is free
+        if (descriptor > STDERR_FILENO) close(descriptor);
+    }
+}
+
+void OutliveReaders() {
+    std::signal(SIGPIPE, SIG_IGN);
 }
 
 }  // namespace LumPalConsole

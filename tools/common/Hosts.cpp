@@ -9,6 +9,9 @@
 #include <set>
 #include <thread>
 
+#include "common/Arguments.h"
+#include "common/Table.h"
+
 namespace lumtools {
 
 namespace {
@@ -22,9 +25,23 @@ std::string Trimmed(const std::string& text) {
     return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
 }
 
+/// Whether the text stays the host when it becomes part of an address.
+bool IsHost(const std::string& text) {
+    const auto isControl = [](char c) { return static_cast<unsigned char>(c) <= 0x20 || c == 0x7F; };
+    return !text.empty() && text.find_first_of("/?#@\\\"'<>,;") == std::string::npos &&
+           std::none_of(text.begin(), text.end(), isControl) && Text(text).ToUtf8() == text;
+}
+
 void CheckHost(const std::string& host, const std::string& where) {
-    const bool isWord = !host.empty() && host.find_first_of(" \t\r\n/") == std::string::npos;
-    if (!isWord) throw CLI::ValidationError(where + ": '" + host + "' is no host");
+    if (!IsHost(host)) {
+        throw CLI::ValidationError(where + ": '" + Printable(Text(host).ToUtf8()) + "' is no host");
+    }
+}
+
+/// Some editors put a byte order mark before a text; within a text it comes from files that were put together.
+std::string WithoutMark(const std::string& line) {
+    const std::string mark = "\xEF\xBB\xBF";
+    return line.starts_with(mark) ? line.substr(mark.size()) : line;
 }
 
 /// One host a line; what stands behind a "#" is a comment.
@@ -33,7 +50,7 @@ std::vector<std::string> ReadHosts(std::istream& in, const std::string& name) {
     int number = 0;
     for (std::string line; std::getline(in, line);) {
         ++number;
-        const std::string host = Trimmed(line.substr(0, line.find('#')));
+        const std::string host = Trimmed(WithoutMark(line.substr(0, line.find('#'))));
         if (host.empty()) continue;
         CheckHost(host, name + ", line " + std::to_string(number));
         hosts.push_back(host);

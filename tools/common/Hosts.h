@@ -14,7 +14,7 @@ class HostOptions {
 public:
     void AddTo(CLI::App& command);
     /// The hosts in the order in which they were given, each once; "localhost" when none is named.
-    /// @throws CLI::ValidationError for a file that cannot be read or names no host, or a host that is no word
+    /// @throws CLI::ValidationError for a file that cannot be read or names no host, or a host that is none
     std::vector<std::string> Make() const;
     int GetParallel() const noexcept { return parallel; }
 

@@ -164,6 +164,8 @@ private:
         }
     }
 
+    bool ChangesNodes() const override { return !dryRun; }
+
     Answer Ask(const std::string& host) const override {
         Answer answer;
         answer.outcome = lumtools::Attempt([&] {

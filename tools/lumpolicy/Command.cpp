@@ -75,6 +75,10 @@ std::map<ExitCode, int> Count(const std::vector<Answer>& answers) {
 
 }  // namespace
 
+std::string OneLine(const nlohmann::ordered_json& object) {
+    return object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
 Command::Command(CLI::App& command) {
     command.add_flag("--json", json, "Print one JSON object for each node");
     command.add_flag("-q,--quiet", quiet, "Print nothing on success");
@@ -91,6 +95,7 @@ ExitCode HostCommand::Run() {
         PrintUnsent(prepared);
         return prepared.code;
     }
+    if (ChangesNodes()) LumPalConsole::OutliveReaders();
     const std::vector<Answer> answers = AskAll();
     if (hosts.size() == 1) return answers.front().outcome.code;
     PrintSummary(answers);
@@ -121,7 +126,7 @@ void HostCommand::PrintUnsent(const Outcome& outcome) const {
     if (json) {
         nlohmann::ordered_json object;
         Fill(object, outcome);
-        std::cout << object.dump() << std::endl;
+        std::cout << OneLine(object) << std::endl;
     } else {
         lumtools::PrintFailure(std::cerr, "", outcome);
     }
@@ -129,7 +134,7 @@ void HostCommand::PrintUnsent(const Outcome& outcome) const {
 
 void HostCommand::Print(const std::string& host, const Answer& answer) const {
     if (json) {
-        std::cout << ToJson(host, answer).dump() << std::endl;
+        std::cout << OneLine(ToJson(host, answer)) << std::endl;
         return;
     }
     const bool many = hosts.size() > 1;

@@ -28,6 +28,9 @@ protected:
     bool json = false, quiet = false;
 };
 
+/// An object as one line; bytes of the command line that are no UTF-8 are replaced.
+std::string OneLine(const nlohmann::ordered_json& object);
+
 /// What one node answered.
 struct Answer {
     lumtools::Outcome outcome;
@@ -47,6 +50,8 @@ protected:
     /// Checks the arguments and makes what all requests share, before any node is asked; none is after a failure.
     /// @throws CLI::Error
     virtual lumtools::Outcome Prepare() { return {}; }
+    /// Whether it changes nodes: then it goes on to the last of them although nobody reads its output any more.
+    virtual bool ChangesNodes() const { return false; }
     /// Asks one node. Called on several threads at once. Must not throw.
     virtual Answer Ask(const std::string& host) const = 0;
 

@@ -127,6 +127,8 @@ private:
         if (isPackage) package.AddPolicy(file);
     }
 
+    bool ChangesNodes() const override { return !dryRun; }
+
     Answer Ask(const std::string& host) const override {
         if (dryRun) return Foresee(host);
         return isPackage ? SendPackage(host) : SendEach(host);

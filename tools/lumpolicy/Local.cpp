@@ -65,7 +65,7 @@ public:
 private:
     void Print(const std::string& file, const Outcome& outcome) const {
         if (json) {
-            std::cout << FileAnswer(file, outcome).dump() << std::endl;
+            std::cout << OneLine(FileAnswer(file, outcome)) << std::endl;
         } else if (outcome.code != lumtools::kDone) {
             lumtools::PrintFailure(std::cerr, "", outcome);
         } else if (!quiet) {

@@ -24,6 +24,8 @@ public:
     }
 
 private:
+    bool ChangesNodes() const override { return !dryRun; }
+
     Answer Ask(const std::string& host) const override {
         Answer answer;
         if (dryRun) answer.fields["dry_run"] = true;
