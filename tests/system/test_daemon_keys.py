@@ -166,6 +166,21 @@ class PolicyList(KeysTest):
         self.assertIn("a_header.xml", self.text(node))
         self.assertNotIn("b_header.xml", self.text(node))
 
+    def test_settings_that_cannot_be_read_leave_the_keys_as_they_were(self):
+        node = self.node({**ON, "MERGED_POLICY_LIST_FILENAME": "list.txt"})
+        self.install(node, "a")
+        self.holds(node, ["a_header.xml"], name="list.txt")
+        working = (node.config / "local_settings.ini").read_text()
+        broken = node.config / "broken"
+        broken.write_text(working.replace("list.txt", "other.txt") + "nonsense\n")
+        broken.rename(node.config / "local_settings.ini")
+        self.said(node, "'conf.server' could not be read; what was read before stays", 2)
+        write_policy(node.store / "type", "b")
+        self.set(node, MERGED_POLICY_LIST_FILENAME="list.txt", NOMULTIPLEPOLICIES="none")
+        self.change(node, "reinit")
+        self.holds(node, ["b_header.xml"], name="list.txt")
+        self.assertEqual(self.files(node), ["list.txt"])
+
     def test_links_in_the_folder_are_replaced_and_not_written_through(self):
         node = self.node(ON, start=False)
         outside = node.folder / "outside"
