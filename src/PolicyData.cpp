@@ -25,11 +25,18 @@ constexpr int kAlgorithm = 0;
 
 /// The file of an installed policy. A name that would leave the type's folder, and a link, name no data file.
 File_t DataFileOf(const PolicyHeaderImpl& header, int index) {
-    const LumPalStr::String_t typeName = header.GetTypeName();
-    const LumPalStr::String_t name = header.GetDataFile(index);
+    const String_t typeName = header.GetTypeName(), name = header.GetDataFile(index);
     const File_t file(File_t(paths::PolicyInstallDirectory(), typeName), name);
     const bool plain = IsPlainName(typeName) && IsPlainName(name);
     if (!plain || !file.Exists() || file.IsSymbolicLink())
+        Raise<LumPalIo::FileNotFoundException_t>(msg::DataFileDoesNotExist, file.GetAbsolutePath());
+    return file;
+}
+
+/// The file of a policy that is not installed. Its folder is the caller's own, who may keep links there.
+File_t DataFileIn(const File_t& folder, const String_t& name) {
+    const File_t file(folder, name);
+    if (!IsPlainName(name) || !file.Exists())
         Raise<LumPalIo::FileNotFoundException_t>(msg::DataFileDoesNotExist, file.GetAbsolutePath());
     return file;
 }
@@ -77,9 +84,7 @@ X509Certificate CertificateOf(const PolicyHeaderImpl& header) {
 
 void CheckSigner(const X509Certificate& certificate) {
     const String_t alias = certificate.GetSubjectCN();
-    if (!Authorization::GetInstance().IsAuthorized(alias, kRightToSign)) {
-        Raise<SecCoreException>(msg::AliasMayNotSign, alias);
-    }
+    if (!PolicyData::MaySign(alias)) Raise<SecCoreException>(msg::AliasMayNotSign, alias);
 }
 
 /// The certificate was issued by one that this node trusts.
@@ -125,11 +130,8 @@ std::optional<LumPalMsg::Message_t> FailedCheck(const PolicyHeaderImpl& header, 
     return std::nullopt;
 }
 
-}  // namespace
-
-void PolicyData::Get(const PolicyHeaderImpl& header, int index, CharArray_t& data) {
-    if (!header.IsDataReadAllowed()) Raise<LumPalMsg::IllegalStateError_t>(msg::ReadingDataNotAllowed);
-    const File_t file = DataFileOf(header, index);
+/// What Get and Prove have in common; only where the file lies is the caller's matter.
+void ReadProven(const PolicyHeaderImpl& header, int index, const File_t& file, CharArray_t& data) {
     CharArray_t content = ReadDataFile(file);
     const std::optional<LumPalMsg::Message_t> failure = FailedCheck(header, index, file, content);
     // Kept: types that may ignore the check go on with the content; every other caller stops at the exception.
@@ -137,6 +139,22 @@ void PolicyData::Get(const PolicyHeaderImpl& header, int index, CharArray_t& dat
     if (!failure) return;
     LUMCONF_TRACE(trace::Policy, "Warning: Security check did not succeed for the policy data.");
     throw SecCoreException(*failure);
+}
+
+}  // namespace
+
+bool PolicyData::MaySign(const String_t& alias) {
+    return Authorization::GetInstance().IsAuthorized(alias, kRightToSign);
+}
+
+void PolicyData::Get(const PolicyHeaderImpl& header, int index, CharArray_t& data) {
+    if (!header.IsDataReadAllowed()) Raise<LumPalMsg::IllegalStateError_t>(msg::ReadingDataNotAllowed);
+    ReadProven(header, index, DataFileOf(header, index), data);
+}
+
+void PolicyData::Prove(const PolicyHeaderImpl& header, int index, const File_t& folder) {
+    CharArray_t proven;
+    ReadProven(header, index, DataFileIn(folder, header.GetDataFile(index)), proven);
 }
 
 }  // namespace LumConf

@@ -4,6 +4,7 @@
 
 #include "LumPalArray.h"
 #include "LumPalIo.h"
+#include "LumPalStr.h"
 #include "PolicyHeaderImpl.h"
 
 namespace LumConf {
@@ -13,6 +14,10 @@ class PolicyData {
 public:
     /// As PolicyHeader::GetData.
     static void Get(const PolicyHeaderImpl& header, int index, LumPalArray::CharArray_t& data);
+    /// As PolicyProof::Prove.
+    static void Prove(const PolicyHeaderImpl& header, int index, const LumPalIo::File_t& folder);
+    /// Whether a certificate's holder may sign policies for this node.
+    static bool MaySign(const LumPalStr::String_t& alias);
     /// As PolicyHeader::SignData.
     static void Sign(const LumPalIo::File_t& headerFile);
     static void Sign(const LumPalIo::File_t& headerFile, const LumPalArray::CharArray_t& alias);

@@ -24,6 +24,8 @@ const char* const kUsage =
     "  notify                       send what the node has queued for its consumers\n"
     "  reinit                       let the node read its store anew\n"
     "  validate FILE...             say all that is wrong with policy files\n"
+    "  sign FILE...                 sign the data files of policy files\n"
+    "  verify FILE... | --installed prove who signed the data files\n"
     "  dump                         write the policies of this node as one list\n"
     "--host HOST[:PORT] names a node (default: localhost). 'lumpolicy help COMMAND' tells more.\n";
 
@@ -35,7 +37,7 @@ const char* const kExitCodes =
 Commands AddCommands(CLI::App& app) {
     Commands commands;
     for (auto* add : {lumpolicy::AddInstall, lumpolicy::AddQueries, lumpolicy::AddChanges, lumpolicy::AddNodeWork,
-                      lumpolicy::AddLocal}) {
+                      lumpolicy::AddLocal, lumpolicy::AddTrust}) {
         add(app, commands);
     }
     for (const auto& [subcommand, command] : commands) subcommand->footer(kExitCodes);

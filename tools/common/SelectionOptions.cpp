@@ -38,10 +38,17 @@ void SelectionOptions::AddTo(CLI::App& command, Demand demanded) {
     command.add_flag("--all", all, "All policies")->group(group);
 }
 
+int SelectionOptions::Given() const {
+    return !id.empty() + !name.empty() + !type.empty() + !owner.empty() + !category.empty() + !attribute.empty() + all;
+}
+
+bool SelectionOptions::IsGiven() const {
+    return Given() > 0;
+}
+
 LumConf::Selection SelectionOptions::Make() const {
     LumConf::Selection selection;
-    const int given =
-        !id.empty() + !name.empty() + !type.empty() + !owner.empty() + !category.empty() + !attribute.empty() + all;
+    const int given = Given();
     if (given == 0 && demand == Demand::Yes) {
         throw CLI::ValidationError(
             "which policies? Give --id, --name, --type, --owner, --category, --attribute or "

@@ -19,8 +19,12 @@ public:
     /// @throws CLI::ValidationError for options that do not combine;
     ///         LumPalMsg::IllegalArgumentError_t for a text that no selection can hold
     LumConf::Selection Make() const;
+    /// Whether any of the options was given.
+    bool IsGiven() const;
 
 private:
+    int Given() const;
+
     std::string id, name, type, owner, category, attribute;
     bool all = false;
     Demand demand = Demand::No;

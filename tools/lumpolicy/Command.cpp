@@ -12,8 +12,6 @@ namespace lumpolicy {
 using lumtools::ExitCode;
 using lumtools::Outcome;
 
-namespace {
-
 void Fill(nlohmann::ordered_json& object, const Outcome& outcome) {
     object["result"] = outcome.Word();
     object["code"] = outcome.code;
@@ -22,6 +20,8 @@ void Fill(nlohmann::ordered_json& object, const Outcome& outcome) {
         object["messages"].push_back({{"level", line.level}, {"text", line.text}});
     }
 }
+
+namespace {
 
 nlohmann::ordered_json ToJson(const std::string& host, const Answer& answer) {
     nlohmann::ordered_json object;

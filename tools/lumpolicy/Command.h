@@ -30,6 +30,8 @@ protected:
 
 /// An object as one line; bytes of the command line that are no UTF-8 are replaced.
 std::string OneLine(const nlohmann::ordered_json& object);
+/// The members "result", "code" and "messages".
+void Fill(nlohmann::ordered_json& object, const lumtools::Outcome& outcome);
 
 /// What one node answered.
 struct Answer {
@@ -72,5 +74,6 @@ void AddChanges(CLI::App& app, Commands& commands);
 void AddQueries(CLI::App& app, Commands& commands);
 void AddNodeWork(CLI::App& app, Commands& commands);
 void AddLocal(CLI::App& app, Commands& commands);
+void AddTrust(CLI::App& app, Commands& commands);
 
 }  // namespace lumpolicy

@@ -74,11 +74,8 @@ private:
     }
 
     static nlohmann::ordered_json FileAnswer(const std::string& file, const Outcome& outcome) {
-        nlohmann::ordered_json object{{"file", file}, {"result", outcome.Word()}, {"code", outcome.code}};
-        object["messages"] = nlohmann::json::array();
-        for (const auto& line : outcome.messages) {
-            object["messages"].push_back({{"level", line.level}, {"text", line.text}});
-        }
+        nlohmann::ordered_json object{{"file", file}};
+        Fill(object, outcome);
         return object;
     }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "Authorization.h"
+#include "Chain.h"
 #include "Exceptions.h"
 #include "Files.h"
 #include "LumSecCore.h"
@@ -24,15 +25,6 @@ using LumSecCore::SecCoreException;
 using testing::ElementsAre;
 using testing::HasSubstr;
 namespace fs = std::filesystem;
-
-/// Numbers of the first message and, from level to level, of its first detail; 0 for a text without number.
-std::vector<unsigned> Chain(const LumPalMsg::MessageList_t& list) {
-    std::vector<unsigned> ids;
-    for (LumPalMsg::MessageList_t at = list; at.GetMessageCount() > 0; at = at.GetMessage(0).GetDetails()) {
-        ids.push_back(at.GetMessage(0).GetId());
-    }
-    return ids;
-}
 
 class SignedPolicy : public testing::Test {
 protected:
