@@ -118,6 +118,18 @@ class Changes(unittest.TestCase):
         self.change("remove", "--id", "zzz", "--dry-run", expected=NOT_FOUND)
         self.assertEqual((self.node.list(), self.node.stored()), before)
 
+    def test_a_dry_run_reads_odd_arguments_as_the_node_does(self):
+        self.install("a", categories=["c", "d\te"], attributes=[("k", "v")])
+        for command, changes in ((("add-category", "c\td"), True), (("add-category", " c  d\te "), False),
+                                 (("remove-category", "d e"), False), (("remove-category", "d\te"), True),
+                                 (("add-attribute", " k = v "), False), (("add-attribute", "k=v=w"), True),
+                                 (("remove-attribute", " k = v "), False), (("remove-attribute", "k=v"), True)):
+            with self.subTest(command=command):
+                foreseen = self.node.policy(*command, "--all", "--dry-run").code
+                self.assertEqual(foreseen, DONE if changes else NOTHING_TO_DO)
+                self.assertEqual(self.node.policy(*command, "--all", "--no-notify").code,
+                                 DONE if changes else NOT_FOUND)
+
     def test_a_dry_run_does_what_the_real_run_then_does(self):
         self.install("a", status="disabled")
         self.install("b", name="other")

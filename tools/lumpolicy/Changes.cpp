@@ -28,9 +28,20 @@ struct Request {
     PolicyForwarder::Options options;
 };
 
+std::string Trimmed(const std::string& text) {
+    return String_t(Text(text)).Trim().ToUtf8();
+}
+
+/// As a node does it: blanks part words, other white space does not.
 std::vector<std::string> WordsOf(const std::string& text) {
-    std::istringstream in(text);
-    return {std::istream_iterator<std::string>(in), {}};
+    std::vector<std::string> words;
+    std::string rest = Trimmed(text);
+    while (!rest.empty()) {
+        const std::size_t blank = std::min(rest.find(' '), rest.size());
+        words.push_back(rest.substr(0, blank));
+        rest = Trimmed(rest.substr(blank));
+    }
+    return words;
 }
 
 bool HasCategory(const PolicyHeader& header, const std::string& category) {
@@ -119,7 +130,9 @@ const Row kRows[] = {
                         r.options);
      },
      [](const PolicyHeader& h, const std::string& pair) {
-         return Unless(HasAttribute(h, pair), "add '" + pair + "' to");
+         // A node trims what it adds, and not what it takes away.
+         const auto [name, value] = SplitPair(pair);
+         return Unless(HasAttribute(h, Trimmed(name) + "=" + Trimmed(value)), "add '" + pair + "' to");
      }},
     {"remove-attribute", "Take an attribute from policies", "NAME=VALUE", "The attribute", "removed the attribute on ",
      [](const PolicyForwarder& f, const String_t& host, const Request& r) {

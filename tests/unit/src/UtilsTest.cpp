@@ -144,6 +144,32 @@ TEST(FindVersion, APackageThatStandsTooNearToTheHeadingIsNotSeen) {
     EXPECT_EQ(VersionIn("VERSION   x\nTesselLumConf 1\n"), "");
 }
 
+TEST(FindVersion, TheSearchForThePackageBeginsTwentyCharactersBehindTheHeading) {
+    // From where "VERSION" begins up to the end of its line, without it: 19 characters are one too few.
+    const std::string nineteen = "VERSION" + std::string(12, ' ');
+    EXPECT_EQ(VersionIn(nineteen + "\nTesselLumConf 1\n"), "");
+    EXPECT_EQ(VersionIn(nineteen + " \nTesselLumConf 1\n"), "TesselLumConf");
+    EXPECT_EQ(VersionIn(nineteen + "\nTesselLumConf 1\nTesselLumConf 2\n"), "TesselLumConf");
+}
+
+TEST(FindVersion, TheColumnIsThatOfTheWholeInventoryEvenWhereTheHeadingStandsLower) {
+    const std::string title = "Title\n", heading = "NAME           VERSION             \n";
+    EXPECT_EQ(VersionIn(title + heading + "TesselLumConf  06.00.055  y\n"), "055");
+    EXPECT_EQ(VersionIn(title + heading + "TesselLumConf        06.00.055  y\n"), "06.00.055");
+}
+
+TEST(FindVersion, OnlyABlankOrTheEndOfTheLineEndsTheVersion) {
+    const std::string heading = "NAME           VERSION             \n";
+    EXPECT_EQ(VersionIn(heading + "TesselLumConf  06.00\t055 y\n"), "06.00\t055");
+    EXPECT_EQ(VersionIn(heading + "TesselLumConf  06.00\r\nOther  07\n"), "06.00\r");
+    EXPECT_EQ(VersionIn(heading + "TesselLumConf   06.00\n"), "") << "a blank stands in the column";
+}
+
+TEST(FindVersion, TheFirstLineOfThePackageCounts) {
+    EXPECT_EQ(VersionIn("NAME           VERSION             \nTesselLumConf  06.00  y\nTesselLumConf  07.00  y\n"),
+              "06.00");
+}
+
 TEST(FindVersion, ALineShorterThanTheColumnHasNoVersion) {
     EXPECT_EQ(VersionIn("NAME                    VERSION    DESCRIPTION\nTesselLumConf 1\nx\n"), "");
 }
