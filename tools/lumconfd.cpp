@@ -95,6 +95,7 @@ int main(int argc, char** argv) {
     bool checkConfig = false;
     // An empty one comes from a script's unset variable: the default root is not what was meant.
     app.add_option("--root", root, "Folder of the node (default: $LUM_ROOT, else /var/opt/lum)")
+        ->type_name("DIR")
         ->check([](const std::string& text) { return std::string(text.empty() ? "the folder's name is empty" : ""); });
     app.add_flag("--check-config", checkConfig, "Check the configuration, say what is wrong, and end");
     app.set_version_flag("--version", "lumconfd " LUM_VERSION);

@@ -21,6 +21,7 @@ namespace {
 using LumPalStr::String_t;
 
 constexpr int kExitFailed = 1;
+constexpr int kExitWrongUsage = 2;
 /// How soon an end that a signal asked for between two waits is seen.
 constexpr std::uint32_t kWaitMs = 500;
 
@@ -95,21 +96,30 @@ void Listen(const Choices& choices) {
     }
 }
 
+/// What is wrong with a number of events, empty when nothing is.
+std::string IsPositive(const std::string& text) {
+    const bool isNumber = !text.empty() && text.size() <= 18 && text.find_first_not_of("0123456789") == text.npos;
+    return isNumber && std::stoull(text) > 0 ? "" : "'" + text + "' is no number above 0";
+}
+
 void Describe(CLI::App& app, Choices& choices) {
-    app.set_version_flag("--version", LUM_VERSION);
-    app.add_option("--root", choices.root, "Root folder of the node (else LUM_ROOT, else /var/opt/lum)");
-    app.add_option("--name", choices.name, "Name to register under (default: one that no other listener has)");
-    app.add_option("--count", choices.count, "End after so many events")->check(CLI::PositiveNumber);
+    app.set_version_flag("--version", "lumevents " LUM_VERSION);
+    app.add_option("--root", choices.root, "Root folder of the node (else LUM_ROOT, else /var/opt/lum)")
+        ->type_name("DIR");
+    app.add_option("--name", choices.name, "Name to register under (default: one that no other listener has)")
+        ->type_name("NAME");
+    app.add_option("--count", choices.count, "End after so many events")->check(IsPositive)->type_name("N");
     app.add_flag("--json", choices.json, "Print one JSON object per event");
     app.add_flag("--quiet", choices.quiet, "Do not say \"registered\" on standard error");
     app.add_option("--exec", choices.command,
                    "Run this command for each event, with LUM_EVENT and LUM_VALUE in its environment, "
-                   "and acknowledge when it has ended (no shell is involved)");
+                   "and acknowledge when it has ended (no shell is involved)")
+        ->type_name("COMMAND");
     app.add_option("EVENT", choices.events, "Event to listen for; a \"*\" at its end stands for any rest")->required();
     app.footer(
         "Prints one line per event, the event and its value, and acknowledges it.\n"
         "Ends with 0 when --count is reached and on SIGINT or SIGTERM (a command that still runs is left to end\n"
-        "by itself), with 1 when the control service cannot be reached or goes away.");
+        "by itself), with 1 when the control service cannot be reached or goes away, with 2 for wrong usage.");
 }
 
 }  // namespace
@@ -121,7 +131,11 @@ int main(int argc, char** argv) {
     choices.name = OwnName();
     CLI::App app("Listens to the events of the node's control service.", "lumevents");
     Describe(app, choices);
-    CLI11_PARSE(app, argc, argv);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        return app.exit(e) == 0 ? 0 : kExitWrongUsage;
+    }
     std::signal(SIGINT, AskToStop);
     std::signal(SIGTERM, AskToStop);
     try {

@@ -6,6 +6,7 @@
 
 #include "LumPalConfig.h"
 #include "LumPalExport.h"
+#include "LumPalMsg.h"
 #include "LumPalStr.h"
 #include "LumVoxCore.h"
 
@@ -85,5 +86,9 @@ public:
     class Impl;
     Impl* GetImpl() const;
 };
+
+/// What a messenger that serves with this configuration would not take as it stands: numbers that are none or out of
+/// their bounds, an address that is none. Empty when all is in order; nothing is logged.
+LUMPAL_API LumPalMsg::MessageList_t FindWrongLimits(const LumPalConfig::Configuration_t& configuration);
 
 }  // namespace LumVoxMsg

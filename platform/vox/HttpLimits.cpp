@@ -6,10 +6,12 @@
 
 #include "LocalSecret.h"
 #include "LumPalLog.h"
+#include "LumVoxMsg.h"
 
 namespace LumVoxMsg {
 
 using LumPalConfig::Configuration_t;
+using LumPalMsg::MessageList_t;
 using LumPalStr::String_t;
 
 namespace {
@@ -22,48 +24,51 @@ std::optional<std::uint64_t> ToNumber(const String_t& text) {
     return result.ec == std::errc() && result.ptr == end && !digits.empty() ? std::optional(value) : std::nullopt;
 }
 
-void Warn(const Configuration_t& configuration, const char* key, const String_t& text, const String_t& taken) {
-    LumPalLog::Log(LumPalMsg::CreateWarn_t("'%1' is no value for '%2' in '%3'; '%4' is taken.")
-                   << text << key << configuration.GetNamespace() << taken);
-}
+/// A configuration, and what was found wrong in it.
+struct Checked {
+    const Configuration_t& values;
+    MessageList_t wrong;
+
+    void Warn(const char* key, const String_t& text, const String_t& taken) {
+        wrong.Add(LumPalMsg::CreateWarn_t("'%1' is no value for '%2' in '%3'; '%4' is taken.")
+                  << text << key << values.GetNamespace() << taken);
+    }
+};
 
 /// The key's value, or the default with a warning when it is no number in the bounds.
-std::uint64_t Number(const Configuration_t& configuration, const char* key, std::uint64_t least, std::uint64_t most,
+std::uint64_t Number(Checked& configuration, const char* key, std::uint64_t least, std::uint64_t most,
                      std::uint64_t standard) {
-    if (!configuration.HasAttr(key)) return standard;
-    String_t text = configuration.GetValue(key);
+    if (!configuration.values.HasAttr(key)) return standard;
+    String_t text = configuration.values.GetValue(key);
     const std::optional<std::uint64_t> value = ToNumber(text.Trim());
     if (value && *value >= least && *value <= most) return *value;
-    Warn(configuration, key, text, LumPalStr::NumToStr(static_cast<unsigned long long>(standard)));
+    configuration.Warn(key, text, LumPalStr::NumToStr(static_cast<unsigned long long>(standard)));
     return standard;
 }
 
-void Count(const Configuration_t& configuration, const char* key, unsigned least, unsigned most, unsigned& target) {
+void Count(Checked& configuration, const char* key, unsigned least, unsigned most, unsigned& target) {
     target = static_cast<unsigned>(Number(configuration, key, least, most, target));
 }
 
-void Bytes(const Configuration_t& configuration, const char* key, std::uint64_t least, std::uint64_t most,
-           std::uint64_t& target) {
+void Bytes(Checked& configuration, const char* key, std::uint64_t least, std::uint64_t most, std::uint64_t& target) {
     target = Number(configuration, key, least, most, target);
 }
 
-void Time(const Configuration_t& configuration, const char* key, std::chrono::milliseconds& target) {
+void Time(Checked& configuration, const char* key, std::chrono::milliseconds& target) {
     target =
         std::chrono::milliseconds(Number(configuration, key, 100, 3600000, static_cast<std::uint64_t>(target.count())));
 }
 
-String_t Address(const Configuration_t& configuration) {
-    String_t text = configuration.GetValue("BIND_ADDRESS");
+String_t Address(Checked& configuration) {
+    String_t text = configuration.values.GetValue("BIND_ADDRESS");
     boost::system::error_code error;
     if (!text.Trim().IsEmpty()) boost::asio::ip::make_address(text.ToUtf8(), error);
     if (!error) return text;
-    Warn(configuration, "BIND_ADDRESS", text, kLoopbackAddress);
+    configuration.Warn("BIND_ADDRESS", text, kLoopbackAddress);
     return kLoopbackAddress;
 }
 
-}  // namespace
-
-HttpLimits HttpLimits::Load(const Configuration_t& configuration) {
+HttpLimits Read(Checked& configuration) {
     HttpLimits limits;
     Count(configuration, "SERVER_PORT", 0, 65535, limits.port);
     limits.bindAddress = Address(configuration);
@@ -81,6 +86,21 @@ HttpLimits HttpLimits::Load(const Configuration_t& configuration) {
     Time(configuration, "CLOSE_TIMEOUT", limits.closeTime);
     Bytes(configuration, "MIN_RATE", 1, 1u << 30, limits.bytesPerSecond);
     return limits;
+}
+
+}  // namespace
+
+HttpLimits HttpLimits::Load(const Configuration_t& configuration) {
+    Checked checked{configuration, {}};
+    const HttpLimits limits = Read(checked);
+    for (int i = 0; i < checked.wrong.GetMessageCount(); ++i) LumPalLog::Log(checked.wrong.GetMessage(i));
+    return limits;
+}
+
+LumPalMsg::MessageList_t FindWrongLimits(const Configuration_t& configuration) {
+    Checked checked{configuration, {}};
+    Read(checked);
+    return checked.wrong;
 }
 
 bool HttpLimits::IsLoopback(const String_t& address) {

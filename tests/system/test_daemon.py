@@ -313,7 +313,11 @@ class Configuration(DaemonTest):
 
     def test_what_is_wrong_is_told_line_by_line(self):
         for settings, words in (
-                ({"vox.http.ext.conf": {"SERVER_PORT": "high"}}, ["[vox.http.ext.conf]", "SERVER_PORT=high", "port"]),
+                ({"vox.http.ext.conf": {"SERVER_PORT": "high"}}, ["vox.http.ext.conf", "'high'", "SERVER_PORT"]),
+                ({"vox.http.ext.conf": {"IO_THREADS": "0"}}, ["'0'", "IO_THREADS", "'2' is taken"]),
+                ({"vox.http.ext.conf": {"BODY_LIMIT": "64 MB"}}, ["'64 MB'", "BODY_LIMIT"]),
+                ({"vox.http.ext.conf": {"BIND_ADDRESS": "everywhere"}}, ["'everywhere'", "BIND_ADDRESS"]),
+                ({"vox.http.ext.conf": {"REQUEST_TIMEOUT": "5s"}}, ["REQUEST_TIMEOUT=5s", "a number"]),
                 ({"vox.http.ext.conf": {"TARGET_PORT": "65536"}}, ["TARGET_PORT=65536"]),
                 ({"conf.server": {"AUDIT_LOGGING": "perhaps"}}, ["[conf.server]", "AUDIT_LOGGING=perhaps"]),
                 ({"conf.server": {"AUDIT_LOG_MODE": "some"}}, ["AUDIT_LOG_MODE=some", "all or failure"]),
@@ -338,6 +342,7 @@ class Configuration(DaemonTest):
                 self.assertEqual(result.code, FAILED, result)
                 self.assertIn(str(node.config / "local_settings.ini"), result.out)
                 self.assertRegex(result.out, rf"\b{line}\b")
+                self.assertEqual(result.out.splitlines()[-1], "1 problem(s)")
 
     def test_a_wrong_right_and_a_broken_rights_file_are_told(self):
         node = self.node(start=False)

@@ -7,7 +7,7 @@ import subprocess
 import sys
 import unittest
 
-from node import DONE, EXAMPLES, PATIENCE_S, TOOLS, UNTOLD, Node, wait_until
+from node import DONE, EXAMPLES, PATIENCE_S, TOOLS, UNTOLD, WRONG_USAGE, Node, wait_until
 
 EXAMPLE = sorted(EXAMPLES.glob("*_header.xml"))[0]
 
@@ -139,8 +139,14 @@ class EventsTool(unittest.TestCase):
 
     def test_wrong_usage_is_refused(self):
         with Node(start=False) as node:
-            for arguments in ([], ["--count", "0", "E"], ["--count", "x", "E"], ["--unknown", "E"]):
-                self.assertNotIn(run(node, *arguments).returncode, (0, 1), arguments)
+            for arguments, words in (([], "EVENT is required"), (["--unknown", "E"], "--unknown"),
+                                     (["--count", "0", "E"], "--count: '0' is no number above 0"),
+                                     (["--count", "x", "E"], "--count: 'x' is no number above 0"),
+                                     (["--count", "", "E"], "--count"),
+                                     (["--count", "9" * 30, "E"], "--count: '9999")):
+                result = run(node, *arguments)
+                self.assertEqual(result.returncode, WRONG_USAGE, arguments)
+                self.assertIn(words, result.stderr)
 
     def test_quiet_says_nothing_but_the_events(self):
         with Node() as node:

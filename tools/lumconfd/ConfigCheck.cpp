@@ -2,12 +2,14 @@
 
 #include <functional>
 #include <ostream>
+#include <set>
 
 #include "ConfBase.h"
 #include "LumPalConfig.h"
 #include "LumPalMsg.h"
 #include "LumSecAuth.h"
 #include "LumSecCore.h"
+#include "LumVoxMsg.h"
 #include "lumconfd/DaemonKeys.h"
 
 namespace lumconfd {
@@ -43,12 +45,14 @@ const Key kKeys[] = {
     {"conf.cluster", "POLLING_INTERVAL", Type::Count},
     {"conf.cluster", "MAX_RETRIES_FOR_CLUSTERUP", Type::Count},
     {"sec.cm.certificates", "CERT_INSTALLED", Type::Boolean},
-    {"vox.http.ext.conf", "SERVER_PORT", Type::Port},
     {"vox.http.ext.conf", "TARGET_PORT", Type::Port},
+    {"vox.http.ext.conf", "CONNECT_TIMEOUT", Type::Count},
+    {"vox.http.ext.conf", "REQUEST_TIMEOUT", Type::Count},
+    {"vox.http.ext.conf", "RESPONSE_LIMIT", Type::Count},
 };
 
 bool IsNumber(const std::string& text) {
-    return !text.empty() && text.size() <= 9 && text.find_first_not_of("0123456789") == std::string::npos;
+    return !text.empty() && text.size() <= 18 && text.find_first_not_of("0123456789") == std::string::npos;
 }
 
 bool IsBoolean(const String_t& value) {
@@ -84,9 +88,14 @@ const char* Wanted(Type type, const String_t& value) {
 class Report {
 public:
     explicit Report(std::ostream& out) : out(out) {}
+    /// Told once, also when several steps meet it.
     void Problem(const std::string& text) {
-        out << text << "\n";
-        ++problems;
+        if (problems.insert(text).second) out << text << "\n";
+    }
+    void Problems(const LumPalMsg::MessageList_t& found) {
+        for (int i = 0; i < found.GetMessageCount(); ++i) {
+            Problem(found.GetMessage(i).Format(LumPalMsg::BareText).ToUtf8());
+        }
     }
     /// What a step raises is a problem.
     void Step(const std::function<void()>& step) {
@@ -96,11 +105,11 @@ public:
             Problem(e.what());
         }
     }
-    int GetCount() const { return problems; }
+    std::size_t GetCount() const { return problems.size(); }
 
 private:
     std::ostream& out;
-    int problems = 0;
+    std::set<std::string> problems;
 };
 
 void CheckKeys(const ConfigGroup_t& group, Report& report) {
@@ -116,19 +125,16 @@ void CheckKeys(const ConfigGroup_t& group, Report& report) {
     }
 }
 
-void CheckRights(Report& report) {
-    const LumPalMsg::MessageList_t problems = LumSecAuth::FindWrongRights();
-    for (int i = 0; i < problems.GetMessageCount(); ++i) {
-        report.Problem(problems.GetMessage(i).Format(LumPalMsg::BareText).ToUtf8());
-    }
-}
-
 }  // namespace
 
 bool CheckConfiguration(std::ostream& out) {
     Report report(out);
     report.Step([&] { CheckKeys(LumPalConfig::ConfigBase_t::Open(""), report); });
-    report.Step([&] { CheckRights(report); });
+    report.Step([&] {
+        const auto server = LumPalConfig::ConfigNamespace_t("vox.http.ext.conf").Open();
+        report.Problems(LumVoxMsg::FindWrongLimits(server));
+    });
+    report.Step([&] { report.Problems(LumSecAuth::FindWrongRights()); });
     report.Step([] { LumSecCore::NodeIdentity::Load(); });
     out << (report.GetCount() == 0 ? "the configuration is in order"
                                    : std::to_string(report.GetCount()) + " problem(s)")

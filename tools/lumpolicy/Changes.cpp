@@ -159,7 +159,8 @@ public:
         command.add_flag("-n,--dry-run", dryRun,
                          "Show what would change, as the node lists its policies; change nothing");
         command.add_flag("--no-notify", noNotify, "Queue the notification of consumers; 'lumpolicy notify' sends it");
-        command.add_option("--target-id", targetId, "Id of the target")->type_name("ID");
+        command.add_option("--target-id", targetId, "The id that the node must bear over TLS, else nothing is sent")
+            ->type_name("ID");
     }
 
 private:

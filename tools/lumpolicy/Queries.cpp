@@ -21,7 +21,8 @@ class Query : public HostCommand {
 protected:
     explicit Query(CLI::App& command, SelectionOptions::Demand demand) : HostCommand(command) {
         selectionOptions.AddTo(command, demand);
-        command.add_option("--target-id", targetId, "Id of the target")->type_name("ID");
+        command.add_option("--target-id", targetId, "The id that the node must bear over TLS, else nothing is sent")
+            ->type_name("ID");
     }
 
     virtual void Show(const PolicyContainer& policies, const std::string& host, Answer& answer) const = 0;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "CapturedLog.h"
+#include "LumVoxMsg.h"
 #include "TempRoot.h"
 
 using LumPalConfig::Configuration_t;
@@ -89,6 +90,22 @@ TEST_F(HttpLimitsTest, AnAddressIsTakenAsItIsAndASlipOpensNothing) {
     for (const auto& row : rows)
         EXPECT_EQ(HttpLimits::Load(With("BIND_ADDRESS", row.value)).bindAddress, row.taken) << row.value;
     EXPECT_TRUE(log.Holds("'BIND_ADDRESS'"));
+}
+
+TEST_F(HttpLimitsTest, EachWrongValueIsFoundWithoutALineInTheLog) {
+    for (const Row& row : kRows) {
+        for (const char* good : {row.least, row.most})
+            EXPECT_EQ(LumVoxMsg::FindWrongLimits(With(row.key, good)).GetMessageCount(), 0) << row.key << " " << good;
+        for (const char* bad : {row.below, row.above, "", "many"}) {
+            const auto wrong = LumVoxMsg::FindWrongLimits(With(row.key, bad));
+            ASSERT_EQ(wrong.GetMessageCount(), 1) << row.key << " " << bad;
+            const std::string text = wrong.GetMessage(0).Format(LumPalMsg::BareText).ToUtf8();
+            EXPECT_NE(text.find(std::string("'") + bad + "' is no value for '" + row.key + "'"), text.npos) << text;
+        }
+    }
+    EXPECT_EQ(LumVoxMsg::FindWrongLimits(With("BIND_ADDRESS", "everywhere")).GetMessageCount(), 1);
+    EXPECT_EQ(LumVoxMsg::FindWrongLimits(Configuration_t()).GetMessageCount(), 0);
+    EXPECT_EQ(log.Text(), "");
 }
 
 TEST_F(HttpLimitsTest, KnowsLoopbackAddresses) {
