@@ -138,7 +138,12 @@ class OverPlainHttp(unittest.TestCase):
         self.assertEqual(check.checkpolicy("other t"), 0)
         self.assertEqual(client(self.base).service.mgrconf(), 0)
         inventory = client(self.base, INVENTORY_PATH).service.inventory("package")
-        self.assertIn("TesselLumConf", inventory)
+        heading, *lines = inventory.splitlines()
+        column = heading.index("VERSION")
+        versions = [line[column:].split(" ")[0] for line in lines if line.startswith("TesselLumConf ")]
+        self.assertEqual(len(versions), 1, inventory)
+        self.assertRegex(versions[0], r"^\d[\d.]+$")
+        self.assertFalse("03.00.010" <= versions[0] <= "06.00.055", "such nodes count selections otherwise")
 
     def test_the_program_of_the_page_does_its_work(self):
         program = re.search(r"```python\n(.*?)```", PAGE, re.S).group(1)

@@ -84,6 +84,25 @@ class ManyNodes(unittest.TestCase):
         self.assertEqual(self.operator_runs("enable", "--all", "--no-notify", hosts=some).code, DONE)
         self.assertEqual(self.operator_runs("show", "--id", "zzz", hosts=some).code, NOT_FOUND)
 
+    def test_each_selection_means_the_same_on_another_node(self):
+        hosts = self.hosts[:2]
+        for policy_id in ("a", "b"):
+            path = self.policy_file(policy_id, name="n" + policy_id, type_name="t" + policy_id, owner="o" + policy_id,
+                                    categories=["c" + policy_id], attributes=[("k" + policy_id, "v" + policy_id)])
+            self.assertEqual(self.operator_runs("install", "--no-notify", path, hosts=hosts).code, DONE)
+        for selection in (("--id", "a"), ("--name", "na"), ("--type", "ta"), ("--owner", "oa"), ("--category", "ca"),
+                          ("--owner", "oa", "--name", "na"), ("--attribute", "ka"), ("--attribute", "ka=va"),
+                          ("--name", "na", "--type", "ta")):
+            with self.subTest(selection=selection):
+                code, answers = self.results("list", *selection, hosts=hosts)
+                self.assertEqual(code, DONE, answers)
+                self.assertEqual([[policy["id"] for policy in answer["policies"]] for answer in answers],
+                                 [["a"], ["a"]])
+        for selection in (("--category", "oa"), ("--owner", "ca"), ("--attribute", "oa"), ("--attribute", "ka=vb"),
+                          ("--name", "na", "--type", "tb")):
+            with self.subTest(selection=selection):
+                self.assertEqual(self.operator_runs("disable", *selection, hosts=hosts).code, NOT_FOUND)
+
     def test_each_node_has_one_result_and_its_failure_names_it(self):
         hosts = self.hosts[:2] + self.dead[:1]
         result = self.operator_runs("list", hosts=hosts)
