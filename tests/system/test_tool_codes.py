@@ -216,6 +216,11 @@ class Output(ToolTest):
         levels = [line["level"] for line in self.install("a", "--json", type_name="other").json()["messages"]]
         self.assertEqual((levels[0], max(levels) > 0), (0, True))
 
+    def test_an_install_that_fails_names_the_file(self):
+        result = self.node.policy("install", "no-header")
+        self.assertEqual(result.code, FAILED, result)
+        self.assertIn("no-header: ", result.err.splitlines()[0])
+
     def test_no_arguments_are_answered_with_a_short_usage(self):
         result = self.node.policy()
         self.assertEqual((result.code, result.out), (WRONG_USAGE, ""))

@@ -100,6 +100,14 @@ InstallOptions Choices::Make() const {
     return options;
 }
 
+/// Some messages do not say which file they are about.
+void NameFile(lumtools::Outcome& outcome, const std::string& file) {
+    const bool isOfTheFile = outcome.code == lumtools::kFailed || outcome.code == lumtools::kRefused;
+    if (!isOfTheFile || outcome.messages.empty()) return;
+    std::string& text = outcome.messages.front().text;
+    if (text.find(file) == text.npos) text = file + ": " + text;
+}
+
 /// The exit code of several files: the first that is no success.
 void Join(lumtools::Outcome& whole, const lumtools::Outcome& part) {
     if (whole.code == lumtools::kDone) whole.code = part.code;
@@ -150,8 +158,8 @@ private:
         Answer answer;
         answer.fields["files"] = nlohmann::ordered_json::array();
         for (const auto& file : files) {
-            const Outcome outcome =
-                Attempt([&] { forwarder.Install(Text(host), LumPalIo::File_t(Text(file)), options); });
+            Outcome outcome = Attempt([&] { forwarder.Install(Text(host), LumPalIo::File_t(Text(file)), options); });
+            NameFile(outcome, file);
             answer.fields["files"].push_back(
                 {{"file", file}, {"result", outcome.Word()}, {"code", static_cast<int>(outcome.code)}});
             if (outcome.code == lumtools::kDone) answer.text += "installed " + file + " on " + host + "\n";
