@@ -1,5 +1,7 @@
 #include "CallsInFlight.h"
 
+#include "Trace.h"
+
 namespace LumConf {
 
 using LumPalThread::MutexLock_t;
@@ -16,7 +18,9 @@ void CallsInFlight::CallFinished() {
 
 void CallsInFlight::WaitForCalls(std::uint32_t patienceMs) {
     MutexLock_t lock(mutex);
-    if (calls > 0) ended.Wait(mutex, patienceMs);
+    if (calls == 0) return;
+    LUMCONF_TRACE(trace::Message, "the end of a handler waits for its calls in flight");
+    ended.Wait(mutex, patienceMs);
 }
 
 }  // namespace LumConf

@@ -4,10 +4,12 @@
 
 #include "LumCtrl.h"
 #include "LumPalCfgFile.h"
+#include "PolicyWorker.h"
 #include "RpcPolicyInstall.h"
 #include "RpcPolicyList.h"
 #include "RpcPolicyOp.h"
 #include "ServerTest.h"
+#include "TraceLines.h"
 
 namespace {
 
@@ -196,15 +198,37 @@ TEST_F(ConfigServerTest, AfterAStopItCanServeAgain) {
     ExpectItServes();
 }
 
-template <class Handler>
-void EndWithACallInFlight() {
-    Handler handler;
-    handler.CallStarted();
+TEST_F(ConfigServerTest, StopEndsThePolicyWorkerToo) {
+    server->Start();
+    server->Stop();
+    TraceLines traced;
+    LumConfPar::PolicyWorker::GetInstance().InsertJob(LumConfPar::JobKind::Install, "late");
+    EXPECT_TRUE(traced.Contains("the policy worker does not run, a job is dropped for late"));
 }
 
-TEST_F(ConfigServerTest, EachHandlerEndsThoughACallOfItIsStillInFlight) {
-    std::jthread install(EndWithACallInFlight<RpcPolicyInstall>), operate(EndWithACallInFlight<RpcPolicyOp>),
-        list(EndWithACallInFlight<RpcPolicyList>);
+template <class Handler>
+class HandlerEndTest : public testing::Test {
+protected:
+    ProcessNode& node = ProcessNode::Fresh();
+};
+using Handlers = testing::Types<RpcPolicyInstall, RpcPolicyOp, RpcPolicyList>;
+TYPED_TEST_SUITE(HandlerEndTest, Handlers);
+
+TYPED_TEST(HandlerEndTest, WaitsForACallInFlightAndGivesItUpInTheEnd) {
+    auto handler = std::make_unique<TypeParam>();
+    handler->CallStarted();
+    TraceLines traced;
+    handler.reset();
+    EXPECT_TRUE(traced.Contains("the end of a handler waits for its calls in flight"));
+}
+
+TYPED_TEST(HandlerEndTest, WaitsForNothingWhenItsCallsHaveEnded) {
+    auto handler = std::make_unique<TypeParam>();
+    handler->CallStarted();
+    handler->CallFinished();
+    TraceLines traced;
+    handler.reset();
+    EXPECT_FALSE(traced.Contains("the end of a handler waits"));
 }
 
 TEST_F(ConfigServerTest, AServerThatGoesWithoutAStopWaitsForTheCallInFlight) {

@@ -1,6 +1,7 @@
 #include "RpcPolicyList.h"
 
 #include "ServerTest.h"
+#include "TraceLines.h"
 
 namespace {
 
@@ -80,6 +81,16 @@ TEST_F(RpcPolicyListTest, AMalformedRequestIsRefusedWithAnEmptyListAndNoLineInTh
     }
     EXPECT_EQ(node.AuditText(), "");
     EXPECT_TRUE(log.Holds("List operation was not successful."));
+}
+
+TEST_F(RpcPolicyListTest, TheStartOfACallIsTracedWithItsSenderAndNotLogged) {
+    TraceLines traced;
+    Client().List();
+    EXPECT_TRUE(traced.Contains("Starting 'policy list' request from host 'local administrator'."));
+    Client().PostCall("list", kAll, Sender::Nobody);
+    EXPECT_TRUE(traced.Contains("Starting 'policy list' request from host ''."));
+    EXPECT_TRUE(traced.Contains("list is refused to ''"));
+    EXPECT_EQ(log.Text(), "");
 }
 
 TEST_F(RpcPolicyListTest, AnEnvelopeThatIsCutOrNoXmlIsAFaultOfTheClient) {
