@@ -215,6 +215,15 @@ TEST_F(AuditLogTest, ANameCannotForgeALine) {
     EXPECT_EQ(Lines().size(), 1u);
 }
 
+TEST_F(AuditLogTest, ALineDoesNotGrowWithANameFromOutside) {
+    TurnOn();
+    const String_t longText = String_t::FromUtf8(std::string(100000, 'x'));
+    AuditLog().Log("host", longText, longText, AuditLog::Install, false);
+    ASSERT_EQ(Lines().size(), 1u);
+    EXPECT_LT(Lines()[0].size(), 3000u);
+    EXPECT_TRUE(EndsIn(Lines()[0], "xxx...') could not be installed. Calling system: 'host'")) << Lines()[0];
+}
+
 TEST_F(AuditLogTest, ALogThatCannotBeOpenedIsOnlyTraced) {
     TurnOn();
     std::filesystem::create_directories(root.Native() + "/log/conf.server.audit.log");

@@ -212,8 +212,11 @@ TEST(MessageForwarder, EveryReturnValueOfAnInstallOfAPackage) {
 TEST(MessageForwarder, MessagesShowTheHostWithoutTheBlanksAroundIt) {
     SimulatedNode node;
     node.Answer(8);
-    ExpectAnswerRow(answers::selection[3], "localhost", "", "words of the node",
-                    [] { Sender().Operate(" localhost\t"); });
+    const Sender sender;
+    const char* const words = "words of the node";
+    ExpectAnswerRow(answers::selection[3], "localhost", "", words, [&] { sender.Operate(" localhost\t"); });
+    ExpectAnswerRow(answers::list[2], "localhost", "", words, [&] { sender.List(" localhost\t"); });
+    ExpectAnswerRow(answers::installPolicy[2], "localhost", "", words, [&] { sender.Install(" localhost\t"); });
 }
 
 TEST(MessageForwarder, TheNodesWordsArriveAsTheyAre) {

@@ -257,6 +257,17 @@ TEST_F(NotifyStoreTest, AChangeOfTheConfigurationIsTakenUpWithTheNextInstall) {
     consumer.Heard();
 }
 
+TEST_F(NotifyStoreTest, OnlyAnInstallTakesUpAChangeOfTheConfiguration) {
+    // Told of a change behind the store's own handler.
+    NotifyStore::ConfigHandler handler{LumPalConfig::ConfigNamespace_t("conf.core")};
+    Consumer consumer("consumer", kEveryEvent);
+    Configure("conf.core", "ASYNC_CONTROL_NOTIFY", "true");
+    ASSERT_TRUE(Eventually([&handler] { return handler.IsAsynchronous(); }));
+    Do(store, "last t,remove t a,enable t b,disable t c,send");
+    EXPECT_FALSE(store.WasAsynchronous());
+    EXPECT_EQ(consumer.Heard(), "ENABLE_POLICY:t=b; DISABLE_POLICY:t=c; REMOVE_POLICY:t=a; LAST_POLICY:t=");
+}
+
 /// Policies of settings have a consumer inside.
 class NotifyStoreSettings : public NotifyStoreTest {
 protected:

@@ -105,6 +105,17 @@ TEST_F(PolicyUtilTest, AnEmptyDataFileIsAnEntryOfLengthZeroWithNothingBehind) {
     EXPECT_EQ(bytes.ToCharArray(), expected.ToCharArray());
 }
 
+TEST_F(PolicyUtilTest, ADataFileIsAddedFromItsDirectoryAlone) {
+    std::ofstream(root.Native() + "/secret") << "s";
+    std::filesystem::create_directories(Folder());
+    CharArrayOutputStream_t bytes;
+    DataOutputStream_t out(bytes);
+    for (const char* name : {"../secret", "/etc/passwd", "..", "", "p1_header.xml"}) {
+        EXPECT_THROW(PolicyUtil::AddPolicyData(File_t(root.Path("policy")), name, out), PolicyFileException) << name;
+    }
+    EXPECT_EQ(bytes.Size(), 0u);
+}
+
 TEST_F(PolicyUtilTest, TheDocumentTravelsAsItStandsWithByteOrderMarkAndLineEnds) {
     TestPolicy policy;
     policy.document = "\xEF\xBB\xBF" + policy.Document() + "<!-- end -->\r\n\r\n";

@@ -45,11 +45,24 @@ TEST_F(RpcPolicyInstallTest, TheNameOfTheFileIsNoPlaceOnDisk) {
     EXPECT_TRUE(std::filesystem::is_empty(node.IncomingFolder()));
 }
 
+TEST_F(RpcPolicyInstallTest, AnAnswerDoesNotGrowWithTheNameOfTheFile) {
+    const std::string name(100000, 'x');
+    const Reply done = Client().Install(Policy("a").Array(), 1, Untold(), name.c_str());
+    EXPECT_EQ(done.value, 1);
+    EXPECT_LT(done.text.size(), 2000u);
+    const Reply failed = Client().Install(LumPalArray::CharArray_t("abc", 3), 1, Untold(), name.c_str());
+    EXPECT_EQ(failed.value, 7);
+    EXPECT_LT(failed.text.size(), 2000u);
+    EXPECT_NE(failed.text.find("xxx...'."), std::string::npos) << failed.text;
+}
+
 TEST_F(RpcPolicyInstallTest, APackageIsInstalledWhole) {
     const Reply reply = Client().Install(PackageOf({Policy("a"), Policy("b")}), 2);
     EXPECT_EQ(reply.value, 1);
     EXPECT_EQ(reply.text, "Installation of policy package successful.");
     EXPECT_TRUE(IsInstalled("a") && IsInstalled("b"));
+    EXPECT_EQ(node.Audited("was successfully installed. Calling system: 'local administrator'"), 2) << node.AuditText();
+    EXPECT_EQ(node.Audited("Calling system: '"), node.Audited("Calling system: 'local administrator'"));
 }
 
 TEST_F(RpcPolicyInstallTest, AnUnknownMethodIsAFailureThatSaysSo) {
