@@ -78,6 +78,7 @@ void CarriedNames::CheckNoneTwice() const {
 
 PolicyArrayReader::PolicyArrayReader(TransferCursor& cursor)
     : cursor(cursor), count(cursor.ReadCount(1, kLeastFileBytes)) {
+    if (count > kMostFiles) Raise<PolicyFileException>(msg::TransferTooManyFiles, count, kMostFiles);
     rawNames.reserve(static_cast<std::size_t>(count));
 }
 

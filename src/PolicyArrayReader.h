@@ -66,7 +66,10 @@ public:
     static constexpr std::size_t kLeastFileBytes = 8;
     static constexpr std::size_t kLeastPolicyBytes = 4 + kLeastFileBytes;
 
-    /// Reads the count. @throws as TransferCursor::ReadCount
+    /// Most files of one policy: each costs the node a flush, while every other operation waits.
+    static constexpr std::int32_t kMostFiles = 10000;
+
+    /// Reads the count. @throws as TransferCursor::ReadCount; PolicyFileException for more than kMostFiles
     explicit PolicyArrayReader(TransferCursor& cursor);
     /// Goes to the next file; false behind the last one. The bytes of the file before must have been read.
     /// @throws PolicyFileException for a refused name or length; LumPalIo::IOException_t, EOFException_t

@@ -103,6 +103,14 @@ TEST(PolicyArrayReader, RefusesCountsThatCannotBeThere) {
     }
 }
 
+TEST(PolicyArrayReader, RefusesMoreFilesThanAPolicyMayHave) {
+    std::vector<std::pair<std::string, std::string>> files{{"p1_header.xml", "x"}};
+    while (files.size() < 10000) files.emplace_back("f" + std::to_string(files.size()), "");
+    EXPECT_NO_THROW(Walk(ArrayOf(10000, files)));
+    files.emplace_back("one more", "");
+    EXPECT_THROW(Walk(ArrayOf(10001, files)), PolicyFileException);
+}
+
 TEST(PolicyArrayReader, RefusesLengthsThatAreNotThere) {
     for (const std::int32_t length : {-1, INT32_MIN, 4, INT32_MAX}) {
         CharArrayOutputStream_t bytes;
