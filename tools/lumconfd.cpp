@@ -16,6 +16,7 @@
 #include "lumconfd/ConfigCheck.h"
 #include "lumconfd/PolicyList.h"
 #include "lumconfd/ServerWatch.h"
+#include "lumconfd/TrustReload.h"
 
 namespace {
 
@@ -38,12 +39,22 @@ LumVoxMsg::Messenger MakeMessenger() {
                                     .SetBasePath("/"));
 }
 
+/// What cannot be taken up leaves what was there: a daemon does not end because a file of its keys is broken.
+void Reload(LumConf::ConfigServer& server, LumVoxMsg::Messenger& messenger) {
+    try {
+        server.UpdateAuthorization();
+        messenger.ReloadIdentity();
+    } catch (const LumPalMsg::Exception_t& e) {
+        LumPalLog::Log(LumPalMsg::CreateError_t("Keys and certificates cannot be taken up; the last good ones stay.")
+                           .AddDetails(e.GetMessageList()));
+    }
+}
+
 void WaitForStop(LumConf::ConfigServer& server, LumVoxMsg::Messenger& messenger,
                  const LumPalRuntime::Signals_t& signals) {
     while (signals.Wait() == LumPalRuntime::Signal_e::Reload) {
         LumPalRuntime::NotifyServiceManager("RELOADING=1");
-        server.UpdateAuthorization();
-        messenger.ReloadIdentity();
+        Reload(server, messenger);
         LumPalRuntime::NotifyServiceManager("READY=1");
     }
 }
@@ -59,11 +70,13 @@ int Serve(const LumPalRuntime::Signals_t& signals) {
     inventory.RegisterOn(messenger);
     lumconfd::PolicyList policyList;
     lumconfd::ServerWatch serverWatch;
+    lumconfd::TrustReload trustReload([&] { Reload(server, messenger); });
     std::cerr << "lumconfd: serving the node in " << Dir_t::Path(LumPalRuntime::Root).ToUtf8() << " on port "
               << server.GetPort() << std::endl;
     LumPalRuntime::NotifyServiceManager("READY=1");
     WaitForStop(server, messenger, signals);
     LumPalRuntime::NotifyServiceManager("STOPPING=1");
+    trustReload.Stop();
     serverWatch.Stop();
     server.Stop();
     control.Stop();

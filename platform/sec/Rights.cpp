@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "LumPalCfgFile.h"
+#include "LumSecRights.h"
 
 namespace LumSecAuth {
 
@@ -66,6 +67,20 @@ void ForEachWord(std::string_view text, Take take) {
 }
 
 }  // namespace
+
+std::optional<unsigned> RightBits(const String_t& word) {
+    return BitsOf(word.ToUtf8());
+}
+
+String_t RightNames(unsigned bits) {
+    if ((bits & kAllRights) == kAllRights) return "all";
+    std::string names;
+    for (const NamedRight& right : kNames) {
+        if ((bits & right.bits) != right.bits) continue;
+        names += (names.empty() ? "" : " ") + std::string(right.name);
+    }
+    return String_t::FromUtf8(names);
+}
 
 Rights Rights::Load(const LumPalIo::File_t& file) {
     Rights rights;

@@ -1,0 +1,54 @@
+/// @file
+/// Making and taking in keys and certificates: what an administrator's tool needs beyond the key store.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "LumPalArray.h"
+#include "LumPalExport.h"
+#include "LumPalStr.h"
+#include "LumSecCore.h"
+
+namespace LumSecPki {
+
+/// A new private key, P-256. @throws LumSecCore::SecCoreException
+LUMPAL_API LumSecCore::Key NewKey();
+
+/// The first certificate of a PEM text, or the one that the bytes are in DER. @throws LumSecCore::SecCoreException
+LUMPAL_API LumSecCore::X509Certificate ReadCertificate(const LumPalArray::CharArray_t& bytes);
+/// All certificates of a PEM text, at least one; else as above.
+LUMPAL_API std::vector<LumSecCore::X509Certificate> ReadCertificates(const LumPalArray::CharArray_t& bytes);
+/// The first private key of a PEM text; nobody is asked for a passphrase. @throws LumSecCore::SecCoreException
+LUMPAL_API LumSecCore::Key ReadPrivateKey(const LumPalArray::CharArray_t& pem);
+
+/// As PEM. The key is not encrypted. @throws LumSecCore::SecCoreException, also for none
+LUMPAL_API LumPalArray::CharArray_t ToPem(const LumSecCore::X509Certificate& certificate);
+LUMPAL_API LumPalArray::CharArray_t ToPem(const LumSecCore::Key& privateKey);
+
+/// Whether the certificate is one for this private key; no for none.
+LUMPAL_API bool Match(const LumSecCore::X509Certificate& certificate, const LumSecCore::Key& privateKey);
+/// Whether the certificate may vouch for others (basicConstraints CA:TRUE).
+LUMPAL_API bool IsAuthority(const LumSecCore::X509Certificate& certificate);
+/// Seconds until its validity ends, below 0 when it has ended. @throws LumSecCore::SecCoreException
+LUMPAL_API std::int64_t SecondsLeft(const LumSecCore::X509Certificate& certificate);
+
+/// A request for a certificate (PKCS#10) as PEM.
+/// @param hosts  names and addresses under which clients reach the node; each host name or IP address, nothing else
+/// @throws LumSecCore::SecCoreException; LumPalMsg::IllegalArgumentError_t for a common name that is not 1 to 64
+///         characters or holds a control character, and for a host that is none
+LUMPAL_API LumPalArray::CharArray_t NewRequest(const LumSecCore::Key& privateKey, const LumPalStr::String_t& commonName,
+                                               const std::vector<LumPalStr::String_t>& hosts);
+
+/// A certificate that the key signs for itself and that may vouch for others. Throws as above.
+LUMPAL_API LumSecCore::X509Certificate NewAuthority(const LumSecCore::Key& privateKey,
+                                                    const LumPalStr::String_t& commonName, int days);
+/// Issues what a request asks for: its common name, its key and its host names, and nothing else of it.
+/// @param request  PEM; it must be signed with its own key
+/// @throws LumSecCore::SecCoreException, also when key and certificate of the authority do not match;
+///         LumPalMsg::IllegalArgumentError_t for a request whose common name cannot be used
+LUMPAL_API LumSecCore::X509Certificate Issue(const LumSecCore::X509Certificate& authority,
+                                             const LumSecCore::Key& authorityKey,
+                                             const LumPalArray::CharArray_t& request, int days);
+
+}  // namespace LumSecPki

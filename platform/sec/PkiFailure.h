@@ -1,0 +1,18 @@
+/// @file
+/// What the files that make keys and certificates share.
+#pragma once
+
+#include <functional>
+
+#include "Crypto.h"
+#include "LumPalArray.h"
+
+namespace LumSecPki {
+
+/// @throws LumSecCore::SecCoreException with what the crypto library said last
+[[noreturn]] void Fail(const char* text);
+
+/// What was written into memory. @param write  returns 1 on success. @throws LumSecCore::SecCoreException
+LumPalArray::CharArray_t Collect(const std::function<int(bio_st*)>& write);
+
+}  // namespace LumSecPki

@@ -1,0 +1,102 @@
+// Keys and certificates from and to texts.
+#include <openssl/bio.h>
+#include <openssl/err.h>
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <openssl/x509v3.h>
+
+#include "Crypto.h"
+#include "LumSecPki.h"
+#include "PkiFailure.h"
+
+namespace LumSecPki {
+
+using LumPalArray::CharArray_t;
+using LumSecCore::CryptoPtr;
+using LumSecCore::Key;
+using LumSecCore::X509Certificate;
+
+namespace {
+
+int NoPassphrase(char*, int, int, void*) {
+    return -1;
+}
+
+CryptoPtr<BIO> Input(const CharArray_t& bytes) {
+    ERR_clear_error();
+    return CryptoPtr<BIO>(BIO_new_mem_buf(bytes.GetData(), static_cast<int>(bytes.GetLength())));
+}
+
+bool IsPem(const CharArray_t& bytes) {
+    return bytes.View().find("-----BEGIN") != std::string_view::npos;
+}
+
+}  // namespace
+
+CharArray_t Collect(const std::function<int(BIO*)>& write) {
+    const CryptoPtr<BIO> out(BIO_new(BIO_s_mem()));
+    if (!out || write(out.get()) != 1) Fail("The text cannot be made.");
+    char* text = nullptr;
+    const long length = BIO_get_mem_data(out.get(), &text);
+    return CharArray_t(text, static_cast<std::size_t>(length));
+}
+
+std::vector<X509Certificate> ReadCertificates(const CharArray_t& bytes) {
+    if (!IsPem(bytes)) return {X509Certificate(bytes)};
+    const CryptoPtr<BIO> input = Input(bytes);
+    std::vector<X509Certificate> read;
+    while (CryptoPtr<X509> next{PEM_read_bio_X509(input.get(), nullptr, NoPassphrase, nullptr)}) {
+        read.push_back(LumSecCore::MakeCertificate(std::move(next)));
+    }
+    // The text's end is told as a missing beginning; everything else is a broken certificate.
+    const bool ended = ERR_GET_REASON(ERR_peek_last_error()) == PEM_R_NO_START_LINE;
+    if (read.empty() || !ended) Fail("The text holds no certificate, or a broken one.");
+    ERR_clear_error();
+    return read;
+}
+
+X509Certificate ReadCertificate(const CharArray_t& bytes) {
+    return ReadCertificates(bytes).front();
+}
+
+Key ReadPrivateKey(const CharArray_t& pem) {
+    CryptoPtr<EVP_PKEY> read(PEM_read_bio_PrivateKey(Input(pem).get(), nullptr, NoPassphrase, nullptr));
+    if (!read) Fail("The text holds no private key that can be read without a passphrase.");
+    return LumSecCore::MakeKey(std::move(read));
+}
+
+CharArray_t ToPem(const X509Certificate& certificate) {
+    if (certificate.IsNull()) Fail("There is no certificate.");
+    return Collect([&](BIO* out) { return PEM_write_bio_X509(out, certificate.GetImpl()->certificate.get()); });
+}
+
+CharArray_t ToPem(const Key& privateKey) {
+    if (privateKey.IsNull()) Fail("There is no key.");
+    return Collect([&](BIO* out) {
+        return PEM_write_bio_PKCS8PrivateKey(out, privateKey.GetImpl()->key.get(), nullptr, nullptr, 0, nullptr,
+                                             nullptr);
+    });
+}
+
+bool Match(const X509Certificate& certificate, const Key& privateKey) {
+    if (certificate.IsNull() || privateKey.IsNull()) return false;
+    const bool match =
+        X509_check_private_key(certificate.GetImpl()->certificate.get(), privateKey.GetImpl()->key.get()) == 1;
+    ERR_clear_error();
+    return match;
+}
+
+bool IsAuthority(const X509Certificate& certificate) {
+    return !certificate.IsNull() && X509_check_ca(certificate.GetImpl()->certificate.get()) == 1;
+}
+
+std::int64_t SecondsLeft(const X509Certificate& certificate) {
+    constexpr std::int64_t daySeconds = 86400;
+    if (certificate.IsNull()) Fail("There is no certificate.");
+    int days = 0, seconds = 0;
+    const ASN1_TIME* end = X509_get0_notAfter(certificate.GetImpl()->certificate.get());
+    if (ASN1_TIME_diff(&days, &seconds, nullptr, end) != 1) Fail("The certificate tells no end of its validity.");
+    return days * daySeconds + seconds;
+}
+
+}  // namespace LumSecPki

@@ -1,0 +1,75 @@
+// The commands init and issue: an authority to try things with.
+#include <iostream>
+#include <memory>
+
+#include "LumSecPki.h"
+#include "common/Arguments.h"
+#include "common/ExitCode.h"
+#include "common/Table.h"
+#include "lumtrust/Command.h"
+
+namespace lumtrust {
+
+using LumPalIo::File_t;
+using LumSecCore::Key;
+using LumSecCore::X509Certificate;
+using lumtools::Printable;
+using lumtools::Text;
+
+namespace {
+
+constexpr char kAuthorityName[] = "demonstration-authority";
+constexpr int kAuthorityDays = 30, kIssuedDays = 7;
+
+struct Choices {
+    std::string folder, request, output;
+};
+
+File_t Part(const Choices& choices, const char* suffix) {
+    return File_t(File_t(Text(choices.folder)), LumPalStr::String_t(kAuthorityName) + suffix);
+}
+
+int Init(const Choices& choices) {
+    const Key key = LumSecPki::NewKey();
+    const X509Certificate certificate = LumSecPki::NewAuthority(key, kAuthorityName, kAuthorityDays);
+    CreateFile(Part(choices, ".key"), LumSecPki::ToPem(key), kSecretMode);
+    CreateFile(Part(choices, ".pem"), LumSecPki::ToPem(certificate), kPublicMode);
+    std::cout << "made '" << kAuthorityName << "' in " << Printable(choices.folder) << ", valid until "
+              << certificate.GetNotAfter().ToUtf8()
+              << "\nFor demonstrations only: its key lies unprotected beside its certificate." << std::endl;
+    return lumtools::kDone;
+}
+
+int Issue(const Choices& choices) {
+    const auto certificateText = ReadFile(Part(choices, ".pem").ToString().ToUtf8());
+    const auto keyText = ReadFile(Part(choices, ".key").ToString().ToUtf8());
+    const X509Certificate issued =
+        LumSecPki::Issue(LumSecPki::ReadCertificate(certificateText), LumSecPki::ReadPrivateKey(keyText),
+                         ReadFile(choices.request), kIssuedDays);
+    const auto pem = LumSecPki::ToPem(issued);
+    if (choices.output.empty()) {
+        std::cout << pem.View() << std::flush;
+    } else {
+        ReplaceFile(File_t(Text(choices.output)), pem, kPublicMode);
+        std::cout << "issued: " << Printable(issued.GetSubjectCN().ToUtf8()) << ", valid until "
+                  << issued.GetNotAfter().ToUtf8() << std::endl;
+    }
+    return lumtools::kDone;
+}
+
+}  // namespace
+
+void AddAuthority(CLI::App& app, Actions& actions) {
+    auto choices = std::make_shared<Choices>();
+    CLI::App* init = app.add_subcommand("init", "Make an authority for demonstrations, never for real nodes");
+    init->add_option("DIR", choices->folder, "The folder for its certificate and key")->required();
+    actions.emplace_back(init, [choices] { return Init(*choices); });
+    CLI::App* issue = app.add_subcommand("issue", "Let the authority for demonstrations issue a certificate");
+    issue->add_option("DIR", choices->folder, "The authority's folder")->required();
+    issue->add_option("REQUEST", choices->request, "The request")->required();
+    issue->add_option("-o,--output", choices->output, "The file for the certificate (standard output)")
+        ->type_name("FILE");
+    actions.emplace_back(issue, [choices] { return Issue(*choices); });
+}
+
+}  // namespace lumtrust

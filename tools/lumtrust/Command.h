@@ -1,0 +1,51 @@
+/// @file
+/// What the commands of lumtrust share.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "LumPalArray.h"
+#include "LumPalIo.h"
+#include "LumPalStr.h"
+#include "LumSecCore.h"
+
+namespace lumtrust {
+
+/// Modes of what is written.
+inline constexpr unsigned kSecretMode = 0600, kPublicMode = 0644, kSecretFolderMode = 0700;
+
+/// What a command does; it throws what goes wrong, and returns the program's exit code.
+using Action = std::function<int()>;
+using Actions = std::vector<std::pair<CLI::App*, Action>>;
+
+/// Each adds its subcommands to the application.
+void AddAuthority(CLI::App& app, Actions& actions);
+void AddIdentity(CLI::App& app, Actions& actions);
+void AddTrusted(CLI::App& app, Actions& actions);
+void AddList(CLI::App& app, Actions& actions);
+void AddRights(CLI::App& app, Actions& actions);
+
+/// @throws LumPalMsg::RuntimeException_t with the text, its "%1" being the name
+[[noreturn]] void Refuse(const char* text, const std::string& name);
+
+/// A file of reasonable size as a whole. @throws LumPalIo::IOException_t naming it, also for a larger one
+LumPalArray::CharArray_t ReadFile(const std::string& path);
+/// Puts a file in the place of another one: written aside, flushed, renamed. Missing folders are made for the owner
+/// alone. After a failure the old file stands. @throws LumPalIo::IOException_t
+void ReplaceFile(const LumPalIo::File_t& file, const LumPalArray::CharArray_t& bytes, unsigned mode);
+/// As above, but never over an existing file. @throws LumPalMsg::RuntimeException_t
+void CreateFile(const LumPalIo::File_t& file, const LumPalArray::CharArray_t& bytes, unsigned mode);
+
+/// A file of the key store. @param part  "own", "trusted" or "requested"
+LumPalIo::File_t StoreFile(const char* part, const LumPalStr::String_t& alias, const char* suffix);
+/// An alias as it was given. @throws LumPalMsg::RuntimeException_t for one that is none
+LumPalStr::String_t CheckedAlias(const std::string& alias);
+
+/// Lets a running daemon take up what was changed, and waits until it did; says on standard output what came of it.
+void TellDaemon();
+
+}  // namespace lumtrust

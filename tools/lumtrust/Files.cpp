@@ -1,0 +1,97 @@
+// Reading and replacing files, and telling the daemon about it.
+#include <iostream>
+
+#include "LumCtrl.h"
+#include "LumPalRuntime.h"
+#include "common/Arguments.h"
+#include "common/TrustReload.h"
+#include "lumtrust/Command.h"
+
+namespace lumtrust {
+
+using LumPalArray::CharArray_t;
+using LumPalIo::File_t;
+using LumPalMsg::CreateError_t;
+using LumPalStr::String_t;
+using lumtools::Text;
+
+namespace {
+
+constexpr std::uint64_t kLargestFile = 1u << 20;
+
+[[noreturn]] void CannotWrite(const File_t& file) {
+    throw LumPalIo::IOException_t(CreateError_t("The file '%1' cannot be written.") << file.GetAbsolutePath());
+}
+
+void MakeFolder(const File_t& folder) {
+    if (folder.IsDirectory()) return;
+    if (!folder.Mkdirs() || !folder.SetMode(kSecretFolderMode)) CannotWrite(folder);
+}
+
+void WriteBytes(const File_t& file, const CharArray_t& bytes) {
+    LumPalIo::FileOutputStream_t out(file);
+    out.Write(bytes);
+    out.Sync();
+    out.Close();
+}
+
+}  // namespace
+
+void Refuse(const char* text, const std::string& name) {
+    throw LumPalMsg::RuntimeException_t(CreateError_t(String_t(text)) << Text(name));
+}
+
+CharArray_t ReadFile(const std::string& path) {
+    const File_t file(Text(path));
+    if (file.GetSize() > kLargestFile) Refuse("The file '%1' is too large.", path);
+    LumPalIo::FileInputStream_t input(file);
+    CharArray_t bytes(static_cast<std::size_t>(file.GetSize()));
+    bytes.Resize(static_cast<std::size_t>(std::max<std::int64_t>(input.Read(bytes), 0)));
+    return bytes;
+}
+
+void ReplaceFile(const File_t& file, const CharArray_t& bytes, unsigned mode) {
+    const File_t folder = file.GetParentFile();
+    MakeFolder(folder);
+    const File_t aside = File_t::CreateTempFile(".lumtrust", folder);  // readable by its owner alone
+    try {
+        WriteBytes(aside, bytes);
+        if (!aside.SetMode(mode) || !aside.RenameTo(file)) CannotWrite(file);
+    } catch (...) {
+        aside.Delete();
+        throw;
+    }
+    folder.Sync();
+}
+
+void CreateFile(const File_t& file, const CharArray_t& bytes, unsigned mode) {
+    if (file.Exists() || file.IsSymbolicLink()) {
+        Refuse("'%1' is there already and is not overwritten.", file.ToString().ToUtf8());
+    }
+    ReplaceFile(file, bytes, mode);
+}
+
+File_t StoreFile(const char* part, const String_t& alias, const char* suffix) {
+    return File_t(LumSecCore::KeyStoreDirectory() + part + File_t::Separator() + alias + suffix);
+}
+
+String_t CheckedAlias(const std::string& alias) {
+    String_t name = Text(alias);
+    if (!LumSecCore::IsAlias(name)) Refuse("'%1' cannot name an entry of the key store.", alias);
+    return name;
+}
+
+void TellDaemon() {
+    try {
+        LumCtrl::Control::Notify(lumtools::kReloadEvent, "", lumtools::kReloadComponent, {});
+        std::cout << "The running daemon has taken it up." << std::endl;
+    } catch (const LumPalIo::IOException_t&) {
+        std::cout << "No daemon serves this root; it counts from the next start on." << std::endl;
+    } catch (const LumCtrl::ControlException& e) {
+        throw LumPalMsg::RuntimeException_t(
+            CreateError_t("The change was made, but the running daemon did not take it up; reload it.")
+                .AddDetails(e.GetMessageList()));
+    }
+}
+
+}  // namespace lumtrust

@@ -1,0 +1,145 @@
+// The commands request and install: the node's own key and certificate.
+#include <iostream>
+#include <memory>
+
+#include "LumPalConfig.h"
+#include "LumSecAuth.h"
+#include "LumSecPki.h"
+#include "common/Arguments.h"
+#include "common/ExitCode.h"
+#include "common/Table.h"
+#include "lumtrust/Command.h"
+
+namespace lumtrust {
+
+using LumPalArray::CharArray_t;
+using LumPalConfig::Configuration_t;
+using LumPalIo::File_t;
+using LumPalStr::String_t;
+using LumSecCore::Key;
+using LumSecCore::X509Certificate;
+using lumtools::Printable;
+using lumtools::Text;
+
+namespace {
+
+constexpr char kCoreNamespace[] = "sec.core", kCoreId[] = "CORE_ID";
+constexpr char kCertificateNamespace[] = "sec.cm.certificates", kInstalled[] = "CERT_INSTALLED";
+
+struct Choices {
+    std::string coreId, output, certificate, key;
+    std::vector<std::string> hosts;
+};
+
+String_t CheckedCoreId(const std::string& id) {
+    const String_t checked = CheckedAlias(id);
+    if (LumSecAuth::IsReservedId(checked)) Refuse("The id '%1' has a meaning of its own and can be no node's.", id);
+    return checked;
+}
+
+std::string PathOf(const File_t& file) {
+    return file.ToString().ToUtf8();
+}
+
+/// The key waits beside the one in use, which serves on until the certificate is there.
+int Request(const Choices& choices) {
+    const std::string configured = LumPalConfig::ConfigNamespace_t(kCoreNamespace).Open().GetValue(kCoreId).ToUtf8();
+    const String_t coreId = CheckedCoreId(choices.coreId.empty() ? configured : choices.coreId);
+    std::vector<String_t> hosts;
+    for (const std::string& host : choices.hosts) hosts.push_back(Text(host));
+    const Key key = LumSecPki::NewKey();
+    const CharArray_t request = LumSecPki::NewRequest(key, coreId, hosts);
+    const File_t keyFile = StoreFile("requested", coreId, ".key");
+    ReplaceFile(keyFile, LumSecPki::ToPem(key), kSecretMode);
+    if (choices.output.empty()) {
+        std::cout << request.View() << std::flush;
+    } else {
+        ReplaceFile(File_t(Text(choices.output)), request, kPublicMode);
+        std::cout << "wrote the request to " << Printable(choices.output) << "; the key waits in "
+                  << Printable(PathOf(keyFile)) << std::endl;
+    }
+    return lumtools::kDone;
+}
+
+/// The key that was given, else the one that waits for this certificate, else the one in use.
+Key FindKey(const Choices& choices, const X509Certificate& certificate, const String_t& coreId) {
+    std::vector<std::string> paths{PathOf(StoreFile("requested", coreId, ".key")),
+                                   PathOf(StoreFile("own", coreId, ".key"))};
+    if (!choices.key.empty()) paths = {choices.key};
+    for (const std::string& path : paths) {
+        if (choices.key.empty() && !File_t(Text(path)).Exists()) continue;
+        Key key = LumSecPki::ReadPrivateKey(ReadFile(path));
+        if (LumSecPki::Match(certificate, key)) return key;
+    }
+    Refuse("The certificate '%1' does not belong to the key.", choices.certificate);
+}
+
+bool IsIssuedByTrusted(const X509Certificate& certificate) {
+    const LumSecCore::KeyStore store;
+    const String_t issuer = certificate.GetIssuerCN();
+    if (!store.IsTrustedCertEntry(issuer)) return false;
+    X509Certificate trusted;
+    store.GetCertificate(issuer, trusted);
+    return certificate.Verify(trusted.GetPublicKey());
+}
+
+void SetSettings(const String_t& coreId) {
+    Configuration_t core{String_t(kCoreNamespace)}, certificates{String_t(kCertificateNamespace)};
+    core.SetAttrValue(kCoreId, coreId);
+    certificates.SetAttrValue(kInstalled, "true");
+    LumPalConfig::ConfigUpdate_t update{String_t()};
+    update.SetConfig(core);
+    update.SetConfig(certificates);
+    update.Apply();
+}
+
+/// The node's own certificate, and behind it those that lead from it to an authority.
+CharArray_t TextOf(const std::vector<X509Certificate>& chain) {
+    std::string text;
+    for (const X509Certificate& certificate : chain) text += LumSecPki::ToPem(certificate).View();
+    return CharArray_t(text.data(), text.size());
+}
+
+int Install(const Choices& choices) {
+    const std::vector<X509Certificate> chain = LumSecPki::ReadCertificates(ReadFile(choices.certificate));
+    const X509Certificate& certificate = chain.front();
+    certificate.CheckValidity();
+    const String_t coreId = CheckedCoreId(certificate.GetSubjectCN().ToUtf8());
+    const Key key = FindKey(choices, certificate, coreId);
+    // Both stand before the settings name them. A daemon that runs goes on with what it has until it is told.
+    ReplaceFile(StoreFile("own", coreId, ".key"), LumSecPki::ToPem(key), kSecretMode);
+    ReplaceFile(StoreFile("own", coreId, ".pem"), TextOf(chain), kPublicMode);
+    SetSettings(coreId);
+    StoreFile("requested", coreId, ".key").Delete();
+    std::cout << "installed: " << Printable(coreId.ToUtf8()) << ", valid until " << certificate.GetNotAfter().ToUtf8()
+              << std::endl;
+    if (!IsIssuedByTrusted(certificate)) {
+        std::cout << "Note: its issuer is not trusted here; local tools will refuse the node's own certificate until "
+                     "'lumtrust trust' says otherwise."
+                  << std::endl;
+    }
+    TellDaemon();
+    return lumtools::kDone;
+}
+
+}  // namespace
+
+void AddIdentity(CLI::App& app, Actions& actions) {
+    auto choices = std::make_shared<Choices>();
+    CLI::App* request = app.add_subcommand("request", "Make a key for this node and a request for its certificate");
+    request->add_option("--core-id", choices->coreId, "The node's id, the certificate's common name (CORE_ID)")
+        ->type_name("ID");
+    request->add_option("--host", choices->hosts, "A name or address of the node; may be given often")
+        ->type_name("HOST")
+        ->allow_extra_args(false);
+    request->add_option("-o,--output", choices->output, "The file for the request (standard output)")
+        ->type_name("FILE");
+    actions.emplace_back(request, [choices] { return Request(*choices); });
+    CLI::App* install = app.add_subcommand("install", "Install the node's certificate with its key");
+    install->add_option("FILE", choices->certificate, "The certificate, PEM or DER")->required();
+    install->add_option("--key", choices->key, "Its private key (default: the one that 'request' made)")
+        ->type_name("FILE");
+    actions.emplace_back(install, [choices] { return Install(*choices); });
+}
+
+}  // namespace lumtrust

@@ -1,0 +1,88 @@
+// The command list.
+#include <algorithm>
+#include <iostream>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "LumSecPki.h"
+#include "common/ExitCode.h"
+#include "common/Table.h"
+#include "lumtrust/Command.h"
+
+namespace lumtrust {
+
+using LumPalIo::DirLister_t;
+using LumPalIo::File_t;
+using LumSecCore::X509Certificate;
+using nlohmann::ordered_json;
+
+namespace {
+
+constexpr std::int64_t kDaySeconds = 86400;
+
+/// Whole days; the day on which it ends is 0, afterwards it is below that.
+std::int64_t DaysLeft(const X509Certificate& certificate) {
+    const std::int64_t seconds = LumSecPki::SecondsLeft(certificate);
+    return seconds >= 0 ? seconds / kDaySeconds : -((-seconds + kDaySeconds - 1) / kDaySeconds);
+}
+
+ordered_json Entry(const std::string& kind, const File_t& file) {
+    const std::string name = file.GetName().ToUtf8();
+    ordered_json entry{{"alias", name.substr(0, name.size() - 4)}, {"kind", kind}};
+    try {
+        const X509Certificate certificate = LumSecPki::ReadCertificate(ReadFile(file.ToString().ToUtf8()));
+        entry["subject"] = certificate.GetSubjectCN().ToUtf8();
+        entry["issuer"] = certificate.GetIssuerCN().ToUtf8();
+        entry["not_after"] = certificate.GetNotAfter().ToUtf8();
+        entry["days_left"] = DaysLeft(certificate);
+    } catch (const LumPalMsg::Exception_t& e) {
+        entry["broken"] = e.GetMessageList().Format(LumPalMsg::BareText).ToUtf8();
+    }
+    return entry;
+}
+
+void Collect(const std::string& kind, ordered_json& entries) {
+    const File_t folder(LumSecCore::KeyStoreDirectory() + LumPalStr::String_t::FromUtf8(kind));
+    if (!folder.IsDirectory()) return;
+    std::vector<ordered_json> found;
+    DirLister_t lister(folder, DirLister_t::Filter_t::Suffix(".pem"));
+    while (lister.Next()) found.push_back(Entry(kind, lister.GetCurrentFile()));
+    std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) { return a["alias"] < b["alias"]; });
+    for (ordered_json& entry : found) entries.push_back(std::move(entry));
+}
+
+void PrintTable(const ordered_json& entries) {
+    lumtools::Table table({"KIND", "ALIAS", "SUBJECT", "ISSUER", "VALID UNTIL", "DAYS LEFT"});
+    for (const ordered_json& entry : entries) {
+        if (entry.contains("broken")) {
+            table.Add({entry["kind"], entry["alias"], "(cannot be read)", "", "", ""});
+            continue;
+        }
+        table.Add({entry["kind"], entry["alias"], entry["subject"], entry["issuer"], entry["not_after"],
+                   std::to_string(entry["days_left"].get<std::int64_t>())});
+    }
+    table.Print(std::cout);
+}
+
+int List(bool json) {
+    ordered_json entries = ordered_json::array();
+    for (const char* kind : {"own", "trusted"}) Collect(kind, entries);
+    if (json) {
+        std::cout << ordered_json{{"certificates", entries}}.dump() << std::endl;
+    } else {
+        PrintTable(entries);
+    }
+    const bool broken = std::any_of(entries.begin(), entries.end(), [](const auto& e) { return e.contains("broken"); });
+    return broken ? lumtools::kFailed : lumtools::kDone;
+}
+
+}  // namespace
+
+void AddList(CLI::App& app, Actions& actions) {
+    auto json = std::make_shared<bool>(false);
+    CLI::App* list = app.add_subcommand("list", "List the node's own certificates and those that it trusts");
+    list->add_flag("--json", *json, "Print one JSON object");
+    actions.emplace_back(list, [json] { return List(*json); });
+}
+
+}  // namespace lumtrust

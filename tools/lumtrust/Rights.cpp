@@ -1,0 +1,110 @@
+// The commands grant, revoke and rights.
+#include <iostream>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "LumSecAuth.h"
+#include "LumSecRights.h"
+#include "common/Arguments.h"
+#include "common/ExitCode.h"
+#include "common/Table.h"
+#include "lumtrust/Command.h"
+#include "lumtrust/RightsFile.h"
+
+namespace lumtrust {
+
+using lumtools::Printable;
+using lumtools::Text;
+
+namespace {
+
+struct Choices {
+    std::string sender;
+    std::vector<std::string> rights;
+    bool json = false;
+};
+
+unsigned BitsOf(const std::vector<std::string>& words) {
+    unsigned bits = 0;
+    for (const std::string& word : words) {
+        const auto right = LumSecAuth::RightBits(Text(word));
+        if (!right || *right == 0) {
+            throw CLI::ValidationError("'" + word +
+                                       "' is no right: install, remove, enable, disable, list, modify, "
+                                       "configget, configset, sign or all");
+        }
+        bits |= *right;
+    }
+    return bits;
+}
+
+unsigned Held(const RightsFile& file, const std::string& sender) {
+    const auto found = file.Get().find(sender);
+    return found == file.Get().end() ? 0 : found->second;
+}
+
+int Change(const std::string& sender, unsigned former, unsigned rights, RightsFile& file) {
+    if (former == rights) {
+        std::cout << "nothing to do: " << Printable(sender) << " holds "
+                  << (rights ? LumSecAuth::RightNames(rights).ToUtf8() : "no right") << std::endl;
+        return lumtools::kNothingToDo;
+    }
+    file.Set(sender, rights);
+    std::cout << Printable(sender) << ": " << (rights ? LumSecAuth::RightNames(rights).ToUtf8() : "no right")
+              << std::endl;
+    TellDaemon();
+    return lumtools::kDone;
+}
+
+int Grant(const Choices& choices) {
+    if (LumSecAuth::IsReservedId(Text(choices.sender))) {
+        Refuse("The id '%1' has a meaning of its own; no rights are granted to it.", choices.sender);
+    }
+    const unsigned granted = BitsOf(choices.rights);
+    RightsFile file;
+    const unsigned former = Held(file, choices.sender);
+    return Change(choices.sender, former, former | granted, file);
+}
+
+int Revoke(const Choices& choices) {
+    const unsigned revoked = choices.rights.empty() ? ~0u : BitsOf(choices.rights);
+    RightsFile file;
+    const unsigned former = Held(file, choices.sender);
+    return Change(choices.sender, former, former & ~revoked, file);
+}
+
+int Show(const Choices& choices) {
+    const RightsFile file;
+    nlohmann::ordered_json senders = nlohmann::ordered_json::array();
+    lumtools::Table table({"SENDER", "RIGHTS"});
+    for (const auto& [sender, bits] : file.Get()) {
+        const std::string names = LumSecAuth::RightNames(bits).ToUtf8();
+        senders.push_back({{"sender", sender}, {"rights", names}, {"bits", bits}});
+        table.Add({sender, names});
+    }
+    if (choices.json) {
+        std::cout << nlohmann::ordered_json{{"rights", senders}}.dump() << std::endl;
+    } else {
+        table.Print(std::cout);
+    }
+    return lumtools::kDone;
+}
+
+}  // namespace
+
+void AddRights(CLI::App& app, Actions& actions) {
+    auto choices = std::make_shared<Choices>();
+    CLI::App* grant = app.add_subcommand("grant", "Grant a sender rights on this node, besides those that it has");
+    grant->add_option("SENDER", choices->sender, "The common name of the sender's certificate")->required();
+    grant->add_option("RIGHT", choices->rights, "A right by name or number")->required();
+    actions.emplace_back(grant, [choices] { return Grant(*choices); });
+    CLI::App* revoke = app.add_subcommand("revoke", "Take rights from a sender; all of them when none is named");
+    revoke->add_option("SENDER", choices->sender, "The common name of the sender's certificate")->required();
+    revoke->add_option("RIGHT", choices->rights, "A right by name or number");
+    actions.emplace_back(revoke, [choices] { return Revoke(*choices); });
+    CLI::App* rights = app.add_subcommand("rights", "List who holds which rights on this node");
+    rights->add_flag("--json", choices->json, "Print one JSON object");
+    actions.emplace_back(rights, [choices] { return Show(*choices); });
+}
+
+}  // namespace lumtrust

@@ -1,0 +1,30 @@
+/// @file
+/// The file of rights as an administrator edits it.
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "LumPalArray.h"
+#include "LumPalStr.h"
+
+namespace lumtrust {
+
+/// The section of policies in "authorization.ini". Comments, other sections and lines of other senders stay as they
+/// are when a sender's rights are changed.
+class RightsFile {
+public:
+    /// Reads the file; one that is not there is empty. @throws LumPalCfgFile::SyntaxException_t,
+    ///         LumPalIo::IOException_t; LumPalMsg::RuntimeException_t for a word that is no right
+    RightsFile();
+    /// The bits of each sender that the file names.
+    const std::map<std::string, unsigned>& Get() const noexcept { return bits; }
+    /// Sets a sender's rights, takes it out for none, and writes the file. @throws LumPalIo::IOException_t
+    void Set(const std::string& sender, unsigned rights);
+
+private:
+    std::string text;
+    std::map<std::string, unsigned> bits;
+};
+
+}  // namespace lumtrust

@@ -1,0 +1,77 @@
+// The commands trust and untrust.
+#include <iostream>
+#include <memory>
+
+#include "LumSecPki.h"
+#include "common/Arguments.h"
+#include "common/ExitCode.h"
+#include "common/Table.h"
+#include "lumtrust/Command.h"
+
+namespace lumtrust {
+
+using LumSecCore::X509Certificate;
+using lumtools::Printable;
+
+namespace {
+
+struct Choices {
+    std::string file, alias;
+    bool replace = false;
+};
+
+bool IsSame(const LumPalIo::File_t& file, const LumPalArray::CharArray_t& pem) {
+    return file.Exists() && ReadFile(file.ToString().ToUtf8()).View() == pem.View();
+}
+
+int Trust(const Choices& choices) {
+    const X509Certificate certificate = LumSecPki::ReadCertificate(ReadFile(choices.file));
+    certificate.CheckValidity();
+    const std::string name = certificate.GetSubjectCN().ToUtf8();
+    const LumPalStr::String_t alias = CheckedAlias(choices.alias.empty() ? name : choices.alias);
+    const LumPalIo::File_t file = StoreFile("trusted", alias, ".pem");
+    const auto pem = LumSecPki::ToPem(certificate);
+    if (file.Exists() && !IsSame(file, pem) && !choices.replace) {
+        Refuse("Another certificate is trusted under the alias '%1'; --replace takes its place.", alias.ToUtf8());
+    }
+    ReplaceFile(file, pem, kPublicMode);
+    std::cout << "trusted: " << Printable(alias.ToUtf8() + " (" + name) << ", valid until "
+              << certificate.GetNotAfter().ToUtf8() << ")" << std::endl;
+    if (alias.ToUtf8() != name) {
+        std::cout << "Note: signers of policies that it issues are looked up as " << Printable("'" + name + "'")
+                  << ", not under this alias." << std::endl;
+    }
+    TellDaemon();
+    return lumtools::kDone;
+}
+
+int Untrust(const Choices& choices) {
+    const LumPalIo::File_t file = StoreFile("trusted", CheckedAlias(choices.alias), ".pem");
+    if (!file.Exists() && !file.IsSymbolicLink()) {
+        std::cerr << "lumtrust: nothing is trusted under the alias " << Printable("'" + choices.alias + "'")
+                  << std::endl;
+        return lumtools::kNotFound;
+    }
+    if (!file.Delete()) Refuse("The file '%1' cannot be deleted.", file.ToString().ToUtf8());
+    file.GetParentFile().Sync();
+    std::cout << "no longer trusted: " << Printable(choices.alias) << std::endl;
+    TellDaemon();
+    return lumtools::kDone;
+}
+
+}  // namespace
+
+void AddTrusted(CLI::App& app, Actions& actions) {
+    auto choices = std::make_shared<Choices>();
+    CLI::App* trust = app.add_subcommand("trust", "Trust a certificate: it vouches for callers and for signers");
+    trust->add_option("FILE", choices->file, "The certificate, PEM or DER")->required();
+    trust->add_option("--alias", choices->alias, "The entry's name (default: the certificate's common name)")
+        ->type_name("ALIAS");
+    trust->add_flag("--replace", choices->replace, "Take the place of another certificate under this alias");
+    actions.emplace_back(trust, [choices] { return Trust(*choices); });
+    CLI::App* untrust = app.add_subcommand("untrust", "Trust a certificate no longer");
+    untrust->add_option("ALIAS", choices->alias, "The entry's name")->required();
+    actions.emplace_back(untrust, [choices] { return Untrust(*choices); });
+}
+
+}  // namespace lumtrust
