@@ -19,4 +19,7 @@ void MeasureInstall(Session& session);
 /// A long list over the wire against an echo of as many bytes.
 void MeasureList(Session& session);
 
+/// A change of many policies against the bare work on files; changes, lists and dry runs: ten times the policies.
+void MeasureChange(Session& session);
+
 }  // namespace bench

@@ -54,6 +54,23 @@ void FileWork::Run(const LumPalArray::CharArray_t& bytes, std::size_t headerByte
     Demand(unlink((incoming + headerName).c_str()) == 0, "remove the incoming header");
     TakePlace(document, store + headerName);
     TakePlace(incoming + dataName, store + dataName);
+    WriteLog();
+}
+
+void FileWork::Rewrite(const std::string& path) {
+    std::string bytes(64 << 10, ' ');
+    const int old = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const ssize_t length = old < 0 ? -1 : read(old, bytes.data(), bytes.size());
+    Demand(length >= 0 && close(old) == 0, "read " + path);
+    std::string document = aside + "/XXXXXX";
+    WriteAndClose(mkstemp(document.data()), std::string_view(bytes).substr(0, static_cast<std::size_t>(length)), true);
+    TakePlace(document, path);
+    const int folder = open(std::filesystem::path(path).parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    Demand(folder >= 0 && fsync(folder) == 0 && close(folder) == 0, "flush a folder");
+    WriteLog();
+}
+
+void FileWork::WriteLog() const {
     const std::string line(150, '-');
     Demand(write(log, line.data(), line.size()) == static_cast<ssize_t>(line.size()), "write the log");
 }

@@ -23,7 +23,14 @@ public:
     /// @throws std::runtime_error
     void Run(const LumPalArray::CharArray_t& bytes, std::size_t headerBytes);
 
+    /// Likewise for a document that changes where it stands: read, written aside and flushed, which takes its place by
+    /// a rename; protected, the folder flushed; a line of a log.
+    /// @param path  the document. @throws std::runtime_error
+    void Rewrite(const std::string& path);
+
 private:
+    void WriteLog() const;
+
     std::string incoming, aside, store;
     int log;
     int runs = 0;

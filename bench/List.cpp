@@ -4,10 +4,8 @@
 #include <stdexcept>
 
 #include "Benchmarks.h"
-#include "Documents.h"
 #include "Node.h"
 #include "PolicyContainer.h"
-#include "PolicyForwarderImpl.h"
 #include "Selection.h"
 
 namespace bench {
@@ -52,13 +50,6 @@ std::size_t BytesOfList(const Node& node) {
     return list.bytes;
 }
 
-void FillNode(const Node& node, int policies) {
-    FillStore(node.Folder(""), policies);
-    const LumPalPtr::RefPtr_t<LumConf::PolicyForwarderImpl> forwarder(
-        new LumConf::PolicyForwarderImpl(node.Client().GetVoxMessenger()));
-    forwarder->ReinitCache("localhost", "");
-}
-
 double List(const Node& node, int least) {
     return Seconds([&] {
         const LumConf::PolicyContainer list = node.Client().List("localhost", LumConf::Selection());
@@ -84,7 +75,7 @@ std::string Rate(std::size_t bytes, double seconds) {
 void MeasureList(Session& session) {
     const Node& node = Node::Get();
     const int policies = session.Choose(10000, 20);
-    FillNode(node, policies);
+    node.Fill(policies);
     const std::size_t bytes = BytesOfList(node);
     const Pairs pairs = RunPairs(
         session.Choose(15, 1), [&] { return List(node, policies); }, [&] { return Echo(node, bytes); });

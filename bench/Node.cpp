@@ -3,6 +3,8 @@
 #include <stdexcept>
 
 #include "Configure.h"
+#include "Documents.h"
+#include "PolicyForwarderImpl.h"
 
 namespace bench {
 namespace {
@@ -72,6 +74,13 @@ Node::Node()
     messenger.Register(echoServer, true, 1);
     Configure(kTransport, "TARGET_PORT", std::to_string(GetPort()).c_str());
     client = LumConf::PolicyForwarder();
+}
+
+void Node::Fill(int policies) const {
+    FillStore(root.Native(), policies);
+    const LumPalPtr::RefPtr_t<LumConf::PolicyForwarderImpl> forwarder(
+        new LumConf::PolicyForwarderImpl(client.GetVoxMessenger()));
+    forwarder->ReinitCache("localhost", "");
 }
 
 Node::~Node() {

@@ -49,6 +49,8 @@ public:
     unsigned GetPort() const { return server.GetPort(); }
     /// For the host "localhost".
     const LumConf::PolicyForwarder& Client() const { return client; }
+    /// Puts so many small policies of ten types into the store, which has them in its cache then.
+    void Fill(int policies) const;
     /// @param work  see EchoHandler
     void SetWork(std::function<void(const Bytes&)> work) { echo.work = std::move(work); }
     Bytes Echo(const Bytes& bytes) const;

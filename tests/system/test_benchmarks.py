@@ -17,6 +17,7 @@ ROWS = {
     "crowd": ["policyOp beside 1,050 connections"],
     "install": ["install of a policy of 10 KB"],
     "list": ["list of 10,000 policies"],
+    "change": ["enable of 1,000 policies", "enable, tenfold", "list, tenfold", "dry run, tenfold"],
 }
 ROW = re.compile(r"^(.+?) +\d+\.\d\d +\d+\.\d\d +\d+\.\d\d +(?:(?:\d+\.\d  (?:met|MISSED))|(?:-  -)) ")
 
