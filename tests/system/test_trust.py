@@ -257,6 +257,13 @@ class Installed(TrustTest):
         stored.write_bytes(b"the First content\n")
         self.assert_code(self.node.policy("verify", "--installed"), FAILED, "FAILED: one", "is not correct")
 
+    def test_show_names_the_signer_of_the_document_as_it_stands_there(self):
+        self.install(self.signed())
+        result = self.assert_code(self.node.policy("show", "--id", "p1"), DONE)
+        self.assertRegex(result.out, r"(?m)^signer:       signed by 'operator', issued by 'authority', valid until 2\d{3}-")
+        policy = self.node.policy("show", "--id", "p1", "--json").json()["policies"][0]
+        self.assertEqual((policy["signer"]["subject"], policy["signer"]["issuer"]), ("operator", "authority"))
+
     def test_a_selection_says_which_policies_are_meant(self):
         self.install(self.signed("p1", type_name="a"), self.signed("p2", type_name="b", owner="else"))
         for arguments, ids in (((), ["p1", "p2"]), (("--all",), ["p1", "p2"]), (("--type", "a"), ["p1"]),

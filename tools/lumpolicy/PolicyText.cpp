@@ -10,6 +10,7 @@ namespace lumpolicy {
 
 using LumConf::PolicyContainer;
 using LumConf::PolicyHeader;
+using LumConf::PolicySigner;
 using lumtools::Text;
 using nlohmann::ordered_json;
 
@@ -23,7 +24,25 @@ std::string Line(const char* field, const LumPalStr::String_t& value) {
     return line + "\n";
 }
 
+std::string Named(const LumPalStr::String_t& name) {
+    return "'" + name.ToUtf8() + "'";
+}
+
 }  // namespace
+
+std::string Sentence(const PolicySigner& signer) {
+    if (!signer.found) return "no certificate that can be read";
+    return "signed by " + Named(signer.subject) + ", issued by " + Named(signer.issuer) + ", valid until " +
+           signer.notAfter.ToUtf8();
+}
+
+ordered_json ToJson(const PolicySigner& signer) {
+    if (!signer.found) return nullptr;
+    return {{"subject", signer.subject.ToUtf8()},
+            {"issuer", signer.issuer.ToUtf8()},
+            {"not_after", signer.notAfter.ToUtf8()},
+            {"may_sign", signer.maySign}};
+}
 
 PolicyContainer ListSome(const LumConf::PolicyForwarder& forwarder, const std::string& host,
                          const LumConf::Selection& selection, const std::string& targetId) {

@@ -8,6 +8,7 @@
 #include "PolicyContainer.h"
 #include "PolicyForwarder.h"
 #include "PolicyHeader.h"
+#include "PolicyProof.h"
 #include "Selection.h"
 
 namespace lumpolicy {
@@ -34,5 +35,10 @@ std::string CategoriesOf(const LumConf::PolicyHeader& header);
 
 /// All that a list over the wire carries, one field a line.
 std::string FieldsOf(const LumConf::PolicyHeader& header);
+
+/// "signed by 'x', issued by 'y', valid until ...", as the document says.
+std::string Sentence(const LumConf::PolicySigner& signer);
+/// Null when there is no certificate that can be read.
+nlohmann::ordered_json ToJson(const LumConf::PolicySigner& signer);
 
 }  // namespace lumpolicy

@@ -71,11 +71,10 @@ StoredPart ReadStored(const PolicyHeader& listed) {
     const PolicyHeader header = store.GetPolicyHeader(listed.GetContainerId());
     StoredPart part;
     part.fields["version_id"] = header.GetVersionId().ToUtf8();
-    part.fields["signed"] = header.GetCertificate().GetLength() > 0;
+    part.fields["signer"] = ToJson(LumConf::PolicySigner::Of(header));
     part.fields["data_files"] = ordered_json::array();
     part.text = "version id:   " + lumtools::Printable(header.GetVersionId().ToUtf8()) + "\n";
-    part.text += header.GetCertificate().GetLength() > 0 ? "signer:       the document holds a certificate\n"
-                                                         : "signer:       none, the policy is not signed\n";
+    part.text += "signer:       " + lumtools::Printable(Sentence(LumConf::PolicySigner::Of(header))) + "\n";
     for (int i = 0; i < header.GetDataFileCount(); ++i) {
         const std::string name = header.GetDataFile(i).ToUtf8(), encoding = header.GetDataFileEncoding(i).ToUtf8();
         part.fields["data_files"].push_back({{"name", name}, {"encoding", encoding}});

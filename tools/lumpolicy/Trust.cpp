@@ -44,25 +44,6 @@ private:
     std::optional<ExitCode> result;
 };
 
-std::string Named(const LumPalStr::String_t& name) {
-    return "'" + name.ToUtf8() + "'";
-}
-
-/// "signed by 'operator', issued by 'authority', valid until 2026-11-21T10:00:00Z"
-std::string Sentence(const PolicySigner& signer) {
-    if (!signer.found) return "no certificate that can be read";
-    return "signed by " + Named(signer.subject) + ", issued by " + Named(signer.issuer) + ", valid until " +
-           signer.notAfter.ToUtf8();
-}
-
-ordered_json ToJson(const PolicySigner& signer) {
-    if (!signer.found) return nullptr;
-    return {{"subject", signer.subject.ToUtf8()},
-            {"issuer", signer.issuer.ToUtf8()},
-            {"not_after", signer.notAfter.ToUtf8()},
-            {"may_sign", signer.maySign}};
-}
-
 class SignFiles : public Command {
 public:
     explicit SignFiles(CLI::App& command) : Command(command) {
