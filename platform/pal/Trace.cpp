@@ -10,7 +10,7 @@
 #include "LocalTime.h"
 #include "LogText.h"
 #include "LumPalTrc.h"
-#include "TraceSpec.h"
+#include "TraceFilter.h"
 #include "WriteError.h"
 
 namespace LumPalTrc {
@@ -25,9 +25,9 @@ constexpr unsigned kEnvironment = 2;
 constexpr unsigned kOneListener = 4;
 
 /// What LUM_TRACE said: read once, constant afterwards.
-const TraceSpec& Environment() {
-    static const TraceSpec& spec = *new TraceSpec(std::getenv("LUM_TRACE"));
-    return spec;
+const TraceFilter& Environment() {
+    static const TraceFilter& filter = *new TraceFilter(std::getenv("LUM_TRACE"));
+    return filter;
 }
 
 struct Listeners {

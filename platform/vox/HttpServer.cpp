@@ -1,4 +1,6 @@
 // Every template of a network stream is instantiated here and nowhere else: this file takes the compiler half a minute.
+// Its rooms, in this order: bodies, blocks and limits; the server's parts (IoThread, Core); a connection (Session) with
+// its steps: handshake, header, body, serving, answering, lingering; the server itself (Core, then HttpServer).
 #include "HttpServer.h"
 
 #include <openssl/ssl.h>
@@ -323,6 +325,8 @@ private:
     std::atomic<bool> used{false};
 };
 
+// Session: the handshake, and who the peer is
+
 template <class Stream>
 void Session<Stream>::Start() {
     error_code error;
@@ -365,6 +369,8 @@ void Session<Stream>::NamePeer() {
                               String_t::FromUtf8(peer.address + ": " + refusal));
     }
 }
+
+// Session: the header of a request
 
 template <class Stream>
 void Session<Stream>::AwaitRequest() {
@@ -464,6 +470,8 @@ std::string Session<Stream>::OwnAddress() {
     return error ? std::string() : (std::ostringstream() << local).str();
 }
 
+// Session: the body
+
 template <class Stream>
 void Session<Stream>::BeginBody(bool sendContinue) {
     if (parser->is_done()) return Serve();
@@ -508,6 +516,8 @@ void Session<Stream>::ParseBody() {
     if (parser->is_done()) return Serve();
     ReadBody();
 }
+
+// Session: serving, refusing, answering
 
 template <class Stream>
 void Session<Stream>::Serve() {
@@ -571,6 +581,8 @@ void Session<Stream>::OnWritten(error_code error, std::size_t count) {
     Linger();
 }
 
+// Session: the end, which waits a little so that the last answer arrives
+
 template <class Stream>
 void Session<Stream>::Linger() {
     phase = Phase::Lingering;
@@ -619,6 +631,8 @@ HttpServer::Core::Core(const HttpLimits& limits, HttpHandler& handler)
       namelessBudget(std::make_shared<MemoryBudget>(limits.allBodiesBytes / 4)) {
     for (unsigned i = 0; i < limits.ioThreads; ++i) threads.push_back(std::make_unique<IoThread>());
 }
+
+// The server: listening, taking connections, ending
 
 void HttpServer::Core::SetIdentity(const LumSecCore::NodeIdentity& identity) {
     auto next = std::make_shared<net::ssl::context>(net::ssl::context::tls_server);
@@ -755,6 +769,8 @@ void HttpServer::Core::Finish() {
 HttpServer::HttpServer(const HttpLimits& limits, HttpHandler& handler)
     : core(std::make_unique<Core>(limits, handler)) {}
 HttpServer::~HttpServer() = default;
+// The class that others see
+
 void HttpServer::SetIdentity(const LumSecCore::NodeIdentity& identity) {
     core->SetIdentity(identity);
 }

@@ -14,6 +14,7 @@
 #include "InstallOptionsSoapArg.h"
 #include "LumVoxMsg.h"
 #include "LumVoxRpc.h"
+#include "MethodHandler.h"
 #include "OptionsSoapArg.h"
 #include "PolicyContainer.h"
 #include "PolicyContainerSoapArg.h"
@@ -87,17 +88,6 @@ public:
     const TempRoot& Root() const noexcept { return root; }
 
 private:
-    class Method : public LumVoxRpc::RpcServerHandler {
-    public:
-        explicit Method(std::function<void(Call&)> serve) : serve(std::move(serve)) {}
-        void Process(Call& call) override { serve(call); }
-        void CallStarted() override {}
-        void CallFinished() override {}
-
-    private:
-        std::function<void(Call&)> serve;
-    };
-
     static LumPalConfig::Configuration_t MakeConfiguration() {
         LumPalConfig::Configuration_t made{LumPalStr::String_t("vox.http.ext.conf")};
         made.SetAttrValue("SERVER_PORT", "0");
@@ -168,9 +158,9 @@ private:
     mutable std::mutex mutex;  ///< guards the next two
     std::vector<ReceivedRequest> received;
     Answering answering = [](const ReceivedRequest&) { return NodeAnswer(); };
-    Method install{[this](Call& call) { ServeInstall(call); }};
-    Method operate{[this](Call& call) { ServeOperation(call); }};
-    Method list{[this](Call& call) { ServeList(call); }};
+    MethodHandler install{[this](Call& call) { ServeInstall(call); }};
+    MethodHandler operate{[this](Call& call) { ServeOperation(call); }};
+    MethodHandler list{[this](Call& call) { ServeList(call); }};
     LumPalConfig::Configuration_t configuration = MakeConfiguration();
     LumVoxRpc::RpcServer server{configuration, LumVoxRpc::RpcServer::Options().SetBasePath("/voxrpcserver")};
     LumVoxMsg::Messenger messenger{

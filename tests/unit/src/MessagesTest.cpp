@@ -160,7 +160,9 @@ TEST(Messages, ACatalogueThatNlspathFindsTranslates) {
         bool known = Make(msg::DirectoryNotCreated, "a").Format(LumPalMsg::BareText) == "Ordner 'a' fehlt.";
         bool unknown =
             Make(msg::PathDoesNotExist, "a").Format(LumPalMsg::BareText) == "File/Directory 'a' does not exist.";
-        // A process of its own: the catalogue is opened once, at the first text that is asked for.
+        // A process of its own, with a root of its own: the catalogue is opened once, at the first text that is asked
+        // for.
+        std::filesystem::remove_all(root.Native());
         _exit(known && unknown ? 0 : 1);
     };
     EXPECT_EXIT(translated(), testing::ExitedWithCode(0), "");

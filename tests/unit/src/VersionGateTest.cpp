@@ -11,6 +11,7 @@
 #include "FlatSoapArg.h"
 #include "LumDepl.h"
 #include "LumVoxRpc.h"
+#include "MethodHandler.h"
 #include "PolicyContainerSoapArg.h"
 #include "PolicyForwarder.h"
 #include "SelectionSoapArg.h"
@@ -92,17 +93,6 @@ public:
     }
 
 private:
-    class Method : public LumVoxRpc::RpcServerHandler {
-    public:
-        explicit Method(std::function<void(Call&)> serve) : serve(std::move(serve)) {}
-        void Process(Call& call) override { serve(call); }
-        void CallStarted() override {}
-        void CallFinished() override {}
-
-    private:
-        std::function<void(Call&)> serve;
-    };
-
     static LumPalConfig::Configuration_t AnyPort() {
         LumPalConfig::Configuration_t made{String_t("vox.http.ext.conf")};
         made.SetAttrValue("SERVER_PORT", "0");
@@ -148,9 +138,9 @@ private:
     std::string arrived;
     String_t askedFor;
     std::atomic<int> asked{0};
-    Method operate{[this](Call& call) { Take(call, false); }};
-    Method list{[this](Call& call) { Take(call, true); }};
-    Method inventoryMethod{[this](Call& call) { TellInventory(call); }};
+    MethodHandler operate{[this](Call& call) { Take(call, false); }};
+    MethodHandler list{[this](Call& call) { Take(call, true); }};
+    MethodHandler inventoryMethod{[this](Call& call) { TellInventory(call); }};
     LumPalConfig::Configuration_t configuration = AnyPort();
     LumVoxRpc::RpcServer policies{configuration,
                                   LumVoxRpc::RpcServer::Options().SetBasePath("com.tessel.lum.conf.core/voxrpcserver")};

@@ -7,7 +7,7 @@
 
 #include "LumPalCmd.h"
 #include "LumPalTrc.h"
-#include "TraceSpec.h"
+#include "TraceFilter.h"
 
 namespace {
 
@@ -130,9 +130,9 @@ TEST(Trace, ListenersComeAndGoWhileOthersTrace) {
     EXPECT_FALSE(kSteps.IsOn());
 }
 
-TEST(TraceSpec, SaysWhichComponentIsWantedUpToWhichLevel) {
+TEST(TraceFilter, SaysWhichComponentIsWantedUpToWhichLevel) {
     const struct {
-        const char* spec;
+        const char* text;
         const char* component;
         int level;
         bool expected;
@@ -158,15 +158,15 @@ TEST(TraceSpec, SaysWhichComponentIsWantedUpToWhichLevel) {
         {"CONF.POLICY", "conf.policy", 1, false},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(TraceSpec(row.spec).IsOn(row.component, row.level), row.expected)
-            << (row.spec ? row.spec : "null") << " for " << row.component << ":" << row.level;
+        EXPECT_EQ(TraceFilter(row.text).IsOn(row.component, row.level), row.expected)
+            << (row.text ? row.text : "null") << " for " << row.component << ":" << row.level;
     }
 }
 
-TEST(TraceSpec, IsEmptyWhenNothingIsWanted) {
-    for (const char* const spec : {"", " ", ",", ":1", "a:b"}) EXPECT_TRUE(TraceSpec(spec).IsEmpty()) << spec;
-    EXPECT_TRUE(TraceSpec(nullptr).IsEmpty());
-    EXPECT_FALSE(TraceSpec("*").IsEmpty());
+TEST(TraceFilter, IsEmptyWhenNothingIsWanted) {
+    for (const char* const text : {"", " ", ",", ":1", "a:b"}) EXPECT_TRUE(TraceFilter(text).IsEmpty()) << text;
+    EXPECT_TRUE(TraceFilter(nullptr).IsEmpty());
+    EXPECT_FALSE(TraceFilter("*").IsEmpty());
 }
 
 // The environment is read once, so that it takes a process of its own to try it: this is what runs in it.

@@ -1,4 +1,4 @@
-#include "TraceSpec.h"
+#include "TraceFilter.h"
 
 #include <algorithm>
 #include <charconv>
@@ -21,7 +21,7 @@ bool ReadLevel(std::string_view text, int& level) {
 
 }  // namespace
 
-TraceSpec::TraceSpec(const char* text) {
+TraceFilter::TraceFilter(const char* text) {
     std::string_view rest = text ? text : "";
     while (!rest.empty()) {
         const std::size_t comma = rest.find(',');
@@ -30,7 +30,7 @@ TraceSpec::TraceSpec(const char* text) {
     }
 }
 
-void TraceSpec::Add(std::string_view part) {
+void TraceFilter::Add(std::string_view part) {
     const std::size_t colon = part.find(':');
     const std::string_view component = Trimmed(part.substr(0, colon));
     int level = std::numeric_limits<int>::max();
@@ -38,7 +38,7 @@ void TraceSpec::Add(std::string_view part) {
     if (!component.empty()) wanted.push_back({std::string(component), level});
 }
 
-bool TraceSpec::IsOn(std::string_view component, int level) const noexcept {
+bool TraceFilter::IsOn(std::string_view component, int level) const noexcept {
     return std::any_of(wanted.begin(), wanted.end(), [&](const Wanted& w) {
         return level <= w.maxLevel && (w.component == "*" || w.component == component);
     });

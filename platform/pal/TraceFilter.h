@@ -10,10 +10,10 @@ namespace LumPalTrc {
 
 /// A list such as "conf.policy:3,conf.message" or "*". Blanks around a part count for nothing; a
 /// part without a name, or whose level is no number, is left out.
-class TraceSpec {
+class TraceFilter {
 public:
     /// @param text  null is an empty list
-    explicit TraceSpec(const char* text);
+    explicit TraceFilter(const char* text);
     bool IsEmpty() const noexcept { return wanted.empty(); }
     bool IsOn(std::string_view component, int level) const noexcept;
 
