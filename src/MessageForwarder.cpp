@@ -1,5 +1,6 @@
 #include "MessageForwarder.h"
 
+#include "ConfigGroupSoapArg.h"
 #include "Exceptions.h"
 #include "InstallOptionsImpl.h"
 #include "InstallOptionsSoapArg.h"
@@ -13,6 +14,8 @@
 
 namespace LumConf {
 
+using LumConfPar::ConfigGroupSoapArg;
+using LumPalConfig::ConfigGroup_t;
 using LumPalConfig::ConfigNamespace_t;
 using LumPalMsg::IllegalArgumentError_t;
 using LumPalMsg::IllegalStateError_t;
@@ -122,6 +125,30 @@ PolicyContainer MessageForwarder::SendList(const String_t& method, RequestKind k
     const PolicyContainer container = list.GetContainer();
     DecodeList(answer, target);
     return container;
+}
+
+ConfigGroup_t MessageForwarder::SendConfig(const String_t& method, RequestKind kind, ConfigMode mode,
+                                           const String_t& host, const String_t& targetId, const String_t& package,
+                                           const ConfigGroup_t& group) const {
+    LUMCONF_BLOCK(trace::Message, "MessageForwarder::SendConfig");
+    Demand(kind, RequestKind::Configuration, msg::ForwarderConfigState);
+    String_t target = host;
+    const RpcCall call = CreateCall(target, targetId);
+    SOAPArgInt modeArgument(names::PolicyOperationMode, static_cast<int>(mode));
+    modeArgument.SetTypeAttribute();
+    SOAPArgUnicodeString packageName(names::ConfigPackageName, package);
+    packageName.SetTypeAttribute();
+    ConfigGroupSoapArg configurations(names::ConfigGroupName);
+    configurations.SetTypeAttribute();
+    configurations.SetGroup(group);
+    Answer answer;
+    SOAPArgInt value(names::ConfigReturnValue, &answer.value);
+    SOAPArgUnicodeString text(names::ConfigReturnString, &answer.text);
+    ConfigGroupSoapArg answered(names::ConfigGroupName);
+    Call(call, method, {&modeArgument, &packageName, &configurations}, {&value, &text, &answered});
+    const ConfigGroup_t result = answered.GetGroup();
+    DecodeConfiguration(answer, target);
+    return result;
 }
 
 }  // namespace LumConf

@@ -49,6 +49,14 @@ public:
     ///         PolicyRemoteException; LumPalMsg::IllegalStateError_t 142 for another kind
     PolicyContainer SendList(const LumPalStr::String_t& method, RequestKind kind, const LumPalStr::String_t& host,
                              const LumPalStr::String_t& targetId, const Selection& selection) const;
+    /// @param package  the database that is meant; empty for the node's own
+    /// @return the group of the answer, empty when none arrived
+    /// @throws LumSecAuth::NotAuthorizedException 145, SettingsRemoteException 146; LumPalMsg::IllegalStateError_t 144
+    ///         for another kind
+    LumPalConfig::ConfigGroup_t SendConfig(const LumPalStr::String_t& method, RequestKind kind, ConfigMode mode,
+                                           const LumPalStr::String_t& host, const LumPalStr::String_t& targetId,
+                                           const LumPalStr::String_t& package,
+                                           const LumPalConfig::ConfigGroup_t& group) const;
 
 private:
     /// @param host  trimmed in place

@@ -35,6 +35,9 @@ enum class OperationMode {
     ReinitCache = 15
 };
 
+/// "PolicyOperationMode" of "configOp".
+enum class ConfigMode { Get = 17, Set = 18, ClearNamespace = 19, ClearAttribute = 20 };
+
 /// Rights of a sender in the domain "conf".
 enum Right : unsigned {
     RightInstall = 1,
@@ -42,7 +45,9 @@ enum Right : unsigned {
     RightEnable = 4,
     RightDisable = 8,
     RightList = 16,
-    RightModify = 32
+    RightModify = 32,
+    RightConfigGet = 64,
+    RightConfigSet = 128
 };
 
 }  // namespace LumConf
