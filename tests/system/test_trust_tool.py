@@ -1,5 +1,6 @@
 #!/usr/bin/python3
 """Keys, certificates and rights of a node, changed by its administrator also while it serves."""
+import os
 import ssl
 import unittest
 
@@ -98,6 +99,15 @@ class Files(TrustTest):
         request.write_text(self.trust("request", "--core-id", "Größe", "--host", "10.0.0.1").out)
         pki.openssl("req", "-in", request, "-verify", "-noout")
         self.assertEqual(self.mode("requested/Größe.key"), 0o600)
+
+    def test_names_without_a_folder_mean_the_current_one(self):
+        folder, here = self.authority(), os.getcwd()
+        os.chdir(folder)
+        self.addCleanup(os.chdir, here)
+        self.trust("request", "--core-id", "node-1", "-o", "request")
+        self.trust("issue", ".", "request", "-o", "certificate")
+        self.trust("install", "certificate")
+        self.assertEqual(self.files(), ["own/node-1.key", "own/node-1.pem"])
 
     def test_what_no_node_can_be_called_is_not_requested(self):
         for core_id in ("", "../node", "a/b", "conf.cluster", "local administrator", "n" * 65):

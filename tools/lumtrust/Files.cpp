@@ -51,7 +51,7 @@ CharArray_t ReadFile(const std::string& path) {
 }
 
 void ReplaceFile(const File_t& file, const CharArray_t& bytes, unsigned mode) {
-    const File_t folder = file.GetParentFile();
+    const File_t folder = File_t(file.GetAbsolutePath()).GetParentFile();
     MakeFolder(folder);
     const File_t aside = File_t::CreateTempFile(".lumtrust", folder);  // readable by its owner alone
     try {
