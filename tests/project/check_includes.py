@@ -43,7 +43,9 @@ def main():
             where = f"{path.relative_to(ROOT)} includes {name}"
             if kind == '"':
                 targets = by_name.get(pathlib.PurePath(name).name, [])
-                same = [t for t in targets if t.parent == path.parent] or targets
+                told = pathlib.PurePath(name).parts  # a name with folders tells which of several is meant
+                same = [t for t in targets if len(told) > 1 and t.parts[-len(told):] == told]
+                same = same or [t for t in targets if t.parent == path.parent] or targets
                 if not same and owner(path) == "bench" and name in TEST_SUPPORT:
                     continue
                 if not same:

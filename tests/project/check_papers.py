@@ -98,8 +98,7 @@ def check_environment():
 
 def options_of(tool):
     """Every option that a tool's sources declare, also those of the parts that it shares."""
-    shared = [path for path in sources("tools/common") if path.stem in text_of_tool(tool)]
-    for path in files_of(tool) + shared:
+    for path in files_of(tool) + shared_by(tool):
         for declared in re.findall(r'add_(?:option|flag)\w*\(\s*"([^"]+)"', text_of(path)):
             yield from (word for word in declared.split(",") if word.startswith("-"))
 
@@ -108,8 +107,14 @@ def files_of(tool):
     return [ROOT / f"tools/{tool}.cpp", *sources(f"tools/{tool}")]
 
 
-def text_of_tool(tool):
-    return "".join(text_of(path) for path in files_of(tool))
+def shared_by(tool):
+    """The files of the parts that it includes, and of those that these include."""
+    shared, more = set(), files_of(tool)
+    while more:
+        stems = {stem for path in more for stem in re.findall(r'#include "common/(\w+)\.h"', text_of(path))}
+        more = [path for path in sources("tools/common") if path.stem in stems and path not in shared]
+        shared.update(more)
+    return sorted(shared)
 
 
 def check_options():

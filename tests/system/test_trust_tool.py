@@ -2,11 +2,13 @@
 """Keys, certificates and rights of a node, changed by its administrator also while it serves."""
 import os
 import ssl
+import subprocess
 import unittest
 
 import pki
 import wire
-from node import DONE, FAILED, NOT_FOUND, NOTHING_TO_DO, REFUSED, WRONG_USAGE, Node, write_policy
+from node import (DONE, FAILED, NOT_FOUND, NOTHING_TO_DO, PATIENCE_S, REFUSED, TOOLS, WRONG_USAGE, Node,
+                  write_policy)
 
 AUTHORITY = "demonstration-authority"
 
@@ -200,6 +202,14 @@ class Files(TrustTest):
     def test_usage(self):
         for arguments in ((), ("fly",), ("trust",), ("grant", "operator"), ("install",)):
             self.trust(*arguments, code=WRONG_USAGE)
+        self.assertIn("there is no command 'fly'", self.trust("fly", code=WRONG_USAGE).err)
+        self.assertEqual(self.trust("help", "grant").out, self.trust("grant", "--help").out)
+
+    def test_what_cannot_be_printed_is_not_done(self):
+        with open("/dev/full", "wb") as full:
+            done = subprocess.run([TOOLS / "lumtrust", "list", "--json"], env=self.node.environment(), stdout=full,
+                                  stderr=subprocess.PIPE, text=True, timeout=PATIENCE_S)
+        self.assertEqual((done.returncode, done.stderr), (FAILED, "lumtrust: standard output cannot be written\n"))
 
 
 class Serving(TrustTest):

@@ -223,10 +223,9 @@ private:
 
 }  // namespace
 
-void AddChanges(CLI::App& app, Commands& commands) {
+void AddChanges(CLI::App& app, Actions& actions) {
     for (const Row& row : kRows) {
-        CLI::App* command = app.add_subcommand(row.name, row.help);
-        commands.emplace_back(command, std::make_unique<Change>(*command, row));
+        AddCommand<Change>(app, actions, row.name, row.help, row);
     }
 }
 

@@ -1,79 +1,20 @@
 /// @file
-/// What the commands of lumpolicy share.
+/// The parts of lumpolicy.
 #pragma once
 
-#include <CLI/CLI.hpp>
-#include <functional>
-#include <memory>
-#include <nlohmann/json.hpp>
-#include <string>
-#include <vector>
-
-#include "common/ExitCode.h"
-#include "common/Hosts.h"
-#include "common/Outcome.h"
+#include "common/Command.h"
 
 namespace lumpolicy {
 
-/// One command: its options, and what it does.
-class Command {
-public:
-    virtual ~Command() = default;
-    /// Runs the command and says what came of it, unless it was told to be quiet. @throws CLI::Error
-    virtual lumtools::ExitCode Run() = 0;
-
-protected:
-    /// Adds --json and --quiet.
-    explicit Command(CLI::App& command);
-    bool json = false, quiet = false;
-};
-
-/// An object as one line; bytes of the command line that are no UTF-8 are replaced.
-std::string OneLine(const nlohmann::ordered_json& object);
-/// The members "result", "code" and "messages".
-void Fill(nlohmann::ordered_json& object, const lumtools::Outcome& outcome);
-
-/// What one node answered.
-struct Answer {
-    lumtools::Outcome outcome;
-    std::string text;               ///< printed also when the outcome is a failure; lines end in a newline
-    bool isBlock = false;           ///< the text does not name the node: with several nodes it stands below its name
-    nlohmann::ordered_json fields;  ///< join the JSON object
-};
-
-/// A command that asks nodes: one or many, at the same time. One result a node, in the order in which they were given;
-/// with several nodes a summary at the end, and an exit code for all of them.
-class HostCommand : public Command {
-public:
-    lumtools::ExitCode Run() final;
-
-protected:
-    explicit HostCommand(CLI::App& command);
-    /// Checks the arguments and makes what all requests share, before any node is asked; none is after a failure.
-    /// @throws CLI::Error
-    virtual lumtools::Outcome Prepare() { return {}; }
-    /// Whether it changes nodes: then it goes on to the last of them although nobody reads its output any more.
-    virtual bool ChangesNodes() const { return false; }
-    /// Asks one node. Called on several threads at once. Must not throw.
-    virtual Answer Ask(const std::string& host) const = 0;
-
-private:
-    void PrintUnsent(const lumtools::Outcome& outcome) const;
-    void Print(const std::string& host, const Answer& answer) const;
-    void PrintSummary(const std::vector<Answer>& answers) const;
-    std::vector<Answer> AskAll() const;
-
-    lumtools::HostOptions hostOptions;
-    std::vector<std::string> hosts;
-};
+using lumtools::Actions, lumtools::Answer, lumtools::Command, lumtools::HostCommand;
+using lumtools::AddCommand, lumtools::Fill, lumtools::OneLine;
 
 /// Each adds its subcommands to the application.
-using Commands = std::vector<std::pair<CLI::App*, std::unique_ptr<Command>>>;
-void AddInstall(CLI::App& app, Commands& commands);
-void AddChanges(CLI::App& app, Commands& commands);
-void AddQueries(CLI::App& app, Commands& commands);
-void AddNodeWork(CLI::App& app, Commands& commands);
-void AddLocal(CLI::App& app, Commands& commands);
-void AddTrust(CLI::App& app, Commands& commands);
+void AddInstall(CLI::App& app, Actions& actions);
+void AddChanges(CLI::App& app, Actions& actions);
+void AddQueries(CLI::App& app, Actions& actions);
+void AddNodeWork(CLI::App& app, Actions& actions);
+void AddLocal(CLI::App& app, Actions& actions);
+void AddTrust(CLI::App& app, Actions& actions);
 
 }  // namespace lumpolicy

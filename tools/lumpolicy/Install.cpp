@@ -209,9 +209,8 @@ private:
 
 }  // namespace
 
-void AddInstall(CLI::App& app, Commands& commands) {
-    CLI::App* command = app.add_subcommand("install", "Install policies, or replace installed ones");
-    commands.emplace_back(command, std::make_unique<Install>(*command));
+void AddInstall(CLI::App& app, Actions& actions) {
+    AddCommand<Install>(app, actions, "install", "Install policies, or replace installed ones");
 }
 
 }  // namespace lumpolicy

@@ -107,11 +107,9 @@ private:
 
 }  // namespace
 
-void AddLocal(CLI::App& app, Commands& commands) {
-    CLI::App* validate = app.add_subcommand("validate", "Say all that is wrong with policy files; asks no node");
-    commands.emplace_back(validate, std::make_unique<ValidateFiles>(*validate));
-    CLI::App* dump = app.add_subcommand("dump", "Write the policies of this node's store as one list");
-    commands.emplace_back(dump, std::make_unique<Dump>(*dump));
+void AddLocal(CLI::App& app, Actions& actions) {
+    AddCommand<ValidateFiles>(app, actions, "validate", "Say all that is wrong with policy files; asks no node");
+    AddCommand<Dump>(app, actions, "dump", "Write the policies of this node's store as one list");
 }
 
 }  // namespace lumpolicy

@@ -51,10 +51,9 @@ const NodeWork::Row kRows[] = {
 
 }  // namespace
 
-void AddNodeWork(CLI::App& app, Commands& commands) {
+void AddNodeWork(CLI::App& app, Actions& actions) {
     for (const NodeWork::Row& row : kRows) {
-        CLI::App* command = app.add_subcommand(row.name, row.help);
-        commands.emplace_back(command, std::make_unique<NodeWork>(*command, row));
+        AddCommand<NodeWork>(app, actions, row.name, row.help, row);
     }
 }
 

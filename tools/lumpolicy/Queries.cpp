@@ -110,11 +110,9 @@ private:
 
 }  // namespace
 
-void AddQueries(CLI::App& app, Commands& commands) {
-    CLI::App* list = app.add_subcommand("list", "List installed policies; all of them unless told otherwise");
-    commands.emplace_back(list, std::make_unique<List>(*list));
-    CLI::App* show = app.add_subcommand("show", "Show policies in full; on the node itself also their data files");
-    commands.emplace_back(show, std::make_unique<ShowPolicies>(*show));
+void AddQueries(CLI::App& app, Actions& actions) {
+    AddCommand<List>(app, actions, "list", "List installed policies; all of them unless told otherwise");
+    AddCommand<ShowPolicies>(app, actions, "show", "Show policies in full; on the node itself also their data files");
 }
 
 }  // namespace lumpolicy

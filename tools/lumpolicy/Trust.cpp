@@ -258,11 +258,9 @@ private:
 
 }  // namespace
 
-void AddTrust(CLI::App& app, Commands& commands) {
-    CLI::App* sign = app.add_subcommand("sign", "Sign the data files of policy files; asks no node");
-    commands.emplace_back(sign, std::make_unique<SignFiles>(*sign));
-    CLI::App* verify = app.add_subcommand("verify", "Prove who signed the data files of policies; asks no node");
-    commands.emplace_back(verify, std::make_unique<Verify>(*verify));
+void AddTrust(CLI::App& app, Actions& actions) {
+    AddCommand<SignFiles>(app, actions, "sign", "Sign the data files of policy files; asks no node");
+    AddCommand<Verify>(app, actions, "verify", "Prove who signed the data files of policies; asks no node");
 }
 
 }  // namespace lumpolicy

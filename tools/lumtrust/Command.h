@@ -3,24 +3,20 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
-#include <functional>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include "LumPalArray.h"
 #include "LumPalIo.h"
 #include "LumPalStr.h"
 #include "LumSecCore.h"
+#include "common/Program.h"
 
 namespace lumtrust {
 
 /// Modes of what is written.
 inline constexpr unsigned kSecretMode = 0600, kPublicMode = 0644, kSecretFolderMode = 0700;
 
-/// What a command does; it throws what goes wrong, and returns the program's exit code.
-using Action = std::function<int()>;
-using Actions = std::vector<std::pair<CLI::App*, Action>>;
+using lumtools::Actions;
 
 /// Each adds its subcommands to the application.
 void AddAuthority(CLI::App& app, Actions& actions);

@@ -1,4 +1,4 @@
-#include "lumpolicy/Command.h"
+#include "common/Command.h"
 
 #include <atomic>
 #include <iostream>
@@ -7,10 +7,7 @@
 
 #include "LumPalConsole.h"
 
-namespace lumpolicy {
-
-using lumtools::ExitCode;
-using lumtools::Outcome;
+namespace lumtools {
 
 void Fill(nlohmann::ordered_json& object, const Outcome& outcome) {
     object["result"] = outcome.Word();
@@ -62,9 +59,9 @@ ExitCode CodeOf(const std::map<ExitCode, int>& counts, std::size_t hosts) {
         return found == counts.end() ? std::size_t{0} : static_cast<std::size_t>(found->second);
     };
     if (counts.size() == 1) return counts.begin()->first;
-    const std::size_t well = count(lumtools::kDone) + count(lumtools::kNothingToDo);
-    if (well == hosts) return lumtools::kDone;
-    return well + count(lumtools::kUntold) == hosts ? lumtools::kUntold : lumtools::kSomeFailed;
+    const std::size_t well = count(kDone) + count(kNothingToDo);
+    if (well == hosts) return kDone;
+    return well + count(kUntold) == hosts ? kUntold : kSomeFailed;
 }
 
 std::map<ExitCode, int> Count(const std::vector<Answer>& answers) {
@@ -91,7 +88,7 @@ HostCommand::HostCommand(CLI::App& command) : Command(command) {
 ExitCode HostCommand::Run() {
     hosts = hostOptions.Make();
     const Outcome prepared = Prepare();
-    if (prepared.code != lumtools::kDone) {
+    if (prepared.code != kDone) {
         PrintUnsent(prepared);
         return prepared.code;
     }
@@ -113,7 +110,7 @@ std::vector<Answer> HostCommand::AskAll() const {
         ready[index] = true;
     };
     progress.Show(0);
-    lumtools::ForEach(hosts.size(), hostOptions.GetParallel(), ask, [&](std::size_t done) {
+    ForEach(hosts.size(), hostOptions.GetParallel(), ask, [&](std::size_t done) {
         progress.Clear();
         for (; printed < hosts.size() && ready[printed]; ++printed) Print(hosts[printed], answers[printed]);
         if (done < hosts.size()) progress.Show(done);
@@ -128,7 +125,7 @@ void HostCommand::PrintUnsent(const Outcome& outcome) const {
         Fill(object, outcome);
         std::cout << OneLine(object) << std::endl;
     } else {
-        lumtools::PrintFailure(std::cerr, "", outcome);
+        PrintFailure(std::cerr, "", outcome);
     }
 }
 
@@ -142,8 +139,8 @@ void HostCommand::Print(const std::string& host, const Answer& answer) const {
         if (many && answer.isBlock && !answer.text.empty()) std::cout << host << ":\n";
         std::cout << (many && answer.isBlock ? Indented(answer.text) : answer.text) << std::flush;
     }
-    if (answer.outcome.code == lumtools::kDone) return;
-    lumtools::PrintFailure(std::cerr, many ? host + ": " + answer.outcome.Word() : "", answer.outcome);
+    if (answer.outcome.code == kDone) return;
+    PrintFailure(std::cerr, many ? host + ": " + answer.outcome.Word() : "", answer.outcome);
 }
 
 void HostCommand::PrintSummary(const std::vector<Answer>& answers) const {
@@ -157,4 +154,4 @@ void HostCommand::PrintSummary(const std::vector<Answer>& answers) const {
     std::cout << std::endl;
 }
 
-}  // namespace lumpolicy
+}  // namespace lumtools

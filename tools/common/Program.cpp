@@ -1,0 +1,83 @@
+#include "common/Program.h"
+
+#include <algorithm>
+#include <iostream>
+#include <string>
+
+#include "LumPalConsole.h"
+#include "LumPalRuntime.h"
+#include "common/ExitCode.h"
+#include "common/Outcome.h"
+
+namespace lumtools {
+
+namespace {
+
+int RunAction(CLI::App& app, const Action& action) {
+    try {
+        int code = kDone;
+        const Outcome outcome = Attempt([&] { code = action(); });
+        if (outcome.code == kDone) return code;
+        PrintFailure(std::cerr, "", outcome);
+        return outcome.code;
+    } catch (const CLI::Error& e) {
+        app.exit(e);
+        return kWrongUsage;
+    }
+}
+
+/// "help COMMAND" is "COMMAND --help", and "help" alone is "--help".
+std::vector<std::string> Arguments(int argc, char** argv) {
+    std::vector<std::string> arguments(argv + 1, argv + argc);
+    if (arguments.empty() || arguments.front() != "help") return arguments;
+    arguments.erase(arguments.begin());
+    arguments.push_back("--help");
+    return arguments;
+}
+
+int SayUsage(const Program& program, const CLI::App& app) {
+    std::cerr << (program.usage ? program.usage : app.help());
+    return kWrongUsage;
+}
+
+int Work(const Program& program, CLI::App& app, const Actions& actions, std::vector<std::string> arguments) {
+    if (arguments.empty()) return SayUsage(program, app);
+    const auto isNamed = [&arguments](const CLI::App* command) { return command->check_name(arguments.front()); };
+    if (!arguments.front().starts_with('-') && app.get_subcommands(isNamed).empty()) {
+        std::cerr << program.name << ": there is no command '" << arguments.front() << "'\n";
+        return SayUsage(program, app);
+    }
+    try {
+        std::reverse(arguments.begin(), arguments.end());  // the parser takes them from the back
+        app.parse(arguments);
+    } catch (const CLI::ParseError& e) {
+        return app.exit(e) == 0 ? kDone : kWrongUsage;
+    }
+    const auto asked = [](const auto& row) { return row.first->parsed(); };
+    const auto found = std::find_if(actions.begin(), actions.end(), asked);
+    return found == actions.end() ? kWrongUsage : RunAction(app, found->second);
+}
+
+int Ended(const Program& program, int code) {
+    if (std::cout.flush()) return code;
+    std::cerr << program.name << ": standard output cannot be written\n";
+    return code == kDone ? kFailed : code;
+}
+
+}  // namespace
+
+int RunProgram(const Program& program, int argc, char** argv) {
+    // What a tool opens, a file of keys perhaps, must not take the number of a stream that is closed.
+    LumPalConsole::OccupyStandardStreams();
+    LumPalRuntime::App_t::Init(argc, argv);
+    CLI::App app(program.description, program.name);
+    app.set_version_flag("--version", std::string(program.name) + " " + program.version);
+    app.require_subcommand(1);
+    Actions actions;
+    for (auto* add : program.parts) add(app, actions);
+    app.footer(program.footer);
+    for (const auto& [subcommand, action] : actions) subcommand->footer(program.footer);
+    return Ended(program, Work(program, app, actions, Arguments(argc, argv)));
+}
+
+}  // namespace lumtools
