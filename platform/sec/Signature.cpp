@@ -1,3 +1,5 @@
+#include <openssl/bn.h>
+#include <openssl/core_names.h>
 #include <openssl/ec.h>
 #include <openssl/err.h>
 #include <openssl/evp.h>
@@ -37,14 +39,27 @@ bool IsUsableCurve(EVP_PKEY* key) {
     return name == "prime256v1" || name == "P-256" || name == "secp384r1" || name == "P-384";
 }
 
+/// With the exponent 1 a signature is its own proof: anybody can make one.
+bool HasUsableExponent(EVP_PKEY* key) {
+    BIGNUM* exponent = nullptr;
+    const bool usable = EVP_PKEY_get_bn_param(key, OSSL_PKEY_PARAM_RSA_E, &exponent) == 1 && BN_is_odd(exponent) &&
+                        !BN_is_one(exponent);
+    BN_free(exponent);
+    return usable;
+}
+
+void CheckRsaKey(EVP_PKEY* key) {
+    const int bits = EVP_PKEY_get_bits(key);
+    if (bits < kLeastRsaBits || bits > kMostRsaBits) RefuseKey("The RSA key has not 2048 to 16384 bits.");
+    if (!HasUsableExponent(key)) RefuseKey("The exponent of the RSA key is not an odd number above 1.");
+}
+
 void CheckKey(const Key& key) {
     if (key.IsNull()) RefuseKey("There is no key.");
     EVP_PKEY* const pkey = key.GetImpl()->key.get();
-    const int bits = EVP_PKEY_get_bits(pkey);
     switch (EVP_PKEY_get_base_id(pkey)) {
         case EVP_PKEY_RSA:
-            if (bits < kLeastRsaBits || bits > kMostRsaBits) RefuseKey("The RSA key has not 2048 to 16384 bits.");
-            return;
+            return CheckRsaKey(pkey);
         case EVP_PKEY_EC:
             if (!IsUsableCurve(pkey)) RefuseKey("The curve of the key is neither P-256 nor P-384.");
             return;

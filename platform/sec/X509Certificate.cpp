@@ -37,6 +37,20 @@ String_t CommonName(const X509_NAME* name) {
     return HoldsControl(utf8) ? String_t("") : String_t::FromUtf8(utf8);
 }
 
+/// Whether a key of this kind makes signatures of the certificate's kind.
+bool CanHaveSigned(const X509* certificate, EVP_PKEY* key) {
+    const int algorithm = X509_get_signature_nid(certificate), kind = EVP_PKEY_get_base_id(key);
+    int wanted = NID_undef;
+    if (EVP_PKEY_missing_parameters(key) || OBJ_find_sigid_algs(algorithm, nullptr, &wanted) != 1) return false;
+    return EVP_PKEY_type(wanted) == kind || (algorithm == NID_rsassaPss && kind == EVP_PKEY_RSA);
+}
+
+[[noreturn]] void RefuseArgument(const char* text) {
+    CreateError_t message{String_t(text)};
+    message.AddDetails(LastFailure());
+    throw LumPalMsg::IllegalArgumentError_t(message);
+}
+
 }  // namespace
 
 void FreeCrypto::operator()(evp_pkey_st* object) const noexcept {
@@ -110,17 +124,15 @@ Key X509Certificate::GetPublicKey() const {
 }
 
 bool X509Certificate::Verify(const Key& key) const {
-    if (IsNull() || key.IsNull()) {
-        throw LumPalMsg::IllegalArgumentError_t(CreateError_t("A certificate and a key are needed to verify."));
-    }
-    const int result = X509_verify(impl->certificate.get(), key.GetImpl()->key.get());
-    if (result >= 0) {
-        ERR_clear_error();
-        return result == 1;
-    }
-    CreateError_t message("The certificate cannot be verified with such a key.");
-    message.AddDetails(LastFailure());
-    throw LumPalMsg::IllegalArgumentError_t(message);
+    if (IsNull() || key.IsNull()) RefuseArgument("A certificate and a key are needed to verify.");
+    X509* const certificate = impl->certificate.get();
+    EVP_PKEY* const verifier = key.GetImpl()->key.get();
+    ERR_clear_error();
+    if (!CanHaveSigned(certificate, verifier)) RefuseArgument("The certificate cannot be verified with such a key.");
+    // Below 0 also for a signature that is malformed: that one is wrong, and the key is not to blame.
+    const bool right = X509_verify(certificate, verifier) == 1;
+    ERR_clear_error();
+    return right;
 }
 
 void X509Certificate::GetEncoded(CharArray_t& der) const {
