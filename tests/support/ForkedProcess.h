@@ -1,0 +1,103 @@
+/// @file
+/// A process that does part of a test, and one that crashes on the way.
+#pragma once
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "LumPalFault.h"
+
+/// Runs a function in a copy of this process. Other threads do not run in the copy: what it uses must not wait for any.
+class ForkedProcess {
+public:
+    explicit ForkedProcess(const std::function<void()>& action) : id(fork()) {
+        if (id < 0) throw std::runtime_error("cannot fork");
+        if (id == 0) Run(action);
+    }
+    ForkedProcess(const ForkedProcess&) = delete;
+    ForkedProcess& operator=(const ForkedProcess&) = delete;
+    ~ForkedProcess() {
+        if (HasEnded()) return;
+        kill(id, SIGKILL);
+        Wait();
+    }
+    bool HasEnded() {
+        if (id > 0) Reap(WNOHANG);
+        return id == 0;
+    }
+    /// Waits for the end. @return 0 when the function returned, 1 when it threw, or the code that it ended with; -1
+    ///                          when a signal ended it
+    int Wait() {
+        if (id > 0) Reap(0);
+        return code;
+    }
+
+private:
+    [[noreturn]] static void Run(const std::function<void()>& action) {
+        try {
+            action();
+        } catch (const std::exception& e) {
+            const std::string_view text = e.what();
+            if (write(STDERR_FILENO, text.data(), text.size()) < 0) _exit(2);
+            _exit(1);
+        }
+        _exit(0);
+    }
+
+    void Reap(int options) {
+        int status = -1;
+        const pid_t ended = waitpid(id, &status, options);
+        if (ended == 0) return;
+        id = 0;
+        if (ended > 0 && WIFEXITED(status)) code = WEXITSTATUS(status);
+    }
+
+    pid_t id;
+    int code = -1;
+};
+
+/// Ends this process, as by a crash, before its n-th file operation from now.
+class CrashingOperations {
+public:
+    static constexpr int kCode = 42;
+    /// @param torn  a write brings a few bytes into the file before the process ends
+    static void Start(int nth, bool torn) {
+        left = nth;
+        tears = torn;
+        LumPalIo::SetFaultHookForTest(Hook);
+    }
+
+private:
+    static bool Hook(const char* operation, const char* path) {
+        if (--left > 0) return false;
+        if (tears && std::string_view(operation) == "write") Tear(path);
+        _exit(kCode);
+    }
+    static void Tear(const char* path) {
+        const std::string_view half = "[a]\nk=torn";
+        const int file = open(path, O_WRONLY | O_CLOEXEC);
+        if (file < 0 || write(file, half.data(), half.size()) < 0) _exit(3);
+    }
+
+    inline static int left = 0;
+    inline static bool tears = false;
+};
+
+/// Does the action in a process that ends before its n-th file operation. @return false when there were fewer
+inline bool CrashesAt(int nth, bool torn, const std::function<void()>& action) {
+    ForkedProcess process([&] {
+        CrashingOperations::Start(nth, torn);
+        action();
+    });
+    const int code = process.Wait();
+    EXPECT_TRUE(code == 0 || code == CrashingOperations::kCode) << "operation " << nth << " ended with " << code;
+    return code == CrashingOperations::kCode;
+}
