@@ -3,6 +3,7 @@
 #include "ConfParHandler.h"
 #include "LumPalLog.h"
 #include "Messages.h"
+#include "PolicySettings.h"
 #include "Trace.h"
 
 namespace LumConfPar {
@@ -12,7 +13,7 @@ using LumPalStr::String_t;
 using LumPalThread::MutexLock_t;
 
 PolicyWorker& PolicyWorker::GetInstance() {
-    static PolicyWorker& instance = *new PolicyWorker(MakeStoredOnlySinks());
+    static PolicyWorker& instance = *new PolicyWorker(MakePolicySettings());
     return instance;
 }
 

@@ -25,8 +25,4 @@ public:
 /// Makes a sink: once at the start, and anew for each reload.
 using SettingsSinkFactory = std::function<std::unique_ptr<SettingsSink>()>;
 
-/// Sinks that apply nothing: at the first change of a settings policy they say once, in the application log, that such
-/// policies are stored on the node and not applied by this build.
-SettingsSinkFactory MakeStoredOnlySinks();
-
 }  // namespace LumConfPar

@@ -157,4 +157,8 @@ void PolicyData::Prove(const PolicyHeaderImpl& header, int index, const File_t& 
     ReadProven(header, index, DataFileIn(folder, header.GetDataFile(index)), proven);
 }
 
+CharArray_t PolicyData::Read(const PolicyHeaderImpl& header, int index, const File_t& folder) {
+    return ReadDataFile(DataFileIn(folder, header.GetDataFile(index)));
+}
+
 }  // namespace LumConf

@@ -15,9 +15,9 @@
 #include "LumCtrl.h"
 #include "PolicyContainer.h"
 #include "PolicyOperation.h"
+#include "PolicySettings.h"
 #include "PolicyWorker.h"
 #include "Selection.h"
-#include "SettingsSink.h"
 #include "TempRoot.h"
 #include "TestPolicy.h"
 
@@ -45,7 +45,7 @@ public:
     }
     void Restart() {
         Stop();
-        auto fresh = std::make_unique<LumConfPar::PolicyWorker>(LumConfPar::MakeStoredOnlySinks());
+        auto fresh = std::make_unique<LumConfPar::PolicyWorker>(LumConfPar::MakePolicySettings());
         audit = std::make_unique<LumConf::AuditLog>();
         operation = std::make_unique<LumConf::PolicyOperation>(*fresh, *audit);
         worker = std::move(fresh);

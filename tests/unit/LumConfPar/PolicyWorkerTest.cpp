@@ -232,48 +232,4 @@ TEST(ConfParHandler, HoldsTheLiveValue) {
     EXPECT_TRUE(Eventually([&] { return !handler.IsCacheOn(); }));
 }
 
-class StoredOnlySettings : public testing::Test {
-protected:
-    StoredOnlySettings() { LumPalLog::SetApplicationLogFile(root.Path("app.log")); }
-    std::string Log() const { return ReadText(root.Native() + "/app.log"); }
-    static int Count(const std::string& text, const std::string& part) {
-        int count = 0;
-        for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
-        return count;
-    }
-
-    TempRoot root;
-};
-
-constexpr const char* kStoredOnly = "Settings policies are stored on this node, but this build does not apply them";
-
-TEST_F(StoredOnlySettings, NothingIsSaidBeforeAPolicyChanges) {
-    MakeStoredOnlySinks()()->Start();
-    EXPECT_EQ(Log(), "");
-}
-
-TEST_F(StoredOnlySettings, TheFirstChangeIsToldOnceHoweverItComes) {
-    void (SettingsSink::*const changes[])(const LumPalStr::String_t&) = {&SettingsSink::Install, &SettingsSink::Remove,
-                                                                         &SettingsSink::Enable, &SettingsSink::Disable};
-    int told = 0;
-    for (auto change : changes) {
-        SettingsSinkFactory factory = MakeStoredOnlySinks();
-        std::unique_ptr<SettingsSink> sink = factory();
-        sink->Start();
-        ((*sink).*change)("a");
-        ((*sink).*change)("b");
-        factory()->Start();
-        EXPECT_EQ(Count(Log(), kStoredOnly), ++told);
-    }
-    EXPECT_NE(Log().find("INFO"), std::string::npos);
-}
-
-TEST_F(StoredOnlySettings, AReloadIsAChangeToo) {
-    SettingsSinkFactory factory = MakeStoredOnlySinks();
-    factory()->Start();
-    factory()->Start();
-    factory()->Start();
-    EXPECT_EQ(Count(Log(), kStoredOnly), 1);
-}
-
 }  // namespace

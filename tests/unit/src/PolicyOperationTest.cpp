@@ -117,7 +117,7 @@ TEST_F(PolicyOperationTest, ACorruptHeaderAtTheStartIsSaidInTheLogAndTheOthersSe
 }
 
 TEST_F(PolicyOperationTest, AnObjectCannotStartAWorkerASecondTime) {
-    LumConfPar::PolicyWorker worker(LumConfPar::MakeStoredOnlySinks());
+    LumConfPar::PolicyWorker worker(LumConfPar::MakePolicySettings());
     AuditLog audit;
     {
         const PolicyOperation first(worker, audit);

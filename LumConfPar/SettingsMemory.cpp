@@ -1,0 +1,79 @@
+#include "SettingsMemory.h"
+
+#include <optional>
+#include <utility>
+
+#include "Exceptions.h"
+#include "LumPalCfgFile.h"
+#include "LumPalIo.h"
+#include "LumSecCore.h"
+#include "Messages.h"
+#include "Trace.h"
+
+namespace LumConfPar {
+
+using namespace LumConf;
+using LumPalStr::String_t;
+
+namespace {
+
+/// None for a policy that the container no longer holds.
+std::optional<PolicyHeader> Find(const PolicyContainer& headers, const String_t& id) {
+    try {
+        return headers.GetPolicyHeader(id);
+    } catch (const PolicyNotFoundError& e) {
+        LUMCONF_TRACE(trace::Config, Make(msg::SettingsIdNotFound, e).Format(LumPalMsg::Text | LumPalMsg::Details));
+        return std::nullopt;
+    }
+}
+
+}  // namespace
+
+void SettingsMemory::Insert(const String_t& name, const String_t& id) {
+    nameToId.emplace(name, id);
+}
+
+void SettingsMemory::InsertData(const String_t& id, SettingsData file) {
+    data.emplace(id, std::move(file));
+}
+
+void SettingsMemory::Erase(const String_t& id) {
+    std::erase_if(nameToId, [&id](const auto& entry) { return entry.second == id; });
+    data.erase(id);
+}
+
+void SettingsMemory::ForEachEnabled(const PolicyContainer& headers, const Visitor& visit) const {
+    for (const auto& [name, id] : nameToId) {
+        const std::optional<PolicyHeader> header = Find(headers, id);
+        if (!header || !header->IsEnabled()) continue;
+        const auto [first, end] = data.equal_range(id);
+        for (auto file = first; file != end; ++file) visit(*header, file->second);
+    }
+}
+
+void SettingsMemory::Merge(const PolicyContainer& headers, const Visitor& visit) const {
+    try {
+        ForEachEnabled(headers, visit);
+    } catch (const LumPalCfgFile::SyntaxException_t& e) {
+        throw Because<LumPalMsg::RuntimeException_t>(msg::SettingsMergeError, e);
+    }
+}
+
+SettingsData ReadSettingsData(const SettingsMemory::Reader& read, const PolicyHeader& header, int index) {
+    SettingsData data{header.GetDataFile(index), {}};
+    try {
+        read(header, index, data.content);
+    } catch (const LumSecCore::SecCoreException& e) {
+        // Kept: settings are taken also when nobody proves who signed them; the content is there all the same.
+        LUMCONF_TRACE(trace::Config,
+                      Make(msg::SettingsSecurityIgnored, e).Format(LumPalMsg::Text | LumPalMsg::Details));
+    }
+    return data;
+}
+
+void LoadSettingsData(const PolicyHeader& header, const SettingsData& data, LumPalConfig::ConfigGroup_t& group) {
+    const String_t source = data.name + " of policy " + header.GetName() + " (" + header.GetContainerId() + ")";
+    LumPalCfgFile::ConfigReader_t::Load(LumPalIo::CharArrayInputStream_t(data.content), group, source);
+}
+
+}  // namespace LumConfPar
