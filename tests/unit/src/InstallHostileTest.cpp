@@ -25,6 +25,10 @@ TestPolicy Policy() {
 
 class InstallHostileTest : public testing::Test {
 protected:
+    /// The worker writes the settings of policies once at its start.
+    void SetUp() override {
+        ASSERT_TRUE(Eventually([this] { return Elsewhere().count("etc/pal/config/policy_settings.ini") == 1; }));
+    }
     CaughtFailure Install(const CharArray_t& array) {
         return FailureOf<LumPalMsg::Exception_t>([&] {
             InstallOptions options;
