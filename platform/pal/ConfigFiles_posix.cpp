@@ -7,6 +7,7 @@
 #include <string>
 
 #include "ConfigFiles.h"
+#include "Fault.h"
 #include "LumPalIo.h"
 #include "NativePath_posix.h"
 #include "SystemError.h"
@@ -35,7 +36,8 @@ public:
 
 private:
     static int Open(const LumPalIo::NativePath& native, int flags, mode_t mode) {
-        return native.IsUsable() ? open(native.CStr(), flags, mode) : -1;
+        if (!native.IsUsable() || LumPalIo::FaultAt(flags & O_CREAT ? "open" : "read", native.CStr())) return -1;
+        return open(native.CStr(), flags, mode);
     }
 
     const String_t path;
