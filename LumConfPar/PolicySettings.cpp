@@ -155,6 +155,7 @@ PolicyHeader PolicySettings::SettingsHeader(const String_t& id) const {
 bool PolicySettings::InstallOne(const String_t& id) {
     try {
         const PolicyHeader header = SettingsHeader(id);
+        memory.Erase(header.GetContainerId());  // a list may name an id twice
         memory.Insert(header.GetName(), header.GetContainerId());
         for (int i = 0; i < header.GetDataFileCount(); ++i) {
             if (!InstallData(i, header)) return false;

@@ -66,10 +66,9 @@ void ForEachAttribute(const ConfigGroup_t& group, Call&& call) {
 
 }  // namespace
 
-const std::vector<SettingOrigin>& MergedSettings::GetOrigins(const String_t& nameSpace, const String_t& name) const {
-    static const std::vector<SettingOrigin> none;
+std::vector<SettingOrigin> MergedSettings::GetOrigins(const String_t& nameSpace, const String_t& name) const {
     const auto found = origins.find({nameSpace, name});
-    return found == origins.end() ? none : found->second;
+    return found == origins.end() ? std::vector<SettingOrigin>() : found->second;
 }
 
 void SettingsMerge::Impl::TakeInstalled(const PolicyHeader& header) {

@@ -36,8 +36,7 @@ public:
     const LumPalConfig::ConfigGroup_t& GetGroup() const noexcept { return group; }
     /// Who gives a value to the attribute, in the order of the merge: the last one wins, the others are overridden.
     /// Empty when nobody does. A data file that sets it twice counts once, with its last value.
-    const std::vector<SettingOrigin>& GetOrigins(const LumPalStr::String_t& nameSpace,
-                                                 const LumPalStr::String_t& name) const;
+    std::vector<SettingOrigin> GetOrigins(const LumPalStr::String_t& nameSpace, const LumPalStr::String_t& name) const;
 
 private:
     friend class SettingsMerge;
