@@ -1,5 +1,6 @@
 // The daemon of a node: serves the node's policies until it is told to stop.
 #include <CLI/CLI.hpp>
+#include <functional>
 #include <iostream>
 
 #include "ConfigServer.h"
@@ -14,6 +15,7 @@
 #include "LumPalRuntime.h"
 #include "LumVoxMsg.h"
 #include "lumconfd/ConfigCheck.h"
+#include "lumconfd/ExpiryWatch.h"
 #include "lumconfd/PolicyList.h"
 #include "lumconfd/ServerWatch.h"
 #include "lumconfd/TrustReload.h"
@@ -40,7 +42,7 @@ LumVoxMsg::Messenger MakeMessenger() {
 }
 
 /// What cannot be taken up leaves what was there: a daemon does not end because a file of its keys is broken.
-void Reload(LumConf::ConfigServer& server, LumVoxMsg::Messenger& messenger) {
+void Reload(LumConf::ConfigServer& server, LumVoxMsg::Messenger& messenger, lumconfd::ExpiryWatch& expiryWatch) {
     try {
         server.UpdateAuthorization();
         messenger.ReloadIdentity();
@@ -48,13 +50,13 @@ void Reload(LumConf::ConfigServer& server, LumVoxMsg::Messenger& messenger) {
         LumPalLog::Log(LumPalMsg::CreateError_t("Keys and certificates cannot be taken up; the last good ones stay.")
                            .AddDetails(e.GetMessageList()));
     }
+    expiryWatch.Reloaded();
 }
 
-void WaitForStop(LumConf::ConfigServer& server, LumVoxMsg::Messenger& messenger,
-                 const LumPalRuntime::Signals_t& signals) {
+void WaitForStop(const std::function<void()>& reload, const LumPalRuntime::Signals_t& signals) {
     while (signals.Wait() == LumPalRuntime::Signal_e::Reload) {
         LumPalRuntime::NotifyServiceManager("RELOADING=1");
-        Reload(server, messenger);
+        reload();
         LumPalRuntime::NotifyServiceManager("READY=1");
     }
 }
@@ -70,11 +72,13 @@ int Serve(const LumPalRuntime::Signals_t& signals) {
     inventory.RegisterOn(messenger);
     lumconfd::PolicyList policyList;
     lumconfd::ServerWatch serverWatch;
-    lumconfd::TrustReload trustReload([&] { Reload(server, messenger); });
+    lumconfd::ExpiryWatch expiryWatch;
+    const auto reload = [&] { Reload(server, messenger, expiryWatch); };
+    lumconfd::TrustReload trustReload(reload);
     std::cerr << "lumconfd: serving the node in " << Dir_t::Path(LumPalRuntime::Root).ToUtf8() << " on port "
               << server.GetPort() << std::endl;
     LumPalRuntime::NotifyServiceManager("READY=1");
-    WaitForStop(server, messenger, signals);
+    WaitForStop(reload, signals);
     LumPalRuntime::NotifyServiceManager("STOPPING=1");
     trustReload.Stop();
     serverWatch.Stop();

@@ -20,8 +20,12 @@ public:
     /// @return false when another process, or another object, holds it; nothing was changed then
     /// @throws LumPalIo::IOException_t when the file cannot be made, or the system cannot lock it
     bool TryLock(const LumPalStr::String_t& path);
+    /// The same, but waits until nobody else holds it.
+    void Lock(const LumPalStr::String_t& path);
 
 private:
+    bool Take(const LumPalStr::String_t& path, int how);
+
     int descriptor = -1;
 };
 

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "LumPalArray.h"
@@ -35,6 +36,18 @@ struct LUMPAL_API NodeIdentity {
     /// @throws KeyStoreException when a certificate is said to be installed and the core id is no alias
     ///         or a file of it is missing
     static NodeIdentity Load();
+};
+
+/// The node's certificate, with the chain behind it, and its private key: PEM texts that belong together.
+struct LUMPAL_API OwnPair {
+    std::string certificate, key;
+
+    /// Reads own/<alias>.pem and its key: own/<alias>.key, or requested/<alias>.key if that one belongs to the
+    /// certificate, because its installation was interrupted. A pair that is replaced meanwhile is read again.
+    /// @param known  a pair that was read before: it costs no further proof when it is still there
+    /// @throws KeyStoreException naming the file that is missing or broken, or a key that is another's
+    static OwnPair Load(const LumPalStr::String_t& alias, const OwnPair& known = {});
+    bool operator==(const OwnPair& other) const = default;
 };
 
 /// Folder of the key store, ending in the separator.
@@ -99,10 +112,12 @@ public:
     void GetCertificate(const LumPalStr::String_t& alias, X509Certificate& certificate) const;
     /// The node's own certificate of that name. Throws as above.
     void GetOwnCertificate(const LumPalStr::String_t& alias, X509Certificate& certificate) const;
-    /// The private key. Throws as above.
+    /// The private key; that of OwnPair, if there is a certificate. Throws as above.
     void GetPrivateKey(const LumPalStr::String_t& alias, Key& key) const;
 
 private:
+    bool FindWaitingKey(const LumPalStr::String_t& alias, Key& key) const;
+
     LumPalStr::String_t folder;
 };
 

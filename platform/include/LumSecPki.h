@@ -32,6 +32,8 @@ LUMPAL_API bool Match(const LumSecCore::X509Certificate& certificate, const LumS
 LUMPAL_API bool IsAuthority(const LumSecCore::X509Certificate& certificate);
 /// Seconds until its validity ends, below 0 when it has ended. @throws LumSecCore::SecCoreException
 LUMPAL_API std::int64_t SecondsLeft(const LumSecCore::X509Certificate& certificate);
+/// The end of its validity in seconds since 1970-01-01T00:00:00Z. @throws LumSecCore::SecCoreException
+LUMPAL_API std::int64_t EndSeconds(const LumSecCore::X509Certificate& certificate);
 
 /// A request for a certificate (PKCS#10) as PEM.
 /// @param hosts  names and addresses under which clients reach the node; each host name or IP address, nothing else
@@ -45,7 +47,8 @@ LUMPAL_API LumSecCore::X509Certificate NewAuthority(const LumSecCore::Key& priva
                                                     const LumPalStr::String_t& commonName, int days);
 /// Issues what a request asks for: its common name, its key and its host names, and nothing else of it.
 /// @param request  PEM; it must be signed with its own key
-/// @throws LumSecCore::SecCoreException, also when key and certificate of the authority do not match;
+/// @throws LumSecCore::SecCoreException, also when key and certificate of the authority do not match, and for a
+///         request that asks for a name that is neither a host name nor an address;
 ///         LumPalMsg::IllegalArgumentError_t for a request whose common name cannot be used
 LUMPAL_API LumSecCore::X509Certificate Issue(const LumSecCore::X509Certificate& authority,
                                              const LumSecCore::Key& authorityKey,

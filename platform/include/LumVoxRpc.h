@@ -16,6 +16,11 @@
 
 namespace LumVoxRpc {
 
+/// The file whose content proves on the plain road that the caller is the node's own user, or root.
+LUMPAL_API LumPalStr::String_t LocalSecretPath();
+/// Whether this process can read a secret there.
+LUMPAL_API bool HasLocalSecret();
+
 /// The answer to a call on the client's side.
 class LUMPAL_API RpcResponse {
 public:

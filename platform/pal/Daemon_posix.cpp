@@ -41,9 +41,19 @@ InstanceLock_t::~InstanceLock_t() {
 }
 
 bool InstanceLock_t::TryLock(const LumPalStr::String_t& path) {
+    return Take(path, LOCK_EX | LOCK_NB);
+}
+
+void InstanceLock_t::Lock(const LumPalStr::String_t& path) {
+    Take(path, LOCK_EX);
+}
+
+bool InstanceLock_t::Take(const LumPalStr::String_t& path, int how) {
     const int opened = open(path.ToUtf8().c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, kLockMode);
     if (opened < 0) LumPalIo::ThrowSystemError("Cannot open lock file", path, errno);
-    if (flock(opened, LOCK_EX | LOCK_NB) != 0) {
+    int failed = flock(opened, how);
+    while (failed != 0 && errno == EINTR) failed = flock(opened, how);
+    if (failed != 0) {
         const int error = errno;
         close(opened);
         if (error == EWOULDBLOCK) return false;

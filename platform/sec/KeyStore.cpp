@@ -5,6 +5,7 @@
 
 #include "Crypto.h"
 #include "LumPalIo.h"
+#include "LumSecPki.h"
 
 namespace LumSecCore {
 
@@ -16,7 +17,7 @@ using LumPalStr::String_t;
 namespace {
 
 constexpr std::size_t kLargestFile = 1u << 20;
-constexpr char kOwn[] = "own", kTrusted[] = "trusted";
+constexpr char kOwn[] = "own", kTrusted[] = "trusted", kRequested[] = "requested";
 
 template <class E>
 [[noreturn]] void Fail(const char* text, const String_t& name, const LumPalMsg::MessageList_t& details = {}) {
@@ -84,6 +85,20 @@ bool KeyStore::IsTrustedCertEntry(const String_t& alias) const {
     return IsAlias(alias) && FileOf(folder, kTrusted, alias, ".pem").Exists();
 }
 
+/// The key of a certificate whose installation was interrupted still lies where it waited for it.
+bool KeyStore::FindWaitingKey(const String_t& alias, Key& key) const try {
+    const File_t file = FileOf(folder, kRequested, alias, ".key");
+    if (!file.Exists()) return false;
+    X509Certificate certificate;
+    GetOwnCertificate(alias, certificate);
+    Key waiting = MakeKey(ReadPem<EVP_PKEY>(file, PEM_read_bio_PrivateKey));
+    if (!LumSecPki::Match(certificate, waiting)) return false;
+    key = std::move(waiting);
+    return true;
+} catch (const SecCoreException&) {
+    return false;
+}
+
 void KeyStore::GetCertificate(const String_t& alias, X509Certificate& certificate) const {
     if (!IsTrustedCertEntry(alias)) return GetOwnCertificate(alias, certificate);
     certificate = MakeCertificate(ReadPem<X509>(FileOf(folder, kTrusted, alias, ".pem"), PEM_read_bio_X509));
@@ -94,6 +109,7 @@ void KeyStore::GetOwnCertificate(const String_t& alias, X509Certificate& certifi
 }
 
 void KeyStore::GetPrivateKey(const String_t& alias, Key& key) const {
+    if (FindWaitingKey(alias, key)) return;
     key = MakeKey(ReadPem<EVP_PKEY>(FileOf(folder, kOwn, alias, ".key"), PEM_read_bio_PrivateKey));
 }
 

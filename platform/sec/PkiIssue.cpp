@@ -67,9 +67,22 @@ PkiPtr<X509_NAME> NameOf(const String_t& commonName) {
     return name;
 }
 
-bool IsHostName(const std::string& host) {
-    const auto ok = [](unsigned char c) { return std::isalnum(c) || c == '-' || c == '.' || c == '_'; };
-    return !host.empty() && host.size() <= 253 && std::all_of(host.begin(), host.end(), ok);
+bool MayStandInLabel(unsigned char c) {
+    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '-' || c == '_';
+}
+
+bool IsLabel(std::string_view label) {
+    return !label.empty() && label.size() <= 63 && label.front() != '-' && label.back() != '-' &&
+           std::all_of(label.begin(), label.end(), MayStandInLabel);
+}
+
+bool IsHostName(std::string_view host) {
+    if (host.size() > 253) return false;
+    for (std::size_t dot = host.find('.'); dot != host.npos; dot = host.find('.')) {
+        if (!IsLabel(host.substr(0, dot))) return false;
+        host.remove_prefix(dot + 1);
+    }
+    return IsLabel(host);
 }
 
 /// Only what is an address or a host's name: the text would be read as a list with meanings of its own.
@@ -89,14 +102,29 @@ GENERAL_NAME* AlternativeName(const String_t& text) {
     return name;
 }
 
-Extensions HostExtension(const std::vector<String_t>& hosts) {
+PkiPtr<X509_EXTENSION> HostExtension(const GENERAL_NAMES* names) {
+    PkiPtr<X509_EXTENSION> extension(X509V3_EXT_i2d(NID_subject_alt_name, 0, const_cast<GENERAL_NAMES*>(names)));
+    Require(extension != nullptr, "The host names cannot be encoded.");
+    return extension;
+}
+
+Extensions HostExtensions(const std::vector<String_t>& hosts) {
     const PkiPtr<GENERAL_NAMES> names(GENERAL_NAMES_new());
     for (const String_t& host : hosts) sk_GENERAL_NAME_push(names.get(), AlternativeName(host));
     Extensions extensions(sk_X509_EXTENSION_new_null());
-    X509_EXTENSION* extension = X509V3_EXT_i2d(NID_subject_alt_name, 0, names.get());
-    Require(extensions && extension, "The host names cannot be encoded.");
-    sk_X509_EXTENSION_push(extensions.get(), extension);
+    Require(extensions && sk_X509_EXTENSION_push(extensions.get(), HostExtension(names.get()).release()) == 1,
+            "The host names cannot be encoded.");
     return extensions;
+}
+
+bool IsHost(const GENERAL_NAME* name) {
+    int kind = 0;
+    const void* value = GENERAL_NAME_get0_value(name, &kind);
+    if (kind != GEN_DNS && kind != GEN_IPADD) return false;
+    const auto* text = static_cast<const ASN1_STRING*>(value);
+    const std::string_view bytes(reinterpret_cast<const char*>(ASN1_STRING_get0_data(text)),
+                                 static_cast<std::size_t>(ASN1_STRING_length(text)));
+    return kind == GEN_DNS ? IsHostName(bytes) : bytes.size() == 4 || bytes.size() == 16;
 }
 
 const EVP_MD* DigestFor(const EVP_PKEY* key) {
@@ -144,11 +172,20 @@ PkiPtr<X509_REQ> ReadRequest(const CharArray_t& pem) {
     return request;
 }
 
-void CopyHosts(X509_REQ* request, X509* target) {
+/// Whoever trusts the authority takes every name in a certificate for proven: none but those of hosts is taken over,
+/// no pattern and no name of another kind.
+void TakeHosts(X509_REQ* request, X509* target) {
     const Extensions wanted(X509_REQ_get_extensions(request));
-    const int at = wanted ? X509v3_get_ext_by_NID(wanted.get(), NID_subject_alt_name, -1) : -1;
-    if (at < 0) return;
-    Require(X509_add_ext(target, X509v3_get_ext(wanted.get(), at), -1) == 1, "The host names cannot be taken over.");
+    if (!wanted || X509v3_get_ext_by_NID(wanted.get(), NID_subject_alt_name, -1) < 0) return;
+    int critical = 0;
+    const PkiPtr<GENERAL_NAMES> names(
+        static_cast<GENERAL_NAMES*>(X509V3_get_d2i(wanted.get(), NID_subject_alt_name, &critical, nullptr)));
+    Require(names != nullptr, "The request's list of hosts is broken, or stands there twice.");
+    for (int i = 0; i < sk_GENERAL_NAME_num(names.get()); ++i) {
+        Require(IsHost(sk_GENERAL_NAME_value(names.get(), i)),
+                "The request asks for a name that is neither a host name nor an address.");
+    }
+    Require(X509_add_ext(target, HostExtension(names.get()).get(), -1) == 1, "The host names cannot be taken over.");
 }
 
 }  // namespace
@@ -174,7 +211,7 @@ CharArray_t NewRequest(const Key& privateKey, const String_t& commonName, const 
                 X509_REQ_set_pubkey(request.get(), key) == 1,
             "The request cannot be made.");
     if (!hosts.empty()) {
-        const Extensions extensions = HostExtension(hosts);
+        const Extensions extensions = HostExtensions(hosts);
         Require(X509_REQ_add_extensions(request.get(), extensions.get()) == 1, "The request cannot hold the hosts.");
     }
     Require(X509_REQ_sign(request.get(), key, DigestFor(key)) > 0, "The request cannot be signed.");
@@ -203,7 +240,7 @@ X509Certificate Issue(const X509Certificate& authority, const Key& authorityKey,
     Extend(made.get(), issuer, NID_key_usage, "critical,digitalSignature");
     Extend(made.get(), issuer, NID_ext_key_usage, "serverAuth,clientAuth");
     Extend(made.get(), issuer, NID_subject_key_identifier, "hash");
-    CopyHosts(asked.get(), made.get());
+    TakeHosts(asked.get(), made.get());
     return Sign(std::move(made), authorityKey.GetImpl()->key.get());
 }
 

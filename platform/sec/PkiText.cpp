@@ -31,6 +31,16 @@ bool IsPem(const CharArray_t& bytes) {
     return bytes.View().find("-----BEGIN") != std::string_view::npos;
 }
 
+/// @param from  null: now
+std::int64_t SecondsToEnd(const X509Certificate& certificate, const ASN1_TIME* from) {
+    constexpr std::int64_t daySeconds = 86400;
+    if (certificate.IsNull()) Fail("There is no certificate.");
+    int days = 0, seconds = 0;
+    const ASN1_TIME* end = X509_get0_notAfter(certificate.GetImpl()->certificate.get());
+    if (ASN1_TIME_diff(&days, &seconds, from, end) != 1) Fail("The certificate tells no end of its validity.");
+    return days * daySeconds + seconds;
+}
+
 }  // namespace
 
 CharArray_t Collect(const std::function<int(BIO*)>& write) {
@@ -91,12 +101,13 @@ bool IsAuthority(const X509Certificate& certificate) {
 }
 
 std::int64_t SecondsLeft(const X509Certificate& certificate) {
-    constexpr std::int64_t daySeconds = 86400;
-    if (certificate.IsNull()) Fail("There is no certificate.");
-    int days = 0, seconds = 0;
-    const ASN1_TIME* end = X509_get0_notAfter(certificate.GetImpl()->certificate.get());
-    if (ASN1_TIME_diff(&days, &seconds, nullptr, end) != 1) Fail("The certificate tells no end of its validity.");
-    return days * daySeconds + seconds;
+    return SecondsToEnd(certificate, nullptr);
+}
+
+std::int64_t EndSeconds(const X509Certificate& certificate) {
+    const std::unique_ptr<ASN1_TIME, decltype(&ASN1_TIME_free)> epoch(ASN1_TIME_set(nullptr, 0), ASN1_TIME_free);
+    if (!epoch) Fail("There is no memory.");
+    return SecondsToEnd(certificate, epoch.get());
 }
 
 }  // namespace LumSecPki

@@ -37,6 +37,14 @@ String_t ExistingFile(const String_t& folder, const String_t& name) {
     return file.ToString();
 }
 
+/// Where an installation puts it, or where it still waits for the end of one.
+String_t KeyFile(const String_t& coreId) {
+    const String_t name = coreId + ".key";
+    const bool waits =
+        !File_t(KeyStoreDirectory() + "own", name).Exists() && File_t(KeyStoreDirectory() + "requested", name).Exists();
+    return ExistingFile(waits ? "requested" : "own", name);
+}
+
 std::vector<String_t> TrustedFiles() {
     std::vector<String_t> paths;
     const File_t folder(KeyStoreDirectory() + "trusted");
@@ -76,7 +84,7 @@ NodeIdentity NodeIdentity::Load() {
     if (!identity.certificateInstalled) return identity;
     RequireAlias(identity.coreId);
     identity.certificatePath = ExistingFile("own", identity.coreId + ".pem");
-    identity.keyPath = ExistingFile("own", identity.coreId + ".key");
+    identity.keyPath = KeyFile(identity.coreId);
     return identity;
 }
 

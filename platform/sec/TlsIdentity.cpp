@@ -7,7 +7,9 @@
 #include <algorithm>
 #include <memory>
 
+#include "Crypto.h"
 #include "LumSecAuth.h"
+#include "LumSecPki.h"
 
 namespace LumSecCore {
 
@@ -47,12 +49,20 @@ void SetProtocol(ssl_ctx_st* context) {
     SSL_CTX_set_session_id_context(context, kSessionContext, sizeof kSessionContext - 1);
 }
 
+LumPalArray::CharArray_t Bytes(const std::string& text) {
+    return LumPalArray::CharArray_t(text.data(), text.size());
+}
+
 void SetOwn(ssl_ctx_st* context, const NodeIdentity& identity) {
-    const std::string certificate = identity.certificatePath.ToUtf8(), key = identity.keyPath.ToUtf8();
-    Require(SSL_CTX_use_certificate_chain_file(context, certificate.c_str()) == 1, "The certificate",
-            identity.certificatePath);
-    Require(SSL_CTX_use_PrivateKey_file(context, key.c_str(), SSL_FILETYPE_PEM) == 1, "The key", identity.keyPath);
-    Require(SSL_CTX_check_private_key(context) == 1, "The key", identity.keyPath);
+    const OwnPair pair = OwnPair::Load(identity.coreId);
+    const auto chain = LumSecPki::ReadCertificates(Bytes(pair.certificate));
+    const Key key = LumSecPki::ReadPrivateKey(Bytes(pair.key));
+    const auto own = [](const X509Certificate& certificate) { return certificate.GetImpl()->certificate.get(); };
+    bool taken = SSL_CTX_use_certificate(context, own(chain.front())) == 1;
+    for (std::size_t i = 1; taken && i < chain.size(); ++i)
+        taken = SSL_CTX_add1_chain_cert(context, own(chain[i])) == 1;
+    Require(taken, "The certificate", identity.certificatePath);
+    Require(SSL_CTX_use_PrivateKey(context, key.GetImpl()->key.get()) == 1, "The key", identity.keyPath);
 }
 
 void SetTrusted(ssl_ctx_st* context, const NodeIdentity& identity) {

@@ -33,6 +33,11 @@ void Set(CURL* curl, CURLoption option, Value value) {
                                             << curl_easy_strerror(code));
 }
 
+void SetBlob(CURL* curl, CURLoption option, const std::string& text) {
+    curl_blob blob{const_cast<char*>(text.data()), text.size(), CURL_BLOB_COPY};
+    Set(curl, option, &blob);
+}
+
 std::string UrlOf(const HttpTarget& target) {
     const bool literal6 = target.host.find(':') != std::string::npos;
     const std::string host = literal6 ? '[' + target.host + ']' : target.host;
@@ -137,8 +142,7 @@ void HttpClient::Handle::SetUpTls(const HttpTarget& target, const ClientIdentity
                                             << "no trusted certificate is installed on this node.");
     }
     // Nothing but the node's own trust counts, whatever the host system trusts.
-    curl_blob trusted{const_cast<char*>(identity.trusted.data()), identity.trusted.size(), CURL_BLOB_COPY};
-    Set(curl, CURLOPT_CAINFO_BLOB, &trusted);
+    SetBlob(curl, CURLOPT_CAINFO_BLOB, identity.trusted);
     Set(curl, CURLOPT_CAINFO, static_cast<char*>(nullptr));
     Set(curl, CURLOPT_CAPATH, static_cast<char*>(nullptr));
     Set(curl, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
@@ -147,9 +151,9 @@ void HttpClient::Handle::SetUpTls(const HttpTarget& target, const ClientIdentity
     targetId = target.targetId;
     Set(curl, CURLOPT_SSL_CTX_FUNCTION, &SetContext);
     Set(curl, CURLOPT_SSL_CTX_DATA, static_cast<void*>(this));
-    if (identity.certificatePath.empty()) return;
-    Set(curl, CURLOPT_SSLCERT, identity.certificatePath.c_str());
-    Set(curl, CURLOPT_SSLKEY, identity.keyPath.c_str());
+    if (identity.own.certificate.empty()) return;
+    SetBlob(curl, CURLOPT_SSLCERT_BLOB, identity.own.certificate);
+    SetBlob(curl, CURLOPT_SSLKEY_BLOB, identity.own.key);
     Set(curl, CURLOPT_KEYPASSWD, "");  // never ask a terminal
 }
 

@@ -4,7 +4,6 @@
 
 #include "CurlHandle.h"
 #include "LumPalIo.h"
-#include "LumSecCore.h"
 #include "SigpipeGuard.h"
 
 namespace LumVoxRpc {
@@ -32,7 +31,7 @@ std::string KeyOf(const HttpTarget& target, const ClientIdentity& identity) {
     const char separator = '\n';
     std::string key = (target.tls ? "tls " : "plain ") + target.host + separator + std::to_string(target.port);
     if (target.tls)
-        key += separator + target.targetId + separator + identity.certificate + separator + identity.trusted;
+        key += separator + target.targetId + separator + identity.own.certificate + separator + identity.trusted;
     return key;
 }
 
@@ -49,14 +48,12 @@ ClientLimits ClientLimits::Load(const Configuration_t& configuration) {
     return limits;
 }
 
-ClientIdentity ClientIdentity::Load() {
+ClientIdentity ClientIdentity::Load(const LumSecCore::OwnPair& known) {
     const LumSecCore::NodeIdentity node = LumSecCore::NodeIdentity::Load();
     ClientIdentity identity;
     for (const LumPalStr::String_t& path : node.trustedPaths) identity.trusted += Content(path) + '\n';
     if (!node.certificateInstalled) return identity;
-    identity.certificatePath = node.certificatePath.ToUtf8();
-    identity.keyPath = node.keyPath.ToUtf8();
-    identity.certificate = Content(node.certificatePath);
+    identity.own = LumSecCore::OwnPair::Load(node.coreId, known);
     return identity;
 }
 
@@ -69,12 +66,24 @@ HttpClient::~HttpClient() {
 
 HttpAnswer HttpClient::Post(const HttpTarget& target, const LumPalArray::CharArray_t& body,
                             const ClientLimits& limits) {
-    const ClientIdentity identity = target.tls ? ClientIdentity::Load() : ClientIdentity();
+    const ClientIdentity identity = target.tls ? Identify() : ClientIdentity();
     const LumPal::SigpipeGuard guard;
     std::unique_ptr<Handle> handle = Take(KeyOf(target, identity));
     HttpAnswer answer = handle->Post(target, identity, body, limits);
     Give(std::move(handle));
     return answer;
+}
+
+ClientIdentity HttpClient::Identify() {
+    LumSecCore::OwnPair known;
+    {
+        const std::lock_guard lock(mutex);
+        known = own;
+    }
+    ClientIdentity identity = ClientIdentity::Load(known);
+    const std::lock_guard lock(mutex);
+    own = identity.own;
+    return identity;
 }
 
 std::unique_ptr<HttpClient::Handle> HttpClient::Take(const std::string& key) {

@@ -10,6 +10,7 @@
 
 #include "LumPalArray.h"
 #include "LumPalConfig.h"
+#include "LumSecCore.h"
 
 namespace LumVoxRpc {
 
@@ -25,11 +26,11 @@ struct ClientLimits {
 
 /// Who the client is on a TLS connection, and whom it trusts.
 struct ClientIdentity {
-    std::string trusted;                   ///< PEM texts, one behind the other
-    std::string certificatePath, keyPath;  ///< empty: the client shows no certificate
-    std::string certificate;               ///< content, so that a renewed one makes new connections
-    /// The node's own. @throws LumSecCore::KeyStoreException, LumPalIo::IOException_t
-    static ClientIdentity Load();
+    std::string trusted;      ///< PEM texts, one behind the other
+    LumSecCore::OwnPair own;  ///< empty: the client shows no certificate
+    /// The node's own. @param known  the own pair of an identity that was loaded before
+    /// @throws LumSecCore::KeyStoreException, LumPalIo::IOException_t
+    static ClientIdentity Load(const LumSecCore::OwnPair& known);
 };
 
 /// Where a request goes.
@@ -61,11 +62,13 @@ public:
     struct Handle;
 
 private:
+    ClientIdentity Identify();
     std::unique_ptr<Handle> Take(const std::string& key);
     void Give(std::unique_ptr<Handle> handle);
 
     std::mutex mutex;
     std::vector<std::unique_ptr<Handle>> idle;  ///< guarded by mutex; used last stands last
+    LumSecCore::OwnPair own;                    ///< guarded by mutex; what was shown last
 };
 
 }  // namespace LumVoxRpc

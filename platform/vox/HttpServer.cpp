@@ -257,6 +257,7 @@ private:
     void Drop() { Tcp().close(); }
 
     void OnHandshake(error_code error, std::size_t);
+    std::string WhyRefused(const error_code& error);
     void NamePeer();
     void AwaitRequest();
     void OnFirstBytes(error_code error, std::size_t count);
@@ -348,12 +349,23 @@ void Session<Stream>::OnHandshake(error_code error, std::size_t) {
     if (error) {
         if (error.category() == net::error::get_ssl_category())
             core.handshakeLog.Warn("A TLS handshake was refused: %1",
-                                   String_t::FromUtf8(peer.address + ": " + error.message()));
+                                   String_t::FromUtf8(peer.address + ": " + WhyRefused(error)));
         return;
     }
     peer.tls = true;
     NamePeer();
     AwaitRequest();
+}
+
+/// What is wrong with the peer's certificate tells more than what the library says of the handshake.
+template <class Stream>
+std::string Session<Stream>::WhyRefused(const error_code& error) {
+    if constexpr (kTls) {
+        const long verdict = SSL_get_verify_result(stream.native_handle());
+        if (verdict != X509_V_OK)
+            return std::string("the client's certificate is refused: ") + X509_verify_cert_error_string(verdict);
+    }
+    return error.message();
 }
 
 template <class Stream>

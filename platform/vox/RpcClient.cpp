@@ -148,4 +148,12 @@ RpcCall RpcClient::CreateCall(const LumPalNet::URI_t& uri, const RpcCall::Option
     return RpcCall(std::move(call));
 }
 
+String_t LocalSecretPath() {
+    return LumVoxMsg::LocalSecretFile().GetAbsolutePath();
+}
+
+bool HasLocalSecret() {
+    return !LumVoxMsg::LocalAuthorization().empty();
+}
+
 }  // namespace LumVoxRpc

@@ -11,6 +11,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "LumPalConfig.h"
 #include "LumPalRuntime.h"
@@ -24,8 +25,9 @@ struct TestIdentity {
 class TestAuthority {
 public:
     /// @param kind  of the authority's own key
-    explicit TestAuthority(const std::string& name, const std::string& kind = "EC:P-256")
-        : key(NewKey(kind)), certificate(Make(name, "", *key, "critical,CA:TRUE", 0)) {}
+    /// @param days  until its certificate ends
+    explicit TestAuthority(const std::string& name, const std::string& kind = "EC:P-256", int days = 1)
+        : key(NewKey(kind)), certificate(Make(Named(name), "", *key, "critical,CA:TRUE", days)) {}
     std::string Certificate() const {
         return Text([this](BIO* out) { PEM_write_bio_X509(out, certificate.get()); });
     }
@@ -44,6 +46,12 @@ public:
         return Issue(commonName, "", from + 1, NewKey(), from);
     }
 
+    /// Of a common name in the subject, or of several, or of none. Each is UTF-8, and may hold what no name should.
+    TestIdentity IssueNamed(const std::vector<std::string>& commonNames) const {
+        const Key own = NewKey();
+        return Texts(Make(commonNames, "", *own, "critical,CA:FALSE", 1), own);
+    }
+
 private:
     struct Free {
         void operator()(EVP_PKEY* object) const { EVP_PKEY_free(object); }
@@ -56,7 +64,9 @@ private:
 
     TestIdentity Issue(const std::string& commonName, const std::string& names, int days, const Key& own,
                        int from = -10) const {
-        const Certificate_ issued = Make(commonName, names, *own, "critical,CA:FALSE", days, from);
+        return Texts(Make(Named(commonName), names, *own, "critical,CA:FALSE", days, from), own);
+    }
+    static TestIdentity Texts(const Certificate_& issued, const Key& own) {
         return {Text([&](BIO* out) { PEM_write_bio_X509(out, issued.get()); }), Text([&](BIO* out) {
                     PEM_write_bio_PrivateKey(out, own.get(), nullptr, nullptr, 0, nullptr, nullptr);
                 })};
@@ -87,16 +97,19 @@ private:
         if (!extension) throw std::runtime_error("no such extension: " + text);
         X509_add_ext(target, extension.get(), -1);
     }
-    Certificate_ Make(const std::string& commonName, const std::string& names, EVP_PKEY& subjectKey,
+    static std::vector<std::string> Named(const std::string& commonName) { return {commonName}; }
+    Certificate_ Make(const std::vector<std::string>& commonNames, const std::string& names, EVP_PKEY& subjectKey,
                       const std::string& constraints, int days, int from = -10) const {
         static int serial = 0;
         Certificate_ made(X509_new());
         X509_set_version(made.get(), X509_VERSION_3);
         ASN1_INTEGER_set(X509_get_serialNumber(made.get()), ++serial);
         X509_gmtime_adj(X509_getm_notBefore(made.get()), from * 86400L);
-        X509_gmtime_adj(X509_getm_notAfter(made.get()), days == 0 ? 86400L : days * 86400L);
-        X509_NAME_add_entry_by_txt(X509_get_subject_name(made.get()), "CN", MBSTRING_UTF8,
-                                   reinterpret_cast<const unsigned char*>(commonName.c_str()), -1, -1, 0);
+        X509_gmtime_adj(X509_getm_notAfter(made.get()), days * 86400L);
+        for (const std::string& name : commonNames)
+            X509_NAME_add_entry_by_txt(X509_get_subject_name(made.get()), "CN", V_ASN1_UTF8STRING,
+                                       reinterpret_cast<const unsigned char*>(name.data()),
+                                       static_cast<int>(name.size()), -1, 0);
         X509_set_issuer_name(made.get(), X509_get_subject_name(certificate ? certificate.get() : made.get()));
         X509_set_pubkey(made.get(), &subjectKey);
         Extend(made.get(), NID_basic_constraints, constraints);

@@ -78,10 +78,24 @@ class AnotherUser(TestOfUsers):
                 result = self.as_stranger("lumpolicy", *arguments)
                 self.assertEqual(result.code, REFUSED, result)
                 self.assertIn("not authorized", result.err)
+                self.assert_hint(result, self.node.root)
                 self.assertEqual(result.out, "")
         self.assertEqual(self.node.stored(), before)
         self.assertEqual(list(self.node.incoming.iterdir()), [])
         self.assertEqual(len(self.node.list()), 1)
+
+    def assert_hint(self, result, root):
+        text = " ".join(result.err.split())
+        self.assertIn(f"since '{root}/etc/local.secret' cannot be read", text)
+        self.assertIn(f"run it as the user to whom the node's root '{root}/' belongs, or as root", text)
+
+    def test_the_hint_is_part_of_the_json_and_comes_only_where_the_secret_is_missing(self):
+        refused = self.as_stranger("lumpolicy", "remove", "--all", "--json").json()
+        self.assertIn("local.secret", refused["messages"][-1]["text"])
+        self.assertEqual(self.node.policy("install", "--no-notify", EXAMPLE).code, DONE)
+        refused = self.node.policy("install", "--no-notify", EXAMPLE, "--owner", "nobody")
+        self.assertNotEqual(refused.code, DONE)
+        self.assertNotIn("local.secret", refused.err)
 
     def test_a_refusal_leaves_its_audit_line(self):
         self.as_stranger("lumpolicy", "remove", "--all")
@@ -95,9 +109,11 @@ class AnotherUser(TestOfUsers):
             (config / "local_settings.ini").write_text(f"[vox.http.ext.conf]\nTARGET_PORT={self.node.port}\n")
             (pathlib.Path(own) / "etc/local.secret").write_text("0" * 64)
             self.assertEqual(self.as_stranger("lumpolicy", "list", root=own).code, REFUSED)
+            (pathlib.Path(own) / "etc/local.secret").unlink()
             # The node's own user neither, when the root of the caller is another one.
             result = self.node.tool("lumpolicy", "list", environment=self.node.environment(LUM_ROOT=own))
             self.assertEqual(result.code, REFUSED, result)
+            self.assert_hint(result, own)
         self.assertEqual(self.node.policy("list").code, NOT_FOUND)
 
     def test_what_asks_for_no_right_is_served_to_everybody(self):

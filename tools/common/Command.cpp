@@ -5,7 +5,10 @@
 #include <map>
 #include <sstream>
 
+#include "LumPalConfig.h"
 #include "LumPalConsole.h"
+#include "LumPalRuntime.h"
+#include "LumVoxRpc.h"
 
 namespace lumtools {
 
@@ -64,6 +67,17 @@ ExitCode CodeOf(const std::map<ExitCode, int>& counts, std::size_t hosts) {
     return well + count(kUntold) == hosts ? kUntold : kSomeFailed;
 }
 
+/// The node cannot say why it knows no sender: the caller alone sees that he has no proof to show.
+void AddHint(const std::string& host, Outcome& outcome) {
+    if (outcome.code != lumtools::kRefused || host != "localhost" || LumVoxRpc::HasLocalSecret()) return;
+    if (LumPalConfig::ConfigNamespace_t("sec.cm.certificates").Open().GetBool("CERT_INSTALLED")) return;
+    const std::string root = LumPalRuntime::Dir_t::Path(LumPalRuntime::Root).ToUtf8();
+    outcome.messages.push_back({1, "This call proved nothing, since '" + LumVoxRpc::LocalSecretPath().ToUtf8() +
+                                       "' cannot be read: run it as the user to whom the node's root '" + root +
+                                       "' belongs, or as root, and with LUM_ROOT naming the root that the daemon "
+                                       "serves."});
+}
+
 std::map<ExitCode, int> Count(const std::vector<Answer>& answers) {
     std::map<ExitCode, int> counts;
     for (const Answer& answer : answers) ++counts[answer.outcome.code];
@@ -107,6 +121,7 @@ std::vector<Answer> HostCommand::AskAll() const {
     const Progress progress(hosts.size());
     const auto ask = [&](std::size_t index) {
         answers[index] = Ask(hosts[index]);
+        AddHint(hosts[index], answers[index].outcome);
         ready[index] = true;
     };
     progress.Show(0);

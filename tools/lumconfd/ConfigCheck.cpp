@@ -135,7 +135,10 @@ bool CheckConfiguration(std::ostream& out) {
         report.Problems(LumVoxMsg::FindWrongLimits(server));
     });
     report.Step([&] { report.Problems(LumSecAuth::FindWrongRights()); });
-    report.Step([] { LumSecCore::NodeIdentity::Load(); });
+    report.Step([] {
+        const auto identity = LumSecCore::NodeIdentity::Load();
+        if (identity.certificateInstalled) LumSecCore::OwnPair::Load(identity.coreId);
+    });
     out << (report.GetCount() == 0 ? "the configuration is in order"
                                    : std::to_string(report.GetCount()) + " problem(s)")
         << "\n";

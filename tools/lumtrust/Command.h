@@ -6,6 +6,7 @@
 #include <string>
 
 #include "LumPalArray.h"
+#include "LumPalDaemon.h"
 #include "LumPalIo.h"
 #include "LumPalStr.h"
 #include "LumSecCore.h"
@@ -35,6 +36,25 @@ LumPalArray::CharArray_t ReadFile(const std::string& path);
 void ReplaceFile(const LumPalIo::File_t& file, const LumPalArray::CharArray_t& bytes, unsigned mode);
 /// As above, but never over an existing file. @throws LumPalMsg::RuntimeException_t
 void CreateFile(const LumPalIo::File_t& file, const LumPalArray::CharArray_t& bytes, unsigned mode);
+
+/// Puts a key and the certificate that it belongs to in the place of those in use. Wherever it is interrupted, the node
+/// has the old pair or the new one: the key lies in "requested" until the certificate stands, and is found there.
+/// @param certificate  PEM, with the chain behind it. @throws LumPalIo::IOException_t
+void InstallPair(const LumPalStr::String_t& coreId, const LumPalArray::CharArray_t& certificate,
+                 const LumSecCore::Key& key);
+/// Ends an installation that was interrupted: the key in "requested" that belongs to the certificate in use takes its
+/// place. Does nothing otherwise. @throws LumPalIo::IOException_t
+void FinishInstallation(const LumPalStr::String_t& coreId);
+
+/// Held by whoever reads something of the node in order to change it; the next one waits.
+class ChangeLock {
+public:
+    /// @throws LumPalIo::IOException_t
+    ChangeLock();
+
+private:
+    LumPalRuntime::InstanceLock_t lock;
+};
 
 /// A file of the key store. @param part  "own", "trusted" or "requested"
 LumPalIo::File_t StoreFile(const char* part, const LumPalStr::String_t& alias, const char* suffix);

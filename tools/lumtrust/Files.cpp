@@ -71,6 +71,12 @@ void CreateFile(const File_t& file, const CharArray_t& bytes, unsigned mode) {
     ReplaceFile(file, bytes, mode);
 }
 
+ChangeLock::ChangeLock() {
+    const File_t folder(LumPalRuntime::Dir_t::Path(LumPalRuntime::Etc));
+    MakeFolder(folder);
+    lock.Lock(File_t(folder, "lumtrust.lock").ToString());
+}
+
 File_t StoreFile(const char* part, const String_t& alias, const char* suffix) {
     return File_t(LumSecCore::KeyStoreDirectory() + part + File_t::Separator() + alias + suffix);
 }

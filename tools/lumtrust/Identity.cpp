@@ -47,6 +47,8 @@ int Request(const Choices& choices) {
     const String_t coreId = CheckedCoreId(choices.coreId.empty() ? configured : choices.coreId);
     std::vector<String_t> hosts;
     for (const std::string& host : choices.hosts) hosts.push_back(Text(host));
+    const ChangeLock lock;
+    FinishInstallation(coreId);
     const Key key = LumSecPki::NewKey();
     const CharArray_t request = LumSecPki::NewRequest(key, coreId, hosts);
     const File_t keyFile = StoreFile("requested", coreId, ".key");
@@ -74,13 +76,15 @@ Key FindKey(const Choices& choices, const X509Certificate& certificate, const St
     Refuse("The certificate '%1' does not belong to the key.", choices.certificate);
 }
 
-bool IsIssuedByTrusted(const X509Certificate& certificate) {
+bool IsIssuedByTrusted(const X509Certificate& certificate) try {
     const LumSecCore::KeyStore store;
     const String_t issuer = certificate.GetIssuerCN();
     if (!store.IsTrustedCertEntry(issuer)) return false;
     X509Certificate trusted;
     store.GetCertificate(issuer, trusted);
     return certificate.Verify(trusted.GetPublicKey());
+} catch (const LumPalMsg::Exception_t&) {
+    return false;  // an entry that is broken, or a key of another kind
 }
 
 void SetSettings(const String_t& coreId) {
@@ -100,17 +104,22 @@ CharArray_t TextOf(const std::vector<X509Certificate>& chain) {
     return CharArray_t(text.data(), text.size());
 }
 
+/// @return the core id
+String_t ChangeIdentity(const Choices& choices, const std::vector<X509Certificate>& chain) {
+    const String_t coreId = CheckedCoreId(chain.front().GetSubjectCN().ToUtf8());
+    const ChangeLock lock;
+    FinishInstallation(coreId);
+    // Both stand before the settings name them. A daemon that runs goes on with what it has until it is told.
+    InstallPair(coreId, TextOf(chain), FindKey(choices, chain.front(), coreId));
+    SetSettings(coreId);
+    return coreId;
+}
+
 int Install(const Choices& choices) {
     const std::vector<X509Certificate> chain = LumSecPki::ReadCertificates(ReadFile(choices.certificate));
     const X509Certificate& certificate = chain.front();
     certificate.CheckValidity();
-    const String_t coreId = CheckedCoreId(certificate.GetSubjectCN().ToUtf8());
-    const Key key = FindKey(choices, certificate, coreId);
-    // Both stand before the settings name them. A daemon that runs goes on with what it has until it is told.
-    ReplaceFile(StoreFile("own", coreId, ".key"), LumSecPki::ToPem(key), kSecretMode);
-    ReplaceFile(StoreFile("own", coreId, ".pem"), TextOf(chain), kPublicMode);
-    SetSettings(coreId);
-    StoreFile("requested", coreId, ".key").Delete();
+    const String_t coreId = ChangeIdentity(choices, chain);
     std::cout << "installed: " << Printable(coreId.ToUtf8()) << ", valid until " << certificate.GetNotAfter().ToUtf8()
               << std::endl;
     if (!IsIssuedByTrusted(certificate)) {

@@ -43,15 +43,26 @@ unsigned Held(const RightsFile& file, const std::string& sender) {
     return found == file.Get().end() ? 0 : found->second;
 }
 
-int Change(const std::string& sender, unsigned former, unsigned rights, RightsFile& file) {
-    if (former == rights) {
-        std::cout << "nothing to do: " << Printable(sender) << " holds "
-                  << (rights ? LumSecAuth::RightNames(rights).ToUtf8() : "no right") << std::endl;
+struct Changed {
+    unsigned before, after;
+};
+
+Changed Change(const std::string& sender, unsigned granted, unsigned revoked) {
+    const ChangeLock lock;
+    RightsFile file;
+    const unsigned before = Held(file, sender), after = (before | granted) & ~revoked;
+    if (before != after) file.Set(sender, after);
+    return {before, after};
+}
+
+int ChangeAndTell(const std::string& sender, unsigned granted, unsigned revoked) {
+    const auto [before, after] = Change(sender, granted, revoked);
+    const std::string names = after ? LumSecAuth::RightNames(after).ToUtf8() : "no right";
+    if (before == after) {
+        std::cout << "nothing to do: " << Printable(sender) << " holds " << names << std::endl;
         return lumtools::kNothingToDo;
     }
-    file.Set(sender, rights);
-    std::cout << Printable(sender) << ": " << (rights ? LumSecAuth::RightNames(rights).ToUtf8() : "no right")
-              << std::endl;
+    std::cout << Printable(sender) << ": " << names << std::endl;
     TellDaemon();
     return lumtools::kDone;
 }
@@ -60,17 +71,11 @@ int Grant(const Choices& choices) {
     if (LumSecAuth::IsReservedId(Text(choices.sender))) {
         Refuse("The id '%1' has a meaning of its own; no rights are granted to it.", choices.sender);
     }
-    const unsigned granted = BitsOf(choices.rights);
-    RightsFile file;
-    const unsigned former = Held(file, choices.sender);
-    return Change(choices.sender, former, former | granted, file);
+    return ChangeAndTell(choices.sender, BitsOf(choices.rights), 0);
 }
 
 int Revoke(const Choices& choices) {
-    const unsigned revoked = choices.rights.empty() ? ~0u : BitsOf(choices.rights);
-    RightsFile file;
-    const unsigned former = Held(file, choices.sender);
-    return Change(choices.sender, former, former & ~revoked, file);
+    return ChangeAndTell(choices.sender, 0, choices.rights.empty() ? ~0u : BitsOf(choices.rights));
 }
 
 int Show(const Choices& choices) {

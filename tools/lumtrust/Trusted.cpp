@@ -24,17 +24,21 @@ bool IsSame(const LumPalIo::File_t& file, const LumPalArray::CharArray_t& pem) {
     return file.Exists() && ReadFile(file.ToString().ToUtf8()).View() == pem.View();
 }
 
+void Keep(const LumPalStr::String_t& alias, const LumPalArray::CharArray_t& pem, bool replace) {
+    const ChangeLock lock;
+    const LumPalIo::File_t file = StoreFile("trusted", alias, ".pem");
+    if (file.Exists() && !IsSame(file, pem) && !replace) {
+        Refuse("Another certificate is trusted under the alias '%1'; --replace takes its place.", alias.ToUtf8());
+    }
+    ReplaceFile(file, pem, kPublicMode);
+}
+
 int Trust(const Choices& choices) {
     const X509Certificate certificate = LumSecPki::ReadCertificate(ReadFile(choices.file));
     certificate.CheckValidity();
     const std::string name = certificate.GetSubjectCN().ToUtf8();
     const LumPalStr::String_t alias = CheckedAlias(choices.alias.empty() ? name : choices.alias);
-    const LumPalIo::File_t file = StoreFile("trusted", alias, ".pem");
-    const auto pem = LumSecPki::ToPem(certificate);
-    if (file.Exists() && !IsSame(file, pem) && !choices.replace) {
-        Refuse("Another certificate is trusted under the alias '%1'; --replace takes its place.", alias.ToUtf8());
-    }
-    ReplaceFile(file, pem, kPublicMode);
+    Keep(alias, LumSecPki::ToPem(certificate), choices.replace);
     std::cout << "trusted: " << Printable(alias.ToUtf8() + " (" + name) << ", valid until "
               << certificate.GetNotAfter().ToUtf8() << ")" << std::endl;
     if (alias.ToUtf8() != name) {

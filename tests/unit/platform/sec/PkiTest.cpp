@@ -3,8 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <ctime>
+#include <memory>
 #include <string>
 
+#include "Crypto.h"
 #include "LumSecRights.h"
 #include "TestPki.h"
 
@@ -119,9 +123,66 @@ TEST(Pki, NamesAndHostsThatAreNoneAreRefused) {
         EXPECT_THROW(NewAuthority(key, String_t::FromUtf8(name), 1), IllegalArgumentError_t) << name;
     }
     for (const std::string& host : {std::string(), std::string("a b"), std::string("a,DNS:b"), std::string("a\0b", 3),
-                                    std::string("h\xC3\xB6st"), std::string(254, 'h')}) {
+                                    std::string("h\xC3\xB6st"), std::string(254, 'h'), std::string("*.example"),
+                                    std::string("a..b"), std::string("-a"), std::string(64, 'h')}) {
         EXPECT_THROW(NewRequest(key, "node", {String_t::FromUtf8(host)}), IllegalArgumentError_t) << host;
     }
+}
+
+/// A request as another program makes it, with a list of names of its own.
+std::string RequestFor(const std::string& names) {
+    const std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> key(EVP_EC_gen("P-256"), EVP_PKEY_free);
+    const std::unique_ptr<X509_REQ, decltype(&X509_REQ_free)> request(X509_REQ_new(), X509_REQ_free);
+    X509_NAME_add_entry_by_txt(X509_REQ_get_subject_name(request.get()), "CN", MBSTRING_UTF8,
+                               reinterpret_cast<const unsigned char*>("node"), -1, -1, 0);
+    X509_REQ_set_pubkey(request.get(), key.get());
+    STACK_OF(X509_EXTENSION)* extensions = sk_X509_EXTENSION_new_null();
+    for (std::size_t at = 0; at < names.size();) {
+        const std::size_t end = std::min(names.find(';', at), names.size());
+        const std::string part = names.substr(at, end - at);
+        sk_X509_EXTENSION_push(extensions, X509V3_EXT_conf_nid(nullptr, nullptr, NID_subject_alt_name, part.c_str()));
+        at = end + 1;
+    }
+    X509_REQ_add_extensions(request.get(), extensions);
+    sk_X509_EXTENSION_pop_free(extensions, X509_EXTENSION_free);
+    X509_REQ_sign(request.get(), key.get(), EVP_sha256());
+    const std::unique_ptr<BIO, decltype(&BIO_free)> out(BIO_new(BIO_s_mem()), BIO_free);
+    PEM_write_bio_X509_REQ(out.get(), request.get());
+    char* text = nullptr;
+    const long length = BIO_get_mem_data(out.get(), &text);
+    return std::string(text, static_cast<std::size_t>(length));
+}
+
+TEST(Pki, TheHostNamesOfARequestAreTakenOverWhenTheyAreSome) {
+    const Made authority;
+    const std::string label(63, 'a');
+    for (const std::string& names :
+         {std::string("DNS:localhost"), std::string("DNS:a-b.example,DNS:n_1,IP:127.0.0.1,IP:::1"), "DNS:" + label}) {
+        const X509Certificate issued = Issue(authority.certificate, authority.key, Bytes(RequestFor(names)), 1);
+        const std::string host = names.substr(4, names.find(',') - 4);
+        EXPECT_EQ(X509_check_host(issued.GetImpl()->certificate.get(), host.c_str(), 0, 0, nullptr), 1) << host;
+    }
+    EXPECT_FALSE(Issue(authority.certificate, authority.key, Bytes(RequestFor("")), 1).IsNull());
+}
+
+TEST(Pki, ANameOfARequestThatIsNoHostIsNotIssued) {
+    const Made authority;
+    for (const std::string& names :
+         {std::string("DNS:*.example"), std::string("DNS:*"), std::string("DNS:a b"), std::string("DNS:a..b"),
+          std::string("DNS:.a"), std::string("DNS:a."), std::string("DNS:-a"), std::string("DNS:a-"),
+          std::string("DNS:a/b"), std::string("DNS:user@host"), "DNS:" + std::string(64, 'a'),
+          std::string("DNS:good,email:root@example"), std::string("URI:https://good/"), std::string("RID:1.2.3"),
+          std::string("DNS:one;DNS:two")}) {
+        EXPECT_THROW(Issue(authority.certificate, authority.key, Bytes(RequestFor(names)), 1), SecCoreException)
+            << names;
+    }
+}
+
+TEST(Pki, TheEndOfACertificateIsToldInSeconds) {
+    const Made authority;
+    EXPECT_NEAR(static_cast<double>(EndSeconds(authority.certificate)),
+                static_cast<double>(std::time(nullptr)) + 172800, 60);
+    EXPECT_THROW(EndSeconds(X509Certificate()), SecCoreException);
 }
 
 TEST(Pki, ACertificateThatHasEndedHasLessThanNothingLeft) {
