@@ -94,7 +94,7 @@ void CheckIssuer(const X509Certificate& certificate) {
     if (!store.IsTrustedCertEntry(issuer)) Raise<SecCoreException>(msg::IssuerNotTrusted);
     X509Certificate trusted;
     Check<LumSecCore::EntryNotFoundException>(
-        msg::IssuerNotInKeyStore, [&] { store.GetCertificate(issuer, trusted); }, issuer);
+        msg::IssuerNotInKeyStore, [&] { store.GetTrustedCertificate(issuer, trusted); }, issuer);
     const bool issued = Check<LumPalMsg::IllegalArgumentError_t>(
         msg::CertificateIllegalArgument, [&] { return certificate.Verify(trusted.GetPublicKey()); });
     if (!issued) Raise<SecCoreException>(msg::CertificateNotValidated, issuer);

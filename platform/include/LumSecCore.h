@@ -110,6 +110,9 @@ public:
     /// The trusted certificate of that name, else the node's own.
     /// @throws EntryNotFoundException when there is none, also in the file; KeyStoreException for one that is broken
     void GetCertificate(const LumPalStr::String_t& alias, X509Certificate& certificate) const;
+    /// The trusted one and no other: for who was told that it is there, and it is taken away meanwhile. Throws as
+    /// above.
+    void GetTrustedCertificate(const LumPalStr::String_t& alias, X509Certificate& certificate) const;
     /// The node's own certificate of that name. Throws as above.
     void GetOwnCertificate(const LumPalStr::String_t& alias, X509Certificate& certificate) const;
     /// The private key; that of OwnPair, if there is a certificate. Throws as above.

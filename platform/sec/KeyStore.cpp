@@ -33,6 +33,8 @@ CharArray_t ReadFile(const File_t& file) {
         CharArray_t bytes(static_cast<std::size_t>(std::min<std::uint64_t>(file.GetSize(), kLargestFile)));
         bytes.Resize(static_cast<std::size_t>(std::max<std::int64_t>(input.Read(bytes), 0)));
         return bytes;
+    } catch (const LumPalIo::FileNotFoundException_t& e) {
+        Fail<EntryNotFoundException>("The key store has no '%1'.", file.GetAbsolutePath(), e.GetMessageList());
     } catch (const LumPalIo::IOException_t& e) {
         Fail<KeyStoreException>("The key store's file '%1' cannot be read.", file.GetAbsolutePath(),
                                 e.GetMessageList());
@@ -101,6 +103,10 @@ bool KeyStore::FindWaitingKey(const String_t& alias, Key& key) const try {
 
 void KeyStore::GetCertificate(const String_t& alias, X509Certificate& certificate) const {
     if (!IsTrustedCertEntry(alias)) return GetOwnCertificate(alias, certificate);
+    GetTrustedCertificate(alias, certificate);
+}
+
+void KeyStore::GetTrustedCertificate(const String_t& alias, X509Certificate& certificate) const {
     certificate = MakeCertificate(ReadPem<X509>(FileOf(folder, kTrusted, alias, ".pem"), PEM_read_bio_X509));
 }
 

@@ -87,3 +87,47 @@ inline void ForEachFault(const std::function<bool(int nth)>& trial) {
     for (int nth = 1; trial(nth) && nth < 10000; ++nth) {
     }
 }
+
+/// While it lives, files whose path ends in a text are gone at the moment when they are opened for reading: whoever
+/// looked whether they are there found them. One at a time, and not beside Faults.
+class GoneWhenOpened {
+public:
+    explicit GoneWhenOpened(const std::string& ending) {
+        end = ending;
+        LumPalIo::SetFaultHookForTest(Hook);
+    }
+    ~GoneWhenOpened() { LumPalIo::SetFaultHookForTest(nullptr); }
+    GoneWhenOpened(const GoneWhenOpened&) = delete;
+    GoneWhenOpened& operator=(const GoneWhenOpened&) = delete;
+
+private:
+    static bool Hook(const char* operation, const char* path) {
+        if (std::string_view(operation) == "read" && std::string_view(path).ends_with(end)) {
+            std::filesystem::remove(path);
+        }
+        return false;
+    }
+
+    inline static std::string end;
+};
+
+/// While it lives, one kind of operation on files whose path ends in a text fails. One at a time, and not beside
+/// Faults.
+class FailingFile {
+public:
+    FailingFile(const std::string& failing, const std::string& ending) {
+        operation = failing;
+        end = ending;
+        LumPalIo::SetFaultHookForTest(Hook);
+    }
+    ~FailingFile() { LumPalIo::SetFaultHookForTest(nullptr); }
+    FailingFile(const FailingFile&) = delete;
+    FailingFile& operator=(const FailingFile&) = delete;
+
+private:
+    static bool Hook(const char* asked, const char* path) {
+        return asked == operation && std::string_view(path).ends_with(end);
+    }
+
+    inline static std::string operation, end;
+};

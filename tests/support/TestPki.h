@@ -38,8 +38,8 @@ public:
         return Issue(commonName, names, days, NewKey());
     }
     /// For a key of another kind. @param kind  "RSA:2048", "EC:P-256" or "ED25519"
-    TestIdentity IssueFor(const std::string& kind, const std::string& commonName) const {
-        return Issue(commonName, "", 1, NewKey(kind));
+    TestIdentity IssueFor(const std::string& kind, const std::string& commonName, int days = 1) const {
+        return Issue(commonName, "", days, NewKey(kind));
     }
     /// One whose time has not come. @param from  days from now
     TestIdentity IssueLater(const std::string& commonName, int from) const {
@@ -114,7 +114,8 @@ private:
         X509_set_pubkey(made.get(), &subjectKey);
         Extend(made.get(), NID_basic_constraints, constraints);
         if (!names.empty()) Extend(made.get(), NID_subject_alt_name, names);
-        if (!X509_sign(made.get(), key.get(), EVP_sha256())) throw std::runtime_error("cannot sign a certificate");
+        const EVP_MD* const digest = EVP_PKEY_is_a(key.get(), "ED25519") ? nullptr : EVP_sha256();
+        if (!X509_sign(made.get(), key.get(), digest)) throw std::runtime_error("cannot sign a certificate");
         return made;
     }
 

@@ -4,13 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Authorization.h"
-#include "Chain.h"
-#include "LumSecCore.h"
-#include "Raised.h"
-#include "TempRoot.h"
-#include "TestPki.h"
-#include "TestPolicy.h"
+#include "SignedPolicy.h"
 
 namespace LumConf {
 namespace {
@@ -23,27 +17,13 @@ using testing::ElementsAre;
 namespace fs = std::filesystem;
 
 /// A signed policy that lies in a folder of its own, outside the store.
-class PolicyBesideItsHeader : public testing::Test {
+class PolicyBesideItsHeader : public TrustingNode {
 protected:
-    TempRoot root;
-    TestAuthority authority{"authority"};
-    TestPolicy policy;
     const fs::path folder = fs::path(root.Native()) / "source";
-
-    void SetUp() override {
-        policy.data = {{"one", "the first content"}, {"two", ""}};
-        InstallTrust("authority", authority.Certificate());
-        Grant("[conf]\nsigner=sign\n");
-    }
-    static void Grant(const std::string& rights) {
-        std::ofstream(LumPalRuntime::Dir_t::Path(LumPalRuntime::Etc).ToUtf8() + "authorization.ini") << rights;
-        Authorization::GetInstance().Update();
-    }
 
     File_t Folder() const { return File_t(String_t::FromUtf8(folder.string())); }
     PolicyHeader SignedHere(const TestIdentity& identity) {
-        WriteKeyStore("own/signer.pem", identity.certificate);
-        WriteKeyStore("own/signer.key", identity.key);
+        Own(identity);
         const File_t file = policy.WriteFiles(folder.string());
         PolicyHeader::SignData(file, CharArray_t("signer"));
         return PolicyHeader::Read(file);
@@ -66,10 +46,10 @@ TEST_F(PolicyBesideItsHeader, IsProvenByTheSameSteps) {
     EXPECT_RAISES(PolicyProof::Prove(header, 1, Folder()), LumPalIo::FileNotFoundException_t, 18);
     Grant("");
     EXPECT_THAT(FailureOf(header, 0), ElementsAre(33, 23));
-    Grant("[conf]\nsigner=sign\n");
-    fs::remove(fs::path(LumSecCore::KeyStoreDirectory().ToUtf8()) / "trusted/authority.pem");
+    Grant(kGranted);
+    fs::remove(KeyStoreFolder() / "trusted/authority.pem");
     EXPECT_THAT(FailureOf(header, 0), ElementsAre(33, 24));
-    fs::remove_all(LumSecCore::KeyStoreDirectory().ToUtf8());
+    fs::remove_all(KeyStoreFolder());
     EXPECT_THAT(FailureOf(header, 0), ElementsAre(32, 0));
 }
 
