@@ -155,7 +155,7 @@ protected:
              "rights",
              {33, 23},
              "The alias 'signer' from the certificate is not allowed",
-             [] { Grant("[conf]\nsigner=all_but_sign install remove list\nanother=sign\n[other]\nsigner=sign\n"); }},
+             [] { Grant("[conf]\nsigner=install remove list\nanother=sign\n[other]\nsigner=sign\n"); }},
             {"another subject",
              "certificate",
              {33, 23},
