@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <sys/inotify.h>
 
+#include <future>
 #include <stdexcept>
 #include <string>
 
@@ -129,42 +130,69 @@ TEST(SettingsOfProcesses, EqualPolicySettingsWakeNobodyWhomDifferentOnesWakeBefo
     EXPECT_EQ(listener.Wait(), 0);
 }
 
-constexpr int kRounds = 2000;
-
-std::string NameOf(int process, int round) {
-    return "p" + std::to_string(process) + "_" + std::to_string(round);
+std::string NameOf(int writer, int round) {
+    return "w" + std::to_string(writer) + "_" + std::to_string(round);
 }
 
-/// Of the attributes of one process exactly one is there, or the two last ones.
-void Check(int process, int round, int count) {
+/// Of the attributes of one writer exactly one is there, or the two last ones.
+void Check(int writer, int round, int count) {
     const Configuration_t all = SettingsReader("").Read().GetConfig("a");
     int own = 0;
     String_t name, value;
-    const String_t prefix = String_t::FromUtf8("p" + std::to_string(process) + "_");
+    const String_t prefix = String_t::FromUtf8("w" + std::to_string(writer) + "_");
     for (int i = 0; all.GetAttr(i, name, value); ++i) own += name.Find(prefix) == 0;
-    const bool hasLast = all.GetValue(String_t::FromUtf8(NameOf(process, round))) == LumPalStr::NumToStr(round);
-    if (own != count || !hasLast) throw std::runtime_error("round " + NameOf(process, round) + " lost an update\n");
+    const bool hasLast = all.GetValue(String_t::FromUtf8(NameOf(writer, round))) == LumPalStr::NumToStr(round);
+    if (own != count || !hasLast) throw std::runtime_error("round " + NameOf(writer, round) + " lost an update\n");
 }
 
 /// Sets one attribute after the other, and clears the one before.
-void SetAndClear(int process) {
-    for (int round = 0; round < kRounds; ++round) {
+void SetAndClear(int writer, int rounds) {
+    for (int round = 0; round < rounds; ++round) {
         ConfigGroup_t group;
-        group.GetConfig("a").SetAttrValue(String_t::FromUtf8(NameOf(process, round)), LumPalStr::NumToStr(round));
+        group.GetConfig("a").SetAttrValue(String_t::FromUtf8(NameOf(writer, round)), LumPalStr::NumToStr(round));
         SettingsWriter("", group).WriteLocalSettings();
-        Check(process, round, round == 0 ? 1 : 2);
-        SettingsClear("", "a").ClearAttr(String_t::FromUtf8(NameOf(process, round - 1)));
-        Check(process, round, 1);
+        Check(writer, round, round == 0 ? 1 : 2);
+        SettingsClear("", "a").ClearAttr(String_t::FromUtf8(NameOf(writer, round - 1)));
+        Check(writer, round, 1);
     }
 }
 
 TEST(SettingsOfProcesses, TwoThatSetAndClearAtOnceLoseNoUpdate) {
     const SettingsFiles files(kFastFolder);
-    ForkedProcess first([] { SetAndClear(0); });
-    ForkedProcess second([] { SetAndClear(1); });
+    ForkedProcess first([] { SetAndClear(0, 2000); });
+    ForkedProcess second([] { SetAndClear(1, 2000); });
     EXPECT_EQ(first.Wait(), 0);
     EXPECT_EQ(second.Wait(), 0);
-    EXPECT_EQ(ReadText(files.Local()), "[a]\np0_1999=1999\np1_1999=1999\n");
+    EXPECT_EQ(ReadText(files.Local()), "[a]\nw0_1999=1999\nw1_1999=1999\n");
+}
+
+/// Sees every change that it is told of.
+class Watcher : public LumPalConfig::ConfigChangeHandler_i {
+public:
+    Watcher() { nameSpace.Register(*this); }
+    ~Watcher() override { nameSpace.Unregister(*this); }
+    void Update(const ChangedConfiguration_t&, const Configuration_t& configuration) override {
+        if (configuration.GetNamespace() != "a") _exit(5);
+    }
+
+private:
+    const ConfigNamespace_t nameSpace{"a"};
+};
+
+void SetAndClearInTwoThreads(int writer, int rounds) {
+    const Watcher watcher;
+    std::future<void> other = std::async(std::launch::async, SetAndClear, writer + 1, rounds);
+    SetAndClear(writer, rounds);
+    other.get();
+}
+
+TEST(SettingsOfProcesses, TwoThatSetAndClearInTwoThreadsEachWhileTheyAreToldLoseNoUpdate) {
+    const SettingsFiles files(kFastFolder);
+    ForkedProcess first([] { SetAndClearInTwoThreads(0, 200); });
+    ForkedProcess second([] { SetAndClearInTwoThreads(2, 200); });
+    EXPECT_EQ(first.Wait(), 0);
+    EXPECT_EQ(second.Wait(), 0);
+    EXPECT_EQ(ReadText(files.Local()), "[a]\nw0_199=199\nw1_199=199\nw2_199=199\nw3_199=199\n");
 }
 
 /// Lets a process stop in the middle of the new policy settings until it is told to go on.
