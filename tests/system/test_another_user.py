@@ -13,7 +13,7 @@ import tempfile
 import unittest
 
 import wire
-from node import BUILD, DONE, EXAMPLES, NOT_FOUND, PATIENCE_S, REFUSED, TOOLS, Node, Result
+from node import BUILD, DONE, EXAMPLES, NOT_FOUND, PATIENCE_S, REFUSED, TOOLS, Node, Result, wait_until
 
 STRANGER = 54321
 EXAMPLE = sorted(EXAMPLES.glob("*_header.xml"))[0]
@@ -39,6 +39,10 @@ class TestOfUsers(unittest.TestCase):
         self.node = Node()
         self.addCleanup(self.node.close)
         self.node.folder.chmod(0o755)
+        # Whoever cannot even read the settings is stopped by that; here the node itself has to refuse.
+        settings = self.node.config / "policy_settings.ini"
+        wait_until(settings.exists, "the settings of policies are there")
+        settings.chmod(0o644)
 
     def as_stranger(self, name, *arguments, root=None):
         environment = self.node.environment(LD_LIBRARY_PATH=str(self.programs), LUM_ROOT=str(root or self.node.root),
@@ -96,6 +100,16 @@ class AnotherUser(TestOfUsers):
         refused = self.node.policy("install", "--no-notify", EXAMPLE, "--owner", "nobody")
         self.assertNotEqual(refused.code, DONE)
         self.assertNotIn("local.secret", refused.err)
+
+    def test_settings_that_a_stranger_may_not_read_are_told_to_him(self):
+        for name in ("local_settings.ini", "policy_settings.ini"):
+            (self.node.config / name).chmod(0o600)
+            for arguments in (("list",), ("remove", "--all")):
+                with self.subTest(name=name, arguments=arguments):
+                    result = self.as_stranger("lumpolicy", *arguments)
+                    self.assertEqual(result.code, 1, result)
+                    self.assertIn("Permission denied", result.err)
+            (self.node.config / name).chmod(0o644)
 
     def test_a_refusal_leaves_its_audit_line(self):
         self.as_stranger("lumpolicy", "remove", "--all")

@@ -74,7 +74,13 @@ int RunProgram(const Program& program, int argc, char** argv) {
     app.set_version_flag("--version", std::string(program.name) + " " + program.version);
     app.require_subcommand(1);
     Actions actions;
-    for (auto* add : program.parts) add(app, actions);
+    const Outcome made = Attempt([&] {
+        for (auto* add : program.parts) add(app, actions);
+    });
+    if (made.code != kDone) {
+        PrintFailure(std::cerr, "", made);
+        return made.code;
+    }
     app.footer(program.footer);
     for (const auto& [subcommand, action] : actions) subcommand->footer(program.footer);
     return Ended(program, Work(program, app, actions, Arguments(argc, argv)));

@@ -1,0 +1,253 @@
+// Who gets through the handshake of a server with a certificate, by what protocol, and under which name.
+#include <gtest/gtest.h>
+#include <openssl/err.h>
+#include <openssl/ssl.h>
+
+#include "CapturedLog.h"
+#include "Configure.h"
+#include "EchoServer.h"
+#include "RawHttp.h"
+#include "TempRoot.h"
+#include "TestPki.h"
+
+using LumVoxMsg::HttpReply;
+using LumVoxMsg::HttpRequest;
+using LumVoxMsg::HttpResponse;
+
+namespace {
+
+template <class Object>
+using CryptoPtr = std::unique_ptr<Object, void (*)(Object*)>;
+
+CryptoPtr<BIO> Input(const std::string& text) {
+    return {BIO_new_mem_buf(text.data(), static_cast<int>(text.size())), BIO_free_all};
+}
+
+/// A client that would do everything that the crypto library can still do, and that trusts every server.
+class TlsClient {
+public:
+    explicit TlsClient(unsigned port) : socket(port) {
+        SSL_CTX_set_security_level(context.get(), 0);
+        SSL_CTX_set_cipher_list(context.get(), "ALL:COMPLEMENTOFALL");
+        SSL_CTX_set_options(context.get(), SSL_OP_ALLOW_UNSAFE_LEGACY_RENEGOTIATION);
+        SSL_CTX_clear_options(context.get(), SSL_OP_NO_COMPRESSION);
+    }
+    TlsClient& Show(const TestIdentity& identity) {
+        const CryptoPtr<BIO> chain = Input(identity.certificate);
+        const CryptoPtr<X509> certificate(PEM_read_bio_X509(chain.get(), nullptr, nullptr, nullptr), X509_free);
+        const CryptoPtr<EVP_PKEY> key(PEM_read_bio_PrivateKey(Input(identity.key).get(), nullptr, nullptr, nullptr),
+                                      EVP_PKEY_free);
+        EXPECT_EQ(SSL_CTX_use_certificate(context.get(), certificate.get()), 1);
+        EXPECT_EQ(SSL_CTX_use_PrivateKey(context.get(), key.get()), 1);
+        while (X509* next = PEM_read_bio_X509(chain.get(), nullptr, nullptr, nullptr))
+            SSL_CTX_add0_chain_cert(context.get(), next);
+        return *this;
+    }
+    TlsClient& Versions(int least, int most) {
+        SSL_CTX_set_min_proto_version(context.get(), least);
+        SSL_CTX_set_max_proto_version(context.get(), most);
+        return *this;
+    }
+    TlsClient& Ciphers(const std::string& list) {
+        EXPECT_EQ(SSL_CTX_set_cipher_list(context.get(), list.c_str()), 1) << list;
+        return *this;
+    }
+    bool Connect() {
+        ssl.reset(SSL_new(context.get()));
+        SSL_set_fd(ssl.get(), socket.GetDescriptor());
+        ERR_clear_error();
+        return SSL_connect(ssl.get()) == 1;
+    }
+    /// The alert by which the server ends it, during the handshake or, as newer protocols do, with the first reading;
+    /// what it sends otherwise.
+    std::string Exchange() {
+        if (!Connect()) return Reason();
+        const std::string request = PostOf("/echo", "");
+        char answer[65536];
+        SSL_write(ssl.get(), request.data(), static_cast<int>(request.size()));
+        const int count = SSL_read(ssl.get(), answer, sizeof answer);
+        return count > 0 ? std::string(answer, static_cast<std::size_t>(count)) : Reason();
+    }
+    static std::string Reason() {
+        const unsigned long code = ERR_peek_last_error();
+        const char* text = ERR_reason_error_string(code);
+        return text ? text : "closed";
+    }
+    SSL* Get() const { return ssl.get(); }
+
+private:
+    RawSocket socket;
+    CryptoPtr<SSL_CTX> context{SSL_CTX_new(TLS_client_method()), SSL_CTX_free};
+    CryptoPtr<SSL> ssl{nullptr, SSL_free};
+};
+
+struct TlsHandshake : testing::Test {
+    TempRoot root;
+    CapturedLog log{root.Native()};
+    TestAuthority authority{"authority"};
+    std::unique_ptr<EchoServer> server = NewServer();
+
+    std::unique_ptr<EchoServer> NewServer() {
+        InstallIdentity("node-1", authority.Issue("node-1", "DNS:localhost"));
+        InstallTrust("authority", authority.Certificate());
+        const LumSecCore::NodeIdentity identity = LumSecCore::NodeIdentity::Load();
+        auto made = std::make_unique<EchoServer>(LumVoxMsg::HttpLimits(), &identity);
+        made->onServe = [](HttpRequest& request, const HttpReply& reply) {
+            reply(HttpResponse{200, "text/plain", {}, LumVoxMsg::MakeBlocks("from <" + request.sender + ">")});
+        };
+        return made;
+    }
+    bool IsLogged(const std::string& words) {
+        return Eventually([&] { return log.Holds(words); });
+    }
+};
+
+bool Has(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+TEST_F(TlsHandshake, ACertificateThatNobodyVouchesForIsRefusedAndTheLogSaysWhy) {
+    const TestAuthority sameName("authority"), other("other");
+    const struct {
+        const char* what;
+        TestIdentity shown;
+        const char *alert, *logged;
+    } rows[] = {
+        {"a stranger's", other.Issue("operator", ""), "tlsv1 alert unknown ca", "unable to get local issuer"},
+        {"of another authority of the same name", sameName.Issue("operator", ""), "tlsv1 alert decrypt error",
+         "certificate signature failure"},
+        {"an expired one", authority.Issue("operator", "", -1), "sslv3 alert certificate expired",
+         "certificate has expired"},
+        {"one that is not yet valid", authority.IssueLater("operator", 2), "sslv3 alert bad certificate",
+         "certificate is not yet valid"},
+    };
+    for (const auto& row : rows) {
+        for (const int version : {TLS1_2_VERSION, TLS1_3_VERSION}) {
+            server = NewServer();
+            EXPECT_EQ(TlsClient(server->GetPort()).Versions(version, version).Show(row.shown).Exchange(), row.alert)
+                << row.what;
+            EXPECT_EQ(server->served, 0) << row.what;
+        }
+        EXPECT_TRUE(IsLogged(std::string("the client's certificate is refused: ") + row.logged)) << row.what;
+    }
+}
+
+TEST_F(TlsHandshake, WhatSomebodyCertifiesWhoIsNoAuthorityIsRefused) {
+    const TestIdentity operators = authority.Issue("operator", "");
+    TestIdentity forged = TestAuthority(operators).Issue("node-2", "");
+    forged.certificate += operators.certificate;
+    for (const bool trusted : {false, true}) {
+        if (trusted) InstallTrust("operator", operators.certificate);
+        server = NewServer();
+        EXPECT_TRUE(Has(TlsClient(server->GetPort()).Show(forged).Exchange(), "alert")) << trusted;
+        EXPECT_EQ(server->served, 0) << trusted;
+    }
+    EXPECT_TRUE(IsLogged("invalid CA certificate"));
+}
+
+TEST_F(TlsHandshake, AGoodCertificateNamesTheSenderAndNoneNamesNobody) {
+    const TestIdentity shown = authority.Issue("operator", "");
+    for (const int version : {TLS1_2_VERSION, TLS1_3_VERSION}) {
+        TlsClient client(server->GetPort());
+        EXPECT_TRUE(Has(client.Versions(version, version).Show(shown).Exchange(), "from <operator>"));
+    }
+    EXPECT_TRUE(Has(TlsClient(server->GetPort()).Exchange(), "from <>"));
+}
+
+TEST_F(TlsHandshake, ACertificateWithoutAUsableNameNamesNobodyAndTheLogSaysWhy) {
+    const struct {
+        std::vector<std::string> names;
+        const char* why;
+    } rows[] = {
+        {{}, "exactly one"},
+        {{"operator", "node-1"}, "exactly one"},
+        {{"operator", "operator"}, "exactly one"},
+        {{std::string("operator\0.evil", 14)}, "control character"},
+        {{"oper\nator"}, "control character"},
+        {{"operator\x1B[31m"}, "control character"},
+        {{"operator\xC2\x9B"}, "control character"},
+        {{" "}, "reserved"},
+        {{"conf.cluster"}, "reserved"},
+        {{"Conf.Cluster"}, "reserved"},
+        {{"local administrator"}, "reserved"},
+        {{"LOCAL ADMINISTRATOR "}, "reserved"},
+    };
+    for (const auto& row : rows) {
+        server = NewServer();
+        const std::string before = log.Text();
+        const std::string name = row.names.empty() ? "none" : row.names.front();
+        EXPECT_TRUE(Has(TlsClient(server->GetPort()).Show(authority.IssueNamed(row.names)).Exchange(), "from <>"))
+            << name;
+        const std::string said = log.Text().substr(before.size());
+        EXPECT_TRUE(Has(said, "A client certificate names no sender")) << name << "\n" << said;
+        EXPECT_TRUE(Has(said, row.why)) << name << "\n" << said;
+    }
+}
+
+TEST_F(TlsHandshake, OldProtocolsAreRefused) {
+    for (const int version : {SSL3_VERSION, TLS1_VERSION, TLS1_1_VERSION}) {
+        TlsClient client(server->GetPort());
+        const std::string reason = client.Versions(version, version).Show(authority.Issue("operator", "")).Exchange();
+        // The crypto library of the client may itself refuse the oldest of them.
+        EXPECT_EQ(reason, version == SSL3_VERSION ? "no protocols available" : "tlsv1 alert protocol version");
+    }
+    EXPECT_EQ(server->served, 0);
+}
+
+TEST_F(TlsHandshake, WeakCiphersAreRefused) {
+    int tried = 0;
+    for (const char* list : {"NULL", "eNULL", "aNULL", "ADH", "AECDH", "kRSA", "AES128-SHA", "AES256-GCM-SHA384",
+                             "ECDHE-ECDSA-AES128-SHA", "ECDHE-ECDSA-AES256-SHA384", "ECDHE-RSA-AES128-SHA256",
+                             "DHE-RSA-AES128-GCM-SHA256", "PSK", "SRP", "CAMELLIA", "ARIA"}) {
+        TlsClient client(server->GetPort());
+        const std::string reason = client.Versions(TLS1_VERSION, TLS1_2_VERSION).Ciphers(list).Exchange();
+        EXPECT_TRUE(reason == "sslv3 alert handshake failure" || reason == "no ciphers available") << list << reason;
+        tried += reason == "sslv3 alert handshake failure";
+    }
+    EXPECT_GE(tried, 10);
+    EXPECT_EQ(server->served, 0);
+}
+
+TEST_F(TlsHandshake, WhatIsAgreedOnIsForwardSecretAndAuthenticatesItsRecords) {
+    int agreed = 0;
+    const CryptoPtr<SSL_CTX> context(SSL_CTX_new(TLS_client_method()), SSL_CTX_free);
+    SSL_CTX_set_security_level(context.get(), 0);
+    SSL_CTX_set_cipher_list(context.get(), "ALL:COMPLEMENTOFALL");
+    STACK_OF(SSL_CIPHER)* all = SSL_CTX_get_ciphers(context.get());
+    for (int i = 0; i < sk_SSL_CIPHER_num(all); ++i) {
+        const SSL_CIPHER* cipher = sk_SSL_CIPHER_value(all, i);
+        if (std::string(SSL_CIPHER_get_version(cipher)) == "TLSv1.3") continue;
+        TlsClient client(server->GetPort());
+        client.Versions(TLS1_2_VERSION, TLS1_2_VERSION).Ciphers(SSL_CIPHER_get_name(cipher));
+        if (!client.Connect()) continue;
+        ++agreed;
+        EXPECT_EQ(SSL_CIPHER_get_kx_nid(cipher), NID_kx_ecdhe) << SSL_CIPHER_get_name(cipher);
+        EXPECT_EQ(SSL_CIPHER_is_aead(cipher), 1) << SSL_CIPHER_get_name(cipher);
+        EXPECT_GE(SSL_CIPHER_get_bits(cipher, nullptr), 128) << SSL_CIPHER_get_name(cipher);
+        EXPECT_EQ(SSL_get_current_compression(client.Get()), nullptr);
+    }
+    EXPECT_GE(agreed, 3);
+}
+
+TEST_F(TlsHandshake, ARenegotiationIsRefused) {
+    TlsClient client(server->GetPort());
+    client.Versions(TLS1_2_VERSION, TLS1_2_VERSION).Show(authority.Issue("operator", ""));
+    ASSERT_TRUE(Has(client.Exchange(), "from <operator>"));
+    ERR_clear_error();
+    ASSERT_EQ(SSL_renegotiate(client.Get()), 1);
+    EXPECT_NE(SSL_do_handshake(client.Get()), 1);
+    EXPECT_EQ(TlsClient::Reason(), "no renegotiation");
+}
+
+TEST_F(TlsHandshake, NoSessionIsResumed) {
+    TlsClient first(server->GetPort());
+    first.Versions(TLS1_2_VERSION, TLS1_2_VERSION);
+    ASSERT_TRUE(Has(first.Exchange(), "from <>"));
+    EXPECT_EQ(SSL_SESSION_is_resumable(SSL_get0_session(first.Get())), 0);
+    TlsClient newer(server->GetPort());
+    newer.Versions(TLS1_3_VERSION, TLS1_3_VERSION);
+    ASSERT_TRUE(Has(newer.Exchange(), "from <>"));
+    EXPECT_EQ(SSL_SESSION_is_resumable(SSL_get0_session(newer.Get())), 0);
+}
+
+}  // namespace
