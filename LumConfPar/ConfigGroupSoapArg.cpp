@@ -65,6 +65,10 @@ void ConfigGroupSoapArg::StoreChild(State child) {
     }
     const String_t& text = GetCharacters();
     if (child == InNamespace) {
+        if (group.GetConfigCount() >= kMostNamespaces && !group.HasConfig(text)) {
+            throw SOAPFormatException(LumPalMsg::CreateError_t("The argument '%1' holds too many namespaces.")
+                                      << GetName());
+        }
         current = group.GetConfig(text);
         haveNamespace = true;
     } else if (child == InName) {

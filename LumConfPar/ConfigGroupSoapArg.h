@@ -10,9 +10,12 @@ namespace LumConfPar {
 /// Carries namespaces with their attributes, side by side: "ns", and behind it for each of its attributes "attrname"
 /// and "attrvalue". What stands in no such place is refused with the whole message, so that nothing is set or cleared
 /// that was not meant: an unknown element, an element inside another, a name without a value, a value or a name before
-/// the first namespace. Used by one thread.
+/// the first namespace, more namespaces than a node can have. Used by one thread.
 class ConfigGroupSoapArg final : public LumVoxSoap::SOAPArg {
 public:
+    /// A namespace takes more memory than its element in a message, and messages come from anybody.
+    static constexpr int kMostNamespaces = 100000;
+
     explicit ConfigGroupSoapArg(const LumPalStr::String_t& name) : SOAPArg(name) {}
     /// Shares the group.
     void SetGroup(const LumPalConfig::ConfigGroup_t& value) { group = value; }

@@ -23,4 +23,12 @@ void CallsInFlight::WaitForCalls(std::uint32_t patienceMs) {
     ended.Wait(mutex, patienceMs);
 }
 
+void CallsInFlight::WaitForAllCalls(std::uint32_t stepMs) {
+    MutexLock_t lock(mutex);
+    while (calls != 0) {
+        LUMCONF_TRACE(trace::Message, "the end of a handler waits until its calls have ended");
+        ended.Wait(mutex, stepMs);
+    }
+}
+
 }  // namespace LumConf

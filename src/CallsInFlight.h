@@ -9,7 +9,7 @@
 
 namespace LumConf {
 
-/// Base of the policy handlers: a counter of calls in flight. Any thread.
+/// Base of the handlers: a counter of calls in flight. Each handler's destructor first waits for them. Any thread.
 class CallsInFlight : public LumVoxRpc::RpcServerHandler {
 public:
     void CallStarted() override;
@@ -17,8 +17,9 @@ public:
 
 protected:
     /// Waits once when calls are in flight, and goes on whether they have ended or not.
-    /// Each handler's destructor calls it first.
     void WaitForCalls(std::uint32_t patienceMs = 1000);
+    /// Waits until no call is in flight, however long that takes; looks anew after each step.
+    void WaitForAllCalls(std::uint32_t stepMs = 1000);
 
 private:
     int calls = 0;  ///< guarded by mutex

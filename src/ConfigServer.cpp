@@ -11,6 +11,7 @@
 #include "Names.h"
 #include "PolicyWorker.h"
 #include "ReportedStep.h"
+#include "RpcConfigHandler.h"
 #include "RpcPolicyInstall.h"
 #include "RpcPolicyList.h"
 #include "RpcPolicyOp.h"
@@ -43,6 +44,7 @@ struct ConfigServer::Impl {
     RpcPolicyInstall installHandler;
     RpcPolicyOp operationHandler;
     RpcPolicyList listHandler;
+    LumConfPar::RpcConfigHandler configHandler;
     RpcServer mainServer;
     RpcServer checkServer;
     Messenger messenger;  ///< the last handle of one of our own: it closes before the handlers go
@@ -63,6 +65,7 @@ void ConfigServer::Impl::CreateServers(const Configuration_t& configuration, con
     mainServer.Register(names::InstallMethod, installHandler);
     mainServer.Register(names::PolicyOpMethod, operationHandler);
     mainServer.Register(names::ListMethod, listHandler);
+    mainServer.Register(names::ConfigOpMethod, configHandler);
     mainServer.Register(names::MgrConfMethod, ManagerConfigurationChanged);
     mainServer.Describe(DescribePolicyService());
     options.SetBasePath(checkPath);

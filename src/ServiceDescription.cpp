@@ -62,13 +62,18 @@ std::vector<Description::Type> PolicyTypes() {
             {names::FieldCategories, {{names::FieldCategory, kText, kMany}}},
             {names::FieldAttribute, {{names::FieldAttributeName, kText}, {names::FieldAttributeValue, kText}}, true},
             PolicyType(),
-            {names::PolicyContainer, {{names::FieldPolicyHeader, Own(names::FieldPolicyHeader), kMany}}}};
+            {names::PolicyContainer, {{names::FieldPolicyHeader, Own(names::FieldPolicyHeader), kMany}}},
+            // A namespace and its attributes stand side by side: rows of which any part may be left out.
+            {names::ConfigGroupName,
+             {{"ns", kText, kOptional}, {"attrname", kText, kOptional}, {"attrvalue", kText, kOptional}},
+             true}};
 }
 
 }  // namespace
 
 Description DescribePolicyService() {
     const Field selection{names::PolicySelection, Own(names::PolicySelection)};
+    const Field settings{names::ConfigGroupName, Own(names::ConfigGroupName)};
     const Field value{names::PolicySelectionRetValue, kNumber}, text{names::PolicySelectionRetString, kText};
     return {"LumConf",
             PolicyTypes(),
@@ -85,6 +90,9 @@ Description DescribePolicyService() {
                {names::PolicyOptions, Own(names::PolicyOptions)}},
               {value, text}},
              {names::ListMethod, {selection}, {value, text, {names::PolicyContainer, Own(names::PolicyContainer)}}},
+             {names::ConfigOpMethod,
+              {{names::PolicyOperationMode, kNumber}, {names::ConfigPackageName, kText}, settings},
+              {{names::ConfigReturnValue, kNumber}, {names::ConfigReturnString, kText}, settings}},
              {names::MgrConfMethod, {}, {{"result", kNumber}}}}};
 }
 

@@ -3,9 +3,11 @@
 #pragma once
 
 #include <initializer_list>
+#include <iterator>
 #include <string>
 #include <vector>
 
+#include "ConfigGroupSoapArg.h"
 #include "Files.h"
 #include "InstallOptionsSoapArg.h"
 #include "LumPalRuntime.h"
@@ -15,12 +17,14 @@
 #include "RawHttp.h"
 #include "SelectionSoapArg.h"
 
-/// What a policy handler answered.
+/// What a handler answered.
 struct Reply {
     int value = -1;
     std::string text;
     bool hasList = false;
     LumConf::PolicyContainer list;  ///< empty without one
+    bool hasGroup = false;
+    LumPalConfig::ConfigGroup_t group;  ///< empty without one
 };
 
 /// Calls the server on a port of this host. The sender is who the node's configuration says at the time of a call:
@@ -58,6 +62,14 @@ public:
         selected.SetSelection(selection, "localhost");
         return Ask("list", {&selected}, "PolicySelectionRet");
     }
+    Reply Config(int number, const LumPalConfig::ConfigGroup_t& group = LumPalConfig::ConfigGroup_t(),
+                 const char* packageName = "") {
+        LumVoxSoap::SOAPArgInt mode("PolicyOperationMode", number);
+        LumVoxSoap::SOAPArgUnicodeString package("ConfigPackageName", String::FromUtf8(packageName));
+        LumConfPar::ConfigGroupSoapArg configurations("ConfigGroupName");
+        configurations.SetGroup(group);
+        return Ask("configOp", {&mode, &package, &configurations}, "ConfigReturn");
+    }
     /// A method that is a plain function, with string parameters.
     int Function(const char* method, const std::string& path, std::initializer_list<const char*> parameters) {
         std::vector<std::unique_ptr<SOAPArg>> owned;
@@ -87,12 +99,12 @@ public:
         const std::string proof = sender == Sender::Nobody ? "" : "Authorization: LumLocal " + Secret() + "\r\n";
         return RawHttp(port).Exchange(PostOf(path, body, proof));
     }
-    /// Posts a call of a policy handler; the elements are those of its arguments.
+    /// Posts a call of a handler; the elements are those of its arguments.
     Reply PostCall(const std::string& method, const std::string& elements,
                    Sender sender = Sender::Administrator) const {
         const RawAnswer answer = Post(Envelope("<" + method + ">" + elements + "</" + method + ">"), sender);
-        if (answer.status != 200) return Reply{-answer.status, answer.body, false, {}};
-        return Decode(answer.body, method == "install" ? "PolicyInstallRet" : "PolicySelectionRet");
+        if (answer.status != 200) return Reply{-answer.status, answer.body, false, {}, false, {}};
+        return Decode(answer.body, PrefixOf(method));
     }
     static std::string Envelope(const std::string& inside) {
         return "<e:Envelope xmlns:e='http://schemas.xmlsoap.org/soap/envelope/'><e:Body>" + inside +
@@ -100,7 +112,11 @@ public:
     }
 
 private:
-    /// The arguments of every answer of a policy handler.
+    static const char* PrefixOf(const std::string& method) {
+        if (method == "configOp") return "ConfigReturn";
+        return method == "install" ? "PolicyInstallRet" : "PolicySelectionRet";
+    }
+    /// The arguments of every answer of a handler.
     struct Results {
         explicit Results(const std::string& prefix)
             : valueArg(String::FromUtf8(prefix + "Value"), &reply.value),
@@ -109,6 +125,8 @@ private:
             reply.text = text.ToUtf8();
             reply.hasList = listArg.HasArrived();
             if (reply.hasList) reply.list = listArg.GetContainer();
+            reply.hasGroup = groupArg.HasArrived();
+            reply.group = groupArg.GetGroup();
             return reply;
         }
         Reply reply;
@@ -116,7 +134,8 @@ private:
         LumVoxSoap::SOAPArgInt valueArg;
         LumVoxSoap::SOAPArgUnicodeString textArg;
         LumConf::PolicyContainerSoapArg listArg{"PolicyContainer"};
-        SOAPArg* arguments[3] = {&valueArg, &textArg, &listArg};
+        LumConfPar::ConfigGroupSoapArg groupArg{"ConfigGroupName"};
+        SOAPArg* arguments[4] = {&valueArg, &textArg, &listArg, &groupArg};
     };
 
     static LumConf::InstallOptions Untold() {
@@ -129,12 +148,14 @@ private:
     static Reply Decode(const std::string& body, const std::string& prefix) {
         Results results(prefix);
         LumVoxSoap::SOAPEnvelope().Read(
-            LumPalIo::CharArrayInputStream_t(LumPalArray::CharArray_t(body.data(), body.size())), 3, results.arguments);
+            LumPalIo::CharArrayInputStream_t(LumPalArray::CharArray_t(body.data(), body.size())),
+            static_cast<int>(std::size(results.arguments)), results.arguments);
         return results.Take();
     }
     Reply Ask(const char* method, const std::vector<SOAPArg*>& arguments, const char* prefix) {
         Results results(prefix);
-        Invoke(method, std::string(kBase) + "/voxrpcserver", arguments, results.arguments, 3);
+        Invoke(method, std::string(kBase) + "/voxrpcserver", arguments, results.arguments,
+               static_cast<int>(std::size(results.arguments)));
         return results.Take();
     }
     void Invoke(const char* method, const std::string& path, const std::vector<SOAPArg*>& arguments,

@@ -1,0 +1,140 @@
+#include "RpcConfigHandler.h"
+
+#include <iterator>
+
+#include "AuditLog.h"
+#include "ConfigGroupSoapArg.h"
+#include "Messages.h"
+#include "Names.h"
+#include "SettingsPackage.h"
+#include "SettingsReader.h"
+#include "SettingsWriter.h"
+#include "Trace.h"
+
+namespace LumConfPar {
+
+using namespace LumConf;
+using LumPalConfig::ConfigGroup_t;
+using LumPalConfig::ConfigUpdate_t;
+using LumPalConfig::Configuration_t;
+using LumPalStr::String_t;
+using LumVoxSoap::SOAPArg;
+using LumVoxSoap::SOAPArgInt;
+using LumVoxSoap::SOAPArgUnicodeString;
+
+/// The arguments of one call, and what is known of it so far.
+struct RpcConfigHandler::Request {
+    String_t sender;
+    const Mode* mode = nullptr;  ///< null while it is not known to be an operation
+    bool authorized = false;
+    SOAPArgInt number{names::PolicyOperationMode, 0};
+    SOAPArgUnicodeString package{names::ConfigPackageName, String_t()};
+    ConfigGroupSoapArg group{names::ConfigGroupName};
+    ConfigGroup_t result;  ///< what a get has read
+};
+
+/// One operation: its mode, the right it needs, its name in the audit log, the work, the words of success, and what the
+/// audit log makes of success and failure.
+struct RpcConfigHandler::Mode {
+    ConfigMode mode;
+    Right right;
+    const char* name;
+    void (*work)(Request&);
+    MessageRow done;
+    AuditLog::Mode audited, auditedFailure;
+};
+
+namespace {
+
+// One update for the whole request: all or nothing, and who follows the configuration is told once. An update without
+// changes would take over new policy settings that may be half written.
+
+void ClearNamespaces(const String_t& package, const ConfigGroup_t& group) {
+    ConfigUpdate_t update(NotNull(package));
+    for (int i = 0; i < group.GetConfigCount(); ++i) update.ClearNamespace(group.GetConfig(i).GetNamespace());
+    if (group.GetConfigCount() > 0) update.Apply();
+}
+
+void ClearAttributes(const String_t& package, const ConfigGroup_t& group) {
+    ConfigUpdate_t update(NotNull(package));
+    bool any = false;
+    String_t name, value;
+    for (int i = 0; i < group.GetConfigCount(); ++i) {
+        const Configuration_t configuration = group.GetConfig(i);
+        for (int j = 0; configuration.GetAttr(j, name, value); ++j, any = true) {
+            update.ClearAttr(configuration.GetNamespace(), name);
+        }
+    }
+    if (any) update.Apply();
+}
+
+}  // namespace
+
+// Kept: a clear that fails is audited as a get that fails.
+const RpcConfigHandler::Mode RpcConfigHandler::modes[] = {
+    {ConfigMode::Get, RightConfigGet, "config get",
+     [](Request& r) { r.result = SettingsReader(r.package.GetValue()).Read(); }, msg::RpcConfigGetDone,
+     AuditLog::ConfigGet, AuditLog::ConfigGet},
+    {ConfigMode::Set, RightConfigSet, "config set",
+     [](Request& r) { SettingsWriter(r.package.GetValue(), r.group.GetGroup()).WriteLocalSettings(); },
+     msg::RpcConfigSetDone, AuditLog::ConfigSet, AuditLog::ConfigSet},
+    {ConfigMode::ClearNamespace, RightConfigSet, "clear configuration namespace",
+     [](Request& r) { ClearNamespaces(r.package.GetValue(), r.group.GetGroup()); }, msg::RpcConfigClearNamespaceDone,
+     AuditLog::ConfigClear, AuditLog::ConfigGet},
+    {ConfigMode::ClearAttribute, RightConfigSet, "clear config",
+     [](Request& r) { ClearAttributes(r.package.GetValue(), r.group.GetGroup()); }, msg::RpcConfigClearAttrDone,
+     AuditLog::ConfigClear, AuditLog::ConfigGet},
+};
+
+RpcConfigHandler::RpcConfigHandler()
+    : authorization(&Authorization::GetInstance()), auditLog(&AuditLog::GetInstance()) {}
+
+RpcConfigHandler::~RpcConfigHandler() {
+    WaitForAllCalls();
+}
+
+const RpcConfigHandler::Mode* RpcConfigHandler::FindMode(int number) {
+    for (const Mode& row : modes) {
+        if (static_cast<int>(row.mode) == number) return &row;
+    }
+    return nullptr;
+}
+
+void RpcConfigHandler::Process(LumVoxRpc::RpcServerCall& call) {
+    Request request;
+    request.sender = StartCall(call, msg::RpcConfigStart);
+    RpcAnswer answer;
+    try {
+        Serve(call, request, answer);
+    } catch (const LumPalMsg::Exception_t& e) {
+        answer.SetFailure(Make(msg::RpcConfigError, e));
+        if (request.authorized) auditLog->Log(request.sender, request.mode->auditedFailure, false);
+    }
+    // Stands behind the catch clause: also a request that could not be read, or whose mode is no operation, is
+    // answered so.
+    if (!request.authorized) {
+        answer.Set(ReturnValue::NotAuthorized, Make(msg::RpcConfigNotAuthorized, request.sender));
+    }
+    ConfigGroupSoapArg group(names::ConfigGroupName);
+    group.SetTypeAttribute();
+    group.SetGroup(request.result);
+    SendAnswer(call, answer, names::ConfigReturnValue, names::ConfigReturnString, &group);
+}
+
+void RpcConfigHandler::Serve(LumVoxRpc::RpcServerCall& call, Request& request, RpcAnswer& answer) {
+    SOAPArg* const arguments[] = {&request.number, &request.package, &request.group};
+    call.ReadRequest(std::size(arguments), arguments);
+    request.mode = FindMode(request.number.GetValue());
+    if (!request.mode) return;
+    request.authorized = authorization->IsAuthorized(request.sender, request.mode->right);
+    if (!request.authorized) {
+        LUMCONF_TRACE(trace::Config, String_t(request.mode->name) + " is refused to '" + request.sender + "'");
+        auditLog->LogAuthorizationError(request.sender, request.mode->name);
+        return;
+    }
+    request.mode->work(request);
+    answer.Set(ReturnValue::Success, MakeUnchecked(request.mode->done));
+    auditLog->Log(request.sender, request.mode->audited, true);
+}
+
+}  // namespace LumConfPar

@@ -1,0 +1,492 @@
+#include "RpcConfigHandler.h"
+
+#include <thread>
+
+#include "Groups.h"
+#include "ServerTest.h"
+#include "TraceLines.h"
+
+namespace {
+
+using namespace LumConf;
+using LumPalConfig::ConfigBase_t;
+using LumPalConfig::ConfigGroup_t;
+using LumPalStr::String_t;
+using Sender = NodeClient::Sender;
+
+constexpr int kGet = 17, kSet = 18, kClearNamespace = 19, kClearAttribute = 20;
+const char* const kFailed = "Settings configuration operation was not successful.";
+const char* const kRefused =
+    "Sender with id 'local administrator' is not authorized to execute the configuration parameter operation.";
+
+std::string Arguments(const std::string& mode, const std::string& package = "<ConfigPackageName/>",
+                      const std::string& group = "<ConfigGroupName><ns>test.a</ns></ConfigGroupName>") {
+    return "<PolicyOperationMode>" + mode + "</PolicyOperationMode>" + package + group;
+}
+std::string Group(const std::string& inside) {
+    return "<ConfigGroupName>" + inside + "</ConfigGroupName>";
+}
+
+class RpcConfigHandlerTest : public ServerTest {
+protected:
+    RpcConfigHandlerTest() { Forget(); }
+    ~RpcConfigHandlerTest() override { Forget(); }
+
+    std::string Folder(const std::string& package = "") const {
+        return node.Root() + "/etc/pal/config/" + (package.empty() ? "" : package + "/");
+    }
+    /// What a database holds for these tests, read without the server.
+    static std::string Stored(const char* package = "") { return Shown(ConfigBase_t::Open(package), "test."); }
+    static void Store(std::initializer_list<Setting> settings) {
+        for (const Setting& setting : settings) Configure(setting.nameSpace, setting.name, setting.value);
+    }
+    int AuditedLines() const { return node.Audited("Audit:"); }
+
+private:
+    void Forget() const {
+        LumPalConfig::ConfigUpdate_t update("");
+        const ConfigGroup_t all = ConfigBase_t::Open("");
+        for (int i = 0; i < all.GetConfigCount(); ++i) {
+            const String_t name = all.GetConfig(i).GetNamespace();
+            if (name.ToUtf8().starts_with("test.")) update.ClearNamespace(name);
+        }
+        update.ClearNamespace("test.none");
+        update.Apply();
+        std::filesystem::remove(Folder() + "policy_settings.ini");
+        for (const char* package : {"rg1", "rg2", "broken"}) std::filesystem::remove_all(Folder(package));
+    }
+};
+
+struct ModeRow {
+    int mode;
+    const char* name;   ///< in the audit log
+    const char* right;  ///< that a sender needs
+    const char* done;
+    const char* audited;
+    const char* auditedFailure;
+    const char* after;  ///< what is stored then
+};
+
+/// On a node that stores kStored, with kArgument.
+const std::initializer_list<Setting> kStored = {{"test.a", "X", "1"}, {"test.a", "Y", "2"}, {"test.b", "X", "3"}};
+const char* const kStoredShown = "[test.a]X=1;Y=2;[test.b]X=3;";
+const std::initializer_list<Setting> kArgument = {{"test.a", "X", "4"}};
+
+const ModeRow kModes[] = {
+    {kGet, "config get", "configget", "Configuration get operation successful.",
+     "INFO Success Audit: CONFIG: Configuration get operation completed successfully.",
+     "WARNING Failure Audit: CONFIG: Configuration get operation failed.", kStoredShown},
+    {kSet, "config set", "configset", "Configuration set operation successful.",
+     "INFO Success Audit: CONFIG: Configuration set operation completed successfully.",
+     "WARNING Failure Audit: CONFIG: Configuration set operation failed.", "[test.a]X=4;Y=2;[test.b]X=3;"},
+    {kClearNamespace, "clear configuration namespace", "configset",
+     "Configuration clear namespace operation successful.",
+     "INFO Success Audit: CONFIG: Configuration clear operation completed successfully.",
+     "WARNING Failure Audit: CONFIG: Configuration get operation failed.", "[test.b]X=3;"},
+    {kClearAttribute, "clear config", "configset", "Configuration clear namespace attribute operation successful.",
+     "INFO Success Audit: CONFIG: Configuration clear operation completed successfully.",
+     "WARNING Failure Audit: CONFIG: Configuration get operation failed.", "[test.a]Y=2;[test.b]X=3;"},
+};
+
+class RpcConfigHandlerRows : public RpcConfigHandlerTest, public testing::WithParamInterface<ModeRow> {
+protected:
+    RpcConfigHandlerRows() { Store(kStored); }
+};
+
+TEST_P(RpcConfigHandlerRows, ASenderWithTheRightIsServedAndAudited) {
+    const Reply reply = Client().Config(GetParam().mode, GroupOf(kArgument));
+    EXPECT_EQ(reply.value, 1);
+    EXPECT_EQ(reply.text, GetParam().done);
+    EXPECT_TRUE(reply.hasGroup);
+    EXPECT_EQ(Shown(reply.group, "test."), GetParam().mode == kGet ? kStoredShown : "");
+    EXPECT_EQ(Stored(), GetParam().after);
+    EXPECT_EQ(AuditedLines(), 1) << node.AuditText();
+    EXPECT_EQ(node.Audited(std::string(GetParam().audited) + " Calling system: 'local administrator'"), 1)
+        << node.AuditText();
+    EXPECT_EQ(log.Text(), "");
+}
+
+TEST_P(RpcConfigHandlerRows, ASenderWithoutTheRightIsRefusedAndTheAuditLogNamesTheOperation) {
+    const Reply reply = Client().PostCall("configOp", Arguments(std::to_string(GetParam().mode)), Sender::Nobody);
+    EXPECT_EQ(reply.value, 8);
+    EXPECT_EQ(reply.text, "Sender with id '' is not authorized to execute the configuration parameter operation.");
+    EXPECT_TRUE(reply.hasGroup);
+    EXPECT_EQ(reply.group.GetConfigCount(), 0);
+    EXPECT_EQ(Stored(), kStoredShown);
+    EXPECT_EQ(AuditedLines(), 1) << node.AuditText();
+    EXPECT_EQ(node.Audited("WARNING Failure Audit: AUTH: Calling system '' is not authorized to call operation: '" +
+                           std::string(GetParam().name) + "'."),
+              1)
+        << node.AuditText();
+    EXPECT_EQ(log.Text(), "");
+}
+
+TEST_P(RpcConfigHandlerRows, AFailureIsAnsweredWithItsReasonLoggedAndAudited) {
+    const Reply reply = Client().Config(GetParam().mode, GroupOf(kArgument), "../x");
+    EXPECT_EQ(reply.value, 7);
+    EXPECT_EQ(reply.text, std::string(kFailed) + "\n  '../x' cannot be the name of a configuration package.");
+    EXPECT_TRUE(reply.hasGroup);
+    EXPECT_EQ(reply.group.GetConfigCount(), 0);
+    EXPECT_EQ(Stored(), kStoredShown);
+    EXPECT_EQ(AuditedLines(), 1) << node.AuditText();
+    EXPECT_EQ(node.Audited(std::string(GetParam().auditedFailure) + " Calling system: 'local administrator'"), 1)
+        << node.AuditText();
+    EXPECT_TRUE(log.Holds(kFailed));
+    EXPECT_TRUE(log.Holds("'../x' cannot be"));
+    EXPECT_EQ(Client().Config(GetParam().mode, GroupOf(kArgument)).value, 1) << "a good request after the bad one";
+}
+
+TEST_P(RpcConfigHandlerRows, APackageThatIsNoPlainFileNameIsAFailureAndChangesNothing) {
+    for (const char* package : {"..", ".", "/", "a/b", "../../etc", "/etc", "a\\b", "a\tb", "a\nb", "a\xC2\x85"}) {
+        const Reply reply = Client().Config(GetParam().mode, GroupOf(kArgument), package);
+        EXPECT_EQ(reply.value, 7) << package;
+        EXPECT_EQ(reply.group.GetConfigCount(), 0) << package;
+    }
+    const Reply tooLong = Client().Config(GetParam().mode, GroupOf(kArgument), std::string(300, 'x').c_str());
+    EXPECT_EQ(tooLong.value, 7);
+    EXPECT_EQ(Stored(), kStoredShown);
+}
+
+TEST_P(RpcConfigHandlerRows, ADatabaseWithASyntaxErrorIsAFailureThatNamesTheFileAndStaysAsItIs) {
+    const std::string text = "[test.a]\nno value\n";
+    Client().Config(kSet, GroupOf(kArgument), "broken");
+    std::string written;
+    for (const auto& entry : std::filesystem::directory_iterator(Folder("broken"))) {
+        if (entry.path().extension() == ".ini") written = entry.path();
+    }
+    ASSERT_NE(written, "");
+    WriteText(written, text);
+    const Reply reply = Client().Config(GetParam().mode, GroupOf(kArgument), "broken");
+    EXPECT_EQ(reply.value, 7);
+    EXPECT_NE(reply.text.find(written), std::string::npos) << reply.text;
+    EXPECT_EQ(ReadText(written), text);
+}
+
+TEST_P(RpcConfigHandlerRows, APackageIsADatabaseOfItsOwn) {
+    Client().Config(kSet, GroupOf(kStored), "rg1");
+    EXPECT_EQ(Stored("rg1"), kStoredShown);
+    const Reply reply = Client().Config(GetParam().mode, GroupOf(kArgument), "rg1");
+    EXPECT_EQ(reply.value, 1);
+    EXPECT_EQ(Shown(reply.group), GetParam().mode == kGet ? kStoredShown : "") << "nothing of the node's own";
+    EXPECT_EQ(Stored("rg1"), GetParam().after);
+    EXPECT_EQ(Stored(), kStoredShown);
+}
+
+TEST_P(RpcConfigHandlerRows, ADatabaseThatIsNotThereIsEmpty) {
+    const Reply reply = Client().Config(GetParam().mode, GroupOf(kArgument), "rg2");
+    EXPECT_EQ(reply.value, 1);
+    EXPECT_EQ(reply.group.GetConfigCount(), 0);
+    EXPECT_EQ(Stored("rg2"), GetParam().mode == kSet ? "[test.a]X=4;" : "");
+}
+
+TEST_P(RpcConfigHandlerRows, AnEmptyGroupIsASuccessAndChangesNothing) {
+    WriteText(Folder() + "new_policy_settings.ini", "[test.a]\nX=half wri");
+    const Reply reply = Client().Config(GetParam().mode);
+    EXPECT_EQ(reply.value, 1);
+    EXPECT_EQ(reply.text, GetParam().done);
+    EXPECT_EQ(Stored(), kStoredShown) << "nor are new policy settings taken over that are being written";
+    EXPECT_TRUE(std::filesystem::remove(Folder() + "new_policy_settings.ini"));
+}
+
+TEST_P(RpcConfigHandlerRows, AnAnswerHasValueTextAndGroupWithTheirTypes) {
+    const RawAnswer answer =
+        Client().Post(NodeClient::Envelope("<configOp>" + Arguments(std::to_string(GetParam().mode)) + "</configOp>"));
+    EXPECT_EQ(answer.status, 200);
+    const std::string start =
+        "<m:configOpResponse xmlns:m=\"urn:lum:conf\"><ConfigReturnValue xsi:type=\"xsd:int\">1</ConfigReturnValue>"
+        "<ConfigReturnString xsi:type=\"xsd:string\">" +
+        std::string(GetParam().done) + "</ConfigReturnString><ConfigGroupName>";
+    EXPECT_NE(answer.body.find(start), std::string::npos) << answer.body;
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, RpcConfigHandlerRows, testing::ValuesIn(kModes),
+                         [](const auto& row) { return std::to_string(row.param.mode); });
+
+TEST_F(RpcConfigHandlerTest, ANumberThatIsNoOperationIsRefusedWithoutALineInTheAuditLog) {
+    Store({{"test.a", "X", "1"}});
+    for (int mode : {0, 1, 2, 3, 4, 13, 15, 16, 21, 255, -17, -1, -2147483647 - 1, 2147483647}) {
+        const Reply reply = Client().Config(mode, GroupOf({{"test.a", "X", "2"}}));
+        EXPECT_EQ(reply.value, 8) << mode;
+        EXPECT_EQ(reply.text, kRefused) << mode;
+        EXPECT_TRUE(reply.hasGroup) << mode;
+    }
+    EXPECT_EQ(Client().PostCall("configOp", Arguments("21"), Sender::Nobody).value, 8);
+    EXPECT_EQ(Stored(), "[test.a]X=1;");
+    EXPECT_EQ(node.AuditText(), "");
+    EXPECT_EQ(log.Text(), "");
+}
+
+TEST_F(RpcConfigHandlerTest, ASettingsModeIsNoOperationOnPoliciesAndTheOtherWayRound) {
+    EXPECT_EQ(Client().Operate(kGet).value, 8);
+    EXPECT_EQ(Client().Operate(kSet).value, 8);
+}
+
+struct MalformedRow {
+    const char* what;
+    std::string elements;
+};
+
+const MalformedRow kMalformed[] = {
+    {"nothing", ""},
+    {"no mode", "<ConfigPackageName/><ConfigGroupName/>"},
+    {"no package", Arguments("18", "")},
+    {"no group", Arguments("18", "<ConfigPackageName/>", "")},
+    {"a mode in words", Arguments("set")},
+    {"an empty mode", Arguments("")},
+    {"a mode beyond 32 bits", Arguments("4294967314")},
+    {"an element in the mode", Arguments("<b/>18")},
+    {"an element in the package", Arguments("18", "<ConfigPackageName><b/></ConfigPackageName>")},
+    {"a mode twice", Arguments("18") + "<PolicyOperationMode>18</PolicyOperationMode>"},
+    {"a group twice", Arguments("18") + Group("<ns>test.b</ns>")},
+    {"an unknown element in the group", Arguments("18", "<ConfigPackageName/>", Group("<ns>test.a</ns><more/>"))},
+    {"an unknown element in the group of a get", Arguments("17", "<ConfigPackageName/>", Group("<more/>"))},
+    {"an unknown element behind changes",
+     Arguments("18", "<ConfigPackageName/>",
+               Group("<ns>test.a</ns><attrname>X</attrname><attrvalue>2</attrvalue><more/>"))},
+    {"an unknown element behind a namespace to clear",
+     Arguments("19", "<ConfigPackageName/>", Group("<ns>test.a</ns><more/>"))},
+    {"an element in a namespace", Arguments("19", "<ConfigPackageName/>", Group("<ns>test.a<b/></ns>"))},
+    {"an attribute before the first namespace",
+     Arguments("18", "<ConfigPackageName/>", Group("<attrname>X</attrname><attrvalue>2</attrvalue><ns>test.a</ns>"))},
+    {"a name without a value", Arguments("20", "<ConfigPackageName/>", Group("<ns>test.a</ns><attrname>X</attrname>"))},
+    {"a value without a name",
+     Arguments("18", "<ConfigPackageName/>", Group("<ns>test.a</ns><attrvalue>2</attrvalue>"))},
+    {"a group that is cut", Arguments("18", "<ConfigPackageName/>", "<ConfigGroupName><ns>test.a</ns>")},
+};
+
+TEST_F(RpcConfigHandlerTest, AMalformedRequestIsRefusedWithoutALineInTheAuditLogAndChangesNothing) {
+    Store({{"test.a", "X", "1"}});
+    for (const MalformedRow& row : kMalformed) {
+        const Reply reply = Client().PostCall("configOp", row.elements);
+        EXPECT_EQ(reply.value, 8) << row.what;
+        EXPECT_EQ(reply.text, kRefused) << row.what;
+        EXPECT_TRUE(reply.hasGroup) << row.what;
+        EXPECT_EQ(reply.group.GetConfigCount(), 0) << row.what;
+    }
+    EXPECT_EQ(node.AuditText(), "") << "the right was never asked for";
+    EXPECT_TRUE(log.Holds(kFailed)) << "the log has the reason";
+    EXPECT_EQ(Stored(), "[test.a]X=1;");
+}
+
+TEST_F(RpcConfigHandlerTest, TheStartOfACallIsTracedWithItsSenderAndNotLogged) {
+    TraceLines traced;
+    Client().Config(kGet);
+    EXPECT_TRUE(traced.Contains("Starting 'configuration get/set' request from host 'local administrator'."));
+    Client().PostCall("configOp", Arguments("19"), Sender::Nobody);
+    EXPECT_TRUE(traced.Contains("Starting 'configuration get/set' request from host ''."));
+    EXPECT_TRUE(traced.Contains("clear configuration namespace is refused to ''"));
+    EXPECT_EQ(log.Text(), "");
+}
+
+TEST_F(RpcConfigHandlerTest, AGetHasLocalSettingsOverThoseOfPolicies) {
+    WriteText(Folder() + "policy_settings.ini", "[test.a]\nX=policy\nY=policy\n[test.p]\nZ=policy\n");
+    Store({{"test.a", "X", "local"}});
+    EXPECT_EQ(Shown(Client().Config(kGet).group, "test."), "[test.a]X=local;Y=policy;[test.p]Z=policy;");
+}
+
+TEST_F(RpcConfigHandlerTest, AClearBringsWhatAPolicySaysBack) {
+    WriteText(Folder() + "policy_settings.ini", "[test.a]\nX=policy\n[test.b]\nX=policy\n");
+    Store({{"test.a", "X", "local"}, {"test.b", "X", "local"}});
+    EXPECT_EQ(Client().Config(kClearAttribute, GroupOf({{"test.a", "X"}})).value, 1);
+    EXPECT_EQ(Client().Config(kClearNamespace, GroupOf({{"test.b"}})).value, 1);
+    EXPECT_EQ(Shown(Client().Config(kGet).group, "test."), "[test.a]X=policy;[test.b]X=policy;");
+}
+
+TEST_F(RpcConfigHandlerTest, ASetOfALoneNamespaceChangesNothing) {
+    Store({{"test.a", "X", "1"}});
+    EXPECT_EQ(Client().Config(kSet, GroupOf({{"test.a"}, {"test.new"}})).value, 1);
+    EXPECT_EQ(Stored(), "[test.a]X=1;");
+}
+
+TEST_F(RpcConfigHandlerTest, SeveralAttributesInSeveralNamespacesAreClearedInOneRequestWhateverTheirValues) {
+    Store({{"test.a", "W", "0"},
+           {"test.a", "X", "1"},
+           {"test.a", "Y", "2"},
+           {"test.b", "X", "3"},
+           {"test.b", "Y", "4"},
+           {"test.c", "X", "5"}});
+    const Reply reply = Client().Config(
+        kClearAttribute,
+        GroupOf({{"test.a", "X", "DELETE_THIS_ATTRIBUTE"}, {"test.a", "Y", "2"}, {"test.b", "Y", ""}, {"test.c"}}));
+    EXPECT_EQ(reply.value, 1);
+    EXPECT_EQ(Stored(), "[test.a]W=0;[test.b]X=3;[test.c]X=5;");
+    EXPECT_EQ(AuditedLines(), 1) << "one line for the request";
+}
+
+TEST_F(RpcConfigHandlerTest, SeveralNamespacesAreClearedInOneRequestAndTheirAttributesDoNotMatter) {
+    Store({{"test.a", "X", "1"}, {"test.b", "X", "2"}, {"test.c", "X", "3"}});
+    EXPECT_EQ(Client().Config(kClearNamespace, GroupOf({{"test.a"}, {"test.c", "other", "5"}})).value, 1);
+    EXPECT_EQ(Stored(), "[test.b]X=2;");
+}
+
+TEST_F(RpcConfigHandlerTest, AClearOfAttributesThatNamesNoneChangesNothing) {
+    Store({{"test.a", "X", "1"}});
+    WriteText(Folder() + "new_policy_settings.ini", "[test.a]\nX=half wri");
+    EXPECT_EQ(Client().Config(kClearAttribute, GroupOf({{"test.a"}})).value, 1);
+    EXPECT_EQ(Stored(), "[test.a]X=1;");
+    EXPECT_TRUE(std::filesystem::remove(Folder() + "new_policy_settings.ini"));
+}
+
+TEST_F(RpcConfigHandlerTest, WhatIsNotThereIsClearedWithSuccess) {
+    Store({{"test.a", "X", "1"}});
+    EXPECT_EQ(Client().Config(kClearAttribute, GroupOf({{"test.a", "Y"}, {"test.none", "X"}})).value, 1);
+    EXPECT_EQ(Client().Config(kClearNamespace, GroupOf({{"test.none"}})).value, 1);
+    EXPECT_EQ(Stored(), "[test.a]X=1;");
+}
+
+const char* const kBadNames[] = {"", "a\tb", "a\nb", "\r", "test.\xC2\x85", "\xE2\x80\xA8", "\x7F"};
+
+TEST_F(RpcConfigHandlerTest, AChangeWithOneNameThatTheStoreRefusesChangesNothing) {
+    Store({{"test.a", "X", "1"}, {"test.z", "X", "1"}});
+    for (const char* bad : kBadNames) {
+        const ConfigGroup_t groups[] = {
+            GroupOf({{"test.a", "X", "2"}, {bad, "X", "2"}, {"test.z", "X", "2"}, {"test.z", "Y", "2"}}),
+            GroupOf({{"test.a", "X", "2"}, {"test.m", bad, "2"}, {"test.z", "X", "2"}}),
+            GroupOf({{"test.a", "X", "2"}, {"test.z", bad, "2"}, {"test.z", "X", "2"}}),
+        };
+        for (const ConfigGroup_t& group : groups) {
+            for (int mode : {kSet, kClearAttribute}) {
+                const Reply reply = Client().Config(mode, group);
+                EXPECT_EQ(reply.value, 7) << mode << " " << bad;
+                EXPECT_TRUE(reply.text.starts_with(std::string(kFailed) + "\n  '")) << reply.text;
+            }
+        }
+        EXPECT_EQ(Client().Config(kClearNamespace, GroupOf({{"test.a"}, {bad}, {"test.z"}})).value, 7) << bad;
+        EXPECT_EQ(Stored(), "[test.a]X=1;[test.z]X=1;") << bad;
+    }
+}
+
+const char* const kTexts[] = {
+    "",
+    " ",
+    "  leading and trailing  ",
+    "a\rb",
+    "a\nb",
+    "a\r\nb\r\n",
+    "\ttab\t",
+    "a=b=",
+    "=",
+    "[section]",
+    "]",
+    "#comment",
+    ";comment",
+    "back\\slash\\n\\",
+    "\\u0041",
+    "<&>\"']]>",
+    "&amp;&#65;",
+    "%1 %2 %",
+    "\xC3\xA4\xE2\x82\xAC",
+    "\xF0\x9F\x98\x80\xF0\x90\x80\x80\xF4\x8F\xBF\xBD",
+    "\x7F\xC2\x80\xC2\x85\xC2\x9F\xC2\xA0",
+    "\xE2\x80\xA8\xE2\x80\xA9\xEF\xBB\xBF",
+    "\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBD",
+};
+
+TEST_F(RpcConfigHandlerTest, EveryCharacterOfAValueThatXmlCarriesComesBackAsItWasSet) {
+    const ConfigGroup_t group;
+    for (std::size_t i = 0; i < std::size(kTexts); ++i) {
+        group.GetConfig("test.a").SetAttrValue(LumPalStr::NumToStr(static_cast<int>(i)), String_t::FromUtf8(kTexts[i]));
+    }
+    LumPalConfig::Configuration_t units = group.GetConfig("test.units");
+    for (unsigned unit = 1; unit <= 0xFFFD; ++unit) {
+        if ((unit >= 0xD800 && unit <= 0xDFFF) || (unit < 0x20 && unit != '\t' && unit != '\n' && unit != '\r'))
+            continue;
+        const char16_t text[] = {static_cast<char16_t>(unit), u'x', static_cast<char16_t>(unit)};
+        units.SetAttrValue(LumPalStr::NumToStr(static_cast<int>(unit)), String_t(text, 3));
+    }
+    EXPECT_EQ(Client().Config(kSet, group).value, 1);
+    EXPECT_EQ(Shown(Client().Config(kGet).group, "test."), Shown(group));
+    EXPECT_EQ(Stored(), Shown(group));
+}
+
+TEST_F(RpcConfigHandlerTest, EveryCharacterOfANameThatTheStoreTakesComesBackAsItWasSetAndIsCleared) {
+    ConfigGroup_t group;
+    for (const char* text : kTexts) {
+        const std::string name = text;
+        if (name.empty() || name.find_first_of("\t\r\n\x7F") != std::string::npos) continue;
+        if (name.find("\xE2\x80\xA8") != std::string::npos) continue;
+        group.GetConfig(String_t::FromUtf8("test." + name)).SetAttrValue(String_t::FromUtf8(name), "1");
+        group.GetConfig("test.names").SetAttrValue(String_t::FromUtf8(name), "2");
+    }
+    ASSERT_GE(group.GetConfigCount(), 14);
+    EXPECT_EQ(Client().Config(kSet, group).value, 1);
+    EXPECT_EQ(Shown(Client().Config(kGet).group, "test."), Shown(group));
+    EXPECT_EQ(Client().Config(kClearAttribute, group).value, 1);
+    const ConfigGroup_t left = Client().Config(kGet).group;
+    for (int i = 0; i < left.GetConfigCount(); ++i) {
+        const LumPalConfig::Configuration_t configuration = left.GetConfig(i);
+        if (configuration.GetNamespace().ToUtf8().starts_with("test.")) {
+            EXPECT_EQ(configuration.GetAttrCount(), 0);
+        }
+    }
+}
+
+TEST_F(RpcConfigHandlerTest, AValueWithWhatXmlCannotCarryIsCleanedInTheAnswer) {
+    WriteText(Folder() + "policy_settings.ini", "[test.a]\nX=a\\u0001b\\uD800c\\uFFFFd\n");
+    const Reply reply = Client().Config(kGet);
+    EXPECT_EQ(reply.value, 1);
+    const std::string value = reply.group.GetConfig("test.a").GetValue("X").ToUtf8();
+    EXPECT_TRUE(value.starts_with("a") && value.ends_with("d")) << value;
+    EXPECT_EQ(value.find('\x01'), std::string::npos);
+}
+
+TEST_F(RpcConfigHandlerTest, AThousandNamespacesAreSetReadAndCleared) {
+    const ConfigGroup_t group;
+    for (int i = 0; i < 1000; ++i) {
+        for (int j = 0; j < 5; ++j) {
+            group.GetConfig("test." + LumPalStr::NumToStr(i)).SetAttrValue("N" + LumPalStr::NumToStr(j), "value");
+        }
+    }
+    EXPECT_EQ(Client().Config(kSet, group).value, 1);
+    EXPECT_EQ(Shown(Client().Config(kGet).group, "test."), Shown(group));
+    EXPECT_EQ(Client().Config(kClearNamespace, group).value, 1);
+    EXPECT_EQ(Stored(), "");
+    EXPECT_EQ(AuditedLines(), 3);
+}
+
+TEST_F(RpcConfigHandlerTest, ALargeValueWithinTheLimitsComesBackWhole) {
+    const ConfigGroup_t group;
+    group.GetConfig("test.a").SetAttrValue("X", String_t::FromUtf8(std::string(8 << 20, 'x')));
+    EXPECT_EQ(Client().Config(kSet, group).value, 1);
+    EXPECT_EQ(Client().Config(kGet).group.GetConfig("test.a").GetValue("X").GetLength(), 8u << 20);
+}
+
+TEST_F(RpcConfigHandlerTest, TwoThatSetAtOnceLoseNothing) {
+    constexpr int kTimes = 16;
+    std::vector<std::thread> setters;
+    for (const char* nameSpace : {"test.one", "test.two"}) {
+        setters.emplace_back([this, nameSpace] {
+            NodeClient client(server.GetPort());
+            for (int i = 0; i < kTimes; ++i) {
+                const std::string name = "N" + std::to_string(i);
+                EXPECT_EQ(
+                    client.Config(kSet, GroupOf({{nameSpace, name.c_str(), "v"}, {"test.both", name.c_str()}})).value,
+                    1);
+                if (i % 2 == 0) continue;
+                EXPECT_EQ(client.Config(kClearAttribute, GroupOf({{nameSpace, name.c_str()}})).value, 1);
+            }
+        });
+    }
+    for (std::thread& setter : setters) setter.join();
+    const ConfigGroup_t all = Client().Config(kGet).group;
+    EXPECT_EQ(all.GetConfig("test.one").GetAttrCount(), kTimes / 2);
+    EXPECT_EQ(all.GetConfig("test.two").GetAttrCount(), kTimes / 2);
+    EXPECT_EQ(all.GetConfig("test.both").GetAttrCount(), kTimes);
+}
+
+TEST_F(RpcConfigHandlerTest, ThoseWhoFollowANamespaceAreToldOfASet) {
+    struct Follower : LumPalConfig::ConfigChangeHandler_i {
+        void Update(const LumPalConfig::ChangedConfiguration_t& changes,
+                    const LumPalConfig::Configuration_t& now) override {
+            if (changes.HasChanged("X") && now.GetValue("X") == "1") told = true;
+        }
+        std::atomic<bool> told{false};
+    } follower;
+    const LumPalConfig::ConfigNamespace_t nameSpace("test.a");
+    nameSpace.Register(follower);
+    EXPECT_EQ(Client().Config(kSet, GroupOf({{"test.a", "X", "1"}})).value, 1);
+    EXPECT_TRUE(Eventually([&] { return follower.told.load(); }));
+    nameSpace.Unregister(follower);
+}
+
+}  // namespace
