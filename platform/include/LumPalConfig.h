@@ -76,6 +76,8 @@ public:
     /// The configuration of the namespace; an absent one is created, empty.
     Configuration_t GetConfig(const LumPalStr::String_t& nameSpace) const;
     bool HasConfig(const LumPalStr::String_t& nameSpace) const;
+    /// The set goes on without the namespace; configurations that were taken before keep what they hold.
+    void ClearConfig(const LumPalStr::String_t& nameSpace);
     /// Empties the set.
     void Reset();
 

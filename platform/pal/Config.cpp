@@ -95,6 +95,10 @@ bool ConfigGroup_t::HasConfig(const String_t& nameSpace) const {
     return impl->configs.find(nameSpace) != impl->configs.end();
 }
 
+void ConfigGroup_t::ClearConfig(const String_t& nameSpace) {
+    impl->configs.erase(nameSpace);
+}
+
 void ConfigGroup_t::Reset() {
     impl->configs.clear();
 }

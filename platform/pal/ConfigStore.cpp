@@ -89,16 +89,6 @@ private:
     std::map<String_t, std::shared_ptr<const Loaded>> entries;  // guarded by mutex
 };
 
-/// The group without a namespace: a group has no way to lose one.
-ConfigGroup_t Without(const ConfigGroup_t& group, const String_t& nameSpace) {
-    const ConfigGroup_t rest;
-    for (int i = 0; i < group.GetConfigCount(); ++i) {
-        const Configuration_t config = group.GetConfig(i);
-        if (config.GetNamespace() != nameSpace) SetAll(config, rest.GetConfig(config.GetNamespace()));
-    }
-    return rest;
-}
-
 void Make(const ConfigChange& change, ConfigGroup_t& group) {
     switch (change.kind) {
         case ConfigChange::Kind::Set:
@@ -108,7 +98,7 @@ void Make(const ConfigChange& change, ConfigGroup_t& group) {
             if (group.HasConfig(change.nameSpace)) group.GetConfig(change.nameSpace).ClearAttr(change.name);
             break;
         case ConfigChange::Kind::ClearNamespace:
-            group = Without(group, change.nameSpace);
+            group.ClearConfig(change.nameSpace);
             break;
     }
 }

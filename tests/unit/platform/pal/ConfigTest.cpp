@@ -126,6 +126,20 @@ TEST(ConfigGroup, ResetEmptiesEveryCopyAndLeavesWhatWasTaken) {
     EXPECT_EQ(group.GetConfig("a").GetAttrCount(), 0);
 }
 
+TEST(ConfigGroup, ANamespaceThatIsClearedIsGoneFromEveryCopyAndLeavesWhatWasTaken) {
+    ConfigGroup_t group;
+    const ConfigGroup_t copy = group;
+    const Configuration_t taken = group.GetConfig("b");
+    for (const char* name : {"a", "b", "c"}) group.GetConfig(name).SetAttrValue("k", "1");
+    group.ClearConfig("b");
+    group.ClearConfig("none");
+    EXPECT_EQ(copy.GetConfigCount(), 2);
+    EXPECT_FALSE(copy.HasConfig("b"));
+    EXPECT_EQ(copy.GetConfig(1).GetNamespace(), "c");
+    EXPECT_EQ(taken.GetValue("k"), "1");
+    EXPECT_EQ(group.GetConfig("b").GetAttrCount(), 0);
+}
+
 TEST(ChangedConfiguration, ADefaultOneHoldsNoChange) {
     EXPECT_FALSE(ChangedConfiguration_t().HasChanged("a"));
     EXPECT_EQ(ChangedConfiguration_t().GetCount(), 0);
