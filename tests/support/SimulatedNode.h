@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "ConfigGroupSoapArg.h"
 #include "Configure.h"
 #include "InstallOptions.h"
 #include "InstallOptionsSoapArg.h"
@@ -32,6 +33,8 @@ struct ReceivedRequest {
     LumPalArray::CharArray_t data;
     LumConf::InstallOptions installOptions;
     int installMethod = 0;
+    LumPalStr::String_t package;
+    LumPalConfig::ConfigGroup_t group;
 };
 
 /// What the node answers.
@@ -39,10 +42,11 @@ struct NodeAnswer {
     int value = 1;
     LumPalStr::String_t text = "words of the node";
     LumConf::PolicyContainer list;
+    LumPalConfig::ConfigGroup_t group;
 };
 
-/// Serves "install", "policyOp" and "list" where a policy server does, and is the target of the host "localhost" for
-/// whoever is made after it, in a root of its own. Requests may come on several threads.
+/// Serves "install", "policyOp", "list" and "configOp" where a policy server does, and is the target of the host
+/// "localhost" for whoever is made after it, in a root of its own. Requests may come on several threads.
 class SimulatedNode {
 public:
     using Call = LumVoxRpc::RpcServerCall;
@@ -52,6 +56,7 @@ public:
         server.Register("install", install);
         server.Register("policyOp", operate);
         server.Register("list", list);
+        server.Register("configOp", configure);
         messenger.Register(server, true, 1);
         Configure("vox.http.ext.conf", "TARGET_PORT", std::to_string(messenger.GetPort()).c_str());
     }
@@ -153,6 +158,22 @@ private:
         container.SetContainer(answer.list);
         Send(call, answer, "PolicySelectionRetValue", "PolicySelectionRetString", &container);
     }
+    void ServeConfiguration(Call& call) {
+        LumVoxSoap::SOAPArgInt mode("PolicyOperationMode", 0);
+        LumVoxSoap::SOAPArgUnicodeString package("ConfigPackageName", LumPalStr::String_t());
+        LumConfPar::ConfigGroupSoapArg group("ConfigGroupName");
+        LumVoxSoap::SOAPArg* const arguments[] = {&mode, &package, &group};
+        call.ReadRequest(std::size(arguments), arguments);
+        ReceivedRequest request;
+        request.method = "configOp";
+        request.mode = mode.GetValue();
+        request.package = package.GetValue();
+        request.group = group.GetGroup();
+        const NodeAnswer answer = Note(request);
+        LumConfPar::ConfigGroupSoapArg result("ConfigGroupName");
+        result.SetGroup(answer.group);
+        Send(call, answer, "ConfigReturnValue", "ConfigReturnString", &result);
+    }
 
     TempRoot root;
     mutable std::mutex mutex;  ///< guards the next two
@@ -161,6 +182,7 @@ private:
     MethodHandler install{[this](Call& call) { ServeInstall(call); }};
     MethodHandler operate{[this](Call& call) { ServeOperation(call); }};
     MethodHandler list{[this](Call& call) { ServeList(call); }};
+    MethodHandler configure{[this](Call& call) { ServeConfiguration(call); }};
     LumPalConfig::Configuration_t configuration = MakeConfiguration();
     LumVoxRpc::RpcServer server{configuration, LumVoxRpc::RpcServer::Options().SetBasePath("/voxrpcserver")};
     LumVoxMsg::Messenger messenger{

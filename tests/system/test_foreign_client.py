@@ -53,6 +53,19 @@ class Policies:
                                        PolicySelection=selection or ALL, PolicyOptions=SILENT)
         return answer.PolicySelectionRetValue
 
+    def configure(self, mode, rows=(), package=""):
+        """The value and what the answer's group holds, each child as (name, text)."""
+        answer = self.service.configOp(PolicyOperationMode=mode, ConfigPackageName=package,
+                                       ConfigGroupName={"_value_1": list(rows)})
+        rows = answer.ConfigGroupName._value_1 if answer.ConfigGroupName else []
+        children = []
+        for row in rows:  # what is not there is None, and so is a text that is empty
+            if row["ns"] is not None:
+                children.append(("ns", row["ns"]))
+            if row["attrname"] is not None:
+                children += [("attrname", row["attrname"]), ("attrvalue", row["attrvalue"] or "")]
+        return answer.ConfigReturnValue, children
+
     def list(self, selection=None):
         """The value and the policies by id."""
         answer = self.service.list(PolicySelection=selection or ALL)
@@ -124,6 +137,33 @@ class OverPlainHttp(unittest.TestCase):
                 self.assertTrue(seen(self.policies.one()), self.policies.one())
         self.assertEqual(self.policies.operate(99), NOT_AUTHORIZED)
 
+    def test_settings_are_set_read_and_cleared(self):
+        text = " Größe <&> [x] # \\ = \t\n 😀 "
+        self.assertEqual(self.policies.configure(18, [
+            {"ns": "a", "attrname": "X", "attrvalue": text}, {"attrname": "Y", "attrvalue": ""},
+            {"ns": "b", "attrname": "Z", "attrvalue": "3"}, {"ns": "c"}], "g"), (DONE, []))
+        self.assertEqual(self.read("g"), {"a": {"X": text, "Y": ""}, "b": {"Z": "3"}})
+        self.assertEqual(self.policies.configure(20, [{"ns": "a", "attrname": "X", "attrvalue": "DELETE"}], "g"),
+                         (DONE, []))
+        self.assertEqual(self.policies.configure(19, [{"ns": "b"}], "g"), (DONE, []))
+        self.assertEqual(self.read("g"), {"a": {"Y": ""}})
+        self.assertEqual(self.policies.configure(21, [{"ns": "a"}], "g"), (NOT_AUTHORIZED, []))
+        self.assertIn("vox.http.ext.conf", self.read())
+
+    def read(self, package=""):
+        """{namespace: {name: value}}"""
+        value, children = self.policies.configure(17, package=package)
+        self.assertEqual(value, DONE)
+        settings, current, attribute = {}, None, None
+        for name, text in children:
+            if name == "ns":
+                current = settings.setdefault(text, {})
+            elif name == "attrname":
+                attribute = text
+            else:
+                current[attribute] = text
+        return settings
+
     def test_a_package_of_two_is_one_call(self):
         arrays = policy_array("p", type_name="t") + policy_array("q", name="other", type_name="t")
         answer = self.policies.install((2).to_bytes(4, "big") + arrays, method=2)
@@ -158,6 +198,8 @@ class OverPlainHttp(unittest.TestCase):
         nobody = Policies(self.base)
         self.assertEqual(nobody.list(), (NOT_AUTHORIZED, {}))
         self.assertEqual(nobody.operate(4), NOT_AUTHORIZED)
+        for mode in (17, 18, 19, 20):
+            self.assertEqual(nobody.configure(mode, [{"ns": "vox.http.ext.conf"}]), (NOT_AUTHORIZED, []))
         self.assertEqual(nobody.install(policy_array("p")).PolicyInstallRetValue, NOT_AUTHORIZED)
         self.assertEqual(self.node.stored(), [])
 
@@ -171,7 +213,9 @@ class OverTls(unittest.TestCase):
         cls.addClassCleanup(cls.node.close)
         trust(cls.node, cls.authority)
         install_identity(cls.node, "node", cls.authority.issue("node"))
-        cls.node.write_rights({"operator": "install remove enable disable list", "reader": "list"})
+        cls.node.write_rights({"operator": "install remove enable disable list", "reader": "list",
+                               "settings reader": "configget", "settings writer": "configset",
+                               "everything else": "install remove enable disable list modify sign"})
         cls.node.start()
         cls.base = f"https://localhost:{cls.node.port}"
 
@@ -193,6 +237,14 @@ class OverTls(unittest.TestCase):
         self.assertEqual(operator.list(), (NO_POLICIES, {}))
         audit = "\n".join(self.node.audit())
         self.assertIn("operator", audit)
+
+    def test_reading_and_changing_settings_are_two_rights(self):
+        rows = [{"ns": "a", "attrname": "X", "attrvalue": "1"}]
+        for name, may in (("settings reader", {17}), ("settings writer", {18, 19, 20}), ("everything else", set())):
+            caller = self.policies(name)
+            for mode in (17, 18, 19, 20):
+                with self.subTest(name, mode=mode):
+                    self.assertEqual(caller.configure(mode, rows, "g")[0], DONE if mode in may else NOT_AUTHORIZED)
 
     def test_without_a_certificate_the_description_is_read_and_nothing_else(self):
         self.assertEqual(Policies(self.base, authority=self.authority).list(), (NOT_AUTHORIZED, {}))
@@ -243,7 +295,7 @@ class TheDescription(unittest.TestCase):
                              re.findall(r"`(\w+)`", methods))
 
     def test_the_arguments_are_those_of_the_page(self):
-        for method in ("install", "policyOp", "list", "inventory"):
+        for method in ("install", "policyOp", "list", "configOp", "inventory"):
             told = {row[0].strip("`"): KINDS.get(row[1], row[0].strip("`")) for row in rows_behind(f"### {method}\n")}
             self.assertEqual(self.parts(method), told)
 
@@ -251,6 +303,8 @@ class TheDescription(unittest.TestCase):
         for name, heading in (("PolicyInstallOptions", "`PolicyInstallOptions`, each of which"),
                               ("PolicySelection", "#### Selection")):
             self.assertEqual(self.children(name), [(row[0].strip("`"), KINDS[row[1]]) for row in rows_behind(heading)])
+        self.assertEqual([(row[0].strip("`"), "string") for row in rows_behind("The children of `ConfigGroupName`")],
+                         self.children("ConfigGroupName"))
         told = [name for row in rows_behind("The children of a `policyheader`") for name in re.findall(r"`(\w+)`", row[0])]
         self.assertEqual([name for name, _ in self.children("policyheader")], told)
 

@@ -44,7 +44,7 @@ class Examples(unittest.TestCase):
                 self.assertEqual(tree(answer), tree(expected), answer)
                 self.assertEqual(status, 500 if "Fault>" in expected else 200)
                 methods.add(re.search(r"<m:(\w+)", request).group(1))
-        self.assertLessEqual({"install", "policyOp", "list", "mgrconf", "checkpolicy", "inventory"}, methods)
+        self.assertLessEqual({"install", "policyOp", "list", "configOp", "mgrconf", "checkpolicy", "inventory"}, methods)
 
 
 class Refusals(unittest.TestCase):
@@ -142,7 +142,7 @@ class Tables(unittest.TestCase):
     def call(self, body):
         status, answer = post(self.node, self.PATH, self.CALL % body)
         self.assertEqual(status, 200, answer)
-        return int(re.search(r"RetValue[^>]*>(\d+)<", answer).group(1)), answer
+        return int(re.search(r"Ret(?:urn)?Value[^>]*>(\d+)<", answer).group(1)), answer
 
     def operate(self, mode, string="", kind=8, value="", notify="true"):
         return self.call(f"<policyOp><PolicyOperationMode>{mode}</PolicyOperationMode><PolicyString1>{string}"
@@ -176,6 +176,33 @@ class Tables(unittest.TestCase):
                 again = ["FIRST_POLICY", "CHECK_POLICY"] if mode == 4 else ["CHECK_POLICY"]
                 self.assertEqual([event.split(":")[0] for event in consumer.events()],
                                  ["FIRST_POLICY", "CHECK_POLICY", *words, *again])
+
+    def configure(self, mode, group="", package=""):
+        """Return value, and namespaces with their attributes in the order of the answer."""
+        value, answer = self.call(
+            f"<configOp><PolicyOperationMode>{mode}</PolicyOperationMode><ConfigPackageName>{package}"
+            f"</ConfigPackageName><ConfigGroupName>{group}</ConfigGroupName></configOp>")
+        group = re.search(r"<ConfigGroupName>(.*)</ConfigGroupName>", answer, re.S).group(1)
+        return value, re.findall(r"<(?:ns|attrname|attrvalue)>([^<]*)<", group)
+
+    def test_each_mode_of_settings_does_what_its_row_says(self):
+        modes = [int(row[0]) for row in table("| Mode | Operation | Of", self.page)]
+        self.assertEqual(modes, [17, 18, 19, 20])
+        folder = self.node.root / "etc/pal/config/g"
+        folder.mkdir(parents=True)
+        (folder / "policy_settings.ini").write_text("[b]\nX=policy\n")
+        attribute = "<attrname>%s</attrname><attrvalue>%s</attrvalue>"
+        given = f"<ns>a</ns>{attribute % ('X', 1)}{attribute % ('Y', 2)}<ns>b</ns>{attribute % ('X', 3)}"
+        self.assertEqual(self.configure(18, given, "g"), (1, []))
+        self.assertEqual(self.configure(17, "", "g"), (1, ["a", "X", "1", "Y", "2", "b", "X", "3"]))
+        self.assertEqual(self.configure(20, f"<ns>a</ns>{attribute % ('X', '')}", "g"), (1, []))
+        self.assertEqual(self.configure(17, "", "g"), (1, ["a", "Y", "2", "b", "X", "3"]))
+        self.assertEqual(self.configure(19, "<ns>b</ns>", "g"), (1, []))
+        self.assertEqual(self.configure(17, "", "g"), (1, ["a", "Y", "2", "b", "X", "policy"]))
+        for mode in (16, 21):
+            self.assertEqual(self.configure(mode, given, "g"), (8, []), mode)
+        self.assertEqual(self.configure(17, "", "../g"), (7, []))
+        self.assertEqual(self.configure(17, "<ns>a</ns><more/>", "g"), (8, []))
 
     def test_a_mode_without_a_row_is_refused(self):
         self.assertEqual(self.install(), 1)

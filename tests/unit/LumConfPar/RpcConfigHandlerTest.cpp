@@ -59,8 +59,7 @@ private:
 
 struct ModeRow {
     int mode;
-    const char* name;   ///< in the audit log
-    const char* right;  ///< that a sender needs
+    const char* name;  ///< in the audit log
     const char* done;
     const char* audited;
     const char* auditedFailure;
@@ -73,17 +72,16 @@ const char* const kStoredShown = "[test.a]X=1;Y=2;[test.b]X=3;";
 const std::initializer_list<Setting> kArgument = {{"test.a", "X", "4"}};
 
 const ModeRow kModes[] = {
-    {kGet, "config get", "configget", "Configuration get operation successful.",
+    {kGet, "config get", "Configuration get operation successful.",
      "INFO Success Audit: CONFIG: Configuration get operation completed successfully.",
      "WARNING Failure Audit: CONFIG: Configuration get operation failed.", kStoredShown},
-    {kSet, "config set", "configset", "Configuration set operation successful.",
+    {kSet, "config set", "Configuration set operation successful.",
      "INFO Success Audit: CONFIG: Configuration set operation completed successfully.",
      "WARNING Failure Audit: CONFIG: Configuration set operation failed.", "[test.a]X=4;Y=2;[test.b]X=3;"},
-    {kClearNamespace, "clear configuration namespace", "configset",
-     "Configuration clear namespace operation successful.",
+    {kClearNamespace, "clear configuration namespace", "Configuration clear namespace operation successful.",
      "INFO Success Audit: CONFIG: Configuration clear operation completed successfully.",
      "WARNING Failure Audit: CONFIG: Configuration get operation failed.", "[test.b]X=3;"},
-    {kClearAttribute, "clear config", "configset", "Configuration clear namespace attribute operation successful.",
+    {kClearAttribute, "clear config", "Configuration clear namespace attribute operation successful.",
      "INFO Success Audit: CONFIG: Configuration clear operation completed successfully.",
      "WARNING Failure Audit: CONFIG: Configuration get operation failed.", "[test.a]Y=2;[test.b]X=3;"},
 };

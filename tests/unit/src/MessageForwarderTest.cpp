@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "AnswerRows.h"
+#include "Groups.h"
 #include "PolicyHeader.h"
 #include "Raised.h"
 #include "SelectionImpl.h"
@@ -15,6 +16,7 @@ namespace LumConf {
 namespace {
 
 using LumPalArray::CharArray_t;
+using LumPalConfig::ConfigGroup_t;
 using LumPalMsg::IllegalArgumentError_t;
 using LumPalMsg::IllegalStateError_t;
 using LumPalNet::ConnectException_t;
@@ -39,6 +41,11 @@ struct Sender {
                          RequestKind kind = RequestKind::List) const {
         return forwarder.SendList("list", kind, host, targetId, Selection().SetPolicyName("Name"));
     }
+    ConfigGroup_t Configure(const String_t& host = "localhost", const ConfigGroup_t& group = ConfigGroup_t(),
+                            const String_t& package = "", const String_t& targetId = "",
+                            RequestKind kind = RequestKind::Configuration) const {
+        return forwarder.SendConfig("configOp", kind, ConfigMode::Set, host, targetId, package, group);
+    }
 };
 
 // What is refused before anything is sent.
@@ -59,6 +66,10 @@ const KindRow kKinds[] = {
      [](const Sender& sender, const String_t& host, RequestKind kind) { sender.Operate(host, Options(), "x", kind); }},
     {142, RequestKind::List, "State in message forwarder for list selection is not recognized.",
      [](const Sender& sender, const String_t& host, RequestKind kind) { sender.List(host, "", kind); }},
+    {144, RequestKind::Configuration, "State in message forwarder for send configuration request is not recognized.",
+     [](const Sender& sender, const String_t& host, RequestKind kind) {
+         sender.Configure(host, ConfigGroup_t(), "", "", kind);
+     }},
 };
 
 TEST(MessageForwarder, AnotherKindOfRequestIsRefusedFirst) {
@@ -83,7 +94,7 @@ TEST(MessageForwarder, TheRightKindOfRequestIsSent) {
     const SimulatedNode node;
     const Sender sender;
     for (const KindRow& row : kKinds) EXPECT_NO_THROW(row.send(sender, "localhost", row.right)) << row.text;
-    EXPECT_EQ(node.ReceivedCount(), 3u);
+    EXPECT_EQ(node.ReceivedCount(), 4u);
 }
 
 TEST(MessageForwarder, ABlankHostIsRefusedByEverySend) {
@@ -110,6 +121,10 @@ TEST(MessageForwarder, ATextThatXmlCannotCarryIsRefused) {
     const SimulatedNode node;
     const Sender sender;
     EXPECT_THROW(sender.Operate("localhost", Options(), String_t(u'\x0007')), IllegalArgumentError_t);
+    EXPECT_THROW(sender.Configure("localhost", ConfigGroup_t(), String_t(u'\x0007')), IllegalArgumentError_t);
+    const ConfigGroup_t group;
+    group.GetConfig("a").SetAttrValue("X", String_t(u'\xFFFF'));
+    EXPECT_THROW(sender.Configure("localhost", group), IllegalArgumentError_t);
     EXPECT_EQ(node.ReceivedCount(), 0u);
 }
 
@@ -162,6 +177,20 @@ TEST(MessageForwarder, AListBringsThePoliciesThatTheNodeSends) {
     EXPECT_EQ(Sender().List().GetCount(), 0);
 }
 
+TEST(MessageForwarder, ASettingsRequestArrivesWholeAndBringsTheGroupThatTheNodeSends) {
+    SimulatedNode node;
+    NodeAnswer answer;
+    answer.group = GroupOf({{"answered", "X", " 1 "}, {"bare"}});
+    node.Answer(answer);
+    const ConfigGroup_t group = Sender().Configure(" localhost\n", GroupOf({{"b", "Y", "<2>"}, {"a"}}), "group 1");
+    EXPECT_EQ(Shown(group), "[answered]X= 1 ;[bare]");
+    const ReceivedRequest request = node.Last();
+    EXPECT_EQ(request.method, "configOp");
+    EXPECT_EQ(request.mode, 18);
+    EXPECT_EQ(request.package, "group 1");
+    EXPECT_EQ(Shown(request.group), "[a][b]Y=<2>;");
+}
+
 // What the node's answers become.
 
 TEST(MessageForwarder, EveryReturnValueOfAnOperation) {
@@ -184,6 +213,17 @@ TEST(MessageForwarder, EveryReturnValueOfAList) {
     }
     node.Answer(1);
     EXPECT_NO_THROW(sender.List());
+}
+
+TEST(MessageForwarder, EveryReturnValueOfASettingsRequest) {
+    SimulatedNode node;
+    const Sender sender;
+    for (const AnswerRow& row : answers::configuration) {
+        node.Answer(row.value);
+        ExpectAnswerRow(row, "localhost", "", "words of the node", [&] { sender.Configure(); });
+    }
+    node.Answer(1);
+    EXPECT_NO_THROW(sender.Configure()) << "a forwarder goes on after failures";
 }
 
 TEST(MessageForwarder, EveryReturnValueOfAnInstallOfOnePolicy) {

@@ -2,6 +2,7 @@
 
 #include "AnswerRows.h"
 #include "Configure.h"
+#include "Groups.h"
 #include "InstallOptions.h"
 #include "LumVoxSoap.h"
 #include "MessageForwarder.h"
@@ -58,6 +59,10 @@ struct MessageForwarderWire : testing::Test {
     PolicyContainer List() {
         return forwarder->SendList("list", RequestKind::List, "localhost", "", Selection().SetPolicyId("P1"));
     }
+    LumPalConfig::ConfigGroup_t SendSettings(const LumPalConfig::ConfigGroup_t& group = LumPalConfig::ConfigGroup_t()) {
+        return forwarder->SendConfig("configOp", RequestKind::Configuration, ConfigMode::ClearAttribute, "localhost",
+                                     "", "rg&1", group);
+    }
     /// What the client sent inside the method element, with it.
     std::string Sent(std::size_t index = 0) {
         const std::string request = peer->Request(index);
@@ -99,6 +104,52 @@ TEST_F(MessageForwarderWire, AListIsTheSelectionAlone) {
     EXPECT_EQ(Sent(),
               "<m:list xmlns:m=\"urn:lum:conf\"><PolicySelection><selection>0</selection><name>p1</name>"
               "</PolicySelection></m:list>");
+}
+
+const char* const kConfigured = "<ConfigReturnValue>1</ConfigReturnValue><ConfigReturnString>done</ConfigReturnString>";
+
+TEST_F(MessageForwarderWire, ASettingsRequestIsThreeArgumentsInOrderWithTypesOnNumberAndText) {
+    Script({Good(kConfigured + std::string("<ConfigGroupName/>"))});
+    EXPECT_EQ(Shown(SendSettings(GroupOf({{"b", "Y", "a<b"}, {"b", "X", ""}, {"a"}}))), "");
+    EXPECT_TRUE(peer->Request(0).starts_with("POST /com.tessel.lum.conf.core/voxrpcserver HTTP/1.1\r\n"));
+    EXPECT_EQ(Sent(),
+              "<m:configOp xmlns:m=\"urn:lum:conf\"><PolicyOperationMode xsi:type=\"xsd:int\">20</PolicyOperationMode>"
+              "<ConfigPackageName xsi:type=\"xsd:string\">rg&amp;1</ConfigPackageName>"
+              "<ConfigGroupName><ns>a</ns><ns>b</ns><attrname>X</attrname><attrvalue></attrvalue>"
+              "<attrname>Y</attrname><attrvalue>a&lt;b</attrvalue></ConfigGroupName></m:configOp>");
+}
+
+TEST_F(MessageForwarderWire, AnEmptyGroupIsSentAsItIs) {
+    Script({Good(kConfigured)});
+    EXPECT_EQ(Shown(SendSettings()), "") << "and a success without a group is an empty one";
+    EXPECT_NE(Sent().find("<ConfigGroupName></ConfigGroupName>"), std::string::npos);
+}
+
+TEST_F(MessageForwarderWire, AGroupOfTheAnswerIsReadWhereverItStands) {
+    Script(
+        {Good("<ConfigGroupName xmlns='urn:x'><ns>a</ns><attrname>X</attrname><attrvalue>\r\n1&#13;</attrvalue>"
+              "</ConfigGroupName>" +
+              std::string(kConfigured))});
+    EXPECT_EQ(Shown(SendSettings()), "[a]X=\n1\r;");
+}
+
+TEST_F(MessageForwarderWire, ASettingsRequestThatFailsKeepsItsGroupToItself) {
+    const std::string group = "<ConfigGroupName><ns>a</ns></ConfigGroupName>";
+    Script({Good(group + "<ConfigReturnValue>8</ConfigReturnValue><ConfigReturnString>no</ConfigReturnString>"),
+            Good(group + "<ConfigReturnString>words</ConfigReturnString>"),
+            Good(group + "<ConfigReturnValue>7</ConfigReturnValue>")});
+    ExpectAnswerRow(answers::configuration[0], "localhost", "", "no", [&] { SendSettings(); });
+    ExpectAnswerRow(answers::configurationUndefined, "localhost", "", "words", [&] { SendSettings(); });
+    ExpectAnswerRow(answers::Other(answers::configurationUndefined, 7), "localhost", "", "", [&] { SendSettings(); });
+}
+
+TEST_F(MessageForwarderWire, AGroupThatCannotBeReadIsNoSuccess) {
+    for (const char* inside :
+         {"<more/>", "<ns>a</ns><attr/>", "<ns><ns/></ns>", "<attrname>X</attrname><attrvalue>1</attrvalue>",
+          "<ns>a</ns><attrname>X</attrname>", "<ns>a</ns><attrvalue>1</attrvalue>"}) {
+        Script({Good(kConfigured + std::string("<ConfigGroupName>") + inside + "</ConfigGroupName>")});
+        EXPECT_THROW(SendSettings(), SOAPFormatException) << inside;
+    }
 }
 
 TEST_F(MessageForwarderWire, TheFlagToCloseTheConnectionChangesNothing) {
