@@ -28,6 +28,10 @@ public:
     /// @param days  until its certificate ends
     explicit TestAuthority(const std::string& name, const std::string& kind = "EC:P-256", int days = 1)
         : key(NewKey(kind)), certificate(Make(Named(name), "", *key, "critical,CA:TRUE", days)) {}
+    /// Acts as an authority with what was issued to it, whether that allows it or not.
+    explicit TestAuthority(const TestIdentity& identity)
+        : key(PEM_read_bio_PrivateKey(Input(identity.key).get(), nullptr, nullptr, nullptr)),
+          certificate(PEM_read_bio_X509(Input(identity.certificate).get(), nullptr, nullptr, nullptr)) {}
     std::string Certificate() const {
         return Text([this](BIO* out) { PEM_write_bio_X509(out, certificate.get()); });
     }
@@ -72,6 +76,9 @@ private:
                 })};
     }
 
+    static std::unique_ptr<BIO, Free> Input(const std::string& text) {
+        return std::unique_ptr<BIO, Free>(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
+    }
     static Key NewKey() { return Key(EVP_EC_gen("P-256")); }
     static Key NewKey(const std::string& kind) {
         const std::size_t colon = kind.find(':');

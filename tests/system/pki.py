@@ -25,14 +25,14 @@ class Authority:
     def close(self):
         self.scratch.cleanup()
 
-    def issue(self, common_name, names="DNS:localhost,IP:127.0.0.1", file_name=None):
-        """Returns the paths of certificate and key."""
+    def issue(self, common_name, names="DNS:localhost,IP:127.0.0.1", file_name=None, subject=None):
+        """Returns the paths of certificate and key. subject: in the form of openssl, for one that holds other names."""
         base = self.folder / (file_name or common_name)
         certificate, key = pathlib.Path(f"{base}.pem"), pathlib.Path(f"{base}.key")
         request, extensions = f"{base}.csr", pathlib.Path(f"{base}.ext")
         extensions.write_text(f"basicConstraints=critical,CA:FALSE\nsubjectAltName={names}\n")
         openssl("req", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-utf8", "-subj",
-                f"/CN={common_name}", "-keyout", key, "-out", request)
+                subject or f"/CN={common_name}", "-keyout", key, "-out", request)
         openssl("x509", "-req", "-in", request, "-CA", self.certificate, "-CAkey", self.key, "-CAcreateserial",
                 "-days", "1", "-extfile", extensions, "-out", certificate)
         return certificate, key

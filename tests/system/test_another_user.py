@@ -227,8 +227,10 @@ class Secret(TestOfUsers):
             self.assertEqual(proven.value(), wire.NO_POLICIES)
             self.assertEqual(connection.exchange(wire.post(wire.list_call())).value(), wire.NOT_AUTHORIZED)
 
-    def test_it_reaches_no_log_no_answer_and_no_other_file(self):
+    def test_it_reaches_no_log_no_trace_no_answer_and_no_other_file(self):
         node = self.node
+        node.stop()
+        node.start(LUM_TRACE="*")
         secret = wire.secret_of(node)
         digits = secret.split()[1]
         node.policy("install", EXAMPLE)
@@ -239,9 +241,13 @@ class Secret(TestOfUsers):
                                       (wire.call("nothing"), wire.PATH), (wire.list_call(), "/nothing"))]
         answers.append(wire.exchange(node, wire.post(b"", fields=["X: " + "y" * 70000], secret=secret)).body)
         self.secret_file().rename(self.secret_file().with_name("aside"))
-        failure = node.policy("list")
+        failure = node.policy("list", environment=node.environment(LUM_TRACE="*"))
         self.secret_file().with_name("aside").rename(self.secret_file())
-        texts = {"the daemon's errors": node.log, "the tool": failure.out + failure.err}
+        self.assertEqual(failure.code, REFUSED)
+        traced = node.policy("list", "--all", environment=node.environment(LUM_TRACE="*"))
+        self.assertIn("conf.message", traced.err)
+        self.assertIn("conf.policy", node.log)
+        texts = {"the daemon's errors": node.log, "a tool": failure.out + failure.err, "another": traced.out + traced.err}
         texts.update((str(path), path.read_text(errors="replace")) for path in node.root.rglob("*")
                      if path.is_file() and path != self.secret_file())
         texts.update((f"answer {i}", body.decode(errors="replace")) for i, body in enumerate(answers))

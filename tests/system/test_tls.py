@@ -5,6 +5,7 @@ import os
 import signal
 import socket
 import ssl
+import threading
 import unittest
 
 import pki
@@ -130,6 +131,15 @@ class Strangers(TlsTest):
                 answer = self.ask(node, issued=issued)
                 self.assertEqual(answer.value(), wire.NOT_AUTHORIZED, answer)
 
+    def test_a_subject_without_exactly_one_plain_name_opens_nothing_and_is_logged(self):
+        for i, subject in enumerate(("/O=operator", "/CN=operator/CN=operator", "/CN=node-1/CN=operator",
+                                     "/CN=oper\nator", "/CN=operator\x7f")):
+            with self.subTest(subject=subject):
+                node = self.serving(operator="all")
+                issued = self.authority.issue("", "DNS:x", file_name=f"subject{i}", subject=subject)
+                self.assertEqual(self.ask(node, issued=issued).value(), wire.NOT_AUTHORIZED)
+                self.assertIn("A client certificate names no sender", node.log)
+
     def test_the_local_secret_is_no_proof_over_tls(self):
         node = self.serving(operator="all")
         self.assertFalse((node.root / "etc/local.secret").exists())
@@ -238,6 +248,42 @@ class Reload(TlsTest):
                 node.write_rights({"somebody": "list"})
                 self.reload(node, how)
                 wait_until(lambda: not self.granted(node), "the right is taken back")
+
+    def test_a_word_that_is_no_right_is_told_at_the_reload_and_the_others_count(self):
+        node = self.serving(somebody="list")
+        node.write_rights({"operator": "fly list"})
+        self.reload(node, "mgrconf")
+        self.assertTrue(self.granted(node))
+        self.assertIn("'fly' is no right: ignored for sender 'operator'", node.log)
+
+    def test_eight_clients_call_on_while_rights_are_reloaded_good_and_broken(self):
+        node = self.serving(operator="list")
+        context = pki.client_context(self.authority, self.operator)
+        stop, answers = threading.Event(), [[] for _ in range(8)]
+
+        def call(seen):
+            with wire.Connection(node.port, context) as connection:
+                while not stop.is_set():
+                    seen.append(connection.exchange(wire.post(wire.list_call())).value())
+
+        callers = [threading.Thread(target=call, args=(seen,)) for seen in answers]
+        for caller in callers:
+            caller.start()
+        try:
+            for i in range(30):
+                if i % 3 == 2:
+                    (node.root / "etc/authorization.ini").write_text("[conf\nnonsense\n")
+                else:
+                    node.write_rights({"operator": "list install"[:4 + 8 * (i % 3)], f"other{i}": "all"})
+                self.reload(node, "mgrconf")
+            before = [len(seen) for seen in answers]
+            wait_until(lambda: all(len(seen) > count for seen, count in zip(answers, before)), "each goes on")
+        finally:
+            stop.set()
+            for caller in callers:
+                caller.join()
+        self.assertEqual({value for seen in answers for value in seen}, {wire.NO_POLICIES})
+        self.assertIn("the last good ones stay", node.log)
 
     def test_a_broken_file_of_rights_keeps_the_last_good_ones_and_is_told(self):
         node = self.serving(operator="list")

@@ -3,12 +3,13 @@
 import os
 import ssl
 import subprocess
+import threading
 import unittest
 
 import pki
 import wire
 from node import (DONE, FAILED, NOT_FOUND, NOTHING_TO_DO, PATIENCE_S, REFUSED, TOOLS, WRONG_USAGE, Node,
-                  write_policy)
+                  wait_until, write_policy)
 
 AUTHORITY = "demonstration-authority"
 
@@ -169,6 +170,36 @@ class Files(TrustTest):
         self.keystore("trusted/broken.pem").write_text("nothing")
         self.trust("list", code=FAILED, words=["broken", "(cannot be read)", "node-1"])
 
+    def test_a_request_for_names_that_are_no_hosts_is_not_issued(self):
+        folder = self.authority()
+        request, key, issued = (self.node.folder / name for name in ("request", "key", "issued"))
+        for names in ("DNS:*.lan", "DNS:a b", "URI:https://node/", "DNS:node,email:root@node"):
+            with self.subTest(names=names):
+                pki.openssl("req", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-subj", "/CN=node-1",
+                            "-addext", f"subjectAltName={names}", "-keyout", key, "-out", request)
+                self.trust("issue", folder, request, "-o", issued, code=FAILED, words=["neither a host name nor"])
+                self.assertFalse(issued.exists())
+
+    def test_an_installation_that_broke_off_is_used_and_finished(self):
+        self.equip()
+        certificate = self.issue("node-1")
+        self.keystore("own/node-1.pem").write_bytes(certificate.read_bytes())  # as far as it got
+        self.assertEqual(self.node.tool("lumconfd", "--check-config").code, DONE)
+        self.node.start()
+        self.assertEqual(self.node.list(), [])
+        self.trust("install", certificate)
+        self.assertEqual(self.files(), ["own/node-1.key", "own/node-1.pem", f"trusted/{AUTHORITY}.pem"])
+        self.assertEqual(self.node.list(), [])
+
+    def test_a_certificate_whose_issuers_entry_is_broken_or_of_another_kind_is_installed_with_a_note(self):
+        certificate = self.issue("node-1")
+        pki.openssl("req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", f"/CN={AUTHORITY}", "-keyout",
+                    self.node.folder / "key", "-out", self.node.folder / "rsa.pem")
+        self.trust("trust", self.node.folder / "rsa.pem")
+        self.trust("install", certificate, words=["its issuer is not trusted here"])
+        self.keystore(f"trusted/{AUTHORITY}.pem").write_text("broken")
+        self.trust("install", certificate, words=["its issuer is not trusted here"])
+
     def test_rights_are_granted_and_taken_and_the_rest_of_the_file_stays(self):
         path = self.node.root / "etc/authorization.ini"
         path.parent.mkdir(parents=True, exist_ok=True)
@@ -225,6 +256,13 @@ class Serving(TrustTest):
         self.assertEqual(client.policy("install", "--no-notify", policy).code, REFUSED)
         self.assertEqual(client.policy("list").code, DONE)
 
+    def context_of(self, client, core_id):
+        """What a client of another make, with this client's certificate, would use."""
+        own = client.root / "etc/keystore/own"
+        context = ssl.create_default_context(cafile=str(self.keystore(f"trusted/{AUTHORITY}.pem")))
+        context.load_cert_chain(own / f"{core_id}.pem", own / f"{core_id}.key")
+        return context
+
     def serial(self, context):
         with wire.socket.create_connection(("127.0.0.1", self.node.port)) as plain:
             with context.wrap_socket(plain, server_hostname="localhost") as secure:
@@ -241,6 +279,94 @@ class Serving(TrustTest):
             self.assertEqual(kept.exchange(wire.post(wire.call("mgrconf"))).status, 200)
         self.assertNotEqual(self.serial(context), first)
         self.assertEqual(self.node.list(), [])
+
+    def test_no_request_fails_while_certificates_are_renewed_and_rights_are_changed(self):
+        self.equip()
+        self.node.start()
+        self.trust("grant", "operator", "list")
+        client = self.client()
+        context = self.context_of(client, "operator")
+        stop, failures, calls = threading.Event(), [], {"kept": 0, "new": 0, "tool": 0, "operator": 0}
+
+        def repeat(name, call):
+            try:
+                while not stop.is_set():
+                    call()
+                    calls[name] += 1
+            except BaseException as e:
+                failures.append(f"{name}: {e!r}")
+
+        def new_connection():
+            answer = wire.exchange(self.node, wire.post(wire.list_call()), context)
+            self.assertEqual(answer.value(), wire.NO_POLICIES)
+
+        def tool(node):
+            result = node.policy("list")
+            self.assertEqual(result.code, NOT_FOUND, result)
+
+        with wire.Connection(self.node.port, context) as kept:
+            def kept_connection():
+                self.assertEqual(kept.exchange(wire.post(wire.list_call())).value(), wire.NO_POLICIES)
+
+            callers = [threading.Thread(target=repeat, args=work) for work in
+                       (("kept", kept_connection), ("new", new_connection), ("tool", lambda: tool(self.node)),
+                        ("operator", lambda: tool(client)))]
+            for caller in callers:
+                caller.start()
+            try:
+                for i in range(6):
+                    self.trust("install", self.issue("node-1"), words=["The running daemon has taken it up."])
+                    self.trust("install", self.issue("operator", client), node=client)
+                    self.trust("grant", f"other{i}", "install", "list")
+                    self.trust("revoke", f"other{i}")
+                before = dict(calls)
+                wait_until(lambda: failures or all(calls[name] > before[name] for name in calls), "each goes on")
+            finally:
+                stop.set()
+                for caller in callers:
+                    caller.join()
+        self.assertEqual(failures, [])
+        self.assertNotIn("ERROR", self.node.log)
+
+    def test_a_request_that_is_under_way_is_answered_although_everything_changes(self):
+        self.equip()
+        self.node.start()
+        self.trust("grant", "operator", "list")
+        client = self.client()
+        request = wire.post(wire.list_call())
+        with wire.Connection(self.node.port, self.context_of(client, "operator")) as connection:
+            connection.send(request[:-10])
+            self.trust("install", self.issue("node-1"))
+            self.trust("untrust", AUTHORITY)
+            connection.send(request[-10:])
+            self.assertEqual(connection.answer().value(), wire.NO_POLICIES)
+
+    def test_changes_of_rights_at_once_lose_none(self):
+        for serving in (False, True):
+            if serving:
+                self.node.start()
+            senders = [f"sender-{serving}-{i}" for i in range(12)]
+            tools = [subprocess.Popen([TOOLS / "lumtrust", "grant", sender, "list"], env=self.node.environment(),
+                                      stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True) for sender in senders]
+            said = [tool.communicate()[0] for tool in tools]
+            self.assertEqual([tool.returncode for tool in tools], [DONE] * len(tools), said)
+            held = {row["sender"] for row in self.trust("rights", "--json").json()["rights"]}
+            self.assertLessEqual(set(senders), held)
+        self.assertEqual((self.node.root / "etc/lumtrust.lock").stat().st_mode & 0o777, 0o600)
+
+    def test_the_log_says_once_that_a_certificate_ends_soon_and_anew_of_a_renewed_one(self):
+        self.equip()
+        self.node.start()
+        own, trusted = "WARNING The node's certificate of 'node-1'", f"WARNING The trusted certificate of '{AUTHORITY}'"
+        wait_until(lambda: own in self.node.log and trusted in self.node.log, "it is said at the start")
+        self.assertIn("in less than 7 day(s)", self.node.log)
+        self.assertIn("in less than 30 day(s)", self.node.log)
+        self.trust("grant", "operator", "list")
+        self.trust("install", self.issue("node-1"))
+        wait_until(lambda: self.node.log.count(own) == 2, "the renewed one is another one")
+        self.trust("grant", "somebody", "list")
+        self.assertEqual(self.node.stop(), 0)
+        self.assertEqual((self.node.log.count(own), self.node.log.count(trusted)), (2, 1))
 
     def test_a_node_without_a_certificate_gets_one_while_it_serves(self):
         self.node.start()
