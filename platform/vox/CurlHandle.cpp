@@ -2,7 +2,9 @@
 
 #include <curl/curl.h>
 #include <openssl/ssl.h>
+#include <openssl/x509v3.h>
 
+#include <memory>
 #include <new>
 #include <type_traits>
 
@@ -72,6 +74,19 @@ void AddHeaders(List& headers, const HttpTarget& target) {
 CURLcode SetContext(CURL*, void* context, void* handle) {
     SSL_CTX_set_cert_verify_callback(static_cast<SSL_CTX*>(context), &HttpClient::Handle::VerifyPeer, handle);
     return CURLE_OK;
+}
+
+/// Whether it lists names of hosts, which the library then holds against the address. Without a list it would take the
+/// common name for one, but that is the id of a sender.
+bool NamesHosts(const X509* certificate) {
+    const std::unique_ptr<GENERAL_NAMES, decltype(&GENERAL_NAMES_free)> names(
+        static_cast<GENERAL_NAMES*>(X509_get_ext_d2i(certificate, NID_subject_alt_name, nullptr, nullptr)),
+        GENERAL_NAMES_free);
+    for (int i = 0; names && i < sk_GENERAL_NAME_num(names.get()); ++i) {
+        const int kind = sk_GENERAL_NAME_value(names.get(), i)->type;
+        if (kind == GEN_DNS || kind == GEN_IPADD) return true;
+    }
+    return false;
 }
 
 const char* Opening(bool connected) {
@@ -168,6 +183,11 @@ int HttpClient::Handle::VerifyPeer(x509_store_ctx_st* context, void* self) {
     if (X509_verify_cert(context) != 1) {
         handle.refusal = "the certificate of the host was refused: ";
         handle.refusal += X509_verify_cert_error_string(X509_STORE_CTX_get_error(context));
+        return 0;
+    }
+    if (!NamesHosts(X509_STORE_CTX_get0_cert(context))) {
+        handle.refusal = "the certificate of the host was refused: it names no host";
+        X509_STORE_CTX_set_error(context, X509_V_ERR_APPLICATION_VERIFICATION);
         return 0;
     }
     if (handle.targetId.empty()) return 1;

@@ -132,6 +132,18 @@ TEST_F(RpcTlsTest, ANodeWhoseCertificateNamesAnotherHostIsRefused) {
     EXPECT_TRUE(Has(FailureOf("127.0.0.1"), "the certificate of the host was refused"));
 }
 
+TEST_F(RpcTlsTest, ACommonNameIsNoNameOfAHost) {
+    Serve(authority.Issue("localhost", ""));
+    InstallTrust("authority", authority.Certificate());
+    EXPECT_TRUE(Has(FailureOf(), "the certificate of the host was refused: it names no host")) << FailureOf();
+}
+
+TEST_F(RpcTlsTest, ACommonNameIsNoNameOfAHostBesideNamesOfOtherKinds) {
+    Serve(authority.Issue("localhost", "email:localhost@localhost,URI:https://localhost/"));
+    InstallTrust("authority", authority.Certificate());
+    EXPECT_TRUE(Has(FailureOf(), "the certificate of the host was refused: it names no host")) << FailureOf();
+}
+
 TEST_F(RpcTlsTest, ATargetIdIsHeldAgainstThePeersCertificate) {
     Serve(authority.Issue("node-1", kNames));
     InstallTrust("authority", authority.Certificate());
