@@ -122,6 +122,23 @@ class Strangers(TlsTest):
         self.assertEqual(result.code, UNREACHABLE, result)
         self.assertIn("certificate", result.err.lower())
 
+    def test_a_node_whose_certificate_does_not_name_the_host_is_not_asked(self):
+        for i, names in enumerate(("DNS:elsewhere", "IP:127.0.0.2", "email:localhost@localhost", "DNS:localhost.lan")):
+            node = Node(start=False)
+            self.addCleanup(node.close)
+            pki.trust(node, self.authority)
+            # Its common name is the host's, which is no name of a host.
+            pki.install_identity(node, "localhost", self.authority.issue("localhost", names, file_name=f"elsewhere{i}"))
+            node.write_rights({"operator": "all"})
+            node.start()
+            client = self.client(node, self.operator)
+            for host in (f"localhost:{node.port}", f"127.0.0.1:{node.port}"):
+                with self.subTest(names=names, host=host):
+                    result = client.policy("remove", "--all", "--host", host)
+                    self.assertEqual(result.code, UNREACHABLE, result)
+                    self.assertIn("certificate of the host was refused", result.err)
+            self.assertEqual(node.audit(), [])
+
     def test_names_with_a_meaning_inside_open_nothing(self):
         node = self.serving(operator="all")
         reserved = ("local administrator", "conf.cluster", "Local Administrator", " local administrator")
