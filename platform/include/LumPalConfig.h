@@ -86,6 +86,9 @@ private:
     std::shared_ptr<Impl> impl;
 };
 
+/// The two sources of a database; local settings stand over policy settings.
+enum class ConfigSource { Policy, Local };
+
 class LUMPAL_API ConfigBase_t {
 public:
     /// A whole database: a null or empty name is the default one, else that of the package. The group is the
@@ -93,6 +96,8 @@ public:
     /// @throws LumPalMsg::IllegalArgumentError_t for a package that is no plain file name;
     ///         LumPalCfgFile::SyntaxException_t, LumPalIo::IOException_t
     static ConfigGroup_t Open(const LumPalStr::String_t& name);
+    /// What one source of the database says. Otherwise as above.
+    static ConfigGroup_t Open(const LumPalStr::String_t& name, ConfigSource source);
 };
 
 /// A batch of changes to the local settings of a database. Each call only remembers; Apply does all or nothing.

@@ -126,6 +126,13 @@ std::shared_ptr<const ConfigGroup_t> LoadDatabase(const String_t& folder) {
     return loaded->group;
 }
 
+ConfigGroup_t LoadSource(const String_t& folder, ConfigSource source) {
+    const String_t path = folder + (source == ConfigSource::Local ? LocalFile : PolicyFile);
+    ConfigGroup_t group;
+    Parse(ReadSnapshot(path), path, group);
+    return group;
+}
+
 Configuration_t CopyOfNamespace(const ConfigGroup_t& group, const String_t& nameSpace) {
     return group.HasConfig(nameSpace) ? CopyOf(group.GetConfig(nameSpace)) : Configuration_t(nameSpace);
 }

@@ -25,6 +25,9 @@ LumPalStr::String_t DatabaseFolder(const LumPalStr::String_t& package);
 /// @throws LumPalCfgFile::SyntaxException_t, LumPalIo::IOException_t
 std::shared_ptr<const ConfigGroup_t> LoadDatabase(const LumPalStr::String_t& folder);
 
+/// What one of its sources says; read anew, the caller's own. Throws as above.
+ConfigGroup_t LoadSource(const LumPalStr::String_t& folder, ConfigSource source);
+
 /// The namespace in the group, or an empty one; the caller's own copy.
 Configuration_t CopyOfNamespace(const ConfigGroup_t& group, const LumPalStr::String_t& nameSpace);
 

@@ -41,6 +41,10 @@ ConfigGroup_t ConfigBase_t::Open(const String_t& name) {
     return group;
 }
 
+ConfigGroup_t ConfigBase_t::Open(const String_t& name, ConfigSource source) {
+    return LoadSource(DatabaseFolder(name), source);
+}
+
 struct ConfigUpdate_t::Impl {
     String_t folder;
     bool hasLocal = false;

@@ -21,6 +21,7 @@ using LumPalCfgFile::SyntaxException_t;
 using LumPalConfig::ConfigBase_t;
 using LumPalConfig::ConfigGroup_t;
 using LumPalConfig::ConfigNamespace_t;
+using LumPalConfig::ConfigSource;
 using LumPalConfig::ConfigUpdate_t;
 using LumPalConfig::Configuration_t;
 using LumPalMsg::IllegalArgumentError_t;
@@ -77,6 +78,22 @@ TEST_F(ConfigStore, LocalSettingsStandOverPolicySettings) {
     const ConfigGroup_t group = ConfigBase_t::Open(String_t::Null());
     ASSERT_EQ(group.GetConfigCount(), 3);
     EXPECT_EQ(group.GetConfig("a").GetAttrCount(), 3);
+}
+
+TEST_F(ConfigStore, EachSourceIsReadByItself) {
+    Put(Policy(), "[a]\nboth=policy\npolicy=1\n");
+    Put(Local(), "[a]\nboth=local\n");
+    const ConfigGroup_t policy = ConfigBase_t::Open("", ConfigSource::Policy);
+    EXPECT_EQ(policy.GetConfig("a").GetValue("both"), "policy");
+    EXPECT_EQ(policy.GetConfig("a").GetAttrCount(), 2);
+    const ConfigGroup_t local = ConfigBase_t::Open(String_t::Null(), ConfigSource::Local);
+    EXPECT_EQ(local.GetConfig("a").GetValue("both"), "local");
+    EXPECT_EQ(local.GetConfig("a").GetAttrCount(), 1);
+    EXPECT_EQ(ConfigBase_t::Open("package", ConfigSource::Local).GetConfigCount(), 0);
+    EXPECT_THROW(ConfigBase_t::Open("..", ConfigSource::Local), LumPalMsg::IllegalArgumentError_t);
+    Put(Policy(), "[a]\nbroken\n");
+    EXPECT_THROW(ConfigBase_t::Open("", ConfigSource::Policy), SyntaxException_t);
+    EXPECT_EQ(ConfigBase_t::Open("", ConfigSource::Local).GetConfigCount(), 1) << "the broken source alone fails";
 }
 
 TEST_F(ConfigStore, WhatIsOpenedBelongsToTheCaller) {
