@@ -63,6 +63,8 @@ class Words(unittest.TestCase):
                 self.assertEqual(set(offered(f"lumpolicy {command} -")), options_in(help_of("lumpolicy", command)))
 
     def test_the_options_of_the_other_programs_are_offered(self):
+        for command in ("get", "set", "clear", "explain", "diff"):
+            self.assertEqual(set(offered(f"lumsettings {command} -")), options_in(help_of("lumsettings", command)))
         for tool in ("lumevents", "lumconfd"):
             self.assertEqual(set(offered(f"{tool} -")), options_in(help_of(tool)))
 
@@ -140,6 +142,38 @@ class Ids(unittest.TestCase):
 
     def test_without_a_node_nothing_is_offered_and_nothing_said(self):
         self.assertEqual(offered("lumpolicy remove --id "), [])
+
+
+class Settings(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.node = Node({"n.s": {"b c": "1", "key": "[x]"}, "n.t": {"other": "2"}})
+        cls.addClassCleanup(cls.node.close)
+
+    def test_the_namespaces_of_the_node_are_offered(self):
+        for command in ("get", "set", "clear", "explain"):
+            self.assertEqual(offered(f"lumsettings {command} n", self.node), ["n.s", "n.t"])
+        self.assertEqual(offered("lumsettings get --resource-group x --json n.t", self.node), ["n.t"])
+        self.assertEqual(sorted(offered("lumsettings get ", self.node)),
+                         ["conf.server", "n.s", "n.t", "vox.http.ext.conf"])
+
+    def test_the_names_in_a_namespace_are_offered(self):
+        self.assertEqual(offered("lumsettings get n.s ", self.node), ["b\\ c", "key"])
+        self.assertEqual(offered("lumsettings clear --dry-run n.s k", self.node), ["key"])
+        self.assertEqual(offered("lumsettings set n.s ke", self.node), ["key="])
+        self.assertEqual(offered("lumsettings set n.s key=1 b", self.node), ["b\\ c="])
+        self.assertEqual(offered("lumsettings get n.s key ", self.node), [])
+        self.assertEqual(offered("lumsettings get zzz ", self.node), [])
+
+    def test_the_ids_of_settings_policies_are_offered_where_one_is_meant(self):
+        for policy_id, type_name in (("s-1", "configsettings"), ("s-2", "backup")):
+            path = write_policy(self.node.folder / "source", policy_id, name=policy_id, type_name=type_name)
+            self.assertEqual(self.node.policy("install", "--no-notify", path).code, 0)
+        self.assertEqual(offered("lumsettings diff --disable s", self.node), ["s-1"])
+        self.assertEqual(offered("lumsettings diff --remove=", self.node), ["s-1"])
+
+    def test_without_a_node_nothing_is_offered_and_nothing_said(self):
+        self.assertEqual(offered("lumsettings get "), [])
 
 
 class TheShellItself(unittest.TestCase):

@@ -227,6 +227,13 @@ class Output(ToolTest):
         self.assertTrue(result.err.startswith("usage: lumpolicy"))
         self.assertLess(len(result.err.splitlines()), 25)
 
+    def test_settings_that_cannot_be_read_are_a_failure_only_of_what_needs_them(self):
+        (self.node.config / "local_settings.ini").write_text("nonsense\n")
+        for command in (("list",), ("remove", "--all"), ("notify",), ("install", self.policy_file("a"))):
+            self.assert_code(self.node.policy(*command), FAILED, "Line 1 of", "local_settings.ini")
+        self.assert_code(self.node.policy("--help"), DONE)
+        self.assert_code(self.node.policy("validate", self.policy_file("a")), DONE)
+
     def test_a_reader_that_goes_early_does_no_harm(self):
         for i in range(20):
             self.install(f"p{i}", description="x" * 3000)

@@ -149,7 +149,7 @@ void HostCommand::Print(const std::string& host, const Answer& answer) const {
         std::cout << OneLine(ToJson(host, answer)) << std::endl;
         return;
     }
-    const bool many = hosts.size() > 1;
+    const bool many = AsksMany();
     if (!quiet) {
         if (many && answer.isBlock && !answer.text.empty()) std::cout << host << ":\n";
         std::cout << (many && answer.isBlock ? Indented(answer.text) : answer.text) << std::flush;

@@ -56,6 +56,7 @@ protected:
     virtual bool ChangesNodes() const { return false; }
     /// Asks one node. Called on several threads at once. Must not throw.
     virtual Answer Ask(const std::string& host) const = 0;
+    bool AsksMany() const { return hosts.size() > 1; }
 
 private:
     void PrintUnsent(const Outcome& outcome) const;

@@ -46,9 +46,7 @@ bool IsListMissing(const LumConf::PolicyNotFoundError& e) {
 }
 
 Outcome From(ExitCode code, const LumPalMsg::Exception_t& e) {
-    Outcome outcome{code, {}};
-    Collect(e.GetMessageList(), 0, outcome.messages);
-    return outcome;
+    return {code, LinesOf(e.GetMessageList())};
 }
 
 constexpr int kIndent = 10;  // behind the longest label
@@ -62,6 +60,19 @@ int Width() {
 LumConf::Utils::MsgType LabelFor(ExitCode code) {
     if (code == kNothingToDo) return LumConf::Utils::Note;
     return code == kUntold ? LumConf::Utils::Warning : LumConf::Utils::Error;
+}
+
+void Print(std::ostream& out, const std::string& text, int indent, LumConf::Utils::MsgType label) {
+    out << LumConf::Utils::FormatStdOutput(Text(Printable(text)), indent, Width(), label).ToUtf8() << "\n";
+}
+
+void PrintOuter(std::ostream& out, const std::string& text, LumConf::Utils::MsgType label) {
+    Print(out, text, kIndent, label);
+}
+
+/// It stands below what it belongs to: two columns to the right of it.
+void PrintDetail(std::ostream& out, const MessageLine& line) {
+    Print(out, line.text, kIndent + 2 * std::max(line.level, 1), LumConf::Utils::Bullet);
 }
 
 }  // namespace
@@ -124,17 +135,26 @@ Outcome Attempt(const std::function<void()>& request) {
     }
 }
 
+std::vector<MessageLine> LinesOf(const MessageList_t& messages) {
+    std::vector<MessageLine> lines;
+    Collect(messages, 0, lines);
+    return lines;
+}
+
 void PrintFailure(std::ostream& out, const std::string& where, const Outcome& outcome) {
     for (std::size_t i = 0; i < outcome.messages.size(); ++i) {
         const MessageLine& line = outcome.messages[i];
-        const bool outer = i == 0;
-        // A detail stands below what it belongs to: two columns to the right of it.
-        const int indent = kIndent + (outer ? 0 : 2 * std::max(line.level, 1));
-        const std::string text = Printable((outer && !where.empty() ? where + ": " : "") + line.text);
-        out << LumConf::Utils::FormatStdOutput(Text(text), indent, Width(),
-                                               outer ? LabelFor(outcome.code) : LumConf::Utils::Bullet)
-                   .ToUtf8()
-            << "\n";
+        if (i == 0) {
+            PrintOuter(out, (where.empty() ? "" : where + ": ") + line.text, LabelFor(outcome.code));
+        } else {
+            PrintDetail(out, line);
+        }
+    }
+}
+
+void PrintWarnings(std::ostream& out, const MessageList_t& messages) {
+    for (const MessageLine& line : LinesOf(messages)) {
+        line.level == 0 ? PrintOuter(out, line.text, LumConf::Utils::Warning) : PrintDetail(out, line);
     }
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ExitCode.h"
+#include "LumPalMsg.h"
 
 namespace lumtools {
 
@@ -28,9 +29,14 @@ struct Outcome {
 /// Runs a request; what it raises becomes the outcome.
 Outcome Attempt(const std::function<void()>& request);
 
+/// Each message of the list with its details below it.
+std::vector<MessageLine> LinesOf(const LumPalMsg::MessageList_t& messages);
+
 /// The outer message behind its label, each detail as an item below it, all wrapped at the width of the terminal that
 /// standard error goes to.
 /// @param where  stands before the outer message; may be empty
 void PrintFailure(std::ostream& out, const std::string& where, const Outcome& outcome);
+/// In the same form: each outer message is a warning.
+void PrintWarnings(std::ostream& out, const LumPalMsg::MessageList_t& messages);
 
 }  // namespace lumtools

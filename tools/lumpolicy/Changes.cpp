@@ -3,6 +3,7 @@
 
 #include "PolicyForwarder.h"
 #include "common/Arguments.h"
+#include "common/Lazy.h"
 #include "common/SelectionOptions.h"
 #include "common/Table.h"
 #include "lumpolicy/Command.h"
@@ -186,7 +187,7 @@ private:
             if (dryRun) {
                 Foresee(host, answer);
             } else {
-                row.send(forwarder, Text(host), request);
+                row.send(*forwarder, Text(host), request);
                 answer.text = row.done + host + "\n";
             }
         });
@@ -200,7 +201,7 @@ private:
         answer.isBlock = true;
         answer.fields["dry_run"] = true;
         answer.fields["changes"] = ordered_json::array();
-        const auto policies = ListSome(forwarder, host, request.selection, targetId);
+        const auto policies = ListSome(*forwarder, host, request.selection, targetId);
         for (int i = 0; i < policies.GetCount(); ++i) {
             const PolicyHeader header = policies.GetPolicyHeader(i);
             const std::string change = row.change(header, request.argument);
@@ -218,7 +219,7 @@ private:
     std::string words, targetId;
     bool noNotify = false, dryRun = false;
     Request request;
-    PolicyForwarder forwarder;
+    lumtools::Lazy<PolicyForwarder> forwarder;
 };
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "PolicyPackage.h"
 #include "Selection.h"
 #include "common/Arguments.h"
+#include "common/Lazy.h"
 #include "common/Table.h"
 #include "lumpolicy/Command.h"
 #include "lumpolicy/PolicyText.h"
@@ -134,7 +135,7 @@ private:
 
     void Take(const LumPalIo::File_t& file) {
         if (dryRun) headers.push_back(PolicyHeader::Read(file));
-        if (isPackage) package.AddPolicy(file);
+        if (isPackage) (*package).AddPolicy(file);
     }
 
     bool ChangesNodes() const override { return !dryRun; }
@@ -146,8 +147,7 @@ private:
 
     Answer SendPackage(const std::string& host) const {
         Answer answer;
-        LumConf::PolicyPackage shared(package);
-        answer.outcome = Attempt([&] { shared.Install(Text(host), options); });
+        answer.outcome = Attempt([&] { LumConf::PolicyPackage(*package).Install(Text(host), options); });
         if (answer.outcome.code != lumtools::kDone) return answer;
         answer.text = "installed a package of " + std::to_string(files.size()) + " on " + host + "\n";
         return answer;
@@ -158,7 +158,7 @@ private:
         Answer answer;
         answer.fields["files"] = nlohmann::ordered_json::array();
         for (const auto& file : files) {
-            Outcome outcome = Attempt([&] { forwarder.Install(Text(host), LumPalIo::File_t(Text(file)), options); });
+            Outcome outcome = Attempt([&] { forwarder->Install(Text(host), LumPalIo::File_t(Text(file)), options); });
             NameFile(outcome, file);
             answer.fields["files"].push_back(
                 {{"file", file}, {"result", outcome.Word()}, {"code", static_cast<int>(outcome.code)}});
@@ -188,7 +188,7 @@ private:
     /// What is installed under the same id; whether it may be replaced is the node's decision.
     std::string Compare(const PolicyHeader& header, const std::string& host) const {
         const std::string name = NameOf(header), version = header.GetVersion().ToUtf8();
-        const auto installed = ListOf(forwarder, host, Selection().SetPolicyId(header.GetContainerId()));
+        const auto installed = ListOf(*forwarder, host, Selection().SetPolicyId(header.GetContainerId()));
         if (installed.IsEmpty()) {
             return lumtools::Printable("install " + name + ", version " + version + ", which is new to the node");
         }
@@ -203,8 +203,8 @@ private:
     Choices choices;
     InstallOptions options;
     std::vector<PolicyHeader> headers;
-    LumConf::PolicyPackage package;
-    LumConf::PolicyForwarder forwarder;
+    lumtools::Lazy<LumConf::PolicyPackage> package;
+    lumtools::Lazy<LumConf::PolicyForwarder> forwarder;
 };
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include "PolicyForwarder.h"
 #include "PolicyForwarderImpl.h"
 #include "common/Arguments.h"
+#include "common/Lazy.h"
 #include "lumpolicy/Command.h"
 
 namespace lumpolicy {
@@ -19,7 +20,7 @@ public:
         void (*send)(const Forwarder&, const LumPalStr::String_t& host);
     };
 
-    NodeWork(CLI::App& command, const Row& row) : HostCommand(command), row(row), forwarder(new Forwarder) {
+    NodeWork(CLI::App& command, const Row& row) : HostCommand(command), row(row) {
         command.add_flag("-n,--dry-run", dryRun, "Say what would be asked of the node; ask nothing");
     }
 
@@ -30,13 +31,17 @@ private:
         Answer answer;
         if (dryRun) answer.fields["dry_run"] = true;
         answer.text = (dryRun ? row.foreseen : row.done) + host + "\n";
-        if (!dryRun) answer.outcome = lumtools::Attempt([&] { row.send(*forwarder, Text(host)); });
+        if (!dryRun) answer.outcome = lumtools::Attempt([&] { row.send(*forwarder->handle, Text(host)); });
         if (answer.outcome.code != lumtools::kDone) answer.text.clear();
         return answer;
     }
 
     const Row& row;
-    const LumPalPtr::RefPtr_t<Forwarder> forwarder;
+    /// Counted references alone keep the object.
+    struct Holder {
+        LumPalPtr::RefPtr_t<Forwarder> handle{new Forwarder};
+    };
+    lumtools::Lazy<Holder> forwarder;
     bool dryRun = false;
 };
 

@@ -1,6 +1,7 @@
 // The commands that read: list and show.
 #include "LumPalIo.h"
 #include "PolicyForwarder.h"
+#include "common/Lazy.h"
 #include "common/SelectionOptions.h"
 #include "common/Table.h"
 #include "lumpolicy/Command.h"
@@ -35,14 +36,15 @@ private:
     Answer Ask(const std::string& host) const override {
         Answer answer;
         answer.isBlock = true;
-        answer.outcome = lumtools::Attempt([&] { Show(ListSome(forwarder, host, selection, targetId), host, answer); });
+        answer.outcome =
+            lumtools::Attempt([&] { Show(ListSome(*forwarder, host, selection, targetId), host, answer); });
         return answer;
     }
 
     SelectionOptions selectionOptions;
     LumConf::Selection selection;
     std::string targetId;
-    PolicyForwarder forwarder;
+    lumtools::Lazy<PolicyForwarder> forwarder;
 };
 
 class List : public Query {

@@ -1,0 +1,202 @@
+// The commands that change local settings: set and clear.
+#include <iostream>
+
+#include "LumPalCfgFile.h"
+#include "LumPalIo.h"
+#include "common/Arguments.h"
+#include "common/Table.h"
+#include "lumsettings/Command.h"
+#include "lumsettings/SettingsText.h"
+
+namespace lumsettings {
+
+using LumPalArray::CharArray_t;
+using LumPalConfig::ConfigGroup_t;
+using LumPalConfig::Configuration_t;
+using LumPalStr::String_t;
+using lumtools::Outcome;
+using lumtools::Text;
+
+namespace {
+
+class ChangeCommand : public NodeCommand {
+protected:
+    explicit ChangeCommand(CLI::App& command) : NodeCommand(command) {
+        command.add_flag("-n,--dry-run", dryRun,
+                         "Show what would change, as the node tells its settings; change nothing");
+    }
+    /// Reads the arguments.
+    virtual void Read() = 0;
+    virtual void Send(const std::string& host) const = 0;
+    /// What the request would do to the settings that a node tells.
+    virtual std::vector<Change> Foresee(const ConfigGroup_t& told) const = 0;
+    /// What was done, without the node.
+    virtual std::string Done() const = 0;
+    /// What it cannot foresee.
+    virtual const char* Remark() const { return ""; }
+
+    LumConfPar::SettingsForwarder::Options options;
+
+private:
+    Outcome Prepare() override {
+        return lumtools::Attempt([&] {
+            options = Options();
+            Read();
+        });
+    }
+
+    bool ChangesNodes() const override { return !dryRun; }
+
+    Answer Ask(const std::string& host) const override {
+        Answer answer;
+        answer.outcome = lumtools::Attempt([&] {
+            if (dryRun) {
+                ShowForeseen(Foresee(forwarder->Get(Text(host), options)), answer);
+            } else {
+                Send(host);
+                answer.text = lumtools::Printable(Done() + " on " + host) + "\n";
+            }
+        });
+        if (dryRun && answer.outcome.code == lumtools::kDone && answer.fields["changes"].empty()) {
+            answer.outcome = {lumtools::kNothingToDo, {{0, "Nothing would change on '" + host + "'."}}};
+        }
+        return answer;
+    }
+
+    void ShowForeseen(const std::vector<Change>& changes, Answer& answer) const {
+        answer.isBlock = true;
+        answer.fields["dry_run"] = true;
+        answer.fields["changes"] = nlohmann::ordered_json::array();
+        for (const Change& change : changes) {
+            answer.fields["changes"].push_back(ToJson(change));
+            answer.text += Shown(LinesOf(change));
+        }
+        if (!changes.empty()) answer.text += Remark();
+    }
+
+    bool dryRun = false;
+};
+
+class Set : public ChangeCommand {
+public:
+    explicit Set(CLI::App& command) : ChangeCommand(command) {
+        command.add_option("NAMESPACE", nameSpace, "The namespace of the settings")->check(IsGiven);
+        command.add_option("NAME=VALUE", pairs, "A setting and its value, which may be empty");
+        command.add_option("--from", file, "All that a file of settings holds; '-' is standard input")
+            ->type_name("FILE");
+    }
+
+private:
+    void Read() override {
+        if (file.empty() == pairs.empty() || file.empty() == nameSpace.empty()) {
+            throw CLI::ValidationError("give a namespace and NAME=VALUE, or --from FILE");
+        }
+        if (file.empty()) {
+            for (const std::string& pair : pairs) Add(pair);
+        } else {
+            ReadFile();
+        }
+        CheckNames(group);
+    }
+
+    void Add(const std::string& pair) {
+        const auto [name, value] = lumtools::SplitPair(pair);
+        if (name.empty() || pair.find('=') == std::string::npos) {
+            throw CLI::ValidationError("'" + lumtools::Printable(pair) + "' is no setting: give NAME=VALUE");
+        }
+        Configuration_t configuration = group.GetConfig(Exact(nameSpace));
+        if (configuration.HasAttr(Exact(name))) {
+            throw CLI::ValidationError("'" + lumtools::Printable(name) + "' is given twice");
+        }
+        configuration.SetAttrValue(Exact(name), Exact(value));
+    }
+
+    void ReadFile() {
+        if (file == "-") {
+            const std::string text((std::istreambuf_iterator<char>(std::cin)), std::istreambuf_iterator<char>());
+            const CharArray_t bytes(text.data(), text.size());
+            LumPalCfgFile::ConfigReader_t::Load(LumPalIo::CharArrayInputStream_t::Over(bytes), group, "standard input");
+        } else {
+            LumPalCfgFile::ConfigReader_t::Load(LumPalIo::FileInputStream_t(Text(file)), group, Text(file));
+        }
+        if (CountSettings(group) == 0) {
+            throw CLI::ValidationError((file == "-" ? "standard input" : "'" + file + "'") + " holds no settings");
+        }
+    }
+
+    void Send(const std::string& host) const override { forwarder->Set(Text(host), group, options); }
+
+    std::vector<Change> Foresee(const ConfigGroup_t& told) const override {
+        std::vector<Change> changes;
+        for (int i = 0; i < group.GetConfigCount(); ++i) {
+            const Configuration_t wanted = group.GetConfig(i), now = told.GetConfig(wanted.GetNamespace());
+            String_t name, value;
+            for (int j = 0; wanted.GetAttr(j, name, value); ++j) {
+                if (now.HasAttr(name) && now.GetValue(name) == value) continue;
+                changes.push_back({wanted.GetNamespace(), name, {}, value});
+                if (now.HasAttr(name)) changes.back().before = now.GetValue(name);
+            }
+        }
+        return changes;
+    }
+
+    std::string Done() const override {
+        const int count = CountSettings(group);
+        return "set " + std::to_string(count) + (count == 1 ? " setting" : " settings");
+    }
+
+    std::string nameSpace, file;
+    std::vector<std::string> pairs;
+    ConfigGroup_t group;
+};
+
+class Clear : public ChangeCommand {
+public:
+    explicit Clear(CLI::App& command) : ChangeCommand(command) {
+        command.add_option("NAMESPACE", nameSpace, "The namespace")->required()->check(IsGiven);
+        command.add_option("NAME", name, "Only this setting")->check(IsGiven);
+    }
+
+private:
+    void Read() override {
+        const ConfigGroup_t group;
+        group.GetConfig(Exact(nameSpace)).SetAttrValue(name.empty() ? String_t("any") : Exact(name), "");
+        CheckNames(group);
+    }
+
+    void Send(const std::string& host) const override {
+        const CharArray_t nameSpaceBytes(Text(nameSpace));
+        if (name.empty()) {
+            forwarder->Clear(Text(host), nameSpaceBytes, options);
+        } else {
+            forwarder->Clear(Text(host), nameSpaceBytes, CharArray_t(Text(name)), options);
+        }
+    }
+
+    std::vector<Change> Foresee(const ConfigGroup_t& told) const override {
+        std::vector<Change> changes;
+        const Configuration_t now = told.GetConfig(Text(nameSpace));
+        String_t attribute, value;
+        for (int i = 0; now.GetAttr(i, attribute, value); ++i) {
+            if (name.empty() || attribute == Text(name)) changes.push_back({Text(nameSpace), attribute, value, {}});
+        }
+        return changes;
+    }
+
+    const char* Remark() const override {
+        return "# what policies set stays, or counts again: on the node 'lumsettings explain' tells\n";
+    }
+
+    std::string Done() const override { return "cleared [" + nameSpace + "]" + (name.empty() ? "" : " " + name); }
+
+    std::string nameSpace, name;
+};
+
+}  // namespace
+
+void AddChanges(CLI::App& app, Actions& actions) {
+    AddCommand<Set>(app, actions, "set", "Change local settings of nodes: all of them, or none");
+    AddCommand<Clear>(app, actions, "clear", "Take local settings of nodes away; what policies set stays");
+}
+
+}  // namespace lumsettings

@@ -1,0 +1,55 @@
+/// @file
+/// The parts of lumsettings, and what those that ask nodes share.
+#pragma once
+
+#include <string>
+
+#include "SettingsForwarder.h"
+#include "common/Command.h"
+#include "common/Lazy.h"
+
+namespace lumsettings {
+
+using lumtools::Actions, lumtools::Answer, lumtools::Command;
+using lumtools::AddCommand, lumtools::Fill, lumtools::OneLine;
+
+/// Each adds its subcommands to the application.
+void AddGet(CLI::App& app, Actions& actions);
+void AddChanges(CLI::App& app, Actions& actions);
+void AddExplain(CLI::App& app, Actions& actions);
+void AddDiff(CLI::App& app, Actions& actions);
+
+/// What is wrong with an argument that must not be empty, empty when nothing is.
+std::string IsGiven(const std::string& argument);
+
+/// A command that reads this node's own files; it asks no node.
+class LocalCommand : public Command {
+public:
+    lumtools::ExitCode Run() final;
+
+protected:
+    using Command::Command;
+    /// Fills the answer in; it may throw what goes wrong.
+    virtual void Work(Answer& answer) const = 0;
+    /// What was left out, for those who read the answer and for programs.
+    void TellProblems(const LumPalMsg::MessageList_t& problems, Answer& answer) const;
+};
+
+/// A command about the settings of nodes.
+class NodeCommand : public lumtools::HostCommand {
+protected:
+    explicit NodeCommand(CLI::App& command);
+    LumConfPar::SettingsForwarder::Options Options() const;
+    /// Whether a program reads what one node says: it gets it exactly. Else a node's words drive no terminal, and look
+    /// like no other node's.
+    bool IsForPrograms() const;
+    /// Lines as this command prints them.
+    std::string Shown(const std::string& lines) const;
+
+    lumtools::Lazy<LumConfPar::SettingsForwarder> forwarder;
+
+private:
+    std::string resourceGroup, targetId;
+};
+
+}  // namespace lumsettings
