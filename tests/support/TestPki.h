@@ -55,6 +55,11 @@ public:
         const Key own = NewKey();
         return Texts(Make(commonNames, "", *own, "critical,CA:FALSE", 1), own);
     }
+    /// For some uses alone. @param usage  as "serverAuth" or "clientAuth"
+    TestIdentity IssueOnlyFor(const std::string& usage, const std::string& commonName, const std::string& names) const {
+        const Key own = NewKey();
+        return Texts(Make(Named(commonName), names, *own, "critical,CA:FALSE", 1, -10, usage), own);
+    }
 
 private:
     struct Free {
@@ -106,7 +111,7 @@ private:
     }
     static std::vector<std::string> Named(const std::string& commonName) { return {commonName}; }
     Certificate_ Make(const std::vector<std::string>& commonNames, const std::string& names, EVP_PKEY& subjectKey,
-                      const std::string& constraints, int days, int from = -10) const {
+                      const std::string& constraints, int days, int from = -10, const std::string& usage = "") const {
         static int serial = 0;
         Certificate_ made(X509_new());
         X509_set_version(made.get(), X509_VERSION_3);
@@ -121,6 +126,7 @@ private:
         X509_set_pubkey(made.get(), &subjectKey);
         Extend(made.get(), NID_basic_constraints, constraints);
         if (!names.empty()) Extend(made.get(), NID_subject_alt_name, names);
+        if (!usage.empty()) Extend(made.get(), NID_ext_key_usage, usage);
         const EVP_MD* const digest = EVP_PKEY_is_a(key.get(), "ED25519") ? nullptr : EVP_sha256();
         if (!X509_sign(made.get(), key.get(), digest)) throw std::runtime_error("cannot sign a certificate");
         return made;

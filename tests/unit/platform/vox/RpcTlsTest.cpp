@@ -132,6 +132,12 @@ TEST_F(RpcTlsTest, ANodeWhoseCertificateNamesAnotherHostIsRefused) {
     EXPECT_TRUE(Has(FailureOf("127.0.0.1"), "the certificate of the host was refused"));
 }
 
+TEST_F(RpcTlsTest, ACertificateForClientsAloneIsNoNodes) {
+    Serve(authority.IssueOnlyFor("clientAuth", "node-1", kNames));
+    InstallTrust("authority", authority.Certificate());
+    EXPECT_TRUE(Has(FailureOf(), "the certificate of the host was refused")) << FailureOf();
+}
+
 TEST_F(RpcTlsTest, ACommonNameIsNoNameOfAHost) {
     Serve(authority.Issue("localhost", ""));
     InstallTrust("authority", authority.Certificate());

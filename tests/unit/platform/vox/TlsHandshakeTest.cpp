@@ -145,6 +145,14 @@ TEST_F(TlsHandshake, WhatSomebodyCertifiesWhoIsNoAuthorityIsRefused) {
     EXPECT_TRUE(IsLogged("invalid CA certificate"));
 }
 
+TEST_F(TlsHandshake, ACertificateForServersAloneIsNoClients) {
+    const TestIdentity servers = authority.IssueOnlyFor("serverAuth", "operator", "DNS:localhost");
+    EXPECT_EQ(TlsClient(server->GetPort()).Show(servers).Exchange(), "sslv3 alert unsupported certificate");
+    EXPECT_EQ(server->served, 0);
+    const TestIdentity clients = authority.IssueOnlyFor("clientAuth", "operator", "");
+    EXPECT_TRUE(Has(TlsClient(server->GetPort()).Show(clients).Exchange(), "from <operator>"));
+}
+
 TEST_F(TlsHandshake, AGoodCertificateNamesTheSenderAndNoneNamesNobody) {
     const TestIdentity shown = authority.Issue("operator", "");
     for (const int version : {TLS1_2_VERSION, TLS1_3_VERSION}) {
