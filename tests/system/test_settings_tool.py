@@ -10,7 +10,7 @@ import unittest
 import pki
 import wire
 from node import (DONE, FAILED, NOT_FOUND, NOTHING_TO_DO, PATIENCE_S, REFUSED, TOOLS, UNREACHABLE, WRONG_USAGE, Node,
-                  escape, free_port, wait_until)
+                  escape, free_port, wait_until, write_policy)
 from test_tool_codes import http, peer
 
 SOME_FAILED = 8
@@ -109,8 +109,11 @@ class Get(SettingsTest):
         self.assertEqual(self.settings("get", "values", node=other), text)
 
     def test_values_of_policies_are_told_too_and_local_ones_stand_over_them(self):
-        (self.node.config / "policy_settings.ini").write_text("[n]\nboth=policy\npolicy=1\n")
+        path = write_policy(self.node.folder / "source", "p", {"p.ini": b"[n]\nboth=policy\npolicy=1\n"},
+                            name="p", type_name="configsettings")
+        self.assertEqual(self.node.policy("install", path).code, DONE)
         self.settings("set", "n", "both=local")
+        wait_until(lambda: "policy=1" in self.settings("get", "n"), "the policy is merged")
         self.assertEqual(self.settings("get", "n"), "[n]\nboth=local\npolicy=1\n")
         self.settings("clear", "n", "both")
         self.assertEqual(self.settings("get", "n"), "[n]\nboth=policy\npolicy=1\n")
