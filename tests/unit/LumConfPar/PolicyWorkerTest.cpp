@@ -108,6 +108,41 @@ TEST_F(PolicyWorkerTest, AJobWithoutAKindReloadsWhenThatIsNeeded) {
     EXPECT_EQ(record.WaitFor("install b;"), "make;start;make;start;make;start;install b;");
 }
 
+TEST_F(PolicyWorkerTest, SwitchedOffAndOnAgainEachJobRebuildsAndThenTheMemoryIsReloadedOnce) {
+    Start(true);
+    worker.InsertJob(JobKind::Install, "a");
+    EXPECT_EQ(record.WaitFor("install a;"), "make;start;install a;");
+    SwitchCache(false);
+    worker.InsertJob(JobKind::Enable, "b");
+    worker.InsertJob(static_cast<JobKind>(9), "c");
+    worker.InsertJob(JobKind::None, "");
+    EXPECT_EQ(record.WaitFor("make;start;make;start;make;start;"),
+              "make;start;install a;make;start;make;start;make;start;");
+    SwitchCache(true);
+    worker.InsertJob(JobKind::Enable, "d");
+    worker.InsertJob(JobKind::Install, "e");
+    EXPECT_EQ(record.WaitFor("install e;"),
+              "make;start;install a;make;start;make;start;make;start;make;start;enable d;install e;");
+}
+
+TEST_F(PolicyWorkerTest, JobsThatWaitAreDoneOneAfterAnotherWithoutAnotherCall) {
+    std::atomic<bool> entered{false}, release{false};
+    record.onCall = [&](const std::string& call) {
+        if (call != "install 1") return;
+        entered = true;
+        while (!release) std::this_thread::yield();
+    };
+    Start(true);
+    worker.InsertJob(JobKind::Install, "1");
+    EXPECT_TRUE(Eventually([&] { return entered.load(); }));
+    worker.InsertJob(JobKind::Remove, "2");
+    worker.InsertJob(JobKind::Enable, "3");
+    worker.InsertJob(JobKind::Disable, "4");
+    EXPECT_EQ(record.Calls(), "make;start;") << "nobody waits for a job in work";
+    release = true;
+    EXPECT_EQ(record.WaitFor("disable 4;"), "make;start;install 1;remove 2;enable 3;disable 4;");
+}
+
 TEST_F(PolicyWorkerTest, AJobOfUnknownKindIsPassedOver) {
     Start(true);
     TraceLines traced;
