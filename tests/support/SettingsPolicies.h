@@ -24,6 +24,9 @@ inline TestPolicy SettingsPolicy(const std::string& id, const std::string& name,
 /// operations, and tells nobody.
 class SettingsStore {
 public:
+    /// @param base  an existing folder below which the root is made
+    explicit SettingsStore(const std::string& base = "/tmp") : files(base) {}
+
     /// Puts a policy into the store, over the one with its id.
     LumPalIo::File_t Put(const TestPolicy& policy) const { return policy.WriteFiles(Folder(policy.type)); }
     void Put(const std::string& id, const std::string& name, const std::string& content) const {
