@@ -24,8 +24,6 @@ public:
         static ProcessNode& node = Made();
         LumPalRuntime::Dir_t::SetRoot(node.root.Path());
         node.Empty();
-        // The worker began with this root and must not meet another one on its way.
-        Eventually([] { return std::filesystem::exists(node.Root() + "/etc/pal/config/policy_settings.ini"); });
         return node;
     }
 
