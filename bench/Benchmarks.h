@@ -12,6 +12,10 @@ void MeasureRead(Session& session);
 void MeasureLoad(Session& session);
 /// Passes over a cache and selections from it: ten times the policies.
 void MeasureSelect(Session& session);
+/// Proofs of signed data files against the crypto library alone; a store of them by the tool.
+void MeasureProof(Session& session);
+/// Handshakes with certificates of both sides against the crypto library's own server; calls over TLS against plain.
+void MeasureTls(Session& session);
 /// Requests beside many connections that are idle or slow, against the same requests alone.
 void MeasureCrowd(Session& session);
 /// An install over the wire against an echo of the same bytes with the same work on files.

@@ -29,7 +29,7 @@ void PrintRow(std::ostream& out, const Finding& finding) {
     const auto [least, most] = std::minmax_element(finding.ratios.begin(), finding.ratios.end());
     out << std::left << std::setw(38) << finding.name << std::right << std::setw(8) << Fixed(*least, 2) << std::setw(8)
         << Fixed(Median(finding.ratios), 2) << std::setw(8) << Fixed(*most, 2) << std::setw(7)
-        << (finding.goal ? Fixed(*finding.goal, 1) : "-") << "  " << std::left << std::setw(7) << Verdict(finding)
+        << (finding.goal ? Fixed(*finding.goal, 2) : "-") << "  " << std::left << std::setw(7) << Verdict(finding)
         << finding.note << "\n";
 }
 

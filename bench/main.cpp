@@ -14,10 +14,10 @@ struct Benchmark {
 };
 
 // In this order: the first ones want a process that nothing was done in yet, the last ones share a node.
-constexpr Benchmark kBenchmarks[] = {{"read", bench::MeasureRead},       {"load", bench::MeasureLoad},
-                                     {"select", bench::MeasureSelect},   {"crowd", bench::MeasureCrowd},
-                                     {"install", bench::MeasureInstall}, {"list", bench::MeasureList},
-                                     {"change", bench::MeasureChange}};
+constexpr Benchmark kBenchmarks[] = {
+    {"read", bench::MeasureRead},       {"load", bench::MeasureLoad}, {"select", bench::MeasureSelect},
+    {"proof", bench::MeasureProof},     {"tls", bench::MeasureTls},   {"crowd", bench::MeasureCrowd},
+    {"install", bench::MeasureInstall}, {"list", bench::MeasureList}, {"change", bench::MeasureChange}};
 
 struct Choice {
     bool quick = false, strict = false;

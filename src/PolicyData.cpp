@@ -105,7 +105,7 @@ void CheckSignature(const PolicyHeaderImpl& header, int index, const X509Certifi
     LumSecCore::Signature signature(kAlgorithm);
     Check<LumSecCore::InvalidKeyException>(msg::CertificateNotForVerification,
                                            [&] { signature.InitVerify(certificate.GetPublicKey()); });
-    signature.Update(content);
+    signature.UpdateOver(content);
     const CharArray_t bytes =
         Check<LumPalMsg::RuntimeException_t>(msg::SignatureNotDecoded, [&] { return header.GetSignature(index); });
     const bool correct =

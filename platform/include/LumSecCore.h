@@ -142,6 +142,8 @@ public:
     ///         not in the array
     void Update(const LumPalArray::CharArray_t& data);
     void Update(const LumPalArray::CharArray_t& data, std::size_t start, std::size_t length);
+    /// Likewise for bytes that the caller keeps alive and unchanged up to Verify or Sign; no copy.
+    void UpdateOver(const LumPalArray::CharArray_t& data);
     /// @return whether it is the signature of what was fed
     /// @throws SignatureException for bytes that no key of this kind can have made; LumPalMsg::IllegalStateError_t
     bool Verify(const LumPalArray::CharArray_t& signature);

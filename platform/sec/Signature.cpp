@@ -6,6 +6,8 @@
 #include <openssl/x509.h>
 
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include "Crypto.h"
 
@@ -102,22 +104,29 @@ struct Signature::Impl {
     State state = State::New;
     Key key;
     CryptoPtr<EVP_MD_CTX> context;
-    std::string message;  ///< Ed25519 takes it in one piece
+    std::string message;        ///< Ed25519 takes it in one piece
+    std::string_view borrowed;  ///< the whole message in its place, while nothing is added to it
 
     EVP_PKEY* Pkey() const { return key.GetImpl()->key.get(); }
     bool IsOnePiece() const { return EVP_PKEY_get_base_id(Pkey()) == EVP_PKEY_ED25519; }
     const EVP_MD* Digest() const { return IsOnePiece() ? nullptr : EVP_sha256(); }
-    const unsigned char* Message() const { return reinterpret_cast<const unsigned char*>(message.data()); }
+    void Collect(std::string_view bytes) {
+        message.append(std::exchange(borrowed, {}));
+        message.append(bytes);
+    }
+    std::string_view Whole() const { return borrowed.empty() ? std::string_view(message) : borrowed; }
+    const unsigned char* Message() const { return reinterpret_cast<const unsigned char*>(Whole().data()); }
     void Demand(State wanted) const {
         if (state == wanted) return;
         throw LumPalMsg::IllegalStateError_t(CreateError_t("The signature is not initialized for this operation."));
     }
     void Start(State wanted, const Key& with) {
         ERR_clear_error();
+        state = State::New;  // also when the key is refused: nothing goes on with the former one
         CheckKey(with);
         key = with;
         message.clear();
-        state = State::New;
+        borrowed = {};
         context.reset(EVP_MD_CTX_new());
         const int result = wanted == State::Signing
                                ? EVP_DigestSignInit(context.get(), nullptr, Digest(), nullptr, Pkey())
@@ -152,7 +161,7 @@ void Signature::Update(const CharArray_t& data, std::size_t start, std::size_t l
         throw LumPalMsg::IllegalArgumentError_t(CreateError_t("The range to sign is not in the array."));
     }
     if (impl->IsOnePiece()) {
-        impl->message.append(data.GetData() + start, length);
+        impl->Collect(data.View().substr(start, length));
         return;
     }
     const bool signs = impl->state == Impl::State::Signing;
@@ -161,13 +170,19 @@ void Signature::Update(const CharArray_t& data, std::size_t start, std::size_t l
     if (result != 1) RefuseSignature("The data cannot be taken.");
 }
 
+void Signature::UpdateOver(const CharArray_t& data) {
+    const bool isFirst = impl->state != Impl::State::New && impl->IsOnePiece() && impl->Whole().empty();
+    if (!isFirst) return Update(data);
+    impl->borrowed = data.View();
+}
+
 bool Signature::Verify(const CharArray_t& signature) {
     impl->Demand(Impl::State::Verifying);
     impl->state = Impl::State::New;
     if (!HasForm(impl->Pkey(), signature)) RefuseSignature("These bytes are no signature of this kind of key.");
     EVP_MD_CTX* const context = impl->context.get();
     const int result = impl->IsOnePiece() ? EVP_DigestVerify(context, Bytes(signature), signature.GetLength(),
-                                                             impl->Message(), impl->message.size())
+                                                             impl->Message(), impl->Whole().size())
                                           : EVP_DigestVerifyFinal(context, Bytes(signature), signature.GetLength());
     ERR_clear_error();
     return result == 1;
@@ -181,7 +196,7 @@ std::size_t Signature::Sign(CharArray_t& signature) {
     signature = CharArray_t(length);
     auto* const target = reinterpret_cast<unsigned char*>(signature.GetData());
     const int result = impl->IsOnePiece()
-                           ? EVP_DigestSign(context, target, &length, impl->Message(), impl->message.size())
+                           ? EVP_DigestSign(context, target, &length, impl->Message(), impl->Whole().size())
                            : EVP_DigestSignFinal(context, target, &length);
     if (result != 1) RefuseSignature("The signature cannot be made.");
     signature.Resize(length);

@@ -14,12 +14,15 @@ ROWS = {
                "select by type, tenfold", "select by name and type, tenfold", "select by category, tenfold",
                "select by owner, tenfold", "select by owner and name, tenfold", "select by attribute's name, tenfold",
                "select by attribute, tenfold"],
+    "proof": ["proof of 10 KB, P-256", "proof of 10 KB, RSA 2048", "proof of 10 KB, RSA 4096", "proof of 10 KB, Ed25519",
+              "proof of 1 MB, P-256", "proof of 1 MB, Ed25519", "verify 1,000 installed policies"],
+    "tls": ["handshake with both certificates", "call on a kept TLS connection"],
     "crowd": ["policyOp beside 1,050 connections"],
     "install": ["install of a policy of 10 KB"],
     "list": ["list of 10,000 policies"],
     "change": ["enable of 1,000 policies", "enable, tenfold", "list, tenfold", "dry run, tenfold"],
 }
-ROW = re.compile(r"^(.+?) +\d+\.\d\d +\d+\.\d\d +\d+\.\d\d +(?:(?:\d+\.\d  (?:met|MISSED))|(?:-  -)) ")
+ROW = re.compile(r"^(.+?) +\d+\.\d\d +\d+\.\d\d +\d+\.\d\d +(?:(?:\d+\.\d\d  (?:met|MISSED))|(?:-  -)) ")
 
 
 def run(*arguments):
