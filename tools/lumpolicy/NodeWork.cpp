@@ -12,6 +12,11 @@ using lumtools::Text;
 
 namespace {
 
+/// Counted references alone keep the object.
+struct Holder {
+    const LumPalPtr::RefPtr_t<LumConf::PolicyForwarderImpl> handle{new LumConf::PolicyForwarderImpl};
+};
+
 class NodeWork : public HostCommand {
 public:
     using Forwarder = LumConf::PolicyForwarderImpl;
@@ -37,10 +42,6 @@ private:
     }
 
     const Row& row;
-    /// Counted references alone keep the object.
-    struct Holder {
-        LumPalPtr::RefPtr_t<Forwarder> handle{new Forwarder};
-    };
     lumtools::Lazy<Holder> forwarder;
     bool dryRun = false;
 };
