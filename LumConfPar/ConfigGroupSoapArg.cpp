@@ -65,7 +65,7 @@ void ConfigGroupSoapArg::StoreChild(State child) {
     }
     const String_t& text = GetCharacters();
     if (child == InNamespace) {
-        if (group.GetConfigCount() >= kMostNamespaces && !group.HasConfig(text)) {
+        if (group.GetConfigCount() >= mostNamespaces && !group.HasConfig(text)) {
             throw SOAPFormatException(LumPalMsg::CreateError_t("The argument '%1' holds too many namespaces.")
                                       << GetName());
         }

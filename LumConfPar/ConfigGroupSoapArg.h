@@ -10,13 +10,18 @@ namespace LumConfPar {
 /// Carries namespaces with their attributes, side by side: "ns", and behind it for each of its attributes "attrname"
 /// and "attrvalue". What stands in no such place is refused with the whole message, so that nothing is set or cleared
 /// that was not meant: an unknown element, an element inside another, a name without a value, a value or a name before
-/// the first namespace, more namespaces than a node can have. Used by one thread.
+/// the first namespace, too many namespaces. Used by one thread.
 class ConfigGroupSoapArg final : public LumVoxSoap::SOAPArg {
 public:
-    /// A namespace takes more memory than its element in a message, and messages come from anybody.
-    static constexpr int kMostNamespaces = 100000;
+    /// A namespace takes many times the memory of its element in a message, and requests come from anybody.
+    static constexpr int kMostOfARequest = 100000;
+    /// What many requests have brought must be readable again; so many take no more than the attributes of an answer
+    /// of the same size may.
+    static constexpr int kMostOfAnAnswer = 10000000;
 
-    explicit ConfigGroupSoapArg(const LumPalStr::String_t& name) : SOAPArg(name) {}
+    /// @param mostNamespaces  that are read; more refuse the message
+    explicit ConfigGroupSoapArg(const LumPalStr::String_t& name, int mostNamespaces = kMostOfARequest)
+        : SOAPArg(name), mostNamespaces(mostNamespaces) {}
     /// Shares the group.
     void SetGroup(const LumPalConfig::ConfigGroup_t& value) { group = value; }
     const LumPalConfig::ConfigGroup_t& GetGroup() const noexcept { return group; }
@@ -35,6 +40,7 @@ private:
     void StoreChild(State child);
     void DemandNoPendingName() const;
 
+    const int mostNamespaces;
     LumPalConfig::ConfigGroup_t group;
     LumPalConfig::Configuration_t current;
     bool haveNamespace = false;  ///< whether current is of the group

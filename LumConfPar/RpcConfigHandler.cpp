@@ -6,7 +6,7 @@
 #include "ConfigGroupSoapArg.h"
 #include "Messages.h"
 #include "Names.h"
-#include "SettingsPackage.h"
+#include "SettingsClear.h"
 #include "SettingsReader.h"
 #include "SettingsWriter.h"
 #include "Trace.h"
@@ -15,8 +15,6 @@ namespace LumConfPar {
 
 using namespace LumConf;
 using LumPalConfig::ConfigGroup_t;
-using LumPalConfig::ConfigUpdate_t;
-using LumPalConfig::Configuration_t;
 using LumPalStr::String_t;
 using LumVoxSoap::SOAPArg;
 using LumVoxSoap::SOAPArgInt;
@@ -44,32 +42,6 @@ struct RpcConfigHandler::Mode {
     AuditLog::Mode audited, auditedFailure;
 };
 
-namespace {
-
-// One update for the whole request: all or nothing, and who follows the configuration is told once. An update without
-// changes would take over new policy settings that may be half written.
-
-void ClearNamespaces(const String_t& package, const ConfigGroup_t& group) {
-    ConfigUpdate_t update(NotNull(package));
-    for (int i = 0; i < group.GetConfigCount(); ++i) update.ClearNamespace(group.GetConfig(i).GetNamespace());
-    if (group.GetConfigCount() > 0) update.Apply();
-}
-
-void ClearAttributes(const String_t& package, const ConfigGroup_t& group) {
-    ConfigUpdate_t update(NotNull(package));
-    bool any = false;
-    String_t name, value;
-    for (int i = 0; i < group.GetConfigCount(); ++i) {
-        const Configuration_t configuration = group.GetConfig(i);
-        for (int j = 0; configuration.GetAttr(j, name, value); ++j, any = true) {
-            update.ClearAttr(configuration.GetNamespace(), name);
-        }
-    }
-    if (any) update.Apply();
-}
-
-}  // namespace
-
 // Kept: a clear that fails is audited as a get that fails.
 const RpcConfigHandler::Mode RpcConfigHandler::modes[] = {
     {ConfigMode::Get, RightConfigGet, "config get",
@@ -79,11 +51,11 @@ const RpcConfigHandler::Mode RpcConfigHandler::modes[] = {
      [](Request& r) { SettingsWriter(r.package.GetValue(), r.group.GetGroup()).WriteLocalSettings(); },
      msg::RpcConfigSetDone, AuditLog::ConfigSet, AuditLog::ConfigSet},
     {ConfigMode::ClearNamespace, RightConfigSet, "clear configuration namespace",
-     [](Request& r) { ClearNamespaces(r.package.GetValue(), r.group.GetGroup()); }, msg::RpcConfigClearNamespaceDone,
-     AuditLog::ConfigClear, AuditLog::ConfigGet},
+     [](Request& r) { SettingsClear(r.package.GetValue(), r.group.GetGroup()).ClearNamespace(); },
+     msg::RpcConfigClearNamespaceDone, AuditLog::ConfigClear, AuditLog::ConfigGet},
     {ConfigMode::ClearAttribute, RightConfigSet, "clear config",
-     [](Request& r) { ClearAttributes(r.package.GetValue(), r.group.GetGroup()); }, msg::RpcConfigClearAttrDone,
-     AuditLog::ConfigClear, AuditLog::ConfigGet},
+     [](Request& r) { SettingsClear(r.package.GetValue(), r.group.GetGroup()).ClearAttributes(); },
+     msg::RpcConfigClearAttrDone, AuditLog::ConfigClear, AuditLog::ConfigGet},
 };
 
 RpcConfigHandler::RpcConfigHandler()

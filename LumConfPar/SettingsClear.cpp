@@ -1,35 +1,62 @@
 #include "SettingsClear.h"
 
-#include "LumPalConfig.h"
 #include "Messages.h"
 #include "SettingsPackage.h"
 
 namespace LumConfPar {
 
 using namespace LumConf;
+using LumPalConfig::ConfigGroup_t;
 using LumPalConfig::ConfigUpdate_t;
+using LumPalConfig::Configuration_t;
 using LumPalStr::String_t;
 
-SettingsClear::SettingsClear(const String_t& package, const String_t& nameSpace)
-    : package(package), nameSpace(nameSpace) {}
+namespace {
 
-void SettingsClear::TestUnused() const {
-    if (!initialized) Raise<LumPalMsg::IllegalStateError_t>(msg::SettingsClearUsed);
+ConfigGroup_t GroupOfOne(const String_t& nameSpace) {
+    const ConfigGroup_t group;
+    group.GetConfig(nameSpace);
+    return group;
 }
 
+}  // namespace
+
+SettingsClear::SettingsClear(const String_t& package, const String_t& nameSpace)
+    : SettingsClear(package, GroupOfOne(nameSpace)) {}
+
+SettingsClear::SettingsClear(const String_t& package, const ConfigGroup_t& group) : package(package), group(group) {}
+
 void SettingsClear::ClearAttr(const String_t& name) {
-    TestUnused();
-    ConfigUpdate_t update(NotNull(package));
-    update.ClearAttr(nameSpace, name);
-    update.Apply();
-    initialized = false;
+    Clear([&name](ConfigUpdate_t& update, const Configuration_t& configuration) {
+        update.ClearAttr(configuration.GetNamespace(), name);
+        return true;
+    });
+}
+
+void SettingsClear::ClearAttributes() {
+    Clear([](ConfigUpdate_t& update, const Configuration_t& configuration) {
+        String_t name, value;
+        for (int i = 0; configuration.GetAttr(i, name, value); ++i) {
+            update.ClearAttr(configuration.GetNamespace(), name);
+        }
+        return configuration.GetAttrCount() > 0;
+    });
 }
 
 void SettingsClear::ClearNamespace() {
-    TestUnused();
+    Clear([](ConfigUpdate_t& update, const Configuration_t& configuration) {
+        update.ClearNamespace(configuration.GetNamespace());
+        return true;
+    });
+}
+
+void SettingsClear::Clear(const Step& remember) {
+    if (!initialized) Raise<LumPalMsg::IllegalStateError_t>(msg::SettingsClearUsed);
     ConfigUpdate_t update(NotNull(package));
-    update.ClearNamespace(nameSpace);
-    update.Apply();
+    bool any = false;
+    for (int i = 0; i < group.GetConfigCount(); ++i) any = remember(update, group.GetConfig(i)) || any;
+    // An update without changes would take over new policy settings that may be half written.
+    if (any) update.Apply();
     initialized = false;
 }
 

@@ -144,7 +144,7 @@ ConfigGroup_t MessageForwarder::SendConfig(const String_t& method, RequestKind k
     Answer answer;
     SOAPArgInt value(names::ConfigReturnValue, &answer.value);
     SOAPArgUnicodeString text(names::ConfigReturnString, &answer.text);
-    ConfigGroupSoapArg answered(names::ConfigGroupName);
+    ConfigGroupSoapArg answered(names::ConfigGroupName, ConfigGroupSoapArg::kMostOfAnAnswer);
     Call(call, method, {&modeArgument, &packageName, &configurations}, {&value, &text, &answered});
     const ConfigGroup_t result = answered.GetGroup();
     DecodeConfiguration(answer, target);

@@ -113,19 +113,13 @@ void Parser::ParseAttribute(std::u16string_view text) {
     current.SetAttrValue(name, ToString(value));
 }
 
-void CheckWritable(const String_t& name) {
-    if (IsName(name.View())) return;
-    throw LumPalMsg::IllegalArgumentError_t(
-        LumPalMsg::CreateError_t("'%1' cannot be the name of a namespace or an attribute.") << name);
-}
-
 void AppendConfig(std::u16string& text, const Configuration_t& config) {
-    CheckWritable(config.GetNamespace());
+    CheckName(config.GetNamespace());
     if (!text.empty()) text += u'\n';
     text += u'[' + EscapeName(config.GetNamespace().View()) + u"]\n";
     String_t name, value;
     for (int i = 0; config.GetAttr(i, name, value); ++i) {
-        CheckWritable(name);
+        CheckName(name);
         text += EscapeName(name.View()) + u'=' + EscapeValue(value.View()) + u'\n';
     }
 }

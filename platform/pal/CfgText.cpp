@@ -2,8 +2,15 @@
 
 #include <algorithm>
 
+#include "LumPalMsg.h"
+
 namespace LumPalCfgFile {
+
+using LumPalStr::String_t;
+
 namespace {
+
+constexpr std::uint32_t ShownUnits = 120;
 
 struct EscapeRow {
     char16_t letter, unit;
@@ -80,6 +87,16 @@ std::u16string Escape(std::u16string_view text, NeedsShort needsShort) {
 
 bool IsName(std::u16string_view text) noexcept {
     return !text.empty() && std::none_of(text.begin(), text.end(), IsControl);
+}
+
+void CheckName(const String_t& name) {
+    if (IsName(name.View())) return;
+    throw LumPalMsg::IllegalArgumentError_t(
+        LumPalMsg::CreateError_t("'%1' cannot be the name of a namespace or an attribute.") << Shown(name));
+}
+
+String_t Shown(const String_t& name) {
+    return name.GetLength() > ShownUnits ? name.Left(ShownUnits) + "..." : name;
 }
 
 std::u16string_view TrimBlanks(std::u16string_view text) noexcept {

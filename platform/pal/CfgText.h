@@ -5,11 +5,18 @@
 #include <string>
 #include <string_view>
 
+#include "LumPalStr.h"
+
 namespace LumPalCfgFile {
 
 /// Whether a namespace or an attribute can be called so: not empty, and nothing in it that could
 /// break or forge a line (controls, line and paragraph separators).
 bool IsName(std::u16string_view text) noexcept;
+/// @throws LumPalMsg::IllegalArgumentError_t for any other text; the message shows it as Shown does
+void CheckName(const LumPalStr::String_t& name);
+
+/// A name for a message: of a long one, which may come from outside, the beginning and "...".
+LumPalStr::String_t Shown(const LumPalStr::String_t& name);
 
 /// The text without blanks and tabs at its ends.
 std::u16string_view TrimBlanks(std::u16string_view text) noexcept;

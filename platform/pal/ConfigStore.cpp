@@ -23,7 +23,11 @@ using LumPalStr::String_t;
 // Names of the database's own files: a package called so would stand in their way.
 constexpr const char* OwnNames[] = {LocalFile, PolicyFile, NewPolicyFile};
 
+// What a file system takes in one name.
+constexpr std::size_t MostPackageBytes = 255;
+
 bool IsPackageName(const String_t& package) {
+    if (package.GetLength() > MostPackageBytes || package.ToUtf8().size() > MostPackageBytes) return false;
     if (package == "." || package == ".." || !LumPalCfgFile::IsName(package.View())) return false;
     if (package.FindOneOf("/\\:") != LumPalStr::NotFound || package.GetAt(0) == u'.') return false;
     return std::none_of(std::begin(OwnNames), std::end(OwnNames),
@@ -111,7 +115,8 @@ String_t DatabaseFolder(const String_t& package) {
     if (package.IsEmpty()) return folder;
     if (!IsPackageName(package)) {
         throw LumPalMsg::IllegalArgumentError_t(
-            LumPalMsg::CreateError_t("'%1' cannot be the name of a configuration package.") << package);
+            LumPalMsg::CreateError_t("'%1' cannot be the name of a configuration package.")
+            << LumPalCfgFile::Shown(package));
     }
     return folder + package + separator;
 }

@@ -6,21 +6,11 @@
 #include "ConfigValues.h"
 #include "ConfigWatcher.h"
 #include "LumPalConfig.h"
-#include "LumPalMsg.h"
 
 namespace LumPalConfig {
 
+using LumPalCfgFile::CheckName;
 using LumPalStr::String_t;
-
-namespace {
-
-void CheckName(const String_t& name) {
-    if (LumPalCfgFile::IsName(name.View())) return;
-    throw LumPalMsg::IllegalArgumentError_t(
-        LumPalMsg::CreateError_t("'%1' cannot be the name of a namespace or an attribute.") << name);
-}
-
-}  // namespace
 
 ConfigNamespace_t::ConfigNamespace_t(const String_t& name) : name(name) {}
 

@@ -91,7 +91,10 @@ inline const AnswerRow configuration[] = {
     Other(configurationUndefined, 6),
     Other(configurationUndefined, 7),
     Other(configurationUndefined, 9),
+    Other(configurationUndefined, 10),
     Other(configurationUndefined, -1),
+    Other(configurationUndefined, INT_MAX),
+    Other(configurationUndefined, INT_MIN),
 };
 
 inline const AnswerRow installUndefined{0,

@@ -1,27 +1,15 @@
 /// @file
-/// The settings files of a node's root, and groups of settings, in tests.
+/// The settings files of a node's root, in tests.
 #pragma once
 
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <initializer_list>
 #include <string>
 
 #include "Files.h"
-#include "LumPalConfig.h"
+#include "Groups.h"
 #include "TempRoot.h"
-
-struct Setting {
-    const char *nameSpace, *name, *value;
-};
-
-inline LumPalConfig::ConfigGroup_t GroupOf(std::initializer_list<Setting> settings) {
-    LumPalConfig::ConfigGroup_t group;
-    for (const Setting& setting : settings)
-        group.GetConfig(setting.nameSpace).SetAttrValue(setting.name, setting.value);
-    return group;
-}
 
 /// A root of its own and the files of one database below it.
 class SettingsFiles {

@@ -1,21 +1,15 @@
 #include "RpcConfigHandler.h"
 
-#include <thread>
-
-#include "Groups.h"
-#include "ServerTest.h"
+#include "SettingsServer.h"
 #include "TraceLines.h"
 
 namespace {
 
 using namespace LumConf;
-using LumPalConfig::ConfigBase_t;
 using LumPalConfig::ConfigGroup_t;
 using LumPalStr::String_t;
 using Sender = NodeClient::Sender;
 
-constexpr int kGet = 17, kSet = 18, kClearNamespace = 19, kClearAttribute = 20;
-const char* const kFailed = "Settings configuration operation was not successful.";
 const char* const kRefused =
     "Sender with id 'local administrator' is not authorized to execute the configuration parameter operation.";
 
@@ -26,36 +20,6 @@ std::string Arguments(const std::string& mode, const std::string& package = "<Co
 std::string Group(const std::string& inside) {
     return "<ConfigGroupName>" + inside + "</ConfigGroupName>";
 }
-
-class RpcConfigHandlerTest : public ServerTest {
-protected:
-    RpcConfigHandlerTest() { Forget(); }
-    ~RpcConfigHandlerTest() override { Forget(); }
-
-    std::string Folder(const std::string& package = "") const {
-        return node.Root() + "/etc/pal/config/" + (package.empty() ? "" : package + "/");
-    }
-    /// What a database holds for these tests, read without the server.
-    static std::string Stored(const char* package = "") { return Shown(ConfigBase_t::Open(package), "test."); }
-    static void Store(std::initializer_list<Setting> settings) {
-        for (const Setting& setting : settings) Configure(setting.nameSpace, setting.name, setting.value);
-    }
-    int AuditedLines() const { return node.Audited("Audit:"); }
-
-private:
-    void Forget() const {
-        LumPalConfig::ConfigUpdate_t update("");
-        const ConfigGroup_t all = ConfigBase_t::Open("");
-        for (int i = 0; i < all.GetConfigCount(); ++i) {
-            const String_t name = all.GetConfig(i).GetNamespace();
-            if (name.ToUtf8().starts_with("test.")) update.ClearNamespace(name);
-        }
-        update.ClearNamespace("test.none");
-        update.Apply();
-        std::filesystem::remove(Folder() + "policy_settings.ini");
-        for (const char* package : {"rg1", "rg2", "broken"}) std::filesystem::remove_all(Folder(package));
-    }
-};
 
 struct ModeRow {
     int mode;
@@ -86,7 +50,9 @@ const ModeRow kModes[] = {
      "WARNING Failure Audit: CONFIG: Configuration get operation failed.", "[test.a]Y=2;[test.b]X=3;"},
 };
 
-class RpcConfigHandlerRows : public RpcConfigHandlerTest, public testing::WithParamInterface<ModeRow> {
+using RpcConfigHandlerTest = SettingsServer;
+
+class RpcConfigHandlerRows : public SettingsServer, public testing::WithParamInterface<ModeRow> {
 protected:
     RpcConfigHandlerRows() { Store(kStored); }
 };
@@ -352,139 +318,6 @@ TEST_F(RpcConfigHandlerTest, AChangeWithOneNameThatTheStoreRefusesChangesNothing
         EXPECT_EQ(Client().Config(kClearNamespace, GroupOf({{"test.a"}, {bad}, {"test.z"}})).value, 7) << bad;
         EXPECT_EQ(Stored(), "[test.a]X=1;[test.z]X=1;") << bad;
     }
-}
-
-const char* const kTexts[] = {
-    "",
-    " ",
-    "  leading and trailing  ",
-    "a\rb",
-    "a\nb",
-    "a\r\nb\r\n",
-    "\ttab\t",
-    "a=b=",
-    "=",
-    "[section]",
-    "]",
-    "#comment",
-    ";comment",
-    "back\\slash\\n\\",
-    "\\u0041",
-    "<&>\"']]>",
-    "&amp;&#65;",
-    "%1 %2 %",
-    "\xC3\xA4\xE2\x82\xAC",
-    "\xF0\x9F\x98\x80\xF0\x90\x80\x80\xF4\x8F\xBF\xBD",
-    "\x7F\xC2\x80\xC2\x85\xC2\x9F\xC2\xA0",
-    "\xE2\x80\xA8\xE2\x80\xA9\xEF\xBB\xBF",
-    "\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBD",
-};
-
-TEST_F(RpcConfigHandlerTest, EveryCharacterOfAValueThatXmlCarriesComesBackAsItWasSet) {
-    const ConfigGroup_t group;
-    for (std::size_t i = 0; i < std::size(kTexts); ++i) {
-        group.GetConfig("test.a").SetAttrValue(LumPalStr::NumToStr(static_cast<int>(i)), String_t::FromUtf8(kTexts[i]));
-    }
-    LumPalConfig::Configuration_t units = group.GetConfig("test.units");
-    for (unsigned unit = 1; unit <= 0xFFFD; ++unit) {
-        if ((unit >= 0xD800 && unit <= 0xDFFF) || (unit < 0x20 && unit != '\t' && unit != '\n' && unit != '\r'))
-            continue;
-        const char16_t text[] = {static_cast<char16_t>(unit), u'x', static_cast<char16_t>(unit)};
-        units.SetAttrValue(LumPalStr::NumToStr(static_cast<int>(unit)), String_t(text, 3));
-    }
-    EXPECT_EQ(Client().Config(kSet, group).value, 1);
-    EXPECT_EQ(Shown(Client().Config(kGet).group, "test."), Shown(group));
-    EXPECT_EQ(Stored(), Shown(group));
-}
-
-TEST_F(RpcConfigHandlerTest, EveryCharacterOfANameThatTheStoreTakesComesBackAsItWasSetAndIsCleared) {
-    ConfigGroup_t group;
-    for (const char* text : kTexts) {
-        const std::string name = text;
-        if (name.empty() || name.find_first_of("\t\r\n\x7F") != std::string::npos) continue;
-        if (name.find("\xE2\x80\xA8") != std::string::npos) continue;
-        group.GetConfig(String_t::FromUtf8("test." + name)).SetAttrValue(String_t::FromUtf8(name), "1");
-        group.GetConfig("test.names").SetAttrValue(String_t::FromUtf8(name), "2");
-    }
-    ASSERT_GE(group.GetConfigCount(), 14);
-    EXPECT_EQ(Client().Config(kSet, group).value, 1);
-    EXPECT_EQ(Shown(Client().Config(kGet).group, "test."), Shown(group));
-    EXPECT_EQ(Client().Config(kClearAttribute, group).value, 1);
-    const ConfigGroup_t left = Client().Config(kGet).group;
-    for (int i = 0; i < left.GetConfigCount(); ++i) {
-        const LumPalConfig::Configuration_t configuration = left.GetConfig(i);
-        if (configuration.GetNamespace().ToUtf8().starts_with("test.")) {
-            EXPECT_EQ(configuration.GetAttrCount(), 0);
-        }
-    }
-}
-
-TEST_F(RpcConfigHandlerTest, AValueWithWhatXmlCannotCarryIsCleanedInTheAnswer) {
-    WriteText(Folder() + "policy_settings.ini", "[test.a]\nX=a\\u0001b\\uD800c\\uFFFFd\n");
-    const Reply reply = Client().Config(kGet);
-    EXPECT_EQ(reply.value, 1);
-    const std::string value = reply.group.GetConfig("test.a").GetValue("X").ToUtf8();
-    EXPECT_TRUE(value.starts_with("a") && value.ends_with("d")) << value;
-    EXPECT_EQ(value.find('\x01'), std::string::npos);
-}
-
-TEST_F(RpcConfigHandlerTest, AThousandNamespacesAreSetReadAndCleared) {
-    const ConfigGroup_t group;
-    for (int i = 0; i < 1000; ++i) {
-        for (int j = 0; j < 5; ++j) {
-            group.GetConfig("test." + LumPalStr::NumToStr(i)).SetAttrValue("N" + LumPalStr::NumToStr(j), "value");
-        }
-    }
-    EXPECT_EQ(Client().Config(kSet, group).value, 1);
-    EXPECT_EQ(Shown(Client().Config(kGet).group, "test."), Shown(group));
-    EXPECT_EQ(Client().Config(kClearNamespace, group).value, 1);
-    EXPECT_EQ(Stored(), "");
-    EXPECT_EQ(AuditedLines(), 3);
-}
-
-TEST_F(RpcConfigHandlerTest, ALargeValueWithinTheLimitsComesBackWhole) {
-    const ConfigGroup_t group;
-    group.GetConfig("test.a").SetAttrValue("X", String_t::FromUtf8(std::string(8 << 20, 'x')));
-    EXPECT_EQ(Client().Config(kSet, group).value, 1);
-    EXPECT_EQ(Client().Config(kGet).group.GetConfig("test.a").GetValue("X").GetLength(), 8u << 20);
-}
-
-TEST_F(RpcConfigHandlerTest, TwoThatSetAtOnceLoseNothing) {
-    constexpr int kTimes = 16;
-    std::vector<std::thread> setters;
-    for (const char* nameSpace : {"test.one", "test.two"}) {
-        setters.emplace_back([this, nameSpace] {
-            NodeClient client(server.GetPort());
-            for (int i = 0; i < kTimes; ++i) {
-                const std::string name = "N" + std::to_string(i);
-                EXPECT_EQ(
-                    client.Config(kSet, GroupOf({{nameSpace, name.c_str(), "v"}, {"test.both", name.c_str()}})).value,
-                    1);
-                if (i % 2 == 0) continue;
-                EXPECT_EQ(client.Config(kClearAttribute, GroupOf({{nameSpace, name.c_str()}})).value, 1);
-            }
-        });
-    }
-    for (std::thread& setter : setters) setter.join();
-    const ConfigGroup_t all = Client().Config(kGet).group;
-    EXPECT_EQ(all.GetConfig("test.one").GetAttrCount(), kTimes / 2);
-    EXPECT_EQ(all.GetConfig("test.two").GetAttrCount(), kTimes / 2);
-    EXPECT_EQ(all.GetConfig("test.both").GetAttrCount(), kTimes);
-}
-
-TEST_F(RpcConfigHandlerTest, ThoseWhoFollowANamespaceAreToldOfASet) {
-    struct Follower : LumPalConfig::ConfigChangeHandler_i {
-        void Update(const LumPalConfig::ChangedConfiguration_t& changes,
-                    const LumPalConfig::Configuration_t& now) override {
-            if (changes.HasChanged("X") && now.GetValue("X") == "1") told = true;
-        }
-        std::atomic<bool> told{false};
-    } follower;
-    const LumPalConfig::ConfigNamespace_t nameSpace("test.a");
-    nameSpace.Register(follower);
-    EXPECT_EQ(Client().Config(kSet, GroupOf({{"test.a", "X", "1"}})).value, 1);
-    EXPECT_TRUE(Eventually([&] { return follower.told.load(); }));
-    nameSpace.Unregister(follower);
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+
 #include "Faults.h"
 #include "LumPalCfgFile.h"
 #include "LumPalIo.h"
@@ -84,6 +86,7 @@ TEST_F(SettingsClearTest, ASecondOperationIsRefusedWhicheverItIs) {
         WriteText(files.Local(), "[a]\nk=1\n");
         EXPECT_RAISES(clear.ClearAttr("k"), IllegalStateError_t, 187);
         EXPECT_RAISES(clear.ClearNamespace(), IllegalStateError_t, 187);
+        EXPECT_RAISES(clear.ClearAttributes(), IllegalStateError_t, 187);
         EXPECT_EQ(Text(), "[a]\nk=1\n");
     }
 }
@@ -116,6 +119,73 @@ TEST_F(SettingsClearTest, NamesThatCannotBeAreRefused) {
         EXPECT_THROW(SettingsClear(package, "a").ClearNamespace(), IllegalArgumentError_t) << package;
     }
     EXPECT_EQ(Text(), before);
+}
+
+TEST_F(SettingsClearTest, TheNamespacesOfAGroupGoWhateverAttributesItNames) {
+    SettingsClear("", GroupOf({{"a"}, {"b", "other"}, {"absent"}})).ClearNamespace();
+    EXPECT_EQ(Text(), "");
+}
+
+TEST_F(SettingsClearTest, TheAttributesThatAGroupNamesGoEachFromItsNamespaceWhateverTheirValues) {
+    SettingsClear("", GroupOf({{"a", "m", "other"}, {"b", "k", "1"}, {"b", "m"}, {"absent", "k"}, {"bare"}}))
+        .ClearAttributes();
+    EXPECT_EQ(Text(), "[a]\nk=1\n\n[b]\n");
+}
+
+TEST_F(SettingsClearTest, AnAttributeGoesFromEveryNamespaceOfAGroup) {
+    SettingsClear("", GroupOf({{"a", "m"}, {"b"}})).ClearAttr("k");
+    EXPECT_EQ(Text(), "[a]\nm=1\n\n[b]\n");
+}
+
+TEST_F(SettingsClearTest, OneNamespaceNamesNoAttributes) {
+    SettingsClear("", "a").ClearAttributes();
+    EXPECT_EQ(Text(), "[a]\nk=1\nm=1\n\n[b]\nk=1\n");
+}
+
+std::atomic<int> replaced{0};
+
+bool CountReplaced(const char* operation, const char*) {
+    replaced += std::string(operation) == "rename";
+    return false;
+}
+
+TEST_F(SettingsClearTest, AGroupIsClearedInOneUpdate) {
+    const auto replacedBy = [&](void (SettingsClear::*clear)()) {
+        WriteText(files.Local(), "[a]\nk=1\nm=1\n\n[b]\nk=1\n");
+        SettingsClear object("", GroupOf({{"a", "k"}, {"a", "m"}, {"b", "k"}}));
+        replaced = 0;
+        LumPalIo::SetFaultHookForTest(CountReplaced);
+        (object.*clear)();
+        LumPalIo::SetFaultHookForTest(nullptr);
+        return replaced.load();
+    };
+    EXPECT_EQ(replacedBy(&SettingsClear::ClearAttributes), 1);
+    EXPECT_EQ(replacedBy(&SettingsClear::ClearNamespace), 1);
+}
+
+TEST_F(SettingsClearTest, AGroupWithOneNameThatCannotBeLeavesAllAsItWas) {
+    const std::string before = Text();
+    EXPECT_THROW(SettingsClear("", GroupOf({{"a", "k"}, {"b", "x\ny"}})).ClearAttributes(), IllegalArgumentError_t);
+    EXPECT_THROW(SettingsClear("", GroupOf({{"a", "k"}, {"b\n", "k"}})).ClearAttributes(), IllegalArgumentError_t);
+    EXPECT_THROW(SettingsClear("", GroupOf({{"a"}, {"b\n"}})).ClearNamespace(), IllegalArgumentError_t);
+    EXPECT_THROW(SettingsClear("", GroupOf({{"a"}, {""}})).ClearAttr("k"), IllegalArgumentError_t);
+    EXPECT_EQ(Text(), before);
+}
+
+TEST_F(SettingsClearTest, AGroupThatNamesNothingChangesNothingAndNeedsNoUpdate) {
+    WriteText(files.NewPolicy(), "[a]\nk=ha");
+    const std::string before = Text();
+    SettingsClear none("", GroupOf({})), bare("", GroupOf({{"a"}}));
+    none.ClearNamespace();
+    bare.ClearAttributes();
+    SettingsClear("", GroupOf({})).ClearAttributes();
+    SettingsClear("", GroupOf({})).ClearAttr("k");
+    EXPECT_EQ(Text(), before);
+    EXPECT_EQ(ReadText(files.NewPolicy()), "[a]\nk=ha");
+    EXPECT_FALSE(files.WasApplied());
+    EXPECT_RAISES(none.ClearNamespace(), IllegalStateError_t, 187);
+    EXPECT_RAISES(bare.ClearAttributes(), IllegalStateError_t, 187);
+    EXPECT_THROW(SettingsClear("..", GroupOf({})).ClearNamespace(), IllegalArgumentError_t);
 }
 
 }  // namespace

@@ -135,6 +135,14 @@ TEST(SettingsForwarder, AGetBringsTheGroupThatTheNodeSends) {
     EXPECT_EQ(Shown(SettingsForwarder().Get(kHost)), Shown(answer.group));
 }
 
+TEST(SettingsForwarder, AnAnswerMayHoldMoreNamespacesThanARequest) {
+    SimulatedNode node;
+    NodeAnswer answer;
+    for (int i = 0; i <= ConfigGroupSoapArg::kMostOfARequest; ++i) answer.group.GetConfig(LumPalStr::NumToStr(i));
+    node.Answer(answer);
+    EXPECT_EQ(SettingsForwarder().Get(kHost).GetConfigCount(), ConfigGroupSoapArg::kMostOfARequest + 1);
+}
+
 TEST(SettingsForwarder, AGetOfANamespaceAsksForAllAndPicksIt) {
     SimulatedNode node;
     NodeAnswer answer;

@@ -257,6 +257,7 @@ TEST(MessageForwarder, MessagesShowTheHostWithoutTheBlanksAroundIt) {
     ExpectAnswerRow(answers::selection[3], "localhost", "", words, [&] { sender.Operate(" localhost\t"); });
     ExpectAnswerRow(answers::list[2], "localhost", "", words, [&] { sender.List(" localhost\t"); });
     ExpectAnswerRow(answers::installPolicy[2], "localhost", "", words, [&] { sender.Install(" localhost\t"); });
+    ExpectAnswerRow(answers::configuration[0], "localhost", "", words, [&] { sender.Configure(" localhost\t"); });
 }
 
 TEST(MessageForwarder, TheNodesWordsArriveAsTheyAre) {
@@ -324,12 +325,14 @@ TEST(MessageForwarder, TheTargetIdComesFromTheRequest) {
     EXPECT_NO_THROW(sender.Operate("localhost", Options().SetTargetID("node-1")));
     EXPECT_NO_THROW(sender.List("localhost", "node-1"));
     EXPECT_NO_THROW(sender.List("localhost", ""));
-    EXPECT_EQ(node.ReceivedCount(), 4u);
+    EXPECT_NO_THROW(sender.Configure("localhost", ConfigGroup_t(), "", "node-1"));
+    EXPECT_EQ(node.ReceivedCount(), 5u);
     EXPECT_THROW(sender.Install("localhost", InstallMethod::Policy, InstallOptions().SetTargetID("node-2")),
                  ConnectException_t);
     EXPECT_THROW(sender.Operate("localhost", Options().SetTargetID("node-2")), ConnectException_t);
     EXPECT_THROW(sender.List("localhost", "node-2"), ConnectException_t);
-    EXPECT_EQ(node.ReceivedCount(), 4u);
+    EXPECT_THROW(sender.Configure("localhost", ConfigGroup_t(), "", "node-2"), ConnectException_t);
+    EXPECT_EQ(node.ReceivedCount(), 5u);
 }
 
 // The messenger.
