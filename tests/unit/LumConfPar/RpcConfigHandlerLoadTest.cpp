@@ -219,7 +219,7 @@ const FailingRow kFailing[] = {
 
 // In a package: nobody reads its files beside the calls.
 TEST_F(RpcConfigHandlerLoad, ADiskThatFailsLeavesTheOldSettingsAndIsAnsweredLoggedAndAudited) {
-    const std::string local = Folder("rg1") + "local_settings.ini", before = "[test.a]\nX=1\n";
+    const std::string local = Folder("rg1") + "local_settings.ini", before = "[test.a]\nX=1\n\n[test.b]\nX=1\n";
     WriteText(local, before);
     int lines = 0;
     for (const FailingRow& row : kFailing) {
@@ -241,7 +241,7 @@ TEST_F(RpcConfigHandlerLoad, ADiskThatFailsLeavesTheOldSettingsAndIsAnsweredLogg
         EXPECT_TRUE(log.Holds(reply.text.substr(reply.text.find("\n  ") + 3)));
     }
     EXPECT_EQ(Client().Config(kSet, GroupOf({{"test.a", "X", "2"}}), "rg1").value, 1);
-    EXPECT_EQ(Stored("rg1"), "[test.a]X=2;");
+    EXPECT_EQ(Stored("rg1"), "[test.a]X=2;[test.b]X=1;");
 }
 
 /// What one of many senders does: its own namespace comes and goes, and the one of all is whole whenever it is read.
