@@ -10,7 +10,11 @@ namespace LumConfPar {
 using namespace LumConf;
 
 ConfParHandler::ConfParHandler() : nameSpace(names::NsConfCore) {
-    RegisterAndRead(nameSpace, *this, mutex, [this] { Read(); });
+    try {
+        RegisterAndRead(nameSpace, *this, mutex, [this] { Read(); });
+    } catch (const LumPalMsg::Exception_t& e) {
+        LumPalLog::Log(e.GetMessageList());
+    }
 }
 
 void ConfParHandler::Read() {

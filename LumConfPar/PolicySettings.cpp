@@ -54,9 +54,11 @@ void PolicySettings::RequireStarted(const char* operation) const {
 void PolicySettings::Start() {
     LUMCONF_BLOCK(trace::Config, "PolicySettings::Start");
     started = true;
+    complete = false;
     MakeSettingsDirectory();
     ReadStore();
     InitMaps();
+    complete = true;
     CreateConfigGroup();
     WriteSettings();
 }
@@ -67,6 +69,16 @@ void PolicySettings::MakeSettingsDirectory() {
         Raise<LumPalIo::IOException_t>(msg::DirectoryNotCreated, directory.GetAbsolutePath());
     }
     newSettingsFile = paths::NewSettingsFile();
+}
+
+/// A merge of what a failed start left in memory would take the settings of all other policies away. Whoever changed
+/// a policy changed the store first, so a start takes the change in too.
+bool PolicySettings::StartsAnew() {
+    if (complete) return false;
+    memory = SettingsMemory();
+    container = PolicyContainer();
+    Start();
+    return true;
 }
 
 void PolicySettings::ReadStore() {
@@ -126,6 +138,7 @@ void PolicySettings::LoadDataFile(int index, const PolicyHeader& header) {
 void PolicySettings::Install(const String_t& ids) {
     LUMCONF_BLOCK(trace::Config, "PolicySettings::Install");
     RequireStarted("Install");
+    if (StartsAnew()) return;
     DeleteId(ids);
     if (!ReadHeaders(ids)) return;
     for (const String_t& id : GetVectorFromString(ids)) {
@@ -182,6 +195,7 @@ bool PolicySettings::InstallData(int index, const PolicyHeader& header) {
 void PolicySettings::Remove(const String_t& ids) {
     LUMCONF_BLOCK(trace::Config, "PolicySettings::Remove");
     RequireStarted("Remove");
+    if (StartsAnew()) return;
     DeleteId(ids);
     CreateConfigGroup();
     WriteSettings();
@@ -200,6 +214,7 @@ void PolicySettings::DeleteId(const String_t& ids) {
 void PolicySettings::Enable(const String_t& ids) {
     LUMCONF_BLOCK(trace::Config, "PolicySettings::Enable");
     RequireStarted("Enable");
+    if (StartsAnew()) return;
     try {
         container.Enable(ids);
     } catch (const PolicyNotFoundError& e) {
@@ -212,6 +227,7 @@ void PolicySettings::Enable(const String_t& ids) {
 void PolicySettings::Disable(const String_t& ids) {
     LUMCONF_BLOCK(trace::Config, "PolicySettings::Disable");
     RequireStarted("Disable");
+    if (StartsAnew()) return;
     try {
         container.Disable(ids);
     } catch (const PolicyNotFoundError& e) {

@@ -19,8 +19,9 @@ namespace LumConfPar {
 /// Bad policies are said in the application log and left out.
 ///
 /// A failed merge, or a failed write, leaves the settings of the node as they were and comes out as
-/// LumPalMsg::RuntimeException_t 208 or 210; the change itself stays in memory. Each operation but Start raises
-/// LumPalMsg::IllegalStateError_t 198 before Start was called. Ids are separated by blanks, in any case.
+/// LumPalMsg::RuntimeException_t 208 or 210; the change itself stays in memory. After a Start that could not read the
+/// store, the next operation starts anew instead: nothing is merged of a memory that lacks policies. Each operation but
+/// Start raises LumPalMsg::IllegalStateError_t 198 before Start was called. Ids are separated by blanks, in any case.
 /// A value, of which copies share headers and group: to begin anew, assign a new one. One thread at a time.
 class PolicySettings final : public SettingsSink {
 public:
@@ -45,6 +46,7 @@ public:
 private:
     void RequireStarted(const char* operation) const;
     void MakeSettingsDirectory();
+    bool StartsAnew();
     void ReadStore();
     void InitMaps();
     std::optional<LumConf::PolicyHeader> HeaderAt(int index) const;
@@ -65,6 +67,7 @@ private:
     LumPalConfig::ConfigGroup_t group;
     LumPalIo::File_t newSettingsFile;
     bool started = false;
+    bool complete = false;  ///< whether the memory holds what the last start found in the store
 };
 
 /// The sinks of the node's own worker.

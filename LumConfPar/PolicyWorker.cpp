@@ -23,12 +23,20 @@ PolicyWorker::~PolicyWorker() = default;
 
 void PolicyWorker::Start() {
     if (thread.IsNotNull()) Raise<LumPalMsg::IllegalStateError_t>(msg::WorkerAlreadyRunning);
-    {
-        MutexLock_t lock(mutex);
-        running = true;
+    SetRunning(true);
+    LumPalThread::Thread_t fresh("LumConf:PolicyWorker");
+    try {
+        fresh.Start(*this);
+    } catch (...) {
+        SetRunning(false);  // so that the next call tries again, and nobody queues jobs for nobody
+        throw;
     }
-    thread = LumPalThread::Thread_t("LumConf:PolicyWorker");
-    thread.Start(*this);
+    thread = fresh;
+}
+
+void PolicyWorker::SetRunning(bool on) {
+    const MutexLock_t lock(mutex);
+    running = working = on;
 }
 
 void PolicyWorker::Stop() {
@@ -50,21 +58,41 @@ void PolicyWorker::InsertJob(JobKind kind, const String_t& ids) {
     condition.Signal();
 }
 
+bool PolicyWorker::IsBusyForTest() {
+    const MutexLock_t lock(mutex);
+    return running && (working || !queue.empty());
+}
+
 void PolicyWorker::Run(const LumPalThread::Thread_t&) {
-    ConfParHandler handler;
+    const ConfParHandler handler;
     if (handler.IsCacheOn()) reloadNeeded = false;
+    FirstStart();
+    Job job;
+    while (TakeJob(job)) TreatGuarded(job, handler.IsCacheOn());
+}
+
+void PolicyWorker::FirstStart() {
     try {
         settings->Start();
-    } catch (const LumPalMsg::RuntimeException_t& e) {
+    } catch (const LumPalMsg::Exception_t& e) {
         LUMCONF_TRACE(trace::Config, e.GetMessageList().Format(LumPalMsg::Text | LumPalMsg::Details));
+    } catch (const std::exception& e) {
+        LUMCONF_TRACE(trace::Config, String_t::FromUtf8(e.what()));
+        reloadNeeded = true;
     }
-    Job job;
-    while (TakeJob(job)) {
-        try {
-            Treat(job, handler.IsCacheOn());
-        } catch (const LumPalMsg::Exception_t& e) {
-            LumPalLog::Log(Make(msg::WorkerJobErrors, names::SettingsTypeName, e));
-        }
+}
+
+/// One job's failure never ends the thread, whatever it is: nobody would take the next job.
+void PolicyWorker::TreatGuarded(const Job& job, bool cacheOn) {
+    try {
+        Treat(job, cacheOn);
+    } catch (const LumPalMsg::Exception_t& e) {
+        LumPalLog::Log(Make(msg::WorkerJobErrors, names::SettingsTypeName, e));
+    } catch (const std::exception& e) {
+        // Memory ran out, say: what is in memory now is not known.
+        reloadNeeded = true;
+        const LumPalMsg::CreateError_t reason(String_t::FromUtf8(e.what()));
+        LumPalLog::Log(Make(msg::WorkerJobErrors, names::SettingsTypeName, reason));
     }
 }
 
@@ -73,8 +101,10 @@ void PolicyWorker::Done(bool) {}
 /// Waits for a job; a wake-up without one gives a job of kind None. False when the worker has been stopped.
 bool PolicyWorker::TakeJob(Job& job) {
     MutexLock_t lock(mutex);
+    working = false;
     if (running && queue.empty()) condition.Wait(mutex);
     if (!running) return false;
+    working = true;
     job = {};
     if (!queue.empty()) {
         job = queue.front();

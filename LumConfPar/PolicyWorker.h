@@ -27,13 +27,17 @@ public:
     /// A worker that runs must be stopped before.
     ~PolicyWorker() override;
 
-    /// @throws LumPalMsg::IllegalStateError_t 195 when it was started before, also when it was stopped since
+    /// @throws LumPalMsg::IllegalStateError_t 195 when it was started before, also when it was stopped since;
+    ///         LumPalMsg::RuntimeException_t when the system gives no thread: then it may be called again
     void Start();
     /// Waits for the job in work; those behind it are dropped.
     /// @throws LumPalMsg::IllegalStateError_t 196 when it was never started
     void Stop();
     /// Appends a job for blank-separated ids; dropped unless the worker runs.
     void InsertJob(JobKind kind, const LumPalStr::String_t& ids);
+
+    /// Whether a job, or what comes first after the start, is in work or waits.
+    bool IsBusyForTest();
 
     void Run(const LumPalThread::Thread_t& thread) override;
     void Done(bool success) override;
@@ -43,7 +47,10 @@ private:
         JobKind kind = JobKind::None;
         LumPalStr::String_t ids;
     };
+    void SetRunning(bool on);
+    void FirstStart();
     bool TakeJob(Job& job);
+    void TreatGuarded(const Job& job, bool cacheOn);
     void Treat(const Job& job, bool cacheOn);
     void TreatCached(const Job& job);
     void Reload();
@@ -56,6 +63,7 @@ private:
     LumPalThread::Mutex_t mutex;
     LumPalThread::CondVar_t condition;
     bool running = false;   ///< guarded by mutex
+    bool working = false;   ///< guarded by mutex
     std::deque<Job> queue;  ///< guarded by mutex
     // The worker thread alone.
     std::unique_ptr<SettingsSink> settings;

@@ -111,6 +111,9 @@ void InstallTask::KeepBooks() {
     const String_t id = newHeader->GetContainerId();
     if (!operation.IsPolicyTypeNameInstalled(type)) operation.notifications.AddFirstPolicy(type);
     operation.notifications.AddInstall(type, id);
+    // The consumer of settings is this node itself: what is no settings policy any more must not stay in force.
+    if (installedTypeName == names::SettingsTypeName && type != installedTypeName)
+        operation.notifications.AddRemove(installedTypeName, id);
     operation.Audit(originator, newHeader->GetName(), id, AuditLog::Install, true);
     operation.Cache()->Insert(newHeader.Get());
 }

@@ -3,6 +3,8 @@
 /// process, and each keeps the root under which it was made: every test that uses them uses this node.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <string>
 
@@ -13,13 +15,15 @@
 #include "InstallOptions.h"
 #include "LumCtrl.h"
 #include "PolicyOperation.h"
+#include "PolicyWorker.h"
 #include "StorePaths.h"
 #include "TempRoot.h"
 #include "TestPolicy.h"
 
 class ProcessNode {
 public:
-    /// The node as it was at first: its root is the present one, nothing installed, granted, queued or audited.
+    /// The node as it was at first: its root is the present one, nothing installed, granted, queued or audited, and its
+    /// policy worker has nothing to do.
     static ProcessNode& Fresh() {
         static ProcessNode& node = Made();
         LumPalRuntime::Dir_t::SetRoot(node.root.Path());
@@ -91,6 +95,8 @@ private:
         ForgetQueue();
         LumConf::Authorization::GetInstance().Update();
         ForgetAudit();
+        // Else a merge that is late would write below the root of the next test.
+        EXPECT_TRUE(Eventually([] { return !LumConfPar::PolicyWorker::GetInstance().IsBusyForTest(); }));
     }
 
     TempRoot root;

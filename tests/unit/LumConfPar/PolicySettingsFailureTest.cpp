@@ -117,6 +117,39 @@ TEST_F(PolicySettingsFailure, AHeaderThatCannotBeReadEndsTheStartAndLeavesTheSet
     EXPECT_EQ(Settings(), Marks("a"));
 }
 
+TEST_F(PolicySettingsFailure, AfterAStartThatCouldNotReadTheStoreNoChangeTakesTheSettingsOfOtherPoliciesAway) {
+    void (PolicySettings::*const operations[])(const String_t&) = {&PolicySettings::Install, &PolicySettings::Remove,
+                                                                   &PolicySettings::Enable, &PolicySettings::Disable};
+    for (const auto operation : operations) {
+        store.Clear();
+        Put("ab");
+        settings = PolicySettings();
+        settings.Start();
+        Put("c");
+        WriteText(store.Folder() + "/bad_header.xml", "<header>");
+        settings = PolicySettings();
+        EXPECT_THROW(settings.Start(), PolicyFileException);
+        EXPECT_THROW((settings.*operation)("c"), PolicyFileException);
+        EXPECT_EQ(Settings(), Marks("ab")) << "nothing is merged of half a memory";
+        fs::remove(store.Folder() + "/bad_header.xml");
+        fs::remove(store.Folder() + "/b_header.xml");
+        (settings.*operation)("c");
+        EXPECT_EQ(Settings(), Marks("ac")) << "the store as it is now";
+        settings.Disable("c");
+        EXPECT_EQ(Settings(), Marks("a")) << "and from then on in memory";
+    }
+}
+
+TEST_F(PolicySettingsFailure, AfterAStartWithoutItsDirectoryTheNextChangeTakesEveryPolicyIn) {
+    Put("ab");
+    WriteText(store.Files().Root() + "/etc/pal", "a file where a folder belongs");
+    EXPECT_RAISES(settings.Start(), LumPalIo::IOException_t, 7);
+    EXPECT_RAISES(settings.Enable("a"), LumPalIo::IOException_t, 7);
+    fs::remove(store.Files().Root() + "/etc/pal");
+    settings.Enable("a");
+    EXPECT_EQ(Settings(), Marks("ab"));
+}
+
 TEST_F(PolicySettingsFailure, AStoreThatCannotBeReadIsToldAndNothingIsWritten) {
     Put("a");
     settings.Start();

@@ -1,5 +1,8 @@
 // The worker with the settings of the node: what its jobs make of the store, with and without memory.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <thread>
@@ -18,6 +21,20 @@ using LumConf::PolicyContainer;
 using LumConf::PolicyHeader;
 using LumPalArray::CharArray_t;
 namespace fs = std::filesystem;
+
+/// Holds the settings of a node against every other writer, as a process does that changes them.
+class SettingsLock {
+public:
+    explicit SettingsLock(const std::string& folder) : file(open((folder + ".lock").c_str(), O_RDWR)) {
+        EXPECT_EQ(flock(file, LOCK_EX), 0);
+    }
+    SettingsLock(const SettingsLock&) = delete;
+    SettingsLock& operator=(const SettingsLock&) = delete;
+    ~SettingsLock() { close(file); }
+
+private:
+    const int file;
+};
 
 class WorkerOfSettings : public testing::Test {
 protected:
@@ -162,6 +179,30 @@ TEST_F(WorkerOfSettings, AStopEndsTheJobInWorkAndDropsTheRest) {
     EXPECT_EQ(store.Settings(), Marks("ab"));
 }
 
+TEST_F(WorkerOfSettings, AStopDuringAMergeThatWaitsForTheLockOfTheSettingsEndsWithThatMerge) {
+    Put("a");
+    Start(true);
+    Become("a");
+    Put("b");
+    TraceLines traced;
+    std::thread stopper;
+    {
+        const SettingsLock held(store.Files().Folder());
+        worker.InsertJob(JobKind::Install, "b");
+        worker.InsertJob(JobKind::Remove, "a");
+        EXPECT_TRUE(Eventually([&] { return traced.Contains("the merged settings are written to"); }));
+        stopper = std::thread([this] { Stop(); });
+        EXPECT_TRUE(Eventually([&] {
+            worker.InsertJob(JobKind::None, "probe");
+            return traced.Contains("a job is dropped for probe");
+        }));
+        EXPECT_EQ(store.Settings(), Marks("a"));
+    }
+    stopper.join();
+    EXPECT_EQ(store.Settings(), Marks("ab"));
+    EXPECT_FALSE(store.Files().HasNewPolicy());
+}
+
 TEST_F(WorkerOfSettings, AJobThatFailsIsToldAndTheNextOneIsDone) {
     FailOnceAndGoOn(true);
 }
@@ -171,15 +212,25 @@ TEST_F(WorkerOfSettings, ARebuildThatFailsIsToldAndTheNextOneIsDone) {
 }
 
 TEST_F(WorkerOfSettings, AStartThatFailsIsTracedAndTheNextChangeTriesAgain) {
-    Put("a");
-    WriteText(store.Folder() + "/b_header.xml", "<header>");
-    const TraceLines traced;
-    Start(false);
-    EXPECT_TRUE(Eventually([&] { return traced.Contains("Could not initialize policy settings"); }));
-    EXPECT_FALSE(fs::exists(store.Files().Policy()));
-    Put("b");
-    worker.InsertJob(JobKind::Install, "b");
-    Become("ab");
+    for (const bool cacheOn : {false, true}) {
+        SCOPED_TRACE(cacheOn);
+        Put("a");
+        WriteText(store.Folder() + "/b_header.xml", "<header>");
+        const TraceLines traced;
+        PolicyWorker fresh(MakePolicySettings());
+        Configure("conf.core", "CACHE_CONFIGSETTINGS_POLICIES", cacheOn ? "true" : "false");
+        fresh.Start();
+        EXPECT_TRUE(Eventually([&] { return traced.Contains("Could not initialize policy settings"); }));
+        EXPECT_FALSE(fs::exists(store.Files().Policy()));
+        // A removal too: with memory it is the one job that never reloads.
+        fs::remove(store.Folder() + "/b_header.xml");
+        Put("c");
+        fresh.InsertJob(JobKind::Remove, "b");
+        Become("ac");
+        fresh.Stop();
+        store.Clear();
+        fs::remove(store.Files().Policy());
+    }
 }
 
 }  // namespace

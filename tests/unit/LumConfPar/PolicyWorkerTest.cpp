@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <new>
+#include <stdexcept>
 #include <thread>
 
 #include "ConfParHandler.h"
@@ -200,6 +202,58 @@ TEST_F(PolicyWorkerTest, AStartThatFailsIsTracedAndJobsAreStillDone) {
     worker.InsertJob(JobKind::Remove, "a");
     EXPECT_EQ(record.WaitFor("remove a;"), "make;remove a;");
     EXPECT_TRUE(traced.Contains("no settings"));
+}
+
+TEST_F(PolicyWorkerTest, AFailureOfAnyClassIsLoggedAndTheMemoryRebuiltBeforeTheNextJob) {
+    LumPalLog::SetApplicationLogFile(root.Path("app.log"));
+    record.onCall = [](const std::string& call) {
+        if (call == "enable huge") throw std::bad_alloc();
+    };
+    Start(true);
+    worker.InsertJob(JobKind::Enable, "huge");
+    worker.InsertJob(JobKind::Install, "good");
+    EXPECT_EQ(record.WaitFor("install good;"), "make;start;make;start;install good;");
+    const std::string log = ReadText(root.Native() + "/app.log");
+    EXPECT_NE(log.find("Policy thread for 'configsettings' policy type generated errors.\n  std::bad_alloc"),
+              std::string::npos)
+        << log;
+}
+
+TEST_F(PolicyWorkerTest, AStartThatFailsWithAnyClassEndsNoWorker) {
+    TraceLines traced;
+    std::atomic<int> starts{0};
+    record.onCall = [&starts](const std::string& call) {
+        if (call == "start" && starts++ == 0) throw std::length_error("too long");
+    };
+    Configure("conf.core", "CACHE_CONFIGSETTINGS_POLICIES", "true");
+    worker.Start();
+    started = true;
+    worker.InsertJob(JobKind::Enable, "a");
+    EXPECT_EQ(record.WaitFor("enable a;"), "make;make;start;enable a;");
+    EXPECT_TRUE(traced.Contains("too long"));
+}
+
+TEST_F(PolicyWorkerTest, IsBusyFromItsStartUntilTheLastJobIsDone) {
+    std::atomic<bool> release{false};
+    record.onCall = [&](const std::string& call) {
+        while (call != "make" && !release) std::this_thread::yield();
+    };
+    EXPECT_FALSE(worker.IsBusyForTest());
+    Configure("conf.core", "CACHE_CONFIGSETTINGS_POLICIES", "true");
+    worker.Start();
+    started = true;
+    EXPECT_TRUE(worker.IsBusyForTest());
+    worker.InsertJob(JobKind::Enable, "a");
+    worker.InsertJob(JobKind::Enable, "b");
+    release = true;
+    EXPECT_TRUE(Eventually([&] { return !worker.IsBusyForTest(); }));
+    EXPECT_EQ(record.Calls(), "make;start;enable a;enable b;");
+    worker.InsertJob(JobKind::Enable, "c");
+    EXPECT_TRUE(Eventually([&] { return !worker.IsBusyForTest(); }));
+    EXPECT_EQ(record.Calls(), "make;start;enable a;enable b;enable c;");
+    worker.Stop();
+    started = false;
+    EXPECT_FALSE(worker.IsBusyForTest());
 }
 
 TEST_F(PolicyWorkerTest, ARunningWorkerIsNotStartedAgain) {

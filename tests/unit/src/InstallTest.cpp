@@ -386,6 +386,24 @@ TEST_F(InstallTest, ASettingsPolicyGoesToTheWorkerAndNotToTheControlService) {
     EXPECT_EQ(node.Ids(), "a");
 }
 
+TEST_F(InstallTest, ASettingsPolicyThatBecomesOneOfAnotherTypeLeavesTheSettings) {
+    for (const char* cache : {"true", "false"}) {
+        Configure("conf.core", "CACHE_CONFIGSETTINGS_POLICIES", cache);
+        node.Restart();
+        TestPolicy policy = Policy("a");
+        policy.type = "configsettings";
+        policy.data = {{"a.ini", "[app]\nk=1\n"}};
+        node->Install("tester", policy.Array(), InstallOptions().SetForceAll(true));
+        const std::string settings = node.Root().Native() + "/etc/pal/config/policy_settings.ini";
+        EXPECT_TRUE(Eventually([&] { return ReadText(settings) == "[app]\nk=1\n"; })) << cache;
+        policy.type = "files";
+        node.Install(policy, InstallOptions().SetForceAll(true));
+        // Nobody listens for the other type.
+        EXPECT_THROW(node->Notify("tester"), LumCtrl::ControlException);
+        EXPECT_TRUE(Eventually([&] { return ReadText(settings).empty(); })) << cache;
+    }
+}
+
 TEST_F(InstallTest, InAProcessThatSawNoClusterAnAttributeForTheClusterChangesNothing) {
     TestPolicy policy = Policy("a");
     policy.attributes = {{"HARG", "group1"}};
