@@ -42,18 +42,21 @@ void SettingsMemory::Erase(const String_t& id) {
     data.erase(id);
 }
 
-void SettingsMemory::ForEachEnabled(const PolicyContainer& headers, const Visitor& visit) const {
+std::vector<String_t> SettingsMemory::ForEachEnabled(const PolicyContainer& headers, const Visitor& visit) const {
+    std::vector<String_t> orphans;
     for (const auto& [name, id] : nameToId) {
         const std::optional<PolicyHeader> header = Find(headers, id);
+        if (!header) orphans.push_back(id);
         if (!header || !header->IsEnabled()) continue;
         const auto [first, end] = data.equal_range(id);
         for (auto file = first; file != end; ++file) visit(*header, file->second);
     }
+    return orphans;
 }
 
-void SettingsMemory::Merge(const PolicyContainer& headers, const Visitor& visit) const {
+void SettingsMemory::Merge(const PolicyContainer& headers, const Visitor& visit) {
     try {
-        ForEachEnabled(headers, visit);
+        for (const String_t& id : ForEachEnabled(headers, visit)) Erase(id);
     } catch (const LumPalCfgFile::SyntaxException_t& e) {
         throw Because<LumPalMsg::RuntimeException_t>(msg::SettingsMergeError, e);
     }

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <map>
+#include <vector>
 
 #include "LumPalArray.h"
 #include "LumPalConfig.h"
@@ -34,13 +35,15 @@ public:
     /// Visits the data files of every enabled policy: by ascending policy name, of equal names the policy that was
     /// inserted first, and within a policy in the order of insertion. Each is to go over what the earlier ones said.
     /// @param headers  hold the policies by id; a policy that is not there is passed over with a warning 209 in the
-    ///                 trace
+    ///                 trace, and forgotten: each new build of a policy under a new id would leave its files for good
     /// @param visit    as LoadSettingsData
     /// @throws LumPalMsg::RuntimeException_t 208 at the first visit that raises LumPalCfgFile::SyntaxException_t
-    void Merge(const LumConf::PolicyContainer& headers, const Visitor& visit) const;
+    void Merge(const LumConf::PolicyContainer& headers, const Visitor& visit);
 
 private:
-    void ForEachEnabled(const LumConf::PolicyContainer& headers, const Visitor& visit) const;
+    /// @return the ids that `headers` does not hold
+    std::vector<LumPalStr::String_t> ForEachEnabled(const LumConf::PolicyContainer& headers,
+                                                    const Visitor& visit) const;
 
     std::multimap<LumPalStr::String_t, LumPalStr::String_t> nameToId;
     std::multimap<LumPalStr::String_t, SettingsData> data;  ///< by policy id

@@ -203,6 +203,12 @@ TEST_F(PolicySettingsTest, ANewPolicyWithTheNameOfAnotherReplacesItAndTheOtherId
     EXPECT_EQ(Settings(), "[app]\nk=new\n");
     EXPECT_TRUE(trace.Contains("Policy id not found in memory during creation of new policy settings."));
     EXPECT_EQ(log.Text(), "");
+    const TraceLines later;
+    settings.Enable("2");
+    EXPECT_FALSE(later.Contains("Policy id not found in memory")) << "the other one is forgotten by now";
+    store.Put("1", "b", "[app]\nk=back\n");
+    settings.Install("1");
+    EXPECT_EQ(Settings(), "[app]\nk=back\n");
 }
 
 TEST_F(PolicySettingsTest, OfTwoPoliciesWithOneNameInTheStoreTheLaterOneIsTaken) {

@@ -222,6 +222,7 @@ TEST_F(WorkerOfSettings, AStartThatFailsIsTracedAndTheNextChangeTriesAgain) {
         fresh.Start();
         EXPECT_TRUE(Eventually([&] { return traced.Contains("Could not initialize policy settings"); }));
         EXPECT_FALSE(fs::exists(store.Files().Policy()));
+        EXPECT_EQ(log.Text(), "") << "the trace alone";
         // A removal too: with memory it is the one job that never reloads.
         fs::remove(store.Folder() + "/b_header.xml");
         Put("c");

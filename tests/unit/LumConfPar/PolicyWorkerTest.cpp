@@ -1,6 +1,7 @@
 #include "PolicyWorker.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <atomic>
 #include <new>
@@ -254,6 +255,15 @@ TEST_F(PolicyWorkerTest, IsBusyFromItsStartUntilTheLastJobIsDone) {
     worker.Stop();
     started = false;
     EXPECT_FALSE(worker.IsBusyForTest());
+}
+
+TEST_F(PolicyWorkerTest, ItsThreadBearsItsName) {
+    char name[16] = "";
+    record.onCall = [&name](const std::string& call) {
+        if (call == "start") pthread_getname_np(pthread_self(), name, sizeof name);
+    };
+    Start(true);
+    EXPECT_STREQ(name, "LumConf:PolicyW") << "the system shows 15 bytes";
 }
 
 TEST_F(PolicyWorkerTest, ARunningWorkerIsNotStartedAgain) {

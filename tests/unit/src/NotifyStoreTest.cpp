@@ -284,6 +284,22 @@ TEST_F(NotifyStoreSettings, EachKindIsAJobOfTheWorkerAndNoTrigger) {
     EXPECT_EQ(consumer.Heard(), "");
 }
 
+TEST_F(NotifyStoreSettings, AnInstallOrARemovalHidesAChangeOfStatusAndTheLastOfTwoChangesCounts) {
+    Do(store, "install configsettings 1,disable configsettings 1,remove configsettings 2,enable configsettings 2");
+    Do(store, "enable configsettings 3,disable configsettings 3,disable configsettings 4,enable configsettings 4");
+    Do(store, "remove configsettings 5,install configsettings 5,install files 6,remove configsettings 6");
+    EXPECT_THROW(Do(store, "send"), LumCtrl::ControlException) << "nobody listens for files";
+    EXPECT_EQ(record.WaitFor("remove 2 6;"), "make;start;install 1 5;enable 4;disable 3;remove 2 6;");
+}
+
+TEST_F(NotifyStoreSettings, AChangeOfStatusAloneLeavesInstallsAndRemovalsInTheQueue) {
+    Do(store, "install configsettings 1,enable configsettings 2,disable configsettings 3,remove configsettings 4");
+    Do(store, "send-status");
+    EXPECT_EQ(record.WaitFor("disable 3;"), "make;start;enable 2;disable 3;");
+    Do(store, "send");
+    EXPECT_EQ(record.WaitFor("remove 4;"), "make;start;enable 2;disable 3;install 1;remove 4;");
+}
+
 TEST_F(NotifyStoreSettings, NoServiceIsNeeded) {
     service.Stop();
     Do(store, "first configsettings,install configsettings 1");
