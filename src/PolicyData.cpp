@@ -97,7 +97,8 @@ void CheckIssuer(const X509Certificate& certificate) {
         msg::IssuerNotInKeyStore, [&] { store.GetTrustedCertificate(issuer, trusted); }, issuer);
     const bool issued = Check<LumPalMsg::IllegalArgumentError_t>(
         msg::CertificateIllegalArgument, [&] { return certificate.Verify(trusted.GetPublicKey()); });
-    if (!issued) Raise<SecCoreException>(msg::CertificateNotValidated, issuer);
+    // Whoever is trusted for himself alone, as a caller is, makes no signers.
+    if (!issued || !trusted.MayIssue()) Raise<SecCoreException>(msg::CertificateNotValidated, issuer);
 }
 
 void CheckSignature(const PolicyHeaderImpl& header, int index, const X509Certificate& certificate,

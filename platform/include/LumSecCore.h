@@ -84,9 +84,12 @@ public:
     LumPalStr::String_t GetNotAfter() const;
     /// A null key for a certificate without a usable one.
     Key GetPublicKey() const;
-    /// Whether the certificate was signed with the key.
+    /// Whether the certificate was signed with the key, neither of them weaker than RSA of 2048 bits, and its digest
+    /// neither MD5 nor SHA-1.
     /// @throws LumPalMsg::IllegalArgumentError_t for a null key and one of another kind than the signature's
     bool Verify(const Key& key) const;
+    /// Whether it may vouch for others (RFC 5280, 4.2.1.9 and 4.2.1.3; one of version 1 for itself).
+    bool MayIssue() const;
     /// The encoded bytes; none for no certificate.
     void GetEncoded(LumPalArray::CharArray_t& der) const;
     bool IsNull() const noexcept { return !impl; }

@@ -77,6 +77,21 @@ void SetTrusted(ssl_ctx_st* context, const NodeIdentity& identity) {
     SSL_CTX_set_verify_depth(context, kDeepestChain);
 }
 
+/// What a handshake with the context would find.
+int Verdict(X509* certificate, STACK_OF(X509) * chain, ssl_ctx_st* context) {
+    const std::unique_ptr<X509_STORE_CTX, decltype(&X509_STORE_CTX_free)> check(X509_STORE_CTX_new(),
+                                                                                X509_STORE_CTX_free);
+    if (!check || X509_STORE_CTX_init(check.get(), SSL_CTX_get_cert_store(context), certificate, chain) != 1 ||
+        X509_STORE_CTX_set_default(check.get(), "ssl_client") != 1)
+        return X509_V_ERR_UNSPECIFIED;
+    X509_VERIFY_PARAM* const rules = X509_STORE_CTX_get0_param(check.get());
+    X509_VERIFY_PARAM_set_depth(rules, kDeepestChain);
+    X509_VERIFY_PARAM_set_auth_level(rules, SSL_CTX_get_security_level(context));
+    if (X509_verify_cert(check.get()) == 1) return X509_V_OK;
+    const int verdict = X509_STORE_CTX_get_error(check.get());
+    return verdict == X509_V_OK ? X509_V_ERR_UNSPECIFIED : verdict;
+}
+
 bool IsControl(unsigned char byte) {
     return byte < 0x20 || byte == 0x7F;
 }
@@ -116,6 +131,16 @@ void ConfigureServer(ssl_ctx_st* context, const NodeIdentity& identity) {
     SetProtocol(context);
     SetOwn(context, identity);
     SetTrusted(context, identity);
+}
+
+bool IsStillLetIn(const ssl_st* connection, ssl_ctx_st* context, bool isChecked, std::string& refusal) {
+    X509* const certificate = SSL_get0_peer_certificate(connection);
+    if (!certificate) return true;
+    if (isChecked && X509_cmp_current_time(X509_get0_notAfter(certificate)) > 0) return true;
+    const int verdict = Verdict(certificate, SSL_get_peer_cert_chain(connection), context);
+    ERR_clear_error();
+    if (verdict != X509_V_OK) refusal = X509_verify_cert_error_string(verdict);
+    return verdict == X509_V_OK;
 }
 
 std::string SenderId(const x509_st* certificate, std::string& refusal) {

@@ -6,8 +6,9 @@
 
 #include "LumSecCore.h"
 
-// The library's own names for SSL_CTX and X509, so that none of its headers shows here.
+// The library's own names for SSL_CTX, SSL and X509, so that none of its headers shows here.
 struct ssl_ctx_st;
+struct ssl_st;
 struct x509_st;
 struct X509_name_st;
 
@@ -18,6 +19,12 @@ namespace LumSecCore {
 /// no trusted certificate vouches for ends the handshake.
 /// @throws KeyStoreException naming the file that cannot be used
 void ConfigureServer(ssl_ctx_st* context, const NodeIdentity& identity);
+
+/// Whether a client that was let in still would be: its certificate has not ended, and the trusted ones of the context
+/// vouch for it. A client without a certificate has nothing to lose.
+/// @param isChecked  the context vouched for it before: only the end of its time is looked at
+/// @param refusal    why not, for a log
+bool IsStillLetIn(const ssl_st* connection, ssl_ctx_st* context, bool isChecked, std::string& refusal);
 
 /// The subject common name as UTF-8: empty when there is not exactly one, when it holds a control character or
 /// NUL, is longer than 255 bytes, or is reserved (LumSecAuth::IsReservedId).

@@ -1,7 +1,7 @@
 #include <openssl/bio.h>
 #include <openssl/err.h>
 #include <openssl/evp.h>
-#include <openssl/x509.h>
+#include <openssl/x509v3.h>
 
 #include <ctime>
 #include <string>
@@ -16,6 +16,9 @@ using LumPalMsg::CreateError_t;
 using LumPalStr::String_t;
 
 namespace {
+
+/// That of RSA keys with 2048 bits.
+constexpr int kLeastStrengthBits = 112;
 
 [[noreturn]] void Fail(const char* text) {
     CreateError_t message{String_t(text)};
@@ -43,6 +46,13 @@ bool CanHaveSigned(const X509* certificate, EVP_PKEY* key) {
     int wanted = NID_undef;
     if (EVP_PKEY_missing_parameters(key) || OBJ_find_sigid_algs(algorithm, nullptr, &wanted) != 1) return false;
     return EVP_PKEY_type(wanted) == kind || (algorithm == NID_rsassaPss && kind == EVP_PKEY_RSA);
+}
+
+/// With a digest like MD5 or SHA-1, or a short key, a signature proves nothing: others can make it too.
+bool IsStrong(X509* certificate, const EVP_PKEY* key) {
+    int bits = 0;
+    const bool known = X509_get_signature_info(certificate, nullptr, nullptr, &bits, nullptr) == 1;
+    return known && bits >= kLeastStrengthBits && EVP_PKEY_get_security_bits(key) >= kLeastStrengthBits;
 }
 
 [[noreturn]] void RefuseArgument(const char* text) {
@@ -129,10 +139,17 @@ bool X509Certificate::Verify(const Key& key) const {
     EVP_PKEY* const verifier = key.GetImpl()->key.get();
     ERR_clear_error();
     if (!CanHaveSigned(certificate, verifier)) RefuseArgument("The certificate cannot be verified with such a key.");
+    if (!IsStrong(certificate, verifier)) return false;
     // Below 0 also for a signature that is malformed: that one is wrong, and the key is not to blame.
     const bool right = X509_verify(certificate, verifier) == 1;
     ERR_clear_error();
     return right;
+}
+
+bool X509Certificate::MayIssue() const {
+    const bool may = !IsNull() && X509_check_ca(impl->certificate.get()) != 0;
+    ERR_clear_error();
+    return may;
 }
 
 void X509Certificate::GetEncoded(CharArray_t& der) const {

@@ -226,6 +226,7 @@ public:
           core(core),
           thread(thread),
           tls(std::move(tls)),
+          vouching(this->tls),
           stream(std::forward<StreamArguments>(arguments)...),
           buffer(std::max<std::size_t>(core.limits.headerBytes, kBodyRead) + kFirstRead) {
         thread.sessions.insert(this);
@@ -259,6 +260,7 @@ private:
     void OnHandshake(error_code error, std::size_t);
     std::string WhyRefused(const error_code& error);
     void NamePeer();
+    bool IsPeerStillLetIn();
     void AwaitRequest();
     void OnFirstBytes(error_code error, std::size_t count);
     void ReadHeader();
@@ -287,6 +289,7 @@ private:
     HttpServer::Core& core;
     IoThread& thread;
     const std::shared_ptr<net::ssl::context> tls;
+    std::shared_ptr<net::ssl::context> vouching;  ///< the last that vouched for the peer
     Stream stream;
     HttpPeer peer;
     Phase phase = Phase::Opening;
@@ -382,6 +385,23 @@ void Session<Stream>::NamePeer() {
     }
 }
 
+/// Trust that was taken back since the handshake, or a certificate that has ended, opens nothing any more. What was
+/// received before goes on.
+template <class Stream>
+bool Session<Stream>::IsPeerStillLetIn() {
+    if constexpr (kTls) {
+        auto current = core.GetTls();
+        std::string refusal;
+        if (!LumSecCore::IsStillLetIn(stream.native_handle(), current->native_handle(), current == vouching, refusal)) {
+            core.handshakeLog.Warn("A client is let in no longer: %1",
+                                   String_t::FromUtf8(peer.address + ": its certificate is refused: " + refusal));
+            return false;
+        }
+        vouching = std::move(current);
+    }
+    return true;
+}
+
 // Session: the header of a request
 
 template <class Stream>
@@ -469,6 +489,7 @@ void Session<Stream>::TakeHead(const HttpHead& head) {
     request.host = head.Count("Host") == 0 ? OwnAddress() : std::string(head.Only("Host"));
     request.peer = peer;
     keepAlive = head.version == 11 && parser->keep_alive();
+    if (!IsPeerStillLetIn()) return Refuse(403, "The client's certificate is refused.");
     if (std::optional<HttpResponse> refusal = core.handler.Screen(request))
         return Respond(std::move(*refusal), keepAlive && parser->is_done());
     request.body = std::make_shared<Blocks>(request.sender.empty() ? core.namelessBudget : core.namedBudget);

@@ -70,7 +70,9 @@ public:
     HttpServer& operator=(const HttpServer&) = delete;
     /// Ends as StopAccepting and Finish do.
     ~HttpServer();
-    /// Makes new connections TLS connections with this identity; those that are open go on.
+    /// Makes new connections TLS connections with this identity; those that are open go on, unless the client's
+    /// certificate is trusted no longer: its next request is answered with 403 then, as it is when the certificate has
+    /// ended, and the connection is closed.
     /// @throws LumSecCore::KeyStoreException; the identity of before stays then
     void SetIdentity(const LumSecCore::NodeIdentity& identity);
     /// Opens the port; connections wait until Start. An empty address means every address of the host.

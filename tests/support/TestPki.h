@@ -60,6 +60,22 @@ public:
         const Key own = NewKey();
         return Texts(Make(Named(commonName), names, *own, "critical,CA:FALSE", 1, -10, usage), own);
     }
+    /// Signed over another digest than SHA-256. @param digest  as "SHA1"
+    TestIdentity IssueBy(const std::string& digest, const std::string& commonName) const {
+        const Key own = NewKey();
+        const Certificate_ made = Make(Named(commonName), "", *own, "critical,CA:FALSE", 1);
+        if (!X509_sign(made.get(), key.get(), EVP_get_digestbyname(digest.c_str())))
+            throw std::runtime_error("cannot sign over " + digest);
+        return Texts(made, own);
+    }
+    /// One that ends soon.
+    TestIdentity IssueForSeconds(long seconds, const std::string& commonName) const {
+        const Key own = NewKey();
+        const Certificate_ made = Make(Named(commonName), "", *own, "critical,CA:FALSE", 1);
+        X509_gmtime_adj(X509_getm_notAfter(made.get()), seconds);
+        if (!X509_sign(made.get(), key.get(), EVP_sha256())) throw std::runtime_error("cannot sign a certificate");
+        return Texts(made, own);
+    }
 
 private:
     struct Free {

@@ -3,6 +3,9 @@
 #include <openssl/err.h>
 #include <openssl/ssl.h>
 
+#include <filesystem>
+#include <optional>
+
 #include "CapturedLog.h"
 #include "Configure.h"
 #include "EchoServer.h"
@@ -60,8 +63,10 @@ public:
     }
     /// The alert by which the server ends it, during the handshake or, as newer protocols do, with the first reading;
     /// what it sends otherwise.
-    std::string Exchange() {
-        if (!Connect()) return Reason();
+    std::string Exchange() { return Connect() ? ExchangeAgain() : Reason(); }
+    /// Likewise over the connection that stands.
+    std::string ExchangeAgain() {
+        ERR_clear_error();
         const std::string request = PostOf("/echo", "");
         char answer[65536];
         SSL_write(ssl.get(), request.data(), static_cast<int>(request.size()));
@@ -96,6 +101,10 @@ struct TlsHandshake : testing::Test {
             reply(HttpResponse{200, "text/plain", {}, LumVoxMsg::MakeBlocks("from <" + request.sender + ">")});
         };
         return made;
+    }
+    static void RemoveTrust(const std::string& alias) {
+        const std::string store = LumSecCore::KeyStoreDirectory().ToUtf8();
+        std::filesystem::remove(store + "trusted/" + alias + ".pem");
     }
     bool IsLogged(const std::string& words) {
         return Eventually([&] { return log.Holds(words); });
@@ -190,6 +199,47 @@ TEST_F(TlsHandshake, ACertificateWithoutAUsableNameNamesNobodyAndTheLogSaysWhy) 
         EXPECT_TRUE(Has(said, "A client certificate names no sender")) << name << "\n" << said;
         EXPECT_TRUE(Has(said, row.why)) << name << "\n" << said;
     }
+}
+
+TEST_F(TlsHandshake, WhoIsTrustedNoLongerIsRefusedOnAnOpenConnectionToo) {
+    const TestAuthority other("other");
+    InstallTrust("other", other.Certificate());
+    server = NewServer();
+    for (const int version : {TLS1_2_VERSION, TLS1_3_VERSION}) {
+        InstallTrust("other", other.Certificate());
+        server->server.SetIdentity(LumSecCore::NodeIdentity::Load());
+        TlsClient leaving(server->GetPort()), staying(server->GetPort()), nobody(server->GetPort());
+        leaving.Versions(version, version).Show(other.Issue("leaver", ""));
+        ASSERT_TRUE(Has(leaving.Exchange(), "from <leaver>"));
+        ASSERT_TRUE(Has(staying.Show(authority.Issue("operator", "")).Exchange(), "from <operator>"));
+        ASSERT_TRUE(Has(nobody.Exchange(), "from <>"));
+        server->server.SetIdentity(LumSecCore::NodeIdentity::Load());
+        ASSERT_TRUE(Has(leaving.ExchangeAgain(), "from <leaver>"));  // a reload that changes nothing
+        RemoveTrust("other");
+        server->server.SetIdentity(LumSecCore::NodeIdentity::Load());
+        const int before = server->served;
+        const std::string answer = leaving.ExchangeAgain();
+        EXPECT_TRUE(Has(answer, "HTTP/1.1 403") && Has(answer, "Connection: close")) << answer;
+        EXPECT_EQ(server->served, before);
+        EXPECT_TRUE(Has(staying.ExchangeAgain(), "from <operator>"));
+        EXPECT_TRUE(Has(nobody.ExchangeAgain(), "from <>"));
+        EXPECT_TRUE(IsLogged("A client is let in no longer")) << log.Text();
+    }
+}
+
+TEST_F(TlsHandshake, AClientWhoseCertificateEndsIsRefusedOnAnOpenConnectionToo) {
+    std::string first;
+    std::optional<TlsClient> client;
+    // A machine under load may meet the end before the handshake.
+    for (long seconds = 2; seconds < 300 && !Has(first, "from <operator>"); seconds *= 2) {
+        client.emplace(server->GetPort());
+        first = client->Show(authority.IssueForSeconds(seconds, "operator")).Exchange();
+    }
+    ASSERT_TRUE(Has(first, "from <operator>")) << first;
+    std::string last;
+    EXPECT_TRUE(Eventually([&] { return !Has(last = client->ExchangeAgain(), "from <operator>"); }));
+    EXPECT_TRUE(Has(last, "HTTP/1.1 403")) << last;
+    EXPECT_TRUE(IsLogged("certificate has expired"));
 }
 
 TEST_F(TlsHandshake, OldProtocolsAreRefused) {
