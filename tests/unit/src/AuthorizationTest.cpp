@@ -1,14 +1,12 @@
 #include "Authorization.h"
 
 #include <atomic>
-#include <map>
 #include <thread>
 
 #include "LumSecAuth.h"
 #include "OperationRows.h"
 #include "ReturnValue.h"
-#include "ServerTest.h"
-#include "TestPki.h"
+#include "Senders.h"
 
 namespace {
 
@@ -82,43 +80,13 @@ TEST_F(AuthorizationTest, ManyMayAskWhileTheRightsAreTakenUpAnew) {
     EXPECT_EQ(wrong, 0);
 }
 
-/// A node that serves TLS, and senders with certificates of one authority.
-class SendersTest : public testing::Test {
-protected:
-    static constexpr const char* kNames = "DNS:localhost,IP:127.0.0.1";
-
-    SendersTest() {
-        InstallTrust("authority", authority.Certificate());
-        InstallIdentity("node-1", authority.Issue("node-1", kNames));
-        node.Grant("one=1\ntwo=2\nfour=4\neight=8\nsixteen=16\nthirtytwo=32\nnone=0");
-        server.Start();
-    }
-    ~SendersTest() override { std::filesystem::remove_all(node.Root() + "/etc/keystore"); }
-    /// A client that bears the sender's certificate from now on.
-    NodeClient& As(const std::string& sender) {
-        auto& [identity, client] = senders[sender];
-        if (!client) {
-            identity = authority.Issue(sender, kNames);
-            client = std::make_unique<NodeClient>(server.GetPort(), "https");
-        }
-        InstallIdentity(sender, identity);
-        return *client;
-    }
-
-    ProcessNode& node = ProcessNode::Fresh();
-    TestAuthority authority{"authority"};
-    ConfigServer server;
-
-private:
-    std::map<std::string, std::pair<TestIdentity, std::unique_ptr<NodeClient>>> senders;
-};
-
 struct SenderRow {
     const char* sender;
     unsigned right;
 };
-const SenderRow kSenders[] = {{"one", 1},      {"two", 2},        {"four", 4}, {"eight", 8},
-                              {"sixteen", 16}, {"thirtytwo", 32}, {"none", 0}, {"stranger", 0}};
+const SenderRow kSenders[] = {{"one", 1},      {"two", 2},        {"four", 4},       {"eight", 8},
+                              {"sixteen", 16}, {"thirtytwo", 32}, {"sixtyfour", 64}, {"onetwentyeight", 128},
+                              {"none", 0},     {"stranger", 0}};
 
 TEST_F(SendersTest, EachOperationIsOpenToItsRightAlone) {
     TestPolicy policy;
