@@ -84,6 +84,7 @@ private:
     void DeleteOldHeader();
     void MoveDataFiles();
     void KeepBooks();
+    void ForgetOldSettings();
     void DeleteOldFolder();
     void Notify();
 

@@ -111,11 +111,18 @@ void InstallTask::KeepBooks() {
     const String_t id = newHeader->GetContainerId();
     if (!operation.IsPolicyTypeNameInstalled(type)) operation.notifications.AddFirstPolicy(type);
     operation.notifications.AddInstall(type, id);
-    // The consumer of settings is this node itself: what is no settings policy any more must not stay in force.
-    if (installedTypeName == names::SettingsTypeName && type != installedTypeName)
-        operation.notifications.AddRemove(installedTypeName, id);
+    ForgetOldSettings();
     operation.Audit(originator, newHeader->GetName(), id, AuditLog::Install, true);
     operation.Cache()->Insert(newHeader.Get());
+}
+
+// The consumer of settings policies is this node itself, and keeps them in memory: of one that has become a policy of
+// another type or of another id, nothing must stay in force. Other consumers are told of the new policy alone.
+void InstallTask::ForgetOldSettings() {
+    if (!installedHeader || installedTypeName != names::SettingsTypeName) return;
+    const String_t& oldId = installedHeader->GetContainerId();
+    if (oldId == newHeader->GetContainerId() && installedTypeName == newHeader->GetTypeName()) return;
+    operation.notifications.AddRemove(installedTypeName, oldId);
 }
 
 void InstallTask::DeleteOldFolder() {
