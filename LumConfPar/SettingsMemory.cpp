@@ -1,5 +1,6 @@
 #include "SettingsMemory.h"
 
+#include <iterator>
 #include <optional>
 #include <utility>
 
@@ -31,6 +32,7 @@ std::optional<PolicyHeader> Find(const PolicyContainer& headers, const String_t&
 
 void SettingsMemory::Insert(const String_t& name, const String_t& id) {
     nameToId.emplace(name, id);
+    idToName.emplace(id, name);
 }
 
 void SettingsMemory::InsertData(const String_t& id, SettingsData file) {
@@ -38,8 +40,15 @@ void SettingsMemory::InsertData(const String_t& id, SettingsData file) {
 }
 
 void SettingsMemory::Erase(const String_t& id) {
-    std::erase_if(nameToId, [&id](const auto& entry) { return entry.second == id; });
+    const auto [first, end] = idToName.equal_range(id);
+    for (auto entry = first; entry != end; ++entry) EraseName(entry->second, id);
+    idToName.erase(first, end);
     data.erase(id);
+}
+
+void SettingsMemory::EraseName(const String_t& name, const String_t& id) {
+    const auto [first, end] = nameToId.equal_range(name);
+    for (auto entry = first; entry != end;) entry = entry->second == id ? nameToId.erase(entry) : std::next(entry);
 }
 
 std::vector<String_t> SettingsMemory::ForEachEnabled(const PolicyContainer& headers, const Visitor& visit) const {
@@ -75,8 +84,15 @@ SettingsData ReadSettingsData(const SettingsMemory::Reader& read, const PolicyHe
 }
 
 void LoadSettingsData(const PolicyHeader& header, const SettingsData& data, LumPalConfig::ConfigGroup_t& group) {
-    const String_t source = data.name + " of policy " + header.GetName() + " (" + header.GetContainerId() + ")";
-    LumPalCfgFile::ConfigReader_t::Load(LumPalIo::CharArrayInputStream_t(data.content), group, source);
+    const auto load = [&](const String_t& source) {
+        LumPalCfgFile::ConfigReader_t::Load(LumPalIo::CharArrayInputStream_t::Over(data.content), group, source);
+    };
+    try {
+        load(String_t());
+    } catch (const LumPalCfgFile::SyntaxException_t&) {
+        // Once more for its name: a name for each of the many good files would take longer than all the bad ones.
+        load(data.name + " of policy " + header.GetName() + " (" + header.GetContainerId() + ")");
+    }
 }
 
 }  // namespace LumConfPar

@@ -41,12 +41,14 @@ public:
     void Merge(const LumConf::PolicyContainer& headers, const Visitor& visit);
 
 private:
+    void EraseName(const LumPalStr::String_t& name, const LumPalStr::String_t& id);
     /// @return the ids that `headers` does not hold
     std::vector<LumPalStr::String_t> ForEachEnabled(const LumConf::PolicyContainer& headers,
                                                     const Visitor& visit) const;
 
     std::multimap<LumPalStr::String_t, LumPalStr::String_t> nameToId;
-    std::multimap<LumPalStr::String_t, SettingsData> data;  ///< by policy id
+    std::multimap<LumPalStr::String_t, LumPalStr::String_t> idToName;  ///< the same the other way round, to erase by
+    std::multimap<LumPalStr::String_t, SettingsData> data;             ///< by policy id
 };
 
 /// Reads one data file as every reader of settings policies does: a proof that fails is said in the trace (206), and
