@@ -59,6 +59,8 @@ public:
     /// False past the end.
     bool GetAttr(int index, LumPalStr::String_t& name, LumPalStr::String_t& value) const;
     void SetAttrValue(const LumPalStr::String_t& name, const LumPalStr::String_t& value);
+    /// Sets every attribute of another configuration; its namespace does not matter.
+    void SetAttrs(const Configuration_t& other);
     void ClearAttr(const LumPalStr::String_t& name);
 
 private:
@@ -78,6 +80,9 @@ public:
     bool HasConfig(const LumPalStr::String_t& nameSpace) const;
     /// The set goes on without the namespace; configurations that were taken before keep what they hold.
     void ClearConfig(const LumPalStr::String_t& nameSpace);
+    /// Sets every attribute of another group, which is empty then. A configuration whose namespace is not here yet
+    /// comes as it is: its handles go on sharing with it.
+    void MoveIn(ConfigGroup_t& other);
     /// Empties the set.
     void Reset();
 

@@ -1,11 +1,13 @@
 #include "LumPalCfgFile.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "CfgText.h"
-#include "ConfigValues.h"
+#include "PeekableStream.h"
+#include "StringAscii.h"
 
 namespace LumPalCfgFile {
 
@@ -33,31 +35,27 @@ std::string ReadAll(LumPalIo::InputStream_t& stream) {
     return bytes;
 }
 
-bool IsAscii(std::string_view text) noexcept {
-    for (const char c : text) {
-        if (static_cast<unsigned char>(c) >= 0x80) return false;
-    }
-    return true;
-}
-
 /// Reads lines into a group of its own, so that a bad line leaves the caller's group as it was.
 class Parser {
 public:
     explicit Parser(const String_t& source) : source(source) {}
     void Parse(std::string_view text);
-    const ConfigGroup_t& GetGroup() const noexcept { return group; }
+    ConfigGroup_t& GetGroup() noexcept { return group; }
 
 private:
     [[noreturn]] void Fail(const char* reason) const;
+    void Decode(std::string_view bytes);
     void ParseLine(std::string_view bytes);
     void ParseNamespace(std::u16string_view text);
     void ParseAttribute(std::u16string_view text);
-    String_t Name(std::u16string_view text) const;
+    std::u16string_view Plain(std::u16string_view text);
+    String_t Name(std::u16string_view text);
 
     const String_t& source;
     unsigned long lineNumber = 0;
-    bool hasNamespace = false;
-    Configuration_t current;
+    std::u16string line, plain;  // used again for each line
+    bool hasEscapes = false;     // the line
+    std::optional<Configuration_t> current;
     ConfigGroup_t group;
 };
 
@@ -78,11 +76,22 @@ void Parser::Parse(std::string_view text) {
     }
 }
 
+void Parser::Decode(std::string_view bytes) {
+    if (LumPalStr::Ascii::Prefix(bytes.data(), bytes.size()) == bytes.size()) {
+        line.resize(bytes.size());
+        LumPalStr::Ascii::Widen(line.data(), bytes.data(), bytes.size());
+        return;
+    }
+    const String_t decoded = String_t::FromUtf8(bytes);
+    if (decoded.ToUtf8() != bytes) Fail("is not UTF-8");
+    line = decoded.View();
+}
+
 void Parser::ParseLine(std::string_view bytes) {
     if (!bytes.empty() && bytes.back() == '\r') bytes.remove_suffix(1);
-    const String_t line = String_t::FromUtf8(bytes);
-    if (!IsAscii(bytes) && line.ToUtf8() != bytes) Fail("is not UTF-8");
-    const std::u16string_view text = TrimBlanks(line.View());
+    Decode(bytes);
+    hasEscapes = bytes.find('\\') != std::string_view::npos;
+    const std::u16string_view text = TrimBlanks(line);
     if (text.empty() || text.front() == u'#') return;
     if (text.front() == u'[')
         ParseNamespace(text);
@@ -90,9 +99,16 @@ void Parser::ParseLine(std::string_view bytes) {
         ParseAttribute(text);
 }
 
-String_t Parser::Name(std::u16string_view text) const {
-    std::u16string name;
-    if (!Unescape(TrimBlanks(text), name)) Fail("has an escape that is not known");
+/// What stands for a name or a value, as long as no other one is looked at.
+std::u16string_view Parser::Plain(std::u16string_view text) {
+    const std::u16string_view trimmed = TrimBlanks(text);
+    if (!hasEscapes) return trimmed;
+    if (!Unescape(trimmed, plain)) Fail("has an escape that is not known");
+    return plain;
+}
+
+String_t Parser::Name(std::u16string_view text) {
+    const std::u16string_view name = Plain(text);
     if (!IsName(name)) Fail("has no usable name");
     return ToString(name);
 }
@@ -100,37 +116,42 @@ String_t Parser::Name(std::u16string_view text) const {
 void Parser::ParseNamespace(std::u16string_view text) {
     if (text.back() != u']') Fail("begins with '[' but does not end with ']'");
     current = group.GetConfig(Name(text.substr(1, text.size() - 2)));
-    hasNamespace = true;
 }
 
 void Parser::ParseAttribute(std::u16string_view text) {
     const std::size_t equals = FindEquals(text);
     if (equals == std::u16string_view::npos) Fail("is no comment, no '[namespace]' and no 'name=value'");
-    if (!hasNamespace) Fail("stands before the first '[namespace]'");
+    if (!current) Fail("stands before the first '[namespace]'");
     const String_t name = Name(text.substr(0, equals));
-    std::u16string value;
-    if (!Unescape(TrimBlanks(text.substr(equals + 1)), value)) Fail("has an escape that is not known");
-    current.SetAttrValue(name, ToString(value));
+    current->SetAttrValue(name, ToString(Plain(text.substr(equals + 1))));
 }
 
 void AppendConfig(std::u16string& text, const Configuration_t& config) {
     CheckName(config.GetNamespace());
     if (!text.empty()) text += u'\n';
-    text += u'[' + EscapeName(config.GetNamespace().View()) + u"]\n";
+    text += u'[';
+    AppendName(text, config.GetNamespace().View());
+    text += u"]\n";
     String_t name, value;
     for (int i = 0; config.GetAttr(i, name, value); ++i) {
         CheckName(name);
-        text += EscapeName(name.View()) + u'=' + EscapeValue(value.View()) + u'\n';
+        AppendName(text, name.View());
+        text += u'=';
+        AppendValue(text, value.View());
+        text += u'\n';
     }
 }
 
 }  // namespace
 
 void ConfigReader_t::Load(LumPalIo::InputStream_t stream, ConfigGroup_t& group, const String_t& source) {
-    const std::string text = ReadAll(stream);
+    // Settings of many policies are merged from memory: no copy of each.
+    auto* const peekable = dynamic_cast<LumPalIo::PeekableInput*>(stream.GetImpl().get());
+    const std::optional<std::string_view> kept = peekable ? peekable->TakeRest() : std::nullopt;
+    const std::string read = kept ? std::string() : ReadAll(stream);
     Parser parser(source);
-    parser.Parse(text);
-    SetAll(parser.GetGroup(), group);
+    parser.Parse(kept ? *kept : read);
+    group.MoveIn(parser.GetGroup());
 }
 
 void ConfigWriter_t::Write(LumPalIo::OutputStream_t stream, const ConfigGroup_t& group) {

@@ -65,9 +65,20 @@ bool IsEndBlank(std::u16string_view text, std::size_t at) noexcept {
     return text[at] == u' ' && (at == 0 || at + 1 == text.size());
 }
 
+/// Whether neither a name nor a value of this kind needs a look at each unit.
+bool IsPlain(std::u16string_view text) noexcept {
+    if (text.empty()) return true;
+    if (text.front() == u' ' || text.front() == u'[' || text.front() == u'#' || text.back() == u' ') return false;
+    return std::all_of(text.begin(), text.end(),
+                       [](char16_t unit) { return unit >= 0x20 && unit < 0x7F && unit != u'\\' && unit != u'='; });
+}
+
 template <class NeedsShort>
-std::u16string Escape(std::u16string_view text, NeedsShort needsShort) {
-    std::u16string result;
+void Escape(std::u16string& result, std::u16string_view text, NeedsShort needsShort) {
+    if (IsPlain(text)) {
+        result += text;
+        return;
+    }
     for (std::size_t i = 0; i < text.size(); ++i) {
         const char16_t unit = text[i];
         if (HasShort(unit) || IsEndBlank(text, i) || needsShort(i)) {
@@ -80,7 +91,6 @@ std::u16string Escape(std::u16string_view text, NeedsShort needsShort) {
             result += unit;
         }
     }
-    return result;
 }
 
 }  // namespace
@@ -105,14 +115,13 @@ std::u16string_view TrimBlanks(std::u16string_view text) noexcept {
     return text.substr(first, text.find_last_not_of(u" \t") - first + 1);
 }
 
-std::u16string EscapeValue(std::u16string_view value) {
-    return Escape(value, [](std::size_t) { return false; });
+void AppendValue(std::u16string& line, std::u16string_view value) {
+    Escape(line, value, [](std::size_t) { return false; });
 }
 
-std::u16string EscapeName(std::u16string_view name) {
-    return Escape(name, [name](std::size_t at) {
-        return name[at] == u'=' || (at == 0 && (name[at] == u'[' || name[at] == u'#'));
-    });
+void AppendName(std::u16string& line, std::u16string_view name) {
+    Escape(line, name,
+           [name](std::size_t at) { return name[at] == u'=' || (at == 0 && (name[at] == u'[' || name[at] == u'#')); });
 }
 
 bool Unescape(std::u16string_view text, std::u16string& result) {

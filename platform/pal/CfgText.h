@@ -21,11 +21,11 @@ LumPalStr::String_t Shown(const LumPalStr::String_t& name);
 /// The text without blanks and tabs at its ends.
 std::u16string_view TrimBlanks(std::u16string_view text) noexcept;
 
-/// The text as it stands in a line; Unescape gives it back unit for unit, also when the line went
+/// Appends the text as it stands in a line; Unescape gives it back unit for unit, also when the line went
 /// through UTF-8 and TrimBlanks.
-std::u16string EscapeValue(std::u16string_view value);
+void AppendValue(std::u16string& line, std::u16string_view value);
 /// The same for a name, which also hides what would make the line mean something else.
-std::u16string EscapeName(std::u16string_view name);
+void AppendName(std::u16string& line, std::u16string_view name);
 
 /// False for an escape that does not exist.
 bool Unescape(std::u16string_view text, std::u16string& result);

@@ -62,6 +62,10 @@ bool Configuration_t::GetAttr(int index, String_t& name, String_t& value) const 
 void Configuration_t::SetAttrValue(const String_t& name, const String_t& value) {
     impl->values[name] = value;
 }
+void Configuration_t::SetAttrs(const Configuration_t& other) {
+    if (impl == other.impl) return;
+    for (const auto& [name, value] : other.impl->values) impl->values[name] = value;
+}
 void Configuration_t::ClearAttr(const String_t& name) {
     impl->values.erase(name);
 }
@@ -99,6 +103,15 @@ void ConfigGroup_t::ClearConfig(const String_t& nameSpace) {
     impl->configs.erase(nameSpace);
 }
 
+void ConfigGroup_t::MoveIn(ConfigGroup_t& other) {
+    if (impl == other.impl) return;
+    for (const auto& [nameSpace, configuration] : other.impl->configs) {
+        const auto [place, isNew] = impl->configs.insert(std::make_pair(nameSpace, configuration));
+        if (!isNew) place->second.SetAttrs(configuration);
+    }
+    other.Reset();
+}
+
 void ConfigGroup_t::Reset() {
     impl->configs.clear();
 }
@@ -115,8 +128,7 @@ int ChangedConfiguration_t::GetCount() const {
 ConfigChangeHandler_i::~ConfigChangeHandler_i() = default;
 
 void SetAll(const Configuration_t& from, Configuration_t to) {
-    String_t name, value;
-    for (int i = 0; from.GetAttr(i, name, value); ++i) to.SetAttrValue(name, value);
+    to.SetAttrs(from);
 }
 
 void SetAll(const ConfigGroup_t& from, const ConfigGroup_t& to) {

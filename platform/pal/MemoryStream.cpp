@@ -23,6 +23,7 @@ public:
     void Close() override { closed = true; }
     std::string_view Peek() override;
     void Skip(std::size_t length) override { bytes.remove_prefix(length); }
+    std::optional<std::string_view> TakeRest() override;
 
 private:
     LumPalArray::CharArray_t own;
@@ -47,6 +48,12 @@ std::size_t MemoryInput::Available() {
 std::string_view MemoryInput::Peek() {
     CheckOpen(!closed);
     return bytes;
+}
+
+std::optional<std::string_view> MemoryInput::TakeRest() {
+    const std::string_view rest = Peek();
+    Skip(rest.size());
+    return rest;
 }
 
 /// Closing has no effect: who collects the bytes hands the stream to several writers that close it.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -18,6 +19,9 @@ public:
     virtual std::string_view Peek() = 0;
     /// Takes bytes that Peek has shown.
     virtual void Skip(std::size_t length) = 0;
+    /// Takes all bytes up to the end when they lie in memory, where they stay as long as the stream; else takes
+    /// nothing.
+    virtual std::optional<std::string_view> TakeRest() { return std::nullopt; }
 };
 
 /// Reads ahead in blocks. What it has read ahead is lost to others who read the stream below.

@@ -1,8 +1,10 @@
+#include <cstdint>
 #include <cstring>
 #include <string>
 
 #include "LumPalStr.h"
 #include "StringFold.h"
+#include "StringRep.h"
 
 namespace LumPalStr {
 namespace {
@@ -11,9 +13,22 @@ int CompareLengths(std::size_t a, std::size_t b) noexcept {
     return a < b ? -1 : (a > b ? 1 : 0);
 }
 
+/// Names that are compared often begin alike. @return a number of units that are equal, perhaps not all
+std::size_t EqualBlocks(const char16_t* a, const char16_t* b, std::size_t count) noexcept {
+    constexpr std::size_t blockUnits = sizeof(std::uint64_t) / sizeof(char16_t);
+    std::size_t i = 0;
+    for (; i + blockUnits <= count; i += blockUnits) {
+        std::uint64_t left, right;
+        std::memcpy(&left, a + i, sizeof left);
+        std::memcpy(&right, b + i, sizeof right);
+        if (left != right) break;
+    }
+    return i;
+}
+
 int CompareUnits(std::u16string_view a, std::u16string_view b) noexcept {
     const std::size_t common = a.size() < b.size() ? a.size() : b.size();
-    for (std::size_t i = 0; i < common; ++i) {
+    for (std::size_t i = EqualBlocks(a.data(), b.data(), common); i < common; ++i) {
         if (a[i] != b[i]) return a[i] < b[i] ? -1 : 1;
     }
     return CompareLengths(a.size(), b.size());
@@ -54,7 +69,7 @@ bool EqualAscii(std::u16string_view a, std::string_view b) noexcept {
 }  // namespace
 
 bool operator==(const String_t& a, const String_t& b) noexcept {
-    return EqualUnits(a.View(), b.View());
+    return EqualUnits(String_t::Rep::ViewOf(a), String_t::Rep::ViewOf(b));
 }
 
 bool operator==(const String_t& a, const char* b) noexcept {
@@ -65,7 +80,7 @@ bool operator==(const String_t& a, const char16_t* b) noexcept {
     return EqualUnits(a.View(), ViewOf(b));
 }
 bool operator<(const String_t& a, const String_t& b) noexcept {
-    return CompareUnits(a.View(), b.View()) < 0;
+    return CompareUnits(String_t::Rep::ViewOf(a), String_t::Rep::ViewOf(b)) < 0;
 }
 
 bool operator<(const String_t& a, const char16_t* b) noexcept {

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <string_view>
 
 #include "LumPalStr.h"
 
@@ -32,6 +33,9 @@ struct String_t::Rep {
         length = newLength;
         Units()[newLength] = 0;
     }
+
+    /// As String_t::View, without a call: for what is done for every step of a search.
+    static std::u16string_view ViewOf(const String_t& text) noexcept { return {text.rep->Units(), text.rep->length}; }
 
     static Rep* Null() noexcept;
     static Rep* Empty() noexcept;

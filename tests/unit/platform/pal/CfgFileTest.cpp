@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "LumPalCfgFile.h"
+#include "TempRoot.h"
 
 using LumPalCfgFile::ConfigReader_t;
 using LumPalCfgFile::ConfigWriter_t;
@@ -139,6 +140,28 @@ TEST(ConfigReader, AddsToWhatStandsAndOverwrites) {
     ConfigGroup_t group = Loaded("[a]\nm=1\nn=1\n[b]\n");
     LoadInto(group, "[a]\nn=2\no=2\n[c]\nx=y\n");
     EXPECT_EQ(Shown(group), "{a|m:1|n:2|o:2}{b}{c|x:y}");
+}
+
+TEST(ConfigReader, AFileAndTheRestOfAStreamInMemoryAreReadToTheirEnds) {
+    const TempRoot root;
+    std::string text = "[a]\n";
+    for (int i = 0; i < 20000; ++i) text += "name" + std::to_string(i) + "=\\s\xC3\xA9 " + std::to_string(i) + "\n";
+    const LumPalIo::File_t file(root.Path("long.ini"));
+    LumPalIo::FileOutputStream_t out(file);
+    out.Write(text.data(), text.size());
+    out.Close();
+    ConfigGroup_t fromFile, fromRest;
+    ConfigReader_t::Load(LumPalIo::FileInputStream_t(file), fromFile);
+    const std::string before = "not a line";
+    const LumPalArray::CharArray_t bytes((before + text).data(), before.size() + text.size());
+    LumPalIo::CharArrayInputStream_t stream = LumPalIo::CharArrayInputStream_t::Over(bytes);
+    LumPalArray::CharArray_t skipped(before.size());
+    stream.Read(skipped);
+    ConfigReader_t::Load(stream, fromRest);
+    EXPECT_EQ(fromFile.GetConfig("a").GetAttrCount(), 20000);
+    EXPECT_EQ(fromFile.GetConfig("a").GetValue("name7"), String_t(u" \u00E9 7"));
+    EXPECT_EQ(Shown(fromFile), Shown(fromRest));
+    EXPECT_EQ(stream.Read(skipped), -1);
 }
 
 TEST(ConfigReader, ANullStreamIsAnIoError) {

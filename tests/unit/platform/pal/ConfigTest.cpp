@@ -74,6 +74,22 @@ TEST(Configuration, ClearsAnAttribute) {
     EXPECT_EQ(config.GetAttrCount(), 1);
 }
 
+TEST(Configuration, TakesTheAttributesOfAnotherOverItsOwnAndSharesNothingWithIt) {
+    Configuration_t target("a"), source("b");
+    for (const char* name : {"k", "m"}) target.SetAttrValue(name, "old");
+    for (const char* name : {"l", "m"}) source.SetAttrValue(name, "new");
+    target.SetAttrs(source);
+    EXPECT_EQ(target.GetNamespace(), "a");
+    EXPECT_EQ(target.GetAttrCount(), 3);
+    EXPECT_EQ(target.GetValue("k"), "old");
+    EXPECT_EQ(target.GetValue("m"), "new");
+    source.SetAttrValue("l", "later");
+    EXPECT_EQ(target.GetValue("l"), "new");
+    target.SetAttrs(target);
+    target.SetAttrs(Configuration_t());
+    EXPECT_EQ(target.GetAttrCount(), 3);
+}
+
 TEST(Configuration, CopiesShareAndAssignmentBindsAnew) {
     Configuration_t config("a");
     Configuration_t copy = config;
@@ -124,6 +140,30 @@ TEST(ConfigGroup, ResetEmptiesEveryCopyAndLeavesWhatWasTaken) {
     EXPECT_EQ(copy.GetConfigCount(), 0);
     EXPECT_EQ(taken.GetValue("k"), "1");
     EXPECT_EQ(group.GetConfig("a").GetAttrCount(), 0);
+}
+
+TEST(ConfigGroup, WhatIsMovedInStandsOverWhatWasThereAndLeavesTheOtherEmpty) {
+    ConfigGroup_t group, other;
+    const ConfigGroup_t copyOfOther = other;
+    group.GetConfig("a").SetAttrValue("k", "old");
+    group.GetConfig("a").SetAttrValue("m", "old");
+    other.GetConfig("a").SetAttrValue("m", "new");
+    other.GetConfig("b").SetAttrValue("k", "new");
+    const Configuration_t kept = group.GetConfig("a"), moved = other.GetConfig("b");
+    group.MoveIn(other);
+    EXPECT_EQ(copyOfOther.GetConfigCount(), 0);
+    EXPECT_EQ(group.GetConfigCount(), 2);
+    EXPECT_EQ(kept.GetValue("k"), "old");
+    EXPECT_EQ(kept.GetValue("m"), "new") << "who holds a configuration sees what came to it";
+    group.GetConfig("b").SetAttrValue("k", "later");
+    EXPECT_EQ(moved.GetValue("k"), "later");
+}
+
+TEST(ConfigGroup, MovedIntoItselfItStays) {
+    ConfigGroup_t group, copy = group;
+    group.GetConfig("a").SetAttrValue("k", "1");
+    group.MoveIn(copy);
+    EXPECT_EQ(group.GetConfig("a").GetValue("k"), "1");
 }
 
 TEST(ConfigGroup, ANamespaceThatIsClearedIsGoneFromEveryCopyAndLeavesWhatWasTaken) {

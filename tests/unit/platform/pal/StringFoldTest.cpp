@@ -143,6 +143,22 @@ TEST(StringFold, ALowerTextMayBeLongerThanItsOriginal) {
     EXPECT_EQ(text.ToLower(), expected);
 }
 
+TEST(StringFold, TheFirstUnitThatDiffersDecidesWhereverItStands) {
+    const std::u16string text = u"settings of a module";
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        for (const char16_t unit : {u'\u0001', u'\u0100', u'\uFFFF'}) {
+            std::u16string other = text;
+            other[at] = unit;
+            other.back() = at + 1 < text.size() ? (unit < text[at] ? u'z' : u'!') : unit;  // says the contrary
+            const int sign = unit < text[at] ? -1 : 1;
+            const auto length = static_cast<std::uint32_t>(text.size());
+            EXPECT_EQ(Sign(Compare(other.data(), length, text.data(), length)), sign) << at;
+            EXPECT_EQ(String_t(other.data(), length) < String_t(text.data(), length), sign < 0) << at;
+        }
+        EXPECT_TRUE(String_t(text.data(), static_cast<std::uint32_t>(at)) < String_t(text.c_str())) << at;
+    }
+}
+
 TEST(StringFold, CompareWithLengthsReadsNoFurther) {
     EXPECT_EQ(Compare(u"abcX", 3, u"abcY", 3), 0);
     EXPECT_EQ(Compare(u"ABCX", 3, u"abcY", 3, true), 0);
