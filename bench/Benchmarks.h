@@ -12,6 +12,10 @@ void MeasureRead(Session& session);
 void MeasureLoad(Session& session);
 /// Passes over a cache and selections from it: ten times the policies.
 void MeasureSelect(Session& session);
+/// The merge of settings policies against bare parsing; one changed policy against a rebuild; ten times the policies.
+void MeasureSettings(Session& session);
+/// Setting a value over the wire; the time from the install of a settings policy until a process is told.
+void MeasureSettingsWire(Session& session);
 /// Proofs of signed data files against the crypto library alone; a store of them by the tool.
 void MeasureProof(Session& session);
 /// Handshakes with certificates of both sides against the crypto library's own server; calls over TLS against plain.

@@ -58,7 +58,7 @@ void FileWork::Run(const LumPalArray::CharArray_t& bytes, std::size_t headerByte
 }
 
 void FileWork::Rewrite(const std::string& path) {
-    std::string bytes(64 << 10, ' ');
+    std::string bytes(std::filesystem::file_size(path), ' ');
     const int old = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     const ssize_t length = old < 0 ? -1 : read(old, bytes.data(), bytes.size());
     Demand(length >= 0 && close(old) == 0, "read " + path);

@@ -5,16 +5,13 @@
 #include "Documents.h"
 
 namespace bench {
-namespace {
 
-const char* BestPlace() {
+const char* PlaceInMemory() {
     constexpr const char* memory = "/dev/shm";
     return access(memory, R_OK | W_OK | X_OK) == 0 ? memory : "/tmp";
 }
 
-}  // namespace
-
-Store::Store(int policies) : root(BestPlace()), count(policies), bytes(FillStore(root.Native(), policies)) {}
+Store::Store(int policies) : root(PlaceInMemory()), count(policies), bytes(FillStore(root.Native(), policies)) {}
 
 void Store::Use() const {
     LumPalRuntime::Dir_t::SetRoot(root.Path());

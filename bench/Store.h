@@ -10,8 +10,10 @@
 
 namespace bench {
 
-/// So many small policies of ten types below a root of their own, which goes with the object. It lies in memory where
-/// the system has a place for that: the reading of documents is measured, and no disk.
+/// A folder in memory where the system has such a place: for what measures the work of the processor, and no disk.
+const char* PlaceInMemory();
+
+/// So many small policies of ten types below a root of their own in memory, which goes with the object.
 class Store {
 public:
     explicit Store(int policies);

@@ -5,6 +5,7 @@
 
 #include "Benchmarks.h"
 #include "LumPalRuntime.h"
+#include "ToldProcess.h"
 
 namespace {
 
@@ -13,11 +14,13 @@ struct Benchmark {
     void (*measure)(bench::Session& session);
 };
 
-// In this order: the first ones want a process that nothing was done in yet, the last ones share a node.
+// In this order: the first ones want a process that nothing was done in yet, the last ones share a node. Of these
+// "told" comes first: it notifies, and the others leave notifications that nobody listens to.
 constexpr Benchmark kBenchmarks[] = {
-    {"read", bench::MeasureRead},       {"load", bench::MeasureLoad}, {"select", bench::MeasureSelect},
-    {"proof", bench::MeasureProof},     {"tls", bench::MeasureTls},   {"crowd", bench::MeasureCrowd},
-    {"install", bench::MeasureInstall}, {"list", bench::MeasureList}, {"change", bench::MeasureChange}};
+    {"read", bench::MeasureRead},         {"load", bench::MeasureLoad},    {"select", bench::MeasureSelect},
+    {"settings", bench::MeasureSettings}, {"proof", bench::MeasureProof},  {"tls", bench::MeasureTls},
+    {"told", bench::MeasureSettingsWire}, {"crowd", bench::MeasureCrowd},  {"install", bench::MeasureInstall},
+    {"list", bench::MeasureList},         {"change", bench::MeasureChange}};
 
 struct Choice {
     bool quick = false, strict = false;
@@ -66,6 +69,7 @@ int Usage() {
 
 int main(int argc, char** argv) try {
     LumPalRuntime::App_t::Init(argc, argv);
+    if (argc == 2 && !std::strcmp(argv[1], "--listen")) return bench::ToldProcess::Listen();
     Choice choice;
     if (!ReadArguments(argc, argv, choice)) return Usage();
     bench::Session session(choice.quick);
