@@ -12,7 +12,8 @@ const char* const kUsage =
     "  set --from FILE                change all that a file of settings names\n"
     "  clear NAMESPACE [NAME]         take local settings away\n"
     "  explain NAMESPACE [NAME]       tell who sets values of this node, and what is overridden\n"
-    "  diff POLICY...                 tell what settings policies would change on this node\n"
+    "  diff FILE...                   tell what installing settings policies would change on this node\n"
+    "  diff --disable POLICY          likewise of one that is installed; also --enable, --remove\n"
     "--host HOST[:PORT] names a node (default: localhost). 'lumsettings help COMMAND' tells more.\n";
 
 const char* const kFooter =

@@ -56,11 +56,11 @@ class Explain(OriginTest):
         self.await_merge("[n]\nk=2\n")
         result = self.run_tool("explain", "n", "k")
         self.assertEqual(result.out, "[n] k=2\n"
-                                     "STATE       VALUE    SET BY    DATA FILE   POLICY ID\n"
-                                     "in force    2        policy c  id-2-0.ini  id-2\n"
-                                     "overridden  3        policy b  id-3-0.ini  id-3\n"
-                                     "overridden  1 later  policy a  id-1-1.ini  id-1\n"
-                                     "overridden  1        policy a  id-1-0.ini  id-1\n")
+                                     "STATE       SET BY    DATA FILE   POLICY ID  VALUE\n"
+                                     "in force    policy c  id-2-0.ini  id-2       2\n"
+                                     "overridden  policy b  id-3-0.ini  id-3       3\n"
+                                     "overridden  policy a  id-1-1.ini  id-1       1 later\n"
+                                     "overridden  policy a  id-1-0.ini  id-1       1\n")
         answer = self.told("explain", "n", "k")
         self.assertEqual((answer["result"], answer["code"], answer["problems"]), ("done", 0, []))
         setting, = answer["settings"]
@@ -78,7 +78,7 @@ class Explain(OriginTest):
         self.assertEqual(self.sources("n", "other"), ("1", [("in force", "policy", "p", "1")]))
         text = self.run_tool("explain", "n").out
         self.assertEqual([block.split("\n")[0] for block in text.split("\n\n")], ["[n] k=local", "[n] other=1", "[n] own=2"])
-        self.assertIn("in force    local   local settings\n", text)
+        self.assertIn("in force    local settings                        local\n", text)
 
     def test_what_the_daemon_has_not_merged_yet_is_not_in_force(self):
         self.install("p", "[n]\nk=old\n")
@@ -89,7 +89,7 @@ class Explain(OriginTest):
         self.assertEqual(self.sources("n", "k"), ("old", [("in force", "policy_settings.ini", None, "old"),
                                                           ("not yet in force", "policy", "p", "new")]))
         self.assertEqual(self.sources("n", "fresh"), (None, [("not yet in force", "policy", "p", "1")]))
-        self.run_tool("explain", "n", "fresh", words=["[n] fresh is not set\n", "not yet in force  1      policy p"])
+        self.run_tool("explain", "n", "fresh", words=["[n] fresh is not set\n", "not yet in force  policy p  p-0.ini    p          1\n"])
         self.set_locally("n", k="local")
         self.assertEqual(self.sources("n", "k"), ("local", [("in force", "local", None, "local"),
                                                             ("overridden", "policy_settings.ini", None, "old"),
@@ -100,10 +100,11 @@ class Explain(OriginTest):
         self.await_merge("[n]\nk=1\n")
         self.node.policy("disable", "--id", "p")
         self.await_merge("")
-        self.run_tool("explain", "n", "k", code=NOT_FOUND, words=["Nobody sets [n] k on this node: its default counts."])
+        self.run_tool("explain", "n", "k", code=NOT_FOUND, words=["Nobody sets [n] k on the node in '", "': its default counts."])
 
     def test_what_nobody_sets_is_not_found(self):
-        for arguments, said in ((("n",), "Nothing is set in [n] on this node."), (("conf.server", "zzz"), "Nobody sets"),
+        root = f"the node in '{self.node.root}/'"
+        for arguments, said in ((("n",), f"Nothing is set in [n] on {root}."), (("conf.server", "zzz"), "Nobody sets"),
                                 (("CONF.SERVER",), "Nothing is set")):
             self.run_tool("explain", *arguments, code=NOT_FOUND, words=[said])
         answer = self.told("explain", "n", "k", code=NOT_FOUND)
@@ -111,6 +112,32 @@ class Explain(OriginTest):
         with Node(start=False) as bare:
             result = bare.tool("lumsettings", "explain", "n")
             self.assertEqual((result.code, result.out), (NOT_FOUND, ""))
+
+    def test_a_long_value_moves_no_other_column(self):
+        self.set_locally("n", k="x" * 5000)
+        head, names, row = self.run_tool("explain", "n", "k").out.splitlines()
+        self.assertEqual((names, row), ("STATE     SET BY          DATA FILE  POLICY ID  VALUE",
+                                        "in force  local settings                        " + "x" * 5000))
+
+    def test_while_a_policy_is_broken_what_is_in_force_is_told_nevertheless(self):
+        self.install("a", "[n]\nk=1\nother=1\n")
+        self.await_merge("[n]\nk=1\nother=1\n")
+        self.set_locally("n", other="local")
+        self.install("b", "[n]\nk=2\nnonsense\n", name="breaker")
+        result = self.run_tool("explain", "n", code=FAILED)
+        self.assertEqual(result.out, "[n] k=1\n"
+                                     "STATE     SET BY               DATA FILE  POLICY ID  VALUE\n"
+                                     "in force  policy_settings.ini                        1\n\n"
+                                     "[n] other=local\n"
+                                     "STATE       SET BY               DATA FILE  POLICY ID  VALUE\n"
+                                     "in force    local settings                             local\n"
+                                     "overridden  policy_settings.ini                        1\n")
+        for word in ("Line 3 of 'b-0.ini of policy breaker (b)'", "keeps the settings of policies that it has"):
+            self.assertIn(word, result.err)
+        answer = self.told("explain", "n", "k", code=FAILED)
+        self.assertEqual((answer["result"], answer["settings"][0]["value"]), ("failed", "1"))
+        self.assertEqual(self.told("explain", "n", "zzz", code=FAILED)["settings"], [])
+        self.assertEqual(self.run_tool("explain", "n", "-q", code=FAILED).out, "")
 
     def test_a_bad_data_file_is_named_with_its_policy_and_line(self):
         self.install("p", "[n]\nk=1\nnonsense\n")
@@ -207,7 +234,14 @@ class Diff(OriginTest):
             for option in ("--enable", "--disable", "--remove"):
                 with self.subTest(policy=policy, option=option):
                     self.run_tool("diff", f"{option}={policy}", code=NOT_FOUND if policy else WRONG_USAGE)
-        self.run_tool("diff", "--remove", "alpha", "--enable", "alpha", code=NOT_FOUND, words=["'alpha'"])
+        self.run_tool("diff", "--remove", "alpha", "--enable", "alpha", code=NOT_FOUND,
+                      words=[f"'alpha' is installed on the node in '{self.node.root}/'."])
+
+    def test_an_installed_policy_in_the_place_of_a_file_is_no_file(self):
+        for policy in ("alpha", "id-a", "ID-A"):
+            self.run_tool("diff", policy, code=WRONG_USAGE,
+                          words=[f"'{policy}' is no file but an installed policy", "--enable, --disable or --remove"])
+        self.run_tool("diff", "zzz", code=FAILED, words=["File could not be found"])
 
     def test_files_that_are_no_settings_policies_are_named(self):
         other = self.policy_file("t", "x", type_name="backup")

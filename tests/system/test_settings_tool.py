@@ -80,7 +80,7 @@ class Get(SettingsTest):
                                 (("zzz", "a"), "'localhost' has no setting [zzz] a."),
                                 (("conf.server", "audit_logging"), "'localhost' has no setting [conf.server] audit_logging."),
                                 (("CONF.SERVER",), "has no settings in [CONF.SERVER]."),
-                                (("--resource-group", "rg"), "'localhost' has no settings.")):
+                                (("--resource-group", "rg"), "'localhost' has no settings of the resource group 'rg'.")):
             with self.subTest(arguments):
                 result = self.run_tool("get", *arguments, code=NOT_FOUND, words=[said])
                 self.assertEqual(result.stdout, "")
@@ -176,13 +176,15 @@ class Change(SettingsTest):
         self.assertEqual(self.local(), before)
 
     def test_a_resource_group_has_settings_of_its_own(self):
-        self.settings("set", "n", "a=group", "--resource-group", "rg 1")
+        self.assertEqual(self.settings("set", "n", "a=group", "--resource-group", "rg 1"),
+                         "set 1 setting of the resource group 'rg 1' on localhost\n")
         self.settings("set", "n", "a=node")
         self.assertEqual(self.settings("get", "--resource-group", "rg 1"), "[n]\na=group\n")
         self.assertEqual(self.settings("get", "n", "a", "--resource-group", "rg 1"), "group\n")
         self.assertEqual(self.local(package="rg 1"), "[n]\na=group\n")
         self.settings("set", "n", "a=x", "-n", "--resource-group", "rg 1", words=["- [n] a=group"])
-        self.settings("clear", "n", "a", "--resource-group", "rg 1")
+        self.assertEqual(self.settings("clear", "n", "a", "--resource-group", "rg 1"),
+                         "cleared [n] a of the resource group 'rg 1' on localhost\n")
         self.run_tool("get", "n", "a", "--resource-group", "rg 1", code=NOT_FOUND)
         self.assertEqual(self.settings("get", "n", "a"), "node\n")
         for name in ("..", "a/b", "local_settings.ini"):
@@ -218,7 +220,9 @@ class Usage(SettingsTest):
                 (("set", "n", "a=\x01"), "XML cannot carry"), (("clear",), "NAMESPACE is required"),
                 (("clear", "n", ""), "must not be empty"), (("clear", "n\x01"), "cannot be the name"),
                 (("clear", "n", "a\n"), "cannot be the name"), (("get", "--host", "a b"), "is no host"),
-                (("get", "--parallel", "0"), "--parallel"), (("explain",), "NAMESPACE is required"),
+                (("get", "--parallel", "0"), "--parallel"), (("get", "--resource-group", ""), "must not be empty"),
+                (("set", "n", "a=1", "--resource-group="), "--resource-group"),
+                (("clear", "n", "--target-id", ""), "must not be empty"), (("explain",), "NAMESPACE is required"),
                 (("diff",), "which policies?"), (("get", "--from", "x"), "--from")):
             with self.subTest(arguments):
                 result = self.run_tool(*arguments, code=WRONG_USAGE, words=[said])
@@ -227,7 +231,8 @@ class Usage(SettingsTest):
 
     def test_bytes_that_are_no_text_are_never_sent_as_another_text(self):
         for arguments in ((b"set", b"n", b"a=\xff"), (b"set", b"n\xff", b"a=1"), (b"set", b"n", b"a\xc3=1"),
-                          (b"clear", b"n", b"\xff"), (b"get", b"--resource-group", b"\xff")):
+                          (b"clear", b"n", b"\xff"), (b"get", b"--resource-group", b"\xff"),
+                          (b"get", b"\xff"), (b"get", b"n", b"\xff")):
             done = subprocess.run([str(TOOLS / "lumsettings").encode(), *arguments], env=self.node.environment(),
                                   capture_output=True, timeout=PATIENCE_S)
             self.assertEqual(done.returncode, WRONG_USAGE, done)

@@ -216,6 +216,12 @@ class Output(ToolTest):
         levels = [line["level"] for line in self.install("a", "--json", type_name="other").json()["messages"]]
         self.assertEqual((levels[0], max(levels) > 0), (0, True))
 
+    def test_an_empty_target_id_is_no_id_that_every_node_bears(self):
+        path = self.policy_file("a")
+        for command in (("list",), ("remove", "--all"), ("install", path)):
+            self.assert_code(self.node.policy(*command, "--target-id", ""), WRONG_USAGE, "--target-id: must not be empty")
+        self.assertEqual(self.node.audit(), [])
+
     def test_an_install_that_fails_names_the_file(self):
         result = self.node.policy("install", "no-header")
         self.assertEqual(result.code, FAILED, result)
@@ -282,7 +288,7 @@ class Options(ToolTest):
                 (("--check-version",), ("disabled", "o", ["old"], ["old=1"])),
                 (("--force-owner", "--owner", "p"), ("disabled", "p", ["old"], ["old=1"])),
                 (("--force", "--remove-owner"), ("enabled", "", ["new"], ["new=1"])),
-                (("--target-id", ""), ("disabled", "o", ["old"], ["old=1"])),
+                (("--target-id", "any"), ("disabled", "o", ["old"], ["old=1"])),
                 (("--close-connection",), ("disabled", "o", ["old"], ["old=1"]))):
             with self.subTest(options=options):
                 self.assert_code(self.install("a", "--force", **old), DONE)

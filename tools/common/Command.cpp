@@ -90,6 +90,27 @@ std::string OneLine(const nlohmann::ordered_json& object) {
     return object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
 
+std::string IsGiven(const std::string& argument) {
+    return argument.empty() ? "must not be empty" : "";
+}
+
+CLI::Option* AddTargetId(CLI::App& command, std::string& targetId) {
+    return command.add_option("--target-id", targetId, "The id that the node must bear over TLS, else nothing is sent")
+        ->type_name("ID")
+        ->check(IsGiven);
+}
+
+void BeginDryRun(Answer& answer) {
+    answer.isBlock = true;
+    answer.fields["dry_run"] = true;
+    answer.fields["changes"] = nlohmann::ordered_json::array();
+}
+
+void EndDryRun(const std::string& host, Answer& answer) {
+    if (answer.outcome.code != kDone || !answer.fields["changes"].empty()) return;
+    answer.outcome = {kNothingToDo, {{0, "Nothing would change on '" + host + "'."}}};
+}
+
 Command::Command(CLI::App& command) {
     command.add_flag("--json", json, "Print one JSON object for each node");
     command.add_flag("-q,--quiet", quiet, "Print nothing on success");

@@ -28,6 +28,11 @@ protected:
     bool json = false, quiet = false;
 };
 
+/// What is wrong with an argument that must not be empty, empty when nothing is.
+std::string IsGiven(const std::string& argument);
+/// Adds --target-id. An empty id is refused: it would let every node pass.
+CLI::Option* AddTargetId(CLI::App& command, std::string& targetId);
+
 /// An object as one line; bytes of the command line that are no UTF-8 are replaced.
 std::string OneLine(const nlohmann::ordered_json& object);
 /// The members "result", "code" and "messages".
@@ -40,6 +45,11 @@ struct Answer {
     bool isBlock = false;           ///< the text does not name the node: with several nodes it stands below its name
     nlohmann::ordered_json fields;  ///< join the JSON object
 };
+
+/// Begins the answer of a dry run: "changes" takes what would change.
+void BeginDryRun(Answer& answer);
+/// Without any change there is nothing to do.
+void EndDryRun(const std::string& host, Answer& answer);
 
 /// A command that asks nodes: one or many, at the same time. One result a node, in the order in which they were given;
 /// with several nodes a summary at the end, and an exit code for all of them.

@@ -18,7 +18,6 @@ using LumPalStr::String_t;
 using lumtools::SelectionOptions;
 using lumtools::SplitPair;
 using lumtools::Text;
-using nlohmann::ordered_json;
 
 namespace {
 
@@ -160,8 +159,7 @@ public:
         command.add_flag("-n,--dry-run", dryRun,
                          "Show what would change, as the node lists its policies; change nothing");
         command.add_flag("--no-notify", noNotify, "Queue the notification of consumers; 'lumpolicy notify' sends it");
-        command.add_option("--target-id", targetId, "The id that the node must bear over TLS, else nothing is sent")
-            ->type_name("ID");
+        lumtools::AddTargetId(command, targetId);
     }
 
 private:
@@ -191,16 +189,12 @@ private:
                 answer.text = row.done + host + "\n";
             }
         });
-        if (dryRun && answer.outcome.code == lumtools::kDone && answer.fields["changes"].empty()) {
-            answer.outcome = {lumtools::kNothingToDo, {{0, "Nothing would change on '" + host + "'."}}};
-        }
+        if (dryRun) lumtools::EndDryRun(host, answer);
         return answer;
     }
 
     void Foresee(const std::string& host, Answer& answer) const {
-        answer.isBlock = true;
-        answer.fields["dry_run"] = true;
-        answer.fields["changes"] = ordered_json::array();
+        lumtools::BeginDryRun(answer);
         const auto policies = ListSome(*forwarder, host, request.selection, targetId);
         for (int i = 0; i < policies.GetCount(); ++i) {
             const PolicyHeader header = policies.GetPolicyHeader(i);

@@ -73,9 +73,7 @@ void Choices::AddTo(CLI::App& c) {
         ->group(installed);
     c.add_flag("--no-notify", noNotify, "Queue the notification of consumers; 'lumpolicy notify' sends it")
         ->group(request);
-    c.add_option("--target-id", targetId, "The id that the node must bear over TLS, else nothing is sent")
-        ->group(request)
-        ->type_name("ID");
+    lumtools::AddTargetId(c, targetId)->group(request);
     c.add_flag("--close-connection", closeConnection, "Accepted; a request never keeps a connection behind it")
         ->group(request);
 }

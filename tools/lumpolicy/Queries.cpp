@@ -22,8 +22,7 @@ class Query : public HostCommand {
 protected:
     explicit Query(CLI::App& command, SelectionOptions::Demand demand) : HostCommand(command) {
         selectionOptions.AddTo(command, demand);
-        command.add_option("--target-id", targetId, "The id that the node must bear over TLS, else nothing is sent")
-            ->type_name("ID");
+        lumtools::AddTargetId(command, targetId);
     }
 
     virtual void Show(const PolicyContainer& policies, const std::string& host, Answer& answer) const = 0;

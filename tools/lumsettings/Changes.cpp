@@ -54,19 +54,15 @@ private:
                 ShowForeseen(Foresee(forwarder->Get(Text(host), options)), answer);
             } else {
                 Send(host);
-                answer.text = lumtools::Printable(Done() + " on " + host) + "\n";
+                answer.text = lumtools::Printable(Done() + OfGroup() + " on " + host) + "\n";
             }
         });
-        if (dryRun && answer.outcome.code == lumtools::kDone && answer.fields["changes"].empty()) {
-            answer.outcome = {lumtools::kNothingToDo, {{0, "Nothing would change on '" + host + "'."}}};
-        }
+        if (dryRun) lumtools::EndDryRun(host, answer);
         return answer;
     }
 
     void ShowForeseen(const std::vector<Change>& changes, Answer& answer) const {
-        answer.isBlock = true;
-        answer.fields["dry_run"] = true;
-        answer.fields["changes"] = nlohmann::ordered_json::array();
+        lumtools::BeginDryRun(answer);
         for (const Change& change : changes) {
             answer.fields["changes"].push_back(ToJson(change));
             answer.text += Shown(LinesOf(change));

@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "LumPalConsole.h"
+#include "LumPalRuntime.h"
 #include "common/Arguments.h"
 #include "lumsettings/SettingsText.h"
 
@@ -10,8 +11,8 @@ namespace lumsettings {
 
 using lumtools::Text;
 
-std::string IsGiven(const std::string& argument) {
-    return argument.empty() ? "must not be empty" : "";
+std::string ThisNode() {
+    return "the node in '" + LumPalRuntime::Dir_t::Path(LumPalRuntime::Root).ToUtf8() + "'";
 }
 
 lumtools::ExitCode LocalCommand::Run() {
@@ -42,15 +43,19 @@ NodeCommand::NodeCommand(CLI::App& command) : HostCommand(command) {
     command
         .add_option("--resource-group", resourceGroup,
                     "The settings of this cluster resource group, instead of the node's own")
-        ->type_name("NAME");
-    command.add_option("--target-id", targetId, "The id that the node must bear over TLS, else nothing is sent")
-        ->type_name("ID");
+        ->type_name("NAME")
+        ->check(IsGiven);
+    lumtools::AddTargetId(command, targetId);
 }
 
 LumConfPar::SettingsForwarder::Options NodeCommand::Options() const {
     LumConfPar::SettingsForwarder::Options options;
     options.SetLUMResourceGroup(Exact(resourceGroup)).SetTargetID(Text(targetId));
     return options;
+}
+
+std::string NodeCommand::OfGroup() const {
+    return resourceGroup.empty() ? "" : " of the resource group '" + resourceGroup + "'";
 }
 
 bool NodeCommand::IsForPrograms() const {

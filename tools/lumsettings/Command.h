@@ -11,7 +11,7 @@
 namespace lumsettings {
 
 using lumtools::Actions, lumtools::Answer, lumtools::Command;
-using lumtools::AddCommand, lumtools::Fill, lumtools::OneLine;
+using lumtools::AddCommand, lumtools::Fill, lumtools::IsGiven, lumtools::OneLine;
 
 /// Each adds its subcommands to the application.
 void AddGet(CLI::App& app, Actions& actions);
@@ -19,8 +19,8 @@ void AddChanges(CLI::App& app, Actions& actions);
 void AddExplain(CLI::App& app, Actions& actions);
 void AddDiff(CLI::App& app, Actions& actions);
 
-/// What is wrong with an argument that must not be empty, empty when nothing is.
-std::string IsGiven(const std::string& argument);
+/// "the node in '...'", with its root: who runs with another LUM_ROOT than he thinks sees it.
+std::string ThisNode();
 
 /// A command that reads this node's own files; it asks no node.
 class LocalCommand : public Command {
@@ -40,6 +40,8 @@ class NodeCommand : public lumtools::HostCommand {
 protected:
     explicit NodeCommand(CLI::App& command);
     LumConfPar::SettingsForwarder::Options Options() const;
+    /// " of the resource group '...'", empty for the node's own settings.
+    std::string OfGroup() const;
     /// Whether a program reads what one node says: it gets it exactly. Else a node's words drive no terminal, and look
     /// like no other node's.
     bool IsForPrograms() const;

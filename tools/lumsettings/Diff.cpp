@@ -18,7 +18,7 @@ using nlohmann::ordered_json;
 namespace {
 
 /// @param policy  an id in any case, or a name
-String_t IdOf(const PolicyContainer& policies, const std::string& policy) {
+std::optional<String_t> Installed(const PolicyContainer& policies, const std::string& policy) {
     for (const bool byId : {true, false}) {
         for (int i = 0; i < policies.GetCount(); ++i) {
             const LumConf::PolicyHeader header = policies.GetPolicyHeader(i);
@@ -26,8 +26,22 @@ String_t IdOf(const PolicyContainer& policies, const std::string& policy) {
             if (byId ? id == String_t(Text(policy)).ToLower() : header.GetName() == Text(policy)) return id;
         }
     }
+    return {};
+}
+
+String_t IdOf(const PolicyContainer& policies, const std::string& policy) {
+    if (const auto id = Installed(policies, policy)) return *id;
     throw LumConf::PolicyNotFoundError(
-        LumPalMsg::CreateError_t("No settings policy with the id or name '%1' is installed.") << Text(policy));
+        LumPalMsg::CreateError_t("No settings policy with the id or name '%1' is installed on %2.")
+        << Text(policy) << Text(ThisNode()));
+}
+
+/// A policy that is named where a file is expected is installed already.
+void CheckFile(const PolicyContainer& policies, const std::string& file) {
+    if (LumPalIo::File_t(Text(file)).Exists() || !Installed(policies, file)) return;
+    throw CLI::ValidationError("'" + file +
+                               "' is no file but an installed policy: say --enable, --disable or "
+                               "--remove before it");
 }
 
 /// What would become of the settings of the node.
@@ -99,7 +113,10 @@ private:
     /// Policies are named as they are installed; those of files count from then on.
     void Imagine(SettingsMerge& merge) const {
         for (const std::string& policy : removed) merge.Remove(IdOf(merge.GetPolicies(), policy));
-        for (const std::string& file : files) merge.Install(LumPalIo::File_t(Text(file)));
+        for (const std::string& file : files) {
+            CheckFile(merge.GetPolicies(), file);
+            merge.Install(LumPalIo::File_t(Text(file)));
+        }
         for (const std::string& policy : disabled) merge.Disable(IdOf(merge.GetPolicies(), policy));
         for (const std::string& policy : enabled) merge.Enable(IdOf(merge.GetPolicies(), policy));
     }

@@ -54,10 +54,11 @@ std::string TextOf(const Setting& setting, const Value& inForce, const std::vect
     std::ostringstream out;
     const std::string line = LineOf(setting.first, setting.second, inForce.value_or(""));
     out << (inForce ? line : line.substr(0, line.size() - 1) + " is not set") << "\n";
-    lumtools::Table table({"STATE", "VALUE", "SET BY", "DATA FILE", "POLICY ID"});
+    // Values come last: a long one moves no other column.
+    lumtools::Table table({"STATE", "SET BY", "DATA FILE", "POLICY ID", "VALUE"});
     for (const Source& source : sources) {
-        table.Add({source.state, Escaped(source.origin.value), Label(source), source.origin.dataFile.ToUtf8(),
-                   source.origin.policyId.ToUtf8()});
+        table.Add({source.state, Label(source), source.origin.dataFile.ToUtf8(), source.origin.policyId.ToUtf8(),
+                   Escaped(source.origin.value)});
     }
     table.Print(out);
     return out.str();
@@ -82,12 +83,29 @@ public:
 private:
     void Work(Answer& answer) const override {
         const NodeSettings node;
-        const SettingsMerge merge;
-        const MergedSettings merged = merge.Merge();
         answer.fields["settings"] = ordered_json::array();
+        const MergedSettings merged = Merged(answer);
         for (const Setting& setting : Wanted(node, merged)) Tell(setting, node, merged, answer);
-        TellProblems(merge.GetProblems(), answer);
-        if (answer.text.empty()) answer.outcome = {lumtools::kNotFound, {{0, NothingThere()}}};
+        if (answer.text.empty() && answer.outcome.code == lumtools::kDone) {
+            answer.outcome = {lumtools::kNotFound, {{0, NothingThere()}}};
+        }
+    }
+
+    /// What the installed policies come to. When they come to nothing, since one of them is broken, that is the
+    /// answer's failure, and what is in force is told nevertheless.
+    MergedSettings Merged(Answer& answer) const {
+        MergedSettings merged;
+        answer.outcome = lumtools::Attempt([&] {
+            const SettingsMerge merge;
+            merged = merge.Merge();
+            TellProblems(merge.GetProblems(), answer);
+        });
+        if (answer.outcome.code != lumtools::kDone) {
+            answer.outcome.messages.push_back({1,
+                                               "Until this is mended, or that policy disabled or removed, the node "
+                                               "keeps the settings of policies that it has."});
+        }
+        return merged;
     }
 
     std::set<Setting> Wanted(const NodeSettings& node, const MergedSettings& merged) const {
@@ -111,8 +129,8 @@ private:
     }
 
     std::string NothingThere() const {
-        return name.empty() ? "Nothing is set in [" + nameSpace + "] on this node."
-                            : "Nobody sets [" + nameSpace + "] " + name + " on this node: its default counts.";
+        return name.empty() ? "Nothing is set in [" + nameSpace + "] on " + ThisNode() + "."
+                            : "Nobody sets [" + nameSpace + "] " + name + " on " + ThisNode() + ": its default counts.";
     }
 
     std::string nameSpace, name;

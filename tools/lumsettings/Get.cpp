@@ -23,7 +23,11 @@ public:
 
 private:
     Outcome Prepare() override {
-        return lumtools::Attempt([&] { options = Options(); });
+        return lumtools::Attempt([&] {
+            options = Options();
+            wantedNamespace = Exact(nameSpace);
+            wantedName = Exact(name);
+        });
     }
 
     Answer Ask(const std::string& host) const override {
@@ -36,7 +40,7 @@ private:
             if (CountSettings(settings) > 0) Show(settings, host, answer);
         });
         if (answer.outcome.code == lumtools::kDone && CountSettings(settings) == 0) {
-            answer.outcome = {lumtools::kNotFound, {{0, "'" + host + "' has no " + Wanted() + "."}}};
+            answer.outcome = {lumtools::kNotFound, {{0, "'" + host + "' has no " + Wanted() + OfGroup() + "."}}};
         }
         return answer;
     }
@@ -46,10 +50,10 @@ private:
         const ConfigGroup_t told = forwarder->Get(Text(host), options);
         for (int i = 0; i < told.GetConfigCount(); ++i) {
             const Configuration_t configuration = told.GetConfig(i);
-            if (!nameSpace.empty() && configuration.GetNamespace() != Text(nameSpace)) continue;
+            if (!nameSpace.empty() && configuration.GetNamespace() != wantedNamespace) continue;
             String_t attribute, value;
             for (int j = 0; configuration.GetAttr(j, attribute, value); ++j) {
-                if (!name.empty() && attribute != Text(name)) continue;
+                if (!name.empty() && attribute != wantedName) continue;
                 wanted.GetConfig(configuration.GetNamespace()).SetAttrValue(attribute, value);
             }
         }
@@ -60,7 +64,7 @@ private:
             answer.text = Shown(FileText(settings));
             return;
         }
-        const std::string value = settings.GetConfig(0).GetValue(Text(name)).ToUtf8();
+        const std::string value = settings.GetConfig(0).GetValue(wantedName).ToUtf8();
         answer.fields["value"] = value;
         if (IsForPrograms()) {
             answer.text = value + "\n";
@@ -76,6 +80,7 @@ private:
 
     LumConfPar::SettingsForwarder::Options options;
     std::string nameSpace, name;
+    String_t wantedNamespace, wantedName;
 };
 
 }  // namespace
