@@ -47,6 +47,8 @@ public:
     bool IsSymbolicLink() const;
     bool IsNull() const noexcept;
     bool IsNotNull() const noexcept;
+    /// Whether it is there and belongs to the user as whom this process acts.
+    bool IsOwnedByThisUser() const;
     /// Size in bytes; 0 when the file is not there.
     std::uint64_t GetSize() const;
     /// Removes a file or an empty directory. True on success; never throws.

@@ -36,6 +36,8 @@ struct LUMPAL_API NodeIdentity {
     /// @throws KeyStoreException when a certificate is said to be installed and the core id is no alias
     ///         or a file of it is missing
     static NodeIdentity Load();
+    /// @throws KeyStoreException naming a file that a server would not take: broken, of another key, or too weak
+    void RequireUsable() const;
 };
 
 /// The node's certificate, with the chain behind it, and its private key: PEM texts that belong together.
@@ -47,6 +49,8 @@ struct LUMPAL_API OwnPair {
     /// @param known  a pair that was read before: it costs no further proof when it is still there
     /// @throws KeyStoreException naming the file that is missing or broken, or a key that is another's
     static OwnPair Load(const LumPalStr::String_t& alias, const OwnPair& known = {});
+    /// @param source  what it is called. @throws KeyStoreException when a server would not take it
+    void RequireUsable(const LumPalStr::String_t& source) const;
     bool operator==(const OwnPair& other) const = default;
 };
 

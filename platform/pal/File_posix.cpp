@@ -85,6 +85,11 @@ bool File_t::IsSymbolicLink() const {
     return native.IsUsable() && lstat(native.CStr(), &status) == 0 && S_ISLNK(status.st_mode);
 }
 
+bool File_t::IsOwnedByThisUser() const {
+    struct stat status {};
+    return Status(path, status) && status.st_uid == geteuid();
+}
+
 std::uint64_t File_t::GetSize() const {
     struct stat status {};
     return Status(path, status) && status.st_size > 0 ? static_cast<std::uint64_t>(status.st_size) : 0;

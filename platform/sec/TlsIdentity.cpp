@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <new>
 
 #include "Crypto.h"
 #include "LumSecAuth.h"
@@ -53,16 +54,23 @@ LumPalArray::CharArray_t Bytes(const std::string& text) {
     return LumPalArray::CharArray_t(text.data(), text.size());
 }
 
-void SetOwn(ssl_ctx_st* context, const NodeIdentity& identity) {
-    const OwnPair pair = OwnPair::Load(identity.coreId);
+void SetPair(ssl_ctx_st* context, const OwnPair& pair, const String_t& certificateName, const String_t& keyName) {
     const auto chain = LumSecPki::ReadCertificates(Bytes(pair.certificate));
     const Key key = LumSecPki::ReadPrivateKey(Bytes(pair.key));
     const auto own = [](const X509Certificate& certificate) { return certificate.GetImpl()->certificate.get(); };
     bool taken = SSL_CTX_use_certificate(context, own(chain.front())) == 1;
     for (std::size_t i = 1; taken && i < chain.size(); ++i)
         taken = SSL_CTX_add1_chain_cert(context, own(chain[i])) == 1;
-    Require(taken, "The certificate", identity.certificatePath);
-    Require(SSL_CTX_use_PrivateKey(context, key.GetImpl()->key.get()) == 1, "The key", identity.keyPath);
+    Require(taken, "The certificate", certificateName);
+    Require(SSL_CTX_use_PrivateKey(context, key.GetImpl()->key.get()) == 1, "The key", keyName);
+}
+
+using Context = std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)>;
+
+Context NewContext() {
+    Context context(SSL_CTX_new(TLS_server_method()), SSL_CTX_free);
+    if (!context) throw std::bad_alloc();
+    return context;
 }
 
 void SetTrusted(ssl_ctx_st* context, const NodeIdentity& identity) {
@@ -129,8 +137,21 @@ std::string OnlyCommonName(const X509_name_st* subject) {
 void ConfigureServer(ssl_ctx_st* context, const NodeIdentity& identity) {
     ERR_clear_error();
     SetProtocol(context);
-    SetOwn(context, identity);
+    SetPair(context, OwnPair::Load(identity.coreId), identity.certificatePath, identity.keyPath);
     SetTrusted(context, identity);
+}
+
+void NodeIdentity::RequireUsable() const {
+    const Context context = NewContext();
+    ERR_clear_error();
+    if (certificateInstalled) return ConfigureServer(context.get(), *this);
+    SetTrusted(context.get(), *this);
+}
+
+void OwnPair::RequireUsable(const String_t& source) const {
+    const Context context = NewContext();
+    ERR_clear_error();
+    SetPair(context.get(), *this, source, source);
 }
 
 bool IsStillLetIn(const ssl_st* connection, ssl_ctx_st* context, bool isChecked, std::string& refusal) {

@@ -167,6 +167,16 @@ class AnotherUser(TestOfUsers):
         self.assertIn("lumconfd.lock", result.err)
         self.assertNotIn("serving", result.err)
 
+    def test_what_belongs_to_another_user_is_not_changed_in_the_name_of_root(self):
+        self.node.stop()
+        before = sorted(str(path) for path in self.node.root.rglob("*"))
+        os.chown(self.node.root, STRANGER, STRANGER)
+        for arguments in (["request", "--core-id", "node-1"], ["untrust", "somebody"], ["grant", "somebody", "list"]):
+            result = self.node.tool("lumtrust", *arguments)
+            self.assertEqual(result.code, 1, result)
+            self.assertIn("belongs to another user", result.err)
+        self.assertEqual(sorted(str(path) for path in self.node.root.rglob("*")), before)
+
     def test_nothing_below_the_root_can_be_changed_by_others_and_no_secret_be_read(self):
         self.node.policy("install", "--no-notify", EXAMPLE)
         for path in [self.node.root, *self.node.root.rglob("*")]:

@@ -1,6 +1,8 @@
 #!/usr/bin/python3
 """Keys, certificates and rights of a node, changed by its administrator also while it serves."""
 import os
+import pathlib
+import re
 import ssl
 import subprocess
 import threading
@@ -142,6 +144,7 @@ class Files(TrustTest):
                     self.trust(command, broken, code=FAILED)
         for command in ("install", "trust"):
             self.trust(command, self.node.folder / "nowhere", code=FAILED, words=["nowhere"])
+            self.trust(command, self.authority() / f"{AUTHORITY}.key", code=FAILED, words=[f"{AUTHORITY}.key"])
         self.assertFalse((self.node.root / "etc/keystore").exists())
 
     def test_trust_has_an_alias_that_is_a_name_and_replaces_only_when_told(self):
@@ -158,6 +161,47 @@ class Files(TrustTest):
         self.trust("untrust", "short", code=NOT_FOUND)
         self.trust("untrust", "../own/x", code=FAILED)
         self.assertEqual(self.files(), [f"trusted/{AUTHORITY}.pem"])
+
+    def test_a_bundle_is_not_trusted_as_one_and_the_list_hides_nothing_of_it(self):
+        bundle = self.node.folder / "bundle.pem"
+        bundle.write_text("".join((self.authority(name) / f"{AUTHORITY}.pem").read_text() for name in ("ca", "other")))
+        self.trust("trust", bundle, "--alias", "both", code=FAILED, words=["bundle.pem", "more than one"])
+        self.assertFalse(self.keystore("trusted").exists())
+        self.keystore("trusted").mkdir(parents=True)
+        self.keystore("trusted/both.pem").write_text(bundle.read_text())
+        self.assertEqual([one["alias"] for one in self.trust("list", "--json").json()["certificates"]], ["both"] * 2)
+
+    def test_who_is_trusted_but_no_authority_is_told_to_vouch_for_himself_alone(self):
+        self.trust("trust", self.issue("operator"), words=["Note: it is no authority"])
+        self.assertNotIn("authority:", self.trust("trust", self.authority() / f"{AUTHORITY}.pem").out)
+
+    def test_a_certificate_that_no_server_would_take_is_not_installed(self):
+        weak, key = self.node.folder / "weak.pem", self.node.folder / "weak.key"
+        subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:1024", "-nodes", "-subj", "/CN=node-1", "-out", weak,
+                        "-keyout", key], check=True, capture_output=True)
+        self.trust("install", weak, "--key", key, code=FAILED, words=["weak.pem", "cannot be used", "key too small"])
+        self.assertFalse(self.keystore("own").exists())
+        self.keystore("own").mkdir(parents=True)
+        self.keystore("own/node-1.pem").write_bytes(weak.read_bytes())
+        self.keystore("own/node-1.key").write_bytes(key.read_bytes())
+        self.node.settings["sec.core"] = {"CORE_ID": "node-1"}
+        self.node.settings["sec.cm.certificates"] = {"CERT_INSTALLED": "true"}
+        self.node.write_settings()
+        checked = self.node.tool("lumconfd", "--check-config")
+        self.assertEqual(checked.code, FAILED, checked)
+        self.assertIn("key too small", checked.out)
+
+    def test_the_steps_of_the_readme_to_the_network_work_as_they_are_written(self):
+        readme = (pathlib.Path(__file__).parents[2] / "README.md").read_text(encoding="utf-8")
+        steps = re.search(r"<!-- network -->\n```sh\n(.*?)```", readme, re.S).group(1)
+        authority = pki.Authority()
+        self.addCleanup(authority.close)
+        authority.issue("node")
+        done = subprocess.run(["bash", "-ec", steps], cwd=authority.folder, capture_output=True, text=True,
+                              env=self.node.environment(PATH=f"{TOOLS}:{os.environ['PATH']}"), timeout=PATIENCE_S)
+        self.assertEqual(done.returncode, DONE, done)
+        for sign in ("trusted: ", "installed: node", "operator: install remove list", "the configuration is in order"):
+            self.assertIn(sign, done.stdout)
 
     def test_the_list_tells_each_certificate_and_what_cannot_be_read(self):
         self.equip()
@@ -198,7 +242,8 @@ class Files(TrustTest):
         self.trust("trust", self.node.folder / "rsa.pem")
         self.trust("install", certificate, words=["its issuer is not trusted here"])
         self.keystore(f"trusted/{AUTHORITY}.pem").write_text("broken")
-        self.trust("install", certificate, words=["its issuer is not trusted here"])
+        self.trust("install", certificate, code=FAILED,
+                   words=["its issuer is not trusted here", "does not count yet", f"trusted/{AUTHORITY}.pem"])
 
     def test_rights_are_granted_and_taken_and_the_rest_of_the_file_stays(self):
         path = self.node.root / "etc/authorization.ini"
@@ -383,6 +428,16 @@ class Serving(TrustTest):
         self.assertEqual(client.policy("list").code, NOT_FOUND)
         self.trust("untrust", AUTHORITY)
         self.assertNotIn(client.policy("list").code, (DONE, NOT_FOUND))
+
+    def test_trust_that_the_daemon_cannot_take_up_is_not_called_taken_up(self):
+        self.equip()
+        self.node.start()
+        good = self.keystore("own/node-1.key").read_text()
+        self.keystore("own/node-1.key").write_text("broken")
+        said = self.trust("untrust", AUTHORITY, code=FAILED, words=["does not count yet", "node-1.key"])
+        self.assertNotIn("has taken it up", said.out)
+        self.keystore("own/node-1.key").write_text(good)
+        self.trust("trust", self.authority() / f"{AUTHORITY}.pem", words=["The running daemon has taken it up."])
 
     def test_a_key_that_is_broken_leaves_the_last_good_one_and_the_daemon_serving(self):
         self.equip()

@@ -135,10 +135,7 @@ bool CheckConfiguration(std::ostream& out) {
         report.Problems(LumVoxMsg::FindWrongLimits(server));
     });
     report.Step([&] { report.Problems(LumSecAuth::FindWrongRights()); });
-    report.Step([] {
-        const auto identity = LumSecCore::NodeIdentity::Load();
-        if (identity.certificateInstalled) LumSecCore::OwnPair::Load(identity.coreId);
-    });
+    report.Step([] { LumSecCore::NodeIdentity::Load().RequireUsable(); });
     out << (report.GetCount() == 0 ? "the configuration is in order"
                                    : std::to_string(report.GetCount()) + " problem(s)")
         << "\n";

@@ -41,11 +41,10 @@ int Init(const Choices& choices) {
 }
 
 int Issue(const Choices& choices) {
-    const auto certificateText = ReadFile(Part(choices, ".pem").ToString().ToUtf8());
+    const X509Certificate authority = ReadCertificates(Part(choices, ".pem").ToString().ToUtf8()).front();
     const auto keyText = ReadFile(Part(choices, ".key").ToString().ToUtf8());
     const X509Certificate issued =
-        LumSecPki::Issue(LumSecPki::ReadCertificate(certificateText), LumSecPki::ReadPrivateKey(keyText),
-                         ReadFile(choices.request), kIssuedDays);
+        LumSecPki::Issue(authority, LumSecPki::ReadPrivateKey(keyText), ReadFile(choices.request), kIssuedDays);
     const auto pem = LumSecPki::ToPem(issued);
     if (choices.output.empty()) {
         std::cout << pem.View() << std::flush;

@@ -29,6 +29,8 @@ void AddRights(CLI::App& app, Actions& actions);
 /// @throws LumPalMsg::RuntimeException_t with the text, its "%1" being the name
 [[noreturn]] void Refuse(const char* text, const std::string& name);
 
+/// The certificates of a file, at least one. @throws LumPalMsg::Exception_t naming it
+std::vector<LumSecCore::X509Certificate> ReadCertificates(const std::string& path);
 /// A file of reasonable size as a whole. @throws LumPalIo::IOException_t naming it, also for a larger one
 LumPalArray::CharArray_t ReadFile(const std::string& path);
 /// Puts a file in the place of another one: written aside, flushed, renamed. Missing folders are made for the owner
@@ -49,7 +51,8 @@ void FinishInstallation(const LumPalStr::String_t& coreId);
 /// Held by whoever reads something of the node in order to change it; the next one waits.
 class ChangeLock {
 public:
-    /// @throws LumPalIo::IOException_t
+    /// @throws LumPalIo::IOException_t, LumPalMsg::RuntimeException_t when the node belongs to another user, who could
+    ///         not read what this one writes
     ChangeLock();
 
 private:
@@ -62,6 +65,9 @@ LumPalIo::File_t StoreFile(const char* part, const LumPalStr::String_t& alias, c
 LumPalStr::String_t CheckedAlias(const std::string& alias);
 
 /// Lets a running daemon take up what was changed, and waits until it did; says on standard output what came of it.
+/// @throws LumPalMsg::RuntimeException_t when it does not
 void TellDaemon();
+/// Likewise, of keys and certificates: those that cannot be used, the daemon would not take up as a whole.
+void TellDaemonOfKeys();
 
 }  // namespace lumtrust

@@ -3,6 +3,7 @@
 
 #include "LumCtrl.h"
 #include "LumPalRuntime.h"
+#include "LumSecPki.h"
 #include "common/Arguments.h"
 #include "common/TrustReload.h"
 #include "lumtrust/Command.h"
@@ -41,6 +42,17 @@ void Refuse(const char* text, const std::string& name) {
     throw LumPalMsg::RuntimeException_t(CreateError_t(String_t(text)) << Text(name));
 }
 
+std::vector<LumSecCore::X509Certificate> ReadCertificates(const std::string& path) {
+    const CharArray_t bytes = ReadFile(path);
+    try {
+        return LumSecPki::ReadCertificates(bytes);
+    } catch (const LumSecCore::SecCoreException& e) {
+        throw LumPalMsg::RuntimeException_t(
+            CreateError_t("The file '%1' cannot be read as a certificate.").AddDetails(e.GetMessageList())
+            << Text(path));
+    }
+}
+
 CharArray_t ReadFile(const std::string& path) {
     const File_t file(Text(path));
     if (file.GetSize() > kLargestFile) Refuse("The file '%1' is too large.", path);
@@ -72,6 +84,11 @@ void CreateFile(const File_t& file, const CharArray_t& bytes, unsigned mode) {
 }
 
 ChangeLock::ChangeLock() {
+    const File_t root(LumPalRuntime::Dir_t::Path(LumPalRuntime::Root));
+    if (root.Exists() && !root.IsOwnedByThisUser()) {
+        Refuse("The node in '%1' belongs to another user; run lumtrust as that user (sudo -u USER lumtrust ...).",
+               root.ToString().ToUtf8());
+    }
     const File_t folder(LumPalRuntime::Dir_t::Path(LumPalRuntime::Etc));
     MakeFolder(folder);
     lock.Lock(File_t(folder, "lumtrust.lock").ToString());
@@ -98,6 +115,18 @@ void TellDaemon() {
             CreateError_t("The change was made, but the running daemon did not take it up; reload it.")
                 .AddDetails(e.GetMessageList()));
     }
+}
+
+void TellDaemonOfKeys() {
+    try {
+        LumSecCore::NodeIdentity::Load().RequireUsable();
+    } catch (const LumSecCore::KeyStoreException& e) {
+        throw LumPalMsg::RuntimeException_t(
+            CreateError_t("The change was made, but it does not count yet: the node's keys and certificates cannot be "
+                          "used as they are.")
+                .AddDetails(e.GetMessageList()));
+    }
+    TellDaemon();
 }
 
 }  // namespace lumtrust

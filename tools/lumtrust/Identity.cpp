@@ -110,13 +110,17 @@ String_t ChangeIdentity(const Choices& choices, const std::vector<X509Certificat
     const ChangeLock lock;
     FinishInstallation(coreId);
     // Both stand before the settings name them. A daemon that runs goes on with what it has until it is told.
-    InstallPair(coreId, TextOf(chain), FindKey(choices, chain.front(), coreId));
+    const Key key = FindKey(choices, chain.front(), coreId);
+    const CharArray_t text = TextOf(chain);
+    LumSecCore::OwnPair{std::string(text.View()), std::string(LumSecPki::ToPem(key).View())}.RequireUsable(
+        Text(choices.certificate));
+    InstallPair(coreId, text, key);
     SetSettings(coreId);
     return coreId;
 }
 
 int Install(const Choices& choices) {
-    const std::vector<X509Certificate> chain = LumSecPki::ReadCertificates(ReadFile(choices.certificate));
+    const std::vector<X509Certificate> chain = ReadCertificates(choices.certificate);
     const X509Certificate& certificate = chain.front();
     certificate.CheckValidity();
     const String_t coreId = ChangeIdentity(choices, chain);
@@ -127,7 +131,7 @@ int Install(const Choices& choices) {
                      "'lumtrust trust' says otherwise."
                   << std::endl;
     }
-    TellDaemon();
+    TellDaemonOfKeys();
     return lumtools::kDone;
 }
 

@@ -19,6 +19,7 @@ using nlohmann::ordered_json;
 namespace {
 
 constexpr std::int64_t kDaySeconds = 86400;
+constexpr char kOwn[] = "own", kTrusted[] = "trusted";
 
 /// Whole days; the day on which it ends is 0, afterwards it is below that.
 std::int64_t DaysLeft(const X509Certificate& certificate) {
@@ -26,29 +27,40 @@ std::int64_t DaysLeft(const X509Certificate& certificate) {
     return seconds >= 0 ? seconds / kDaySeconds : -((-seconds + kDaySeconds - 1) / kDaySeconds);
 }
 
-ordered_json Entry(const std::string& kind, const File_t& file) {
-    const std::string name = file.GetName().ToUtf8();
-    ordered_json entry{{"alias", name.substr(0, name.size() - 4)}, {"kind", kind}};
+ordered_json EntryOf(const std::string& kind, const std::string& alias, const X509Certificate& certificate) {
+    return {{"alias", alias},
+            {"kind", kind},
+            {"subject", certificate.GetSubjectCN().ToUtf8()},
+            {"issuer", certificate.GetIssuerCN().ToUtf8()},
+            {"not_after", certificate.GetNotAfter().ToUtf8()},
+            {"days_left", DaysLeft(certificate)}};
+}
+
+/// Of a file of trusted certificates each one counts for callers; behind the node's own stands only its chain.
+std::vector<ordered_json> Entries(const std::string& kind, const File_t& file) {
+    const std::string name = file.GetName().ToUtf8(), alias = name.substr(0, name.size() - 4);
     try {
-        const X509Certificate certificate = LumSecPki::ReadCertificate(ReadFile(file.ToString().ToUtf8()));
-        entry["subject"] = certificate.GetSubjectCN().ToUtf8();
-        entry["issuer"] = certificate.GetIssuerCN().ToUtf8();
-        entry["not_after"] = certificate.GetNotAfter().ToUtf8();
-        entry["days_left"] = DaysLeft(certificate);
+        std::vector<ordered_json> entries;
+        for (const X509Certificate& certificate : ReadCertificates(file.ToString().ToUtf8())) {
+            if (entries.empty() || kind == kTrusted) entries.push_back(EntryOf(kind, alias, certificate));
+        }
+        return entries;
     } catch (const LumPalMsg::Exception_t& e) {
-        entry["broken"] = e.GetMessageList().Format(LumPalMsg::BareText).ToUtf8();
+        const std::string why = e.GetMessageList().Format(LumPalMsg::BareText).ToUtf8();
+        return {{{"alias", alias}, {"kind", kind}, {"broken", why}}};
     }
-    return entry;
 }
 
 void Collect(const std::string& kind, ordered_json& entries) {
     const File_t folder(LumSecCore::KeyStoreDirectory() + LumPalStr::String_t::FromUtf8(kind));
     if (!folder.IsDirectory()) return;
-    std::vector<ordered_json> found;
+    std::vector<File_t> files;
     DirLister_t lister(folder, DirLister_t::Filter_t::Suffix(".pem"));
-    while (lister.Next()) found.push_back(Entry(kind, lister.GetCurrentFile()));
-    std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) { return a["alias"] < b["alias"]; });
-    for (ordered_json& entry : found) entries.push_back(std::move(entry));
+    while (lister.Next()) files.push_back(lister.GetCurrentFile());
+    std::sort(files.begin(), files.end(), [](const File_t& a, const File_t& b) { return a.GetName() < b.GetName(); });
+    for (const File_t& file : files) {
+        for (ordered_json& entry : Entries(kind, file)) entries.push_back(std::move(entry));
+    }
 }
 
 void PrintTable(const ordered_json& entries) {
@@ -66,7 +78,7 @@ void PrintTable(const ordered_json& entries) {
 
 int List(bool json) {
     ordered_json entries = ordered_json::array();
-    for (const char* kind : {"own", "trusted"}) Collect(kind, entries);
+    for (const char* kind : {kOwn, kTrusted}) Collect(kind, entries);
     if (json) {
         std::cout << ordered_json{{"certificates", entries}}.dump() << std::endl;
     } else {

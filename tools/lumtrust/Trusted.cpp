@@ -34,22 +34,27 @@ void Keep(const LumPalStr::String_t& alias, const LumPalArray::CharArray_t& pem,
 }
 
 int Trust(const Choices& choices) {
-    const X509Certificate certificate = LumSecPki::ReadCertificate(ReadFile(choices.file));
+    const std::vector<X509Certificate> certificates = ReadCertificates(choices.file);
+    if (certificates.size() > 1) Refuse("'%1' holds more than one certificate; trust each by itself.", choices.file);
+    const X509Certificate& certificate = certificates.front();
     certificate.CheckValidity();
     const std::string name = certificate.GetSubjectCN().ToUtf8();
     const LumPalStr::String_t alias = CheckedAlias(choices.alias.empty() ? name : choices.alias);
     Keep(alias, LumSecPki::ToPem(certificate), choices.replace);
     std::cout << "trusted: " << Printable(alias.ToUtf8() + " (" + name) << ", valid until "
               << certificate.GetNotAfter().ToUtf8() << ")" << std::endl;
-    if (alias.ToUtf8() != name) {
+    if (!certificate.MayIssue()) {
+        std::cout << "Note: it is no authority: it vouches for itself alone." << std::endl;
+    } else if (alias.ToUtf8() != name) {
         std::cout << "Note: signers of policies that it issues are looked up as " << Printable("'" + name + "'")
                   << ", not under this alias." << std::endl;
     }
-    TellDaemon();
+    TellDaemonOfKeys();
     return lumtools::kDone;
 }
 
 int Untrust(const Choices& choices) {
+    const ChangeLock lock;
     const LumPalIo::File_t file = StoreFile("trusted", CheckedAlias(choices.alias), ".pem");
     if (!file.Exists() && !file.IsSymbolicLink()) {
         std::cerr << "lumtrust: nothing is trusted under the alias " << Printable("'" + choices.alias + "'")
@@ -59,7 +64,7 @@ int Untrust(const Choices& choices) {
     if (!file.Delete()) Refuse("The file '%1' cannot be deleted.", file.ToString().ToUtf8());
     file.GetParentFile().Sync();
     std::cout << "no longer trusted: " << Printable(choices.alias) << std::endl;
-    TellDaemon();
+    TellDaemonOfKeys();
     return lumtools::kDone;
 }
 
