@@ -270,10 +270,22 @@ class Files(TrustTest):
             self.assertNotEqual(self.node.tool("lumtrust", "grant", sender, "list").code, DONE)
         self.assertFalse(path.exists())
         path.parent.mkdir(parents=True, exist_ok=True)
-        for text in ("[conf\nnonsense\n", "[conf]\nsomebody = fly\n"):
+        for text, sender in (("[conf\nnonsense\n", "operator"), ("[conf]\nsomebody = fly list\n", "somebody")):
             path.write_text(text)
-            self.trust("grant", "operator", "list", code=FAILED)
+            self.trust("grant", sender, "install", code=FAILED)
             self.assertEqual(path.read_text(), text)
+
+    def test_a_word_that_is_no_right_is_told_and_keeps_nobody_from_taking_rights(self):
+        path = self.node.root / "etc/authorization.ini"
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text("[conf]\nsomebody = fly list\noperator = list sign\n")
+        shown = self.trust("rights", words=["'fly' is no right", "'somebody'"])
+        self.assertEqual([line.split() for line in shown.out.splitlines()[1:]],
+                         [["operator", "list", "sign"], ["somebody", "list"]])
+        self.trust("revoke", "operator", "sign")
+        self.assertEqual(path.read_text(), "[conf]\nsomebody = fly list\noperator=list\n")
+        self.trust("revoke", "somebody", "list")
+        self.assertEqual(path.read_text(), "[conf]\noperator=list\n")
 
     def test_usage(self):
         for arguments in ((), ("fly",), ("trust",), ("grant", "operator"), ("install",)):

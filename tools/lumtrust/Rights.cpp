@@ -92,6 +92,9 @@ int Show(const Choices& choices) {
     } else {
         table.Print(std::cout);
     }
+    const LumPalMsg::MessageList_t wrong = LumSecAuth::FindWrongRights();
+    if (wrong.GetMessageCount() > 0)
+        std::cerr << wrong.Format(LumPalMsg::Label | LumPalMsg::Text).ToUtf8() << std::endl;
     return lumtools::kDone;
 }
 

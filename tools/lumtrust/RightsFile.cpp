@@ -32,13 +32,14 @@ ConfigGroup_t Parse(const std::string& text) {
     return group;
 }
 
-unsigned BitsOf(const std::string& words, const std::string& sender) {
+/// The bits that count, as for the daemon. @param unclear  set when a word is no right
+unsigned BitsOf(const std::string& words, bool& unclear) {
     std::istringstream in(words);
     unsigned bits = 0;
     for (std::string word; in >> word;) {
         const std::optional<unsigned> right = LumSecAuth::RightBits(Text(word));
-        if (!right) Refuse("The file of rights is not changed: it holds words that are no rights, for '%1'.", sender);
-        bits |= *right;
+        unclear = unclear || !right;
+        bits |= right.value_or(0);
     }
     return bits;
 }
@@ -81,11 +82,17 @@ RightsFile::RightsFile() {
     String_t sender, words;
     const Configuration_t section = group.GetConfig(kDomain);
     for (int i = 0; section.GetAttr(i, sender, words); ++i) {
-        bits[sender.ToUtf8()] = BitsOf(words.ToUtf8(), sender.ToUtf8());
+        bool isUnclear = false;
+        bits[sender.ToUtf8()] = BitsOf(words.ToUtf8(), isUnclear);
+        if (isUnclear) unclear.insert(sender.ToUtf8());
     }
 }
 
 void RightsFile::Set(const std::string& sender, unsigned rights) {
+    // Whoever loses everything loses that too; what else it was to mean, only a person can tell.
+    if (rights && unclear.contains(sender)) {
+        Refuse("The rights of '%1' are not changed: their line holds words that are no rights.", sender);
+    }
     const std::string added = rights ? LineFor(sender, rights) + "\n" : "";
     std::istringstream lines(text);
     std::string changed, section;

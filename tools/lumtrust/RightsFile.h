@@ -3,6 +3,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 
 #include "LumPalArray.h"
@@ -14,17 +15,19 @@ namespace lumtrust {
 /// are when a sender's rights are changed.
 class RightsFile {
 public:
-    /// Reads the file; one that is not there is empty. @throws LumPalCfgFile::SyntaxException_t,
-    ///         LumPalIo::IOException_t; LumPalMsg::RuntimeException_t for a word that is no right
+    /// Reads the file; one that is not there is empty. A word that is no right grants nothing.
+    /// @throws LumPalCfgFile::SyntaxException_t, LumPalIo::IOException_t
     RightsFile();
     /// The bits of each sender that the file names.
     const std::map<std::string, unsigned>& Get() const noexcept { return bits; }
-    /// Sets a sender's rights, takes it out for none, and writes the file. @throws LumPalIo::IOException_t
+    /// Sets a sender's rights, takes it out for none, and writes the file. @throws LumPalIo::IOException_t;
+    /// LumPalMsg::RuntimeException_t for a sender who keeps some while his line holds a word that is no right
     void Set(const std::string& sender, unsigned rights);
 
 private:
     std::string text;
     std::map<std::string, unsigned> bits;
+    std::set<std::string> unclear;  ///< senders whose lines hold a word that is no right
 };
 
 }  // namespace lumtrust
