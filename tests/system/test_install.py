@@ -51,6 +51,10 @@ class InstalledTree(unittest.TestCase):
             self.assertEqual(node.policy("install", "--no-notify", EXAMPLE).code, 0)
             self.assertEqual(run(build / "outside", EXAMPLE, "localhost", env=node.environment()),
                              "7c1f6a52-2d0e-4b39-9d77-0b6f8a1e4c11\n1\n")
+            self.assertEqual(run(build / "outside_settings", "localhost", env=node.environment()), "grün\n0\n")
+            done = subprocess.run([build / "outside_settings", f"127.0.0.1:{free_port()}"], env=node.environment(),
+                                  capture_output=True, text=True, timeout=60)
+            self.assertEqual((done.returncode, done.stdout), (6, "unreachable\n"))
 
     def test_each_program_comes_with_its_manual_page_and_its_completion(self):
         for program in (self.prefix / "bin").iterdir():
