@@ -4,6 +4,7 @@ import contextlib
 import json
 import os
 import pty
+import resource
 import subprocess
 import unittest
 
@@ -265,6 +266,13 @@ class Usage(SettingsTest):
             result = self.run_tool(*arguments, "--quiet")
             self.assertEqual((result.stdout, result.stderr), ("", ""))
         self.run_tool("get", "zzz", "-q", code=NOT_FOUND, words=["has no settings in [zzz]"])
+
+    def test_a_file_without_end_is_said_in_words(self):
+        done = subprocess.run([TOOLS / "lumsettings", "set", "--from", "/dev/zero"], env=self.node.environment(),
+                              capture_output=True, text=True, timeout=4 * PATIENCE_S,
+                              preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (1 << 30, 1 << 30)))
+        self.assertEqual((done.returncode, done.stdout), (FAILED, ""), done)
+        self.assertIn("not enough memory", done.stderr)
 
     def test_output_that_is_lost_is_no_success(self):
         with open("/dev/full", "wb") as full:

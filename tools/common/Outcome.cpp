@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <new>
 #include <ostream>
 #include <sstream>
 
@@ -130,6 +131,8 @@ Outcome Attempt(const std::function<void()>& request) {
         return From(kFailed, e);
     } catch (const CLI::Error&) {
         throw;  // the program says it together with its usage
+    } catch (const std::bad_alloc&) {
+        return {kFailed, {{0, "There is not enough memory for this."}}};
     } catch (const std::exception& e) {
         return {kFailed, {{0, e.what()}}};
     }
