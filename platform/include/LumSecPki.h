@@ -26,7 +26,8 @@ LUMPAL_API LumSecCore::Key ReadPrivateKey(const LumPalArray::CharArray_t& pem);
 LUMPAL_API LumPalArray::CharArray_t ToPem(const LumSecCore::X509Certificate& certificate);
 LUMPAL_API LumPalArray::CharArray_t ToPem(const LumSecCore::Key& privateKey);
 
-/// Whether the certificate is one for this private key; no for none.
+/// Whether the certificate proves what this private key signs; no for none, and for a key whose halves do not belong
+/// together.
 LUMPAL_API bool Match(const LumSecCore::X509Certificate& certificate, const LumSecCore::Key& privateKey);
 /// Whether the certificate may vouch for others (basicConstraints CA:TRUE).
 LUMPAL_API bool IsAuthority(const LumSecCore::X509Certificate& certificate);

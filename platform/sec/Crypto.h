@@ -10,6 +10,7 @@
 // The crypto library's own names, so that none of its headers shows here.
 struct evp_pkey_st;
 struct x509_st;
+struct evp_md_st;
 struct evp_md_ctx_st;
 struct bio_st;
 

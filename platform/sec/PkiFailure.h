@@ -15,4 +15,7 @@ namespace LumSecPki {
 /// What was written into memory. @param write  returns 1 on success. @throws LumSecCore::SecCoreException
 LumPalArray::CharArray_t Collect(const std::function<int(bio_st*)>& write);
 
+/// The digest that a key signs over: SHA-256, or null for a key that signs without one.
+const evp_md_st* DigestFor(const evp_pkey_st* key);
+
 }  // namespace LumSecPki

@@ -127,10 +127,6 @@ bool IsHost(const GENERAL_NAME* name) {
     return kind == GEN_DNS ? IsHostName(bytes) : bytes.size() == 4 || bytes.size() == 16;
 }
 
-const EVP_MD* DigestFor(const EVP_PKEY* key) {
-    return EVP_PKEY_is_a(key, "ED25519") || EVP_PKEY_is_a(key, "ED448") ? nullptr : EVP_sha256();
-}
-
 void Extend(X509* target, X509* issuer, int kind, const char* text) {
     X509V3_CTX context;
     X509V3_set_ctx(&context, issuer, target, nullptr, nullptr, 0);

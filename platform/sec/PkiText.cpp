@@ -41,7 +41,26 @@ std::int64_t SecondsToEnd(const X509Certificate& certificate, const ASN1_TIME* f
     return days * daySeconds + seconds;
 }
 
+/// Whether what the private key signs is proven by the public one. The halves of one key file need not belong together.
+bool ProvesWhatIsSigned(EVP_PKEY* privateKey, EVP_PKEY* publicKey) {
+    static constexpr unsigned char probe[] = "probe";
+    const EVP_MD* const digest = DigestFor(privateKey);
+    const CryptoPtr<EVP_MD_CTX> signer(EVP_MD_CTX_new()), verifier(EVP_MD_CTX_new());
+    std::size_t length = 0;
+    if (EVP_DigestSignInit(signer.get(), nullptr, digest, nullptr, privateKey) != 1 ||
+        EVP_DigestSign(signer.get(), nullptr, &length, probe, sizeof probe) != 1)
+        return false;
+    std::vector<unsigned char> made(length);
+    return EVP_DigestSign(signer.get(), made.data(), &length, probe, sizeof probe) == 1 &&
+           EVP_DigestVerifyInit(verifier.get(), nullptr, digest, nullptr, publicKey) == 1 &&
+           EVP_DigestVerify(verifier.get(), made.data(), length, probe, sizeof probe) == 1;
+}
+
 }  // namespace
+
+const EVP_MD* DigestFor(const EVP_PKEY* key) {
+    return EVP_PKEY_is_a(key, "ED25519") || EVP_PKEY_is_a(key, "ED448") ? nullptr : EVP_sha256();
+}
 
 CharArray_t Collect(const std::function<int(BIO*)>& write) {
     const CryptoPtr<BIO> out(BIO_new(BIO_s_mem()));
@@ -90,8 +109,9 @@ CharArray_t ToPem(const Key& privateKey) {
 
 bool Match(const X509Certificate& certificate, const Key& privateKey) {
     if (certificate.IsNull() || privateKey.IsNull()) return false;
-    const bool match =
-        X509_check_private_key(certificate.GetImpl()->certificate.get(), privateKey.GetImpl()->key.get()) == 1;
+    X509* const x509 = certificate.GetImpl()->certificate.get();
+    EVP_PKEY* const key = privateKey.GetImpl()->key.get();
+    const bool match = X509_check_private_key(x509, key) == 1 && ProvesWhatIsSigned(key, X509_get0_pubkey(x509));
     ERR_clear_error();
     return match;
 }

@@ -1,6 +1,8 @@
 // Runs a fuzz target without a fuzzing compiler: every file of the corpus, each cut short at several places,
-// then random changes of them until the time is over. The seed is printed, so that a failure can be repeated.
+// then random changes of them until the time is over. The seed is printed, so that a failure can be repeated; the input
+// that a target fails on stays beside the program, as "<program>.failed".
 #include <chrono>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -17,8 +19,23 @@ namespace {
 
 using Bytes = std::string;
 
+std::string failedPath;
+const Bytes* present = nullptr;
+
+/// Keeps the present input, then lets the signal end the program.
+void KeepFailed(int signal) {
+    if (std::FILE* const file = present ? std::fopen(failedPath.c_str(), "wb") : nullptr) {
+        std::fwrite(present->data(), 1, present->size(), file);
+        std::fclose(file);
+    }
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
 void RunOne(const Bytes& input) {
+    present = &input;
     LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(input.data()), input.size());
+    present = nullptr;
 }
 
 std::vector<Bytes> ReadCorpus(const std::filesystem::path& folder) {
@@ -63,6 +80,8 @@ Bytes Change(Bytes input, const std::vector<Bytes>& corpus, std::mt19937& random
 }  // namespace
 
 int main(int argc, char** argv) {
+    failedPath = std::string(argv[0]) + ".failed";
+    for (const int signal : {SIGABRT, SIGSEGV, SIGFPE, SIGBUS}) std::signal(signal, KeepFailed);
     const int seconds = argc > 1 ? std::atoi(argv[1]) : 1;
     const std::vector<Bytes> corpus = ReadCorpus(argc > 2 ? argv[2] : "");
     const unsigned seed = argc > 3 ? static_cast<unsigned>(std::strtoul(argv[3], nullptr, 10)) : std::random_device{}();

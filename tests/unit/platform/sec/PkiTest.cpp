@@ -82,6 +82,17 @@ TEST(Pki, ReadsEachKindOfKeyAndIssuesForIt) {
     }
 }
 
+TEST(Pki, AKeyWhoseHalvesDoNotBelongTogetherMatchesNoCertificate) {
+    const TestIdentity identity = TestAuthority("authority").IssueFor("EC:P-256", "node");
+    const X509Certificate certificate = ReadCertificate(Bytes(identity.certificate));
+    ASSERT_TRUE(Match(certificate, ReadPrivateKey(Bytes(identity.key))));
+    // The second line of the text begins within the private half; the public one follows it.
+    std::string damaged = identity.key;
+    const std::size_t inPrivateHalf = damaged.find('\n', damaged.find('\n') + 1) + 5;
+    damaged[inPrivateHalf] = damaged[inPrivateHalf] == 'A' ? 'B' : 'A';
+    EXPECT_FALSE(Match(certificate, ReadPrivateKey(Bytes(damaged))));
+}
+
 TEST(Pki, TextsThatHoldNothingOfTheKindAreRefused) {
     const Made authority;
     const CharArray_t request = NewRequest(authority.key, "node", {});
