@@ -146,6 +146,7 @@ void MeasureTenfold(Session& session, const SettingsRoot& small) {
     const auto add = [&](const char* name, const Pairs& pairs) {
         session.Add({name, pairs.Ratios(), 12.0, Times(pairs)});
     };
+    MeasureMerge(session, "merge of 10,000 settings policies", largeMemory);
     // As much work as the other side: what a large merge leaves of the heap is not the first small one's fault.
     const auto ten = [&] {
         double seconds = 0;
