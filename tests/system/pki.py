@@ -57,6 +57,12 @@ def install_identity(node, core_id, issued):
     node.write_settings()
 
 
+def enroll(node, authority, core_id, issued=None):
+    """Makes the node, or the client that uses its root, trust the authority and be known by a certificate of it."""
+    trust(node, authority)
+    install_identity(node, core_id, issued or authority.issue(core_id))
+
+
 def client_context(authority, issued=None):
     """What a client of another make would use."""
     context = ssl.create_default_context(cafile=str(authority.certificate))

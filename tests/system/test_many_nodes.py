@@ -24,8 +24,7 @@ class ManyNodes(unittest.TestCase):
         served = cls.authority.issue("node")
         cls.operator = Node(start=False)
         cls.addClassCleanup(cls.operator.close)
-        pki.trust(cls.operator, cls.authority)
-        pki.install_identity(cls.operator, "operator", cls.authority.issue("operator"))
+        pki.enroll(cls.operator, cls.authority, "operator")
         cls.nodes = [cls.make_node(served) for _ in range(NODES)]
         cls.hosts = [f"127.0.0.1:{node.port}" for node in cls.nodes]
         cls.dead = [f"127.0.0.1:{free_port()}" for _ in range(DEAD)]
@@ -34,8 +33,7 @@ class ManyNodes(unittest.TestCase):
     def make_node(cls, served):
         node = Node(start=False)
         cls.addClassCleanup(node.close)
-        pki.trust(node, cls.authority)
-        pki.install_identity(node, "node", served)
+        pki.enroll(node, cls.authority, "node", served)
         node.write_rights({"operator": RIGHTS})
         node.start()
         return node

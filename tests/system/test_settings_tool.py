@@ -296,8 +296,7 @@ class ManyNodes(SettingsTest):
         served = cls.authority.issue("node")
         cls.operator = Node(start=False)
         cls.addClassCleanup(cls.operator.close)
-        pki.trust(cls.operator, cls.authority)
-        pki.install_identity(cls.operator, "operator", cls.authority.issue("operator"))
+        pki.enroll(cls.operator, cls.authority, "operator")
         cls.nodes = [cls.secure_node(served) for _ in range(4)]
         cls.hosts = [f"127.0.0.1:{node.port}" for node in cls.nodes]
 
@@ -305,8 +304,7 @@ class ManyNodes(SettingsTest):
     def secure_node(cls, served):
         node = Node(start=False)
         cls.addClassCleanup(node.close)
-        pki.trust(node, cls.authority)
-        pki.install_identity(node, "node", served)
+        pki.enroll(node, cls.authority, "node", served)
         node.write_rights({"operator": "configget configset"})
         node.start()
         return node

@@ -31,8 +31,7 @@ class TlsTest(unittest.TestCase):
         """A node with a certificate that trusts the authority."""
         node = Node(start=False)
         self.addCleanup(node.close)
-        pki.trust(node, self.authority)
-        pki.install_identity(node, "node-1", self.server)
+        pki.enroll(node, self.authority, "node-1", self.server)
         if rights:
             node.write_rights(rights)
         node.start()
@@ -201,8 +200,7 @@ class Ports(TlsTest):
         self.assertIn(listeners(self.serving().port), ({"::"}, {"0.0.0.0"}))
         node = Node({"vox.http.ext.conf": {"BIND_ADDRESS": "127.0.0.1"}}, start=False)
         self.addCleanup(node.close)
-        pki.trust(node, self.authority)
-        pki.install_identity(node, "node-1", self.server)
+        pki.enroll(node, self.authority, "node-1", self.server)
         node.start()
         self.assertEqual(listeners(node.port), {"127.0.0.1"})
 
@@ -230,8 +228,7 @@ class Ports(TlsTest):
         self.addCleanup(node.close)
         secret = wire.secret_of(node)
         self.assertEqual(wire.ask(node, wire.list_call()).value(), wire.NO_POLICIES)
-        pki.trust(node, self.authority)
-        pki.install_identity(node, "node-1", self.server)
+        pki.enroll(node, self.authority, "node-1", self.server)
         node.write_rights({"operator": "list"})
         node.daemon.send_signal(signal.SIGHUP)
         wait_until(lambda: not (node.root / "etc/local.secret").exists(), "the secret goes")
