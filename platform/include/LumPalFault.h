@@ -1,5 +1,5 @@
 /// @file
-/// The seam by which tests let single file operations fail.
+/// The seam by which tests let single file operations fail, and watch them.
 #pragma once
 
 #include "LumPalExport.h"
@@ -7,14 +7,25 @@
 namespace LumPalIo {
 
 /// Asked before each operation that changes the file system, before a file is opened for reading, and before a program
-/// is started; true lets it fail with an I/O error (EIO).
+/// is started; true lets it fail: with the error number that the hook left in errno, or an I/O error (EIO) for 0.
 /// @param operation  "open" (for writing), "write", "rename", "unlink", "rmdir", "mkdir", "chmod", "fsync",
-///                   "read" (opening for reading), "close" (of a file that was written), "spawn"
+///                   "syncfs" (flushing all of a folder's file system), "read" (opening for reading), "close" (of a
+///                   file that was written), "spawn"
 /// @param path       the path concerned (of a rename, the old one), or the program
 /// Called from whatever thread does the operation.
 using FaultHook = bool (*)(const char* operation, const char* path);
 
 /// Sets the hook of this process; null, as at the start, takes it away. Any thread may call it.
 LUMPAL_API void SetFaultHookForTest(FaultHook hook) noexcept;
+
+/// Called after each operation of the hook's list that changed or flushed something.
+/// @param path    the path concerned (of a rename, the old one; of a file that was made with a name of its own, that
+/// one)
+/// @param target  the new path of a rename, else null
+/// Called from whatever thread did the operation.
+using FileObserver = void (*)(const char* operation, const char* path, const char* target);
+
+/// Sets the observer of this process, likewise.
+LUMPAL_API void SetFileObserverForTest(FileObserver observer) noexcept;
 
 }  // namespace LumPalIo

@@ -17,6 +17,8 @@ namespace LumPalIo {
 /// Failures of input and output; the text names the path and the system's reason.
 LUMPAL_DECLARE_EXCEPTION(LUMPAL_API, IOException_t, LumPalMsg::RuntimeException_t);
 LUMPAL_DECLARE_EXCEPTION(LUMPAL_API, FileNotFoundException_t, IOException_t);
+/// The disk, or the share of it that the user may take, is full (ENOSPC, EDQUOT).
+LUMPAL_DECLARE_EXCEPTION(LUMPAL_API, NoSpaceException_t, IOException_t);
 /// The stream ended where more was demanded.
 LUMPAL_DECLARE_EXCEPTION(LUMPAL_API, EOFException_t, IOException_t);
 
@@ -53,8 +55,11 @@ public:
     std::uint64_t GetSize() const;
     /// Removes a file or an empty directory. True on success; never throws.
     bool Delete() const;
-    /// Makes the directory and its parents. True when it was made or stood already; never throws.
+    /// Makes the directory and its parents, each flushed into the one above it. True when it was made or stood already;
+    /// never throws.
     bool Mkdirs() const;
+    /// The same. @throws FileNotFoundException_t, NoSpaceException_t, IOException_t
+    void MakeFolders() const;
     /// Renames, replacing a file that stands there. True on success; never throws.
     bool RenameTo(const File_t& target) const;
     /// Sets the permission bits (chmod(2)). True on success; never throws.
@@ -140,6 +145,10 @@ public:
     explicit FileInputStream_t(const LumPalStr::String_t& path);
     explicit FileInputStream_t(const char* path) : FileInputStream_t(LumPalStr::String_t(path)) {}
     explicit FileInputStream_t(const File_t& file);
+
+private:
+    friend class Folder_t;
+    explicit FileInputStream_t(std::shared_ptr<Impl> impl) : InputStream_t(std::move(impl)) {}
 };
 
 /// A file to write, made or emptied; refuses what FileInputStream_t refuses.
@@ -152,6 +161,59 @@ public:
     explicit FileOutputStream_t(const File_t& file);
     /// Forces the written bytes to the disk (fsync).
     void Sync();
+    /// Sets the permission bits of the open file, whatever became of its name (fchmod(2)). @throws IOException_t
+    void SetMode(unsigned mode);
+
+private:
+    friend class Folder_t;
+    explicit FileOutputStream_t(std::shared_ptr<Impl> impl) : OutputStream_t(std::move(impl)) {}
+};
+
+/// An open folder. What is done through it is done in that folder, whatever becomes of its path meanwhile: neither a
+/// link in its place nor a link in the place of an entry leads anywhere else. Entries are named by single names;
+/// another name (empty, "." or "..", one with a separator) names no entry. A handle: copies share the folder, which is
+/// closed with the last one. Any thread.
+class LUMPAL_API Folder_t {
+public:
+    /// What stands under a name; links are not followed.
+    enum class Entry {
+        None,
+        File,    ///< a plain file with this one name
+        Linked,  ///< a plain file that has other names too, wherever they are
+        Directory,
+        SymbolicLink,
+        Other  ///< a pipe, a socket, a device
+    };
+    /// Opens a folder. In the place of its last name a symbolic link is refused; those above it are followed.
+    /// @throws FileNotFoundException_t, IOException_t
+    explicit Folder_t(const File_t& path);
+    /// The path of an entry, for messages and logs.
+    File_t Path(const LumPalStr::String_t& name) const;
+    Entry Look(const LumPalStr::String_t& name) const;
+    /// Opens a plain file to read. @throws as FileInputStream_t
+    FileInputStream_t Open(const LumPalStr::String_t& name) const;
+    /// Makes a new file to write; what stands there is never touched. @throws IOException_t, also where it stands
+    FileOutputStream_t Create(const LumPalStr::String_t& name) const;
+    /// Makes a new file under an unused name, which begins with the prefix, and hands the name over.
+    FileOutputStream_t CreateUnused(const LumPalStr::String_t& prefix, LumPalStr::String_t& name) const;
+    /// Removes a file, a link or an empty directory. True on success; never throws.
+    bool Delete(const LumPalStr::String_t& name) const;
+    /// Sets the permission bits of a directory, or of a plain file that has no other name: those of a file that lies
+    /// elsewhere too are not this folder's to change. True on success; never throws.
+    bool SetMode(const LumPalStr::String_t& name, unsigned mode) const;
+    /// Gives an entry another place, replacing a file that stands there. True on success; never throws.
+    bool Move(const LumPalStr::String_t& name, const Folder_t& target, const LumPalStr::String_t& newName) const;
+    /// Forces the bytes of a plain file to the disk. @throws FileNotFoundException_t, NoSpaceException_t, IOException_t
+    void SyncFile(const LumPalStr::String_t& name) const;
+    /// Forces the names in the folder to the disk. @throws NoSpaceException_t, IOException_t
+    void Sync() const;
+    /// Forces all that was written to the folder's file system to the disk, files and names (syncfs(2)); for many files
+    /// far cheaper than one after another. @throws NoSpaceException_t, IOException_t
+    void SyncAll() const;
+
+private:
+    struct Impl;
+    std::shared_ptr<const Impl> impl;
 };
 
 /// Reads ahead in blocks: the stream below is then to be read through this one alone.

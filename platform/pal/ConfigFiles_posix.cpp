@@ -126,7 +126,7 @@ void PromoteFile(const String_t& folder, const String_t& from, const String_t& t
 }
 
 FolderLock::FolderLock(const String_t& folder) {
-    if (!File_t(folder).Mkdirs()) ThrowSystemError("Cannot make folder", folder, errno);
+    File_t(folder).MakeFolders();
     const auto file = std::make_shared<Descriptor>(folder + LockName, O_RDWR | O_CREAT, FileMode);
     if (file->Get() < 0) file->Fail("Cannot open lock file");
     int outcome;

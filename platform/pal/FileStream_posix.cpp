@@ -11,6 +11,7 @@
 #include "LostBytes.h"
 #include "LumPalIo.h"
 #include "NativePath_posix.h"
+#include "OpenFolder_posix.h"
 #include "StreamCheck.h"
 #include "SystemError.h"
 
@@ -27,12 +28,17 @@ constexpr int CommonFlags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 /// An open file and its path.
 class Descriptor {
 public:
-    Descriptor(const String_t& path, int flags) : path(path), native(path), writes((flags & O_ACCMODE) != O_RDONLY) {
+    Descriptor(const String_t& path, int flags) : Descriptor(AT_FDCWD, "", path, flags) {}
+    /// @param folder  where `name` is looked up, `path` then is for messages; AT_FDCWD: the path itself
+    Descriptor(int folder, const char* name, const String_t& path, int flags)
+        : path(path), native(path), writes((flags & O_ACCMODE) != O_RDONLY) {
         if (!native.IsUsable()) Fail("Cannot open file", native.GetError());
         const bool fault = FaultAt(writes ? "open" : "read", native.CStr());
-        number = fault ? -1 : open(native.CStr(), flags | CommonFlags, FileMode);
+        const char* const opened = folder == AT_FDCWD ? native.CStr() : name;
+        number = fault ? -1 : openat(folder, opened, flags | CommonFlags, FileMode);
         if (number < 0) Fail("Cannot open file", errno);
         CheckKind();
+        if (writes) Observe("open", native.CStr());
     }
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
@@ -77,6 +83,8 @@ private:
 class FileInput : public InputStream_t::Impl {
 public:
     explicit FileInput(const String_t& path) : file(path, O_RDONLY) {}
+    FileInput(const OpenFolder& folder, const char* name)
+        : file(folder.Get(), name, folder.PathOf(name), O_RDONLY | O_NOFOLLOW) {}
 
     std::int64_t Read(char* target, std::size_t length) override {
         ssize_t got = 0;
@@ -107,12 +115,15 @@ private:
 class FileOutput : public OutputStream_t::Impl {
 public:
     explicit FileOutput(const String_t& path) : file(path, O_WRONLY | O_CREAT | O_TRUNC) {}
+    FileOutput(const OpenFolder& folder, const char* name)
+        : file(folder.Get(), name, folder.PathOf(name), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW) {}
     ~FileOutput() override {
         SayWhatIsLost("a file", [this] { file.Close(); });
     }
 
     void Write(const char* bytes, std::size_t length) override {
         file.Get();
+        if (length > 0) Observe("write", file.NativeName());
         while (length > 0) {
             const ssize_t written = FaultAt("write", file.NativeName()) ? -1 : write(file.Get(), bytes, length);
             if (written < 0 && errno == EINTR) continue;
@@ -124,6 +135,14 @@ public:
 
     void Sync() {
         if (FaultAt("fsync", file.NativeName()) || fsync(file.Get()) != 0) file.Fail("Cannot flush file", errno);
+        Observe("fsync", file.NativeName());
+    }
+
+    void SetMode(unsigned mode) {
+        if (FaultAt("chmod", file.NativeName()) || fchmod(file.Get(), mode) != 0) {
+            file.Fail("Cannot set the mode of file", errno);
+        }
+        Observe("chmod", file.NativeName());
     }
 
     void Close() override { file.Close(); }
@@ -134,6 +153,14 @@ private:
 
 }  // namespace
 
+std::shared_ptr<InputStream_t::Impl> OpenToRead(const OpenFolder& folder, const char* name) {
+    return std::make_shared<FileInput>(folder, name);
+}
+
+std::shared_ptr<OutputStream_t::Impl> CreateToWrite(const OpenFolder& folder, const char* name) {
+    return std::make_shared<FileOutput>(folder, name);
+}
+
 FileInputStream_t::FileInputStream_t(const String_t& path) : InputStream_t(std::make_shared<FileInput>(path)) {}
 FileInputStream_t::FileInputStream_t(const File_t& file) : FileInputStream_t(file.ToString()) {}
 FileOutputStream_t::FileOutputStream_t(const String_t& path) : OutputStream_t(std::make_shared<FileOutput>(path)) {}
@@ -142,6 +169,11 @@ FileOutputStream_t::FileOutputStream_t(const File_t& file) : FileOutputStream_t(
 void FileOutputStream_t::Sync() {
     CheckOpen(impl != nullptr);
     static_cast<FileOutput&>(*impl).Sync();
+}
+
+void FileOutputStream_t::SetMode(unsigned mode) {
+    CheckOpen(impl != nullptr);
+    static_cast<FileOutput&>(*impl).SetMode(mode);
 }
 
 }  // namespace LumPalIo

@@ -35,24 +35,45 @@ String_t CurrentDirectory() {
     return PathFromNative(buffer.data());
 }
 
-bool MakeOne(const File_t& directory) {
-    const NativePath native(directory.ToString());
-    if (!native.IsUsable()) return false;
-    if (!FaultAt("mkdir", native.CStr()) && mkdir(native.CStr(), DirectoryMode) == 0) return true;
-    return errno == EEXIST && directory.IsDirectory();
+/// The folder that holds an entry's name; "." of a relative path with one name.
+File_t FolderOf(const File_t& entry) {
+    const File_t folder = entry.GetParentFile();
+    return folder.IsNull() ? File_t(".") : folder;
+}
+
+/// The new name is on the disk before anything is put into the folder: what lies in a folder without a name is lost.
+void MakeOne(const File_t& directory) {
+    const String_t path = directory.ToString();
+    const NativePath native(path);
+    if (!native.IsUsable()) ThrowSystemError("Cannot make folder", path, native.GetError());
+    if (FaultAt("mkdir", native.CStr()) || mkdir(native.CStr(), DirectoryMode) != 0) {
+        const int error = errno;
+        if (error == EEXIST && directory.IsDirectory()) return;
+        ThrowSystemError("Cannot make folder", path, error);
+    }
+    Observe("mkdir", native.CStr());
+    const File_t parent = FolderOf(directory);
+    if (!parent.Sync()) ThrowSystemError("Cannot flush folder", parent.ToString(), errno);
 }
 
 bool RemoveEntry(const char* path) {
     if (FaultAt("unlink", path)) return false;
-    if (unlink(path) == 0) return true;
+    if (unlink(path) == 0) {
+        Observe("unlink", path);
+        return true;
+    }
     // For a directory Linux says EISDIR, POSIX EPERM.
     if (errno != EISDIR && errno != EPERM) return false;
-    return !FaultAt("rmdir", path) && rmdir(path) == 0;
+    if (FaultAt("rmdir", path) || rmdir(path) != 0) return false;
+    Observe("rmdir", path);
+    return true;
 }
 
 int MakeTemporary(std::vector<char>& path) {
     if (FaultAt("open", path.data())) return -1;
-    return mkostemp(path.data(), O_CLOEXEC);
+    const int descriptor = mkostemp(path.data(), O_CLOEXEC);
+    if (descriptor >= 0) Observe("open", path.data());
+    return descriptor;
 }
 
 void CheckPrefix(const String_t& prefix) {
@@ -101,28 +122,38 @@ bool File_t::Delete() const {
 }
 
 bool File_t::Mkdirs() const {
-    if (path.IsEmpty()) return false;
-    if (IsDirectory()) return true;
+    try {
+        MakeFolders();
+        return true;
+    } catch (const IOException_t&) {
+        return false;
+    }
+}
+
+void File_t::MakeFolders() const {
+    if (path.IsEmpty()) ThrowSystemError("Cannot make folder", path, ENOENT);
+    if (IsDirectory()) return;
     std::vector<File_t> missing;
     for (File_t file = *this; file.IsNotNull() && !file.IsDirectory(); file = file.GetParentFile()) {
         missing.push_back(file);
     }
-    for (auto file = missing.rbegin(); file != missing.rend(); ++file) {
-        if (!MakeOne(*file)) return false;
-    }
-    return true;
+    for (auto file = missing.rbegin(); file != missing.rend(); ++file) MakeOne(*file);
 }
 
 bool File_t::RenameTo(const File_t& target) const {
     const NativePath from(path);
     const NativePath to(target.path);
-    return from.IsUsable() && to.IsUsable() && !FaultAt("rename", from.CStr()) &&
-           std::rename(from.CStr(), to.CStr()) == 0;
+    if (!from.IsUsable() || !to.IsUsable() || FaultAt("rename", from.CStr())) return false;
+    if (std::rename(from.CStr(), to.CStr()) != 0) return false;
+    Observe("rename", from.CStr(), to.CStr());
+    return true;
 }
 
 bool File_t::SetMode(unsigned mode) const {
     const NativePath native(path);
-    return native.IsUsable() && !FaultAt("chmod", native.CStr()) && chmod(native.CStr(), mode) == 0;
+    if (!native.IsUsable() || FaultAt("chmod", native.CStr()) || chmod(native.CStr(), mode) != 0) return false;
+    Observe("chmod", native.CStr());
+    return true;
 }
 
 bool File_t::Sync() const {
@@ -132,6 +163,7 @@ bool File_t::Sync() const {
     if (descriptor < 0) return false;
     const int error = fsync(descriptor) == 0 ? 0 : errno;
     close(descriptor);
+    if (error == 0) Observe("fsync", native.CStr());
     // Callers inside of the layer name the reason.
     errno = error;
     return error == 0;

@@ -27,10 +27,12 @@ LumPalMsg::Message_t SystemErrorMessage(const char* action, const String_t& path
 void ThrowSystemError(const char* action, const String_t& path, int error) {
     const auto message = SystemErrorMessage(action, path, error);
     if (error == ENOENT || error == ENOTDIR) throw FileNotFoundException_t(message);
+    if (error == ENOSPC || error == EDQUOT) throw NoSpaceException_t(message);
     throw IOException_t(message);
 }
 
 LUMPAL_DEFINE_EXCEPTION(IOException_t);
+LUMPAL_DEFINE_EXCEPTION(NoSpaceException_t);
 LUMPAL_DEFINE_EXCEPTION(FileNotFoundException_t);
 LUMPAL_DEFINE_EXCEPTION(EOFException_t);
 

@@ -7,8 +7,8 @@
 
 namespace LumPalIo {
 
-/// Raises FileNotFoundException_t where the path or a part of it is not there (ENOENT, ENOTDIR), else
-/// IOException_t.
+/// Raises FileNotFoundException_t where the path or a part of it is not there (ENOENT, ENOTDIR), NoSpaceException_t
+/// where the disk or the user's share of it is full (ENOSPC, EDQUOT), else IOException_t.
 /// @param action  what failed, as "Cannot open file"; the text is "<action> '<path>': <reason>"
 /// @param path    what it was done to; null or empty leaves it out
 /// @param error   an errno value

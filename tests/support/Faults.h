@@ -2,6 +2,7 @@
 /// Lets file operations fail by their number.
 #pragma once
 
+#include <cerrno>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -54,14 +55,18 @@ private:
         return current && std::this_thread::get_id() == current->thread && current->Fails(operation, path);
     }
     static bool NeedsRoom(std::string_view operation) {
-        return operation == "open" || operation == "write" || operation == "mkdir" || operation == "fsync";
+        return operation == "open" || operation == "write" || operation == "mkdir" || operation == "fsync" ||
+               operation == "syncfs";
     }
     bool Fails(std::string_view operation, const std::string& path) {
         if (operation == "rename" && !apart.empty() && !path.starts_with(apart)) return true;
         asked.push_back(std::string(operation) + " " + path);
         const int number = static_cast<int>(asked.size());
         if (nth == 0 || number < nth || (mode == FaultMode::Once && number > nth)) return false;
-        if (mode == FaultMode::DiskFull && !NeedsRoom(operation)) return false;
+        if (mode == FaultMode::DiskFull) {
+            if (!NeedsRoom(operation)) return false;
+            errno = ENOSPC;
+        }
         if (failed.empty()) {
             failed = asked.back();
             before = asked.size() - 1;
