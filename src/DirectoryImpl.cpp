@@ -78,24 +78,14 @@ File_t DirectoryImpl::GetPolicyFilename(int index) const {
     return filenames[static_cast<std::size_t>(index)];
 }
 
-bool DirectoryImpl::DeleteFile(const File_t& file) {
-    FilePermission::Apply(file, FilePermissionSet::Writable());
-    if (file.Delete()) return true;
-    FilePermission::Apply(file, FilePermissionSet::OwnerReadOnly());
-    return false;
-}
-
 namespace {
 
-Files ListAll(const File_t& directory) {
-    Files files;
-    LumPalIo::DirLister_t lister(directory);
-    while (lister.Next()) files.push_back(lister.GetCurrentFile());
-    return files;
-}
-
-void DeleteOrTrace(const File_t& file) {
-    if (!file.Delete()) LUMCONF_TRACE(trace::Policy, "could not delete " + file.ToString());
+void DeleteFilesIn(const File_t& directory) {
+    const LumPalIo::Folder_t folder(directory);
+    for (LumPalIo::DirLister_t lister(directory); lister.Next();) {
+        const String_t name = lister.GetCurrentFile().GetName();
+        if (!folder.Delete(name)) LUMCONF_TRACE(trace::Policy, "could not delete " + folder.Path(name).ToString());
+    }
 }
 
 }  // namespace
@@ -103,13 +93,11 @@ void DeleteOrTrace(const File_t& file) {
 void DirectoryImpl::DeleteDirectory(const File_t& directory) {
     if (!directory.Exists() && !directory.IsSymbolicLink()) return;
     try {
-        if (!directory.IsSymbolicLink()) {
-            for (const File_t& file : ListAll(directory)) DeleteOrTrace(file);
-        }
+        if (!directory.IsSymbolicLink()) DeleteFilesIn(directory);
     } catch (const Exception_t& e) {
         LUMCONF_TRACE(trace::Policy, e.GetMessageList().Format(LumPalMsg::Text | LumPalMsg::Details));
     }
-    DeleteOrTrace(directory);
+    if (!directory.Delete()) LUMCONF_TRACE(trace::Policy, "could not delete " + directory.ToString());
 }
 
 bool DirectoryImpl::MakeDirectory(const File_t& directory) {

@@ -18,18 +18,25 @@ public:
     int GetPolicyFilenameCount() const noexcept { return static_cast<int>(filenames.size()); }
     LumPalIo::File_t GetPolicyFilename(int index) const;
 
+    /// The folder that a file lies in.
+    static LumPalIo::File_t FolderOf(const LumPalIo::File_t& file);
     /// Deletes a file, also a read-only one. @return false when that failed: the file is then readable by its owner
+    /// @throws LumPalMsg::IllegalStateError_t 6 for a null file
     static bool DeleteFile(const LumPalIo::File_t& file);
+    /// Gives a file, or what else bears the name, a name in the temporary directory. @return whether it is away
+    /// @throws LumPalIo::IOException_t when no name can be had there
+    static bool MoveAway(const LumPalIo::Folder_t& folder, const LumPalStr::String_t& name);
     /// Deletes the files in a directory and the directory; what lies in directories below it stays, and so then
     /// does the directory. A symbolic link in its place goes alone. Failures are traced.
     static void DeleteDirectory(const LumPalIo::File_t& directory);
     /// Makes a directory with its parents. @return whether it is there; a failure is traced
     static bool MakeDirectory(const LumPalIo::File_t& directory);
     /// Puts a file to another place, making its directories; what stands there is replaced, in one step where the
-    /// system can. The destination ends read-only.
-    /// @throws LumPalIo::IOException_t 10 when what stands there cannot be moved away, 11 when the file cannot be
-    ///         moved or copied, or is a symbolic link; nothing half-written remains, and a file that stood there
-    ///         stays when the source cannot be read or copied
+    /// system can. The file is read-only from its first moment there. Its name is not flushed: the caller flushes the
+    /// folder, once for all that he moves into it.
+    /// @throws LumPalIo::IOException_t 10 when what stands there cannot be moved away, 11 (a NoSpaceException_t where
+    ///         that is the reason) when the file cannot be moved or copied, or is no plain file with one name; nothing
+    ///         half-written remains, and a file that stood there stays when the source cannot be read or copied
     static void MoveOrCopyFile(const LumPalIo::File_t& source, const LumPalIo::File_t& destination);
     /// Makes a new, empty, writable file in the temporary directory. @throws LumPalIo::IOException_t
     static LumPalIo::File_t CreateTemporaryFile();

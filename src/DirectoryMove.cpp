@@ -1,4 +1,4 @@
-// Moving a file to its place in the store.
+// Moving a file to its place in the store, and deleting it there.
 #include "DirectoryImpl.h"
 #include "FilePermission.h"
 #include "Messages.h"
@@ -7,124 +7,163 @@
 namespace LumConf {
 
 using LumPalIo::File_t;
+using LumPalIo::Folder_t;
 using LumPalIo::IOException_t;
+using LumPalIo::NoSpaceException_t;
 using LumPalMsg::Exception_t;
+using LumPalStr::String_t;
 
 namespace {
 
 constexpr std::size_t kBlockBytes = 8192;
 
-File_t DirectoryOf(const File_t& file) {
-    return File_t(file.GetAbsolutePath()).GetParentFile();
+/// A file's folder, open, and the file's name in it: nobody who exchanges the folder meanwhile leads elsewhere.
+struct Place {
+    explicit Place(const File_t& file) : folder(DirectoryImpl::FolderOf(file)), name(file.GetName()) {}
+
+    const Folder_t folder;
+    const String_t name;
+};
+
+void RefuseNull(const File_t& file) {
+    if (file.IsNull()) Raise<LumPalMsg::IllegalStateError_t>(msg::PermissionFileEmpty);
 }
 
-void CopyBytes(const File_t& from, const File_t& to) {
-    LumPalIo::BufferedInputStream_t input{LumPalIo::FileInputStream_t(from)};
-    LumPalIo::FileOutputStream_t file(to);
-    LumPalIo::BufferedOutputStream_t output(file);
+/// Only what is ours alone may take a place in the store.
+void CheckSource(const Place& source) {
+    const Folder_t::Entry entry = source.folder.Look(source.name);
+    const String_t path = source.folder.Path(source.name).ToString();
+    if (entry == Folder_t::Entry::SymbolicLink) Raise<IOException_t>(msg::MovedFileIsLink, path);
+    if (entry == Folder_t::Entry::None) Raise<LumPalIo::FileNotFoundException_t>(msg::PathDoesNotExist, path);
+    if (entry != Folder_t::Entry::File) Raise<IOException_t>(msg::MovedFileNotPlain, path);
+}
+
+void CopyBytes(LumPalIo::InputStream_t input, LumPalIo::FileOutputStream_t file) {
     LumPalArray::CharArray_t block(kBlockBytes);
-    for (std::int64_t count; (count = input.Read(block)) != -1;)
-        output.Write(block, 0, static_cast<std::size_t>(count));
-    output.Flush();
+    for (std::int64_t count; (count = input.Read(block)) != -1;) file.Write(block, 0, static_cast<std::size_t>(count));
+    file.SetMode(FilePermissionSet::Protected().GetMode());
     file.Sync();
-    output.Close();
+    file.Close();
     input.Close();
 }
 
-/// A whole copy beside the destination; nothing half-written remains when that fails.
-File_t CopyBeside(const File_t& source, const File_t& destination) {
-    File_t aside = File_t::CreateTempFile(names::TemporaryFilePrefix, DirectoryOf(destination));
+/// Makes a whole copy beside the destination; nothing half-written remains when that fails.
+String_t CopyBeside(const Place& source, const Folder_t& folder) {
+    String_t name;
+    const LumPalIo::FileOutputStream_t file = folder.CreateUnused(names::AsideFilePrefix, name);
     try {
-        CopyBytes(source, aside);
+        CopyBytes(source.folder.Open(source.name), file);
     } catch (const Exception_t&) {
-        aside.Delete();
+        folder.Delete(name);
         throw;
     }
-    return aside;
+    return name;
 }
 
 /// Gives the file the name of the destination: whoever reads sees the old file or the whole new one.
 /// @return false when the name cannot be taken; nothing has changed then
 /// @throws IOException_t when the file cannot be copied; nothing has changed then either
-bool TakeName(const File_t& source, const File_t& destination) {
-    if (source.RenameTo(destination)) return true;
-    File_t aside = CopyBeside(source, destination);
-    if (!aside.RenameTo(destination)) {
-        aside.Delete();
+bool TakeName(const Place& source, const Place& destination) {
+    if (source.folder.Move(source.name, destination.folder, destination.name)) return true;
+    const String_t aside = CopyBeside(source, destination.folder);
+    if (!destination.folder.Move(aside, destination.folder, destination.name)) {
+        destination.folder.Delete(aside);
         return false;
     }
-    source.Delete();
+    source.folder.Delete(source.name);
     return true;
 }
 
-void MoveOutOfTheWay(const File_t& file) {
+void MoveOutOfTheWay(const Place& place) {
+    const String_t path = place.folder.Path(place.name).ToString();
     try {
-        File_t place = DirectoryImpl::CreateTemporaryFile();
-        if (file.RenameTo(place)) return;
-        place.Delete();
+        if (DirectoryImpl::MoveAway(place.folder, place.name)) return;
     } catch (const Exception_t& e) {
-        Raise<IOException_t>(msg::DestinationNotDeleted, file.ToString(), e);
+        Raise<IOException_t>(msg::DestinationNotDeleted, path, e);
     }
-    Raise<IOException_t>(msg::DestinationNotDeleted, file.ToString());
+    Raise<IOException_t>(msg::DestinationNotDeleted, path);
 }
 
 /// Removes what a file cannot replace in one step.
-void ClearTheWay(const File_t& destination) {
-    if (!destination.Delete()) MoveOutOfTheWay(destination);
+void ClearTheWay(const Place& destination) {
+    if (!destination.folder.Delete(destination.name)) MoveOutOfTheWay(destination);
 }
 
-[[noreturn]] void RaiseNotCopied(const File_t& source, const File_t& destination, const LumPalMsg::MessageList_t& why) {
-    Raise<IOException_t>(msg::FileNotCopied, source.ToString(), destination.ToString(), why);
-}
-
-/// What a link points to is not the store's.
-void RefuseLinks(const File_t& source, const File_t& destination) {
-    for (const File_t& file : {source, DirectoryOf(destination)}) {
-        if (!file.IsSymbolicLink()) continue;
-        RaiseNotCopied(source, destination, LumPalMsg::CreateError_t("'" + file.ToString() + "' is a symbolic link."));
-    }
-}
-
-bool IsRealDirectory(const File_t& file) {
-    return file.IsDirectory() && !file.IsSymbolicLink();
-}
-
-bool TakeNameOrRaise(const File_t& source, const File_t& destination) {
+template <class Step>
+auto CopyOrRaise(const File_t& source, const File_t& destination, Step&& step) {
     try {
-        return TakeName(source, destination);
+        return step();
+    } catch (const NoSpaceException_t& e) {
+        throw Because<NoSpaceException_t>(msg::FileNotCopied, source.ToString(), destination.ToString(), e);
     } catch (const Exception_t& e) {
-        RaiseNotCopied(source, destination, e.GetMessageList());
-    }
-}
-
-/// What stands there goes only when a whole file was ready to take its place: a source that cannot be read, or a full
-/// disk, must not cost the old file.
-void Put(const File_t& source, const File_t& destination) {
-    if (destination.Exists() || destination.IsSymbolicLink()) {
-        if (!IsRealDirectory(destination) && TakeNameOrRaise(source, destination)) return;
-        ClearTheWay(destination);
-    } else {
-        DirectoryImpl::MakeDirectory(DirectoryOf(destination));
-    }
-    if (!TakeNameOrRaise(source, destination)) {
-        RaiseNotCopied(source, destination, LumPalMsg::CreateError_t("The name of the destination cannot be taken."));
+        throw Because<IOException_t>(msg::FileNotCopied, source.ToString(), destination.ToString(), e);
     }
 }
 
 }  // namespace
 
+File_t DirectoryImpl::FolderOf(const File_t& file) {
+    return File_t(file.GetAbsolutePath()).GetParentFile();
+}
+
+namespace {
+
+// What stands there goes only when a whole file was ready to take its place: a source that cannot be read, or a full
+// disk, must not cost the old file.
+template <class Take>
+bool Put(const Place& destination, Take&& take) {
+    if (destination.folder.Look(destination.name) != Folder_t::Entry::Directory && take()) return true;
+    if (destination.folder.Look(destination.name) == Folder_t::Entry::None) return false;
+    ClearTheWay(destination);
+    return take();
+}
+
+void Move(const File_t& source, const File_t& destination) {
+    const auto orRaise = [&](auto&& step) { return CopyOrRaise(source, destination, step); };
+    const Place from = orRaise([&] { return Place(source); });
+    const Place to = orRaise([&] {
+        CheckSource(from);
+        DirectoryImpl::FolderOf(destination).MakeFolders();
+        return Place(destination);
+    });
+    // Before it has its name: whoever finds it in the store finds it protected.
+    from.folder.SetMode(from.name, FilePermissionSet::Protected().GetMode());
+    const bool taken = Put(to, [&] { return orRaise([&] { return TakeName(from, to); }); });
+    if (!taken) orRaise([] { Raise<IOException_t>(msg::DestinationNotTaken); });
+}
+
+}  // namespace
+
 void DirectoryImpl::MoveOrCopyFile(const File_t& source, const File_t& destination) {
-    RefuseLinks(source, destination);
-    FilePermission::Apply(source, FilePermissionSet::Writable());
-    FilePermission::Apply(destination, FilePermissionSet::Writable());
+    RefuseNull(source);
+    RefuseNull(destination);
     try {
-        Put(source, destination);
+        Move(source, destination);
     } catch (const Exception_t&) {
-        // The old file stands on, and rests as it did.
+        // The old file stands on, and rests as it should.
         FilePermission::Apply(destination, FilePermissionSet::Protected());
         throw;
     }
-    FilePermission::Apply(destination, FilePermissionSet::Protected());
+}
+
+bool DirectoryImpl::DeleteFile(const File_t& file) {
+    RefuseNull(file);
+    try {
+        const Place place(file);
+        place.folder.SetMode(place.name, FilePermissionSet::Writable().GetMode());
+        if (place.folder.Delete(place.name)) return true;
+        place.folder.SetMode(place.name, FilePermissionSet::OwnerReadOnly().GetMode());
+    } catch (const IOException_t&) {
+        // A folder that is gone or is a link: nothing in it is the store's.
+    }
+    return false;
+}
+
+bool DirectoryImpl::MoveAway(const Folder_t& folder, const String_t& name) {
+    const Place place(CreateTemporaryFile());
+    if (folder.Move(name, place.folder, place.name)) return true;
+    place.folder.Delete(place.name);
+    return false;
 }
 
 }  // namespace LumConf

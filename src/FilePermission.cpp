@@ -6,6 +6,14 @@ namespace LumConf {
 
 using LumPalIo::File_t;
 
+namespace {
+
+File_t FolderOf(const File_t& file) {
+    return File_t(file.GetAbsolutePath()).GetParentFile();
+}
+
+}  // namespace
+
 unsigned FilePermissionSet::GetMode() const {
     if (!isSet) Raise<LumPalMsg::IllegalStateError_t>(msg::PermissionsNotSet);
     return mode;
@@ -21,8 +29,11 @@ bool FilePermission::Apply(const FilePermissionSet& permissions) {
     if (!hasFile) return false;
     hasFile = false;
     if (!permissions.IsSet()) return false;
-    // The system call follows links: a link put into the store must not open up a file outside it.
-    if (!file.IsSymbolicLink()) file.SetMode(permissions.GetMode());
+    try {
+        // By the open folder: a link put into the store must not open up a file outside of it, nor must a second name.
+        LumPalIo::Folder_t(FolderOf(file)).SetMode(file.GetName(), permissions.GetMode());
+    } catch (const LumPalIo::IOException_t&) {
+    }
     return true;
 }
 

@@ -56,7 +56,7 @@ class FilePermission {
 public:
     /// @throws LumPalMsg::IllegalStateError_t 6 for a null file
     void SetFile(const LumPalIo::File_t& newFile);
-    /// Changes the file and forgets it; a symbolic link is left alone, and so is what it points to.
+    /// Changes the file and forgets it; a symbolic link is left alone, and so is a file that has a second name.
     /// @return false when there is no file or nothing in the set; whether the system obeyed is not told
     bool Apply(const FilePermissionSet& permissions);
     /// Both steps in one.

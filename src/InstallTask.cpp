@@ -27,6 +27,17 @@ InstallTask::~InstallTask() {
 }
 
 void InstallTask::Run(TransferCursor& array) {
+    operation.journal.RequireNone();
+    operation.DeleteLeftovers();
+    try {
+        RunSteps(array);
+    } catch (const LumPalIo::NoSpaceException_t&) {
+        GiveRoomBack();
+        throw;
+    }
+}
+
+void InstallTask::RunSteps(TransferCursor& array) {
     Unpack(array);
     try {
         InstallUnpacked();
@@ -39,16 +50,25 @@ void InstallTask::Run(TransferCursor& array) {
 void InstallTask::Unpack(TransferCursor& array) {
     try {
         UnpackFiles(array);
+    } catch (const LumPalIo::NoSpaceException_t& e) {
+        GiveRoomBack();
+        Raise<ConfException>(msg::UnpackError, e);
     } catch (const LumPalMsg::RuntimeException_t& e) {
         Raise<ConfException>(msg::UnpackError, e);
     }
 }
 
 void InstallTask::UnpackFiles(TransferCursor& array) {
+    DirectoryImpl::MakeDirectory(incoming);
     PolicyArrayReader files(array);
-    while (files.Next()) {
-        if (files.IsHeader()) headerFile = File_t(incoming, files.GetName());
-        operation.CreateFile(incoming, files.GetName(), array.Bytes(), files.GetLength(), files.IsHeader());
+    try {
+        while (files.Next()) {
+            if (files.IsHeader()) headerFile = File_t(incoming, files.GetName());
+            operation.CreateFile(incoming, files.GetName(), array.Bytes(), files.GetLength(), files.IsHeader());
+        }
+    } catch (const LumPalIo::NoSpaceException_t&) {
+        carried = files.TakeCarriedNames();
+        throw;
     }
     carried = files.TakeCarriedNames();
 }
@@ -64,12 +84,8 @@ void InstallTask::InstallUnpacked() {
     CheckDataFiles();
     CheckSignatures();
     PrepareHeader();
-    DeleteOldData();
-    WriteHeader();
-    DeleteOldHeader();
-    MoveDataFiles();
-    KeepBooks();
-    DeleteOldFolder();
+    FlushWaiting();
+    Write();
     Notify();
 }
 
@@ -109,6 +125,18 @@ void InstallTask::DeleteIncoming(const String_t& name) const {
 /// Also what the array carried and the document does not name.
 void InstallTask::DeleteUnpacked() const {
     for (std::size_t i = 0; i < carried.GetCount(); ++i) DeleteIncoming(carried.Get(i));
+}
+
+// A request that found no room must not keep the room that it took. What cannot be deleted on a full disk goes when
+// the next install begins.
+void InstallTask::GiveRoomBack() {
+    writer.reset();
+    for (std::size_t i = 0; i < carried.GetCount(); ++i) {
+        const File_t file(incoming, carried.Get(i));
+        if (IsPlainName(file.GetName()) && file.Exists() && !DirectoryImpl::DeleteFile(file)) {
+            operation.leftovers.push_back(file);
+        }
+    }
 }
 
 void InstallTask::AuditFailure() const {

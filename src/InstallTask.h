@@ -11,6 +11,7 @@
 #include "LumPalStr.h"
 #include "PolicyArrayReader.h"
 #include "PolicyHeaderImpl.h"
+#include "StoreChange.h"
 
 namespace LumConf {
 
@@ -22,11 +23,12 @@ class PolicyWriter;
 /// Takes one policy into the store. Used once, under the mutex of the operation, which outlives it.
 ///
 /// Its functions are its steps, in their order: unpack into the incoming directory; parse and apply the options; find
-/// what is installed and decide; write; keep the books. Up to PrepareHeader what is installed is untouched.
-/// From DeleteOldData on the old policy's data is gone, and nothing brings it back; the cache then still holds the old
-/// header until KeepBooks. A policy that is refused when its document was read leaves nothing in the incoming
-/// directory, nor does one that was installed. Of a document without a required element only the document goes; another
-/// failure leaves all files of the policy there until the next start.
+/// what is installed and decide; write; keep the books. Up to FlushWaiting what is installed is untouched.
+/// From DeleteOldData on the old policy's data is gone, and after a failure nothing brings it back; the cache then
+/// still holds the old header until KeepBooks. A crash from there on is another matter: the change is recorded, and the
+/// next start finishes it. A policy that is refused when its document was read leaves nothing in the incoming
+/// directory, nor does one that was installed, nor one that the disk had no room for. Of a document without a required
+/// element only the document goes; another failure leaves all files of the policy there until the next start.
 class InstallTask {
 public:
     InstallTask(PolicyOperation& operation, const LumPalStr::String_t& originator, const InstallOptionsImpl& options);
@@ -43,6 +45,7 @@ private:
     using HeaderPtr = LumPalPtr::RefPtr_t<PolicyHeaderImpl>;
 
     // InstallTask.cpp
+    void RunSteps(TransferCursor& array);
     void Unpack(TransferCursor& array);
     void UnpackFiles(TransferCursor& array);
     void InstallUnpacked();
@@ -51,6 +54,7 @@ private:
     void CleanUp(const PolicyException& cause);
     void DeleteIncoming(const String_t& name) const;
     void DeleteUnpacked() const;
+    void GiveRoomBack();
     void AuditFailure() const;
 
     // InstallDecision.cpp
@@ -79,10 +83,14 @@ private:
     void CheckSignatures() const;
     bool HasOldFolder() const;
     void PrepareHeader();
+    void FlushWaiting() const;
+    StoreChange DescribeChange() const;
+    void Write();
     void DeleteOldData();
     void WriteHeader();
     void DeleteOldHeader();
     void MoveDataFiles();
+    void FlushStore() const;
     void KeepBooks();
     void ForgetOldSettings();
     void DeleteOldFolder();
@@ -96,11 +104,12 @@ private:
     const InstallOptionsImpl& options;
     const LumPalIo::File_t incoming;
 
-    LumPalIo::File_t headerFile;  ///< in the incoming directory; null until its name is known
-    CarriedNames carried;         ///< the files that this policy brought
-    HeaderPtr newHeader;          ///< null until the document was read
-    HeaderPtr installedHeader;    ///< null for a new policy
-    String_t installedPolicyId;   ///< empty unless the installed policy was found by name and type
+    LumPalIo::File_t headerFile;   ///< in the incoming directory; null until its name is known
+    LumPalIo::File_t newDocument;  ///< in the temporary directory; null until it was made
+    CarriedNames carried;          ///< the files that this policy brought
+    HeaderPtr newHeader;           ///< null until the document was read
+    HeaderPtr installedHeader;     ///< null for a new policy
+    String_t installedPolicyId;    ///< empty unless the installed policy was found by name and type
     String_t installedTypeName;
     std::unique_ptr<PolicyWriter> writer;  ///< null until the new document was made
 };

@@ -18,13 +18,13 @@ using LumPalStr::String_t;
 
 namespace {
 
+constexpr std::size_t kFewFiles = 8;
+
 // A file that cannot be deleted is moved out of the way; where that fails too it stays.
 void DeleteOrMoveAway(const File_t& file) {
     if (!file.Exists() && !file.IsSymbolicLink()) return;
     if (DirectoryImpl::DeleteFile(file)) return;
-    const File_t place = DirectoryImpl::CreateTemporaryFile();
-    if (file.RenameTo(place)) return;
-    place.Delete();
+    if (DirectoryImpl::MoveAway(LumPalIo::Folder_t(DirectoryImpl::FolderOf(file)), file.GetName())) return;
     LUMCONF_TRACE(trace::Policy, String_t("Cannot delete or rename ") + file.GetAbsolutePath());
 }
 
@@ -78,10 +78,62 @@ void InstallTask::DeleteOldData() {
 
 // All that needs room on the disk comes before the old data goes: a full disk costs nothing.
 void InstallTask::PrepareHeader() {
-    writer = std::make_unique<PolicyWriter>(DirectoryImpl::CreateTemporaryFile(), headerFile,
+    newDocument = DirectoryImpl::CreateTemporaryFile();
+    writer = std::make_unique<PolicyWriter>(newDocument, headerFile,
                                             LumPalIo::CharArrayInputStream_t::Over(operation.currentPolicy),
                                             operation.installDirectory, newHeader.Get());
     writer->Prepare();
+}
+
+// What the record speaks of is on the disk before the record is; the document already is. One flush of the whole file
+// system costs less than many of single files, but it also waits for what others wrote.
+void InstallTask::FlushWaiting() const {
+    const std::vector<String_t> files = DataFiles(*newHeader);
+    if (!files.empty()) {
+        const LumPalIo::Folder_t folder(incoming);
+        if (files.size() > kFewFiles) {
+            folder.SyncAll();
+        } else {
+            for (const String_t& name : files) folder.SyncFile(name);
+        }
+        folder.Sync();
+    }
+    LumPalIo::Folder_t(DirectoryImpl::FolderOf(newDocument)).Sync();
+}
+
+StoreChange InstallTask::DescribeChange() const {
+    const String_t type = newHeader->GetTypeName(), id = newHeader->GetContainerId();
+    StoreChange change{type, id, {}, {}, {}};
+    using Waiting = StoreChange::Waiting;
+    change.placed.push_back({Waiting::Temporary, newDocument.GetName(), {type, id + names::HeaderFileSuffix}});
+    for (const String_t& name : DataFiles(*newHeader)) change.placed.push_back({Waiting::Incoming, name, {type, name}});
+    if (!installedHeader) return change;
+    std::vector<StoreChange::StoredFile> former;
+    for (const String_t& name : DataFiles(*installedHeader)) former.push_back({installedTypeName, name});
+    const String_t formerHeader = installedHeader->GetContainerId() + names::HeaderFileSuffix;
+    former.push_back({installedTypeName, formerHeader});
+    former.push_back({type, formerHeader});
+    change.DeleteUnlessPlaced(former);
+    if (HasOldFolder() && options.GetForceAll()) change.emptied.push_back(installedTypeName);
+    return change;
+}
+
+// From the record on a crash is followed by the whole of the new policy.
+void InstallTask::Write() {
+    const StoreJournal::Entry recorded = operation.journal.Record(DescribeChange());
+    DeleteOldData();
+    WriteHeader();
+    DeleteOldHeader();
+    MoveDataFiles();
+    FlushStore();
+    KeepBooks();
+    DeleteOldFolder();
+}
+
+void InstallTask::FlushStore() const {
+    std::vector<String_t> types{newHeader->GetTypeName()};
+    if (HasOldFolder() && installedTypeName != types.front()) types.push_back(installedTypeName);
+    StoreJournal::Flush(types);
 }
 
 void InstallTask::WriteHeader() {
@@ -114,6 +166,7 @@ void InstallTask::KeepBooks() {
     ForgetOldSettings();
     operation.Audit(originator, newHeader->GetName(), id, AuditLog::Install, true);
     operation.Cache()->Insert(newHeader.Get());
+    operation.unwritten.erase(id);
 }
 
 // The consumer of settings policies is this node itself, and keeps them in memory: of one that has become a policy of
@@ -127,7 +180,8 @@ void InstallTask::ForgetOldSettings() {
 
 void InstallTask::DeleteOldFolder() {
     if (!HasOldFolder() || !options.GetForceAll()) return;
-    if (!operation.IsPolicyTypeNameInstalled(installedTypeName)) TypeFolder(installedTypeName).Delete();
+    if (operation.IsPolicyTypeNameInstalled(installedTypeName)) return;
+    if (TypeFolder(installedTypeName).Delete()) StoreJournal::Flush({installedTypeName});
 }
 
 void InstallTask::Notify() {

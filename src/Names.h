@@ -53,6 +53,8 @@ inline constexpr Name DumpFilename = "lum_policies.txt";
 inline constexpr Name Utf8 = "UTF-8";
 inline constexpr Name ApplicationListFile = "apminfo.xml";
 inline constexpr Name TemporaryFilePrefix = "POL";
+inline constexpr Name AsideFilePrefix = ".aside-";  ///< of a copy in the store until it has its name
+inline constexpr Name ChangeRecordFile = "store.change";
 
 // Addresses of the transport.
 inline constexpr Name RpcPath = "/voxrpcserver";

@@ -67,10 +67,14 @@ bool HasAttributes(const PolicyHeaderImpl& header) {
 
 }  // namespace
 
+/// The selected policies, each of them on the disk as it is in the cache.
 PolicyOperation::Ids PolicyOperation::SelectFor(const String_t& originator, const Selection& selection, int auditMode,
-                                                const MessageRow& noneFound) const {
+                                                const MessageRow& noneFound, const PolicyForwarder::Options& options) {
     const Ids ids = SelectIds(selection);
-    if (!ids.empty()) return ids;
+    if (!ids.empty()) {
+        WriteUnwritten(originator, ids, options);
+        return ids;
+    }
     Audit(originator, auditMode, true);  // kept: nothing found counts as a success in the audit log
     throw PolicyNotFoundError(MakeUnchecked(noneFound));
 }
@@ -112,21 +116,61 @@ bool PolicyOperation::ChangeHeaders(const String_t& originator, const Ids& ids, 
 }
 
 /// The cache has the change before the document: what is written is what the cache holds.
-bool PolicyOperation::ChangeHeader(PolicyHeaderImpl& header, const HeaderChange& change) const {
+bool PolicyOperation::ChangeHeader(PolicyHeaderImpl& header, const HeaderChange& change) {
     const ScratchFile scratch;
     if (!change.apply(header)) return false;
+    const String_t id = header.GetContainerId();
+    unwritten.insert_or_assign(id, Unwritten{change.auditMode, change.queue});
     RewriteHeader(scratch.Get(), header);
+    unwritten.erase(id);
     return true;
 }
 
-void PolicyOperation::RewriteHeader(const File_t& temporary, PolicyHeaderImpl& header) const {
+File_t PolicyOperation::DocumentOf(const PolicyHeaderImpl& header) const {
     const String_t typeName = header.GetTypeName();
     const String_t id = header.GetContainerId();
     CheckPlainName(typeName);
     CheckPolicyId(id);
-    const File_t document(File_t(installDirectory, typeName), id + names::HeaderFileSuffix);
+    return File_t(File_t(installDirectory, typeName), id + names::HeaderFileSuffix);
+}
+
+void PolicyOperation::RewriteHeader(const File_t& temporary, PolicyHeaderImpl& header) const {
+    const File_t document = DocumentOf(header);
     const LumPalIo::FileInputStream_t input(document);
     PolicyWriter(temporary, document, input, installDirectory, &header).Write("");
+    StoreJournal::Flush({header.GetTypeName()});
+}
+
+/// What an earlier operation changed in the cache and could not write, for lack of room say: nobody may be told that a
+/// policy already is as he wants it while a restart would show another one.
+void PolicyOperation::WriteUnwritten(const String_t& originator, const Ids& ids,
+                                     const PolicyForwarder::Options& options) {
+    if (unwritten.empty()) return;
+    bool written = false;
+    for (const String_t& id : ids) {
+        const auto found = unwritten.find(id);
+        if (found == unwritten.end()) continue;
+        written = WriteAgain(originator, id, found->second) || written;
+        unwritten.erase(found);
+    }
+    if (written && options.GetNotify()) SendUnreported();
+}
+
+/// @return false for a document that is gone: it is left gone
+bool PolicyOperation::WriteAgain(const String_t& originator, const String_t& id, const Unwritten& change) {
+    const PolicyContainerImpl::HeaderPtr header = Cache()->GetPolicyHeader(id);
+    if (!DocumentOf(*header).Exists()) return false;
+    const String_t name = header->GetName();
+    try {
+        const ScratchFile scratch;
+        RewriteHeader(scratch.Get(), *header);
+    } catch (const LumPalMsg::Exception_t&) {
+        Audit(originator, name, id, change.auditMode, false);
+        throw;
+    }
+    Audit(originator, name, id, change.auditMode, true);
+    (notifications.*change.queue)(header->GetTypeName(), id);
+    return true;
 }
 
 void PolicyOperation::SetStatus(const String_t& originator, const Selection& selection, int action,
@@ -137,6 +181,7 @@ void PolicyOperation::SetStatus(const String_t& originator, const Selection& sel
     if (!IsPolicyInstalled()) Raise<NoPoliciesInstalledError>(msg::NoPoliciesInstalled);
     const Ids selected = SelectIds(selection);
     if (selected.empty()) Raise<PolicyNotFoundError>(msg::StatusNoPolicyFiles);
+    WriteUnwritten(originator, selected, options);
 
     const bool enable = action == Enable;
     const int auditMode = enable ? AuditLog::Enable : AuditLog::Disable;
@@ -160,7 +205,7 @@ void PolicyOperation::SetOwner(const String_t& originator, const String_t& owner
                                const PolicyForwarder::Options& options) {
     LUMCONF_BLOCK(trace::Policy, "PolicyOperation::SetOwner");
     MutexLock_t lock(mutex);
-    const Ids selected = SelectFor(originator, selection, AuditLog::Owner, msg::OwnerNoPolicyFiles);
+    const Ids selected = SelectFor(originator, selection, AuditLog::Owner, msg::OwnerNoPolicyFiles, options);
     const Ids ids = Narrow(selected, [&owner](const PolicyHeaderImpl& header) { return header.GetOwner() != owner; });
     if (ids.empty()) {
         Audit(originator, AuditLog::Owner, true);
@@ -191,7 +236,7 @@ void PolicyOperation::ModifyCategory(const String_t& originator, const String_t&
         Raise<LumPalMsg::IllegalStateError_t>(msg::CategoryOperationNotPossible);
     }
     const Ids words = GetVectorFromString(categories);
-    const Ids ids = SelectFor(originator, selection, AuditLog::Category, msg::CategoryNoPolicyFiles);
+    const Ids ids = SelectFor(originator, selection, AuditLog::Category, msg::CategoryNoPolicyFiles, options);
     // Kept: one flag for the whole selection, so that all that follow the first change are rewritten and told.
     bool rewrite = false;
     const HeaderChange change{AuditLog::Category, [&words, &rewrite, action](PolicyHeaderImpl& header) {
@@ -211,7 +256,7 @@ void PolicyOperation::RemoveAllCategories(const String_t& originator, const Sele
                                           const PolicyForwarder::Options& options) {
     LUMCONF_BLOCK(trace::Policy, "PolicyOperation::RemoveAllCategories");
     MutexLock_t lock(mutex);
-    const Ids selected = SelectFor(originator, selection, AuditLog::Category, msg::CategoryNoPolicyFiles);
+    const Ids selected = SelectFor(originator, selection, AuditLog::Category, msg::CategoryNoPolicyFiles, options);
     const Ids ids = Narrow(selected, HasCategories);
     if (ids.empty()) {
         Audit(originator, AuditLog::Category, true);
@@ -233,7 +278,7 @@ void PolicyOperation::ModifyAttributes(const String_t& originator, const String_
     }
     MutexLock_t lock(mutex);
     const NameAndValue pair = SplitAttribute(attribute);
-    const Ids selected = SelectFor(originator, selection, AuditLog::Attribute, msg::AttributeNoPolicyFiles);
+    const Ids selected = SelectFor(originator, selection, AuditLog::Attribute, msg::AttributeNoPolicyFiles, options);
     const Ids ids = action == RemoveAttribute ? Narrow(selected, HasAttributes) : selected;
     HeaderChange change{AuditLog::Attribute, [&pair, action](PolicyHeaderImpl& header) {
                             return action == AddAttribute ? header.SetAttribute(pair.name, pair.value)
@@ -249,7 +294,8 @@ void PolicyOperation::RemoveAllAttributes(const String_t& originator, const Sele
                                           const PolicyForwarder::Options& options) {
     LUMCONF_BLOCK(trace::Policy, "PolicyOperation::RemoveAllAttributes");
     MutexLock_t lock(mutex);
-    const Ids selected = SelectFor(originator, selection, AuditLog::Attribute, msg::AttributeRemoveAllNoPolicyFiles);
+    const Ids selected =
+        SelectFor(originator, selection, AuditLog::Attribute, msg::AttributeRemoveAllNoPolicyFiles, options);
     const Ids ids = Narrow(selected, HasAttributes);
     if (ids.empty()) {
         Audit(originator, AuditLog::Attribute, true);

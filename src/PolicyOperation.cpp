@@ -7,6 +7,7 @@
 #include "AuditLog.h"
 #include "DirectoryImpl.h"
 #include "Exceptions.h"
+#include "FilePermission.h"
 #include "LumConfCluster/ClusterUtil.h"
 #include "LumCtrl.h"
 #include "LumPalLog.h"
@@ -63,9 +64,9 @@ LumPalArray::CharArray_t ReadBytes(LumPalIo::InputStream_t& from, std::size_t le
 }
 
 // A symbolic link is deleted, never written through: what it points to may be anywhere.
-void FreePlace(const File_t& file) {
-    if (!file.IsSymbolicLink() && !file.Exists()) return;
-    if (!file.Delete()) Raise<PolicyFileException>(msg::UnpackedFileNotMade, file.GetAbsolutePath());
+void FreePlace(const LumPalIo::Folder_t& folder, const String_t& name) {
+    if (folder.Look(name) == LumPalIo::Folder_t::Entry::None || folder.Delete(name)) return;
+    Raise<PolicyFileException>(msg::UnpackedFileNotMade, folder.Path(name).GetAbsolutePath());
 }
 
 PolicyContainer Pick(const PolicyContainerImpl& from, const std::set<String_t>& ids) {
@@ -98,6 +99,7 @@ PolicyOperation::PolicyOperation(LumConfPar::PolicyWorker& worker, AuditLog& aud
 void PolicyOperation::BringUp(LumConfPar::PolicyWorker& worker) {
     LUMCONF_BLOCK(trace::Policy, "PolicyOperation");
     changeByCluster = &LumConfCluster::ClusterUtil::ChangeHeader;
+    StoreJournal::FinishInterrupted();
     WipeWorkFolders();
     MakeDirectories();
     LoadAtStart();
@@ -187,9 +189,11 @@ void PolicyOperation::ReinitCache(const String_t& originator) {
     try {
         fresh->CheckPolicy(PolicyContainer::Options());
         SetCache(fresh);
+        unwritten.clear();
         Audit(originator, AuditLog::Reinit, true);
     } catch (const PolicyFileException& e) {
         SetCache(fresh);
+        unwritten.clear();
         Say(Make(msg::CacheNotReinitialized, e));
         Audit(originator, AuditLog::Reinit, false);
     }
@@ -217,17 +221,23 @@ void PolicyOperation::SendAudited(const String_t& originator, void (NotifyStore:
 void PolicyOperation::CreateFile(const File_t& directory, const String_t& name, LumPalIo::InputStream_t& stream,
                                  unsigned length, bool keep) {
     CheckPlainName(name);
-    const File_t file(directory, name);
-    FreePlace(file);
-    LumPalIo::FileOutputStream_t out(file);
+    const LumPalIo::Folder_t folder(directory);
+    FreePlace(folder, name);
+    LumPalIo::FileOutputStream_t out = folder.Create(name);
     if (keep) {
         currentPolicy = ReadBytes(stream, length);
         out.Write(currentPolicy);
     } else {
         CopyBytes(stream, out, length);
-        out.Sync();  // it takes its place by a rename: after a crash there must be no empty file under its name
+        out.SetMode(FilePermissionSet::Protected().GetMode());  // as it will rest: flushed with its bytes
     }
     out.Close();
+}
+
+void PolicyOperation::DeleteLeftovers() {
+    for (const File_t& file : std::exchange(leftovers, {})) {
+        if (file.Exists() && !DirectoryImpl::DeleteFile(file)) leftovers.push_back(file);
+    }
 }
 
 void PolicyOperation::Audit(const String_t& originator, int mode, bool success) const {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <mutex>
 #include <vector>
 
@@ -14,6 +15,7 @@
 #include "NotifyStore.h"
 #include "PolicyContainerImpl.h"
 #include "PolicyForwarder.h"
+#include "StoreJournal.h"
 
 namespace LumConfPar {
 class PolicyWorker;
@@ -79,7 +81,8 @@ public:
 
     // The operations that change headers: those policies that the change concerns are changed in the cache, then
     // rewritten in the store, then queued for their consumers, one after another. Nothing is rolled back: after a
-    // failure the policies before it stay changed, and the one it met has the change in the cache alone. A failed
+    // failure the policies before it stay changed, and the one it met has the change in the cache alone, until the next
+    // operation of this kind that selects it writes it down, whatever else that one finds to do. A failed
     // notification is not reported. All raise what PolicyWriter does for a document that cannot be rewritten,
     // LumPalIo::FileNotFoundException_t for one that is gone, and PolicyNotFoundError 63 for an id that is not
     // installed. The data files are not touched.
@@ -145,6 +148,7 @@ public:
     /// @throws PolicyFileException for a name that is not plain or a place that cannot be freed;
     ///         LumPalIo::EOFException_t when the stream is too short; LumPalIo::IOException_t
     /// The caller holds the mutex, or is the only one.
+    /// The bytes are not flushed.
     void CreateFile(const LumPalIo::File_t& directory, const LumPalStr::String_t& name, LumPalIo::InputStream_t& stream,
                     unsigned length, bool keep);
 
@@ -170,16 +174,25 @@ private:
     bool RemoveHeaderFile(const LumPalStr::String_t& originator, const PolicyRecord& policy,
                           LumPalMsg::MessageList_t& failures) const;
     void ForgetPolicy(const LumPalStr::String_t& originator, const PolicyRecord& policy);
+    void DeleteLeftovers();
     void SendUnreported();
     using Ids = std::vector<LumPalStr::String_t>;
     using Concerned = std::function<bool(const PolicyHeaderImpl&)>;
     struct HeaderChange;
+    /// How a change is reported once it is written.
+    struct Unwritten {
+        int auditMode;
+        void (NotifyStore::*queue)(const LumPalStr::String_t& type, const LumPalStr::String_t& id);
+    };
     Ids SelectFor(const LumPalStr::String_t& originator, const Selection& selection, int auditMode,
-                  const MessageRow& noneFound) const;
+                  const MessageRow& noneFound, const PolicyForwarder::Options& options);
     Ids Narrow(const Ids& ids, const Concerned& concerned) const;
     bool ChangeHeaders(const LumPalStr::String_t& originator, const Ids& ids, const HeaderChange& change,
                        const PolicyForwarder::Options& options);
-    bool ChangeHeader(PolicyHeaderImpl& header, const HeaderChange& change) const;
+    bool ChangeHeader(PolicyHeaderImpl& header, const HeaderChange& change);
+    void WriteUnwritten(const LumPalStr::String_t& originator, const Ids& ids, const PolicyForwarder::Options& options);
+    bool WriteAgain(const LumPalStr::String_t& originator, const LumPalStr::String_t& id, const Unwritten& change);
+    LumPalIo::File_t DocumentOf(const PolicyHeaderImpl& header) const;
     void RewriteHeader(const LumPalIo::File_t& temporary, PolicyHeaderImpl& header) const;
     void RaiseOwnerSet(const Ids& selected, const LumPalStr::String_t& owner) const;
     void InstallOne(const LumPalStr::String_t& originator, TransferCursor& array, const InstallOptions& options);
@@ -202,6 +215,10 @@ private:
     LumPalThread::Mutex_t mutex;
     LumPalArray::CharArray_t currentPolicy;  ///< the document of the policy being installed
     NotifyStore notifications;
+    StoreJournal journal;
+    std::vector<LumPalIo::File_t> leftovers;  ///< of installs that found no room: what could not be deleted at once
+    /// Policies whose documents could not be rewritten: the cache holds a change that the disk does not.
+    std::map<LumPalStr::String_t, Unwritten> unwritten;
 
     // The cache's handle has a mutex of its own, a leaf held only to copy or to exchange the handle, so that readers
     // need not wait for an operation. A container is let go by whoever holds it last: a reader that looks into one

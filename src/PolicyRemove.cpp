@@ -24,10 +24,23 @@ enum class Deleted { Yes, Missing, Failed };
 // link to another place, are never followed.
 Deleted DeleteStored(const File_t& base, const String_t& typeName, const String_t& name) {
     const File_t folder(base, typeName);
-    if (!IsPlainName(typeName) || !IsPlainName(name) || folder.IsSymbolicLink()) return Deleted::Failed;
-    const File_t file(folder, name);
-    if (!file.Exists() && !file.IsSymbolicLink()) return Deleted::Missing;
-    return DirectoryImpl::DeleteFile(file) ? Deleted::Yes : Deleted::Failed;
+    if (!IsPlainName(typeName) || !IsPlainName(name)) return Deleted::Failed;
+    if (!folder.Exists() && !folder.IsSymbolicLink()) return Deleted::Missing;
+    try {
+        if (LumPalIo::Folder_t(folder).Look(name) == LumPalIo::Folder_t::Entry::None) return Deleted::Missing;
+    } catch (const LumPalIo::IOException_t&) {
+        return Deleted::Failed;
+    }
+    return DirectoryImpl::DeleteFile(File_t(folder, name)) ? Deleted::Yes : Deleted::Failed;
+}
+
+StoreChange DescribeRemoval(const PolicyRecord& policy) {
+    StoreChange change{policy.typeName, policy.containerId, {}, {}, {policy.typeName}};
+    std::vector<StoreChange::StoredFile> files;
+    for (const PolicyDataFile& file : policy.dataFiles) files.push_back({policy.typeName, file.name});
+    files.push_back({policy.typeName, policy.containerId + names::HeaderFileSuffix});
+    change.DeleteUnlessPlaced(files);
+    return change;
 }
 
 }  // namespace
@@ -59,8 +72,14 @@ void PolicyOperation::SendUnreported() {
 void PolicyOperation::RemovePolicy(const String_t& originator, const String_t& id, MessageList_t& failures) {
     const PolicyContainerImpl::HeaderPtr header = Cache()->GetPolicyHeader(id);
     const PolicyRecord policy = header->Snapshot();
+    const StoreJournal::Entry recorded = journal.RecordIfPossible(DescribeRemoval(policy));
     for (const PolicyDataFile& file : policy.dataFiles) RemoveDataFile(originator, policy, file.name, failures);
     if (RemoveHeaderFile(originator, policy, failures)) ForgetPolicy(originator, policy);
+    try {
+        StoreJournal::Flush({policy.typeName});
+    } catch (const LumPalIo::IOException_t& e) {
+        failures.Add(Make(msg::RemovalNotFlushed, policy.containerId, policy.typeName, e));
+    }
 }
 
 void PolicyOperation::RemoveDataFile(const String_t& originator, const PolicyRecord& policy, const String_t& name,
@@ -89,6 +108,7 @@ void PolicyOperation::ForgetPolicy(const String_t& originator, const PolicyRecor
     notifications.AddRemove(policy.typeName, policy.containerId);
     Audit(originator, policy.name, policy.containerId, AuditLog::Remove, true);
     Cache()->Erase(policy.containerId);
+    unwritten.erase(policy.containerId);
     if (IsPolicyTypeNameInstalled(policy.typeName)) return;
     notifications.AddLastPolicy(policy.typeName);
     File_t(installDirectory, policy.typeName).Delete();

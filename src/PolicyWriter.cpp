@@ -1,6 +1,7 @@
 #include "PolicyWriter.h"
 
 #include "DirectoryImpl.h"
+#include "FilePermission.h"
 #include "LumPalCodeset.h"
 #include "Messages.h"
 #include "Names.h"
@@ -48,6 +49,10 @@ PolicyWriter::PolicyWriter(const File_t& tempFile, const File_t& oldFile, const 
     initialized = true;
 }
 
+PolicyWriter::~PolicyWriter() {
+    if (prepared && tempFile.Exists()) DirectoryImpl::DeleteFile(tempFile);
+}
+
 void PolicyWriter::Prepare() {
     if (!initialized) Raise<LumPalMsg::IllegalStateError_t>(msg::WriterNotInitialized);
     if (prepared) return;
@@ -55,7 +60,9 @@ void PolicyWriter::Prepare() {
     CheckPolicyId(source->GetContainerId());
     try {
         Rewrite();
-        // What was rewritten is on the disk by now, so that neither a full disk nor a crash costs the old document.
+        // What was rewritten is on the disk by now, as it will rest, so that neither a full disk nor a crash costs the
+        // old document.
+        fileStream.SetMode(FilePermissionSet::Protected().GetMode());
         fileStream.Sync();
     } catch (const LumPalMsg::Exception_t&) {
         DirectoryImpl::DeleteFile(tempFile);
@@ -73,10 +80,7 @@ void PolicyWriter::Write(const String_t& oldId) {
     // A document that is changed where it stands is replaced in one step, and never missing.
     if (!IsSame(oldFile, target)) DirectoryImpl::DeleteFile(oldFile);
     DirectoryImpl::MoveOrCopyFile(tempFile, target);
-    // After a crash the folder shows this document, and the data files that came into it before.
-    if (!File_t(targetBase, source->GetTypeName()).Sync()) {
-        LUMCONF_TRACE(trace::Policy, "The folder of '" + target.GetAbsolutePath() + "' cannot be flushed.");
-    }
+    prepared = false;
     DeleteFormerFile(source->GetTypeName(), oldId, target);
     initialized = false;
 }

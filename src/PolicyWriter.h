@@ -23,6 +23,8 @@ public:
     ///         LumPalIo::FileNotFoundException_t 97 when tempFile cannot be opened
     PolicyWriter(const LumPalIo::File_t& tempFile, const LumPalIo::File_t& oldFile,
                  const LumPalIo::InputStream_t& input, const LumPalIo::File_t& targetBase, PolicyHeaderImpl* source);
+    /// A document that was made and not moved goes.
+    ~PolicyWriter();
     PolicyWriter(const PolicyWriter&) = delete;
     PolicyWriter& operator=(const PolicyWriter&) = delete;
 
@@ -31,7 +33,7 @@ public:
     /// @throws as Write, but for MoveOrCopyFile
     void Prepare();
     /// Moves the new document to its place; then a document of `oldId` in the type's directory goes, so that a failure
-    /// leaves one of the two.
+    /// leaves one of the two. The caller flushes the directory.
     /// @throws LumPalMsg::IllegalStateError_t 98 on a second call; PolicyFileException for an id or a type name that
     ///         is no file name (nothing has changed then); what the parser, the handler (84 among them)
     ///         and DirectoryImpl::MoveOrCopyFile raise, unchanged
@@ -41,7 +43,7 @@ private:
     void Rewrite();
 
     bool initialized = false;
-    bool prepared = false;
+    bool prepared = false;  ///< the new document is whole and waits in tempFile
     LumPalIo::File_t tempFile;
     LumPalIo::File_t oldFile;
     LumPalIo::InputStream_t input;

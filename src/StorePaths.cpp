@@ -45,6 +45,10 @@ File_t IncomingDirectory() {
     return File_t(Dir_t::Path(LumPalRuntime::Spool, Below({"incoming", "files", "conf_tmp"})));
 }
 
+File_t ChangeRecordFile() {
+    return File_t(Dir_t::Path(LumPalRuntime::Spool), names::ChangeRecordFile);
+}
+
 File_t SettingsDirectory() {
     return File_t(Dir_t::Path(LumPalRuntime::Etc, Below({"pal", "config"})));
 }

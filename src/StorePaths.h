@@ -15,6 +15,8 @@ LumPalIo::File_t BaseDirectory();
 LumPalIo::File_t TemporaryDirectory();
 /// Where transferred policies land.
 LumPalIo::File_t IncomingDirectory();
+/// Says which change of a policy is being made, so that a start can finish it after a crash.
+LumPalIo::File_t ChangeRecordFile();
 /// Holds the settings files.
 LumPalIo::File_t SettingsDirectory();
 LumPalIo::File_t SettingsFile();

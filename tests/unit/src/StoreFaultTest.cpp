@@ -141,7 +141,9 @@ TEST_P(StoreFault, AChangeLeavesEachDocumentWholeOldOrNewAndSaysWhatFailed) {
         EXPECT_TRUE(IsWhole(node, Policy("b", "y")));
         const bool changedA = node.Get("a").GetOwner() == "new owner",
                    changedB = node.Get("b").GetOwner() == "new owner";
-        EXPECT_EQ(error.empty(), changedA && changedB);
+        // What could not be flushed may be there all the same; that it will stay is not promised.
+        const bool unflushed = faults.Failed().starts_with("fsync") && !faults.Failed().ends_with("_header.xml");
+        EXPECT_TRUE(error.empty() ? changedA && changedB : unflushed || !(changedA && changedB));
         EXPECT_TRUE(changedA || !changedB) << "one after another";
         if (!changedB) change();
         EXPECT_EQ(node.Get("a").GetOwner(), "new owner");

@@ -1,0 +1,112 @@
+// Each change of the store is cut short by the end of the process, at every operation that changes a file; and what is
+// answered is on the disk.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Faults.h"
+#include "FlushFollower.h"
+#include "ForkedProcess.h"
+#include "StoreChanges.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::IsEmpty;
+
+/// A folder in memory for the nodes of a test, which ends with it.
+class Folder {
+public:
+    Folder() : path(std::string(kFastFolder) + "/lumcrash-XXXXXX") {
+        if (!mkdtemp(path.data())) throw std::runtime_error("cannot make a folder");
+    }
+    ~Folder() { fs::remove_all(path); }
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+    const std::string& Path() const { return path; }
+
+private:
+    std::string path;
+};
+
+/// Runs in a process of its own, as a daemon would: threads of a node do not live on in a process that is forked.
+void InProcess(const std::function<void()>& action) {
+    ForkedProcess process(action);
+    ASSERT_EQ(process.Wait(), 0);
+}
+
+class StoreCrash : public testing::TestWithParam<StoreChangeCase> {
+protected:
+    std::string Node() const { return folder.Path() + "/node"; }
+
+    const Folder folder;
+};
+
+/// Compares, in a process of its own, what a restart finds with what the change may end in.
+/// @return the number of the tree found; -1 for none, with the reason on standard error
+int FoundTree(const std::string& base, const std::string& root, const StoreChangeCase& change) {
+    ForkedProcess process([&] {
+        const std::vector<NodeTree> allowed = AllowedTrees(base, change);
+        const NodeTree found = TreeAfterRestart(root);
+        for (std::size_t i = 0; i < allowed.size(); ++i) {
+            if (allowed[i] == found) _exit(static_cast<int>(100 + i));
+        }
+        throw std::runtime_error("neither old nor new; to the old one:\n" + Difference(allowed.front(), found) +
+                                 "to the new one:\n" + Difference(allowed.back(), found));
+    });
+    const int code = process.Wait();
+    return code >= 100 ? code - 100 : -1;
+}
+
+TEST_P(StoreCrash, AKillAtAnyOperationLeavesTheOldPolicyOrTheNewOneAndNothingElse) {
+    const StoreChangeCase& change = GetParam();
+    bool newSeen = false;
+    ForEachFault([&](int nth) {
+        fs::remove_all(Node());
+        InProcess([&] { PrepareNode(Node(), change); });
+        ForkedProcess killed([&] {
+            NodeAt node(Node());
+            CrashingOperations::Start(nth, false);
+            change.action(node);
+            LumPalIo::SetFaultHookForTest(nullptr);
+        });
+        const int code = killed.Wait();
+        EXPECT_TRUE(code == 0 || code == CrashingOperations::kCode) << code;
+        SCOPED_TRACE("killed before operation " + std::to_string(nth));
+        const int tree = FoundTree(folder.Path(), Node(), change);
+        EXPECT_GE(tree, 0);
+        const int last = static_cast<int>(change.steps.empty() ? 1 : change.steps.size());
+        if (code == 0) {
+            EXPECT_EQ(tree, last) << "what was answered is there";
+        }
+        newSeen = newSeen || tree == last;
+        return code == CrashingOperations::kCode && !HasFailure();
+    });
+    EXPECT_TRUE(newSeen);
+}
+
+TEST_P(StoreCrash, BeforeTheAnswerAllThatItPromisesIsFlushed) {
+    const StoreChangeCase& change = GetParam();
+    InProcess([&] {
+        PrepareNode(Node(), change);
+        NodeAt node(Node());
+        const FlushFollower follower(Node(), {"spool/incoming", "tmp"});
+        change.action(node);
+        std::string faults;
+        for (const std::string& fault : follower.Faults()) faults += fault + "\n";
+        if (follower.Flushes() == 0) faults += "nothing was flushed\n";
+        if (!faults.empty()) throw std::runtime_error(faults);
+    });
+}
+
+std::string NameOf(const testing::TestParamInfo<StoreChangeCase>& info) {
+    std::string name = info.param.what;
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        if (name[i] == ' ' && i + 1 < name.size()) name[i + 1] = static_cast<char>(std::toupper(name[i + 1]));
+    }
+    std::erase_if(name, [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); });
+    return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, StoreCrash, testing::ValuesIn(AllStoreChanges()), NameOf);
+
+}  // namespace
