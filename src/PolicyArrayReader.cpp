@@ -94,6 +94,10 @@ bool PolicyArrayReader::Next() {
     return true;
 }
 
+CarriedNames PolicyArrayReader::TakeCarriedNames() {
+    return rawNames.empty() ? std::move(carried) : CarriedNames(std::exchange(rawNames, {}));
+}
+
 void PolicyArrayReader::ReadName() {
     const std::size_t begin = cursor.GetPosition();
     name = cursor.ReadName();

@@ -77,8 +77,8 @@ public:
     bool IsHeader() const noexcept { return filesRead == 1; }
     const LumPalStr::String_t& GetName() const noexcept { return name; }
     std::uint32_t GetLength() const noexcept { return length; }
-    /// All names, once, when Next() has said false.
-    CarriedNames TakeCarriedNames() noexcept { return std::move(carried); }
+    /// All names that were read so far, once; none of them stands twice when Next() has said false.
+    CarriedNames TakeCarriedNames();
 
 private:
     void ReadName();

@@ -17,6 +17,7 @@
 #include "PolicyWorker.h"
 #include "SelectionContainer.h"
 #include "StorePaths.h"
+#include "StoreSweep.h"
 #include "Trace.h"
 
 namespace LumConf {
@@ -131,6 +132,7 @@ void PolicyOperation::LoadAtStart() {
     } catch (const PolicyFileException& e) {
         Say(Make(msg::CacheNotInitializedAtStart, e));
     }
+    DeleteAsideCopies(*cache);
 }
 
 PolicyOperation::CachePtr PolicyOperation::Cache() const {

@@ -74,7 +74,8 @@ void PolicyOperation::RemovePolicy(const String_t& originator, const String_t& i
     const PolicyRecord policy = header->Snapshot();
     const StoreJournal::Entry recorded = journal.RecordIfPossible(DescribeRemoval(policy));
     for (const PolicyDataFile& file : policy.dataFiles) RemoveDataFile(originator, policy, file.name, failures);
-    if (RemoveHeaderFile(originator, policy, failures)) ForgetPolicy(originator, policy);
+    if (!RemoveHeaderFile(originator, policy, failures)) return;
+    ForgetPolicy(originator, policy);
     try {
         StoreJournal::Flush({policy.typeName});
     } catch (const LumPalIo::IOException_t& e) {

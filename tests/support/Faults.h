@@ -23,10 +23,10 @@ enum class FaultMode {
 class Faults {
 public:
     /// @param nth       from 1; 0 lets none fail
-    /// @param apart     native; if not empty, a file cannot be renamed out of a folder that does not begin so, as if
-    /// that
-    ///                  were another file system. Such renames do not count
-    explicit Faults(int nth, FaultMode mode = FaultMode::Once, const std::string& apart = "")
+    /// @param apart     files cannot be renamed out of the folders that policies come from, as if the store were
+    /// another
+    ///                  file system. Such renames do not count
+    explicit Faults(int nth, FaultMode mode = FaultMode::Once, bool apart = false)
         : nth(nth), mode(mode), apart(apart), thread(std::this_thread::get_id()) {
         current = this;
         LumPalIo::SetFaultHookForTest(Hook);
@@ -59,7 +59,7 @@ private:
                operation == "syncfs";
     }
     bool Fails(std::string_view operation, const std::string& path) {
-        if (operation == "rename" && !apart.empty() && !path.starts_with(apart)) return true;
+        if (operation == "rename" && apart && path.find("/conf_tmp/") != path.npos) return true;
         asked.push_back(std::string(operation) + " " + path);
         const int number = static_cast<int>(asked.size());
         if (nth == 0 || number < nth || (mode == FaultMode::Once && number > nth)) return false;
@@ -77,7 +77,7 @@ private:
     inline static Faults* current = nullptr;
     const int nth;
     const FaultMode mode;
-    const std::string apart;
+    const bool apart;
     const std::thread::id thread;
     std::vector<std::string> asked;
     std::string failed;

@@ -69,14 +69,20 @@ class CrashingOperations {
 public:
     static constexpr int kCode = 42;
     /// @param torn  a write brings a few bytes into the file before the process ends
-    static void Start(int nth, bool torn) {
+    /// @param fromApart  files cannot be renamed out of the folders that policies come from, as if the store were
+    /// another
+    ///                   file system; such renames do not count
+    static void Start(int nth, bool torn, bool fromApart = false) {
         left = nth;
         tears = torn;
+        apart = fromApart;
         LumPalIo::SetFaultHookForTest(Hook);
     }
 
 private:
     static bool Hook(const char* operation, const char* path) {
+        const std::string_view place = path;
+        if (apart && std::string_view(operation) == "rename" && place.find("/conf_tmp/") != place.npos) return true;
         if (--left > 0) return false;
         if (tears && std::string_view(operation) == "write") Tear(path);
         _exit(kCode);
@@ -89,6 +95,7 @@ private:
 
     inline static int left = 0;
     inline static bool tears = false;
+    inline static bool apart = false;
 };
 
 /// Does the action in a process that ends before its n-th file operation. @return false when there were fewer

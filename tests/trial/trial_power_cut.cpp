@@ -2,12 +2,10 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <linux/ioctl.h>
-#include <sched.h>
 #include <sys/ioctl.h>
-#include <sys/mount.h>
 
 #include "ForkedProcess.h"
-#include "LumPalConfig.h"
+#include "Mounts.h"
 #include "StoreChanges.h"
 
 namespace {
@@ -27,10 +25,7 @@ void Run(const std::string& command) {
 class Disk {
 public:
     Disk() : folder("/dev/shm/lumpower-XXXXXX") {
-        // The mounts end with this process, whatever becomes of it.
-        if (unshare(CLONE_NEWNS) != 0 || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
-            throw std::runtime_error("this trial needs root: it mounts a file system of its own");
-        }
+        MakeMountsPrivate();
         if (!mkdtemp(folder.data())) throw std::runtime_error("cannot make a folder");
         fs::create_directory(Mounted());
         Run("truncate -s 16M " + folder + "/empty && mkfs.ext4 -q " + folder + "/empty");

@@ -86,9 +86,7 @@ protected:
         InstallNew(node);
         return StoreOf(node);
     }
-    Faults Arm(const PolicyNode& node, int nth) const {
-        return Faults(nth, GetParam().mode, GetParam().apart ? node.InstallFolder() : "");
-    }
+    Faults Arm(int nth) const { return Faults(nth, GetParam().mode, GetParam().apart); }
 
     const Policies policies;
 };
@@ -114,7 +112,7 @@ TEST_P(InstallFault, LeavesTheOldOrTheNewPolicyAndAnErrorAndTheNextInstallIsComp
             std::string error, failed;
             bool fired = false, changed = false;
             {
-                Faults faults = Arm(node, nth);
+                Faults faults = Arm(nth);
                 try {
                     InstallNew(node);
                 } catch (const LumPalMsg::Exception_t& e) {

@@ -57,31 +57,45 @@ int FoundTree(const std::string& base, const std::string& root, const StoreChang
     return code >= 100 ? code - 100 : -1;
 }
 
-TEST_P(StoreCrash, AKillAtAnyOperationLeavesTheOldPolicyOrTheNewOneAndNothingElse) {
-    const StoreChangeCase& change = GetParam();
+/// @param apart  whether the store is another file system than the folders that policies come from
+void KillAtEachOperation(const Folder& folder, const StoreChangeCase& change, bool apart) {
+    const std::string node = folder.Path() + "/node";
     bool newSeen = false;
     ForEachFault([&](int nth) {
-        fs::remove_all(Node());
-        InProcess([&] { PrepareNode(Node(), change); });
+        fs::remove_all(node);
+        InProcess([&] { PrepareNode(node, change); });
         ForkedProcess killed([&] {
-            NodeAt node(Node());
-            CrashingOperations::Start(nth, false);
-            change.action(node);
+            NodeAt running(node);
+            CrashingOperations::Start(nth, false, apart);
+            change.action(running);
             LumPalIo::SetFaultHookForTest(nullptr);
         });
         const int code = killed.Wait();
         EXPECT_TRUE(code == 0 || code == CrashingOperations::kCode) << code;
         SCOPED_TRACE("killed before operation " + std::to_string(nth));
-        const int tree = FoundTree(folder.Path(), Node(), change);
+        const int tree = FoundTree(folder.Path(), node, change);
         EXPECT_GE(tree, 0);
         const int last = static_cast<int>(change.steps.empty() ? 1 : change.steps.size());
         if (code == 0) {
             EXPECT_EQ(tree, last) << "what was answered is there";
         }
         newSeen = newSeen || tree == last;
-        return code == CrashingOperations::kCode && !HasFailure();
+        return code == CrashingOperations::kCode && !testing::Test::HasFailure();
     });
     EXPECT_TRUE(newSeen);
+}
+
+TEST_P(StoreCrash, AKillAtAnyOperationLeavesTheOldPolicyOrTheNewOneAndNothingElse) {
+    KillAtEachOperation(folder, GetParam(), false);
+}
+
+TEST(StoreCrash, AKillBetweenTwoFileSystemsLeavesTheOldPolicyOrTheNewOneAndNothingElse) {
+    const Folder folder;
+    for (const StoreChangeCase& change : AllStoreChanges()) {
+        if (change.what != std::string("an update") && change.what != std::string("a disable")) continue;
+        SCOPED_TRACE(change.what);
+        KillAtEachOperation(folder, change, true);
+    }
 }
 
 TEST_P(StoreCrash, BeforeTheAnswerAllThatItPromisesIsFlushed) {

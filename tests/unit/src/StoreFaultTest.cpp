@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <sstream>
 
 #include "CapturedLog.h"
 #include "Faults.h"
@@ -55,6 +56,24 @@ bool IsWhole(PolicyNode& node, const TestPolicy& policy) {
         if (node.InstalledContent(folder + name) != content) return false;
     }
     return node.Get(policy.id.c_str()).GetVersion() == LumPalStr::String_t::FromUtf8(policy.version);
+}
+
+/// The policy whose change is recorded as not finished; empty for none.
+std::string RecordedPolicy(const PolicyNode& node) {
+    std::ifstream record(node.Root().Native() + "/spool/store.change");
+    std::string line;
+    std::getline(record, line);
+    std::getline(record, line);
+    return line.substr(line.rfind('\t') + 1);
+}
+
+std::string Without(const std::string& id, const std::string& ids) {
+    std::istringstream words(ids);
+    std::string left;
+    for (std::string word; words >> word;) {
+        if (word != id) left += (left.empty() ? "" : " ") + word;
+    }
+    return left;
 }
 
 class StoreFault : public testing::TestWithParam<FaultMode> {};
@@ -112,10 +131,12 @@ TEST_P(StoreFault, ARemoveSaysWhatItCouldNotDeleteAndTheCacheHoldsWhatTheDiskHol
         for (const std::string& file : node.Installed()) {
             EXPECT_NE(error.find("/" + file + "'"), std::string::npos) << file << " stays and is not named";
         }
+        // A disk that went away behind the record keeps it, and so the next start does what was asked for.
+        const std::string recorded = RecordedPolicy(node);
         node.Restart();
-        EXPECT_EQ(node.Ids(), left);
+        EXPECT_EQ(node.Ids(), Without(recorded, left));
         // What was deleted before is missing now; the policies go nevertheless.
-        if (!left.empty()) ErrorOf([&] { node.Remove(Selection()); });
+        if (!node.Ids().empty()) ErrorOf([&] { node.Remove(Selection()); });
         EXPECT_EQ(node.Ids(), "");
         node.Install(Policy("a", "x"));
         EXPECT_TRUE(IsWhole(node, Policy("a", "x")));
