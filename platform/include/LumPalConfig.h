@@ -121,6 +121,9 @@ public:
     /// "policy_settings.ini". After success the batch is empty again.
     /// @throws LumPalIo::IOException_t, LumPalCfgFile::SyntaxException_t
     void Apply();
+    /// Deletes what updates that were killed have left aside in the node's databases. An update that is being applied
+    /// is left alone. For a daemon that starts; an update does it for its own database. Never throws.
+    static void RemoveLeftAside() noexcept;
 
 private:
     struct Impl;

@@ -82,6 +82,10 @@ void Sync(const char* action, const String_t& path) {
     if (!File_t(path).Sync()) ThrowSystemError(action, path, errno);
 }
 
+String_t Aside(const String_t& folder, const String_t& name) {
+    return folder + name + ".tmp";
+}
+
 }  // namespace
 
 FileIdentity IdentityOf(const String_t& path) {
@@ -102,7 +106,7 @@ FileSnapshot ReadSnapshot(const String_t& path) {
 }
 
 void ReplaceFile(const String_t& folder, const String_t& name, const LumPalArray::CharArray_t& bytes) {
-    const String_t aside = folder + name + ".tmp";
+    const String_t aside = Aside(folder, name);
     try {
         LumPalIo::FileOutputStream_t stream(aside);
         stream.Write(bytes);
@@ -117,6 +121,16 @@ void ReplaceFile(const String_t& folder, const String_t& name, const LumPalArray
     Sync("Cannot flush folder", folder);
 }
 
+bool IsLeftAside(const String_t& folder, const String_t& name) {
+    struct stat status {};
+    const LumPalIo::NativePath native(Aside(folder, name));
+    return native.IsUsable() && lstat(native.CStr(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+void RemoveLeftAside(const String_t& folder, const String_t& name) {
+    if (IsLeftAside(folder, name)) File_t(Aside(folder, name)).Delete();
+}
+
 void PromoteFile(const String_t& folder, const String_t& from, const String_t& to) {
     const String_t path = folder + from;
     if (!File_t(path).SetMode(FileMode)) ThrowSystemError("Cannot set the mode of file", path, errno);
@@ -125,14 +139,15 @@ void PromoteFile(const String_t& folder, const String_t& from, const String_t& t
     Sync("Cannot flush folder", folder);
 }
 
-FolderLock::FolderLock(const String_t& folder) {
+FolderLock::FolderLock(const String_t& folder, IfHeld ifHeld) {
     if (!File_t(folder).Mkdirs()) ThrowSystemError("Cannot make folder", folder, errno);
     const auto file = std::make_shared<Descriptor>(folder + LockName, O_RDWR | O_CREAT, FileMode);
     if (file->Get() < 0) file->Fail("Cannot open lock file");
     int outcome;
     do {
-        outcome = flock(file->Get(), LOCK_EX);
+        outcome = flock(file->Get(), ifHeld == IfHeld::Wait ? LOCK_EX : LOCK_EX | LOCK_NB);
     } while (outcome != 0 && errno == EINTR);
+    if (outcome != 0 && errno == EWOULDBLOCK) return;
     if (outcome != 0) file->Fail("Cannot lock file");
     descriptor = file;
 }

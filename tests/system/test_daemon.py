@@ -281,6 +281,23 @@ class Roots(DaemonTest):
         self.assertEqual(tree(node.store), stored)
         self.assertEqual([policy["id"] for policy in node.list()], ["a"])
 
+    def test_a_restart_removes_what_killed_programs_left_aside_and_no_more(self):
+        node = self.node()
+        self.install(node, "a")
+        self.assertEqual(node.stop(signal.SIGKILL), -signal.SIGKILL)
+        left = ["etc/local.secret.aB3dE6", "etc/pal/config/local_settings.ini.tmp",
+                "etc/pal/config/package/local_settings.ini.tmp", "conf/conf/lum_policies.txt.tmp"]
+        mine = ["etc/local.secret.aB3dE", "etc/local.secret.aB3-E6", "etc/local.secret~",
+                "etc/pal/config/policy_settings.ini.tmp", "etc/pal/config/mine.ini.tmp", "conf/conf/mine.tmp",
+                "etc/mine.tmp"]
+        for name in left + mine:
+            (node.root / name).parent.mkdir(parents=True, exist_ok=True)
+            (node.root / name).write_text("mine")
+        node.start()
+        self.assertEqual([name for name in left if (node.root / name).exists()], [])
+        self.assertEqual([(node.root / name).read_text() for name in mine], ["mine"] * len(mine))
+        self.assertEqual([policy["id"] for policy in node.list()], ["a"])
+
     def test_an_incoming_folder_that_is_a_link_is_not_followed(self):
         node = self.node(start=False)
         outside = node.folder / "outside"

@@ -33,8 +33,8 @@ void AddRights(CLI::App& app, Actions& actions);
 std::vector<LumSecCore::X509Certificate> ReadCertificates(const std::string& path);
 /// A file of reasonable size as a whole. @throws LumPalIo::IOException_t naming it, also for a larger one
 LumPalArray::CharArray_t ReadFile(const std::string& path);
-/// Puts a file in the place of another one: written aside, flushed, renamed. Missing folders are made for the owner
-/// alone. After a failure the old file stands. @throws LumPalIo::IOException_t
+/// Puts a file in the place of another one, as LumPalIo::ReplaceFile: it is on the disk once this returns. Missing
+/// folders are made for the owner alone. @throws LumPalIo::IOException_t
 void ReplaceFile(const LumPalIo::File_t& file, const LumPalArray::CharArray_t& bytes, unsigned mode);
 /// As above, but never over an existing file. @throws LumPalMsg::RuntimeException_t
 void CreateFile(const LumPalIo::File_t& file, const LumPalArray::CharArray_t& bytes, unsigned mode);
@@ -48,7 +48,8 @@ void InstallPair(const LumPalStr::String_t& coreId, const LumPalArray::CharArray
 /// place. Does nothing otherwise. @throws LumPalIo::IOException_t
 void FinishInstallation(const LumPalStr::String_t& coreId);
 
-/// Held by whoever reads something of the node in order to change it; the next one waits.
+/// Held by whoever reads something of the node in order to change it; the next one waits. Who takes it deletes what
+/// runs that were killed have left aside in the node's folders.
 class ChangeLock {
 public:
     /// @throws LumPalIo::IOException_t, LumPalMsg::RuntimeException_t when the node belongs to another user, who could
