@@ -36,6 +36,9 @@ FileSnapshot ReadSnapshot(const LumPalStr::String_t& path);
 /// @throws LumPalIo::IOException_t
 void ReplaceFile(const LumPalStr::String_t& folder, const LumPalStr::String_t& name,
                  const LumPalArray::CharArray_t& bytes);
+/// Forces a file, if it is there, and its folder to the disk: what an earlier change put there is not, when that one's
+/// last step failed. @throws LumPalIo::IOException_t
+void FlushFile(const LumPalStr::String_t& folder, const LumPalStr::String_t& name);
 /// Whether ReplaceFile has left `name` aside in a process that was killed, or is at work in another one.
 bool IsLeftAside(const LumPalStr::String_t& folder, const LumPalStr::String_t& name);
 /// Deletes what IsLeftAside finds. The caller holds the folder's lock, so that nobody is at work. What is no regular

@@ -160,14 +160,15 @@ void ChangeLocalSettings(const String_t& folder, const std::vector<ConfigChange>
     for (const ConfigChange& change : changes) Make(change, group);
     const LumPalArray::CharArray_t bytes = Serialize(group);
     // Nobody is woken for a change that changes nothing.
-    if (!(bytes == file.bytes)) ReplaceFile(folder, LocalFile, bytes);
+    if (bytes == file.bytes) return FlushFile(folder, LocalFile);
+    ReplaceFile(folder, LocalFile, bytes);
 }
 
 void TakePolicySettingsOver(const String_t& folder) {
     const FolderLock lock(folder);
     RemoveLeftAside(folder, LocalFile);
     const FileSnapshot file = ReadSnapshot(folder + NewPolicyFile);
-    if (!file.identity.exists) return;
+    if (!file.identity.exists) return FlushFile(folder, PolicyFile);
     ConfigGroup_t group;
     Parse(file, folder + NewPolicyFile, group);
     PromoteFile(folder, NewPolicyFile, PolicyFile);

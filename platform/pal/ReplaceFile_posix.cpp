@@ -11,7 +11,7 @@
 
 #include "Descriptor_posix.h"
 #include "Fault.h"
-#include "LumPalReplace.h"
+#include "LumPalDurable.h"
 #include "NativePath_posix.h"
 #include "SystemError.h"
 
@@ -92,14 +92,15 @@ bool BearsThePattern(const String_t& name, const String_t& prefix) {
            text.find_first_not_of(kLettersAndDigits, prefix.GetLength()) == text.npos;
 }
 
-void DeleteUnlessHeld(const File_t& left) {
+/// @return whether it was deleted
+bool DeleteUnlessHeld(const File_t& left) {
     const NativePath native(left.ToString());
     struct stat status {};
-    if (!native.IsUsable() || lstat(native.CStr(), &status) != 0) return;
-    if (!S_ISREG(status.st_mode) || status.st_uid != geteuid()) return;
+    if (!native.IsUsable() || lstat(native.CStr(), &status) != 0) return false;
+    if (!S_ISREG(status.st_mode) || status.st_uid != geteuid()) return false;
     const LumPal::Descriptor file(open(native.CStr(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
-    if (!file.IsOpen() || Lock(file.Get(), LOCK_EX | LOCK_NB) != 0) return;
-    if (!FaultAt("unlink", native.CStr())) unlink(native.CStr());
+    if (!file.IsOpen() || Lock(file.Get(), LOCK_EX | LOCK_NB) != 0) return false;
+    return !FaultAt("unlink", native.CStr()) && unlink(native.CStr()) == 0;
 }
 
 File_t FolderOf(const File_t& file) {
@@ -119,15 +120,17 @@ void ReplaceFile(const File_t& file, const String_t& prefix, const LumPalArray::
     aside.Write(bytes.GetData(), bytes.GetLength());
     aside.Finish(mode);
     aside.TakeThePlaceOf(file);
-    if (!folder.Sync()) ThrowSystemError("Cannot flush folder", folder.ToString(), errno);
+    Flush(folder);
 }
 
 void RemoveLeftAside(const File_t& folder, const String_t& prefix) noexcept try {
+    bool deleted = false;
     DirLister_t lister(folder);
     while (lister.Next()) {
         const File_t file = lister.GetCurrentFile();
-        if (BearsThePattern(file.GetName(), prefix)) DeleteUnlessHeld(file);
+        if (BearsThePattern(file.GetName(), prefix)) deleted = DeleteUnlessHeld(file) || deleted;
     }
+    if (deleted) folder.Sync();  // what comes back after a power cut goes the next time
 } catch (const std::exception&) {
     // A folder that cannot be listed, or no memory: what is left does no harm.
 }

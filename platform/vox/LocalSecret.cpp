@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <array>
 
-#include "LumPalReplace.h"
+#include "LumPalDurable.h"
 #include "LumPalRuntime.h"
 
 namespace LumVoxMsg {

@@ -56,7 +56,7 @@ void Write(const String_t& name) {
     Dump(aside);
     if (!aside.Sync()) Fail("The file '%1' cannot be forced to the disk.", aside);
     if (!aside.RenameTo(file)) Fail("The file '%1' cannot be replaced.", file);
-    folder.Sync();
+    if (!folder.Sync()) Fail("The folder '%1' cannot be forced to the disk.", folder);
 }
 
 void Say(const String_t& name, const LumPalMsg::MessageList_t& reason) {

@@ -2,7 +2,7 @@
 #include <iostream>
 
 #include "LumCtrl.h"
-#include "LumPalReplace.h"
+#include "LumPalDurable.h"
 #include "LumPalRuntime.h"
 #include "LumSecPki.h"
 #include "common/Arguments.h"
@@ -74,6 +74,12 @@ void ReplaceFile(const File_t& file, const CharArray_t& bytes, unsigned mode) {
     } catch (const LumPalIo::IOException_t& e) {
         CannotWrite(file, e.GetMessageList());
     }
+}
+
+void FlushWithFolder(const File_t& file) {
+    if (file.Exists()) LumPalIo::Flush(file);
+    const File_t folder = File_t(file.GetAbsolutePath()).GetParentFile();
+    if (folder.Exists()) LumPalIo::Flush(folder);
 }
 
 void CreateFile(const File_t& file, const CharArray_t& bytes, unsigned mode) {

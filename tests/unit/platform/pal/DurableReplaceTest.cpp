@@ -1,5 +1,5 @@
 // Whole files in the place of others, and what killed processes leave of that.
-#include "LumPalReplace.h"
+#include "LumPalDurable.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
