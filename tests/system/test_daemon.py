@@ -4,6 +4,7 @@ import hashlib
 import os
 import pathlib
 import re
+import resource
 import signal
 import socket
 import subprocess
@@ -297,6 +298,24 @@ class Roots(DaemonTest):
         self.assertEqual([name for name in left if (node.root / name).exists()], [])
         self.assertEqual([(node.root / name).read_text() for name in mine], ["mine"] * len(mine))
         self.assertEqual([policy["id"] for policy in node.list()], ["a"])
+
+    def test_an_audit_log_without_room_holds_nothing_up_and_tells_later_what_it_lost(self):
+        node = self.node()
+        self.install(node, "a")
+        with open(node.root / "log/conf.server.audit.log", "ab") as log:
+            log.write(b"x" * (1 << 20) + b"\n")
+            full = log.tell() + 10
+        unlimited = resource.prlimit(node.daemon.pid, resource.RLIMIT_FSIZE)
+        resource.prlimit(node.daemon.pid, resource.RLIMIT_FSIZE, (full, unlimited[1]))
+        self.assertEqual(self.install(node, "b").code, DONE)
+        self.assertEqual([policy["id"] for policy in node.list()], ["b"])
+        resource.prlimit(node.daemon.pid, resource.RLIMIT_FSIZE, unlimited)
+        self.assertEqual([policy["id"] for policy in node.list()], ["b"])
+        *_, cut, notice, last = node.audit()
+        self.assertEqual(len(cut), 10)
+        self.assertRegex(notice, r" ERROR [2-9] line\(s\) of this log were lost since .* \| Cannot write log file")
+        self.assertIn("Success Audit: LIST", last)
+        self.assertIn("A line of the log of 'lumconfd' was lost.", node.log)
 
     def test_an_incoming_folder_that_is_a_link_is_not_followed(self):
         node = self.node(start=False)
