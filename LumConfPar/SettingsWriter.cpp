@@ -5,6 +5,7 @@
 #include "DirectoryImpl.h"
 #include "FilePermission.h"
 #include "LumPalCfgFile.h"
+#include "LumPalDurable.h"
 #include "LumPalIo.h"
 #include "Messages.h"
 #include "Names.h"
@@ -91,13 +92,16 @@ bool AreEqual(const File_t& oldFile, const File_t& newFile) {
     }
 }
 
-/// Brings a written file into force, unless it says what is in force already.
+/// Brings a written file into force, unless it says what is in force already. That is on the disk too, even when the
+/// last step that put it there failed.
 void Merge(ConfigUpdate_t& update, const File_t& oldFile, const File_t& newFile) {
     if (!AreEqual(oldFile, newFile)) return update.Apply();
     LUMCONF_TRACE(trace::Config,
                   "Policy settings file does not need to be merged (no update trigger neccessary). "
                   "Both policy files are equal.");
     Delete(newFile);
+    LumPalIo::Flush(oldFile);
+    LumPalIo::Flush(oldFile.GetParentFile());
 }
 
 }  // namespace

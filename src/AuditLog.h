@@ -45,7 +45,8 @@ private:
 
 /// Writes one line for each policy that an operation touched, or for the operation, to "conf.server.audit.log".
 /// The operator turns it on (AUDIT_LOGGING) and may limit it to failures (AUDIT_LOG_MODE); operations of the cluster
-/// monitor are never written. A log that cannot be opened is only traced. Any thread; one mutex is held for each line.
+/// monitor are never written. A log that cannot be opened is only traced; what one that can be has no room for is
+/// counted and told (LumPalLog::Log_t). Any thread; one mutex is held for each line.
 class AuditLog final : public AuditChangeHandler {
 public:
     using ChangeHandler = AuditChangeHandler;

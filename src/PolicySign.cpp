@@ -5,6 +5,7 @@
 #include "Exceptions.h"
 #include "LumPalCodeset.h"
 #include "LumPalConfig.h"
+#include "LumPalDurable.h"
 #include "LumPalXml.h"
 #include "LumSecCore.h"
 #include "Messages.h"
@@ -132,22 +133,26 @@ CharArray_t EncodeCertificate(const Signer& signer) {
 
 void Rewrite(const File_t& from, const File_t& to, const PolicyHeaderImpl& source) {
     try {
-        LumPalIo::BufferedOutputStream_t stream{LumPalIo::FileOutputStream_t(to)};
+        LumPalIo::FileOutputStream_t file(to);
+        LumPalIo::BufferedOutputStream_t stream{file};
         const LumPalXml::XmlWriter_t writer(
             stream, LumPalXml::XmlWriter_t::Options_t().Encoding(LumPalCodeset::Codeset_t(names::Utf8)).Indent(0));
         PolicyXmlHandler handler;
         handler.StartRewriting(writer, &source);
         PolicyXmlParser::Parse(from, handler);
+        stream.Flush();
+        file.Sync();
         stream.Close();
     } catch (const Exception_t& e) {
         throw Because<PolicyFileException>(msg::SignNewFileNotWritten, to.GetAbsolutePath(), e);
     }
 }
 
-/// The document keeps its place, its owner and its mode. After a failure the temporary file, which is named, holds
-/// the whole of it.
+/// The document keeps its place, its owner and its mode. After a failure, and after a power cut on the way, the
+/// temporary file, which is named, holds the whole of it; when that one is gone, the document does.
 void CopyOver(const File_t& from, const File_t& to) {
     try {
+        LumPalIo::Flush(from.GetParentFile());
         LumPalIo::FileInputStream_t input(from);
         LumPalIo::FileOutputStream_t output(to);
         CharArray_t block(kBlockBytes);
@@ -158,7 +163,7 @@ void CopyOver(const File_t& from, const File_t& to) {
         output.Sync();
         output.Close();
         input.Close();
-        from.Delete();
+        if (from.Delete()) LumPalIo::Flush(from.GetParentFile());
     } catch (const RuntimeException_t& e) {
         throw Because<LumPalIo::IOException_t>(msg::SignHeaderNotCopied, from.GetAbsolutePath(), to.GetAbsolutePath(),
                                                e);

@@ -100,6 +100,7 @@ int Run(const LumPalRuntime::Signals_t& signals) {
     const String_t logDirectory = Dir_t::Path(LumPalRuntime::LogDir);
     LumPalIo::File_t(logDirectory).Mkdirs();
     LumPalLog::SetApplicationLogFile(logDirectory + "lumconfd.log");
+    LumPalConfig::ConfigUpdate_t::RemoveLeftAside();
     return Serve(signals);
 }
 

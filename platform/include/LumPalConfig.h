@@ -118,9 +118,14 @@ public:
     void ClearNamespace(const LumPalStr::String_t& nameSpace);
     /// Writes aside, flushes and renames under a lock file shared by all processes. A batch without any
     /// call takes "new_policy_settings.ini" of the database's folder, if it is there, over as
-    /// "policy_settings.ini". After success the batch is empty again.
+    /// "policy_settings.ini". After success what was asked for is on the disk, also when it stood there
+    /// before, and the batch is empty again. After a failure the old settings stand, but when only the
+    /// folder cannot be flushed the new ones do.
     /// @throws LumPalIo::IOException_t, LumPalCfgFile::SyntaxException_t
     void Apply();
+    /// Deletes what updates that were killed have left aside in the node's databases. An update that is being applied
+    /// is left alone. For a daemon that starts; an update does it for its own database. Never throws.
+    static void RemoveLeftAside() noexcept;
 
 private:
     struct Impl;

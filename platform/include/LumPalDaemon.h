@@ -35,7 +35,8 @@ enum class Signal_e {
     Reload  ///< SIGHUP
 };
 
-/// Takes SIGTERM, SIGINT and SIGHUP out of their default ways and hands them out one at a time; SIGPIPE is ignored.
+/// Takes SIGTERM, SIGINT and SIGHUP out of their default ways and hands them out one at a time. SIGPIPE and SIGXFSZ
+/// (a file has reached its limit) are ignored: the write that raises them fails, and is told like any other.
 /// To be made by main before other threads run; one per process.
 class LUMPAL_API Signals_t {
 public:

@@ -26,14 +26,21 @@ enum LogOptions_e : unsigned {
 /// A message without severity shows "-". Control characters (C0, DEL, C1), line and paragraph
 /// separators and bidirectional controls of a text are escaped as \xNN and \uNNNN, so that no
 /// name forges a line. Each message is appended in one write. Nothing is thrown for a line that
-/// cannot be written: that is said in the application log. A file that was taken away or renamed
-/// by somebody else is made again.
+/// cannot be written, as on a full disk: that is said in the application log, and the next line that
+/// can be written stands behind one that tells how many were lost, since when and why:
+///
+///     2024-02-29T08:07:12.004+01:00 ERROR 3 line(s) of this log were lost since 2024-02-29T08:05:01.250+01:00. | ...
+///
+/// What arrived of a line that was cut stays on a line of its own. A file that was taken away or
+/// renamed by somebody else is made again.
 /// Any thread. A handle; undefined when it could not be opened, and then writes nothing.
 class LUMPAL_API Log_t {
 public:
     Log_t();
     /// Opens `directory`/`name` for appending; a directory that is not there is made. A failure, and
-    /// anything there that is no regular file, leaves the log undefined and is said in the application log.
+    /// anything there that is no regular file, is said in the application log. It leaves the log undefined
+    /// unless it may pass by itself (no room, a disk that cannot be written, no descriptors): then each
+    /// line tries anew, and those until then are lost as above.
     /// @param component  who writes: named in what the application log says about this log
     Log_t(const LumPalStr::String_t& directory, const LumPalStr::String_t& name, const LumPalStr::String_t& component,
           unsigned options);

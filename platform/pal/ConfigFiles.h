@@ -32,21 +32,32 @@ FileIdentity IdentityOf(const LumPalStr::String_t& path);
 FileSnapshot ReadSnapshot(const LumPalStr::String_t& path);
 
 /// Puts a file with these bytes in the place of `path`: written aside, flushed, renamed, the folder
-/// flushed. After a failure the old file stands. The caller holds the folder's lock.
+/// flushed. After a failure the old file stands. The caller holds the folder's lock. Aside means `name`.tmp.
 /// @throws LumPalIo::IOException_t
 void ReplaceFile(const LumPalStr::String_t& folder, const LumPalStr::String_t& name,
                  const LumPalArray::CharArray_t& bytes);
+/// Forces a file, if it is there, and its folder to the disk: what an earlier change put there is not, when that one's
+/// last step failed. @throws LumPalIo::IOException_t
+void FlushFile(const LumPalStr::String_t& folder, const LumPalStr::String_t& name);
+/// Whether ReplaceFile has left `name` aside in a process that was killed, or is at work in another one.
+bool IsLeftAside(const LumPalStr::String_t& folder, const LumPalStr::String_t& name);
+/// Deletes what IsLeftAside finds. The caller holds the folder's lock, so that nobody is at work. What is no regular
+/// file stays.
+void RemoveLeftAside(const LumPalStr::String_t& folder, const LumPalStr::String_t& name);
 /// Renames a finished file of the folder over another one, with the same promise.
 void PromoteFile(const LumPalStr::String_t& folder, const LumPalStr::String_t& from, const LumPalStr::String_t& to);
 
 /// Holds the folder's lock file, against other threads and other processes, for a scope.
 class FolderLock {
 public:
-    /// Makes the folder when it is not there, and waits for the lock.
+    enum class IfHeld { Wait, GiveUp };
+    /// Makes the folder when it is not there, and takes the lock.
     /// @throws LumPalIo::IOException_t
-    explicit FolderLock(const LumPalStr::String_t& folder);
+    explicit FolderLock(const LumPalStr::String_t& folder, IfHeld ifHeld = IfHeld::Wait);
     FolderLock(const FolderLock&) = delete;
     FolderLock& operator=(const FolderLock&) = delete;
+    /// False when somebody else holds it and it was not waited for.
+    bool IsTaken() const noexcept { return static_cast<bool>(descriptor); }
 
 private:
     std::shared_ptr<void> descriptor;

@@ -8,6 +8,7 @@
 
 #include "ConfigFiles.h"
 #include "Fault.h"
+#include "LumPalDurable.h"
 #include "LumPalIo.h"
 #include "NativePath_posix.h"
 #include "SystemError.h"
@@ -74,12 +75,16 @@ LumPalArray::CharArray_t ReadAll(const Descriptor& file, std::size_t expected) {
     return bytes;
 }
 
+void SetMode(const String_t& path) {
+    if (!File_t(path).SetMode(FileMode)) ThrowSystemError("Cannot set the mode of file", path, errno);
+}
+
 void Rename(const String_t& from, const String_t& to) {
     if (!File_t(from).RenameTo(File_t(to))) ThrowSystemError("Cannot replace file", to, errno);
 }
 
-void Sync(const char* action, const String_t& path) {
-    if (!File_t(path).Sync()) ThrowSystemError(action, path, errno);
+String_t Aside(const String_t& folder, const String_t& name) {
+    return folder + name + ".tmp";
 }
 
 }  // namespace
@@ -102,37 +107,55 @@ FileSnapshot ReadSnapshot(const String_t& path) {
 }
 
 void ReplaceFile(const String_t& folder, const String_t& name, const LumPalArray::CharArray_t& bytes) {
-    const String_t aside = folder + name + ".tmp";
+    const String_t aside = Aside(folder, name);
     try {
         LumPalIo::FileOutputStream_t stream(aside);
         stream.Write(bytes);
+        SetMode(aside);
         stream.Sync();
         stream.Close();
-        if (!File_t(aside).SetMode(FileMode)) ThrowSystemError("Cannot set the mode of file", aside, errno);
         Rename(aside, folder + name);
     } catch (...) {
         File_t(aside).Delete();
         throw;
     }
-    Sync("Cannot flush folder", folder);
+    LumPalIo::Flush(folder);
+}
+
+void FlushFile(const String_t& folder, const String_t& name) {
+    const File_t file(folder + name);
+    if (file.Exists()) LumPalIo::Flush(file);
+    LumPalIo::Flush(folder);
+}
+
+bool IsLeftAside(const String_t& folder, const String_t& name) {
+    struct stat status {};
+    const LumPalIo::NativePath native(Aside(folder, name));
+    return native.IsUsable() && lstat(native.CStr(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+void RemoveLeftAside(const String_t& folder, const String_t& name) {
+    // What comes back after a power cut goes the next time.
+    if (IsLeftAside(folder, name) && File_t(Aside(folder, name)).Delete()) File_t(folder).Sync();
 }
 
 void PromoteFile(const String_t& folder, const String_t& from, const String_t& to) {
     const String_t path = folder + from;
-    if (!File_t(path).SetMode(FileMode)) ThrowSystemError("Cannot set the mode of file", path, errno);
-    Sync("Cannot flush file", path);
+    SetMode(path);
+    LumPalIo::Flush(path);
     Rename(path, folder + to);
-    Sync("Cannot flush folder", folder);
+    LumPalIo::Flush(folder);
 }
 
-FolderLock::FolderLock(const String_t& folder) {
+FolderLock::FolderLock(const String_t& folder, IfHeld ifHeld) {
     File_t(folder).MakeFolders();
     const auto file = std::make_shared<Descriptor>(folder + LockName, O_RDWR | O_CREAT, FileMode);
     if (file->Get() < 0) file->Fail("Cannot open lock file");
     int outcome;
     do {
-        outcome = flock(file->Get(), LOCK_EX);
+        outcome = flock(file->Get(), ifHeld == IfHeld::Wait ? LOCK_EX : LOCK_EX | LOCK_NB);
     } while (outcome != 0 && errno == EINTR);
+    if (outcome != 0 && errno == EWOULDBLOCK) return;
     if (outcome != 0) file->Fail("Cannot lock file");
     descriptor = file;
 }

@@ -107,6 +107,15 @@ void Make(const ConfigChange& change, ConfigGroup_t& group) {
     }
 }
 
+/// Whoever holds the lock lives, and tidies up himself.
+void Tidy(const String_t& folder) noexcept try {
+    if (!IsLeftAside(folder, LocalFile)) return;
+    const FolderLock lock(folder, FolderLock::IfHeld::GiveUp);
+    if (lock.IsTaken()) RemoveLeftAside(folder, LocalFile);
+} catch (const std::exception&) {
+    // What is left is never read, and goes with the next change of the database.
+}
+
 }  // namespace
 
 String_t DatabaseFolder(const String_t& package) {
@@ -144,22 +153,37 @@ Configuration_t CopyOfNamespace(const ConfigGroup_t& group, const String_t& name
 
 void ChangeLocalSettings(const String_t& folder, const std::vector<ConfigChange>& changes) {
     const FolderLock lock(folder);
+    RemoveLeftAside(folder, LocalFile);
     const FileSnapshot file = ReadSnapshot(folder + LocalFile);
     ConfigGroup_t group;
     Parse(file, folder + LocalFile, group);
     for (const ConfigChange& change : changes) Make(change, group);
     const LumPalArray::CharArray_t bytes = Serialize(group);
     // Nobody is woken for a change that changes nothing.
-    if (!(bytes == file.bytes)) ReplaceFile(folder, LocalFile, bytes);
+    if (bytes == file.bytes) return FlushFile(folder, LocalFile);
+    ReplaceFile(folder, LocalFile, bytes);
 }
 
 void TakePolicySettingsOver(const String_t& folder) {
     const FolderLock lock(folder);
+    RemoveLeftAside(folder, LocalFile);
     const FileSnapshot file = ReadSnapshot(folder + NewPolicyFile);
-    if (!file.identity.exists) return;
+    if (!file.identity.exists) return FlushFile(folder, PolicyFile);
     ConfigGroup_t group;
     Parse(file, folder + NewPolicyFile, group);
     PromoteFile(folder, NewPolicyFile, PolicyFile);
+}
+
+void TidyDatabases() noexcept try {
+    const String_t folder = DatabaseFolder(String_t::Null());
+    Tidy(folder);
+    LumPalIo::DirLister_t lister{File_t(folder)};
+    while (lister.Next()) {
+        const File_t package = lister.GetCurrentFile();
+        if (IsPackageName(package.GetName()) && package.IsDirectory()) Tidy(package.ToString() + File_t::Separator());
+    }
+} catch (const std::exception&) {
+    // A node without settings, or a folder that cannot be listed.
 }
 
 }  // namespace LumPalConfig

@@ -46,4 +46,7 @@ void ChangeLocalSettings(const LumPalStr::String_t& folder, const std::vector<Co
 /// when they are broken. Throws as ChangeLocalSettings.
 void TakePolicySettingsOver(const LumPalStr::String_t& folder);
 
+/// See ConfigUpdate_t::RemoveLeftAside.
+void TidyDatabases() noexcept;
+
 }  // namespace LumPalConfig

@@ -73,6 +73,10 @@ void ConfigUpdate_t::ClearNamespace(const String_t& nameSpace) {
     impl->hasLocal = true;
 }
 
+void ConfigUpdate_t::RemoveLeftAside() noexcept {
+    TidyDatabases();
+}
+
 void ConfigUpdate_t::Apply() {
     if (impl->hasLocal)
         ChangeLocalSettings(impl->folder, impl->changes);

@@ -68,6 +68,7 @@ Signals_t::Signals_t() {
     const sigset_t set = HandledSignals();
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 Signal_e Signals_t::Wait() const {

@@ -1,6 +1,7 @@
 #include <mutex>
 
 #include "AppendFile_posix.h"
+#include "LostLines.h"
 #include "LumPalIo.h"
 #include "OwnLog.h"
 
@@ -13,6 +14,7 @@ namespace {
 
 constexpr std::size_t kMaxBytes = 10u << 20;
 constexpr unsigned kOldFiles = 5;
+constexpr char kNotOpened[] = "The log of '%1' could not be opened.";
 
 void SayFailure(const char* text, const String_t& component, const LumPalMsg::Exception_t& reason) {
     CreateError_t message{String_t(text)};
@@ -35,22 +37,51 @@ class OwnLog : public Log_t::Impl {
 public:
     OwnLog(const String_t& path, const String_t& component, unsigned options)
         : component(component), file(path.ToUtf8(), LimitsOf(options)) {
-        file.Open();
+        Open();
     }
     void Write(const LumPalMsg::Message_t& message, DetailStyle style) override {
-        const std::string lines = LogLines(message, style, std::chrono::system_clock::now());
+        const LostLines::Moment now = std::chrono::system_clock::now();
+        const std::string lines = LogLines(message, style, now);
         try {
             const std::lock_guard lock(mutex);
-            file.Append(lines);
+            Append(lines, now);
         } catch (const LumPalMsg::Exception_t& e) {
             SayFailure("A line of the log of '%1' was lost.", component, e);
         }
     }
 
 private:
+    /// What keeps it from being opened now and may pass costs the lines until then, and they are counted.
+    void Open() {
+        try {
+            file.Open();
+        } catch (const LumPalMsg::Exception_t& e) {
+            if (!file.MayOpenLater()) throw;
+            SayFailure(kNotOpened, component, e);
+        }
+    }
+    void Append(const std::string& lines, LostLines::Moment now) {
+        try {
+            TellWhatIsLost(now);
+            file.Append(lines);
+        } catch (const LumPalMsg::Exception_t& e) {
+            lost.Add(now, e.GetMessageList());
+            throw;
+        } catch (...) {
+            lost.Add(now, {});
+            throw;
+        }
+    }
+    void TellWhatIsLost(LostLines::Moment now) {
+        if (!lost.Any()) return;
+        file.Append(LogLines(lost.Notice(), DetailStyle::SameLine, now));
+        lost = {};
+    }
+
     const String_t component;
-    std::mutex mutex;  // guards the file
+    std::mutex mutex;  // guards the file and what it lost
     AppendFile file;
+    LostLines lost;
 };
 
 }  // namespace
@@ -58,11 +89,9 @@ private:
 std::shared_ptr<Log_t::Impl> OpenOwnLog(const String_t& directory, const String_t& name, const String_t& component,
                                         unsigned options) {
     try {
-        const LumPalIo::File_t folder(directory);
-        folder.Mkdirs();  // a failure shows when the file is opened
-        return std::make_shared<OwnLog>(LumPalIo::File_t(folder, name).ToString(), component, options);
+        return std::make_shared<OwnLog>(LumPalIo::File_t(directory, name).ToString(), component, options);
     } catch (const LumPalMsg::Exception_t& e) {
-        SayFailure("The log of '%1' could not be opened.", component, e);
+        SayFailure(kNotOpened, component, e);
         return nullptr;
     }
 }

@@ -6,11 +6,13 @@
 #include <algorithm>
 #include <array>
 
+#include "LumPalDurable.h"
 #include "LumPalRuntime.h"
 
 namespace LumVoxMsg {
 namespace {
 
+constexpr char kAsidePrefix[] = "local.secret.";
 constexpr std::size_t kBytes = 32;
 constexpr std::size_t kDigits = 2 * kBytes;
 
@@ -35,25 +37,17 @@ std::string HeaderValue(std::string_view digits) {
     return std::string(kLocalSecretScheme) + " " + std::string(digits);
 }
 
-LumPalIo::IOException_t Failure(const LumPalIo::File_t& file) {
-    return LumPalIo::IOException_t(LumPalMsg::CreateError_t("Cannot write the node's local secret to '%1'.")
-                                   << file.GetAbsolutePath());
-}
-
-void WriteAll(const LumPalIo::File_t& file, const std::string& text) {
-    LumPalIo::FileOutputStream_t out(file);
-    out.Write(text.data(), text.size());
-    out.Close();
+[[noreturn]] void Fail(const LumPalIo::File_t& file, const LumPalMsg::MessageList_t& reason) {
+    throw LumPalIo::IOException_t(
+        LumPalMsg::CreateError_t("Cannot write the node's local secret to '%1'.").AddDetails(reason)
+        << file.GetAbsolutePath());
 }
 
 /// A reader sees the old file or the whole new one, and nobody else ever may read either.
-void Replace(const LumPalIo::File_t& file, const std::string& text) {
-    const LumPalIo::File_t aside = LumPalIo::File_t::CreateTempFile("local.secret.", file.GetParentFile());
-    WriteAll(aside, text);
-    if (!aside.SetMode(0600) || !aside.RenameTo(file)) {
-        aside.Delete();
-        throw Failure(file);
-    }
+void Replace(const LumPalIo::File_t& file, const std::string& text) try {
+    LumPalIo::ReplaceFile(file, kAsidePrefix, {text.data(), text.size()}, 0600);
+} catch (const LumPalIo::IOException_t& e) {
+    Fail(file, e.GetMessageList());
 }
 
 }  // namespace
@@ -76,10 +70,14 @@ std::string LocalAuthorization() try {
 
 void LocalSecret::Create() {
     const LumPalIo::File_t file = LocalSecretFile();
-    if (!file.GetParentFile().Mkdirs()) throw Failure(file);
+    if (!file.GetParentFile().Mkdirs()) Fail(file, {});
     const std::string digits = NewDigits();
     Replace(file, digits);
     expected = HeaderValue(digits);
+}
+
+void LocalSecret::RemoveLeftAside() noexcept {
+    LumPalIo::RemoveLeftAside(LocalSecretFile().GetParentFile(), kAsidePrefix);
 }
 
 bool LocalSecret::Matches(std::string_view authorization) const {

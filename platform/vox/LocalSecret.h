@@ -31,9 +31,12 @@ std::string LocalAuthorization();
 /// The server's side. One thread at a time, except Matches: any thread between Create and Remove.
 class LocalSecret {
 public:
-    /// Draws a new secret and replaces the file. The secret reaches no log.
+    /// Draws a new secret and replaces the file. The secret reaches no log. What servers that were killed while they
+    /// did it have left beside the file goes too.
     /// @throws LumPalIo::IOException_t naming the file
     void Create();
+    /// What a server without a secret does instead: deletes what killed ones left beside the file. Never throws.
+    static void RemoveLeftAside() noexcept;
     /// Whether the value of an Authorization header is that of the secret; false before Create and after Remove.
     /// Takes the same time wherever the difference stands.
     bool Matches(std::string_view authorization) const;

@@ -102,6 +102,7 @@ void MessengerServer::Open() {
 void MessengerServer::OpenTls(const NodeIdentity& identity) {
     http.SetIdentity(identity);
     http.Bind(limits.bindAddress.ToUtf8(), limits.port);
+    LocalSecret::RemoveLeftAside();
 }
 
 /// The secret comes after the port: a server that cannot have the port must not spoil that of the one that has it.

@@ -4,6 +4,7 @@ import hashlib
 import os
 import pathlib
 import re
+import resource
 import signal
 import socket
 import subprocess
@@ -280,6 +281,41 @@ class Roots(DaemonTest):
         self.assertEqual([path.read_text() for path in beside], ["mine"] * len(beside))
         self.assertEqual(tree(node.store), stored)
         self.assertEqual([policy["id"] for policy in node.list()], ["a"])
+
+    def test_a_restart_removes_what_killed_programs_left_aside_and_no_more(self):
+        node = self.node()
+        self.install(node, "a")
+        self.assertEqual(node.stop(signal.SIGKILL), -signal.SIGKILL)
+        left = ["etc/local.secret.aB3dE6", "etc/pal/config/local_settings.ini.tmp",
+                "etc/pal/config/package/local_settings.ini.tmp", "conf/conf/lum_policies.txt.tmp"]
+        mine = ["etc/local.secret.aB3dE", "etc/local.secret.aB3-E6", "etc/local.secret~",
+                "etc/pal/config/policy_settings.ini.tmp", "etc/pal/config/mine.ini.tmp", "conf/conf/mine.tmp",
+                "etc/mine.tmp"]
+        for name in left + mine:
+            (node.root / name).parent.mkdir(parents=True, exist_ok=True)
+            (node.root / name).write_text("mine")
+        node.start()
+        self.assertEqual([name for name in left if (node.root / name).exists()], [])
+        self.assertEqual([(node.root / name).read_text() for name in mine], ["mine"] * len(mine))
+        self.assertEqual([policy["id"] for policy in node.list()], ["a"])
+
+    def test_an_audit_log_without_room_holds_nothing_up_and_tells_later_what_it_lost(self):
+        node = self.node()
+        self.install(node, "a")
+        with open(node.root / "log/conf.server.audit.log", "ab") as log:
+            log.write(b"x" * (1 << 20) + b"\n")
+            full = log.tell() + 10
+        unlimited = resource.prlimit(node.daemon.pid, resource.RLIMIT_FSIZE)
+        resource.prlimit(node.daemon.pid, resource.RLIMIT_FSIZE, (full, unlimited[1]))
+        self.assertEqual(self.install(node, "b").code, DONE)
+        self.assertEqual([policy["id"] for policy in node.list()], ["b"])
+        resource.prlimit(node.daemon.pid, resource.RLIMIT_FSIZE, unlimited)
+        self.assertEqual([policy["id"] for policy in node.list()], ["b"])
+        *_, cut, notice, last = node.audit()
+        self.assertEqual(len(cut), 10)
+        self.assertRegex(notice, r" ERROR [2-9] line\(s\) of this log were lost since .* \| Cannot write log file")
+        self.assertIn("Success Audit: LIST", last)
+        self.assertIn("A line of the log of 'lumconfd' was lost.", node.log)
 
     def test_an_incoming_folder_that_is_a_link_is_not_followed(self):
         node = self.node(start=False)

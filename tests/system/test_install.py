@@ -30,6 +30,12 @@ def run(*command, **keywords):
     return done.stdout
 
 
+def readme_steps(kind):
+    """The commands below each mark of this kind, as they are written."""
+    return "".join(re.findall(rf"<!-- {kind} -->\n```sh\n(.*?)```", (ROOT / "README.md").read_text(encoding="utf-8"),
+                              re.S))
+
+
 class InstalledTree(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
@@ -39,22 +45,40 @@ class InstalledTree(unittest.TestCase):
         run("cmake", "--install", BUILD, "--prefix", cls.prefix)
         cls.headers = cls.prefix / "include/lumconf"
 
+    @classmethod
+    def outside(cls):
+        """The folder where the programs of somebody else are built, as the README says and with what this tree is
+        built with: the flags of the sanitizers, say."""
+        home = cls.folder / "somebody"
+        if not home.exists():
+            home.mkdir()
+            (home / "lumconf").symlink_to(cls.prefix)
+            configure, build, cls.asking = readme_steps("program").splitlines()
+            settings = cache()
+            run("bash", "-ec", f"{configure}\n{build}", cwd=ROOT,
+                env={"HOME": str(home), "PATH": os.environ["PATH"], "CXX": settings["CMAKE_CXX_COMPILER"],
+                     "CXXFLAGS": settings["CMAKE_CXX_FLAGS"]})
+        return home / "outside"
+
     def test_an_outside_program_is_built_against_the_package_and_asks_a_node(self):
-        settings = cache()
-        build = self.folder / "outside"
-        run("cmake", "-G", "Ninja", "-S", ROOT / "tests/data/outside", "-B", build,
-            f"-DCMAKE_PREFIX_PATH={self.prefix}",
-            *(f"-D{name}={value}" for name, value in settings.items()))
-        run("cmake", "--build", build)
+        build = self.outside()
         self.assertEqual(run(build / "outside_platform"), "lumconf\n")
         with Node() as node:
             self.assertEqual(node.policy("install", "--no-notify", EXAMPLE).code, 0)
-            self.assertEqual(run(build / "outside", EXAMPLE, "localhost", env=node.environment()),
+            self.assertEqual(run("bash", "-ec", self.asking, cwd=ROOT,
+                                 env=dict(node.environment(), HOME=str(build.parent))),
                              "7c1f6a52-2d0e-4b39-9d77-0b6f8a1e4c11\n1\n")
             self.assertEqual(run(build / "outside_settings", "localhost", env=node.environment()), "grün\n0\n")
             done = subprocess.run([build / "outside_settings", f"127.0.0.1:{free_port()}"], env=node.environment(),
                                   capture_output=True, text=True, timeout=60)
             self.assertEqual((done.returncode, done.stdout), (6, "unreachable\n"))
+
+    def test_what_builds_an_outside_program_comes_with_the_packages_that_the_readme_installs(self):
+        made_by = re.search(r"^CMAKE_MAKE_PROGRAM:[A-Z]+=(.*)$", (self.outside() / "CMakeCache.txt").read_text(), re.M)
+        packages = (ROOT / "scripts/packages").read_text()
+        named = re.findall(r'^    "([^:"]+):', re.search(r"^build=\((.*?)^\)", packages, re.M | re.S).group(1), re.M)
+        owner = run("dpkg", "-S", made_by.group(1)).split(":")[0]
+        self.assertIn(owner, named)
 
     def test_each_program_comes_with_its_manual_page_and_its_completion(self):
         for program in (self.prefix / "bin").iterdir():
@@ -110,8 +134,7 @@ class InstalledTree(unittest.TestCase):
         self.assertTrue(os.access(daemon, os.X_OK))
 
     def test_the_first_steps_of_the_readme_work_as_they_are_written(self):
-        readme = (ROOT / "README.md").read_text(encoding="utf-8")
-        steps = "".join(re.findall(r"<!-- steps -->\n```sh\n(.*?)```", readme, re.S))
+        steps = readme_steps("steps")
         home = self.folder / "home"
         home.mkdir()
         port = free_port()

@@ -262,6 +262,19 @@ class Files(TrustTest):
         self.trust("revoke", "a=b # [c]")
         self.assertEqual(path.read_text(), "# who may what\n[other]\noperator = 5\n[conf]\n# the first\nsomebody = list\n")
 
+    def test_what_a_killed_run_left_aside_goes_with_the_next_change_also_while_the_daemon_serves(self):
+        self.equip()
+        left = [self.node.root / "etc" / name for name in
+                (".lumtrustaB3dE6", "keystore/own/.lumtrustaB3dE6", "keystore/trusted/.lumtrust000000",
+                 "keystore/requested/.lumtrustzzzzzz", "local.secret.aB3dE6")]
+        for path in left:
+            path.write_text("left")
+        before = self.files()
+        self.node.start()
+        self.trust("grant", "operator", "list", words=["has taken it up"])
+        self.assertEqual([path for path in left if path.exists()], [])
+        self.assertEqual(self.files(), [name for name in before if ".lumtrust" not in name])
+
     def test_wrong_rights_change_nothing(self):
         path = self.node.root / "etc/authorization.ini"
         for word in ("fly", "512", "-1", "0", ""):

@@ -38,15 +38,25 @@ void Fail(const char* text, const File_t& file) {
     throw LumPalIo::IOException_t(LumPalMsg::CreateError_t(String_t(text)) << file.GetAbsolutePath());
 }
 
+File_t Aside(const String_t& name) {
+    return File_t(Folder(), name + ".tmp");
+}
+
+/// What a daemon that was killed has left. Of a root one daemon at a time is at work.
+void RemoveLeftAside(const String_t& name) {
+    const File_t aside = Aside(name);
+    if (!aside.IsDirectory() && !aside.IsSymbolicLink()) aside.Delete();
+}
+
 void Write(const String_t& name) {
     const File_t folder = Folder();
-    const File_t aside(folder, name + ".tmp"), file(folder, name);
+    const File_t aside = Aside(name), file(folder, name);
     folder.Mkdirs();
     aside.Delete();  // what a crash left there, or a link, is not written through
     Dump(aside);
     if (!aside.Sync()) Fail("The file '%1' cannot be forced to the disk.", aside);
     if (!aside.RenameTo(file)) Fail("The file '%1' cannot be replaced.", file);
-    folder.Sync();
+    if (!folder.Sync()) Fail("The folder '%1' cannot be forced to the disk.", folder);
 }
 
 void Say(const String_t& name, const LumPalMsg::MessageList_t& reason) {
@@ -59,6 +69,7 @@ void Say(const String_t& name, const LumPalMsg::MessageList_t& reason) {
 }  // namespace
 
 PolicyList::PolicyList() : keys([this] { bell.Ring(); }), thread("PolicyList") {
+    RemoveLeftAside(keys.Get().listName);
     thread.Start(*this);
     LumConf::ConfigServer::TellOfChanges([this] { bell.Ring(); });
     bell.Ring();
@@ -87,7 +98,7 @@ void PolicyList::Keep(const String_t& name) {
         try {
             return Write(name);
         } catch (const LumPalMsg::Exception_t& e) {
-            File_t(Folder(), name + ".tmp").Delete();
+            Aside(name).Delete();
             if (left == 0) return Say(name, e.GetMessageList());
         }
         bell.Pause(kLeastPause);

@@ -12,7 +12,8 @@ namespace lumconfd {
 /// Keeps the list of the installed policies up to date in the base folder of the library, as long as FORMAT_POLICY_LIST
 /// says so. A thread of its own writes it when the object is made, after each change of the policies and of the keys;
 /// changes in quick succession share one writing, so that it takes a tenth of the thread's time at most. The file is
-/// replaced in one step. What cannot be written is said in the application log. One in a process.
+/// replaced in one step, and what a daemon that was killed has left beside it goes when the object is made, whatever
+/// the keys say. What cannot be written is said in the application log. One for a root.
 class PolicyList final : private LumPalThread::Runnable_i {
 public:
     /// @throws what reading the configuration throws; LumPalMsg::RuntimeException_t without room for a thread

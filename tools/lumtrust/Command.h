@@ -33,14 +33,18 @@ void AddRights(CLI::App& app, Actions& actions);
 std::vector<LumSecCore::X509Certificate> ReadCertificates(const std::string& path);
 /// A file of reasonable size as a whole. @throws LumPalIo::IOException_t naming it, also for a larger one
 LumPalArray::CharArray_t ReadFile(const std::string& path);
-/// Puts a file in the place of another one: written aside, flushed, renamed. Missing folders are made for the owner
-/// alone. After a failure the old file stands. @throws LumPalIo::IOException_t
+/// Puts a file in the place of another one, as LumPalIo::ReplaceFile: it is on the disk once this returns. Missing
+/// folders are made for the owner alone. @throws LumPalIo::IOException_t
 void ReplaceFile(const LumPalIo::File_t& file, const LumPalArray::CharArray_t& bytes, unsigned mode);
-/// As above, but never over an existing file. @throws LumPalMsg::RuntimeException_t
+/// Forces to the disk that a file is as it is, or is not there: what says that there is nothing to do promises it too,
+/// and the last step of the run that did it may have failed. @throws LumPalIo::IOException_t
+void FlushWithFolder(const LumPalIo::File_t& file);
+/// As ReplaceFile, but never over an existing file. @throws LumPalMsg::RuntimeException_t
 void CreateFile(const LumPalIo::File_t& file, const LumPalArray::CharArray_t& bytes, unsigned mode);
 
 /// Puts a key and the certificate that it belongs to in the place of those in use. Wherever it is interrupted, the node
 /// has the old pair or the new one: the key lies in "requested" until the certificate stands, and is found there.
+/// Both are on the disk then.
 /// @param certificate  PEM, with the chain behind it. @throws LumPalIo::IOException_t
 void InstallPair(const LumPalStr::String_t& coreId, const LumPalArray::CharArray_t& certificate,
                  const LumSecCore::Key& key);
@@ -48,7 +52,8 @@ void InstallPair(const LumPalStr::String_t& coreId, const LumPalArray::CharArray
 /// place. Does nothing otherwise. @throws LumPalIo::IOException_t
 void FinishInstallation(const LumPalStr::String_t& coreId);
 
-/// Held by whoever reads something of the node in order to change it; the next one waits.
+/// Held by whoever reads something of the node in order to change it; the next one waits. Who takes it deletes what
+/// runs that were killed have left aside in the node's folders.
 class ChangeLock {
 public:
     /// @throws LumPalIo::IOException_t, LumPalMsg::RuntimeException_t when the node belongs to another user, who could

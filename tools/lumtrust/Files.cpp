@@ -2,6 +2,7 @@
 #include <iostream>
 
 #include "LumCtrl.h"
+#include "LumPalDurable.h"
 #include "LumPalRuntime.h"
 #include "LumSecPki.h"
 #include "common/Arguments.h"
@@ -19,21 +20,25 @@ using lumtools::Text;
 namespace {
 
 constexpr std::uint64_t kLargestFile = 1u << 20;
+constexpr char kAsidePrefix[] = ".lumtrust";
+constexpr const char* kStoreParts[] = {"own", "trusted", "requested"};
 
-[[noreturn]] void CannotWrite(const File_t& file) {
-    throw LumPalIo::IOException_t(CreateError_t("The file '%1' cannot be written.") << file.GetAbsolutePath());
+[[noreturn]] void CannotWrite(const File_t& file, const LumPalMsg::MessageList_t& reason) {
+    throw LumPalIo::IOException_t(CreateError_t("The file '%1' cannot be written.").AddDetails(reason)
+                                  << file.GetAbsolutePath());
 }
 
 void MakeFolder(const File_t& folder) {
     if (folder.IsDirectory()) return;
-    if (!folder.Mkdirs() || !folder.SetMode(kSecretFolderMode)) CannotWrite(folder);
+    if (!folder.Mkdirs() || !folder.SetMode(kSecretFolderMode)) CannotWrite(folder, {});
 }
 
-void WriteBytes(const File_t& file, const CharArray_t& bytes) {
-    LumPalIo::FileOutputStream_t out(file);
-    out.Write(bytes);
-    out.Sync();
-    out.Close();
+/// What runs that were killed have left in the node's folders.
+void RemoveLeftAside() {
+    LumPalIo::RemoveLeftAside(File_t(LumPalRuntime::Dir_t::Path(LumPalRuntime::Etc)), kAsidePrefix);
+    for (const char* part : kStoreParts) {
+        LumPalIo::RemoveLeftAside(File_t(LumSecCore::KeyStoreDirectory() + part), kAsidePrefix);
+    }
 }
 
 }  // namespace
@@ -63,17 +68,18 @@ CharArray_t ReadFile(const std::string& path) {
 }
 
 void ReplaceFile(const File_t& file, const CharArray_t& bytes, unsigned mode) {
-    const File_t folder = File_t(file.GetAbsolutePath()).GetParentFile();
-    MakeFolder(folder);
-    const File_t aside = File_t::CreateTempFile(".lumtrust", folder);  // readable by its owner alone
+    MakeFolder(File_t(file.GetAbsolutePath()).GetParentFile());
     try {
-        WriteBytes(aside, bytes);
-        if (!aside.SetMode(mode) || !aside.RenameTo(file)) CannotWrite(file);
-    } catch (...) {
-        aside.Delete();
-        throw;
+        LumPalIo::ReplaceFile(file, kAsidePrefix, bytes, mode);
+    } catch (const LumPalIo::IOException_t& e) {
+        CannotWrite(file, e.GetMessageList());
     }
-    folder.Sync();
+}
+
+void FlushWithFolder(const File_t& file) {
+    if (file.Exists()) LumPalIo::Flush(file);
+    const File_t folder = File_t(file.GetAbsolutePath()).GetParentFile();
+    if (folder.Exists()) LumPalIo::Flush(folder);
 }
 
 void CreateFile(const File_t& file, const CharArray_t& bytes, unsigned mode) {
@@ -92,6 +98,7 @@ ChangeLock::ChangeLock() {
     const File_t folder(LumPalRuntime::Dir_t::Path(LumPalRuntime::Etc));
     MakeFolder(folder);
     lock.Lock(File_t(folder, "lumtrust.lock").ToString());
+    RemoveLeftAside();
 }
 
 File_t StoreFile(const char* part, const String_t& alias, const char* suffix) {

@@ -1,4 +1,5 @@
 // Key and certificate are two files, and only together are they worth anything: how they change as one.
+#include "LumPalDurable.h"
 #include "LumSecPki.h"
 #include "lumtrust/Command.h"
 
@@ -19,11 +20,17 @@ bool Holds(const File_t& file, const CharArray_t& bytes) {
 /// The key that waits takes its place; afterwards there is none that waits.
 void TakeWaitingKey(const String_t& coreId) {
     const File_t waiting = StoreFile("requested", coreId, ".key"), key = StoreFile("own", coreId, ".key");
-    if (!waiting.SetMode(kSecretMode) || !waiting.RenameTo(key)) {
+    if (!waiting.SetMode(kSecretMode)) {
         throw LumPalIo::IOException_t(CreateError_t("The key '%1' cannot be replaced.") << key.GetAbsolutePath());
     }
-    key.GetParentFile().Sync();
-    waiting.GetParentFile().Sync();
+    LumPalIo::MoveFile(waiting, key);
+}
+
+/// Puts the key where it waits for its certificate, unless it is there. A power cut must not leave the certificate
+/// without it.
+void KeepWaiting(const File_t& waiting, const CharArray_t& keyText) {
+    if (!Holds(waiting, keyText)) return ReplaceFile(waiting, keyText, kSecretMode);
+    FlushWithFolder(waiting);
 }
 
 bool IsWaitingForItsPlace(const String_t& coreId) try {
@@ -43,9 +50,9 @@ void FinishInstallation(const String_t& coreId) {
 
 void InstallPair(const String_t& coreId, const CharArray_t& certificate, const Key& key) {
     const CharArray_t keyText = LumSecPki::ToPem(key);
-    const bool isInUse = Holds(StoreFile("own", coreId, ".key"), keyText);
-    const File_t waiting = StoreFile("requested", coreId, ".key");
-    if (!isInUse && !Holds(waiting, keyText)) ReplaceFile(waiting, keyText, kSecretMode);
+    const File_t inUse = StoreFile("own", coreId, ".key");
+    const bool isInUse = Holds(inUse, keyText);
+    isInUse ? FlushWithFolder(inUse) : KeepWaiting(StoreFile("requested", coreId, ".key"), keyText);
     ReplaceFile(StoreFile("own", coreId, ".pem"), certificate, kPublicMode);
     if (!isInUse) TakeWaitingKey(coreId);
 }

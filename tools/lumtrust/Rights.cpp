@@ -51,7 +51,7 @@ Changed Change(const std::string& sender, unsigned granted, unsigned revoked) {
     const ChangeLock lock;
     RightsFile file;
     const unsigned before = Held(file, sender), after = (before | granted) & ~revoked;
-    if (before != after) file.Set(sender, after);
+    before != after ? file.Set(sender, after) : RightsFile::Flush();
     return {before, after};
 }
 

@@ -88,6 +88,10 @@ RightsFile::RightsFile() {
     }
 }
 
+void RightsFile::Flush() {
+    FlushWithFolder(PathOfRights());
+}
+
 void RightsFile::Set(const std::string& sender, unsigned rights) {
     // Whoever loses everything loses that too; what else it was to mean, only a person can tell.
     if (rights && unclear.contains(sender)) {

@@ -20,9 +20,12 @@ public:
     RightsFile();
     /// The bits of each sender that the file names.
     const std::map<std::string, unsigned>& Get() const noexcept { return bits; }
-    /// Sets a sender's rights, takes it out for none, and writes the file. @throws LumPalIo::IOException_t;
-    /// LumPalMsg::RuntimeException_t for a sender who keeps some while his line holds a word that is no right
+    /// Sets a sender's rights, takes it out for none, and writes the file, which is on the disk then.
+    /// @throws LumPalIo::IOException_t; LumPalMsg::RuntimeException_t for a sender who keeps some while his line holds
+    /// a word that is no right
     void Set(const std::string& sender, unsigned rights);
+    /// The file as it stands is on the disk then. @throws LumPalIo::IOException_t
+    static void Flush();
 
 private:
     std::string text;

@@ -2,6 +2,7 @@
 #include <iostream>
 #include <memory>
 
+#include "LumPalDurable.h"
 #include "LumSecPki.h"
 #include "common/Arguments.h"
 #include "common/ExitCode.h"
@@ -57,12 +58,12 @@ int Untrust(const Choices& choices) {
     const ChangeLock lock;
     const LumPalIo::File_t file = StoreFile("trusted", CheckedAlias(choices.alias), ".pem");
     if (!file.Exists() && !file.IsSymbolicLink()) {
+        FlushWithFolder(file);
         std::cerr << "lumtrust: nothing is trusted under the alias " << Printable("'" + choices.alias + "'")
                   << std::endl;
         return lumtools::kNotFound;
     }
-    if (!file.Delete()) Refuse("The file '%1' cannot be deleted.", file.ToString().ToUtf8());
-    file.GetParentFile().Sync();
+    LumPalIo::DeleteFile(file);
     std::cout << "no longer trusted: " << Printable(choices.alias) << std::endl;
     TellDaemonOfKeys();
     return lumtools::kDone;

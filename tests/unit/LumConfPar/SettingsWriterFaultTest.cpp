@@ -184,6 +184,35 @@ TEST_F(SettingsWriterFault, AReadThatFailsCountsAsDifferentWhicheverFileItIs) {
     EXPECT_EQ(tried, 2);
 }
 
+TEST_F(SettingsWriterFault, AFlushThatFailsIsToldAlsoOfSettingsThatAreInForceAlready) {
+    for (const char* const before : {kOld, kNew}) {
+        int flushes = 0;
+        ForEachFault([&](int nth) {
+            WriteText(files.Policy(), before);
+            Faults faults(nth);
+            SettingsWriter writer = Writer();
+            const unsigned raised = Write(writer);
+            faults.Stop();
+            if (!faults.Failed().starts_with("fsync ")) return faults.Fired();
+            ++flushes;
+            EXPECT_EQ(raised, 186u) << faults.Failed();
+            return true;
+        });
+        EXPECT_GE(flushes, 2);
+    }
+}
+
+TEST_F(SettingsWriterFault, SettingsWhoseLastStepFailedAreNotCalledInForceUntilTheyAreOnTheDisk) {
+    WriteText(files.Policy(), kOld);
+    {
+        const FailingFile folder("fsync", "/config");
+        Raised(186, "Could not write new policy settings file '" + files.NewPolicy() + "'.");
+        EXPECT_EQ(ReadText(files.Policy()), kNew);
+    }
+    const FailingFile folder("fsync", "/config");
+    Raised(186, "Could not write new policy settings file '" + files.NewPolicy() + "'.");
+}
+
 TEST_F(SettingsWriterFault, AnEqualFileThatCannotBeDeletedIsOnlyTraced) {
     WriteText(files.Policy(), kNew);
     bool tried = false;

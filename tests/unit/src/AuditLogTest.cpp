@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Configure.h"
+#include "Faults.h"
 #include "Files.h"
 #include "LumPalCfgFile.h"
 #include "TempRoot.h"
@@ -256,6 +257,21 @@ TEST_F(AuditLogTest, ALogThatHasGrownLargeIsPutAsideAndBegunAnew) {
     EXPECT_TRUE(std::filesystem::exists(path + ".1"));
     EXPECT_NE(Text().find("NOTIFY"), std::string::npos);
     EXPECT_LT(std::filesystem::file_size(path), 10u << 20);
+}
+
+TEST_F(AuditLogTest, LinesThatFindNoRoomAreCountedAndToldByTheNextThatFits) {
+    TurnOn();
+    AuditLog log;
+    {
+        const Faults disk(1, FaultMode::DiskFull);
+        log.Log("host", "n", "i", AuditLog::Install, true);
+        log.LogAuthorizationError("host", "list");
+    }
+    log.Log("host", AuditLog::List, true);
+    ASSERT_EQ(Lines().size(), 2u);
+    EXPECT_NE(Lines()[0].find("ERROR 2 line(s) of this log were lost since "), std::string::npos) << Lines()[0];
+    EXPECT_NE(Lines()[0].find("Cannot write log file"), std::string::npos) << Lines()[0];
+    EXPECT_TRUE(EndsIn(Lines()[1], "LIST: Policy list operation was successfully. Calling system: 'host'"));
 }
 
 TEST_F(AuditLogTest, ALogThatWasTakenAwayIsMadeAgain) {

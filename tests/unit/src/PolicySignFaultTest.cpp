@@ -184,7 +184,8 @@ protected:
         EXPECT_THAT(text, HasSubstr("' to '" + HeaderPath() + "'."));
         const std::size_t begin = text.find("from '") + 6;
         const std::string temporary = text.substr(begin, text.find('\'', begin) - begin);
-        fs::copy_file(temporary, HeaderPath(), fs::copy_options::overwrite_existing);
+        // Once the document is on the disk, only its going can fail to get there.
+        if (fs::exists(temporary)) fs::copy_file(temporary, HeaderPath(), fs::copy_options::overwrite_existing);
         ExpectSigned();
         fs::remove(temporary);
     }
@@ -218,8 +219,38 @@ TEST_P(SigningFaults, LeaveTheOldDocumentOrTheNewOneAndOnlyTheCopyOverItCanCostI
         fs::remove_all(TemporaryFolder());
         return faults.Fired();
     });
-    EXPECT_GE(copies, 4);  // open, write, flush, close
+    EXPECT_GE(copies, 5);  // the temporary folder, open, write, flush, close
     EXPECT_GE(others, GetParam() == FaultMode::DiskFull ? 2 : 6);
+}
+
+TEST_F(SigningFault, AFlushThatFailsIsTold) {
+    int flushes = 0;
+    ForEachFault([&](int nth) {
+        policy.WriteFiles(Folder().string());
+        Faults faults(nth);
+        bool failed = false;
+        try {
+            SignIt();
+        } catch (const LumPalMsg::Exception_t&) {
+            failed = true;
+        }
+        faults.Stop();
+        fs::remove_all(TemporaryFolder());
+        if (!faults.Failed().starts_with("fsync ")) return faults.Fired();
+        ++flushes;
+        EXPECT_TRUE(failed) << faults.Failed();
+        return true;
+    });
+    EXPECT_GE(flushes, 4);  // the temporary file, its folder, the document, the folder without the file
+}
+
+TEST_F(SigningFault, TheDocumentIsNotTouchedBeforeTheNewOneIsOnTheDiskByItsNameToo) {
+    const FailingFile folder("fsync", "conf_tmp");
+    const auto list = MessagesOf<IOException_t>([&] { SignIt(); });
+    EXPECT_EQ(list.GetMessage(0).GetId(), 52u);
+    EXPECT_THAT(TextOf(list), HasSubstr("Cannot flush to the disk '" + TemporaryFolder().string() + "'"));
+    EXPECT_EQ(Document(), before);
+    EXPECT_EQ(TemporaryFiles(), 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(EachMode, SigningFaults,

@@ -1,4 +1,6 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 
 #include <filesystem>
 
@@ -117,6 +119,68 @@ TEST(ConfigCrash, ACrashWhileTakingPolicySettingsOverLeavesOneOfBothFilesAndTheN
             EXPECT_FALSE(files.HasNewPolicy());
             EXPECT_EQ(ConfigNamespace_t("a").Open().GetValue("k"), "new");
         });
+}
+
+TEST(ConfigCrash, WhatACrashLeavesAsideGoesWithTheNextUpdateOrStartWhateverItDoes) {
+    const std::function<void()> nexts[] = {[] { Set("a", "k", "old"); }, [] { Set("a", "k", "new"); },
+                                           [] { ClearNamespace("absent"); }, [] { TakeOver(); },
+                                           [] { ConfigUpdate_t::RemoveLeftAside(); }};
+    for (const auto& next : nexts) {
+        int leftOver = 0;
+        ForEachCrash(
+            6, [](const SettingsFiles& files) { WriteText(files.Local(), "[a]\nk=old\n"); },
+            [] { Set("a", "k", "new"); },
+            [&](const SettingsFiles& files) {
+                leftOver += HasLeftOver(files);
+                next();
+                EXPECT_FALSE(HasLeftOver(files));
+            });
+        EXPECT_GE(leftOver, 5);
+    }
+}
+
+TEST(ConfigCrash, AStartTidiesUpEachDatabaseAndLeavesWhatIsSomebodyElses) {
+    const SettingsFiles files;
+    const std::string packages[] = {files.Folder(), files.Folder() + "one/", files.Folder() + "two/"};
+    const std::string foreign[] = {"policy_settings.ini.tmp", "local_settings.ini.tmp.tmp", "my.ini.tmp",
+                                   "local_settings.ini.temp"};
+    for (const std::string& folder : packages) {
+        WriteText(folder + "local_settings.ini.tmp", "left");
+        for (const std::string& name : foreign) WriteText(folder + name, "kept");
+    }
+    const std::string others[] = {files.Folder() + ".hidden/local_settings.ini.tmp",
+                                  files.Folder() + "three/local_settings.ini.tmp/kept",
+                                  files.Folder() + "one/below/local_settings.ini.tmp"};
+    for (const std::string& path : others) WriteText(path, "kept");
+    std::filesystem::create_directory(files.Folder() + "four");
+    std::filesystem::create_symlink(files.Folder() + "one/my.ini.tmp", files.Folder() + "four/local_settings.ini.tmp");
+    ConfigUpdate_t::RemoveLeftAside();
+    for (const std::string& folder : packages) {
+        EXPECT_FALSE(std::filesystem::exists(folder + "local_settings.ini.tmp")) << folder;
+        for (const std::string& name : foreign) EXPECT_EQ(ReadText(folder + name), "kept") << folder << name;
+    }
+    for (const std::string& path : others) EXPECT_EQ(ReadText(path), "kept") << path;
+    EXPECT_TRUE(std::filesystem::is_symlink(files.Folder() + "four/local_settings.ini.tmp"));
+    EXPECT_FALSE(std::filesystem::exists(files.Folder() + "three/.lock")) << "nothing is made where nothing is left";
+}
+
+TEST(ConfigCrash, AStartOfANodeWithoutSettingsMakesNothing) {
+    const SettingsFiles files;
+    ConfigUpdate_t::RemoveLeftAside();
+    EXPECT_FALSE(std::filesystem::exists(files.Folder()));
+}
+
+TEST(ConfigCrash, WhatALivingProcessIsWritingStaysAndIsNotWaitedFor) {
+    const SettingsFiles files;
+    WriteText(files.Folder() + ".lock", "");
+    WriteText(files.Local() + ".tmp", "being written");
+    const int lock = open((files.Folder() + ".lock").c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(flock(lock, LOCK_EX), 0);
+    ConfigUpdate_t::RemoveLeftAside();
+    EXPECT_EQ(ReadText(files.Local() + ".tmp"), "being written");
+    close(lock);
+    ConfigUpdate_t::RemoveLeftAside();
+    EXPECT_FALSE(HasLeftOver(files));
 }
 
 TEST(ConfigCrash, WhatACrashLeftAsideIsNeverRead) {

@@ -3,14 +3,19 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <vector>
 
 #include "CapturedLog.h"
+#include "Faults.h"
 #include "Files.h"
+#include "ForkedProcess.h"
 #include "TempRoot.h"
 
 using namespace LumVoxMsg;
 
 namespace {
+
+namespace fs = std::filesystem;
 
 struct LocalSecretTest : testing::Test {
     TempRoot root;
@@ -93,6 +98,28 @@ TEST_F(LocalSecretTest, ALinkIsNotFollowed) {
     secret.Create();
     EXPECT_EQ(ReadText(root.Native() + "/elsewhere"), std::string(64, 'a'));
     EXPECT_FALSE(std::filesystem::is_symlink(path));
+}
+
+TEST_F(LocalSecretTest, ACrashAtEachStepLeavesNothingBesideTheNextSecret) {
+    const std::string folder = root.Native() + "/etc";
+    const std::vector<std::string> foreign{"local.secret.", "local.secret.abcde", "local.secret.abcdefg", "mine"};
+    for (const std::string& name : foreign) WriteText(folder + "/" + name, "kept");
+    const auto entries = [&] { return std::distance(fs::directory_iterator(folder), fs::directory_iterator()); };
+    int left = 0;
+    for (const bool served : {true, false}) {
+        ForEachFault([&](int nth) {
+            const bool crashed = CrashesAt(nth, false, [] { LocalSecret().Create(); });
+            left += entries() > static_cast<int>(foreign.size()) + fs::exists(path);
+            LocalSecret secret;
+            served ? secret.Create() : LocalSecret::RemoveLeftAside();
+            EXPECT_EQ(entries(), static_cast<int>(foreign.size()) + fs::exists(path)) << nth;
+            secret.Remove();
+            fs::remove(path);
+            return crashed;
+        });
+    }
+    EXPECT_GE(left, 6) << "something was there to be removed";
+    for (const std::string& name : foreign) EXPECT_EQ(ReadText(folder + "/" + name), "kept") << name;
 }
 
 TEST_F(LocalSecretTest, AFolderThatCannotBeWrittenIsAnErrorThatNamesIt) {
