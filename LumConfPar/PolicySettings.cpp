@@ -5,6 +5,7 @@
 #include "DirectoryImpl.h"
 #include "Exceptions.h"
 #include "LumPalCfgFile.h"
+#include "LumPalDaemon.h"
 #include "LumPalLog.h"
 #include "Messages.h"
 #include "Names.h"
@@ -92,7 +93,11 @@ void PolicySettings::ReadStore() {
 void PolicySettings::InitMaps() {
     RequireStarted("InitMaps");
     int index = 0;
-    for (int left = container.GetCount(); left > 0; --left) index += TakeIn(index);
+    for (int left = container.GetCount(); left > 0; --left) {
+        // Thousands of signatures take seconds, and the next start reads all of them anyway.
+        if (LumPalRuntime::IsStopping()) Raise<RuntimeException_t>(msg::SettingsGivenUp, names::SettingsTypeName);
+        index += TakeIn(index);
+    }
 }
 
 std::optional<PolicyHeader> PolicySettings::HeaderAt(int index) const {

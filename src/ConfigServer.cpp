@@ -102,6 +102,10 @@ void ConfigServer::Start(Messenger* messenger) {
     });
 }
 
+void ConfigServer::StopReceiving() {
+    impl->messenger.StopReceiving();
+}
+
 void ConfigServer::Stop() {
     impl->messenger.Close();
     LumConfPar::PolicyWorker::GetInstance().Stop();

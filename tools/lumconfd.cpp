@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 #include <functional>
 #include <iostream>
+#include <memory>
 
 #include "ConfigServer.h"
 #include "LumCtrl.h"
@@ -19,6 +20,7 @@
 #include "lumconfd/ExpiryWatch.h"
 #include "lumconfd/PolicyList.h"
 #include "lumconfd/ServerWatch.h"
+#include "lumconfd/StartGuard.h"
 #include "lumconfd/TrustReload.h"
 
 namespace {
@@ -62,10 +64,17 @@ void WaitForStop(const std::function<void()>& reload, const LumPalRuntime::Signa
     }
 }
 
+/// Reads the store, which may take its time.
+std::unique_ptr<LumConf::ConfigServer> MakeServer(const LumPalRuntime::Signals_t& signals) {
+    const lumconfd::StartGuard guard(signals);
+    return std::make_unique<LumConf::ConfigServer>();
+}
+
 int Serve(const LumPalRuntime::Signals_t& signals) {
     LumCtrl::Service control;
     control.Start();
-    LumConf::ConfigServer server;
+    const std::unique_ptr<LumConf::ConfigServer> made = MakeServer(signals);
+    LumConf::ConfigServer& server = *made;
     LumVoxMsg::Messenger messenger = MakeMessenger();
     server.Start(&messenger);
     if (!server.IsServing()) return Fail(kFailed, "the server does not serve; the log above says why");
@@ -81,8 +90,12 @@ int Serve(const LumPalRuntime::Signals_t& signals) {
     LumPalRuntime::NotifyServiceManager("READY=1");
     WaitForStop(reload, signals);
     LumPalRuntime::NotifyServiceManager("STOPPING=1");
+    LumPalRuntime::SetStopping(true);
     trustReload.Stop();
     serverWatch.Stop();
+    // In this order: no request that waits must begin in the place of one that is told to wait no longer.
+    server.StopReceiving();
+    control.StopWaiting();
     server.Stop();
     control.Stop();
     return kDone;

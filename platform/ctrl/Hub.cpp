@@ -93,7 +93,7 @@ void Hub::TakeTrigger(Peer peer, const Frame& frame, Time now) {
     for (Peer receiver : receivers) Queue(receiver, trigger);
     if (frame.number == 0 && !trigger->open.empty()) return Reply(peer, ReplyCode::Done, "");
     trigger->notifier = peer;
-    trigger->deadline = now + std::chrono::milliseconds(frame.number);
+    trigger->deadline = patient ? now + std::chrono::milliseconds(frame.number) : now;
     waiting.push_back(trigger);
     Finish(trigger);
 }
@@ -147,16 +147,18 @@ void Hub::Gone(Peer peer) {
 void Hub::Remove(Components::iterator found, const char* why) {
     const Component component = std::move(found->second);
     components.erase(found);
-    if (!component.queue.empty()) {
-        wire.Warn("The component " + Quoted(component.name) + " " + why + ": " +
-                  std::to_string(component.queue.size()) + " trigger(s) were not acknowledged, the first is " +
-                  Quoted(component.queue.front()->event) + ".");
-    }
+    WarnOfQueue(component, "The component " + Quoted(component.name) + " " + why);
     for (const TriggerPtr& trigger : component.queue) {
         std::erase(trigger->open, component.name);
         trigger->failed.push_back(component.name);
         Finish(trigger);
     }
+}
+
+void Hub::WarnOfQueue(const Component& component, const std::string& why) {
+    if (component.queue.empty()) return;
+    wire.Warn(why + ": " + std::to_string(component.queue.size()) + " trigger(s) were not acknowledged, the first is " +
+              Quoted(component.queue.front()->event) + ".");
 }
 
 void Hub::Finish(const TriggerPtr& trigger) {
@@ -184,7 +186,8 @@ void Hub::Tick(Time now) {
             continue;
         }
         i = waiting.erase(i);
-        Answer(*trigger, ReplyCode::Unacknowledged, Joined(trigger->open) + " did not acknowledge in time");
+        const char* why = patient ? " did not acknowledge in time" : " had not acknowledged when the node was stopped";
+        Answer(*trigger, ReplyCode::Unacknowledged, Joined(trigger->open) + why);
     }
 }
 
@@ -200,7 +203,15 @@ bool Hub::IsIdle(Peer peer) const {
     return !waits && components.count(peer) == 0;
 }
 
+void Hub::StopWaiting(Time now) {
+    patient = false;
+    for (const TriggerPtr& trigger : waiting) trigger->deadline = now;
+}
+
 void Hub::Stop() {
+    for (const auto& [peer, component] : components) {
+        WarnOfQueue(component, "The control service stops before the component " + Quoted(component.name) + " is done");
+    }
     for (const TriggerPtr& trigger : std::exchange(waiting, {})) {
         Answer(*trigger, ReplyCode::Refused, "the control service stops");
     }

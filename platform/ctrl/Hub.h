@@ -47,7 +47,10 @@ public:
     Time NextDeadline() const;
     /// Whether nothing is known of the peer: it is no component and waits for nothing.
     bool IsIdle(Peer peer) const;
-    /// Answers every waiting trigger: the service stops.
+    /// From now on nothing waits for a component: the next Tick answers every trigger that waits, and one that comes
+    /// later is handed to its components and answered by the Tick behind it.
+    void StopWaiting(Time now);
+    /// Answers every waiting trigger and says which components leave some unacknowledged: the service stops.
     void Stop();
 
 private:
@@ -76,6 +79,7 @@ private:
     void Deliver(Peer peer, Component& component);
     void Acknowledge(Peer peer, const Frame& frame);
     void Remove(Components::iterator component, const char* why);
+    void WarnOfQueue(const Component& component, const std::string& why);
     void Finish(const TriggerPtr& trigger);
     void Answer(Trigger& trigger, ReplyCode code, const std::string& text);
     void Reply(Peer peer, ReplyCode code, const std::string& text);
@@ -83,6 +87,7 @@ private:
     Wire& wire;
     Components components;
     std::list<TriggerPtr> waiting;  ///< those with a notifier
+    bool patient = true;
 };
 
 }  // namespace LumCtrl

@@ -16,7 +16,7 @@ struct pollfd;
 
 namespace LumCtrl {
 
-/// Serves from Run until RequestStop. All but RequestStop belongs to the thread that calls Run.
+/// Serves from Run until RequestStop. All but the requests belongs to the thread that calls Run.
 class ServiceLoop : public LumPalThread::Runnable_i, private Hub::Wire {
 public:
     static constexpr std::size_t kMostConnections = 1000;
@@ -25,6 +25,8 @@ public:
     /// @throws LumPalIo::IOException_t
     explicit ServiceLoop(Descriptor listener);
     void Run(const LumPalThread::Thread_t& thread) override;
+    /// Any thread; from soon after on no trigger waits for a component.
+    void RequestStopWaiting();
     /// Any thread; Run returns soon after.
     void RequestStop();
 
@@ -39,6 +41,8 @@ private:
         Time lastHeard;
     };
 
+    void Wake();
+    void TakeRequests(Time now);
     void Step();
     std::vector<pollfd> WhatToWaitFor(std::vector<Peer>& peers) const;
     int TimeToWait(Time now) const;
@@ -55,7 +59,7 @@ private:
     void Warn(const std::string& text) override;
 
     Descriptor listener, wakeIn, wakeOut;
-    std::atomic<bool> stopping{false};
+    std::atomic<bool> impatient{false}, stopping{false};
     Hub hub{*this};
     std::map<Peer, Connection> connections;
     std::set<Peer> doomed;  ///< to be closed at the end of the step

@@ -37,10 +37,26 @@ ServiceLoop::ServiceLoop(Descriptor listener) : listener(std::move(listener)) {
     wakeIn = Descriptor(ends[1]);
 }
 
+void ServiceLoop::RequestStopWaiting() {
+    impatient = true;
+    Wake();
+}
+
 void ServiceLoop::RequestStop() {
     stopping = true;
+    Wake();
+}
+
+void ServiceLoop::Wake() {
     const ssize_t written = write(wakeIn.Get(), "", 1);
     static_cast<void>(written);  // a full pipe wakes as well
+}
+
+void ServiceLoop::TakeRequests(Time now) {
+    std::array<char, 64> wakes;
+    while (read(wakeOut.Get(), wakes.data(), wakes.size()) > 0) {
+    }
+    if (impatient) hub.StopWaiting(now);
 }
 
 void ServiceLoop::Run(const LumPalThread::Thread_t&) {
@@ -56,6 +72,7 @@ void ServiceLoop::Step() {
         LumPalIo::ThrowSystemError("The control service cannot wait", LumPalStr::String_t(), errno);
     }
     const Time now = Clock::now();
+    if (waits[0].revents != 0) TakeRequests(now);
     // Ends are seen before beginnings: who comes again under its name finds it free.
     for (std::size_t i = 0; i < peers.size(); ++i) {
         if (waits[i + 2].revents != 0) Serve(peers[i], waits[i + 2].revents, now);

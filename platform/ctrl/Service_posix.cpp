@@ -34,6 +34,10 @@ void Service::Start() {
     impl = std::move(started);
 }
 
+void Service::StopWaiting() {
+    if (impl) impl->loop->RequestStopWaiting();
+}
+
 void Service::Stop() {
     if (!impl) return;
     impl->loop->RequestStop();

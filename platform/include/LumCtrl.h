@@ -60,7 +60,12 @@ public:
     /// @throws LumPalIo::IOException_t when another service lives or the socket cannot be made;
     ///         LumPalMsg::IllegalStateError_t when started before and not stopped
     void Start();
-    /// Closes; waiting triggers end with ControlException. A second call does nothing.
+    /// For a node that ends: from now on no trigger waits for an acknowledgement. Those that wait end with
+    /// ControlException; later ones still go to their components, and end so too unless they are asynchronous.
+    /// Returns at once; before Start and after Stop it does nothing.
+    void StopWaiting();
+    /// Closes; waiting triggers end with ControlException. A component that leaves triggers unacknowledged is named
+    /// in the application log. A second call does nothing.
     void Stop();
 
 private:

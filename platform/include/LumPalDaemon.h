@@ -43,7 +43,14 @@ public:
     Signals_t();
     /// Blocks until a signal arrives.
     Signal_e Wait() const;
+    /// Whether one that means Stop has arrived and was not handed out. Any thread.
+    bool IsStopPending() const noexcept;
 };
+
+/// Says, or takes back, that this process is about to end. What nobody waits for and what comes again with the next
+/// start (calls to other hosts, reading ahead) is then given up. At the start nothing is said. Any thread.
+LUMPAL_API void SetStopping(bool stopping) noexcept;
+LUMPAL_API bool IsStopping() noexcept;
 
 /// Lets every large block of memory go back to the system as soon as it is freed; else the allocator, once it has
 /// seen large ones, keeps tens of megabytes of them. To be called by main before other threads run.

@@ -73,6 +73,10 @@ public:
     /// @throws LumPalNet::ConnectException_t when the port is taken;
     ///         LumPalMsg::IllegalStateError_t on a null, closed or sending messenger
     void Register(MsgHandler* handler, bool authenticated, int method);
+    /// The first half of Close, which does not wait: the port is closed, requests that no handler has begun with are
+    /// answered with 503, none arrives after it returns, and no handler can be registered any more. Calls in flight go
+    /// on. A second call, one after Close and one on a null messenger does nothing.
+    void StopReceiving();
     /// Ends reception: closes the port and waits for calls in flight; no request arrives after it returns.
     /// A second call, and a call on a null messenger, does nothing.
     void Close();

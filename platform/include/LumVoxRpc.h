@@ -47,8 +47,9 @@ public:
     };
     struct Impl;
     explicit RpcCall(std::shared_ptr<Impl> impl);
-    /// Sends the request, blocks until the response, stores the results into the arguments by name.
-    /// @throws LumPalNet::ConnectException_t (cannot be reached, refused certificate, time over),
+    /// Sends the request, blocks until the response, stores the results into the arguments by name. Is given up
+    /// within about a second when the process ends (LumPalRuntime::SetStopping).
+    /// @throws LumPalNet::ConnectException_t (cannot be reached, refused certificate, time over, given up),
     ///         LumVoxSoap::SOAPFaultException, LumVoxSoap::SOAPFormatException
     RpcResponse Invoke(int count, LumVoxSoap::SOAPArg* const* results, const char* encoding);
 

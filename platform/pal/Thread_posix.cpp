@@ -2,6 +2,7 @@
 #include <signal.h>
 
 #include <atomic>
+#include <cstring>
 #include <mutex>
 #include <string>
 #include <system_error>
@@ -10,6 +11,7 @@
 #include "LumPalLog.h"
 #include "LumPalMsg.h"
 #include "LumPalThread.h"
+#include "ThreadName.h"
 
 namespace LumPalThread {
 
@@ -41,7 +43,7 @@ private:
     sigset_t before;
 };
 
-constexpr std::size_t kShownNameBytes = 15;
+constexpr std::size_t kShownNameBytes = 15;  ///< the system takes no longer one
 
 /// Calls one operation of a runnable; false, and a line in the application log, when an exception left it.
 template <class Call>
@@ -64,6 +66,12 @@ bool Guarded(const String_t& thread, Call call) {
 
 }  // namespace
 
+void NameThisThread(const char* name) noexcept {
+    char shown[kShownNameBytes + 1] = {};
+    std::strncpy(shown, name, kShownNameBytes);
+    pthread_setname_np(pthread_self(), shown);
+}
+
 struct Thread_t::Impl {
     explicit Impl(const char* name) : name(name ? name : "") {}
     Impl(const Impl&) = delete;
@@ -75,7 +83,7 @@ struct Thread_t::Impl {
     bool IsSelf() const noexcept { return self.load(std::memory_order_relaxed) == std::this_thread::get_id(); }
     void Body(Runnable_i& runnable, const Thread_t& handle) {
         self.store(std::this_thread::get_id(), std::memory_order_relaxed);
-        pthread_setname_np(pthread_self(), name.substr(0, kShownNameBytes).c_str());
+        NameThisThread(name.c_str());
         const String_t shownName = String_t::FromUtf8(name);
         const bool success = Guarded(shownName, [&] { runnable.Run(handle); });
         Guarded(shownName, [&] { runnable.Done(success); });

@@ -9,6 +9,7 @@
 #include <type_traits>
 
 #include "../pal/SystemError.h"
+#include "LumPalDaemon.h"
 #include "LumPalNet.h"
 #include "LumVoxSoap.h"
 #include "TlsIdentity.h"
@@ -135,6 +136,8 @@ void HttpClient::Handle::SetUp(const HttpTarget& target, const ClientLimits& lim
     Set(curl, CURLOPT_PROTOCOLS_STR, target.tls ? "https" : "http");
     Set(curl, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
     Set(curl, CURLOPT_NOSIGNAL, 1L);
+    // A name server that does not answer must not hold a call that has ended.
+    Set(curl, CURLOPT_QUICK_EXIT, 1L);
     Set(curl, CURLOPT_NOPROXY, "*");
     Set(curl, CURLOPT_FOLLOWLOCATION, 0L);
     Set(curl, CURLOPT_PATH_AS_IS, 1L);
@@ -220,7 +223,7 @@ int HttpClient::Handle::Progress(void* self, std::int64_t, std::int64_t received
         handle.bytesMoved = received + sent;
         handle.lastMoved = now;
     }
-    return now - handle.lastMoved < handle.longestIdle ? 0 : 1;
+    return now - handle.lastMoved < handle.longestIdle && !LumPalRuntime::IsStopping() ? 0 : 1;
 }
 
 std::string HttpClient::Handle::Reason(int code, const ClientLimits& limits) const {
@@ -242,6 +245,7 @@ std::string HttpClient::Handle::Reason(int code, const ClientLimits& limits) con
             }
             return "no connection within " + std::to_string(limits.connectSeconds) + " seconds";
         case CURLE_ABORTED_BY_CALLBACK:
+            if (LumPalRuntime::IsStopping()) return "this program ends";
             return "no answer within " + std::to_string(limits.idleSeconds) + " seconds";
         case CURLE_PEER_FAILED_VERIFICATION:
             return std::string("the certificate of the host was refused: ") + error;

@@ -25,7 +25,7 @@ struct HttpLimits {
     std::chrono::milliseconds bodyTime{20000};       ///< BODY_TIMEOUT, likewise; grows as MIN_RATE tells
     std::chrono::milliseconds idleTime{60000};       ///< IDLE_TIMEOUT between requests, likewise
     std::chrono::milliseconds writeTime{20000};      ///< WRITE_TIMEOUT, likewise; grows as MIN_RATE tells
-    std::chrono::milliseconds closeTime{5000};       ///< CLOSE_TIMEOUT for answers that are being sent, likewise
+    std::chrono::milliseconds closeTime{2000};       ///< CLOSE_TIMEOUT for answers that are being sent, likewise
     /// MIN_RATE, 1 to 1 GiB: for each second beyond the limit a peer must have moved so many bytes.
     std::uint64_t bytesPerSecond = 4096;
 

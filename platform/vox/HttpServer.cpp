@@ -239,6 +239,8 @@ public:
     }
     void Abort() override { Drop(); }
     void Answer(HttpResponse answer) { Respond(std::move(answer), keepAlive); }
+    /// Answers a request that no handler has begun with.
+    void GiveUp() { Refuse(503, core.closing ? "The node is stopping." : "The node cannot serve this now."); }
 
 private:
     enum class Phase {
@@ -313,17 +315,20 @@ public:
     explicit ReplyOnce(std::shared_ptr<Session<Stream>> session, net::io_context& context)
         : session(std::move(session)), context(context) {}
     ~ReplyOnce() {
-        if (!used.load()) Send(HttpResponse{503, {}, {}, nullptr});
+        if (!used.load()) Post([](Session<Stream>& target) { target.GiveUp(); });
     }
     void Send(HttpResponse answer) {
         if (used.exchange(true)) return;
-        // The session moves along: its last holder must be its own loop.
-        net::post(context, [target = std::move(session), answer = std::move(answer)]() mutable {
-            target->Answer(std::move(answer));
-        });
+        Post([answer = std::move(answer)](Session<Stream>& target) mutable { target.Answer(std::move(answer)); });
     }
 
 private:
+    template <class Step>
+    void Post(Step step) {
+        // The session moves along: its last holder must be its own loop.
+        net::post(context, [target = std::move(session), step = std::move(step)]() mutable { step(*target); });
+    }
+
     std::shared_ptr<Session<Stream>> session;
     net::io_context& context;
     std::atomic<bool> used{false};
@@ -554,7 +559,7 @@ void Session<Stream>::ParseBody() {
 
 template <class Stream>
 void Session<Stream>::Serve() {
-    if (core.closing) return Drop();
+    if (core.closing) return GiveUp();
     phase = Phase::Serving;
     Tcp().expires_never();
     parser.reset();
@@ -639,7 +644,9 @@ void Session<Stream>::Drain(error_code, std::size_t) {
 
 template <class Stream>
 void Session<Stream>::OnDrained(error_code error, std::size_t) {
-    if (error || core.closing || Clock::now() >= phaseStart + kLingerTime) return Drop();
+    if (error || Clock::now() >= phaseStart + kLingerTime) return Drop();
+    // What has come and was not read would turn the end into a reset, which takes the answer along.
+    if (core.closing && Tcp().socket().available(error) == 0) return Drop();
     buffer.clear();
     Tcp().async_read_some(buffer.prepare(kFirstRead), Then(&Session::OnDrained));
 }

@@ -39,6 +39,20 @@ void Messenger::Impl::Register(MsgHandler* handler) {
     server = std::move(opened);
 }
 
+std::shared_ptr<MessengerServer> Messenger::Impl::GetServer() {
+    const std::lock_guard lock(mutex);
+    return server;
+}
+
+void Messenger::Impl::StopReceiving() {
+    {
+        const std::lock_guard lock(mutex);
+        closed = true;
+    }
+    // Without the lock, as in Close.
+    if (const auto serving = GetServer()) serving->StopReceiving();
+}
+
 void Messenger::Impl::Close() {
     std::shared_ptr<MessengerServer> ending;
     {
@@ -53,16 +67,11 @@ void Messenger::Impl::Close() {
 
 unsigned Messenger::Impl::GetPort() {
     const std::lock_guard lock(mutex);
-    return server ? server->GetPort() : 0;
+    return server && !closed ? server->GetPort() : 0;
 }
 
 void Messenger::Impl::ReloadIdentity() {
-    std::shared_ptr<MessengerServer> serving;
-    {
-        const std::lock_guard lock(mutex);
-        serving = server;
-    }
-    if (serving) serving->ReloadIdentity();
+    if (const auto serving = GetServer()) serving->ReloadIdentity();
 }
 
 Messenger::Messenger(const LumPalConfig::Configuration_t& configuration, const Options& options)
@@ -77,6 +86,10 @@ void Messenger::Register(MsgHandler* handler, bool, int) {
     if (!handler)
         throw LumPalMsg::IllegalArgumentError_t(CreateError_t("There is no handler to register with the messenger."));
     GetImpl()->Register(handler);
+}
+
+void Messenger::StopReceiving() {
+    if (GetImpl()) GetImpl()->StopReceiving();
 }
 
 void Messenger::Close() {

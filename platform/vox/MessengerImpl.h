@@ -24,19 +24,22 @@ public:
     /// It lives as long as the messenger or a client that holds it.
     std::shared_ptr<void> ClientState(const std::function<std::shared_ptr<void>()>& make);
 
-    /// These four as Messenger's.
+    /// These as Messenger's.
     void Register(MsgHandler* handler);
+    void StopReceiving();
     void Close();
     unsigned GetPort();
     void ReloadIdentity();
 
 private:
+    std::shared_ptr<MessengerServer> GetServer();
+
     const LumPalConfig::Configuration_t configuration;
     const Options options;
     std::mutex mutex;  ///< guards all below
     std::shared_ptr<void> clientState;
     std::shared_ptr<MessengerServer> server;
-    bool closed = false;
+    bool closed = false;  ///< to handlers and requests
 };
 
 }  // namespace LumVoxMsg

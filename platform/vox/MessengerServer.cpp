@@ -134,16 +134,29 @@ void MessengerServer::ReloadIdentity() {
         String_t("A certificate was installed; the server listens on loopback alone until it is restarted.")));
 }
 
+std::map<std::string, std::shared_ptr<MessengerServer::Route>> MessengerServer::GetRoutes() {
+    const std::lock_guard lock(mutex);
+    return routes;
+}
+
+void MessengerServer::StopReceiving() {
+    {
+        const std::lock_guard lock(mutex);
+        if (refusing) return;
+        refusing = true;
+    }
+    http.StopAccepting();
+    for (const auto& [path, route] : GetRoutes()) route->pool.Refuse();
+}
+
 void MessengerServer::Close() {
-    std::map<std::string, std::shared_ptr<Route>> ending;
     {
         const std::lock_guard lock(mutex);
         if (closed) return;
         closed = true;
-        ending = routes;
     }
-    http.StopAccepting();
-    for (const auto& [path, route] : ending) route->pool.Stop();
+    StopReceiving();
+    for (const auto& [path, route] : GetRoutes()) route->pool.Stop();
     http.Finish();
     const std::lock_guard lock(mutex);
     secret.Remove();

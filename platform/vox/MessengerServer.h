@@ -31,6 +31,8 @@ public:
     unsigned GetPort() const noexcept { return http.GetPort(); }
     /// As Messenger::ReloadIdentity.
     void ReloadIdentity();
+    /// As Messenger::StopReceiving.
+    void StopReceiving();
     /// As Messenger::Close. Not from a handler.
     void Close();
 
@@ -48,6 +50,7 @@ private:
 
     void Describe(Route& route, const HttpRequest& request, const HttpReply& reply);
     HttpResponse Error(unsigned status, const char* reason);
+    std::map<std::string, std::shared_ptr<Route>> GetRoutes();
     std::shared_ptr<Route> FindRoute(const std::string& path);
     std::string SenderOf(const HttpRequest& head);
     void OpenPlain();
@@ -55,11 +58,11 @@ private:
 
     const HttpLimits limits;
     const LumPalStr::String_t basePath;
-    std::mutex mutex;  ///< guards routes, secret, plain, closed
+    std::mutex mutex;  ///< guards routes, secret, plain, refusing, closed
     std::map<std::string, std::shared_ptr<Route>> routes;
     LocalSecret secret;
     bool plain = false;
-    bool closed = false;
+    bool refusing = false, closed = false;
     HttpServer http;  ///< last: its threads use what stands above
 };
 

@@ -20,14 +20,16 @@ public:
     WorkerPool& operator=(const WorkerPool&) = delete;
     ~WorkerPool() { Stop(); }
     /// @param task  must not throw
-    /// @return false, and the task dropped, after Stop
+    /// @return false, and the task dropped, after Refuse and Stop
     bool Submit(std::function<void()> task);
-    /// Drops what has not begun and waits for what has. Not from a task. A second call does nothing.
+    /// Drops what has not begun, and from now on takes nothing. Returns at once. A second call does nothing.
+    void Refuse();
+    /// Refuses, and waits for what has begun. Not from a task. A second call does nothing.
     void Stop();
 
 private:
     void Run();
-    /// False when stopped.
+    /// False when there is nothing to come.
     bool Take(std::function<void()>& task);
 
     const unsigned mostThreads;
@@ -36,7 +38,7 @@ private:
     std::deque<std::function<void()>> waiting;
     std::vector<std::thread> threads;
     unsigned idle = 0;
-    bool stopped = false;
+    bool refusing = false;
 };
 
 }  // namespace LumVoxMsg

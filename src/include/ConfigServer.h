@@ -28,6 +28,9 @@ public:
     /// Serves on the caller's messenger, which is rooted at "/" and which Stop closes; null makes one. Failures as
     /// above.
     void Start(LumVoxMsg::Messenger* messenger);
+    /// The first step of Stop, which does not wait: the port is closed, requests that have not begun are answered with
+    /// 503, none begins any more; those that have begun go on.
+    void StopReceiving();
     /// Closes the messenger, stops the policy worker, removes the temporary directories.
     /// @throws LumPalMsg::IllegalStateError_t 196 when the worker does not run; the directories then stay
     void Stop();

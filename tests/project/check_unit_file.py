@@ -39,6 +39,15 @@ def read(text):
     return sections, errors
 
 
+def check_stop_time(sections):
+    """A daemon that keeps its promise is never killed: the manager's patience is several times as long."""
+    page = (ROOT / "docs/tools.md").read_text(encoding="utf-8")
+    promised = int(re.search(r"SIGTERM and SIGINT stop it within (\d+) seconds", page).group(1))
+    patience = sections.get("Service", {}).get("TimeoutStopSec", ["0"])
+    if len(patience) != 1 or not patience[0].isdigit() or int(patience[0]) < 3 * promised:
+        yield f"[Service] TimeoutStopSec must be at least {3 * promised} (seconds), is {patience}"
+
+
 def check_fields(sections):
     for section, settings in WANTED.items():
         for key, value in settings.items():
@@ -63,6 +72,7 @@ def main():
     text = UNIT.read_text(encoding="utf-8")
     sections, errors = read(text)
     errors += check_fields(sections)
+    errors += check_stop_time(sections)
     errors += verify(text)
     for error in errors:
         print(f"{UNIT.relative_to(ROOT)}: {error}")

@@ -17,7 +17,8 @@ BUILD = pathlib.Path(os.environ.get("LUM_BUILD", ROOT / "build/dev"))
 TOOLS = BUILD / "tools"
 EXAMPLES = ROOT / "examples/policies"
 TRIAL_SECONDS = int(os.environ.get("LUM_TRIAL_SECONDS", "2"))
-PATIENCE_S = 30 * int(os.environ.get("LUM_SLOWNESS", "1"))
+SLOWNESS = int(os.environ.get("LUM_SLOWNESS", "1"))
+PATIENCE_S = 30 * SLOWNESS
 
 DONE, FAILED, WRONG_USAGE, NOTHING_TO_DO, NOT_FOUND, REFUSED, UNREACHABLE, UNTOLD = range(8)
 

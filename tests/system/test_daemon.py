@@ -8,11 +8,10 @@ import resource
 import signal
 import socket
 import subprocess
-import threading
 import unittest
 
 import wire
-from node import DONE, PATIENCE_S, TOOLS, Node, free_port, wait_until, write_policy
+from node import DONE, PATIENCE_S, TOOLS, Node, wait_until, write_policy
 
 STOPPED, FAILED, WRONG_USAGE, ALREADY_RUNNING = range(4)
 
@@ -399,93 +398,6 @@ class Configuration(DaemonTest):
         node.write_rights({"operator": "dance"})
         result = self.check(node)
         self.assertEqual((result.code, result.out.splitlines()[-1]), (FAILED, "3 problem(s)"), result)
-
-
-class Stopping(DaemonTest):
-    @staticmethod
-    def gated_command(node):
-        """A command that makes the file "seen" and ends when "gate" is there, or the whole folder gone."""
-        script = node.folder / "consumer"
-        script.write_text(f'#!/bin/sh\ncd "{node.folder}"\n: > seen\n'
-                          'while [ ! -e gate ] && [ -e "$0" ]; do sleep 0.02; done\n')
-        script.chmod(0o755)
-        return script
-
-    def test_both_signals_stop_it_cleanly(self):
-        for how in (signal.SIGTERM, signal.SIGINT):
-            with self.subTest(signal=how.name):
-                node = self.node()
-                self.install(node, "a")
-                self.assertEqual(node.stop(how), STOPPED)
-                self.assertFalse((node.root / "etc/local.secret").exists())
-                self.assertFalse(node.incoming.exists())
-                self.assertEqual(node.stored(), ["type/a.data", "type/a_header.xml"])
-                node.start()
-                self.assertEqual([policy["id"] for policy in node.list()], ["a"])
-
-    def test_a_signal_before_it_serves_stops_it_too(self):
-        for _ in range(3):
-            node = self.node(start=False)
-            process = self.start_daemon(node)
-            wait_until(lambda: signals_are_held(process.pid) or process.poll() is not None, "it handles signals")
-            process.send_signal(signal.SIGTERM)
-            self.assertEqual(process.wait(PATIENCE_S), STOPPED)
-
-    def test_a_request_under_way_is_answered_before_it_ends_and_none_is_taken_behind(self):
-        for how in (signal.SIGTERM, signal.SIGINT):
-            with self.subTest(signal=how.name):
-                node = self.node()
-                gate, seen = node.folder / "gate", node.folder / "seen"
-                node.consumer("*", arguments=("--exec", self.gated_command(node)))
-                path = write_policy(node.folder / "source", "a")
-                results = []
-                caller = threading.Thread(target=lambda: results.append(node.policy("install", path)))
-                caller.start()
-                wait_until(seen.exists, "the consumer is told")
-                node.daemon.send_signal(how)
-                wait_until(lambda: not accepts(node.port), "the port is closed")
-                self.assertIsNone(node.daemon.poll(), "it waits for the request")
-                gate.touch()
-                caller.join()
-                self.assertEqual(results[0].code, DONE, results[0])
-                self.assertEqual(node.daemon.wait(PATIENCE_S), STOPPED)
-                self.assertEqual(node.stored(), ["type/a_header.xml"])
-
-    def test_callers_that_only_wait_or_send_slowly_do_not_hold_it(self):
-        node = self.node()
-        with wire.Connection(node.port), wire.Connection(node.port) as slow, wire.Connection(node.port) as kept:
-            self.assertEqual(kept.exchange(wire.post(wire.list_call(), secret=wire.secret_of(node))).status, 200)
-            slow.send(wire.post(wire.list_call())[:-20])
-            self.assertEqual(node.stop(), STOPPED)
-            self.assertTrue(kept.is_closed())
-
-    def test_a_consumer_that_never_answers_holds_it_no_longer_than_the_limit(self):
-        node = self.node({"conf.core": {"CONTROL_ACK_TIMEOUT": "1"}})
-        node.consumer("*", arguments=("--exec", self.gated_command(node)))
-        self.addCleanup((node.folder / "gate").touch)
-        path = write_policy(node.folder / "source", "a")
-        with subprocess.Popen([TOOLS / "lumpolicy", "install", path], env=node.environment(), stdin=subprocess.DEVNULL,
-                              stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL) as caller:
-            wait_until((node.folder / "seen").exists, "the consumer is told")
-            self.assertEqual(node.stop(), STOPPED)
-            self.assertEqual(caller.wait(PATIENCE_S), 7, "installed, but the consumer was not heard of")
-        self.assertEqual(node.stored(), ["type/a_header.xml"])
-
-
-def signals_are_held(pid):
-    """Whether SIGTERM is out of its default way. A thread that waits for it shows it as not blocked: ask all."""
-    masks = []
-    for status in pathlib.Path(f"/proc/{pid}/task").glob("*/status"):
-        try:
-            masks += re.findall(r"^SigBlk:\s*(\w+)", status.read_text(), re.M)
-        except (FileNotFoundError, ProcessLookupError):
-            pass
-    return any(int(mask, 16) & 1 << (signal.SIGTERM - 1) for mask in masks)
-
-
-def accepts(port):
-    with socket.socket() as probe:
-        return probe.connect_ex(("127.0.0.1", port)) == 0
 
 
 if __name__ == "__main__":

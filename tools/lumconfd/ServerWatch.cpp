@@ -79,6 +79,7 @@ void ServerWatch::Round(const DaemonKeys& now) {
 void ServerWatch::Ping(const std::string& host) {
     MessageList_t reasons;
     const bool answers = Answers(host, reasons);
+    if (bell.IsStopped()) return;  // a question that was given up says nothing of the server
     const auto [known, isNew] = answered.emplace(host, answers);
     if (!isNew && known->second == answers) return;
     known->second = answers;
@@ -95,7 +96,7 @@ void ServerWatch::Locate(const std::vector<std::string>& hosts) {
         located = host;
         break;
     }
-    if (answered.count(located) > 0) return;
+    if (bell.IsStopped() || answered.count(located) > 0) return;
     answered = {{located, true}};
     if (located.empty()) return SaySilent("No server of this node answers.", located, reasons);
     SayAnswers("The server of this node is '%1'.", located);

@@ -19,7 +19,7 @@ class ServerWatch final : private LumPalThread::Runnable_i {
 public:
     /// @throws what reading the configuration throws; LumPalMsg::RuntimeException_t without room for a thread
     ServerWatch();
-    /// Waits for a question that is out, a few seconds at most.
+    /// Waits for a question that is out: a few seconds at most, one when the process ends.
     ~ServerWatch() override;
     ServerWatch(const ServerWatch&) = delete;
     ServerWatch& operator=(const ServerWatch&) = delete;

@@ -7,6 +7,7 @@
 
 #include "CapturedLog.h"
 #include "Configure.h"
+#include "LumPalDaemon.h"
 #include "SettingsPolicies.h"
 #include "TraceLines.h"
 
@@ -47,6 +48,20 @@ TEST_F(PolicySettingsTest, WithoutSettingsPoliciesEmptySettingsAreComparedAndWri
     EXPECT_TRUE(trace.Contains("Both policy files are equal."));
     EXPECT_EQ(SettingsFiles::IdentityOf(store.Files().Policy()), before);
     EXPECT_EQ(log.Text(), "");
+}
+
+TEST_F(PolicySettingsTest, ANodeThatEndsReadsNotOnAndLeavesTheSettingsAsTheyWere) {
+    PutMark("a");
+    settings.Start();
+    PutMark("b");
+    LumPalRuntime::SetStopping(true);
+    settings = PolicySettings();
+    EXPECT_THROW(settings.Start(), LumPalMsg::RuntimeException_t);
+    LumPalRuntime::SetStopping(false);
+    EXPECT_EQ(Settings(), Marks("a"));
+    settings = PolicySettings();
+    settings.Start();
+    EXPECT_EQ(Settings(), Marks("ab"));
 }
 
 TEST_F(PolicySettingsTest, PoliciesOfOtherTypesAreNoSettings) {

@@ -39,6 +39,21 @@ protected:
         EXPECT_EQ(client.List().value, 2);
         EXPECT_EQ(client.Operate(15).value, 1);
     }
+    static constexpr int kRefused = -1;
+    /// Installs and has the consumers told.
+    static Reply InstallTold(unsigned port, const TestPolicy& policy) {
+        Reply reply;
+        try {
+            return NodeClient(port).Install(policy.Array(), 1, InstallOptions());
+        } catch (const LumPalMsg::Exception_t& e) {
+            reply.value = kRefused;
+            reply.text = e.what();
+        }
+        return reply;
+    }
+    bool IsInstalled(const TestPolicy& policy) const {
+        return std::filesystem::exists(node.InstallFolder() + "/" + policy.type + "/" + policy.id + "_header.xml");
+    }
     static bool IsOpen(unsigned port) {
         try {
             RawSocket probe(port);
@@ -259,6 +274,40 @@ TEST_F(ConfigServerTest, AServerThatGoesWithoutAStopClosesItsRoad) {
         server.reset();
         EXPECT_FALSE(IsOpen(port));
     }
+}
+
+TEST_F(ConfigServerTest, AStopLetsNoInstallWaitForAConsumerAndNoneIsInstalledThatIsRefused) {
+    LumCtrl::Service control;
+    control.Start();
+    const LumPalStr::String_t all("*");
+    LumCtrl::Component consumer("silent", &all, 1);
+    server->Start();
+    const unsigned port = server->GetPort();
+    constexpr std::size_t kCallers = 12;  // more than WORKER_THREADS
+    TestPolicy policies[kCallers];
+    Reply replies[kCallers];
+    std::vector<std::thread> callers;
+    for (std::size_t i = 0; i < kCallers; ++i) {
+        policies[i].id = policies[i].name = "p" + std::to_string(i);
+        callers.emplace_back([&, i] { replies[i] = InstallTold(port, policies[i]); });
+    }
+    LumPalStr::String_t event, value;
+    ASSERT_TRUE(consumer.Next(event, value, 60000));
+    server->StopReceiving();
+    EXPECT_FALSE(server->IsServing());
+    control.StopWaiting();
+    server->Stop();
+    for (std::thread& caller : callers) caller.join();
+    int installed = 0;
+    for (std::size_t i = 0; i < kCallers; ++i) {
+        const Reply& reply = replies[i];
+        const bool is = IsInstalled(policies[i]);
+        installed += is;
+        EXPECT_EQ(reply.value, is ? 9 : kRefused) << reply.text;
+        EXPECT_EQ(reply.text.find("'silent' had not acknowledged when the node was stopped") != std::string::npos, is)
+            << reply.text;
+    }
+    EXPECT_GE(installed, 1);
 }
 
 }  // namespace

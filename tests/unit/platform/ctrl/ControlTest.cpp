@@ -174,6 +174,44 @@ TEST_F(ControlTest, StoppingEndsATriggerThatWaits) {
     service.Stop();
 }
 
+TEST_F(ControlTest, ANodeThatEndsLetsNoneOfEightTriggersWaitForAComponentThatNeverAcknowledges) {
+    service.Start();
+    Component component("c", &all, 1);
+    std::atomic<int> ended{0};
+    std::vector<std::string> texts(8);
+    std::vector<std::thread> notifiers;
+    for (std::string& text : texts) {
+        notifiers.emplace_back([&] {
+            text = TextOf([&] { NotifyWithin("E", "", "", synchronous, kLongMs); });
+            ++ended;
+        });
+    }
+    ASSERT_TRUE(component.Next(event, value, kLongMs));
+    EXPECT_EQ(ended, 0);
+    service.StopWaiting();
+    for (std::thread& notifier : notifiers) notifier.join();
+    for (const std::string& text : texts)
+        EXPECT_EQ(text, "The trigger was not acknowledged: 'c' had not acknowledged when the node was stopped.");
+    EXPECT_THROW(NotifyWithin("F", "", "", synchronous, kLongMs), ControlException) << "this one came later";
+    EXPECT_NO_THROW(Control::Notify("G", "", "", asynchronous));
+    EXPECT_THROW(Control::Notify("G", "", "nobody", asynchronous), TargetException);
+}
+
+TEST_F(ControlTest, AServiceThatWaitedForNothingAnyMoreWaitsAgainWhenItIsStartedAgain) {
+    service.StopWaiting();
+    for (int i = 0; i < 2; ++i) {
+        service.Start();
+        {
+            Consumer consumer("c", all, 1);
+            EXPECT_NO_THROW(NotifyWithin("E", "", "", synchronous, kLongMs));
+        }
+        service.StopWaiting();
+        service.StopWaiting();
+        service.Stop();
+        service.StopWaiting();
+    }
+}
+
 TEST_F(ControlTest, WithoutAServiceNobodyCanBeReached) {
     EXPECT_THROW(Control::Notify("E", "", "", asynchronous), LumPalIo::IOException_t);
     EXPECT_THROW(Component("c", &all, 1), LumPalIo::IOException_t);

@@ -235,6 +235,46 @@ TEST_F(HubTest, StoppingAnswersWhoWaits) {
     EXPECT_EQ(hub.NextDeadline(), Hub::Time::max());
 }
 
+TEST_F(HubTest, StoppingNamesTheComponentsThatLeaveTriggersUnacknowledged) {
+    Register(1, "done", {"E"});
+    Register(2, "silent", {"*"});
+    Trigger(9, 0, "E");
+    Trigger(9, 0, "F");
+    Acknowledge(1);
+    hub.Stop();
+    EXPECT_EQ(warnings,
+              "The control service stops before the component 'silent' is done: 2 trigger(s) were not acknowledged, "
+              "the first is 'E'.\n");
+}
+
+TEST_F(HubTest, WhenNothingIsToWaitAnyMoreTheTriggersThatWaitAreAnsweredAtOnce) {
+    Register(1, "a", {"*"});
+    Register(2, "b", {"*"});
+    Trigger(8, 60000, "E");
+    Trigger(9, 1000, "F");
+    Acknowledge(1);
+    Sent(8), Sent(9);
+    hub.StopWaiting(now);
+    Pass(milliseconds(0));
+    EXPECT_EQ(Sent(8), "K3 'b' had not acknowledged when the node was stopped");
+    EXPECT_EQ(Sent(9), "K3 'a', 'b' had not acknowledged when the node was stopped");
+    EXPECT_EQ(hub.NextDeadline(), Hub::Time::max());
+}
+
+TEST_F(HubTest, WhenNothingIsToWaitAnyMoreALaterTriggerStillReachesWhoIsFree) {
+    Register(1, "free", {"*"});
+    hub.StopWaiting(now);
+    Sent(1);
+    Trigger(8, 60000, "E", "v");
+    Trigger(9, 0, "F");
+    Pass(milliseconds(0));
+    EXPECT_EQ(Sent(1), "D E v");
+    EXPECT_EQ(Sent(8), "K3 'free' had not acknowledged when the node was stopped");
+    EXPECT_EQ(Sent(9), "K0") << "nobody waits for this one";
+    Acknowledge(1);
+    EXPECT_EQ(Sent(1), "D F");
+}
+
 TEST_F(HubTest, WhoIsNeitherComponentNorWaitingIsIdle) {
     Register(1, "a", {"*"});
     EXPECT_FALSE(hub.IsIdle(1));

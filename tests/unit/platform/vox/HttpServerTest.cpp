@@ -130,7 +130,28 @@ TEST(HttpServer, AClientThatGoesAwayAnywhereDisturbsNobody) {
 TEST(HttpServer, AReplyThatNeverComesIsA503) {
     EchoServer server;
     server.onServe = [](HttpRequest&, const HttpReply&) {};
-    EXPECT_EQ(RawHttp(server.GetPort()).Exchange(PostOf("/echo", "a")).status, 503);
+    RawHttp client(server.GetPort());
+    const RawAnswer answer = client.Exchange(PostOf("/echo", "a"));
+    EXPECT_EQ(answer.status, 503);
+    EXPECT_EQ(answer.body, "The node cannot serve this now.");
+    EXPECT_TRUE(client.IsClosed());
+}
+
+TEST(HttpServer, ARequestThatNobodyBeganWithBeforeTheEndIsA503ThatSaysSo) {
+    EchoServer server;
+    std::promise<HttpReply> reply;
+    server.onServe = [&](HttpRequest&, HttpReply given) { reply.set_value(std::move(given)); };
+    RawHttp client(server.GetPort());
+    // A second request right behind it must not turn the end of the connection into a reset.
+    client.Send(PostOf("/echo", "a") + PostOf("/echo", "b"));
+    HttpReply pending = reply.get_future().get();
+    server.server.StopAccepting();
+    pending = nullptr;
+    server.server.Finish();
+    const RawAnswer answer = client.Receive();
+    EXPECT_EQ(answer.status, 503);
+    EXPECT_EQ(answer.body, "The node is stopping.");
+    EXPECT_TRUE(client.IsClosed());
 }
 
 TEST(HttpServer, OnlyTheFirstReplyCounts) {

@@ -55,3 +55,25 @@ TEST(WorkerPool, StopWaitsForWhatRunsAndDropsWhatWaits) {
     EXPECT_FALSE(pool.Submit([] {}));
     pool.Stop();
 }
+
+TEST(WorkerPool, RefusingDropsWhatWaitsAndLeavesAloneWhatRuns) {
+    WorkerPool pool(1);
+    std::promise<void> begun, open;
+    std::atomic<bool> ended{false};
+    pool.Submit([&] {
+        begun.set_value();
+        open.get_future().wait();
+        ended = true;
+    });
+    begun.get_future().wait();
+    auto token = std::make_shared<int>(0);
+    pool.Submit([token] { FAIL() << "it was dropped"; });
+    pool.Refuse();
+    EXPECT_EQ(token.use_count(), 1);
+    EXPECT_FALSE(ended);
+    EXPECT_FALSE(pool.Submit([] {}));
+    pool.Refuse();
+    open.set_value();
+    pool.Stop();
+    EXPECT_TRUE(ended);
+}
