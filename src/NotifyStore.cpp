@@ -1,7 +1,5 @@
 #include "NotifyStore.h"
 
-#include <algorithm>
-
 #include "FirstReading.h"
 #include "LumCtrl.h"
 #include "Messages.h"
@@ -38,17 +36,6 @@ const KindRow& RowOf(int kind) {
         if (row.kind == kind) return row;
     }
     Raise<LumPalMsg::IllegalStateError_t>(msg::NotificationParameterWrong);
-}
-
-bool EraseFrom(std::vector<String_t>& types, const String_t& type) {
-    auto found = std::find(types.begin(), types.end(), type);
-    if (found == types.end()) return false;
-    types.erase(found);
-    return true;
-}
-
-void AddOnce(std::vector<String_t>& types, const String_t& type) {
-    if (std::find(types.begin(), types.end(), type) == types.end()) types.push_back(type);
 }
 
 bool StartsWith(const String_t& text, const String_t& start) {
@@ -133,13 +120,11 @@ void NotifyStore::Insert(int kind, const String_t& type, const String_t& id) {
 }
 
 void NotifyStore::AddFirstPolicy(const String_t& type) {
-    EraseFrom(lastPolicies, type);
-    AddOnce(firstPolicies, type);
+    if (lastPolicies.erase(type) == 0) firstPolicies.insert(type);
 }
 
 void NotifyStore::AddLastPolicy(const String_t& type) {
-    EraseFrom(firstPolicies, type);
-    AddOnce(lastPolicies, type);
+    if (firstPolicies.erase(type) == 0) lastPolicies.insert(type);
 }
 
 void NotifyStore::Send() {
@@ -176,7 +161,7 @@ void NotifyStore::SendType(Kind kind, const NotifyEntries::OfType& entries) {
 
 /// Tells of a first or a last policy, if the list has the type, and takes it off the list.
 void NotifyStore::SendListed(Types& types, const char* keyword, const String_t& type) {
-    if (!EraseFrom(types, type)) return;
+    if (types.erase(type) == 0) return;
     if (type != names::SettingsTypeName) Trigger(keyword + type, "");
 }
 

@@ -3,7 +3,8 @@
 #pragma once
 
 #include <atomic>
-#include <vector>
+#include <initializer_list>
+#include <set>
 
 #include "LumPalConfig.h"
 #include "LumPalMsg.h"
@@ -58,8 +59,8 @@ public:
     /// @throws LumPalMsg::IllegalStateError_t 92 for a number that is no kind
     void Insert(int kind, const LumPalStr::String_t& type, const LumPalStr::String_t& id);
 
-    /// A type got its first policy, or lost its last one; each takes back the other. They go out with the next install
-    /// or remove of the type.
+    /// A type got its first policy, or lost its last one. They go out with the next install or remove of the type. Of
+    /// a type that did both before anything was sent neither is told: its consumer is where it was.
     void AddFirstPolicy(const LumPalStr::String_t& type);
     void AddLastPolicy(const LumPalStr::String_t& type);
 
@@ -74,7 +75,7 @@ public:
     bool WasAsynchronous() const noexcept { return asynchronous; }
 
 private:
-    using Types = std::vector<LumPalStr::String_t>;
+    using Types = std::set<LumPalStr::String_t>;
 
     NotifyEntries& EntriesOf(int kind);
     void EraseElsewhere(int kind, const LumPalStr::String_t& type, const LumPalStr::String_t& id);

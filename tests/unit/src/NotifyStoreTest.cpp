@@ -99,8 +99,24 @@ const StepRow kSteps[] = {
      "FIRST_POLICY:t=; CHECK_POLICY:t=a; CHECK_POLICY:t=b"},
     {"a last policy twice is told once", "last t,last t,remove t a,send,remove t b,send",
      "REMOVE_POLICY:t=a; LAST_POLICY:t=; REMOVE_POLICY:t=b"},
-    {"last then first leaves no last", "last t,first t,remove t a,send", "REMOVE_POLICY:t=a"},
-    {"first then last leaves no first", "first t,last t,install t a,send", "CHECK_POLICY:t=a"},
+    {"a type that lost its last policy and got a new one has neither", "last t,remove t a,first t,install t b,send",
+     "CHECK_POLICY:t=b; REMOVE_POLICY:t=a"},
+    {"a type that got its first policy and lost it has neither", "first t,install t a,last t,remove t a,send",
+     "REMOVE_POLICY:t=a"},
+    {"a last policy that was taken back is not told later", "last t,first t,send,remove t a,install t b,send",
+     "CHECK_POLICY:t=b; REMOVE_POLICY:t=a"},
+    {"a first policy that was taken back is not told later", "first t,last t,send,remove t a,install t b,send",
+     "CHECK_POLICY:t=b; REMOVE_POLICY:t=a"},
+    {"a first policy takes back a last one that was told twice", "last t,last t,first t,remove t a,install t b,send",
+     "CHECK_POLICY:t=b; REMOVE_POLICY:t=a"},
+    {"behind both a last policy counts anew", "last t,first t,last t,remove t a,send",
+     "REMOVE_POLICY:t=a; LAST_POLICY:t="},
+    {"behind both a first policy counts anew", "first t,last t,first t,install t a,send",
+     "FIRST_POLICY:t=; CHECK_POLICY:t=a"},
+    {"a last policy that was sent is not taken back", "last t,remove t a,send,first t,install t b,send",
+     "REMOVE_POLICY:t=a; LAST_POLICY:t=; FIRST_POLICY:t=; CHECK_POLICY:t=b"},
+    {"the first policy of another type takes nothing back", "last t,remove t a,first u,install u b,send",
+     "FIRST_POLICY:u=; CHECK_POLICY:u=b; REMOVE_POLICY:t=a; LAST_POLICY:t="},
     {"a first policy waits for an install of its type", "first t,install u a,remove t b,send,install t c,send",
      "CHECK_POLICY:u=a; REMOVE_POLICY:t=b; FIRST_POLICY:t=; CHECK_POLICY:t=c"},
     {"a last policy waits for a remove of its type", "last t,install t a,send,remove t a,send",
@@ -281,6 +297,15 @@ TEST_F(NotifyStoreSettings, EachKindIsAJobOfTheWorkerAndNoTrigger) {
     Do(store, "first configsettings,install configsettings 1,install configsettings 2,enable configsettings 3,");
     Do(store, "disable configsettings 4,last configsettings,remove configsettings 5,send");
     EXPECT_EQ(record.WaitFor("remove 5;"), "make;start;install 1 2;enable 3;disable 4;remove 5;");
+    EXPECT_EQ(consumer.Heard(), "");
+}
+
+TEST_F(NotifyStoreSettings, NobodyHearsOfALastPolicyOfSettingsAndANewOneAndTheWorkerGetsBothJobs) {
+    Consumer consumer("consumer", kEveryEvent);
+    Do(store, "last configsettings,remove configsettings 1,first configsettings,install configsettings 2,send");
+    EXPECT_EQ(record.WaitFor("remove 1;"), "make;start;install 2;remove 1;");
+    Do(store, "first configsettings,install configsettings 3,last configsettings,remove configsettings 3,send");
+    EXPECT_EQ(record.WaitFor("remove 3;"), "make;start;install 2;remove 1;remove 3;");
     EXPECT_EQ(consumer.Heard(), "");
 }
 

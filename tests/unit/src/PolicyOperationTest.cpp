@@ -519,6 +519,54 @@ TEST_F(PolicyOperationTest, ARemovalTellsOfTheRemovedAndOfTheLastPolicyOfATypeOn
                                               "LAST_POLICY:other "));
 }
 
+TEST_F(PolicyOperationTest, ATypeWhoseLastPolicyGotASuccessorBeforeAnybodyWasToldHasLostAndGotNone) {
+    PolicyListener consumer;
+    node.Install(Policy("a"));
+    node->Notify("tester");
+    consumer.Heard();
+    node.Remove(Selection());
+    node.Install(Policy("b"));
+    node->Notify("tester");
+    EXPECT_THAT(consumer.Heard(), ElementsAre("CHECK_POLICY:files b", "REMOVE_POLICY:files a"));
+    node->Remove("tester", Selection(), PolicyForwarder::Options());
+    EXPECT_THAT(consumer.Heard(), ElementsAre("REMOVE_POLICY:files b", "LAST_POLICY:files "));
+}
+
+TEST_F(PolicyOperationTest, ALastPolicyThatComesBackBeforeAnybodyWasToldIsToldAsInstalledOnly) {
+    PolicyListener consumer;
+    node.Install(Policy("a"));
+    node->Notify("tester");
+    consumer.Heard();
+    node.Remove(Selection());
+    node.Install(Policy("a"));
+    node->Notify("tester");
+    EXPECT_THAT(consumer.Heard(), ElementsAre("CHECK_POLICY:files a"));
+}
+
+TEST_F(PolicyOperationTest, ATypeThatLostItsFirstPolicyBeforeAnybodyWasToldHasGotAndLostNone) {
+    PolicyListener consumer;
+    node.Install(Policy("a"));
+    node.Remove(Selection());
+    node->Notify("tester");
+    EXPECT_THAT(consumer.Heard(), ElementsAre("REMOVE_POLICY:files a"));
+    node.Install(Policy("b"));
+    node->Notify("tester");
+    EXPECT_THAT(consumer.Heard(), ElementsAre("FIRST_POLICY:files ", "CHECK_POLICY:files b"));
+}
+
+TEST_F(PolicyOperationTest, NobodyHearsOfTheFirstAndTheLastPolicyOfSettings) {
+    PolicyListener consumer;
+    node.Install(Policy("a", "configsettings"));
+    node->Notify("tester");
+    node.Remove(Selection());
+    node.Install(Policy("b", "configsettings"));
+    node->Notify("tester");
+    node.Remove(Selection());
+    node.Install(Policy("c"));
+    node->Notify("tester");
+    EXPECT_THAT(consumer.Heard(), ElementsAre("FIRST_POLICY:files ", "CHECK_POLICY:files c"));
+}
+
 TEST_F(PolicyOperationTest, ARemovalSucceedsThoughNobodyCanBeTold) {
     node.Install(Policy("a"));  // its own notification is still queued, and the service is not there
     node.Install(Policy("b"));
