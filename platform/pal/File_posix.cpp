@@ -53,7 +53,10 @@ void MakeOne(const File_t& directory) {
     }
     Observe("mkdir", native.CStr());
     const File_t parent = FolderOf(directory);
-    if (!parent.Sync()) ThrowSystemError("Cannot flush folder", parent.ToString(), errno);
+    if (parent.Sync()) return;
+    const int error = errno;
+    directory.Delete();  // else the next attempt would find it, and take it for one that stays
+    ThrowSystemError("Cannot flush folder", parent.ToString(), error);
 }
 
 bool RemoveEntry(const char* path) {

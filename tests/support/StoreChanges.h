@@ -16,6 +16,7 @@
 #include "Configure.h"
 #include "Files.h"
 #include "InstallOptions.h"
+#include "LumPalConfig.h"
 #include "LumPalRuntime.h"
 #include "PolicyOperation.h"
 #include "PolicySettings.h"
@@ -252,6 +253,22 @@ inline std::vector<StoreChangeCase> AllStoreChanges() {
                        node->Remove("tester", Id("s1"), quiet());
                        node.Notify();
                    }});
+    const auto set = [](const char* package, const char* value) {
+        return [=](NodeAt&) {
+            LumPalConfig::Configuration_t settings{LumPalStr::String_t("demo")};
+            settings.SetAttrValue("key", value);
+            LumPalConfig::ConfigUpdate_t update{LumPalStr::String_t(package)};
+            update.SetConfig(settings);
+            update.Apply();
+        };
+    };
+    all.push_back({"a setting", set("", "one"), set("", "two")});
+    all.push_back({"a setting of a package", set("pack", "one"), set("pack", "two")});
+    all.push_back({"no setting", set("", "one"), [](NodeAt&) {
+                       LumPalConfig::ConfigUpdate_t update("");
+                       update.ClearNamespace("demo");
+                       update.Apply();
+                   }});
     return all;
 }
 
@@ -263,8 +280,10 @@ inline void PrepareNode(const std::string& root, const StoreChangeCase& change) 
     change.prepare(node);
 }
 
-/// What a restart makes of a node.
+/// What a restart makes of a node. As the daemon, it tidies the configuration first.
 inline NodeTree TreeAfterRestart(const std::string& root) {
+    LumPalRuntime::Dir_t::SetRoot(LumPalStr::String_t::FromUtf8(root));
+    LumPalConfig::ConfigUpdate_t::RemoveLeftAside();
     { const NodeAt node(root); }
     return TreeOf(root);
 }

@@ -156,6 +156,33 @@ TEST_P(PowerCut, AtAnyFlushLeavesTheOldPolicyOrTheNewOneAndNothingElse) {
     }
 }
 
+/// Runs a program of the build for the node on the disk.
+void RunTool(const std::string& command) {
+    Run("cd " + TheDisk().Folder() + " && LUM_ROOT=" + TheDisk().Root() + " " + std::getenv("LUM_BUILD") + "/tools/" +
+        command + " >" + TheDisk().Folder() + "/output");
+}
+
+TEST(PowerCut, RightAfterAChangeOfTrustTakesNothingOfItBack) {
+    ASSERT_TRUE(std::getenv("LUM_BUILD")) << "names the folder of the build whose programs are tried";
+    Disk& disk = TheDisk();
+    disk.Insert("empty");
+    fs::create_directory(disk.Root());
+    RunTool("lumtrust init authority");
+    const std::string authority = "authority/demonstration-authority.pem";
+    for (const std::string& command :
+         {"trust " + authority, std::string("request --core-id node-1 --host localhost -o node-1.csr"),
+          std::string("issue authority node-1.csr -o node-1.pem"), std::string("install node-1.pem"),
+          std::string("grant operator install list"), std::string("revoke operator install"),
+          std::string("revoke operator"), std::string("untrust demonstration-authority")}) {
+        SCOPED_TRACE(command);
+        RunTool("lumtrust " + command);
+        const NodeTree answered = TreeOf(disk.Root());
+        disk.Cut();
+        disk.Restart();
+        EXPECT_EQ(Difference(answered, TreeOf(disk.Root())), "");
+    }
+}
+
 std::string NameOf(const testing::TestParamInfo<StoreChangeCase>& info) {
     std::string name = info.param.what;
     for (std::size_t i = 0; i < name.size(); ++i) {
