@@ -1,0 +1,40 @@
+// A policy with the most files that one may have: while it is installed everybody else waits.
+#include <gtest/gtest.h>
+
+#include <string_view>
+
+#include "Faults.h"
+#include "PolicyNode.h"
+
+namespace LumConf {
+namespace {
+
+constexpr int kMostDataFiles = 9999;
+/// Each flush costs a disk milliseconds: far fewer than files.
+constexpr int kMostFlushes = 20;
+
+int flushes = 0;
+
+void CountFlushes(const char* operation, const char*, const char*) {
+    const std::string_view what = operation;
+    flushes += what == "fsync" || what == "syncfs";
+}
+
+TEST(InstallManyFiles, APolicyWithTheMostFilesIsFlushedAtOnce) {
+    PolicyNode node(kFastFolder);
+    TestPolicy policy;
+    for (int i = 0; i < kMostDataFiles; ++i) policy.data.emplace_back("f" + std::to_string(i), "");
+    for (const char* what : {"new", "again"}) {
+        SCOPED_TRACE(what);
+        flushes = 0;
+        LumPalIo::SetFileObserverForTest(CountFlushes);
+        node.Install(policy);
+        LumPalIo::SetFileObserverForTest(nullptr);
+        EXPECT_GT(flushes, 0);
+        EXPECT_LE(flushes, kMostFlushes);
+    }
+    EXPECT_EQ(node.Installed().size(), kMostDataFiles + 1u);
+}
+
+}  // namespace
+}  // namespace LumConf
