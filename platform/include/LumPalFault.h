@@ -7,10 +7,12 @@
 namespace LumPalIo {
 
 /// Asked before each operation that changes the file system, before a file is opened for reading, and before a program
-/// is started; true lets it fail with an I/O error (EIO).
+/// is started; true lets it fail with an I/O error (EIO). Also before a connection is accepted; true lets that fail as
+/// without descriptors (EMFILE).
 /// @param operation  "open" (for writing), "write", "rename", "unlink", "rmdir", "mkdir", "chmod", "fsync",
-///                   "read" (opening for reading), "close" (of a file that was written), "spawn"
-/// @param path       the path concerned (of a rename, the old one), or the program
+///                   "read" (opening for reading), "close" (of a file that was written), "spawn", "accept"
+/// @param path       the path concerned (of a rename, the old one), or the program; of "accept" "control.sock" for the
+///                   control service, else empty
 /// Called from whatever thread does the operation.
 using FaultHook = bool (*)(const char* operation, const char* path);
 
