@@ -12,6 +12,20 @@ using namespace LumConf;
 using LumPalStr::String_t;
 using LumPalThread::MutexLock_t;
 
+namespace {
+
+/// For catch clauses: memory may be out.
+template <class Text>
+void TraceGuarded(Text text) noexcept {
+    try {
+        LUMCONF_TRACE(trace::Config, text());
+    } catch (...) {
+        LumPalLog::SayLineIsLost();
+    }
+}
+
+}  // namespace
+
 PolicyWorker& PolicyWorker::GetInstance() {
     static PolicyWorker& instance = *new PolicyWorker(MakePolicySettings());
     return instance;
@@ -75,10 +89,10 @@ void PolicyWorker::FirstStart() {
     try {
         settings->Start();
     } catch (const LumPalMsg::Exception_t& e) {
-        LUMCONF_TRACE(trace::Config, e.GetMessageList().Format(LumPalMsg::Text | LumPalMsg::Details));
+        TraceGuarded([&] { return e.GetMessageList().Format(LumPalMsg::Text | LumPalMsg::Details); });
     } catch (const std::exception& e) {
-        LUMCONF_TRACE(trace::Config, String_t::FromUtf8(e.what()));
         reloadNeeded = true;
+        TraceGuarded([&] { return String_t::FromUtf8(e.what()); });
     }
 }
 
@@ -87,12 +101,14 @@ void PolicyWorker::TreatGuarded(const Job& job, bool cacheOn) {
     try {
         Treat(job, cacheOn);
     } catch (const LumPalMsg::Exception_t& e) {
-        LumPalLog::Log(Make(msg::WorkerJobErrors, names::SettingsTypeName, e));
+        LumPalLog::LogGuarded([&] { return Make(msg::WorkerJobErrors, names::SettingsTypeName, e); });
     } catch (const std::exception& e) {
         // Memory ran out, say: what is in memory now is not known.
         reloadNeeded = true;
-        const LumPalMsg::CreateError_t reason(String_t::FromUtf8(e.what()));
-        LumPalLog::Log(Make(msg::WorkerJobErrors, names::SettingsTypeName, reason));
+        LumPalLog::LogGuarded([&] {
+            const LumPalMsg::CreateError_t reason(String_t::FromUtf8(e.what()));
+            return Make(msg::WorkerJobErrors, names::SettingsTypeName, reason);
+        });
     }
 }
 

@@ -44,14 +44,24 @@ LumVoxMsg::Messenger MakeMessenger() {
                                     .SetBasePath("/"));
 }
 
+/// @param details  makes them; memory may be out
+template <class Details>
+void SayNotReloaded(Details details) {
+    LumPalLog::LogGuarded([&] {
+        return LumPalMsg::CreateError_t("Keys and certificates cannot be taken up; the last good ones stay.")
+            .AddDetails(details());
+    });
+}
+
 /// What cannot be taken up leaves what was there: a daemon does not end because a file of its keys is broken.
 void Reload(LumConf::ConfigServer& server, LumVoxMsg::Messenger& messenger, lumconfd::ExpiryWatch& expiryWatch) {
     try {
         server.UpdateAuthorization();
         messenger.ReloadIdentity();
     } catch (const LumPalMsg::Exception_t& e) {
-        LumPalLog::Log(LumPalMsg::CreateError_t("Keys and certificates cannot be taken up; the last good ones stay.")
-                           .AddDetails(e.GetMessageList()));
+        SayNotReloaded([&] { return e.GetMessageList(); });
+    } catch (const std::exception& e) {
+        SayNotReloaded([&] { return LumPalMsg::CreateError_t(String_t::FromUtf8(e.what())); });
     }
     expiryWatch.Reloaded();
 }

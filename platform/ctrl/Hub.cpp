@@ -4,6 +4,8 @@
 #include <string_view>
 #include <utility>
 
+#include "LumPalLog.h"
+
 namespace LumCtrl {
 namespace {
 
@@ -33,7 +35,22 @@ std::string Quoted(const std::string& name) {
     return "'" + name + "'";
 }
 
+const auto kNoText = [] { return std::string(); };
+
 }  // namespace
+
+/// Who cannot be answered because memory is out must not wait for the answer.
+template <class MakeText>
+void Hub::Reply(Peer peer, ReplyCode code, MakeText text) noexcept try {
+    wire.Send(peer, Frame{FrameKind::Reply, static_cast<std::uint32_t>(code), {text()}});
+} catch (...) {
+    wire.Drop(peer);
+}
+
+template <class MakeText>
+void Hub::Answer(Trigger& trigger, ReplyCode code, MakeText text) noexcept {
+    Reply(std::exchange(trigger.notifier, 0), code, text);
+}
 
 void Hub::Take(Peer peer, const Frame& frame, Time now) {
     switch (frame.kind) {
@@ -53,17 +70,24 @@ void Hub::Take(Peer peer, const Frame& frame, Time now) {
 void Hub::Register(Peer peer, const Frame& frame) {
     if (!IsIdle(peer)) throw FrameError{"a registration out of turn"};
     if (!std::all_of(frame.texts.begin(), frame.texts.end(), IsName)) {
-        return Reply(peer, ReplyCode::Refused, "a name or an event is empty, too long or holds a control character");
+        return Reply(peer, ReplyCode::Refused,
+                     [] { return "a name or an event is empty, too long or holds a control character"; });
     }
     const std::string& name = frame.texts.front();
     const bool taken =
         std::any_of(components.begin(), components.end(), [&](const auto& entry) { return entry.second.name == name; });
-    if (taken) return Reply(peer, ReplyCode::Refused, "a component " + Quoted(name) + " is registered already");
+    if (taken) {
+        return Reply(peer, ReplyCode::Refused,
+                     [&] { return "a component " + Quoted(name) + " is registered already"; });
+    }
+    if (components.size() >= kMostComponents) {
+        return Reply(peer, ReplyCode::Refused, [] { return "there are too many components"; });
+    }
     Component component;
     component.name = name;
     component.patterns.assign(frame.texts.begin() + 1, frame.texts.end());
     components.emplace(peer, std::move(component));
-    Reply(peer, ReplyCode::Done, "");
+    Reply(peer, ReplyCode::Done, kNoText);
 }
 
 std::vector<Hub::Peer> Hub::Receivers(const Frame& frame, ReplyCode& code) const {
@@ -85,13 +109,15 @@ void Hub::TakeTrigger(Peer peer, const Frame& frame, Time now) {
     if (!IsIdle(peer)) throw FrameError{"a trigger out of turn"};
     ReplyCode code;
     const std::vector<Peer> receivers = Receivers(frame, code);
-    if (receivers.empty()) return Reply(peer, code, frame.texts[code == ReplyCode::NoTarget ? 2 : 0]);
+    if (receivers.empty()) {
+        return Reply(peer, code, [&] { return frame.texts[code == ReplyCode::NoTarget ? 2 : 0]; });
+    }
     auto trigger = std::make_shared<Trigger>();
     trigger->event = frame.texts[0];
     trigger->value = frame.texts[1];
     for (Peer receiver : receivers) trigger->open.push_back(components.at(receiver).name);
     for (Peer receiver : receivers) Queue(receiver, trigger);
-    if (frame.number == 0 && !trigger->open.empty()) return Reply(peer, ReplyCode::Done, "");
+    if (frame.number == 0 && !trigger->open.empty()) return Reply(peer, ReplyCode::Done, kNoText);
     trigger->notifier = peer;
     trigger->deadline = patient ? now + std::chrono::milliseconds(frame.number) : now;
     waiting.push_back(trigger);
@@ -104,18 +130,21 @@ void Hub::Queue(Peer peer, const TriggerPtr& trigger) {
     component.queue.push_back(trigger);
     component.queuedBytes += trigger->event.size() + trigger->value.size();
     if (component.queue.size() > kMostQueued || component.queuedBytes > kMostQueuedBytes) {
-        Remove(found, "is too slow and was dropped");
+        Remove(found, " is too slow and was dropped");
         wire.Drop(peer);
         return;
     }
     Deliver(peer, component);
 }
 
-void Hub::Deliver(Peer peer, Component& component) {
+/// A component that cannot be told because memory is out would never acknowledge.
+void Hub::Deliver(Peer peer, Component& component) noexcept try {
     if (component.delivering || component.queue.empty()) return;
-    component.delivering = true;
     const Trigger& trigger = *component.queue.front();
+    component.delivering = true;
     wire.Send(peer, Frame{FrameKind::Delivery, ++component.delivery, {trigger.event, trigger.value}});
+} catch (...) {
+    wire.Drop(peer);
 }
 
 void Hub::Acknowledge(Peer peer, const Frame& frame) {
@@ -134,9 +163,9 @@ void Hub::Acknowledge(Peer peer, const Frame& frame) {
     Deliver(peer, component);
 }
 
-void Hub::Gone(Peer peer) {
+void Hub::Gone(Peer peer) noexcept {
     const auto found = components.find(peer);
-    if (found != components.end()) Remove(found, "went away");
+    if (found != components.end()) Remove(found, " went away");
     for (auto i = waiting.begin(); i != waiting.end();) {
         const bool left = (*i)->notifier == peer;
         if (left) (*i)->notifier = 0;
@@ -144,41 +173,43 @@ void Hub::Gone(Peer peer) {
     }
 }
 
-void Hub::Remove(Components::iterator found, const char* why) {
-    const Component component = std::move(found->second);
-    components.erase(found);
-    WarnOfQueue(component, "The component " + Quoted(component.name) + " " + why);
-    for (const TriggerPtr& trigger : component.queue) {
-        std::erase(trigger->open, component.name);
-        trigger->failed.push_back(component.name);
-        Finish(trigger);
+void Hub::Remove(Components::iterator found, const char* why) noexcept {
+    const auto node = components.extract(found);
+    const Component& component = node.mapped();
+    WarnOfQueue(component, "The component ", why);
+    for (const TriggerPtr& trigger : component.queue) Fail(trigger, component.name);
+}
+
+/// The trigger does not reach the component any more.
+void Hub::Fail(const TriggerPtr& trigger, const std::string& component) noexcept {
+    std::erase(trigger->open, component);
+    try {
+        trigger->failed.push_back(component);
+    } catch (...) {
+        // It must not be told that all have acknowledged.
+        waiting.remove(trigger);
+        if (trigger->notifier != 0) wire.Drop(std::exchange(trigger->notifier, 0));
     }
+    Finish(trigger);
 }
 
-void Hub::WarnOfQueue(const Component& component, const std::string& why) {
+void Hub::WarnOfQueue(const Component& component, const char* before, const char* behind) noexcept try {
     if (component.queue.empty()) return;
-    wire.Warn(why + ": " + std::to_string(component.queue.size()) + " trigger(s) were not acknowledged, the first is " +
-              Quoted(component.queue.front()->event) + ".");
+    wire.Warn(before + Quoted(component.name) + behind + ": " + std::to_string(component.queue.size()) +
+              " trigger(s) were not acknowledged, the first is " + Quoted(component.queue.front()->event) + ".");
+} catch (...) {
+    LumPalLog::SayLineIsLost();
 }
 
-void Hub::Finish(const TriggerPtr& trigger) {
+void Hub::Finish(const TriggerPtr& trigger) noexcept {
     if (trigger->notifier == 0 || !trigger->open.empty()) return;
     waiting.remove(trigger);
-    if (trigger->failed.empty()) return Answer(*trigger, ReplyCode::Done, "");
-    Answer(*trigger, ReplyCode::Unacknowledged, Joined(trigger->failed) + " went away before it acknowledged");
+    if (trigger->failed.empty()) return Answer(*trigger, ReplyCode::Done, kNoText);
+    Answer(*trigger, ReplyCode::Unacknowledged,
+           [&] { return Joined(trigger->failed) + " went away before it acknowledged"; });
 }
 
-void Hub::Answer(Trigger& trigger, ReplyCode code, const std::string& text) {
-    const Peer notifier = trigger.notifier;
-    trigger.notifier = 0;
-    Reply(notifier, code, text);
-}
-
-void Hub::Reply(Peer peer, ReplyCode code, const std::string& text) {
-    wire.Send(peer, Frame{FrameKind::Reply, static_cast<std::uint32_t>(code), {text}});
-}
-
-void Hub::Tick(Time now) {
+void Hub::Tick(Time now) noexcept {
     for (auto i = waiting.begin(); i != waiting.end();) {
         const TriggerPtr trigger = *i;
         if (trigger->deadline > now) {
@@ -187,7 +218,7 @@ void Hub::Tick(Time now) {
         }
         i = waiting.erase(i);
         const char* why = patient ? " did not acknowledge in time" : " had not acknowledged when the node was stopped";
-        Answer(*trigger, ReplyCode::Unacknowledged, Joined(trigger->open) + why);
+        Answer(*trigger, ReplyCode::Unacknowledged, [&] { return Joined(trigger->open) + why; });
     }
 }
 
@@ -203,17 +234,17 @@ bool Hub::IsIdle(Peer peer) const {
     return !waits && components.count(peer) == 0;
 }
 
-void Hub::StopWaiting(Time now) {
+void Hub::StopWaiting(Time now) noexcept {
     patient = false;
     for (const TriggerPtr& trigger : waiting) trigger->deadline = now;
 }
 
-void Hub::Stop() {
+void Hub::Stop() noexcept {
     for (const auto& [peer, component] : components) {
-        WarnOfQueue(component, "The control service stops before the component " + Quoted(component.name) + " is done");
+        WarnOfQueue(component, "The control service stops before the component ", " is done");
     }
     for (const TriggerPtr& trigger : std::exchange(waiting, {})) {
-        Answer(*trigger, ReplyCode::Refused, "the control service stops");
+        Answer(*trigger, ReplyCode::Refused, [] { return "the control service stops"; });
     }
 }
 

@@ -15,7 +15,8 @@
 
 namespace LumCtrl {
 
-/// One thread. Peers are numbers of the caller's choice, never 0.
+/// One thread. Peers are numbers of the caller's choice, never 0, and never used again. Where memory runs out a peer is
+/// dropped: what waits for it goes on.
 class Hub {
 public:
     using Time = std::chrono::steady_clock::time_point;
@@ -24,34 +25,37 @@ public:
     /// Most triggers, and most bytes of them, that wait for one component; with more it is dropped.
     static constexpr std::size_t kMostQueued = 10000;
     static constexpr std::size_t kMostQueuedBytes = 64u << 20;
+    /// Most components; a further one is refused, so that programs that hand over triggers find a place.
+    static constexpr std::size_t kMostComponents = 900;
 
     /// Where the hub's decisions go.
     class Wire {
     public:
         virtual ~Wire() = default;
+        /// May throw when memory is out.
         virtual void Send(Peer peer, const Frame& frame) = 0;
-        /// Ends the connection; the hub has forgotten the peer.
-        virtual void Drop(Peer peer) = 0;
-        /// A line for the application log.
+        /// Ends the connection; Gone is to be called for the peer.
+        virtual void Drop(Peer peer) noexcept = 0;
+        /// A line for the application log. May throw when memory is out.
         virtual void Warn(const std::string& text) = 0;
     };
     explicit Hub(Wire& wire) : wire(wire) {}
 
-    /// @throws FrameError for a frame that has no place; the peer is then to be dropped by the caller
+    /// @throws FrameError for a frame that has no place, std::bad_alloc; the peer is then to be dropped by the caller
     void Take(Peer peer, const Frame& frame, Time now);
     /// The peer's connection ended.
-    void Gone(Peer peer);
+    void Gone(Peer peer) noexcept;
     /// Answers the triggers whose time is over.
-    void Tick(Time now);
+    void Tick(Time now) noexcept;
     /// When Tick has something to do; Time::max() when nothing waits.
     Time NextDeadline() const;
     /// Whether nothing is known of the peer: it is no component and waits for nothing.
     bool IsIdle(Peer peer) const;
     /// From now on nothing waits for a component: the next Tick answers every trigger that waits, and one that comes
     /// later is handed to its components and answered by the Tick behind it.
-    void StopWaiting(Time now);
+    void StopWaiting(Time now) noexcept;
     /// Answers every waiting trigger and says which components leave some unacknowledged: the service stops.
-    void Stop();
+    void Stop() noexcept;
 
 private:
     struct Trigger {
@@ -76,13 +80,16 @@ private:
     void TakeTrigger(Peer peer, const Frame& frame, Time now);
     std::vector<Peer> Receivers(const Frame& frame, ReplyCode& code) const;
     void Queue(Peer peer, const TriggerPtr& trigger);
-    void Deliver(Peer peer, Component& component);
+    void Deliver(Peer peer, Component& component) noexcept;
     void Acknowledge(Peer peer, const Frame& frame);
-    void Remove(Components::iterator component, const char* why);
-    void WarnOfQueue(const Component& component, const std::string& why);
-    void Finish(const TriggerPtr& trigger);
-    void Answer(Trigger& trigger, ReplyCode code, const std::string& text);
-    void Reply(Peer peer, ReplyCode code, const std::string& text);
+    void Remove(Components::iterator component, const char* why) noexcept;
+    void Fail(const TriggerPtr& trigger, const std::string& component) noexcept;
+    void WarnOfQueue(const Component& component, const char* before, const char* behind) noexcept;
+    void Finish(const TriggerPtr& trigger) noexcept;
+    template <class MakeText>
+    void Answer(Trigger& trigger, ReplyCode code, MakeText text) noexcept;
+    template <class MakeText>
+    void Reply(Peer peer, ReplyCode code, MakeText text) noexcept;
 
     Wire& wire;
     Components components;

@@ -40,9 +40,8 @@ Descriptor ListenAt(const LumPalStr::String_t& path);
 /// @throws LumPalIo::IOException_t when nobody serves there
 Descriptor ConnectTo(const LumPalStr::String_t& path);
 
-/// The next connection, not blocking; an empty one when none waits or the system can give none now.
-/// One of another user, who is not root, is closed at once.
-Descriptor Accept(const Descriptor& listener);
+/// Whether who is at the other end may speak to the service: the same user, or root.
+bool IsFriend(int socket) noexcept;
 
 /// Sends all of it, blocking. @throws LumPalIo::IOException_t
 void SendAll(const Descriptor& socket, const std::string& bytes);

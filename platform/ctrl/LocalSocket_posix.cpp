@@ -76,13 +76,6 @@ void RemoveStale(const String_t& path, const Address& address) {
     unlink(path.ToUtf8().c_str());
 }
 
-bool IsFriend(int fd) {
-    ucred peer{};
-    socklen_t size = sizeof peer;
-    if (getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return false;
-    return peer.uid == geteuid() || peer.uid == 0;
-}
-
 using Clock = std::chrono::steady_clock;
 
 int Remaining(Clock::time_point end, std::uint32_t milliseconds) {
@@ -168,10 +161,11 @@ Descriptor ConnectTo(const String_t& path) {
     return made;
 }
 
-Descriptor Accept(const Descriptor& listener) {
-    Descriptor accepted(accept4(listener.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
-    if (accepted && !IsFriend(accepted.Get())) accepted.Reset();
-    return accepted;
+bool IsFriend(int socket) noexcept {
+    ucred peer{};
+    socklen_t size = sizeof peer;
+    if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return false;
+    return peer.uid == geteuid() || peer.uid == 0;
 }
 
 void SendAll(const Descriptor& socket, const std::string& bytes) {

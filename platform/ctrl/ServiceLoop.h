@@ -4,19 +4,20 @@
 
 #include <atomic>
 #include <map>
-#include <set>
+#include <memory>
 #include <string>
-#include <vector>
 
+#include "../pal/Descriptor_posix.h"
+#include "../pal/ThrottledLog.h"
 #include "Hub.h"
 #include "LocalSocket.h"
 #include "LumPalThread.h"
 
-struct pollfd;
-
 namespace LumCtrl {
 
-/// Serves from Run until RequestStop. All but the requests belongs to the thread that calls Run.
+/// Serves from Run until RequestStop, also when memory or descriptors run out for a while: that costs single
+/// connections. One that finds no place takes that of a program that has been silent longest, if it is neither a
+/// component nor waits. All but the requests belongs to the thread that calls Run.
 class ServiceLoop : public LumPalThread::Runnable_i, private Hub::Wire {
 public:
     static constexpr std::size_t kMostConnections = 1000;
@@ -24,10 +25,11 @@ public:
 
     /// @throws LumPalIo::IOException_t
     explicit ServiceLoop(Descriptor listener);
+    ~ServiceLoop() override;
     void Run(const LumPalThread::Thread_t& thread) override;
-    /// Any thread; from soon after on no trigger waits for a component.
+    /// Any thread; these take no memory. From soon after on no trigger waits for a component.
     void RequestStopWaiting();
-    /// Any thread; Run returns soon after.
+    /// Run returns soon after.
     void RequestStop();
 
 private:
@@ -39,15 +41,26 @@ private:
         std::string out;
         std::size_t sent = 0;
         Time lastHeard;
+        bool doomed = false;  ///< to be closed at the end of the step
     };
+    using Connections = std::map<Peer, Connection>;
 
     void Wake();
     void TakeRequests(Time now);
+    void StepGuarded() noexcept;
     void Step();
-    std::vector<pollfd> WhatToWaitFor(std::vector<Peer>& peers) const;
+    struct Waits;
+
+    void ReserveWaits(std::size_t count);
+    void ListWaits(Time now);
     int TimeToWait(Time now) const;
     void AcceptAll(Time now);
-    void Serve(Peer peer, short events, Time now);
+    bool AcceptOne(Time now);
+    bool FindRoom(LumPal::Descriptor& socket);
+    bool IsSilent(const Connections::value_type& connection) const;
+    std::size_t CountSilent() const;
+    bool DropLongestSilent();
+    void Serve(Peer peer, short events, Time now) noexcept;
     void Hear(Peer peer, Connection& connection, Time now);
     void TakeFrames(Peer peer, Connection& connection, Time now);
     void Flush(Peer peer, Connection& connection);
@@ -55,16 +68,18 @@ private:
     void Bury();
 
     void Send(Peer peer, const Frame& frame) override;
-    void Drop(Peer peer) override { doomed.insert(peer); }
+    void Drop(Peer peer) noexcept override;
     void Warn(const std::string& text) override;
 
     Descriptor listener, wakeIn, wakeOut;
     std::atomic<bool> impatient{false}, stopping{false};
     Hub hub{*this};
-    std::map<Peer, Connection> connections;
-    std::set<Peer> doomed;  ///< to be closed at the end of the step
+    Connections connections;
+    bool anyDoomed = false;
+    std::unique_ptr<Waits> waits;
     Peer lastPeer = 0;
     Time acceptAgain{};  ///< no connection is taken before
+    LumPalLog::ThrottledLog acceptLog, fullLog, failureLog;
 };
 
 }  // namespace LumCtrl

@@ -11,7 +11,7 @@ LUMPAL_DEFINE_EXCEPTION(TargetException);
 LUMPAL_DEFINE_EXCEPTION(EventException);
 
 struct Service::Impl {
-    LumPalStr::String_t path;
+    std::string path;  ///< native
     Descriptor lock;
     std::unique_ptr<ServiceLoop> loop;
     LumPalThread::Thread_t thread;
@@ -26,9 +26,9 @@ Service::~Service() {
 void Service::Start() {
     if (impl) throw LumPalMsg::IllegalStateError_t(LumPalMsg::CreateError_t("The control service was started before."));
     auto started = std::make_unique<Impl>();
-    started->path = SocketPath();
+    started->path = SocketPath().ToUtf8();
     started->lock = LockSocket();
-    started->loop = std::make_unique<ServiceLoop>(ListenAt(started->path));
+    started->loop = std::make_unique<ServiceLoop>(ListenAt(SocketPath()));
     started->thread = LumPalThread::Thread_t("LumCtrl:Service");
     started->thread.Start(*started->loop);
     impl = std::move(started);
@@ -43,7 +43,7 @@ void Service::Stop() {
     impl->loop->RequestStop();
     impl->thread.Join();
     // The lock is still held: nobody else's socket can stand there.
-    unlink(impl->path.ToUtf8().c_str());
+    unlink(impl->path.c_str());
     impl.reset();
 }
 

@@ -50,6 +50,8 @@ public:
 /// The service itself: a Unix-domain socket (`control.sock` in folder kind 9, mode 0600, with `control.lock`
 /// beside it). Programs of the same user and of root may speak to it. lumconfd runs one.
 /// A component that leaves 10,000 triggers or 64 MiB of them waiting is dropped, with a line in the application log.
+/// Where memory runs out the program that needs it is dropped; where connections or descriptors do, one that says
+/// nothing.
 class LUMPAL_API Service {
 public:
     Service();

@@ -7,11 +7,13 @@
 namespace LumPalIo {
 
 /// Asked before each operation that changes the file system, before a file is opened for reading, and before a program
-/// is started; true lets it fail: with the error number that the hook left in errno, or an I/O error (EIO) for 0.
+/// is started; true lets it fail: with the error number that the hook left in errno, or an I/O error (EIO) for 0. Also
+/// before a connection is accepted; true lets that fail as without descriptors (EMFILE).
 /// @param operation  "open" (for writing), "write", "rename", "unlink", "rmdir", "mkdir", "chmod", "fsync",
 ///                   "syncfs" (flushing all of a folder's file system), "read" (opening for reading), "close" (of a
-///                   file that was written), "spawn"
-/// @param path       the path concerned (of a rename, the old one), or the program
+///                   file that was written), "spawn", "accept"
+/// @param path       the path concerned (of a rename, the old one), or the program; of "accept" "control.sock" for the
+///                   control service, else empty
 /// Called from whatever thread does the operation.
 using FaultHook = bool (*)(const char* operation, const char* path);
 

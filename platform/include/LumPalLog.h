@@ -60,7 +60,20 @@ LUMPAL_API Log_t& GetApplicationLog();
 /// Adds the file (10 MiB, 5 older ones beside it, 0640), in place of the one set before; a null or
 /// empty path takes it away. A file that cannot be opened is said on standard error.
 LUMPAL_API void SetApplicationLogFile(const LumPalStr::String_t& path);
-/// Writes to the application log with option 128.
+/// Writes to the application log with option 128. @throws std::bad_alloc alone
 LUMPAL_API void Log(const LumPalMsg::MessageList_t& messages);
+/// Says on standard error, without taking memory, that a line of the application log is lost: once in a second at most.
+LUMPAL_API void SayLineIsLost() noexcept;
+/// Log, for where memory may be out and nothing may be thrown: in catch clauses that end a thread's work, in
+/// destructors.
+/// @param make  makes the messages; called at once
+template <class Make>
+void LogGuarded(Make&& make) noexcept {
+    try {
+        Log(make());
+    } catch (...) {
+        SayLineIsLost();
+    }
+}
 
 }  // namespace LumPalLog

@@ -33,24 +33,31 @@ Configuration_t LoadOrNothing(const String_t& folder, const String_t& nameSpace)
     }
 }
 
-void Log(const char* text, const String_t& nameSpace, const LumPalMsg::MessageList_t& details) {
-    LumPalMsg::CreateError_t message{String_t(text)};
-    message << nameSpace;
-    message.AddDetails(details);
-    LumPalLog::Log(LumPalMsg::MessageList_t(message));
+/// @param makeDetails  makes them; memory may be out
+template <class MakeDetails>
+void Log(const char* text, const String_t& nameSpace, MakeDetails makeDetails) noexcept {
+    LumPalLog::LogGuarded([&] {
+        LumPalMsg::CreateError_t message{String_t(text)};
+        message << nameSpace;
+        message.AddDetails(makeDetails());
+        return LumPalMsg::MessageList_t(message);
+    });
 }
 
-void Call(ConfigChangeHandler_i& handler, const ChangedConfiguration_t& changes, const Configuration_t& now) {
+LumPalMsg::MessageList_t DetailsOf(const std::exception& e) {
+    return LumPalMsg::CreateError_t{String_t::FromUtf8(e.what())};
+}
+
+void Call(ConfigChangeHandler_i& handler, const ChangedConfiguration_t& changes, const Configuration_t& now) noexcept {
     static constexpr char Failure[] = "A handler for changes of the configuration '%1' failed.";
     try {
         handler.Update(changes, now);
     } catch (const LumPalMsg::Exception_t& e) {
-        Log(Failure, now.GetNamespace(), e.GetMessageList());
+        Log(Failure, now.GetNamespace(), [&] { return e.GetMessageList(); });
     } catch (const std::exception& e) {
-        const LumPalMsg::CreateError_t reason{String_t::FromUtf8(e.what())};
-        Log(Failure, now.GetNamespace(), LumPalMsg::MessageList_t(reason));
+        Log(Failure, now.GetNamespace(), [&] { return DetailsOf(e); });
     } catch (...) {
-        Log(Failure, now.GetNamespace(), LumPalMsg::MessageList_t());
+        Log(Failure, now.GetNamespace(), [] { return LumPalMsg::MessageList_t(); });
     }
 }
 
@@ -174,18 +181,44 @@ ConfigWatcher::Registrations ConfigWatcher::TakeLocked(const FolderChanges& chan
 }
 
 void ConfigWatcher::Run(const LumPalThread::Thread_t&) {
-    std::unique_lock<std::mutex> lock(mutex);
-    self = std::this_thread::get_id();
-    while (!stopping) {
-        const int longest = IsWaitingForFolderLocked() ? SearchMs : -1;
-        lock.unlock();
-        const FolderChanges changes = watch.Wait(longest);
-        lock.lock();
-        const Registrations touched = TakeLocked(changes);
-        lock.unlock();
-        for (const auto& registration : touched) Tell(*registration);
-        lock.lock();
+    Begin();
+    bool again = false;
+    while (!IsStopping()) {
+        try {
+            Step(again);
+            again = false;
+        } catch (const std::exception& e) {
+            // What had been seen when memory ran out is not known any more: look at everything.
+            again = true;
+            LumPalLog::LogGuarded([&] {
+                return LumPalMsg::CreateError_t("Changes of the configuration are looked for again: %1")
+                       << String_t::FromUtf8(e.what());
+            });
+            LumPalThread::Thread_t::Sleep(SearchMs);
+        }
     }
+}
+
+void ConfigWatcher::Begin() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    self = std::this_thread::get_id();
+}
+
+bool ConfigWatcher::IsStopping() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    return stopping;
+}
+
+void ConfigWatcher::Step(bool again) {
+    std::unique_lock<std::mutex> lock(mutex);
+    const int longest = again ? 0 : IsWaitingForFolderLocked() ? SearchMs : -1;
+    lock.unlock();
+    FolderChanges changes = watch.Wait(longest);
+    changes.missed = changes.missed || again;
+    lock.lock();
+    const Registrations touched = TakeLocked(changes);
+    lock.unlock();
+    for (const auto& registration : touched) Tell(*registration);
 }
 
 bool ConfigWatcher::BeginCall(Registration& registration, const Configuration_t& now, ChangedConfiguration_t& changes) {
@@ -215,7 +248,7 @@ void ConfigWatcher::Tell(Registration& registration) {
         EndCall();
     } catch (const LumPalMsg::Exception_t& e) {
         Log("The changed configuration '%1' could not be read; what was read before stays.", registration.nameSpace,
-            e.GetMessageList());
+            [&] { return e.GetMessageList(); });
     }
 }
 

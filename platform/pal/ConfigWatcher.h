@@ -39,6 +39,9 @@ private:
     void WatchLocked(const LumPalStr::String_t& folder);
     void UnwatchIdleLocked();
     bool IsWaitingForFolderLocked() const;
+    void Begin();
+    bool IsStopping();
+    void Step(bool again);
     Registrations TakeLocked(const FolderChanges& changes);
     void Tell(Registration& registration);
     bool BeginCall(Registration& registration, const Configuration_t& now, ChangedConfiguration_t& changes);

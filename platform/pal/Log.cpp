@@ -1,8 +1,11 @@
+#include <atomic>
+#include <chrono>
 #include <exception>
 #include <memory>
 
 #include "LogImpl.h"
 #include "OwnLog.h"
+#include "WriteError.h"
 
 namespace LumPalLog {
 
@@ -53,6 +56,15 @@ void SetApplicationLogFile(const String_t& path) {
 
 void Log(const MessageList_t& messages) {
     GetApplicationLog().Write(messages, AppLog);
+}
+
+void SayLineIsLost() noexcept {
+    static std::atomic<std::int64_t> nextSecond{0};
+    using std::chrono::duration_cast, std::chrono::seconds, std::chrono::steady_clock;
+    const std::int64_t now = duration_cast<seconds>(steady_clock::now().time_since_epoch()).count();
+    std::int64_t next = nextSecond;
+    if (now < next || !nextSecond.compare_exchange_strong(next, now + 1)) return;
+    LumPal::WriteError("A line of the application log is lost: there is no memory for it.\n");
 }
 
 }  // namespace LumPalLog

@@ -45,22 +45,30 @@ private:
 
 constexpr std::size_t kShownNameBytes = 15;  ///< the system takes no longer one
 
+/// @param reason  makes the details
+template <class Reason>
+void LogEnd(const std::string& thread, Reason reason) noexcept {
+    LumPalLog::LogGuarded([&] {
+        CreateError_t failure(String_t("An exception ended the thread '%1'."));
+        failure << String_t::FromUtf8(thread);
+        failure.AddDetails(reason());
+        return failure;
+    });
+}
+
 /// Calls one operation of a runnable; false, and a line in the application log, when an exception left it.
 template <class Call>
-bool Guarded(const String_t& thread, Call call) {
-    CreateError_t failure(String_t("An exception ended the thread '%1'."));
-    failure << thread;
+bool Guarded(const std::string& thread, Call call) noexcept {
     try {
         call();
         return true;
     } catch (const LumPalMsg::Exception_t& e) {
-        failure.AddDetails(e.GetMessageList());
+        LogEnd(thread, [&] { return e.GetMessageList(); });
     } catch (const std::exception& e) {
-        failure.AddDetails(CreateError_t(String_t::FromUtf8(e.what())));
+        LogEnd(thread, [&] { return CreateError_t(String_t::FromUtf8(e.what())); });
     } catch (...) {
-        failure.AddDetails(CreateError_t("It is of a type that says nothing."));
+        LogEnd(thread, [] { return CreateError_t("It is of a type that says nothing."); });
     }
-    LumPalLog::Log(LumPalMsg::MessageList_t(failure));
     return false;
 }
 
@@ -84,9 +92,8 @@ struct Thread_t::Impl {
     void Body(Runnable_i& runnable, const Thread_t& handle) {
         self.store(std::this_thread::get_id(), std::memory_order_relaxed);
         NameThisThread(name.c_str());
-        const String_t shownName = String_t::FromUtf8(name);
-        const bool success = Guarded(shownName, [&] { runnable.Run(handle); });
-        Guarded(shownName, [&] { runnable.Done(success); });
+        const bool success = Guarded(name, [&] { runnable.Run(handle); });
+        Guarded(name, [&] { runnable.Done(success); });
     }
 
     const std::string name;

@@ -32,7 +32,7 @@ class Blocks {
 public:
     static constexpr std::size_t kBlockSize = 65536;
     /// @param budget  what the bytes are taken from; null means without limit
-    explicit Blocks(std::shared_ptr<MemoryBudget> budget = nullptr) noexcept : budget(std::move(budget)) {}
+    explicit Blocks(std::shared_ptr<MemoryBudget> budget = nullptr) : budget(std::move(budget)) {}
     Blocks(const Blocks&) = delete;
     Blocks& operator=(const Blocks&) = delete;
     ~Blocks();

@@ -19,7 +19,7 @@ struct HttpLimits {
     std::uint64_t headerBytes = 64u << 10;           ///< HEADER_LIMIT, 1024 to 1 MiB; more is answered with 431
     std::uint64_t bodyBytes = 64u << 20;             ///< BODY_LIMIT, 1024 to 2 GiB - 1; more is answered with 413
     std::uint64_t allBodiesBytes = 512u << 20;       ///< BODY_TOTAL_LIMIT, 1 MiB to 1 TiB, all requests together
-    unsigned connections = 10000;                    ///< MAX_CONNECTIONS, 1 to 1,000,000; more get 503
+    unsigned connections = 10000;                    ///< MAX_CONNECTIONS, 1 to 1,000,000; see AcceptLoop
     std::chrono::milliseconds handshakeTime{10000};  ///< HANDSHAKE_TIMEOUT, 100 to 3,600,000
     std::chrono::milliseconds headerTime{10000};     ///< HEADER_TIMEOUT from a request's first byte, likewise
     std::chrono::milliseconds bodyTime{20000};       ///< BODY_TIMEOUT, likewise; grows as MIN_RATE tells

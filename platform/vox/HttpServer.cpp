@@ -6,47 +6,54 @@
 #include <openssl/ssl.h>
 
 #include <atomic>
+#include <boost/asio/bind_allocator.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/ip/v6_only.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/ssl/context.hpp>
-#include <boost/asio/steady_timer.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/core/tcp_stream.hpp>
 #include <boost/beast/http.hpp>
 #include <boost/beast/ssl/ssl_stream.hpp>
+#include <boost/intrusive/list.hpp>
 #include <condition_variable>
 #include <ctime>
-#include <future>
 #include <mutex>
 #include <sstream>
 #include <thread>
-#include <unordered_set>
 
+#include "../pal/ThreadName.h"
+#include "../pal/ThrottledLog.h"
+#include "AcceptLoop.h"
 #include "HeaderScan.h"
 #include "HttpHead.h"
 #include "LumPalLog.h"
 #include "LumPalNet.h"
-#include "ThrottledLog.h"
+#include "PostRoom.h"
 #include "TlsIdentity.h"
 
 namespace LumVoxMsg {
 namespace {
 
+namespace intrusive = boost::intrusive;
 namespace net = boost::asio;
 namespace beast = boost::beast;
 namespace http = boost::beast::http;
 using tcp = boost::asio::ip::tcp;
 using boost::system::error_code;
+using LumPal::Descriptor;
+using LumPalLog::ThrottledLog;
 using LumPalStr::String_t;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kFirstRead = 4096;  ///< an idle connection holds no more than this
 constexpr std::size_t kBodyRead = 65536;
 constexpr std::chrono::seconds kLingerTime{2};
-constexpr std::chrono::milliseconds kAcceptPause{100};
+constexpr std::chrono::milliseconds kRoomTime{200};  ///< longer than any loop is busy with one step
+constexpr std::chrono::milliseconds kRoomPause{1};
+constexpr int kRoomTries = 50;
 constexpr char kContinue[] = "HTTP/1.1 100 Continue\r\n\r\n";
 constexpr char kBusy[] =
     "HTTP/1.1 503 Service Unavailable\r\nServer: lumconfd\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
@@ -120,6 +127,8 @@ HttpHead HeadOf(const http::request_header<>& header) {
     return head;
 }
 
+using Hook = intrusive::list_member_hook<intrusive::link_mode<intrusive::auto_unlink>>;
+
 /// What a thread's sessions look like to the server; all calls come on that thread.
 class AnySession {
 public:
@@ -127,45 +136,106 @@ public:
     /// Ends at once unless a request is being served or answered.
     virtual void BeginClosing() = 0;
     virtual void Abort() = 0;
+
+    Hook amongAll, amongWaiting;
 };
 
-/// One event loop and the sessions that live in it.
-struct IoThread {
-    std::unordered_set<AnySession*> sessions;  ///< touched by the loop alone
-    net::io_context context{1};
-    net::executor_work_guard<net::io_context::executor_type> work{context.get_executor()};
-    std::thread thread;
+template <Hook AnySession::*hook>
+using Sessions =
+    intrusive::list<AnySession, intrusive::member_hook<AnySession, Hook, hook>, intrusive::constant_time_size<false>>;
 
+/// One event loop and the sessions that live in it. What stops it and what makes room takes no memory.
+class IoThread {
+public:
+    void Start() {
+        thread = std::thread([this] { Run(); });
+    }
+    /// Runs a function, which must not throw, on the loop and waits for its end. One at a time.
+    template <class Function>
+    void Call(Function function) {
+        if (!thread.joinable()) return function();  // it could not be started
+        called = false;
+        Post(callRoom, [this, &function] {
+            function();
+            const std::lock_guard lock(mutex);
+            called = true;
+            callEnded.notify_one();
+        });
+        std::unique_lock lock(mutex);
+        callEnded.wait(lock, [this] { return called; });
+    }
+    /// Posts a step with memory that was kept for it.
+    template <class Step>
+    void Post(PostRoom& room, Step step) {
+        net::post(context, net::bind_allocator(PostAllocator<void>(room), std::move(step)));
+    }
+    /// Closes the session that has waited longest; any thread. False when none waits.
+    bool DropLongestWaiting() {
+        if (waitingCount == 0) return false;
+        if (!dropAsked.exchange(true)) Post(dropRoom, [this] { DropFirstOfWaiting(); });
+        return true;
+    }
+    /// Ends when its last session has gone.
+    void Finish() {
+        work.reset();
+        if (thread.joinable()) thread.join();
+    }
+    void Enter(AnySession& session) noexcept { sessions.push_back(session); }
+    /// The session has no request: it may be closed when another needs its place.
+    void BeginWaiting(AnySession& session) noexcept {
+        EndWaiting(session);
+        waiting.push_back(session);
+        ++waitingCount;
+    }
+    void EndWaiting(AnySession& session) noexcept {
+        if (!session.amongWaiting.is_linked()) return;
+        session.amongWaiting.unlink();
+        --waitingCount;
+    }
+
+    net::io_context context{1};
+    Sessions<&AnySession::amongAll> sessions;  ///< touched by the loop alone
+
+private:
     void Run() {
+        LumPalThread::NameThisThread("LumVox:Io");
         while (true) try {
                 context.run();
                 return;
             } catch (const std::exception& e) {
-                LumPalLog::Log(LumPalMsg::CreateError_t("A connection was given up: %1")
-                               << String_t::FromUtf8(e.what()));
+                lostLog.WarnGuarded("A connection was given up: %1", e.what());
+            } catch (...) {
+                lostLog.WarnGuarded("A connection was given up: %1", "an exception of an unknown kind");
             }
     }
-    void Start() {
-        thread = std::thread([this] { Run(); });
+    void DropFirstOfWaiting() noexcept {
+        dropAsked = false;
+        if (waiting.empty()) return;
+        AnySession& first = waiting.front();
+        EndWaiting(first);
+        first.Abort();
     }
-    /// Runs a function on the loop and waits for its end.
-    template <class Function>
-    void Call(Function function) {
-        std::promise<void> done;
-        net::post(context, [&] {
-            function();
-            done.set_value();
-        });
-        done.get_future().wait();
-    }
+
+    Sessions<&AnySession::amongWaiting> waiting;  ///< touched by the loop alone; who has waited longest stands first
+    std::atomic<unsigned> waitingCount{0};
+    std::atomic<bool> dropAsked{false};
+    net::executor_work_guard<net::io_context::executor_type> work{context.get_executor()};
+    ThrottledLog lostLog;
+    PostRoom callRoom, dropRoom;
+    std::mutex mutex;
+    std::condition_variable callEnded;
+    bool called = false;  ///< guarded by mutex
+    std::thread thread;
 };
+
+class Place;
 
 }  // namespace
 
-class HttpServer::Core {
+class HttpServer::Core : private AcceptLoop::Taker {
 public:
     Core(const HttpLimits& limits, HttpHandler& handler);
-    ~Core() { Finish(); }
+    ~Core() override { Finish(); }
 
     void SetIdentity(const LumSecCore::NodeIdentity& identity);
     std::shared_ptr<net::ssl::context> GetTls();
@@ -173,7 +243,8 @@ public:
     void Start();
     void StopAccepting();
     void Finish();
-    void Leave();
+    void Enter() noexcept { ++connections; }
+    void Leave() noexcept;
 
     const HttpLimits limits;
     HttpHandler& handler;
@@ -181,57 +252,68 @@ public:
     std::atomic<bool> closing{false};
     std::atomic<unsigned> connections{0};
     std::atomic<unsigned> port{0};
-    ThrottledLog handshakeLog, nameLog, busyLog, acceptLog;
+    ThrottledLog handshakeLog, nameLog, beginLog;
 
 private:
     void Listen(const tcp::endpoint& endpoint);
     tcp AnyAddress();
-    void AcceptNext();
-    void OnAccept(error_code error, tcp::socket socket, IoThread& target);
-    void Begin(tcp::socket socket, IoThread& target);
-    void Pause();
+    bool HasRoom() const noexcept override { return connections < limits.connections; }
+    bool MakeRoom() noexcept override;
+    void Take(Descriptor socket) override;
+    std::string_view GetFarewell() const noexcept override;
+    bool DropLongestWaiting();
+    IoThread& NextThread() noexcept { return *threads[nextThread++ % threads.size()]; }
+    void Begin(Descriptor descriptor, Place place, IoThread& target) noexcept;
 
-    std::mutex mutex;  ///< guards tls; with left, also the wait for the last connection
+    mutable std::mutex mutex;  ///< guards tls and leaves
     std::shared_ptr<net::ssl::context> tls;
+    std::uint64_t leaves = 0;  ///< connections that have gone
     std::condition_variable left;
     std::vector<std::unique_ptr<IoThread>> threads;
-    std::unique_ptr<tcp::acceptor> acceptor;        ///< used by the first thread alone once it listens
-    std::unique_ptr<net::steady_timer> pauseTimer;  ///< likewise
-    std::size_t nextThread = 0;                     ///< likewise
+    std::unique_ptr<tcp::acceptor> acceptor;
+    tcp protocol = tcp::v4();
+    std::unique_ptr<AcceptLoop> acceptLoop;
+    std::size_t nextThread = 0;  ///< the accept loop's own
     bool running = false;
 };
 
 namespace {
 
-/// A connection's place among those that are counted; given back also when the session cannot be made.
+/// A connection's place among those that are counted; given back wherever the connection is lost.
 class Place {
 public:
-    explicit Place(HttpServer::Core& core) : core(core) {}
+    explicit Place(HttpServer::Core& owner) noexcept : core(&owner) { core->Enter(); }
+    Place(Place&& other) noexcept : core(std::exchange(other.core, nullptr)) {}
     Place(const Place&) = delete;
     Place& operator=(const Place&) = delete;
-    ~Place() { core.Leave(); }
+    ~Place() {
+        if (core) core->Leave();
+    }
 
 private:
-    HttpServer::Core& core;
+    HttpServer::Core* core;
 };
+
+template <class Stream>
+class ReplyOnce;
 
 /// One connection. Lives in one event loop; every operation that is under way holds it.
 template <class Stream>
 class Session : public AnySession, public std::enable_shared_from_this<Session<Stream>> {
 public:
     template <class... StreamArguments>
-    Session(HttpServer::Core& core, IoThread& thread, std::shared_ptr<net::ssl::context> tls,
+    Session(HttpServer::Core& core, Place taken, IoThread& thread, std::shared_ptr<net::ssl::context> tls,
             StreamArguments&&... arguments)
-        : place(core),
+        : place(std::move(taken)),
           core(core),
           thread(thread),
           tls(std::move(tls)),
           vouching(this->tls),
           stream(std::forward<StreamArguments>(arguments)...),
           buffer(std::max<std::size_t>(core.limits.headerBytes, kBodyRead) + kFirstRead) {
-        thread.sessions.insert(this);
+        thread.Enter(*this);
     }
-    ~Session() override { thread.sessions.erase(this); }
+    ~Session() override { thread.EndWaiting(*this); }
 
     void Start();
     void BeginClosing() override {
@@ -306,14 +388,16 @@ private:
     std::optional<Serializer> serializer;
     Clock::time_point phaseStart;
     std::uint64_t moved = 0;  ///< bytes of the body received, or of the answer sent
+    PostRoom replyRoom;
+
+    friend class ReplyOnce<Stream>;
 };
 
 /// Sends one answer to a session's loop, 503 when it goes without one.
 template <class Stream>
 class ReplyOnce {
 public:
-    explicit ReplyOnce(std::shared_ptr<Session<Stream>> session, net::io_context& context)
-        : session(std::move(session)), context(context) {}
+    explicit ReplyOnce(std::shared_ptr<Session<Stream>> session) : session(std::move(session)) {}
     ~ReplyOnce() {
         if (!used.load()) Post([](Session<Stream>& target) { target.GiveUp(); });
     }
@@ -325,12 +409,14 @@ public:
 private:
     template <class Step>
     void Post(Step step) {
-        // The session moves along: its last holder must be its own loop.
-        net::post(context, [target = std::move(session), step = std::move(step)]() mutable { step(*target); });
+        // The session moves along: its last holder must be its own loop. That is also why no memory is taken here.
+        Session<Stream>& to = *session;
+        auto move = [target = std::move(session), step = std::move(step)]() mutable { step(*target); };
+        static_assert(sizeof move + 64 <= PostRoom::kBytes);
+        to.thread.Post(to.replyRoom, std::move(move));
     }
 
     std::shared_ptr<Session<Stream>> session;
-    net::io_context& context;
     std::atomic<bool> used{false};
 };
 
@@ -344,6 +430,7 @@ void Session<Stream>::Start() {
     peer.address = (std::ostringstream() << remote).str();
     Tcp().socket().set_option(tcp::no_delay(true), error);
     if constexpr (kTls) {
+        thread.BeginWaiting(*this);
         Tcp().expires_after(core.limits.handshakeTime);
         stream.async_handshake(net::ssl::stream_base::server,
                                [self = this->shared_from_this()](error_code e) { self->OnHandshake(e, 0); });
@@ -413,6 +500,7 @@ template <class Stream>
 void Session<Stream>::AwaitRequest() {
     if (core.closing) return Drop();
     phase = Phase::Idle;
+    thread.BeginWaiting(*this);
     parser.emplace();
     parser->header_limit(static_cast<std::uint32_t>(core.limits.headerBytes));
     parser->body_limit(core.limits.bodyBytes);
@@ -429,6 +517,7 @@ void Session<Stream>::AwaitRequest() {
 template <class Stream>
 void Session<Stream>::OnFirstBytes(error_code error, std::size_t count) {
     phase = Phase::Receiving;
+    thread.EndWaiting(*this);
     phaseStart = Clock::now();
     OnHeaderBytes(error, count);
 }
@@ -563,7 +652,7 @@ void Session<Stream>::Serve() {
     phase = Phase::Serving;
     Tcp().expires_never();
     parser.reset();
-    auto once = std::make_shared<ReplyOnce<Stream>>(this->shared_from_this(), thread.context);
+    auto once = std::make_shared<ReplyOnce<Stream>>(this->shared_from_this());
     core.handler.Serve(std::move(request), [once](HttpResponse answer) { once->Send(std::move(answer)); });
 }
 
@@ -695,6 +784,9 @@ void HttpServer::Core::Listen(const tcp::endpoint& endpoint) {
     if (!error) acceptor->listen(net::socket_base::max_listen_connections, error);
     if (error) throw CannotListen(endpoint, error);
     port = acceptor->local_endpoint().port();
+    protocol = endpoint.protocol();
+    acceptor->non_blocking(true);
+    acceptLoop = std::make_unique<AcceptLoop>(acceptor->native_handle(), static_cast<AcceptLoop::Taker&>(*this));
 }
 
 /// IPv6, which takes IPv4 along, unless this host has none.
@@ -709,7 +801,6 @@ tcp HttpServer::Core::AnyAddress() {
 void HttpServer::Core::Bind(const std::string& address, unsigned wanted) {
     const auto number = static_cast<unsigned short>(wanted);
     acceptor = std::make_unique<tcp::acceptor>(threads.front()->context);
-    pauseTimer = std::make_unique<net::steady_timer>(threads.front()->context);
     Listen(address.empty() ? tcp::endpoint(AnyAddress(), number)
                            : tcp::endpoint(net::ip::make_address(address), number));
 }
@@ -717,75 +808,71 @@ void HttpServer::Core::Bind(const std::string& address, unsigned wanted) {
 void HttpServer::Core::Start() {
     running = true;
     for (const auto& thread : threads) thread->Start();
-    net::post(threads.front()->context, [this] { AcceptNext(); });
+    acceptLoop->Start();
 }
 
-void HttpServer::Core::AcceptNext() {
-    if (closing || !acceptor->is_open()) return;
-    IoThread& target = *threads[nextThread++ % threads.size()];
-    acceptor->async_accept(target.context, [this, &target](error_code error, tcp::socket socket) {
-        OnAccept(error, std::move(socket), target);
+void HttpServer::Core::Take(Descriptor socket) {
+    IoThread& target = NextThread();
+    net::post(target.context, [this, &target, accepted = std::move(socket), place = Place(*this)]() mutable {
+        Begin(std::move(accepted), std::move(place), target);
     });
 }
 
-void HttpServer::Core::OnAccept(error_code error, tcp::socket socket, IoThread& target) {
-    if (error == net::error::operation_aborted || closing) return;
-    if (error) {
-        acceptLog.Warn("A connection cannot be accepted: %1", String_t::FromUtf8(error.message()));
-        return Pause();
+/// An idle connection can be made again at any time; one that finds no room cannot be made at all.
+bool HttpServer::Core::MakeRoom() noexcept {
+    std::unique_lock lock(mutex);
+    const auto hasLeft = [this, before = leaves] { return leaves != before || closing; };
+    // One that was only just taken, or answered, waits in a moment.
+    for (int tries = 0; tries < kRoomTries; ++tries) {
+        if (DropLongestWaiting()) return left.wait_for(lock, kRoomTime, hasLeft) && !closing;
+        if (left.wait_for(lock, kRoomPause, hasLeft)) return !closing;
     }
-    if (connections.fetch_add(1) < limits.connections) {
-        net::post(target.context,
-                  [this, &target, accepted = std::move(socket)]() mutable { Begin(std::move(accepted), target); });
-    } else {
-        busyLog.Warn("There are more than %1 connections; further ones are refused.",
-                     LumPalStr::NumToStr(limits.connections));
-        if (!GetTls()) net::write(socket, net::const_buffer(kBusy, sizeof kBusy - 1), error);
-        socket.shutdown(tcp::socket::shutdown_both, error);
-        socket.close(error);
-        Leave();
-    }
-    AcceptNext();
+    return false;
 }
 
-/// Out of descriptors, say: trying again at once would only burn the processor.
-void HttpServer::Core::Pause() {
-    pauseTimer->expires_after(kAcceptPause);
-    pauseTimer->async_wait([this](error_code error) {
-        if (!error) AcceptNext();
-    });
+bool HttpServer::Core::DropLongestWaiting() {
+    for (std::size_t i = 0; i < threads.size(); ++i)
+        if (NextThread().DropLongestWaiting()) return true;
+    return false;
 }
 
-void HttpServer::Core::Begin(tcp::socket socket, IoThread& target) try {
+std::string_view HttpServer::Core::GetFarewell() const noexcept {
+    const std::lock_guard lock(mutex);
+    return tls ? std::string_view() : kBusy;
+}
+
+void HttpServer::Core::Begin(Descriptor descriptor, Place place, IoThread& target) noexcept try {
+    tcp::socket socket(target.context);
+    socket.assign(protocol, descriptor.Get());
+    static_cast<void>(descriptor.Release());
     if (auto context = GetTls()) {
         net::ssl::context& settings = *context;
-        std::make_shared<TlsSession>(*this, target, std::move(context), beast::tcp_stream(std::move(socket)), settings)
+        std::make_shared<TlsSession>(*this, std::move(place), target, std::move(context),
+                                     beast::tcp_stream(std::move(socket)), settings)
             ->Start();
     } else {
-        std::make_shared<PlainSession>(*this, target, nullptr, std::move(socket))->Start();
+        std::make_shared<PlainSession>(*this, std::move(place), target, nullptr, std::move(socket))->Start();
     }
 } catch (const std::exception& e) {
-    acceptLog.Warn("A connection cannot be accepted: %1", String_t::FromUtf8(e.what()));
+    beginLog.WarnGuarded("A connection cannot be served: %1", e.what());
 }
 
-void HttpServer::Core::Leave() {
-    connections.fetch_sub(1);
-    if (!closing) return;
+void HttpServer::Core::Leave() noexcept {
     const std::lock_guard lock(mutex);
+    --connections;
+    ++leaves;
     left.notify_all();
 }
 
 void HttpServer::Core::StopAccepting() {
     closing = true;
     if (!running) return;
-    threads.front()->Call([this] {
-        error_code ignored;
-        acceptor->close(ignored);
-        pauseTimer->cancel();
-    });
+    acceptLoop->Stop();
+    error_code ignored;
+    acceptor->close(ignored);
     for (const auto& thread : threads)
         thread->Call([&] {
-            for (AnySession* session : thread->sessions) session->BeginClosing();
+            for (AnySession& session : thread->sessions) session.BeginClosing();
         });
 }
 
@@ -798,10 +885,9 @@ void HttpServer::Core::Finish() {
     }
     for (const auto& thread : threads) {
         thread->Call([&] {
-            for (AnySession* session : thread->sessions) session->Abort();
+            for (AnySession& session : thread->sessions) session.Abort();
         });
-        thread->work.reset();
-        thread->thread.join();
+        thread->Finish();
     }
     running = false;
 }

@@ -61,7 +61,9 @@ public:
 };
 
 /// Bind, Start, StopAccepting, Finish: each once, in this order, by one thread at a time.
-/// SetIdentity by any thread at any time.
+/// SetIdentity by any thread at any time. A connection for which there is no room (HttpLimits::connections, and the
+/// descriptors that are kept for files) takes the place of one that waits for a request; where memory runs out, the
+/// connection that needs it is lost, and nothing else.
 class HttpServer {
 public:
     /// @param handler  not owned; lives until Finish has returned
@@ -81,11 +83,11 @@ public:
     void Start();
     /// The bound port.
     unsigned GetPort() const noexcept;
-    /// Closes the port and every connection that waits for or receives a request; a request that has arrived
-    /// whole is still answered. No request reaches the handler after it returns.
+    /// Takes no memory. Closes the port and every connection that waits for or receives a request; a request that has
+    /// arrived whole is still answered. No request reaches the handler after it returns.
     void StopAccepting();
-    /// Waits for answers that are being sent, for at most HttpLimits::closeTime, closes everything and joins
-    /// its threads. No thread may still hold a reply.
+    /// Takes no memory. Waits for answers that are being sent, for at most HttpLimits::closeTime, closes everything and
+    /// joins its threads. No thread may still hold a reply.
     void Finish();
     /// Connections that are open.
     unsigned GetConnectionCount() const noexcept;

@@ -27,8 +27,24 @@ bool IsXml(std::string_view contentType) {
     return SameWord(type.substr(0, type.find_last_not_of(" \t") + 1), "text/xml");
 }
 
-void LogFailure(const std::string& path, const String_t& reason) {
-    LumPalLog::Log(LumPalMsg::CreateError_t("A request to '%1' failed: %2") << String_t::FromUtf8(path) << reason);
+void LogFailure(const std::string& path, const char* reason) noexcept {
+    LumPalLog::LogGuarded([&] {
+        return LumPalMsg::CreateError_t("A request to '%1' failed: %2")
+               << String_t::FromUtf8(path) << String_t::FromUtf8(reason);
+    });
+}
+
+/// A fault, or when there is no memory for it the bare status.
+Access::Response Failure() noexcept {
+    Access::Response response;
+    response.status = 500;
+    try {
+        SetFault(response, "Server", "The request failed; the node's log says why.");
+    } catch (...) {
+        response.contentType.clear();
+        response.body = nullptr;
+    }
+    return response;
 }
 
 bool AsksForDescription(const HttpRequest& head) {
@@ -48,12 +64,11 @@ Access::Response Handled(const std::string& path, Work work) {
         work(response);
         return response;
     } catch (const std::exception& e) {
-        LogFailure(path, String_t::FromUtf8(e.what()));
+        LogFailure(path, e.what());
     } catch (...) {
         LogFailure(path, "an exception of an unknown kind");
     }
-    SetFault(response, "Server", "The request failed; the node's log says why.");
-    return response;
+    return Failure();
 }
 
 }  // namespace
@@ -134,11 +149,6 @@ void MessengerServer::ReloadIdentity() {
         String_t("A certificate was installed; the server listens on loopback alone until it is restarted.")));
 }
 
-std::map<std::string, std::shared_ptr<MessengerServer::Route>> MessengerServer::GetRoutes() {
-    const std::lock_guard lock(mutex);
-    return routes;
-}
-
 void MessengerServer::StopReceiving() {
     {
         const std::lock_guard lock(mutex);
@@ -146,7 +156,8 @@ void MessengerServer::StopReceiving() {
         refusing = true;
     }
     http.StopAccepting();
-    for (const auto& [path, route] : GetRoutes()) route->pool.Refuse();
+    const std::lock_guard lock(mutex);
+    for (const auto& [path, route] : routes) route->pool.Refuse();
 }
 
 void MessengerServer::Close() {
@@ -156,11 +167,15 @@ void MessengerServer::Close() {
         closed = true;
     }
     StopReceiving();
-    for (const auto& [path, route] : GetRoutes()) route->pool.Stop();
+    std::map<std::string, std::shared_ptr<Route>> ending;
+    {
+        const std::lock_guard lock(mutex);
+        ending.swap(routes);
+    }
+    for (const auto& [path, route] : ending) route->pool.Stop();
     http.Finish();
     const std::lock_guard lock(mutex);
     secret.Remove();
-    routes.clear();
 }
 
 std::shared_ptr<MessengerServer::Route> MessengerServer::FindRoute(const std::string& path) {

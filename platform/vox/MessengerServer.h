@@ -50,7 +50,6 @@ private:
 
     void Describe(Route& route, const HttpRequest& request, const HttpReply& reply);
     HttpResponse Error(unsigned status, const char* reason);
-    std::map<std::string, std::shared_ptr<Route>> GetRoutes();
     std::shared_ptr<Route> FindRoute(const std::string& path);
     std::string SenderOf(const HttpRequest& head);
     void OpenPlain();

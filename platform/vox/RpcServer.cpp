@@ -29,8 +29,13 @@ public:
     explicit CallScope(RpcServerHandler& handler) : handler(handler) { handler.CallStarted(); }
     CallScope(const CallScope&) = delete;
     CallScope& operator=(const CallScope&) = delete;
-    ~CallScope() try { handler.CallFinished(); } catch (const std::exception& e) {
-        LumPalLog::Log(CreateError_t("The end of a call failed: %1") << String_t::FromUtf8(e.what()));
+    ~CallScope() {
+        try {
+            handler.CallFinished();
+        } catch (const std::exception& e) {
+            LumPalLog::LogGuarded(
+                [&] { return CreateError_t("The end of a call failed: %1") << String_t::FromUtf8(e.what()); });
+        }
     }
 
 private:

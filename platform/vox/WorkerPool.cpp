@@ -1,6 +1,7 @@
 #include "WorkerPool.h"
 
 #include "../pal/ThreadName.h"
+#include "LumPalLog.h"
 
 namespace LumVoxMsg {
 
@@ -8,18 +9,26 @@ bool WorkerPool::Submit(std::function<void()> task) {
     const std::lock_guard lock(mutex);
     if (refusing) return false;
     waiting.push_back(std::move(task));
-    if (waiting.size() > idle && threads.size() < mostThreads) threads.emplace_back([this] { Run(); });
+    if (waiting.size() > idle && threads.size() < mostThreads) AddThreadLocked();
     changed.notify_one();
     return true;
 }
 
-void WorkerPool::Refuse() {
-    std::deque<std::function<void()>> dropped;
-    {
-        const std::lock_guard lock(mutex);
-        refusing = true;
-        dropped.swap(waiting);
+/// Without room for one more the others must do.
+void WorkerPool::AddThreadLocked() {
+    try {
+        threads.emplace_back([this] { Run(); });
+    } catch (...) {
+        if (!threads.empty()) return;
+        waiting.pop_back();
+        throw;
     }
+}
+
+void WorkerPool::Refuse() {
+    const std::lock_guard lock(mutex);
+    refusing = true;
+    waiting.clear();
     changed.notify_all();
 }
 
@@ -37,7 +46,16 @@ void WorkerPool::Run() {
     LumPalThread::NameThisThread("LumVox:Worker");
     std::function<void()> task;
     while (Take(task)) {
-        task();
+        try {
+            task();
+        } catch (const std::exception& e) {
+            LumPalLog::LogGuarded([&] {
+                return LumPalMsg::CreateError_t("A request was given up: %1")
+                       << LumPalStr::String_t::FromUtf8(e.what());
+            });
+        } catch (...) {
+            LumPalLog::LogGuarded([] { return LumPalMsg::CreateError_t("A request was given up."); });
+        }
         task = nullptr;
     }
 }

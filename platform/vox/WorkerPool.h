@@ -19,15 +19,19 @@ public:
     WorkerPool(const WorkerPool&) = delete;
     WorkerPool& operator=(const WorkerPool&) = delete;
     ~WorkerPool() { Stop(); }
-    /// @param task  must not throw
+    /// @param task  its destructor must not come back to the pool; what it throws ends it alone, and is said in the
+    /// application log
     /// @return false, and the task dropped, after Refuse and Stop
+    /// @throws when there is no room for the task, or for the first thread; the task is dropped then
     bool Submit(std::function<void()> task);
-    /// Drops what has not begun, and from now on takes nothing. Returns at once. A second call does nothing.
+    /// Drops what has not begun, and from now on takes nothing. Returns at once, takes no memory. A second call does
+    /// nothing.
     void Refuse();
     /// Refuses, and waits for what has begun. Not from a task. A second call does nothing.
     void Stop();
 
 private:
+    void AddThreadLocked();
     void Run();
     /// False when there is nothing to come.
     bool Take(std::function<void()>& task);

@@ -128,12 +128,13 @@ class Node:
         inherited = {name: value for name, value in os.environ.items() if name != "NOTIFY_SOCKET"}
         return {**inherited, "LUM_ROOT": str(self.root), **more}
 
-    def start(self, **environment):
+    def start(self, prefix=(), **environment):
+        """prefix: a command that runs the daemon, such as prlimit with its options."""
         log_path = self.folder / "lumconfd.err"
         # Before the start: the daemon may have said all of it when this process runs again.
         offset = len(self.log) if log_path.exists() else 0
         with open(log_path, "ab") as log:
-            self.daemon = subprocess.Popen([TOOLS / "lumconfd"], env=self.environment(**environment),
+            self.daemon = subprocess.Popen([*prefix, TOOLS / "lumconfd"], env=self.environment(**environment),
                                            stdin=subprocess.DEVNULL, stdout=log, stderr=log)
         self.processes.append(self.daemon)
 

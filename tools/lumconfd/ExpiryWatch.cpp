@@ -2,6 +2,8 @@
 
 #include <chrono>
 
+#include "lumconfd/Attempt.h"
+
 namespace lumconfd {
 
 namespace {
@@ -27,7 +29,7 @@ ExpiryWatch::~ExpiryWatch() {
 
 void ExpiryWatch::Run(const LumPalThread::Thread_t&) {
     do {
-        expiry.Look();
+        Attempt("The ends of the node's certificates cannot be looked at now: %1", [this] { expiry.Look(); });
     } while (bell.Wait(kInterval) != Bell::Heard::Stop);
 }
 

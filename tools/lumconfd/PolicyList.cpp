@@ -9,6 +9,7 @@
 #include "LumPalMsg.h"
 #include "LumPalRuntime.h"
 #include "PolicyContainer.h"
+#include "lumconfd/Attempt.h"
 
 namespace lumconfd {
 
@@ -83,13 +84,21 @@ PolicyList::~PolicyList() {
 
 void PolicyList::Run(const LumPalThread::Thread_t&) {
     while (bell.Wait() == Bell::Heard::Ring) {
-        const DaemonKeys now = keys.Get();
-        if (!now.formatPolicyList) continue;
-        const auto begun = std::chrono::steady_clock::now();
-        Keep(now.listName);
-        const auto taken = std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - begun);
-        bell.Pause(std::max(kLeastPause, taken * kPausesPerWriting));
+        milliseconds pause = kLeastPause;
+        const bool done = Attempt("The merged policy list cannot be written now: %1", [&] { pause = WriteIfWanted(); });
+        if (!done && !bell.IsStopped()) bell.Ring();
+        bell.Pause(pause);
     }
+}
+
+/// @return how long to let be
+milliseconds PolicyList::WriteIfWanted() {
+    const DaemonKeys now = keys.Get();
+    if (!now.formatPolicyList) return milliseconds(0);
+    const auto begun = std::chrono::steady_clock::now();
+    Keep(now.listName);
+    const auto taken = std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - begun);
+    return std::max(kLeastPause, taken * kPausesPerWriting);
 }
 
 void PolicyList::Keep(const String_t& name) {

@@ -25,6 +25,7 @@ public:
 
 private:
     void Run(const LumPalThread::Thread_t& thread) override;
+    std::chrono::milliseconds WriteIfWanted();
     void Keep(const LumPalStr::String_t& name);
 
     Bell bell;

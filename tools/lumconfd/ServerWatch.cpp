@@ -2,6 +2,7 @@
 
 #include "LumDepl.h"
 #include "LumPalLog.h"
+#include "lumconfd/Attempt.h"
 
 namespace lumconfd {
 
@@ -13,6 +14,7 @@ using LumPalStr::String_t;
 namespace {
 
 constexpr unsigned kPatienceSeconds = 5;
+constexpr std::chrono::seconds kPauseAfterFailure(1);
 
 /// Whether the host answers as a node does; if not, why.
 bool Answers(const std::string& host, MessageList_t& reasons) {
@@ -53,19 +55,26 @@ ServerWatch::~ServerWatch() {
 }
 
 void ServerWatch::Run(const LumPalThread::Thread_t&) {
-    DaemonKeys asked;
     while (!bell.IsStopped()) {
-        const DaemonKeys now = keys.Get();
-        // Servers that mean something else than before are told anew.
-        if (now.servers != asked.servers || now.locateServer != asked.locateServer) answered.clear();
-        asked = now;
-        Round(now);
-        if (now.servers.empty()) {
-            bell.Wait();
+        std::optional<std::chrono::seconds> pause = kPauseAfterFailure;
+        Attempt("The servers of this node cannot be asked now: %1", [&] { pause = AskAll(); });
+        if (pause) {
+            bell.Wait(*pause);
         } else {
-            bell.Wait(now.waitTime);
+            bell.Wait();
         }
     }
+}
+
+/// @return how long to wait until the next time; without limit when there is nobody to ask
+std::optional<std::chrono::seconds> ServerWatch::AskAll() {
+    const DaemonKeys now = keys.Get();
+    // Servers that mean something else than before are told anew.
+    if (now.servers != asked.servers || now.locateServer != asked.locateServer) answered.clear();
+    asked = now;
+    Round(now);
+    if (now.servers.empty()) return std::nullopt;
+    return now.waitTime;
 }
 
 void ServerWatch::Round(const DaemonKeys& now) {

@@ -2,7 +2,9 @@
 /// Watches the servers that manage the node.
 #pragma once
 
+#include <chrono>
 #include <map>
+#include <optional>
 #include <string>
 
 #include "LumPalMsg.h"
@@ -29,13 +31,16 @@ public:
 
 private:
     void Run(const LumPalThread::Thread_t& thread) override;
+    std::optional<std::chrono::seconds> AskAll();
     void Round(const DaemonKeys& now);
     void Ping(const std::string& host);
     void Locate(const std::vector<std::string>& hosts);
 
     Bell bell;
     LiveKeys keys;
-    std::map<std::string, bool> answered;  ///< the thread's own: what the log has said, by host
+    // The thread's own.
+    DaemonKeys asked;
+    std::map<std::string, bool> answered;  ///< what the log has said, by host
     LumPalThread::Thread_t thread;
 };
 

@@ -12,14 +12,20 @@ namespace {
 
 /// How soon the end that was asked for is seen.
 constexpr std::uint32_t kWaitMs = 300;
+constexpr std::uint32_t kPauseMs = 1000;
 
 const String_t kEvents[] = {lumtools::kReloadEvent};
 
 }  // namespace
 
-TrustReload::TrustReload(std::function<void()> reload)
-    : reload(std::move(reload)), component(lumtools::kReloadComponent, kEvents, 1), thread("TrustReload") {
+TrustReload::TrustReload(std::function<void()> reload) : reload(std::move(reload)), thread("TrustReload") {
+    Register();
     thread.Start(*this);
+}
+
+void TrustReload::Register() {
+    component.reset();  // so that its name is free
+    component = std::make_unique<LumCtrl::Component>(lumtools::kReloadComponent, kEvents, 1);
 }
 
 TrustReload::~TrustReload() {
@@ -28,16 +34,30 @@ TrustReload::~TrustReload() {
 }
 
 void TrustReload::Run(const LumPalThread::Thread_t&) {
-    String_t event, value;
-    try {
-        while (!stopping) {
-            if (!component.Next(event, value, kWaitMs)) continue;
-            reload();
-            component.Acknowledge();
+    while (!stopping) {
+        try {
+            if (!component) Register();
+            Listen();
+        } catch (const std::exception& e) {
+            // The service may have stopped before this thread has seen that it shall. Else it let the component go, or
+            // there was no memory for it.
+            if (stopping) return;
+            component.reset();
+            LumPalLog::LogGuarded([&] {
+                return LumPalMsg::CreateError_t("Changed keys and rights cannot be taken up for a moment: %1")
+                       << String_t::FromUtf8(e.what());
+            });
+            LumPalThread::Thread_t::Sleep(kPauseMs);
         }
-    } catch (const LumPalMsg::Exception_t& e) {
-        // The service stops before this thread has seen that it shall, too.
-        if (!stopping) LumPalLog::Log(e.GetMessageList());
+    }
+}
+
+void TrustReload::Listen() {
+    String_t event, value;
+    while (!stopping) {
+        if (!component->Next(event, value, kWaitMs)) continue;
+        reload();
+        component->Acknowledge();
     }
 }
 

@@ -27,9 +27,11 @@ public:
 
 private:
     void Run(const LumPalThread::Thread_t& thread) override;
+    void Register();
+    void Listen();
 
     const std::function<void()> reload;
-    LumCtrl::Component component;  ///< the thread's own once it runs
+    std::unique_ptr<LumCtrl::Component> component;  ///< the thread's own once it runs
     std::atomic<bool> stopping{false};
     LumPalThread::Thread_t thread;
 };

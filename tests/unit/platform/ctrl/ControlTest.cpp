@@ -10,6 +10,7 @@
 #include "LocalSocket.h"
 #include "LumCtrl.h"
 #include "LumPalConfig.h"
+#include "LumPalFault.h"
 #include "LumPalIo.h"
 #include "Notify.h"
 #include "TempRoot.h"
@@ -309,6 +310,36 @@ TEST_F(ControlTest, ARootWhosePathIsLongerThanASocketAddressWorksAllTheSame) {
     EXPECT_EQ(consumer.seen, std::vector<std::string>{"E=v"});
     service.Stop();
     EXPECT_FALSE(LumPalIo::File_t(SocketPath()).Exists());
+}
+
+TEST_F(ControlTest, AnyNumberOfProgramsThatSayNothingKeepNobodyOut) {
+    service.Start();
+    std::vector<Descriptor> silent;
+    for (int i = 0; i < 1100; ++i) {
+        try {
+            silent.push_back(ConnectTo(SocketPath()));
+        } catch (const LumPalIo::IOException_t&) {
+            silent.erase(silent.begin());  // this process has no more descriptors
+        }
+        if (i % 100 != 99) continue;
+        Consumer consumer("c", all, 1);
+        EXPECT_NO_THROW(NotifyWithin("E", "", "", synchronous, kLongMs)) << i;
+    }
+}
+
+TEST_F(ControlTest, WithoutDescriptorsAProgramWaitsUntilThereAreSomeAgain) {
+    service.Start();
+    static std::atomic<int> left;
+    left = 3;
+    LumPalIo::SetFaultHookForTest([](const char* operation, const char* path) {
+        return std::string_view(operation) == "accept" && std::string_view(path) == "control.sock" && --left >= 0;
+    });
+    {
+        Consumer consumer("c", all, 1);
+        EXPECT_LT(left, 0);
+        EXPECT_NO_THROW(NotifyWithin("E", "", "", synchronous, kLongMs));
+    }
+    LumPalIo::SetFaultHookForTest(nullptr);
 }
 
 TEST_F(ControlTest, AProgramThatSendsNonsenseIsDroppedAndHarmsNobody) {

@@ -45,7 +45,7 @@ private:
         }
         if (frame.kind == FrameKind::Delivery) last[peer] = frame.number;
     }
-    void Drop(Hub::Peer peer) override { dropped.push_back(peer); }
+    void Drop(Hub::Peer peer) noexcept override { dropped.push_back(peer); }
     void Warn(const std::string& text) override { warnings += text + "\n"; }
 
     std::map<Hub::Peer, std::string> sent;
@@ -273,6 +273,17 @@ TEST_F(HubTest, WhenNothingIsToWaitAnyMoreALaterTriggerStillReachesWhoIsFree) {
     EXPECT_EQ(Sent(9), "K0") << "nobody waits for this one";
     Acknowledge(1);
     EXPECT_EQ(Sent(1), "D F");
+}
+
+TEST_F(HubTest, SoManyComponentsAreRefusedThatOthersFindAPlace) {
+    for (Hub::Peer peer = 1; peer <= Hub::kMostComponents; ++peer) Register(peer, "c" + std::to_string(peer), {"E"});
+    EXPECT_EQ(Sent(Hub::kMostComponents), "K0");
+    Register(5000, "one more", {"E"});
+    EXPECT_EQ(Sent(5000), "K4 there are too many components");
+    EXPECT_TRUE(hub.IsIdle(5000));
+    hub.Gone(7);
+    Register(5000, "one more", {"E"});
+    EXPECT_EQ(Sent(5000), "K0");
 }
 
 TEST_F(HubTest, WhoIsNeitherComponentNorWaitingIsIdle) {

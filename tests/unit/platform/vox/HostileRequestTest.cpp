@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <future>
 #include <thread>
 
 #include "EchoServer.h"
@@ -152,17 +153,49 @@ TEST(HostileRequests, CallersWithoutANameShareAQuarterOfTheMemoryForBodies) {
     EXPECT_EQ(RawHttp(server.GetPort()).Exchange(PostOf("/echo", body.substr(1))).status, 200);
 }
 
-TEST(HostileRequests, AConnectionBeyondTheLimitGets503) {
+TEST(HostileRequests, AConnectionBeyondTheLimitGets503WhenAllAreAtWork) {
     HttpLimits limits;
     limits.connections = 2;
     EchoServer server(limits);
-    RawHttp first(server.GetPort()), second(server.GetPort());
-    EXPECT_EQ(first.Exchange(PostOf("/echo", "a")).status, 200);
-    EXPECT_EQ(second.Exchange(PostOf("/echo", "a")).status, 200);
+    std::promise<LumVoxMsg::HttpReply> given;
+    server.onServe = [&](LumVoxMsg::HttpRequest&, LumVoxMsg::HttpReply reply) { given.set_value(std::move(reply)); };
+    RawHttp served(server.GetPort()), sending(server.GetPort());
+    served.Send(PostOf("/echo", "a"));
+    LumVoxMsg::HttpReply reply = given.get_future().get();
+    sending.Send("POST /echo HTTP/1.1\r\nExpect: 100-continue\r\nHost: a\r\nContent-Length: 1\r\n\r\n");
+    EXPECT_EQ(sending.Receive().status, 100) << "it sends its body now";
     RawHttp third(server.GetPort());
     EXPECT_EQ(third.Receive().status, 503);
     EXPECT_TRUE(third.IsClosed());
+    reply(LumVoxMsg::HttpResponse{200, {}, {}, LumVoxMsg::MakeBlocks("done")});
+    reply = nullptr;
+    EXPECT_EQ(served.Receive().body, "done");
+}
+
+TEST(HostileRequests, AConnectionBeyondTheLimitTakesThePlaceOfTheOneThatHasWaitedLongest) {
+    HttpLimits limits;
+    limits.connections = 2;
+    limits.ioThreads = 1;
+    EchoServer server(limits);
+    RawHttp first(server.GetPort()), second(server.GetPort());
+    EXPECT_EQ(second.Exchange(PostOf("/echo", "a")).status, 200);
+    EXPECT_EQ(first.Exchange(PostOf("/echo", "a")).status, 200) << "from now on second has waited longer";
+    RawHttp third(server.GetPort());
+    EXPECT_EQ(third.Exchange(PostOf("/echo", "a")).status, 200);
+    EXPECT_TRUE(second.IsClosed());
     EXPECT_EQ(first.Exchange(PostOf("/echo", "a")).status, 200);
+}
+
+TEST(HostileRequests, AnyNumberOfIdleConnectionsKeepsNobodyOut) {
+    HttpLimits limits;
+    limits.connections = 5;
+    EchoServer server(limits);
+    std::vector<std::unique_ptr<RawHttp>> idle;
+    for (int i = 0; i < 50; ++i) {
+        idle.push_back(std::make_unique<RawHttp>(server.GetPort()));
+        EXPECT_EQ(RawHttp(server.GetPort()).Exchange(PostOf("/echo", "a")).status, 200) << i;
+    }
+    EXPECT_LE(server.server.GetConnectionCount(), 5u);
 }
 
 TEST(HostileRequests, APeerThatIsTooSlowIsClosedInEveryPhase) {

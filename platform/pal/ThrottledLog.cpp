@@ -2,7 +2,7 @@
 
 #include "LumPalLog.h"
 
-namespace LumVoxMsg {
+namespace LumPalLog {
 
 void ThrottledLog::Warn(const char* text, const LumPalStr::String_t& detail) {
     LumPalMsg::CreateWarn_t message{LumPalStr::String_t(text)};
@@ -19,7 +19,15 @@ void ThrottledLog::Warn(const char* text, const LumPalStr::String_t& detail) {
             message.AddDetails(LumPalMsg::CreateMessage_t("%1 more of this kind were not written.") << suppressed);
         suppressed = 0;
     }
-    LumPalLog::Log(LumPalMsg::Message_t(message));
+    Log(LumPalMsg::Message_t(message));
 }
 
-}  // namespace LumVoxMsg
+void ThrottledLog::WarnGuarded(const char* text, const char* detail) noexcept {
+    try {
+        Warn(text, LumPalStr::String_t::FromUtf8(detail));
+    } catch (...) {
+        SayLineIsLost();
+    }
+}
+
+}  // namespace LumPalLog

@@ -7,13 +7,16 @@
 
 #include "LumPalMsg.h"
 
-namespace LumVoxMsg {
+namespace LumPalLog {
 
 /// Writes one warning of its kind in ten seconds to the application log and counts the rest. Any thread.
 class ThrottledLog {
 public:
     /// @param text  with %1 for the detail
     void Warn(const char* text, const LumPalStr::String_t& detail);
+    /// The same where memory may be out.
+    /// @param detail  UTF-8
+    void WarnGuarded(const char* text, const char* detail) noexcept;
 
 private:
     std::mutex mutex;  ///< guards all below
@@ -21,4 +24,4 @@ private:
     unsigned suppressed = 0;
 };
 
-}  // namespace LumVoxMsg
+}  // namespace LumPalLog
