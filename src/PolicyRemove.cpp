@@ -1,5 +1,6 @@
 #include "AuditLog.h"
 #include "DirectoryImpl.h"
+#include "DistinctFiles.h"
 #include "Exceptions.h"
 #include "LumCtrl.h"
 #include "Messages.h"
@@ -59,7 +60,8 @@ void PolicyOperation::SendUnreported() {
 void PolicyOperation::RemovePolicy(const String_t& originator, const String_t& id, MessageList_t& failures) {
     const PolicyContainerImpl::HeaderPtr header = Cache()->GetPolicyHeader(id);
     const PolicyRecord policy = header->Snapshot();
-    for (const PolicyDataFile& file : policy.dataFiles) RemoveDataFile(originator, policy, file.name, failures);
+    // A file that the document names twice is deleted once, and then not missing.
+    for (const String_t& name : DistinctDataFiles(policy)) RemoveDataFile(originator, policy, name, failures);
     if (RemoveHeaderFile(originator, policy, failures)) ForgetPolicy(originator, policy);
 }
 
