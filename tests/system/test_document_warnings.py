@@ -4,7 +4,8 @@ which a text would be missing: they are refused with the place."""
 import json
 import unittest
 
-from node import DONE, FAILED, NOTHING_TO_DO, Node, write_policy
+import wire
+from node import DONE, FAILED, NOTHING_TO_DO, Node, header, write_policy
 
 SECOND = "<policy><ids><container_id>P2</container_id></ids><name>second</name></policy>"
 POLICIES = "has '2' elements 'policy'. What the last one says wins, its id and its name too."
@@ -109,12 +110,16 @@ class MissingText(DocumentTest):
              ("undefined behind an external subset", 'SYSTEM "header.dtd"'),
              ("not declared", None))
 
-    def refused(self, policy_id, document_type, old, new):
-        def change(text):
-            text = text.replace(old, new)
-            return text.replace("<header", f"<!DOCTYPE header {document_type}>\n<header") if document_type else text
+    @staticmethod
+    def text_of(policy_id, document_type, old, new):
+        text = header(policy_id, name=policy_id).replace(old, new)
+        if document_type:
+            text = text.replace("<header", f"<!DOCTYPE header {document_type}>\n<header")
+        return text.encode()
 
-        path = self.write(policy_id, change)
+    def refused(self, policy_id, document_type, old, new):
+        path = self.node.folder / f"{policy_id}_header.xml"
+        path.write_bytes(self.text_of(policy_id, document_type, old, new))
         for command in (("validate",), ("install", "--no-notify"), ("install", "--no-notify", "--package"),
                         ("install", "--dry-run"), ("sign", "--alias", "nobody")):
             result = self.node.policy(*command, path)
@@ -135,6 +140,15 @@ class MissingText(DocumentTest):
     def test_a_mark_against_the_declared_encoding_is_refused(self):
         self.refused("m", None, '<?xml version="1.0" encoding="UTF-8"?>',
                      '\ufeff<?xml version="1.0" encoding="ISO-8859-1"?>')
+
+    def test_a_node_refuses_it_from_any_client_and_says_the_place(self):
+        secret = wire.secret_of(self.node)
+        for what, document_type in self.TYPES:
+            document = self.text_of("bad", document_type, "<name>bad", "<name>ab&e;cd")
+            answer = wire.ask(self.node, wire.install_call(wire.policy_array("bad", document=document)), secret=secret)
+            self.assertEqual((what, answer.value()), (what, wire.FAILED), answer)
+            self.assertRegex(answer.body, rb"is refused at line \d+, column \d+", what)
+        self.assertEqual((self.node.list(), self.node.stored()), ([], []))
 
     def test_an_entity_that_the_document_holds_is_part_of_its_text(self):
         path = self.write("a", lambda text: text.replace("<name>a", "<name>ab&e;cd").replace(
