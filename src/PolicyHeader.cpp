@@ -1,6 +1,8 @@
 #include "PolicyHeader.h"
 
 #include "LumPalThread.h"
+#include "Messages.h"
+#include "PolicyArrayReader.h"
 #include "PolicyData.h"
 #include "PolicyDocumentWriter.h"
 #include "PolicyHeaderImpl.h"
@@ -181,6 +183,19 @@ PolicyHeader PolicyHeader::Read(const File_t& file, LumPalMsg::MessageList_t& mi
     PolicyXmlParser::Parse(file, handler);
     missing = handler.GetMissing();
     return PolicyHeader(handler.TakeHeader().Get());
+}
+
+LumPalMsg::MessageList_t PolicyHeader::FindWarnings(const File_t& file) {
+    const LumPalThread::MutexLock_t lock(DocumentMutex());
+    PolicyXmlHandler handler;
+    handler.StartChecking();
+    PolicyXmlParser::Parse(file, handler);
+    const String_t path = file.GetAbsolutePath();
+    const int policies = handler.GetCount(document::Element::Policy), data = handler.GetCount(document::Element::Data);
+    LumPalMsg::MessageList_t warnings;
+    if (policies > 1) warnings.Add(Make(msg::DocumentWithPolicies, path, policies));
+    if (data > 1) warnings.Add(Make(msg::DocumentWithDataElements, path, data, PolicyArrayReader::kMostFiles));
+    return warnings;
 }
 
 void PolicyHeader::Write(const File_t& file, const PolicyHeader& header) {

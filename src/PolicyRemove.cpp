@@ -1,5 +1,6 @@
 #include "AuditLog.h"
 #include "DirectoryImpl.h"
+#include "DistinctFiles.h"
 #include "Exceptions.h"
 #include "LumCtrl.h"
 #include "Messages.h"
@@ -73,7 +74,8 @@ void PolicyOperation::RemovePolicy(const String_t& originator, const String_t& i
     const PolicyContainerImpl::HeaderPtr header = Cache()->GetPolicyHeader(id);
     const PolicyRecord policy = header->Snapshot();
     const StoreJournal::Entry recorded = journal.RecordIfPossible(DescribeRemoval(policy));
-    for (const PolicyDataFile& file : policy.dataFiles) RemoveDataFile(originator, policy, file.name, failures);
+    // A file that the document names twice is deleted once, and then not missing.
+    for (const String_t& name : DistinctDataFiles(policy)) RemoveDataFile(originator, policy, name, failures);
     if (!RemoveHeaderFile(originator, policy, failures)) return;
     ForgetPolicy(originator, policy);
     try {

@@ -5,6 +5,7 @@
 #include "Exceptions.h"
 #include "Messages.h"
 #include "Names.h"
+#include "PolicyArrayReader.h"
 #include "Trace.h"
 
 namespace LumConf {
@@ -67,12 +68,12 @@ void PolicyXmlHandler::StartRewriting(const LumPalXml::XmlWriter_t& output, cons
 void PolicyXmlHandler::Reset() {
     newHeader = new PolicyHeaderImpl;
     newHeader->Clear();
-    seen.reset();
+    counts.fill(0);
     collects = false;
     missing = LumPalMsg::MessageList_t();
     place = Element::None;
     unknownDepth = depth = 0;
-    leaf = dataFilesWritten = false;
+    leaf = false;
     attributeName = attributeValue = String_t();
     text.Clear();
 }
@@ -98,7 +99,7 @@ void PolicyXmlHandler::StartElement(const String_t& uri, const String_t& localNa
         ++unknownDepth;
     } else {
         place = found;
-        seen.set(static_cast<std::size_t>(found));
+        ++counts[static_cast<std::size_t>(found)];
     }
     const bool isRoot = found == Element::Header;
     if (isRoot) TestNamespace(uri);
@@ -140,7 +141,7 @@ void PolicyXmlHandler::EndDocument() {
 void PolicyXmlHandler::TestRequiredElements() {
     for (const RequiredElement& required : kRequiredElements) {
         const bool excused = (tolerance & required.tolerance) != 0;
-        if (excused || seen.test(static_cast<std::size_t>(required.element))) continue;
+        if (excused || GetCount(required.element) > 0) continue;
         if (!collects) throw PolicyHeaderException(MakeUnchecked(required.missing));
         missing.Add(MakeUnchecked(required.missing));
     }
@@ -252,10 +253,9 @@ void PolicyXmlHandler::RewriteCertificate() {
     newHeader->SetCertificate(sourceCertificate);
 }
 
-/// All files go to the first "data" element: a second one would double them.
+/// Kept: each "data" element gets all files, so that a second one doubles them with every rewrite.
 void PolicyXmlHandler::RewriteDataFiles() {
-    if (dataFilesWritten) return;
-    dataFilesWritten = true;
+    CheckRoomForDataFiles();
     const int blanks = depth + 2;
     for (std::size_t i = 0; i < source.dataFiles.size(); ++i) {
         const PolicyDataFile& file = source.dataFiles[i];
@@ -268,6 +268,13 @@ void PolicyXmlHandler::RewriteDataFiles() {
         newHeader->SetDataFile(file.name, file.encoding, file.checksum);
     }
     for (const CharArray_t& signature : sourceSignatures) newHeader->AddSignature(signature);
+}
+
+void PolicyXmlHandler::CheckRoomForDataFiles() const {
+    constexpr std::size_t most = PolicyArrayReader::kMostFiles, header = 1;
+    const std::size_t files = static_cast<std::size_t>(newHeader->GetDataFileCount()) + source.dataFiles.size();
+    if (files + header > most)
+        Raise<PolicyHeaderException>(msg::RewriteTooManyFiles, static_cast<int>(files), PolicyArrayReader::kMostFiles);
 }
 
 void PolicyXmlHandler::RewriteCategories() {
@@ -292,7 +299,7 @@ void PolicyXmlHandler::RewriteAttributes() {
 void PolicyXmlHandler::RewriteMissingLists() {
     ++depth;
     const auto rewrite = [this](Element element, const char* tag, Row::Step writeItems) {
-        if (seen.test(static_cast<std::size_t>(element))) return;
+        if (GetCount(element) > 0) return;
         WriteLineAndOpen(depth + 1, tag);
         (this->*writeItems)();
         WriteLineAndClose(depth + 1);

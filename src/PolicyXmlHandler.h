@@ -2,7 +2,7 @@
 /// Reads a policy document, or rewrites it with the values of a header.
 #pragma once
 
-#include <bitset>
+#include <array>
 #include <vector>
 
 #include "CollectedText.h"
@@ -34,6 +34,8 @@ public:
     /// Reads likewise, but no missing element is an error: GetMissing tells of all of them.
     void StartChecking();
     const LumPalMsg::MessageList_t& GetMissing() const noexcept { return missing; }
+    /// How often a known element, not None, has stood at its place.
+    int GetCount(document::Element element) const { return counts[static_cast<std::size_t>(element)]; }
     /// @param source  not owned; its values are taken now. @throws LumPalMsg::IllegalStateError_t 87 for null
     void StartRewriting(const LumPalXml::XmlWriter_t& writer, const PolicyHeaderImpl* source);
     bool IsInitialized() const noexcept { return mode != Mode::NotInitialized; }
@@ -81,6 +83,7 @@ private:
     // Rewriting: likewise, and the pieces of the output.
     void RewriteCertificate();
     void RewriteDataFiles();
+    void CheckRoomForDataFiles() const;
     void RewriteCategories();
     void RewriteAttributes();
     void RewriteMissingLists();
@@ -95,7 +98,7 @@ private:
     unsigned long tolerance = 0;
     bool collects = false;  ///< missing elements are collected, not raised
     LumPalMsg::MessageList_t missing;
-    std::bitset<document::kElementCount> seen;
+    std::array<int, document::kElementCount> counts{};
     Element place = Element::None;  ///< the innermost open element that is known
     int unknownDepth = 0;           ///< open elements inside it that are not
     int depth = 0;                  ///< all open elements
@@ -105,8 +108,7 @@ private:
 
     // Rewriting only.
     LumPalXml::XmlWriter_t writer;
-    bool leaf = false;              ///< no element has ended since the last start tag
-    bool dataFilesWritten = false;  ///< the source's data files went to the first "data" element
+    bool leaf = false;  ///< no element has ended since the last start tag
     PolicyRecord source;
     LumPalArray::CharArray_t sourceCertificate;
     std::vector<LumPalArray::CharArray_t> sourceSignatures;

@@ -30,6 +30,7 @@ void PolicyXmlParser::Parse(const LumPalIo::InputStream_t& stream, PolicyXmlHand
     LumPalXml::SAXParser_t parser;
     parser.SetContentHandler(&handler);
     parser.SetDepthLimit(kMostLevels);
+    parser.SetRefuseSkippedEntities(true);
     parser.Parse(source);
 }
 

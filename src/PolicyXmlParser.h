@@ -10,8 +10,10 @@ class PolicyXmlHandler;
 
 class PolicyXmlParser {
 public:
-    /// Parses what the stream holds; a null stream is not parsed. Failures of parser and handler pass unchanged:
-    /// SAXParseException_t, PolicyHeaderException 73 to 86, IllegalStateError_t 72, IllegalArgumentError_t 70, 71.
+    /// Parses what the stream holds; a null stream is not parsed. A document of which a text would be missing, because
+    /// it refers to an entity that is not read, is refused as a malformed one. Failures of parser and handler pass
+    /// unchanged: SAXParseException_t, PolicyHeaderException 73 to 86, IllegalStateError_t 72, IllegalArgumentError_t
+    /// 70, 71.
     static void Parse(const LumPalIo::InputStream_t& stream, PolicyXmlHandler& handler);
     /// Parses a file.
     /// @throws PolicyHeaderException 88 (malformed, with the place) and 90 (any other failure, the handler's too);

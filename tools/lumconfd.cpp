@@ -14,6 +14,7 @@
 #include "LumPalMsg.h"
 #include "LumPalRuntime.h"
 #include "LumVoxMsg.h"
+#include "common/Utf8Arguments.h"
 #include "lumconfd/ConfigCheck.h"
 #include "lumconfd/ExpiryWatch.h"
 #include "lumconfd/PolicyList.h"
@@ -106,6 +107,7 @@ int Run(const LumPalRuntime::Signals_t& signals) {
 
 int main(int argc, char** argv) {
     LumPalConsole::OccupyStandardStreams();
+    if (!lumtools::AreArgumentsUtf8("lumconfd", argc, argv)) return kWrongUsage;
     LumPalRuntime::App_t::Init(argc, argv);
     CLI::App app("Serves a node's policies: keeps them, takes requests on them, tells what changed.", "lumconfd");
     std::string root;

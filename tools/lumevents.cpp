@@ -15,6 +15,7 @@
 #include "LumPalConsole.h"
 #include "LumPalMsg.h"
 #include "LumPalRuntime.h"
+#include "common/Utf8Arguments.h"
 
 namespace {
 
@@ -126,6 +127,7 @@ void Describe(CLI::App& app, Choices& choices) {
 
 int main(int argc, char** argv) {
     LumPalConsole::OccupyStandardStreams();
+    if (!lumtools::AreArgumentsUtf8("lumevents", argc, argv)) return kExitWrongUsage;
     LumPalRuntime::App_t::Init(argc, argv);
     Choices choices;
     choices.name = OwnName();

@@ -73,6 +73,10 @@ public:
     virtual void Characters(const char16_t* text, std::uint32_t start, std::uint32_t length) = 0;
     virtual void IgnorableWhitespace(const char16_t* text, std::uint32_t start, std::uint32_t length) = 0;
     virtual void ProcessingInstruction(const LumPalStr::String_t& target, const LumPalStr::String_t& data) = 0;
+    /// Told of each reference in a text to an entity that is not read or not known, so that something is missing there:
+    /// an external entity, or one that may be declared in what is not read; of each reference to a parameter entity of
+    /// that kind ("%" before its name), and of the external subset ("[dtd]"). In the value of an attribute an entity
+    /// that is not known is left out without a call: see XMLReader_t::SetRefuseSkippedEntities.
     virtual void SkippedEntity(const LumPalStr::String_t& name) = 0;
 };
 class LUMPAL_API DTDHandler_i {
@@ -160,9 +164,15 @@ public:
     void SetErrorHandler(ErrorHandler_i* handler);
     /// Refuse a document that brings a document type declaration (default: false).
     void SetRefuseDoctype(bool refuse);
+    /// Refuse a document of which something would be missing (default: false): in place of SkippedEntity Parse ends
+    /// with the error. A document that declares a parameter entity is refused too. So texts and values of attributes
+    /// are always whole. Whoever gives the texts of a document to anybody sets this, or SetRefuseDoctype, which
+    /// leaves no entity to skip.
+    void SetRefuseSkippedEntities(bool refuse);
     /// Most open elements allowed (default 100,000); more is a SAXParseException_t.
     void SetDepthLimit(std::uint32_t limit);
-    /// Parses the whole source. Nothing external is read. A document is refused when its entities and attribute
+    /// Parses the whole source. Nothing external is read. A byte order mark that is not that of the declared encoding
+    /// is an error. A document is refused when its entities and attribute
     /// defaults bring more than its own size again and 1 MiB, when it declares more than 1,000 entities, when one
     /// tag, comment or declaration is longer than 8 MiB, or the name of a namespace longer than 4,096 bytes.
     /// Texts between tags may have any length.

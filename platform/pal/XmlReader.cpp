@@ -25,6 +25,9 @@ void XMLReader_t::SetErrorHandler(ErrorHandler_i* handler) {
 void XMLReader_t::SetRefuseDoctype(bool refuse) {
     impl->settings.refuseDoctype = refuse;
 }
+void XMLReader_t::SetRefuseSkippedEntities(bool refuse) {
+    impl->settings.refuseSkippedEntities = refuse;
+}
 void XMLReader_t::SetDepthLimit(std::uint32_t limit) {
     impl->settings.depthLimit = limit;
 }

@@ -68,6 +68,8 @@ Run::Run(const ReaderSettings& settings, const InputSource_t& source)
     if (!parser) throw std::bad_alloc();
     XML_SetBillionLaughsAttackProtectionMaximumAmplification(parser.get(), LargestAmplification);
     XML_SetBillionLaughsAttackProtectionActivationThreshold(parser.get(), FreeAmplification);
+    // Its default would leave parameter entities out without a word; of external ones it now tells, and reads none.
+    XML_SetParamEntityParsing(parser.get(), XML_PARAM_ENTITY_PARSING_ALWAYS);
     XML_SetUserData(parser.get(), this);
     Events::Register(parser.get());
 }
@@ -98,6 +100,7 @@ bool Run::Feed() {
         char* const target = static_cast<char*>(XML_GetBuffer(parser.get(), static_cast<int>(block)));
         if (!target) return false;
         const std::size_t count = Fill(target, block);
+        if (bytesRead == 0) mark = ByteOrderMark({target, count});
         const std::size_t good = utf16.Accept(target, count);
         last = count < block && good == count;
         bytesRead += good;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "LumPalXml.h"
+#include "XmlMark.h"
 #include "XmlMemory.h"
 #include "XmlNames.h"
 #include "XmlUtf16.h"
@@ -24,6 +25,7 @@ struct ReaderSettings {
     EntityResolver_i* resolver = nullptr;
     ErrorHandler_i* error = nullptr;
     bool refuseDoctype = false;
+    bool refuseSkippedEntities = false;
     std::uint32_t depthLimit = 100000;
 };
 
@@ -88,6 +90,7 @@ private:
     std::exception_ptr thrown;
     const char* refusal = nullptr;
     int refusalLine = 0, refusalColumn = 0;
+    ByteOrderMark mark;
     Utf16Check utf16;
     bool stopped = false;
     bool ended = false;
@@ -95,7 +98,7 @@ private:
     std::size_t block = 0;
     std::uint32_t depth = 0;
     std::uint32_t entities = 0;
-    // The library tells an external entity's reference by the address of its system id.
+    // The library tells an external entity's reference by the address of its system id. Parameter entities: "%name".
     std::map<const char*, LumPalStr::String_t> externalNames;
 };
 

@@ -22,6 +22,9 @@ String_t Text(const char* utf8) {
 String_t TextOrEmpty(const char* utf8) {
     return String_t::FromUtf8(utf8 ? utf8 : "");
 }
+String_t NameOf(const char* entity, int isParameter) {
+    return isParameter ? "%" + Text(entity) : Text(entity);
+}
 
 }  // namespace
 
@@ -70,6 +73,7 @@ void Run::Events::Register(XML_ParserStruct* parser) {
     XML_SetNamespaceDeclHandler(parser, StartPrefix, EndPrefix);
     XML_SetCharacterDataHandler(parser, Text);
     XML_SetProcessingInstructionHandler(parser, Instruction);
+    XML_SetXmlDeclHandler(parser, Declaration);
     XML_SetStartDoctypeDeclHandler(parser, StartDoctype);
     XML_SetEntityDeclHandler(parser, Entity);
     XML_SetNotationDeclHandler(parser, Notation);
@@ -145,8 +149,22 @@ void Run::Events::Instruction(void* self, const char* target, const char* data) 
     });
 }
 
-void Run::Events::TellExternal(const Run& run, const char* publicId, const char* systemId, const String_t& name) {
+// The library takes the declaration's word against the mark where both encodings have bytes as their units.
+void Run::Events::Declaration(void* self, const char*, const char* encoding, int) {
+    Run& run = Of(self);
+    run.Guard([&] {
+        if (encoding && !run.mark.Allows(encoding)) run.Refuse("its byte order mark is not that of its encoding");
+    });
+}
+
+void Run::Events::TellExternal(Run& run, const char* publicId, const char* systemId, const String_t& name) {
     if (run.settings.resolver) run.settings.resolver->ResolveEntity(SAX::Text(publicId), SAX::Text(systemId));
+    Skip(run, name);
+}
+
+void Run::Events::Skip(Run& run, const String_t& name) {
+    if (run.settings.refuseSkippedEntities)
+        return run.Refuse("it refers to an entity or an external subset, which is not read");
     if (run.settings.content) run.settings.content->SkippedEntity(name);
 }
 
@@ -163,12 +181,13 @@ void Run::Events::Entity(void* self, const char* name, int isParameter, const ch
     Run& run = Of(self);
     run.Guard([&] {
         if (++run.entities > MostEntities) return run.Refuse("it declares more than 1000 entities");
+        if (isParameter && run.settings.refuseSkippedEntities) return run.Refuse("it declares a parameter entity");
         if (notation) {
             if (!run.settings.dtd) return;
             run.settings.dtd->UnparsedEntityDecl(SAX::Text(name), SAX::Text(publicId), SAX::Text(systemId),
                                                  SAX::Text(notation));
-        } else if (systemId && !isParameter) {
-            run.externalNames.emplace(systemId, SAX::Text(name));
+        } else if (systemId) {
+            run.externalNames.emplace(systemId, NameOf(name, isParameter));
         }
     });
 }
@@ -183,20 +202,18 @@ void Run::Events::Notation(void* self, const char* name, const char*, const char
 
 void Run::Events::Skipped(void* self, const char* name, int isParameter) {
     Run& run = Of(self);
-    run.Guard([&] {
-        if (!run.settings.content) return;
-        run.settings.content->SkippedEntity(isParameter ? "%" + SAX::Text(name) : SAX::Text(name));
-    });
+    run.Guard([&] { Skip(run, NameOf(name, isParameter)); });
 }
 
-// Telling the library "done" without parsing anything leaves the entity out.
-int Run::Events::External(XML_ParserStruct* parser, const char*, const char*, const char* systemId,
+// Telling the library "done" without parsing anything leaves the entity out. Of the external subset, which has neither
+// a name nor a context, the handlers know since the document type began.
+int Run::Events::External(XML_ParserStruct* parser, const char* context, const char*, const char* systemId,
                           const char* publicId) {
     Run& run = Of(XML_GetUserData(parser));
     run.Guard([&] {
         const auto found = run.externalNames.find(systemId);
-        const String_t name = found == run.externalNames.end() ? String_t() : found->second;
-        TellExternal(run, publicId, systemId, name);
+        const bool isNamed = found != run.externalNames.end();
+        if (isNamed || context) TellExternal(run, publicId, systemId, isNamed ? found->second : String_t());
     });
     return XML_STATUS_OK;
 }

@@ -16,6 +16,7 @@ struct Run::Events {
     static void EndPrefix(void* run, const char* prefix);
     static void Text(void* run, const char* text, int length);
     static void Instruction(void* run, const char* target, const char* data);
+    static void Declaration(void* run, const char* version, const char* encoding, int standalone);
     static void StartDoctype(void* run, const char* name, const char* systemId, const char* publicId, int hasSubset);
     static void Entity(void* run, const char* name, int isParameter, const char* value, int length, const char* base,
                        const char* systemId, const char* publicId, const char* notation);
@@ -26,8 +27,8 @@ struct Run::Events {
 
 private:
     static Run& Of(void* run) noexcept { return *static_cast<Run*>(run); }
-    static void TellExternal(const Run& run, const char* publicId, const char* systemId,
-                             const LumPalStr::String_t& name);
+    static void TellExternal(Run& run, const char* publicId, const char* systemId, const LumPalStr::String_t& name);
+    static void Skip(Run& run, const LumPalStr::String_t& name);
     static void CountDefaults(Run& run, const char** attributes);
 };
 

@@ -112,6 +112,10 @@ public:
     /// Reads a document that may lack any required element.
     /// @param missing  gets a message 73 to 83 for each one that it lacks
     static PolicyHeader Read(const LumPalIo::File_t& file, LumPalMsg::MessageList_t& missing);
+    /// What of a document acts otherwise than it looks, a message for each: more than one "policy" element, of which
+    /// the last one's values win; more than one "data" element, each of which gets all data files with every rewrite.
+    /// The document may lack any required element. @throws as Read
+    static LumPalMsg::MessageList_t FindWarnings(const LumPalIo::File_t& file);
     /// Writes a new document, unsigned; never over an existing file. Waits for Read and Write calls.
     /// @throws LumPalMsg::IllegalArgumentError_t 53 (null file); LumPalIo::IOException_t 54 (it exists);
     ///         LumPalIo::FileNotFoundException_t 55 (it cannot be made)

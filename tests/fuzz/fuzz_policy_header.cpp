@@ -44,5 +44,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const Header back = Read(rewritten);
     if (back->GetContainerId() != header->GetContainerId() || back->GetStatus() != header->GetStatus()) std::abort();
     if (back->GetDataFileCount() != back->GetSignatureCount()) std::abort();
+    // Each "data" element has all files, within the limit on the files of a policy.
+    const int files = header->GetDataFileCount(), written = back->GetDataFileCount();
+    if (files == 0 ? written != 0 : written < files || written % files != 0 || written > 9999) std::abort();
     return 0;
 }

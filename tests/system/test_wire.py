@@ -93,6 +93,12 @@ class Refusals(unittest.TestCase):
             ("nothing", "", "soap:Client"),
             ("no XML", "list", "soap:Client"),
             ("a document type", "<!DOCTYPE a><a/>", "soap:Client"),
+            ("an external entity", f'<!DOCTYPE a [<!ENTITY e SYSTEM "x">]><s:Envelope xmlns:s="{envelope}"><s:Body><list>'
+             "&e;</list></s:Body></s:Envelope>", "soap:Client"),
+            ("an entity that is not declared",
+             f'<s:Envelope xmlns:s="{envelope}"><s:Body><list><a>&e;</a></list></s:Body></s:Envelope>', None),
+            ("a mark against the encoding", "\ufeff<?xml version='1.0' encoding='ISO-8859-1'?>"
+             f'<s:Envelope xmlns:s="{envelope}"><s:Body><list/></s:Body></s:Envelope>', "soap:Client"),
             ("no envelope", "<a/>", "soap:Client"),
             ("an empty body", f'<s:Envelope xmlns:s="{envelope}"><s:Body/></s:Envelope>', "soap:Client"),
             ("two elements", f'<s:Envelope xmlns:s="{envelope}"><s:Body><list/><list/></s:Body></s:Envelope>', None),
@@ -108,6 +114,8 @@ class Refusals(unittest.TestCase):
                 if code:
                     self.assertEqual(status, 500)
                     self.assertIn(f"<faultcode>{code}</faultcode>", answer)
+                    if what in ("a document type", "an external entity", "a mark against the encoding"):
+                        self.assertRegex(answer, r"line \d+, column \d+")
                 else:  # the method is known when the second element comes: it answers itself
                     self.assertEqual(status, 200)
                     self.assertIn(">8</PolicySelectionRetValue>", answer)

@@ -33,7 +33,7 @@ std::string IsGiven(const std::string& argument);
 /// Adds --target-id. An empty id is refused: it would let every node pass.
 CLI::Option* AddTargetId(CLI::App& command, std::string& targetId);
 
-/// An object as one line; bytes of the command line that are no UTF-8 are replaced.
+/// An object as one line; bytes that are no UTF-8 are replaced.
 std::string OneLine(const nlohmann::ordered_json& object);
 /// The members "result", "code" and "messages".
 void Fill(nlohmann::ordered_json& object, const Outcome& outcome);

@@ -8,6 +8,7 @@
 #include "LumPalRuntime.h"
 #include "common/ExitCode.h"
 #include "common/Outcome.h"
+#include "common/Utf8Arguments.h"
 
 namespace lumtools {
 
@@ -69,6 +70,7 @@ int Ended(const Program& program, int code) {
 int RunProgram(const Program& program, int argc, char** argv) {
     // What a tool opens, a file of keys perhaps, must not take the number of a stream that is closed.
     LumPalConsole::OccupyStandardStreams();
+    if (!AreArgumentsUtf8(program.name, argc, argv)) return kWrongUsage;
     LumPalRuntime::App_t::Init(argc, argv);
     CLI::App app(program.description, program.name);
     app.set_version_flag("--version", std::string(program.name) + " " + program.version);

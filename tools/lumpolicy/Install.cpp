@@ -1,3 +1,4 @@
+#include <iostream>
 #include <vector>
 
 #include "InstallOptions.h"
@@ -8,6 +9,7 @@
 #include "common/Lazy.h"
 #include "common/Table.h"
 #include "lumpolicy/Command.h"
+#include "lumpolicy/DocumentWarnings.h"
 #include "lumpolicy/PolicyText.h"
 
 namespace lumpolicy {
@@ -125,6 +127,8 @@ public:
 private:
     /// A package is built once for all nodes.
     Outcome Prepare() override {
+        for (const auto& file : files) warnings.Add(WarningsOf(file));
+        if (!json) lumtools::PrintWarnings(std::cerr, warnings);
         return Attempt([&] {
             options = choices.Make();
             for (const auto& file : files) Take(LumPalIo::File_t(Text(file)));
@@ -139,8 +143,9 @@ private:
     bool ChangesNodes() const override { return !dryRun; }
 
     Answer Ask(const std::string& host) const override {
-        if (dryRun) return Foresee(host);
-        return isPackage ? SendPackage(host) : SendEach(host);
+        Answer answer = dryRun ? Foresee(host) : isPackage ? SendPackage(host) : SendEach(host);
+        FillWarnings(answer.fields, warnings);
+        return answer;
     }
 
     Answer SendPackage(const std::string& host) const {
@@ -201,6 +206,7 @@ private:
     Choices choices;
     InstallOptions options;
     std::vector<PolicyHeader> headers;
+    LumPalMsg::MessageList_t warnings;
     lumtools::Lazy<LumConf::PolicyPackage> package;
     lumtools::Lazy<LumConf::PolicyForwarder> forwarder;
 };

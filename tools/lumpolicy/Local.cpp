@@ -8,6 +8,7 @@
 #include "common/Arguments.h"
 #include "common/Table.h"
 #include "lumpolicy/Command.h"
+#include "lumpolicy/DocumentWarnings.h"
 
 namespace lumpolicy {
 
@@ -57,25 +58,30 @@ public:
         for (const std::string& file : files) {
             const Outcome outcome = Validate(file);
             if (result == lumtools::kDone) result = outcome.code;
-            Print(file, outcome);
+            Print(file, outcome, WarningsOf(file));
         }
         return result;
     }
 
 private:
-    void Print(const std::string& file, const Outcome& outcome) const {
+    void Print(const std::string& file, const Outcome& outcome, const LumPalMsg::MessageList_t& warnings) const {
         if (json) {
-            std::cout << OneLine(FileAnswer(file, outcome)) << std::endl;
-        } else if (outcome.code != lumtools::kDone) {
+            std::cout << OneLine(FileAnswer(file, outcome, warnings)) << std::endl;
+            return;
+        }
+        lumtools::PrintWarnings(std::cerr, warnings);
+        if (outcome.code != lumtools::kDone) {
             lumtools::PrintFailure(std::cerr, "", outcome);
         } else if (!quiet) {
             std::cout << "complete: " << file << std::endl;
         }
     }
 
-    static nlohmann::ordered_json FileAnswer(const std::string& file, const Outcome& outcome) {
+    static nlohmann::ordered_json FileAnswer(const std::string& file, const Outcome& outcome,
+                                             const LumPalMsg::MessageList_t& warnings) {
         nlohmann::ordered_json object{{"file", file}};
         Fill(object, outcome);
+        FillWarnings(object, warnings);
         return object;
     }
 

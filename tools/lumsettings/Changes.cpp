@@ -100,11 +100,11 @@ private:
         if (name.empty() || pair.find('=') == std::string::npos) {
             throw CLI::ValidationError("'" + lumtools::Printable(pair) + "' is no setting: give NAME=VALUE");
         }
-        Configuration_t configuration = group.GetConfig(Exact(nameSpace));
-        if (configuration.HasAttr(Exact(name))) {
+        Configuration_t configuration = group.GetConfig(Text(nameSpace));
+        if (configuration.HasAttr(Text(name))) {
             throw CLI::ValidationError("'" + lumtools::Printable(name) + "' is given twice");
         }
-        configuration.SetAttrValue(Exact(name), Exact(value));
+        configuration.SetAttrValue(Text(name), Text(value));
     }
 
     void ReadFile() {
@@ -156,7 +156,7 @@ public:
 private:
     void Read() override {
         const ConfigGroup_t group;
-        group.GetConfig(Exact(nameSpace)).SetAttrValue(name.empty() ? String_t("any") : Exact(name), "");
+        group.GetConfig(Text(nameSpace)).SetAttrValue(name.empty() ? String_t("any") : Text(name), "");
         CheckNames(group);
     }
 

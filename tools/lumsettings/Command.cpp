@@ -50,7 +50,7 @@ NodeCommand::NodeCommand(CLI::App& command) : HostCommand(command) {
 
 LumConfPar::SettingsForwarder::Options NodeCommand::Options() const {
     LumConfPar::SettingsForwarder::Options options;
-    options.SetLUMResourceGroup(Exact(resourceGroup)).SetTargetID(Text(targetId));
+    options.SetLUMResourceGroup(Text(resourceGroup)).SetTargetID(Text(targetId));
     return options;
 }
 

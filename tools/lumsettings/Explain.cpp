@@ -14,6 +14,7 @@ using LumConfPar::MergedSettings;
 using LumConfPar::SettingOrigin;
 using LumConfPar::SettingsMerge;
 using LumPalStr::String_t;
+using lumtools::Text;
 using nlohmann::ordered_json;
 
 namespace {
@@ -112,7 +113,7 @@ private:
         std::set<Setting> settings;
         for (const auto& group : {node.local, node.policy, merged.GetGroup()}) Collect(group, settings);
         std::erase_if(settings, [this](const Setting& setting) {
-            return setting.first != Exact(nameSpace) || (!name.empty() && setting.second != Exact(name));
+            return setting.first != Text(nameSpace) || (!name.empty() && setting.second != Text(name));
         });
         return settings;
     }

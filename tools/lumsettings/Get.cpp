@@ -25,8 +25,8 @@ private:
     Outcome Prepare() override {
         return lumtools::Attempt([&] {
             options = Options();
-            wantedNamespace = Exact(nameSpace);
-            wantedName = Exact(name);
+            wantedNamespace = Text(nameSpace);
+            wantedName = Text(name);
         });
     }
 

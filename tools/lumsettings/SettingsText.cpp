@@ -13,12 +13,6 @@ using LumPalConfig::Configuration_t;
 using LumPalStr::String_t;
 using nlohmann::ordered_json;
 
-String_t Exact(const std::string& text) {
-    const String_t exact = String_t::FromUtf8(text);
-    if (exact.ToUtf8() == text) return exact;
-    throw LumPalMsg::IllegalArgumentError_t(LumPalMsg::CreateError_t("'%1' is not UTF-8.") << exact);
-}
-
 namespace {
 
 std::string Written(const ConfigGroup_t& group) {

@@ -12,9 +12,6 @@
 
 namespace lumsettings {
 
-/// A text of the command line. @throws LumPalMsg::IllegalArgumentError_t when it is not UTF-8
-LumPalStr::String_t Exact(const std::string& text);
-
 /// @throws LumPalMsg::IllegalArgumentError_t for a name that no setting can have
 void CheckNames(const LumPalConfig::ConfigGroup_t& group);
 /// The group as a file of settings holds it. @throws LumPalMsg::RuntimeException_t for such a name

@@ -217,14 +217,71 @@ TEST(PolicyRewrite, OtherCountsOfSignaturesAndDataFilesFail) {
     }
 }
 
-TEST(PolicyRewrite, SeveralDataElementsDoNotMultiplyTheFiles) {
+Doc WithTwoDataElements() {
     Doc doc;
     doc.files =
         "<data><file_name>a</file_name><signature>YQ==</signature></data>"
         "<data><file_name>b</file_name><signature>Yg==</signature></data>";
-    const PolicyHeader source = Parse(doc.Text());
+    return doc;
+}
+
+TEST(PolicyRewrite, EachDataElementGetsAllFiles) {
+    const std::string text = WithTwoDataElements().Text();
+    const PolicyHeader source = Parse(text);
     ASSERT_EQ(source.GetDataFileCount(), 2);
-    ExpectEqual(Parse(Rewrite(doc.Text(), source)), source);
+    const std::string once = Rewrite(text, source);
+    const PolicyHeader written = Parse(once);
+    ASSERT_EQ(written.GetDataFileCount(), 4);
+    ASSERT_EQ(written.GetImpl()->GetSignatureCount(), 4);
+    const char* const names[] = {"a", "b", "a", "b"};
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(written.GetDataFile(i), names[i]);
+        EXPECT_EQ(written.GetImpl()->GetRawSignature(i), source.GetImpl()->GetRawSignature(i % 2));
+    }
+    EXPECT_EQ(once.find("<data>\n    </data>"), std::string::npos);
+    EXPECT_EQ(Parse(Rewrite(once, written)).GetDataFileCount(), 8);
+}
+
+std::string FilesNamed(int count) {
+    std::string files;
+    for (int i = 0; i < count; ++i) files += "<file_name>f" + std::to_string(i) + "</file_name><signature/>";
+    return files;
+}
+
+TEST(PolicyRewrite, ADocumentThatWouldPassTheLimitOnFilesIsNotRewritten) {
+    // The header counts as one of the 10,000 files of a policy.
+    const struct {
+        const char* name;
+        int filesOfSource, dataElements;
+        bool fails;
+    } rows[] = {
+        {"the most files", 9999, 1, false},          {"one more", 10000, 1, true},
+        {"doubled up to the limit", 4999, 2, false}, {"doubled beyond it", 5000, 2, true},
+        {"three times up to it", 3333, 3, false},    {"many elements", 1, 10000, true},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        Doc doc;
+        doc.files = "<data>" + FilesNamed(row.filesOfSource) + "</data>";
+        const PolicyHeader source = Parse(doc.Text());
+        for (int i = 1; i < row.dataElements; ++i) doc.files += "<data/>";
+        const auto failure = policydocs::Raised<PolicyHeaderException>([&] { Rewrite(doc.Text(), source); });
+        ASSERT_EQ(failure.has_value(), row.fails);
+        EXPECT_EQ(row.fails, failure && failure->Says("at most '10000' files"));
+    }
+}
+
+TEST(PolicyRewrite, OfTwoPolicyElementsTheLastOneWins) {
+    Doc doc;
+    const std::string element = "<policy><ids><container_id>P2</container_id></ids><name>Second</name></policy>";
+    doc.inHeader = element;
+    const PolicyHeader header = Parse(doc.Text());
+    EXPECT_EQ(header.GetContainerId(), "p2");
+    EXPECT_EQ(header.GetName(), "Second");
+    EXPECT_EQ(header.GetVersion(), "1.0");
+    const PolicyHeader again = Parse(Rewrite(doc.Text(), header));
+    EXPECT_EQ(again.GetContainerId(), "p2");
+    EXPECT_EQ(again.GetName(), "Second");
 }
 
 TEST(PolicyRewrite, WhatStandsInsideARegeneratedElementGoesAndLeavesTheDocumentWhole) {

@@ -55,6 +55,19 @@ std::string DefaultsBomb() {
     return "<!DOCTYPE a [<!ATTLIST b k CDATA '" + std::string(50000, 'x') + "'>]><a>" + Repeat("<b/>", 50000) + "</a>";
 }
 
+std::string ParameterBomb() {
+    return "<!DOCTYPE a [<!ENTITY % p '<!--" + std::string(50000, 'x') + "-->'>" + Repeat("%p;", 50000) + "]><a/>";
+}
+
+/// Parameter entities, each of which refers to the one before: so many nested references in the end.
+std::string ParameterChain(int count) {
+    std::string document = "<!DOCTYPE a [<!ENTITY % p0 '<!---->'>";
+    for (int i = 1; i < count; ++i) {
+        document += "<!ENTITY % p" + std::to_string(i) + " '&#37;p" + std::to_string(i - 1) + ";'>";
+    }
+    return document + "%p" + std::to_string(count - 1) + ";]><a/>";
+}
+
 std::string EntityChain() {
     std::string document = "<!DOCTYPE a [<!ENTITY e0 'x'>";
     for (int i = 1; i < 100000; ++i) {
@@ -121,6 +134,8 @@ TEST(SaxErrors, TellLineAndColumnFromOne) {
         {"a declaration that lies about UTF-16", "<?xml version='1.0' encoding='UTF-16'?><a/>", {1, 31}},
         {"a declaration too late", " <?xml version='1.0'?><a/>", {1, 2}},
         {"an entity that holds itself", "<!DOCTYPE a [<!ENTITY e '&e;'>]><a>&e;</a>", {1, 36}},
+        {"a parameter entity that holds itself", "<!DOCTYPE a [<!ENTITY % p '&#37;p;'>%p;]><a/>", {1, 37}},
+        {"a parameter entity within a declaration", "<!DOCTYPE a [<!ENTITY % p 'x'><!ENTITY e '%p;'>]><a/>", {1, 43}},
         {"an external entity in a value", "<!DOCTYPE a [<!ENTITY e SYSTEM 's'>]><a k='&e;'/>", {1, 44}},
         {"an unparsed entity in text",
          "<!DOCTYPE a [<!NOTATION n SYSTEM 's'><!ENTITY e SYSTEM 's' NDATA n>]><a>&e;</a>",
@@ -173,11 +188,16 @@ TEST(SaxErrors, EachBombIsRefused) {
     const std::vector<Row> rows = {
         {"entities of entities", EntityBomb()}, {"one long entity, often", QuadraticBomb()},
         {"the same in a value", ValueBomb()},   {"one long default, often", DefaultsBomb()},
-        {"a chain of entities", EntityChain()},
+        {"a chain of entities", EntityChain()}, {"one long parameter entity, often", ParameterBomb()},
     };
     for (const auto& row : rows) EXPECT_GT(ErrorOf(row.document).GetLineNumber(), 0) << row.says;
     EXPECT_TRUE(Mentions(ErrorOf(DefaultsBomb()), "expand beyond the bound"));
     EXPECT_TRUE(Mentions(ErrorOf(EntityChain()), "more than 1000 entities"));
+}
+
+TEST(SaxErrors, NestedParameterEntitiesCostNoMoreStackThanTheBoundOnEntitiesAllows) {
+    EXPECT_EQ(ErrorOf(ParameterChain(1000)).GetLineNumber(), -1);
+    EXPECT_TRUE(Mentions(ErrorOf(ParameterChain(100000)), "more than 1000 entities"));
 }
 
 TEST(SaxErrors, AHandfulOfEntitiesIsNoBomb) {

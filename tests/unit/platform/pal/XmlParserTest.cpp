@@ -184,9 +184,34 @@ TEST(SaxParser, ReportsTheEventsOfADocumentType) {
          "{resolve:null,http://127.0.0.1:9/a.dtd;skip:[dtd];<a></a>}"},
         {"an entity that the external subset may hold", "<!DOCTYPE a SYSTEM 's'><a>1&e;2</a>",
          "{resolve:null,s;skip:[dtd];<a>'1'skip:e;'2'</a>}"},
-        {"a parameter entity is not read", "<!DOCTYPE a [<!ENTITY % p SYSTEM 'file:///etc/passwd'>%p;]><a/>",
-         "{<a></a>}"},
+        {"an external parameter entity is told and left out",
+         "<!DOCTYPE a [<!ENTITY % p SYSTEM 'file:///etc/passwd'>%p;]><a>1&e;2</a>",
+         "{resolve:null,file:///etc/passwd;skip:%p;<a>'1'skip:e;'2'</a>}"},
+        {"with its public id, at each reference", "<!DOCTYPE a [<!ENTITY % p PUBLIC 'i' 's'>%p;%p;]><a/>",
+         "{resolve:i,s;skip:%p;resolve:i,s;skip:%p;<a></a>}"},
+        {"one that is not referred to is not told", "<!DOCTYPE a [<!ENTITY % p SYSTEM 's'>]><a/>", "{<a></a>}"},
+        {"a general entity of its name is another", "<!DOCTYPE a [<!ENTITY % p SYSTEM 's'><!ENTITY p 'x'>]><a>&p;</a>",
+         "{<a>'x'</a>}"},
+        {"one that is not declared", "<!DOCTYPE a [%p;]><a/>", "{skip:%p;<a></a>}"},
+        {"in a standalone document too",
+         "<?xml version='1.0' standalone='yes'?><!DOCTYPE a [<!ENTITY % p SYSTEM 's'>%p;]><a/>",
+         "{resolve:null,s;skip:%p;<a></a>}"},
+        {"beside an external subset", "<!DOCTYPE a SYSTEM 't' [<!ENTITY % p SYSTEM 's'>%p;]><a/>",
+         "{resolve:null,t;skip:[dtd];resolve:null,s;skip:%p;<a></a>}"},
+        {"an internal parameter entity is read",
+         "<!DOCTYPE a [<!ENTITY % p \"<!ENTITY e 'x'>\">%p;]><a k='&e;'>1&e;2</a>", "{<a k='x'>'1x2'</a>}"},
+        {"an external entity within an internal one",
+         "<!DOCTYPE a [<!ENTITY e '1&x;2'><!ENTITY x SYSTEM 's'>]><a>&e;</a>", "{<a>'1'resolve:null,s;skip:x;'2'</a>}"},
     });
+}
+
+TEST(SaxParser, ANameOfAnyLengthIsToldOfASkippedParameterEntity) {
+    const std::string name(5000, 'p');
+    for (const bool bigEndian : {false, true}) {
+        const std::u16string wide(name.begin(), name.end());
+        const std::u16string text = u"\uFEFF<!DOCTYPE a [<!ENTITY % " + wide + u" SYSTEM 's'>%" + wide + u";]><a/>";
+        EXPECT_EQ(EventsOf(Utf16Bytes(text, bigEndian)), "{resolve:null,s;skip:%" + name + ";<a></a>}");
+    }
 }
 
 TEST(SaxParser, HandlersMayBeMissing) {

@@ -264,6 +264,45 @@ TEST(SoapEnvelope, WhatIsNoXmlIsRefusedByTheParser) {
     }
 }
 
+TEST(SoapEnvelope, NoTextOfAnArgumentVanishes) {
+    const std::string call = Body("<m>\n<text>ab&e;cd</text></m>"), inValue = Body("<m>\n<text k='1&e;2'/></m>");
+    const struct {
+        const char* says;
+        std::string type;
+        int line;
+    } rows[] = {
+        {"an entity that is not declared", "", 2},
+        {"an external entity", "\n<!DOCTYPE x [<!ENTITY e SYSTEM 's'>]>", 2},
+        {"one of a parameter entity", "\n<!DOCTYPE x [<!ENTITY % p \"<!ENTITY e 'x'>\">%p;]>", 2},
+        {"one of an external parameter entity", "\n<!DOCTYPE x [<!ENTITY % p SYSTEM 's'>%p;]>", 2},
+        {"one behind an external subset", "\n<!DOCTYPE x SYSTEM 's'>", 2},
+    };
+    for (const auto& row : rows) {
+        for (const std::string& body : {call, inValue}) {
+            Reader reader;
+            try {
+                reader.Read("<?xml version='1.0'?>" + row.type + body);
+                ADD_FAILURE() << "was read: " << row.says;
+            } catch (const LumPalXml::SAX::SAXParseException_t& e) {
+                EXPECT_EQ(e.GetLineNumber(), row.line) << row.says;
+                EXPECT_GT(e.GetColumnNumber(), 0) << row.says;
+            }
+            EXPECT_EQ(reader.text, "unset") << row.says;
+        }
+    }
+}
+
+TEST(SoapEnvelope, AMarkThatIsNotThatOfTheDeclaredEncodingIsRefused) {
+    const std::string mark = "\xEF\xBB\xBF", call = Body("<m><text>\xC3\xA9</text></m>");
+    for (const char* encoding : {"ISO-8859-1", "US-ASCII", "UTF-16"}) {
+        const std::string message = mark + "<?xml version='1.0' encoding='" + encoding + "'?>" + call;
+        EXPECT_THROW(Reader().Read(message), LumPalXml::SAX::SAXParseException_t) << encoding;
+    }
+    Reader reader;
+    reader.Read(mark + "<?xml version='1.0' encoding='utf-8'?>" + call);
+    EXPECT_EQ(reader.text, String_t(u"\u00e9"));
+}
+
 TEST(SoapEnvelope, ABadValueFailsTheMessage) {
     Reader reader;
     EXPECT_THROW(reader.Read(Body("<m><number>many</number></m>")), SOAPFormatException);
