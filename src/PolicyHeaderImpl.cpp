@@ -258,6 +258,14 @@ String_t PolicyHeaderImpl::GetDataFile(int index) const {
     return At(record.dataFiles, index, msg::DataFileIndex).name;
 }
 
+std::vector<String_t> PolicyHeaderImpl::GetDataFileNames() const {
+    const std::lock_guard lock(Guard());
+    std::vector<String_t> names;
+    names.reserve(record.dataFiles.size());
+    for (const PolicyDataFile& file : record.dataFiles) names.push_back(file.name);
+    return names;
+}
+
 String_t PolicyHeaderImpl::GetDataFileEncoding(int index) const {
     const std::lock_guard lock(Guard());
     return At(record.dataFiles, index, msg::DataFileIndex).encoding;

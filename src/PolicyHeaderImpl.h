@@ -98,6 +98,7 @@ public:
 
     int GetDataFileCount() const;
     LumPalStr::String_t GetDataFile(int index) const;
+    std::vector<LumPalStr::String_t> GetDataFileNames() const;
     LumPalStr::String_t GetDataFileEncoding(int index) const;
     LumPalStr::String_t GetDataFileChecksum(int index) const;
     void SetDataFile(const LumPalStr::String_t& name);
