@@ -27,6 +27,7 @@ inline constexpr Name WaitTimeKey = "WAIT_TIME";
 inline constexpr Name CoreIdKey = "CORE_ID";
 inline constexpr Name CertInstalledKey = "CERT_INSTALLED";
 inline constexpr Name NoMultiplePoliciesKey = "NOMULTIPLEPOLICIES";
+inline constexpr Name SharedDataFilesKey = "SHARED_DATA_FILES";
 inline constexpr Name AsyncControlNotifyKey = "ASYNC_CONTROL_NOTIFY";
 inline constexpr Name CacheSettingsPoliciesKey = "CACHE_CONFIGSETTINGS_POLICIES";
 inline constexpr Name AuditLoggingKey = "AUDIT_LOGGING";

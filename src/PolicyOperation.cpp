@@ -16,6 +16,7 @@
 #include "PolicyContainer.h"
 #include "PolicyWorker.h"
 #include "SelectionContainer.h"
+#include "SharedDataFiles.h"
 #include "StorePaths.h"
 #include "StoreSweep.h"
 #include "Trace.h"
@@ -133,6 +134,7 @@ void PolicyOperation::LoadAtStart() {
         Say(Make(msg::CacheNotInitializedAtStart, e));
     }
     DeleteAsideCopies(*cache);
+    SharedDataFiles::GetRule();  // a word that is none is said now, not when it is needed
 }
 
 PolicyOperation::CachePtr PolicyOperation::Cache() const {

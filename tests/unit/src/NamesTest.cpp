@@ -35,6 +35,7 @@ TEST(Names, EveryNameIsSpeltAsPeersSpellIt) {
         {names::CacheSettingsPoliciesKey, "CACHE_CONFIGSETTINGS_POLICIES"},
         {names::AuditLoggingKey, "AUDIT_LOGGING"},
         {names::AuditLogModeKey, "AUDIT_LOG_MODE"},
+        {names::SharedDataFilesKey, "SHARED_DATA_FILES"},
         {names::FormatPolicyListKey, "FORMAT_POLICY_LIST"},
         {names::MergedPolicyListFilenameKey, "MERGED_POLICY_LIST_FILENAME"},
         {names::ClusterTypeKey, "CLUSTER_TYPE"},
