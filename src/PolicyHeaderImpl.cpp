@@ -297,6 +297,21 @@ void PolicyHeaderImpl::SetDataFileChecksum(const String_t& checksum) {
     if (!record.dataFiles.empty()) record.dataFiles.back().checksum = checksum;
 }
 
+void PolicyHeaderImpl::AddMissingDataFile(const String_t& name) {
+    const std::lock_guard lock(Guard());
+    record.missingDataFiles.push_back(name);
+}
+
+int PolicyHeaderImpl::GetMissingDataFileCount() const {
+    const std::lock_guard lock(Guard());
+    return static_cast<int>(record.missingDataFiles.size());
+}
+
+String_t PolicyHeaderImpl::GetMissingDataFile(int index) const {
+    const std::lock_guard lock(Guard());
+    return At(record.missingDataFiles, index, msg::DataFileIndex);
+}
+
 void PolicyHeaderImpl::AddSignature(const CharArray_t& base64) {
     const std::lock_guard lock(Guard());
     signatures.push_back(base64);
