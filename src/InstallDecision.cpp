@@ -9,6 +9,7 @@
 #include "PolicyForwarder.h"
 #include "PolicyOperation.h"
 #include "Selection.h"
+#include "SharedDataFiles.h"
 
 namespace LumConf {
 
@@ -87,6 +88,10 @@ void InstallTask::Decide() {
     } else if (!options.GetForceAll()) {
         DecideUpdate();
     }
+}
+
+void InstallTask::CheckSharedDataFiles() const {
+    SharedDataFiles::CheckInstall(*operation.Cache(), *newHeader, installedHeader.Get(), options);
 }
 
 void InstallTask::DecideUpdate() {

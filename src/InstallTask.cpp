@@ -79,6 +79,7 @@ void InstallTask::InstallUnpacked() {
     ApplyOptions();
     FindInstalled();
     Decide();
+    CheckSharedDataFiles();
     ChangeByCluster();
     CheckFolders();
     CheckDataFiles();

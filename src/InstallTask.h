@@ -11,6 +11,7 @@
 #include "LumPalStr.h"
 #include "PolicyArrayReader.h"
 #include "PolicyHeaderImpl.h"
+#include "SharedDataFiles.h"
 #include "StoreChange.h"
 
 namespace LumConf {
@@ -65,6 +66,7 @@ private:
     void ApplyAttributes();
     void FindInstalled();
     void Decide();
+    void CheckSharedDataFiles() const;
     void DecideUpdate();
     void CheckType() const;
     void CheckOwner() const;
@@ -84,8 +86,10 @@ private:
     bool HasOldFolder() const;
     void PrepareHeader();
     void FlushWaiting() const;
+    std::vector<String_t> FormerDataFiles() const;
     StoreChange DescribeChange() const;
     void Write();
+    void TellSharedDataFiles() const;
     void DeleteOldData();
     void WriteHeader();
     void DeleteOldHeader();
@@ -111,6 +115,7 @@ private:
     HeaderPtr installedHeader;     ///< null for a new policy
     String_t installedPolicyId;    ///< empty unless the installed policy was found by name and type
     String_t installedTypeName;
+    SharedDataFiles::Names spared;         ///< of the installed data files: what stays for others; empty until Write
     std::unique_ptr<PolicyWriter> writer;  ///< null until the new document was made
 };
 

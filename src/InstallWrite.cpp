@@ -9,6 +9,7 @@
 #include "PlainName.h"
 #include "PolicyOperation.h"
 #include "PolicyWriter.h"
+#include "SharedDataFiles.h"
 #include "Trace.h"
 
 namespace LumConf {
@@ -71,9 +72,15 @@ bool InstallTask::HasOldFolder() const {
 
 void InstallTask::DeleteOldData() {
     if (!HasOldFolder()) return;
-    for (const String_t& name : DataFiles(*installedHeader)) {
+    for (const String_t& name : FormerDataFiles()) {
         if (IsPlainName(name)) DeleteOrMoveAway(File_t(TypeFolder(installedTypeName), name));
     }
+}
+
+std::vector<String_t> InstallTask::FormerDataFiles() const {
+    std::vector<String_t> files = DataFiles(*installedHeader);
+    std::erase_if(files, [this](const String_t& name) { return spared.count(name) > 0; });
+    return files;
 }
 
 // All that needs room on the disk comes before the old data goes: a full disk costs nothing.
@@ -109,7 +116,7 @@ StoreChange InstallTask::DescribeChange() const {
     for (const String_t& name : DataFiles(*newHeader)) change.placed.push_back({Waiting::Incoming, name, {type, name}});
     if (!installedHeader) return change;
     std::vector<StoreChange::StoredFile> former;
-    for (const String_t& name : DataFiles(*installedHeader)) former.push_back({installedTypeName, name});
+    for (const String_t& name : FormerDataFiles()) former.push_back({installedTypeName, name});
     const String_t formerHeader = installedHeader->GetContainerId() + names::HeaderFileSuffix;
     former.push_back({installedTypeName, formerHeader});
     former.push_back({type, formerHeader});
@@ -120,7 +127,9 @@ StoreChange InstallTask::DescribeChange() const {
 
 // From the record on a crash is followed by the whole of the new policy.
 void InstallTask::Write() {
+    if (installedHeader) spared = SharedDataFiles::Spare(*operation.Cache(), *installedHeader, newHeader.Get());
     const StoreJournal::Entry recorded = operation.journal.Record(DescribeChange());
+    TellSharedDataFiles();
     DeleteOldData();
     WriteHeader();
     DeleteOldHeader();
@@ -128,6 +137,12 @@ void InstallTask::Write() {
     FlushStore();
     KeepBooks();
     DeleteOldFolder();
+}
+
+void InstallTask::TellSharedDataFiles() const {
+    SharedDataFiles::TellReplaced(*operation.Cache(), *newHeader, installedHeader.Get());
+    if (!installedHeader) return;
+    SharedDataFiles::TellLeft(*operation.Cache(), *installedHeader, spared, newHeader.Get());
 }
 
 void InstallTask::FlushStore() const {

@@ -1,6 +1,7 @@
 #include "MessageForwarder.h"
 
 #include "ConfigGroupSoapArg.h"
+#include "DataFilesSoapArg.h"
 #include "Exceptions.h"
 #include "InstallOptionsImpl.h"
 #include "InstallOptionsSoapArg.h"
@@ -44,6 +45,20 @@ void Call(RpcCall call, const String_t& method, SOAPArg* const (&arguments)[Argu
     call.SetMethod(method);
     call.SetArgs(ArgumentCount, arguments);
     call.Invoke(ResultCount, results, names::Utf8);
+}
+
+template <std::size_t ArgumentCount>
+PolicyContainer CallForList(const RpcCall& call, const String_t& method, const String_t& host,
+                            SOAPArg* const (&arguments)[ArgumentCount]) {
+    Answer answer;
+    SOAPArgInt value(names::PolicySelectionRetValue, &answer.value);
+    SOAPArgUnicodeString text(names::PolicySelectionRetString, &answer.text);
+    PolicyContainerSoapArg list(names::PolicyContainer);
+    Call(call, method, arguments, {&value, &text, &list});
+    // Taken before the return value is looked at: an answer without a list is an error whatever it says.
+    const PolicyContainer container = list.GetContainer();
+    DecodeList(answer, host);
+    return container;
 }
 
 }  // namespace
@@ -116,15 +131,19 @@ PolicyContainer MessageForwarder::SendList(const String_t& method, RequestKind k
     const RpcCall call = CreateCall(target, targetId);
     SelectionSoapArg selected(names::PolicySelection);
     selected.SetSelection(selection, target);
-    Answer answer;
-    SOAPArgInt value(names::PolicySelectionRetValue, &answer.value);
-    SOAPArgUnicodeString text(names::PolicySelectionRetString, &answer.text);
-    PolicyContainerSoapArg list(names::PolicyContainer);
-    Call(call, method, {&selected}, {&value, &text, &list});
-    // Taken before the return value is looked at: an answer without a list is an error whatever it says.
-    const PolicyContainer container = list.GetContainer();
-    DecodeList(answer, target);
-    return container;
+    return CallForList(call, method, target, {&selected});
+}
+
+PolicyContainer MessageForwarder::SendListNaming(const String_t& host, const String_t& targetId,
+                                                 const String_t& typeName, const DataFilesSoapArg::Files& files) const {
+    LUMCONF_BLOCK(trace::Message, "MessageForwarder::SendListNaming");
+    String_t target = host;
+    const RpcCall call = CreateCall(target, targetId);
+    SelectionSoapArg selected(names::PolicySelection);
+    // Every version numbers the types alike, so that the node need not be asked for its own.
+    selected.SetSelection(Selection().SetPolicyTypeName(typeName), names::LocalHost);
+    DataFilesSoapArg dataFiles(files);
+    return CallForList(call, names::ListMethod, target, {&selected, &dataFiles});
 }
 
 ConfigGroup_t MessageForwarder::SendConfig(const String_t& method, RequestKind kind, ConfigMode mode,

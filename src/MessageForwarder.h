@@ -2,6 +2,8 @@
 /// The one place where a client of the configuration server touches the wire.
 #pragma once
 
+#include <vector>
+
 #include "LumPalArray.h"
 #include "LumPalConfig.h"
 #include "LumPalNet.h"
@@ -49,6 +51,10 @@ public:
     ///         PolicyRemoteException; LumPalMsg::IllegalStateError_t 142 for another kind
     PolicyContainer SendList(const LumPalStr::String_t& method, RequestKind kind, const LumPalStr::String_t& host,
                              const LumPalStr::String_t& targetId, const Selection& selection) const;
+    /// Likewise the policies of a type that name one of the data files, each with those of them that it names.
+    PolicyContainer SendListNaming(const LumPalStr::String_t& host, const LumPalStr::String_t& targetId,
+                                   const LumPalStr::String_t& typeName,
+                                   const std::vector<LumPalStr::String_t>& dataFiles) const;
     /// @param package  the database that is meant; empty for the node's own
     /// @return the group of the answer, empty when none arrived
     /// @throws LumSecAuth::NotAuthorizedException 145, SettingsRemoteException 146; LumPalMsg::IllegalStateError_t 144

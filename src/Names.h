@@ -27,6 +27,7 @@ inline constexpr Name WaitTimeKey = "WAIT_TIME";
 inline constexpr Name CoreIdKey = "CORE_ID";
 inline constexpr Name CertInstalledKey = "CERT_INSTALLED";
 inline constexpr Name NoMultiplePoliciesKey = "NOMULTIPLEPOLICIES";
+inline constexpr Name SharedDataFilesKey = "SHARED_DATA_FILES";
 inline constexpr Name AsyncControlNotifyKey = "ASYNC_CONTROL_NOTIFY";
 inline constexpr Name CacheSettingsPoliciesKey = "CACHE_CONFIGSETTINGS_POLICIES";
 inline constexpr Name AuditLoggingKey = "AUDIT_LOGGING";
@@ -84,6 +85,7 @@ inline constexpr Name PolicyOperationMode = "PolicyOperationMode";
 inline constexpr Name PolicyContainer = "PolicyContainer";
 inline constexpr Name PolicySelection = "PolicySelection";
 inline constexpr Name PolicyOptions = "PolicyOptions";
+inline constexpr Name PolicyDataFiles = "PolicyDataFiles";
 inline constexpr Name PolicySelectionRetValue = "PolicySelectionRetValue";
 inline constexpr Name PolicySelectionRetString = "PolicySelectionRetString";
 inline constexpr Name PolicyString1 = "PolicyString1";
@@ -114,6 +116,8 @@ inline constexpr Name FieldCategories = "policy_categories";
 inline constexpr Name FieldAttributeName = "policy_attributename";
 inline constexpr Name FieldAttributeValue = "policy_attributevalue";
 inline constexpr Name FieldAttribute = "policy_attribute";
+inline constexpr Name FieldDataFile = "policy_data_file";
+inline constexpr Name FieldMissingDataFile = "policy_missing_data_file";
 
 // Policy documents.
 inline constexpr Name PolicyNamespace = "http://lum.tessel.com/xmlns/conf/2003/04";

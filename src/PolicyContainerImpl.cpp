@@ -124,8 +124,10 @@ void PolicyContainerImpl::Insert(PolicyHeaderImpl* newcomer) {
         sameId = EraseLocked(position);
         position = next;
     }
-    policies.emplace_hint(position, keys.containerId, Entry{header, CountTypeLocked(keys.typeName)});
+    Entry entry{header, CountTypeLocked(keys.typeName), {}};
+    const auto place = policies.emplace_hint(position, keys.containerId, std::move(entry));
     indexValid = false;
+    if (filesIndexed) files.Add(header.Get(), place->second.files);
 }
 
 /// One more header of the type. @return the type's name, as all its headers share it
@@ -140,10 +142,47 @@ HeaderPtr PolicyContainerImpl::EraseLocked(Policies::iterator position) {
     if (position == policies.end()) return {};
     const auto counted = typeCounts.find(position->second.typeName);
     if (--counted->second == 0) typeCounts.erase(counted);
+    files.Remove(position->second.files);
     HeaderPtr header = std::move(position->second.header);
     policies.erase(position);
     indexValid = false;
     return header;
+}
+
+HeaderPtr PolicyContainerImpl::FindNaming(const String_t& typeName, const String_t& file, const Accept& accept) {
+    const std::lock_guard lock(mutex);
+    IndexFilesLocked();
+    HeaderPtr found;
+    files.Visit(typeName, file, [&](PolicyHeaderImpl& header) {
+        if (accept(header)) found = HeaderPtr(&header);
+        return !found;
+    });
+    return found;
+}
+
+LumPalPtr::RefPtr_t<PolicyContainerImpl> PolicyContainerImpl::Naming(const std::vector<String_t>& names) {
+    LumPalPtr::RefPtr_t<PolicyContainerImpl> naming(new PolicyContainerImpl);
+    for (const HeaderPtr& header : AllNaming(names)) naming->Insert(header.Get());
+    return naming;
+}
+
+std::vector<HeaderPtr> PolicyContainerImpl::AllNaming(const std::vector<String_t>& names) {
+    const std::lock_guard lock(mutex);
+    IndexFilesLocked();
+    std::vector<HeaderPtr> naming;
+    for (const String_t& name : names) {
+        files.VisitAllTypes(name, [&naming](PolicyHeaderImpl& header) {
+            naming.emplace_back(&header);
+            return true;
+        });
+    }
+    return naming;
+}
+
+void PolicyContainerImpl::IndexFilesLocked() {
+    if (filesIndexed) return;
+    for (auto& [id, entry] : policies) files.Add(entry.header.Get(), entry.files);
+    filesIndexed = true;
 }
 
 void PolicyContainerImpl::SetStatus(const String_t& ids, bool enabled) {

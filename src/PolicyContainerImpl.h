@@ -3,10 +3,12 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <vector>
 
+#include "DataFileIndex.h"
 #include "LumPalIo.h"
 #include "LumPalPtr.h"
 #include "LumPalRef.h"
@@ -45,6 +47,15 @@ public:
     bool HasTypeName(const LumPalStr::String_t& typeName) const;
     void Insert(PolicyHeaderImpl* header);
 
+    using Accept = std::function<bool(const PolicyHeaderImpl&)>;
+    /// The first header, by its id, that is of exactly this type, names the data file, and is accepted; null for none.
+    /// The first question makes an index of all data files, which is kept from then on: what a header named when it
+    /// came in (or when the index was made) counts until it is out.
+    /// @param accept  called under the mutex: it looks at the header, at nothing else
+    HeaderPtr FindNaming(const LumPalStr::String_t& typeName, const LumPalStr::String_t& file, const Accept& accept);
+    /// A new container of the headers of any type that name one of the data files.
+    LumPalPtr::RefPtr_t<PolicyContainerImpl> Naming(const std::vector<LumPalStr::String_t>& files);
+
     /// Writes the merged list: every header document of the store, or of one type, one after another.
     /// @param out       overwritten
     /// @param typeName  in any case; null or empty means all types
@@ -56,6 +67,7 @@ private:
     struct Entry {
         HeaderPtr header;
         LumPalStr::String_t typeName;  ///< as it was at the insert: what typeCounts counts
+        DataFileIndex::Places files;   ///< in the index of data files, when it is there
     };
     using Policies = std::map<LumPalStr::String_t, Entry>;
 
@@ -64,6 +76,8 @@ private:
     HeaderPtr EraseLocked(Policies::iterator position);
     LumPalStr::String_t CountTypeLocked(const LumPalStr::String_t& typeName);
     void RefreshIndexLocked() const;
+    std::vector<HeaderPtr> AllNaming(const std::vector<LumPalStr::String_t>& files);
+    void IndexFilesLocked();
     void SetStatus(const LumPalStr::String_t& ids, bool enabled);
 
     mutable std::mutex mutex;
@@ -72,6 +86,8 @@ private:
     std::map<LumPalStr::String_t, std::size_t> typeCounts;        ///< headers of each type; guarded by mutex
     mutable std::vector<PolicyHeaderImpl*> index;                 ///< policies in order; guarded by mutex
     mutable bool indexValid = false;                              ///< guarded by mutex
+    DataFileIndex files;                                          ///< what the policies name; guarded by mutex
+    bool filesIndexed = false;                                    ///< guarded by mutex; most containers are never asked
 };
 
 }  // namespace LumConf

@@ -38,6 +38,8 @@ const PolicyContainerSoapArg::Child PolicyContainerSoapArg::children[] = {
     {names::FieldAttribute, InAttributes, InHeader, InHeader, false, nullptr},
     {names::FieldAttributeName, InAttributeName, InAttributes, InAttributes, true, nullptr},
     {names::FieldAttributeValue, InAttributeValue, InAttributes, InAttributes, true, nullptr},
+    {names::FieldDataFile, InDataFile, InHeader, InHeader, true, &PolicyHeaderImpl::SetDataFile},
+    {names::FieldMissingDataFile, InMissingDataFile, InHeader, InHeader, true, &PolicyHeaderImpl::AddMissingDataFile},
 };
 
 namespace {
@@ -59,7 +61,14 @@ void WriteAttributes(LumPalXml::XmlWriter_t& writer, const PolicyRecord& header)
     writer.CloseTag();
 }
 
-void WriteHeader(LumPalXml::XmlWriter_t& writer, const PolicyRecord& header) {
+void WriteDataFiles(LumPalXml::XmlWriter_t& writer, const PolicyRecord& header, const std::set<String_t>& asked) {
+    for (const PolicyDataFile& file : header.dataFiles) {
+        if (asked.count(file.name) > 0) WriteChild(writer, names::FieldDataFile, file.name);
+    }
+    for (const String_t& file : header.missingDataFiles) WriteChild(writer, names::FieldMissingDataFile, file);
+}
+
+void WriteHeader(LumPalXml::XmlWriter_t& writer, const PolicyRecord& header, const std::set<String_t>& asked) {
     writer.OpenTag(names::FieldPolicyHeader);
     WriteChild(writer, names::FieldContainerId, header.containerId);
     WriteChild(writer, names::FieldStatus, header.status);
@@ -72,6 +81,7 @@ void WriteHeader(LumPalXml::XmlWriter_t& writer, const PolicyRecord& header) {
     WriteChild(writer, names::FieldTypeId, header.typeId);
     WriteCategories(writer, header);
     WriteAttributes(writer, header);
+    WriteDataFiles(writer, header, asked);
     writer.CloseTag();
 }
 
@@ -89,7 +99,7 @@ PolicyContainer PolicyContainerSoapArg::GetContainer() const {
 void PolicyContainerSoapArg::WriteContent(LumPalXml::XmlWriter_t& writer) const {
     if (!container) return;
     const int count = container->GetCount();
-    for (int i = 0; i < count; ++i) WriteHeader(writer, container->GetPolicyHeader(i)->Snapshot());
+    for (int i = 0; i < count; ++i) WriteHeader(writer, container->GetPolicyHeader(i)->Snapshot(), dataFiles);
 }
 
 const PolicyContainerSoapArg::Child* PolicyContainerSoapArg::FindChild(const String_t& localName) const {

@@ -2,6 +2,9 @@
 /// A list of policies on the wire.
 #pragma once
 
+#include <set>
+#include <vector>
+
 #include "LumPalPtr.h"
 #include "LumVoxSoap.h"
 #include "PolicyContainer.h"
@@ -10,12 +13,15 @@
 
 namespace LumConf {
 
-/// Carries a policy container: one "policyheader" for each policy, without its version id and files.
-/// Used by one thread; the headers of the container may be changed by others meanwhile.
+/// Carries a policy container: one "policyheader" for each policy, without its version id. Of its files it carries
+/// those that were asked for, and those that the node misses; a reader of an older version passes over both. Used by
+/// one thread; the headers of the container may be changed by others meanwhile.
 class PolicyContainerSoapArg : public LumVoxSoap::SOAPArg {
 public:
     explicit PolicyContainerSoapArg(const LumPalStr::String_t& name) : SOAPArg(name) {}
     void SetContainer(const PolicyContainer& value);
+    /// The data files that are written of each policy that names them; none at first.
+    void SetDataFiles(const std::vector<LumPalStr::String_t>& names) { dataFiles = {names.begin(), names.end()}; }
     /// @throws PolicyNotFoundError 153 when the argument never came
     PolicyContainer GetContainer() const;
     void WriteContent(LumPalXml::XmlWriter_t& writer) const override;
@@ -45,7 +51,10 @@ private:
         InCategories = 13,
         InAttributes = 14,
         InAttributeName = 15,
-        InAttributeValue = 16
+        InAttributeValue = 16,
+        // Of this system's own.
+        InDataFile = 17,
+        InMissingDataFile = 18
     };
     struct Child;
     static const Child children[];
@@ -55,6 +64,7 @@ private:
     void FinishHeader();
 
     LumPalPtr::RefPtr_t<PolicyContainerImpl> container;
+    std::set<LumPalStr::String_t> dataFiles;
     LumPalPtr::RefPtr_t<PolicyHeaderImpl> header;
     State parseState = Outside;
     int unknownDepth = 0;

@@ -151,4 +151,9 @@ PolicyContainer PolicyForwarder::List(const String_t& host, const Selection& sel
     return impl->List(host, targetId, selection);
 }
 
+PolicyContainer PolicyForwarder::ListNaming(const String_t& host, const String_t& typeName,
+                                            const std::vector<String_t>& dataFiles, const String_t& targetId) const {
+    return impl->ListNaming(host, targetId, typeName, dataFiles);
+}
+
 }  // namespace LumConf

@@ -83,6 +83,11 @@ PolicyContainer PolicyForwarderImpl::List(const String_t& host, const String_t& 
     return forwarder->SendList(names::ListMethod, RequestKind::List, host, targetId, selection);
 }
 
+PolicyContainer PolicyForwarderImpl::ListNaming(const String_t& host, const String_t& targetId,
+                                                const String_t& typeName, const std::vector<String_t>& files) const {
+    return forwarder->SendListNaming(host, targetId, typeName, files);
+}
+
 void PolicyForwarderImpl::ReinitCache(const String_t& host, const String_t& targetId) const {
     Operate(OperationMode::ReinitCache, host, "", Selection(), Options().SetTargetID(targetId));
 }

@@ -149,6 +149,13 @@ void PolicyHeader::SetDataFileChecksum(const String_t& checksum) const {
     impl->SetDataFileChecksum(checksum);
 }
 
+int PolicyHeader::GetMissingDataFileCount() const {
+    return impl->GetMissingDataFileCount();
+}
+String_t PolicyHeader::GetMissingDataFile(int index) const {
+    return impl->GetMissingDataFile(index);
+}
+
 void PolicyHeader::GetData(int index, CharArray_t& data) const {
     PolicyData::Get(*impl, index, data);
 }

@@ -258,6 +258,14 @@ String_t PolicyHeaderImpl::GetDataFile(int index) const {
     return At(record.dataFiles, index, msg::DataFileIndex).name;
 }
 
+std::vector<String_t> PolicyHeaderImpl::GetDataFileNames() const {
+    const std::lock_guard lock(Guard());
+    std::vector<String_t> names;
+    names.reserve(record.dataFiles.size());
+    for (const PolicyDataFile& file : record.dataFiles) names.push_back(file.name);
+    return names;
+}
+
 String_t PolicyHeaderImpl::GetDataFileEncoding(int index) const {
     const std::lock_guard lock(Guard());
     return At(record.dataFiles, index, msg::DataFileIndex).encoding;
@@ -287,6 +295,21 @@ void PolicyHeaderImpl::SetDataFileEncoding(const String_t& encoding) {
 void PolicyHeaderImpl::SetDataFileChecksum(const String_t& checksum) {
     const std::lock_guard lock(Guard());
     if (!record.dataFiles.empty()) record.dataFiles.back().checksum = checksum;
+}
+
+void PolicyHeaderImpl::AddMissingDataFile(const String_t& name) {
+    const std::lock_guard lock(Guard());
+    record.missingDataFiles.push_back(name);
+}
+
+int PolicyHeaderImpl::GetMissingDataFileCount() const {
+    const std::lock_guard lock(Guard());
+    return static_cast<int>(record.missingDataFiles.size());
+}
+
+String_t PolicyHeaderImpl::GetMissingDataFile(int index) const {
+    const std::lock_guard lock(Guard());
+    return At(record.missingDataFiles, index, msg::DataFileIndex);
 }
 
 void PolicyHeaderImpl::AddSignature(const CharArray_t& base64) {

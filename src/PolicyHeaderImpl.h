@@ -31,6 +31,7 @@ struct PolicyRecord {
     std::vector<PolicyDataFile> dataFiles;
     std::vector<LumPalStr::String_t> categories;
     std::vector<LumPalPtr::RefPtr_t<PolicyAttributeImpl>> attributes;
+    std::vector<LumPalStr::String_t> missingDataFiles;
 };
 
 /// What a policy is found by.
@@ -98,6 +99,7 @@ public:
 
     int GetDataFileCount() const;
     LumPalStr::String_t GetDataFile(int index) const;
+    std::vector<LumPalStr::String_t> GetDataFileNames() const;
     LumPalStr::String_t GetDataFileEncoding(int index) const;
     LumPalStr::String_t GetDataFileChecksum(int index) const;
     void SetDataFile(const LumPalStr::String_t& name);
@@ -105,6 +107,11 @@ public:
                      const LumPalStr::String_t& checksum);
     void SetDataFileEncoding(const LumPalStr::String_t& encoding);
     void SetDataFileChecksum(const LumPalStr::String_t& checksum);
+
+    /// Those of its data files that were not there when somebody looked; no part of the document.
+    void AddMissingDataFile(const LumPalStr::String_t& name);
+    int GetMissingDataFileCount() const;
+    LumPalStr::String_t GetMissingDataFile(int index) const;
 
     /// Base64 text.
     void AddSignature(const LumPalArray::CharArray_t& base64);

@@ -12,10 +12,12 @@
 #include "LumCtrl.h"
 #include "LumPalLog.h"
 #include "Messages.h"
+#include "MissingDataFiles.h"
 #include "PlainName.h"
 #include "PolicyContainer.h"
 #include "PolicyWorker.h"
 #include "SelectionContainer.h"
+#include "SharedDataFiles.h"
 #include "StorePaths.h"
 #include "StoreSweep.h"
 #include "Trace.h"
@@ -133,6 +135,8 @@ void PolicyOperation::LoadAtStart() {
         Say(Make(msg::CacheNotInitializedAtStart, e));
     }
     DeleteAsideCopies(*cache);
+    MissingDataFiles::Mark(*cache);
+    SharedDataFiles::GetRule();  // a word that is none is said now, not when it is needed
 }
 
 PolicyOperation::CachePtr PolicyOperation::Cache() const {
@@ -161,24 +165,26 @@ void PolicyOperation::RequirePolicies(const String_t& originator, int auditMode)
     Raise<NoPoliciesInstalledError>(msg::NoPoliciesInstalled);
 }
 
-std::vector<String_t> PolicyOperation::SelectIds(const Selection& selection) const {
+std::vector<String_t> PolicyOperation::SelectIds(const CachePtr& from, const Selection& selection) {
     SelectionContainer selected;
-    selected.Init(PolicyContainer(Cache().Get()), selection);
+    selected.Init(PolicyContainer(from.Get()), selection);
     std::vector<String_t> ids;
     for (int i = 0; i < selected.GetCount(); ++i) ids.push_back(selected.GetId(i));
     return ids;
 }
 
-PolicyContainer PolicyOperation::GetPolicyContainer(const String_t& originator, const Selection& selection) {
+PolicyContainer PolicyOperation::GetPolicyContainer(const String_t& originator, const Selection& selection,
+                                                    const std::vector<String_t>& dataFiles) {
     LUMCONF_BLOCK(trace::Policy, "PolicyOperation::GetPolicyContainer");
     MutexLock_t lock(mutex);
     RequirePolicies(originator, AuditLog::List);
-    const std::vector<String_t> ids = SelectIds(selection);
+    const CachePtr from = dataFiles.empty() ? Cache() : Cache()->Naming(dataFiles);
+    const std::vector<String_t> ids = SelectIds(from, selection);
     if (ids.empty()) {
         Audit(originator, AuditLog::List, true);  // kept: nothing found counts as a success in the audit log
         Raise<PolicyNotFoundError>(msg::ListNoPolicyFiles);
     }
-    const PolicyContainer result = Pick(*Cache(), std::set<String_t>(ids.begin(), ids.end()));
+    const PolicyContainer result = Pick(*from, std::set<String_t>(ids.begin(), ids.end()));
     Audit(originator, AuditLog::List, true);
     return result;
 }
@@ -190,10 +196,12 @@ void PolicyOperation::ReinitCache(const String_t& originator) {
     CachePtr fresh(new PolicyContainerImpl);
     try {
         fresh->CheckPolicy(PolicyContainer::Options());
+        MissingDataFiles::Mark(*fresh);
         SetCache(fresh);
         unwritten.clear();
         Audit(originator, AuditLog::Reinit, true);
     } catch (const PolicyFileException& e) {
+        MissingDataFiles::Mark(*fresh);
         SetCache(fresh);
         unwritten.clear();
         Say(Make(msg::CacheNotReinitialized, e));

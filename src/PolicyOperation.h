@@ -60,8 +60,10 @@ public:
 
     /// The selected policies, in ascending order of their ids. The container is the caller's; its headers are shared
     /// with the cache.
+    /// @param dataFiles  if any, only the policies that name one of them; found without looking at all others
     /// @throws NoPoliciesInstalledError 109, PolicyNotFoundError 117
-    PolicyContainer GetPolicyContainer(const LumPalStr::String_t& originator, const Selection& selection);
+    PolicyContainer GetPolicyContainer(const LumPalStr::String_t& originator, const Selection& selection,
+                                       const std::vector<LumPalStr::String_t>& dataFiles = {});
 
     /// Removes the selected policies. What could be removed stays removed; a failed notification is not reported.
     /// @throws NoPoliciesInstalledError 109; PolicyNotFoundError 110, and 63 for an id that is not installed;
@@ -165,7 +167,10 @@ private:
     void LoadAtStart();
     CachePtr Cache() const;
     void SetCache(CachePtr container);
-    std::vector<LumPalStr::String_t> SelectIds(const Selection& selection) const;
+    std::vector<LumPalStr::String_t> SelectIds(const Selection& selection) const {
+        return SelectIds(Cache(), selection);
+    }
+    static std::vector<LumPalStr::String_t> SelectIds(const CachePtr& from, const Selection& selection);
     void RequirePolicies(const LumPalStr::String_t& originator, int auditMode);
     void RemovePolicy(const LumPalStr::String_t& originator, const LumPalStr::String_t& id,
                       LumPalMsg::MessageList_t& failures);

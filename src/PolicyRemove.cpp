@@ -9,6 +9,7 @@
 #include "PolicyHeaderImpl.h"
 #include "PolicyOperation.h"
 #include "Selection.h"
+#include "SharedDataFiles.h"
 #include "Trace.h"
 
 namespace LumConf {
@@ -72,8 +73,11 @@ void PolicyOperation::SendUnreported() {
 
 void PolicyOperation::RemovePolicy(const String_t& originator, const String_t& id, MessageList_t& failures) {
     const PolicyContainerImpl::HeaderPtr header = Cache()->GetPolicyHeader(id);
-    const PolicyRecord policy = header->Snapshot();
+    const SharedDataFiles::Names spared = SharedDataFiles::Spare(*Cache(), *header);
+    PolicyRecord policy = header->Snapshot();
+    std::erase_if(policy.dataFiles, [&spared](const PolicyDataFile& file) { return spared.count(file.name) > 0; });
     const StoreJournal::Entry recorded = journal.RecordIfPossible(DescribeRemoval(policy));
+    SharedDataFiles::TellLeft(*Cache(), *header, spared);
     // A file that the document names twice is deleted once, and then not missing.
     for (const String_t& name : DistinctDataFiles(policy)) RemoveDataFile(originator, policy, name, failures);
     if (!RemoveHeaderFile(originator, policy, failures)) return;

@@ -1,6 +1,7 @@
 #include "RpcPolicyList.h"
 
 #include "AuditLog.h"
+#include "DataFilesSoapArg.h"
 #include "Exceptions.h"
 #include "Messages.h"
 #include "Names.h"
@@ -19,6 +20,7 @@ struct RpcPolicyList::Request {
     String_t sender;
     bool authorized = false;
     SelectionSoapArg selection{names::PolicySelection};
+    DataFilesSoapArg dataFiles;
     PolicyContainer policies;  ///< empty until the operation has answered
 };
 
@@ -50,19 +52,21 @@ void RpcPolicyList::Process(LumVoxRpc::RpcServerCall& call) {
     }
     PolicyContainerSoapArg list(names::PolicyContainer);
     list.SetContainer(request.policies);
+    list.SetDataFiles(request.dataFiles.GetFiles());
     SendAnswer(call, answer, names::PolicySelectionRetValue, names::PolicySelectionRetString, &list);
 }
 
 void RpcPolicyList::Serve(LumVoxRpc::RpcServerCall& call, Request& request, RpcAnswer& answer) {
-    SOAPArg* const arguments[] = {&request.selection};
-    call.ReadRequest(1, arguments);
+    SOAPArg* const arguments[] = {&request.selection, &request.dataFiles};
+    call.ReadRequest(2, arguments);
     request.authorized = authorization->IsAuthorized(request.sender, RightList);
     if (!request.authorized) {
         LUMCONF_TRACE(trace::Policy, String_t("list is refused to '") + request.sender + "'");
         auditLog->LogAuthorizationError(request.sender, names::ListMethod);
         return;
     }
-    request.policies = operation->GetPolicyContainer(request.sender, request.selection.GetSelection());
+    request.policies =
+        operation->GetPolicyContainer(request.sender, request.selection.GetSelection(), request.dataFiles.GetFiles());
     answer.Set(ReturnValue::Success, Make(msg::RpcListDone));
 }
 

@@ -52,7 +52,9 @@ Description::Type PolicyType() {
              {names::FieldTypeVersion, kText},
              {names::FieldTypeId, kText},
              {names::FieldCategories, Own(names::FieldCategories), kOptional},
-             {names::FieldAttribute, Own(names::FieldAttribute), kOptional}}};
+             {names::FieldAttribute, Own(names::FieldAttribute), kOptional},
+             {names::FieldDataFile, kText, kMany},
+             {names::FieldMissingDataFile, kText, kMany}}};
 }
 
 std::vector<Description::Type> PolicyTypes() {

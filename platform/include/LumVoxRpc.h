@@ -88,7 +88,7 @@ public:
     /// The sender's id; empty for a caller that proved nothing. Valid as long as the call.
     const char* GetOriginatorID() const;
     bool Authenticated() const;
-    /// Fills the arguments from the request. Any of the count arguments that did not arrive
+    /// Fills the arguments from the request. Any of the count arguments that did not arrive, and is not optional,
     /// is a malformed request.
     /// @throws LumVoxSoap::SOAPFormatException, LumPalXml::SAX::SAXParseException_t
     void ReadRequest(int count, LumVoxSoap::SOAPArg* const* arguments);

@@ -64,6 +64,9 @@ public:
     /// The argument's tag is written with xsi:type.
     void SetTypeAttribute() { typeAttribute = true; }
     bool HasTypeAttribute() const noexcept { return typeAttribute; }
+    /// A request may come without the argument.
+    void SetOptional() { optional = true; }
+    bool IsOptional() const noexcept { return optional; }
     /// Type for xsi:type, as "xsd:int"; null for a structure.
     virtual LumPalStr::String_t GetTypeName() const;
     /// Whether the argument's element has arrived.
@@ -80,6 +83,7 @@ protected:
 
 private:
     bool typeAttribute = false;
+    bool optional = false;
     bool arrived = false;
     bool open = false;
 };

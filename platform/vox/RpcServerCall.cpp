@@ -16,7 +16,7 @@ constexpr std::size_t kLargeRequest = 8u << 20;
 
 void RequireArrived(int count, SOAPArg* const* arguments) {
     for (int i = 0; i < count; ++i)
-        if (!arguments[i]->HasArrived())
+        if (!arguments[i]->HasArrived() && !arguments[i]->IsOptional())
             throw LumVoxSoap::SOAPFormatException(CreateError_t("The request lacks the argument '%1'.")
                                                   << arguments[i]->GetName());
 }

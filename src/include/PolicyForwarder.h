@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "Export.h"
 #include "LumPalIo.h"
@@ -108,6 +109,14 @@ public:
     PolicyContainer List(const LumPalStr::String_t& host, const Selection& selection) const;
     PolicyContainer List(const LumPalStr::String_t& host, const Selection& selection,
                          const LumPalStr::String_t& targetId) const;
+
+    /// The policies of a type on the node that name one of the data files, each with those of the files that it names
+    /// (PolicyHeader::GetDataFile). The node finds them without walking over the others. One of an older version knows
+    /// the question as "all of the type" and lists these, without data files; so it does with an empty list of files.
+    /// @throws LumPalMsg::IllegalArgumentError_t 70, 71 for a bad type name; as List
+    PolicyContainer ListNaming(const LumPalStr::String_t& host, const LumPalStr::String_t& typeName,
+                               const std::vector<LumPalStr::String_t>& dataFiles,
+                               const LumPalStr::String_t& targetId) const;
 
 private:
     PolicyForwarderImpl* impl;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "Export.h"
 #include "LumPalRef.h"
@@ -40,6 +41,9 @@ public:
     void Notify(const LumPalStr::String_t& host) const;
     PolicyContainer List(const LumPalStr::String_t& host, const LumPalStr::String_t& targetId,
                          const Selection& selection) const;
+    PolicyContainer ListNaming(const LumPalStr::String_t& host, const LumPalStr::String_t& targetId,
+                               const LumPalStr::String_t& typeName,
+                               const std::vector<LumPalStr::String_t>& dataFiles) const;
     /// The node throws its cache of policies away and reads its store anew.
     void ReinitCache(const LumPalStr::String_t& host, const LumPalStr::String_t& targetId) const;
 

@@ -84,6 +84,13 @@ public:
     void SetDataFileEncoding(const LumPalStr::String_t& encoding) const;
     void SetDataFileChecksum(const LumPalStr::String_t& checksum) const;
 
+    /// The data files that a node did not find as plain files in its store when it last read the policy: at its start,
+    /// at "reinit", or since it was installed (then there are none). Known of headers that a node listed; of all
+    /// others, and of a node of an older version, there are none. What was taken away since then is not among them.
+    int GetMissingDataFileCount() const;
+    /// @throws LumPalMsg::IllegalArgumentError_t 16 for a bad index
+    LumPalStr::String_t GetMissingDataFile(int index) const;
+
     /// Reads a data file of an installed policy and proves it: the certificate is valid, its holder may sign policies
     /// for this node (the right "sign"), a trusted certificate issued it, and the signature is right. Each call proves
     /// anew. Only headers that a container holds may read.

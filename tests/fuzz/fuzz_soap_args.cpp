@@ -1,5 +1,6 @@
 // Any bytes as a request: the arguments of the policy operations read or refuse them, and what they read is written and
 // reads as the same again.
+#include "DataFilesSoapArg.h"
 #include "InstallOptionsSoapArg.h"
 #include "OptionsSoapArg.h"
 #include "PolicyContainerSoapArg.h"
@@ -14,7 +15,8 @@ struct Arguments {
     LumConf::InstallOptionsSoapArg install{"PolicyInstallOptions"};
     LumConf::OptionsSoapArg options{"PolicyOptions"};
     LumConf::PolicyContainerSoapArg policies{"PolicyContainer"};
-    LumVoxSoap::SOAPArg* all[4] = {&selection, &install, &options, &policies};
+    LumConf::DataFilesSoapArg dataFiles;
+    LumVoxSoap::SOAPArg* all[5] = {&selection, &install, &options, &policies, &dataFiles};
 };
 
 }  // namespace

@@ -241,6 +241,21 @@ inline std::vector<StoreChangeCase> AllStoreChanges() {
          {[quiet](NodeAt& node) { node->SetStatus("tester", Id("a"), Op::Disable, quiet()); },
           [quiet](NodeAt& node) { node->SetStatus("tester", Id("s"), Op::Disable, quiet()); }}},
     };
+    const auto sharing = [](NodeAt& node) {
+        node.Install(Old());
+        node.Install(Policy("s", "files", "1", {{"s.data", "beside"}, {"a.gone", "of both"}}));
+    };
+    const auto remove = [quiet](const char* id) {
+        return [=](NodeAt& node) { node->Remove("tester", Id(id), quiet()); };
+    };
+    const char* const keep = "SHARED_DATA_FILES=keep";
+    all.push_back({"a removal that spares a file", sharing, remove("a"), {}, keep});
+    all.push_back({"an update that spares a file", sharing, [](NodeAt& node) { node.Install(Fresh()); }, {}, keep});
+    all.push_back({"a removal of two that share a file",
+                   sharing,
+                   [quiet](NodeAt& node) { node->Remove("tester", LumConf::Selection(), quiet()); },
+                   {remove("a"), remove("s")},
+                   keep});
     const auto installAndTell = [](const char* id, const char* value) {
         return [=](NodeAt& node) {
             node.Install(Settings(id, value));

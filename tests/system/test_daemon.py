@@ -356,6 +356,7 @@ class Configuration(DaemonTest):
                 ({"vox.http.ext.conf": {"TARGET_PORT": "65536"}}, ["TARGET_PORT=65536"]),
                 ({"conf.server": {"AUDIT_LOGGING": "perhaps"}}, ["[conf.server]", "AUDIT_LOGGING=perhaps"]),
                 ({"conf.server": {"AUDIT_LOG_MODE": "some"}}, ["AUDIT_LOG_MODE=some", "all or failure"]),
+                ({"conf.server": {"SHARED_DATA_FILES": "some"}}, ["SHARED_DATA_FILES=some", "allow, keep or refuse"]),
                 ({"conf.core": {"CONTROL_ACK_TIMEOUT": "-1"}}, ["CONTROL_ACK_TIMEOUT=-1"]),
                 ({"sec.core": {"CORE_ID": "node"}, "sec.cm.certificates": {"CERT_INSTALLED": "true"}},
                  ["node.pem"]),

@@ -7,7 +7,7 @@ import struct
 import unittest
 import xml.etree.ElementTree as ElementTree
 
-from node import ROOT, Node, header
+from node import ROOT, Node, header, write_policy
 
 PAGE = ROOT / "docs/wire.md"
 EXCHANGE = re.compile(r"<!-- exchange: (\S+) -->\n```xml\n(.*?)```\n\n```xml\n(.*?)```", re.S)
@@ -257,8 +257,12 @@ class Tables(unittest.TestCase):
                 self.assertEqual(self.install(f"<{name}>?</{name}>"), 8, name)
 
     def test_a_header_in_a_list_has_the_children_of_the_table_in_its_order(self):
-        self.assertEqual(self.install(categories=["c"], attributes=[("a", "b")]), 1)
-        answer = self.call("<list><PolicySelection/></list>")[1]
+        path = write_policy(self.node.folder / "source", "p1", {"d": b""}, categories=["c"], attributes=[("a", "b")])
+        self.assertEqual(self.node.policy("install", "--no-notify", path).code, 0)
+        (self.node.store / "type/d").unlink()
+        self.assertEqual(self.operate(15), 1)
+        answer = self.call("<list><PolicySelection/><PolicyDataFiles><policy_data_file>d</policy_data_file>"
+                           "</PolicyDataFiles></list>")[1]
         one = re.search(r"<policyheader>(.*)</policyheader>", answer).group(1)
         names = [child.tag for child in ElementTree.fromstring(f"<a>{one}</a>")]
         rows = table("The children of a `policyheader`", self.page)

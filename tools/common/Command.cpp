@@ -154,6 +154,14 @@ std::vector<Answer> HostCommand::AskAll() const {
     return answers;
 }
 
+void HostCommand::Warn(const LumPalMsg::MessageList_t& warnings) const {
+    if (json || warnings.GetMessageCount() == 0) return;
+    std::ostringstream text;
+    if (AsksMany() && LumPalConsole::IsTerminal(LumPalConsole::Stream::Error)) text << "\r\033[K";
+    PrintWarnings(text, warnings);
+    std::cerr << text.str() << std::flush;  // in one piece: other threads write too
+}
+
 /// What is wrong with the arguments is said once, and concerns no node.
 void HostCommand::PrintUnsent(const Outcome& outcome) const {
     if (json) {

@@ -67,6 +67,8 @@ protected:
     /// Asks one node. Called on several threads at once. Must not throw.
     virtual Answer Ask(const std::string& host) const = 0;
     bool AsksMany() const { return hosts.size() > 1; }
+    /// Says warnings before the answer is there: on standard error at once; nothing with --json. Any thread.
+    void Warn(const LumPalMsg::MessageList_t& warnings) const;
 
 private:
     void PrintUnsent(const Outcome& outcome) const;

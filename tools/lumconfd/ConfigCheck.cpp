@@ -1,6 +1,8 @@
 #include "lumconfd/ConfigCheck.h"
 
+#include <algorithm>
 #include <functional>
+#include <initializer_list>
 #include <ostream>
 #include <set>
 
@@ -21,7 +23,7 @@ using LumPalConfig::ConfigGroup_t;
 using LumPalConfig::Configuration_t;
 using LumPalStr::String_t;
 
-enum class Type { Boolean, Port, Count, AuditMode, ListName, Servers, WaitTime };
+enum class Type { Boolean, Port, Count, AuditMode, SharedFiles, ListName, Servers, WaitTime };
 
 /// A key whose value has a form.
 struct Key {
@@ -36,6 +38,7 @@ const Key kKeys[] = {
     {"conf.core", "CONTROL_ACK_TIMEOUT", Type::Count},
     {"conf.server", "AUDIT_LOGGING", Type::Boolean},
     {"conf.server", "AUDIT_LOG_MODE", Type::AuditMode},
+    {"conf.server", "SHARED_DATA_FILES", Type::SharedFiles},
     {"conf.server", ConfBase::Get_g_FormatPolicyListKey(), Type::Boolean},
     {"conf.server", ConfBase::Get_g_MergedPolicyListFilenameKey(), Type::ListName},
     {"conf.server", ConfBase::Get_s_lumconfdLocateServer(), Type::Boolean},
@@ -55,11 +58,14 @@ bool IsNumber(const std::string& text) {
     return !text.empty() && text.size() <= 18 && text.find_first_not_of("0123456789") == std::string::npos;
 }
 
+/// In any case.
+bool IsOneOf(const String_t& value, std::initializer_list<const char*> words) {
+    return std::any_of(words.begin(), words.end(),
+                       [&value](const char* word) { return LumPalStr::Compare(value, String_t(word), true) == 0; });
+}
+
 bool IsBoolean(const String_t& value) {
-    for (const char* word : {"true", "yes", "on", "1", "false", "no", "off", "0"}) {
-        if (LumPalStr::Compare(value, String_t(word), true) == 0) return true;
-    }
-    return false;
+    return IsOneOf(value, {"true", "yes", "on", "1", "false", "no", "off", "0"});
 }
 
 const char* Wanted(Type type, const String_t& value) {
@@ -74,6 +80,8 @@ const char* Wanted(Type type, const String_t& value) {
         // Both spellings have a meaning, one at the start and one on a change.
         case Type::AuditMode:
             return text == "all" || text == "failure" || text == "FAILURE" ? nullptr : "all or failure";
+        case Type::SharedFiles:
+            return value.IsEmpty() || IsOneOf(value, {"allow", "keep", "refuse"}) ? nullptr : "allow, keep or refuse";
         case Type::ListName:
             return WantedListName(value);
         case Type::Servers:

@@ -11,6 +11,7 @@
 #include "lumpolicy/Command.h"
 #include "lumpolicy/DocumentWarnings.h"
 #include "lumpolicy/PolicyText.h"
+#include "lumpolicy/SharedFiles.h"
 
 namespace lumpolicy {
 
@@ -127,7 +128,11 @@ public:
 private:
     /// A package is built once for all nodes.
     Outcome Prepare() override {
-        for (const auto& file : files) warnings.Add(WarningsOf(file));
+        for (const auto& file : files) {
+            warnings.Add(WarningsOf(file));
+            // What is wrong with a document, the node says.
+            Attempt([&] { warnings.Add(given.Add(PolicyHeader::Read(LumPalIo::File_t(Text(file))))); });
+        }
         if (!json) lumtools::PrintWarnings(std::cerr, warnings);
         return Attempt([&] {
             options = choices.Make();
@@ -143,25 +148,43 @@ private:
     bool ChangesNodes() const override { return !dryRun; }
 
     Answer Ask(const std::string& host) const override {
-        Answer answer = dryRun ? Foresee(host) : isPackage ? SendPackage(host) : SendEach(host);
-        FillWarnings(answer.fields, warnings);
+        LumPalMsg::MessageList_t all = warnings;
+        Answer answer = dryRun ? Foresee(host, all) : isPackage ? SendPackage(host, all) : SendEach(host, all);
+        FillWarnings(answer.fields, all);
         return answer;
     }
 
-    Answer SendPackage(const std::string& host) const {
+    /// Warns of what would become of the data files of other policies on the node. @return done, or unreachable
+    Outcome WarnOfShared(const std::string& host, LumPalMsg::MessageList_t& all) const {
+        LumPalMsg::MessageList_t shared;
+        Outcome asked;
+        Attempt([&] { asked = given.AskNode(*forwarder, host, choices.targetId, shared); });
+        Warn(shared);
+        all.Add(shared);
+        return asked;
+    }
+
+    Answer SendPackage(const std::string& host, LumPalMsg::MessageList_t& all) const {
         Answer answer;
+        answer.outcome = WarnOfShared(host, all);
+        if (answer.outcome.code != lumtools::kDone) return answer;
         answer.outcome = Attempt([&] { LumConf::PolicyPackage(*package).Install(Text(host), options); });
         if (answer.outcome.code != lumtools::kDone) return answer;
         answer.text = "installed a package of " + std::to_string(files.size()) + " on " + host + "\n";
         return answer;
     }
 
+    Outcome Send(const std::string& file, const std::string& host) const {
+        return Attempt([&] { forwarder->Install(Text(host), LumPalIo::File_t(Text(file)), options); });
+    }
+
     /// The others go on when one fails.
-    Answer SendEach(const std::string& host) const {
+    Answer SendEach(const std::string& host, LumPalMsg::MessageList_t& all) const {
         Answer answer;
         answer.fields["files"] = nlohmann::ordered_json::array();
+        const Outcome asked = WarnOfShared(host, all);
         for (const auto& file : files) {
-            Outcome outcome = Attempt([&] { forwarder->Install(Text(host), LumPalIo::File_t(Text(file)), options); });
+            Outcome outcome = asked.code == lumtools::kDone ? Send(file, host) : asked;
             NameFile(outcome, file);
             answer.fields["files"].push_back(
                 {{"file", file}, {"result", outcome.Word()}, {"code", static_cast<int>(outcome.code)}});
@@ -172,7 +195,7 @@ private:
         return answer;
     }
 
-    Answer Foresee(const std::string& host) const {
+    Answer Foresee(const std::string& host, LumPalMsg::MessageList_t& all) const {
         Answer answer;
         answer.isBlock = true;
         answer.fields["dry_run"] = true;
@@ -185,6 +208,7 @@ private:
             answer.text += "would " + change + "\n";
             answer.fields["changes"].push_back({{"id", header.GetContainerId().ToUtf8()}, {"change", change}});
         }
+        if (answer.outcome.code == lumtools::kDone) answer.outcome = WarnOfShared(host, all);
         return answer;
     }
 
@@ -206,7 +230,8 @@ private:
     Choices choices;
     InstallOptions options;
     std::vector<PolicyHeader> headers;
-    LumPalMsg::MessageList_t warnings;
+    GivenPolicies given;
+    LumPalMsg::MessageList_t warnings;  ///< of the files, whatever the node
     lumtools::Lazy<LumConf::PolicyPackage> package;
     lumtools::Lazy<LumConf::PolicyForwarder> forwarder;
 };

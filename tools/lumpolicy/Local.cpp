@@ -9,6 +9,7 @@
 #include "common/Table.h"
 #include "lumpolicy/Command.h"
 #include "lumpolicy/DocumentWarnings.h"
+#include "lumpolicy/SharedFiles.h"
 
 namespace lumpolicy {
 
@@ -22,9 +23,9 @@ using lumtools::Text;
 namespace {
 
 /// What a policy lacks, each a detail.
-std::vector<lumtools::MessageLine> FindLacks(const File_t& file) {
+std::vector<lumtools::MessageLine> FindLacks(const File_t& file, PolicyHeader& header) {
     LumPalMsg::MessageList_t missing;
-    const PolicyHeader header = PolicyHeader::Read(file, missing);
+    header = PolicyHeader::Read(file, missing);
     std::vector<lumtools::MessageLine> lacks;
     for (int i = 0; i < missing.GetMessageCount(); ++i) {
         lacks.push_back({1, missing.GetMessage(i).Format(LumPalMsg::BareText).ToUtf8()});
@@ -38,9 +39,9 @@ std::vector<lumtools::MessageLine> FindLacks(const File_t& file) {
 }
 
 /// Everything that is wrong with a header file and the data files beside it.
-Outcome Validate(const std::string& name) {
+Outcome Validate(const std::string& name, PolicyHeader& header) {
     std::vector<lumtools::MessageLine> lacks;
-    const Outcome reading = Attempt([&] { lacks = FindLacks(File_t(Text(name))); });
+    const Outcome reading = Attempt([&] { lacks = FindLacks(File_t(Text(name)), header); });
     if (reading.code != lumtools::kDone) return {lumtools::kFailed, reading.messages};
     if (lacks.empty()) return reading;
     lacks.insert(lacks.begin(), {0, "The policy file '" + name + "' is not complete."});
@@ -55,10 +56,14 @@ public:
 
     ExitCode Run() override {
         ExitCode result = lumtools::kDone;
+        GivenPolicies given;
         for (const std::string& file : files) {
-            const Outcome outcome = Validate(file);
+            PolicyHeader header;
+            const Outcome outcome = Validate(file, header);
             if (result == lumtools::kDone) result = outcome.code;
-            Print(file, outcome, WarningsOf(file));
+            LumPalMsg::MessageList_t warnings = WarningsOf(file);
+            warnings.Add(given.Add(header));
+            Print(file, outcome, warnings);
         }
         return result;
     }

@@ -16,12 +16,36 @@ using nlohmann::ordered_json;
 
 namespace {
 
+const char* const kMissingExplained =
+    "MISSING: data files that were not there when the node last read its store. Install these policies again.\n";
+
 std::string Line(const char* field, const LumPalStr::String_t& value) {
     std::string label = std::string(field) + ":";
     label.resize(14, ' ');
     std::string line = label + lumtools::Printable(value.ToUtf8());
     line.erase(line.find_last_not_of(' ') + 1);
     return line + "\n";
+}
+
+std::vector<std::string> MissingFiles(const PolicyHeader& header) {
+    std::vector<std::string> files;
+    for (int i = 0; i < header.GetMissingDataFileCount(); ++i) {
+        files.push_back(header.GetMissingDataFile(i).ToUtf8());
+    }
+    return files;
+}
+
+/// The first, and how many more there are; empty without any.
+std::string ShortOf(const std::vector<std::string>& files) {
+    if (files.empty()) return "";
+    return files.front() + (files.size() == 1 ? "" : " and " + std::to_string(files.size() - 1) + " more");
+}
+
+bool IsOneIncomplete(const PolicyContainer& policies) {
+    for (int i = 0; i < policies.GetCount(); ++i) {
+        if (policies.GetPolicyHeader(i).GetMissingDataFileCount() > 0) return true;
+    }
+    return false;
 }
 
 std::string Named(const LumPalStr::String_t& name) {
@@ -82,6 +106,7 @@ ordered_json ToJson(const PolicyHeader& header) {
         policy["attributes"].push_back(
             {{"name", attribute.GetName().ToUtf8()}, {"value", attribute.GetValue().ToUtf8()}});
     }
+    for (const std::string& file : MissingFiles(header)) policy["missing_data_files"].push_back(file);
     return policy;
 }
 
@@ -92,15 +117,22 @@ std::string CategoriesOf(const PolicyHeader& header) {
 }
 
 std::string TableOf(const PolicyContainer& policies) {
-    lumtools::Table table({"TYPE", "NAME", "VERSION", "STATUS", "OWNER", "CATEGORIES", "ID"});
+    const bool incomplete = IsOneIncomplete(policies);
+    std::vector<std::string> columns{"TYPE", "NAME", "VERSION", "STATUS", "OWNER", "CATEGORIES", "ID"};
+    if (incomplete) columns.push_back("MISSING");
+    lumtools::Table table(columns);
     for (int i = 0; i < policies.GetCount(); ++i) {
         const PolicyHeader header = policies.GetPolicyHeader(i);
-        table.Add({header.GetTypeName().ToUtf8(), header.GetName().ToUtf8(), header.GetVersion().ToUtf8(),
-                   header.GetStatus().ToUtf8(), header.GetOwner().ToUtf8(), CategoriesOf(header),
-                   header.GetContainerId().ToUtf8()});
+        std::vector<std::string> row{header.GetTypeName().ToUtf8(),   header.GetName().ToUtf8(),
+                                     header.GetVersion().ToUtf8(),    header.GetStatus().ToUtf8(),
+                                     header.GetOwner().ToUtf8(),      CategoriesOf(header),
+                                     header.GetContainerId().ToUtf8()};
+        if (incomplete) row.push_back(ShortOf(MissingFiles(header)));
+        table.Add(row);
     }
     std::ostringstream out;
     table.Print(out);
+    if (incomplete) out << kMissingExplained;
     return out.str();
 }
 
@@ -120,6 +152,7 @@ std::string FieldsOf(const PolicyHeader& header) {
         const auto attribute = header.GetAttribute(i);
         text += Line("attribute", attribute.GetName() + "=" + attribute.GetValue());
     }
+    for (const std::string& file : MissingFiles(header)) text += Line("missing file", Text(file));
     return text;
 }
 

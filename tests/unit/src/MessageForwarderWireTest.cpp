@@ -106,6 +106,20 @@ TEST_F(MessageForwarderWire, AListIsTheSelectionAlone) {
               "</PolicySelection></m:list>");
 }
 
+TEST_F(MessageForwarderWire, AListOfThoseThatNameDataFilesIsTheTypeAndTheFiles) {
+    Script({Good(kOperated + std::string("<PolicyContainer><policyheader><policy_container_id>p1</policy_container_id>"
+                                         "<policy_data_file>a</policy_data_file></policyheader></PolicyContainer>"))});
+    const PolicyContainer list = forwarder->SendListNaming("localhost", "", "Type", {"a", "b&c"});
+    ASSERT_EQ(list.GetCount(), 1);
+    ASSERT_EQ(list.GetPolicyHeader(0).GetDataFileCount(), 1);
+    EXPECT_EQ(list.GetPolicyHeader(0).GetDataFile(0), "a");
+    EXPECT_EQ(Sent(),
+              "<m:list xmlns:m=\"urn:lum:conf\"><PolicySelection><selection>2</selection><name>type</name>"
+              "</PolicySelection><PolicyDataFiles><policy_data_file>a</policy_data_file>"
+              "<policy_data_file>b&amp;c</policy_data_file></PolicyDataFiles></m:list>");
+    EXPECT_EQ(peer->RequestCount(), 1u) << "the node is not asked for its version first";
+}
+
 const char* const kConfigured = "<ConfigReturnValue>1</ConfigReturnValue><ConfigReturnString>done</ConfigReturnString>";
 
 TEST_F(MessageForwarderWire, ASettingsRequestIsThreeArgumentsInOrderWithTypesOnNumberAndText) {

@@ -87,6 +87,44 @@ TEST(PolicyContainerSoapArg, WithoutCategoriesAndAttributesTheirElementsAreNotWr
               "<policy_type_id></policy_type_id></policyheader>");
 }
 
+TEST(PolicyContainerSoapArg, OfTheDataFilesOnlyThoseThatWereAskedForAreWrittenBehindAllElse) {
+    PolicyHeader header = FullHeader("p1");
+    for (const char* file : {"a", "b", "c"}) header.SetDataFile(file);
+    const PolicyContainer container = ContainerOf({header});
+    EXPECT_EQ(WrittenFor(container), kFullHeader);
+    PolicyContainerSoapArg argument("PolicyContainer");
+    argument.SetContainer(container);
+    argument.SetDataFiles({"c", "a", "of nobody"});
+    const std::string text = Written(argument);
+    EXPECT_TRUE(
+        text.ends_with("</policy_attribute><policy_data_file>a</policy_data_file>"
+                       "<policy_data_file>c</policy_data_file></policyheader>"))
+        << text;
+    const PolicyHeader received = Read(text).GetPolicyHeader("p1");
+    ASSERT_EQ(received.GetDataFileCount(), 2);
+    EXPECT_EQ(received.GetDataFile(1), "c");
+    EXPECT_EQ(received.GetMissingDataFileCount(), 0);
+}
+
+TEST(PolicyContainerSoapArg, TheMissingDataFilesAreWrittenForAPolicyThatHasSome) {
+    PolicyHeader whole = FullHeader("p0"), incomplete = FullHeader("p1");
+    incomplete.SetName("Incomplete");
+    incomplete.SetDataFile("a<b");
+    incomplete.GetImpl()->AddMissingDataFile("a<b");
+    incomplete.GetImpl()->AddMissingDataFile("c");
+    const std::string text = WrittenFor(ContainerOf({whole, incomplete}));
+    EXPECT_TRUE(
+        text.ends_with("</policy_attribute><policy_missing_data_file>a&lt;b</policy_missing_data_file>"
+                       "<policy_missing_data_file>c</policy_missing_data_file></policyheader>"))
+        << text;
+    EXPECT_EQ(text.find("policy_missing_data_file"), text.rfind("</policy_attribute>") + 20);
+    const PolicyContainer received = Read(text);
+    EXPECT_EQ(received.GetPolicyHeader("p0").GetMissingDataFileCount(), 0);
+    ASSERT_EQ(received.GetPolicyHeader("p1").GetMissingDataFileCount(), 2);
+    EXPECT_EQ(received.GetPolicyHeader("p1").GetMissingDataFile(0), "a<b");
+    EXPECT_EQ(received.GetPolicyHeader("p1").GetDataFileCount(), 0);
+}
+
 TEST(PolicyContainerSoapArg, PoliciesAreWrittenInTheOrderOfTheContainer) {
     PolicyHeader last = FullHeader("z"), first = FullHeader("a");
     last.SetName("Last");

@@ -283,6 +283,26 @@ TEST(PolicyForwarder, AListBringsAContainerOfItsOwn) {
     EXPECT_EQ(first.GetPolicyHeader("p1").GetName(), "");
 }
 
+TEST(PolicyForwarder, AListOfThoseThatNameDataFilesIsAListOfTheirTypeToANodeThatKnowsNoBetter) {
+    SimulatedNode node;
+    Configure("sec.core", "CORE_ID", "node-1");
+    NodeAnswer answer;
+    PolicyHeader header;
+    header.SetContainerId("p1");
+    answer.list.Insert(header.GetImpl());
+    node.Answer(answer);
+    const PolicyForwarder forwarder;
+    const PolicyContainer list = forwarder.ListNaming(kHost, "Type", {"a"}, "node-1");
+    EXPECT_EQ(list.GetPolicyHeader(0).GetDataFileCount(), 0);
+    EXPECT_EQ(Describe(node.Last().selection), "Policy selection: 'policy type name': 'type'.");
+    EXPECT_THROW(forwarder.ListNaming(kHost, "Type", {"a"}, "node-2"), ConnectException_t);
+    EXPECT_RAISES(forwarder.ListNaming(kHost, " ", {"a"}, ""), IllegalArgumentError_t, 70);
+    EXPECT_RAISES(forwarder.ListNaming("", "Type", {"a"}, ""), IllegalArgumentError_t, 129);
+    EXPECT_EQ(node.ReceivedCount(), 1u);
+    node.Answer(answers::list[0].value, "none");
+    EXPECT_THROW(forwarder.ListNaming(kHost, "Type", {"a"}, ""), NoPoliciesInstalledError);
+}
+
 TEST(PolicyForwarder, AListRaisesWhatTheNodeAnswers) {
     SimulatedNode node;
     const PolicyForwarder forwarder;

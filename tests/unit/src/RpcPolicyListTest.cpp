@@ -33,6 +33,60 @@ TEST_F(RpcPolicyListTest, TheSelectedPoliciesAreInTheAnswer) {
     EXPECT_EQ(log.Text(), "");
 }
 
+/// The ids of a list, each with the data files that came with it.
+std::string Described(const PolicyContainer& list) {
+    std::string text;
+    for (int i = 0; i < list.GetCount(); ++i) {
+        const PolicyHeader header = list.GetPolicyHeader(i);
+        text += header.GetContainerId().ToUtf8() + ":";
+        for (int j = 0; j < header.GetDataFileCount(); ++j) text += " " + header.GetDataFile(j).ToUtf8();
+        text += ";";
+    }
+    return text;
+}
+
+TEST_F(RpcPolicyListTest, AListMayBeNarrowedToThosePoliciesThatNameADataFile) {
+    const auto install = [this](const char* id, const char* type,
+                                std::vector<std::pair<std::string, std::string>> data) {
+        TestPolicy policy = Policy(id, type);
+        policy.data = std::move(data);
+        node.Install(policy);
+    };
+    install("a", "files", {{"x", ""}, {"y", ""}, {"z", ""}});
+    install("b", "files", {{"y", ""}});
+    install("c", "files", {});
+    install("d", "other", {{"x", ""}});
+    struct Row {
+        const char *selection, *files;
+        int value;
+        const char* listed;
+    };
+    const Row rows[] = {
+        {"2</selection><name>files", "<policy_data_file>x</policy_data_file>", 1, "a: x;"},
+        {"2</selection><name>files", "<policy_data_file>y</policy_data_file><policy_data_file>x</policy_data_file>", 1,
+         "a: x y;b: y;"},
+        {"8</selection><name>", "<policy_data_file>x</policy_data_file>", 1, "a: x;d: x;"},
+        {"0</selection><name>b", "<policy_data_file>x</policy_data_file>", 1, ""},
+        {"2</selection><name>files", "<policy_data_file>nobody's</policy_data_file>", 3, ""},
+        {"2</selection><name>files", "<policy_data_file/>", 3, ""},
+        {"2</selection><name>files", "<new/>", 1, "a:;b:;c:;"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(std::string(row.selection) + row.files);
+        const Reply reply = Client().PostCall("list", "<PolicySelection><selection>" + std::string(row.selection) +
+                                                          "</name></PolicySelection><PolicyDataFiles>" + row.files +
+                                                          "</PolicyDataFiles>");
+        EXPECT_EQ(reply.value, row.value) << reply.text;
+        EXPECT_EQ(Described(reply.list), row.listed);
+    }
+    EXPECT_EQ(Described(Client().List().list), "a:;b:;c:;d:;");
+    const Reply refused = Client().PostCall(
+        "list", kAll + std::string("<PolicyDataFiles><policy_data_file>x</policy_data_file></PolicyDataFiles>"),
+        Sender::Nobody);
+    EXPECT_EQ(refused.value, 8);
+    EXPECT_EQ(refused.list.GetCount(), 0);
+}
+
 TEST_F(RpcPolicyListTest, AnEmptyStoreIsItsOwnOutcomeWithAnEmptyList) {
     const Reply reply = Client().List();
     EXPECT_EQ(reply.value, 2);
