@@ -109,6 +109,8 @@ void ConfigServer::StopReceiving() {
 void ConfigServer::Stop() {
     impl->messenger.Close();
     LumConfPar::PolicyWorker::GetInstance().Stop();
+    // A record that could not be deleted speaks of files there.
+    if (paths::ChangeRecordFile().Exists()) return;
     DirectoryImpl::DeleteDirectory(paths::IncomingDirectory());
     DirectoryImpl::DeleteDirectory(paths::TemporaryDirectory());
 }

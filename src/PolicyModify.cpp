@@ -1,4 +1,6 @@
 // The operations that change headers of installed policies: status, owner, categories, attributes.
+#include <exception>
+
 #include "AuditLog.h"
 #include "DirectoryImpl.h"
 #include "Exceptions.h"
@@ -36,7 +38,11 @@ class ScratchFile {
 public:
     ScratchFile() : file(DirectoryImpl::CreateTemporaryFile()) {}
     ~ScratchFile() {
-        if (file.Exists()) DirectoryImpl::DeleteFile(file);
+        try {
+            if (file.Exists()) DirectoryImpl::DeleteFile(file);
+        } catch (const std::exception&) {
+            // Without memory it stays until the next start.
+        }
     }
     ScratchFile(const ScratchFile&) = delete;
     ScratchFile& operator=(const ScratchFile&) = delete;
@@ -67,14 +73,12 @@ bool HasAttributes(const PolicyHeaderImpl& header) {
 
 }  // namespace
 
-/// The selected policies, each of them on the disk as it is in the cache.
 PolicyOperation::Ids PolicyOperation::SelectFor(const String_t& originator, const Selection& selection, int auditMode,
                                                 const MessageRow& noneFound, const PolicyForwarder::Options& options) {
     const Ids ids = SelectIds(selection);
-    if (!ids.empty()) {
-        WriteUnwritten(originator, ids, options);
-        return ids;
-    }
+    if (!ids.empty()) return ids;
+    // The change that could not be written may be why nothing is selected any more.
+    WriteUnwritten(originator, AllUnwritten(), options);
     Audit(originator, auditMode, true);  // kept: nothing found counts as a success in the audit log
     throw PolicyNotFoundError(MakeUnchecked(noneFound));
 }
@@ -88,9 +92,10 @@ PolicyOperation::Ids PolicyOperation::Narrow(const Ids& ids, const Concerned& co
     return remaining;
 }
 
+/// @param selected  what the caller selected, and `ids` those of it that the change concerns
 /// @return whether any document was rewritten
-bool PolicyOperation::ChangeHeaders(const String_t& originator, const Ids& ids, const HeaderChange& change,
-                                    const PolicyForwarder::Options& options) {
+bool PolicyOperation::ChangeHeaders(const String_t& originator, const Ids& selected, const Ids& ids,
+                                    const HeaderChange& change, const PolicyForwarder::Options& options) {
     bool changed = false;
     for (const String_t& id : ids) {
         String_t name;
@@ -111,16 +116,29 @@ bool PolicyOperation::ChangeHeaders(const String_t& originator, const Ids& ids, 
             throw;
         }
     }
+    WriteUnwritten(originator, selected, options);  // those that the change does not concern
     if (options.GetNotify()) SendUnreported();
     return changed;
 }
 
 /// The cache has the change before the document: what is written is what the cache holds.
 bool PolicyOperation::ChangeHeader(PolicyHeaderImpl& header, const HeaderChange& change) {
+    journal.RequireNone();
     const ScratchFile scratch;
-    if (!change.apply(header)) return false;
     const String_t id = header.GetContainerId();
-    unwritten.insert_or_assign(id, Unwritten{change.auditMode, change.queue});
+    // Noted first: whatever ends this between cache and disk, somebody remembers it.
+    const bool noted = unwritten.try_emplace(id, Unwritten{change.auditMode, change.queue}).second;
+    bool changed = false;
+    try {
+        changed = change.apply(header);
+    } catch (const LumPalMsg::Exception_t&) {
+        if (noted) unwritten.erase(id);
+        throw;
+    }
+    if (!changed) {
+        if (noted) unwritten.erase(id);
+        return false;
+    }
     RewriteHeader(scratch.Get(), header);
     unwritten.erase(id);
     return true;
@@ -136,24 +154,37 @@ File_t PolicyOperation::DocumentOf(const PolicyHeaderImpl& header) const {
 
 void PolicyOperation::RewriteHeader(const File_t& temporary, PolicyHeaderImpl& header) const {
     const File_t document = DocumentOf(header);
-    const LumPalIo::FileInputStream_t input(document);
+    const LumPalIo::FileInputStream_t input =
+        LumPalIo::Folder_t(DirectoryImpl::FolderOf(document)).Open(document.GetName());
     PolicyWriter(temporary, document, input, installDirectory, &header).Write("");
     StoreJournal::Flush({header.GetTypeName()});
 }
 
 /// What an earlier operation changed in the cache and could not write, for lack of room say: nobody may be told that a
-/// policy already is as he wants it while a restart would show another one.
+/// policy already is as he wants it while a restart would show another one. All are tried before the first failure is
+/// raised.
 void PolicyOperation::WriteUnwritten(const String_t& originator, const Ids& ids,
                                      const PolicyForwarder::Options& options) {
-    if (unwritten.empty()) return;
     bool written = false;
+    std::exception_ptr failure;
     for (const String_t& id : ids) {
         const auto found = unwritten.find(id);
         if (found == unwritten.end()) continue;
-        written = WriteAgain(originator, id, found->second) || written;
-        unwritten.erase(found);
+        try {
+            written = WriteAgain(originator, id, found->second) || written;
+            unwritten.erase(found);
+        } catch (const LumPalMsg::Exception_t&) {
+            if (!failure) failure = std::current_exception();
+        }
     }
     if (written && options.GetNotify()) SendUnreported();
+    if (failure) std::rethrow_exception(failure);
+}
+
+PolicyOperation::Ids PolicyOperation::AllUnwritten() const {
+    Ids ids;
+    for (const auto& [id, change] : unwritten) ids.push_back(id);
+    return ids;
 }
 
 /// @return false for a document that is gone: it is left gone
@@ -180,8 +211,10 @@ void PolicyOperation::SetStatus(const String_t& originator, const Selection& sel
     // Kept: here neither an empty store nor an empty selection leaves a line in the audit log.
     if (!IsPolicyInstalled()) Raise<NoPoliciesInstalledError>(msg::NoPoliciesInstalled);
     const Ids selected = SelectIds(selection);
-    if (selected.empty()) Raise<PolicyNotFoundError>(msg::StatusNoPolicyFiles);
-    WriteUnwritten(originator, selected, options);
+    if (selected.empty()) {
+        WriteUnwritten(originator, AllUnwritten(), options);
+        Raise<PolicyNotFoundError>(msg::StatusNoPolicyFiles);
+    }
 
     const bool enable = action == Enable;
     const int auditMode = enable ? AuditLog::Enable : AuditLog::Disable;
@@ -190,6 +223,7 @@ void PolicyOperation::SetStatus(const String_t& originator, const Selection& sel
         return enable ? header.IsDisabled() : header.IsEnabled();
     });
     if (ids.empty()) {
+        WriteUnwritten(originator, selected, options);
         Audit(originator, auditMode, true);
         Raise<NoPolicyOperation>(msg::StatusAlreadySet);
     }
@@ -198,7 +232,7 @@ void PolicyOperation::SetStatus(const String_t& originator, const Selection& sel
                             return true;
                         }};
     change.queue = enable ? &NotifyStore::AddEnable : &NotifyStore::AddDisable;
-    ChangeHeaders(originator, ids, change, options);
+    ChangeHeaders(originator, selected, ids, change, options);
 }
 
 void PolicyOperation::SetOwner(const String_t& originator, const String_t& owner, const Selection& selection,
@@ -208,6 +242,7 @@ void PolicyOperation::SetOwner(const String_t& originator, const String_t& owner
     const Ids selected = SelectFor(originator, selection, AuditLog::Owner, msg::OwnerNoPolicyFiles, options);
     const Ids ids = Narrow(selected, [&owner](const PolicyHeaderImpl& header) { return header.GetOwner() != owner; });
     if (ids.empty()) {
+        WriteUnwritten(originator, selected, options);
         Audit(originator, AuditLog::Owner, true);
         RaiseOwnerSet(selected, owner);
     }
@@ -216,7 +251,7 @@ void PolicyOperation::SetOwner(const String_t& originator, const String_t& owner
                             return true;
                         }};
     change.auditsSuccess = false;
-    ChangeHeaders(originator, ids, change, options);
+    ChangeHeaders(originator, selected, ids, change, options);
 }
 
 void PolicyOperation::RaiseOwnerSet(const Ids& selected, const String_t& owner) const {
@@ -236,7 +271,7 @@ void PolicyOperation::ModifyCategory(const String_t& originator, const String_t&
         Raise<LumPalMsg::IllegalStateError_t>(msg::CategoryOperationNotPossible);
     }
     const Ids words = GetVectorFromString(categories);
-    const Ids ids = SelectFor(originator, selection, AuditLog::Category, msg::CategoryNoPolicyFiles, options);
+    const Ids selected = SelectFor(originator, selection, AuditLog::Category, msg::CategoryNoPolicyFiles, options);
     // Kept: one flag for the whole selection, so that all that follow the first change are rewritten and told.
     bool rewrite = false;
     const HeaderChange change{AuditLog::Category, [&words, &rewrite, action](PolicyHeaderImpl& header) {
@@ -247,7 +282,7 @@ void PolicyOperation::ModifyCategory(const String_t& originator, const String_t&
                                   }
                                   return rewrite;
                               }};
-    if (ChangeHeaders(originator, ids, change, options)) return;
+    if (ChangeHeaders(originator, selected, selected, change, options)) return;
     Audit(originator, AuditLog::Category, true);
     Raise<PolicyNotFoundError>(msg::CategoryNoPolicyFiles);
 }
@@ -259,6 +294,7 @@ void PolicyOperation::RemoveAllCategories(const String_t& originator, const Sele
     const Ids selected = SelectFor(originator, selection, AuditLog::Category, msg::CategoryNoPolicyFiles, options);
     const Ids ids = Narrow(selected, HasCategories);
     if (ids.empty()) {
+        WriteUnwritten(originator, selected, options);
         Audit(originator, AuditLog::Category, true);
         Raise<PolicyNotFoundError>(msg::CategoryNone);
     }
@@ -266,7 +302,7 @@ void PolicyOperation::RemoveAllCategories(const String_t& originator, const Sele
                                   header.RemoveAllCategories();
                                   return true;
                               }};
-    ChangeHeaders(originator, ids, change, options);
+    ChangeHeaders(originator, selected, ids, change, options);
 }
 
 void PolicyOperation::ModifyAttributes(const String_t& originator, const String_t& attribute,
@@ -285,7 +321,7 @@ void PolicyOperation::ModifyAttributes(const String_t& originator, const String_
                                                           : header.RemoveAttribute(pair.name, pair.value);
                         }};
     change.namesFailedPolicy = false;  // kept: the line of a failure is that of the whole operation
-    if (ChangeHeaders(originator, ids, change, options)) return;
+    if (ChangeHeaders(originator, selected, ids, change, options)) return;
     Audit(originator, AuditLog::Attribute, true);
     Raise<PolicyNotFoundError>(msg::AttributeModifyNoPolicyFiles);
 }
@@ -298,6 +334,7 @@ void PolicyOperation::RemoveAllAttributes(const String_t& originator, const Sele
         SelectFor(originator, selection, AuditLog::Attribute, msg::AttributeRemoveAllNoPolicyFiles, options);
     const Ids ids = Narrow(selected, HasAttributes);
     if (ids.empty()) {
+        WriteUnwritten(originator, selected, options);
         Audit(originator, AuditLog::Attribute, true);
         Raise<PolicyNotFoundError>(msg::AttributeRemoveAllNoPolicyFiles);
     }
@@ -305,7 +342,7 @@ void PolicyOperation::RemoveAllAttributes(const String_t& originator, const Sele
                                   header.RemoveAllAttributes();
                                   return true;
                               }};
-    ChangeHeaders(originator, ids, change, options);
+    ChangeHeaders(originator, selected, ids, change, options);
 }
 
 }  // namespace LumConf

@@ -44,10 +44,12 @@ public:
     /// @throws as the constructor
     static PolicyOperation* GetInstance();
 
-    /// Wipes the incoming and the temporary directory, makes the directories, loads the cache, starts the policy
-    /// worker, takes the audit log of the process. Headers that cannot be read are said in the application log (102)
-    /// and left out. What the incoming directory holds in folders below it is not touched.
-    /// @throws LumPalIo::IOException_t with a message for each directory that cannot be made (99, 624, 100, 101);
+    /// Finishes a change that a crash interrupted, wipes the incoming and the temporary directory, makes the
+    /// directories, loads the cache, starts the policy worker, takes the audit log of the process. Headers that cannot
+    /// be read are said in the application log (102) and left out. What the incoming directory holds in folders below
+    /// it is not touched.
+    /// @throws LumPalIo::IOException_t when an interrupted change cannot be finished, or with a message for each
+    ///         directory that cannot be made (99, 624, 100, 101);
     ///         LumPalMsg::RuntimeException_t 58; LumPalMsg::IllegalStateError_t 195: the worker of a process is started
     ///         once, so that only one object of a process can be made in this way
     PolicyOperation();
@@ -192,10 +194,11 @@ private:
     Ids SelectFor(const LumPalStr::String_t& originator, const Selection& selection, int auditMode,
                   const MessageRow& noneFound, const PolicyForwarder::Options& options);
     Ids Narrow(const Ids& ids, const Concerned& concerned) const;
-    bool ChangeHeaders(const LumPalStr::String_t& originator, const Ids& ids, const HeaderChange& change,
-                       const PolicyForwarder::Options& options);
+    bool ChangeHeaders(const LumPalStr::String_t& originator, const Ids& selected, const Ids& ids,
+                       const HeaderChange& change, const PolicyForwarder::Options& options);
     bool ChangeHeader(PolicyHeaderImpl& header, const HeaderChange& change);
     void WriteUnwritten(const LumPalStr::String_t& originator, const Ids& ids, const PolicyForwarder::Options& options);
+    Ids AllUnwritten() const;
     bool WriteAgain(const LumPalStr::String_t& originator, const LumPalStr::String_t& id, const Unwritten& change);
     LumPalIo::File_t DocumentOf(const PolicyHeaderImpl& header) const;
     void RewriteHeader(const LumPalIo::File_t& temporary, PolicyHeaderImpl& header) const;

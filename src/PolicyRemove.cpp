@@ -36,8 +36,21 @@ Deleted DeleteStored(const File_t& base, const String_t& typeName, const String_
     return DirectoryImpl::DeleteFile(File_t(folder, name)) ? Deleted::Yes : Deleted::Failed;
 }
 
+bool HoldsUnflushed(const MessageList_t& failures) {
+    for (int i = 0; i < failures.GetMessageCount(); ++i) {
+        if (failures.GetMessage(i).GetId() == msg::RemovalNotFlushed.id &&
+            failures.GetMessage(i).GetSeverity() == LumPalMsg::Severity_e::Error) {
+            return true;
+        }
+    }
+    return false;
+}
+
 StoreChange DescribeRemoval(const PolicyRecord& policy) {
-    StoreChange change{policy.typeName, policy.containerId, {}, {}, {policy.typeName}};
+    // Whoever made a document by hand may have given it names that nothing in the store bears.
+    const auto shown = [](const String_t& name) { return IsPlainName(name) ? name : String_t("?"); };
+    StoreChange change{shown(policy.typeName), shown(policy.containerId), {}, {}, {}};
+    if (IsPlainName(policy.typeName)) change.emptied.push_back(policy.typeName);
     std::vector<StoreChange::StoredFile> files;
     for (const PolicyDataFile& file : policy.dataFiles) files.push_back({policy.typeName, file.name});
     files.push_back({policy.typeName, policy.containerId + names::HeaderFileSuffix});
@@ -60,6 +73,8 @@ void PolicyOperation::Remove(const String_t& originator, const Selection& select
     MessageList_t failures;
     for (const String_t& id : ids) RemovePolicy(originator, id, failures);
     if (options.GetNotify()) SendUnreported();
+    // Not as a file that was missing, which callers pass over.
+    if (HoldsUnflushed(failures)) throw LumPalIo::IOException_t(failures);
     if (failures.GetMessageCount() > 0) throw PolicyException(failures);
 }
 

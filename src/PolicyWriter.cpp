@@ -50,7 +50,11 @@ PolicyWriter::PolicyWriter(const File_t& tempFile, const File_t& oldFile, const 
 }
 
 PolicyWriter::~PolicyWriter() {
-    if (prepared && tempFile.Exists()) DirectoryImpl::DeleteFile(tempFile);
+    try {
+        if (prepared && tempFile.Exists()) DirectoryImpl::DeleteFile(tempFile);
+    } catch (const std::exception&) {
+        // Without memory it stays until the next start.
+    }
 }
 
 void PolicyWriter::Prepare() {

@@ -1,11 +1,13 @@
 #include "StoreJournal.h"
 
+#include <algorithm>
 #include <set>
 
 #include "DirectoryImpl.h"
 #include "LumPalLog.h"
 #include "Messages.h"
 #include "Names.h"
+#include "PlainName.h"
 #include "StorePaths.h"
 #include "Trace.h"
 
@@ -63,29 +65,51 @@ bool DeleteRecord() noexcept {
         if (!folder.Delete(name) && folder.Look(name) != Folder_t::Entry::None) return false;
         folder.Sync();
         return true;
-    } catch (const std::exception& e) {
+    } catch (const LumPalIo::FileNotFoundException_t&) {
+        return true;  // without the folder there is no record
+    } catch (const std::exception&) {
         return false;
     }
 }
 
-// What is already done is done no more: a folder or a file that is gone was deleted, one that no longer waits is
-// placed.
-void DeleteAgain(const StoreChange::StoredFile& file) {
-    const File_t folder(paths::PolicyInstallDirectory(), file.typeName);
-    if (!folder.Exists()) return;
-    const Folder_t opened(folder);
-    if (opened.Look(file.name) == Folder_t::Entry::None || DirectoryImpl::DeleteFile(File_t(folder, file.name))) return;
-    if (!DirectoryImpl::MoveAway(opened, file.name)) {
-        Raise<LumPalIo::IOException_t>(msg::DestinationNotDeleted, opened.Path(file.name).GetAbsolutePath());
+/// Only what is surely not there is none. @throws IOException_t
+bool IsThere(const File_t& file) {
+    try {
+        return Folder_t(DirectoryImpl::FolderOf(file)).Look(file.GetName()) != Folder_t::Entry::None;
+    } catch (const LumPalIo::FileNotFoundException_t&) {
+        return false;
     }
 }
 
-void PlaceAgain(const StoreChange::Placed& file) {
+File_t PlaceOf(const StoreChange::StoredFile& file) {
+    return File_t(File_t(paths::PolicyInstallDirectory(), file.typeName), file.name);
+}
+
+File_t WaitingFile(const StoreChange::Placed& file) {
     const bool incoming = file.waiting == StoreChange::Waiting::Incoming;
-    const File_t waiting(incoming ? paths::IncomingDirectory() : paths::TemporaryDirectory(), file.waitingName);
-    if (!waiting.Exists() && !waiting.IsSymbolicLink()) return;
-    const File_t folder(paths::PolicyInstallDirectory(), file.place.typeName);
-    DirectoryImpl::MoveOrCopyFile(waiting, File_t(folder, file.place.name));
+    return File_t(incoming ? paths::IncomingDirectory() : paths::TemporaryDirectory(), file.waitingName);
+}
+
+/// A file that neither waits nor has its place is lost, and the change cannot be finished any more.
+bool IsComplete(const StoreChange& change) {
+    return std::all_of(change.placed.begin(), change.placed.end(), [](const StoreChange::Placed& file) {
+        return IsThere(WaitingFile(file)) || IsThere(PlaceOf(file.place));
+    });
+}
+
+// What is already done is done no more: a file that is gone was deleted, one that no longer waits has its place. As in
+// the change itself a data file that stays in spite of all is no reason to stop, but a document is: there would be two.
+void DeleteAgain(const StoreChange::StoredFile& file) {
+    const File_t place = PlaceOf(file);
+    if (!IsThere(place) || DirectoryImpl::DeleteFile(place)) return;
+    if (DirectoryImpl::MoveAway(Folder_t(DirectoryImpl::FolderOf(place)), file.name)) return;
+    if (IsHeaderName(file.name)) Raise<LumPalIo::IOException_t>(msg::DestinationNotDeleted, place.GetAbsolutePath());
+    LumPalLog::Log(Make(msg::DestinationNotDeleted, place.GetAbsolutePath()));
+}
+
+void PlaceAgain(const StoreChange::Placed& file) {
+    const File_t waiting = WaitingFile(file);
+    if (IsThere(waiting)) DirectoryImpl::MoveOrCopyFile(waiting, PlaceOf(file.place));
 }
 
 void DeleteIfEmpty(const File_t& folder) {
@@ -115,21 +139,27 @@ CharArray_t ReadRecord() {
     return text;
 }
 
-void PutAside(int line) {
+/// Takes a record that nobody can follow out of the way. @return where it is now
+String_t PutAside() {
     const Folder_t folder = RecordFolder();
     const String_t name = names::ChangeRecordFile;
     const String_t aside = name + kUnreadableSuffix;
-    LumPalLog::Log(
-        Make(msg::ChangeRecordUnreadable, RecordFile().GetAbsolutePath(), line, folder.Path(aside).GetAbsolutePath()));
-    if (!folder.Move(name, folder, aside)) folder.Delete(name);
+    if (!folder.Move(name, folder, aside)) {
+        Raise<LumPalIo::IOException_t>(msg::ChangeRecordStays, RecordFile().GetAbsolutePath());
+    }
     folder.Sync();
+    return folder.Path(aside).GetAbsolutePath();
 }
 
 void FinishRecorded() {
     StoreChange change;
     int line = 0;
     if (!StoreChange::FromText(ReadRecord(), change, line)) {
-        PutAside(line);
+        LumPalLog::Log(Make(msg::ChangeRecordUnreadable, RecordFile().GetAbsolutePath(), line, PutAside()));
+        return;
+    }
+    if (!IsComplete(change)) {
+        LumPalLog::Log(Make(msg::ChangeIncomplete, change.id, change.typeName, PutAside()));
         return;
     }
     Finish(change);
@@ -149,6 +179,9 @@ void StoreJournal::Write(const StoreChange& change) {
     } catch (const LumPalIo::IOException_t& e) {
         Forget();
         throw Because<LumPalIo::IOException_t>(msg::ChangeNotRecorded, change.id, change.typeName, path, e);
+    } catch (...) {
+        Forget();  // memory may have run out behind the last step
+        throw;
     }
 }
 
@@ -168,6 +201,12 @@ StoreJournal::Entry StoreJournal::RecordIfPossible(const StoreChange& change) {
 
 void StoreJournal::Forget() noexcept {
     leftover = !DeleteRecord();
+    if (!leftover) return;
+    try {
+        LumPalLog::Log(Make(msg::ChangeRecordStays, RecordFile().GetAbsolutePath()));
+    } catch (const std::exception&) {
+        // Whoever asks next is told.
+    }
 }
 
 void StoreJournal::RequireNone() {
@@ -178,26 +217,23 @@ void StoreJournal::RequireNone() {
 void StoreJournal::FinishInterrupted() {
     const File_t record = RecordFile();
     File_t(record.ToString() + kAsideSuffix).Delete();
-    if (!record.Exists() && !record.IsSymbolicLink()) return;
     try {
-        FinishRecorded();
+        if (IsThere(record)) FinishRecorded();
     } catch (const LumPalIo::IOException_t& e) {
         throw Because<LumPalIo::IOException_t>(msg::ChangeNotFinished, record.GetAbsolutePath(), e);
     }
 }
 
 void StoreJournal::Flush(const std::vector<String_t>& typeNames) {
-    const File_t store = paths::PolicyInstallDirectory();
-    bool gone = false;
+    const Folder_t store(paths::PolicyInstallDirectory());
     for (const String_t& type : typeNames) {
-        const File_t folder(store, type);
-        if (folder.Exists()) {
-            Folder_t(folder).Sync();
-        } else {
-            gone = true;
+        try {
+            Folder_t(store.Path(type)).Sync();
+        } catch (const LumPalIo::FileNotFoundException_t&) {
+            // A folder that is gone: that its name is gone is flushed below.
         }
     }
-    if (gone) Folder_t(store).Sync();
+    store.Sync();
 }
 
 }  // namespace LumConf

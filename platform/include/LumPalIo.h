@@ -189,6 +189,7 @@ public:
     explicit Folder_t(const File_t& path);
     /// The path of an entry, for messages and logs.
     File_t Path(const LumPalStr::String_t& name) const;
+    /// @throws IOException_t when the system cannot tell: then nobody may take the entry for one that is not there
     Entry Look(const LumPalStr::String_t& name) const;
     /// Opens a plain file to read. @throws as FileInputStream_t
     FileInputStream_t Open(const LumPalStr::String_t& name) const;

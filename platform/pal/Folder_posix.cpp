@@ -116,8 +116,10 @@ Folder_t::Entry Folder_t::Look(const String_t& name) const {
     const EntryName entry(name);
     struct stat status {};
     if (!entry.IsUsable()) return Entry::None;
-    if (fstatat(impl->folder.Get(), entry.CStr(), &status, AT_SYMLINK_NOFOLLOW) != 0) return Entry::None;
-    return KindOf(status);
+    if (fstatat(impl->folder.Get(), entry.CStr(), &status, AT_SYMLINK_NOFOLLOW) == 0) return KindOf(status);
+    // A name that is too long for the file system is nobody's.
+    if (errno == ENOENT || errno == ENAMETOOLONG) return Entry::None;
+    ThrowSystemError("Cannot look at", Path(name).ToString(), errno);
 }
 
 FileInputStream_t Folder_t::Open(const String_t& name) const {

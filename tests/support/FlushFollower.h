@@ -34,12 +34,7 @@ public:
     std::vector<std::string> Faults() const {
         const std::lock_guard lock(mutex);
         std::vector<std::string> all = faults;
-        for (const auto& [folder, entries] : names) {
-            if (!Passes(folder)) all.push_back("names not flushed in " + folder + ", one of them " + *entries.begin());
-        }
-        for (const std::string& file : bytes) {
-            if (!Passes(FolderOf(file))) all.push_back("bytes not flushed of " + file);
-        }
+        for (const std::string& open : Unflushed()) all.push_back(open);
         return all;
     }
     int Flushes() const {
@@ -48,6 +43,16 @@ public:
     }
 
 private:
+    std::vector<std::string> Unflushed() const {
+        std::vector<std::string> all;
+        for (const auto& [folder, entries] : names) {
+            if (!Passes(folder)) all.push_back("names not flushed in " + folder + ", one of them " + *entries.begin());
+        }
+        for (const std::string& file : bytes) {
+            if (!Passes(FolderOf(file))) all.push_back("bytes not flushed of " + file);
+        }
+        return all;
+    }
     static std::string FolderOf(const std::string& path) { return path.substr(0, path.rfind('/')); }
     static std::string Clean(const char* path) {
         std::string clean = std::filesystem::path(path).lexically_normal().string();
@@ -95,7 +100,10 @@ private:
         bytes.erase(path);
     }
     void Remove(const std::string& path) {
-        if (path == record) promised = false;
+        if (path == record && promised) {
+            promised = false;
+            for (const std::string& open : Unflushed()) faults.push_back("the record goes before: " + open);
+        }
         bytes.erase(path);
         names.erase(path);  // a folder that is gone needs no flush
         AddName(path);
