@@ -29,8 +29,13 @@ File_t RecordFile() {
     return paths::ChangeRecordFile();
 }
 
+/// A folder that an administrator may have put elsewhere: here alone a link in its place is followed.
+Folder_t OpenBase(const File_t& folder) {
+    return Folder_t(File_t(folder, "."));
+}
+
 Folder_t RecordFolder() {
-    return Folder_t(DirectoryImpl::FolderOf(RecordFile()));
+    return OpenBase(DirectoryImpl::FolderOf(RecordFile()));
 }
 
 void WriteRecord(const Folder_t& folder, const String_t& aside, const CharArray_t& text) {
@@ -151,6 +156,14 @@ String_t PutAside() {
     return folder.Path(aside).GetAbsolutePath();
 }
 
+bool HasRecord() {
+    try {
+        return RecordFolder().Look(names::ChangeRecordFile) != Folder_t::Entry::None;
+    } catch (const LumPalIo::FileNotFoundException_t&) {
+        return false;
+    }
+}
+
 void FinishRecorded() {
     StoreChange change;
     int line = 0;
@@ -218,22 +231,22 @@ void StoreJournal::FinishInterrupted() {
     const File_t record = RecordFile();
     File_t(record.ToString() + kAsideSuffix).Delete();
     try {
-        if (IsThere(record)) FinishRecorded();
+        if (HasRecord()) FinishRecorded();
     } catch (const LumPalIo::IOException_t& e) {
         throw Because<LumPalIo::IOException_t>(msg::ChangeNotFinished, record.GetAbsolutePath(), e);
     }
 }
 
 void StoreJournal::Flush(const std::vector<String_t>& typeNames) {
-    const Folder_t store(paths::PolicyInstallDirectory());
+    const File_t store = paths::PolicyInstallDirectory();
     for (const String_t& type : typeNames) {
         try {
-            Folder_t(store.Path(type)).Sync();
+            Folder_t(File_t(store, type)).Sync();
         } catch (const LumPalIo::FileNotFoundException_t&) {
             // A folder that is gone: that its name is gone is flushed below.
         }
     }
-    store.Sync();
+    OpenBase(store).Sync();
 }
 
 }  // namespace LumConf
