@@ -48,7 +48,11 @@ void AppendFile::FailToOpen(int error) {
 void AppendFile::Open() {
     Close();
     descriptor = TryOpen();
-    if (descriptor < 0 && errno == ENOENT && File_t(Name()).GetParentFile().Mkdirs()) descriptor = TryOpen();
+    if (descriptor < 0 && errno == ENOENT) {
+        const File_t folder = File_t(Name()).GetParentFile();
+        // Once more for a folder whose name could not be flushed: it was taken away again.
+        if (folder.Mkdirs() || folder.Mkdirs()) descriptor = TryOpen();
+    }
     if (descriptor < 0) FailToOpen(errno);
     CheckKind();
     torn = !EndsInALine();
