@@ -4,7 +4,6 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
@@ -20,8 +19,6 @@
 namespace LumPalRuntime {
 
 namespace {
-
-std::atomic<bool> stopping{false};
 
 constexpr mode_t kLockMode = 0600;
 [[maybe_unused]] constexpr int kLargeBlock = 1 << 20;
@@ -85,14 +82,6 @@ Signal_e Signals_t::Wait() const {
 bool Signals_t::IsStopPending() const noexcept {
     sigset_t pending;
     return sigpending(&pending) == 0 && (sigismember(&pending, SIGTERM) == 1 || sigismember(&pending, SIGINT) == 1);
-}
-
-void SetStopping(bool value) noexcept {
-    stopping = value;
-}
-
-bool IsStopping() noexcept {
-    return stopping;
 }
 
 void KeepNoLargeBlocks() {

@@ -154,7 +154,10 @@ public:
     template <class Function>
     void Call(Function function) {
         if (!thread.joinable()) return function();  // it could not be started
-        called = false;
+        {
+            const std::lock_guard lock(mutex);
+            called = false;
+        }
         Post(callRoom, [this, &function] {
             function();
             const std::lock_guard lock(mutex);
