@@ -189,21 +189,35 @@ String_t PolicyHeaderImpl::GetCategory(int index) const {
 bool PolicyHeaderImpl::SetCategory(const String_t& category) {
     if (category.IsEmpty()) return false;
     const std::lock_guard lock(Guard());
-    auto& categories = record.categories;
-    if (std::find(categories.begin(), categories.end(), category) != categories.end()) return false;
-    categories.push_back(category);
+    if (!lookUps.IsNew(record.categories, category)) return false;
+    record.categories.push_back(category);
     return true;
 }
 
 bool PolicyHeaderImpl::RemoveCategory(const String_t& category) {
     if (category.IsEmpty()) return false;
     const std::lock_guard lock(Guard());
+    lookUps.Drop();
     return std::erase(record.categories, category) != 0;
+}
+
+bool PolicyHeaderImpl::RemoveCategories(const HashedTexts<String_t>& unwanted) {
+    if (unwanted.IsEmpty()) return false;
+    const std::lock_guard lock(Guard());
+    lookUps.Drop();
+    return std::erase_if(record.categories, [&](const String_t& text) { return unwanted.Has(text); }) != 0;
 }
 
 void PolicyHeaderImpl::RemoveAllCategories() {
     const std::lock_guard lock(Guard());
+    lookUps.Drop();
     record.categories.clear();
+}
+
+void PolicyHeaderImpl::ReplaceCategories(std::vector<String_t> categories) {
+    const std::lock_guard lock(Guard());
+    lookUps.Drop();
+    record.categories = std::move(categories);
 }
 
 int PolicyHeaderImpl::GetAttributesCount() const {
@@ -216,36 +230,57 @@ AttributePtr PolicyHeaderImpl::GetAttribute(int index) const {
     return At(record.attributes, index, msg::AttributeIndex);
 }
 
-std::size_t PolicyHeaderImpl::FindAttributeLocked(const String_t& name, const String_t& value) const {
-    const auto& list = record.attributes;
-    const auto isPair = [&](const AttributePtr& a) { return a->GetName() == name && a->GetValue() == value; };
-    return static_cast<std::size_t>(std::find_if(list.begin(), list.end(), isPair) - list.begin());
-}
-
 bool PolicyHeaderImpl::SetAttribute(const String_t& name, const String_t& value) {
     CheckAttribute(name);
-    const String_t trimmedName = String_t(name).Trim();
-    const String_t trimmedValue = String_t(value).Trim();
+    const TextPair trimmed(String_t(name).Trim(), String_t(value).Trim());
     const std::lock_guard lock(Guard());
-    if (FindAttributeLocked(trimmedName, trimmedValue) < record.attributes.size()) return false;
-    record.attributes.emplace_back(new PolicyAttributeImpl(trimmedName, trimmedValue));
-    if (trimmedName == "version_id" && record.versionId.IsEmpty()) record.versionId = trimmedValue.ToLower();
+    if (!lookUps.IsNew(record.attributes, trimmed)) return false;
+    record.attributes.emplace_back(new PolicyAttributeImpl(trimmed.first, trimmed.second));
+    TakeVersionIdLocked(*record.attributes.back());
     return true;
+}
+
+/// An attribute of this name supplies a version id that is missing.
+void PolicyHeaderImpl::TakeVersionIdLocked(const PolicyAttributeImpl& attribute) {
+    if (attribute.GetName() == "version_id" && record.versionId.IsEmpty()) {
+        record.versionId = attribute.GetValue().ToLower();
+    }
 }
 
 bool PolicyHeaderImpl::RemoveAttribute(const String_t& name, const String_t& value) {
     CheckAttribute(name);
     CheckAttribute(value);
     const std::lock_guard lock(Guard());
-    const std::size_t position = FindAttributeLocked(name, value);
-    if (position == record.attributes.size()) return false;
-    record.attributes.erase(record.attributes.begin() + static_cast<std::ptrdiff_t>(position));
-    return true;
+    lookUps.Drop();
+    const auto isPair = [&](const AttributePtr& a) { return a->GetName() == name && a->GetValue() == value; };
+    return std::erase_if(record.attributes, isPair) != 0;
+}
+
+void PolicyHeaderImpl::RemoveAttributes(const std::vector<TextPair>& pairs) {
+    for (const auto& [name, value] : pairs) {
+        CheckAttribute(name);
+        CheckAttribute(value);
+    }
+    if (pairs.empty()) return;
+    const HashedTexts<TextPair> unwanted(pairs);
+    const std::lock_guard lock(Guard());
+    lookUps.Drop();
+    std::erase_if(record.attributes, [&](const AttributePtr& a) {
+        return unwanted.Has({a->GetName(), a->GetValue()});
+    });
 }
 
 void PolicyHeaderImpl::RemoveAllAttributes() {
     const std::lock_guard lock(Guard());
+    lookUps.Drop();
     record.attributes.clear();
+}
+
+void PolicyHeaderImpl::ReplaceAttributes(std::vector<AttributePtr> attributes) {
+    const std::lock_guard lock(Guard());
+    lookUps.Drop();
+    record.attributes = std::move(attributes);
+    for (const AttributePtr& attribute : record.attributes) TakeVersionIdLocked(*attribute);
 }
 
 int PolicyHeaderImpl::GetDataFileCount() const {
@@ -361,6 +396,7 @@ CharArray_t PolicyHeaderImpl::GetCertificate() const {
 void PolicyHeaderImpl::Clear() {
     PolicyRecord empty;
     const std::lock_guard lock(Guard());
+    lookUps.Drop();
     empty.attributes.swap(record.attributes);
     record = std::move(empty);
     certificate = CharArray_t();
@@ -369,6 +405,7 @@ void PolicyHeaderImpl::Clear() {
 
 void PolicyHeaderImpl::Compact() {
     const std::lock_guard lock(Guard());
+    lookUps.Drop();
     record.dataFiles.shrink_to_fit();
     record.categories.shrink_to_fit();
     record.attributes.shrink_to_fit();
