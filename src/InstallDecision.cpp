@@ -162,8 +162,13 @@ bool InstallTask::IsTypeLimited() const {
 }
 
 void InstallTask::RemoveWholeType() {
+    const String_t type = newHeader->GetTypeName();
+    // A type that is limited to one policy has one: to select it by its type would walk over those of all types, for
+    // each policy of a package.
+    const String_t only = operation.Cache()->OnlyIdOfType(type);
     try {
-        operation.Remove(originator, Selection().SetPolicyTypeName(newHeader->GetTypeName()),
+        operation.Remove(originator,
+                         only.IsEmpty() ? Selection().SetPolicyTypeName(type) : Selection().SetPolicyId(only),
                          PolicyForwarder::Options());
     } catch (const NoPoliciesInstalledError&) {
     } catch (const PolicyNotFoundError&) {
