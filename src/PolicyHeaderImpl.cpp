@@ -389,6 +389,11 @@ CharArray_t PolicyHeaderImpl::GetRawCertificate() const {
     return certificate;
 }
 
+std::size_t PolicyHeaderImpl::GetRawCertificateLength() const {
+    const std::lock_guard lock(Guard());
+    return certificate.GetLength();
+}
+
 CharArray_t PolicyHeaderImpl::GetCertificate() const {
     return DecodeBase64(GetRawCertificate());
 }

@@ -136,6 +136,7 @@ public:
     /// Base64 text.
     void SetCertificate(const LumPalArray::CharArray_t& base64);
     LumPalArray::CharArray_t GetRawCertificate() const;
+    std::size_t GetRawCertificateLength() const;
     LumPalArray::CharArray_t GetCertificate() const;
 
     /// Set when a container takes the header: only then GetData may read.
