@@ -13,10 +13,12 @@ ROWS = (
     ([("disable", "b"), ("enable", "b"), ("enable", "a")], ["ENABLE_POLICY:type b a"]),
     ([("disable", "a"), ("install", "a")], ["CHECK_POLICY:type a"]),
     ([("install", "b"), ("remove", "b")], ["REMOVE_POLICY:type b"]),
-    ([("remove", "a"), ("install", "a")], ["FIRST_POLICY:type", "CHECK_POLICY:type a"]),
+    ([("remove", "a"), ("install", "a")], ["CHECK_POLICY:type a"]),
     ([("set-owner", "a"), ("disable", "a")], ["CHECK_POLICY:type a"]),
     ([("enable", "a"), ("add-category", "a")], ["CHECK_POLICY:type a"]),
-    ([("disable", "a"), ("remove", "a")], ["REMOVE_POLICY:type a", "LAST_POLICY:type"]),
+    ([("remove", "a"), ("install", "b")], ["CHECK_POLICY:type b", "REMOVE_POLICY:type a"]),
+    ([("disable", "b"), ("remove", "b")], ["REMOVE_POLICY:type b", "LAST_POLICY:type"]),
+    ([("install", "a"), ("remove", "a")], ["REMOVE_POLICY:type a"]),
     ([], []),
 )
 
