@@ -1,6 +1,7 @@
 #include "PolicyContainerImpl.h"
 
 #include <iterator>
+#include <set>
 
 #include "AttributeCheck.h"
 #include "Exceptions.h"
@@ -194,7 +195,8 @@ std::vector<HeaderPtr> PolicyContainerImpl::AllNaming(const std::vector<String_t
     const std::lock_guard lock(mutex);
     IndexFilesLocked();
     std::vector<HeaderPtr> naming;
-    for (const String_t& name : names) {
+    // A caller may name one file as often as he likes.
+    for (const String_t& name : std::set<String_t>(names.begin(), names.end())) {
         files.VisitAllTypes(name, [&naming](PolicyHeaderImpl& header) {
             naming.emplace_back(&header);
             return true;

@@ -6,6 +6,7 @@
 #include "Exceptions.h"
 #include "PolicyContainerImpl.h"
 #include "PolicyDocs.h"
+#include "Tenfold.h"
 
 namespace {
 
@@ -320,6 +321,27 @@ TEST(PolicyContainer, ManyIdsAreChangedAndRemovedWhateverTheirOrder) {
     EXPECT_EQ(container.GetCount(), 92);
     EXPECT_THROW(container.GetPolicyHeader("p51", "t"), PolicyNotFoundError);
     EXPECT_EQ(container.GetPolicyHeader("p53", "t").GetContainerId(), "p53");
+}
+
+TEST(PolicyContainer, AFileThatIsAskedForOverAndOverCostsNoMoreThanOnce) {
+    EXPECT_LT(TenfoldRatio(300,
+                           [](int count) {
+                               const PolicyContainer container;
+                               for (int i = 0; i < count; ++i) {
+                                   const PolicyHeader header;
+                                   header.SetContainerId(String_t::FromUtf8("p" + std::to_string(i)));
+                                   header.SetName(header.GetContainerId());
+                                   header.SetDataFile("x");
+                                   container.Insert(header.GetImpl());
+                               }
+                               const std::vector<String_t> files(static_cast<std::size_t>(count), "x");
+                               int found = 0;
+                               const double seconds =
+                                   ProcessorSeconds([&] { found = container.GetImpl()->Naming(files)->GetCount(); });
+                               EXPECT_EQ(found, count);
+                               return seconds;
+                           }),
+              kMostForTenfold);
 }
 
 }  // namespace
