@@ -12,6 +12,8 @@ void MeasureRead(Session& session);
 void MeasureLoad(Session& session);
 /// Passes over a cache and selections from it: ten times the policies.
 void MeasureSelect(Session& session);
+/// Policies with many categories and attributes, operations that name many: ten times the entries.
+void MeasureEntries(Session& session);
 /// The merge of settings policies against bare parsing; one changed policy against a rebuild; ten times the policies.
 void MeasureSettings(Session& session);
 /// Setting a value over the wire; the time from the install of a settings policy until a process is told.

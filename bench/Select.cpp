@@ -1,10 +1,12 @@
 // Passes over a cache and selections from it.
+#include <memory>
 #include <stdexcept>
 
 #include "Benchmarks.h"
 #include "Documents.h"
 #include "PolicyContainer.h"
 #include "PolicyHeader.h"
+#include "PolicyNode.h"
 #include "Selection.h"
 #include "SelectionContainer.h"
 #include "Store.h"
@@ -14,6 +16,7 @@ namespace {
 
 using LumConf::PolicyContainer;
 using LumConf::Selection;
+using LumPalStr::String_t;
 
 PolicyContainer Loaded(const Store& store) {
     store.Use();
@@ -39,6 +42,40 @@ double Select(const PolicyContainer& container, const Selection& selection) {
     LumConf::SelectionContainer selected;  // what it holds is freed when the time is taken
     return ProcessorSeconds([&] { selected.Init(container, selection); });
 }
+
+String_t Ids(const PolicyContainer& container) {
+    String_t ids = "";
+    for (int i = 0; i < container.GetCount(); ++i) ids += container.GetPolicyHeader(i).GetContainerId() + " ";
+    return ids;
+}
+
+/// Each policy by its id in one text.
+double ChangeIds(const PolicyContainer& container, const String_t& ids) {
+    return ProcessorSeconds([&] {
+        container.Disable(ids);
+        container.Enable(ids);
+    });
+}
+
+/// A node that has loaded a store.
+class Loader {
+public:
+    explicit Loader(const Store& store) {
+        store.Use();
+        operation = std::make_unique<LumConf::PolicyOperation>(worker, auditLog);
+    }
+    ~Loader() { worker.Stop(); }
+
+    double ListAll() {
+        PolicyContainer listed;  // freed when the time is taken
+        return ProcessorSeconds([&] { listed = operation->GetPolicyContainer("bench", Selection()); });
+    }
+
+private:
+    LumConfPar::PolicyWorker worker{LumConfPar::MakePolicySettings()};
+    LumConf::AuditLog auditLog;
+    std::unique_ptr<LumConf::PolicyOperation> operation;
+};
 
 struct Kind {
     const char* name;
@@ -76,6 +113,14 @@ void MeasureSelect(Session& session) {
             RunPairs(
                 pairs, [&] { return Select(large, kind.selection); }, [&] { return Select(small, kind.selection); }));
     }
+    const String_t smallIds = Ids(small), largeIds = Ids(large);
+    Add(session, "change by ids",
+        RunPairs(
+            pairs, [&] { return ChangeIds(large, largeIds); }, [&] { return ChangeIds(small, smallIds); }));
+    Loader smallNode(Store::Small(session)), largeNode(Store::Large(session));
+    Add(session, "list by ids",
+        RunPairs(
+            pairs, [&] { return largeNode.ListAll(); }, [&] { return smallNode.ListAll(); }));
 }
 
 }  // namespace bench

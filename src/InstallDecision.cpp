@@ -1,4 +1,6 @@
 // Which policy an array installs: what the options make of it, and whether it may replace what stands there.
+#include <utility>
+
 #include "Exceptions.h"
 #include "InstallOptionsImpl.h"
 #include "InstallTask.h"
@@ -57,7 +59,7 @@ void InstallTask::ApplyCategories() {
     if (options.GetRemoveAllCategories()) {
         newHeader->RemoveAllCategories();
     } else {
-        for (const String_t& category : options.GetRemoveCategories()) newHeader->RemoveCategory(category);
+        newHeader->RemoveCategories(HashedTexts<String_t>(options.GetRemoveCategories()));
     }
     for (const String_t& category : options.GetAddCategories()) newHeader->SetCategory(category);
 }
@@ -66,7 +68,7 @@ void InstallTask::ApplyAttributes() {
     if (options.GetRemoveAllAttributes()) {
         newHeader->RemoveAllAttributes();
     } else {
-        for (const auto& [name, value] : options.GetRemoveAttributes()) newHeader->RemoveAttribute(name, value);
+        newHeader->RemoveAttributes(options.GetRemoveAttributes());
     }
     for (const auto& [name, value] : options.GetAddAttributes()) newHeader->SetAttribute(name, value);
 }
@@ -88,6 +90,7 @@ void InstallTask::Decide() {
     } else if (!options.GetForceAll()) {
         DecideUpdate();
     }
+    newHeader->Compact();
 }
 
 void InstallTask::CheckSharedDataFiles() const {
@@ -132,17 +135,15 @@ void InstallTask::TakeOverStatus() {
 }
 
 void InstallTask::TakeOverCategories() {
-    const std::vector<String_t> categories = installedHeader->Snapshot().categories;
+    std::vector<String_t> categories = installedHeader->Snapshot().categories;
     if (options.GetForceCat() || categories.empty()) return;
-    newHeader->RemoveAllCategories();
-    for (const String_t& category : categories) newHeader->SetCategory(category);
+    newHeader->ReplaceCategories(std::move(categories));
 }
 
 void InstallTask::TakeOverAttributes() {
-    const auto attributes = installedHeader->Snapshot().attributes;
+    auto attributes = installedHeader->Snapshot().attributes;
     if (options.GetForceAttr() || attributes.empty()) return;
-    newHeader->RemoveAllAttributes();
-    for (const auto& attribute : attributes) newHeader->SetAttribute(attribute->GetName(), attribute->GetValue());
+    newHeader->ReplaceAttributes(std::move(attributes));
 }
 
 void InstallTask::DecideNew() {
@@ -161,8 +162,13 @@ bool InstallTask::IsTypeLimited() const {
 }
 
 void InstallTask::RemoveWholeType() {
+    const String_t type = newHeader->GetTypeName();
+    // A type that is limited to one policy has one: to select it by its type would walk over those of all types, for
+    // each policy of a package.
+    const String_t only = operation.Cache()->OnlyIdOfType(type);
     try {
-        operation.Remove(originator, Selection().SetPolicyTypeName(newHeader->GetTypeName()),
+        operation.Remove(originator,
+                         only.IsEmpty() ? Selection().SetPolicyTypeName(type) : Selection().SetPolicyId(only),
                          PolicyForwarder::Options());
     } catch (const NoPoliciesInstalledError&) {
     } catch (const PolicyNotFoundError&) {

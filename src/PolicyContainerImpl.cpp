@@ -1,6 +1,7 @@
 #include "PolicyContainerImpl.h"
 
 #include <iterator>
+#include <set>
 
 #include "AttributeCheck.h"
 #include "Exceptions.h"
@@ -26,6 +27,17 @@ String_t NameKey(const String_t& name, const String_t& type) {
     return key.Append(name).Append(u"=", 1).Append(foldedType);
 }
 
+String_t ToString(std::u16string_view text) {
+    return {text.data(), static_cast<std::uint32_t>(text.size())};
+}
+
+std::u16string_view ViewOf(std::u16string_view text) {
+    return text;
+}
+std::u16string_view ViewOf(const String_t& text) {
+    return text.View();
+}
+
 }  // namespace
 
 int PolicyContainerImpl::CheckPolicy(const PolicyContainer::Options& options) {
@@ -34,10 +46,8 @@ int PolicyContainerImpl::CheckPolicy(const PolicyContainer::Options& options) {
 }
 
 int PolicyContainerImpl::CheckPolicy(const String_t& ids) {
-    int count = 0;
-    for (const String_t& id : GetVectorFromString(ids.ToLower()))
-        count += CheckPolicy(PolicyContainer::Options().SetPolicyId(id));
-    return count;
+    LUMCONF_BLOCK(trace::Policy, "PolicyContainer::CheckPolicy");
+    return PolicyLoader::LoadIds(*this, GetVectorFromString(ids.ToLower()));
 }
 
 int PolicyContainerImpl::GetCount() const {
@@ -51,7 +61,15 @@ bool PolicyContainerImpl::IsEmpty() const {
 
 bool PolicyContainerImpl::HasTypeName(const String_t& typeName) const {
     const std::lock_guard lock(mutex);
-    return typeCounts.find(typeName) != typeCounts.end();
+    return types.find(typeName) != types.end();
+}
+
+String_t PolicyContainerImpl::OnlyIdOfType(const String_t& typeName) const {
+    const std::lock_guard lock(mutex);
+    const auto type = types.find(typeName);
+    if (type == types.end() || type->second.count != 1) return {};
+    const auto newest = policies.find(type->second.newestId);
+    return newest != policies.end() && newest->second.typeName == typeName ? newest->first : String_t();
 }
 
 HeaderPtr PolicyContainerImpl::GetPolicyHeader(int position) const {
@@ -102,6 +120,11 @@ HeaderPtr PolicyContainerImpl::GetPolicyHeader(const String_t& name, const Strin
     return GetPolicyHeader(IdOf(name, type));
 }
 
+void PolicyContainerImpl::Reserve(std::size_t policyCount) {
+    const std::lock_guard lock(mutex);
+    nameToId.reserve(policyCount);
+}
+
 void PolicyContainerImpl::Insert(PolicyHeaderImpl* newcomer) {
     if (!newcomer) Raise<LumPalMsg::IllegalArgumentError_t>(msg::InsertNullHeader);
     const HeaderPtr header(newcomer);
@@ -112,36 +135,38 @@ void PolicyContainerImpl::Insert(PolicyHeaderImpl* newcomer) {
     HeaderPtr sameId, sameKey;  // the replaced ones go when the mutex is free again
     const std::lock_guard lock(mutex);
     // One search each: what stands at the place goes, and the newcomer takes it.
-    auto named = nameToId.lower_bound(key);
-    if (named != nameToId.end() && named->first == key) {
+    const auto [named, isNew] = nameToId.try_emplace(key, keys.containerId);
+    if (!isNew) {
         sameKey = EraseLocked(policies.find(named->second));
-        named = nameToId.erase(named);
+        named->second = keys.containerId;
     }
-    nameToId.emplace_hint(named, key, keys.containerId);
-    auto position = policies.lower_bound(keys.containerId);
+    // Stores and lists come in the order of their ids.
+    const bool isLast = policies.empty() || policies.rbegin()->first < keys.containerId;
+    auto position = isLast ? policies.end() : policies.lower_bound(keys.containerId);
     if (position != policies.end() && position->first == keys.containerId) {
         const auto next = std::next(position);
         sameId = EraseLocked(position);
         position = next;
     }
-    Entry entry{header, CountTypeLocked(keys.typeName), {}};
+    Entry entry{header, CountTypeLocked(keys), {}};
     const auto place = policies.emplace_hint(position, keys.containerId, std::move(entry));
     indexValid = false;
     if (filesIndexed) files.Add(header.Get(), place->second.files);
 }
 
 /// One more header of the type. @return the type's name, as all its headers share it
-String_t PolicyContainerImpl::CountTypeLocked(const String_t& typeName) {
-    const auto counted = typeCounts.try_emplace(typeName, 0).first;
-    ++counted->second;
-    return counted->first;
+String_t PolicyContainerImpl::CountTypeLocked(const PolicyKeys& keys) {
+    const auto type = types.try_emplace(keys.typeName).first;
+    ++type->second.count;
+    type->second.newestId = keys.containerId;
+    return type->first;
 }
 
 /// @return the header that is out now, or null
 HeaderPtr PolicyContainerImpl::EraseLocked(Policies::iterator position) {
     if (position == policies.end()) return {};
-    const auto counted = typeCounts.find(position->second.typeName);
-    if (--counted->second == 0) typeCounts.erase(counted);
+    const auto type = types.find(position->second.typeName);
+    if (--type->second.count == 0) types.erase(type);
     files.Remove(position->second.files);
     HeaderPtr header = std::move(position->second.header);
     policies.erase(position);
@@ -170,7 +195,8 @@ std::vector<HeaderPtr> PolicyContainerImpl::AllNaming(const std::vector<String_t
     const std::lock_guard lock(mutex);
     IndexFilesLocked();
     std::vector<HeaderPtr> naming;
-    for (const String_t& name : names) {
+    // A caller may name one file as often as he likes.
+    for (const String_t& name : std::set<String_t>(names.begin(), names.end())) {
         files.VisitAllTypes(name, [&naming](PolicyHeaderImpl& header) {
             naming.emplace_back(&header);
             return true;
@@ -185,16 +211,43 @@ void PolicyContainerImpl::IndexFilesLocked() {
     filesIndexed = true;
 }
 
-void PolicyContainerImpl::SetStatus(const String_t& ids, bool enabled) {
+template <class Map>
+auto PolicyContainerImpl::FindFrom(Map& map, decltype(map.end()) guess, std::u16string_view id) {
+    return guess != map.end() && guess->first.View() == id ? guess : map.find(ToString(id));
+}
+
+template <class Ids>
+std::vector<HeaderPtr> PolicyContainerImpl::FindEach(const Ids& ids) const {
+    std::vector<HeaderPtr> headers(ids.size());
+    const std::lock_guard lock(mutex);
+    auto next = policies.end();
+    for (std::size_t i = 0; i < ids.size(); ++i) {
+        const auto found = FindFrom(policies, next, ViewOf(ids[i]));
+        if (found == policies.end()) continue;
+        headers[i] = found->second.header;
+        next = std::next(found);
+    }
+    return headers;
+}
+
+std::vector<HeaderPtr> PolicyContainerImpl::FindAll(const std::vector<String_t>& ids) const {
+    return FindEach(ids);
+}
+
+void PolicyContainerImpl::SetStatus(const String_t& text, bool enabled) {
+    const String_t folded = text.ToLower();
+    const std::vector<std::u16string_view> ids = GetViewsFromString(folded);
+    const std::vector<HeaderPtr> headers = FindEach(ids);
     LumPalMsg::MessageList_t missing;
-    for (const String_t& id : GetVectorFromString(ids.ToLower())) {
-        const HeaderPtr header = Find(id);
-        if (!header)
-            missing.Add(Make(msg::StatusPolicyNotInCache, id, enabled ? names::StatusEnabled : names::StatusDisabled));
-        else if (enabled)
-            header->SetEnabled();
-        else
-            header->SetDisabled();
+    for (std::size_t i = 0; i < ids.size(); ++i) {
+        if (!headers[i]) {
+            const char* const status = enabled ? names::StatusEnabled : names::StatusDisabled;
+            missing.Add(Make(msg::StatusPolicyNotInCache, ToString(ids[i]), status));
+        } else if (enabled) {
+            headers[i]->SetEnabled();
+        } else {
+            headers[i]->SetDisabled();
+        }
     }
     if (missing.GetMessageCount() > 0) throw PolicyNotFoundError(missing);
 }
@@ -215,22 +268,42 @@ void PolicyContainerImpl::Remove(const String_t& name, const String_t& type) {
     Remove(IdOf(name, type));
 }
 
-void PolicyContainerImpl::Remove(const String_t& ids) {
-    LumPalMsg::MessageList_t missing;
-    for (const String_t& id : GetVectorFromString(ids.ToLower())) {
-        if (!Erase(id)) missing.Add(Make(msg::RemovePolicyNotInCache, id));
+void PolicyContainerImpl::Remove(const String_t& text) {
+    std::vector<HeaderPtr> removed;  // they go when the mutex is free again
+    std::vector<std::u16string_view> unknown;
+    const String_t folded = text.ToLower();
+    {
+        const std::lock_guard lock(mutex);
+        auto next = policies.end();
+        for (const std::u16string_view id : GetViewsFromString(folded)) {
+            const auto found = FindFrom(policies, next, id);
+            if (found == policies.end()) {
+                unknown.push_back(id);
+                continue;
+            }
+            next = std::next(found);
+            removed.push_back(ForgetLocked(found));
+        }
     }
+    LumPalMsg::MessageList_t missing;
+    for (const std::u16string_view id : unknown) missing.Add(Make(msg::RemovePolicyNotInCache, ToString(id)));
     if (missing.GetMessageCount() > 0) throw PolicyNotFoundError(missing);
 }
 
 bool PolicyContainerImpl::Erase(const String_t& id) {
     HeaderPtr header;
     const std::lock_guard lock(mutex);
-    header = EraseLocked(policies.find(id));
-    if (!header) return false;
+    header = ForgetLocked(policies.find(id));
+    return static_cast<bool>(header);
+}
+
+/// @return the header that is out now, with its name, or null
+HeaderPtr PolicyContainerImpl::ForgetLocked(Policies::iterator position) {
+    HeaderPtr header = EraseLocked(position);
+    if (!header) return {};
     const PolicyKeys keys = header->GetKeys();
     nameToId.erase(NameKey(keys.name, keys.typeName));
-    return true;
+    return header;
 }
 
 void PolicyContainerImpl::Dump(const LumPalIo::File_t& out, const String_t& typeName) {

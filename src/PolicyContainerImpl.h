@@ -6,6 +6,8 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "DataFileIndex.h"
@@ -15,6 +17,7 @@
 #include "LumPalStr.h"
 #include "PolicyContainer.h"
 #include "PolicyHeaderImpl.h"
+#include "TextHash.h"
 
 namespace LumConf {
 
@@ -32,6 +35,9 @@ public:
     HeaderPtr GetPolicyHeader(int index) const;
     HeaderPtr GetPolicyHeader(const LumPalStr::String_t& id) const;
     HeaderPtr GetPolicyHeader(const LumPalStr::String_t& name, const LumPalStr::String_t& type) const;
+    /// The headers of many ids, as they stand, in their order; null for each that is not there. Ids that follow each
+    /// other in the container are found without a search.
+    std::vector<HeaderPtr> FindAll(const std::vector<LumPalStr::String_t>& ids) const;
 
     void Enable(const LumPalStr::String_t& ids);
     void Disable(const LumPalStr::String_t& ids);
@@ -45,7 +51,12 @@ public:
 
     bool IsEmpty() const;
     bool HasTypeName(const LumPalStr::String_t& typeName) const;
+    /// The id of the one policy of a type, found without a walk over all policies; empty when the type has none or
+    /// several, and sometimes when it had several.
+    LumPalStr::String_t OnlyIdOfType(const LumPalStr::String_t& typeName) const;
     void Insert(PolicyHeaderImpl* header);
+    /// Takes memory for so many policies ahead.
+    void Reserve(std::size_t policyCount);
 
     using Accept = std::function<bool(const PolicyHeaderImpl&)>;
     /// The first header, by its id, that is of exactly this type, names the data file, and is accepted; null for none.
@@ -66,28 +77,39 @@ public:
 private:
     struct Entry {
         HeaderPtr header;
-        LumPalStr::String_t typeName;  ///< as it was at the insert: what typeCounts counts
+        LumPalStr::String_t typeName;  ///< as it was at the insert: what `types` counts
         DataFileIndex::Places files;   ///< in the index of data files, when it is there
     };
+    struct Type {
+        std::size_t count = 0;
+        LumPalStr::String_t newestId;  ///< may be gone
+    };
     using Policies = std::map<LumPalStr::String_t, Entry>;
+    template <class Value>
+    using ByName = std::unordered_map<LumPalStr::String_t, Value, TextHash>;
 
+    template <class Map>
+    static auto FindFrom(Map& map, decltype(map.end()) guess, std::u16string_view id);
+    template <class Ids>
+    std::vector<HeaderPtr> FindEach(const Ids& ids) const;
+    HeaderPtr ForgetLocked(Policies::iterator position);
     HeaderPtr Find(const LumPalStr::String_t& id) const;
     LumPalStr::String_t IdOf(const LumPalStr::String_t& name, const LumPalStr::String_t& type) const;
     HeaderPtr EraseLocked(Policies::iterator position);
-    LumPalStr::String_t CountTypeLocked(const LumPalStr::String_t& typeName);
+    LumPalStr::String_t CountTypeLocked(const PolicyKeys& keys);
     void RefreshIndexLocked() const;
     std::vector<HeaderPtr> AllNaming(const std::vector<LumPalStr::String_t>& files);
     void IndexFilesLocked();
     void SetStatus(const LumPalStr::String_t& ids, bool enabled);
 
     mutable std::mutex mutex;
-    Policies policies;                                            ///< by id; guarded by mutex
-    std::map<LumPalStr::String_t, LumPalStr::String_t> nameToId;  ///< name=type to id; guarded by mutex
-    std::map<LumPalStr::String_t, std::size_t> typeCounts;        ///< headers of each type; guarded by mutex
-    mutable std::vector<PolicyHeaderImpl*> index;                 ///< policies in order; guarded by mutex
-    mutable bool indexValid = false;                              ///< guarded by mutex
-    DataFileIndex files;                                          ///< what the policies name; guarded by mutex
-    bool filesIndexed = false;                                    ///< guarded by mutex; most containers are never asked
+    Policies policies;                             ///< by id; guarded by mutex
+    ByName<LumPalStr::String_t> nameToId;          ///< name=type to id; guarded by mutex
+    ByName<Type> types;                            ///< those with headers; guarded by mutex
+    mutable std::vector<PolicyHeaderImpl*> index;  ///< policies in order; guarded by mutex
+    mutable bool indexValid = false;               ///< guarded by mutex
+    DataFileIndex files;                           ///< what the policies name; guarded by mutex
+    bool filesIndexed = false;                     ///< guarded by mutex; most containers are never asked
 };
 
 }  // namespace LumConf

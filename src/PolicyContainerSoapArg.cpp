@@ -176,7 +176,10 @@ void PolicyContainerSoapArg::StoreChild() {
 }
 
 void PolicyContainerSoapArg::FinishHeader() {
-    if (header) container->Insert(header.Get());
+    if (header) {
+        header->Compact();
+        container->Insert(header.Get());
+    }
     header = {};
     parseState = InArgument;
 }

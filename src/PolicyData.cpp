@@ -22,6 +22,9 @@ namespace {
 
 constexpr unsigned kRightToSign = 256;
 constexpr int kAlgorithm = 0;
+/// Far more than one with a long key takes. It is decoded and read again for each data file, of which there may be
+/// thousands.
+constexpr std::size_t kMostCertificateText = 65536;
 
 /// The file of an installed policy. A name that would leave the type's folder, and a link, name no data file.
 File_t DataFileOf(const PolicyHeaderImpl& header, int index) {
@@ -72,9 +75,18 @@ auto Check(const Row& row, Step&& step, const Args&... args) {
     }
 }
 
+CharArray_t DecodedCertificate(const PolicyHeaderImpl& header) {
+    const std::size_t length = header.GetRawCertificateLength();
+    if (length > kMostCertificateText) {
+        Raise<LumPalMsg::IllegalArgumentError_t>(msg::CertificateTooLong, LumPalStr::NumToStr(length),
+                                                 static_cast<int>(kMostCertificateText));
+    }
+    return header.GetCertificate();
+}
+
 X509Certificate CertificateOf(const PolicyHeaderImpl& header) {
     const CharArray_t der =
-        Check<LumPalMsg::Exception_t>(msg::CertificateNotDecoded, [&] { return header.GetCertificate(); });
+        Check<LumPalMsg::Exception_t>(msg::CertificateNotDecoded, [&] { return DecodedCertificate(header); });
     const X509Certificate certificate =
         Check<LumPalMsg::RuntimeException_t>(msg::CertificateNotConverted, [&] { return X509Certificate(der); });
     // Kept: only the exception counts, not what is returned.

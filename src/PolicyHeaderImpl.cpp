@@ -16,26 +16,9 @@ using AttributePtr = LumPalPtr::RefPtr_t<PolicyAttributeImpl>;
 
 namespace {
 
-const String_t& Enabled() {
-    static const String_t& text = *new String_t("enabled");  // never destroyed: threads may outlive it
-    return text;
-}
-
-const String_t& Disabled() {
-    static const String_t& text = *new String_t("disabled");  // never destroyed: threads may outlive it
-    return text;
-}
-
 const String_t& PlainText() {
     static const String_t& text = *new String_t("text/plain");  // never destroyed: threads may outlive it
     return text;
-}
-
-/// The known texts share one buffer among all headers.
-const String_t& SharedStatus(const String_t& status) {
-    if (status == Enabled()) return Enabled();
-    if (status == Disabled()) return Disabled();
-    return status;
 }
 
 String_t UsableEncoding(const String_t& encoding) {
@@ -67,10 +50,6 @@ CharArray_t DecodeBase64(const CharArray_t& base64) {
 
 }  // namespace
 
-PolicyHeaderImpl::PolicyHeaderImpl() {
-    record.status = Enabled();
-}
-
 std::mutex& PolicyHeaderImpl::Guard() const noexcept {
     struct alignas(64) Slot {
         std::mutex mutex;
@@ -91,91 +70,6 @@ PolicyKeys PolicyHeaderImpl::GetKeys() const {
     return {record.containerId, record.name, record.typeName};
 }
 
-String_t PolicyHeaderImpl::Get(String_t PolicyRecord::*field) const {
-    const std::lock_guard lock(Guard());
-    return record.*field;
-}
-
-void PolicyHeaderImpl::Set(String_t PolicyRecord::*field, const String_t& text) {
-    const std::lock_guard lock(Guard());
-    record.*field = text;
-}
-
-String_t PolicyHeaderImpl::GetContainerId() const {
-    return Get(&PolicyRecord::containerId);
-}
-String_t PolicyHeaderImpl::GetVersionId() const {
-    return Get(&PolicyRecord::versionId);
-}
-String_t PolicyHeaderImpl::GetName() const {
-    return Get(&PolicyRecord::name);
-}
-String_t PolicyHeaderImpl::GetVersion() const {
-    return Get(&PolicyRecord::version);
-}
-String_t PolicyHeaderImpl::GetDescription() const {
-    return Get(&PolicyRecord::description);
-}
-String_t PolicyHeaderImpl::GetStatus() const {
-    return Get(&PolicyRecord::status);
-}
-String_t PolicyHeaderImpl::GetOwner() const {
-    return Get(&PolicyRecord::owner);
-}
-String_t PolicyHeaderImpl::GetTypeId() const {
-    return Get(&PolicyRecord::typeId);
-}
-String_t PolicyHeaderImpl::GetTypeName() const {
-    return Get(&PolicyRecord::typeName);
-}
-String_t PolicyHeaderImpl::GetTypeVersion() const {
-    return Get(&PolicyRecord::typeVersion);
-}
-
-void PolicyHeaderImpl::SetContainerId(const String_t& id) {
-    Set(&PolicyRecord::containerId, id.ToLower());
-}
-void PolicyHeaderImpl::SetVersionId(const String_t& id) {
-    Set(&PolicyRecord::versionId, id.ToLower());
-}
-void PolicyHeaderImpl::SetTypeId(const String_t& id) {
-    Set(&PolicyRecord::typeId, id.ToLower());
-}
-void PolicyHeaderImpl::SetTypeName(const String_t& name) {
-    Set(&PolicyRecord::typeName, name.ToLower());
-}
-void PolicyHeaderImpl::SetName(const String_t& name) {
-    Set(&PolicyRecord::name, name);
-}
-void PolicyHeaderImpl::SetVersion(const String_t& version) {
-    Set(&PolicyRecord::version, version);
-}
-void PolicyHeaderImpl::SetDescription(const String_t& description) {
-    Set(&PolicyRecord::description, description);
-}
-void PolicyHeaderImpl::SetOwner(const String_t& owner) {
-    Set(&PolicyRecord::owner, owner);
-}
-void PolicyHeaderImpl::SetTypeVersion(const String_t& version) {
-    Set(&PolicyRecord::typeVersion, version);
-}
-void PolicyHeaderImpl::SetStatus(const String_t& status) {
-    Set(&PolicyRecord::status, SharedStatus(status));
-}
-
-bool PolicyHeaderImpl::IsEnabled() const {
-    return GetStatus() == Enabled();
-}
-bool PolicyHeaderImpl::IsDisabled() const {
-    return GetStatus() == Disabled();
-}
-void PolicyHeaderImpl::SetEnabled() {
-    Set(&PolicyRecord::status, Enabled());
-}
-void PolicyHeaderImpl::SetDisabled() {
-    Set(&PolicyRecord::status, Disabled());
-}
-
 int PolicyHeaderImpl::GetCategoryCount() const {
     const std::lock_guard lock(Guard());
     return static_cast<int>(record.categories.size());
@@ -189,21 +83,35 @@ String_t PolicyHeaderImpl::GetCategory(int index) const {
 bool PolicyHeaderImpl::SetCategory(const String_t& category) {
     if (category.IsEmpty()) return false;
     const std::lock_guard lock(Guard());
-    auto& categories = record.categories;
-    if (std::find(categories.begin(), categories.end(), category) != categories.end()) return false;
-    categories.push_back(category);
+    if (!lookUps.IsNew(record.categories, category)) return false;
+    record.categories.push_back(category);
     return true;
 }
 
 bool PolicyHeaderImpl::RemoveCategory(const String_t& category) {
     if (category.IsEmpty()) return false;
     const std::lock_guard lock(Guard());
+    lookUps.Drop();
     return std::erase(record.categories, category) != 0;
+}
+
+bool PolicyHeaderImpl::RemoveCategories(const HashedTexts<String_t>& unwanted) {
+    if (unwanted.IsEmpty()) return false;
+    const std::lock_guard lock(Guard());
+    lookUps.Drop();
+    return std::erase_if(record.categories, [&](const String_t& text) { return unwanted.Has(text); }) != 0;
 }
 
 void PolicyHeaderImpl::RemoveAllCategories() {
     const std::lock_guard lock(Guard());
+    lookUps.Drop();
     record.categories.clear();
+}
+
+void PolicyHeaderImpl::ReplaceCategories(std::vector<String_t> categories) {
+    const std::lock_guard lock(Guard());
+    lookUps.Drop();
+    record.categories = std::move(categories);
 }
 
 int PolicyHeaderImpl::GetAttributesCount() const {
@@ -216,36 +124,57 @@ AttributePtr PolicyHeaderImpl::GetAttribute(int index) const {
     return At(record.attributes, index, msg::AttributeIndex);
 }
 
-std::size_t PolicyHeaderImpl::FindAttributeLocked(const String_t& name, const String_t& value) const {
-    const auto& list = record.attributes;
-    const auto isPair = [&](const AttributePtr& a) { return a->GetName() == name && a->GetValue() == value; };
-    return static_cast<std::size_t>(std::find_if(list.begin(), list.end(), isPair) - list.begin());
-}
-
 bool PolicyHeaderImpl::SetAttribute(const String_t& name, const String_t& value) {
     CheckAttribute(name);
-    const String_t trimmedName = String_t(name).Trim();
-    const String_t trimmedValue = String_t(value).Trim();
+    const TextPair trimmed(String_t(name).Trim(), String_t(value).Trim());
     const std::lock_guard lock(Guard());
-    if (FindAttributeLocked(trimmedName, trimmedValue) < record.attributes.size()) return false;
-    record.attributes.emplace_back(new PolicyAttributeImpl(trimmedName, trimmedValue));
-    if (trimmedName == "version_id" && record.versionId.IsEmpty()) record.versionId = trimmedValue.ToLower();
+    if (!lookUps.IsNew(record.attributes, trimmed)) return false;
+    record.attributes.emplace_back(new PolicyAttributeImpl(trimmed.first, trimmed.second));
+    TakeVersionIdLocked(*record.attributes.back());
     return true;
+}
+
+/// An attribute of this name supplies a version id that is missing.
+void PolicyHeaderImpl::TakeVersionIdLocked(const PolicyAttributeImpl& attribute) {
+    if (attribute.GetName() == "version_id" && record.versionId.IsEmpty()) {
+        record.versionId = attribute.GetValue().ToLower();
+    }
 }
 
 bool PolicyHeaderImpl::RemoveAttribute(const String_t& name, const String_t& value) {
     CheckAttribute(name);
     CheckAttribute(value);
     const std::lock_guard lock(Guard());
-    const std::size_t position = FindAttributeLocked(name, value);
-    if (position == record.attributes.size()) return false;
-    record.attributes.erase(record.attributes.begin() + static_cast<std::ptrdiff_t>(position));
-    return true;
+    lookUps.Drop();
+    const auto isPair = [&](const AttributePtr& a) { return a->GetName() == name && a->GetValue() == value; };
+    return std::erase_if(record.attributes, isPair) != 0;
+}
+
+void PolicyHeaderImpl::RemoveAttributes(const std::vector<TextPair>& pairs) {
+    for (const auto& [name, value] : pairs) {
+        CheckAttribute(name);
+        CheckAttribute(value);
+    }
+    if (pairs.empty()) return;
+    const HashedTexts<TextPair> unwanted(pairs);
+    const std::lock_guard lock(Guard());
+    lookUps.Drop();
+    std::erase_if(record.attributes, [&](const AttributePtr& a) {
+        return unwanted.Has({a->GetName(), a->GetValue()});
+    });
 }
 
 void PolicyHeaderImpl::RemoveAllAttributes() {
     const std::lock_guard lock(Guard());
+    lookUps.Drop();
     record.attributes.clear();
+}
+
+void PolicyHeaderImpl::ReplaceAttributes(std::vector<AttributePtr> attributes) {
+    const std::lock_guard lock(Guard());
+    lookUps.Drop();
+    record.attributes = std::move(attributes);
+    for (const AttributePtr& attribute : record.attributes) TakeVersionIdLocked(*attribute);
 }
 
 int PolicyHeaderImpl::GetDataFileCount() const {
@@ -354,6 +283,11 @@ CharArray_t PolicyHeaderImpl::GetRawCertificate() const {
     return certificate;
 }
 
+std::size_t PolicyHeaderImpl::GetRawCertificateLength() const {
+    const std::lock_guard lock(Guard());
+    return certificate.GetLength();
+}
+
 CharArray_t PolicyHeaderImpl::GetCertificate() const {
     return DecodeBase64(GetRawCertificate());
 }
@@ -361,6 +295,7 @@ CharArray_t PolicyHeaderImpl::GetCertificate() const {
 void PolicyHeaderImpl::Clear() {
     PolicyRecord empty;
     const std::lock_guard lock(Guard());
+    lookUps.Drop();
     empty.attributes.swap(record.attributes);
     record = std::move(empty);
     certificate = CharArray_t();
@@ -369,6 +304,7 @@ void PolicyHeaderImpl::Clear() {
 
 void PolicyHeaderImpl::Compact() {
     const std::lock_guard lock(Guard());
+    lookUps.Drop();
     record.dataFiles.shrink_to_fit();
     record.categories.shrink_to_fit();
     record.attributes.shrink_to_fit();

@@ -7,6 +7,8 @@
 #include <mutex>
 #include <vector>
 
+#include "EntryLookUps.h"
+#include "HashedTexts.h"
 #include "LumPalArray.h"
 #include "LumPalPtr.h"
 #include "LumPalRef.h"
@@ -42,6 +44,8 @@ struct PolicyKeys {
 /// The record of one policy. Every call is atomic by itself and any thread may make it: the fields are guarded by a
 /// mutex of a small pool that all headers share (chosen by address, a leaf: nothing else is locked inside).
 /// Who needs several fields of one moment takes a Snapshot.
+///
+/// Adding costs the same however many categories and attributes there are; Compact drops what that takes.
 class PolicyHeaderImpl final : public LumPalRef::RefCounted_t {
 public:
     /// Enabled, everything else empty.
@@ -87,7 +91,11 @@ public:
     bool SetCategory(const LumPalStr::String_t& category);
     /// @return whether the category was there; false for an empty text
     bool RemoveCategory(const LumPalStr::String_t& category);
+    /// Removes many in one walk. @return whether any was there
+    bool RemoveCategories(const HashedTexts<LumPalStr::String_t>& categories);
     void RemoveAllCategories();
+    /// In place of all that are there. @param categories  of another header, so that none is empty or there twice
+    void ReplaceCategories(std::vector<LumPalStr::String_t> categories);
 
     int GetAttributesCount() const;
     LumPalPtr::RefPtr_t<PolicyAttributeImpl> GetAttribute(int index) const;
@@ -95,7 +103,11 @@ public:
     /// Compared exactly, untrimmed. @return whether the pair was there
     /// @throws LumPalMsg::IllegalArgumentError_t 70, 71 for a bad name or a bad value
     bool RemoveAttribute(const LumPalStr::String_t& name, const LumPalStr::String_t& value);
+    /// Removes many, names and values, in one walk; after an error all are there as before.
+    void RemoveAttributes(const std::vector<TextPair>& pairs);
     void RemoveAllAttributes();
+    /// In place of all that are there, shared. @param attributes  of another header, so that none is there twice
+    void ReplaceAttributes(std::vector<LumPalPtr::RefPtr_t<PolicyAttributeImpl>> attributes);
 
     int GetDataFileCount() const;
     LumPalStr::String_t GetDataFile(int index) const;
@@ -124,6 +136,7 @@ public:
     /// Base64 text.
     void SetCertificate(const LumPalArray::CharArray_t& base64);
     LumPalArray::CharArray_t GetRawCertificate() const;
+    std::size_t GetRawCertificateLength() const;
     LumPalArray::CharArray_t GetCertificate() const;
 
     /// Set when a container takes the header: only then GetData may read.
@@ -132,19 +145,19 @@ public:
 
     /// Empties every field, the status too; the attributes stay (kept: the document reader relies on it).
     void Clear();
-    /// Gives back memory that growing lists hold in reserve.
+    /// Gives back memory that growing lists hold in reserve, and what look-ups have made: for a header that stays.
     void Compact();
 
 private:
     std::mutex& Guard() const noexcept;
     LumPalStr::String_t Get(LumPalStr::String_t PolicyRecord::*field) const;
     void Set(LumPalStr::String_t PolicyRecord::*field, const LumPalStr::String_t& text);
-    /// The attribute count when the pair is not there.
-    std::size_t FindAttributeLocked(const LumPalStr::String_t& name, const LumPalStr::String_t& value) const;
+    void TakeVersionIdLocked(const PolicyAttributeImpl& attribute);
 
     PolicyRecord record;
     LumPalArray::CharArray_t certificate;
     std::vector<LumPalArray::CharArray_t> signatures;
+    EntryLookUps lookUps;  ///< without an index between the operations on the policy
     std::atomic<bool> dataReadAllowed{false};
 };
 

@@ -5,6 +5,7 @@
 #include "Messages.h"
 #include "PolicyXmlHandler.h"
 #include "PolicyXmlParser.h"
+#include "StoreIndex.h"
 #include "StoreWalk.h"
 #include "Trace.h"
 
@@ -12,6 +13,18 @@ namespace LumConf {
 
 using LumPalIo::File_t;
 using LumPalStr::String_t;
+
+namespace {
+
+std::unique_ptr<const StoreIndex> MakeIndex(const std::vector<String_t>& ids) {
+    try {
+        return StoreIndex::MakeFor(ids);
+    } catch (const LumPalMsg::RuntimeException_t& e) {
+        throw Because<LumPalMsg::RuntimeException_t>(msg::CacheNotRead, e);
+    }
+}
+
+}  // namespace
 
 PolicyLoader::PolicyLoader(PolicyContainerImpl& target, const PolicyContainer::Options& options)
     : target(target), options(options) {}
@@ -26,9 +39,20 @@ int PolicyLoader::Load() {
     return count;
 }
 
+int PolicyLoader::LoadIds(PolicyContainerImpl& target, const std::vector<String_t>& ids) {
+    const std::unique_ptr<const StoreIndex> index = MakeIndex(ids);
+    int count = 0;
+    for (const String_t& id : ids) {
+        PolicyLoader loader(target, PolicyContainer::Options().SetPolicyId(id));
+        loader.index = index.get();
+        count += loader.Load();
+    }
+    return count;
+}
+
 void PolicyLoader::LoadEntries() {
     const std::vector<File_t> entries = ChooseEntries();
-    if (entries.empty())
+    if (entries.empty() && !index)
         LUMCONF_TRACE(trace::Policy, Make(msg::NoInstalledPolicyFiles).Format(LumPalMsg::Label | LumPalMsg::Text));
     for (const File_t& entry : entries) LoadEntry(entry);
 }
@@ -36,6 +60,7 @@ void PolicyLoader::LoadEntries() {
 std::vector<File_t> PolicyLoader::ChooseEntries() {
     const String_t& value = options.GetValue();
     if (options.GetKind() == Kind::TypeName) return StoreWalk::EntryOf(value);
+    if (options.GetKind() == Kind::Id && index) return index->EntriesOf(value);
     if (options.GetKind() != Kind::NameAndTypeName) return StoreWalk::AllEntries();
     const std::uint32_t equalsSign = value.Find("=");
     wantedName = value.Left(equalsSign);

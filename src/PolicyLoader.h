@@ -12,6 +12,8 @@
 
 namespace LumConf {
 
+class StoreIndex;
+
 /// One run of PolicyContainer::CheckPolicy. Used once, by one thread.
 class PolicyLoader {
 public:
@@ -20,6 +22,11 @@ public:
     /// @return the number of headers read
     /// @throws as PolicyContainer::CheckPolicy
     int Load();
+
+    /// Reads one id after another, as if each were the only one; ends at the first that cannot be read.
+    /// @param ids  in lower case. @return the number of headers read; of an id under two types both count
+    /// @throws as Load
+    static int LoadIds(PolicyContainerImpl& target, const std::vector<LumPalStr::String_t>& ids);
 
 private:
     using Kind = PolicyContainer::Options::Kind;
@@ -32,7 +39,8 @@ private:
 
     PolicyContainerImpl& target;
     const PolicyContainer::Options options;
-    LumPalStr::String_t wantedName;  ///< by name and type: the name
+    const StoreIndex* index = nullptr;  ///< by id: tells where to look; null: everywhere
+    LumPalStr::String_t wantedName;     ///< by name and type: the name
     LumPalMsg::MessageList_t failures;
     int count = 0;
 };

@@ -29,6 +29,7 @@ struct PolicyOperation::HeaderChange {
     void (NotifyStore::*queue)(const String_t& type, const String_t& id) = &NotifyStore::AddInstall;
     bool auditsSuccess = true;      ///< a line for each policy that was changed
     bool namesFailedPolicy = true;  ///< the line of a failure names the policy
+    bool repeats = true;            ///< what it does to a policy counts again when the selection gives it again
 };
 
 namespace {
@@ -61,6 +62,13 @@ NameAndValue SplitAttribute(const String_t& text) {
     // Kept: a text without "=" is both, as callers have always had it.
     if (at == LumPalStr::NotFound) return {text, text};
     return {text.Left(at), text.Mid(at + 1)};
+}
+
+/// @return whether any was new
+bool AddCategories(PolicyHeaderImpl& header, const std::vector<String_t>& categories) {
+    bool added = false;
+    for (const String_t& category : categories) added = header.SetCategory(category) || added;
+    return added;
 }
 
 bool HasCategories(const PolicyHeaderImpl& header) {
@@ -97,12 +105,19 @@ PolicyOperation::Ids PolicyOperation::Narrow(const Ids& ids, const Concerned& co
 bool PolicyOperation::ChangeHeaders(const String_t& originator, const Ids& selected, const Ids& ids,
                                     const HeaderChange& change, const PolicyForwarder::Options& options) {
     bool changed = false;
+    bool lastChanged = false;
+    const String_t* last = nullptr;
     for (const String_t& id : ids) {
         String_t name;
         try {
             const PolicyContainerImpl::HeaderPtr header = Cache()->GetPolicyHeader(id);
             name = header->GetName();
-            if (!ChangeHeader(*header, change)) continue;
+            // A selection by attribute gives a policy once for each of them: as many rewrites of a long document would
+            // hold up everybody, and the first has done it all.
+            const bool again = last && *last == id;
+            lastChanged = again ? lastChanged && change.repeats : ChangeHeader(*header, change);
+            last = &id;
+            if (!lastChanged) continue;
             changed = true;
             const String_t stored = header->GetContainerId();
             if (change.auditsSuccess) Audit(originator, name, stored, change.auditMode, true);
@@ -135,6 +150,7 @@ bool PolicyOperation::ChangeHeader(PolicyHeaderImpl& header, const HeaderChange&
         if (noted) unwritten.erase(id);
         throw;
     }
+    header.Compact();
     if (!changed) {
         if (noted) unwritten.erase(id);
         return false;
@@ -167,9 +183,12 @@ void PolicyOperation::WriteUnwritten(const String_t& originator, const Ids& ids,
                                      const PolicyForwarder::Options& options) {
     bool written = false;
     std::exception_ptr failure;
+    const String_t* last = nullptr;
     for (const String_t& id : ids) {
+        const bool again = last && *last == id;  // as in ChangeHeaders
+        last = &id;
         const auto found = unwritten.find(id);
-        if (found == unwritten.end()) continue;
+        if (again || found == unwritten.end()) continue;
         try {
             written = WriteAgain(originator, id, found->second) || written;
             unwritten.erase(found);
@@ -271,15 +290,14 @@ void PolicyOperation::ModifyCategory(const String_t& originator, const String_t&
         Raise<LumPalMsg::IllegalStateError_t>(msg::CategoryOperationNotPossible);
     }
     const Ids words = GetVectorFromString(categories);
+    const HashedTexts<String_t> unwanted(action == RemoveCategory ? words : Ids());
     const Ids selected = SelectFor(originator, selection, AuditLog::Category, msg::CategoryNoPolicyFiles, options);
     // Kept: one flag for the whole selection, so that all that follow the first change are rewritten and told.
     bool rewrite = false;
-    const HeaderChange change{AuditLog::Category, [&words, &rewrite, action](PolicyHeaderImpl& header) {
-                                  for (const String_t& word : words) {
-                                      const bool done = action == AddCategory ? header.SetCategory(word)
-                                                                              : header.RemoveCategory(word);
-                                      rewrite = rewrite || done;
-                                  }
+    const HeaderChange change{AuditLog::Category, [&words, &unwanted, &rewrite](PolicyHeaderImpl& header) {
+                                  const bool done = unwanted.IsEmpty() ? AddCategories(header, words)
+                                                                       : header.RemoveCategories(unwanted);
+                                  rewrite = rewrite || done;
                                   return rewrite;
                               }};
     if (ChangeHeaders(originator, selected, selected, change, options)) return;
@@ -321,6 +339,7 @@ void PolicyOperation::ModifyAttributes(const String_t& originator, const String_
                                                           : header.RemoveAttribute(pair.name, pair.value);
                         }};
     change.namesFailedPolicy = false;  // kept: the line of a failure is that of the whole operation
+    change.repeats = false;            // the second time the attribute is there, or gone
     if (ChangeHeaders(originator, selected, ids, change, options)) return;
     Audit(originator, AuditLog::Attribute, true);
     Raise<PolicyNotFoundError>(msg::AttributeModifyNoPolicyFiles);

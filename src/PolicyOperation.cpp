@@ -1,7 +1,6 @@
 #include "PolicyOperation.h"
 
 #include <algorithm>
-#include <set>
 #include <utility>
 
 #include "AuditLog.h"
@@ -72,11 +71,14 @@ void FreePlace(const LumPalIo::Folder_t& folder, const String_t& name) {
     Raise<PolicyFileException>(msg::UnpackedFileNotMade, folder.Path(name).GetAbsolutePath());
 }
 
-PolicyContainer Pick(const PolicyContainerImpl& from, const std::set<String_t>& ids) {
+// A policy that is given several times is there once, and one that is not there is left out.
+PolicyContainer Pick(const PolicyContainerImpl& from, const std::vector<String_t>& ids) {
     PolicyContainer picked;
-    for (int i = 0; i < from.GetCount(); ++i) {
-        const PolicyContainerImpl::HeaderPtr header = from.GetPolicyHeader(i);
-        if (ids.count(header->GetContainerId()) > 0) picked.Insert(header.Get());
+    picked.GetImpl()->Reserve(ids.size());
+    const PolicyHeaderImpl* last = nullptr;
+    for (const PolicyContainerImpl::HeaderPtr& header : from.FindAll(ids)) {
+        if (header && header.Get() != last) picked.Insert(header.Get());
+        last = header.Get();
     }
     return picked;
 }
@@ -168,9 +170,7 @@ void PolicyOperation::RequirePolicies(const String_t& originator, int auditMode)
 std::vector<String_t> PolicyOperation::SelectIds(const CachePtr& from, const Selection& selection) {
     SelectionContainer selected;
     selected.Init(PolicyContainer(from.Get()), selection);
-    std::vector<String_t> ids;
-    for (int i = 0; i < selected.GetCount(); ++i) ids.push_back(selected.GetId(i));
-    return ids;
+    return selected.TakeIds();
 }
 
 PolicyContainer PolicyOperation::GetPolicyContainer(const String_t& originator, const Selection& selection,
@@ -184,7 +184,7 @@ PolicyContainer PolicyOperation::GetPolicyContainer(const String_t& originator, 
         Audit(originator, AuditLog::List, true);  // kept: nothing found counts as a success in the audit log
         Raise<PolicyNotFoundError>(msg::ListNoPolicyFiles);
     }
-    const PolicyContainer result = Pick(*from, std::set<String_t>(ids.begin(), ids.end()));
+    const PolicyContainer result = Pick(*from, ids);
     Audit(originator, AuditLog::List, true);
     return result;
 }

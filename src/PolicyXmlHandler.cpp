@@ -116,14 +116,18 @@ void PolicyXmlHandler::EndElement(const String_t&, const String_t&, const String
     } else {
         const Row& row = document::RowOf(place);
         isField = row.kind == Kind::Field;
-        if (isField && row.set) EndField(row);
-        const Row::Step step = rewriting ? row.atRewriteEnd : row.atReadEnd;
-        if (step) (this->*step)();
+        if (copied || !rewriting) EndKnown(row);
         place = row.parent;
     }
     if (copied) CopyEnd(isField);
     leaf = false;
     text.Clear();
+}
+
+void PolicyXmlHandler::EndKnown(const Row& row) {
+    if (row.kind == Kind::Field && row.set) EndField(row);
+    const Row::Step step = mode == Mode::Rewriting ? row.atRewriteEnd : row.atReadEnd;
+    if (step) (this->*step)();
 }
 
 void PolicyXmlHandler::Characters(const char16_t* characters, std::uint32_t start, std::uint32_t length) {
@@ -203,10 +207,12 @@ void PolicyXmlHandler::ReadAttribute() {
 // Rewriting. An element at depth n stands on a line of its own behind n blanks.
 
 /// Whether the innermost open element goes to the output. What stands inside an element that is regenerated does
-/// not, so that the output stays well-formed whatever is found there.
+/// not, so that the output stays well-formed whatever is found there. A field that stands there too often does not
+/// either: an empty one would be the last, which wins.
 bool PolicyXmlHandler::IsCopied() const noexcept {
     if (place == Element::None) return true;
     const Kind kind = document::RowOf(place).kind;
+    if (kind == Kind::Field) return !IsOneTooMany(place);
     return kind != Kind::RegeneratedText && kind != Kind::RegeneratedGroup;
 }
 
@@ -278,6 +284,7 @@ void PolicyXmlHandler::CheckRoomForDataFiles() const {
 }
 
 void PolicyXmlHandler::RewriteCategories() {
+    if (IsOneTooMany(Element::Categories)) return;
     for (const String_t& category : source.categories) {
         WriteElement(depth + 2, names::TagCategory, category);
         newHeader->SetCategory(category);
@@ -285,6 +292,7 @@ void PolicyXmlHandler::RewriteCategories() {
 }
 
 void PolicyXmlHandler::RewriteAttributes() {
+    if (IsOneTooMany(Element::Attributes)) return;
     const int blanks = depth + 2;
     for (const auto& attribute : source.attributes) {
         WriteLineAndOpen(blanks, names::TagAttribute);
@@ -299,7 +307,7 @@ void PolicyXmlHandler::RewriteAttributes() {
 void PolicyXmlHandler::RewriteMissingLists() {
     ++depth;
     const auto rewrite = [this](Element element, const char* tag, Row::Step writeItems) {
-        if (GetCount(element) > 0) return;
+        if (GetCount(element) > 0 || IsOneTooMany(Element::Policy)) return;
         WriteLineAndOpen(depth + 1, tag);
         (this->*writeItems)();
         WriteLineAndClose(depth + 1);

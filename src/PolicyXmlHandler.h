@@ -20,7 +20,8 @@ namespace LumConf {
 ///
 /// Reading builds a header. Rewriting streams the document to a writer, with the values of a source header in place
 /// of the document's, and keeps elements that it does not know (their attributes and comments are dropped). A known
-/// tag counts only at its place in the document; everywhere else it is an unknown one.
+/// tag counts only at its place in the document; everywhere else it is an unknown one. Of a value or a list that stands
+/// there more than kMostRepeats times the further elements are left out, or come out empty.
 /// Used by one thread, for one document after another.
 class PolicyXmlHandler final : public LumPalXml::SAX::DefaultHandler_t {
 public:
@@ -60,15 +61,21 @@ private:
     enum class Mode { NotInitialized = 0, Reading = 1, Rewriting = 2 };
     using Element = document::Element;
 
+    /// Elements of one kind that a rewrite fills with the source's value, or its list. Every one of very many would
+    /// make a document as long as their number times the value.
+    static constexpr int kMostRepeats = 16;
+
     void Reset();
     LumPalStr::String_t Text() const { return text.Get(); }
     bool IsInsideUnknown() const noexcept { return unknownDepth != 0; }
     bool IsCopied() const noexcept;
+    bool IsOneTooMany(Element element) const { return GetCount(element) > kMostRepeats; }
     bool IsTextWanted() const noexcept;
     void TestNamespace(const LumPalStr::String_t& uri) const;
     void TestRequiredElements();
 
     // Reading: what the end tags of the table do.
+    void EndKnown(const document::Row& row);
     void EndField(const document::Row& row);
     void ReadFileName();
     void ReadEncoding();

@@ -141,4 +141,10 @@ String_t SelectionContainer::GetId(int index) const {
     return ids[static_cast<std::size_t>(index)];
 }
 
+std::vector<String_t> SelectionContainer::TakeIds() {
+    if (!initialized) Raise<LumPalMsg::IllegalStateError_t>(msg::SelectionNotInitialized);
+    initialized = false;
+    return std::exchange(ids, {});
+}
+
 }  // namespace LumConf

@@ -18,12 +18,20 @@ bool IsWhiteSpace(char16_t unit) {
 
 std::vector<String_t> GetVectorFromString(const String_t& text) {
     std::vector<String_t> words;
-    String_t trimmed = text;
-    trimmed.Trim();
-    std::u16string_view rest = trimmed.View();
+    for (const std::u16string_view word : GetViewsFromString(text)) {
+        words.emplace_back(word.data(), static_cast<std::uint32_t>(word.size()));
+    }
+    return words;
+}
+
+std::vector<std::u16string_view> GetViewsFromString(const String_t& text) {
+    std::vector<std::u16string_view> words;
+    std::u16string_view rest = text.View();
+    while (!rest.empty() && IsWhiteSpace(rest.front())) rest.remove_prefix(1);
+    while (!rest.empty() && IsWhiteSpace(rest.back())) rest.remove_suffix(1);
     while (!rest.empty()) {
-        std::size_t blank = std::min(rest.find(u' '), rest.size());
-        words.emplace_back(rest.data(), static_cast<std::uint32_t>(blank));
+        const std::size_t blank = std::min(rest.find(u' '), rest.size());
+        words.push_back(rest.substr(0, blank));
         rest.remove_prefix(blank);
         while (!rest.empty() && IsWhiteSpace(rest.front())) rest.remove_prefix(1);
     }

@@ -24,6 +24,9 @@ public:
     int GetCount() const;
     /// @throws LumPalMsg::IllegalStateError_t 68 before Init and for an index that is not there
     LumPalStr::String_t GetId(int index) const;
+    /// Hands over all of them; as before Init afterwards.
+    /// @throws LumPalMsg::IllegalStateError_t 68 before Init
+    std::vector<LumPalStr::String_t> TakeIds();
 
 private:
     std::vector<LumPalStr::String_t> ids;

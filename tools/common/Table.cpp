@@ -9,6 +9,8 @@ namespace lumtools {
 namespace {
 
 constexpr int kGap = 2;
+/// A longer cell stands out of its column: as many blanks in every other line would fill a screen, or the memory.
+constexpr int kWidestColumn = 100;
 
 /// The next code point, and the position behind it. The text is valid UTF-8: it comes from a String_t.
 std::uint32_t Next(const std::string& utf8, std::size_t& at) {
@@ -75,13 +77,16 @@ void Table::Add(std::vector<std::string> row) {
 void Table::Print(std::ostream& out) const {
     std::vector<int> widths(rows.front().size());
     for (const auto& row : rows) {
-        for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], DisplayWidth(row[i]));
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            const int width = DisplayWidth(row[i]);
+            if (width <= kWidestColumn) widths[i] = std::max(widths[i], width);
+        }
     }
     for (const auto& row : rows) {
         std::string line;
         for (std::size_t i = 0; i < row.size(); ++i) {
             line += row[i];
-            if (i + 1 < row.size()) line.append(widths[i] - DisplayWidth(row[i]) + kGap, ' ');
+            if (i + 1 < row.size()) line.append(std::max(widths[i] - DisplayWidth(row[i]), 0) + kGap, ' ');
         }
         line.erase(line.find_last_not_of(' ') + 1);
         out << line << "\n";

@@ -1,5 +1,6 @@
 // The commands that change selected policies. Each is a row of one table.
-#include <algorithm>
+#include <set>
+#include <sstream>
 
 #include "PolicyForwarder.h"
 #include "common/Arguments.h"
@@ -32,23 +33,28 @@ std::string Trimmed(const std::string& text) {
     return String_t(Text(text)).Trim().ToUtf8();
 }
 
-/// As a node does it: blanks part words, other white space does not.
+/// Takes white space off the front alone.
+std::string WithoutLead(const std::string& text) {
+    std::string trimmed = Trimmed(text + "|");
+    trimmed.pop_back();
+    return trimmed;
+}
+
+/// As a node does it: blanks part words, other white space does not, but a word begins with none.
 std::vector<std::string> WordsOf(const std::string& text) {
     std::vector<std::string> words;
-    std::string rest = Trimmed(text);
-    while (!rest.empty()) {
-        const std::size_t blank = std::min(rest.find(' '), rest.size());
-        words.push_back(rest.substr(0, blank));
-        rest = Trimmed(rest.substr(blank));
+    std::istringstream pieces(Trimmed(text));
+    for (std::string piece; std::getline(pieces, piece, ' ');) {
+        const std::string word = WithoutLead(piece);
+        if (!word.empty()) words.push_back(word);
     }
     return words;
 }
 
-bool HasCategory(const PolicyHeader& header, const std::string& category) {
-    for (int i = 0; i < header.GetCategoryCount(); ++i) {
-        if (header.GetCategory(i).ToUtf8() == category) return true;
-    }
-    return false;
+std::set<std::string> CategorySet(const PolicyHeader& header) {
+    std::set<std::string> categories;
+    for (int i = 0; i < header.GetCategoryCount(); ++i) categories.insert(header.GetCategory(i).ToUtf8());
+    return categories;
 }
 
 bool HasAttribute(const PolicyHeader& header, const std::string& pair) {
@@ -62,9 +68,10 @@ bool HasAttribute(const PolicyHeader& header, const std::string& pair) {
 
 /// Those of the words that the policy has, or has not.
 std::string Matching(const PolicyHeader& header, const std::string& words, bool wanted) {
+    const std::set<std::string> categories = CategorySet(header);
     std::string matching;
     for (const std::string& word : WordsOf(words)) {
-        if (HasCategory(header, word) == wanted) matching += (matching.empty() ? "" : " ") + word;
+        if ((categories.count(word) > 0) == wanted) matching += (matching.empty() ? "" : " ") + word;
     }
     return matching;
 }

@@ -1,4 +1,5 @@
 // The commands that read: list and show.
+#include "Exceptions.h"
 #include "LumPalIo.h"
 #include "PolicyForwarder.h"
 #include "common/Lazy.h"
@@ -66,10 +67,30 @@ struct StoredPart {
     ordered_json fields;
 };
 
-StoredPart ReadStored(const PolicyHeader& listed) {
+/// The listed policies in the node's own store, as far as they can be read. All are looked for at once: one after
+/// another would be a look into each type's folder for each of them.
+PolicyContainer FindStored(const PolicyContainer& listed) {
+    LumPalStr::String_t ids;
+    for (int i = 0; i < listed.GetCount(); ++i) {
+        if (i > 0) ids += " ";
+        ids += listed.GetPolicyHeader(i).GetContainerId();
+    }
     const PolicyContainer store;
-    store.CheckPolicy(PolicyContainer::Options().SetPolicyId(listed.GetContainerId()));
-    const PolicyHeader header = store.GetPolicyHeader(listed.GetContainerId());
+    lumtools::Attempt([&] { store.CheckPolicy(ids); });
+    return store;
+}
+
+PolicyHeader ReadHeader(const PolicyContainer& store, const LumPalStr::String_t& id) {
+    try {
+        return store.GetPolicyHeader(id);
+    } catch (const LumConf::PolicyNotFoundError&) {
+        store.CheckPolicy(PolicyContainer::Options().SetPolicyId(id));
+        return store.GetPolicyHeader(id);
+    }
+}
+
+StoredPart ReadStored(const PolicyContainer& store, const PolicyHeader& listed) {
+    const PolicyHeader header = ReadHeader(store, listed.GetContainerId());
     StoredPart part;
     part.fields["version_id"] = header.GetVersionId().ToUtf8();
     part.fields["signer"] = ToJson(LumConf::PolicySigner::Of(header));
@@ -89,12 +110,13 @@ public:
     explicit ShowPolicies(CLI::App& command) : Query(command, SelectionOptions::Demand::Yes) {}
 
 private:
-    void ShowOne(const PolicyHeader& header, const std::string& host, Answer& answer) const {
+    /// @param store  null on another node than this one
+    static void ShowOne(const PolicyHeader& header, const PolicyContainer* store, Answer& answer) {
         ordered_json fields = ToJson(header);
         answer.text += (answer.text.empty() ? "" : "\n") + FieldsOf(header);
-        if (host == "localhost") {
+        if (store) {
             const auto read = lumtools::Attempt([&] {
-                const StoredPart part = ReadStored(header);
+                const StoredPart part = ReadStored(*store, header);
                 fields.update(part.fields);
                 answer.text += part.text;
             });
@@ -105,7 +127,11 @@ private:
 
     void Show(const PolicyContainer& policies, const std::string& host, Answer& answer) const override {
         answer.fields["policies"] = ordered_json::array();
-        for (int i = 0; i < policies.GetCount(); ++i) ShowOne(policies.GetPolicyHeader(i), host, answer);
+        const bool isHere = host == "localhost";
+        const PolicyContainer store = isHere ? FindStored(policies) : PolicyContainer();
+        for (int i = 0; i < policies.GetCount(); ++i) {
+            ShowOne(policies.GetPolicyHeader(i), isHere ? &store : nullptr, answer);
+        }
     }
 };
 

@@ -6,6 +6,7 @@
 #include "Exceptions.h"
 #include "PolicyContainerImpl.h"
 #include "PolicyDocs.h"
+#include "Tenfold.h"
 
 namespace {
 
@@ -263,6 +264,84 @@ TEST(PolicyContainerOptions, EachSetterFoldsItsValueAndReplacesTheKind) {
     EXPECT_EQ(options.SetAllPolicies().GetKind(), Options::Kind::All);
     EXPECT_EQ(options.GetValue(), "");
     EXPECT_EQ(copy.GetValue(), "name=type");
+}
+
+TEST(PolicyContainer, TheOnlyPolicyOfATypeIsFoundByItsType) {
+    const PolicyContainer container;
+    const auto only = [&](const char* type) { return container.GetImpl()->OnlyIdOfType(type).ToUtf8(); };
+    EXPECT_EQ(only("t"), "");
+    Insert(container, "a", "n", "t");
+    Insert(container, "z", "n", "u");
+    EXPECT_EQ(only("t"), "a");
+    EXPECT_EQ(only("u"), "z");
+    EXPECT_EQ(only(""), "");
+    Insert(container, "b", "m", "t");
+    EXPECT_EQ(only("t"), "") << "there are two";
+    container.Remove("a");
+    EXPECT_EQ(only("t"), "b");
+    Insert(container, "b", "m", "t");
+    EXPECT_EQ(only("t"), "b") << "replaced by one of the same id";
+    Insert(container, "c", "m", "t");
+    EXPECT_EQ(only("t"), "c") << "replaced by one of the same name";
+    Insert(container, "c", "m", "other");
+    EXPECT_EQ(only("t"), "") << "now of another type";
+    EXPECT_EQ(only("other"), "c");
+    container.Remove("c");
+    EXPECT_EQ(only("other"), "");
+}
+
+TEST(PolicyContainer, WhichOneIsLeftOfSeveralOfATypeMayNotBeKnownButIsNeverWrong) {
+    const PolicyContainer container;
+    for (const char* id : {"a", "b", "c"}) Insert(container, id, id, "t");
+    container.Remove("b c");
+    const std::string only = container.GetImpl()->OnlyIdOfType("t").ToUtf8();
+    EXPECT_TRUE(only.empty() || only == "a") << only;
+}
+
+TEST(PolicyContainer, ManyIdsAreFoundInAnyOrderAndAsOftenAsTheyAreGiven) {
+    const PolicyContainer container;
+    std::vector<PolicyHeader> headers;
+    for (const char* id : {"a", "b", "c", "d"}) headers.push_back(Insert(container, id, id, "t"));
+    const auto found = container.GetImpl()->FindAll({"c", "d", "none", "a", "a", "b", "c", "D", "", "d"});
+    std::string ids;
+    for (const auto& header : found) ids += header ? header->GetContainerId().ToUtf8() : "-";
+    EXPECT_EQ(ids, "cd-aabc--d");
+}
+
+TEST(PolicyContainer, ManyIdsAreChangedAndRemovedWhateverTheirOrder) {
+    const PolicyContainer container;
+    for (int i = 0; i < 100; ++i) {
+        const std::string id = "p" + std::to_string(i);
+        Insert(container, id.c_str(), id.c_str(), "t");
+    }
+    EXPECT_EQ(IdRaised<PolicyNotFoundError>([&] { container.Disable("P9 p8 none p99 p8 p10 p11"); }), 60u);
+    for (const char* id : {"p8", "p9", "p10", "p11", "p99"}) EXPECT_TRUE(container.GetPolicyHeader(id).IsDisabled());
+    EXPECT_TRUE(container.GetPolicyHeader("p12").IsEnabled());
+    EXPECT_EQ(IdRaised<PolicyNotFoundError>([&] { container.Remove("p1 p10 p11 p10 p99 p5 p50 p51 P52"); }), 61u);
+    EXPECT_EQ(container.GetCount(), 92);
+    EXPECT_THROW(container.GetPolicyHeader("p51", "t"), PolicyNotFoundError);
+    EXPECT_EQ(container.GetPolicyHeader("p53", "t").GetContainerId(), "p53");
+}
+
+TEST(PolicyContainer, AFileThatIsAskedForOverAndOverCostsNoMoreThanOnce) {
+    EXPECT_LT(TenfoldRatio(300,
+                           [](int count) {
+                               const PolicyContainer container;
+                               for (int i = 0; i < count; ++i) {
+                                   const PolicyHeader header;
+                                   header.SetContainerId(String_t::FromUtf8("p" + std::to_string(i)));
+                                   header.SetName(header.GetContainerId());
+                                   header.SetDataFile("x");
+                                   container.Insert(header.GetImpl());
+                               }
+                               const std::vector<String_t> files(static_cast<std::size_t>(count), "x");
+                               int found = 0;
+                               const double seconds =
+                                   ProcessorSeconds([&] { found = container.GetImpl()->Naming(files)->GetCount(); });
+                               EXPECT_EQ(found, count);
+                               return seconds;
+                           }),
+              kMostForTenfold);
 }
 
 }  // namespace

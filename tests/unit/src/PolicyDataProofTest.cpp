@@ -137,6 +137,11 @@ protected:
         return {
             {"no Base64", "certificate", {33, 20, 0}, "decoding the policy certificate.", certificate("!!!!")},
             {"cut Base64", "certificate", {33, 20, 0}, "decoding the policy certificate.", certificate("AAA")},
+            {"far too long",
+             "certificate",
+             {33, 20, 0},
+             "'70000' bytes of Base64 text, and at most '65536' are read.",
+             certificate(std::string(70000, 'A'))},
             {"no DER", "certificate", {33, 21, 0, 0}, "converting the policy certificate", certificate("Y2VydA==")},
             {"no certificate", "certificate", {33, 21, 0, 0}, "converting the policy certificate", certificate("")},
             {"ended",

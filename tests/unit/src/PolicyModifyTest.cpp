@@ -2,9 +2,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <functional>
+#include <string_view>
 
 #include "Exceptions.h"
+#include "LumPalFault.h"
 #include "PolicyNode.h"
 #include "Raised.h"
 
@@ -360,6 +363,81 @@ TEST_F(PolicyModifyTest, AnAttributeIsRemovedFromThosePoliciesThatHaveSome) {
     EXPECT_THAT(Queued(), ElementsAre("CHECK_POLICY:files b"));
     EXPECT_EQ(node.Audited("Success Audit: MODIFY: Policy attribute modified successfully."), 2);
 }
+
+/// Counts the rewrites of documents, each of which takes its place by a rename.
+class Renames {
+public:
+    Renames() {
+        count = 0;
+        LumPalIo::SetFaultHookForTest([](const char* operation, const char*) {
+            if (std::string_view(operation) == "rename") ++count;
+            return false;
+        });
+    }
+    ~Renames() { LumPalIo::SetFaultHookForTest(nullptr); }
+    int Get() const { return count; }
+
+private:
+    static inline std::atomic<int> count;
+};
+
+struct RepeatedRow {
+    const char* what;
+    std::function<void(PolicyOperation&, const Selection&, const Options&)> change;
+    const char* line;
+    int audited;  ///< lines for a policy that the selection gives three times
+};
+
+class PolicyModifyRepeated : public PolicyModifyTest, public testing::WithParamInterface<RepeatedRow> {};
+
+TEST_P(PolicyModifyRepeated, APolicyThatASelectionGivesSeveralTimesIsRewrittenOnce) {
+    TestPolicy a = Policy("a"), b = Policy("b");
+    a.attributes = b.attributes = {{"group", "1"}, {"group", "2"}, {"other", "1"}, {"group", "3"}};
+    a.categories = b.categories = {"net"};
+    Install(a);
+    Install(b);
+    const Renames renames;
+    GetParam().change(node.Operation(), Selection().SetPolicyAttribute("group"), quiet);
+    EXPECT_EQ(renames.Get(), 2) << GetParam().what;
+    EXPECT_EQ(node.Audited(std::string("Success Audit:") + GetParam().line), 2 * GetParam().audited);
+    EXPECT_EQ(Queued().size(), 1u);
+}
+
+const RepeatedRow kRepeated[] = {
+    {"Status",
+     [](PolicyOperation& o, const Selection& s, const Options& q) { o.SetStatus("t", s, PolicyOperation::Disable, q); },
+     " DISABLE: Policy (name", 3},
+    {"Owner", [](PolicyOperation& o, const Selection& s, const Options& q) { o.SetOwner("t", "me", s, q); },
+     " MODIFY: Policy (name", 0},
+    {"AddCategory",
+     [](PolicyOperation& o, const Selection& s, const Options& q) {
+         o.ModifyCategory("t", "disk", s, q, PolicyOperation::AddCategory);
+     },
+     " MODIFY: Policy (name", 3},
+    {"RemoveCategory",
+     [](PolicyOperation& o, const Selection& s, const Options& q) {
+         o.ModifyCategory("t", "net", s, q, PolicyOperation::RemoveCategory);
+     },
+     " MODIFY: Policy (name", 3},
+    {"AllCategories",
+     [](PolicyOperation& o, const Selection& s, const Options& q) { o.RemoveAllCategories("t", s, q); },
+     " MODIFY: Policy (name", 3},
+    {"AddAttribute",
+     [](PolicyOperation& o, const Selection& s, const Options& q) {
+         o.ModifyAttributes("t", "k=v", s, q, PolicyOperation::AddAttribute);
+     },
+     " MODIFY: Policy (name", 1},
+    {"RemoveAttribute",
+     [](PolicyOperation& o, const Selection& s, const Options& q) {
+         o.ModifyAttributes("t", "group=2", s, q, PolicyOperation::RemoveAttribute);
+     },
+     " MODIFY: Policy (name", 1},
+    {"AllAttributes",
+     [](PolicyOperation& o, const Selection& s, const Options& q) { o.RemoveAllAttributes("t", s, q); },
+     " MODIFY: Policy (name", 3},
+};
+INSTANTIATE_TEST_SUITE_P(Rows, PolicyModifyRepeated, testing::ValuesIn(kRepeated),
+                         [](const auto& row) { return std::string(row.param.what); });
 
 TEST_F(PolicyModifyTest, ABadAttributeIsRefusedAndAuditedAsAFailure) {
     Install({"a"});

@@ -138,4 +138,15 @@ TEST(SelectionContainer, InitReplacesWhatWasPicked) {
     EXPECT_EQ(picked.GetCount(), 0);
 }
 
+TEST(SelectionContainer, AllIdsAreHandedOverOnce) {
+    const PolicyContainer container;
+    for (const char* id : {"b", "a"}) container.Insert(MakeHeader(id, id, "t", "o").GetImpl());
+    SelectionContainer selected;
+    EXPECT_RAISES(selected.TakeIds(), IllegalStateError_t, 68);
+    selected.Init(container, Selection());
+    EXPECT_EQ(selected.TakeIds(), (std::vector<String_t>{"a", "b"}));
+    EXPECT_RAISES(selected.TakeIds(), IllegalStateError_t, 68);
+    EXPECT_RAISES(selected.GetCount(), IllegalStateError_t, 68);
+}
+
 }  // namespace

@@ -44,6 +44,21 @@ TEST(StringList, ALongListIsSplitWhole) {
     EXPECT_EQ(words.back(), "49999");
 }
 
+TEST(StringList, PartsOfTheTextAreTheSameWords) {
+    for (const char* utf8 :
+         {"", "  ", "\t", "one", " one  two ", "a\tb c", "a \t b", "a\t b", "\xC2\xA0 x \xE3\x80\x80 y\xE2\x80\x83",
+          "\xE3\x80\x80", "x \xE3\x80\x80", "\xF0\x9F\x90\xA7 \xC3\xBC"}) {
+        const String_t text = String_t::FromUtf8(utf8);
+        Words words;
+        for (const std::u16string_view word : GetViewsFromString(text)) {
+            EXPECT_GE(word.data(), text.View().data());
+            words.emplace_back(word.data(), static_cast<std::uint32_t>(word.size()));
+        }
+        EXPECT_EQ(words, GetVectorFromString(text)) << utf8;
+        for (const String_t& word : words) EXPECT_EQ(String_t(word).Trim().IsEmpty(), false) << utf8;
+    }
+}
+
 TEST(StringList, JoiningPutsOneBlankBetweenWords) {
     EXPECT_EQ(JoinWithBlanks({}), "");
     EXPECT_EQ(JoinWithBlanks({"a"}), "a");
