@@ -2,6 +2,7 @@
 /// The reference for being told of a change: a file that takes its place, and a thread that the system wakes for it.
 #pragma once
 
+#include <atomic>
 #include <semaphore>
 #include <string>
 #include <thread>
@@ -27,7 +28,7 @@ private:
     FileWork files;
     int watch;
     std::counting_semaphore<> seen{0};
-    bool stop = false;  ///< passed on by the file system: the last change comes after it is set
+    std::atomic<bool> stop = false;  ///< the last change comes after it is set
     std::thread thread;
 };
 

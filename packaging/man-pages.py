@@ -6,9 +6,9 @@ usage: packaging/man-pages.py [FOLDER]
 Each section of the page is a program. Its first indented block is the synopsis, its tables are commands, options and
 exit codes by the heading of their first column; a paragraph that ends in a colon belongs to what follows it.
 """
+import argparse
 import pathlib
 import re
-import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 HEADINGS = {"Command": "COMMANDS", "Option": "OPTIONS", "Ends with": "EXIT STATUS"}
@@ -131,7 +131,9 @@ def pages():
 
 
 def main():
-    folder = pathlib.Path(sys.argv[1]) if len(sys.argv) > 1 else ROOT / "packaging/man"
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("folder", nargs="?", type=pathlib.Path, default=ROOT / "packaging/man")
+    folder = parser.parse_args().folder
     folder.mkdir(parents=True, exist_ok=True)
     for name, text in pages().items():
         (folder / name).write_text(text, encoding="utf-8")

@@ -18,6 +18,7 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 SUITE_TIMEOUT_S = 600
 SANITIZER_SLOWNESS = 4
+BUILD_TIMEOUT_S = 4 * 3600
 
 
 class Result:
@@ -111,6 +112,78 @@ def run_guided(program, seconds, env, timeout):
         return run_single(f"guided_{program.name}", command, env, timeout)
 
 
+def programs(folder, *patterns):
+    found = sorted(path for pattern in patterns for path in folder.glob(pattern))
+    return [path for path in found if path.is_file() and os.access(path, os.X_OK)]
+
+
+def project_suites():
+    return [(script.stem, run_single, (script.stem, ["/usr/bin/python3", "-B", str(script)]))
+            for script in sorted((ROOT / "tests/project").glob("check_*.py"))]
+
+
+def build_suites(build, trial_seconds):
+    """What runs with the programs of one build. The unit tests are many and short; the system tests use both cores by
+    themselves."""
+    for program in programs(build / "tests", "unit_*", "trial_*"):
+        yield program.name, run_unit, (program,)
+    for program in programs(build / "tests", "fuzz_*"):
+        yield program.name, run_single, (program.name, [str(program), str(trial_seconds), str(corpus_of(program))])
+    for script in sorted((ROOT / "tests/system").glob("test_*.py")):
+        yield script.stem, run_system, (script,)
+
+
+def guided_suites(build, trial_seconds):
+    for program in programs(build / "tests", "fuzz_*"):
+        yield f"guided_{program.name}", run_guided, (program, trial_seconds)
+
+
+def show(label, result, seconds):
+    counts = f"{result.passed} passed" + (f", {result.failed} FAILED" if result.failed else "") + \
+        (f", {result.skipped} skipped" if result.skipped else "")
+    print(f"{label + result.name:28} {counts} ({seconds:.1f} s)", flush=True)
+    if result.failed:
+        print("    " + result.output.rstrip().replace("\n", "\n    "), flush=True)
+
+
+def run_suites(suites, build, options, label=""):
+    """Runs them two at a time; returns their results."""
+    slow = SANITIZER_SLOWNESS if is_sanitized(build) else 1
+    env = dict(os.environ, LUM_BUILD=str(build), LUM_TRIAL_SECONDS=str(options.trial_seconds),
+               LUM_LONG="1" if options.long else "", LUM_SLOWNESS=str(slow), PYTHONDONTWRITEBYTECODE="1")
+    env.pop("LUM_ROOT", None)
+    timeout = slow * SUITE_TIMEOUT_S + 20 * options.trial_seconds
+
+    def timed(function, arguments):
+        begin = time.monotonic()
+        with SanitizerReports() as reports:
+            result = function(*arguments, dict(env, **reports.environment()), timeout)
+            reports.add_to(result)
+        return result, time.monotonic() - begin
+
+    results = []
+    with concurrent.futures.ThreadPoolExecutor(2) as pool:
+        started = [pool.submit(timed, function, arguments) for name, function, arguments in suites
+                   if options.only in name]
+        for future in concurrent.futures.as_completed(started):
+            result, seconds = future.result()
+            results.append(result)
+            show(label, result, seconds)
+    return results
+
+
+def run_build(preset, options):
+    """Builds a preset and runs everything with it; a build that fails is one failure."""
+    print(f"building ({preset}) ...", flush=True)
+    code, output = run([str(ROOT / "scripts/build"), preset], dict(os.environ), BUILD_TIMEOUT_S)
+    if code != 0:
+        failed = Result(f"build_{preset}", failed=1, output=output)
+        show("", failed, 0)
+        return [failed]
+    build = ROOT / "build" / preset
+    return run_suites(build_suites(build, options.trial_seconds), build, options, f"{preset}: ")
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--build", required=True, type=pathlib.Path)
@@ -118,55 +191,17 @@ def main():
     parser.add_argument("--long", action="store_true")
     parser.add_argument("--only", default="")
     parser.add_argument("--fuzz-build", type=pathlib.Path, help="where fuzz targets are that libFuzzer drives")
+    parser.add_argument("--then", action="append", default=[], metavar="PRESET",
+                        help="build this one afterwards, and run everything with it too")
     options = parser.parse_args()
     build = options.build.resolve()
 
-    slow = SANITIZER_SLOWNESS if is_sanitized(build) else 1
-    env = dict(os.environ, LUM_BUILD=str(build), LUM_TRIAL_SECONDS=str(options.trial_seconds),
-               LUM_LONG="1" if options.long else "", LUM_SLOWNESS=str(slow), PYTHONDONTWRITEBYTECODE="1")
-    env.pop("LUM_ROOT", None)
-    timeout = slow * SUITE_TIMEOUT_S + 20 * options.trial_seconds
-
-    suites = []
-    for script in sorted((ROOT / "tests/project").glob("check_*.py")):
-        suites.append((script.stem, run_single, (script.stem, ["/usr/bin/python3", "-B", str(script)])))
-    # The unit tests are many and short; the system tests use both cores by themselves.
-    for program in sorted([*(build / "tests").glob("unit_*"), *(build / "tests").glob("trial_*")]):
-        if os.access(program, os.X_OK) and program.is_file():
-            suites.append((program.name, run_unit, (program,)))
-    for program in sorted((build / "tests").glob("fuzz_*")):
-        if os.access(program, os.X_OK) and program.is_file():
-            suites.append((program.name, run_single,
-                           (program.name, [str(program), str(options.trial_seconds), str(corpus_of(program))])))
+    suites = [*project_suites(), *build_suites(build, options.trial_seconds)]
     if options.fuzz_build:
-        for program in sorted((options.fuzz_build.resolve() / "tests").glob("fuzz_*")):
-            if os.access(program, os.X_OK) and program.is_file():
-                suites.append((f"guided_{program.name}", run_guided, (program, options.trial_seconds)))
-    for script in sorted((ROOT / "tests/system").glob("test_*.py")):
-        suites.append((script.stem, run_system, (script,)))
-    suites = [suite for suite in suites if options.only in suite[0]]
-
-    results = []
-    with concurrent.futures.ThreadPoolExecutor(2) as pool:
-        started = {}
-
-        def timed(function, arguments):
-            begin = time.monotonic()
-            with SanitizerReports() as reports:
-                result = function(*arguments, dict(env, **reports.environment()), timeout)
-                reports.add_to(result)
-            return result, time.monotonic() - begin
-
-        for name, function, arguments in suites:
-            started[pool.submit(timed, function, arguments)] = name
-        for future in concurrent.futures.as_completed(started):
-            result, seconds = future.result()
-            results.append(result)
-            counts = f"{result.passed} passed" + (f", {result.failed} FAILED" if result.failed else "") + \
-                (f", {result.skipped} skipped" if result.skipped else "")
-            print(f"{result.name:28} {counts} ({seconds:.1f} s)", flush=True)
-            if result.failed:
-                print("    " + result.output.rstrip().replace("\n", "\n    "), flush=True)
+        suites += guided_suites(options.fuzz_build.resolve(), options.trial_seconds)
+    results = run_suites(suites, build, options)
+    for preset in options.then:
+        results += run_build(preset, options)
 
     passed, failed, skipped = (sum(getattr(result, field) for result in results)
                                for field in ("passed", "failed", "skipped"))

@@ -2,6 +2,7 @@
 /// Lets file operations fail by their number.
 #pragma once
 
+#include <atomic>
 #include <cerrno>
 #include <filesystem>
 #include <functional>
@@ -27,8 +28,9 @@ public:
     /// another
     ///                  file system. Such renames do not count
     explicit Faults(int nth, FaultMode mode = FaultMode::Once, bool apart = false)
-        : nth(nth), mode(mode), apart(apart), thread(std::this_thread::get_id()) {
+        : nth(nth), mode(mode), apart(apart) {
         current = this;
+        thread = std::this_thread::get_id();
         LumPalIo::SetFaultHookForTest(Hook);
     }
     ~Faults() { Stop(); }
@@ -36,6 +38,7 @@ public:
     Faults& operator=(const Faults&) = delete;
     void Stop() {
         LumPalIo::SetFaultHookForTest(nullptr);
+        thread = std::thread::id();
         current = nullptr;
     }
 
@@ -52,7 +55,7 @@ public:
 
 private:
     static bool Hook(const char* operation, const char* path) {
-        return current && std::this_thread::get_id() == current->thread && current->Fails(operation, path);
+        return std::this_thread::get_id() == thread && current->Fails(operation, path);
     }
     static bool NeedsRoom(std::string_view operation) {
         return operation == "open" || operation == "write" || operation == "mkdir" || operation == "fsync" ||
@@ -74,11 +77,11 @@ private:
         return true;
     }
 
-    inline static Faults* current = nullptr;
+    inline static std::atomic<std::thread::id> thread;  ///< whose operations fail; other threads ask too
+    inline static Faults* current = nullptr;            ///< of that thread alone
     const int nth;
     const FaultMode mode;
     const bool apart;
-    const std::thread::id thread;
     std::vector<std::string> asked;
     std::string failed;
     std::size_t before = static_cast<std::size_t>(-1);  ///< operations before the first that failed

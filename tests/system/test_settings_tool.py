@@ -4,7 +4,6 @@ import contextlib
 import json
 import os
 import pty
-import resource
 import subprocess
 import unittest
 
@@ -267,12 +266,23 @@ class Usage(SettingsTest):
             self.assertEqual((result.stdout, result.stderr), ("", ""))
         self.run_tool("get", "zzz", "-q", code=NOT_FOUND, words=["has no settings in [zzz]"])
 
-    def test_a_file_without_end_is_said_in_words(self):
-        done = subprocess.run([TOOLS / "lumsettings", "set", "--from", "/dev/zero"], env=self.node.environment(),
-                              capture_output=True, text=True, timeout=4 * PATIENCE_S,
-                              preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (1 << 30, 1 << 30)))
-        self.assertEqual((done.returncode, done.stdout), (FAILED, ""), done)
-        self.assertIn("not enough memory", done.stderr)
+    def test_a_file_without_end_is_refused_before_it_takes_all_memory(self):
+        for source, name in (("/dev/zero", "/dev/zero"), ("-", "standard input")):
+            with open("/dev/zero", "rb") as zeros:
+                process = subprocess.Popen([TOOLS / "lumsettings", "set", "--from", source],
+                                           env=self.node.environment(), stdin=zeros, stdout=subprocess.PIPE,
+                                           stderr=subprocess.PIPE, text=True)
+                out, err = process.communicate(timeout=4 * PATIENCE_S)
+            self.assertEqual((process.returncode, out), (FAILED, ""), err)
+            self.assertIn(f"'{name}' is too large: settings of at most 64 MiB are read.", err)
+
+    def test_a_file_of_settings_may_be_large(self):
+        path = self.node.folder / "large"
+        path.write_bytes((b"[n]\na=1\n" + b"#" * (64 << 20))[:64 << 20])
+        self.run_tool("set", "--from", path)
+        with open(path, "ab") as file:
+            file.write(b"#")
+        self.run_tool("set", "--from", path, code=FAILED, words=["is too large"])
 
     def test_output_that_is_lost_is_no_success(self):
         with open("/dev/full", "wb") as full:

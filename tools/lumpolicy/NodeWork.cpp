@@ -14,7 +14,9 @@ namespace {
 
 /// Counted references alone keep the object.
 struct Holder {
-    const LumPalPtr::RefPtr_t<LumConf::PolicyForwarderImpl> handle{new LumConf::PolicyForwarderImpl};
+    // kept: when the making throws in a member's initializer, g++ 12 does not free the memory; in a constructor it does
+    Holder() : handle(new LumConf::PolicyForwarderImpl) {}
+    const LumPalPtr::RefPtr_t<LumConf::PolicyForwarderImpl> handle;
 };
 
 class NodeWork : public HostCommand {
