@@ -84,6 +84,12 @@ void InstallTask::FindInstalled() {
     if (installedHeader) installedTypeName = installedHeader->GetTypeName();
 }
 
+// A policy that is found by its id may bring the name of another one, whose place it then takes too.
+InstallTask::HeaderPtr InstallTask::FindDisplaced() const {
+    HeaderPtr named = operation.Cache()->FindDisplacedBy(*newHeader);
+    return named.Get() == installedHeader.Get() ? HeaderPtr() : named;
+}
+
 void InstallTask::Decide() {
     if (!installedHeader) {
         DecideNew();
@@ -114,11 +120,16 @@ void InstallTask::CheckType() const {
 }
 
 void InstallTask::CheckOwner() const {
+    CheckOwnerOf(*installedHeader);
+    if (const HeaderPtr displaced = FindDisplaced()) CheckOwnerOf(*displaced);
+}
+
+void InstallTask::CheckOwnerOf(const PolicyHeaderImpl& replaced) const {
     const String_t owner = newHeader->GetOwner();
-    const String_t installedOwner = installedHeader->GetOwner();
+    const String_t installedOwner = replaced.GetOwner();
     if (options.GetForceOwner() || installedOwner.IsEmpty() || owner == installedOwner) return;
-    Raise<PolicyOwnerError>(msg::OwnerDoesNotMatch, Shown(owner), Shown(installedOwner), installedTypeName,
-                            Shown(installedHeader->GetName()));
+    Raise<PolicyOwnerError>(msg::OwnerDoesNotMatch, Shown(owner), Shown(installedOwner), replaced.GetTypeName(),
+                            Shown(replaced.GetName()));
 }
 
 void InstallTask::CheckVersion() const {

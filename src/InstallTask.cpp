@@ -86,6 +86,7 @@ void InstallTask::InstallUnpacked() {
     CheckSignatures();
     PrepareHeader();
     FlushWaiting();
+    RemoveDisplaced();
     Write();
     Notify();
 }

@@ -24,7 +24,8 @@ class PolicyWriter;
 /// Takes one policy into the store. Used once, under the mutex of the operation, which outlives it.
 ///
 /// Its functions are its steps, in their order: unpack into the incoming directory; parse and apply the options; find
-/// what is installed and decide; write; keep the books. Up to FlushWaiting what is installed is untouched.
+/// what is installed and decide; write; keep the books. Up to FlushWaiting what is installed is untouched, but for the
+/// policies of a limited type that a forced install removes.
 /// From DeleteOldData on the old policy's data is gone, and after a failure nothing brings it back; the cache then
 /// still holds the old header until KeepBooks. A crash from there on is another matter: the change is recorded, and the
 /// next start finishes it. A policy that is refused when its document was read leaves nothing in the incoming
@@ -65,11 +66,13 @@ private:
     void ApplyCategories();
     void ApplyAttributes();
     void FindInstalled();
+    HeaderPtr FindDisplaced() const;
     void Decide();
     void CheckSharedDataFiles() const;
     void DecideUpdate();
     void CheckType() const;
     void CheckOwner() const;
+    void CheckOwnerOf(const PolicyHeaderImpl& replaced) const;
     void CheckVersion() const;
     void TakeOverStatus();
     void TakeOverCategories();
@@ -88,8 +91,10 @@ private:
     void FlushWaiting() const;
     std::vector<String_t> FormerDataFiles() const;
     StoreChange DescribeChange() const;
+    void RemoveDisplaced();
     void Write();
     void TellSharedDataFiles() const;
+    void MakeTypeFolder() const;
     void DeleteOldData();
     void WriteHeader();
     void DeleteOldHeader();

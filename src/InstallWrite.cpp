@@ -125,10 +125,21 @@ StoreChange InstallTask::DescribeChange() const {
     return change;
 }
 
+// A change of its own. Without it the documents of both would stay, and every start show one of them.
+void InstallTask::RemoveDisplaced() {
+    const HeaderPtr displaced = FindDisplaced();
+    if (!displaced) return;
+    LumPalMsg::MessageList_t failures;
+    operation.RemovePolicy(originator, displaced->GetContainerId(), failures);
+    if (FindDisplaced()) throw PolicyFileException(failures);
+    LUMCONF_TRACE(trace::Policy, failures.Format(LumPalMsg::Text | LumPalMsg::Details));
+}
+
 // From the record on a crash is followed by the whole of the new policy.
 void InstallTask::Write() {
     if (installedHeader) spared = SharedDataFiles::Spare(*operation.Cache(), *installedHeader, newHeader.Get());
     const StoreJournal::Entry recorded = operation.journal.Record(DescribeChange());
+    MakeTypeFolder();
     TellSharedDataFiles();
     DeleteOldData();
     WriteHeader();
@@ -137,6 +148,11 @@ void InstallTask::Write() {
     FlushStore();
     KeepBooks();
     DeleteOldFolder();
+}
+
+// Needs room, so it comes before the old data goes.
+void InstallTask::MakeTypeFolder() const {
+    TypeFolder(newHeader->GetTypeName()).MakeFolders();
 }
 
 void InstallTask::TellSharedDataFiles() const {

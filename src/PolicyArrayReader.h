@@ -66,7 +66,7 @@ public:
     static constexpr std::size_t kLeastFileBytes = 8;
     static constexpr std::size_t kLeastPolicyBytes = 4 + kLeastFileBytes;
 
-    /// Most files of one policy, its header among them: each costs the node a flush, while every other operation
+    /// Most files of one policy, its header among them: each is written and placed while every other operation
     /// waits. A document is not rewritten to name more.
     static constexpr std::int32_t kMostFiles = 10000;
 

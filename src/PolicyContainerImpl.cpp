@@ -120,6 +120,15 @@ HeaderPtr PolicyContainerImpl::GetPolicyHeader(const String_t& name, const Strin
     return GetPolicyHeader(IdOf(name, type));
 }
 
+HeaderPtr PolicyContainerImpl::FindDisplacedBy(const PolicyHeaderImpl& newcomer) const {
+    const PolicyKeys keys = newcomer.GetKeys();
+    const std::lock_guard lock(mutex);
+    const auto named = nameToId.find(NameKey(keys.name, keys.typeName));
+    if (named == nameToId.end() || named->second == keys.containerId) return {};
+    const auto found = policies.find(named->second);
+    return found == policies.end() ? HeaderPtr() : found->second.header;
+}
+
 void PolicyContainerImpl::Reserve(std::size_t policyCount) {
     const std::lock_guard lock(mutex);
     nameToId.reserve(policyCount);

@@ -58,6 +58,9 @@ public:
     /// Takes memory for so many policies ahead.
     void Reserve(std::size_t policyCount);
 
+    /// The header, of another id, that an insert of the newcomer would push out for its name and type; null for none.
+    HeaderPtr FindDisplacedBy(const PolicyHeaderImpl& newcomer) const;
+
     using Accept = std::function<bool(const PolicyHeaderImpl&)>;
     /// The first header, by its id, that is of exactly this type, names the data file, and is accepted; null for none.
     /// The first question makes an index of all data files, which is kept from then on: what a header named when it

@@ -45,9 +45,11 @@ public:
         if (set) set(options);
         operation.Install("tester", policy.Array(), options);
     }
-    void InstallPackage(const std::vector<TestPolicy>& policies) {
+    void InstallPackage(const std::vector<TestPolicy>& policies,
+                        const std::function<void(LumConf::InstallOptions&)>& set = {}) {
         LumConf::InstallOptions options;
         options.SetNotify(false);
+        if (set) set(options);
         operation.InstallPackage("tester", PackageOf(policies), options);
     }
     static LumConf::PolicyForwarder::Options Quiet() { return LumConf::PolicyForwarder::Options().SetNotify(false); }
@@ -152,6 +154,12 @@ inline TestPolicy FreshUnder(const std::string& id) {
     return policy;
 }
 
+inline TestPolicy FreshNamed(const std::string& name) {
+    TestPolicy policy = Fresh();
+    policy.name = name;
+    return policy;
+}
+
 inline TestPolicy Beside() {
     return Policy("s", "files", "1", {{"s.data", "beside"}});
 }
@@ -186,6 +194,7 @@ inline std::vector<StoreChangeCase> AllStoreChanges() {
     const auto force = [](LumConf::InstallOptions& options) { options.SetForceAll(true); };
     const std::vector<TestPolicy> package{Policy("p1", "x", "1", {{"p1.data", "one"}}),
                                           Policy("p2", "y", "1", {{"p2.data", "two"}}), Fresh()};
+    const std::vector<TestPolicy> moved{Fresh("other"), Policy("s", "files", "2", {{"s.data", "newer"}})};
     std::vector<StoreChangeCase> all{
         {"an install of a new type", nothing, [](NodeAt& node) { node.Install(Old()); }},
         {"an install beside others", [](NodeAt& node) { node.Install(Beside()); },
@@ -218,6 +227,16 @@ inline std::vector<StoreChangeCase> AllStoreChanges() {
          [package](NodeAt& node) { node.InstallPackage(package); },
          {[package](NodeAt& node) { node.Install(package[0]); }, [package](NodeAt& node) { node.Install(package[1]); },
           [package](NodeAt& node) { node.Install(package[2]); }}},
+        {"a forced package that moves a policy to another type",
+         oldAndBeside,
+         [moved, force](NodeAt& node) { node.InstallPackage(moved, force); },
+         {[moved, force](NodeAt& node) { node.Install(moved[0], force); },
+          [moved, force](NodeAt& node) { node.Install(moved[1], force); }}},
+        {"an update that takes the name of another policy",
+         oldAndBeside,
+         [](NodeAt& node) { node.Install(FreshNamed("name of s")); },
+         {[quiet](NodeAt& node) { node->Remove("tester", Id("s"), quiet()); },
+          [](NodeAt& node) { node.Install(FreshNamed("name of s")); }}},
         {"a removal of a type's last policy", old, [quiet](NodeAt& node) { node->Remove("tester", Id("a"), quiet()); }},
         {"a removal of one of two", oldAndBeside, [quiet](NodeAt& node) { node->Remove("tester", Id("a"), quiet()); }},
         {"a removal of all",
@@ -230,10 +249,16 @@ inline std::vector<StoreChangeCase> AllStoreChanges() {
         Modification(
             "categories",
             [quiet](NodeAt& node) { node->ModifyCategory("tester", "three four", Id("a"), quiet(), Op::AddCategory); }),
+        Modification(
+            "fewer categories",
+            [quiet](NodeAt& node) { node->ModifyCategory("tester", "one", Id("a"), quiet(), Op::RemoveCategory); }),
         Modification("no categories", [quiet](NodeAt& node) { node->RemoveAllCategories("tester", Id("a"), quiet()); }),
         Modification(
             "an attribute",
             [quiet](NodeAt& node) { node->ModifyAttributes("tester", "m=w", Id("a"), quiet(), Op::AddAttribute); }),
+        Modification(
+            "fewer attributes",
+            [quiet](NodeAt& node) { node->ModifyAttributes("tester", "n=v", Id("a"), quiet(), Op::RemoveAttribute); }),
         Modification("no attributes", [quiet](NodeAt& node) { node->RemoveAllAttributes("tester", Id("a"), quiet()); }),
         {"a disable of two",
          oldAndBeside,
@@ -264,6 +289,18 @@ inline std::vector<StoreChangeCase> AllStoreChanges() {
     };
     all.push_back({"settings", nothing, installAndTell("s1", "one")});
     all.push_back({"changed settings", installAndTell("s1", "one"), installAndTell("s1", "two")});
+    all.push_back({"settings under another id", installAndTell("s1", "one"), [](NodeAt& node) {
+                       TestPolicy policy = Settings("s2", "two");
+                       policy.name = "name of s1";
+                       node.Install(policy);
+                       node.Notify();
+                   }});
+    all.push_back({"an enable",
+                   [quiet](NodeAt& node) {
+                       node.Install(Old());
+                       node->SetStatus("tester", Id("a"), Op::Disable, quiet());
+                   },
+                   [quiet](NodeAt& node) { node->SetStatus("tester", Id("a"), Op::Enable, quiet()); }});
     all.push_back({"removed settings", installAndTell("s1", "one"), [quiet](NodeAt& node) {
                        node->Remove("tester", Id("s1"), quiet());
                        node.Notify();

@@ -301,6 +301,56 @@ TEST_F(InstallDecisionTest, ANewBuildUnderAnotherIdIsHeldToOwnerAndVersionToo) {
     ExpectUntouched();
 }
 
+/// A policy beside the installed one, of its type.
+TestPolicy Neighbour() {
+    TestPolicy policy;
+    policy.id = "n";
+    policy.name = "neighbour";
+    policy.owner = "you";
+    policy.data = {{"neighbour.txt", "neighbour"}};
+    return policy;
+}
+
+TEST_F(InstallDecisionTest, AnUpdateThatTakesTheNameOfAThirdPolicyTakesItsWholePlace) {
+    node.Install(Installed());
+    node.Install(Neighbour());
+    TestPolicy arriving = Arriving();
+    arriving.name = "neighbour";
+    node.Install(arriving, InstallOptions().SetForceOwner(true));
+    for (const bool restarted : {false, true}) {
+        SCOPED_TRACE(restarted);
+        if (restarted) node.Restart();
+        EXPECT_EQ(node.Ids(), "a");
+        EXPECT_EQ(node.Get("a").GetName(), "neighbour");
+        EXPECT_THAT(node.Installed(), ElementsAre("files/a_header.xml", "files/both.txt", "files/new.txt"));
+    }
+    EXPECT_EQ(node.Audited("(name: 'neighbour', id: 'n') was successfully removed"), 1) << node.AuditText();
+}
+
+TEST_F(InstallDecisionTest, AnUpdateThatTakesTheNameOfAnotherOwnersPolicyIsRefused) {
+    node.Install(Installed());
+    node.Install(Neighbour());
+    TestPolicy arriving = Arriving();
+    arriving.name = "neighbour";
+    const CaughtFailure failure = FailureOf<PolicyOwnerError>([&] { node.Install(arriving); });
+    EXPECT_EQ(failure.id, 104u);
+    EXPECT_NE(failure.text.find("'you'"), std::string::npos) << failure.text;
+    EXPECT_EQ(node.Ids(), "a n");
+    EXPECT_EQ(node.InstalledContent("files/neighbour.txt"), "neighbour");
+}
+
+TEST_F(InstallDecisionTest, WhatFailsBeforeTheChangeKeepsThePolicyWhoseNameIsTaken) {
+    node.Install(Installed());
+    node.Install(Neighbour());
+    TestPolicy arriving = Arriving();
+    arriving.name = "neighbour";
+    arriving.document = arriving.Document();
+    arriving.data.clear();
+    EXPECT_EQ(FailureOf<PolicyException>([&] { node.Install(arriving, InstallOptions().SetForceOwner(true)); }).id,
+              107u);
+    EXPECT_EQ(node.Ids(), "a n");
+}
+
 TEST_F(InstallDecisionTest, ForceReplacesAPolicyOfTheSameNameAndTypeUnderAnotherId) {
     node.Install(Installed());
     TestPolicy arriving = Arriving();

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <set>
+
 #include "Faults.h"
 #include "FlushFollower.h"
 #include "ForkedProcess.h"
@@ -95,6 +97,63 @@ TEST(StoreCrash, AKillBetweenTwoFileSystemsLeavesTheOldPolicyOrTheNewOneAndNothi
         if (change.what != std::string("an update") && change.what != std::string("a disable")) continue;
         SCOPED_TRACE(change.what);
         KillAtEachOperation(folder, change, true);
+    }
+}
+
+/// Starts the node in a process that ends before its n-th file operation. @return false when there were fewer
+bool StartIsKilledAt(int nth, const std::string& node) {
+    ForkedProcess starting([&] {
+        CrashingOperations::Start(nth, false);
+        const NodeAt started(node);
+        LumPalIo::SetFaultHookForTest(nullptr);
+    });
+    return starting.Wait() == CrashingOperations::kCode;
+}
+
+/// Prepares the node and kills the change before its n-th operation. @return whether it left a record
+bool KillChangeAt(int nth, const std::string& node, const StoreChangeCase& change, bool& over) {
+    fs::remove_all(node);
+    InProcess([&] { PrepareNode(node, change); });
+    ForkedProcess killed([&] {
+        NodeAt running(node);
+        CrashingOperations::Start(nth, false);
+        change.action(running);
+        LumPalIo::SetFaultHookForTest(nullptr);
+    });
+    over = killed.Wait() != CrashingOperations::kCode;
+    return fs::exists(node + "/spool/store.change");
+}
+
+/// The operations before which a kill leaves the record of the change: the first, one in the middle and the last.
+std::vector<int> RecordedPoints(const std::string& node, const StoreChangeCase& change) {
+    std::vector<int> points;
+    bool over = false;
+    for (int nth = 1; !over && nth < 1000; ++nth) {
+        if (KillChangeAt(nth, node, change, over) && !over) points.push_back(nth);
+    }
+    if (points.size() < 3) return points;
+    return {points.front(), points[points.size() / 2], points.back()};
+}
+
+TEST(StoreCrash, AStartThatIsKilledWhileItFinishesAChangeIsFollowedByOneThatFinishesIt) {
+    const std::set<std::string> tried{"an update", "a forced change of the type", "a removal of a type's last policy"};
+    for (const StoreChangeCase& change : AllStoreChanges()) {
+        if (tried.count(change.what) == 0) continue;
+        const Folder folder;
+        const std::string node = folder.Path() + "/node";
+        const std::vector<int> points = RecordedPoints(node, change);
+        ASSERT_EQ(points.size(), 3u) << change.what;
+        for (const int point : points) {
+            ForEachFault([&](int nth) {
+                SCOPED_TRACE(std::string(change.what) + " killed before operation " + std::to_string(point) +
+                             ", the start before operation " + std::to_string(nth));
+                bool over = false;
+                EXPECT_TRUE(KillChangeAt(point, node, change, over));
+                const bool killed = StartIsKilledAt(nth, node);
+                EXPECT_EQ(FoundTree(folder.Path(), node, change), 1);
+                return killed && !testing::Test::HasFailure();
+            });
+        }
     }
 }
 

@@ -28,7 +28,7 @@ protected:
     PolicyNode node;
 };
 
-/// Exchanges a folder for a link to another one at the first operation of a kind on a file in it.
+/// Exchanges a folder for a link to another one at the first operation of a kind on it or on a file in it.
 class Exchange {
 public:
     Exchange(const fs::path& folder, const fs::path& target, const std::string& when) {
@@ -43,7 +43,8 @@ public:
 
 private:
     static bool Hook(const char* asked, const char* path) {
-        if (asked != operation || fs::path(path).parent_path() != from || fs::is_symlink(from)) return false;
+        const bool concerned = path == from || fs::path(path).parent_path() == from;
+        if (asked != operation || !concerned || fs::is_symlink(from)) return false;
         fs::rename(from, from.native() + ".moved");
         fs::create_directory_symlink(to, from);
         return false;
@@ -70,10 +71,9 @@ TEST_F(StoreTraps, ATypeFolderThatBecomesALinkDuringAnInstallLeadsNowhere) {
             EXPECT_EQ(ReadText(Outside() / name), "not the store's") << name;
             EXPECT_EQ(ModeOf(Outside() / name) & 0200, 0200u) << name;
         }
-        if (fs::is_symlink(Type())) {
-            fs::remove(Type());
-            fs::rename(Type().native() + ".moved", Type());
-        }
+        ASSERT_TRUE(fs::is_symlink(Type())) << "it was exchanged";
+        fs::remove(Type());
+        fs::rename(Type().native() + ".moved", Type());
         node.Restart();
     }
 }
