@@ -53,7 +53,7 @@ String_t CopyBeside(const Place& source, const Folder_t& folder) {
     const LumPalIo::FileOutputStream_t file = folder.CreateUnused(names::AsideFilePrefix, name);
     try {
         CopyBytes(source.folder.Open(source.name), file);
-    } catch (const Exception_t&) {
+    } catch (...) {  // memory may run out too
         folder.Delete(name);
         throw;
     }

@@ -55,16 +55,20 @@ public:
             if (written < 0) Fail("Cannot write file");
             bytes += written;
             length -= static_cast<std::size_t>(written);
+            Observe("write", path.c_str());
         }
     }
     void Finish(unsigned mode) {
         if (FaultAt("chmod", path.c_str()) || fchmod(file.Get(), mode) != 0) Fail("Cannot set the mode of file");
+        Observe("chmod", path.c_str());
         if (FaultAt("fsync", path.c_str()) || fsync(file.Get()) != 0) Fail("Cannot flush file");
+        Observe("fsync", path.c_str());
     }
     void TakeThePlaceOf(const File_t& target) {
         const NativePath to(target.ToString());
         renamed = to.IsUsable() && !FaultAt("rename", path.c_str()) && std::rename(path.c_str(), to.CStr()) == 0;
         if (!renamed) ThrowSystemError("Cannot replace file", target.ToString(), errno);
+        Observe("rename", path.c_str(), to.CStr());
     }
 
 private:
@@ -72,6 +76,7 @@ private:
         path = pattern.CStr();
         file = LumPal::Descriptor(FaultAt("open", path.c_str()) ? -1 : mkostemp(path.data(), O_CLOEXEC));
         if (!file.IsOpen()) ThrowSystemError("Cannot make a file in", folder.ToString(), errno);
+        Observe("open", path.c_str());
         Lock(file.Get(), LOCK_EX);
     }
     bool IsThere() const {

@@ -10,6 +10,7 @@
 
 #include "Faults.h"
 #include "Files.h"
+#include "FlushFollower.h"
 #include "ForkedProcess.h"
 #include "LumPalIo.h"
 #include "TempRoot.h"
@@ -84,6 +85,14 @@ TEST_F(ReplaceFile, MakesAFileAndReplacesOneWithItsModeWhateverTheUmask) {
     EXPECT_EQ(ReadText(path), "");
     EXPECT_EQ(ModeOf(path), 0600u);
     EXPECT_EQ(Others(), Names());
+}
+
+TEST_F(ReplaceFile, FlushesBytesBeforeTheRenameAndTheNameBehindIt) {
+    const FlushFollower follower(root.Native(), {});
+    Replace("first");
+    Replace("second");
+    EXPECT_EQ(follower.Faults(), Names());
+    EXPECT_EQ(follower.Flushes(), 4);
 }
 
 TEST_F(ReplaceFile, ReplacesALinkAndLeavesWhatItLeadsTo) {
