@@ -131,7 +131,10 @@ void InstallTask::RemoveDisplaced() {
     if (!displaced) return;
     LumPalMsg::MessageList_t failures;
     operation.RemovePolicy(originator, displaced->GetContainerId(), failures);
-    if (FindDisplaced()) throw PolicyFileException(failures);
+    // A document that somebody deleted need not be deleted.
+    const bool gone = !DocumentBatch::PlaceOf(operation.installDirectory, *displaced).Exists();
+    if (FindDisplaced() && !gone) throw PolicyFileException(failures);
+    if (FindDisplaced()) operation.ForgetPolicy(originator, displaced->Snapshot());
     LUMCONF_TRACE(trace::Policy, failures.Format(LumPalMsg::Text | LumPalMsg::Details));
 }
 
@@ -197,7 +200,8 @@ void InstallTask::KeepBooks() {
     ForgetOldSettings();
     operation.Audit(originator, newHeader->GetName(), id, AuditLog::Install, true);
     operation.Cache()->Insert(newHeader.Get());
-    operation.unwritten.erase(id);
+    operation.unwritten.Forget(id);
+    if (installedHeader) operation.unwritten.Forget(installedHeader->GetContainerId());
 }
 
 // The consumer of settings policies is this node itself, and keeps them in memory: of one that has become a policy of

@@ -2,21 +2,16 @@
 #include <exception>
 
 #include "AuditLog.h"
-#include "DirectoryImpl.h"
 #include "Exceptions.h"
 #include "Messages.h"
-#include "Names.h"
-#include "PlainName.h"
 #include "PolicyHeaderImpl.h"
 #include "PolicyOperation.h"
-#include "PolicyWriter.h"
 #include "Selection.h"
 #include "StringList.h"
 #include "Trace.h"
 
 namespace LumConf {
 
-using LumPalIo::File_t;
 using LumPalStr::String_t;
 using LumPalThread::MutexLock_t;
 
@@ -32,26 +27,31 @@ struct PolicyOperation::HeaderChange {
     bool repeats = true;            ///< what it does to a policy counts again when the selection gives it again
 };
 
+/// How far a change of many headers has come.
+struct PolicyOperation::Changing {
+    /// A policy that the change concerned.
+    struct Done {
+        DocumentBatch::HeaderPtr header;
+        String_t name;
+        std::size_t documents;  ///< reported when so many of the batch have their places
+    };
+    /// What ended it, and at which policy.
+    struct Failed {
+        std::exception_ptr reason;
+        String_t name, id;
+    };
+
+    std::size_t next = 0;      ///< in the ids
+    bool lastChanged = false;  ///< whether the one before was
+    bool changed = false;      ///< whether any was
+    std::vector<Done> done;    ///< of this batch
+    Failed failed;
+};
+
 namespace {
 
-/// A file of the temporary directory that goes with the scope, unless it was moved to its place.
-class ScratchFile {
-public:
-    ScratchFile() : file(DirectoryImpl::CreateTemporaryFile()) {}
-    ~ScratchFile() {
-        try {
-            if (file.Exists()) DirectoryImpl::DeleteFile(file);
-        } catch (const std::exception&) {
-            // Without memory it stays until the next start.
-        }
-    }
-    ScratchFile(const ScratchFile&) = delete;
-    ScratchFile& operator=(const ScratchFile&) = delete;
-    const File_t& Get() const noexcept { return file; }
-
-private:
-    const File_t file;
-};
+/// So many documents wait together for their flush: a flush costs as much as dozens of them.
+constexpr std::size_t kMostAtOnce = 256;
 
 struct NameAndValue {
     String_t name, value;
@@ -86,7 +86,7 @@ PolicyOperation::Ids PolicyOperation::SelectFor(const String_t& originator, cons
     const Ids ids = SelectIds(selection);
     if (!ids.empty()) return ids;
     // The change that could not be written may be why nothing is selected any more.
-    WriteUnwritten(originator, AllUnwritten(), options);
+    WriteUnwritten(originator, unwritten.GetIds(), options);
     Audit(originator, auditMode, true);  // kept: nothing found counts as a success in the audit log
     throw PolicyNotFoundError(MakeUnchecked(noneFound));
 }
@@ -104,76 +104,96 @@ PolicyOperation::Ids PolicyOperation::Narrow(const Ids& ids, const Concerned& co
 /// @return whether any document was rewritten
 bool PolicyOperation::ChangeHeaders(const String_t& originator, const Ids& selected, const Ids& ids,
                                     const HeaderChange& change, const PolicyForwarder::Options& options) {
-    bool changed = false;
-    bool lastChanged = false;
-    const String_t* last = nullptr;
-    for (const String_t& id : ids) {
-        String_t name;
-        try {
-            const PolicyContainerImpl::HeaderPtr header = Cache()->GetPolicyHeader(id);
-            name = header->GetName();
-            // A selection by attribute gives a policy once for each of them: as many rewrites of a long document would
-            // hold up everybody, and the first has done it all.
-            const bool again = last && *last == id;
-            lastChanged = again ? lastChanged && change.repeats : ChangeHeader(*header, change);
-            last = &id;
-            if (!lastChanged) continue;
-            changed = true;
-            const String_t stored = header->GetContainerId();
-            if (change.auditsSuccess) Audit(originator, name, stored, change.auditMode, true);
-            (notifications.*change.queue)(header->GetTypeName(), stored);
-        } catch (const LumPalMsg::Exception_t&) {
-            if (change.namesFailedPolicy) {
-                Audit(originator, name, id, change.auditMode, false);
-            } else {
-                Audit(originator, change.auditMode, false);
-            }
-            throw;
-        }
-    }
+    Changing progress;
+    while (progress.next < ids.size()) ChangeSome(originator, ids, change, progress);
     WriteUnwritten(originator, selected, options);  // those that the change does not concern
     if (options.GetNotify()) SendUnreported();
-    return changed;
+    return progress.changed;
+}
+
+/// Changes as many policies as wait for a flush together. The first that fails ends it: those before it are written,
+/// and those of this batch behind it, which only a failing move leaves, have the change in the cache alone, as it has.
+void PolicyOperation::ChangeSome(const String_t& originator, const Ids& ids, const HeaderChange& change,
+                                 Changing& progress) {
+    DocumentBatch documents(installDirectory);
+    progress.done.clear();
+    Changing::Failed& failed = progress.failed;
+    for (; progress.next < ids.size() && documents.GetCount() < kMostAtOnce && !failed.reason; ++progress.next) {
+        const String_t& id = ids[progress.next];
+        // A selection by attribute gives a policy once for each of them: as many rewrites of a long document would hold
+        // up everybody, and the first has done it all.
+        const bool again = progress.next > 0 && ids[progress.next - 1] == id;
+        try {
+            failed.name = String_t();
+            ChangeNext(id, again, change, documents, progress);
+        } catch (const LumPalMsg::Exception_t&) {
+            failed.reason = std::current_exception();
+            failed.id = id;
+        }
+    }
+    const DocumentBatch::Outcome outcome = documents.Place();
+    if (outcome.failure) {
+        const PolicyHeaderImpl& header = *documents.GetHeader(outcome.placed);
+        failed = {outcome.failure, header.GetName(), header.GetContainerId()};
+    }
+    for (const Changing::Done& done : progress.done) {
+        if (done.documents > outcome.placed) break;
+        progress.changed = true;
+        const String_t id = done.header->GetContainerId();
+        UnwrittenChanges::Reports waiting = unwritten.Of(id);
+        std::erase_if(waiting,
+                      [&change](const auto& e) { return UnwrittenChanges::Replaces(change.auditMode, e.auditMode); });
+        ReportWritten(originator, *done.header, waiting);
+        unwritten.Forget(id);
+        if (change.auditsSuccess) Audit(originator, done.name, id, change.auditMode, true);
+        (notifications.*change.queue)(done.header->GetTypeName(), id);
+    }
+    if (!failed.reason) return;
+    AuditFailure(originator, failed.name, failed.id, change);
+    std::rethrow_exception(failed.reason);
+}
+
+void PolicyOperation::ChangeNext(const String_t& id, bool again, const HeaderChange& change, DocumentBatch& documents,
+                                 Changing& progress) {
+    const PolicyContainerImpl::HeaderPtr header = Cache()->GetPolicyHeader(id);
+    progress.failed.name = header->GetName();
+    progress.lastChanged = again ? progress.lastChanged && change.repeats : ChangeHeader(header, change, documents);
+    if (progress.lastChanged) progress.done.push_back({header, progress.failed.name, documents.GetCount()});
 }
 
 /// The cache has the change before the document: what is written is what the cache holds.
-bool PolicyOperation::ChangeHeader(PolicyHeaderImpl& header, const HeaderChange& change) {
+/// @return whether there is a new document
+bool PolicyOperation::ChangeHeader(const DocumentBatch::HeaderPtr& header, const HeaderChange& change,
+                                   DocumentBatch& documents) {
     journal.RequireNone();
-    const ScratchFile scratch;
-    const String_t id = header.GetContainerId();
+    documents.MakeRoom();
+    const String_t id = header->GetContainerId();
+    UnwrittenChanges::Reports before = unwritten.Of(id);
     // Noted first: whatever ends this between cache and disk, somebody remembers it.
-    const bool noted = unwritten.try_emplace(id, Unwritten{change.auditMode, change.queue}).second;
+    unwritten.Add(id, {change.auditMode, change.queue});
     bool changed = false;
     try {
-        changed = change.apply(header);
+        changed = change.apply(*header);
     } catch (const LumPalMsg::Exception_t&) {
-        if (noted) unwritten.erase(id);
+        unwritten.Set(id, std::move(before));
         throw;
     }
-    header.Compact();
-    if (!changed) {
-        if (noted) unwritten.erase(id);
-        return false;
+    header->Compact();
+    if (changed) {
+        documents.Add(header);
+    } else {
+        unwritten.Set(id, std::move(before));
     }
-    RewriteHeader(scratch.Get(), header);
-    unwritten.erase(id);
-    return true;
+    return changed;
 }
 
-File_t PolicyOperation::DocumentOf(const PolicyHeaderImpl& header) const {
-    const String_t typeName = header.GetTypeName();
-    const String_t id = header.GetContainerId();
-    CheckPlainName(typeName);
-    CheckPolicyId(id);
-    return File_t(File_t(installDirectory, typeName), id + names::HeaderFileSuffix);
-}
-
-void PolicyOperation::RewriteHeader(const File_t& temporary, PolicyHeaderImpl& header) const {
-    const File_t document = DocumentOf(header);
-    const LumPalIo::FileInputStream_t input =
-        LumPalIo::Folder_t(DirectoryImpl::FolderOf(document)).Open(document.GetName());
-    PolicyWriter(temporary, document, input, installDirectory, &header).Write("");
-    StoreJournal::Flush({header.GetTypeName()});
+void PolicyOperation::AuditFailure(const String_t& originator, const String_t& name, const String_t& id,
+                                   const HeaderChange& change) const {
+    if (change.namesFailedPolicy) {
+        Audit(originator, name, id, change.auditMode, false);
+    } else {
+        Audit(originator, change.auditMode, false);
+    }
 }
 
 /// What an earlier operation changed in the cache and could not write, for lack of room say: nobody may be told that a
@@ -185,13 +205,12 @@ void PolicyOperation::WriteUnwritten(const String_t& originator, const Ids& ids,
     std::exception_ptr failure;
     const String_t* last = nullptr;
     for (const String_t& id : ids) {
-        const bool again = last && *last == id;  // as in ChangeHeaders
+        const bool again = last && *last == id;  // as in ChangeSome
         last = &id;
-        const auto found = unwritten.find(id);
-        if (again || found == unwritten.end()) continue;
+        if (again || !unwritten.Has(id)) continue;
         try {
-            written = WriteAgain(originator, id, found->second) || written;
-            unwritten.erase(found);
+            written = WriteAgain(originator, id) || written;
+            unwritten.Forget(id);
         } catch (const LumPalMsg::Exception_t&) {
             if (!failure) failure = std::current_exception();
         }
@@ -200,27 +219,39 @@ void PolicyOperation::WriteUnwritten(const String_t& originator, const Ids& ids,
     if (failure) std::rethrow_exception(failure);
 }
 
-PolicyOperation::Ids PolicyOperation::AllUnwritten() const {
-    Ids ids;
-    for (const auto& [id, change] : unwritten) ids.push_back(id);
-    return ids;
-}
-
-/// @return false for a document that is gone: it is left gone
-bool PolicyOperation::WriteAgain(const String_t& originator, const String_t& id, const Unwritten& change) {
-    const PolicyContainerImpl::HeaderPtr header = Cache()->GetPolicyHeader(id);
-    if (!DocumentOf(*header).Exists()) return false;
-    const String_t name = header->GetName();
+/// @return false for a policy or a document that is gone: it is left gone
+bool PolicyOperation::WriteAgain(const String_t& originator, const String_t& id) {
+    const PolicyContainerImpl::HeaderPtr header = Cache()->FindAll(Ids{id}).front();
+    if (!header || !DocumentBatch::PlaceOf(installDirectory, *header).Exists()) return false;
+    const UnwrittenChanges::Reports reports = unwritten.Of(id);
     try {
-        const ScratchFile scratch;
-        RewriteHeader(scratch.Get(), *header);
+        RewriteDocument(header);
     } catch (const LumPalMsg::Exception_t&) {
-        Audit(originator, name, id, change.auditMode, false);
+        for (const UnwrittenChanges::Report& report : reports) {
+            Audit(originator, header->GetName(), id, report.auditMode, false);
+        }
         throw;
     }
-    Audit(originator, name, id, change.auditMode, true);
-    (notifications.*change.queue)(header->GetTypeName(), id);
+    ReportWritten(originator, *header, reports);
     return true;
+}
+
+void PolicyOperation::RewriteDocument(const DocumentBatch::HeaderPtr& header) const {
+    DocumentBatch document(installDirectory);
+    document.MakeRoom();
+    document.Add(header);
+    if (const DocumentBatch::Outcome outcome = document.Place(); outcome.failure) {
+        std::rethrow_exception(outcome.failure);
+    }
+}
+
+void PolicyOperation::ReportWritten(const String_t& originator, const PolicyHeaderImpl& header,
+                                    const UnwrittenChanges::Reports& reports) {
+    const String_t id = header.GetContainerId();
+    for (const UnwrittenChanges::Report& report : reports) {
+        Audit(originator, header.GetName(), id, report.auditMode, true);
+        (notifications.*report.queue)(header.GetTypeName(), id);
+    }
 }
 
 void PolicyOperation::SetStatus(const String_t& originator, const Selection& selection, int action,
@@ -231,7 +262,7 @@ void PolicyOperation::SetStatus(const String_t& originator, const Selection& sel
     if (!IsPolicyInstalled()) Raise<NoPoliciesInstalledError>(msg::NoPoliciesInstalled);
     const Ids selected = SelectIds(selection);
     if (selected.empty()) {
-        WriteUnwritten(originator, AllUnwritten(), options);
+        WriteUnwritten(originator, unwritten.GetIds(), options);
         Raise<PolicyNotFoundError>(msg::StatusNoPolicyFiles);
     }
 

@@ -198,12 +198,12 @@ void PolicyOperation::ReinitCache(const String_t& originator) {
         fresh->CheckPolicy(PolicyContainer::Options());
         MissingDataFiles::Mark(*fresh);
         SetCache(fresh);
-        unwritten.clear();
+        unwritten.Clear();
         Audit(originator, AuditLog::Reinit, true);
     } catch (const PolicyFileException& e) {
         MissingDataFiles::Mark(*fresh);
         SetCache(fresh);
-        unwritten.clear();
+        unwritten.Clear();
         Say(Make(msg::CacheNotReinitialized, e));
         Audit(originator, AuditLog::Reinit, false);
     }

@@ -3,10 +3,10 @@
 #pragma once
 
 #include <functional>
-#include <map>
 #include <mutex>
 #include <vector>
 
+#include "DocumentBatch.h"
 #include "LumPalArray.h"
 #include "LumPalIo.h"
 #include "LumPalPtr.h"
@@ -16,6 +16,7 @@
 #include "PolicyContainerImpl.h"
 #include "PolicyForwarder.h"
 #include "StoreJournal.h"
+#include "UnwrittenChanges.h"
 
 namespace LumConfPar {
 class PolicyWorker;
@@ -186,22 +187,24 @@ private:
     using Ids = std::vector<LumPalStr::String_t>;
     using Concerned = std::function<bool(const PolicyHeaderImpl&)>;
     struct HeaderChange;
-    /// How a change is reported once it is written.
-    struct Unwritten {
-        int auditMode;
-        void (NotifyStore::*queue)(const LumPalStr::String_t& type, const LumPalStr::String_t& id);
-    };
+    struct Changing;
     Ids SelectFor(const LumPalStr::String_t& originator, const Selection& selection, int auditMode,
                   const MessageRow& noneFound, const PolicyForwarder::Options& options);
     Ids Narrow(const Ids& ids, const Concerned& concerned) const;
     bool ChangeHeaders(const LumPalStr::String_t& originator, const Ids& selected, const Ids& ids,
                        const HeaderChange& change, const PolicyForwarder::Options& options);
-    bool ChangeHeader(PolicyHeaderImpl& header, const HeaderChange& change);
+    void ChangeSome(const LumPalStr::String_t& originator, const Ids& ids, const HeaderChange& change,
+                    Changing& progress);
+    void ChangeNext(const LumPalStr::String_t& id, bool again, const HeaderChange& change, DocumentBatch& documents,
+                    Changing& progress);
+    bool ChangeHeader(const DocumentBatch::HeaderPtr& header, const HeaderChange& change, DocumentBatch& documents);
+    void ReportWritten(const LumPalStr::String_t& originator, const PolicyHeaderImpl& header,
+                       const UnwrittenChanges::Reports& reports);
+    void AuditFailure(const LumPalStr::String_t& originator, const LumPalStr::String_t& name,
+                      const LumPalStr::String_t& id, const HeaderChange& change) const;
     void WriteUnwritten(const LumPalStr::String_t& originator, const Ids& ids, const PolicyForwarder::Options& options);
-    Ids AllUnwritten() const;
-    bool WriteAgain(const LumPalStr::String_t& originator, const LumPalStr::String_t& id, const Unwritten& change);
-    LumPalIo::File_t DocumentOf(const PolicyHeaderImpl& header) const;
-    void RewriteHeader(const LumPalIo::File_t& temporary, PolicyHeaderImpl& header) const;
+    bool WriteAgain(const LumPalStr::String_t& originator, const LumPalStr::String_t& id);
+    void RewriteDocument(const DocumentBatch::HeaderPtr& header) const;
     void RaiseOwnerSet(const Ids& selected, const LumPalStr::String_t& owner) const;
     void InstallOne(const LumPalStr::String_t& originator, TransferCursor& array, const InstallOptions& options);
     LumPalMsg::MessageList_t InstallEach(const LumPalStr::String_t& originator, TransferCursor& package, int policies,
@@ -226,7 +229,7 @@ private:
     StoreJournal journal;
     std::vector<LumPalIo::File_t> leftovers;  ///< of installs that found no room: what could not be deleted at once
     /// Policies whose documents could not be rewritten: the cache holds a change that the disk does not.
-    std::map<LumPalStr::String_t, Unwritten> unwritten;
+    UnwrittenChanges unwritten;
 
     // The cache's handle has a mutex of its own, a leaf held only to copy or to exchange the handle, so that readers
     // need not wait for an operation. A container is let go by whoever holds it last: a reader that looks into one

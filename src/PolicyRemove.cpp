@@ -130,7 +130,7 @@ void PolicyOperation::ForgetPolicy(const String_t& originator, const PolicyRecor
     notifications.AddRemove(policy.typeName, policy.containerId);
     Audit(originator, policy.name, policy.containerId, AuditLog::Remove, true);
     Cache()->Erase(policy.containerId);
-    unwritten.erase(policy.containerId);
+    unwritten.Forget(policy.containerId);
     if (IsPolicyTypeNameInstalled(policy.typeName)) return;
     notifications.AddLastPolicy(policy.typeName);
     File_t(installDirectory, policy.typeName).Delete();

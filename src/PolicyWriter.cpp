@@ -58,6 +58,14 @@ PolicyWriter::~PolicyWriter() {
 }
 
 void PolicyWriter::Prepare() {
+    Make(true);
+}
+
+void PolicyWriter::PrepareUnflushed() {
+    Make(false);
+}
+
+void PolicyWriter::Make(bool flushed) {
     if (!initialized) Raise<LumPalMsg::IllegalStateError_t>(msg::WriterNotInitialized);
     if (prepared) return;
     CheckPlainName(source->GetTypeName());
@@ -67,8 +75,10 @@ void PolicyWriter::Prepare() {
         // What was rewritten is on the disk by now, as it will rest, so that neither a full disk nor a crash costs the
         // old document.
         fileStream.SetMode(FilePermissionSet::Protected().GetMode());
-        fileStream.Sync();
-    } catch (const LumPalMsg::Exception_t&) {
+        if (flushed) fileStream.Sync();
+        input.Close();
+        bufferedStream.Close();
+    } catch (...) {  // memory may run out too
         DirectoryImpl::DeleteFile(tempFile);
         throw;
     }
@@ -78,8 +88,6 @@ void PolicyWriter::Prepare() {
 void PolicyWriter::Write(const String_t& oldId) {
     LUMCONF_BLOCK(trace::Policy, "PolicyWriter::Write");
     Prepare();
-    input.Close();
-    bufferedStream.Close();
     const File_t target(File_t(targetBase, source->GetTypeName()), HeaderFileName(source->GetContainerId()));
     // A document that is changed where it stands is replaced in one step, and never missing.
     if (!IsSame(oldFile, target)) DirectoryImpl::DeleteFile(oldFile);

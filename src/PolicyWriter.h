@@ -32,6 +32,8 @@ public:
     /// store changes. Write does it too when nobody did. A failure deletes tempFile.
     /// @throws as Write, but for MoveOrCopyFile
     void Prepare();
+    /// The same without the flush, which is the caller's: before Write. No file stays open.
+    void PrepareUnflushed();
     /// Moves the new document to its place; then a document of `oldId` in the type's directory goes, so that a failure
     /// leaves one of the two. The caller flushes the directory.
     /// @throws LumPalMsg::IllegalStateError_t 98 on a second call; PolicyFileException for an id or a type name that
@@ -40,6 +42,7 @@ public:
     void Write(const LumPalStr::String_t& oldId);
 
 private:
+    void Make(bool flushed);
     void Rewrite();
 
     bool initialized = false;

@@ -1,5 +1,6 @@
 #include "SharedDataFiles.h"
 
+#include <algorithm>
 #include <mutex>
 #include <vector>
 
@@ -38,8 +39,19 @@ struct Subject {
         const String_t id = header.GetContainerId();
         return id != policy.containerId && id != replacedId;
     }
-    HeaderPtr FindOther(PolicyContainerImpl& cache, const String_t& file) const {
-        return cache.FindNaming(policy.typeName, file, [this](const PolicyHeaderImpl& h) { return IsOther(h); });
+    /// Those that name the file too, up to as many as are told of.
+    std::vector<HeaderPtr> FindOthers(PolicyContainerImpl& cache, const String_t& file) const {
+        std::vector<HeaderPtr> others;
+        const auto isNew = [&](const PolicyHeaderImpl& header) {
+            return IsOther(header) && std::none_of(others.begin(), others.end(),
+                                                   [&header](const HeaderPtr& e) { return e.Get() == &header; });
+        };
+        while (others.size() <= SharedDataFiles::kMostLines) {
+            HeaderPtr other = cache.FindNaming(policy.typeName, file, isNew);
+            if (!other) break;
+            others.push_back(std::move(other));
+        }
+        return others;
     }
     HeaderPtr FindOtherOwner(PolicyContainerImpl& cache, const String_t& file) const {
         return cache.FindNaming(policy.typeName, file, [this](const PolicyHeaderImpl& header) {
@@ -60,13 +72,13 @@ struct Shared {
     HeaderPtr other;
 };
 
-/// What the policy shares, each file with the first of those that name it too. Names that are none of the store are
-/// never followed.
+/// What the policy shares, each file with each of those that name it too. Names that are none of the store are never
+/// followed.
 std::vector<Shared> FindShared(PolicyContainerImpl& cache, const Subject& subject) {
     std::vector<Shared> shared;
     for (const PolicyDataFile& file : subject.policy.dataFiles) {
-        HeaderPtr other = subject.FindOther(cache, file.name);
-        if (other && IsPlainName(file.name)) shared.push_back({file.name, std::move(other)});
+        if (!IsPlainName(file.name)) continue;
+        for (HeaderPtr& other : subject.FindOthers(cache, file.name)) shared.push_back({file.name, std::move(other)});
     }
     return shared;
 }

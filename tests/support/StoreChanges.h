@@ -266,6 +266,19 @@ inline std::vector<StoreChangeCase> AllStoreChanges() {
          {[quiet](NodeAt& node) { node->SetStatus("tester", Id("a"), Op::Disable, quiet()); },
           [quiet](NodeAt& node) { node->SetStatus("tester", Id("s"), Op::Disable, quiet()); }}},
     };
+    // More than wait for a flush one by one.
+    StoreChangeCase many{"an owner of many",
+                         [](NodeAt& node) {
+                             for (char id = 'a'; id < 'l'; ++id) {
+                                 node.Install(Policy(std::string(1, id), id < 'f' ? "files" : "more", "1", {}));
+                             }
+                         },
+                         [quiet](NodeAt& node) { node->SetOwner("tester", "new", LumConf::Selection(), quiet()); }};
+    for (char id = 'a'; id < 'l'; ++id) {
+        many.steps.push_back(
+            [quiet, id](NodeAt& node) { node->SetOwner("tester", "new", Id(std::string(1, id).c_str()), quiet()); });
+    }
+    all.push_back(many);
     const auto sharing = [](NodeAt& node) {
         node.Install(Old());
         node.Install(Policy("s", "files", "1", {{"s.data", "beside"}, {"a.gone", "of both"}}));

@@ -212,17 +212,33 @@ private:
         return answer;
     }
 
-    /// What is installed under the same id; whether it may be replaced is the node's decision.
+    /// What is installed under the same id, and under the same name and type; whether it may be replaced is the node's
+    /// decision.
     std::string Compare(const PolicyHeader& header, const std::string& host) const {
         const std::string name = NameOf(header), version = header.GetVersion().ToUtf8();
-        const auto installed = ListOf(*forwarder, host, Selection().SetPolicyId(header.GetContainerId()));
-        if (installed.IsEmpty()) {
+        const auto sameId = ListOf(*forwarder, host, Selection().SetPolicyId(header.GetContainerId()));
+        const auto sameName = ListNamed(header, host);
+        if (sameId.IsEmpty() && sameName.IsEmpty()) {
             return lumtools::Printable("install " + name + ", version " + version + ", which is new to the node");
         }
-        const PolicyHeader old = installed.GetPolicyHeader(0);
-        return lumtools::Printable("ask the node to replace " + name + ", version " + old.GetVersion().ToUtf8() +
-                                   " of owner '" + old.GetOwner().ToUtf8() + "', by version " + version +
-                                   " of owner '" + header.GetOwner().ToUtf8() + "': the node decides");
+        const PolicyHeader old = (sameId.IsEmpty() ? sameName : sameId).GetPolicyHeader(0);
+        std::string change = "ask the node to replace " + NameOf(old) + ", version " + old.GetVersion().ToUtf8() +
+                             " of owner '" + old.GetOwner().ToUtf8() + "', by version " + version + " of owner '" +
+                             header.GetOwner().ToUtf8() + "'";
+        if (sameId.IsEmpty()) change += " under the id " + header.GetContainerId().ToUtf8();
+        if (!sameId.IsEmpty() && !sameName.IsEmpty() && !IsSamePolicy(old, sameName.GetPolicyHeader(0))) {
+            change += ", and to remove " + NameOf(sameName.GetPolicyHeader(0)) + ", whose name it takes";
+        }
+        return lumtools::Printable(change + ": the node decides");
+    }
+
+    static bool IsSamePolicy(const PolicyHeader& a, const PolicyHeader& b) {
+        return a.GetContainerId() == b.GetContainerId();
+    }
+
+    LumConf::PolicyContainer ListNamed(const PolicyHeader& header, const std::string& host) const {
+        if (header.GetName().IsEmpty() || header.GetTypeName().IsEmpty()) return {};
+        return ListOf(*forwarder, host, Selection().SetPolicyNameAndTypeName(header.GetName(), header.GetTypeName()));
     }
 
     std::vector<std::string> files;

@@ -339,6 +339,17 @@ TEST_F(InstallDecisionTest, AnUpdateThatTakesTheNameOfAnotherOwnersPolicyIsRefus
     EXPECT_EQ(node.InstalledContent("files/neighbour.txt"), "neighbour");
 }
 
+TEST_F(InstallDecisionTest, ThatTheThirdPolicysDocumentIsGoneIsNoReasonToRefuseItsName) {
+    node.Install(Installed());
+    node.Install(Neighbour());
+    std::filesystem::remove(node.InstallFolder() + "/files/n_header.xml");
+    TestPolicy arriving = Arriving();
+    arriving.name = "neighbour";
+    node.Install(arriving, InstallOptions().SetForceOwner(true));
+    EXPECT_EQ(node.Ids(), "a");
+    EXPECT_THAT(node.Installed(), ElementsAre("files/a_header.xml", "files/both.txt", "files/new.txt"));
+}
+
 TEST_F(InstallDecisionTest, WhatFailsBeforeTheChangeKeepsThePolicyWhoseNameIsTaken) {
     node.Install(Installed());
     node.Install(Neighbour());

@@ -7,6 +7,8 @@
 #include <string_view>
 
 #include "Exceptions.h"
+#include "Faults.h"
+#include "FlushFollower.h"
 #include "LumPalFault.h"
 #include "PolicyNode.h"
 #include "Raised.h"
@@ -546,6 +548,24 @@ TEST(PolicyModifyAlone, EachSucceedsThoughNobodyCanBeTold) {
     EXPECT_NO_THROW(node->RemoveAllCategories("tester", Selection(), options));
     EXPECT_NO_THROW(node->ModifyAttributes("tester", "k=v", Selection(), options, PolicyOperation::AddAttribute));
     EXPECT_NO_THROW(node->RemoveAllAttributes("tester", Selection(), options));
+}
+
+TEST(PolicyModifyOfManyTest, AChangeOfManyPoliciesFlushesThemTogether) {
+    PolicyNode node(kFastFolder);
+    for (int i = 0; i < 300; ++i) {
+        TestPolicy policy;
+        policy.id = "many-" + std::to_string(i);
+        policy.name = policy.id;
+        node.Install(policy);
+    }
+    const FlushFollower follower(node.Root().Native(), {"tmp"});
+    node->SetOwner("tester", "together", Selection(), Options().SetNotify(false));
+    EXPECT_THAT(follower.Faults(), testing::IsEmpty());
+    // For each of two batches: the documents, the type's folder, the store's.
+    EXPECT_LE(follower.Flushes(), 6);
+    node.Restart();
+    EXPECT_EQ(node.Get("many-299").GetOwner(), "together");
+    EXPECT_THAT(node.Temporary(), testing::IsEmpty());
 }
 
 }  // namespace

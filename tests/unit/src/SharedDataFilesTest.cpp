@@ -318,6 +318,14 @@ TEST_F(SharedDataFilesTest, OfAPolicyThatSharesManyFilesTheLogHasTheFirstAndACou
     EXPECT_EQ(Said("goes with policy"), SharedDataFiles::kMostLines);
 }
 
+TEST_F(SharedDataFilesTest, EachOfThreePoliciesThatShareAFileIsNamed) {
+    InstallTwo();
+    node.Install(Policy("c", "me", {{"both", "of c"}}));
+    node.Remove(ById("a"));
+    EXPECT_EQ(Said("although policy 'Name of b' with id 'b'"), 1);
+    EXPECT_EQ(Said("although policy 'Name of c' with id 'c'"), 1);
+}
+
 TEST_F(SharedDataFilesTest, OfAFileThatIsGoneAlreadyNobodyIsSaidToLoseIt) {
     InstallTwo();
     node.Install(Policy("c", "me", {{"both", "of c"}}));
