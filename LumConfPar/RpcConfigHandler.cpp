@@ -98,7 +98,7 @@ void RpcConfigHandler::Serve(LumVoxRpc::RpcServerCall& call, Request& request, R
     call.ReadRequest(std::size(arguments), arguments);
     request.mode = FindMode(request.number.GetValue());
     if (!request.mode) return;
-    request.authorized = authorization->IsAuthorized(request.sender, request.mode->right);
+    request.authorized = authorization->IsAuthorized(call, request.mode->right);
     if (!request.authorized) {
         LUMCONF_TRACE(trace::Config, String_t(request.mode->name) + " is refused to '" + request.sender + "'");
         auditLog->LogAuthorizationError(request.sender, request.mode->name);
