@@ -3,6 +3,7 @@
 #include <iterator>
 
 #include "AuditLog.h"
+#include "ChangedNames.h"
 #include "ConfigGroupSoapArg.h"
 #include "Messages.h"
 #include "Names.h"
@@ -65,6 +66,17 @@ RpcConfigHandler::~RpcConfigHandler() {
     WaitForAllCalls();
 }
 
+/// A change also tells what it names; the required line does not.
+void RpcConfigHandler::Audit(const Request& request, int kind, bool success) {
+    if (request.mode->mode == ConfigMode::Get) return auditLog->Log(request.sender, kind, success);
+    auditLog->Log(request.sender, kind, success, [&] {
+        const Reach reach = request.mode->mode == ConfigMode::ClearNamespace ? Reach::Namespaces : Reach::Attributes;
+        const String_t changed = ChangedNames(request.package.GetValue(), request.group.GetGroup(), reach);
+        return success ? Make(msg::AuditConfigNamed, request.sender, request.mode->name, changed)
+                       : Make(msg::AuditConfigNamedFailed, request.sender, request.mode->name, changed);
+    });
+}
+
 const RpcConfigHandler::Mode* RpcConfigHandler::FindMode(int number) {
     for (const Mode& row : modes) {
         if (static_cast<int>(row.mode) == number) return &row;
@@ -80,7 +92,7 @@ void RpcConfigHandler::Process(LumVoxRpc::RpcServerCall& call) {
         Serve(call, request, answer);
     } catch (const LumPalMsg::Exception_t& e) {
         answer.SetFailure(Make(msg::RpcConfigError, e));
-        if (request.authorized) auditLog->Log(request.sender, request.mode->auditedFailure, false);
+        if (request.authorized) Audit(request, request.mode->auditedFailure, false);
     }
     // Stands behind the catch clause: also a request that could not be read, or whose mode is no operation, is
     // answered so.
@@ -106,7 +118,7 @@ void RpcConfigHandler::Serve(LumVoxRpc::RpcServerCall& call, Request& request, R
     }
     request.mode->work(request);
     answer.Set(ReturnValue::Success, MakeUnchecked(request.mode->done));
-    auditLog->Log(request.sender, request.mode->audited, true);
+    Audit(request, request.mode->audited, true);
 }
 
 }  // namespace LumConfPar

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 
 #include "LumPalConfig.h"
 #include "LumPalLog.h"
@@ -79,12 +80,16 @@ public:
              int mode, bool success);
     /// One line on a whole operation.
     void Log(const LumPalStr::String_t& originator, int mode, bool success);
+    /// Likewise, and directly behind it one line more, under the same choices. No other line comes between them.
+    /// @param more  makes it; called when it is written
+    void Log(const LumPalStr::String_t& originator, int mode, bool success,
+             const std::function<LumPalMsg::Message_t()>& more);
     /// One line on a refused call: in failure-only mode too, and for any originator.
     void LogAuthorizationError(const LumPalStr::String_t& originator, const LumPalStr::String_t& method);
 
 private:
     bool IsWanted(const LumPalStr::String_t& originator, bool success) const;
-    void Write(const LumPalMsg::Message_t& message);
+    void Write(const LumPalMsg::MessageList_t& lines);
 
     LumPalLog::Log_t log;  ///< guarded by the mutex of all audit logs
 };
