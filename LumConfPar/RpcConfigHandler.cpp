@@ -26,6 +26,7 @@ struct RpcConfigHandler::Request {
     String_t sender;
     const Mode* mode = nullptr;  ///< null while it is not known to be an operation
     bool authorized = false;
+    AuditChoices choices;  ///< before the work, which may change them
     SOAPArgInt number{names::PolicyOperationMode, 0};
     SOAPArgUnicodeString package{names::ConfigPackageName, String_t()};
     ConfigGroupSoapArg group{names::ConfigGroupName};
@@ -69,7 +70,7 @@ RpcConfigHandler::~RpcConfigHandler() {
 /// A change also tells what it names; the required line does not.
 void RpcConfigHandler::Audit(const Request& request, int kind, bool success) {
     if (request.mode->mode == ConfigMode::Get) return auditLog->Log(request.sender, kind, success);
-    auditLog->Log(request.sender, kind, success, [&] {
+    auditLog->Log(request.sender, kind, success, request.choices, [&] {
         const Reach reach = request.mode->mode == ConfigMode::ClearNamespace ? Reach::Namespaces : Reach::Attributes;
         const String_t changed = ChangedNames(request.package.GetValue(), request.group.GetGroup(), reach);
         return success ? Make(msg::AuditConfigNamed, request.sender, request.mode->name, changed)
@@ -116,6 +117,7 @@ void RpcConfigHandler::Serve(LumVoxRpc::RpcServerCall& call, Request& request, R
         auditLog->LogAuthorizationError(request.sender, request.mode->name);
         return;
     }
+    request.choices = auditLog->GetChoices();
     request.mode->work(request);
     answer.Set(ReturnValue::Success, MakeUnchecked(request.mode->done));
     Audit(request, request.mode->audited, true);

@@ -126,6 +126,21 @@ TEST_P(RpcConfigHandlerRows, ADatabaseWithASyntaxErrorIsAFailureThatNamesTheFile
     EXPECT_EQ(ReadText(written), text);
 }
 
+TEST_F(RpcConfigHandlerTest, WhoSilencesTheAuditLogStandsInIt) {
+    const AuditLog& audit = AuditLog::GetInstance();
+    const auto set = [this](const char* value) {
+        return Client().Config(kSet, GroupOf({{"conf.server", "AUDIT_LOGGING", value}})).value;
+    };
+    for (int round = 1; round <= 20; ++round) {
+        EXPECT_EQ(set("false"), 1);
+        ASSERT_TRUE(Eventually([&] { return !audit.IsEnabled(); }));
+        EXPECT_EQ(node.Audited("has changed by 'config set': [conf.server] 'AUDIT_LOGGING'."), 1) << round;
+        EXPECT_EQ(set("true"), 1);
+        ASSERT_TRUE(Eventually([&] { return audit.IsEnabled(); }));
+        node.ForgetAudit();
+    }
+}
+
 /// Only changes have one.
 TEST_P(RpcConfigHandlerRows, AChangeNamesWhatItChangesInALineOfItsOwnAndNoValue) {
     const auto nextLine = [this](const std::string& line) {

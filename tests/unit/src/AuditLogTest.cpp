@@ -114,14 +114,14 @@ TEST_F(AuditLogTest, ALineMoreStandsDirectlyBehindItsOwnUnderTheSameChoices) {
         ++made;
         return LumPalMsg::Message_t(LumPalMsg::CreateWarn_t(String_t("more")));
     };
-    log.Log("host", AuditLog::ConfigSet, true, more);
-    log.Log("conf.cluster", AuditLog::ConfigSet, false, more);
+    log.Log("host", AuditLog::ConfigSet, true, log.GetChoices(), more);
+    log.Log("conf.cluster", AuditLog::ConfigSet, false, log.GetChoices(), more);
     EXPECT_EQ(made, 0) << "it is not made for a line that is not wanted";
     EXPECT_EQ(Lines().size(), 0u);
     std::vector<std::jthread> writers;
     for (int i = 0; i < 4; ++i) {
         writers.emplace_back([&] {
-            for (int j = 0; j < 50; ++j) log.Log("host", AuditLog::ConfigSet, false, more);
+            for (int j = 0; j < 50; ++j) log.Log("host", AuditLog::ConfigSet, false, log.GetChoices(), more);
         });
     }
     writers.clear();
@@ -131,6 +131,19 @@ TEST_F(AuditLogTest, ALineMoreStandsDirectlyBehindItsOwnUnderTheSameChoices) {
         EXPECT_TRUE(EndsIn(lines[i], "Configuration set operation failed. Calling system: 'host'")) << lines[i];
         EXPECT_TRUE(EndsIn(lines[i + 1], "WARNING more")) << lines[i + 1];
     }
+}
+
+TEST_F(AuditLogTest, AnOperationThatChangesTheChoicesIsWrittenWhenItWasWantedBefore) {
+    std::filesystem::create_directories(root.Native() + "/log");
+    AuditLog log;
+    const auto more = [] { return LumPalMsg::Message_t(LumPalMsg::CreateInfo_t(String_t("more"))); };
+    log.Log("host", AuditLog::ConfigSet, true, {false, false}, more);
+    log.Log("host", AuditLog::ConfigSet, true, {true, true}, more);
+    log.Log("conf.cluster", AuditLog::ConfigSet, true, {true, false}, more);
+    EXPECT_EQ(Lines().size(), 0u);
+    log.Log("host", AuditLog::ConfigSet, true, {true, false}, more);
+    log.Log("host", AuditLog::ConfigSet, false, {true, true}, more);
+    EXPECT_EQ(Lines().size(), 4u);
 }
 
 TEST_F(AuditLogTest, ARefusedCallIsAWarningThatNamesTheMethod) {
