@@ -3,6 +3,7 @@
 #include <iterator>
 
 #include "AuditLog.h"
+#include "ChangedNames.h"
 #include "ConfigGroupSoapArg.h"
 #include "Messages.h"
 #include "Names.h"
@@ -25,6 +26,7 @@ struct RpcConfigHandler::Request {
     String_t sender;
     const Mode* mode = nullptr;  ///< null while it is not known to be an operation
     bool authorized = false;
+    AuditChoices choices;  ///< before the work, which may change them
     SOAPArgInt number{names::PolicyOperationMode, 0};
     SOAPArgUnicodeString package{names::ConfigPackageName, String_t()};
     ConfigGroupSoapArg group{names::ConfigGroupName};
@@ -65,6 +67,17 @@ RpcConfigHandler::~RpcConfigHandler() {
     WaitForAllCalls();
 }
 
+/// A change also tells what it names; the required line does not.
+void RpcConfigHandler::Audit(const Request& request, int kind, bool success) {
+    if (request.mode->mode == ConfigMode::Get) return auditLog->Log(request.sender, kind, success);
+    auditLog->Log(request.sender, kind, success, request.choices, [&] {
+        const Reach reach = request.mode->mode == ConfigMode::ClearNamespace ? Reach::Namespaces : Reach::Attributes;
+        const String_t changed = ChangedNames(request.package.GetValue(), request.group.GetGroup(), reach);
+        return success ? Make(msg::AuditConfigNamed, request.sender, request.mode->name, changed)
+                       : Make(msg::AuditConfigNamedFailed, request.sender, request.mode->name, changed);
+    });
+}
+
 const RpcConfigHandler::Mode* RpcConfigHandler::FindMode(int number) {
     for (const Mode& row : modes) {
         if (static_cast<int>(row.mode) == number) return &row;
@@ -80,7 +93,7 @@ void RpcConfigHandler::Process(LumVoxRpc::RpcServerCall& call) {
         Serve(call, request, answer);
     } catch (const LumPalMsg::Exception_t& e) {
         answer.SetFailure(Make(msg::RpcConfigError, e));
-        if (request.authorized) auditLog->Log(request.sender, request.mode->auditedFailure, false);
+        if (request.authorized) Audit(request, request.mode->auditedFailure, false);
     }
     // Stands behind the catch clause: also a request that could not be read, or whose mode is no operation, is
     // answered so.
@@ -98,15 +111,16 @@ void RpcConfigHandler::Serve(LumVoxRpc::RpcServerCall& call, Request& request, R
     call.ReadRequest(std::size(arguments), arguments);
     request.mode = FindMode(request.number.GetValue());
     if (!request.mode) return;
-    request.authorized = authorization->IsAuthorized(request.sender, request.mode->right);
+    request.authorized = authorization->IsAuthorized(call, request.mode->right);
     if (!request.authorized) {
         LUMCONF_TRACE(trace::Config, String_t(request.mode->name) + " is refused to '" + request.sender + "'");
         auditLog->LogAuthorizationError(request.sender, request.mode->name);
         return;
     }
+    request.choices = auditLog->GetChoices();
     request.mode->work(request);
     answer.Set(ReturnValue::Success, MakeUnchecked(request.mode->done));
-    auditLog->Log(request.sender, request.mode->audited, true);
+    Audit(request, request.mode->audited, true);
 }
 
 }  // namespace LumConfPar

@@ -25,6 +25,7 @@ private:
     struct Mode;
     static const Mode modes[];
     static const Mode* FindMode(int number);
+    void Audit(const Request& request, int kind, bool success);
     void Serve(LumVoxRpc::RpcServerCall& call, Request& request, LumConf::RpcAnswer& answer);
 
     LumConf::Authorization* authorization;

@@ -124,30 +124,38 @@ AuditLog::~AuditLog() {
     Unfollow();
 }
 
-bool AuditLog::IsWanted(const String_t& originator, bool success) const {
-    if (!IsEnabled() || (IsFailureOnly() && success)) return false;
+bool AuditLog::IsWanted(AuditChoices choices, const String_t& originator, bool success) {
+    if (!choices.enabled || (choices.failureOnly && success)) return false;
     return originator != names::NsConfCluster;
 }
 
 void AuditLog::Log(const String_t& originator, const String_t& name, const String_t& id, int mode, bool success) {
-    if (!IsWanted(originator, success)) return;
+    if (!IsWanted(GetChoices(), originator, success)) return;
     Write(MessageFor(kPolicyRows, mode, success, Shown(name), Shown(id), originator));
 }
 
 void AuditLog::Log(const String_t& originator, int mode, bool success) {
-    if (IsWanted(originator, success)) Write(MessageFor(kOperationRows, mode, success, originator));
+    if (IsWanted(GetChoices(), originator, success)) Write(MessageFor(kOperationRows, mode, success, originator));
+}
+
+void AuditLog::Log(const String_t& originator, int mode, bool success, AuditChoices before,
+                   const std::function<LumPalMsg::Message_t()>& more) {
+    if (!IsWanted(before, originator, success) && !IsWanted(GetChoices(), originator, success)) return;
+    LumPalMsg::MessageList_t lines = MessageFor(kOperationRows, mode, success, originator);
+    lines.Add(more());
+    Write(lines);
 }
 
 void AuditLog::LogAuthorizationError(const String_t& originator, const String_t& method) {
     if (IsEnabled()) Write(Make(msg::AuditNotAuthorized, originator, method));
 }
 
-void AuditLog::Write(const LumPalMsg::Message_t& message) {
+void AuditLog::Write(const LumPalMsg::MessageList_t& lines) {
     MutexLock_t lock(FileMutex());
     if (log.IsDefined()) {
-        log.Write(message, LumPalLog::None);
+        log.Write(lines, LumPalLog::None);
     } else {
-        LUMCONF_TRACE(trace::Policy, "no audit log: " + message.Format(LumPalMsg::BareText));
+        LUMCONF_TRACE(trace::Policy, "no audit log: " + lines.Format(LumPalMsg::BareText));
     }
 }
 

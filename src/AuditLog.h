@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 
 #include "LumPalConfig.h"
 #include "LumPalLog.h"
@@ -11,6 +12,11 @@
 #include "LumPalThread.h"
 
 namespace LumConf {
+
+/// The choices of the operator at one moment.
+struct AuditChoices {
+    bool enabled = false, failureOnly = false;
+};
 
 /// The choices of the operator: as they are when it begins to follow, and with each change of the configuration.
 class AuditChangeHandler : public LumPalConfig::ConfigChangeHandler_i {
@@ -79,12 +85,20 @@ public:
              int mode, bool success);
     /// One line on a whole operation.
     void Log(const LumPalStr::String_t& originator, int mode, bool success);
+    /// What an operation that may change the choices takes before it begins.
+    AuditChoices GetChoices() const { return {IsEnabled(), IsFailureOnly()}; }
+    /// One line on a whole operation, and directly behind it one line more, under the same choices. No other line comes
+    /// between them.
+    /// @param before  those that held before the operation: what silences the log is written too
+    /// @param more    makes it; called when it is written
+    void Log(const LumPalStr::String_t& originator, int mode, bool success, AuditChoices before,
+             const std::function<LumPalMsg::Message_t()>& more);
     /// One line on a refused call: in failure-only mode too, and for any originator.
     void LogAuthorizationError(const LumPalStr::String_t& originator, const LumPalStr::String_t& method);
 
 private:
-    bool IsWanted(const LumPalStr::String_t& originator, bool success) const;
-    void Write(const LumPalMsg::Message_t& message);
+    static bool IsWanted(AuditChoices choices, const LumPalStr::String_t& originator, bool success);
+    void Write(const LumPalMsg::MessageList_t& lines);
 
     LumPalLog::Log_t log;  ///< guarded by the mutex of all audit logs
 };

@@ -26,4 +26,8 @@ bool Authorization::IsAuthorized(const LumPalStr::String_t& sender, const unsign
     return IsAllowed(sender, names::NsConf, right, 0);
 }
 
+bool Authorization::IsAuthorized(const LumVoxRpc::RpcServerCall& call, const unsigned& right) {
+    return IsAuthorized(LumPalStr::String_t::FromUtf8(call.GetRightsID()), right);
+}
+
 }  // namespace LumConf

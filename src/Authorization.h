@@ -3,6 +3,7 @@
 #pragma once
 
 #include "LumSecAuth.h"
+#include "LumVoxRpc.h"
 
 namespace LumConf {
 
@@ -13,6 +14,8 @@ public:
     static Authorization& GetInstance();
     /// @param right  bits of Right; what the authorizer throws passes through
     bool IsAuthorized(const LumPalStr::String_t& sender, const unsigned& right);
+    /// Likewise for the sender of a call, who may have proved to be the node itself.
+    bool IsAuthorized(const LumVoxRpc::RpcServerCall& call, const unsigned& right);
 };
 
 }  // namespace LumConf

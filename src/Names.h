@@ -30,6 +30,7 @@ inline constexpr Name NoMultiplePoliciesKey = "NOMULTIPLEPOLICIES";
 inline constexpr Name SharedDataFilesKey = "SHARED_DATA_FILES";
 inline constexpr Name AsyncControlNotifyKey = "ASYNC_CONTROL_NOTIFY";
 inline constexpr Name CacheSettingsPoliciesKey = "CACHE_CONFIGSETTINGS_POLICIES";
+inline constexpr Name StrictSignersKey = "STRICT_SIGNERS";
 inline constexpr Name AuditLoggingKey = "AUDIT_LOGGING";
 inline constexpr Name AuditLogModeKey = "AUDIT_LOG_MODE";
 inline constexpr Name FormatPolicyListKey = "FORMAT_POLICY_LIST";

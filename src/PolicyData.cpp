@@ -4,8 +4,10 @@
 #include <utility>
 
 #include "Authorization.h"
+#include "LumPalConfig.h"
 #include "LumSecCore.h"
 #include "Messages.h"
+#include "Names.h"
 #include "PlainName.h"
 #include "StorePaths.h"
 #include "Trace.h"
@@ -111,6 +113,12 @@ void CheckIssuer(const X509Certificate& certificate) {
         msg::CertificateIllegalArgument, [&] { return certificate.Verify(trusted.GetPublicKey()); });
     // Whoever is trusted for himself alone, as a caller is, makes no signers.
     if (!issued || !trusted.MayIssue()) Raise<SecCoreException>(msg::CertificateNotValidated, issuer);
+    Check<LumPalMsg::Exception_t>(
+        msg::CertificateNotValidated,
+        [&] {
+            if (PolicyData::IsStrict()) certificate.RequireVouchedBy(trusted);
+        },
+        issuer);
 }
 
 void CheckSignature(const PolicyHeaderImpl& header, int index, const X509Certificate& certificate,
@@ -158,6 +166,10 @@ void ReadProven(const PolicyHeaderImpl& header, int index, const File_t& file, C
 
 bool PolicyData::MaySign(const String_t& alias) {
     return Authorization::GetInstance().IsAuthorized(alias, kRightToSign);
+}
+
+bool PolicyData::IsStrict() {
+    return LumPalConfig::ConfigNamespace_t(names::NsConfCore).Open().GetBool(names::StrictSignersKey);
 }
 
 void PolicyData::Get(const PolicyHeaderImpl& header, int index, CharArray_t& data) {

@@ -20,6 +20,9 @@ public:
     static LumPalArray::CharArray_t Read(const PolicyHeaderImpl& header, int index, const LumPalIo::File_t& folder);
     /// Whether a certificate's holder may sign policies for this node.
     static bool MaySign(const LumPalStr::String_t& alias);
+    /// Whether a signer must pass X509Certificate::RequireVouchedBy too (STRICT_SIGNERS), by the configuration as it is
+    /// now. @throws what ConfigNamespace_t::Open throws
+    static bool IsStrict();
     /// As PolicyHeader::SignData.
     static void Sign(const LumPalIo::File_t& headerFile);
     static void Sign(const LumPalIo::File_t& headerFile, const LumPalArray::CharArray_t& alias);

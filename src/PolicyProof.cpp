@@ -18,7 +18,33 @@ X509Certificate CertificateIn(const PolicyHeader& header) {
     }
 }
 
+/// None for an issuer that is not trusted, or whose entry cannot be read.
+X509Certificate TrustedIssuerOf(const X509Certificate& certificate) {
+    X509Certificate trusted;
+    try {
+        LumSecCore::KeyStore().GetTrustedCertificate(certificate.GetIssuerCN(), trusted);
+    } catch (const LumSecCore::SecCoreException&) {
+        return {};
+    }
+    return trusted;
+}
+
+LumPalStr::String_t RefusalOf(const X509Certificate& certificate) {
+    const X509Certificate trusted = certificate.IsNull() ? X509Certificate() : TrustedIssuerOf(certificate);
+    if (trusted.IsNull()) return {};
+    try {
+        certificate.RequireVouchedBy(trusted);
+    } catch (const LumSecCore::SecCoreException& e) {
+        return e.GetMessageList().GetMessage(0).Format(LumPalMsg::BareText);
+    }
+    return {};
+}
+
 }  // namespace
+
+StrictSigners StrictSigners::Of(const PolicyHeader& header) {
+    return {PolicyData::IsStrict(), RefusalOf(CertificateIn(header))};
+}
 
 PolicySigner PolicySigner::Of(const PolicyHeader& header) {
     PolicySigner signer;

@@ -68,7 +68,7 @@ void RpcPolicyInstall::Process(LumVoxRpc::RpcServerCall& call) {
 void RpcPolicyInstall::Serve(LumVoxRpc::RpcServerCall& call, Request& request, RpcAnswer& answer) {
     SOAPArg* const arguments[] = {&request.fileName, &request.data, &request.options, &request.method};
     call.ReadRequest(std::size(arguments), arguments);
-    request.authorized = authorization->IsAuthorized(request.sender, RightInstall);
+    request.authorized = authorization->IsAuthorized(call, RightInstall);
     if (request.authorized) {
         Install(request, answer);
     } else {

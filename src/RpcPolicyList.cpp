@@ -59,7 +59,7 @@ void RpcPolicyList::Process(LumVoxRpc::RpcServerCall& call) {
 void RpcPolicyList::Serve(LumVoxRpc::RpcServerCall& call, Request& request, RpcAnswer& answer) {
     SOAPArg* const arguments[] = {&request.selection, &request.dataFiles};
     call.ReadRequest(2, arguments);
-    request.authorized = authorization->IsAuthorized(request.sender, RightList);
+    request.authorized = authorization->IsAuthorized(call, RightList);
     if (!request.authorized) {
         LUMCONF_TRACE(trace::Policy, String_t("list is refused to '") + request.sender + "'");
         auditLog->LogAuthorizationError(request.sender, names::ListMethod);

@@ -158,7 +158,7 @@ void RpcPolicyOp::Serve(LumVoxRpc::RpcServerCall& call, Request& request, RpcAns
     call.ReadRequest(std::size(arguments), arguments);
     const Mode* mode = FindMode(request.mode.GetValue());
     if (!mode) return;
-    request.authorized = authorization->IsAuthorized(request.sender, mode->right);
+    request.authorized = authorization->IsAuthorized(call, mode->right);
     if (!request.authorized) {
         LUMCONF_TRACE(trace::Policy, String_t(mode->name) + " is refused to '" + request.sender + "'");
         auditLog->LogAuthorizationError(request.sender, mode->name);

@@ -92,7 +92,14 @@ public:
     /// neither MD5 nor SHA-1.
     /// @throws LumPalMsg::IllegalArgumentError_t for a null key and one of another kind than the signature's
     bool Verify(const Key& key) const;
-    /// Whether it may vouch for others (RFC 5280, 4.2.1.9 and 4.2.1.3; one of version 1 for itself).
+    /// Demands of a signer all that a server demands of a client who shows this certificate: that both are valid now,
+    /// the authority may vouch for others, and nothing in either forbids it or is critical and unknown (RFC 5280, 6.1);
+    /// and that its keyUsage, if there is one, lets it sign.
+    /// @param authority  trusted, whether it is a root or not
+    /// @throws SecCoreException that says what is wrong
+    void RequireVouchedBy(const X509Certificate& authority) const;
+    /// Whether it may vouch for others: basicConstraints CA:TRUE, with keyCertSign where there is a keyUsage (RFC 5280,
+    /// 4.2.1.9 and 4.2.1.3). No for one of version 1, which cannot say so.
     bool MayIssue() const;
     /// The encoded bytes; none for no certificate.
     void GetEncoded(LumPalArray::CharArray_t& der) const;

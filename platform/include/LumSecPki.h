@@ -29,7 +29,7 @@ LUMPAL_API LumPalArray::CharArray_t ToPem(const LumSecCore::Key& privateKey);
 /// Whether the certificate proves what this private key signs; no for none, and for a key whose halves do not belong
 /// together.
 LUMPAL_API bool Match(const LumSecCore::X509Certificate& certificate, const LumSecCore::Key& privateKey);
-/// Whether the certificate may vouch for others (basicConstraints CA:TRUE).
+/// As X509Certificate::MayIssue.
 LUMPAL_API bool IsAuthority(const LumSecCore::X509Certificate& certificate);
 /// Seconds until its validity ends, below 0 when it has ended. @throws LumSecCore::SecCoreException
 LUMPAL_API std::int64_t SecondsLeft(const LumSecCore::X509Certificate& certificate);

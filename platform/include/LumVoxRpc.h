@@ -87,6 +87,9 @@ public:
     explicit RpcServerCall(std::shared_ptr<Impl> impl);
     /// The sender's id; empty for a caller that proved nothing. Valid as long as the call.
     const char* GetOriginatorID() const;
+    /// Whose rights the call has: those of the node's own administrator for a sender that has proved the node's key,
+    /// else the sender's. Names alone make nobody the node. Valid as long as the call.
+    const char* GetRightsID() const;
     bool Authenticated() const;
     /// Fills the arguments from the request. Any of the count arguments that did not arrive, and is not optional,
     /// is a malformed request.

@@ -25,18 +25,8 @@ bool IsReservedId(const String_t& id) {
 
 namespace {
 
-/// What holds at one moment; replaced as a whole, so that a question never sees half an update.
-struct State {
-    Rights rights;
-    String_t coreId;
-};
-
 LumPalIo::File_t RightsFile() {
     return LumPalIo::File_t(LumPalRuntime::Dir_t::Path(LumPalRuntime::Etc) + "authorization.ini");
-}
-
-String_t CoreId() {
-    return LumPalConfig::ConfigNamespace_t("sec.core").Open().GetValue("CORE_ID");
 }
 
 Rights LoadRights() {
@@ -59,10 +49,9 @@ Rights RightsOr(const Rights& lastGood, const char* consequence) try {
     return lastGood;
 }
 
-/// The node's own administrator and its core id hold every right on it but signing.
-unsigned Implied(const String_t& sender, const String_t& coreId) {
-    const bool own = sender == LocalAdministrator() || (!coreId.IsEmpty() && sender == coreId);
-    return own ? kAllRights & ~kSignRight : 0;
+/// The node's own administrator holds every right on it but signing. No certificate can claim that id.
+unsigned Implied(const String_t& sender) {
+    return sender == LocalAdministrator() ? kAllRights & ~kSignRight : 0;
 }
 
 }  // namespace
@@ -72,28 +61,26 @@ LumPalMsg::MessageList_t FindWrongRights() {
 }
 
 struct Authorizer::Impl {
-    std::shared_ptr<const State> Get() {
+    /// Replaced as a whole, so that a question never sees half an update.
+    std::shared_ptr<const Rights> Get() {
         const std::lock_guard lock(mutex);
-        return state;
+        return rights;
     }
-    void Set(State next) {
-        auto shared = std::make_shared<const State>(std::move(next));
+    void Set(Rights next) {
+        auto shared = std::make_shared<const Rights>(std::move(next));
         const std::lock_guard lock(mutex);
-        state.swap(shared);
+        rights.swap(shared);
     }
-    /// Takes up what the node is called and what the file grants now; of a broken file the rights held so far stay.
-    void Load(const char* consequence) try {
+    /// Takes up what the file grants now; of a broken one the rights held so far stay.
+    void Load(const char* consequence) {
         // One at a time: who read the file before a change must not set its rights behind who read it afterwards.
         const std::lock_guard lock(loading);
-        const String_t coreId = CoreId();
-        Set(State{RightsOr(Get()->rights, consequence), coreId});
-    } catch (const LumPalMsg::Exception_t& e) {
-        LogFailure(consequence, e);
+        Set(RightsOr(*Get(), consequence));
     }
 
     std::mutex loading;
     std::mutex mutex;  ///< guards what follows
-    std::shared_ptr<const State> state = std::make_shared<State>();
+    std::shared_ptr<const Rights> rights = std::make_shared<Rights>();
 };
 
 Authorizer::Authorizer() : impl(std::make_unique<Impl>()) {
@@ -104,8 +91,8 @@ Authorizer::~Authorizer() = default;
 
 bool Authorizer::IsAllowed(const String_t& sender, const String_t& domain, unsigned right, int mode) {
     if (sender.IsEmpty() || right == 0 || mode != 0) return false;
-    const std::shared_ptr<const State> state = impl->Get();
-    const unsigned held = Implied(sender, state->coreId) | state->rights.Granted(domain, sender);
+    const std::shared_ptr<const Rights> rights = impl->Get();
+    const unsigned held = Implied(sender) | rights->Granted(domain, sender);
     return (held & right) == right;
 }
 

@@ -117,7 +117,7 @@ bool Match(const X509Certificate& certificate, const Key& privateKey) {
 }
 
 bool IsAuthority(const X509Certificate& certificate) {
-    return !certificate.IsNull() && X509_check_ca(certificate.GetImpl()->certificate.get()) == 1;
+    return certificate.MayIssue();
 }
 
 std::int64_t SecondsLeft(const X509Certificate& certificate) {

@@ -28,6 +28,13 @@ constexpr std::size_t kEd25519Bytes = 64;
     throw InvalidKeyException(message);
 }
 
+/// The library has no part in it: whatever it said last is of something else.
+[[noreturn]] void RefuseKind(const char* text) {
+    ERR_clear_error();
+    throw InvalidKeyException(
+        CreateError_t(String_t(text) + " Keys that sign are RSA (2048 to 16384 bits), EC (P-256, P-384) and Ed25519."));
+}
+
 [[noreturn]] void RefuseSignature(const char* text) {
     CreateError_t message{String_t(text)};
     message.AddDetails(LastFailure());
@@ -36,7 +43,9 @@ constexpr std::size_t kEd25519Bytes = 64;
 
 bool IsUsableCurve(EVP_PKEY* key) {
     char group[64] = "";
-    if (EVP_PKEY_get_group_name(key, group, sizeof group, nullptr) != 1) return false;
+    const bool isNamed = EVP_PKEY_get_group_name(key, group, sizeof group, nullptr) == 1;
+    ERR_clear_error();
+    if (!isNamed) return false;
     const std::string name(group);
     return name == "prime256v1" || name == "P-256" || name == "secp384r1" || name == "P-384";
 }
@@ -47,28 +56,29 @@ bool HasUsableExponent(EVP_PKEY* key) {
     const bool usable = EVP_PKEY_get_bn_param(key, OSSL_PKEY_PARAM_RSA_E, &exponent) == 1 && BN_is_odd(exponent) &&
                         !BN_is_one(exponent);
     BN_free(exponent);
+    ERR_clear_error();
     return usable;
 }
 
 void CheckRsaKey(EVP_PKEY* key) {
     const int bits = EVP_PKEY_get_bits(key);
-    if (bits < kLeastRsaBits || bits > kMostRsaBits) RefuseKey("The RSA key has not 2048 to 16384 bits.");
-    if (!HasUsableExponent(key)) RefuseKey("The exponent of the RSA key is not an odd number above 1.");
+    if (bits < kLeastRsaBits || bits > kMostRsaBits) RefuseKind("The RSA key has not 2048 to 16384 bits.");
+    if (!HasUsableExponent(key)) RefuseKind("The exponent of the RSA key is not an odd number above 1.");
 }
 
 void CheckKey(const Key& key) {
-    if (key.IsNull()) RefuseKey("There is no key.");
+    if (key.IsNull()) RefuseKind("There is no key.");
     EVP_PKEY* const pkey = key.GetImpl()->key.get();
     switch (EVP_PKEY_get_base_id(pkey)) {
         case EVP_PKEY_RSA:
             return CheckRsaKey(pkey);
         case EVP_PKEY_EC:
-            if (!IsUsableCurve(pkey)) RefuseKey("The curve of the key is neither P-256 nor P-384.");
+            if (!IsUsableCurve(pkey)) RefuseKind("The curve of the key is neither P-256 nor P-384.");
             return;
         case EVP_PKEY_ED25519:
             return;
         default:
-            RefuseKey("Keys of this kind neither sign nor verify.");
+            RefuseKind("Keys of this kind neither sign nor verify.");
     }
 }
 

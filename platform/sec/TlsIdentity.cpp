@@ -7,19 +7,22 @@
 #include <algorithm>
 #include <memory>
 #include <new>
+#include <utility>
+#include <vector>
 
 #include "Crypto.h"
 #include "LumSecAuth.h"
 #include "LumSecPki.h"
+#include "Vouching.h"
 
 namespace LumSecCore {
 
+using Clock = std::chrono::steady_clock;
 using LumPalStr::String_t;
 
 namespace {
 
 constexpr std::size_t kLongestId = 255;
-constexpr int kDeepestChain = 8;
 /// For TLS 1.2; those of TLS 1.3 are all as strong.
 constexpr const char* kCiphers = "ECDHE+AESGCM:ECDHE+CHACHA20:!aNULL";
 constexpr unsigned char kSessionContext[] = "lum";
@@ -73,35 +76,83 @@ Context NewContext() {
     return context;
 }
 
+int VerifyShown(X509_STORE_CTX* check, void*) {
+    return VerifyChain(check);
+}
+
 void SetTrusted(ssl_ctx_st* context, const NodeIdentity& identity) {
     X509_STORE* store = SSL_CTX_get_cert_store(context);
-    // What lies in the folder is trusted by itself: an issuer need not be a root.
-    X509_STORE_set_flags(store, X509_V_FLAG_PARTIAL_CHAIN);
+    LetOnlyAuthoritiesVouch(store);
     for (const String_t& path : identity.trustedPaths) {
         const std::string name = path.ToUtf8();
         Require(X509_STORE_load_file(store, name.c_str()) == 1, "The trusted certificate", path);
     }
     SSL_CTX_set_verify(context, SSL_VERIFY_PEER, nullptr);
+    SSL_CTX_set_cert_verify_callback(context, VerifyShown, nullptr);
     SSL_CTX_set_verify_depth(context, kDeepestChain);
-}
-
-/// What a handshake with the context would find.
-int Verdict(X509* certificate, STACK_OF(X509) * chain, ssl_ctx_st* context) {
-    const std::unique_ptr<X509_STORE_CTX, decltype(&X509_STORE_CTX_free)> check(X509_STORE_CTX_new(),
-                                                                                X509_STORE_CTX_free);
-    if (!check || X509_STORE_CTX_init(check.get(), SSL_CTX_get_cert_store(context), certificate, chain) != 1 ||
-        X509_STORE_CTX_set_default(check.get(), "ssl_client") != 1)
-        return X509_V_ERR_UNSPECIFIED;
-    X509_VERIFY_PARAM* const rules = X509_STORE_CTX_get0_param(check.get());
-    X509_VERIFY_PARAM_set_depth(rules, kDeepestChain);
-    X509_VERIFY_PARAM_set_auth_level(rules, SSL_CTX_get_security_level(context));
-    if (X509_verify_cert(check.get()) == 1) return X509_V_OK;
-    const int verdict = X509_STORE_CTX_get_error(check.get());
-    return verdict == X509_V_OK ? X509_V_ERR_UNSPECIFIED : verdict;
 }
 
 bool IsControl(unsigned char byte) {
     return byte < 0x20 || byte == 0x7F;
+}
+
+/// How a context knows its node in a caller.
+struct NodeMark {
+    std::string id;
+    std::vector<std::pair<CryptoPtr<EVP_PKEY>, Clock::time_point>> formerKeys;  ///< each until then
+};
+
+void FreeMark(void*, void* mark, CRYPTO_EX_DATA*, int, long, void*) {
+    delete static_cast<NodeMark*>(mark);
+}
+
+/// Where a context keeps its mark.
+int MarkPlace() {
+    static const int place = SSL_CTX_get_ex_new_index(0, nullptr, nullptr, nullptr, FreeMark);
+    return place;
+}
+
+/// Of a context that is set once.
+void SetMark(ssl_ctx_st* context, const String_t& id) {
+    auto mark = std::make_unique<NodeMark>(NodeMark{id.ToUtf8(), {}});
+    if (SSL_CTX_set_ex_data(context, MarkPlace(), mark.get()) != 1) throw std::bad_alloc();
+    static_cast<void>(mark.release());  // the context frees it
+}
+
+NodeMark* MarkOf(const ssl_ctx_st* context) {
+    return static_cast<NodeMark*>(SSL_CTX_get_ex_data(context, MarkPlace()));
+}
+
+bool IsSame(const EVP_PKEY* one, const EVP_PKEY* other) {
+    const bool same = one && other && EVP_PKEY_eq(one, other) == 1;
+    ERR_clear_error();
+    return same;
+}
+
+EVP_PKEY* OwnKey(const ssl_ctx_st* context) {
+    const X509* const own = SSL_CTX_get0_certificate(context);
+    return own ? X509_get0_pubkey(own) : nullptr;
+}
+
+bool IsFormerKey(const NodeMark& mark, const EVP_PKEY* key) {
+    return std::any_of(mark.formerKeys.begin(), mark.formerKeys.end(), [key](const auto& former) {
+        return Clock::now() < former.second && IsSame(former.first.get(), key);
+    });
+}
+
+/// One that was installed a moment ago, of which this server has not been told yet.
+bool IsNextKey(const NodeMark& mark, const EVP_PKEY* key) try {
+    const X509Certificate next =
+        LumSecPki::ReadCertificate(Bytes(OwnPair::Load(String_t::FromUtf8(mark.id)).certificate));
+    return IsSame(X509_get0_pubkey(next.GetImpl()->certificate.get()), key);
+} catch (const SecCoreException&) {
+    return false;
+}
+
+/// The handshake has proved that the peer holds the private half.
+bool HasOwnKey(const X509* certificate, const ssl_ctx_st* context, const NodeMark& mark) {
+    const EVP_PKEY* const key = X509_get0_pubkey(certificate);
+    return IsSame(OwnKey(context), key) || IsFormerKey(mark, key) || IsNextKey(mark, key);
 }
 
 const char* WhyNoId(const std::string& name) {
@@ -139,6 +190,7 @@ void ConfigureServer(ssl_ctx_st* context, const NodeIdentity& identity) {
     SetProtocol(context);
     SetPair(context, OwnPair::Load(identity.coreId), identity.certificatePath, identity.keyPath);
     SetTrusted(context, identity);
+    SetMark(context, identity.coreId);
 }
 
 void NodeIdentity::RequireUsable() const {
@@ -158,7 +210,8 @@ bool IsStillLetIn(const ssl_st* connection, ssl_ctx_st* context, bool isChecked,
     X509* const certificate = SSL_get0_peer_certificate(connection);
     if (!certificate) return true;
     if (isChecked && X509_cmp_current_time(X509_get0_notAfter(certificate)) > 0) return true;
-    const int verdict = Verdict(certificate, SSL_get_peer_cert_chain(connection), context);
+    const int verdict = VerdictOnClient(certificate, SSL_get_peer_cert_chain(connection),
+                                        SSL_CTX_get_cert_store(context), SSL_CTX_get_security_level(context));
     ERR_clear_error();
     if (verdict != X509_V_OK) refusal = X509_verify_cert_error_string(verdict);
     return verdict == X509_V_OK;
@@ -169,6 +222,31 @@ std::string SenderId(const x509_st* certificate, std::string& refusal) {
     const char* why = WhyNoId(name);
     refusal = why ? why : "";
     return why ? std::string() : name;
+}
+
+void LetFormerKeysPass(ssl_ctx_st* context, const ssl_ctx_st* former, Clock::time_point until) {
+    NodeMark& mark = *MarkOf(context);
+    const NodeMark* const before = MarkOf(former);
+    if (!before || before->id != mark.id) return;
+    const auto add = [&mark](EVP_PKEY* key, Clock::time_point end) {
+        if (EVP_PKEY_up_ref(key) == 1) mark.formerKeys.emplace_back(CryptoPtr<EVP_PKEY>(key), end);
+    };
+    for (const auto& [key, end] : before->formerKeys)
+        if (Clock::now() < end) add(key.get(), end);
+    if (OwnKey(former) && !IsSame(OwnKey(former), OwnKey(context))) add(OwnKey(former), until);
+}
+
+Peer PeerOf(const ssl_st* connection, const ssl_ctx_st* context, std::string& refusal) {
+    refusal.clear();
+    const X509* const certificate = SSL_get0_peer_certificate(connection);
+    if (!certificate || SSL_get_verify_result(connection) != X509_V_OK) return {};
+    Peer peer{SenderId(certificate, refusal), false};
+    const NodeMark* const mark = MarkOf(context);
+    if (peer.id.empty() || !mark || peer.id != mark->id) return peer;
+    peer.isNode = HasOwnKey(certificate, context, *mark);
+    if (peer.isNode) return peer;
+    refusal = "the common name is this node's own id, and the key is not its key";
+    return {};
 }
 
 }  // namespace LumSecCore

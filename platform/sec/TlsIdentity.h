@@ -2,6 +2,7 @@
 /// The node's identity on a TLS connection, and the name of the peer.
 #pragma once
 
+#include <chrono>
 #include <string>
 
 #include "LumSecCore.h"
@@ -30,6 +31,27 @@ bool IsStillLetIn(const ssl_st* connection, ssl_ctx_st* context, bool isChecked,
 /// NUL, is longer than 255 bytes, or is reserved (LumSecAuth::IsReservedId).
 /// @param refusal  why the name is empty, for a log
 std::string SenderId(const x509_st* certificate, std::string& refusal);
+
+/// Who is at the other end of a connection.
+struct Peer {
+    std::string id;       ///< as SenderId; empty for nobody
+    bool isNode = false;  ///< it is this node itself: it bears the node's id and has proved the node's key
+};
+
+/// Lets the keys of a context that this one takes the place of, if it bore the same id, pass for the node's own for a
+/// while: a tool of the node may have read the pair before it was renewed, and connect behind that. Those that passed
+/// there go on to pass, each to its end.
+/// @param context  one that ConfigureServer has made, which serves nobody yet
+void LetFormerKeysPass(ssl_ctx_st* context, const ssl_ctx_st* former, std::chrono::steady_clock::time_point until);
+/// How long.
+inline constexpr std::chrono::seconds kFormerKeyPasses{30};
+
+/// The peer of a connection whose handshake is done. The node's own id is known by the key alone, that of the context,
+/// one that was renewed a moment ago, or the one that lies in the key store now: whoever bears the id with another key
+/// is nobody, whichever authority says so.
+/// @param context  one that ConfigureServer has made
+/// @param refusal  why a certificate names nobody, for a log
+Peer PeerOf(const ssl_st* connection, const ssl_ctx_st* context, std::string& refusal);
 
 /// The common name of a subject or issuer as UTF-8: empty when there is not exactly one, or one that does not convert.
 std::string OnlyCommonName(const X509_name_st* name);

@@ -4,10 +4,13 @@
 #include <openssl/x509v3.h>
 
 #include <ctime>
+#include <memory>
+#include <new>
 #include <string>
 
 #include "Crypto.h"
 #include "TlsIdentity.h"
+#include "Vouching.h"
 
 namespace LumSecCore {
 
@@ -53,6 +56,24 @@ bool IsStrong(X509* certificate, const EVP_PKEY* key) {
     int bits = 0;
     const bool known = X509_get_signature_info(certificate, nullptr, nullptr, &bits, nullptr) == 1;
     return known && bits >= kLeastStrengthBits && EVP_PKEY_get_security_bits(key) >= kLeastStrengthBits;
+}
+
+/// The strength that the TLS library demands of a peer's chain unless it is told otherwise.
+constexpr int kSecurityLevel = 2;
+
+bool MaySignData(X509* certificate) {
+    return (X509_get_key_usage(certificate) & (KU_DIGITAL_SIGNATURE | KU_NON_REPUDIATION)) != 0;
+}
+
+/// Null for one that a client could show too.
+const char* WhyNoSigner(X509* certificate, X509* authority) {
+    const std::unique_ptr<X509_STORE, decltype(&X509_STORE_free)> trusted(X509_STORE_new(), X509_STORE_free);
+    if (!trusted || X509_STORE_add_cert(trusted.get(), authority) != 1) throw std::bad_alloc();
+    LetOnlyAuthoritiesVouch(trusted.get());
+    const int verdict = VerdictOnClient(certificate, nullptr, trusted.get(), kSecurityLevel);
+    ERR_clear_error();
+    if (verdict != X509_V_OK) return X509_verify_cert_error_string(verdict);
+    return MaySignData(certificate) ? nullptr : "its key usage lets it sign nothing";
 }
 
 [[noreturn]] void RefuseArgument(const char* text) {
@@ -146,10 +167,15 @@ bool X509Certificate::Verify(const Key& key) const {
     return right;
 }
 
+void X509Certificate::RequireVouchedBy(const X509Certificate& authority) const {
+    if (IsNull() || authority.IsNull()) Fail("There is no certificate.");
+    const char* refusal = WhyNoSigner(impl->certificate.get(), authority.impl->certificate.get());
+    if (!refusal) return;
+    throw SecCoreException(CreateError_t("A certificate of '%1' is refused: %2.") << GetSubjectCN() << refusal);
+}
+
 bool X509Certificate::MayIssue() const {
-    const bool may = !IsNull() && X509_check_ca(impl->certificate.get()) != 0;
-    ERR_clear_error();
-    return may;
+    return !IsNull() && IsAuthority(impl->certificate.get());
 }
 
 void X509Certificate::GetEncoded(CharArray_t& der) const {

@@ -13,6 +13,7 @@
 #include "LumPalNet.h"
 #include "LumVoxSoap.h"
 #include "TlsIdentity.h"
+#include "Vouching.h"
 
 namespace LumVoxRpc {
 namespace {
@@ -73,7 +74,9 @@ void AddHeaders(List& headers, const HttpTarget& target) {
 }
 
 CURLcode SetContext(CURL*, void* context, void* handle) {
-    SSL_CTX_set_cert_verify_callback(static_cast<SSL_CTX*>(context), &HttpClient::Handle::VerifyPeer, handle);
+    auto* const tls = static_cast<SSL_CTX*>(context);
+    LumSecCore::LetOnlyAuthoritiesVouch(SSL_CTX_get_cert_store(tls));
+    SSL_CTX_set_cert_verify_callback(tls, &HttpClient::Handle::VerifyPeer, handle);
     return CURLE_OK;
 }
 
@@ -183,7 +186,7 @@ void HttpClient::Handle::SetBody(const LumPalArray::CharArray_t& body) {
 
 int HttpClient::Handle::VerifyPeer(x509_store_ctx_st* context, void* self) {
     auto& handle = *static_cast<Handle*>(self);
-    if (X509_verify_cert(context) != 1) {
+    if (LumSecCore::VerifyChain(context) != 1) {
         handle.refusal = "the certificate of the host was refused: ";
         handle.refusal += X509_verify_cert_error_string(X509_STORE_CTX_get_error(context));
         return 0;

@@ -469,11 +469,10 @@ std::string Session<Stream>::WhyRefused(const error_code& error) {
 template <class Stream>
 void Session<Stream>::NamePeer() {
     if constexpr (kTls) {
-        const std::unique_ptr<X509, decltype(&X509_free)> certificate(SSL_get1_peer_certificate(stream.native_handle()),
-                                                                      X509_free);
-        if (!certificate || SSL_get_verify_result(stream.native_handle()) != X509_V_OK) return;
         std::string refusal;
-        peer.commonName = LumSecCore::SenderId(certificate.get(), refusal);
+        LumSecCore::Peer proved = LumSecCore::PeerOf(stream.native_handle(), vouching->native_handle(), refusal);
+        peer.commonName = std::move(proved.id);
+        peer.isNode = proved.isNode;
         if (!refusal.empty())
             core.nameLog.Warn("A client certificate names no sender: %1",
                               String_t::FromUtf8(peer.address + ": " + refusal));
@@ -492,7 +491,10 @@ bool Session<Stream>::IsPeerStillLetIn() {
                                    String_t::FromUtf8(peer.address + ": its certificate is refused: " + refusal));
             return false;
         }
+        const bool renewed = current != vouching;
         vouching = std::move(current);
+        // The key that made it the node may be the node's no longer, and the node's id may be another.
+        if (renewed || peer.isNode) NamePeer();
     }
     return true;
 }
@@ -584,9 +586,9 @@ void Session<Stream>::TakeHead(const HttpHead& head) {
     request.contentType = head.Only("Content-Type");
     request.authorization = head.Only("Authorization");
     request.host = head.Count("Host") == 0 ? OwnAddress() : std::string(head.Only("Host"));
-    request.peer = peer;
     keepAlive = head.version == 11 && parser->keep_alive();
     if (!IsPeerStillLetIn()) return Refuse(403, "The client's certificate is refused.");
+    request.peer = peer;
     if (std::optional<HttpResponse> refusal = core.handler.Screen(request))
         return Respond(std::move(*refusal), keepAlive && parser->is_done());
     request.body = std::make_shared<Blocks>(request.sender.empty() ? core.namelessBudget : core.namedBudget);
@@ -770,6 +772,10 @@ void HttpServer::Core::SetIdentity(const LumSecCore::NodeIdentity& identity) {
     auto next = std::make_shared<net::ssl::context>(net::ssl::context::tls_server);
     LumSecCore::ConfigureServer(next->native_handle(), identity);
     const std::lock_guard lock(mutex);
+    if (tls) {
+        LumSecCore::LetFormerKeysPass(next->native_handle(), tls->native_handle(),
+                                      std::chrono::steady_clock::now() + LumSecCore::kFormerKeyPasses);
+    }
     tls = std::move(next);
 }
 

@@ -19,6 +19,8 @@ struct HttpPeer {
     bool tls = false;
     /// Of the verified client certificate, as UTF-8; empty without one, or when its name is refused.
     std::string commonName;
+    /// It is this node itself, by its key.
+    bool isNode = false;
     /// Address and port, for logs.
     std::string address;
 };

@@ -211,7 +211,8 @@ void MessengerServer::Serve(HttpRequest request, HttpReply reply) {
     const std::shared_ptr<Route> route = FindRoute(request.path);
     if (!route) return;
     if (AsksForDescription(request)) return Describe(*route, request, reply);
-    auto message = std::make_shared<Access::Request>(Access::Request{request.sender, std::move(request.body)});
+    auto message = std::make_shared<Access::Request>(
+        Access::Request{request.sender, std::move(request.body), request.peer.isNode});
     MsgHandler* const handler = route->handler;
     route->pool.Submit([handler, message, reply, path = std::move(request.path)] {
         Access::Response response =

@@ -14,6 +14,7 @@ namespace LumVoxMsg {
 struct MsgHandler::Request {
     std::string sender;  ///< UTF-8; empty for a caller that proved nothing
     std::shared_ptr<Blocks> body;
+    bool isNode = false;  ///< the sender proved to be this node itself
 };
 
 struct MsgHandler::Response {

@@ -130,6 +130,7 @@ private:
     Response Run(const Method& method, const String_t& name, const Request& request) {
         auto state = std::make_shared<RpcServerCall::Impl>();
         state->sender = request.sender;
+        state->isNode = request.isNode;
         state->method = name;
         state->body = request.body;
         if (!options.threadSafe) return Call(method, state);

@@ -1,4 +1,5 @@
 #include "FreedMemory.h"
+#include "LumSecAuth.h"
 #include "LumVoxRpc.h"
 #include "RpcServerCallImpl.h"
 
@@ -41,6 +42,10 @@ RpcServerCall::RpcServerCall(std::shared_ptr<Impl> impl) : impl(std::move(impl))
 
 const char* RpcServerCall::GetOriginatorID() const {
     return impl->sender.c_str();
+}
+
+const char* RpcServerCall::GetRightsID() const {
+    return impl->isNode ? LumSecAuth::LocalAdministrator() : GetOriginatorID();
 }
 
 bool RpcServerCall::Authenticated() const {

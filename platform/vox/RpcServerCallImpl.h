@@ -13,6 +13,7 @@ namespace LumVoxRpc {
 /// Used by the one thread that serves the call.
 struct RpcServerCall::Impl {
     std::string sender;
+    bool isNode = false;
     LumPalStr::String_t method;
     std::shared_ptr<LumVoxMsg::Blocks> body;  ///< null once it was read
     LumVoxMsg::MsgHandler::Access::Response response;

@@ -23,6 +23,18 @@ struct LUMCONF_API PolicySigner {
     static PolicySigner Of(const PolicyHeader& header);
 };
 
+/// What STRICT_SIGNERS makes of the signer whom a document names. Without it an authority whose time is over, or has
+/// not come, still proves signers, and what else a certificate forbids is not looked at. A value.
+struct LUMCONF_API StrictSigners {
+    /// Whether it is switched on: then whoever is refused here proves nothing.
+    bool demanded = false;
+    /// What it finds wrong; empty for nothing, and for a signer whose issuer is not trusted, whom no proof accepts.
+    LumPalStr::String_t refusal;
+
+    /// @throws what reading the configuration throws
+    static StrictSigners Of(const PolicyHeader& header);
+};
+
 /// Proves data files of policies that no container holds. Any thread.
 class LUMCONF_API PolicyProof {
 public:

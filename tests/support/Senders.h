@@ -23,7 +23,7 @@ protected:
 
     SendersTest() {
         InstallTrust("authority", authority.Certificate());
-        InstallIdentity("node-1", authority.Issue("node-1", kNames));
+        InstallIdentity("node-1", own);
         node.Grant(
             "one=1\ntwo=2\nfour=4\neight=8\nsixteen=16\nthirtytwo=32\nsixtyfour=64\nonetwentyeight=128\n"
             "twofiftysix=256\nnone=0");
@@ -41,10 +41,19 @@ protected:
         return *client;
     }
 
+    /// A client that uses the node's own certificate and key.
+    NodeClient& AsTheNode() {
+        if (!itself) itself = std::make_unique<NodeClient>(server.GetPort(), "https");
+        InstallIdentity("node-1", own);
+        return *itself;
+    }
+
     ProcessNode& node = ProcessNode::Fresh();
     TestAuthority authority{"authority"};
+    const TestIdentity own = authority.Issue("node-1", kNames);
     LumConf::ConfigServer server;
 
 private:
+    std::unique_ptr<NodeClient> itself;
     std::map<std::string, std::pair<TestIdentity, std::unique_ptr<NodeClient>>> senders;
 };

@@ -11,6 +11,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "LumPalConfig.h"
@@ -21,6 +22,31 @@ struct TestIdentity {
     std::string certificate, key;
 };
 
+/// Extensions of a certificate by the names and in the forms of openssl: {"keyUsage", "critical,keyCertSign"}.
+using TestExtensions = std::vector<std::pair<std::string, std::string>>;
+
+/// A certificate of one's own, self-signed, as some make it who want an authority.
+struct TestAuthorityKind {
+    const char* what;
+    long version;
+    TestExtensions extensions;
+};
+inline void PrintTo(const TestAuthorityKind& kind, std::ostream* out) {
+    *out << kind.what;
+}
+
+/// Those that do not say that they are authorities, or say that they sign no certificates.
+inline const std::vector<TestAuthorityKind> kNoAuthorities = {
+    {"version 1", X509_VERSION_1, {}},
+    {"version 3 without extensions", X509_VERSION_3, {}},
+    {"keyCertSign alone", X509_VERSION_3, {{"keyUsage", "critical,keyCertSign"}}},
+    {"nsCertType alone", X509_VERSION_3, {{"nsCertType", "sslCA"}}},
+    {"not an authority", X509_VERSION_3, {{"basicConstraints", "critical,CA:FALSE"}, {"keyUsage", "keyCertSign"}}},
+    {"an authority that signs no certificates",
+     X509_VERSION_3,
+     {{"basicConstraints", "critical,CA:TRUE"}, {"keyUsage", "digitalSignature"}}},
+};
+
 /// Issues certificates, for P-256 keys unless asked for another kind.
 class TestAuthority {
 public:
@@ -28,6 +54,13 @@ public:
     /// @param days  until its certificate ends
     explicit TestAuthority(const std::string& name, const std::string& kind = "EC:P-256", int days = 1)
         : key(NewKey(kind)), certificate(Make(Named(name), "", *key, "critical,CA:TRUE", days)) {}
+    /// @param from  days from now
+    explicit TestAuthority(const std::string& name, const TestAuthorityKind& kind, int days = 1, int from = -10)
+        : key(NewKey("EC:P-256")), certificate(Make(Named(name), "", *key, "", days, from)) {
+        X509_set_version(certificate.get(), kind.version);
+        Extend(certificate.get(), kind.extensions);
+        if (!X509_sign(certificate.get(), key.get(), EVP_sha256())) throw std::runtime_error("cannot sign");
+    }
     /// Acts as an authority with what was issued to it, whether that allows it or not.
     explicit TestAuthority(const TestIdentity& identity)
         : key(PEM_read_bio_PrivateKey(Input(identity.key).get(), nullptr, nullptr, nullptr)),
@@ -41,6 +74,17 @@ public:
     TestIdentity Issue(const std::string& commonName, const std::string& names, int days = 1) const {
         return Issue(commonName, names, days, NewKey());
     }
+    /// With extensions beside the usual ones.
+    TestIdentity IssueWith(const TestExtensions& extensions, const std::string& commonName,
+                           const std::string& names = "") const {
+        const Key own = NewKey();
+        const Certificate_ made = Make(Named(commonName), names, *own, "critical,CA:FALSE", 1);
+        Extend(made.get(), extensions);
+        if (!X509_sign(made.get(), key.get(), EVP_sha256())) throw std::runtime_error("cannot sign a certificate");
+        return Texts(made, own);
+    }
+    /// The authority itself as somebody who has its key.
+    TestIdentity Self() const { return Texts(certificate, key); }
     /// For a key of another kind. @param kind  "RSA:2048", "EC:P-256" or "ED25519"
     TestIdentity IssueFor(const std::string& kind, const std::string& commonName, int days = 1) const {
         return Issue(commonName, "", days, NewKey(kind));
@@ -107,7 +151,7 @@ private:
         Key key;
         if (name == "RSA") key.reset(EVP_PKEY_Q_keygen(nullptr, nullptr, "RSA", std::size_t(std::stoul(detail))));
         if (name == "EC") key.reset(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", detail.c_str()));
-        if (name == "ED25519") key.reset(EVP_PKEY_Q_keygen(nullptr, nullptr, "ED25519"));
+        if (name == "ED25519" || name == "ED448") key.reset(EVP_PKEY_Q_keygen(nullptr, nullptr, name.c_str()));
         if (!key) throw std::runtime_error("no such key: " + kind);
         return key;
     }
@@ -125,6 +169,14 @@ private:
         if (!extension) throw std::runtime_error("no such extension: " + text);
         X509_add_ext(target, extension.get(), -1);
     }
+    static void Extend(X509* target, const TestExtensions& extensions) {
+        for (const auto& [name, text] : extensions) {
+            const std::unique_ptr<X509_EXTENSION, Free> extension(
+                X509V3_EXT_nconf(nullptr, nullptr, name.c_str(), text.c_str()));
+            if (!extension) throw std::runtime_error("no such extension: " + name + "=" + text);
+            X509_add_ext(target, extension.get(), -1);
+        }
+    }
     static std::vector<std::string> Named(const std::string& commonName) { return {commonName}; }
     Certificate_ Make(const std::vector<std::string>& commonNames, const std::string& names, EVP_PKEY& subjectKey,
                       const std::string& constraints, int days, int from = -10, const std::string& usage = "") const {
@@ -140,7 +192,7 @@ private:
                                        static_cast<int>(name.size()), -1, 0);
         X509_set_issuer_name(made.get(), X509_get_subject_name(certificate ? certificate.get() : made.get()));
         X509_set_pubkey(made.get(), &subjectKey);
-        Extend(made.get(), NID_basic_constraints, constraints);
+        if (!constraints.empty()) Extend(made.get(), NID_basic_constraints, constraints);
         if (!names.empty()) Extend(made.get(), NID_subject_alt_name, names);
         if (!usage.empty()) Extend(made.get(), NID_ext_key_usage, usage);
         const EVP_MD* const digest = EVP_PKEY_is_a(key.get(), "ED25519") ? nullptr : EVP_sha256();

@@ -15,6 +15,7 @@ class Authority:
     """Issues P-256 certificates into a folder of its own, which lives as long as the object."""
 
     def __init__(self, name="authority"):
+        self.name = name
         self.scratch = tempfile.TemporaryDirectory(prefix="lumpki.")
         self.folder = pathlib.Path(self.scratch.name)
         self.certificate, self.key = self.folder / "ca.pem", self.folder / "ca.key"
@@ -24,6 +25,17 @@ class Authority:
 
     def close(self):
         self.scratch.cleanup()
+
+    def renew(self, path, start, end):
+        """Writes a certificate of the same name and key that is valid at another time (YYYYMMDDHHMMSSZ)."""
+        request, settings = self.folder / "renew.csr", self.folder / "renew.cnf"
+        settings.write_text(f"[ca]\ndefault_ca=own\n[own]\ndatabase={self.folder}/index\nnew_certs_dir={self.folder}\n"
+                            "rand_serial=yes\ndefault_md=sha256\npolicy=any\nx509_extensions=authority\n"
+                            "[any]\ncommonName=supplied\n[authority]\nbasicConstraints=critical,CA:TRUE\n")
+        (self.folder / "index").write_text("")
+        openssl("req", "-new", "-key", self.key, "-subj", f"/CN={self.name}", "-out", request)
+        openssl("ca", "-batch", "-selfsign", "-config", settings, "-in", request, "-keyfile", self.key, "-startdate", start,
+                "-enddate", end, "-notext", "-out", path)
 
     def issue(self, common_name, names="DNS:localhost,IP:127.0.0.1", file_name=None, subject=None):
         """Returns the paths of certificate and key. subject: in the form of openssl, for one that holds other names."""
@@ -36,6 +48,23 @@ class Authority:
         openssl("x509", "-req", "-in", request, "-CA", self.certificate, "-CAkey", self.key, "-CAcreateserial",
                 "-days", "1", "-extfile", extensions, "-out", certificate)
         return certificate, key
+
+
+class NoAuthority(Authority):
+    """Issues as well, but its certificate does not say that it may."""
+
+    KINDS = {"version 1": None, "keyCertSign alone": "keyUsage=critical,keyCertSign\n",
+             "nsCertType alone": "nsCertType=sslCA\n"}
+
+    def __init__(self, kind, name="trusted"):
+        super().__init__(name)
+        request, extensions = self.folder / "ca.csr", self.folder / "ca.ext"
+        openssl("req", "-new", "-key", self.key, "-subj", f"/CN={name}", "-out", request)
+        arguments = ["x509", "-req", "-in", request, "-signkey", self.key, "-days", "2", "-out", self.certificate]
+        if self.KINDS[kind]:
+            extensions.write_text(self.KINDS[kind])
+            arguments += ["-extfile", extensions]
+        openssl(*arguments)
 
 
 def trust(node, authority, alias="ca"):

@@ -27,11 +27,13 @@ class TlsTest(unittest.TestCase):
         cls.operator = cls.authority.issue("operator", "DNS:operator")
         cls.stranger = cls.foreign.issue("operator", "DNS:operator", file_name="stranger")
 
-    def serving(self, **rights):
-        """A node with a certificate that trusts the authority."""
+    def serving(self, also=None, **rights):
+        """A node with a certificate that trusts the authority, and who else is named."""
         node = Node(start=False)
         self.addCleanup(node.close)
         pki.enroll(node, self.authority, "node-1", self.server)
+        if also:
+            pki.trust(node, also, "trusted")
         if rights:
             node.write_rights(rights)
         node.start()
@@ -185,6 +187,92 @@ class Strangers(TlsTest):
                     connection.socket.shutdown(socket.SHUT_WR)
                 self.assertIsNone(connection.answer())
         self.assertEqual(self.ask(node, issued=self.operator).value(), wire.NO_POLICIES)
+
+
+class WhoVouches(TlsTest):
+    """What is trusted and does not say that it is an authority vouches for itself alone."""
+
+    def kinds(self):
+        for kind in pki.NoAuthority.KINDS:
+            with self.subTest(kind=kind):
+                trusted = pki.NoAuthority(kind)
+                self.addCleanup(trusted.close)
+                yield trusted
+
+    def test_it_issues_no_callers(self):
+        for trusted in self.kinds():
+            node = self.serving(also=trusted, operator="list")
+            for name in ("operator", "node-1"):
+                issued = trusted.issue(name)
+                with self.assertRaises((ssl.SSLError, ConnectionResetError, AssertionError)):
+                    answer = self.ask(node, issued=issued)
+                    assert answer is not None, "closed without an answer"
+            wait_until(lambda: "invalid CA certificate" in node.log, "the node's log says why")
+
+    def test_a_certificate_that_is_trusted_itself_is_let_in_whoever_issued_it(self):
+        for trusted in self.kinds():
+            node = self.serving(also=trusted, operator="list")
+            issued = trusted.issue("operator")
+            self.assertFalse(self.is_let_in(node, issued))
+            (node.root / "etc/keystore/trusted/operator.pem").write_bytes(issued[0].read_bytes())
+            node.daemon.send_signal(signal.SIGHUP)
+            wait_until(lambda: self.is_let_in(node, issued), "the reload")
+
+    def is_let_in(self, node, issued):
+        try:
+            return self.ask(node, issued=issued).value() == wire.NO_POLICIES
+        except (ssl.SSLError, ConnectionResetError, AttributeError):
+            return False
+
+    def test_it_issues_no_nodes(self):
+        for trusted in self.kinds():
+            node = Node(start=False)
+            self.addCleanup(node.close)
+            pki.enroll(node, self.authority, "node-1", trusted.issue("node-1"))
+            node.write_rights({"operator": "list"})
+            node.start()
+            client = self.client(node, self.operator, trusted=trusted)
+            result = client.policy("list")
+            self.assertEqual(result.code, UNREACHABLE, result)
+            self.assertIn("the certificate of the host was refused: invalid CA certificate", result.err)
+
+
+class TheNodeItself(TlsTest):
+    def test_is_known_by_its_key_and_not_by_its_name(self):
+        node = self.serving(**{"node-1": "all"})
+        namesake = self.authority.issue("node-1", file_name="namesake")
+        self.assertEqual(self.ask(node, issued=namesake).value(), wire.NOT_AUTHORIZED)
+        self.assertIn("the common name is this node's own id, and the key is not its key", node.log)
+        self.assertEqual(self.ask(node, issued=self.server).value(), wire.NO_POLICIES)
+        client = self.client(node, namesake, "node-1")
+        for arguments in (("install", EXAMPLE), ("remove", "--all"), ("reinit",)):
+            self.assertEqual(client.policy(*arguments).code, REFUSED)
+        self.assertEqual(node.policy("reinit").code, DONE)
+
+    def test_is_nobody_else_whatever_it_is_renamed_to(self):
+        node = self.serving(operator="configset")
+        node.settings["conf.server"] = {"AUDIT_LOGGING": "true"}
+        node.write_settings()
+        client = self.client(node, self.operator)
+
+        def rename(name):
+            result = client.tool("lumsettings", "set", "sec.core", f"CORE_ID={name}", "--host", "localhost")
+            self.assertEqual(result.code, DONE, result)
+            self.assertEqual(self.ask(node, wire.call("mgrconf"), self.operator).status, 200)
+
+        rename("operator")
+        for arguments in (("list",), ("install", EXAMPLE), ("remove", "--all"), ("notify",), ("reinit",)):
+            self.assertEqual(client.policy(*arguments).code, REFUSED)
+        self.assertNotEqual(client.tool("lumsettings", "get", "--host", "localhost").code, DONE)
+        rename("node-1")
+        audit = node.audit()
+        told = [i for i, line in enumerate(audit) if "Configuration set operation completed successfully." in line]
+        self.assertEqual(len(told), 2, audit)
+        for i in told:
+            self.assertTrue(audit[i].endswith("completed successfully. Calling system: 'operator'"), audit[i])
+            self.assertTrue(audit[i + 1].endswith(
+                "INFO CONFIG: Calling system 'operator' has changed by 'config set': [sec.core] 'CORE_ID'."), audit)
+        self.assertEqual(node.policy("list").code, NOT_FOUND)
 
 
 class Ports(TlsTest):

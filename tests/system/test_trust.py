@@ -56,6 +56,74 @@ class TrustTest(unittest.TestCase):
         return [json.loads(line) for line in result.out.splitlines()]
 
 
+class StrictSigners(TrustTest):
+    """An authority whose time is over: it proves signers unless STRICT_SIGNERS is set, and both are told."""
+
+    def end_authority(self):
+        """The certificate of the authority ends, with its name and its key."""
+        self.authority.renew(self.node.root / "etc/keystore/trusted/authority.pem", "20200101000000Z", "20200201000000Z")
+
+    def list_authority(self, words):
+        entry, = [one for one in self.node.tool("lumtrust", "list", "--json").json()["certificates"]
+                  if one["kind"] == "trusted"]
+        self.assertEqual(entry["vouches_for"], words)
+        return self.node.tool("lumtrust", "list")
+
+    def test_an_ended_authority_proves_signers_until_the_key_is_set(self):
+        path = self.signed()
+        verdict, = self.verdicts(path)
+        self.assertEqual(verdict["strict_signers"], {"demanded": False, "refusal": None})
+        self.assertRegex(self.list_authority(["callers", "signers"]).out, "VOUCHES FOR(.|\n)*callers, signers")
+        self.end_authority()
+        verdict, = self.verdicts(path)
+        self.assertFalse(verdict["strict_signers"]["demanded"])
+        self.assertIn("certificate has expired", verdict["strict_signers"]["refusal"])
+        self.assert_code(self.node.policy("verify", path), DONE, "proven: one",
+                         "STRICT_SIGNERS would refuse it: A certificate of 'operator' is refused: certificate has expired")
+        self.list_authority(["signers"])
+        self.node.settings["conf.core"] = {"STRICT_SIGNERS": "true"}
+        self.node.write_settings()
+        verdict, = self.verdicts(path, code=FAILED)
+        self.assertTrue(verdict["strict_signers"]["demanded"])
+        self.assert_code(self.node.policy("verify", path), FAILED, "FAILED: one", "STRICT_SIGNERS refuses it",
+                         "could not be validated with the issuer CA name 'authority'", "certificate has expired")
+        self.assertRegex(self.list_authority([]).out, "nobody")
+
+    def test_the_list_tells_who_vouches_for_itself_alone(self):
+        trusted = pki.NoAuthority("version 1", "authority")
+        self.addCleanup(trusted.close)
+        pki.trust(self.node, trusted, "authority")
+        self.assertRegex(self.list_authority(["itself"]).out, "itself")
+        pki.trust(self.node, self.authority, "authority")
+        (self.node.root / "etc/keystore/trusted/authority.pem").rename(self.node.root / "etc/keystore/trusted/x.pem")
+        self.list_authority(["callers"])
+
+    def test_who_is_no_authority_makes_no_signers(self):
+        for kind in pki.NoAuthority.KINDS:
+            trusted = pki.NoAuthority(kind, "authority")
+            self.addCleanup(trusted.close)
+            pki.trust(self.node, trusted, "authority")
+            self.own("operator", trusted.issue("operator"))
+            path = self.signed()
+            self.assert_code(self.node.policy("verify", path), FAILED,
+                             "could not be validated with the issuer CA name 'authority'")
+
+    def test_a_key_that_cannot_sign_is_told_with_the_kinds_that_can(self):
+        own = self.node.root / "etc/keystore/own"
+        pki.openssl("req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-521", "-nodes", "-subj", "/CN=node-1",
+                    "-keyout", own / "node-1.key", "-out", own / "node-1.pem")
+        self.node.settings["sec.core"] = {"CORE_ID": "node-1"}
+        self.node.settings["sec.cm.certificates"] = {"CERT_INSTALLED": "true"}
+        self.node.write_settings()
+        checked = self.assert_code(self.node.tool("lumconfd", "--check-config"), DONE,
+                                   "Note: with its key this node cannot sign policies. The curve of the key is neither "
+                                   "P-256 nor P-384.", "RSA (2048 to 16384 bits)", "the configuration is in order")
+        self.assertEqual(checked.err, "")
+        refused = self.assert_code(self.node.policy("sign", self.policy_file()), FAILED,
+                                   "Could not initialize the signature class", "P-384) and Ed25519.")
+        self.assertNotIn("error:", refused.err)
+
+
 class Signing(TrustTest):
     def test_a_signed_file_is_proven_and_tells_its_signer(self):
         path = self.policy_file()

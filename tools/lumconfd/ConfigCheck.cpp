@@ -36,6 +36,7 @@ const Key kKeys[] = {
     {"conf.core", "ASYNC_CONTROL_NOTIFY", Type::Boolean},
     {"conf.core", "CACHE_CONFIGSETTINGS_POLICIES", Type::Boolean},
     {"conf.core", "CONTROL_ACK_TIMEOUT", Type::Count},
+    {"conf.core", "STRICT_SIGNERS", Type::Boolean},
     {"conf.server", "AUDIT_LOGGING", Type::Boolean},
     {"conf.server", "AUDIT_LOG_MODE", Type::AuditMode},
     {"conf.server", "SHARED_DATA_FILES", Type::SharedFiles},
@@ -133,6 +134,22 @@ void CheckKeys(const ConfigGroup_t& group, Report& report) {
     }
 }
 
+/// TLS takes keys that sign no policies. That is no mistake: few nodes sign.
+void TellWhetherTheNodeSigns(std::ostream& out) {
+    LumSecCore::Key key;
+    try {
+        const String_t coreId = LumPalConfig::ConfigNamespace_t("sec.core").Open().GetValue("CORE_ID");
+        LumSecCore::KeyStore().GetPrivateKey(coreId, key);
+    } catch (const LumPalMsg::Exception_t&) {
+        return;  // there is none, or a problem that the other steps tell
+    }
+    try {
+        LumSecCore::Signature(0).InitSign(key);
+    } catch (const LumSecCore::InvalidKeyException& e) {
+        out << "Note: with its key this node cannot sign policies. " << e.what() << "\n";
+    }
+}
+
 }  // namespace
 
 bool CheckConfiguration(std::ostream& out) {
@@ -144,6 +161,7 @@ bool CheckConfiguration(std::ostream& out) {
     });
     report.Step([&] { report.Problems(LumSecAuth::FindWrongRights()); });
     report.Step([] { LumSecCore::NodeIdentity::Load().RequireUsable(); });
+    TellWhetherTheNodeSigns(out);
     out << (report.GetCount() == 0 ? "the configuration is in order"
                                    : std::to_string(report.GetCount()) + " problem(s)")
         << "\n";

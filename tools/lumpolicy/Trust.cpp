@@ -105,6 +105,7 @@ struct Verdict {
     std::string label;    ///< says which policy
     ordered_json fields;  ///< likewise
     PolicySigner signer;
+    LumConf::StrictSigners strict;
     std::vector<Proof> proofs;
     Outcome outcome;  ///< of the whole policy
 };
@@ -115,6 +116,7 @@ using Prover = std::function<void(int index)>;
 /// that must not look like a proof.
 void ProveAll(const PolicyHeader& header, const Prover& prove, Verdict& verdict) {
     verdict.signer = PolicySigner::Of(header);
+    verdict.strict = LumConf::StrictSigners::Of(header);
     for (int i = 0; i < header.GetDataFileCount(); ++i) {
         verdict.proofs.push_back({header.GetDataFile(i).ToUtf8(), Attempt([&] { prove(i); })});
         if (verdict.proofs.back().outcome.code != lumtools::kDone) verdict.outcome.code = lumtools::kFailed;
@@ -125,7 +127,7 @@ void ProveAll(const PolicyHeader& header, const Prover& prove, Verdict& verdict)
 }
 
 Verdict VerifyFile(const std::string& name) {
-    Verdict verdict{name, {{"file", name}}, {}, {}, {}};
+    Verdict verdict{name, {{"file", name}}, {}, {}, {}, {}};
     const Outcome reading = Attempt([&] {
         const File_t file(Text(name));
         const PolicyHeader header = PolicyHeader::Read(file, kAnythingMayBeMissing);
@@ -137,7 +139,7 @@ Verdict VerifyFile(const std::string& name) {
 }
 
 Verdict VerifyInstalled(const PolicyHeader& header) {
-    Verdict verdict{NameOf(header), {}, {}, {}, {}};
+    Verdict verdict{NameOf(header), {}, {}, {}, {}, {}};
     verdict.fields = {{"id", header.GetContainerId().ToUtf8()},
                       {"name", header.GetName().ToUtf8()},
                       {"type", header.GetTypeName().ToUtf8()}};
@@ -218,6 +220,8 @@ private:
         ordered_json object = verdict.fields;
         Fill(object, verdict.outcome);
         object["signer"] = ToJson(verdict.signer);
+        object["strict_signers"] = {{"demanded", verdict.strict.demanded}, {"refusal", nullptr}};
+        if (verdict.strict.refusal.IsNotEmpty()) object["strict_signers"]["refusal"] = verdict.strict.refusal.ToUtf8();
         object["data_files"] = ordered_json::array();
         for (const Proof& proof : verdict.proofs) {
             ordered_json one{{"name", proof.file}};
@@ -248,6 +252,10 @@ private:
         if (verdict.signer.found) {
             std::cout << "  " << (verdict.signer.maySign ? "may" : "may NOT") << " sign policies for this node"
                       << std::endl;
+        }
+        if (verdict.strict.refusal.IsNotEmpty()) {
+            std::cout << "  STRICT_SIGNERS " << (verdict.strict.demanded ? "refuses" : "would refuse")
+                      << " it: " << lumtools::Printable(verdict.strict.refusal.ToUtf8()) << std::endl;
         }
     }
 

@@ -82,7 +82,7 @@ bool IsIssuedByTrusted(const X509Certificate& certificate) try {
     if (!store.IsTrustedCertEntry(issuer)) return false;
     X509Certificate trusted;
     store.GetCertificate(issuer, trusted);
-    return certificate.Verify(trusted.GetPublicKey());
+    return trusted.MayIssue() && certificate.Verify(trusted.GetPublicKey());
 } catch (const LumPalMsg::Exception_t&) {
     return false;  // an entry that is broken, or a key of another kind
 }

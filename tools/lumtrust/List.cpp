@@ -4,6 +4,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "LumPalConfig.h"
 #include "LumSecPki.h"
 #include "common/ExitCode.h"
 #include "common/Table.h"
@@ -27,6 +28,27 @@ std::int64_t DaysLeft(const X509Certificate& certificate) {
     return seconds >= 0 ? seconds / kDaySeconds : -((-seconds + kDaySeconds - 1) / kDaySeconds);
 }
 
+bool IsInTime(const X509Certificate& certificate) try {
+    return certificate.CheckValidity();
+} catch (const LumSecCore::SecCoreException&) {
+    return false;
+}
+
+bool AreSignersStrict() {
+    return LumPalConfig::ConfigNamespace_t("conf.core").Open().GetBool("STRICT_SIGNERS");
+}
+
+/// For whom a trusted certificate vouches now. Signers are looked up by the common name of their authority.
+std::vector<std::string> VouchesFor(const std::string& alias, const X509Certificate& certificate, bool first) {
+    const bool inTime = IsInTime(certificate);
+    if (!certificate.MayIssue()) return inTime ? std::vector<std::string>{"itself"} : std::vector<std::string>{};
+    std::vector<std::string> whom;
+    if (inTime) whom.push_back("callers");
+    if (first && alias == certificate.GetSubjectCN().ToUtf8() && (inTime || !AreSignersStrict()))
+        whom.push_back("signers");
+    return whom;
+}
+
 ordered_json EntryOf(const std::string& kind, const std::string& alias, const X509Certificate& certificate) {
     return {{"alias", alias},
             {"kind", kind},
@@ -42,7 +64,10 @@ std::vector<ordered_json> Entries(const std::string& kind, const File_t& file) {
     try {
         std::vector<ordered_json> entries;
         for (const X509Certificate& certificate : ReadCertificates(file.ToString().ToUtf8())) {
-            if (entries.empty() || kind == kTrusted) entries.push_back(EntryOf(kind, alias, certificate));
+            if (!entries.empty() && kind != kTrusted) break;
+            const bool first = entries.empty();
+            entries.push_back(EntryOf(kind, alias, certificate));
+            if (kind == kTrusted) entries.back()["vouches_for"] = VouchesFor(alias, certificate, first);
         }
         return entries;
     } catch (const LumPalMsg::Exception_t& e) {
@@ -63,15 +88,22 @@ void Collect(const std::string& kind, ordered_json& entries) {
     }
 }
 
+std::string Vouched(const ordered_json& entry) {
+    if (!entry.contains("vouches_for")) return "";
+    std::string whom;
+    for (const std::string word : entry["vouches_for"]) whom += (whom.empty() ? "" : ", ") + word;
+    return whom.empty() ? "nobody" : whom;
+}
+
 void PrintTable(const ordered_json& entries) {
-    lumtools::Table table({"KIND", "ALIAS", "SUBJECT", "ISSUER", "VALID UNTIL", "DAYS LEFT"});
+    lumtools::Table table({"KIND", "ALIAS", "SUBJECT", "ISSUER", "VALID UNTIL", "DAYS LEFT", "VOUCHES FOR"});
     for (const ordered_json& entry : entries) {
         if (entry.contains("broken")) {
-            table.Add({entry["kind"], entry["alias"], "(cannot be read)", "", "", ""});
+            table.Add({entry["kind"], entry["alias"], "(cannot be read)", "", "", "", ""});
             continue;
         }
         table.Add({entry["kind"], entry["alias"], entry["subject"], entry["issuer"], entry["not_after"],
-                   std::to_string(entry["days_left"].get<std::int64_t>())});
+                   std::to_string(entry["days_left"].get<std::int64_t>()), Vouched(entry)});
     }
     table.Print(std::cout);
 }

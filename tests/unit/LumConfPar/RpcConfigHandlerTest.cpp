@@ -126,6 +126,45 @@ TEST_P(RpcConfigHandlerRows, ADatabaseWithASyntaxErrorIsAFailureThatNamesTheFile
     EXPECT_EQ(ReadText(written), text);
 }
 
+TEST_F(RpcConfigHandlerTest, WhoSilencesTheAuditLogStandsInIt) {
+    const AuditLog& audit = AuditLog::GetInstance();
+    const auto set = [this](const char* value) {
+        return Client().Config(kSet, GroupOf({{"conf.server", "AUDIT_LOGGING", value}})).value;
+    };
+    for (int round = 1; round <= 20; ++round) {
+        EXPECT_EQ(set("false"), 1);
+        ASSERT_TRUE(Eventually([&] { return !audit.IsEnabled(); }));
+        EXPECT_EQ(node.Audited("has changed by 'config set': [conf.server] 'AUDIT_LOGGING'."), 1) << round;
+        EXPECT_EQ(set("true"), 1);
+        ASSERT_TRUE(Eventually([&] { return audit.IsEnabled(); }));
+        node.ForgetAudit();
+    }
+}
+
+/// Only changes have one.
+TEST_P(RpcConfigHandlerRows, AChangeNamesWhatItChangesInALineOfItsOwnAndNoValue) {
+    const auto nextLine = [this](const std::string& line) {
+        const std::string text = node.AuditText();
+        const std::size_t end = text.find('\n', text.find(line)) + 1;
+        return text.substr(end, text.find('\n', end) - end);
+    };
+    const std::string names = GetParam().mode == kClearNamespace ? "[test.a]" : "[test.a] 'X'";
+    const std::string by = std::string("by '") + GetParam().name + "': " + names;
+    Client().Config(GetParam().mode, GroupOf({{"test.a", "X", "the-value"}}));
+    const std::string done = nextLine(GetParam().audited), system = "CONFIG: Calling system 'local administrator' has ";
+    Client().Config(GetParam().mode, GroupOf({{"test.a", "X", "the-value"}}), "../x");
+    const std::string failed = nextLine(GetParam().auditedFailure);
+    if (GetParam().mode == kGet) {
+        EXPECT_EQ(node.AuditText().find("has "), std::string::npos) << node.AuditText();
+    } else {
+        EXPECT_NE(done.find("INFO " + system + "changed " + by + "."), std::string::npos) << done;
+        EXPECT_NE(failed.find("WARNING " + system + "failed to change " + by + ", of the package '../x'."),
+                  std::string::npos)
+            << failed;
+    }
+    EXPECT_EQ(node.AuditText().find("the-value"), std::string::npos) << node.AuditText();
+}
+
 TEST_P(RpcConfigHandlerRows, APackageIsADatabaseOfItsOwn) {
     Client().Config(kSet, GroupOf(kStored), "rg1");
     EXPECT_EQ(Stored("rg1"), kStoredShown);

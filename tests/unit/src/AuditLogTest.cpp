@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
 #include <vector>
 
 #include "Configure.h"
@@ -103,6 +104,46 @@ TEST_F(AuditLogTest, EachModeOfAnOperationHasItsTwoLines) {
         log.Log("host", row.mode, false);
         ExpectOneLine("WARNING", std::string("Failure Audit: ") + row.failure + " Calling system: 'host'");
     }
+}
+
+TEST_F(AuditLogTest, ALineMoreStandsDirectlyBehindItsOwnUnderTheSameChoices) {
+    TurnOn("failure");
+    AuditLog log;
+    int made = 0;
+    const auto more = [&made] {
+        ++made;
+        return LumPalMsg::Message_t(LumPalMsg::CreateWarn_t(String_t("more")));
+    };
+    log.Log("host", AuditLog::ConfigSet, true, log.GetChoices(), more);
+    log.Log("conf.cluster", AuditLog::ConfigSet, false, log.GetChoices(), more);
+    EXPECT_EQ(made, 0) << "it is not made for a line that is not wanted";
+    EXPECT_EQ(Lines().size(), 0u);
+    std::vector<std::jthread> writers;
+    for (int i = 0; i < 4; ++i) {
+        writers.emplace_back([&] {
+            for (int j = 0; j < 50; ++j) log.Log("host", AuditLog::ConfigSet, false, log.GetChoices(), more);
+        });
+    }
+    writers.clear();
+    const std::vector<std::string> lines = Lines();
+    ASSERT_EQ(lines.size(), 400u);
+    for (std::size_t i = 0; i < lines.size(); i += 2) {
+        EXPECT_TRUE(EndsIn(lines[i], "Configuration set operation failed. Calling system: 'host'")) << lines[i];
+        EXPECT_TRUE(EndsIn(lines[i + 1], "WARNING more")) << lines[i + 1];
+    }
+}
+
+TEST_F(AuditLogTest, AnOperationThatChangesTheChoicesIsWrittenWhenItWasWantedBefore) {
+    std::filesystem::create_directories(root.Native() + "/log");
+    AuditLog log;
+    const auto more = [] { return LumPalMsg::Message_t(LumPalMsg::CreateInfo_t(String_t("more"))); };
+    log.Log("host", AuditLog::ConfigSet, true, {false, false}, more);
+    log.Log("host", AuditLog::ConfigSet, true, {true, true}, more);
+    log.Log("conf.cluster", AuditLog::ConfigSet, true, {true, false}, more);
+    EXPECT_EQ(Lines().size(), 0u);
+    log.Log("host", AuditLog::ConfigSet, true, {true, false}, more);
+    log.Log("host", AuditLog::ConfigSet, false, {true, true}, more);
+    EXPECT_EQ(Lines().size(), 4u);
 }
 
 TEST_F(AuditLogTest, ARefusedCallIsAWarningThatNamesTheMethod) {

@@ -39,13 +39,12 @@ TEST_F(AuthorizationTest, NobodyHoldsNothing) {
     }
 }
 
-TEST_F(AuthorizationTest, TheNodeItselfAndItsAdministratorHoldEveryRightButSigning) {
-    for (const char* sender : {"node-1", LumSecAuth::LocalAdministrator()}) {
-        for (unsigned right : {1u, 2u, 4u, 8u, 16u, 32u, 64u, 128u}) {
-            EXPECT_TRUE(authorization.IsAuthorized(sender, right)) << sender << " " << right;
-        }
-        EXPECT_FALSE(authorization.IsAuthorized(sender, 256u)) << sender;
+TEST_F(AuthorizationTest, TheNodesAdministratorHoldsEveryRightButSigningAndItsBareNameNone) {
+    for (unsigned right : {1u, 2u, 4u, 8u, 16u, 32u, 64u, 128u}) {
+        EXPECT_TRUE(authorization.IsAuthorized(LumSecAuth::LocalAdministrator(), right)) << right;
+        EXPECT_FALSE(authorization.IsAuthorized("node-1", right)) << right;
     }
+    EXPECT_FALSE(authorization.IsAuthorized(LumSecAuth::LocalAdministrator(), 256u));
 }
 
 TEST_F(AuthorizationTest, SeveralRightsAreHeldOnlyTogether) {
@@ -101,6 +100,39 @@ TEST_F(SendersTest, EachOperationIsOpenToItsRightAlone) {
         }
         EXPECT_EQ(As(row.sender).List(none).value != 8, row.right == 16) << row.sender;
         EXPECT_EQ(As(row.sender).Install(policy.Array()).value != 8, row.right == 1) << row.sender;
+    }
+}
+
+TEST_F(SendersTest, TheNodeItselfMayDoEverythingAndIsNamed) {
+    const Selection none = Selection().SetPolicyName("nobody");
+    NodeClient& itself = AsTheNode();
+    for (const OperationRow& operation : kOperations) {
+        EXPECT_NE(itself.Operate(operation.mode, none, false, operation.text).value, 8) << operation.name;
+    }
+    EXPECT_NE(itself.List(none).value, 8);
+    EXPECT_EQ(itself.Install(TestPolicy().Array()).value, 1);
+    EXPECT_EQ(node.Audited("was successfully installed. Calling system: 'node-1'"), 1) << node.AuditText();
+}
+
+TEST_F(SendersTest, WhoBearsTheNodesNameWithAnotherKeyIsNobody) {
+    node.Grant("node-1=all");
+    InstallIdentity("namesake", authority.Issue("node-1", kNames));
+    NodeClient namesake(server.GetPort(), "https");
+    for (const OperationRow& operation : kOperations) {
+        EXPECT_EQ(namesake.Operate(operation.mode).value, 8) << operation.name;
+    }
+    const Reply reply = namesake.List();
+    EXPECT_EQ(reply.value, 8);
+    EXPECT_EQ(reply.text, "Sender with id '' is not authorized to execute policy list operation.");
+}
+
+TEST_F(SendersTest, WhoeverTheNodeIsRenamedAfterHoldsNothingMore) {
+    for (const char* name : {"stranger", "onetwentyeight"}) {
+        As(name);  // this client, and the configuration that it shares with the node, bear the name now
+        ASSERT_EQ(LumPalConfig::ConfigNamespace_t("sec.core").Open().GetValue("CORE_ID"), name);
+        Authorization::GetInstance().Update();
+        EXPECT_EQ(As(name).List().value, 8) << name;
+        EXPECT_EQ(As(name).Install(TestPolicy().Array()).value, 8) << name;
     }
 }
 

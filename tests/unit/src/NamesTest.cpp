@@ -33,6 +33,7 @@ TEST(Names, EveryNameIsSpeltAsPeersSpellIt) {
         {names::NoMultiplePoliciesKey, "NOMULTIPLEPOLICIES"},
         {names::AsyncControlNotifyKey, "ASYNC_CONTROL_NOTIFY"},
         {names::CacheSettingsPoliciesKey, "CACHE_CONFIGSETTINGS_POLICIES"},
+        {names::StrictSignersKey, "STRICT_SIGNERS"},
         {names::AuditLoggingKey, "AUDIT_LOGGING"},
         {names::AuditLogModeKey, "AUDIT_LOG_MODE"},
         {names::SharedDataFilesKey, "SHARED_DATA_FILES"},

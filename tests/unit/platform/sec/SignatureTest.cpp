@@ -1,5 +1,6 @@
 // Making and verifying signatures: how data is fed, and what is refused.
 #include <gtest/gtest.h>
+#include <openssl/err.h>
 
 #include "LumSecCore.h"
 #include "LumSecPki.h"
@@ -118,6 +119,27 @@ TEST(Signatures, AreNotMadeWithKeysThatAreWeakOrOfAnotherKind) {
         EXPECT_THROW(Signature(0).InitVerify(LumSecPki::ReadCertificate(Bytes(identity.certificate)).GetPublicKey()),
                      InvalidKeyException)
             << kind;
+    }
+}
+
+TEST(Signatures, ARefusedKeyNamesTheKindsThatSignAndNothingElse) {
+    for (const char* kind : {"RSA:1024", "EC:P-521", "EC:secp256k1", "ED448", "none"}) {
+        Key key;
+        if (std::string(kind) != "none") {
+            key = LumSecPki::ReadPrivateKey(Bytes(TestAuthority("authority").IssueFor(kind, "signer").key));
+        }
+        ERR_raise(ERR_LIB_USER, 1);  // something else has failed before
+        try {
+            Signature(0).InitSign(key);
+            ADD_FAILURE() << kind;
+        } catch (const InvalidKeyException& e) {
+            const LumPalMsg::Message_t message = e.GetMessageList().GetMessage(0);
+            const std::string text = message.GetMessageText().ToUtf8();
+            for (const char* word : {"RSA", "2048", "P-256", "P-384", "Ed25519"})
+                EXPECT_NE(text.find(word), std::string::npos) << kind << ": " << text;
+            EXPECT_EQ(message.GetDetails().GetMessageCount(), 0)
+                << kind << ": " << message.GetDetails().Format(0xFF).ToUtf8();
+        }
     }
 }
 

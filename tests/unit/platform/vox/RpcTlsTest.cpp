@@ -84,6 +84,8 @@ struct RpcTlsTest : testing::Test {
     }
 };
 
+class RpcTlsOfNoAuthority : public RpcTlsTest, public testing::WithParamInterface<TestAuthorityKind> {};
+
 const char* const kNames = "DNS:localhost,IP:127.0.0.1";
 
 bool Has(const std::string& text, const std::string& part) {
@@ -118,6 +120,18 @@ TEST_F(RpcTlsTest, ANodeOfAnotherAuthorityIsRefused) {
     InstallTrust("other", TestAuthority("other").Certificate());
     EXPECT_TRUE(Has(FailureOf(), "the certificate of the host was refused")) << FailureOf();
 }
+
+TEST_P(RpcTlsOfNoAuthority, ANodeIsRefusedUnlessItsOwnCertificateIsTrusted) {
+    const TestAuthority trusted("trusted", GetParam());
+    const TestIdentity issued = trusted.Issue("node-1", kNames);
+    Serve(issued);
+    InstallTrust("trusted", trusted.Certificate());
+    EXPECT_TRUE(Has(FailureOf(), "the certificate of the host was refused: invalid CA certificate.")) << FailureOf();
+    InstallTrust("node-1", issued.certificate);
+    EXPECT_NO_THROW(Who());
+}
+
+INSTANTIATE_TEST_SUITE_P(EachKind, RpcTlsOfNoAuthority, testing::ValuesIn(kNoAuthorities));
 
 TEST_F(RpcTlsTest, ANodeWhoseCertificateHasEndedIsRefused) {
     Serve(authority.Issue("node-1", kNames, -1));

@@ -9,6 +9,7 @@
 #include "CapturedLog.h"
 #include "Configure.h"
 #include "EchoServer.h"
+#include "Files.h"
 #include "RawHttp.h"
 #include "TempRoot.h"
 #include "TestPki.h"
@@ -86,6 +87,92 @@ TEST_F(TlsHandshake, WhatSomebodyCertifiesWhoIsNoAuthorityIsRefused) {
         EXPECT_EQ(server->served, 0) << trusted;
     }
     EXPECT_TRUE(IsLogged("invalid CA certificate"));
+}
+
+TEST_F(TlsHandshake, WhatIsTrustedVouchesForItselfAloneUnlessItSaysThatItIsAnAuthority) {
+    for (const TestAuthorityKind& kind : kNoAuthorities) {
+        const TestAuthority trusted("trusted", kind);
+        const TestIdentity issued = trusted.Issue("operator", "");
+        InstallTrust("trusted", trusted.Certificate());
+        TestIdentity withIssuer = issued;
+        withIssuer.certificate += trusted.Certificate();
+        for (const TestIdentity& shown : {issued, withIssuer}) {
+            for (const int version : {TLS1_2_VERSION, TLS1_3_VERSION}) {
+                server = NewServer();
+                const std::string before = log.Text();
+                const std::string answer =
+                    TlsClient(server->GetPort()).Versions(version, version).Show(shown).Exchange();
+                EXPECT_TRUE(Has(answer, "alert")) << kind.what << ": " << answer;
+                EXPECT_EQ(server->served, 0) << kind.what;
+                EXPECT_TRUE(Eventually([&] { return Has(log.Text().substr(before.size()), "invalid CA certificate"); }))
+                    << kind.what << ": " << log.Text().substr(before.size());
+            }
+        }
+        InstallTrust("leaf", issued.certificate);
+        server = NewServer();
+        EXPECT_TRUE(Has(TlsClient(server->GetPort()).Show(issued).Exchange(), "from <operator>")) << kind.what;
+        RemoveTrust("leaf");
+    }
+}
+
+TEST_F(TlsHandshake, ACertificateOfVersionOneVouchesForItself) {
+    const TestAuthority trusted("trusted", kNoAuthorities.front());
+    InstallTrust("trusted", trusted.Certificate());
+    server = NewServer();
+    EXPECT_TRUE(Has(TlsClient(server->GetPort()).Show(trusted.Self()).Exchange(), "from <trusted>"));
+}
+
+TEST_F(TlsHandshake, AnIntermediateAuthorityVouchesAlsoBesideOneOfItsNameThatIsNone) {
+    const TestAuthority impostor("authority", kNoAuthorities.front());
+    InstallTrust("another", impostor.Certificate());
+    server = NewServer();
+    EXPECT_TRUE(Has(TlsClient(server->GetPort()).Show(authority.Issue("operator", "")).Exchange(), "from <operator>"));
+    EXPECT_TRUE(Has(TlsClient(server->GetPort()).Show(impostor.Issue("operator", "")).Exchange(), "alert"));
+}
+
+TEST_F(TlsHandshake, OnlyTheNodesOwnKeyMakesACallerTheNode) {
+    server->onServe = [](HttpRequest& request, const HttpReply& reply) {
+        const std::string who = "from <" + request.peer.commonName + ">" + (request.peer.isNode ? " the node" : "");
+        reply(HttpResponse{200, "text/plain", {}, LumVoxMsg::MakeBlocks(who)});
+    };
+    const std::string own = LumSecCore::KeyStoreDirectory().ToUtf8() + "own/node-1";
+    const TestIdentity node{ReadText(own + ".pem"), ReadText(own + ".key")};
+    EXPECT_TRUE(Has(TlsClient(server->GetPort()).Show(node).Exchange(), "from <node-1> the node"));
+    const TestAuthority other("other");
+    InstallTrust("other", other.Certificate());
+    server->server.SetIdentity(LumSecCore::NodeIdentity::Load());
+    for (const TestIdentity& stranger : {authority.Issue("node-1", "DNS:localhost"), other.Issue("node-1", "")}) {
+        EXPECT_TRUE(Has(TlsClient(server->GetPort()).Show(stranger).Exchange(), "from <>"));
+    }
+    EXPECT_TRUE(IsLogged("the common name is this node's own id, and the key is not its key")) << log.Text();
+    const std::string operators = TlsClient(server->GetPort()).Show(authority.Issue("operator", "")).Exchange();
+    EXPECT_TRUE(Has(operators, "from <operator>") && !Has(operators, "the node")) << operators;
+}
+
+TEST_F(TlsHandshake, TheNodeItselfIsKnownBeforeAndBehindTheRenewalOfItsKey) {
+    const std::string own = LumSecCore::KeyStoreDirectory().ToUtf8() + "own/node-1";
+    const TestIdentity former{ReadText(own + ".pem"), ReadText(own + ".key")};
+    const TestIdentity next = authority.Issue("node-1", "DNS:localhost");
+    TlsClient kept(server->GetPort());
+    ASSERT_TRUE(Has(kept.Show(former).Exchange(), "from <node-1>"));
+    EXPECT_TRUE(Has(TlsClient(server->GetPort()).Show(next).Exchange(), "from <>"));
+    InstallIdentity("node-1", next);
+    for (const bool reloaded : {false, true}) {
+        if (reloaded) server->server.SetIdentity(LumSecCore::NodeIdentity::Load());
+        for (const TestIdentity& pair : {former, next})
+            EXPECT_TRUE(Has(TlsClient(server->GetPort()).Show(pair).Exchange(), "from <node-1>")) << reloaded;
+        EXPECT_TRUE(Has(kept.ExchangeAgain(), "from <node-1>")) << reloaded;
+    }
+    EXPECT_TRUE(Has(TlsClient(server->GetPort()).Show(authority.Issue("node-1", "")).Exchange(), "from <>"));
+}
+
+TEST_F(TlsHandshake, WhoIsNamedAsTheNodeIsFromNowOnIsNobodyOnAnOpenConnectionToo) {
+    TlsClient client(server->GetPort());
+    ASSERT_TRUE(Has(client.Show(authority.Issue("node-2", "")).Exchange(), "from <node-2>"));
+    InstallIdentity("node-2", authority.Issue("node-2", "DNS:localhost"));
+    server->server.SetIdentity(LumSecCore::NodeIdentity::Load());
+    const std::string again = client.ExchangeAgain();
+    EXPECT_TRUE(Has(again, "from <>")) << again;
 }
 
 TEST_F(TlsHandshake, ACertificateForServersAloneIsNoClients) {

@@ -1,0 +1,112 @@
+#include "Vouching.h"
+
+#include <openssl/err.h>
+#include <openssl/x509_vfy.h>
+#include <openssl/x509v3.h>
+
+#include <memory>
+
+namespace LumSecCore {
+
+namespace {
+
+struct FreeCertificates {
+    void operator()(STACK_OF(X509) * certificates) const { sk_X509_pop_free(certificates, X509_free); }
+};
+using Certificates = std::unique_ptr<STACK_OF(X509), FreeCertificates>;
+
+bool IsInTime(const X509* certificate) {
+    return X509_cmp_current_time(X509_get0_notBefore(certificate)) < 0 &&
+           X509_cmp_current_time(X509_get0_notAfter(certificate)) > 0;
+}
+
+bool EndsLater(const X509* certificate, const X509* than) {
+    return ASN1_TIME_compare(X509_get0_notAfter(certificate), X509_get0_notAfter(than)) > 0;
+}
+
+/// The trusted certificates that bear the name of the issuer, authorities or not.
+Certificates TrustedIssuers(X509_STORE_CTX* check, X509* certificate) {
+    Certificates named(X509_STORE_CTX_get1_certs(check, X509_get_issuer_name(certificate)));
+    const auto isIssuer = X509_STORE_CTX_get_check_issued(check);
+    for (int i = sk_X509_num(named.get()) - 1; i >= 0; --i) {
+        if (!isIssuer(check, certificate, sk_X509_value(named.get(), i))) X509_free(sk_X509_delete(named.get(), i));
+    }
+    return named;
+}
+
+/// Of several of one name the one whose time it is, else the one that ends last, as the library has it.
+bool IsBetter(const X509* candidate, const X509* best) {
+    if (!best) return true;
+    return IsInTime(candidate) != IsInTime(best) ? IsInTime(candidate) : EndsLater(candidate, best);
+}
+
+int FindAuthority(X509** issuer, X509_STORE_CTX* check, X509* certificate) {
+    const Certificates named = TrustedIssuers(check, certificate);
+    X509* best = nullptr;
+    for (int i = 0; i < sk_X509_num(named.get()); ++i) {
+        X509* const candidate = sk_X509_value(named.get(), i);
+        if (IsAuthority(candidate) && IsBetter(candidate, best)) best = candidate;
+    }
+    if (best && X509_up_ref(best) != 1) return -1;
+    *issuer = best;
+    return best ? 1 : 0;
+}
+
+bool OnlyAuthoritiesVouched(const X509_STORE_CTX* check) {
+    const STACK_OF(X509)* const chain = X509_STORE_CTX_get0_chain(check);
+    for (int i = 1; i < sk_X509_num(chain); ++i)
+        if (!IsAuthority(sk_X509_value(chain, i))) return false;
+    return true;
+}
+
+bool IsMissingIssuer(int error) {
+    return error == X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT || error == X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY ||
+           error == X509_V_ERR_UNABLE_TO_VERIFY_LEAF_SIGNATURE || error == X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN;
+}
+
+bool DoesSomebodyTrustedEndTheChain(X509_STORE_CTX* check) {
+    STACK_OF(X509)* const chain = X509_STORE_CTX_get0_chain(check);
+    if (sk_X509_num(chain) == 0) return false;
+    X509* const last = sk_X509_value(chain, sk_X509_num(chain) - 1);
+    return sk_X509_num(TrustedIssuers(check, last).get()) > 0;
+}
+
+}  // namespace
+
+bool IsAuthority(X509* certificate) {
+    // The library has other numbers for what may pass for an authority: version 1, keyUsage or nsCertType alone.
+    const bool is = X509_check_ca(certificate) == 1;
+    ERR_clear_error();
+    return is;
+}
+
+void LetOnlyAuthoritiesVouch(X509_STORE* trusted) {
+    X509_STORE_set_flags(trusted, X509_V_FLAG_PARTIAL_CHAIN);
+    X509_STORE_set_get_issuer(trusted, FindAuthority);
+}
+
+int VerifyChain(X509_STORE_CTX* check) {
+    const bool verified = X509_verify_cert(check) == 1;
+    if (verified && OnlyAuthoritiesVouched(check)) return 1;
+    const int error = X509_STORE_CTX_get_error(check);
+    if (verified || (IsMissingIssuer(error) && DoesSomebodyTrustedEndTheChain(check)))
+        X509_STORE_CTX_set_error(check, X509_V_ERR_INVALID_CA);
+    else if (error == X509_V_OK)
+        X509_STORE_CTX_set_error(check, X509_V_ERR_UNSPECIFIED);
+    return 0;
+}
+
+int VerdictOnClient(X509* certificate, void* chain, X509_STORE* trusted, int securityLevel) {
+    const std::unique_ptr<X509_STORE_CTX, decltype(&X509_STORE_CTX_free)> check(X509_STORE_CTX_new(),
+                                                                                X509_STORE_CTX_free);
+    auto* const untrusted = static_cast<STACK_OF(X509)*>(chain);
+    if (!check || X509_STORE_CTX_init(check.get(), trusted, certificate, untrusted) != 1 ||
+        X509_STORE_CTX_set_default(check.get(), "ssl_client") != 1)
+        return X509_V_ERR_UNSPECIFIED;
+    X509_VERIFY_PARAM* const rules = X509_STORE_CTX_get0_param(check.get());
+    X509_VERIFY_PARAM_set_depth(rules, kDeepestChain);
+    X509_VERIFY_PARAM_set_auth_level(rules, securityLevel);
+    return VerifyChain(check.get()) == 1 ? X509_V_OK : X509_STORE_CTX_get_error(check.get());
+}
+
+}  // namespace LumSecCore

@@ -1,0 +1,33 @@
+/// @file
+/// Who vouches for whom: the one rule of the server, the client and the proof of policies.
+#pragma once
+
+// The library's own names, so that none of its headers shows here.
+struct x509_st;
+struct x509_store_st;
+struct x509_store_ctx_st;
+
+namespace LumSecCore {
+
+/// Certificates above the one that is looked at.
+inline constexpr int kDeepestChain = 8;
+
+/// Whether a certificate may vouch for others: it says so itself (basicConstraints CA:TRUE, RFC 5280, 4.2.1.9), and its
+/// keyUsage, if there is one, holds keyCertSign. One of version 1, or one that only hints at it, may not.
+bool IsAuthority(x509_st* certificate);
+
+/// Makes a store one whose authorities vouch for others and whose other certificates each for itself alone; what is
+/// trusted need not be a root.
+void LetOnlyAuthoritiesVouch(x509_store_st* trusted);
+
+/// As X509_verify_cert for a check over such a store, which it asks once more of the chain that was found.
+/// @return 1, or 0 with the reason in the context; 0 with X509_V_ERR_INVALID_CA when only somebody vouches who is no
+///         authority
+int VerifyChain(x509_store_ctx_st* check);
+
+/// What VerifyChain says of a certificate that a client shows; X509_V_OK when it is let in.
+/// @param chain          what came with it (a STACK_OF(X509)); may be null
+/// @param securityLevel  that of the TLS library (SSL_CTX_set_security_level)
+int VerdictOnClient(x509_st* certificate, void* chain, x509_store_st* trusted, int securityLevel);
+
+}  // namespace LumSecCore
