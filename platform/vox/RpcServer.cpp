@@ -2,6 +2,7 @@
 #include <mutex>
 #include <variant>
 
+#include "Fault.h"
 #include "FunctionCall.h"
 #include "LumPalLog.h"
 #include "LumVoxRpc.h"
@@ -154,7 +155,10 @@ RpcServerImpl& ImplOf(const LumPalPtr::RefPtr_t<LumPalRef::RefCounted_t>& implem
 }  // namespace
 
 RpcServer::RpcServer(const LumPalConfig::Configuration_t&, const Options& options)
-    : Object(new RpcServerImpl(options)) {}
+    : Object(new RpcServerImpl(options)) {
+    if (!LumPalIo::FaultAt("serve", options.basePath.ToUtf8().c_str())) return;
+    throw LumPalIo::IOException_t(CreateError_t("A server for '%1' could not be made.") << options.basePath);
+}
 
 void RpcServer::Register(const char* name, RpcServerHandler& handler) {
     ImplOf(implementation).Register(name, &handler);
