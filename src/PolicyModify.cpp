@@ -1,6 +1,7 @@
 // The operations that change headers of installed policies: status, owner, categories, attributes.
 #include <exception>
 
+#include "AttributeCheck.h"
 #include "AuditLog.h"
 #include "DirectoryImpl.h"
 #include "Exceptions.h"
@@ -52,17 +53,6 @@ public:
 private:
     const File_t file;
 };
-
-struct NameAndValue {
-    String_t name, value;
-};
-
-NameAndValue SplitAttribute(const String_t& text) {
-    const std::uint32_t at = text.Find("=");
-    // Kept: a text without "=" is both, as callers have always had it.
-    if (at == LumPalStr::NotFound) return {text, text};
-    return {text.Left(at), text.Mid(at + 1)};
-}
 
 /// @return whether any was new
 bool AddCategories(PolicyHeaderImpl& header, const std::vector<String_t>& categories) {
