@@ -4,6 +4,7 @@
 #include "AttributeCheck.h"
 #include "AuditLog.h"
 #include "DirectoryImpl.h"
+#include "DistinctWords.h"
 #include "Exceptions.h"
 #include "Messages.h"
 #include "Names.h"
@@ -35,6 +36,8 @@ struct PolicyOperation::HeaderChange {
 
 namespace {
 
+using Texts = std::vector<String_t>;
+
 /// A file of the temporary directory that goes with the scope, unless it was moved to its place.
 class ScratchFile {
 public:
@@ -59,6 +62,20 @@ bool AddCategories(PolicyHeaderImpl& header, const std::vector<String_t>& catego
     bool added = false;
     for (const String_t& category : categories) added = header.SetCategory(category) || added;
     return added;
+}
+
+/// Of all these policies.
+HashedTexts<String_t> CategoriesOf(const PolicyContainerImpl& policies, const Texts& ids) {
+    Texts categories;
+    const String_t* last = nullptr;
+    for (const String_t& id : ids) {
+        const bool again = last && *last == id;  // as in ChangeHeaders
+        last = &id;
+        if (again) continue;
+        const Texts own = policies.GetPolicyHeader(id)->Snapshot().categories;
+        categories.insert(categories.end(), own.begin(), own.end());
+    }
+    return HashedTexts<String_t>(std::move(categories));
 }
 
 bool HasCategories(const PolicyHeaderImpl& header) {
@@ -279,9 +296,10 @@ void PolicyOperation::ModifyCategory(const String_t& originator, const String_t&
         Audit(originator, AuditLog::Category, false);
         Raise<LumPalMsg::IllegalStateError_t>(msg::CategoryOperationNotPossible);
     }
-    const Ids words = GetVectorFromString(categories);
-    const HashedTexts<String_t> unwanted(action == RemoveCategory ? words : Ids());
     const Ids selected = SelectFor(originator, selection, AuditLog::Category, msg::CategoryNoPolicyFiles, options);
+    const bool adds = action == AddCategory;
+    const Ids words = adds ? DistinctWords(categories) : WordsAmong(categories, CategoriesOf(*Cache(), selected));
+    const HashedTexts<String_t> unwanted(adds ? Ids() : words);
     // Kept: one flag for the whole selection, so that all that follow the first change are rewritten and told.
     bool rewrite = false;
     const HeaderChange change{AuditLog::Category, [&words, &unwanted, &rewrite](PolicyHeaderImpl& header) {

@@ -1,16 +1,105 @@
+#include "FreedMemory.h"
+
+#include <chrono>
+#include <condition_variable>
 #include <cstdlib>
+#include <exception>
+#include <mutex>
+#include <thread>
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif
 
-#include "FreedMemory.h"
+#include "../pal/ThreadName.h"
 
 namespace LumVoxRpc {
+namespace {
 
-void ReturnFreedMemory() {
+/// From so many bytes of messages on a pass over the heap is worth its time.
+constexpr std::size_t kWorthAPass = 1u << 20;
+/// Between two passes: they hold up every thread that asks for memory.
+constexpr std::chrono::milliseconds kRest{100};
+/// When to look again: what a message was about goes on behind its answer (settings are read anew, consumers told).
+constexpr std::chrono::milliseconds kLooks[] = {kRest, std::chrono::seconds(1), std::chrono::seconds(5)};
+
+#ifdef __GLIBC__
+// Above it a block is a mapping of its own: the blocks of a message go back one by one, while it is read.
+constexpr int kLeastMapping = 64 << 10;
+// What each thread's heap may keep at its end.
+constexpr int kMostKept = 256 << 10;
+#endif
+
+/// Waits for freed bytes and gives them back. Never destroyed: threads free memory until the process is gone.
+class Returner {
+public:
+    static Returner& Get() {
+        static Returner* const returner = new Returner;
+        return *returner;
+    }
+
+    void Note(std::size_t bytes) {
+        const std::lock_guard lock(mutex);
+        freed += bytes;
+        if (freed < kWorthAPass) return;
+        if (!running) std::thread([this] { Run(); }).detach();
+        running = true;
+        enough.notify_one();
+    }
+
+private:
+    void Run() {
+        LumPalThread::NameThisThread("LumVox:Memory");
+        const auto isEnough = [this] { return freed >= kWorthAPass; };
+        std::unique_lock lock(mutex);
+        for (;;) {
+            enough.wait(lock, isEnough);
+            for (const std::chrono::milliseconds next : kLooks) {
+                GiveBack(lock);
+                if (enough.wait_for(lock, next, isEnough)) break;
+            }
+        }
+    }
+    void GiveBack(std::unique_lock<std::mutex>& lock) {
+        freed = 0;
+        lock.unlock();
+        ReturnFreedMemory();
+        std::this_thread::sleep_for(kRest);
+        lock.lock();
+    }
+
+    std::mutex mutex;
+    std::condition_variable enough;
+    std::size_t freed = 0;  ///< guarded by mutex, as what follows
+    bool running = false;
+};
+
+}  // namespace
+
+void KeepFreedMemorySmall() noexcept {
+#ifdef __GLIBC__
+    static const bool once = [] {
+        // Each of them also keeps the allocator from raising both by itself after the first large block.
+        mallopt(M_MMAP_THRESHOLD, kLeastMapping);
+        mallopt(M_TRIM_THRESHOLD, kMostKept);
+        return true;
+    }();
+    static_cast<void>(once);
+#endif
+}
+
+void ReturnFreedMemory() noexcept {
 #ifdef __GLIBC__
     malloc_trim(0);
 #endif
+}
+
+void NoteFreed(std::size_t bytes) noexcept {
+    if (bytes == 0) return;
+    try {
+        Returner::Get().Note(bytes);
+    } catch (const std::exception&) {
+        // Without a thread now: the next message tries again.
+    }
 }
 
 }  // namespace LumVoxRpc
