@@ -52,7 +52,9 @@ void ConfigUpdate_t::SetConfig(const Configuration_t& configuration) {
     String_t name, value;
     CheckName(nameSpace);
     for (int i = 0; configuration.GetAttr(i, name, value); ++i) CheckName(name);
-    impl->changes.push_back({ConfigChange::Kind::Set, nameSpace, String_t(), CopyOf(configuration)});
+    if (configuration.GetAttrCount() > 0) {
+        impl->changes.push_back({ConfigChange::Kind::Set, nameSpace, String_t(), CopyOf(configuration)});
+    }
     impl->hasLocal = true;
 }
 
