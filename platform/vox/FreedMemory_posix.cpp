@@ -19,6 +19,8 @@ namespace {
 constexpr std::size_t kWorthAPass = 1u << 20;
 /// Between two passes: they hold up every thread that asks for memory.
 constexpr std::chrono::milliseconds kRest{100};
+/// A small message may have let go of much: settings that it cleared, policies that it removed.
+constexpr std::chrono::seconds kLongest{10};
 /// When to look again: what a message was about goes on behind its answer (settings are read anew, consumers told).
 constexpr std::chrono::milliseconds kLooks[] = {kRest, std::chrono::seconds(1), std::chrono::seconds(5)};
 
@@ -39,11 +41,11 @@ public:
 
     void Note(std::size_t bytes) {
         const std::lock_guard lock(mutex);
+        const bool isFirst = freed == 0;
         freed += bytes;
-        if (freed < kWorthAPass) return;
         if (!running) std::thread([this] { Run(); }).detach();
         running = true;
-        enough.notify_one();
+        if (isFirst || freed >= kWorthAPass) some.notify_one();
     }
 
 private:
@@ -52,10 +54,11 @@ private:
         const auto isEnough = [this] { return freed >= kWorthAPass; };
         std::unique_lock lock(mutex);
         for (;;) {
-            enough.wait(lock, isEnough);
+            some.wait(lock, [this] { return freed > 0; });
+            some.wait_for(lock, kLongest, isEnough);
             for (const std::chrono::milliseconds next : kLooks) {
                 GiveBack(lock);
-                if (enough.wait_for(lock, next, isEnough)) break;
+                if (some.wait_for(lock, next, isEnough)) break;
             }
         }
     }
@@ -68,7 +71,7 @@ private:
     }
 
     std::mutex mutex;
-    std::condition_variable enough;
+    std::condition_variable some;
     std::size_t freed = 0;  ///< guarded by mutex, as what follows
     bool running = false;
 };
@@ -78,9 +81,12 @@ private:
 void KeepFreedMemorySmall() noexcept {
 #ifdef __GLIBC__
     static const bool once = [] {
-        // Each of them also keeps the allocator from raising both by itself after the first large block.
+        // Each of the two also keeps the allocator from raising both by itself after the first large block.
         mallopt(M_MMAP_THRESHOLD, kLeastMapping);
         mallopt(M_TRIM_THRESHOLD, kMostKept);
+        // Small blocks join their neighbours when they are freed. Joined by a pass alone, those at the end of a
+        // thread's heap would stay: a pass gives back only what lies in between.
+        mallopt(M_MXFAST, 0);
         return true;
     }();
     static_cast<void>(once);
