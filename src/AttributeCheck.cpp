@@ -13,4 +13,11 @@ void CheckAttribute(const LumPalStr::String_t& text) {
     }
 }
 
+NameAndValue SplitAttribute(const LumPalStr::String_t& text) {
+    const std::uint32_t at = text.Find("=");
+    // Kept: a text without "=" is both, as callers have always had it.
+    if (at == LumPalStr::NotFound) return {text, text};
+    return {text.Left(at), text.Mid(at + 1)};
+}
+
 }  // namespace LumConf

@@ -1,5 +1,5 @@
 /// @file
-/// The rule for texts that a selection writes as "name=value".
+/// The rules for texts that selections and requests write as "name=value".
 #pragma once
 
 #include "LumPalStr.h"
@@ -9,5 +9,13 @@ namespace LumConf {
 /// Refuses a name or a value that is null, empty or blank, or that holds "=".
 /// @throws LumPalMsg::IllegalArgumentError_t 70 (nothing in it), 71 (an equals sign in it)
 void CheckAttribute(const LumPalStr::String_t& text);
+
+/// An attribute as requests carry it.
+struct NameAndValue {
+    LumPalStr::String_t name, value;
+};
+
+/// Parts "name=value" at the first "="; a text without one is name and value both. Nothing is checked.
+NameAndValue SplitAttribute(const LumPalStr::String_t& text);
 
 }  // namespace LumConf

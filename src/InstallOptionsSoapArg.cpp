@@ -1,10 +1,10 @@
 #include "InstallOptionsSoapArg.h"
 
+#include "AttributeCheck.h"
 #include "InstallOptionsImpl.h"
 
 namespace LumConf {
 
-using LumPalStr::NotFound;
 using LumPalStr::String_t;
 using LumVoxSoap::SOAPArgBool;
 using LumVoxSoap::SOAPArgInt;
@@ -12,13 +12,6 @@ using LumVoxSoap::SOAPArgInt;
 namespace {
 
 using Pair = std::pair<String_t, String_t>;
-
-/// The name is what stands before the first "=", the value what stands behind it; a text without one is a name.
-Pair SplitPair(const String_t& text) {
-    const std::uint32_t at = text.Find("=");
-    if (at == NotFound) return {text, ""};
-    return {text.Left(at), text.Mid(at + 1)};
-}
 
 bool ToBool(const String_t& text) {
     return SOAPArgBool::UnicodeToBool(text);
@@ -35,17 +28,10 @@ void ReadForceState(InstallOptions& options, const String_t& text) {
     if (ToBool(text)) options.ForceState();
 }
 
-void ReadAddAttribute(InstallOptions& options, const String_t& text) {
-    const Pair pair = SplitPair(text);
-    options.SetAddAttribute(pair.first, pair.second);
-}
+constexpr int kInAddAttribute = 8;
+constexpr int kInRemoveAttribute = 9;
 
-void ReadRemoveAttribute(InstallOptions& options, const String_t& text) {
-    const Pair pair = SplitPair(text);
-    options.SetRemoveAttribute(pair.first, pair.second);
-}
-
-/// One child element: its name, the parse state inside it, and how its text enters the options.
+/// One child element: its name, the parse state inside it, and how its text enters the options (null: by GetOptions).
 struct Child {
     const char* name;
     int state;
@@ -60,8 +46,8 @@ const Child kChildren[] = {
     {"addcategory", 5, [](InstallOptions& o, const String_t& text) { o.SetAddCategory(text); }},
     {"removecategory", 6, [](InstallOptions& o, const String_t& text) { o.SetRemoveCategory(text); }},
     {"removeallcategories", 7, [](InstallOptions& o, const String_t& text) { o.SetRemoveAllCategories(ToBool(text)); }},
-    {"addattribute", 8, ReadAddAttribute},
-    {"removeattribute", 9, ReadRemoveAttribute},
+    {"addattribute", kInAddAttribute, nullptr},
+    {"removeattribute", kInRemoveAttribute, nullptr},
     {"removeallattributes", 10,
      [](InstallOptions& o, const String_t& text) { o.SetRemoveAllAttributes(ToBool(text)); }},
     {"owner", 11, [](InstallOptions& o, const String_t& text) { o.SetOwner(text); }},
@@ -121,9 +107,30 @@ int InstallOptionsSoapArg::StateOfChild(const String_t& localName) const {
 }
 
 void InstallOptionsSoapArg::StoreChild(int state, const String_t& text) {
+    if (state == kInAddAttribute) return addAttributes.push_back(text);
+    if (state == kInRemoveAttribute) return removeAttributes.push_back(text);
     for (const Child& child : kChildren) {
         if (child.state == state) child.read(options, text);
     }
+}
+
+void InstallOptionsSoapArg::SetOptions(const InstallOptions& value) {
+    options = value;
+    addAttributes.clear();
+    removeAttributes.clear();
+}
+
+InstallOptions InstallOptionsSoapArg::GetOptions() const {
+    InstallOptions whole = options;
+    for (const String_t& text : addAttributes) {
+        const NameAndValue attribute = SplitAttribute(text);
+        whole.SetAddAttribute(attribute.name, attribute.value);
+    }
+    for (const String_t& text : removeAttributes) {
+        const NameAndValue attribute = SplitAttribute(text);
+        whole.SetRemoveAttribute(attribute.name, attribute.value);
+    }
+    return whole;
 }
 
 }  // namespace LumConf

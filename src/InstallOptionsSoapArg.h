@@ -2,6 +2,8 @@
 /// Install options on the wire.
 #pragma once
 
+#include <vector>
+
 #include "FlatSoapArg.h"
 #include "InstallOptions.h"
 
@@ -11,8 +13,10 @@ namespace LumConf {
 class InstallOptionsSoapArg : public FlatSoapArg {
 public:
     explicit InstallOptionsSoapArg(const LumPalStr::String_t& name) : FlatSoapArg(name) {}
-    void SetOptions(const InstallOptions& value) { options = value; }
-    const InstallOptions& GetOptions() const noexcept { return options; }
+    void SetOptions(const InstallOptions& value);
+    /// @throws LumPalMsg::IllegalArgumentError_t 70, 71 for a bad attribute that was read: it is well-formed all the
+    ///         same, and whoever may not install hears nothing of it
+    InstallOptions GetOptions() const;
     void WriteContent(LumPalXml::XmlWriter_t& writer) const override;
 
 protected:
@@ -20,7 +24,8 @@ protected:
     void StoreChild(int state, const LumPalStr::String_t& text) override;
 
 private:
-    InstallOptions options;
+    InstallOptions options;                                            ///< but for the attributes that were read
+    std::vector<LumPalStr::String_t> addAttributes, removeAttributes;  ///< as they were read
 };
 
 }  // namespace LumConf

@@ -21,10 +21,7 @@ using LumPalStr::String_t;
 InstallTask::InstallTask(PolicyOperation& operation, const String_t& originator, const InstallOptionsImpl& options)
     : operation(operation), originator(originator), options(options), incoming(paths::IncomingDirectory()) {}
 
-// The document is not kept beyond its install, however that ended.
-InstallTask::~InstallTask() {
-    operation.currentPolicy = LumPalArray::CharArray_t();
-}
+InstallTask::~InstallTask() = default;
 
 void InstallTask::Run(TransferCursor& array) {
     operation.journal.RequireNone();
@@ -63,8 +60,10 @@ void InstallTask::UnpackFiles(TransferCursor& array) {
     PolicyArrayReader files(array);
     try {
         while (files.Next()) {
+            const std::size_t begin = array.GetPosition();
             if (files.IsHeader()) headerFile = File_t(incoming, files.GetName());
-            operation.CreateFile(incoming, files.GetName(), array.Bytes(), files.GetLength(), files.IsHeader());
+            operation.CreateFile(incoming, files.GetName(), array.Bytes(), files.GetLength(), false);
+            if (files.IsHeader()) document = array.View(begin, array.GetPosition());
         }
     } catch (const LumPalIo::NoSpaceException_t&) {
         carried = files.TakeCarriedNames();
@@ -94,7 +93,7 @@ void InstallTask::InstallUnpacked() {
 void InstallTask::Parse() {
     PolicyXmlHandler handler;
     handler.StartReading();
-    PolicyXmlParser::Parse(LumPalIo::CharArrayInputStream_t::Over(operation.currentPolicy), handler);
+    PolicyXmlParser::Parse(StreamOver(document), handler);
     newHeader = handler.TakeHeader();
 }
 

@@ -113,6 +113,7 @@ private:
     const InstallOptionsImpl& options;
     const LumPalIo::File_t incoming;
 
+    std::string_view document;     ///< of the array, which outlives the task
     LumPalIo::File_t headerFile;   ///< in the incoming directory; null until its name is known
     LumPalIo::File_t newDocument;  ///< in the temporary directory; null until it was made
     CarriedNames carried;          ///< the files that this policy brought

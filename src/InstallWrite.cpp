@@ -86,9 +86,8 @@ std::vector<String_t> InstallTask::FormerDataFiles() const {
 // All that needs room on the disk comes before the old data goes: a full disk costs nothing.
 void InstallTask::PrepareHeader() {
     newDocument = DirectoryImpl::CreateTemporaryFile();
-    writer = std::make_unique<PolicyWriter>(newDocument, headerFile,
-                                            LumPalIo::CharArrayInputStream_t::Over(operation.currentPolicy),
-                                            operation.installDirectory, newHeader.Get());
+    writer = std::make_unique<PolicyWriter>(newDocument, headerFile, StreamOver(document), operation.installDirectory,
+                                            newHeader.Get());
     writer->Prepare();
 }
 
@@ -172,7 +171,6 @@ void InstallTask::FlushStore() const {
 
 void InstallTask::WriteHeader() {
     writer->Write(IsPlainName(installedPolicyId) ? installedPolicyId : String_t(""));
-    operation.currentPolicy = LumPalArray::CharArray_t();
 }
 
 // Behind the new header's move, so that a failure of that leaves the old one.

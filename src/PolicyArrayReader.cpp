@@ -1,6 +1,7 @@
 #include "PolicyArrayReader.h"
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 
 #include "Exceptions.h"
@@ -19,7 +20,26 @@ String_t Decode(std::string_view raw) {
     return LumPalIo::DataInputStream_t(LumPalIo::CharArrayInputStream_t::Over(bytes)).ReadUTF16String();
 }
 
+class ViewInput : public LumPalIo::InputStream_t::Impl {
+public:
+    explicit ViewInput(std::string_view bytes) : rest(bytes) {}
+    std::int64_t Read(char* target, std::size_t length) override {
+        if (rest.empty()) return -1;
+        const std::size_t count = rest.copy(target, length);
+        rest.remove_prefix(count);
+        return static_cast<std::int64_t>(count);
+    }
+    std::size_t Available() override { return rest.size(); }
+
+private:
+    std::string_view rest;
+};
+
 }  // namespace
+
+LumPalIo::InputStream_t StreamOver(std::string_view bytes) {
+    return LumPalIo::InputStream_t(std::make_shared<ViewInput>(bytes));
+}
 
 TransferCursor::TransferCursor(const LumPalArray::CharArray_t& data)
     : data(data), in(LumPalIo::CharArrayInputStream_t::Over(data)) {}

@@ -38,6 +38,9 @@ private:
     LumPalIo::DataInputStream_t in;
 };
 
+/// A stream over bytes that outlive it; nothing is copied.
+LumPalIo::InputStream_t StreamOver(std::string_view bytes);
+
 /// The names of all files of one policy array. It refers to the bytes of the array, which must outlive it.
 class CarriedNames {
 public:

@@ -31,6 +31,8 @@ public:
     void Characters(const char16_t* text, std::uint32_t start, std::uint32_t length) override;
     void EndElement(const LumPalStr::String_t& prefix, const LumPalStr::String_t& localName,
                     const LumPalStr::String_t& namespaceUri) override;
+    /// Beside the headers stands nothing else; what is unknown inside of one is passed over.
+    bool RefusesUnknown() const override { return true; }
 
 private:
     /// What the reader stands in; the numbers are those of the wire's table.

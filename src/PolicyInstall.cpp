@@ -3,6 +3,8 @@
 #include "InstallOptions.h"
 #include "InstallOptionsImpl.h"
 #include "InstallTask.h"
+#include "LumCtrl.h"
+#include "LumPalLog.h"
 #include "Messages.h"
 #include "PolicyArrayReader.h"
 #include "PolicyOperation.h"
@@ -44,6 +46,16 @@ int ReadPolicyCount(TransferCursor& package) {
     }
 }
 
+// Kept: when consumers cannot be told, the caller hears of that alone. What was refused stands in the log then.
+void NotifyOfPackage(PolicyOperation& operation, const String_t& originator, const MessageList_t& refused) {
+    try {
+        operation.Notify(originator);
+    } catch (const LumCtrl::ControlException&) {
+        if (refused.GetMessageCount() > 0) LumPalLog::Log(Make(msg::PackageInstallFailed, refused));
+        throw;
+    }
+}
+
 }  // namespace
 
 void PolicyOperation::Install(const String_t& originator, const CharArray_t& data, InstallOptions& options) {
@@ -67,7 +79,7 @@ void PolicyOperation::InstallPackage(const String_t& originator, const CharArray
     const MessageList_t refused = InstallEach(originator, package, policies, options);
     if (notify) {
         options.SetNotify(true);
-        Notify(originator);
+        NotifyOfPackage(*this, originator, refused);
     }
     if (refused.GetMessageCount() > 0) Raise<NoMultiplePoliciesException>(msg::PackageInstallFailed, refused);
 }

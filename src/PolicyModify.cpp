@@ -1,7 +1,9 @@
 // The operations that change headers of installed policies: status, owner, categories, attributes.
 #include <exception>
 
+#include "AttributeCheck.h"
 #include "AuditLog.h"
+#include "DistinctWords.h"
 #include "Exceptions.h"
 #include "Messages.h"
 #include "PolicyHeaderImpl.h"
@@ -53,22 +55,27 @@ namespace {
 /// So many documents wait together for their flush: a flush costs as much as dozens of them.
 constexpr std::size_t kMostAtOnce = 256;
 
-struct NameAndValue {
-    String_t name, value;
-};
-
-NameAndValue SplitAttribute(const String_t& text) {
-    const std::uint32_t at = text.Find("=");
-    // Kept: a text without "=" is both, as callers have always had it.
-    if (at == LumPalStr::NotFound) return {text, text};
-    return {text.Left(at), text.Mid(at + 1)};
-}
+using Texts = std::vector<String_t>;
 
 /// @return whether any was new
 bool AddCategories(PolicyHeaderImpl& header, const std::vector<String_t>& categories) {
     bool added = false;
     for (const String_t& category : categories) added = header.SetCategory(category) || added;
     return added;
+}
+
+/// Of all these policies.
+HashedTexts<String_t> CategoriesOf(const PolicyContainerImpl& policies, const Texts& ids) {
+    Texts categories;
+    const String_t* last = nullptr;
+    for (const String_t& id : ids) {
+        const bool again = last && *last == id;  // as in ChangeHeaders
+        last = &id;
+        if (again) continue;
+        const Texts own = policies.GetPolicyHeader(id)->Snapshot().categories;
+        categories.insert(categories.end(), own.begin(), own.end());
+    }
+    return HashedTexts<String_t>(std::move(categories));
 }
 
 bool HasCategories(const PolicyHeaderImpl& header) {
@@ -320,9 +327,10 @@ void PolicyOperation::ModifyCategory(const String_t& originator, const String_t&
         Audit(originator, AuditLog::Category, false);
         Raise<LumPalMsg::IllegalStateError_t>(msg::CategoryOperationNotPossible);
     }
-    const Ids words = GetVectorFromString(categories);
-    const HashedTexts<String_t> unwanted(action == RemoveCategory ? words : Ids());
     const Ids selected = SelectFor(originator, selection, AuditLog::Category, msg::CategoryNoPolicyFiles, options);
+    const bool adds = action == AddCategory;
+    const Ids words = adds ? DistinctWords(categories) : WordsAmong(categories, CategoriesOf(*Cache(), selected));
+    const HashedTexts<String_t> unwanted(adds ? Ids() : words);
     // Kept: one flag for the whole selection, so that all that follow the first change are rewritten and told.
     bool rewrite = false;
     const HeaderChange change{AuditLog::Category, [&words, &unwanted, &rewrite](PolicyHeaderImpl& header) {

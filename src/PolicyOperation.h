@@ -224,7 +224,7 @@ private:
 
     // Guarded by mutex, which its holder may lock again: an install removes.
     LumPalThread::Mutex_t mutex;
-    LumPalArray::CharArray_t currentPolicy;  ///< the document of the policy being installed
+    LumPalArray::CharArray_t currentPolicy;  ///< the document that CreateFile kept
     NotifyStore notifications;
     StoreJournal journal;
     std::vector<LumPalIo::File_t> leftovers;  ///< of installs that found no room: what could not be deleted at once

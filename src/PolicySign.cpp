@@ -103,7 +103,8 @@ CharArray_t SignFile(const File_t& headerFile, const String_t& name, const Signe
     const File_t data(headerFile.GetParent(), name);
     // A name that would leave the folder names no data file of the policy.
     if (!IsPlainName(name) || !data.Exists()) {
-        Raise<LumPalIo::IOException_t>(msg::SignDataFileDoesNotExist, name, headerFile.GetAbsolutePath());
+        Raise<LumPalIo::IOException_t>(msg::SignDataFileDoesNotExist, data.GetAbsolutePath(),
+                                       headerFile.GetAbsolutePath());
     }
     LumSecCore::Signature signature(kAlgorithm);
     try {

@@ -78,10 +78,13 @@ void RpcPolicyInstall::Serve(LumVoxRpc::RpcServerCall& call, Request& request, R
 }
 
 void RpcPolicyInstall::Install(Request& request, RpcAnswer& answer) {
+    const auto method = static_cast<InstallMethod>(request.method.GetValue());
+    if (method == InstallMethod::Policy) {
+        request.file = LumPalIo::File_t(incomingDirectory, Shown(request.fileName.GetValue()));
+    }
     InstallOptions options = request.options.GetOptions();
-    switch (static_cast<InstallMethod>(request.method.GetValue())) {
+    switch (method) {
         case InstallMethod::Policy:
-            request.file = LumPalIo::File_t(incomingDirectory, Shown(request.fileName.GetValue()));
             operation->Install(request.sender, request.data.GetValue(), options);
             answer.Set(ReturnValue::Success, Make(msg::RpcInstallFileDone, request.file.GetName()));
             return;

@@ -3,6 +3,7 @@
 #include "Authorization.h"
 #include "LumPalLog.h"
 #include "Messages.h"
+#include "PlainName.h"
 #include "PolicyOperation.h"
 #include "StringList.h"
 #include "Trace.h"
@@ -13,8 +14,12 @@ using LumPalStr::String_t;
 
 namespace {
 
-bool IsAnyInstalled(const String_t& typeNames) {
-    for (const String_t& typeName : GetVectorFromString(typeNames)) {
+/// A stranger may name millions of types: each is looked at where it stands.
+bool IsAnyInstalled(std::u16string_view typeNames) {
+    for (WordReader words(typeNames); words.Next();) {
+        // No type has a longer name: it names a folder.
+        if (words.Get().size() > kMaxNameBytes) continue;
+        const String_t typeName(words.Get().data(), static_cast<std::uint32_t>(words.Get().size()));
         if (PolicyOperation::GetInstance()->IsPolicyTypeNameInstalled(typeName)) return true;
     }
     return false;

@@ -11,9 +11,9 @@ namespace LumPalIo {
 /// before a connection is accepted; true lets that fail as without descriptors (EMFILE).
 /// @param operation  "open" (for writing), "write", "rename", "unlink", "rmdir", "mkdir", "chmod", "fsync",
 ///                   "syncfs" (flushing all of a folder's file system), "read" (opening for reading), "close" (of a
-///                   file that was written), "spawn", "accept"
+///                   file that was written), "spawn", "accept", "serve" (the making of an RPC server)
 /// @param path       the path concerned (of a rename, the old one), or the program; of "accept" "control.sock" for the
-///                   control service, else empty
+///                   control service, else empty; of "serve" the server's base path
 /// Called from whatever thread does the operation.
 using FaultHook = bool (*)(const char* operation, const char* path);
 

@@ -126,19 +126,51 @@ void Parser::ParseAttribute(std::u16string_view text) {
     current->SetAttrValue(name, ToString(Plain(text.substr(equals + 1))));
 }
 
-void AppendConfig(std::u16string& text, const Configuration_t& config) {
-    CheckName(config.GetNamespace());
-    if (!text.empty()) text += u'\n';
-    text += u'[';
-    AppendName(text, config.GetNamespace().View());
-    text += u"]\n";
+/// Writes UTF-16 text to a stream of UTF-8 piece by piece: a value may be as long as a message.
+class TextOutput {
+public:
+    explicit TextOutput(LumPalIo::OutputStream_t& stream) : stream(stream) {}
+    std::u16string text;
+    /// Writes what is there when it is worth a write.
+    void Pass() {
+        if (text.size() >= BlockSize) Flush();
+    }
+    void Flush() {
+        const std::string bytes = ToString(text).ToUtf8();
+        stream.Write(bytes.data(), bytes.size());
+        text.clear();
+    }
+
+private:
+    LumPalIo::OutputStream_t& stream;
+};
+
+void WriteValue(TextOutput& out, std::u16string_view value) {
+    for (std::size_t at = 0; at < value.size(); out.Pass()) at = AppendPart(out.text, value, at, BlockSize);
+}
+
+/// All of them before the first byte is written.
+void CheckNames(const ConfigGroup_t& group) {
+    String_t name, value;
+    for (int i = 0; i < group.GetConfigCount(); ++i) {
+        const Configuration_t config = group.GetConfig(i);
+        CheckName(config.GetNamespace());
+        for (int k = 0; config.GetAttr(k, name, value); ++k) CheckName(name);
+    }
+}
+
+void WriteConfig(TextOutput& out, const Configuration_t& config, bool isFirst) {
+    if (!isFirst) out.text += u'\n';
+    out.text += u'[';
+    AppendName(out.text, config.GetNamespace().View());
+    out.text += u"]\n";
     String_t name, value;
     for (int i = 0; config.GetAttr(i, name, value); ++i) {
-        CheckName(name);
-        AppendName(text, name.View());
-        text += u'=';
-        AppendValue(text, value.View());
-        text += u'\n';
+        AppendName(out.text, name.View());
+        out.text += u'=';
+        WriteValue(out, value.View());
+        out.text += u'\n';
+        out.Pass();
     }
 }
 
@@ -155,10 +187,10 @@ void ConfigReader_t::Load(LumPalIo::InputStream_t stream, ConfigGroup_t& group, 
 }
 
 void ConfigWriter_t::Write(LumPalIo::OutputStream_t stream, const ConfigGroup_t& group) {
-    std::u16string text;
-    for (int i = 0; i < group.GetConfigCount(); ++i) AppendConfig(text, group.GetConfig(i));
-    const std::string bytes = ToString(text).ToUtf8();
-    stream.Write(bytes.data(), bytes.size());
+    CheckNames(group);
+    TextOutput out(stream);
+    for (int i = 0; i < group.GetConfigCount(); ++i) WriteConfig(out, group.GetConfig(i), i == 0);
+    out.Flush();
 }
 
 }  // namespace LumPalCfgFile

@@ -65,21 +65,22 @@ bool IsEndBlank(std::u16string_view text, std::size_t at) noexcept {
     return text[at] == u' ' && (at == 0 || at + 1 == text.size());
 }
 
-/// Whether neither a name nor a value of this kind needs a look at each unit.
-bool IsPlain(std::u16string_view text) noexcept {
+/// Whether neither a name nor a value of this kind needs a look at each unit of the part.
+bool IsPlain(std::u16string_view text, std::size_t from, std::size_t to) noexcept {
     if (text.empty()) return true;
     if (text.front() == u' ' || text.front() == u'[' || text.front() == u'#' || text.back() == u' ') return false;
-    return std::all_of(text.begin(), text.end(),
+    const std::u16string_view part = text.substr(from, to - from);
+    return std::all_of(part.begin(), part.end(),
                        [](char16_t unit) { return unit >= 0x20 && unit < 0x7F && unit != u'\\' && unit != u'='; });
 }
 
 template <class NeedsShort>
-void Escape(std::u16string& result, std::u16string_view text, NeedsShort needsShort) {
-    if (IsPlain(text)) {
-        result += text;
+void Escape(std::u16string& result, std::u16string_view text, std::size_t from, std::size_t to, NeedsShort needsShort) {
+    if (IsPlain(text, from, to)) {
+        result += text.substr(from, to - from);
         return;
     }
-    for (std::size_t i = 0; i < text.size(); ++i) {
+    for (std::size_t i = from; i < to; ++i) {
         const char16_t unit = text[i];
         if (HasShort(unit) || IsEndBlank(text, i) || needsShort(i)) {
             AppendShort(result, unit);
@@ -116,11 +117,18 @@ std::u16string_view TrimBlanks(std::u16string_view text) noexcept {
 }
 
 void AppendValue(std::u16string& line, std::u16string_view value) {
-    Escape(line, value, [](std::size_t) { return false; });
+    Escape(line, value, 0, value.size(), [](std::size_t) { return false; });
+}
+
+std::size_t AppendPart(std::u16string& line, std::u16string_view value, std::size_t from, std::size_t units) {
+    std::size_t to = units < value.size() - from ? from + units : value.size();
+    if (to > from && to < value.size() && IsPair(value, to - 1)) ++to;
+    Escape(line, value, from, to, [](std::size_t) { return false; });
+    return to;
 }
 
 void AppendName(std::u16string& line, std::u16string_view name) {
-    Escape(line, name,
+    Escape(line, name, 0, name.size(),
            [name](std::size_t at) { return name[at] == u'=' || (at == 0 && (name[at] == u'[' || name[at] == u'#')); });
 }
 

@@ -24,6 +24,9 @@ std::u16string_view TrimBlanks(std::u16string_view text) noexcept;
 /// Appends the text as it stands in a line; Unescape gives it back unit for unit, also when the line went
 /// through UTF-8 and TrimBlanks.
 void AppendValue(std::u16string& line, std::u16string_view value);
+/// The same for the part of a long value that begins at a position and has at least so many units, or the rest.
+/// @return where the next part begins; the length of the value behind the last one
+std::size_t AppendPart(std::u16string& line, std::u16string_view value, std::size_t from, std::size_t units);
 /// The same for a name, which also hides what would make the line mean something else.
 void AppendName(std::u16string& line, std::u16string_view name);
 

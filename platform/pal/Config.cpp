@@ -1,5 +1,7 @@
 #include "LumPalConfig.h"
 
+#include <atomic>
+#include <memory>
 #include <string_view>
 #include <utility>
 
@@ -10,9 +12,35 @@ namespace LumPalConfig {
 
 using LumPalStr::String_t;
 
+/// Copies share the values until one of them is changed: a request may bring hundreds of thousands.
 struct Configuration_t::Impl {
+    using Map = IndexedMap<String_t>;
+
     String_t nameSpace;
-    IndexedMap<String_t> values;
+
+    const Map& Values() const {
+        static const Map none;
+        return stored ? stored->map : none;
+    }
+    Map& Changeable() {
+        if (!stored || stored->isShared) {
+            auto own = std::make_shared<Stored>();
+            if (stored) own->map = stored->map;
+            stored = std::move(own);
+        }
+        return stored->map;
+    }
+    void Share(const Impl& other) noexcept {
+        if (other.stored) other.stored->isShared = true;
+        stored = other.stored;
+    }
+
+private:
+    struct Stored {
+        Map map;
+        std::atomic<bool> isShared{false};  ///< from the first copy on, for ever
+    };
+    std::shared_ptr<Stored> stored;  ///< null without values: a group may hold very many namespaces
 };
 
 Configuration_t::Configuration_t() : impl(std::make_shared<Impl>()) {}
@@ -25,8 +53,8 @@ String_t Configuration_t::GetNamespace() const {
 }
 
 String_t Configuration_t::GetValue(const String_t& name) const {
-    const auto found = impl->values.find(name);
-    return found == impl->values.end() ? String_t(u"", 0) : found->second;
+    const auto found = impl->Values().find(name);
+    return found == impl->Values().end() ? String_t(u"", 0) : found->second;
 }
 
 String_t Configuration_t::GetAttrValue(const String_t& name) const {
@@ -45,29 +73,31 @@ int Configuration_t::GetInt(const String_t& name) const {
     return GetValue(name).ToInt();
 }
 bool Configuration_t::HasAttr(const String_t& name) const {
-    return impl->values.find(name) != impl->values.end();
+    return impl->Values().find(name) != impl->Values().end();
 }
 int Configuration_t::GetAttrCount() const {
-    return static_cast<int>(impl->values.size());
+    return static_cast<int>(impl->Values().size());
 }
 
 bool Configuration_t::GetAttr(int index, String_t& name, String_t& value) const {
     if (index < 0 || index >= GetAttrCount()) return false;
-    const auto found = impl->values.find_by_order(static_cast<std::size_t>(index));
+    const auto found = impl->Values().find_by_order(static_cast<std::size_t>(index));
     name = found->first;
     value = found->second;
     return true;
 }
 
 void Configuration_t::SetAttrValue(const String_t& name, const String_t& value) {
-    impl->values[name] = value;
+    impl->Changeable()[name] = value;
 }
 void Configuration_t::SetAttrs(const Configuration_t& other) {
     if (impl == other.impl) return;
-    for (const auto& [name, value] : other.impl->values) impl->values[name] = value;
+    if (impl->Values().empty()) return impl->Share(*other.impl);
+    Impl::Map& values = impl->Changeable();
+    for (const auto& [name, value] : other.impl->Values()) values[name] = value;
 }
 void Configuration_t::ClearAttr(const String_t& name) {
-    impl->values.erase(name);
+    impl->Changeable().erase(name);
 }
 
 struct ConfigGroup_t::Impl {

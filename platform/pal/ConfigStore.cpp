@@ -96,7 +96,7 @@ private:
 void Make(const ConfigChange& change, ConfigGroup_t& group) {
     switch (change.kind) {
         case ConfigChange::Kind::Set:
-            group.GetConfig(change.nameSpace).SetAttrValue(change.name, change.value);
+            SetAll(*change.settings, group.GetConfig(change.nameSpace));
             break;
         case ConfigChange::Kind::ClearAttr:
             if (group.HasConfig(change.nameSpace)) group.GetConfig(change.nameSpace).ClearAttr(change.name);

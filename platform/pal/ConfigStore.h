@@ -35,7 +35,9 @@ Configuration_t CopyOfNamespace(const ConfigGroup_t& group, const LumPalStr::Str
 struct ConfigChange {
     enum class Kind { Set, ClearAttr, ClearNamespace };
     Kind kind;
-    LumPalStr::String_t nameSpace, name, value;
+    LumPalStr::String_t nameSpace;
+    LumPalStr::String_t name;                 ///< of what is cleared
+    std::optional<Configuration_t> settings;  ///< of what is set
 };
 
 /// Makes the changes, in their order, under the folder's lock, on the file as it is then.

@@ -49,27 +49,25 @@ ConfigUpdate_t::~ConfigUpdate_t() = default;
 
 void ConfigUpdate_t::SetConfig(const Configuration_t& configuration) {
     const String_t nameSpace = configuration.GetNamespace();
-    std::vector<ConfigChange> added;
     String_t name, value;
     CheckName(nameSpace);
-    for (int i = 0; configuration.GetAttr(i, name, value); ++i) {
-        CheckName(name);
-        added.push_back({ConfigChange::Kind::Set, nameSpace, name, value});
+    for (int i = 0; configuration.GetAttr(i, name, value); ++i) CheckName(name);
+    if (configuration.GetAttrCount() > 0) {
+        impl->changes.push_back({ConfigChange::Kind::Set, nameSpace, String_t(), CopyOf(configuration)});
     }
-    impl->changes.insert(impl->changes.end(), added.begin(), added.end());
     impl->hasLocal = true;
 }
 
 void ConfigUpdate_t::ClearAttr(const String_t& nameSpace, const String_t& attribute) {
     CheckName(nameSpace);
     CheckName(attribute);
-    impl->changes.push_back({ConfigChange::Kind::ClearAttr, nameSpace, attribute, String_t()});
+    impl->changes.push_back({ConfigChange::Kind::ClearAttr, nameSpace, attribute, {}});
     impl->hasLocal = true;
 }
 
 void ConfigUpdate_t::ClearNamespace(const String_t& nameSpace) {
     CheckName(nameSpace);
-    impl->changes.push_back({ConfigChange::Kind::ClearNamespace, nameSpace, String_t(), String_t()});
+    impl->changes.push_back({ConfigChange::Kind::ClearNamespace, nameSpace, String_t(), {}});
     impl->hasLocal = true;
 }
 

@@ -1,6 +1,9 @@
 #include "LogText.h"
 
+#include <unicode/uchar.h>
+
 #include <cstdio>
+#include <string_view>
 
 #include "LocalTime.h"
 
@@ -12,20 +15,32 @@ using LumPalStr::String_t;
 
 namespace {
 
-bool IsControl(char16_t unit) noexcept {
-    return unit < 0x20 || (unit >= 0x7F && unit <= 0x9F);
+bool IsBlankOrControl(char32_t character) noexcept {
+    const auto code = static_cast<UChar32>(character);
+    constexpr std::uint32_t kBlanksAndControls = U_GC_CC_MASK | U_GC_CF_MASK | U_GC_Z_MASK;
+    const bool hasSign = u_hasBinaryProperty(code, UCHAR_PREPENDED_CONCATENATION_MARK);
+    return (U_MASK(u_charType(code)) & kBlanksAndControls) != 0 && !hasSign;
 }
 
-// Marks that a terminal or editor obeys: line and paragraph separator, direction marks and overrides.
-bool IsLayoutMark(char16_t unit) noexcept {
-    return unit == 0x061C || unit == 0x200E || unit == 0x200F || (unit >= 0x2028 && unit <= 0x202E) ||
-           (unit >= 0x2066 && unit <= 0x2069);
+// Whether a reader sees the character, and does not take it for an ordinary blank.
+bool IsVisible(char32_t character) noexcept {
+    if (character >= 0x20 && character < 0x7F) return true;
+    constexpr char32_t kBrailleBlank = 0x2800;
+    return character != kBrailleBlank && !IsBlankOrControl(character) &&
+           !u_hasBinaryProperty(static_cast<UChar32>(character), UCHAR_DEFAULT_IGNORABLE_CODE_POINT);
 }
 
-void AppendEscape(std::u16string& out, const char* format, char16_t unit) {
-    char escape[8];
-    const int length = std::snprintf(escape, sizeof escape, format, static_cast<unsigned>(unit));
+void AppendEscape(std::u16string& out, char32_t character) {
+    const char* const format = character <= 0x9F ? "\\x%02x" : character <= 0xFFFF ? "\\u%04x" : "\\U%08x";
+    char escape[12];
+    const int length = std::snprintf(escape, sizeof escape, format, static_cast<unsigned>(character));
     out.append(escape, escape + length);
+}
+
+/// The character at the begin of a text: one unit, or a pair of surrogates.
+char32_t FirstCharacter(std::u16string_view text) noexcept {
+    const bool isPair = text.size() > 1 && (text[0] & 0xFC00) == 0xD800 && (text[1] & 0xFC00) == 0xDC00;
+    return isPair ? 0x10000u + ((text[0] & 0x3FFu) << 10) + (text[1] & 0x3FFu) : text[0];
 }
 
 const char* WordOf(Severity_e severity) noexcept {
@@ -57,14 +72,15 @@ void AppendDetails(std::string& out, const Message_t& message, DetailStyle style
 
 std::string OneLine(const String_t& text) {
     std::u16string out;
-    for (const char16_t unit : text.View()) {
-        if (IsControl(unit)) {
-            AppendEscape(out, "\\x%02x", unit);
-        } else if (IsLayoutMark(unit)) {
-            AppendEscape(out, "\\u%04x", unit);
+    for (std::u16string_view rest = text.View(); !rest.empty();) {
+        const char32_t character = FirstCharacter(rest);
+        const std::size_t units = character > 0xFFFF ? 2 : 1;
+        if (IsVisible(character)) {
+            out += rest.substr(0, units);
         } else {
-            out += unit;
+            AppendEscape(out, character);
         }
+        rest.remove_prefix(units);
     }
     return String_t(out.data(), static_cast<std::uint32_t>(out.size())).ToUtf8();
 }

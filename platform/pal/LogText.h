@@ -10,8 +10,8 @@
 
 namespace LumPalLog {
 
-/// UTF-8 on one line: control characters, separators of lines and paragraphs and bidirectional
-/// controls as \xNN or \uNNNN.
+/// UTF-8 on one line, in which every character can be seen: controls, marks without a sign of their own (zero-width
+/// ones, bidirectional controls) and every blank but the ordinary one stand as \xNN, \uNNNN or \UNNNNNNNN.
 std::string OneLine(const LumPalStr::String_t& text);
 
 /// Where the details of a message stand.

@@ -22,8 +22,16 @@ public:
     private:
         MemoryBudget* const before;
     };
+    struct Bound {
+        std::uint64_t free, perByte;
+    };
+    static constexpr Bound kDocument{24u << 20, 4};
+    /// What came from outside: it nests little.
+    static constexpr Bound kOutside{8u << 20, 2};
+    explicit MemoryBudget(const Bound& bound) noexcept : bound(bound) {}
+
     /// Allows for so many bytes of the document.
-    void AllowFor(std::uint64_t documentBytes) noexcept { limit = kFree + kPerByte * documentBytes; }
+    void AllowFor(std::uint64_t documentBytes) noexcept { limit = bound.free + bound.perByte * documentBytes; }
     /// Whether an allocation was refused because of the bound.
     bool IsExceeded() const noexcept { return exceeded; }
 
@@ -33,11 +41,11 @@ public:
     static void Free(void* block) noexcept;
 
 private:
-    static constexpr std::uint64_t kFree = 24u << 20, kPerByte = 4;
     static bool Charge(std::size_t bytes) noexcept;
     static void Refund(std::size_t bytes) noexcept;
 
-    std::uint64_t held = 0, limit = kFree;
+    const Bound bound;
+    std::uint64_t held = 0, limit = bound.free;
     bool exceeded = false;
     static thread_local MemoryBudget* current;
 };

@@ -64,7 +64,12 @@ void Run::ParserCloser::operator()(XML_ParserStruct* parser) const noexcept {
 }
 
 Run::Run(const ReaderSettings& settings, const InputSource_t& source)
-    : settings(settings), source(source), parser(NewParser()) {
+    : settings(settings),
+      source(source),
+      // Whoever is so strict reads what came from outside.
+      budget(settings.refuseDoctype || settings.refuseSkippedEntities ? MemoryBudget::kOutside
+                                                                      : MemoryBudget::kDocument),
+      parser(NewParser()) {
     if (!parser) throw std::bad_alloc();
     XML_SetBillionLaughsAttackProtectionMaximumAmplification(parser.get(), LargestAmplification);
     XML_SetBillionLaughsAttackProtectionActivationThreshold(parser.get(), FreeAmplification);

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "FreedMemory.h"
+
 namespace LumVoxMsg {
 
 bool MemoryBudget::Take(std::size_t bytes) noexcept {
@@ -15,11 +17,13 @@ bool MemoryBudget::Take(std::size_t bytes) noexcept {
 
 Blocks::~Blocks() {
     Clear();
+    LumVoxRpc::NoteFreed(appended);
 }
 
 bool Blocks::Append(const char* bytes, std::size_t count) {
     if (budget && !budget->Take(count)) return false;
     size += count;
+    appended += count;
     while (count > 0) {
         if (blocks.empty() || blocks.back().size() == kBlockSize) blocks.emplace_back();
         const std::size_t part = std::min(count, kBlockSize - blocks.back().size());

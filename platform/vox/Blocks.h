@@ -49,6 +49,7 @@ private:
     std::shared_ptr<MemoryBudget> budget;
     std::deque<std::string> blocks;
     std::size_t size = 0;
+    std::size_t appended = 0;  ///< in all
 };
 
 /// What a stream over blocks does with a block that was read.

@@ -2,6 +2,8 @@
 #include <mutex>
 #include <variant>
 
+#include "Fault.h"
+#include "FreedMemory.h"
 #include "FunctionCall.h"
 #include "LumPalLog.h"
 #include "LumVoxRpc.h"
@@ -52,6 +54,18 @@ void CallMethod(Function function, const std::shared_ptr<RpcServerCall::Impl>& s
     CallFunction(function, *state);
 }
 
+/// At its end nothing is left of what was made of a request but its answer.
+class FreedScope {
+public:
+    explicit FreedScope(const LumVoxMsg::Blocks& body) : bytes(body.GetSize()) {}
+    FreedScope(const FreedScope&) = delete;
+    FreedScope& operator=(const FreedScope&) = delete;
+    ~FreedScope() { NoteFreed(bytes); }
+
+private:
+    const std::size_t bytes;
+};
+
 /// What a method made of a call: its response, or the fault that stands for what it threw.
 Access::Response Call(const Method& method, const std::shared_ptr<RpcServerCall::Impl>& state) {
     String_t reason = "no response was sent";
@@ -78,7 +92,7 @@ Access::Response Call(const Method& method, const std::shared_ptr<RpcServerCall:
 /// Any thread.
 class RpcServerImpl : public LumPalRef::RefCounted_t, public LumVoxMsg::MsgHandler {
 public:
-    explicit RpcServerImpl(const RpcServer::Options& options) : options(options) {}
+    explicit RpcServerImpl(const RpcServer::Options& options) : options(options) { KeepFreedMemorySmall(); }
 
     void Register(const char* name, Method method) {
         const std::lock_guard lock(mutex);
@@ -93,7 +107,12 @@ public:
 private:
     String_t BasePath() const override { return options.basePath; }
 
-    void Handle(const Request& request, Response& response) override try {
+    void Handle(const Request& request, Response& response) override {
+        const FreedScope freed(*request.body);
+        HandleNoted(request, response);
+    }
+
+    void HandleNoted(const Request& request, Response& response) try {
         const String_t name = LumVoxSoap::PeekMethod(ReadBlocks(request.body, LumVoxMsg::AfterRead::Keep));
         const Method method = Find(name);
         if (options.requireAuthentication && request.sender.empty())
@@ -155,7 +174,10 @@ RpcServerImpl& ImplOf(const LumPalPtr::RefPtr_t<LumPalRef::RefCounted_t>& implem
 }  // namespace
 
 RpcServer::RpcServer(const LumPalConfig::Configuration_t&, const Options& options)
-    : Object(new RpcServerImpl(options)) {}
+    : Object(new RpcServerImpl(options)) {
+    if (!LumPalIo::FaultAt("serve", options.basePath.ToUtf8().c_str())) return;
+    throw LumPalIo::IOException_t(CreateError_t("A server for '%1' could not be made.") << options.basePath);
+}
 
 void RpcServer::Register(const char* name, RpcServerHandler& handler) {
     ImplOf(implementation).Register(name, &handler);

@@ -95,7 +95,7 @@ TEST_P(RpcConfigHandlerRows, AFailureIsAnsweredWithItsReasonLoggedAndAudited) {
     EXPECT_EQ(AuditedLines(), 1) << node.AuditText();
     EXPECT_EQ(node.Audited(std::string(GetParam().auditedFailure) + " Calling system: 'local administrator'"), 1)
         << node.AuditText();
-    EXPECT_TRUE(log.Holds(kFailed));
+    EXPECT_TRUE(log.Holds(std::string("ERROR ") + kFailed));
     EXPECT_TRUE(log.Holds("'../x' cannot be"));
     EXPECT_EQ(Client().Config(GetParam().mode, GroupOf(kArgument)).value, 1) << "a good request after the bad one";
 }

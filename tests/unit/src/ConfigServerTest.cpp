@@ -1,7 +1,9 @@
 #include "ConfigServer.h"
 
+#include <chrono>
 #include <thread>
 
+#include "Faults.h"
 #include "LumCtrl.h"
 #include "LumPalCfgFile.h"
 #include "PolicyWorker.h"
@@ -15,6 +17,7 @@ namespace {
 
 using namespace LumConf;
 using LumVoxMsg::Messenger;
+using std::chrono::steady_clock;
 
 const char* const kMain = "/com.tessel.lum.conf.core/voxrpcserver";
 const char* const kCheck = "/com.tessel.lum.conf.core/checkpolicy/voxrpcserver";
@@ -134,6 +137,46 @@ TEST_F(ConfigServerTest, APortThatIsTakenIsSaidInTheLogAndStartReturns) {
     Configure("vox.http.ext.conf", "SERVER_PORT", "0");
 }
 
+/// A start on each road.
+void StartOn(ConfigServer& server, const char* road, Messenger& own) {
+    if (road == std::string("own path")) return server.Start();
+    server.Start(road == std::string("root") ? nullptr : &own);
+}
+
+TEST_F(ConfigServerTest, ServersThatCannotBeMadeAreSaidInTheLogAndTheMessengerIsTriedAllTheSame) {
+    for (const char* road : {"own path", "root", "messenger of the caller"}) {
+        Messenger own = MakeMessenger();
+        const CapturedLog said(node.Root());
+        const std::string before = said.Text();
+        {
+            const FailingFile noServers("serve", "voxrpcserver");
+            EXPECT_NO_THROW(StartOn(*server, road, own));
+        }
+        const std::string text = said.Text().substr(before.size());
+        const std::size_t servers = text.find("ERROR Could not create configuration server '");
+        const std::size_t messenger = text.find("ERROR Could not create messenger for configuration server '");
+        EXPECT_NE(servers, std::string::npos) << road << ": " << text;
+        EXPECT_NE(text.find("' and register its methods.\n  "), std::string::npos) << road << ": " << text;
+        EXPECT_NE(messenger, std::string::npos) << road << ": the messenger was not tried: " << text;
+        EXPECT_NE(text.find("There is no handler to register with the messenger.", messenger), std::string::npos);
+        EXPECT_LT(servers, messenger);
+        EXPECT_FALSE(server->IsServing()) << road;
+        StartOn(*server, road, own);
+        ExpectItServes();
+        server = std::make_unique<ConfigServer>();
+    }
+}
+
+TEST_F(ConfigServerTest, AFailureToMakeTheSecondServerAloneIsSaidAndTheFirstServes) {
+    {
+        const FailingFile noCheck("serve", "/checkpolicy/voxrpcserver");
+        server->Start();
+    }
+    EXPECT_TRUE(log.Holds("ERROR Could not create configuration server '")) << log.Text();
+    EXPECT_EQ(StatusOf(server->GetPort(), kMain, "mgrconf"), 200);
+    EXPECT_EQ(StatusOf(server->GetPort(), kCheck, "checkpolicy"), 404);
+}
+
 TEST_F(ConfigServerTest, AMessengerOfTheCallerThatCannotServeIsSaidInTheLog) {
     Messenger closed = MakeMessenger(), null;
     closed.Close();
@@ -229,12 +272,16 @@ protected:
 using Handlers = testing::Types<RpcPolicyInstall, RpcPolicyOp, RpcPolicyList>;
 TYPED_TEST_SUITE(HandlerEndTest, Handlers);
 
-TYPED_TEST(HandlerEndTest, WaitsForACallInFlightAndGivesItUpInTheEnd) {
+TYPED_TEST(HandlerEndTest, WaitsOneSecondForACallInFlightAndGivesItUpThen) {
     auto handler = std::make_unique<TypeParam>();
     handler->CallStarted();
     TraceLines traced;
+    const auto begin = steady_clock::now();
     handler.reset();
+    const auto waited = steady_clock::now() - begin;
     EXPECT_TRUE(traced.Contains("the end of a handler waits for its calls in flight"));
+    EXPECT_GE(waited, std::chrono::seconds(1));
+    EXPECT_LT(waited, std::chrono::seconds(3));
 }
 
 TYPED_TEST(HandlerEndTest, WaitsForNothingWhenItsCallsHaveEnded) {

@@ -188,7 +188,7 @@ struct AttributeRow {
 
 const AttributeRow kAttributes[] = {
     {"a=b", "a", "b", 0},  {" a = b ", " a ", " b ", 0}, {"a=b=c", "a", "b=c", 71},
-    {"a==", "a", "=", 71}, {"a=", "a", "", 70},          {"a", "a", "", 70},
+    {"a==", "a", "=", 71}, {"a=", "a", "", 70},          {"a", "a", "a", 0},
     {"a= ", "a", " ", 70}, {"A-1.x=B", "A-1.x", "B", 0}, {"a&#61;b&amp;c", "a", "b&c", 0}};
 
 TEST(InstallOptionsSoapArg, AnAttributeIsPartedAtTheFirstEqualsSign) {

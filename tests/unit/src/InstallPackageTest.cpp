@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "CapturedLog.h"
 #include "Exceptions.h"
 #include "InstallOptionsImpl.h"
 #include "LumPalXml.h"
@@ -128,6 +129,29 @@ TEST_F(InstallPackageTest, WhenNobodyCanBeToldThePoliciesAreInstalled) {
     EXPECT_EQ(FailureOf<LumCtrl::ControlException>([&] { Install(PackageOf({Policy("a"), Policy("b")})); }).id, 91u);
     EXPECT_EQ(node.Ids(), "a b");
     EXPECT_EQ(node.Audited("Failure Audit: NOTIFY"), 1);
+}
+
+TEST_F(InstallPackageTest, WhenNobodyCanBeToldThatHidesFromTheCallerWhatWasPassedOverAndTheLogSaysIt) {
+    const CapturedLog log(node.Root().Native());
+    Configure("conf.server", "NOMULTIPLEPOLICIES", "files");
+    const CharArray_t package = PackageOf({Policy("a"), Policy("b"), Policy("c", "other")});
+    const CaughtFailure failure = FailureOf<LumCtrl::ControlException>([&] { Install(package); });
+    EXPECT_EQ(failure.id, 91u);
+    EXPECT_EQ(failure.text.find("The policy package installation failed."), std::string::npos) << failure.text;
+    EXPECT_EQ(failure.text.find("limited to NOMULTIPLEPOLICIES"), std::string::npos) << failure.text;
+    EXPECT_EQ(node.Ids(), "a c");
+    EXPECT_EQ(node.Audited("Failure Audit: NOTIFY"), 1);
+    EXPECT_TRUE(options.GetImpl().GetNotify());
+    EXPECT_TRUE(
+        log.Holds("ERROR The policy package installation failed.\n  Policy of the type 'files' is already "
+                  "installed and is limited to NOMULTIPLEPOLICIES"))
+        << log.Text();
+}
+
+TEST_F(InstallPackageTest, WhenNobodyCanBeToldOfAPackageThatIsInstalledWholeTheLogSaysNothingOfThePackage) {
+    const CapturedLog log(node.Root().Native());
+    EXPECT_THROW(Install(PackageOf({Policy("a"), Policy("b")})), LumCtrl::ControlException);
+    EXPECT_FALSE(log.Holds("policy package")) << log.Text();
 }
 
 TEST_F(InstallPackageTest, APackageCutAtAnyByteFailsAndWhatCameBeforeTheCutIsInstalled) {

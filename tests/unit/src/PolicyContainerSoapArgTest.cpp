@@ -328,15 +328,16 @@ TEST(PolicyContainerSoapArg, WhatIsUnknownWhereItStandsIsIgnored) {
     }
 }
 
-TEST(PolicyContainerSoapArg, WhatStandsBesideTheHeadersIsSkippedWhole) {
+TEST(PolicyContainerSoapArg, AnotherElementBesideTheHeadersIsRefusedAndTextIsSkipped) {
     const std::string good = "<policyheader><policy_container_id>p1</policy_container_id></policyheader>";
     for (const char* other : {"<new>x</new>", "<policy_name>x</policy_name>", "<PolicyContainer>x</PolicyContainer>",
                               "<new><policyheader><policy_container_id>p9</policy_container_id></policyheader></new>",
-                              "<policy_container_id>p9</policy_container_id>", "text", "<Policyheader/>"}) {
-        const PolicyContainer list = Read(other + good + other);
-        ASSERT_EQ(list.GetCount(), 1) << other;
-        EXPECT_EQ(list.GetPolicyHeader(0).GetContainerId(), "p1") << other;
+                              "<policy_container_id>p9</policy_container_id>", "<Policyheader/>"}) {
+        for (const std::string& inside : {other + good, good + other, std::string(other)}) {
+            EXPECT_THROW(Read(inside), LumVoxSoap::SOAPFormatException) << inside;
+        }
     }
+    EXPECT_EQ(Read("text" + good + "text").GetPolicyHeader(0).GetContainerId(), "p1");
 }
 
 TEST(PolicyContainerSoapArg, AttributesArePairsOfANameAndTheValueBehindIt) {

@@ -133,8 +133,8 @@ TEST_F(Signing, AnAliasThatLeavesTheFolderOfOwnKeysNamesNone) {
 TEST_F(Signing, AMissingSecondFileLeavesTheDocumentUnchanged) {
     Own(authority.Issue("signer", ""));
     fs::remove(Folder() / "two");
-    EXPECT_THAT(Refused<IOException_t>({46}),
-                HasSubstr("Data file 'two' for policy file '" + HeaderPath() + "' does not exist."));
+    EXPECT_THAT(Refused<IOException_t>({46}), HasSubstr("Data file '" + (Folder() / "two").string() +
+                                                        "' for policy file '" + HeaderPath() + "' does not exist."));
 }
 
 TEST_F(Signing, AKeyThatCannotSignIsToldWithTheFile) {

@@ -2,6 +2,7 @@
 
 #include "Consumer.h"
 #include "ServerTest.h"
+#include "SoapText.h"
 #include "TraceLines.h"
 
 namespace {
@@ -115,6 +116,55 @@ TEST_F(RpcPolicyInstallTest, AMalformedRequestIsRefusedWithoutALineInTheAuditLog
     EXPECT_EQ(node.AuditText(), "");
     EXPECT_TRUE(log.Holds("Installing policy package generated errors."));
     EXPECT_EQ(Client().Install(Policy("a").Array()).value, 1) << "a good request after the bad ones";
+}
+
+std::string WithOption(const char* option, const char* text) {
+    return std::string("<PolicyInstallOptions><notify>0</notify><") + option + ">" + text + "</" + option +
+           "></PolicyInstallOptions>";
+}
+
+TEST_F(RpcPolicyInstallTest, ABadAttributeInTheOptionsIsAFailureThatSaysWhyToWhoMayInstall) {
+    const struct {
+        const char* option;
+        const char* text;
+        const char* cause;
+    } rows[] = {{"addattribute", "=v", "empty"},
+                {"addattribute", " =v", "empty"},
+                {"addattribute", "", "empty"},
+                {"removeattribute", "a=b=c", "'b=c'"},
+                {"removeattribute", "a=", "empty"}};
+    const std::string failed = "Could not install policy file '" + node.IncomingFolder() + "/";
+    for (const auto& row : rows) {
+        const Reply reply = Client().PostCall("install", Arguments("1", "AAAA", WithOption(row.option, row.text)));
+        EXPECT_EQ(reply.value, 7) << row.text;
+        EXPECT_TRUE(reply.text.starts_with(failed)) << reply.text;
+        EXPECT_NE(reply.text.find(row.cause, failed.size()), std::string::npos) << reply.text;
+        EXPECT_TRUE(log.Holds(failed)) << log.Text();
+        const Reply package = Client().PostCall("install", Arguments("2", "AAAA", WithOption(row.option, row.text)));
+        EXPECT_EQ(package.value, 7) << row.text;
+        EXPECT_TRUE(package.text.starts_with("Installing policy package generated errors.\n  ")) << package.text;
+        EXPECT_NE(package.text.find(row.cause), std::string::npos) << package.text;
+    }
+    EXPECT_EQ(node.Audited("AUTH"), 0) << node.AuditText();
+}
+
+TEST_F(RpcPolicyInstallTest, ABadAttributeInTheOptionsTellsAStrangerNothing) {
+    const Reply reply = Client().PostCall("install", Arguments("1", "AAAA", WithOption("addattribute", "=v")),
+                                          NodeClient::Sender::Nobody);
+    EXPECT_EQ(reply.value, 8);
+    EXPECT_EQ(reply.text.find("attribute"), std::string::npos) << reply.text;
+    EXPECT_EQ(node.Audited("AUTH: Calling system ''"), 1) << node.AuditText();
+    EXPECT_FALSE(log.Holds("Could not install"));
+}
+
+TEST_F(RpcPolicyInstallTest, AnAttributeWithoutAnEqualsSignIsNameAndValueBoth) {
+    LumVoxSoap::SOAPArgByteArray bytes("PolicyByteArrayName", Policy("b").Array());
+    const Reply reply =
+        Client().PostCall("install", Arguments("1", Written(bytes), WithOption("addattribute", "stage")));
+    EXPECT_EQ(reply.value, 1) << reply.text;
+    const std::string document = ReadText(node.InstallFolder() + "/files/b_header.xml");
+    EXPECT_NE(document.find("<name>stage</name>"), std::string::npos) << document;
+    EXPECT_NE(document.find("<value>stage</value>"), std::string::npos) << document;
 }
 
 TEST_F(RpcPolicyInstallTest, AnotherOwnerAndNoHigherVersionAreOutcomesOfTheirOwn) {

@@ -223,6 +223,21 @@ TEST(ConfigWriter, EveryValueComesBackUnchanged) {
     }
 }
 
+// It is written in pieces: what stands at the end of one is none of the value's ends, and no pair is cut.
+TEST(ConfigWriter, ALongValueIsWrittenAsAShortOneIsWhereverItIsParted) {
+    for (const std::u16string_view part : {u" ", u"a ", u"\U0001F600", u"x\U0001F600", u"\\", u"=", u"[#", u"\xD83D"}) {
+        std::u16string value = u"x";
+        while (value.size() < 200000) value += part;
+        value += u"y";
+        ConfigGroup_t group;
+        group.GetConfig("a").SetAttrValue("k", String_t(value.c_str()));
+        const std::string written = Written(group);
+        EXPECT_EQ(Loaded(written).GetConfig("a").GetValue("k"), String_t(value.c_str()));
+        const bool blanks = part.find(u' ') != part.npos;
+        EXPECT_EQ(blanks && written.find("\\s") != written.npos, false) << "a blank inside is none at an end";
+    }
+}
+
 TEST(ConfigWriter, EveryNameThatIsAllowedComesBackUnchanged) {
     const std::vector<std::u16string> names = {u" ",   u" x ", u"#",   u"##",      u"=",          u"==",
                                                u"[",   u"]",   u"[]",  u"[a]",     u"a]",         u"\\",

@@ -90,6 +90,23 @@ TEST(Configuration, TakesTheAttributesOfAnotherOverItsOwnAndSharesNothingWithIt)
     EXPECT_EQ(target.GetAttrCount(), 3);
 }
 
+TEST(Configuration, WhatWasTakenOverByAnEmptyOneChangesForItselfOnBothSides) {
+    Configuration_t from("a"), to("a"), third("a");
+    from.SetAttrValue("k", "1");
+    to.SetAttrs(from);
+    third.SetAttrs(to);
+    from.SetAttrValue("k", "2");
+    to.SetAttrValue("m", "3");
+    third.ClearAttr("k");
+    EXPECT_EQ(from.GetValue("k"), "2");
+    EXPECT_EQ(from.GetAttrCount(), 1);
+    EXPECT_EQ(to.GetValue("k"), "1");
+    EXPECT_EQ(to.GetValue("m"), "3");
+    EXPECT_EQ(third.GetAttrCount(), 0);
+    to.SetAttrs(Configuration_t("b"));
+    EXPECT_EQ(to.GetAttrCount(), 2);
+}
+
 TEST(Configuration, CopiesShareAndAssignmentBindsAnew) {
     Configuration_t config("a");
     Configuration_t copy = config;

@@ -78,10 +78,41 @@ TEST(LogText, EscapesWhatCouldForgeALineOrMisleadATerminal) {
         {String_t(u"Größe \U0001F600"),
          "Gr\xC3\xB6\xC3\x9F"
          "e \xF0\x9F\x98\x80"},
-        {String_t(u"\xA0"), "\xC2\xA0"},
+        {String_t(u"\xA0"), "\\u00a0"},
         {String_t::Null(), ""},
     };
     for (const auto& row : rows) EXPECT_EQ(OneLine(row.text), row.expected);
+}
+
+// A name with such a character would look like another name.
+TEST(LogText, EscapesWhatNobodySees) {
+    for (const char32_t hidden :
+         {0xA0u,   0xADu,   0x34Fu,  0x115Fu, 0x1160u, 0x1680u, 0x17B4u, 0x180Bu,  0x180Eu,  0x2000u,
+          0x2003u, 0x200Bu, 0x200Cu, 0x200Du, 0x2011u, 0x202Fu, 0x205Fu, 0x2060u,  0x2064u,  0x2800u,
+          0x3000u, 0x3164u, 0xFE0Fu, 0xFEFFu, 0xFFA0u, 0xFFF9u, 0xFFFBu, 0x1D173u, 0xE0001u, 0xE0041u}) {
+        const std::u32string name = std::u32string(U"node") + hidden + U"7";
+        std::u16string units;
+        for (const char32_t c : name) {
+            if (c <= 0xFFFF) {
+                units += static_cast<char16_t>(c);
+            } else {
+                units += static_cast<char16_t>(0xD7C0 + (c >> 10));
+                units += static_cast<char16_t>(0xDC00 + (c & 0x3FF));
+            }
+        }
+        char expected[32];
+        std::snprintf(expected, sizeof expected, hidden > 0xFFFF ? "node\\U%08x7" : "node\\u%04x7",
+                      static_cast<unsigned>(hidden));
+        const bool isSeen = hidden == 0x2011;  // a hyphen, though one that does not break
+        EXPECT_EQ(OneLine(String_t(units.c_str())) == expected, !isSeen) << std::hex << static_cast<unsigned>(hidden);
+    }
+}
+
+TEST(LogText, LeavesWhatIsSeenAsItIs) {
+    for (const char* text : {"\xC2\xA1\xC2\xBF", "\xD0\x96 \xE6\xBC\xA2\xE5\xAD\x97", "\xE2\x80\x90\xE2\x80\xA6",
+                             "\xE2\x9C\x93", "\xF0\x9F\x90\xA7", "e\xCC\x81", "\xEF\xBF\xBC\xEF\xBF\xBD"}) {
+        EXPECT_EQ(OneLine(String_t::FromUtf8(text)), text);
+    }
 }
 
 TEST_F(Log, WritesTimeSeverityAndTextOnOneLineEach) {

@@ -1,0 +1,20 @@
+/// @file
+/// The different words of a text that may repeat them millions of times.
+#pragma once
+
+#include <vector>
+
+#include "HashedTexts.h"
+#include "LumPalStr.h"
+
+namespace LumConf {
+
+/// The different words of the text (see StringList.h) in the order in which each comes first. Nothing is kept of those
+/// that come again.
+std::vector<LumPalStr::String_t> DistinctWords(const LumPalStr::String_t& text);
+
+/// Those of them that are among the known texts: it takes no more memory than these, whatever the text holds.
+std::vector<LumPalStr::String_t> WordsAmong(const LumPalStr::String_t& text,
+                                            const HashedTexts<LumPalStr::String_t>& known);
+
+}  // namespace LumConf

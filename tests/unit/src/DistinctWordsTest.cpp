@@ -1,0 +1,34 @@
+#include "DistinctWords.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace LumConf {
+namespace {
+
+using LumPalStr::String_t;
+using Words = std::vector<String_t>;
+
+TEST(DistinctWords, EachWordStandsWhereItComesFirst) {
+    EXPECT_EQ(DistinctWords(" b a  b c a a "), (Words{"b", "a", "c"}));
+    EXPECT_EQ(DistinctWords("a A a\tb"), (Words{"a", "A", "a\tb"}));
+    EXPECT_TRUE(DistinctWords("").empty());
+    EXPECT_TRUE(DistinctWords(String_t::Null()).empty());
+}
+
+TEST(DistinctWords, OneThatComesAMillionTimesIsKeptOnce) {
+    std::u16string text;
+    for (int i = 0; i < 1000000; ++i) text += u"a ";
+    EXPECT_EQ(DistinctWords(String_t(text.c_str())), (Words{"a"}));
+}
+
+TEST(WordsAmong, OnlyWhatIsKnownIsKept) {
+    const HashedTexts<String_t> known({"a", "b", "c"});
+    EXPECT_EQ(WordsAmong("x c y a c z", known), (Words{"c", "a"}));
+    EXPECT_TRUE(WordsAmong("x y z", known).empty());
+    EXPECT_TRUE(WordsAmong("a b", HashedTexts<String_t>({})).empty());
+}
+
+}  // namespace
+}  // namespace LumConf
