@@ -1,0 +1,165 @@
+#include "HttpServerCore_beast.h"
+
+#include <boost/asio/ip/v6_only.hpp>
+
+#include "LumPalNet.h"
+#include "Session_beast.h"
+#include "TlsIdentity.h"
+
+namespace LumVoxMsg {
+
+using LumPal::Descriptor;
+using LumPalStr::String_t;
+
+namespace {
+
+constexpr std::chrono::milliseconds kRoomTime{200};  ///< longer than any loop is busy with one step
+constexpr std::chrono::milliseconds kRoomPause{1};
+constexpr int kRoomTries = 50;
+constexpr char kBusy[] =
+    "HTTP/1.1 503 Service Unavailable\r\nServer: lumconfd\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
+
+LumPalNet::ConnectException_t CannotListen(const tcp::endpoint& endpoint, const error_code& error) {
+    return LumPalNet::ConnectException_t(LumPalMsg::CreateError_t("Cannot listen on address '%1', port %2: %3.")
+                                         << String_t::FromUtf8(endpoint.address().to_string())
+                                         << static_cast<unsigned>(endpoint.port())
+                                         << String_t::FromUtf8(error.message()));
+}
+
+}  // namespace
+
+HttpServer::Core::Core(const HttpLimits& limits, HttpHandler& handler)
+    : limits(limits),
+      handler(handler),
+      // Callers that proved nothing have a share of their own, so that they cannot keep others out.
+      namedBudget(std::make_shared<MemoryBudget>(limits.allBodiesBytes / 4 * 3)),
+      namelessBudget(std::make_shared<MemoryBudget>(limits.allBodiesBytes / 4)) {
+    for (unsigned i = 0; i < limits.ioThreads; ++i) threads.push_back(std::make_unique<IoThread>());
+}
+
+void HttpServer::Core::SetIdentity(const LumSecCore::NodeIdentity& identity) {
+    auto next = std::make_shared<net::ssl::context>(net::ssl::context::tls_server);
+    LumSecCore::ConfigureServer(next->native_handle(), identity);
+    const std::lock_guard lock(mutex);
+    tls = std::move(next);
+}
+
+std::shared_ptr<net::ssl::context> HttpServer::Core::GetTls() {
+    const std::lock_guard lock(mutex);
+    return tls;
+}
+
+void HttpServer::Core::Listen(const tcp::endpoint& endpoint) {
+    error_code error;
+    acceptor->open(endpoint.protocol(), error);
+    if (!error) acceptor->set_option(tcp::acceptor::reuse_address(true), error);
+    if (!error && endpoint.protocol() == tcp::v6()) acceptor->set_option(net::ip::v6_only(false), error);
+    if (!error) acceptor->bind(endpoint, error);
+    if (!error) acceptor->listen(net::socket_base::max_listen_connections, error);
+    if (error) throw CannotListen(endpoint, error);
+    port = acceptor->local_endpoint().port();
+    protocol = endpoint.protocol();
+    acceptor->non_blocking(true);
+    acceptLoop = std::make_unique<AcceptLoop>(acceptor->native_handle(), static_cast<AcceptLoop::Taker&>(*this));
+}
+
+/// IPv6, which takes IPv4 along, unless this host has none.
+tcp HttpServer::Core::AnyAddress() {
+    error_code error;
+    tcp::acceptor trial(threads.front()->context);
+    trial.open(tcp::v6(), error);
+    if (!error) trial.bind(tcp::endpoint(net::ip::address_v6::loopback(), 0), error);
+    return error ? tcp::v4() : tcp::v6();
+}
+
+void HttpServer::Core::Bind(const std::string& address, unsigned wanted) {
+    const auto number = static_cast<unsigned short>(wanted);
+    acceptor = std::make_unique<tcp::acceptor>(threads.front()->context);
+    Listen(address.empty() ? tcp::endpoint(AnyAddress(), number)
+                           : tcp::endpoint(net::ip::make_address(address), number));
+}
+
+void HttpServer::Core::Start() {
+    running = true;
+    for (const auto& thread : threads) thread->Start();
+    acceptLoop->Start();
+}
+
+void HttpServer::Core::Take(Descriptor socket) {
+    IoThread& target = NextThread();
+    net::post(target.context, [this, &target, accepted = std::move(socket), place = Place(*this)]() mutable {
+        Begin(std::move(accepted), std::move(place), target);
+    });
+}
+
+/// An idle connection can be made again at any time; one that finds no room cannot be made at all.
+bool HttpServer::Core::MakeRoom() noexcept {
+    std::unique_lock lock(mutex);
+    const auto hasLeft = [this, before = leaves] { return leaves != before || closing; };
+    // One that was only just taken, or answered, waits in a moment.
+    for (int tries = 0; tries < kRoomTries; ++tries) {
+        if (DropLongestWaiting()) return left.wait_for(lock, kRoomTime, hasLeft) && !closing;
+        if (left.wait_for(lock, kRoomPause, hasLeft)) return !closing;
+    }
+    return false;
+}
+
+bool HttpServer::Core::DropLongestWaiting() {
+    for (std::size_t i = 0; i < threads.size(); ++i)
+        if (NextThread().DropLongestWaiting()) return true;
+    return false;
+}
+
+std::string_view HttpServer::Core::GetFarewell() const noexcept {
+    const std::lock_guard lock(mutex);
+    return tls ? std::string_view() : kBusy;
+}
+
+void HttpServer::Core::Begin(Descriptor descriptor, Place place, IoThread& target) noexcept try {
+    tcp::socket socket(target.context);
+    socket.assign(protocol, descriptor.Get());
+    static_cast<void>(descriptor.Release());
+    auto settings = GetTls();
+    auto connection =
+        settings ? MakeTlsConnection(std::move(socket), std::move(settings)) : MakePlainConnection(std::move(socket));
+    std::make_shared<Session>(*this, std::move(place), target, std::move(connection))->Start();
+} catch (const std::exception& e) {
+    beginLog.WarnGuarded("A connection cannot be served: %1", e.what());
+}
+
+void HttpServer::Core::Leave() noexcept {
+    const std::lock_guard lock(mutex);
+    --connections;
+    ++leaves;
+    left.notify_all();
+}
+
+void HttpServer::Core::StopAccepting() {
+    closing = true;
+    if (!running) return;
+    acceptLoop->Stop();
+    error_code ignored;
+    acceptor->close(ignored);
+    for (const auto& thread : threads)
+        thread->Call([&] {
+            for (AnySession& session : thread->sessions) session.BeginClosing();
+        });
+}
+
+void HttpServer::Core::Finish() {
+    if (!running) return;
+    if (!closing) StopAccepting();
+    {
+        std::unique_lock lock(mutex);
+        left.wait_for(lock, limits.closeTime, [this] { return connections == 0; });
+    }
+    for (const auto& thread : threads) {
+        thread->Call([&] {
+            for (AnySession& session : thread->sessions) session.Abort();
+        });
+        thread->Finish();
+    }
+    running = false;
+}
+
+}  // namespace LumVoxMsg
