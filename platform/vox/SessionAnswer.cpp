@@ -47,6 +47,7 @@ private:
 void Session::Serve() {
     if (core.closing) return GiveUp();
     phase = Phase::Serving;
+    thread.EndWaiting(*this);
     Tcp().expires_never();
     parser.reset();
     auto once = std::make_shared<ReplyOnce>(shared_from_this());
@@ -70,6 +71,7 @@ void Session::Refuse(unsigned status, std::string_view reason) {
 
 void Session::Respond(HttpResponse answer, bool keep) {
     phase = Phase::Sending;
+    BeginMoving();
     keepAlive = keep && !core.closing;
     response.emplace(static_cast<http::status>(answer.status), 11);
     response->set(http::field::server, "lumconfd");
