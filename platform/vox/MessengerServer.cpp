@@ -96,7 +96,7 @@ std::string JoinPaths(const String_t& base, const String_t& path) {
 MessengerServer::Route::Route(MsgHandler* handler, unsigned threads)
     : handler(handler),
       held(dynamic_cast<const LumPalRef::RefCounted_t*>(handler)),
-      named(std::max(1u, threads - threads / 4)),
+      named(threads),
       strangers(std::max(1u, threads / 4), WorkerPool::Share::Small) {}
 
 void MessengerServer::Route::Refuse() {

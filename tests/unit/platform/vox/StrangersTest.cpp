@@ -67,7 +67,7 @@ TEST_P(StrangersTest, HoweverManyStrangersCallAProvenCallerIsServed) {
     while (strangersInside == 0) std::this_thread::yield();
     RawHttp proven(messenger.GetPort());
     for (int i = 0; i < 5; ++i) EXPECT_EQ(proven.Exchange(Post(Proof())).status, 200);
-    EXPECT_LE(strangersInside, 2u) << "they have a quarter of the threads, and one at least";
+    EXPECT_LE(strangersInside, 2u) << "they have a quarter as many threads, and one at least";
     Open();
     for (RawHttp& stranger : strangers) EXPECT_EQ(stranger.Receive().status, 200);
 }
