@@ -87,7 +87,7 @@ void RpcConfigHandler::Process(LumVoxRpc::RpcServerCall& call) {
     try {
         Serve(call, request, answer);
     } catch (const LumPalMsg::Exception_t& e) {
-        answer.SetFailure(Make(msg::RpcConfigError, e));
+        answer.SetFailure(request.sender, Make(msg::RpcConfigError, e));
         if (request.authorized) auditLog->Log(request.sender, request.mode->auditedFailure, false);
     }
     // Stands behind the catch clause: also a request that could not be read, or whose mode is no operation, is

@@ -9,6 +9,7 @@
 #include "LumPalMsg.h"
 #include "LumPalStr.h"
 #include "LumPalThread.h"
+#include "StrangersLog.h"
 
 namespace LumConf {
 
@@ -79,13 +80,18 @@ public:
              int mode, bool success);
     /// One line on a whole operation.
     void Log(const LumPalStr::String_t& originator, int mode, bool success);
-    /// One line on a refused call: in failure-only mode too, and for any originator.
+    /// One line on a refused call: in failure-only mode too, and for any originator. Those of a caller without an id
+    /// are StrangersLog's.
     void LogAuthorizationError(const LumPalStr::String_t& originator, const LumPalStr::String_t& method);
+
+    /// Writes what is counted until now.
+    void WriteCounts() { strangers.Finish(); }
 
 private:
     bool IsWanted(const LumPalStr::String_t& originator, bool success) const;
     void Write(const LumPalMsg::Message_t& message);
 
+    StrangersLog strangers;
     LumPalLog::Log_t log;  ///< guarded by the mutex of all audit logs
 };
 

@@ -55,8 +55,9 @@ void RpcPolicyInstall::Process(LumVoxRpc::RpcServerCall& call) {
     } catch (const LumCtrl::ControlException& e) {
         answer.Set(ReturnValue::ControlServiceErrors, e);
     } catch (const LumPalMsg::Exception_t& e) {
-        answer.SetFailure(request.file.IsNotNull() ? Make(msg::RpcInstallFileError, request.file.GetAbsolutePath(), e)
-                                                   : Make(msg::RpcInstallPackageError, e));
+        answer.SetFailure(request.sender, request.file.IsNotNull()
+                                              ? Make(msg::RpcInstallFileError, request.file.GetAbsolutePath(), e)
+                                              : Make(msg::RpcInstallPackageError, e));
     }
     // Stands behind the catch clauses: also a request that could not be read is answered so.
     if (!request.authorized) {

@@ -45,7 +45,7 @@ void RpcPolicyList::Process(LumVoxRpc::RpcServerCall& call) {
     } catch (const PolicyNotFoundError& e) {
         answer.Set(ReturnValue::NoPolicyFound, e);
     } catch (const LumPalMsg::Exception_t& e) {
-        answer.SetFailure(Make(msg::RpcListError, e));
+        answer.SetFailure(request.sender, Make(msg::RpcListError, e));
     }
     // Stands behind the catch clauses: also a request that could not be read is answered so.
     if (!request.authorized) {

@@ -144,7 +144,7 @@ void RpcPolicyOp::Process(LumVoxRpc::RpcServerCall& call) {
     } catch (const LumCtrl::ControlException& e) {
         answer.Set(ReturnValue::ControlServiceErrors, e);
     } catch (const LumPalMsg::Exception_t& e) {
-        answer.SetFailure(Make(msg::RpcOpError, e));
+        answer.SetFailure(request.sender, Make(msg::RpcOpError, e));
         request.failure = e.GetMessageList();
     }
     RepairRemove(request, answer);
