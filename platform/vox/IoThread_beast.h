@@ -76,6 +76,16 @@ public:
     void BeginWaiting(AnySession& session, Kind kind) noexcept { kinds[kind].waiting.Add(session); }
     void EndWaiting(AnySession& session) noexcept { WaitingSessions::Remove(session); }
 
+private:
+    /// Made before the context, which may hold the last of a session: that takes itself out of here at its end.
+    struct OfKind {
+        WaitingSessions waiting;
+        std::atomic<bool> dropAsked{false};
+        PostRoom dropRoom;
+    };
+    std::array<OfKind, kKinds> kinds;
+
+public:
     net::io_context context{1};
     Sessions<&AnySession::amongAll> sessions;  ///< touched by the loop alone
 
@@ -84,12 +94,6 @@ private:
     /// False when nothing is left to do.
     bool Step();
 
-    struct OfKind {
-        WaitingSessions waiting;
-        std::atomic<bool> dropAsked{false};
-        PostRoom dropRoom;
-    };
-    std::array<OfKind, kKinds> kinds;
     LaterSteps later;  ///< touched by the loop alone
     net::executor_work_guard<net::io_context::executor_type> work{context.get_executor()};
     LumPalLog::ThrottledLog lostLog;

@@ -145,7 +145,13 @@ def large_call():
     return wire.post(wire.install_call(bytes(LARGE)))
 
 
+def long_question():
+    types = " ".join(f"type{number}" for number in range(100000))
+    return wire.post(wire.call("checkpolicy", wire.element("types", types)), wire.CHECK_PATH)
+
+
 KINDS = {
+    "questions": lambda address, port: Callers(address, port, 8, long_question()),
     "calls": lambda address, port: Callers(address, port, 16, wire.post(wire.list_call())),
     "malformed": lambda address, port: Callers(address, port, 16, wire.post(wire.call("list", "<PolicySelection><x"))),
     "bodies": lambda address, port: Callers(address, port, 8, large_call()),

@@ -109,6 +109,9 @@ class Strangers(unittest.TestCase):
     def test_malformed_calls_keep_no_proven_caller_waiting(self):
         self.assert_proven_callers_go_first("malformed")
 
+    def test_long_questions_keep_no_proven_caller_waiting(self):
+        self.assert_proven_callers_go_first("questions")
+
     def test_large_bodies_keep_no_proven_caller_waiting(self):
         self.assert_proven_callers_go_first("bodies")
 
