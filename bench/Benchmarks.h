@@ -24,6 +24,8 @@ void MeasureProof(Session& session);
 void MeasureTls(Session& session);
 /// Requests beside many connections that are idle or slow, against the same requests alone.
 void MeasureCrowd(Session& session);
+/// Requests beside calls of strangers without end, against the same requests alone.
+void MeasureStrangers(Session& session);
 /// An install over the wire against an echo of the same bytes with the same work on files.
 void MeasureInstall(Session& session);
 /// A long list over the wire against an echo of as many bytes.

@@ -147,7 +147,9 @@ void AuditLog::Log(const String_t& originator, int mode, bool success, AuditChoi
 }
 
 void AuditLog::LogAuthorizationError(const String_t& originator, const String_t& method) {
-    if (IsEnabled()) Write(Make(msg::AuditNotAuthorized, originator, method));
+    if (!IsEnabled()) return;
+    if (originator.IsEmpty()) return strangers.Refuse(method);
+    Write(Make(msg::AuditNotAuthorized, originator, method));
 }
 
 void AuditLog::Write(const LumPalMsg::MessageList_t& lines) {

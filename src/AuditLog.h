@@ -10,6 +10,7 @@
 #include "LumPalMsg.h"
 #include "LumPalStr.h"
 #include "LumPalThread.h"
+#include "StrangersLog.h"
 
 namespace LumConf {
 
@@ -93,13 +94,18 @@ public:
     /// @param more    makes it; called when it is written
     void Log(const LumPalStr::String_t& originator, int mode, bool success, AuditChoices before,
              const std::function<LumPalMsg::Message_t()>& more);
-    /// One line on a refused call: in failure-only mode too, and for any originator.
+    /// One line on a refused call: in failure-only mode too, and for any originator. Those of a caller without an id
+    /// are StrangersLog's.
     void LogAuthorizationError(const LumPalStr::String_t& originator, const LumPalStr::String_t& method);
+
+    /// Writes what is counted until now.
+    void WriteCounts() { strangers.Finish(); }
 
 private:
     static bool IsWanted(AuditChoices choices, const LumPalStr::String_t& originator, bool success);
     void Write(const LumPalMsg::MessageList_t& lines);
 
+    StrangersLog strangers;
     LumPalLog::Log_t log;  ///< guarded by the mutex of all audit logs
 };
 

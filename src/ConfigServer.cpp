@@ -3,6 +3,7 @@
 #include <memory>
 #include <utility>
 
+#include "AuditLog.h"
 #include "ChangeListener.h"
 #include "DirectoryImpl.h"
 #include "LumPalConfig.h"
@@ -108,6 +109,7 @@ void ConfigServer::StopReceiving() {
 
 void ConfigServer::Stop() {
     impl->messenger.Close();
+    AuditLog::GetInstance().WriteCounts();
     LumConfPar::PolicyWorker::GetInstance().Stop();
     // A record that could not be deleted speaks of files there.
     if (paths::ChangeRecordFile().Exists()) return;

@@ -44,6 +44,7 @@ inline constexpr Name BufferSizeKey = "BUFFER_SIZE";  ///< reserved; nobody read
 
 // The audit log.
 inline constexpr Name AuditLogName = "conf.server.audit.log";
+inline constexpr Name StrangersLogName = "conf.server.audit.strangers.log";
 inline constexpr Name ServerComponent = "lumconfd";
 
 // Files and words of the store.

@@ -1,7 +1,9 @@
 #include "RpcAnswer.h"
 
 #include "LumPalLog.h"
+#include "LumPalThread.h"
 #include "Names.h"
+#include "StrangersLog.h"
 #include "Trace.h"
 
 namespace LumConf {
@@ -11,6 +13,18 @@ using LumPalStr::String_t;
 namespace {
 constexpr unsigned kMessageFormat = LumPalMsg::Text | LumPalMsg::Details;
 constexpr unsigned kExceptionFormat = kMessageFormat | LumPalMsg::Label;
+
+/// Whether a stranger's failure is written now.
+/// @param counted  out: how many were not since the last
+bool TakeStrangersLine(unsigned& counted) {
+    static LumPalThread::Mutex_t& mutex = *new LumPalThread::Mutex_t;  // never destroyed: calls may outlive statics
+    static LineShare share(1, StrangersLog::kWhile);
+    const LumPalThread::MutexLock_t lock(mutex);
+    const LineShare::Clock::time_point now = LineShare::Clock::now();
+    counted = share.TakeCount(now);
+    return share.Take(now);
+}
+
 }  // namespace
 
 void RpcAnswer::Set(ReturnValue outcome, const LumPalMsg::Message_t& message) {
@@ -23,9 +37,18 @@ void RpcAnswer::Set(ReturnValue outcome, const LumPalMsg::Exception_t& cause) {
     text = cause.GetMessageList().Format(kExceptionFormat);
 }
 
-void RpcAnswer::SetFailure(const LumPalMsg::Message_t& message) {
+void RpcAnswer::SetFailure(const String_t& sender, const LumPalMsg::Message_t& message) {
     Set(ReturnValue::OtherFailure, message);
-    LumPalLog::Log(message);
+    LogFailureOf(sender, message);
+}
+
+void LogFailureOf(const String_t& sender, const LumPalMsg::Message_t& message) {
+    if (sender.IsNotEmpty()) return LumPalLog::Log(message);
+    unsigned counted = 0;
+    if (!TakeStrangersLine(counted)) return;
+    LumPalMsg::MessageList_t messages(message);
+    if (counted > 0) messages.Add(Make(msg::StrangersMoreFailures, counted));
+    LumPalLog::Log(messages);
 }
 
 String_t StartCall(const LumVoxRpc::RpcServerCall& call, const MessageOf<1>& row) {

@@ -19,9 +19,14 @@ struct RpcAnswer {
     void Set(ReturnValue outcome, const LumPalMsg::Message_t& message);
     /// What an operation raised.
     void Set(ReturnValue outcome, const LumPalMsg::Exception_t& cause);
-    /// A failure without a value of its own: the message, with the cause in its details, also goes to the log.
-    void SetFailure(const LumPalMsg::Message_t& message);
+    /// A failure without a value of its own: the message, with the cause in its details, also goes to the log (see
+    /// LogFailureOf).
+    void SetFailure(const LumPalStr::String_t& sender, const LumPalMsg::Message_t& message);
 };
+
+/// Writes what went wrong with a sender's call to the application log: of callers without an id one message in ten
+/// seconds, with a count of the others since the last. Any thread.
+void LogFailureOf(const LumPalStr::String_t& sender, const LumPalMsg::Message_t& message);
 
 /// The start of a call: traces the row's message about the sender, and whether the transport has identified it.
 /// Nothing is decided by that: rights are.

@@ -2,6 +2,7 @@
 
 #include "AuditLog.h"
 #include "ChangeListener.h"
+#include "CheckedArgs.h"
 #include "Exceptions.h"
 #include "InstallOptionsSoapArg.h"
 #include "LumCtrl.h"
@@ -54,8 +55,9 @@ void RpcPolicyInstall::Process(LumVoxRpc::RpcServerCall& call) {
     } catch (const LumCtrl::ControlException& e) {
         answer.Set(ReturnValue::ControlServiceErrors, e);
     } catch (const LumPalMsg::Exception_t& e) {
-        answer.SetFailure(request.file.IsNotNull() ? Make(msg::RpcInstallFileError, request.file.GetAbsolutePath(), e)
-                                                   : Make(msg::RpcInstallPackageError, e));
+        answer.SetFailure(request.sender, request.file.IsNotNull()
+                                              ? Make(msg::RpcInstallFileError, request.file.GetAbsolutePath(), e)
+                                              : Make(msg::RpcInstallPackageError, e));
     }
     // Stands behind the catch clauses: also a request that could not be read is answered so.
     if (!request.authorized) {
@@ -66,15 +68,23 @@ void RpcPolicyInstall::Process(LumVoxRpc::RpcServerCall& call) {
 }
 
 void RpcPolicyInstall::Serve(LumVoxRpc::RpcServerCall& call, Request& request, RpcAnswer& answer) {
+    if (!authorization->IsAuthorized(call, RightInstall)) return Refuse(call, request.sender);
     SOAPArg* const arguments[] = {&request.fileName, &request.data, &request.options, &request.method};
     call.ReadRequest(std::size(arguments), arguments);
-    request.authorized = authorization->IsAuthorized(call, RightInstall);
-    if (request.authorized) {
-        Install(request, answer);
-    } else {
-        LUMCONF_TRACE(trace::Policy, String_t("install is refused to '") + request.sender + "'");
-        auditLog->LogAuthorizationError(request.sender, names::InstallMethod);
-    }
+    request.authorized = true;
+    Install(request, answer);
+}
+
+/// Nothing of the request is kept: it may be large, and the caller is not allowed to bring it.
+void RpcPolicyInstall::Refuse(const LumVoxRpc::RpcServerCall& call, const String_t& sender) {
+    CheckedText fileName(names::PolicyInstallFilename);
+    CheckedBytes data(names::PolicyByteArrayName);
+    CheckedInstallOptions options(names::PolicyInstallOptions);
+    SOAPArgInt method(names::PolicyInstallMethod, 0);
+    SOAPArg* const arguments[] = {&fileName, &data, &options, &method};
+    call.CheckRequest(std::size(arguments), arguments);
+    LUMCONF_TRACE(trace::Policy, String_t("install is refused to '") + sender + "'");
+    auditLog->LogAuthorizationError(sender, names::InstallMethod);
 }
 
 void RpcPolicyInstall::Install(Request& request, RpcAnswer& answer) {

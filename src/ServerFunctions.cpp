@@ -1,10 +1,10 @@
 #include "ServerFunctions.h"
 
 #include "Authorization.h"
-#include "LumPalLog.h"
 #include "Messages.h"
 #include "PlainName.h"
 #include "PolicyOperation.h"
+#include "RpcAnswer.h"
 #include "StringList.h"
 #include "Trace.h"
 
@@ -33,14 +33,14 @@ int ManagerConfigurationChanged(const char*, bool, int count, const char16_t* co
     return 0;
 }
 
-int CheckPolicy(const char*, bool, int count, const char16_t* const* parameters) {
+int CheckPolicy(const char* sender, bool, int count, const char16_t* const* parameters) {
     try {
         if (count == 0) return PolicyOperation::GetInstance()->IsPolicyInstalled() ? 1 : 0;
         return IsAnyInstalled(parameters[0]) ? 0 : 1;
     } catch (const LumPalMsg::RuntimeException_t& e) {
         const auto message = Make(msg::CheckPolicyErrors, e);
         LUMCONF_TRACE(trace::Message, message.Format(LumPalMsg::Text | LumPalMsg::Details));
-        LumPalLog::Log(message);
+        LogFailureOf(String_t::FromUtf8(sender), message);
         return -1;
     }
 }

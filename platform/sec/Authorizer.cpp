@@ -1,5 +1,6 @@
 #include <mutex>
 
+#include "../pal/ThrottledLog.h"
 #include "LumPalLog.h"
 #include "LumPalRuntime.h"
 #include "LumSecAuth.h"
@@ -29,23 +30,45 @@ LumPalIo::File_t RightsFile() {
     return LumPalIo::File_t(LumPalRuntime::Dir_t::Path(LumPalRuntime::Etc) + "authorization.ini");
 }
 
-Rights LoadRights() {
+/// Writes what is wrong with the file in full once: anybody may have it read again, as often as he likes. Any thread.
+class Complaints {
+public:
+    void Tell(const LumPalMsg::MessageList_t& messages) {
+        const std::lock_guard lock(mutex);
+        const String_t text = messages.Format(LumPalMsg::Text | LumPalMsg::Details);
+        if (messages.GetMessageCount() == 0) {
+            last = String_t();
+        } else if (text == last) {
+            repeated.Warn("What is wrong with the rights in '%1' stands above.", RightsFile().GetAbsolutePath());
+        } else {
+            LumPalLog::Log(messages);
+            last = text;
+        }
+    }
+
+private:
+    std::mutex mutex;  ///< guards last
+    String_t last;
+    LumPalLog::ThrottledLog repeated;
+};
+
+Rights LoadRights(Complaints& complaints) {
     Rights rights = Rights::Load(RightsFile());
-    if (rights.GetProblems().GetMessageCount() > 0) LumPalLog::Log(rights.GetProblems());
+    complaints.Tell(rights.GetProblems());
     return rights;
 }
 
-void LogFailure(const char* consequence, const LumPalMsg::Exception_t& cause) {
-    LumPalLog::Log(LumPalMsg::CreateError_t(String_t("Cannot load the rights from '%1': ") + consequence)
-                       .AddDetails(cause.GetMessageList())
-                   << RightsFile().GetAbsolutePath());
+void TellFailure(Complaints& complaints, const char* consequence, const LumPalMsg::Exception_t& cause) {
+    complaints.Tell(LumPalMsg::CreateError_t(String_t("Cannot load the rights from '%1': ") + consequence)
+                        .AddDetails(cause.GetMessageList())
+                    << RightsFile().GetAbsolutePath());
 }
 
 /// The file's rights, or the given ones when it cannot be read.
-Rights RightsOr(const Rights& lastGood, const char* consequence) try {
-    return LoadRights();
+Rights RightsOr(const Rights& lastGood, Complaints& complaints, const char* consequence) try {
+    return LoadRights(complaints);
 } catch (const LumPalMsg::Exception_t& e) {
-    LogFailure(consequence, e);
+    TellFailure(complaints, consequence, e);
     return lastGood;
 }
 
@@ -75,9 +98,10 @@ struct Authorizer::Impl {
     void Load(const char* consequence) {
         // One at a time: who read the file before a change must not set its rights behind who read it afterwards.
         const std::lock_guard lock(loading);
-        Set(RightsOr(*Get(), consequence));
+        Set(RightsOr(*Get(), complaints, consequence));
     }
 
+    Complaints complaints;
     std::mutex loading;
     std::mutex mutex;  ///< guards what follows
     std::shared_ptr<const Rights> rights = std::make_shared<Rights>();

@@ -1,5 +1,7 @@
 #include "MessengerServer.h"
 
+#include <algorithm>
+
 #include "HttpHead.h"
 #include "LumPalLog.h"
 #include "LumSecAuth.h"
@@ -92,7 +94,20 @@ std::string JoinPaths(const String_t& base, const String_t& path) {
 }
 
 MessengerServer::Route::Route(MsgHandler* handler, unsigned threads)
-    : handler(handler), held(dynamic_cast<const LumPalRef::RefCounted_t*>(handler)), pool(threads) {}
+    : handler(handler),
+      held(dynamic_cast<const LumPalRef::RefCounted_t*>(handler)),
+      named(threads),
+      strangers(std::max(1u, threads / 4), WorkerPool::Share::Small) {}
+
+void MessengerServer::Route::Refuse() {
+    named.Refuse();
+    strangers.Refuse();
+}
+
+void MessengerServer::Route::Stop() {
+    named.Stop();
+    strangers.Stop();
+}
 
 MessengerServer::MessengerServer(const HttpLimits& limits, const String_t& basePath)
     : limits(limits), basePath(basePath), http(limits, *this) {}
@@ -157,7 +172,7 @@ void MessengerServer::StopReceiving() {
     }
     http.StopAccepting();
     const std::lock_guard lock(mutex);
-    for (const auto& [path, route] : routes) route->pool.Refuse();
+    for (const auto& [path, route] : routes) route->Refuse();
 }
 
 void MessengerServer::Close() {
@@ -172,7 +187,7 @@ void MessengerServer::Close() {
         const std::lock_guard lock(mutex);
         ending.swap(routes);
     }
-    for (const auto& [path, route] : ending) route->pool.Stop();
+    for (const auto& [path, route] : ending) route->Stop();
     http.Finish();
     const std::lock_guard lock(mutex);
     secret.Remove();
@@ -214,7 +229,7 @@ void MessengerServer::Serve(HttpRequest request, HttpReply reply) {
     auto message = std::make_shared<Access::Request>(
         Access::Request{request.sender, std::move(request.body), request.peer.isNode});
     MsgHandler* const handler = route->handler;
-    route->pool.Submit([handler, message, reply, path = std::move(request.path)] {
+    route->PoolFor(request.sender).Submit([handler, message, reply, path = std::move(request.path)] {
         Access::Response response =
             Handled(path, [&](Access::Response& unfinished) { Access::Handle(*handler, *message, unfinished); });
         message->body.reset();
@@ -224,7 +239,7 @@ void MessengerServer::Serve(HttpRequest request, HttpReply reply) {
 
 void MessengerServer::Describe(Route& route, const HttpRequest& request, const HttpReply& reply) {
     const MsgHandler* const handler = route.handler;
-    route.pool.Submit([this, handler, reply, path = request.path, address = AddressOf(request)] {
+    route.PoolFor(request.sender).Submit([this, handler, reply, path = request.path, address = AddressOf(request)] {
         bool described = true;
         Access::Response response = Handled(
             path, [&](Access::Response& unfinished) { described = Access::Describe(*handler, address, unfinished); });

@@ -41,7 +41,13 @@ private:
         Route(MsgHandler* handler, unsigned threads);
         MsgHandler* const handler;
         const LumPalPtr::RefPtr_t<const LumPalRef::RefCounted_t> held;
-        WorkerPool pool;
+        /// Whose calls come from this sender: strangers have threads of their own, so that they occupy no others.
+        WorkerPool& PoolFor(const std::string& sender) { return sender.empty() ? strangers : named; }
+        void Refuse();
+        void Stop();
+
+    private:
+        WorkerPool named, strangers;
     };
 
     std::optional<HttpResponse> Screen(HttpRequest& head) override;

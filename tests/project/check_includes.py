@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Holds the three rules of the includes: directions, third-party headers, no loops."""
+"""Holds the rules of the includes (directions, third-party headers, no loops), and that no file grows too long."""
 import pathlib
 import re
 import sys
@@ -20,6 +20,10 @@ STANDARD = re.compile(r"^[a-z_0-9]+$")  # <vector>, <memory>: no slash, no .h
 THIRD_PARTY = re.compile(
     r"^(expat|boost/|curl/|openssl/|unicode/|spdlog/|fmt/|CLI/|nlohmann/|gtest/|gmock/|benchmark/)")
 TOOL_LIBRARIES = re.compile(r"^(CLI/|nlohmann/)")
+# What the HTTP server's own files share of its library; nothing outside the folder sees these headers.
+NETWORK = ROOT / "platform/vox"
+NETWORK_HEADER, NETWORK_LIBRARY = "_beast.h", "boost/"
+MOST_LINES = 400
 # Benchmarks compare with bare calls of the system and of the parser library.
 BARE = {"platform", "bench"}
 # The merge of settings is measured where the node makes it, on roots with rights of their own.
@@ -34,6 +38,17 @@ def owner(path):
     return path.relative_to(ROOT).parts[0]
 
 
+def may_show(header, library):
+    return header.name.endswith(NETWORK_HEADER) and header.parent == NETWORK and library.startswith(NETWORK_LIBRARY)
+
+
+def too_long(path):
+    if path.suffix == ".def":  # a table has as many rows as it has
+        return []
+    lines = len(path.read_text(encoding="utf-8").splitlines())
+    return [f"{path.relative_to(ROOT)} has {lines} lines; {MOST_LINES} are the most"] if lines > MOST_LINES else []
+
+
 def main():
     files = [path for folder in OURS for path in sorted(folder.rglob("*")) if path.suffix in (".h", ".cpp", ".def")]
     by_name = {}
@@ -41,6 +56,7 @@ def main():
         by_name.setdefault(path.name, []).append(path)
     errors, edges = [], {}
     for path in files:
+        errors += too_long(path)
         for kind, name in INCLUDE.findall(path.read_text(encoding="utf-8")):
             where = f"{path.relative_to(ROOT)} includes {name}"
             if kind == '"':
@@ -56,6 +72,8 @@ def main():
                 target = same[0]
                 if owner(target) not in ALLOWED[owner(path)]:
                     errors.append(f"{where}: {owner(path)} may not use {owner(target)}")
+                if target.name.endswith(NETWORK_HEADER) and path.parent != NETWORK:
+                    errors.append(f"{where}: only the files beside it may")
                 measured = owner(path) == "bench" and target.name == MEASURED_INSIDE
                 private = owner(target) == "src" and "include" not in target.parts and not measured
                 if owner(path) in ("tools", "bench") and private:
@@ -69,7 +87,7 @@ def main():
             elif THIRD_PARTY.match(name) or name.endswith(".h"):
                 if owner(path) not in BARE:
                     errors.append(f"{where}: third-party and system headers belong below platform/")
-                elif THIRD_PARTY.match(name) and path.suffix == ".h":
+                elif THIRD_PARTY.match(name) and path.suffix == ".h" and not may_show(path, name):
                     errors.append(f"{where}: a third-party header may stand in a .cpp file only")
     state = {}
 

@@ -98,7 +98,9 @@ public:
     }
     std::string InstalledContent(const std::string& path) const { return Content(InstallFolder() + "/" + path); }
 
-    std::string AuditText() const { return Content(root.Native() + "/log/conf.server.audit.log"); }
+    /// The audit log, and behind it that of callers without an id.
+    std::string AuditText() const { return Content(root.Native() + "/log/conf.server.audit.log") + StrangersText(); }
+    std::string StrangersText() const { return Content(root.Native() + "/log/conf.server.audit.strangers.log"); }
     /// How often a text stands in the audit log.
     int Audited(const std::string& text) const {
         const std::string log = AuditText();

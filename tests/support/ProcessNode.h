@@ -58,7 +58,9 @@ public:
         }
     }
 
-    std::string AuditText() const { return ReadText(AuditPath()); }
+    /// The audit log, and behind it that of callers without an id.
+    std::string AuditText() const { return ReadText(AuditPath()) + StrangersText(); }
+    std::string StrangersText() const { return ReadText(StrangersPath()); }
     /// How often a text stands in the audit log.
     int Audited(const std::string& text) const {
         const std::string log = AuditText();
@@ -66,7 +68,10 @@ public:
         for (auto at = log.find(text); at != std::string::npos; at = log.find(text, at + 1)) ++count;
         return count;
     }
-    void ForgetAudit() const { WriteText(AuditPath(), ""); }
+    void ForgetAudit() const {
+        WriteText(AuditPath(), "");
+        if (std::filesystem::exists(StrangersPath())) WriteText(StrangersPath(), "");
+    }
 
 private:
     ProcessNode() {
@@ -81,6 +86,7 @@ private:
         return node;
     }
     std::string AuditPath() const { return Root() + "/log/conf.server.audit.log"; }
+    std::string StrangersPath() const { return Root() + "/log/conf.server.audit.strangers.log"; }
 
     void Empty() const {
         std::filesystem::remove_all(InstallFolder());

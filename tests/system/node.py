@@ -99,8 +99,9 @@ class Node:
         return (self.folder / "lumconfd.err").read_text(encoding="utf-8", errors="replace")
 
     def audit(self):
-        path = self.root / "log/conf.server.audit.log"
-        return path.read_text(encoding="utf-8").splitlines() if path.exists() else []
+        """Lines of the audit log, and behind them those of callers without an id."""
+        paths = [self.root / "log" / name for name in ("conf.server.audit.log", "conf.server.audit.strangers.log")]
+        return [line for path in paths if path.exists() for line in path.read_text(encoding="utf-8").splitlines()]
 
     def write_settings(self):
         self.config.mkdir(parents=True, exist_ok=True)

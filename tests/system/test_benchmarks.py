@@ -33,6 +33,7 @@ ROWS = {
     "told": ["set of a value", "install until a process is told", "the same beside 1,000 policies",
              "the same beside 1,000, cached"],
     "crowd": ["policyOp beside 1,050 connections"],
+    "strangers": ["policyOp beside refused calls"],
     "install": ["install of a policy of 10 KB", "install of 1,000 small data files"],
     "list": ["list of 10,000 policies"],
     "change": ["enable of 1,000 policies", "enable, tenfold", "list, tenfold", "dry run, tenfold"],

@@ -46,6 +46,7 @@ TEST(Names, EveryNameIsSpeltAsPeersSpellIt) {
         {names::MaxRetriesForClusterUpKey, "MAX_RETRIES_FOR_CLUSTERUP"},
         {names::BufferSizeKey, "BUFFER_SIZE"},
         {names::AuditLogName, "conf.server.audit.log"},
+        {names::StrangersLogName, "conf.server.audit.strangers.log"},
         {names::ServerComponent, "lumconfd"},
         {names::HeaderFileSuffix, "_header.xml"},
         {names::SettingsTypeName, "configsettings"},

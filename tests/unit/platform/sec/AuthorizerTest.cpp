@@ -155,6 +155,28 @@ TEST_F(AuthorizerTest, ABrokenFileKeepsTheLastGoodRights) {
     EXPECT_TRUE(log.Holds("the last good ones stay")) << log.Text();
 }
 
+TEST_F(AuthorizerTest, WhatIsWrongWithAFileIsWrittenInFullOnceHoweverOftenItIsReadAgain) {
+    const struct {
+        const char *broken, *another, *told;
+    } rows[] = {
+        {"[conf]\nsender=install\nthis is no line\n", "[conf]\nsender=lst\n", "'lst' is no right"},
+        {"[conf]\nsender=instal\n", "[conf]\nsender=remov\n", "'remov' is no right"},
+    };
+    for (const auto& row : rows) {
+        WriteRights(row.broken);
+        Authorizer authorizer;
+        authorizer.Update();
+        const std::size_t once = log.Text().size();
+        for (int i = 0; i < 1000; ++i) authorizer.Update();
+        EXPECT_LT(log.Text().size(), once + 1000) << row.broken;
+        EXPECT_TRUE(log.Holds("What is wrong with the rights in")) << row.broken;
+        EXPECT_FALSE(log.Holds(row.told));
+        WriteRights(row.another);
+        authorizer.Update();
+        EXPECT_TRUE(log.Holds(row.told)) << "another fault is told at once";
+    }
+}
+
 TEST_F(AuthorizerTest, AnUpdateIsNotUndoneByAnotherThatBeganBeforeTheChange) {
     WriteRights("[conf]\nsender=install\n");
     Authorizer authorizer;

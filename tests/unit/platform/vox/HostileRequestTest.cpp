@@ -198,6 +198,54 @@ TEST(HostileRequests, AnyNumberOfIdleConnectionsKeepsNobodyOut) {
     EXPECT_LE(server.server.GetConnectionCount(), 5u);
 }
 
+TEST(HostileRequests, AProvenCallerKeepsHisConnectionHoweverManyStrangersCome) {
+    HttpLimits limits;
+    limits.connections = 8;
+    EchoServer server(limits);
+    const std::string proof = "Authorization: somebody\r\n";
+    std::vector<std::unique_ptr<RawHttp>> proven, strangers;
+    for (int i = 0; i < 2; ++i) {
+        proven.push_back(std::make_unique<RawHttp>(server.GetPort()));
+        EXPECT_EQ(proven.back()->Exchange(PostOf("/echo", "a", proof)).status, 200);
+    }
+    for (int i = 0; i < 50; ++i) {
+        strangers.push_back(std::make_unique<RawHttp>(server.GetPort()));
+        if (i % 2 == 0) continue;
+        EXPECT_EQ(strangers.back()->Exchange(PostOf("/echo", "a")).status, 200) << i;
+    }
+    for (const auto& caller : proven) EXPECT_EQ(caller->Exchange(PostOf("/echo", "a", proof)).status, 200);
+    RawHttp another(server.GetPort());
+    EXPECT_EQ(another.Exchange(PostOf("/echo", "a", proof)).status, 200);
+    EXPECT_LE(server.server.GetConnectionCount(), 8u);
+}
+
+TEST(HostileRequests, ProvenCallersWhoWaitMakeRoomForOneAnother) {
+    HttpLimits limits;
+    limits.connections = 4;
+    EchoServer server(limits);
+    std::vector<std::unique_ptr<RawHttp>> proven;
+    for (int i = 0; i < 20; ++i) {
+        proven.push_back(std::make_unique<RawHttp>(server.GetPort()));
+        EXPECT_EQ(proven.back()->Exchange(PostOf("/echo", "a", "Authorization: somebody\r\n")).status, 200) << i;
+    }
+    EXPECT_LE(server.server.GetConnectionCount(), 4u);
+}
+
+TEST(HostileRequests, StrangersWhoseRequestsNeverEndLoseTheirPlaces) {
+    HttpLimits limits;
+    limits.connections = 4;
+    limits.headerTime = 600s;
+    EchoServer server(limits);
+    std::vector<std::unique_ptr<RawHttp>> slow;
+    for (int i = 0; i < 3; ++i) {
+        slow.push_back(std::make_unique<RawHttp>(server.GetPort()));
+        slow.back()->Send("POST /echo HTTP/1.1\r\n");
+    }
+    // The first ones are refused: those who came before have only just begun.
+    while (RawHttp(server.GetPort()).Exchange(PostOf("/echo", "a")).status != 200) continue;
+    EXPECT_TRUE(slow.front()->IsClosed());
+}
+
 TEST(HostileRequests, APeerThatIsTooSlowIsClosedInEveryPhase) {
     const struct {
         const char* what;

@@ -1,0 +1,196 @@
+#include "HttpServerCore_beast.h"
+
+#include <algorithm>
+#include <boost/asio/ip/v6_only.hpp>
+
+#include "LumPalNet.h"
+#include "Session_beast.h"
+#include "TlsIdentity.h"
+
+namespace LumVoxMsg {
+
+using LumPal::Descriptor;
+using LumPalStr::String_t;
+
+namespace {
+
+constexpr std::chrono::milliseconds kRoomTime{200};  ///< longer than any loop is busy with one step
+constexpr std::chrono::milliseconds kRoomPause{1};
+constexpr int kRoomTries = 50;
+/// A stranger who has not sent his request by then, or not taken its answer, may lose his place.
+constexpr std::chrono::milliseconds kSlow{1000};
+constexpr char kBusy[] =
+    "HTTP/1.1 503 Service Unavailable\r\nServer: lumconfd\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
+
+LumPalNet::ConnectException_t CannotListen(const tcp::endpoint& endpoint, const error_code& error) {
+    return LumPalNet::ConnectException_t(LumPalMsg::CreateError_t("Cannot listen on address '%1', port %2: %3.")
+                                         << String_t::FromUtf8(endpoint.address().to_string())
+                                         << static_cast<unsigned>(endpoint.port())
+                                         << String_t::FromUtf8(error.message()));
+}
+
+}  // namespace
+
+HttpServer::Core::Core(const HttpLimits& limits, HttpHandler& handler)
+    : limits(limits),
+      handler(handler),
+      admission(limits.connections, limits.addressConnections),
+      // Callers that proved nothing have a share of their own, so that they cannot keep others out.
+      namedBudget(std::make_shared<MemoryBudget>(limits.allBodiesBytes / 4 * 3)),
+      namelessBudget(std::make_shared<MemoryBudget>(limits.allBodiesBytes / 4)) {
+    for (unsigned i = 0; i < limits.ioThreads; ++i) threads.push_back(std::make_unique<IoThread>());
+}
+
+void HttpServer::Core::SetIdentity(const LumSecCore::NodeIdentity& identity) {
+    auto next = std::make_shared<net::ssl::context>(net::ssl::context::tls_server);
+    LumSecCore::ConfigureServer(next->native_handle(), identity);
+    const std::lock_guard lock(mutex);
+    if (tls) {
+        LumSecCore::LetFormerKeysPass(next->native_handle(), tls->native_handle(),
+                                      std::chrono::steady_clock::now() + LumSecCore::kFormerKeyPasses);
+    }
+    tls = std::move(next);
+}
+
+std::shared_ptr<net::ssl::context> HttpServer::Core::GetTls() {
+    const std::lock_guard lock(mutex);
+    return tls;
+}
+
+void HttpServer::Core::Listen(const tcp::endpoint& endpoint) {
+    error_code error;
+    acceptor->open(endpoint.protocol(), error);
+    if (!error) acceptor->set_option(tcp::acceptor::reuse_address(true), error);
+    if (!error && endpoint.protocol() == tcp::v6()) acceptor->set_option(net::ip::v6_only(false), error);
+    if (!error) acceptor->bind(endpoint, error);
+    if (!error) acceptor->listen(net::socket_base::max_listen_connections, error);
+    if (error) throw CannotListen(endpoint, error);
+    port = acceptor->local_endpoint().port();
+    protocol = endpoint.protocol();
+    acceptor->non_blocking(true);
+    acceptLoop = std::make_unique<AcceptLoop>(acceptor->native_handle(), static_cast<AcceptLoop::Taker&>(*this));
+}
+
+/// IPv6, which takes IPv4 along, unless this host has none.
+tcp HttpServer::Core::AnyAddress() {
+    error_code error;
+    tcp::acceptor trial(threads.front()->context);
+    trial.open(tcp::v6(), error);
+    if (!error) trial.bind(tcp::endpoint(net::ip::address_v6::loopback(), 0), error);
+    return error ? tcp::v4() : tcp::v6();
+}
+
+void HttpServer::Core::Bind(const std::string& address, unsigned wanted) {
+    const auto number = static_cast<unsigned short>(wanted);
+    acceptor = std::make_unique<tcp::acceptor>(threads.front()->context);
+    Listen(address.empty() ? tcp::endpoint(AnyAddress(), number)
+                           : tcp::endpoint(net::ip::make_address(address), number));
+}
+
+void HttpServer::Core::Start() {
+    running = true;
+    for (const auto& thread : threads) thread->Start();
+    acceptLoop->Start();
+}
+
+void HttpServer::Core::Take(Descriptor socket) {
+    IoThread& target = NextThread();
+    const PeerAddress from = PeerAddress::Of(socket);
+    auto standing = std::make_shared<Standing>(Standing{target, from.Hash()});
+    auto begin = [this, standing, accepted = std::move(socket), place = Place(*this, from)]() mutable {
+        Begin(std::move(accepted), std::move(place), std::move(standing));
+    };
+    net::post(target.context, [&target, place = standing->place, begin = std::move(begin)]() mutable {
+        target.Later(place, std::move(begin));
+    });
+}
+
+const char* HttpServer::Core::WhyFull(const Descriptor& socket) const noexcept {
+    return admission.WhyFull(PeerAddress::Of(socket));
+}
+
+/// An idle connection can be made again at any time; one that finds no room cannot be made at all.
+bool HttpServer::Core::MakeRoom(const Descriptor& socket) noexcept {
+    if (admission.IsAddressFull(PeerAddress::Of(socket))) return false;
+    std::unique_lock lock(mutex);
+    const auto hasLeft = [this, before = leaves] { return leaves != before || closing; };
+    // One that was only just taken, or answered, waits in a moment.
+    for (int tries = 0; tries < kRoomTries; ++tries) {
+        if (DropOne()) return left.wait_for(lock, kRoomTime, hasLeft) && !closing;
+        if (left.wait_for(lock, kRoomPause, hasLeft)) return !closing;
+    }
+    return false;
+}
+
+/// Strangers go first, and those first who are at a request for long: they do not wait for anything of ours.
+bool HttpServer::Core::DropOne() noexcept {
+    if (DropLongestWaiting(IoThread::SlowStranger, kSlow)) return true;
+    if (DropLongestWaiting(IoThread::IdleStranger, std::chrono::milliseconds(0))) return true;
+    // A proven caller's place is no stranger's as long as strangers have their share.
+    if (admission.HaveStrangersTheirShare()) return false;
+    return DropLongestWaiting(IoThread::IdleProven, std::chrono::milliseconds(0));
+}
+
+bool HttpServer::Core::DropLongestWaiting(IoThread::Kind kind, std::chrono::milliseconds atLeast) noexcept {
+    const auto waitsLonger = [kind](const auto& a, const auto& b) {
+        return a->GetLongestWait(kind) < b->GetLongestWait(kind);
+    };
+    IoThread& first = **std::min_element(threads.begin(), threads.end(), waitsLonger);
+    if (first.GetLongestWait(kind) > WaitingSessions::Clock::now() - atLeast) return false;
+    first.DropLongestWaiting(kind);
+    return true;
+}
+
+std::string_view HttpServer::Core::GetFarewell() const noexcept {
+    const std::lock_guard lock(mutex);
+    return tls ? std::string_view() : kBusy;
+}
+
+void HttpServer::Core::Begin(Descriptor descriptor, Place place, std::shared_ptr<Standing> standing) noexcept try {
+    tcp::socket socket{net::any_io_executor(Lane<true>(standing))};
+    socket.assign(protocol, descriptor.Get());
+    static_cast<void>(descriptor.Release());
+    auto settings = GetTls();
+    auto connection =
+        settings ? MakeTlsConnection(std::move(socket), std::move(settings)) : MakePlainConnection(std::move(socket));
+    std::make_shared<Session>(*this, std::move(place), std::move(standing), std::move(connection))->Start();
+} catch (const std::exception& e) {
+    beginLog.WarnGuarded("A connection cannot be served: %1", e.what());
+}
+
+void HttpServer::Core::Leave(const PeerAddress& from, bool proven) noexcept {
+    const std::lock_guard lock(mutex);
+    admission.Leave(from, proven);
+    ++leaves;
+    left.notify_all();
+}
+
+void HttpServer::Core::StopAccepting() {
+    closing = true;
+    if (!running) return;
+    acceptLoop->Stop();
+    error_code ignored;
+    acceptor->close(ignored);
+    for (const auto& thread : threads)
+        thread->Call([&] {
+            for (AnySession& session : thread->sessions) session.BeginClosing();
+        });
+}
+
+void HttpServer::Core::Finish() {
+    if (!running) return;
+    if (!closing) StopAccepting();
+    {
+        std::unique_lock lock(mutex);
+        left.wait_for(lock, limits.closeTime, [this] { return admission.GetCount() == 0; });
+    }
+    for (const auto& thread : threads) {
+        thread->Call([&] {
+            for (AnySession& session : thread->sessions) session.Abort();
+        });
+        thread->Finish();
+    }
+    running = false;
+}
+
+}  // namespace LumVoxMsg

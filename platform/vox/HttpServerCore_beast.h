@@ -1,0 +1,93 @@
+/// @file
+/// What the server's connections share, and how they come and go.
+#pragma once
+
+#include <atomic>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/ssl/context.hpp>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include "AcceptLoop.h"
+#include "Admission.h"
+#include "HttpServer.h"
+#include "Lane_beast.h"
+
+namespace LumVoxMsg {
+
+using boost::system::error_code;
+using tcp = boost::asio::ip::tcp;
+
+class Place;
+
+class HttpServer::Core : private AcceptLoop::Taker {
+public:
+    Core(const HttpLimits& limits, HttpHandler& handler);
+    ~Core() override { Finish(); }
+
+    void SetIdentity(const LumSecCore::NodeIdentity& identity);
+    std::shared_ptr<net::ssl::context> GetTls();
+    void Bind(const std::string& address, unsigned port);
+    void Start();
+    void StopAccepting();
+    void Finish();
+    void Leave(const PeerAddress& from, bool proven) noexcept;
+
+    const HttpLimits limits;
+    HttpHandler& handler;
+    Admission admission;
+    const std::shared_ptr<MemoryBudget> namedBudget, namelessBudget;
+    std::atomic<bool> closing{false};
+    std::atomic<unsigned> port{0};
+    LumPalLog::ThrottledLog handshakeLog, nameLog, beginLog;
+
+private:
+    void Listen(const tcp::endpoint& endpoint);
+    tcp AnyAddress();
+    const char* WhyFull(const LumPal::Descriptor& socket) const noexcept override;
+    bool MakeRoom(const LumPal::Descriptor& socket) noexcept override;
+    void Take(LumPal::Descriptor socket) override;
+    std::string_view GetFarewell() const noexcept override;
+    bool DropOne() noexcept;
+    bool DropLongestWaiting(IoThread::Kind kind, std::chrono::milliseconds atLeast) noexcept;
+    IoThread& NextThread() noexcept { return *threads[nextThread++ % threads.size()]; }
+    void Begin(LumPal::Descriptor descriptor, Place place, std::shared_ptr<Standing> standing) noexcept;
+
+    mutable std::mutex mutex;  ///< guards tls and leaves
+    std::shared_ptr<net::ssl::context> tls;
+    std::uint64_t leaves = 0;  ///< connections that have gone
+    std::condition_variable left;
+    std::vector<std::unique_ptr<IoThread>> threads;
+    std::unique_ptr<tcp::acceptor> acceptor;
+    tcp protocol = tcp::v4();
+    std::unique_ptr<AcceptLoop> acceptLoop;
+    std::size_t nextThread = 0;  ///< the accept loop's own
+    bool running = false;
+};
+
+/// A connection's place among those that are counted; given back wherever the connection is lost.
+class Place {
+public:
+    /// @throws std::bad_alloc
+    Place(HttpServer::Core& owner, const PeerAddress& from) : core(&owner), from(from) { core->admission.Enter(from); }
+    Place(Place&& other) noexcept : core(std::exchange(other.core, nullptr)), from(other.from), proven(other.proven) {}
+    Place(const Place&) = delete;
+    Place& operator=(const Place&) = delete;
+    ~Place() {
+        if (core) core->Leave(from, proven);
+    }
+    /// It is a stranger's no longer. A second call does nothing.
+    void Prove() noexcept {
+        if (!std::exchange(proven, true)) core->admission.Prove(from);
+    }
+
+private:
+    HttpServer::Core* core;
+    PeerAddress from;
+    bool proven = false;
+};
+
+}  // namespace LumVoxMsg

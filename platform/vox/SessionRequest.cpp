@@ -1,0 +1,153 @@
+// The steps of a session that receive a request: its header, then its body.
+#include <sstream>
+
+#include "Session_beast.h"
+
+namespace LumVoxMsg {
+namespace {
+
+constexpr char kContinue[] = "HTTP/1.1 100 Continue\r\n\r\n";
+
+HttpHead HeadOf(const http::request_header<>& header) {
+    const auto view = [](beast::string_view text) { return std::string_view(text.data(), text.size()); };
+    HttpHead head{view(header.method_string()), view(header.target()), header.version(), {}};
+    for (const auto& field : header) head.fields.push_back({view(field.name_string()), view(field.value())});
+    return head;
+}
+
+}  // namespace
+
+void Session::AwaitRequest() {
+    if (core.closing) return Drop();
+    phase = Phase::Idle;
+    BeginWaiting();
+    parser.emplace();
+    parser->header_limit(static_cast<std::uint32_t>(core.limits.headerBytes));
+    parser->body_limit(core.limits.bodyBytes);
+    scan = HeaderScan();
+    scanned = 0;
+    mayBeginEmpty = true;
+    request = HttpRequest();
+    if (buffer.size() > 0) return OnFirstBytes({}, 0);
+    if (buffer.capacity() > kFirstRead) buffer.shrink_to_fit();
+    Tcp().expires_after(core.limits.idleTime);
+    connection->ReadSome(buffer.prepare(kFirstRead), Then(&Session::OnFirstBytes));
+}
+
+void Session::OnFirstBytes(error_code error, std::size_t count) {
+    phase = Phase::Receiving;
+    BeginMoving();
+    phaseStart = Clock::now();
+    OnHeaderBytes(error, count);
+}
+
+void Session::ReadHeader() {
+    if (buffer.size() >= core.limits.headerBytes) return Refuse(431, "The header is too large.");
+    Tcp().expires_at(phaseStart + core.limits.headerTime);
+    connection->ReadSome(buffer.prepare(kFirstRead), Then(&Session::OnHeaderBytes));
+}
+
+void Session::OnHeaderBytes(error_code error, std::size_t count) {
+    if (error) return Drop();
+    buffer.commit(count);
+    ScanHeader();
+}
+
+/// A client may send one empty line before a request (RFC 9112, section 2.2).
+void Session::SkipEmptyLine() {
+    const std::string_view bytes(static_cast<const char*>(buffer.data().data()), buffer.size());
+    if (!mayBeginEmpty || scanned > 0 || !bytes.starts_with("\r\n")) return;
+    buffer.consume(2);
+    mayBeginEmpty = false;
+}
+
+void Session::ScanHeader() {
+    SkipEmptyLine();
+    const std::string_view bytes(static_cast<const char*>(buffer.data().data()), buffer.size());
+    if (bytes.empty() || (bytes == "\r" && mayBeginEmpty)) return ReadHeader();
+    std::size_t used = 0;
+    const HeaderScan::Result result = scan.Feed(bytes.substr(scanned), used);
+    scanned += used;
+    if (result == HeaderScan::Result::Bad) return Refuse(400, "The header is malformed.");
+    if (result == HeaderScan::Result::NeedMore) return ReadHeader();
+    if (scanned > core.limits.headerBytes) return Refuse(431, "The header is too large.");
+    ParseHead(scanned);
+}
+
+void Session::ParseHead(std::size_t length) {
+    error_code error;
+    parser->put(net::const_buffer(buffer.data().data(), length), error);
+    buffer.consume(length);
+    if (error) return RefuseFor(error);
+    if (!parser->is_header_done()) return Refuse(400, "The header is malformed.");
+    const HttpHead head = HeadOf(parser->get());
+    const HttpRefusal refusal = CheckHead(head);
+    if (refusal.status != 0) return Refuse(refusal.status, refusal.reason);
+    TakeHead(head);
+}
+
+void Session::TakeHead(const HttpHead& head) {
+    std::string_view query;
+    request.method = head.method;
+    request.path = SplitTarget(head.target, query);
+    request.query = query;
+    request.contentType = head.Only("Content-Type");
+    request.authorization = head.Only("Authorization");
+    request.host = head.Count("Host") == 0 ? OwnAddress() : std::string(head.Only("Host"));
+    keepAlive = head.version == 11 && parser->keep_alive();
+    if (!IsPeerStillLetIn()) return Refuse(403, "The client's certificate is refused.");
+    request.peer = peer;
+    std::optional<HttpResponse> refusal = core.handler.Screen(request);
+    if (!request.sender.empty()) Prove();
+    if (refusal) return Respond(std::move(*refusal), keepAlive && parser->is_done());
+    request.body = std::make_shared<Blocks>(request.sender.empty() ? core.namelessBudget : core.namedBudget);
+    BeginBody(ExpectsContinue(head));
+}
+
+std::string Session::OwnAddress() {
+    error_code error;
+    const tcp::endpoint local = Tcp().socket().local_endpoint(error);
+    return error ? std::string() : (std::ostringstream() << local).str();
+}
+
+void Session::BeginBody(bool sendContinue) {
+    if (parser->is_done()) return Serve();
+    parser->get().body() = request.body;
+    parser->eager(true);
+    phaseStart = Clock::now();
+    moved = 0;
+    if (!sendContinue || buffer.size() > 0) return ParseBody();
+    Tcp().expires_after(core.limits.writeTime);
+    connection->Write(net::const_buffer(kContinue, sizeof kContinue - 1), Then(&Session::OnContinueSent));
+}
+
+void Session::OnContinueSent(error_code error, std::size_t) {
+    if (error) return Drop();
+    ReadBody();
+}
+
+void Session::ReadBody() {
+    const std::size_t room = std::min(kBodyRead, buffer.max_size() - buffer.size());
+    if (room == 0) return Refuse(431, "A chunk's extension or the trailer is too large.");
+    Tcp().expires_at(phaseStart + core.limits.WithBytes(core.limits.bodyTime, moved));
+    connection->ReadSome(buffer.prepare(room), Then(&Session::OnBodyBytes));
+}
+
+void Session::OnBodyBytes(error_code error, std::size_t count) {
+    if (error) return Drop();
+    buffer.commit(count);
+    moved += count;
+    // Tiny chunks with long extensions: the body stays small while the wire carries without end.
+    if (moved > 4 * core.limits.bodyBytes + (1u << 20)) return Refuse(413, "The body is too large.");
+    ParseBody();
+}
+
+void Session::ParseBody() {
+    error_code error;
+    while (buffer.size() > 0 && !parser->is_done() && !error) buffer.consume(parser->put(buffer.data(), error));
+    if (error && error != http::error::need_more) return RefuseFor(error);
+    if (parser->is_done()) return Serve();
+    ReadBody();
+}
+
+}  // namespace LumVoxMsg

@@ -1,0 +1,176 @@
+#!/usr/bin/python3
+"""Strangers with addresses of their own call without end: what a proven caller feels of it, and what they leave."""
+import contextlib
+import os
+import socket
+import statistics
+import time
+import unittest
+
+import pki
+import strangers
+import wire
+from node import SLOWNESS, TRIAL_SECONDS, Node, wait_until
+
+# The promise is twice; what else runs on the machine has a share in what is measured.
+MOST_TIMES = 2 * 3
+HOSTS = 4
+
+
+def setUpModule():
+    strangers.own_network()
+
+
+class Strangers(unittest.TestCase):
+    """The node and its proven caller on one processor, all strangers on the other one, if there are two."""
+
+    @classmethod
+    def setUpClass(cls):
+        processors = sorted(os.sched_getaffinity(0))
+        cls.others = processors[-1]
+        os.sched_setaffinity(0, processors[:1])
+        cls.addClassCleanup(os.sched_setaffinity, 0, processors)
+        cls.authority = pki.Authority("authority")
+        cls.addClassCleanup(cls.authority.close)
+        cls.server, cls.operator = cls.authority.issue("node-1"), cls.authority.issue("operator")
+        cls.hosts = []
+        for number in range(1, HOSTS + 1):
+            cls.hosts.append(strangers.Host(number))
+            cls.addClassCleanup(cls.hosts[-1].close)
+
+    def setUp(self):
+        self.node = Node(start=False)
+        self.addCleanup(self.node.close)
+        pki.enroll(self.node, self.authority, "node-1", self.server)
+        self.node.write_rights({"operator": "list"})
+        self.node.start()
+        self.context = pki.client_context(self.authority, self.operator)
+
+    def begin(self, kind, hosts=HOSTS):
+        for host in self.hosts[:hosts]:
+            host.call(kind, self.node.port, self.others)
+
+    def end(self):
+        """Ends the strangers' programs; returns how much they did."""
+        done = 0
+        for host in self.hosts:
+            host.resume()
+            for program in host.programs:
+                program.stdin.close()
+                done += int(program.stdout.read())
+                program.wait()
+                program.stdout.close()
+            host.programs = []
+        return done
+
+    def all_hosts(self, step):
+        for host in self.hosts:
+            getattr(host, step)()
+
+    def ask(self, connection):
+        start = time.perf_counter()
+        self.assertEqual(connection.exchange(wire.post(wire.list_call())).value(), wire.NO_POLICIES)
+        return time.perf_counter() - start
+
+    def ask_anew(self):
+        start = time.perf_counter()
+        with wire.Connection(self.node.port, self.context) as connection:
+            # The request would wait for the handshake's last bytes to be acknowledged.
+            connection.socket.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
+            self.ask(connection)
+        return time.perf_counter() - start
+
+    def times(self, ask):
+        """How many times the middle request takes beside strangers: pairs in turns, the strangers stopped for one."""
+        alone, beside = [], []
+        end = time.monotonic() + TRIAL_SECONDS
+        while time.monotonic() < end or len(beside) < 40:
+            self.all_hosts("resume")
+            beside += [ask() for _ in range(20)]
+            self.all_hosts("pause")
+            ask()  # what strangers had begun is over
+            alone += [ask() for _ in range(20)]
+        ratio = statistics.median(beside) / statistics.median(alone)
+        print(f"{self.id().split('.')[-1]}: {statistics.median(alone) * 1e3:.2f} ms alone,"
+              f" {statistics.median(beside) * 1e3:.2f} ms beside strangers, {ratio:.2f} times")
+        return ratio
+
+    def assert_proven_callers_go_first(self, kind):
+        with wire.Connection(self.node.port, self.context) as connection:
+            self.ask(connection)
+            self.begin(kind)
+            self.assertLess(self.times(lambda: self.ask(connection)), MOST_TIMES * SLOWNESS)
+        self.assertGreater(self.end(), 0)
+        self.assertIsNone(self.node.daemon.poll())
+
+    def test_refused_calls_keep_no_proven_caller_waiting(self):
+        self.assert_proven_callers_go_first("calls")
+
+    def test_malformed_calls_keep_no_proven_caller_waiting(self):
+        self.assert_proven_callers_go_first("malformed")
+
+    def test_long_questions_keep_no_proven_caller_waiting(self):
+        self.assert_proven_callers_go_first("questions")
+
+    def test_large_bodies_keep_no_proven_caller_waiting(self):
+        self.assert_proven_callers_go_first("bodies")
+
+    def test_handshakes_keep_no_proven_caller_waiting(self):
+        self.assert_proven_callers_go_first("handshakes")
+
+    def test_silent_connections_keep_no_proven_caller_waiting(self):
+        self.assert_proven_callers_go_first("silent")
+
+    def test_a_new_connection_of_a_proven_caller_comes_through_handshakes_and_silence(self):
+        self.begin("handshakes", 2)
+        for host in self.hosts[2:]:
+            host.call("silent", self.node.port, self.others)
+        self.assertLess(self.times(self.ask_anew), MOST_TIMES * SLOWNESS)
+        self.end()
+
+    def test_an_address_has_256_connections_and_another_is_served(self):
+        with contextlib.ExitStack() as stack:
+            opened = [self.connect_from_outside(stack) for _ in range(300)]
+            wait_until(lambda: sum(self.is_closed(one) for one in opened) == 300 - 256, "the others are closed")
+            self.assertTrue(all(self.is_closed(one) for one in opened[256:]), "those that came last")
+            self.ask_anew()
+            self.assertIn("MAX_ADDRESS_CONNECTIONS", self.node.log)
+
+    def connect_from_outside(self, stack):
+        """A connection whose peer's address is not loopback: the node's own in that network."""
+        connection = stack.enter_context(socket.create_connection((self.hosts[0].node_address, self.node.port)))
+        connection.setblocking(False)
+        return connection
+
+    @staticmethod
+    def is_closed(connection):
+        try:
+            return connection.recv(1, socket.MSG_PEEK) == b""
+        except BlockingIOError:
+            return False
+        except ConnectionResetError:
+            return True
+
+    def test_no_line_of_a_proven_caller_is_pushed_out_and_the_logs_stay_small(self):
+        refused = wire.operation_call(wire.REMOVE)
+        with wire.Connection(self.node.port, self.context) as connection:
+            self.assertEqual(connection.exchange(wire.post(refused)).value(), wire.NOT_AUTHORIZED)
+            self.begin("calls", 2)
+            for host in self.hosts[2:]:
+                host.call("malformed", self.node.port, self.others)
+            wait_until(lambda: any("'list'" in line for line in self.node.audit()), "strangers are refused")
+            for _ in range(150):
+                self.assertEqual(connection.exchange(wire.post(refused)).value(), wire.NOT_AUTHORIZED)
+            self.assertGreater(self.end(), 200)
+        log = self.node.root / "log"
+        proven = (log / "conf.server.audit.log").read_text()
+        self.assertEqual(proven.count("Calling system 'operator' is not authorized to call operation: 'remove'"), 151)
+        self.assertEqual(proven.count("Calling system ''"), 0)
+        self.node.stop()
+        counted = (log / "conf.server.audit.strangers.log").read_text()
+        self.assertIn("more calls of systems without an id", counted)
+        self.assertLess(sum(file.stat().st_size for file in log.glob("*")), (TRIAL_SECONDS + 60) * 10000)
+
+
+if __name__ == "__main__":
+    unittest.main()
