@@ -76,12 +76,14 @@ public:
     Place(Place&& other) noexcept : core(std::exchange(other.core, nullptr)), from(other.from), proven(other.proven) {}
     Place(const Place&) = delete;
     Place& operator=(const Place&) = delete;
-    ~Place() {
-        if (core) core->Leave(from, proven);
-    }
+    ~Place() { GiveBack(); }
     /// It is a stranger's no longer. A second call does nothing.
     void Prove() noexcept {
-        if (!std::exchange(proven, true)) core->admission.Prove(from);
+        if (core && !std::exchange(proven, true)) core->admission.Prove(from);
+    }
+    /// The connection is closed. A second call does nothing.
+    void GiveBack() noexcept {
+        if (core) std::exchange(core, nullptr)->Leave(from, proven);
     }
 
 private:

@@ -28,7 +28,11 @@ public:
     void BeginClosing() override {
         if (phase != Phase::Serving && phase != Phase::Sending) Drop();
     }
-    void Abort() override { Drop(); }
+    /// Its place is free at once: what it still has to do may come late.
+    void Abort() override {
+        Drop();
+        place.GiveBack();
+    }
 
 private:
     using Clock = std::chrono::steady_clock;
