@@ -32,6 +32,8 @@ std::string KeyOf(const HttpTarget& target, const ClientIdentity& identity) {
     std::string key = (target.tls ? "tls " : "plain ") + target.host + separator + std::to_string(target.port);
     if (target.tls)
         key += separator + target.targetId + separator + identity.own.certificate + separator + identity.trusted;
+    else
+        key += separator + target.secret;
     return key;
 }
 

@@ -31,6 +31,7 @@ struct HttpRequest {
     std::string contentType;    ///< as sent
     std::string authorization;  ///< as sent
     std::string host;           ///< as sent; without one the address and port that the connection came to
+    bool hasBody = true;        ///< false when it is known to be empty
     HttpPeer peer;
     /// Who the handler takes the sender for; set by HttpHandler::Screen.
     std::string sender;
@@ -42,6 +43,7 @@ struct HttpResponse {
     std::string contentType;
     std::string allow;  ///< for 405
     std::shared_ptr<Blocks> body;
+    std::string authenticate{};  ///< for 401
 };
 
 /// Sends the answer to a request; any thread, once. When the last copy goes without a call, 503 is sent.

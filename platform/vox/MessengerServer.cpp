@@ -1,5 +1,6 @@
 #include "MessengerServer.h"
 
+#include "DigestText.h"
 #include "HttpHead.h"
 #include "LumPalLog.h"
 #include "LumSecAuth.h"
@@ -129,6 +130,7 @@ void MessengerServer::OpenPlain() {
     http.Bind(kLoopbackAddress, limits.port);
     const std::lock_guard lock(mutex);
     secret.Create();
+    digest = std::make_shared<LocalDigestGuard>(LocalDigest(secret.GetDigits(), http.GetPort()));
     plain = true;
 }
 
@@ -145,6 +147,7 @@ void MessengerServer::ReloadIdentity() {
     if (!plain) return;
     plain = false;
     secret.Remove();
+    digest = nullptr;
     LumPalLog::Log(LumPalMsg::CreateWarn_t(
         String_t("A certificate was installed; the server listens on loopback alone until it is restarted.")));
 }
@@ -176,6 +179,7 @@ void MessengerServer::Close() {
     http.Finish();
     const std::lock_guard lock(mutex);
     secret.Remove();
+    digest = nullptr;
 }
 
 std::shared_ptr<MessengerServer::Route> MessengerServer::FindRoute(const std::string& path) {
@@ -184,14 +188,35 @@ std::shared_ptr<MessengerServer::Route> MessengerServer::FindRoute(const std::st
     return found == routes.end() ? nullptr : found->second;
 }
 
-std::string MessengerServer::SenderOf(const HttpRequest& head) {
-    if (head.peer.tls) return head.peer.commonName;
-    const std::lock_guard lock(mutex);
-    return secret.Matches(head.authorization) ? LumSecAuth::LocalAdministrator() : "";
+HttpResponse MessengerServer::Challenge(LocalDigestGuard& guard, bool stale) {
+    HttpResponse answer = Error(401, "The caller must prove the node's local secret.");
+    answer.authenticate = guard.Challenge(stale);
+    return answer;
+}
+
+/// Names the sender. A call without a body is none: who sends one that way asks for a challenge.
+/// @return what is answered instead of serving it
+std::optional<HttpResponse> MessengerServer::Identify(HttpRequest& head) {
+    head.sender = head.peer.commonName;
+    if (head.peer.tls) return std::nullopt;
+    std::shared_ptr<LocalDigestGuard> guard;
+    {
+        const std::lock_guard lock(mutex);
+        guard = digest;
+        if (limits.secretHeader && secret.Matches(head.authorization)) head.sender = LumSecAuth::LocalAdministrator();
+    }
+    if (!guard || !head.sender.empty()) return std::nullopt;
+    if (head.authorization.empty() && !head.hasBody) return Challenge(*guard, false);
+    if (!IsDigest(head.authorization)) return std::nullopt;
+    const std::string target = head.query.empty() ? head.path : head.path + '?' + head.query;
+    const LocalDigestGuard::Verdict verdict = guard->Check(head.authorization, head.method, target);
+    if (verdict != LocalDigestGuard::Verdict::Proven)
+        return Challenge(*guard, verdict == LocalDigestGuard::Verdict::Stale);
+    head.sender = LumSecAuth::LocalAdministrator();
+    return std::nullopt;
 }
 
 std::optional<HttpResponse> MessengerServer::Screen(HttpRequest& head) {
-    head.sender = SenderOf(head);
     if (!FindRoute(head.path)) return Error(404, "Nothing is served at this path.");
     if (AsksForDescription(head)) {
         if (!IsHost(head.host)) return Error(400, "The field Host names no host.");
@@ -204,7 +229,7 @@ std::optional<HttpResponse> MessengerServer::Screen(HttpRequest& head) {
         return refusal;
     }
     if (!IsXml(head.contentType)) return Error(415, "A call's Content-Type is text/xml.");
-    return std::nullopt;
+    return Identify(head);
 }
 
 void MessengerServer::Serve(HttpRequest request, HttpReply reply) {

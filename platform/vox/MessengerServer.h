@@ -8,6 +8,7 @@
 #include <string>
 
 #include "HttpServer.h"
+#include "LocalDigest.h"
 #include "LocalSecret.h"
 #include "LumVoxMsg.h"
 #include "WorkerPool.h"
@@ -51,15 +52,17 @@ private:
     void Describe(Route& route, const HttpRequest& request, const HttpReply& reply);
     HttpResponse Error(unsigned status, const char* reason);
     std::shared_ptr<Route> FindRoute(const std::string& path);
-    std::string SenderOf(const HttpRequest& head);
+    std::optional<HttpResponse> Identify(HttpRequest& head);
+    HttpResponse Challenge(LocalDigestGuard& guard, bool stale);
     void OpenPlain();
     void OpenTls(const LumSecCore::NodeIdentity& identity);
 
     const HttpLimits limits;
     const LumPalStr::String_t basePath;
-    std::mutex mutex;  ///< guards routes, secret, plain, refusing, closed
+    std::mutex mutex;  ///< guards routes, secret, digest, plain, refusing, closed
     std::map<std::string, std::shared_ptr<Route>> routes;
     LocalSecret secret;
+    std::shared_ptr<LocalDigestGuard> digest;  ///< none without a secret
     bool plain = false;
     bool refusing = false, closed = false;
     HttpServer http;  ///< last: its threads use what stands above

@@ -76,6 +76,7 @@ void Session::Respond(HttpResponse answer, bool keep) {
     response->set(http::field::date, HttpDate());
     if (!answer.contentType.empty()) response->set(http::field::content_type, answer.contentType);
     if (!answer.allow.empty()) response->set(http::field::allow, answer.allow);
+    if (!answer.authenticate.empty()) response->set(http::field::www_authenticate, answer.authenticate);
     response->keep_alive(keepAlive);
     response->body() = answer.body ? std::move(answer.body) : std::make_shared<Blocks>();
     response->content_length(response->body()->GetSize());

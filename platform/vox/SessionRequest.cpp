@@ -94,6 +94,7 @@ void Session::TakeHead(const HttpHead& head) {
     request.contentType = head.Only("Content-Type");
     request.authorization = head.Only("Authorization");
     request.host = head.Count("Host") == 0 ? OwnAddress() : std::string(head.Only("Host"));
+    request.hasBody = !parser->is_done();
     request.peer = peer;
     keepAlive = head.version == 11 && parser->keep_alive();
     if (!IsPeerStillLetIn()) return Refuse(403, "The client's certificate is refused.");
