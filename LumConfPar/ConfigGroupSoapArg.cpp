@@ -65,20 +65,29 @@ void ConfigGroupSoapArg::StoreChild(State child) {
     }
     const String_t& text = GetCharacters();
     if (child == InNamespace) {
-        if (group.GetConfigCount() >= mostNamespaces && !group.HasConfig(text)) {
+        if (!TakeNamespace(text)) {
             throw SOAPFormatException(LumPalMsg::CreateError_t("The argument '%1' holds too many namespaces.")
                                       << GetName());
         }
-        current = group.GetConfig(text);
         haveNamespace = true;
     } else if (child == InName) {
         attributeName = text;
         namePending = true;
     } else {
         if (!namePending) throw SOAPFormatException(LumPalMsg::CreateError_t("An attribute's value has no name."));
-        current.SetAttrValue(attributeName, text);
+        TakeAttribute(attributeName, text);
         namePending = false;
     }
+}
+
+bool ConfigGroupSoapArg::TakeNamespace(const String_t& name) {
+    if (group.GetConfigCount() >= mostNamespaces && !group.HasConfig(name)) return false;
+    current = group.GetConfig(name);
+    return true;
+}
+
+void ConfigGroupSoapArg::TakeAttribute(const String_t& name, const String_t& value) {
+    current.SetAttrValue(name, value);
 }
 
 void ConfigGroupSoapArg::DemandNoPendingName() const {

@@ -3,6 +3,7 @@
 #include <iterator>
 
 #include "AuditLog.h"
+#include "CheckedArgs.h"
 #include "ConfigGroupSoapArg.h"
 #include "Messages.h"
 #include "Names.h"
@@ -58,6 +59,13 @@ const RpcConfigHandler::Mode RpcConfigHandler::modes[] = {
      msg::RpcConfigClearAttrDone, AuditLog::ConfigClear, AuditLog::ConfigGet},
 };
 
+namespace {
+
+/// Whoever has these may do any operation.
+constexpr unsigned kEveryRight = RightConfigGet | RightConfigSet;
+
+}  // namespace
+
 RpcConfigHandler::RpcConfigHandler()
     : authorization(&Authorization::GetInstance()), auditLog(&AuditLog::GetInstance()) {}
 
@@ -94,19 +102,30 @@ void RpcConfigHandler::Process(LumVoxRpc::RpcServerCall& call) {
 }
 
 void RpcConfigHandler::Serve(LumVoxRpc::RpcServerCall& call, Request& request, RpcAnswer& answer) {
+    if (!authorization->IsAuthorized(request.sender, kEveryRight) && !MayAsk(call, request.sender)) return;
     SOAPArg* const arguments[] = {&request.number, &request.package, &request.group};
     call.ReadRequest(std::size(arguments), arguments);
     request.mode = FindMode(request.number.GetValue());
     if (!request.mode) return;
-    request.authorized = authorization->IsAuthorized(request.sender, request.mode->right);
-    if (!request.authorized) {
-        LUMCONF_TRACE(trace::Config, String_t(request.mode->name) + " is refused to '" + request.sender + "'");
-        auditLog->LogAuthorizationError(request.sender, request.mode->name);
-        return;
-    }
+    request.authorized = true;
     request.mode->work(request);
     answer.Set(ReturnValue::Success, MakeUnchecked(request.mode->done));
     auditLog->Log(request.sender, request.mode->audited, true);
+}
+
+/// Nothing of the request is kept: it may be large, and the caller may not be allowed to bring it.
+bool RpcConfigHandler::MayAsk(const LumVoxRpc::RpcServerCall& call, const String_t& sender) {
+    SOAPArgInt number(names::PolicyOperationMode, 0);
+    CheckedText package(names::ConfigPackageName);
+    CheckedGroup group(names::ConfigGroupName);
+    SOAPArg* const arguments[] = {&number, &package, &group};
+    call.CheckRequest(std::size(arguments), arguments);
+    const Mode* mode = FindMode(number.GetValue());
+    if (!mode) return false;
+    if (authorization->IsAuthorized(sender, mode->right)) return true;
+    LUMCONF_TRACE(trace::Config, String_t(mode->name) + " is refused to '" + sender + "'");
+    auditLog->LogAuthorizationError(sender, mode->name);
+    return false;
 }
 
 }  // namespace LumConfPar

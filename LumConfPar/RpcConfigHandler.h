@@ -27,6 +27,10 @@ private:
     static const Mode* FindMode(int number);
     void Serve(LumVoxRpc::RpcServerCall& call, Request& request, LumConf::RpcAnswer& answer);
 
+    /// Whether the sender is allowed what the request asks for; false for no operation. A refusal is audited.
+    /// @throws what CheckRequest throws for a malformed request, which leaves no audit line
+    bool MayAsk(const LumVoxRpc::RpcServerCall& call, const LumPalStr::String_t& sender);
+
     LumConf::Authorization* authorization;
     LumConf::AuditLog* auditLog;
 };

@@ -2,6 +2,7 @@
 
 #include "AuditLog.h"
 #include "ChangeListener.h"
+#include "CheckedArgs.h"
 #include "Exceptions.h"
 #include "InstallOptionsSoapArg.h"
 #include "LumCtrl.h"
@@ -66,15 +67,23 @@ void RpcPolicyInstall::Process(LumVoxRpc::RpcServerCall& call) {
 }
 
 void RpcPolicyInstall::Serve(LumVoxRpc::RpcServerCall& call, Request& request, RpcAnswer& answer) {
+    if (!authorization->IsAuthorized(request.sender, RightInstall)) return Refuse(call, request.sender);
     SOAPArg* const arguments[] = {&request.fileName, &request.data, &request.options, &request.method};
     call.ReadRequest(std::size(arguments), arguments);
-    request.authorized = authorization->IsAuthorized(request.sender, RightInstall);
-    if (request.authorized) {
-        Install(request, answer);
-    } else {
-        LUMCONF_TRACE(trace::Policy, String_t("install is refused to '") + request.sender + "'");
-        auditLog->LogAuthorizationError(request.sender, names::InstallMethod);
-    }
+    request.authorized = true;
+    Install(request, answer);
+}
+
+/// Nothing of the request is kept: it may be large, and the caller is not allowed to bring it.
+void RpcPolicyInstall::Refuse(const LumVoxRpc::RpcServerCall& call, const String_t& sender) {
+    CheckedText fileName(names::PolicyInstallFilename);
+    CheckedBytes data(names::PolicyByteArrayName);
+    CheckedInstallOptions options(names::PolicyInstallOptions);
+    SOAPArgInt method(names::PolicyInstallMethod, 0);
+    SOAPArg* const arguments[] = {&fileName, &data, &options, &method};
+    call.CheckRequest(std::size(arguments), arguments);
+    LUMCONF_TRACE(trace::Policy, String_t("install is refused to '") + sender + "'");
+    auditLog->LogAuthorizationError(sender, names::InstallMethod);
 }
 
 void RpcPolicyInstall::Install(Request& request, RpcAnswer& answer) {

@@ -25,6 +25,8 @@ private:
     struct Request;
     void Serve(LumVoxRpc::RpcServerCall& call, Request& request, RpcAnswer& answer);
     void Install(Request& request, RpcAnswer& answer);
+    /// @throws what CheckRequest throws for a malformed request, which leaves no audit line
+    void Refuse(const LumVoxRpc::RpcServerCall& call, const LumPalStr::String_t& sender);
 
     PolicyOperation* operation;
     Authorization* authorization;

@@ -1,6 +1,7 @@
 #include "RpcPolicyList.h"
 
 #include "AuditLog.h"
+#include "CheckedArgs.h"
 #include "DataFilesSoapArg.h"
 #include "Exceptions.h"
 #include "Messages.h"
@@ -57,17 +58,23 @@ void RpcPolicyList::Process(LumVoxRpc::RpcServerCall& call) {
 }
 
 void RpcPolicyList::Serve(LumVoxRpc::RpcServerCall& call, Request& request, RpcAnswer& answer) {
+    if (!authorization->IsAuthorized(request.sender, RightList)) return Refuse(call, request.sender);
     SOAPArg* const arguments[] = {&request.selection, &request.dataFiles};
     call.ReadRequest(2, arguments);
-    request.authorized = authorization->IsAuthorized(request.sender, RightList);
-    if (!request.authorized) {
-        LUMCONF_TRACE(trace::Policy, String_t("list is refused to '") + request.sender + "'");
-        auditLog->LogAuthorizationError(request.sender, names::ListMethod);
-        return;
-    }
+    request.authorized = true;
     request.policies =
         operation->GetPolicyContainer(request.sender, request.selection.GetSelection(), request.dataFiles.GetFiles());
     answer.Set(ReturnValue::Success, Make(msg::RpcListDone));
+}
+
+/// Nothing of the request is kept: it may be large, and the caller is not allowed to bring it.
+void RpcPolicyList::Refuse(const LumVoxRpc::RpcServerCall& call, const String_t& sender) {
+    SelectionSoapArg selection(names::PolicySelection);
+    CheckedDataFiles dataFiles;
+    SOAPArg* const arguments[] = {&selection, &dataFiles};
+    call.CheckRequest(std::size(arguments), arguments);
+    LUMCONF_TRACE(trace::Policy, String_t("list is refused to '") + sender + "'");
+    auditLog->LogAuthorizationError(sender, names::ListMethod);
 }
 
 }  // namespace LumConf

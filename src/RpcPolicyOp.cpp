@@ -2,6 +2,7 @@
 
 #include "AuditLog.h"
 #include "ChangeListener.h"
+#include "CheckedArgs.h"
 #include "Exceptions.h"
 #include "LumCtrl.h"
 #include "Messages.h"
@@ -93,6 +94,9 @@ const RpcPolicyOp::Mode RpcPolicyOp::modes[] = {
 
 namespace {
 
+/// Whoever has these may do any operation.
+constexpr unsigned kEveryRight = RightInstall | RightRemove | RightEnable | RightDisable | RightModify;
+
 bool IsMissingFile(unsigned id) {
     return id == msg::RemoveDataFileError.id || id == msg::RemoveDataFileMissing.id ||
            id == msg::RemoveHeaderFileError.id || id == msg::RemoveHeaderFileMissing.id;
@@ -154,18 +158,30 @@ void RpcPolicyOp::Process(LumVoxRpc::RpcServerCall& call) {
 }
 
 void RpcPolicyOp::Serve(LumVoxRpc::RpcServerCall& call, Request& request, RpcAnswer& answer) {
+    if (!authorization->IsAuthorized(request.sender, kEveryRight) && !MayAsk(call, request.sender)) return;
     SOAPArg* const arguments[] = {&request.mode, &request.string, &request.selection, &request.options};
     call.ReadRequest(std::size(arguments), arguments);
     const Mode* mode = FindMode(request.mode.GetValue());
     if (!mode) return;
-    request.authorized = authorization->IsAuthorized(request.sender, mode->right);
-    if (!request.authorized) {
-        LUMCONF_TRACE(trace::Policy, String_t(mode->name) + " is refused to '" + request.sender + "'");
-        auditLog->LogAuthorizationError(request.sender, mode->name);
-        return;
-    }
+    request.authorized = true;
     mode->call(*operation, request);
     answer.Set(ReturnValue::Success, MakeUnchecked(mode->done));
+}
+
+/// Nothing of the request is kept: it may be large, and the caller may not be allowed to bring it.
+bool RpcPolicyOp::MayAsk(const LumVoxRpc::RpcServerCall& call, const String_t& sender) {
+    SOAPArgInt number(names::PolicyOperationMode, 0);
+    CheckedText string(names::PolicyString1);
+    SelectionSoapArg selection(names::PolicySelection);
+    OptionsSoapArg options(names::PolicyOptions);
+    SOAPArg* const arguments[] = {&number, &string, &selection, &options};
+    call.CheckRequest(std::size(arguments), arguments);
+    const Mode* mode = FindMode(number.GetValue());
+    if (!mode) return false;
+    if (authorization->IsAuthorized(sender, mode->right)) return true;
+    LUMCONF_TRACE(trace::Policy, String_t(mode->name) + " is refused to '" + sender + "'");
+    auditLog->LogAuthorizationError(sender, mode->name);
+    return false;
 }
 
 /// A remove that met missing or undeletable files is a success for the client: the cache then is what the disk holds.

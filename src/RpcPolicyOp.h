@@ -25,6 +25,9 @@ private:
     static const Mode modes[];
     static const Mode* FindMode(int number);
     void Serve(LumVoxRpc::RpcServerCall& call, Request& request, RpcAnswer& answer);
+    /// Whether the sender is allowed what the request asks for; false for no operation. A refusal is audited.
+    /// @throws what CheckRequest throws for a malformed request, which leaves no audit line
+    bool MayAsk(const LumVoxRpc::RpcServerCall& call, const LumPalStr::String_t& sender);
     void RepairRemove(const Request& request, RpcAnswer& answer);
 
     PolicyOperation* operation;

@@ -92,6 +92,10 @@ public:
     /// is a malformed request.
     /// @throws LumVoxSoap::SOAPFormatException, LumPalXml::SAX::SAXParseException_t
     void ReadRequest(int count, LumVoxSoap::SOAPArg* const* arguments);
+    /// Holds the request against the arguments as ReadRequest does, and leaves it to be read: for a caller who is not
+    /// known to be allowed what it asks for, with arguments that keep no more than is needed to find that out.
+    /// @throws as ReadRequest, for the same requests
+    void CheckRequest(int count, LumVoxSoap::SOAPArg* const* arguments) const;
     RpcServerResponse CreateResponse();
 
 private:

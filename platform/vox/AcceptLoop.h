@@ -22,10 +22,10 @@ public:
     class Taker {
     public:
         virtual ~Taker() = default;
-        /// Whether one more connection may be open.
-        virtual bool HasRoom() const noexcept = 0;
-        /// Closes a connection that only waits, and waits until it is gone. @return false when there is none
-        virtual bool MakeRoom() noexcept = 0;
+        /// Why this connection may not be open beside those that are; null when it may.
+        virtual const char* WhyFull(const LumPal::Descriptor& socket) const noexcept = 0;
+        /// Closes one that must make room for it, and waits until that is gone. @return false when there is none
+        virtual bool MakeRoom(const LumPal::Descriptor& socket) noexcept = 0;
         /// May throw; the connection is then closed.
         virtual void Take(LumPal::Descriptor socket) = 0;
         /// What a connection gets for which there is no room.

@@ -71,8 +71,8 @@ void AcceptLoop::Step() noexcept {
 
 bool AcceptLoop::FindRoom(Descriptor& socket) noexcept {
     for (int tries = 0;; ++tries) {
-        if (taker.HasRoom() && LumPal::LeavesEnough(socket.Get(), DescriptorUse::Caller)) return true;
-        if (tries == kMostTries || !taker.MakeRoom()) return false;
+        if (!taker.WhyFull(socket) && LumPal::LeavesEnough(socket.Get(), DescriptorUse::Caller)) return true;
+        if (tries == kMostTries || !taker.MakeRoom(socket)) return false;
         LumPal::MoveDown(socket);
     }
 }
@@ -84,9 +84,9 @@ void AcceptLoop::Give(Descriptor socket) noexcept try {
 }
 
 void AcceptLoop::Refuse(const Descriptor& socket) noexcept {
+    const char* const full = taker.WhyFull(socket);
     fullLog.WarnGuarded("A connection is refused: %1",
-                        taker.HasRoom() ? "too few descriptors are left for files (see RLIMIT_NOFILE)."
-                                        : "as many are open as MAX_CONNECTIONS allows, and all are at work.");
+                        full ? full : "too few descriptors are left for files (see RLIMIT_NOFILE).");
     const std::string_view farewell = taker.GetFarewell();
     send(socket.Get(), farewell.data(), farewell.size(), MSG_NOSIGNAL);
     shutdown(socket.Get(), SHUT_RDWR);

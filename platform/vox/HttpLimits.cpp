@@ -78,6 +78,7 @@ HttpLimits Read(Checked& configuration) {
     Bytes(configuration, "BODY_LIMIT", 1024, (1u << 31) - 1, limits.bodyBytes);
     Bytes(configuration, "BODY_TOTAL_LIMIT", 1u << 20, std::uint64_t{1} << 40, limits.allBodiesBytes);
     Count(configuration, "MAX_CONNECTIONS", 1, 1000000, limits.connections);
+    Count(configuration, "MAX_ADDRESS_CONNECTIONS", 1, 1000000, limits.addressConnections);
     Time(configuration, "HANDSHAKE_TIMEOUT", limits.handshakeTime);
     Time(configuration, "HEADER_TIMEOUT", limits.headerTime);
     Time(configuration, "BODY_TIMEOUT", limits.bodyTime);

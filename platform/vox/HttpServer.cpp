@@ -27,7 +27,7 @@ void HttpServer::Finish() {
     core->Finish();
 }
 unsigned HttpServer::GetConnectionCount() const noexcept {
-    return core->connections;
+    return core->admission.GetCount();
 }
 
 }  // namespace LumVoxMsg

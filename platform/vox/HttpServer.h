@@ -58,6 +58,8 @@ public:
     virtual std::optional<HttpResponse> Screen(HttpRequest& head) = 0;
     /// Takes the whole request.
     virtual void Serve(HttpRequest request, HttpReply reply) = 0;
+    /// Hears of a caller on an open connection whose certificate is trusted no longer, and who is answered with 403.
+    virtual void Distrusted(const HttpRequest&) {}
     /// The body of an answer that the server gives by itself.
     virtual std::string ErrorBody(unsigned status, std::string_view reason, std::string& contentType) = 0;
 };

@@ -1,5 +1,6 @@
 #include "HttpServerCore_beast.h"
 
+#include <algorithm>
 #include <boost/asio/ip/v6_only.hpp>
 
 #include "LumPalNet.h"
@@ -16,6 +17,8 @@ namespace {
 constexpr std::chrono::milliseconds kRoomTime{200};  ///< longer than any loop is busy with one step
 constexpr std::chrono::milliseconds kRoomPause{1};
 constexpr int kRoomTries = 50;
+/// A stranger who has not sent his request by then, or not taken its answer, may lose his place.
+constexpr std::chrono::milliseconds kSlow{1000};
 constexpr char kBusy[] =
     "HTTP/1.1 503 Service Unavailable\r\nServer: lumconfd\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
 
@@ -31,6 +34,7 @@ LumPalNet::ConnectException_t CannotListen(const tcp::endpoint& endpoint, const 
 HttpServer::Core::Core(const HttpLimits& limits, HttpHandler& handler)
     : limits(limits),
       handler(handler),
+      admission(limits.connections, limits.addressConnections),
       // Callers that proved nothing have a share of their own, so that they cannot keep others out.
       namedBudget(std::make_shared<MemoryBudget>(limits.allBodiesBytes / 4 * 3)),
       namelessBudget(std::make_shared<MemoryBudget>(limits.allBodiesBytes / 4)) {
@@ -87,27 +91,50 @@ void HttpServer::Core::Start() {
 
 void HttpServer::Core::Take(Descriptor socket) {
     IoThread& target = NextThread();
-    net::post(target.context, [this, &target, accepted = std::move(socket), place = Place(*this)]() mutable {
-        Begin(std::move(accepted), std::move(place), target);
+    const PeerAddress from = PeerAddress::Of(socket);
+    auto standing = std::make_shared<Standing>(Standing{target, from.Hash()});
+    auto begin = [this, standing, accepted = std::move(socket), place = Place(*this, from)]() mutable {
+        Begin(std::move(accepted), std::move(place), std::move(standing));
+    };
+    net::post(target.context, [&target, place = standing->place, begin = std::move(begin)]() mutable {
+        target.Later(place, std::move(begin));
     });
 }
 
+const char* HttpServer::Core::WhyFull(const Descriptor& socket) const noexcept {
+    return admission.WhyFull(PeerAddress::Of(socket));
+}
+
 /// An idle connection can be made again at any time; one that finds no room cannot be made at all.
-bool HttpServer::Core::MakeRoom() noexcept {
+bool HttpServer::Core::MakeRoom(const Descriptor& socket) noexcept {
+    if (admission.IsAddressFull(PeerAddress::Of(socket))) return false;
     std::unique_lock lock(mutex);
     const auto hasLeft = [this, before = leaves] { return leaves != before || closing; };
     // One that was only just taken, or answered, waits in a moment.
     for (int tries = 0; tries < kRoomTries; ++tries) {
-        if (DropLongestWaiting()) return left.wait_for(lock, kRoomTime, hasLeft) && !closing;
+        if (DropOne()) return left.wait_for(lock, kRoomTime, hasLeft) && !closing;
         if (left.wait_for(lock, kRoomPause, hasLeft)) return !closing;
     }
     return false;
 }
 
-bool HttpServer::Core::DropLongestWaiting() {
-    for (std::size_t i = 0; i < threads.size(); ++i)
-        if (NextThread().DropLongestWaiting()) return true;
-    return false;
+/// Strangers go first, and those first who are at a request for long: they do not wait for anything of ours.
+bool HttpServer::Core::DropOne() noexcept {
+    if (DropLongestWaiting(IoThread::SlowStranger, kSlow)) return true;
+    if (DropLongestWaiting(IoThread::IdleStranger, std::chrono::milliseconds(0))) return true;
+    // A proven caller's place is no stranger's as long as strangers have their share.
+    if (admission.HaveStrangersTheirShare()) return false;
+    return DropLongestWaiting(IoThread::IdleProven, std::chrono::milliseconds(0));
+}
+
+bool HttpServer::Core::DropLongestWaiting(IoThread::Kind kind, std::chrono::milliseconds atLeast) noexcept {
+    const auto waitsLonger = [kind](const auto& a, const auto& b) {
+        return a->GetLongestWait(kind) < b->GetLongestWait(kind);
+    };
+    IoThread& first = **std::min_element(threads.begin(), threads.end(), waitsLonger);
+    if (first.GetLongestWait(kind) > WaitingSessions::Clock::now() - atLeast) return false;
+    first.DropLongestWaiting(kind);
+    return true;
 }
 
 std::string_view HttpServer::Core::GetFarewell() const noexcept {
@@ -115,21 +142,21 @@ std::string_view HttpServer::Core::GetFarewell() const noexcept {
     return tls ? std::string_view() : kBusy;
 }
 
-void HttpServer::Core::Begin(Descriptor descriptor, Place place, IoThread& target) noexcept try {
-    tcp::socket socket(target.context);
+void HttpServer::Core::Begin(Descriptor descriptor, Place place, std::shared_ptr<Standing> standing) noexcept try {
+    tcp::socket socket{net::any_io_executor(Lane<true>(standing))};
     socket.assign(protocol, descriptor.Get());
     static_cast<void>(descriptor.Release());
     auto settings = GetTls();
     auto connection =
         settings ? MakeTlsConnection(std::move(socket), std::move(settings)) : MakePlainConnection(std::move(socket));
-    std::make_shared<Session>(*this, std::move(place), target, std::move(connection))->Start();
+    std::make_shared<Session>(*this, std::move(place), std::move(standing), std::move(connection))->Start();
 } catch (const std::exception& e) {
     beginLog.WarnGuarded("A connection cannot be served: %1", e.what());
 }
 
-void HttpServer::Core::Leave() noexcept {
+void HttpServer::Core::Leave(const PeerAddress& from, bool proven) noexcept {
     const std::lock_guard lock(mutex);
-    --connections;
+    admission.Leave(from, proven);
     ++leaves;
     left.notify_all();
 }
@@ -151,7 +178,7 @@ void HttpServer::Core::Finish() {
     if (!closing) StopAccepting();
     {
         std::unique_lock lock(mutex);
-        left.wait_for(lock, limits.closeTime, [this] { return connections == 0; });
+        left.wait_for(lock, limits.closeTime, [this] { return admission.GetCount() == 0; });
     }
     for (const auto& thread : threads) {
         thread->Call([&] {

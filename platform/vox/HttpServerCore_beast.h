@@ -12,8 +12,9 @@
 #include <vector>
 
 #include "AcceptLoop.h"
+#include "Admission.h"
 #include "HttpServer.h"
-#include "IoThread_beast.h"
+#include "Lane_beast.h"
 
 namespace LumVoxMsg {
 
@@ -33,27 +34,27 @@ public:
     void Start();
     void StopAccepting();
     void Finish();
-    void Enter() noexcept { ++connections; }
-    void Leave() noexcept;
+    void Leave(const PeerAddress& from, bool proven) noexcept;
 
     const HttpLimits limits;
     HttpHandler& handler;
+    Admission admission;
     const std::shared_ptr<MemoryBudget> namedBudget, namelessBudget;
     std::atomic<bool> closing{false};
-    std::atomic<unsigned> connections{0};
     std::atomic<unsigned> port{0};
     LumPalLog::ThrottledLog handshakeLog, nameLog, beginLog;
 
 private:
     void Listen(const tcp::endpoint& endpoint);
     tcp AnyAddress();
-    bool HasRoom() const noexcept override { return connections < limits.connections; }
-    bool MakeRoom() noexcept override;
+    const char* WhyFull(const LumPal::Descriptor& socket) const noexcept override;
+    bool MakeRoom(const LumPal::Descriptor& socket) noexcept override;
     void Take(LumPal::Descriptor socket) override;
     std::string_view GetFarewell() const noexcept override;
-    bool DropLongestWaiting();
+    bool DropOne() noexcept;
+    bool DropLongestWaiting(IoThread::Kind kind, std::chrono::milliseconds atLeast) noexcept;
     IoThread& NextThread() noexcept { return *threads[nextThread++ % threads.size()]; }
-    void Begin(LumPal::Descriptor descriptor, Place place, IoThread& target) noexcept;
+    void Begin(LumPal::Descriptor descriptor, Place place, std::shared_ptr<Standing> standing) noexcept;
 
     mutable std::mutex mutex;  ///< guards tls and leaves
     std::shared_ptr<net::ssl::context> tls;
@@ -70,16 +71,23 @@ private:
 /// A connection's place among those that are counted; given back wherever the connection is lost.
 class Place {
 public:
-    explicit Place(HttpServer::Core& owner) noexcept : core(&owner) { core->Enter(); }
-    Place(Place&& other) noexcept : core(std::exchange(other.core, nullptr)) {}
+    /// @throws std::bad_alloc
+    Place(HttpServer::Core& owner, const PeerAddress& from) : core(&owner), from(from) { core->admission.Enter(from); }
+    Place(Place&& other) noexcept : core(std::exchange(other.core, nullptr)), from(other.from), proven(other.proven) {}
     Place(const Place&) = delete;
     Place& operator=(const Place&) = delete;
     ~Place() {
-        if (core) core->Leave();
+        if (core) core->Leave(from, proven);
+    }
+    /// It is a stranger's no longer. A second call does nothing.
+    void Prove() noexcept {
+        if (!std::exchange(proven, true)) core->admission.Prove(from);
     }
 
 private:
     HttpServer::Core* core;
+    PeerAddress from;
+    bool proven = false;
 };
 
 }  // namespace LumVoxMsg

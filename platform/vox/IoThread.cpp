@@ -4,10 +4,17 @@
 
 namespace LumVoxMsg {
 
+namespace {
+
+/// So many steps of others run before one of a stranger, whose handshake may be that of a proven caller.
+constexpr int kBeforeAStranger = 32;
+
+}  // namespace
+
 void IoThread::Run() {
     LumPalThread::NameThisThread("LumVox:Io");
     while (true) try {
-            context.run();
+            while (Step()) continue;
             return;
         } catch (const std::exception& e) {
             lostLog.WarnGuarded("A connection was given up: %1", e.what());
@@ -16,35 +23,27 @@ void IoThread::Run() {
         }
 }
 
-void IoThread::DropFirstOfWaiting() noexcept {
-    dropAsked = false;
-    if (waiting.empty()) return;
-    AnySession& first = waiting.front();
-    EndWaiting(first);
-    first.Abort();
+bool IoThread::Step() {
+    if (later.IsEmpty()) return context.run_one() > 0;
+    // It counts as stopped when all that is left waits here.
+    if (context.stopped()) context.restart();
+    for (int i = 0; i < kBeforeAStranger && context.poll_one() > 0; ++i) continue;
+    later.RunNext();
+    return true;
 }
 
-bool IoThread::DropLongestWaiting() {
-    if (waitingCount == 0) return false;
-    if (!dropAsked.exchange(true)) Post(dropRoom, [this] { DropFirstOfWaiting(); });
-    return true;
+void IoThread::DropLongestWaiting(Kind kind) {
+    OfKind& of = kinds[kind];
+    if (of.dropAsked.exchange(true)) return;
+    Post(of.dropRoom, [&of] {
+        of.dropAsked = false;
+        of.waiting.DropFirst();
+    });
 }
 
 void IoThread::Finish() {
     work.reset();
     if (thread.joinable()) thread.join();
-}
-
-void IoThread::BeginWaiting(AnySession& session) noexcept {
-    EndWaiting(session);
-    waiting.push_back(session);
-    ++waitingCount;
-}
-
-void IoThread::EndWaiting(AnySession& session) noexcept {
-    if (!session.amongWaiting.is_linked()) return;
-    session.amongWaiting.unlink();
-    --waitingCount;
 }
 
 }  // namespace LumVoxMsg

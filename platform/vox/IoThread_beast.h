@@ -2,44 +2,37 @@
 /// One event loop on a thread of its own, and the sessions that live in it.
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <boost/asio/bind_allocator.hpp>
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
-#include <boost/intrusive/list.hpp>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
 
 #include "../pal/ThrottledLog.h"
+#include "LaterSteps_beast.h"
 #include "PostRoom.h"
+#include "WaitingSessions_beast.h"
 
 namespace LumVoxMsg {
 
-namespace intrusive = boost::intrusive;
 namespace net = boost::asio;
 
-using Hook = intrusive::list_member_hook<intrusive::link_mode<intrusive::auto_unlink>>;
-
-/// What a thread's sessions look like to the server; all calls come on that thread.
-class AnySession {
-public:
-    virtual ~AnySession() = default;
-    /// Ends at once unless a request is being served or answered.
-    virtual void BeginClosing() = 0;
-    virtual void Abort() = 0;
-
-    Hook amongAll, amongWaiting;
-};
-
-template <Hook AnySession::*hook>
-using Sessions =
-    intrusive::list<AnySession, intrusive::member_hook<AnySession, Hook, hook>, intrusive::constant_time_size<false>>;
-
 /// One event loop and the sessions that live in it. What stops it and what makes room takes no memory.
+/// Steps of strangers (Later) come behind all others, but not never.
 class IoThread {
 public:
+    /// Why a session may be closed for another.
+    enum Kind {
+        SlowStranger,  ///< has proven nothing, and his request is still coming, or its answer still going
+        IdleStranger,  ///< has proven nothing, and has no request
+        IdleProven     ///< has no request
+    };
+    static constexpr std::size_t kKinds = 3;
+
     void Start() {
         thread = std::thread([this] { Run(); });
     }
@@ -65,28 +58,42 @@ public:
     void Post(PostRoom& room, Step step) {
         net::post(context, net::bind_allocator(PostAllocator<void>(room), std::move(step)));
     }
-    /// Closes the session that has waited longest; any thread. False when none waits.
-    bool DropLongestWaiting();
+    /// Runs a step when nothing else is to be done, or when it has waited long; on the loop's thread.
+    template <class Step>
+    void Later(std::size_t place, Step step) {
+        later.Add(place, std::move(step));
+    }
+    /// Since when the session waits that has waited longest of its kind; any thread.
+    WaitingSessions::Clock::time_point GetLongestWait(Kind kind) const noexcept {
+        return kinds[kind].waiting.GetLongest();
+    }
+    /// Closes it; any thread.
+    void DropLongestWaiting(Kind kind);
     /// Ends when its last session has gone.
     void Finish();
     void Enter(AnySession& session) noexcept { sessions.push_back(session); }
-    /// The session has no request: it may be closed when another needs its place.
-    void BeginWaiting(AnySession& session) noexcept;
-    void EndWaiting(AnySession& session) noexcept;
+    /// The session may be closed when another needs its place.
+    void BeginWaiting(AnySession& session, Kind kind) noexcept { kinds[kind].waiting.Add(session); }
+    void EndWaiting(AnySession& session) noexcept { WaitingSessions::Remove(session); }
 
     net::io_context context{1};
     Sessions<&AnySession::amongAll> sessions;  ///< touched by the loop alone
 
 private:
     void Run();
-    void DropFirstOfWaiting() noexcept;
+    /// False when nothing is left to do.
+    bool Step();
 
-    Sessions<&AnySession::amongWaiting> waiting;  ///< touched by the loop alone; who has waited longest stands first
-    std::atomic<unsigned> waitingCount{0};
-    std::atomic<bool> dropAsked{false};
+    struct OfKind {
+        WaitingSessions waiting;
+        std::atomic<bool> dropAsked{false};
+        PostRoom dropRoom;
+    };
+    std::array<OfKind, kKinds> kinds;
+    LaterSteps later;  ///< touched by the loop alone
     net::executor_work_guard<net::io_context::executor_type> work{context.get_executor()};
     LumPalLog::ThrottledLog lostLog;
-    PostRoom callRoom, dropRoom;
+    PostRoom callRoom;
     std::mutex mutex;
     std::condition_variable callEnded;
     bool called = false;  ///< guarded by mutex

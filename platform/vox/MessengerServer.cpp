@@ -1,6 +1,7 @@
 #include "MessengerServer.h"
 
-#include "DigestText.h"
+#include <algorithm>
+
 #include "HttpHead.h"
 #include "LumPalLog.h"
 #include "LumSecAuth.h"
@@ -93,10 +94,23 @@ std::string JoinPaths(const String_t& base, const String_t& path) {
 }
 
 MessengerServer::Route::Route(MsgHandler* handler, unsigned threads)
-    : handler(handler), held(dynamic_cast<const LumPalRef::RefCounted_t*>(handler)), pool(threads) {}
+    : handler(handler),
+      held(dynamic_cast<const LumPalRef::RefCounted_t*>(handler)),
+      named(threads),
+      strangers(std::max(1u, threads / 4), WorkerPool::Share::Small) {}
+
+void MessengerServer::Route::Refuse() {
+    named.Refuse();
+    strangers.Refuse();
+}
+
+void MessengerServer::Route::Stop() {
+    named.Stop();
+    strangers.Stop();
+}
 
 MessengerServer::MessengerServer(const HttpLimits& limits, const String_t& basePath)
-    : limits(limits), basePath(basePath), http(limits, *this) {}
+    : limits(limits), basePath(basePath), callers(limits.secretHeader), http(limits, *this) {}
 
 void MessengerServer::AddRoute(MsgHandler* handler) {
     const std::string path = JoinPaths(basePath, Access::BasePath(*handler));
@@ -108,6 +122,7 @@ void MessengerServer::AddRoute(MsgHandler* handler) {
 
 void MessengerServer::Open() {
     const NodeIdentity identity = NodeIdentity::Load();
+    coreId = identity.coreId.ToUtf8();
     if (identity.certificateInstalled)
         OpenTls(identity);
     else
@@ -128,9 +143,8 @@ void MessengerServer::OpenPlain() {
                            "No certificate is installed: the server listens on '%1' alone, not on BIND_ADDRESS '%2'.")
                        << kLoopbackAddress << limits.bindAddress);
     http.Bind(kLoopbackAddress, limits.port);
+    callers.Open(http.GetPort());
     const std::lock_guard lock(mutex);
-    secret.Create();
-    digest = std::make_shared<LocalDigestGuard>(LocalDigest(secret.GetDigits(), http.GetPort()));
     plain = true;
 }
 
@@ -146,8 +160,7 @@ void MessengerServer::ReloadIdentity() {
     http.SetIdentity(identity);
     if (!plain) return;
     plain = false;
-    secret.Remove();
-    digest = nullptr;
+    callers.Close();
     LumPalLog::Log(LumPalMsg::CreateWarn_t(
         String_t("A certificate was installed; the server listens on loopback alone until it is restarted.")));
 }
@@ -160,7 +173,7 @@ void MessengerServer::StopReceiving() {
     }
     http.StopAccepting();
     const std::lock_guard lock(mutex);
-    for (const auto& [path, route] : routes) route->pool.Refuse();
+    for (const auto& [path, route] : routes) route->Refuse();
 }
 
 void MessengerServer::Close() {
@@ -175,11 +188,9 @@ void MessengerServer::Close() {
         const std::lock_guard lock(mutex);
         ending.swap(routes);
     }
-    for (const auto& [path, route] : ending) route->pool.Stop();
+    for (const auto& [path, route] : ending) route->Stop();
     http.Finish();
-    const std::lock_guard lock(mutex);
-    secret.Remove();
-    digest = nullptr;
+    callers.Close();
 }
 
 std::shared_ptr<MessengerServer::Route> MessengerServer::FindRoute(const std::string& path) {
@@ -188,48 +199,48 @@ std::shared_ptr<MessengerServer::Route> MessengerServer::FindRoute(const std::st
     return found == routes.end() ? nullptr : found->second;
 }
 
-HttpResponse MessengerServer::Challenge(LocalDigestGuard& guard, bool stale) {
+HttpResponse MessengerServer::Challenge(LocalCallers::Found::Answer kind) {
     HttpResponse answer = Error(401, "The caller must prove the node's local secret.");
-    answer.authenticate = guard.Challenge(stale);
+    answer.authenticate = callers.Challenge(kind);
     return answer;
 }
 
-/// Names the sender. A call without a body is none: who sends one that way asks for a challenge.
-/// @return what is answered instead of serving it
-std::optional<HttpResponse> MessengerServer::Identify(HttpRequest& head) {
-    head.sender = head.peer.commonName;
-    if (head.peer.tls) return std::nullopt;
-    std::shared_ptr<LocalDigestGuard> guard;
-    {
-        const std::lock_guard lock(mutex);
-        guard = digest;
-        if (limits.secretHeader && secret.Matches(head.authorization)) head.sender = LumSecAuth::LocalAdministrator();
+/// What is wrong with a request, whoever sends it.
+std::optional<HttpResponse> MessengerServer::Misdirected(const HttpRequest& head) {
+    if (!head.peer.tls && !IsLocalHost(head.host, coreId))
+        return Error(421, "The field Host names neither this node nor the loopback.");
+    if (!FindRoute(head.path)) return Error(404, "Nothing is served at this path.");
+    if (AsksForDescription(head)) return std::nullopt;
+    if (head.method != "POST") {
+        HttpResponse refusal = Error(405, "Calls are made with POST.");
+        refusal.allow = "POST";
+        return refusal;
     }
-    if (!guard || !head.sender.empty()) return std::nullopt;
-    if (head.authorization.empty() && !head.hasBody) return Challenge(*guard, false);
-    if (!IsDigest(head.authorization)) return std::nullopt;
-    const std::string target = head.query.empty() ? head.path : head.path + '?' + head.query;
-    const LocalDigestGuard::Verdict verdict = guard->Check(head.authorization, head.method, target);
-    if (verdict != LocalDigestGuard::Verdict::Proven)
-        return Challenge(*guard, verdict == LocalDigestGuard::Verdict::Stale);
-    head.sender = LumSecAuth::LocalAdministrator();
+    if (!IsXml(head.contentType)) return Error(415, "A call's Content-Type is text/xml.");
     return std::nullopt;
 }
 
 std::optional<HttpResponse> MessengerServer::Screen(HttpRequest& head) {
-    if (!FindRoute(head.path)) return Error(404, "Nothing is served at this path.");
-    if (AsksForDescription(head)) {
-        if (!IsHost(head.host)) return Error(400, "The field Host names no host.");
-        return std::nullopt;
+    const LocalCallers::Found found =
+        head.peer.tls ? LocalCallers::Found{head.peer.commonName} : callers.Identify(head);
+    head.sender = found.sender;
+    if (std::optional<HttpResponse> refusal = Misdirected(head)) return refusal;
+    if (found.answer == LocalCallers::Found::Answer::Serve || AsksForDescription(head)) return std::nullopt;
+    return Challenge(found.answer);
+}
+
+void MessengerServer::TellOfRefusals(RefusalListener listener) {
+    const std::lock_guard lock(mutex);
+    refusals = std::move(listener);
+}
+
+void MessengerServer::Distrusted(const HttpRequest& head) {
+    RefusalListener listener;
+    {
+        const std::lock_guard lock(mutex);
+        listener = refusals;
     }
-    if (head.method != "POST") {
-        HttpResponse refusal = Error(405, "Calls are made with POST.");
-        refusal.allow = "POST";
-        if (head.method == "HEAD") refusal.body = nullptr;
-        return refusal;
-    }
-    if (!IsXml(head.contentType)) return Error(415, "A call's Content-Type is text/xml.");
-    return Identify(head);
+    if (listener) listener(String_t::FromUtf8(head.peer.commonName), String_t::FromUtf8(head.path));
 }
 
 void MessengerServer::Serve(HttpRequest request, HttpReply reply) {
@@ -238,7 +249,7 @@ void MessengerServer::Serve(HttpRequest request, HttpReply reply) {
     if (AsksForDescription(request)) return Describe(*route, request, reply);
     auto message = std::make_shared<Access::Request>(Access::Request{request.sender, std::move(request.body)});
     MsgHandler* const handler = route->handler;
-    route->pool.Submit([handler, message, reply, path = std::move(request.path)] {
+    route->PoolFor(request.sender).Submit([handler, message, reply, path = std::move(request.path)] {
         Access::Response response =
             Handled(path, [&](Access::Response& unfinished) { Access::Handle(*handler, *message, unfinished); });
         message->body.reset();
@@ -248,7 +259,7 @@ void MessengerServer::Serve(HttpRequest request, HttpReply reply) {
 
 void MessengerServer::Describe(Route& route, const HttpRequest& request, const HttpReply& reply) {
     const MsgHandler* const handler = route.handler;
-    route.pool.Submit([this, handler, reply, path = request.path, address = AddressOf(request)] {
+    route.PoolFor(request.sender).Submit([this, handler, reply, path = request.path, address = AddressOf(request)] {
         bool described = true;
         Access::Response response = Handled(
             path, [&](Access::Response& unfinished) { described = Access::Describe(*handler, address, unfinished); });

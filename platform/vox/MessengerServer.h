@@ -8,8 +8,7 @@
 #include <string>
 
 #include "HttpServer.h"
-#include "LocalDigest.h"
-#include "LocalSecret.h"
+#include "LocalCallers.h"
 #include "LumVoxMsg.h"
 #include "WorkerPool.h"
 
@@ -32,6 +31,8 @@ public:
     unsigned GetPort() const noexcept { return http.GetPort(); }
     /// As Messenger::ReloadIdentity.
     void ReloadIdentity();
+    /// As Messenger::TellOfRefusals.
+    void TellOfRefusals(RefusalListener listener);
     /// As Messenger::StopReceiving.
     void StopReceiving();
     /// As Messenger::Close. Not from a handler.
@@ -42,27 +43,35 @@ private:
         Route(MsgHandler* handler, unsigned threads);
         MsgHandler* const handler;
         const LumPalPtr::RefPtr_t<const LumPalRef::RefCounted_t> held;
-        WorkerPool pool;
+        /// Whose calls come from this sender: strangers have threads of their own, so that they occupy no others.
+        WorkerPool& PoolFor(const std::string& sender) { return sender.empty() ? strangers : named; }
+        void Refuse();
+        void Stop();
+
+    private:
+        WorkerPool named, strangers;
     };
 
     std::optional<HttpResponse> Screen(HttpRequest& head) override;
     void Serve(HttpRequest request, HttpReply reply) override;
+    void Distrusted(const HttpRequest& head) override;
     std::string ErrorBody(unsigned status, std::string_view reason, std::string& contentType) override;
 
     void Describe(Route& route, const HttpRequest& request, const HttpReply& reply);
     HttpResponse Error(unsigned status, const char* reason);
     std::shared_ptr<Route> FindRoute(const std::string& path);
-    std::optional<HttpResponse> Identify(HttpRequest& head);
-    HttpResponse Challenge(LocalDigestGuard& guard, bool stale);
+    std::optional<HttpResponse> Misdirected(const HttpRequest& head);
+    HttpResponse Challenge(LocalCallers::Found::Answer kind);
     void OpenPlain();
     void OpenTls(const LumSecCore::NodeIdentity& identity);
 
     const HttpLimits limits;
     const LumPalStr::String_t basePath;
-    std::mutex mutex;  ///< guards routes, secret, digest, plain, refusing, closed
+    std::string coreId;  ///< constant once it is open
+    LocalCallers callers;
+    std::mutex mutex;  ///< guards routes, refusals, plain, refusing, closed
     std::map<std::string, std::shared_ptr<Route>> routes;
-    LocalSecret secret;
-    std::shared_ptr<LocalDigestGuard> digest;  ///< none without a secret
+    RefusalListener refusals;
     bool plain = false;
     bool refusing = false, closed = false;
     HttpServer http;  ///< last: its threads use what stands above

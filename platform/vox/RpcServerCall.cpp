@@ -21,6 +21,10 @@ void RequireArrived(int count, SOAPArg* const* arguments) {
                                                   << arguments[i]->GetName());
 }
 
+void RequireUnread(const std::shared_ptr<LumVoxMsg::Blocks>& body) {
+    if (!body) throw IllegalStateError_t(CreateError_t("The request of a call is read once."));
+}
+
 void RequireUtf8(const char* encoding) {
     if (LumPalStr::Compare(String_t(encoding), String_t("UTF-8"), true) == 0) return;
     throw LumPalMsg::IllegalArgumentError_t(CreateError_t("Messages travel in UTF-8, not in '%1'.") << encoding);
@@ -49,7 +53,7 @@ bool RpcServerCall::Authenticated() const {
 
 void RpcServerCall::ReadRequest(int count, SOAPArg* const* arguments) {
     const std::shared_ptr<LumVoxMsg::Blocks> body = std::move(impl->body);
-    if (!body) throw IllegalStateError_t(CreateError_t("The request of a call is read once."));
+    RequireUnread(body);
     const bool large = body->GetSize() > kLargeRequest;
     try {
         LumVoxSoap::SOAPEnvelope().Read(ReadBlocks(body, LumVoxMsg::AfterRead::Free), count, arguments);
@@ -59,6 +63,12 @@ void RpcServerCall::ReadRequest(int count, SOAPArg* const* arguments) {
     }
     body->Clear();
     if (large) ReturnFreedMemory();
+    RequireArrived(count, arguments);
+}
+
+void RpcServerCall::CheckRequest(int count, SOAPArg* const* arguments) const {
+    RequireUnread(impl->body);
+    LumVoxSoap::SOAPEnvelope().Read(ReadBlocks(impl->body, LumVoxMsg::AfterRead::Keep), count, arguments);
     RequireArrived(count, arguments);
 }
 

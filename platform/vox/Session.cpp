@@ -16,10 +16,12 @@ constexpr std::chrono::seconds kLingerTime{2};
 
 }  // namespace
 
-Session::Session(HttpServer::Core& core, Place taken, IoThread& thread, std::unique_ptr<Connection> connection)
+Session::Session(HttpServer::Core& core, Place taken, std::shared_ptr<Standing> standing,
+                 std::unique_ptr<Connection> connection)
     : place(std::move(taken)),
       core(core),
-      thread(thread),
+      standing(std::move(standing)),
+      thread(this->standing->thread),
       connection(std::move(connection)),
       buffer(std::max<std::size_t>(core.limits.headerBytes, kBodyRead) + kFirstRead) {
     thread.Enter(*this);
@@ -31,7 +33,7 @@ void Session::Start() {
     if (error || core.closing) return;
     peer.address = (std::ostringstream() << remote).str();
     Tcp().socket().set_option(tcp::no_delay(true), error);
-    thread.BeginWaiting(*this);
+    BeginWaiting();
     Tcp().expires_after(core.limits.handshakeTime);
     connection->Open(Then(&Session::OnOpened));
 }
@@ -47,10 +49,24 @@ void Session::OnOpened(error_code error, std::size_t) {
     AwaitRequest();
 }
 
+void Session::Prove() noexcept {
+    standing->proven = true;
+    place.Prove();
+}
+
+void Session::BeginWaiting() noexcept {
+    thread.BeginWaiting(*this, standing->proven ? IoThread::IdleProven : IoThread::IdleStranger);
+}
+
+void Session::BeginMoving() noexcept {
+    standing->proven ? thread.EndWaiting(*this) : thread.BeginWaiting(*this, IoThread::SlowStranger);
+}
+
 void Session::NamePeer() {
     peer.tls = connection->IsTls();
     std::string refusal;
     peer.commonName = connection->PeerName(refusal);
+    if (!peer.commonName.empty()) Prove();
     if (!refusal.empty())
         core.nameLog.Warn("A client certificate names no sender: %1",
                           String_t::FromUtf8(peer.address + ": " + refusal));
@@ -68,6 +84,7 @@ bool Session::IsPeerStillLetIn() {
 
 void Session::Linger() {
     phase = Phase::Lingering;
+    BeginMoving();
     parser.reset();
     Tcp().expires_after(kLingerTime);
     connection->EndSending(Then(&Session::Drain));

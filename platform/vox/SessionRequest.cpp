@@ -20,7 +20,7 @@ HttpHead HeadOf(const http::request_header<>& header) {
 void Session::AwaitRequest() {
     if (core.closing) return Drop();
     phase = Phase::Idle;
-    thread.BeginWaiting(*this);
+    BeginWaiting();
     parser.emplace();
     parser->header_limit(static_cast<std::uint32_t>(core.limits.headerBytes));
     parser->body_limit(core.limits.bodyBytes);
@@ -36,7 +36,7 @@ void Session::AwaitRequest() {
 
 void Session::OnFirstBytes(error_code error, std::size_t count) {
     phase = Phase::Receiving;
-    thread.EndWaiting(*this);
+    BeginMoving();
     phaseStart = Clock::now();
     OnHeaderBytes(error, count);
 }
@@ -97,9 +97,13 @@ void Session::TakeHead(const HttpHead& head) {
     request.hasBody = !parser->is_done();
     request.peer = peer;
     keepAlive = head.version == 11 && parser->keep_alive();
-    if (!IsPeerStillLetIn()) return Refuse(403, "The client's certificate is refused.");
-    if (std::optional<HttpResponse> refusal = core.handler.Screen(request))
-        return Respond(std::move(*refusal), keepAlive && parser->is_done());
+    if (!IsPeerStillLetIn()) {
+        core.handler.Distrusted(request);
+        return Refuse(403, "The client's certificate is refused.");
+    }
+    std::optional<HttpResponse> refusal = core.handler.Screen(request);
+    if (!request.sender.empty()) Prove();
+    if (refusal) return Respond(std::move(*refusal), keepAlive && parser->is_done());
     request.body = std::make_shared<Blocks>(request.sender.empty() ? core.namelessBudget : core.namedBudget);
     BeginBody(ExpectsContinue(head));
 }

@@ -20,7 +20,8 @@ namespace LumVoxMsg {
 /// in Session.cpp (handshake and end), SessionRequest.cpp (header and body) and SessionAnswer.cpp.
 class Session final : public AnySession, public std::enable_shared_from_this<Session> {
 public:
-    Session(HttpServer::Core& core, Place taken, IoThread& thread, std::unique_ptr<Connection> connection);
+    Session(HttpServer::Core& core, Place taken, std::shared_ptr<Standing> standing,
+            std::unique_ptr<Connection> connection);
     ~Session() override { thread.EndWaiting(*this); }
 
     void Start();
@@ -50,6 +51,12 @@ private:
 
     void OnOpened(error_code error, std::size_t);
     void NamePeer();
+    /// The peer is no stranger any more.
+    void Prove() noexcept;
+    /// May be closed for others from now on.
+    void BeginWaiting() noexcept;
+    /// Is at a request: of a stranger that, too, ends when it takes long and others need his place.
+    void BeginMoving() noexcept;
     bool IsPeerStillLetIn();
 
     void AwaitRequest();
@@ -80,8 +87,9 @@ private:
     void Drain(error_code, std::size_t);
     void OnDrained(error_code error, std::size_t);
 
-    const Place place;
+    Place place;
     HttpServer::Core& core;
+    const std::shared_ptr<Standing> standing;
     IoThread& thread;
     const std::unique_ptr<Connection> connection;
     HttpPeer peer;

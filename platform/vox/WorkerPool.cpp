@@ -1,6 +1,7 @@
 #include "WorkerPool.h"
 
 #include "../pal/ThreadName.h"
+#include "../pal/ThreadShare.h"
 #include "LumPalLog.h"
 
 namespace LumVoxMsg {
@@ -43,7 +44,8 @@ void WorkerPool::Stop() {
 }
 
 void WorkerPool::Run() {
-    LumPalThread::NameThisThread("LumVox:Worker");
+    LumPalThread::NameThisThread(share == Share::Full ? "LumVox:Worker" : "LumVox:Stranger");
+    if (share == Share::Small) LumPalThread::TakeSmallShare();
     std::function<void()> task;
     while (Take(task)) {
         try {

@@ -15,7 +15,9 @@ namespace LumVoxMsg {
 /// Any thread may submit.
 class WorkerPool {
 public:
-    explicit WorkerPool(unsigned mostThreads) : mostThreads(mostThreads) {}
+    /// What the threads get of the processors while others have work, too.
+    enum class Share { Full, Small };
+    explicit WorkerPool(unsigned mostThreads, Share share = Share::Full) : mostThreads(mostThreads), share(share) {}
     WorkerPool(const WorkerPool&) = delete;
     WorkerPool& operator=(const WorkerPool&) = delete;
     ~WorkerPool() { Stop(); }
@@ -37,6 +39,7 @@ private:
     bool Take(std::function<void()>& task);
 
     const unsigned mostThreads;
+    const Share share;
     std::mutex mutex;  ///< guards all below
     std::condition_variable changed;
     std::deque<std::function<void()>> waiting;

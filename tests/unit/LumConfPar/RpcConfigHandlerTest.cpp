@@ -12,6 +12,8 @@ using Sender = NodeClient::Sender;
 
 const char* const kRefused =
     "Sender with id 'local administrator' is not authorized to execute the configuration parameter operation.";
+const char* const kNobodyRefused =
+    "Sender with id '' is not authorized to execute the configuration parameter operation.";
 
 std::string Arguments(const std::string& mode, const std::string& package = "<ConfigPackageName/>",
                       const std::string& group = "<ConfigGroupName><ns>test.a</ns></ConfigGroupName>") {
@@ -226,6 +228,10 @@ TEST_F(RpcConfigHandlerTest, AMalformedRequestIsRefusedWithoutALineInTheAuditLog
         EXPECT_EQ(reply.text, kRefused) << row.what;
         EXPECT_TRUE(reply.hasGroup) << row.what;
         EXPECT_EQ(reply.group.GetConfigCount(), 0) << row.what;
+        const Reply nobodys = Client().PostCall("configOp", row.elements, Sender::Nobody);
+        EXPECT_EQ(nobodys.value, 8) << row.what;
+        EXPECT_EQ(nobodys.text, kNobodyRefused) << row.what;
+        EXPECT_EQ(nobodys.group.GetConfigCount(), 0) << row.what;
     }
     EXPECT_EQ(node.AuditText(), "") << "the right was never asked for";
     EXPECT_TRUE(log.Holds(kFailed)) << "the log has the reason";

@@ -11,6 +11,7 @@ using Sender = NodeClient::Sender;
 
 const char* const kRefused =
     "Sender with id 'local administrator' is not authorized to execute policy install operation.";
+const char* const kNobodyRefused = "Sender with id '' is not authorized to execute policy install operation.";
 
 class RpcPolicyInstallTest : public ServerTest {
 protected:
@@ -79,7 +80,7 @@ TEST_F(RpcPolicyInstallTest, AnUnknownMethodIsAFailureThatSaysSo) {
 TEST_F(RpcPolicyInstallTest, ASenderWithoutTheRightIsRefusedAndTheAuditLogSaysInstall) {
     const Reply reply = Client().PostCall("install", Arguments("1"), Sender::Nobody);
     EXPECT_EQ(reply.value, 8);
-    EXPECT_EQ(reply.text, "Sender with id '' is not authorized to execute policy install operation.");
+    EXPECT_EQ(reply.text, kNobodyRefused);
     EXPECT_EQ(node.Audited("Audit:"), 1);
     EXPECT_EQ(node.Audited("WARNING Failure Audit: AUTH: Calling system '' is not authorized to call operation: "
                            "'install'."),
@@ -111,6 +112,9 @@ TEST_F(RpcPolicyInstallTest, AMalformedRequestIsRefusedWithoutALineInTheAuditLog
         const Reply reply = Client().PostCall("install", row);
         EXPECT_EQ(reply.value, 8) << row;
         EXPECT_EQ(reply.text, kRefused) << row;
+        const Reply nobodys = Client().PostCall("install", row, Sender::Nobody);
+        EXPECT_EQ(nobodys.value, 8) << row;
+        EXPECT_EQ(nobodys.text, kNobodyRefused) << row;
     }
     EXPECT_EQ(node.AuditText(), "");
     EXPECT_TRUE(log.Holds("Installing policy package generated errors."));

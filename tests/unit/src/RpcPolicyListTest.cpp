@@ -132,6 +132,11 @@ TEST_F(RpcPolicyListTest, AMalformedRequestIsRefusedWithAnEmptyListAndNoLineInTh
             << row;
         EXPECT_TRUE(reply.hasList) << row;
         EXPECT_EQ(reply.list.GetCount(), 0) << row;
+        const Reply nobodys = Client().PostCall("list", row, Sender::Nobody);
+        EXPECT_EQ(nobodys.value, 8) << row;
+        EXPECT_EQ(nobodys.text, "Sender with id '' is not authorized to execute policy list operation.") << row;
+        EXPECT_TRUE(nobodys.hasList) << row;
+        EXPECT_EQ(nobodys.list.GetCount(), 0) << row;
     }
     EXPECT_EQ(node.AuditText(), "");
     EXPECT_TRUE(log.Holds("List operation was not successful."));

@@ -99,6 +99,9 @@ TEST_F(RpcPolicyOpTest, ANumberThatIsNoOperationIsRefusedWithoutALineInTheAuditL
         const Reply reply = Client().Operate(mode);
         EXPECT_EQ(reply.value, 8) << mode;
         EXPECT_EQ(reply.text, kRefused) << mode;
+        const Reply nobodys = Client().PostCall("policyOp", Arguments(std::to_string(mode)), Sender::Nobody);
+        EXPECT_EQ(nobodys.value, 8) << mode;
+        EXPECT_EQ(nobodys.text, kNobodyRefused) << mode;
     }
     EXPECT_EQ(node.AuditText(), "");
     EXPECT_EQ(log.Text(), "");
@@ -136,11 +139,24 @@ TEST_F(RpcPolicyOpTest, AMalformedRequestIsRefusedAndNotCalledAFailure) {
         const Reply reply = Client().PostCall("policyOp", row.elements);
         EXPECT_EQ(reply.value, 8) << row.what;
         EXPECT_EQ(reply.text, kRefused) << row.what;
+        const Reply nobodys = Client().PostCall("policyOp", row.elements, Sender::Nobody);
+        EXPECT_EQ(nobodys.value, 8) << row.what;
+        EXPECT_EQ(nobodys.text, kNobodyRefused) << row.what;
     }
     EXPECT_EQ(node.AuditText(), "") << "the right was never asked for";
     EXPECT_TRUE(log.Holds("Unknown error while policy operation."));
     EXPECT_TRUE(IsInstalled("a"));
     EXPECT_EQ(Client().Operate(4, ById("a")).value, 1) << "a good request after the bad ones";
+}
+
+TEST_F(RpcPolicyOpTest, ARefusalNamesTheOperationWhereverItsNumberStands) {
+    const std::string rest =
+        "<PolicyOptions/><PolicySelection/><PolicyString1>" + std::string(1 << 20, 'x') + "</PolicyString1>";
+    const std::string mode = "<PolicyOperationMode>15</PolicyOperationMode>";
+    for (const std::string& elements : {mode + rest, rest + mode}) {
+        EXPECT_EQ(Client().PostCall("policyOp", elements, Sender::Nobody).text, kNobodyRefused);
+    }
+    EXPECT_EQ(node.Audited("AUTH: Calling system '' is not authorized to call operation: 'reinit cache'."), 2);
 }
 
 TEST_F(RpcPolicyOpTest, AnAnswerHasAValueAndATextAndNoList) {

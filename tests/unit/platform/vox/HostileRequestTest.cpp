@@ -84,8 +84,12 @@ const Row kRows[] = {
     {"a chunk with an endless extension", kChunked + "1;" + std::string(100000, 'e'), 431},
     {"small chunks with long extensions", kChunked + Repeat("1;" + std::string(8000, 'e') + "\r\nx\r\n", 200), 413},
     {"an unknown expectation", "POST /echo HTTP/1.1\r\n" + kHost + "Expect: coffee\r\nContent-Length: 5\r\n\r\n", 417},
-    {"HTTP/2", "PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n", 400},
-    {"HTTP/1.2", "POST /echo HTTP/1.2\r\n" + kHost + "Content-Length: 0\r\n\r\n", 400},
+    {"HTTP/2", "PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n", 505},
+    {"HTTP/1.2", "POST /echo HTTP/1.2\r\n" + kHost + "Content-Length: 0\r\n\r\n", 505},
+    {"an impossible host", "POST /echo HTTP/1.1\r\nHost: a b\r\nContent-Length: 0\r\n\r\n", 400},
+    {"an impossible port", "POST /echo HTTP/1.1\r\nHost: a:70000\r\nContent-Length: 0\r\n\r\n", 400},
+    {"HTTP/3.0", "POST /echo HTTP/3.0\r\n" + kHost + "\r\n", 505},
+    {"HTTP/1.9", "GET /echo HTTP/1.9\r\n" + kHost + "\r\n", 505},
     {"HTTP/0.9", "GET /\r\n\r\n", 400},
     {"no version", "POST /echo\r\n" + kHost + "\r\n", 400},
     {"a TLS handshake", std::string("\x16\x03\x01\x02\x00\x01\x00\x01\xFC\x03\x03", 11), 400},
@@ -196,6 +200,54 @@ TEST(HostileRequests, AnyNumberOfIdleConnectionsKeepsNobodyOut) {
         EXPECT_EQ(RawHttp(server.GetPort()).Exchange(PostOf("/echo", "a")).status, 200) << i;
     }
     EXPECT_LE(server.server.GetConnectionCount(), 5u);
+}
+
+TEST(HostileRequests, AProvenCallerKeepsHisConnectionHoweverManyStrangersCome) {
+    HttpLimits limits;
+    limits.connections = 8;
+    EchoServer server(limits);
+    const std::string proof = "Authorization: somebody\r\n";
+    std::vector<std::unique_ptr<RawHttp>> proven, strangers;
+    for (int i = 0; i < 2; ++i) {
+        proven.push_back(std::make_unique<RawHttp>(server.GetPort()));
+        EXPECT_EQ(proven.back()->Exchange(PostOf("/echo", "a", proof)).status, 200);
+    }
+    for (int i = 0; i < 50; ++i) {
+        strangers.push_back(std::make_unique<RawHttp>(server.GetPort()));
+        if (i % 2 == 0) continue;
+        EXPECT_EQ(strangers.back()->Exchange(PostOf("/echo", "a")).status, 200) << i;
+    }
+    for (const auto& caller : proven) EXPECT_EQ(caller->Exchange(PostOf("/echo", "a", proof)).status, 200);
+    RawHttp another(server.GetPort());
+    EXPECT_EQ(another.Exchange(PostOf("/echo", "a", proof)).status, 200);
+    EXPECT_LE(server.server.GetConnectionCount(), 8u);
+}
+
+TEST(HostileRequests, ProvenCallersWhoWaitMakeRoomForOneAnother) {
+    HttpLimits limits;
+    limits.connections = 4;
+    EchoServer server(limits);
+    std::vector<std::unique_ptr<RawHttp>> proven;
+    for (int i = 0; i < 20; ++i) {
+        proven.push_back(std::make_unique<RawHttp>(server.GetPort()));
+        EXPECT_EQ(proven.back()->Exchange(PostOf("/echo", "a", "Authorization: somebody\r\n")).status, 200) << i;
+    }
+    EXPECT_LE(server.server.GetConnectionCount(), 4u);
+}
+
+TEST(HostileRequests, StrangersWhoseRequestsNeverEndLoseTheirPlaces) {
+    HttpLimits limits;
+    limits.connections = 4;
+    limits.headerTime = 600s;
+    EchoServer server(limits);
+    std::vector<std::unique_ptr<RawHttp>> slow;
+    for (int i = 0; i < 3; ++i) {
+        slow.push_back(std::make_unique<RawHttp>(server.GetPort()));
+        slow.back()->Send("POST /echo HTTP/1.1\r\n");
+    }
+    // The first ones are refused: those who came before have only just begun.
+    while (RawHttp(server.GetPort()).Exchange(PostOf("/echo", "a")).status != 200) continue;
+    EXPECT_TRUE(slow.front()->IsClosed());
 }
 
 TEST(HostileRequests, APeerThatIsTooSlowIsClosedInEveryPhase) {

@@ -33,6 +33,7 @@ const Row kRows[] = {
     {"BODY_LIMIT", MEMBER(bodyBytes), "1024", "1023", "2147483647", "2147483648"},
     {"BODY_TOTAL_LIMIT", MEMBER(allBodiesBytes), "1048576", "1048575", "1099511627776", "1099511627777"},
     {"MAX_CONNECTIONS", MEMBER(connections), "1", "0", "1000000", "1000001"},
+    {"MAX_ADDRESS_CONNECTIONS", MEMBER(addressConnections), "1", "0", "1000000", "1000001"},
     {"HANDSHAKE_TIMEOUT", MEMBER(handshakeTime.count()), "100", "99", "3600000", "3600001"},
     {"HEADER_TIMEOUT", MEMBER(headerTime.count()), "100", "99", "3600000", "3600001"},
     {"BODY_TIMEOUT", MEMBER(bodyTime.count()), "100", "99", "3600000", "3600001"},
