@@ -39,9 +39,15 @@ void MakeFolder(const File_t& folder) {
     Raise<IOException_t>(msg::SettingsFolderNotCreated, folder.GetAbsolutePath());
 }
 
+/// What was left in its place goes first, and so does a link, which is never written through.
 FileOutputStream_t Open(const File_t& file) {
+    using Entry = LumPalIo::Folder_t::Entry;
     try {
-        return FileOutputStream_t(file);
+        const LumPalIo::Folder_t folder(file.GetParent() + File_t::Separator());
+        const Entry there = folder.Look(file.GetName());
+        if (there == Entry::File || there == Entry::Linked || there == Entry::SymbolicLink)
+            folder.Delete(file.GetName());
+        return folder.Create(file.GetName());
     } catch (const IOException_t& e) {
         throw Because<IOException_t>(msg::SettingsFileNotOpened, file.GetAbsolutePath(), e);
     }

@@ -77,6 +77,9 @@ void ConfigServer::Impl::CreateServers(const Configuration_t& configuration, con
 
 void ConfigServer::Impl::Serve(const Messenger& road) {
     messenger = road;
+    messenger.TellOfRefusals([](const LumPalStr::String_t& sender, const LumPalStr::String_t& path) {
+        AuditLog::GetInstance().LogAuthorizationError(sender, path);
+    });
     messenger.Register(mainServer, true, kIdentifiedByTransport);
     messenger.Register(checkServer, true, kIdentifiedByTransport);
 }

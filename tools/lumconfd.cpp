@@ -131,6 +131,7 @@ int Run(const LumPalRuntime::Signals_t& signals) {
 
 int main(int argc, char** argv) {
     LumPalConsole::OccupyStandardStreams();
+    LumPalRuntime::KeepOutOfCoreImages();
     if (!lumtools::AreArgumentsUtf8("lumconfd", argc, argv)) return kWrongUsage;
     LumPalRuntime::App_t::Init(argc, argv);
     CLI::App app("Serves a node's policies: keeps them, takes requests on them, tells what changed.", "lumconfd");

@@ -56,6 +56,12 @@ LUMPAL_API bool IsStopping() noexcept;
 /// seen large ones, keeps tens of megabytes of them. To be called by main before other threads run.
 LUMPAL_API void KeepNoLargeBlocks();
 
+/// Keeps what this process knows (keys, the node's local secret) out of core images: the system writes none of it, lets
+/// no other program of its user look into it, and leaves all its memory out of an image that root takes by force. A
+/// program that it starts is free again, but for the last. To be called by main before other threads run. Never throws:
+/// what the system does not grant is left.
+LUMPAL_API void KeepOutOfCoreImages() noexcept;
+
 /// Tells the service manager that started this program how it stands (sd_notify(3): "READY=1", "STOPPING=1", ...).
 /// Without one (no NOTIFY_SOCKET in the environment) nothing happens. Never throws.
 LUMPAL_API void NotifyServiceManager(const char* state);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 #include "LumPalConfig.h"
 #include "LumPalExport.h"
@@ -29,6 +30,9 @@ protected:
     /// @return false, and nothing written, when there is none
     virtual bool Describe(const LumPalStr::String_t& address, Response& response) const;
 };
+
+/// Who was refused, and at which path.
+using RefusalListener = std::function<void(const LumPalStr::String_t& sender, const LumPalStr::String_t& path)>;
 
 /// A handle; copies share one messenger. The first registered handler opens the port;
 /// the last handle that goes closes it. Any thread.
@@ -80,6 +84,10 @@ public:
     /// Ends reception: closes the port and waits for calls in flight; no request arrives after it returns.
     /// A second call, and a call on a null messenger, does nothing.
     void Close();
+    /// Calls the listener for each caller on an open connection whose certificate is trusted no longer, and whose
+    /// request is refused before it is read. On a thread that moves bytes: it must not block, nor throw. Before the
+    /// first Register; on a null messenger it does nothing.
+    void TellOfRefusals(RefusalListener listener);
     /// Whether the port is open.
     bool IsServing() const;
     /// The bound port; 0 when not serving. (A configured port 0 takes a free one.)

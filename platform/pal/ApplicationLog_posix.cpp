@@ -1,11 +1,7 @@
-#include <fcntl.h>
-#include <spdlog/common.h>
-#include <spdlog/pattern_formatter.h>
-#include <spdlog/sinks/rotating_file_sink.h>
-#include <sys/stat.h>
-
 #include <mutex>
+#include <optional>
 
+#include "AppendFile_posix.h"
 #include "LogImpl.h"
 #include "WriteError.h"
 
@@ -15,22 +11,8 @@ using LumPalStr::String_t;
 
 namespace {
 
-constexpr std::size_t kOldFiles = 5;
-
-// The library opens files for everybody to read, and for children to inherit.
-void ConfineFile(const spdlog::filename_t&, std::FILE* file) {
-    fchmod(fileno(file), S_IRUSR | S_IWUSR | S_IRGRP);
-    fcntl(fileno(file), F_SETFD, FD_CLOEXEC);
-}
-
-spdlog::sink_ptr RotatedFile(const String_t& path, std::size_t maxBytes) {
-    spdlog::file_event_handlers handlers;
-    handlers.after_open = ConfineFile;
-    auto file =
-        std::make_shared<spdlog::sinks::rotating_file_sink_st>(path.ToUtf8(), maxBytes, kOldFiles, false, handlers);
-    file->set_formatter(std::make_unique<spdlog::pattern_formatter>("%v", spdlog::pattern_time_type::local, ""));
-    return file;
-}
+constexpr unsigned kMode = 0640;
+constexpr unsigned kOldFiles = 5;
 
 LumPalMsg::CreateError_t Failure(const char* text, const std::exception& reason) {
     LumPalMsg::CreateError_t message{String_t(text)};
@@ -43,9 +25,7 @@ LumPalMsg::CreateError_t Failure(const char* text, const std::exception& reason)
 struct ApplicationLog::Sinks {
     void PutFile(const std::string& lines) {
         try {
-            if (!file) return;
-            file->log(spdlog::details::log_msg({}, spdlog::level::info, lines));
-            file->flush();
+            if (file) file->Append(lines);
         } catch (const std::exception& e) {
             LumPal::WriteError(LogLines(Failure("The application log's file could not be written.", e),
                                         DetailStyle::LineEach, std::chrono::system_clock::now()));
@@ -53,7 +33,7 @@ struct ApplicationLog::Sinks {
     }
 
     std::mutex mutex;  // guards the file, and keeps the two logs in one order
-    spdlog::sink_ptr file;
+    std::optional<AppendFile> file;
 };
 
 ApplicationLog::ApplicationLog() : sinks(std::make_unique<Sinks>()) {}
@@ -68,18 +48,22 @@ void ApplicationLog::Write(const LumPalMsg::Message_t& message, DetailStyle styl
 }
 
 void ApplicationLog::SetFile(const String_t& path, std::size_t maxBytes) {
-    {
+    try {
         const std::lock_guard lock(sinks->mutex);
         sinks->file.reset();
-    }
-    if (path.IsEmpty()) return;
-    try {
-        spdlog::sink_ptr file = RotatedFile(path, maxBytes);
-        const std::lock_guard lock(sinks->mutex);
-        sinks->file = std::move(file);
+        if (path.IsEmpty()) return;
+        AppendFile& file = sinks->file.emplace(path.ToUtf8(), AppendFile::Limits{kMode, maxBytes, kOldFiles});
+        file.Open();
     } catch (const std::exception& e) {
+        Forget();
         Write(Failure("The application log's file could not be opened.", e), DetailStyle::LineEach);
     }
+}
+
+/// A file that may be opened later, when there is room or the disk can be written again, is tried with each line.
+void ApplicationLog::Forget() {
+    const std::lock_guard lock(sinks->mutex);
+    if (sinks->file && !sinks->file->MayOpenLater()) sinks->file.reset();
 }
 
 }  // namespace LumPalLog

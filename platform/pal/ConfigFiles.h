@@ -28,7 +28,7 @@ struct FileSnapshot {
 
 /// The identity now. @throws LumPalIo::IOException_t, but not for a file that is not there
 FileIdentity IdentityOf(const LumPalStr::String_t& path);
-/// The whole file. @throws LumPalIo::IOException_t, but not for a file that is not there
+/// The whole file. @throws LumPalIo::IOException_t, also for a link or a pipe, but not for a file that is not there
 FileSnapshot ReadSnapshot(const LumPalStr::String_t& path);
 
 /// Puts a file with these bytes in the place of `path`: written aside, flushed, renamed, the folder
@@ -44,8 +44,10 @@ bool IsLeftAside(const LumPalStr::String_t& folder, const LumPalStr::String_t& n
 /// Deletes what IsLeftAside finds. The caller holds the folder's lock, so that nobody is at work. What is no regular
 /// file stays.
 void RemoveLeftAside(const LumPalStr::String_t& folder, const LumPalStr::String_t& name);
-/// Renames a finished file of the folder over another one, with the same promise.
-void PromoteFile(const LumPalStr::String_t& folder, const LumPalStr::String_t& from, const LumPalStr::String_t& to);
+/// Renames a file of the folder over another one, with the same promise: the one that was read, and no other.
+/// @param file  what ReadSnapshot found there
+void PromoteFile(const FileSnapshot& file, const LumPalStr::String_t& folder, const LumPalStr::String_t& from,
+                 const LumPalStr::String_t& to);
 
 /// Holds the folder's lock file, against other threads and other processes, for a scope.
 class FolderLock {

@@ -22,11 +22,14 @@ using LumPalStr::String_t;
 
 constexpr unsigned FileMode = 0640;
 constexpr char LockName[] = ".lock";
+constexpr char AsideSuffix[] = ".tmp";
+// Neither a link nor a pipe in the place of a file leads anywhere or holds anybody up.
+constexpr int kCommonFlags = O_CLOEXEC | O_NOCTTY | O_NOFOLLOW | O_NONBLOCK;
 
 class Descriptor {
 public:
     Descriptor(const String_t& path, int flags, mode_t mode = 0)
-        : path(path), number(Open(LumPalIo::NativePath(path), flags | O_CLOEXEC | O_NOCTTY, mode)) {}
+        : path(path), number(Open(LumPalIo::NativePath(path), flags | kCommonFlags, mode)) {}
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
     ~Descriptor() {
@@ -75,8 +78,23 @@ LumPalArray::CharArray_t ReadAll(const Descriptor& file, std::size_t expected) {
     return bytes;
 }
 
-void SetMode(const String_t& path) {
-    if (!File_t(path).SetMode(FileMode)) ThrowSystemError("Cannot set the mode of file", path, errno);
+/// Sets its mode and forces it to the disk, whatever its name leads to meanwhile.
+void Finish(const Descriptor& file, const String_t& path) {
+    const LumPalIo::NativePath native(path);
+    if (LumPalIo::FaultAt("chmod", native.CStr()) || fchmod(file.Get(), FileMode) != 0)
+        file.Fail("Cannot set the mode of file");
+    LumPalIo::Observe("chmod", native.CStr());
+    if (LumPalIo::FaultAt("fsync", native.CStr()) || fsync(file.Get()) != 0) file.Fail("Cannot flush file");
+    LumPalIo::Observe("fsync", native.CStr());
+}
+
+/// What a killed program left in the place of the file goes first, and so does a link, which is never written through.
+LumPalIo::FileOutputStream_t MakeAnew(const String_t& folder, const String_t& name) {
+    using Entry = LumPalIo::Folder_t::Entry;
+    const LumPalIo::Folder_t place{File_t(folder)};
+    const Entry there = place.Look(name);
+    if (there == Entry::File || there == Entry::Linked || there == Entry::SymbolicLink) place.Delete(name);
+    return place.Create(name);
 }
 
 void Rename(const String_t& from, const String_t& to) {
@@ -84,7 +102,7 @@ void Rename(const String_t& from, const String_t& to) {
 }
 
 String_t Aside(const String_t& folder, const String_t& name) {
-    return folder + name + ".tmp";
+    return folder + name + AsideSuffix;
 }
 
 }  // namespace
@@ -92,7 +110,7 @@ String_t Aside(const String_t& folder, const String_t& name) {
 FileIdentity IdentityOf(const String_t& path) {
     struct stat status {};
     const LumPalIo::NativePath native(path);
-    if (native.IsUsable() && stat(native.CStr(), &status) == 0) return FromStatus(status);
+    if (native.IsUsable() && lstat(native.CStr(), &status) == 0) return FromStatus(status);
     if (!IsAbsence(errno)) ThrowSystemError("Cannot look at file", path, errno);
     return {};
 }
@@ -108,10 +126,10 @@ FileSnapshot ReadSnapshot(const String_t& path) {
 
 void ReplaceFile(const String_t& folder, const String_t& name, const LumPalArray::CharArray_t& bytes) {
     const String_t aside = Aside(folder, name);
+    LumPalIo::FileOutputStream_t stream = MakeAnew(folder, name + AsideSuffix);
     try {
-        LumPalIo::FileOutputStream_t stream(aside);
         stream.Write(bytes);
-        SetMode(aside);
+        stream.SetMode(FileMode);
         stream.Sync();
         stream.Close();
         Rename(aside, folder + name);
@@ -139,10 +157,10 @@ void RemoveLeftAside(const String_t& folder, const String_t& name) {
     if (IsLeftAside(folder, name) && File_t(Aside(folder, name)).Delete()) File_t(folder).Sync();
 }
 
-void PromoteFile(const String_t& folder, const String_t& from, const String_t& to) {
+void PromoteFile(const FileSnapshot& file, const String_t& folder, const String_t& from, const String_t& to) {
     const String_t path = folder + from;
-    SetMode(path);
-    LumPalIo::Flush(path);
+    Finish(*std::static_pointer_cast<const Descriptor>(file.pin), path);
+    if (!(IdentityOf(path) == file.identity)) ThrowSystemError("Cannot take over file", path, ESTALE);
     Rename(path, folder + to);
     LumPalIo::Flush(folder);
 }

@@ -171,7 +171,7 @@ void TakePolicySettingsOver(const String_t& folder) {
     if (!file.identity.exists) return FlushFile(folder, PolicyFile);
     ConfigGroup_t group;
     Parse(file, folder + NewPolicyFile, group);
-    PromoteFile(folder, NewPolicyFile, PolicyFile);
+    PromoteFile(file, folder, NewPolicyFile, PolicyFile);
 }
 
 void TidyDatabases() noexcept try {

@@ -12,7 +12,11 @@
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif
+#ifdef __linux__
+#include <sys/prctl.h>
+#endif
 
+#include "Descriptor_posix.h"
 #include "LumPalDaemon.h"
 #include "SystemError.h"
 
@@ -89,6 +93,16 @@ void KeepNoLargeBlocks() {
     // Setting a threshold ends that the allocator moves it up to 32 MiB by itself.
     mallopt(M_MMAP_THRESHOLD, kLargeBlock);
     mallopt(M_TRIM_THRESHOLD, 2 * kLargeBlock);
+#endif
+}
+
+void KeepOutOfCoreImages() noexcept {
+#ifdef __linux__
+    {
+        const LumPal::Descriptor filter(open("/proc/self/coredump_filter", O_WRONLY | O_CLOEXEC));
+        [[maybe_unused]] const ssize_t written = filter.IsOpen() ? write(filter.Get(), "0", 1) : 0;
+    }
+    prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);  // last: the file above is root's then
 #endif
 }
 

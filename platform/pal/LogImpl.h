@@ -26,6 +26,8 @@ public:
     void SetFile(const LumPalStr::String_t& path, std::size_t maxBytes);
 
 private:
+    void Forget();
+
     struct Sinks;
     std::unique_ptr<Sinks> sinks;
 };

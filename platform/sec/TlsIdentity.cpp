@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Crypto.h"
+#include "LumPalIo.h"
 #include "LumSecAuth.h"
 #include "LumSecPki.h"
 #include "Vouching.h"
@@ -80,12 +81,21 @@ int VerifyShown(X509_STORE_CTX* check, void*) {
     return VerifyChain(check);
 }
 
+/// What went since the folder was looked at is trusted no longer: that is no failure.
+bool WasTakenAway(const String_t& path) {
+    if (LumPalIo::File_t(path).Exists()) return false;
+    ERR_clear_error();
+    return true;
+}
+
 void SetTrusted(ssl_ctx_st* context, const NodeIdentity& identity) {
     X509_STORE* store = SSL_CTX_get_cert_store(context);
     LetOnlyAuthoritiesVouch(store);
     for (const String_t& path : identity.trustedPaths) {
         const std::string name = path.ToUtf8();
-        Require(X509_STORE_load_file(store, name.c_str()) == 1, "The trusted certificate", path);
+        const bool loaded = X509_STORE_load_file(store, name.c_str()) == 1;
+        if (!loaded && WasTakenAway(path)) continue;
+        Require(loaded, "The trusted certificate", path);
     }
     SSL_CTX_set_verify(context, SSL_VERIFY_PEER, nullptr);
     SSL_CTX_set_cert_verify_callback(context, VerifyShown, nullptr);

@@ -20,6 +20,8 @@ namespace {
 
 using LumPalStr::String_t;
 
+constexpr int kStartsOver = 2;
+
 /// The library's own set-up, once for the process.
 CURL* NewHandle() {
     static const CURLcode ready = curl_global_init(CURL_GLOBAL_DEFAULT);
@@ -66,11 +68,10 @@ private:
 };
 
 /// No "Expect": the wait for a "100 Continue" that never comes would cost a second.
-void AddHeaders(List& headers, const HttpTarget& target) {
+void AddHeaders(List& headers) {
     headers.Add("Content-Type: text/xml; charset=utf-8");
     headers.Add("SOAPAction: \"\"");
     headers.Add("Expect:");
-    if (!target.authorization.empty()) headers.Add("Authorization: " + target.authorization);
 }
 
 CURLcode SetContext(CURL*, void* context, void* handle) {
@@ -109,21 +110,48 @@ HttpClient::Handle::~Handle() {
 
 HttpAnswer HttpClient::Handle::Post(const HttpTarget& target, const ClientIdentity& identity,
                                     const LumPalArray::CharArray_t& body, const ClientLimits& limits) {
-    curl_easy_reset(curl);  // keeps connections
-    SetUp(target, limits);
-    if (target.tls) SetUpTls(target, identity);
-    SetBody(body);
-    List headers, addresses;
-    AddHeaders(headers, target);
-    Set(curl, CURLOPT_HTTPHEADER, headers.Get());
-    addresses.Add("localhost:" + std::to_string(target.port) + ":127.0.0.1,[::1]");
-    if (target.host == "localhost") Set(curl, CURLOPT_RESOLVE, addresses.Get());
-    const CURLcode code = curl_easy_perform(curl);
-    if (code != CURLE_OK) Fail(code, target, limits);
+    int code = Perform(target, identity, body, limits);
+    // A kept connection was closed meanwhile: the peer of the new one must show first who it is.
+    for (int again = 0; proof.MustStartOver() && again < kStartsOver; ++again) {
+        proof.Forget();
+        code = Perform(target, identity, body, limits);
+    }
+    if (code != CURLE_OK) {
+        proof.Forget();
+        Fail(code, target, limits);
+    }
     long status = 0;
     curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
     answer.status = static_cast<int>(status);
     return std::move(answer);
+}
+
+int HttpClient::Handle::Perform(const HttpTarget& target, const ClientIdentity& identity,
+                                const LumPalArray::CharArray_t& body, const ClientLimits& limits) {
+    // Keeps connections, but no challenge: with one that is still good the next call needs no second round trip.
+    if (!proof.IsUsable()) curl_easy_reset(curl);
+    SetUp(target, limits);
+    if (target.tls) SetUpTls(target, identity);
+    if (!target.secret.empty()) SetUpProof(target);
+    SetBody(body);
+    List headers, addresses;
+    AddHeaders(headers);
+    Set(curl, CURLOPT_HTTPHEADER, headers.Get());
+    addresses.Add("localhost:" + std::to_string(target.port) + ":127.0.0.1,[::1]");
+    if (target.host == "localhost") Set(curl, CURLOPT_RESOLVE, addresses.Get());
+    return curl_easy_perform(curl);
+}
+
+/// The library sends the first request without its body and waits for the challenge.
+void HttpClient::Handle::SetUpProof(const HttpTarget& target) {
+    proof.Begin(target.secret, target.port);
+    Set(curl, CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_DIGEST));
+    Set(curl, CURLOPT_USERNAME, proof.GetUser().c_str());
+    Set(curl, CURLOPT_PASSWORD, target.secret.c_str());
+    Set(curl, CURLOPT_HEADERFUNCTION, &SeeHeader);
+    Set(curl, CURLOPT_HEADERDATA, static_cast<void*>(this));
+    Set(curl, CURLOPT_SOCKOPTFUNCTION, &SeeSocket);
+    Set(curl, CURLOPT_SOCKOPTDATA, static_cast<void*>(this));
 }
 
 void HttpClient::Handle::SetUp(const HttpTarget& target, const ClientLimits& limits) {
@@ -216,6 +244,20 @@ std::size_t HttpClient::Handle::Collect(char* bytes, std::size_t size, std::size
     return length;
 } catch (const std::bad_alloc&) {
     return 0;
+}
+
+std::size_t HttpClient::Handle::SeeHeader(char* bytes, std::size_t size, std::size_t count, void* self) try {
+    auto& handle = *static_cast<Handle*>(self);
+    const std::size_t length = size * count;
+    if (handle.proof.Take({bytes, length})) return length;
+    handle.refusal = "what answers there does not know this node's local secret; nothing was sent";
+    return 0;
+} catch (const std::bad_alloc&) {
+    return 0;
+}
+
+int HttpClient::Handle::SeeSocket(void* self, int, int) {
+    return static_cast<Handle*>(self)->proof.TakeConnection() ? CURL_SOCKOPT_OK : CURL_SOCKOPT_ERROR;
 }
 
 /// The library asks about once in a second while nothing moves.

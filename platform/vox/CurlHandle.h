@@ -6,6 +6,7 @@
 #include <string>
 
 #include "HttpClient.h"
+#include "PeerProof.h"
 
 // The libraries' own names and sizes, so that none of their headers shows here.
 struct x509_store_ctx_st;
@@ -34,11 +35,17 @@ private:
     static int Progress(void* self, std::int64_t toReceive, std::int64_t received, std::int64_t toSend,
                         std::int64_t sent);
     static std::size_t Collect(char* bytes, std::size_t size, std::size_t count, void* self);
+    static std::size_t SeeHeader(char* bytes, std::size_t size, std::size_t count, void* self);
+    static int SeeSocket(void* self, int socket, int purpose);
+    int Perform(const HttpTarget& target, const ClientIdentity& identity, const LumPalArray::CharArray_t& body,
+                const ClientLimits& limits);
+    void SetUpProof(const HttpTarget& target);
 
     const std::string key;  ///< where the kept connection leads, and by whose identity
     void* const curl;       ///< the library's handle
     std::string targetId;   ///< whom the kept connection leads to; lives as long as the connection
-    std::string refusal;    ///< why the peer's certificate was refused
+    std::string refusal;    ///< why the peer was refused
+    PeerProof proof;        ///< whether the peer knows the secret
     HttpAnswer answer;
     std::uint64_t mostBytes = 0;
     bool tooLong = false;

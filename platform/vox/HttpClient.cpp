@@ -27,11 +27,20 @@ std::string Content(const LumPalStr::String_t& path) {
     return std::string(bytes.View());
 }
 
+/// What was taken away since the folder was looked at is trusted no longer.
+std::string ContentIfThere(const LumPalStr::String_t& path) try {
+    return Content(path);
+} catch (const LumPalIo::FileNotFoundException_t&) {
+    return {};
+}
+
 std::string KeyOf(const HttpTarget& target, const ClientIdentity& identity) {
     const char separator = '\n';
     std::string key = (target.tls ? "tls " : "plain ") + target.host + separator + std::to_string(target.port);
     if (target.tls)
         key += separator + target.targetId + separator + identity.own.certificate + separator + identity.trusted;
+    else
+        key += separator + target.secret;
     return key;
 }
 
@@ -51,7 +60,7 @@ ClientLimits ClientLimits::Load(const Configuration_t& configuration) {
 ClientIdentity ClientIdentity::Load(const LumSecCore::OwnPair& known) {
     const LumSecCore::NodeIdentity node = LumSecCore::NodeIdentity::Load();
     ClientIdentity identity;
-    for (const LumPalStr::String_t& path : node.trustedPaths) identity.trusted += Content(path) + '\n';
+    for (const LumPalStr::String_t& path : node.trustedPaths) identity.trusted += ContentIfThere(path) + '\n';
     if (!node.certificateInstalled) return identity;
     identity.own = LumSecCore::OwnPair::Load(node.coreId, known);
     return identity;

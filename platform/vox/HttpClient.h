@@ -39,8 +39,8 @@ struct HttpTarget {
     std::string host;  ///< as the user gave it, without brackets
     unsigned port = 0;
     std::string path;
-    std::string targetId;       ///< over TLS the common name that the peer must bear; empty: any
-    std::string authorization;  ///< value of the header of that name; empty: none
+    std::string targetId;  ///< over TLS the common name that the peer must bear; empty: any
+    std::string secret;    ///< without TLS the node's local secret, which is proven (LocalDigest); empty: none
 };
 
 struct HttpAnswer {
@@ -54,7 +54,8 @@ class HttpClient {
 public:
     HttpClient();
     ~HttpClient();
-    /// Blocks until the answer is there.
+    /// Blocks until the answer is there. With a secret nothing but the request's header is sent to a peer that has not
+    /// shown that it knows the secret too.
     /// @throws LumPalNet::ConnectException_t naming host, port and reason;
     ///         LumVoxSoap::SOAPFormatException for an answer beyond the limit
     HttpAnswer Post(const HttpTarget& target, const LumPalArray::CharArray_t& body, const ClientLimits& limits);

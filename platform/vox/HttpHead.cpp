@@ -13,6 +13,37 @@ bool IsDigits(std::string_view text) {
     return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
+bool IsLetter(char c) {
+    return Lower(c) >= 'a' && Lower(c) <= 'z';
+}
+
+/// Labels with dots between them (RFC 1123), an underscore taken for a letter; an IPv4 address is one too.
+bool IsName(std::string_view text) {
+    if (text.ends_with('.')) text.remove_suffix(1);
+    if (text.empty() || text.size() > 253) return false;
+    while (true) {
+        const std::string_view label = text.substr(0, text.find('.'));
+        const auto fits = [](char c) { return IsLetter(c) || c == '-' || c == '_' || (c >= '0' && c <= '9'); };
+        if (label.empty() || label.size() > 63 || label.front() == '-' || label.back() == '-' ||
+            !std::all_of(label.begin(), label.end(), fits))
+            return false;
+        if (label.size() == text.size()) return true;
+        text.remove_prefix(label.size() + 1);
+    }
+}
+
+bool IsLiteral6(std::string_view text) {
+    return text.find(':') != std::string_view::npos && text.size() <= 45 &&
+           text.find_first_not_of("0123456789abcdefABCDEF:.") == std::string_view::npos;
+}
+
+/// A colon and a number, which may be missing.
+bool IsPort(std::string_view text) {
+    const std::string_view digits = text.substr(1);
+    if (text.front() != ':' || digits.size() > 5) return false;
+    return digits.empty() || (IsDigits(digits) && (digits.size() < 5 || digits <= "65535"));
+}
+
 HttpRefusal CheckLength(const HttpHead& head) {
     const std::size_t lengths = head.Count("Content-Length"), codings = head.Count("Transfer-Encoding");
     if (lengths > 0 && codings > 0) return {400, "Content-Length and Transfer-Encoding exclude each other."};
@@ -45,20 +76,26 @@ std::string_view HttpHead::Only(std::string_view name) const {
 }
 
 HttpRefusal CheckHead(const HttpHead& head) {
-    if (head.version != 10 && head.version != 11) return {505, "Only HTTP/1.1 and HTTP/1.0 are served."};
+    if (head.version != 10 && head.version != 11) return {505, kVersions};
     if (head.version == 11 && head.Count("Host") != 1) return {400, "There must be exactly one Host."};
     if (head.Count("Host") > 1) return {400, "There is more than one Host."};
+    if (head.Count("Host") == 1 && !IsHost(head.Only("Host"))) return {400, "The field Host names no host."};
     if (head.Count("Expect") > 0 && !SameWord(head.Only("Expect"), "100-continue"))
         return {417, "The only expectation met is 100-continue."};
     return CheckLength(head);
 }
 
+std::string_view HostName(std::string_view host) {
+    if (host.starts_with('[')) return host.substr(1, std::min(host.find(']'), host.size()) - 1);
+    return host.substr(0, host.find(':'));
+}
+
 bool IsHost(std::string_view text) {
-    const auto fits = [](char c) {
-        return (Lower(c) >= 'a' && Lower(c) <= 'z') ||
-               std::string_view("0123456789-._:[]").find(c) != std::string_view::npos;
-    };
-    return !text.empty() && std::all_of(text.begin(), text.end(), fits);
+    const bool literal6 = text.starts_with('[');
+    const std::size_t end = literal6 ? text.find(']') : text.find(':');
+    if (literal6 && end == std::string_view::npos) return false;
+    const std::string_view rest = end == std::string_view::npos ? "" : text.substr(end + literal6);
+    return (literal6 ? IsLiteral6(HostName(text)) : IsName(HostName(text))) && (rest.empty() || IsPort(rest));
 }
 
 bool ExpectsContinue(const HttpHead& head) {

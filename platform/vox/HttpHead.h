@@ -30,6 +30,8 @@ struct HttpRefusal {
     const char* reason = "";
 };
 
+inline constexpr const char* kVersions = "Only HTTP/1.1 and HTTP/1.0 are served.";
+
 /// Refuses what two programs may frame differently (both lengths, two lengths, other transfer codings) and what
 /// RFC 9110 and 9112 let a server refuse. Any thread.
 HttpRefusal CheckHead(const HttpHead& head);
@@ -37,6 +39,8 @@ HttpRefusal CheckHead(const HttpHead& head);
 bool ExpectsContinue(const HttpHead& head);
 /// The target without "http://host" and with an empty path as "/"; query gets what follows the first "?".
 std::string_view SplitTarget(std::string_view target, std::string_view& query);
+/// The name or address in a Host field's value, without brackets and port.
+std::string_view HostName(std::string_view host);
 /// Whether a Host field's value is a name or an address, with a port or without.
 bool IsHost(std::string_view text);
 /// Compares ASCII text without regard to case.

@@ -86,6 +86,8 @@ HttpLimits Read(Checked& configuration) {
     Time(configuration, "WRITE_TIMEOUT", limits.writeTime);
     Time(configuration, "CLOSE_TIMEOUT", limits.closeTime);
     Bytes(configuration, "MIN_RATE", 1, 1u << 30, limits.bytesPerSecond);
+    if (configuration.values.HasAttr("LOCAL_SECRET_HEADER"))
+        limits.secretHeader = configuration.values.GetBool("LOCAL_SECRET_HEADER");
     return limits;
 }
 

@@ -29,6 +29,7 @@ struct HttpLimits {
     std::chrono::milliseconds closeTime{2000};       ///< CLOSE_TIMEOUT for answers that are being sent, likewise
     /// MIN_RATE, 1 to 1 GiB: for each second beyond the limit a peer must have moved so many bytes.
     std::uint64_t bytesPerSecond = 4096;
+    bool secretHeader = true;  ///< LOCAL_SECRET_HEADER: the local secret may come as it stands
 
     /// A value that is no number or out of its bounds is named in the application log, and the default is taken.
     /// A BIND_ADDRESS that is no address is, and 127.0.0.1 is taken: a slip of the pen opens no port to the world.

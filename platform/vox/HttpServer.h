@@ -33,6 +33,7 @@ struct HttpRequest {
     std::string contentType;    ///< as sent
     std::string authorization;  ///< as sent
     std::string host;           ///< as sent; without one the address and port that the connection came to
+    bool hasBody = true;        ///< false when it is known to be empty
     HttpPeer peer;
     /// Who the handler takes the sender for; set by HttpHandler::Screen.
     std::string sender;
@@ -44,6 +45,7 @@ struct HttpResponse {
     std::string contentType;
     std::string allow;  ///< for 405
     std::shared_ptr<Blocks> body;
+    std::string authenticate{};  ///< for 401
 };
 
 /// Sends the answer to a request; any thread, once. When the last copy goes without a call, 503 is sent.
@@ -58,6 +60,8 @@ public:
     virtual std::optional<HttpResponse> Screen(HttpRequest& head) = 0;
     /// Takes the whole request.
     virtual void Serve(HttpRequest request, HttpReply reply) = 0;
+    /// Hears of a caller on an open connection whose certificate is trusted no longer, and who is answered with 403.
+    virtual void Distrusted(const HttpRequest&) {}
     /// The body of an answer that the server gives by itself.
     virtual std::string ErrorBody(unsigned status, std::string_view reason, std::string& contentType) = 0;
 };

@@ -1,11 +1,10 @@
 #include "LocalSecret.h"
 
 #include <openssl/crypto.h>
-#include <openssl/rand.h>
 
 #include <algorithm>
-#include <array>
 
+#include "DigestText.h"
 #include "LumPalDurable.h"
 #include "LumPalRuntime.h"
 
@@ -15,19 +14,6 @@ namespace {
 constexpr char kAsidePrefix[] = "local.secret.";
 constexpr std::size_t kBytes = 32;
 constexpr std::size_t kDigits = 2 * kBytes;
-
-std::string NewDigits() {
-    std::array<unsigned char, kBytes> random;
-    if (RAND_bytes(random.data(), static_cast<int>(random.size())) != 1)
-        throw LumPalIo::IOException_t(LumPalMsg::CreateError_t("The system gives no random numbers."));
-    std::string digits;
-    for (unsigned char byte : random) {
-        digits += "0123456789abcdef"[byte >> 4];
-        digits += "0123456789abcdef"[byte & 15];
-    }
-    OPENSSL_cleanse(random.data(), random.size());
-    return digits;
-}
 
 bool IsDigits(std::string_view text) {
     return text.size() == kDigits && text.find_first_not_of("0123456789abcdef") == std::string_view::npos;
@@ -56,22 +42,27 @@ LumPalIo::File_t LocalSecretFile() {
     return LumPalIo::File_t(LumPalRuntime::Dir_t::Path(LumPalRuntime::Etc) + "local.secret");
 }
 
-std::string LocalAuthorization() try {
+std::string LocalSecretDigits() try {
     const LumPalIo::File_t file = LocalSecretFile();
     if (file.IsSymbolicLink()) return {};
     LumPalIo::FileInputStream_t in(file);
     LumPalArray::CharArray_t bytes(kDigits + 1);
     const std::int64_t count = in.Read(bytes);
     const std::string_view digits = bytes.View().substr(0, static_cast<std::size_t>(std::max<std::int64_t>(count, 0)));
-    return IsDigits(digits) ? HeaderValue(digits) : std::string();
+    return IsDigits(digits) ? std::string(digits) : std::string();
 } catch (const LumPalMsg::Exception_t&) {
     return {};
+}
+
+std::string LocalAuthorization() {
+    const std::string digits = LocalSecretDigits();
+    return digits.empty() ? std::string() : HeaderValue(digits);
 }
 
 void LocalSecret::Create() {
     const LumPalIo::File_t file = LocalSecretFile();
     if (!file.GetParentFile().Mkdirs()) Fail(file, {});
-    const std::string digits = NewDigits();
+    const std::string digits = RandomDigits(kBytes);
     Replace(file, digits);
     expected = HeaderValue(digits);
 }
@@ -80,9 +71,12 @@ void LocalSecret::RemoveLeftAside() noexcept {
     LumPalIo::RemoveLeftAside(LocalSecretFile().GetParentFile(), kAsidePrefix);
 }
 
+std::string_view LocalSecret::GetDigits() const noexcept {
+    return std::string_view(expected).substr(expected.size() - std::min(expected.size(), kDigits));
+}
+
 bool LocalSecret::Matches(std::string_view authorization) const {
-    return !expected.empty() && authorization.size() == expected.size() &&
-           CRYPTO_memcmp(authorization.data(), expected.data(), expected.size()) == 0;
+    return !expected.empty() && AreEqualSecrets(authorization, expected);
 }
 
 void LocalSecret::Remove() {

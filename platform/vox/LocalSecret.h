@@ -2,11 +2,11 @@
 /// How a caller on the plain loopback road proves that it may act for the node's own user.
 ///
 /// The server writes 32 random bytes as 64 hexadecimal digits to `local.secret` in folder kind 7, readable by
-/// its own user alone. A caller that can read the file sends it in the header
-/// `Authorization: LumLocal <64 digits>` and is the node's own administrator.
+/// its own user alone. A caller that can read the file proves it (LocalDigest) and is the node's own administrator.
+/// One that cannot compute the proof may send the header `Authorization: LumLocal <64 digits>` instead, unless
+/// LOCAL_SECRET_HEADER says no; then whoever holds the port that is called learns the secret.
 ///
-/// A client sends it only over plain HTTP to the literal address kLoopbackAddress, never to a name:
-/// a name may lead to a port that another user of the host has opened.
+/// A client proves it only over plain HTTP to the literal address kLoopbackAddress, never to a name.
 #pragma once
 
 #include <string>
@@ -24,7 +24,11 @@ inline constexpr const char* kLoopbackAddress = "127.0.0.1";
 /// `local.secret` in folder kind 7.
 LumPalIo::File_t LocalSecretFile();
 
-/// The client's side: the value of the Authorization header ("LumLocal " and the digits).
+/// The client's side: the secret's digits. Empty when the file is not there, cannot be read by this user or holds no
+/// secret. Never throws.
+std::string LocalSecretDigits();
+
+/// The value of the plain Authorization header ("LumLocal " and the digits).
 /// Empty when the file is not there, cannot be read by this user or holds no secret. Never throws.
 std::string LocalAuthorization();
 
@@ -37,6 +41,8 @@ public:
     void Create();
     /// What a server without a secret does instead: deletes what killed ones left beside the file. Never throws.
     static void RemoveLeftAside() noexcept;
+    /// The secret; empty before Create and after Remove.
+    std::string_view GetDigits() const noexcept;
     /// Whether the value of an Authorization header is that of the secret; false before Create and after Remove.
     /// Takes the same time wherever the difference stands.
     bool Matches(std::string_view authorization) const;

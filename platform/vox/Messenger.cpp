@@ -34,9 +34,15 @@ void Messenger::Impl::Register(MsgHandler* handler) {
     if (options.sendOnly) throw IllegalStateError_t(CreateError_t("A messenger that only sends takes no handler."));
     if (server) return server->AddRoute(handler);
     auto opened = std::make_shared<MessengerServer>(HttpLimits::Load(configuration), options.basePath);
+    opened->TellOfRefusals(refusals);
     opened->AddRoute(handler);
     opened->Open();
     server = std::move(opened);
+}
+
+void Messenger::Impl::TellOfRefusals(RefusalListener listener) {
+    const std::lock_guard lock(mutex);
+    refusals = std::move(listener);
 }
 
 std::shared_ptr<MessengerServer> Messenger::Impl::GetServer() {
@@ -86,6 +92,10 @@ void Messenger::Register(MsgHandler* handler, bool, int) {
     if (!handler)
         throw LumPalMsg::IllegalArgumentError_t(CreateError_t("There is no handler to register with the messenger."));
     GetImpl()->Register(handler);
+}
+
+void Messenger::TellOfRefusals(RefusalListener listener) {
+    if (GetImpl()) GetImpl()->TellOfRefusals(std::move(listener));
 }
 
 void Messenger::StopReceiving() {

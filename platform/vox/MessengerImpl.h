@@ -26,6 +26,7 @@ public:
 
     /// These as Messenger's.
     void Register(MsgHandler* handler);
+    void TellOfRefusals(RefusalListener listener);
     void StopReceiving();
     void Close();
     unsigned GetPort();
@@ -38,6 +39,7 @@ private:
     const Options options;
     std::mutex mutex;  ///< guards all below
     std::shared_ptr<void> clientState;
+    RefusalListener refusals;
     std::shared_ptr<MessengerServer> server;
     bool closed = false;  ///< to handlers and requests
 };

@@ -110,7 +110,7 @@ void MessengerServer::Route::Stop() {
 }
 
 MessengerServer::MessengerServer(const HttpLimits& limits, const String_t& basePath)
-    : limits(limits), basePath(basePath), http(limits, *this) {}
+    : limits(limits), basePath(basePath), callers(limits.secretHeader), http(limits, *this) {}
 
 void MessengerServer::AddRoute(MsgHandler* handler) {
     const std::string path = JoinPaths(basePath, Access::BasePath(*handler));
@@ -122,6 +122,7 @@ void MessengerServer::AddRoute(MsgHandler* handler) {
 
 void MessengerServer::Open() {
     const NodeIdentity identity = NodeIdentity::Load();
+    coreId = identity.coreId.ToUtf8();
     if (identity.certificateInstalled)
         OpenTls(identity);
     else
@@ -142,8 +143,8 @@ void MessengerServer::OpenPlain() {
                            "No certificate is installed: the server listens on '%1' alone, not on BIND_ADDRESS '%2'.")
                        << kLoopbackAddress << limits.bindAddress);
     http.Bind(kLoopbackAddress, limits.port);
+    callers.Open(http.GetPort());
     const std::lock_guard lock(mutex);
-    secret.Create();
     plain = true;
 }
 
@@ -159,7 +160,7 @@ void MessengerServer::ReloadIdentity() {
     http.SetIdentity(identity);
     if (!plain) return;
     plain = false;
-    secret.Remove();
+    callers.Close();
     LumPalLog::Log(LumPalMsg::CreateWarn_t(
         String_t("A certificate was installed; the server listens on loopback alone until it is restarted.")));
 }
@@ -189,8 +190,7 @@ void MessengerServer::Close() {
     }
     for (const auto& [path, route] : ending) route->Stop();
     http.Finish();
-    const std::lock_guard lock(mutex);
-    secret.Remove();
+    callers.Close();
 }
 
 std::shared_ptr<MessengerServer::Route> MessengerServer::FindRoute(const std::string& path) {
@@ -199,27 +199,48 @@ std::shared_ptr<MessengerServer::Route> MessengerServer::FindRoute(const std::st
     return found == routes.end() ? nullptr : found->second;
 }
 
-std::string MessengerServer::SenderOf(const HttpRequest& head) {
-    if (head.peer.tls) return head.peer.commonName;
-    const std::lock_guard lock(mutex);
-    return secret.Matches(head.authorization) ? LumSecAuth::LocalAdministrator() : "";
+HttpResponse MessengerServer::Challenge(LocalCallers::Found::Answer kind) {
+    HttpResponse answer = Error(401, "The caller must prove the node's local secret.");
+    answer.authenticate = callers.Challenge(kind);
+    return answer;
 }
 
-std::optional<HttpResponse> MessengerServer::Screen(HttpRequest& head) {
-    head.sender = SenderOf(head);
+/// What is wrong with a request, whoever sends it.
+std::optional<HttpResponse> MessengerServer::Misdirected(const HttpRequest& head) {
+    if (!head.peer.tls && !IsLocalHost(head.host, coreId))
+        return Error(421, "The field Host names neither this node nor the loopback.");
     if (!FindRoute(head.path)) return Error(404, "Nothing is served at this path.");
-    if (AsksForDescription(head)) {
-        if (!IsHost(head.host)) return Error(400, "The field Host names no host.");
-        return std::nullopt;
-    }
+    if (AsksForDescription(head)) return std::nullopt;
     if (head.method != "POST") {
         HttpResponse refusal = Error(405, "Calls are made with POST.");
         refusal.allow = "POST";
-        if (head.method == "HEAD") refusal.body = nullptr;
         return refusal;
     }
     if (!IsXml(head.contentType)) return Error(415, "A call's Content-Type is text/xml.");
     return std::nullopt;
+}
+
+std::optional<HttpResponse> MessengerServer::Screen(HttpRequest& head) {
+    const LocalCallers::Found found =
+        head.peer.tls ? LocalCallers::Found{head.peer.commonName} : callers.Identify(head);
+    head.sender = found.sender;
+    if (std::optional<HttpResponse> refusal = Misdirected(head)) return refusal;
+    if (found.answer == LocalCallers::Found::Answer::Serve || AsksForDescription(head)) return std::nullopt;
+    return Challenge(found.answer);
+}
+
+void MessengerServer::TellOfRefusals(RefusalListener listener) {
+    const std::lock_guard lock(mutex);
+    refusals = std::move(listener);
+}
+
+void MessengerServer::Distrusted(const HttpRequest& head) {
+    RefusalListener listener;
+    {
+        const std::lock_guard lock(mutex);
+        listener = refusals;
+    }
+    if (listener) listener(String_t::FromUtf8(head.peer.commonName), String_t::FromUtf8(head.path));
 }
 
 void MessengerServer::Serve(HttpRequest request, HttpReply reply) {

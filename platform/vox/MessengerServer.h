@@ -8,7 +8,7 @@
 #include <string>
 
 #include "HttpServer.h"
-#include "LocalSecret.h"
+#include "LocalCallers.h"
 #include "LumVoxMsg.h"
 #include "WorkerPool.h"
 
@@ -31,6 +31,8 @@ public:
     unsigned GetPort() const noexcept { return http.GetPort(); }
     /// As Messenger::ReloadIdentity.
     void ReloadIdentity();
+    /// As Messenger::TellOfRefusals.
+    void TellOfRefusals(RefusalListener listener);
     /// As Messenger::StopReceiving.
     void StopReceiving();
     /// As Messenger::Close. Not from a handler.
@@ -52,20 +54,24 @@ private:
 
     std::optional<HttpResponse> Screen(HttpRequest& head) override;
     void Serve(HttpRequest request, HttpReply reply) override;
+    void Distrusted(const HttpRequest& head) override;
     std::string ErrorBody(unsigned status, std::string_view reason, std::string& contentType) override;
 
     void Describe(Route& route, const HttpRequest& request, const HttpReply& reply);
     HttpResponse Error(unsigned status, const char* reason);
     std::shared_ptr<Route> FindRoute(const std::string& path);
-    std::string SenderOf(const HttpRequest& head);
+    std::optional<HttpResponse> Misdirected(const HttpRequest& head);
+    HttpResponse Challenge(LocalCallers::Found::Answer kind);
     void OpenPlain();
     void OpenTls(const LumSecCore::NodeIdentity& identity);
 
     const HttpLimits limits;
     const LumPalStr::String_t basePath;
-    std::mutex mutex;  ///< guards routes, secret, plain, refusing, closed
+    std::string coreId;  ///< constant once it is open
+    LocalCallers callers;
+    std::mutex mutex;  ///< guards routes, refusals, plain, refusing, closed
     std::map<std::string, std::shared_ptr<Route>> routes;
-    LocalSecret secret;
+    RefusalListener refusals;
     bool plain = false;
     bool refusing = false, closed = false;
     HttpServer http;  ///< last: its threads use what stands above

@@ -60,10 +60,10 @@ void CheckOwnId(const HttpTarget& target, const String_t& targetId) {
         << String_t::FromUtf8(target.host) << target.port << targetId << own);
 }
 
-/// The secret goes to the literal address alone: a name may lead to another user's port.
+/// The secret is proven to the literal address alone: a name may lead to another user's port.
 void TakeLocalRoad(HttpTarget& target) {
     if (target.host == "localhost") target.host = LumVoxMsg::kLoopbackAddress;
-    if (target.host == LumVoxMsg::kLoopbackAddress) target.authorization = LumVoxMsg::LocalAuthorization();
+    if (target.host == LumVoxMsg::kLoopbackAddress) target.secret = LumVoxMsg::LocalSecretDigits();
 }
 
 void RequireUtf8(const char* encoding) {
@@ -153,7 +153,7 @@ String_t LocalSecretPath() {
 }
 
 bool HasLocalSecret() {
-    return !LumVoxMsg::LocalAuthorization().empty();
+    return !LumVoxMsg::LocalSecretDigits().empty();
 }
 
 }  // namespace LumVoxRpc

@@ -94,9 +94,14 @@ void Session::TakeHead(const HttpHead& head) {
     request.contentType = head.Only("Content-Type");
     request.authorization = head.Only("Authorization");
     request.host = head.Count("Host") == 0 ? OwnAddress() : std::string(head.Only("Host"));
-    keepAlive = head.version == 11 && parser->keep_alive();
-    if (!IsPeerStillLetIn()) return Refuse(403, "The client's certificate is refused.");
+    request.hasBody = !parser->is_done();
     request.peer = peer;
+    keepAlive = head.version == 11 && parser->keep_alive();
+    if (!IsPeerStillLetIn()) {
+        core.handler.Distrusted(request);
+        return Refuse(403, "The client's certificate is refused.");
+    }
+    request.peer = peer;  // who he is may have changed
     std::optional<HttpResponse> refusal = core.handler.Screen(request);
     if (!request.sender.empty()) Prove();
     if (refusal) return Respond(std::move(*refusal), keepAlive && parser->is_done());

@@ -18,7 +18,7 @@ ALLOWED = {
 }
 STANDARD = re.compile(r"^[a-z_0-9]+$")  # <vector>, <memory>: no slash, no .h
 THIRD_PARTY = re.compile(
-    r"^(expat|boost/|curl/|openssl/|unicode/|spdlog/|fmt/|CLI/|nlohmann/|gtest/|gmock/|benchmark/)")
+    r"^(expat|boost/|curl/|openssl/|unicode/|CLI/|nlohmann/|gtest/|gmock/|benchmark/)")
 TOOL_LIBRARIES = re.compile(r"^(CLI/|nlohmann/)")
 # What the HTTP server's own files share of its library; nothing outside the folder sees these headers.
 NETWORK = ROOT / "platform/vox"

@@ -18,7 +18,7 @@ WANTED = {
         "Environment": "LUM_ROOT=/var/opt/lum", "Restart": "on-failure", "RestartPreventExitStatus": "2 3",
         "ProtectSystem": "strict", "ReadWritePaths": "/var/opt/lum", "ProtectHome": "yes", "PrivateTmp": "yes",
         "PrivateDevices": "yes", "NoNewPrivileges": "yes", "CapabilityBoundingSet": "",
-        "RestrictNamespaces": "yes", "SystemCallArchitectures": "native",
+        "RestrictNamespaces": "yes", "LimitCORE": "0", "SystemCallArchitectures": "native",
     },
     "Install": {"WantedBy": "multi-user.target"},
 }

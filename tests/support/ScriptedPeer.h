@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -19,8 +20,10 @@
 /// one again and again); an empty answer closes the connection, and so does one that begins with "!", after the rest.
 class ScriptedPeer {
 public:
-    explicit ScriptedPeer(std::vector<std::string> answers)
-        : answers(std::move(answers)), listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    explicit ScriptedPeer(const std::vector<std::string>& answers) : ScriptedPeer([&](unsigned) { return answers; }) {}
+    /// @param script  makes the answers when the port is known
+    explicit ScriptedPeer(const std::function<std::vector<std::string>(unsigned port)>& script)
+        : listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -29,6 +32,7 @@ public:
         listen(listener, 64);
         getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
         port = ntohs(address.sin_port);
+        answers = script(port);
         thread = std::thread([this] { Run(); });
     }
     ~ScriptedPeer() {
@@ -95,7 +99,7 @@ private:
         return text;
     }
 
-    const std::vector<std::string> answers;
+    std::vector<std::string> answers;  ///< constant once it listens
     const int listener;
     unsigned port = 0;
     std::atomic<int> connections{0};

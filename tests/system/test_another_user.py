@@ -13,7 +13,7 @@ import tempfile
 import unittest
 
 import wire
-from node import BUILD, DONE, EXAMPLES, NOT_FOUND, PATIENCE_S, REFUSED, TOOLS, Node, Result, wait_until
+from node import BUILD, DONE, EXAMPLES, NOT_FOUND, PATIENCE_S, REFUSED, TOOLS, UNREACHABLE, Node, Result, wait_until
 
 STRANGER = 54321
 EXAMPLE = sorted(EXAMPLES.glob("*_header.xml"))[0]
@@ -122,7 +122,9 @@ class AnotherUser(TestOfUsers):
             config.mkdir(parents=True)
             (config / "local_settings.ini").write_text(f"[vox.http.ext.conf]\nTARGET_PORT={self.node.port}\n")
             (pathlib.Path(own) / "etc/local.secret").write_text("0" * 64)
-            self.assertEqual(self.as_stranger("lumpolicy", "list", root=own).code, REFUSED)
+            wrong = self.as_stranger("lumpolicy", "list", root=own)
+            self.assertEqual(wrong.code, UNREACHABLE, wrong)
+            self.assertIn("does not know this node's local secret", wrong.err)
             (pathlib.Path(own) / "etc/local.secret").unlink()
             # The node's own user neither, when the root of the caller is another one.
             result = self.node.tool("lumpolicy", "list", environment=self.node.environment(LUM_ROOT=own))

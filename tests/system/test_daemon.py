@@ -85,6 +85,25 @@ class DaemonTest(unittest.TestCase):
 
 
 class CommandLine(DaemonTest):
+    def test_a_pipe_or_a_link_in_the_place_of_its_log_holds_it_up_in_nothing(self):
+        node = self.node(start=False)
+        log = node.root / "log/lumconfd.log"
+        log.parent.mkdir(parents=True, exist_ok=True)
+        foreign = node.root / "foreign"
+        foreign.write_text("kept", encoding="utf-8")
+        for put in (lambda: os.mkfifo(log), lambda: log.symlink_to(foreign)):
+            put()
+            node.start()
+            self.assertIn("The application log's file could not be opened.", node.log)
+            self.assertEqual(node.stop(), STOPPED)
+            log.unlink()
+        self.assertEqual(foreign.read_text(encoding="utf-8"), "kept")
+
+    def test_its_memory_is_left_out_of_core_images(self):
+        node = self.node()
+        filtered = pathlib.Path(f"/proc/{node.daemon.pid}/coredump_filter").read_text(encoding="ascii")
+        self.assertEqual(int(filtered, 16), 0)
+
     def test_version_and_help_go_to_standard_output_and_touch_nothing(self):
         node = self.node(start=False)
         before = tree(node.folder)

@@ -190,7 +190,7 @@ class OverPlainHttp(unittest.TestCase):
         said = []
         names = {"requests": requests, "zeep": zeep, "root": self.node.root, "print": said.append}
         self.policies.install(policy_array("p", type_name="monitor"))
-        exec(program.replace(":7443", f":{self.node.port}"), names)
+        exec(program.replace("7443", str(self.node.port)), names)
         self.assertEqual(said, ["List operation successful."])
         self.assertEqual(names["answer"].PolicyContainer.policyheader[0].policy_container_id, "p")
 

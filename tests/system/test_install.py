@@ -144,7 +144,7 @@ class InstalledTree(unittest.TestCase):
             log = home / command.split()[0]
             steps = steps.replace(f"{command}\n", f"{command[:-1]} 2>{log} &\n"
                                   f"until grep -qs '{sign}' {log}; do sleep 0.05; done\n")
-        steps = steps.replace("~/lumconf/bin", f"{self.prefix}/bin").replace("127.0.0.1:7443", f"127.0.0.1:{port}")
+        steps = steps.replace("~/lumconf/bin", f"{self.prefix}/bin").replace("7443", str(port))
         steps = steps.replace("[conf.server]", f"[vox.http.ext.conf]\nSERVER_PORT={port}\nTARGET_PORT={port}\n"
                                                "[conf.server]")
         steps = "set -e\ntrap 'kill $(jobs -p); wait' EXIT\n" + steps

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "LumPalConsole.h"
+#include "LumPalDaemon.h"
 #include "LumPalRuntime.h"
 #include "common/ExitCode.h"
 #include "common/Outcome.h"
@@ -70,6 +71,7 @@ int Ended(const Program& program, int code) {
 int RunProgram(const Program& program, int argc, char** argv) {
     // What a tool opens, a file of keys perhaps, must not take the number of a stream that is closed.
     LumPalConsole::OccupyStandardStreams();
+    LumPalRuntime::KeepOutOfCoreImages();
     if (!AreArgumentsUtf8(program.name, argc, argv)) return kWrongUsage;
     LumPalRuntime::App_t::Init(argc, argv);
     CLI::App app(program.description, program.name);

@@ -49,6 +49,7 @@ const Key kKeys[] = {
     {"conf.cluster", "POLLING_INTERVAL", Type::Count},
     {"conf.cluster", "MAX_RETRIES_FOR_CLUSTERUP", Type::Count},
     {"sec.cm.certificates", "CERT_INSTALLED", Type::Boolean},
+    {"vox.http.ext.conf", "LOCAL_SECRET_HEADER", Type::Boolean},
     {"vox.http.ext.conf", "TARGET_PORT", Type::Port},
     {"vox.http.ext.conf", "CONNECT_TIMEOUT", Type::Count},
     {"vox.http.ext.conf", "REQUEST_TIMEOUT", Type::Count},

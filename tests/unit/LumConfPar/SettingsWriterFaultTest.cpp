@@ -187,11 +187,26 @@ TEST_F(SettingsWriterFault, AReadThatFailsCountsAsDifferentWhicheverFileItIs) {
     EXPECT_EQ(tried, 2);
 }
 
+TEST_F(SettingsWriterFault, ALinkInTheNewFilesPlaceIsNotWrittenThrough) {
+    const std::string foreign = files.Root() + "/foreign";
+    WriteText(foreign, "kept");
+    const unsigned mode = ModeOf(foreign);
+    std::filesystem::create_directories(files.Folder());
+    std::filesystem::create_symlink(foreign, files.NewPolicy());
+    SettingsWriter writer = Writer();
+    EXPECT_EQ(Write(writer), 0u);
+    EXPECT_EQ(ReadText(foreign), "kept");
+    EXPECT_EQ(ModeOf(foreign), mode);
+    EXPECT_EQ(ReadText(files.Policy()), kNew);
+    EXPECT_FALSE(std::filesystem::is_symlink(files.Policy()));
+}
+
 TEST_F(SettingsWriterFault, AFlushThatFailsIsToldAlsoOfSettingsThatAreInForceAlready) {
     for (const char* const before : {kOld, kNew}) {
         int flushes = 0;
         ForEachFault([&](int nth) {
             WriteText(files.Policy(), before);
+            std::filesystem::remove(files.NewPolicy());  // so that each round counts the same operations
             Faults faults(nth);
             SettingsWriter writer = Writer();
             const unsigned raised = Write(writer);

@@ -339,6 +339,31 @@ TEST_F(Log, OfTheApplicationSaysWhenItsFileCannotBeOpened) {
     EXPECT_NE(captured.Text().find("still heard"), std::string::npos);
 }
 
+TEST_F(Log, OfTheApplicationIsNotWrittenThroughALinkNorIntoAPipeAndWaitsForNobody) {
+    std::ofstream(PathOf("file")) << "x";
+    std::filesystem::create_symlink(PathOf("file"), PathOf("link"));
+    ASSERT_EQ(mkfifo(PathOf("fifo").c_str(), 0600), 0);
+    for (const char* const name : {"link", "fifo"}) {
+        const CapturedError captured(root.Native());
+        SetApplicationLogFile(root.Path(name));
+        EXPECT_NE(captured.Text().find("ERROR The application log's file could not be opened."), std::string::npos);
+        LumPalLog::Log(CreateError_t("still heard"));
+        EXPECT_NE(captured.Text().find("still heard"), std::string::npos) << name;
+        SetApplicationLogFile(String_t::Null());
+    }
+    EXPECT_EQ(ReadAll(PathOf("file")), "x");
+}
+
+TEST_F(Log, OfTheApplicationFindsItsWayToAFileThatCouldNotBeOpenedForAWhile) {
+    const CapturedError captured(root.Native());
+    LumPalIo::SetFaultHookForTest([](const char* operation, const char*) { return std::string(operation) == "open"; });
+    SetApplicationLogFile(root.Path("app.log"));
+    LumPalIo::SetFaultHookForTest(nullptr);
+    LumPalLog::Log(CreateError_t("later"));
+    SetApplicationLogFile(String_t::Null());
+    EXPECT_EQ(Lines(ReadAll(PathOf("app.log"))).size(), 1u);
+}
+
 TEST_F(Log, OfTheApplicationRotatesItsFile) {
     const CapturedError captured(root.Native());
     ApplicationLog log;

@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "Files.h"
+#include "LumPalIo.h"
 #include "LumSecCore.h"
 #include "TempRoot.h"
 #include "TestPki.h"
@@ -84,6 +85,19 @@ TEST_F(NodeIdentityTest, AnInstalledCertificateIsFoundByTheCoreId) {
     ASSERT_EQ(identity.trustedPaths.size(), 2u);
     EXPECT_EQ(identity.trustedPaths[0], root.Path("etc/keystore/trusted/a.pem"));
     EXPECT_EQ(identity.trustedPaths[1], root.Path("etc/keystore/trusted/b.pem"));
+}
+
+TEST_F(NodeIdentityTest, TrustThatIsTakenAwayWhileItIsReadIsNoFailure) {
+    const TestAuthority other("other");
+    InstallTrust("authority", authority.Certificate());
+    InstallTrust("other", other.Certificate());
+    InstallIdentity("node-1", authority.Issue("node-1", "DNS:localhost"));
+    const NodeIdentity identity = NodeIdentity::Load();
+    ASSERT_EQ(identity.trustedPaths.size(), 2u);
+    LumPalIo::File_t(identity.trustedPaths[1]).Delete();
+    EXPECT_NO_THROW(identity.RequireUsable());
+    WriteKeyStore("trusted/other.pem", "broken");
+    EXPECT_THROW(identity.RequireUsable(), KeyStoreException);
 }
 
 TEST_F(NodeIdentityTest, AMissingFileIsNamed) {

@@ -78,9 +78,12 @@ TEST(HttpHead, ATargetHasPathAndQuery) {
 }
 
 TEST(HttpHead, AHostIsANameOrAnAddressWithAPortOrWithout) {
-    for (const char* host : {"a", "A.example:1", "1.2.3.4", "[::1]:7443", "a_b-c"})
+    for (const char* host :
+         {"a", "A.example:1", "1.2.3.4", "[::1]:7443", "a_b-c", "a.", "a:", "a:65535", "[::ffff:1.2.3.4]"})
         EXPECT_TRUE(LumVoxMsg::IsHost(host)) << host;
     for (const char* host :
-         {"", " ", "a b", "a/", "a\\b", "a?b", "a#b", "u@a", "a\"", "<a>", "a&b", "a%20b", "\xC3\xA4"})
+         {"",      " ",        "a b",  "a/", "a\\b", "a?b",    "a#b",     "u@a", "a\"",     "<a>", "a&b",
+          "a%20b", "\xC3\xA4", ".",    "..", "a..b", ".a",     "-a",      "a-",  "a:65536", "a:x", "a:-1",
+          "a:1:2", "::1",      "[::1", "[]", "[a]",  "[::1]x", "[::1]:x", ":",   ":80"})
         EXPECT_FALSE(LumVoxMsg::IsHost(host)) << host;
 }

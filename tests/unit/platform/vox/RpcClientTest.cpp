@@ -84,24 +84,6 @@ TEST_F(RpcClientTest, ARequestIsOnePostOfTheEnvelope) {
     EXPECT_TRUE(Has(request, "<m:ask xmlns:m=\"urn:lum:conf\"><argument>x</argument></m:ask>"));
 }
 
-TEST_F(RpcClientTest, TheSecretGoesToTheLoopbackAddressAlone) {
-    LumVoxMsg::LocalSecret secret;
-    secret.Create();
-    ScriptedPeer peer({kGood});
-    Call(peer, "localhost");
-    Call(peer, "127.0.0.1");
-    EXPECT_TRUE(Has(peer.Request(0), "\r\nAuthorization: " + LumVoxMsg::LocalAuthorization() + "\r\n"));
-    EXPECT_TRUE(Has(peer.Request(1), "\r\nAuthorization: " + LumVoxMsg::LocalAuthorization() + "\r\n"));
-    for (const char* name : {"127.1", "LOCALHOST"}) {
-        try {
-            Call(peer, name);
-        } catch (const ConnectException_t&) {
-            continue;  // the name leads elsewhere, or nowhere
-        }
-        EXPECT_FALSE(Has(peer.Request(peer.RequestCount() - 1), "Authorization:")) << name;
-    }
-}
-
 TEST_F(RpcClientTest, AConnectionIsKeptForTheNextCallOfTheMessenger) {
     ScriptedPeer peer({kGood});
     for (int i = 0; i < 5; ++i) Call(peer);

@@ -51,7 +51,7 @@ struct RpcDescriptionTest : testing::Test {
 };
 
 TEST_F(RpcDescriptionTest, AnybodyGetsItAsXml) {
-    const RawAnswer answer = Get("/node/shop?wsdl", "Host: h.example\r\n");
+    const RawAnswer answer = Get("/node/shop?wsdl", "Host: h.localhost\r\n");
     EXPECT_EQ(answer.status, 200);
     EXPECT_NE(answer.head.find("\r\nContent-Type: text/xml; charset=utf-8\r\n"), std::string::npos) << answer.head;
     EXPECT_EQ(answer.body.substr(0, 5), "<?xml");
@@ -60,10 +60,10 @@ TEST_F(RpcDescriptionTest, AnybodyGetsItAsXml) {
 TEST_F(RpcDescriptionTest, ItNamesTheAddressThatTheRequestCameTo) {
     const struct {
         const char *host, *location;
-    } rows[] = {{"h.example", "http://h.example/node/shop"},
+    } rows[] = {{"h.localhost", "http://h.localhost/node/shop"},
                 {"127.0.0.1:7443", "http://127.0.0.1:7443/node/shop"},
                 {"[::1]:81", "http://[::1]:81/node/shop"},
-                {"my_host-2", "http://my_host-2/node/shop"}};
+                {"my_host-2.localhost", "http://my_host-2.localhost/node/shop"}};
     for (const auto& row : rows)
         EXPECT_EQ(LocationIn(Get("/node/shop?wsdl", std::string("Host: ") + row.host + "\r\n").body), row.location);
 }
@@ -82,21 +82,21 @@ TEST_F(RpcDescriptionTest, AHostThatIsNoneIsRefusedAndNeverWritten) {
 }
 
 TEST_F(RpcDescriptionTest, WhatIsNotAskedThisWayIsNoDescription) {
-    const std::string host = "Host: h\r\n";
+    const std::string host = "Host: h.localhost\r\n";
     EXPECT_EQ(Get("/node/silent?wsdl", host).status, 404);
     EXPECT_EQ(Get("/node/other?wsdl", host).status, 404);
     EXPECT_EQ(Get("/node/shop", host).status, 405);
     EXPECT_EQ(Get("/node/shop?wsdl2", host).status, 405);
     EXPECT_EQ(Get("/node/shop?", host).status, 405);
-    EXPECT_EQ(RawHttp(node.GetPort()).Exchange(PostOf("/node/shop?wsdl", "")).status, 500);
+    EXPECT_EQ(RawHttp(node.GetPort()).Exchange(PostOf("/node/shop?wsdl", "x")).status, 500);
 }
 
 TEST_F(RpcDescriptionTest, AConnectionGoesOnAfterIt) {
     RawHttp client(node.GetPort());
-    const std::string request = "GET /node/shop?wsdl HTTP/1.1\r\nHost: h\r\n\r\n";
+    const std::string request = "GET /node/shop?wsdl HTTP/1.1\r\nHost: h.localhost\r\n\r\n";
     const std::string first = client.Exchange(request).body;
     EXPECT_EQ(client.Exchange(request).body, first);
-    EXPECT_EQ(client.Exchange("GET /node/silent?wsdl HTTP/1.1\r\nHost: h\r\n\r\n").status, 404);
+    EXPECT_EQ(client.Exchange("GET /node/silent?wsdl HTTP/1.1\r\nHost: h.localhost\r\n\r\n").status, 404);
     EXPECT_EQ(client.Exchange(request).body, first);
 }
 
