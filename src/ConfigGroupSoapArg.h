@@ -5,7 +5,7 @@
 #include "LumPalConfig.h"
 #include "LumVoxSoap.h"
 
-namespace LumConfPar {
+namespace LumConf {
 
 /// Carries namespaces with their attributes, side by side: "ns", and behind it for each of its attributes "attrname"
 /// and "attrvalue". What stands in no such place is refused with the whole message, so that nothing is set or cleared
@@ -49,4 +49,4 @@ private:
     State parseState = Outside;
 };
 
-}  // namespace LumConfPar
+}  // namespace LumConf
