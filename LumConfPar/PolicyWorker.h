@@ -7,12 +7,12 @@
 
 #include "LumPalStr.h"
 #include "LumPalThread.h"
+#include "PolicyJob.h"
 #include "SettingsSink.h"
 
 namespace LumConfPar {
 
-/// What a job does; the numbers are those of the notification queue's hand-over.
-enum class JobKind : int { None = 0, Install = 1, Remove = 2, Enable = 3, Disable = 4 };
+using LumConf::JobKind;
 
 /// Works off jobs one at a time, in the order of their insertion, so that no request waits for it. It is started once
 /// and stopped once. InsertJob may be called by any thread; Start and Stop by one thread at a time.

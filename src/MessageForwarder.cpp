@@ -15,7 +15,6 @@
 
 namespace LumConf {
 
-using LumConfPar::ConfigGroupSoapArg;
 using LumPalConfig::ConfigGroup_t;
 using LumPalConfig::ConfigNamespace_t;
 using LumPalMsg::IllegalArgumentError_t;

@@ -26,14 +26,15 @@ struct MessageRow {
 template <unsigned Holes>
 struct MessageOf : MessageRow {};
 
-/// The highest hole of a text; holes have one digit.
+/// The highest hole of a text; holes have one digit or two, and none begins with 0.
 constexpr unsigned CountHoles(const char* text) {
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
     unsigned highest = 0;
     for (; *text; ++text) {
-        if (text[0] == '%' && text[1] >= '1' && text[1] <= '9') {
-            unsigned hole = static_cast<unsigned>(text[1] - '0');
-            highest = hole > highest ? hole : highest;
-        }
+        if (text[0] != '%' || text[1] == '0' || !isDigit(text[1])) continue;
+        unsigned hole = static_cast<unsigned>(text[1] - '0');
+        if (isDigit(text[2])) hole = hole * 10 + static_cast<unsigned>(text[2] - '0');
+        highest = hole > highest ? hole : highest;
     }
     return highest;
 }

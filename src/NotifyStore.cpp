@@ -1,17 +1,16 @@
 #include "NotifyStore.h"
 
+#include <utility>
+
 #include "FirstReading.h"
 #include "LumCtrl.h"
 #include "Messages.h"
 #include "Names.h"
-#include "PolicyWorker.h"
 #include "StringList.h"
 #include "Trace.h"
 
 namespace LumConf {
 
-using LumConfPar::JobKind;
-using LumConfPar::PolicyWorker;
 using LumPalConfig::ConfigNamespace_t;
 using LumPalStr::String_t;
 
@@ -67,10 +66,8 @@ void NotifyStore::ConfigHandler::Update(const LumPalConfig::ChangedConfiguration
     asynchronous = configuration.GetBool(names::AsyncControlNotifyKey);
 }
 
-NotifyStore::NotifyStore() : NotifyStore(PolicyWorker::GetInstance()) {}
-
-NotifyStore::NotifyStore(PolicyWorker& policyWorker)
-    : asynchronous(false), worker(policyWorker), configHandler(ConfigNamespace_t(names::NsConfCore)) {
+NotifyStore::NotifyStore(JobSink sink)
+    : asynchronous(false), jobs(std::move(sink)), configHandler(ConfigNamespace_t(names::NsConfCore)) {
     asynchronous = configHandler.IsAsynchronous();
 }
 
@@ -152,7 +149,7 @@ void NotifyStore::SendType(Kind kind, const NotifyEntries::OfType& entries) {
     const String_t ids = JoinWithBlanks(entries.ids);
     if (kind == Install) SendListed(firstPolicies, names::EventFirst, entries.type);
     if (entries.type == names::SettingsTypeName) {
-        worker.InsertJob(row.job, ids);
+        jobs(row.job, ids);
         return;
     }
     Trigger(row.keyword + entries.type, ids);

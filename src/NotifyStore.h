@@ -11,16 +11,13 @@
 #include "LumPalStr.h"
 #include "LumPalThread.h"
 #include "NotifyEntries.h"
-
-namespace LumConfPar {
-class PolicyWorker;
-}
+#include "PolicyJob.h"
 
 namespace LumConf {
 
 /// Collects changes, folds those that contradict each other, and tells the control service: one trigger for each
-/// policy type and kind of change, with the ids of all its policies. Policies of the type "configsettings" go to the
-/// policy worker instead. What is not sent stays for the next send.
+/// policy type and kind of change, with the ids of all its policies. Policies of the type "configsettings" become jobs
+/// instead. What is not sent stays for the next send.
 ///
 /// No lock: used under the mutex of the policy operations alone, which is held while consumers are told.
 class NotifyStore {
@@ -45,10 +42,8 @@ public:
         std::atomic<bool> asynchronous;
     };
 
-    /// With the process's policy worker.
-    NotifyStore();
-    /// With another one, which must outlive the store.
-    explicit NotifyStore(LumConfPar::PolicyWorker& worker);
+    /// @param jobs  takes what became of settings policies
+    explicit NotifyStore(JobSink jobs);
 
     /// The last install or remove of a policy wins over everything before it; beside one that waits, an enable or a
     /// disable is dropped; of enable and disable the last one wins.
@@ -89,7 +84,7 @@ private:
     NotifyEntries installs, enables, disables, removes;
     Types firstPolicies, lastPolicies;
     bool asynchronous;
-    LumConfPar::PolicyWorker& worker;
+    const JobSink jobs;
     LumPalMsg::MessageList_t messages;
     ConfigHandler configHandler;
 };

@@ -7,14 +7,12 @@
 #include "DirectoryImpl.h"
 #include "Exceptions.h"
 #include "FilePermission.h"
-#include "LumConfCluster/ClusterUtil.h"
 #include "LumCtrl.h"
 #include "LumPalLog.h"
 #include "Messages.h"
 #include "MissingDataFiles.h"
 #include "PlainName.h"
 #include "PolicyContainer.h"
-#include "PolicyWorker.h"
 #include "SelectionContainer.h"
 #include "SharedDataFiles.h"
 #include "StorePaths.h"
@@ -29,13 +27,6 @@ using LumPalMsg::Message_t;
 using LumPalMsg::MessageList_t;
 using LumPalStr::String_t;
 using LumPalThread::MutexLock_t;
-
-LumPalThread::Mutex_t& CreationMutex() {
-    static auto* mutex = new LumPalThread::Mutex_t;  // never destroyed, as the instance
-    return *mutex;
-}
-
-PolicyOperation* theInstance = nullptr;  // guarded by CreationMutex
 
 void Say(const Message_t& message) {
     LUMCONF_TRACE(trace::Policy, message.Format(LumPalMsg::Text | LumPalMsg::Details));
@@ -85,30 +76,15 @@ PolicyContainer Pick(const PolicyContainerImpl& from, const std::vector<String_t
 
 }  // namespace
 
-PolicyOperation* PolicyOperation::GetInstance() {
-    MutexLock_t lock(CreationMutex());
-    if (!theInstance) theInstance = new PolicyOperation;
-    return theInstance;
-}
-
-PolicyOperation::PolicyOperation() {
-    BringUp(LumConfPar::PolicyWorker::GetInstance());
-    auditLog = &AuditLog::GetInstance();
-}
-
-PolicyOperation::PolicyOperation(LumConfPar::PolicyWorker& worker, AuditLog& auditLog) : notifications(worker) {
-    BringUp(worker);
-    this->auditLog = &auditLog;
-}
-
-void PolicyOperation::BringUp(LumConfPar::PolicyWorker& worker) {
+PolicyOperation::PolicyOperation(Surroundings surroundings)
+    : changeByCluster(std::move(surroundings.changeByCluster)), notifications(std::move(surroundings.jobs)) {
     LUMCONF_BLOCK(trace::Policy, "PolicyOperation");
-    changeByCluster = &LumConfCluster::ClusterUtil::ChangeHeader;
     StoreJournal::FinishInterrupted();
     WipeWorkFolders();
     MakeDirectories();
     LoadAtStart();
-    worker.Start();
+    surroundings.startJobs();
+    auditLog = &surroundings.auditLog();
 }
 
 PolicyOperation::~PolicyOperation() = default;

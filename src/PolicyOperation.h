@@ -15,12 +15,9 @@
 #include "NotifyStore.h"
 #include "PolicyContainerImpl.h"
 #include "PolicyForwarder.h"
+#include "PolicyJob.h"
 #include "StoreJournal.h"
 #include "UnwrittenChanges.h"
-
-namespace LumConfPar {
-class PolicyWorker;
-}
 
 namespace LumConf {
 
@@ -41,22 +38,29 @@ struct MessageRow;
 /// IsPolicyInstalled and IsPolicyTypeNameInstalled do not take it and answer at any time.
 class PolicyOperation {
 public:
-    /// The process's object, never destroyed. The first call makes it; when that fails the next call tries again.
+    /// What the object leaves to others, who outlive it.
+    struct Surroundings {
+        JobSink jobs;  ///< takes what became of settings policies
+        /// Called when the cache is loaded: starts who works the jobs off. What it raises ends the creation.
+        std::function<void()> startJobs;
+        /// What an install lets the cluster do to the status of its policy; a LumPalMsg::RuntimeException_t is passed
+        /// over.
+        std::function<void(PolicyHeaderImpl*)> changeByCluster;
+        std::function<AuditLog&()> auditLog;  ///< called last of all: until then nothing is audited
+    };
+
+    /// The process's object, never destroyed. The first call makes it, whoever calls; when that fails the next call
+    /// tries again. Where a node is put together says what surrounds it.
     /// @throws as the constructor
     static PolicyOperation* GetInstance();
 
     /// Finishes a change that a crash interrupted, wipes the incoming and the temporary directory, makes the
-    /// directories, loads the cache, starts the policy worker, takes the audit log of the process. Headers that cannot
-    /// be read are said in the application log (102) and left out. What the incoming directory holds in folders below
-    /// it is not touched.
+    /// directories, loads the cache, has the jobs started, takes the audit log. Headers that cannot be read are said in
+    /// the application log (102) and left out. What the incoming directory holds in folders below it is not touched.
     /// @throws LumPalIo::IOException_t when an interrupted change cannot be finished, or with a message for each
-    ///         directory that cannot be made (99, 624, 100, 101);
-    ///         LumPalMsg::RuntimeException_t 58; LumPalMsg::IllegalStateError_t 195: the worker of a process is started
-    ///         once, so that only one object of a process can be made in this way
-    PolicyOperation();
-    /// The same with a worker and a log of the caller's, which must outlive the object: so a test may have as many
-    /// stores as it likes. @throws as above; 195 when this worker was started before
-    PolicyOperation(LumConfPar::PolicyWorker& worker, AuditLog& auditLog);
+    ///         directory that cannot be made (99, 624, 100, 101); LumPalMsg::RuntimeException_t 58; what the
+    ///         surroundings raise
+    explicit PolicyOperation(Surroundings surroundings);
     ~PolicyOperation();
     PolicyOperation(const PolicyOperation&) = delete;
     PolicyOperation& operator=(const PolicyOperation&) = delete;
@@ -157,14 +161,10 @@ public:
     void CreateFile(const LumPalIo::File_t& directory, const LumPalStr::String_t& name, LumPalIo::InputStream_t& stream,
                     unsigned length, bool keep);
 
-    /// Puts another function in the place of the cluster's, before the first install.
-    void SetClusterChangeForTest(void (*change)(PolicyHeaderImpl*)) { changeByCluster = change; }
-
 private:
     friend class InstallTask;
     using CachePtr = LumPalPtr::RefPtr_t<PolicyContainerImpl>;
 
-    void BringUp(LumConfPar::PolicyWorker& worker);
     static void WipeWorkFolders();
     void MakeDirectories();
     void LoadAtStart();
@@ -219,8 +219,7 @@ private:
     LumPalIo::File_t baseDirectory;
     AuditLog* auditLog = nullptr;  ///< null until the very end of creation
 
-    /// What an install lets the cluster do to the status of its policy; it may raise.
-    void (*changeByCluster)(PolicyHeaderImpl*) = nullptr;
+    const std::function<void(PolicyHeaderImpl*)> changeByCluster;
 
     // Guarded by mutex, which its holder may lock again: an install removes.
     LumPalThread::Mutex_t mutex;

@@ -62,7 +62,7 @@ File_t NewSettingsFile() {
 }
 
 File_t ApplicationListFile() {
-    return File_t(Dir_t::Path(LumPalRuntime::Root), names::ApplicationListFile);
+    return File_t(BaseDirectory(), names::ApplicationListFile);
 }
 
 String_t AuditLogDirectory() {

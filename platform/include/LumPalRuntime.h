@@ -34,4 +34,11 @@ public:
     static LumPalStr::String_t GetArg(int index);
 };
 
+class LUMPAL_API Environment_t {
+public:
+    /// The value of a variable as it is now, read as UTF-8; empty when it is not set. Any thread, as long as none
+    /// changes the environment (getenv(3)).
+    static LumPalStr::String_t Get(const char* name);
+};
+
 }  // namespace LumPalRuntime

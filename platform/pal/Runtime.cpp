@@ -35,8 +35,8 @@ String_t& RootLocked() {
 }
 
 String_t RootFromEnvironment() {
-    const char* root = std::getenv("LUM_ROOT");
-    return root && *root ? String_t::FromUtf8(root) : String_t(DefaultRoot);
+    const String_t root = Environment_t::Get("LUM_ROOT");
+    return root.IsNotEmpty() ? root : String_t(DefaultRoot);
 }
 
 String_t GetRoot() {
@@ -96,6 +96,11 @@ String_t App_t::GetArg(int index) {
         throw LumPalMsg::IllegalArgumentError_t(LumPalMsg::CreateError_t("There is no argument %1.") << index);
     }
     return Arguments()[static_cast<std::size_t>(index)];
+}
+
+String_t Environment_t::Get(const char* name) {
+    const char* value = std::getenv(name);
+    return value ? String_t::FromUtf8(value) : String_t("");
 }
 
 }  // namespace LumPalRuntime

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <set>
 #include <string>
@@ -13,6 +14,7 @@
 #include "Configure.h"
 #include "InstallOptions.h"
 #include "LumCtrl.h"
+#include "NodeAssembly.h"
 #include "PolicyContainer.h"
 #include "PolicyOperation.h"
 #include "PolicySettings.h"
@@ -47,8 +49,13 @@ public:
         Stop();
         auto fresh = std::make_unique<LumConfPar::PolicyWorker>(LumConfPar::MakePolicySettings());
         audit = std::make_unique<LumConf::AuditLog>();
-        operation = std::make_unique<LumConf::PolicyOperation>(*fresh, *audit);
+        operation = std::make_unique<LumConf::PolicyOperation>(Surroundings(*fresh));
         worker = std::move(fresh);
+    }
+    /// What the cluster does to the status of a policy that is installed, from the next restart on.
+    void SetClusterChange(std::function<void(LumConf::PolicyHeaderImpl*)> change) {
+        clusterChange = std::move(change);
+        Restart();
     }
     LumConf::PolicyOperation& Operation() { return *operation; }
     LumConf::PolicyOperation* operator->() { return operation.get(); }
@@ -111,7 +118,14 @@ public:
     const TempRoot& Root() const { return root; }
 
 private:
+    LumConf::PolicyOperation::Surroundings Surroundings(LumConfPar::PolicyWorker& worker) {
+        auto surroundings = LumConf::SurroundingsOf(worker, *audit);
+        if (clusterChange) surroundings.changeByCluster = clusterChange;
+        return surroundings;
+    }
+
     TempRoot root;
+    std::function<void(LumConf::PolicyHeaderImpl*)> clusterChange;  ///< empty for that of the node
     std::unique_ptr<LumConfPar::PolicyWorker> worker;
     std::unique_ptr<LumConf::AuditLog> audit;
     std::unique_ptr<LumConf::PolicyOperation> operation;

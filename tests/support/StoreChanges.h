@@ -18,6 +18,7 @@
 #include "InstallOptions.h"
 #include "LumPalConfig.h"
 #include "LumPalRuntime.h"
+#include "NodeAssembly.h"
 #include "PolicyOperation.h"
 #include "PolicySettings.h"
 #include "PolicyWorker.h"
@@ -65,7 +66,9 @@ public:
 
 private:
     explicit NodeAt(const LumPalStr::String_t& root)
-        : worker(MakeWorker(root)), audit(std::make_unique<LumConf::AuditLog>()), operation(*worker, *audit) {
+        : worker(MakeWorker(root)),
+          audit(std::make_unique<LumConf::AuditLog>()),
+          operation(LumConf::SurroundingsOf(*worker, *audit)) {
         Settle();
     }
     static std::unique_ptr<LumConfPar::PolicyWorker> MakeWorker(const LumPalStr::String_t& root) {

@@ -73,6 +73,16 @@ class InstalledTree(unittest.TestCase):
                                   capture_output=True, text=True, timeout=60)
             self.assertEqual((done.returncode, done.stdout), (6, "unreachable\n"))
 
+    def test_a_packager_configures_without_what_only_tests_and_benchmarks_need(self):
+        build = self.folder / "packager"
+        absent = ("GTest", "benchmark")
+        run("cmake", "-S", ROOT, "-B", build, "-G", "Ninja", "-DBUILD_TESTING=OFF", "-DLUM_BUILD_BENCHMARKS=OFF",
+            *(f"-DCMAKE_DISABLE_FIND_PACKAGE_{name}=ON" for name in absent))
+        commands = (build / "build.ninja").read_text()
+        self.assertIn("liblumconf", commands)
+        for unwanted in ("gtest", "lumbench", "unit_src", "-Werror", "ccache", "fuse-ld"):
+            self.assertNotIn(unwanted, commands)
+
     def test_what_builds_an_outside_program_comes_with_the_packages_that_the_readme_installs(self):
         made_by = re.search(r"^CMAKE_MAKE_PROGRAM:[A-Z]+=(.*)$", (self.outside() / "CMakeCache.txt").read_text(), re.M)
         packages = (ROOT / "scripts/packages").read_text()

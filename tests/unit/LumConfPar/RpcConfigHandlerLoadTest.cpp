@@ -163,7 +163,7 @@ TEST_F(RpcConfigHandlerLoad, AHundredThousandAttributesAreSetReadAndCleared) {
 TEST_F(RpcConfigHandlerLoad, ARequestOfMoreNamespacesThanAreReadIsRefusedWhoeverSendsIt) {
     std::string elements =
         "<PolicyOperationMode>18</PolicyOperationMode><ConfigPackageName/><ConfigGroupName><ns>test.a</ns>";
-    for (int i = 0; i < LumConfPar::ConfigGroupSoapArg::kMostOfARequest; ++i) {
+    for (int i = 0; i < LumConf::ConfigGroupSoapArg::kMostOfARequest; ++i) {
         elements += "<ns>" + std::to_string(i) + "</ns>";
     }
     elements += "</ConfigGroupName>";

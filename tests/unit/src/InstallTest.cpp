@@ -412,7 +412,7 @@ TEST_F(InstallTest, InAProcessThatSawNoClusterAnAttributeForTheClusterChangesNot
 }
 
 TEST_F(InstallTest, AFailureOfTheClusterIsTracedAndDoesNotFailTheInstall) {
-    node->SetClusterChangeForTest([](PolicyHeaderImpl*) {
+    node.SetClusterChange([](PolicyHeaderImpl*) {
         throw LumPalMsg::RuntimeException_t(LumPalMsg::CreateError_t("The cluster does not answer."));
     });
     TraceLines trace;
@@ -425,7 +425,7 @@ TEST_F(InstallTest, AFailureOfTheClusterIsTracedAndDoesNotFailTheInstall) {
 }
 
 TEST_F(InstallTest, TheStatusThatTheClusterGivesIsInstalledAndComesAfterThatOfTheOptions) {
-    node->SetClusterChangeForTest([](PolicyHeaderImpl* header) { header->SetDisabled(); });
+    node.SetClusterChange([](PolicyHeaderImpl* header) { header->SetDisabled(); });
     node.Install(Policy("a"), InstallOptions().SetEnabled());
     EXPECT_TRUE(node.Get("a").IsDisabled());
     EXPECT_TRUE(Stored("a").IsDisabled());

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -39,9 +40,10 @@ const std::vector<Row>& Table() {
 }
 
 std::set<unsigned> HolesOf(const std::string& text) {
+    static const std::regex hole("%([1-9][0-9]?)");
     std::set<unsigned> holes;
-    for (std::size_t i = 0; i + 1 < text.size(); ++i) {
-        if (text[i] == '%' && isdigit(text[i + 1])) holes.insert(static_cast<unsigned>(text[i + 1] - '0'));
+    for (std::sregex_iterator it(text.begin(), text.end(), hole), end; it != end; ++it) {
+        holes.insert(static_cast<unsigned>(std::stoul((*it)[1])));
     }
     return holes;
 }
@@ -75,6 +77,15 @@ TEST(Messages, TheHolesOfATextAreNumberedFromOneWithoutGaps) {
         for (unsigned hole : HolesOf(row.text)) EXPECT_EQ(hole, next++) << row.word;
         EXPECT_EQ(CountHoles(row.text.c_str()), next - 1) << row.word;
     }
+}
+
+TEST(Messages, HolesHaveOneDigitOrTwo) {
+    static_assert(CountHoles("") == 0 && CountHoles("no hole, 100 %") == 0 && CountHoles("%0 %a %%") == 0);
+    static_assert(CountHoles("%2 %1") == 2 && CountHoles("%9%10") == 10);
+    static_assert(CountHoles("{%38 | %39} %1") == 39);
+    static_assert(CountHoles("%123") == 12, "as they are filled");
+    constexpr MessageOf<CountHoles("%1 %10")> row{{0, LumPalMsg::Severity_e::Info, "%1 %2%3%4%5%6%7%8%9 %10"}};
+    EXPECT_EQ(Make(row, 1, 2, 3, 4, 5, 6, 7, 8, 9, "ten").Format(LumPalMsg::Text), "1 23456789 ten");
 }
 
 TEST(Messages, NumbersKeepTheRangesOfTheirSubsystems) {

@@ -52,7 +52,8 @@ protected:
     LumCtrl::Service service;
     SinkRecord record;
     LumConfPar::PolicyWorker worker{record.Factory()};
-    NotifyStore store{worker};
+    const JobSink jobs = [this](JobKind kind, const String_t& ids) { worker.InsertJob(kind, ids); };
+    NotifyStore store{jobs};
 };
 
 const std::initializer_list<const char*> kEveryEvent = {"CHECK_POLICY:*",  "ENABLE_POLICY:*", "DISABLE_POLICY:*",
@@ -221,7 +222,7 @@ TEST_F(NotifyStoreTest, AnInstallWaitsForItsConsumers) {
 
 TEST_F(NotifyStoreTest, AsynchronousAnInstallDoesNotWait) {
     Configure("conf.core", "ASYNC_CONTROL_NOTIFY", "true");
-    NotifyStore asynchronous(worker);
+    NotifyStore asynchronous(jobs);
     EXPECT_TRUE(asynchronous.WasAsynchronous());
     String_t events[] = {"CHECK_POLICY:*"};
     LumCtrl::Component silent("silent", events, 1);

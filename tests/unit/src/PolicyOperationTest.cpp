@@ -120,11 +120,16 @@ TEST_F(PolicyOperationTest, AnObjectCannotStartAWorkerASecondTime) {
     LumConfPar::PolicyWorker worker(LumConfPar::MakePolicySettings());
     AuditLog audit;
     {
-        const PolicyOperation first(worker, audit);
-        EXPECT_EQ(FailureOf<LumPalMsg::IllegalStateError_t>([&] { PolicyOperation second(worker, audit); }).id, 195u);
+        const PolicyOperation first(SurroundingsOf(worker, audit));
+        EXPECT_EQ(FailureOf<LumPalMsg::IllegalStateError_t>([&] {
+                      PolicyOperation second(SurroundingsOf(worker, audit));
+                  }).id,
+                  195u);
     }
     worker.Stop();
-    EXPECT_EQ(FailureOf<LumPalMsg::IllegalStateError_t>([&] { PolicyOperation third(worker, audit); }).id, 195u);
+    EXPECT_EQ(
+        FailureOf<LumPalMsg::IllegalStateError_t>([&] { PolicyOperation third(SurroundingsOf(worker, audit)); }).id,
+        195u);
 }
 
 // In a process of its own: there is one instance in a process, and one start of its worker.
@@ -134,7 +139,7 @@ void UseTheInstance() {
     const unsigned first = FailureOf<LumPalIo::IOException_t>([] { PolicyOperation::GetInstance(); }).id;
     fs::remove(root.Native() + "/policies");
     PolicyOperation* const second = PolicyOperation::GetInstance();
-    const unsigned other = FailureOf<LumPalMsg::IllegalStateError_t>([] { PolicyOperation(); }).id;
+    const unsigned other = FailureOf<LumPalMsg::IllegalStateError_t>([] { PolicyOperation{ProcessSurroundings()}; }).id;
     LumConfPar::PolicyWorker::GetInstance().Stop();
     const bool good = first == 100 && second && second == PolicyOperation::GetInstance() && other == 195;
     fs::remove_all(root.Native());

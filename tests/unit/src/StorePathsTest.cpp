@@ -23,7 +23,7 @@ TEST(StorePaths, FilesStandInTheirDirectories) {
     TempRoot root;
     EXPECT_EQ(paths::SettingsFile().GetAbsolutePath(), root.Path("etc/pal/config/policy_settings.ini"));
     EXPECT_EQ(paths::NewSettingsFile().GetAbsolutePath(), root.Path("etc/pal/config/new_policy_settings.ini"));
-    EXPECT_EQ(paths::ApplicationListFile().GetAbsolutePath(), root.Path("apminfo.xml"));
+    EXPECT_EQ(paths::ApplicationListFile().GetAbsolutePath(), root.Path("conf/conf/apminfo.xml"));
 }
 
 TEST(StorePaths, NothingIsCreated) {

@@ -133,3 +133,15 @@ TEST(SystemError, ThePathMayBeLeftOut) {
     EXPECT_EQ(LumPalIo::SystemErrorMessage("Cannot open file", u"/\u00E9", ENOENT).GetMessageText(),
               u"Cannot open file '/\u00E9': No such file or directory");
 }
+
+TEST(Environment, AVariableIsReadWhenItIsAskedForAndEmptyWhenItIsNotSet) {
+    using LumPalRuntime::Environment_t;
+    unsetenv("LUM_TRIED");
+    EXPECT_EQ(Environment_t::Get("LUM_TRIED"), "");
+    EXPECT_FALSE(Environment_t::Get("LUM_TRIED").IsNull());
+    setenv("LUM_TRIED", "/usr/bin/sud\u00f6 -n", 1);
+    EXPECT_EQ(Environment_t::Get("LUM_TRIED"), u"/usr/bin/sud\u00F6 -n");
+    setenv("LUM_TRIED", "", 1);
+    EXPECT_EQ(Environment_t::Get("LUM_TRIED"), "");
+    unsetenv("LUM_TRIED");
+}

@@ -2,7 +2,7 @@
 
 #include "FlatSoapArg.h"
 
-namespace LumConfPar {
+namespace LumConf {
 
 using LumConf::WriteChild;
 using LumPalConfig::Configuration_t;
@@ -94,4 +94,4 @@ void ConfigGroupSoapArg::DemandNoPendingName() const {
     if (namePending) throw SOAPFormatException(LumPalMsg::CreateError_t("An attribute's name has no value."));
 }
 
-}  // namespace LumConfPar
+}  // namespace LumConf

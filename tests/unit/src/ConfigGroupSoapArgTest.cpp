@@ -5,7 +5,7 @@
 #include "Groups.h"
 #include "SoapText.h"
 
-namespace LumConfPar {
+namespace LumConf {
 namespace {
 
 using LumPalConfig::ConfigGroup_t;
@@ -248,4 +248,4 @@ TEST(ConfigGroupSoapArg, AnArgumentSharesTheGroupThatItIsGiven) {
 }
 
 }  // namespace
-}  // namespace LumConfPar
+}  // namespace LumConf

@@ -8,7 +8,7 @@
 #include "LumVoxSoap.h"
 #include "TextHash.h"
 
-namespace LumConfPar {
+namespace LumConf {
 
 /// Carries namespaces with their attributes, side by side: "ns", and behind it for each of its attributes "attrname"
 /// and "attrvalue". What stands in no such place is refused with the whole message, so that nothing is set or cleared
@@ -73,7 +73,7 @@ protected:
     void TakeAttribute(const LumPalStr::String_t&, const LumPalStr::String_t&) override {}
 
 private:
-    std::unordered_set<LumPalStr::String_t, LumConf::TextHash> nameSpaces;
+    std::unordered_set<LumPalStr::String_t, TextHash> nameSpaces;
 };
 
-}  // namespace LumConfPar
+}  // namespace LumConf

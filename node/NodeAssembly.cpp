@@ -1,0 +1,44 @@
+#include "NodeAssembly.h"
+
+#include <utility>
+
+#include "AuditLog.h"
+#include "LumConfCluster/ClusterUtil.h"
+#include "PolicyWorker.h"
+
+namespace LumConf {
+
+using LumConfPar::PolicyWorker;
+using LumPalStr::String_t;
+
+namespace {
+
+LumPalThread::Mutex_t& CreationMutex() {
+    static auto* mutex = new LumPalThread::Mutex_t;  // never destroyed, as the instance
+    return *mutex;
+}
+
+PolicyOperation* theInstance = nullptr;  // guarded by CreationMutex
+
+PolicyOperation::Surroundings Surround(PolicyWorker& worker, std::function<AuditLog&()> auditLog) {
+    return {[&worker](JobKind kind, const String_t& ids) { worker.InsertJob(kind, ids); },
+            [&worker] { worker.Start(); }, &LumConfCluster::ClusterUtil::ChangeHeader, std::move(auditLog)};
+}
+
+}  // namespace
+
+PolicyOperation::Surroundings SurroundingsOf(PolicyWorker& worker, AuditLog& auditLog) {
+    return Surround(worker, [&auditLog]() -> AuditLog& { return auditLog; });
+}
+
+PolicyOperation::Surroundings ProcessSurroundings() {
+    return Surround(PolicyWorker::GetInstance(), &AuditLog::GetInstance);
+}
+
+PolicyOperation* PolicyOperation::GetInstance() {
+    const LumPalThread::MutexLock_t lock(CreationMutex());
+    if (!theInstance) theInstance = new PolicyOperation(ProcessSurroundings());
+    return theInstance;
+}
+
+}  // namespace LumConf
