@@ -4,6 +4,7 @@
 
 #include "ConfBase.h"
 #include "Exceptions.h"
+#include "LumPalConsole.h"
 #include "Messages.h"
 #include "Names.h"
 #include "ToolRun.h"
@@ -15,6 +16,15 @@ using namespace LumConf;
 using LumPalStr::String_t;
 
 namespace {
+
+/// A terminal obeys control characters: no name is to give it orders.
+String_t Tamed(String_t text) {
+    for (std::uint32_t i = 0; i < text.GetLength(); ++i) {
+        const char16_t unit = text.GetAt(i);
+        if ((unit < 0x20 && unit != u'\n') || (unit >= 0x7F && unit < 0xA0)) text.SetAt(i, '?');
+    }
+    return text;
+}
 
 template <class Running>
 auto Wrapped(Running&& running) {
@@ -41,6 +51,8 @@ void ClusterUtil::I18N_CreateMessage(const LumPalMsg::CreateMessage_t& message, 
     String_t text = message.GetMessageText();
     if (text.IsEmpty()) return;
     if (!(text.LastChar() == '\n')) text += "\n";
+    if (LumPalConsole::IsTerminal(toStdErr ? LumPalConsole::Stream::Error : LumPalConsole::Stream::Output))
+        text = Tamed(text);
     const LumPalStr::MBS_t bytes(text);
     std::fwrite(bytes, 1, bytes.GetLength(), toStdErr ? stderr : stdout);
 }

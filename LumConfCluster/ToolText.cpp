@@ -31,4 +31,11 @@ std::vector<String_t> NamesOfPairs(const String_t& line) {
     return names;  // kept: a piece with nothing behind it is not taken, whether it is a value or a name
 }
 
+std::uint16_t NumberIn(const String_t& line, std::uint16_t other) {
+    const String_t text = String_t(line).Trim();
+    const bool isNumber = text.IsNotEmpty() && text.GetAt(0) >= u'0' && text.GetAt(0) <= u'9';
+    const std::uint32_t number = isNumber ? text.ToUInt() : other;
+    return number <= 0xFFFF ? static_cast<std::uint16_t>(number) : other;
+}
+
 }  // namespace LumConfCluster

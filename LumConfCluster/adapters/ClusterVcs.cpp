@@ -43,6 +43,11 @@ bool Tried(Step&& step) {
     }
 }
 
+/// The product may put such lines between what it tells of one group and of the next.
+bool IsBetweenTables(const String_t& firstColumn) {
+    return firstColumn.IsEmpty() || firstColumn == "#";
+}
+
 }  // namespace
 
 ClusterVcs::ClusterVcs(const ClusterProduct& product) : ClusterImpl(product.type) {
@@ -77,8 +82,7 @@ ClusterNode ClusterVcs::MakeNode(const String_t& line) const {
     record.name = BehindColon(line);  // a system of a global cluster stands behind its cluster's name
     record.id = ClusterNodeImpl::kUnknownId;
     Tried([&] {
-        const String_t id = Tool(Hasys).Words("-value").Name(record.name).Words("NodeId").GetOut();
-        record.id = static_cast<std::uint16_t>(id.ToInt());
+        record.id = NumberIn(Tool(Hasys).Words("-value").Name(record.name).Words("NodeId").GetOut(), record.id);
     });
     Tried([&] { record.state = nodeStates.Of(Tool(Hasys).Words("-state").Name(record.name).GetOut()); });
     return node;
@@ -135,7 +139,9 @@ ClusterResourceGroups ClusterVcs::GetGroups() {
         const std::vector<String_t> lines = Tool(Hagrp).Words("-display -attribute SystemList").GetOutColl();
         const ClusterResourceGroups groups;
         for (std::size_t i = 1; i < lines.size(); ++i) {  // the first one is the heading
-            groups.GetImpl()->Add(MakeGroup(FirstColumn(lines[i]), static_cast<std::uint16_t>(i)));
+            const String_t group = FirstColumn(lines[i]);
+            if (IsBetweenTables(group)) continue;
+            groups.GetImpl()->Add(MakeGroup(group, static_cast<std::uint16_t>(groups.Count() + 1)));
         }
         return groups;
     } catch (const Exception_t& e) {

@@ -39,6 +39,7 @@ public:
     static LumPalStr::String_t FormatOutputString(const LumPalStr::String_t& input, std::int32_t indent,
                                                   std::int32_t maxWidth, MsgType type);
     /// Prints the message's text, with a line feed behind it unless it has one; nothing for an empty text.
+    /// On a terminal each control character but the line feed is a question mark.
     /// @param toStdErr  to standard error, else to standard output
     static void I18N_CreateMessage(const LumPalMsg::CreateMessage_t& message, bool toStdErr);
     /// Whether failures also go to the application log: MONITOR_MODE of "conf.cluster".

@@ -99,7 +99,7 @@ TEST(CommandLimit, AProgramWithoutLimitIsEndedAlone) {
 TEST(CommandLimit, WhatAnEndedProgramLeavesCannotWriteOn) {
     pid_t child = 0;
     {
-        const Process_t process = Start("yes & echo $!; exec sleep 1000", 0);
+        const Process_t process = Start("sh -c 'echo $$; exec yes' & exec sleep 1000", 0);
         child = FirstNumber(process);
         process.End();
     }
