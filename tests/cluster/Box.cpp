@@ -11,6 +11,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -102,10 +103,17 @@ private:
     std::set<fs::path> tops;
 };
 
-void PlaceTools(const fs::path& folder, const Product& product) {
+void PlaceTools(const fs::path& folder, const Description& cluster) {
+    const Product& product = Product::Named(cluster.product);
+    const auto isThere = [&](const fs::path& path) {
+        return std::count(cluster.missing.begin(), cluster.missing.end(), path.filename()) == 0;
+    };
     Layer layer(folder);
-    if (*product.DaemonFile()) layer.AddFile(product.DaemonFile());
-    for (const ProductTool& tool : product.Tools()) layer.AddTool(tool.path);
+    if (isThere(product.DaemonFile())) layer.AddFile(product.DaemonFile());
+    for (const std::string& file : cluster.files) layer.AddFile(file);
+    for (const ProductTool& tool : product.Tools()) {
+        if (isThere(tool.path)) layer.AddTool(tool.path);
+    }
     layer.Mount();
 }
 
@@ -203,10 +211,10 @@ void MakeLog(const std::string& path) {
 
 int RunInBox(const BoxOptions& options) {
     const Description cluster = ReadDescription(options.folder + "/" + kDescriptionFile);
-    const Product& product = Product::Named(cluster.product);
+    Product::Named(cluster.product);  // one that is not there is told before anything is made
     MakeLog(options.folder + "/" + kCallsFile);
     MakeNamespaces();
-    PlaceTools(options.folder, product);
+    PlaceTools(options.folder, cluster);
     if (!cluster.host.empty()) {
         Check(sethostname(cluster.host.data(), cluster.host.size()) == 0, "the name of the host");
     }

@@ -94,11 +94,14 @@ Conduct ReadConduct(const json& from) {
 }
 
 Description Read(const json& from) {
-    CheckKeys(from, "a cluster", {"product", "name", "host", "systems", "groups", "conducts", "separators"});
+    CheckKeys(from, "a cluster",
+              {"product", "name", "host", "files", "missing", "systems", "groups", "conducts", "separators"});
     Description description;
     description.product = Text(from, "product");
     description.name = Text(from, "name");
     description.host = Text(from, "host");
+    description.files = from.value("files", Words());
+    description.missing = from.value("missing", Words());
     description.separators = from.value("separators", false);
     for (const json& system : from.value("systems", json::array())) {
         description.systems.push_back(ReadSystem(system, description.systems.size()));

@@ -209,6 +209,31 @@ class Detection(OnACluster):
             self.assert_fails(self.info(cluster, "-cluster -type"), "Cluster environment is not detected.")
         self.assert_no_tool_ran(cluster)
 
+    def test_that_the_configured_ones_own_file_is_there_too_makes_no_difference(self):
+        cluster = self.cluster(files=["/usr/cluster/lib/sc/clexecd", "/usr/lbin/plsd"])
+        for name, is_detected in (("Sun Cluster (SC)", False), ("Palisade (PLSD)", False), ("", True),
+                                  ("VERITAS Cluster Server (VCS)", True)):
+            cluster.configure(CLUSTER_TYPE=name)
+            if is_detected:
+                self.assert_prints(cluster, "-all", ALL)
+            else:
+                self.assert_fails(self.info(cluster, "-all"), "Cluster environment is not detected.")
+
+    def test_without_the_daemons_file_there_is_no_cluster_whatever_is_configured(self):
+        cluster = self.cluster(missing=["had"])
+        for name in ("", "VERITAS Cluster Server (VCS)"):
+            cluster.configure(CLUSTER_TYPE=name)
+            self.assert_fails(self.info(cluster, "-cluster -name"), "Cluster environment is not detected.")
+        self.assert_no_tool_ran(cluster)
+
+    def test_a_tool_that_is_not_there_is_one_that_fails(self):
+        for tool, line, text in (("haclus", "-cluster -name", "Can not instantiate VERITAS Cluster Server object."),
+                                 ("hasys", "-cluster -nodes", "Can not get node list for VERITAS Cluster Server."),
+                                 ("hagrp", "-cluster -groups", "Can not get group list for VERITAS Cluster Server.")):
+            self.assert_fails(self.info(self.cluster(missing=[tool]), line), text, "Exception during execution:",
+                              f"/opt/VRTSvcs/bin/{tool}")
+        self.assert_prints(self.cluster(missing=["hares"]), "-group web -vip", "None \n")
+
     def test_any_other_text_leaves_it_to_what_is_there(self):
         cluster = self.cluster()
         for name in ("VERITAS Cluster Server (VCS)", "", "Unknown", "VCS", "sun cluster (sc)", "Sun Cluster (SC)x"):
@@ -221,6 +246,44 @@ class Detection(OnACluster):
         cluster.configure(CLUSTER_LOCAL_NODENAME="beta")
         self.assert_prints(cluster, "-cluster -state", "Up\n")
         self.assert_prints(cluster, "-group web -localState", "Online\n")
+
+
+class Surroundings(OnACluster):
+    def in_shell(self, cluster, line):
+        return cluster.run("sh", "-c", line, str(TOOLS / "lumclusterinfo"))
+
+    def test_an_output_that_cannot_be_written_is_a_failure(self):
+        cluster = self.cluster()
+        result = self.in_shell(cluster, '"$0" -all >/dev/full')
+        self.assertEqual(result.code, FAILED)
+        self.assertIn("standard output cannot be written", result.err)
+
+    def test_many_ask_at_the_same_time(self):
+        cluster = self.cluster()
+        callers = [cluster.start(TOOLS / "lumclusterinfo", "-all", stdout=subprocess.PIPE) for _ in range(8)]
+        for caller in callers:
+            self.assertEqual(caller.communicate()[0].decode(), ALL)
+
+    def test_too_few_descriptors_are_a_clear_failure(self):
+        cluster = self.cluster()
+        for limit in range(3, 12):
+            result = self.in_shell(cluster, f'ulimit -n {limit}; "$0" -cluster -name')
+            if result.code == DONE:
+                self.assertEqual(result.out, "harbour\n")
+            else:
+                self.assertEqual(result.out, "")
+                self.assertNotEqual(result.err, "", limit)
+                self.assertLess(result.code, 128, "no signal ended it")
+
+    def test_ten_times_the_groups_cost_ten_times_the_tools(self):
+        def count(groups):
+            cluster = self.cluster()
+            cluster.write(groups=[{"name": f"g{i}", "systems": ["alpha", "beta"]} for i in range(groups)])
+            self.assertEqual(self.info(cluster, "-cluster -groups").code, DONE)
+            return len(cluster.calls())
+
+        two, four, twenty = count(2), count(4), count(20)
+        self.assertEqual(twenty - two, 9 * (four - two))
 
 
 class Privileges(OnACluster):

@@ -244,6 +244,18 @@ class Box(Simulated):
         self.assertEqual(sorted({*result.out.split(), "VRTSvcs"} - {"/opt:", BIN + "had"}),
                          sorted({*outside, "VRTSvcs"}))
 
+    def test_further_files_are_there_and_missing_ones_are_not(self):
+        cluster = self.cluster(files=["/usr/cluster/lib/daemon", "/sbin/another"], missing=["had", "hares"])
+        self.assertEqual(cluster.run("ls", BIN).out.split(), ["haclus", "hagrp", "hasys"])
+        self.assertEqual(cluster.run("ls", "/usr/cluster/lib/daemon", "/sbin/another", "/usr/bin/env").code, 0)
+
+    def test_where_no_namespaces_can_be_made_it_says_so_in_one_line(self):
+        cluster = self.cluster()
+        powerless = ["setpriv", "--bounding-set=-sys_admin", "--inh-caps=-sys_admin"]
+        result = subprocess.run([*powerless, *cluster.command("true")], capture_output=True, text=True)
+        self.assertEqual((result.returncode, result.stdout), (NO_BOX, ""))
+        self.assertRegex(result.stderr, r"^lumclustersim: no namespaces: .+\n$")
+
     def test_nothing_of_it_is_seen_outside(self):
         cluster = self.cluster()
         before = os.listdir("/opt"), os.uname().nodename

@@ -1,11 +1,12 @@
 #!/usr/bin/python3
 """lumclusterinfo on VERITAS clusters that are odd, whose tools fail, or that mean harm."""
+import os
 import re
 import resource
 import subprocess
 import unittest
 
-from node import SLOWNESS, TOOLS, wait_until
+from node import PATIENCE_S, SLOWNESS, TOOLS, wait_until
 from test_cluster_info import ALL, DONE, FAILED, NAME_ONLY, OnACluster
 
 MEMORY_KIB = 512 * 1024 * SLOWNESS
@@ -148,7 +149,8 @@ class Lists(OnACluster):
 
     def test_an_id_that_cannot_be_asked_for_is_65535(self):
         cluster = self.cluster()
-        for conduct in ({"code": 1}, {"print": ""}, {"signal": 9}):
+        for conduct in ({"code": 1}, {"print": ""}, {"signal": 9}, {"print": "\n"}, {"print": "none\n"},
+                        {"print": "-1\n"}, {"print": "65536\n"}, {"print": "99999999999999999999\n"}):
             with self.subTest(conduct):
                 cluster.let("hasys -value beta NodeId", **conduct)
                 self.assert_prints(cluster, "-node beta -id", "65535\n")
@@ -183,6 +185,16 @@ class Lists(OnACluster):
         self.assert_prints(cluster, "-group web -activeNode", "")
         self.assert_prints(cluster, "-group web -localState", "Offline\n")
         self.assert_fails(self.info(cluster, "-group web -nodes"), TOOL_FAILED, returned(1))
+
+
+    def test_what_stands_between_groups_is_no_group_and_takes_no_id(self):
+        cluster = self.cluster(separators=True)
+        self.assert_prints(cluster, "-all", ALL)
+        self.assert_prints(cluster, "-group reports -id", "3\n")
+        cluster.let("hagrp -display *", print="#Group Attribute System Value\n\nweb SystemList global beta 0\n#\n\n"
+                                              "database SystemList global alpha 0\n")
+        self.assert_prints(cluster, "-cluster -groups", "web\ndatabase\n")
+        self.assert_prints(cluster, "-group database -id", "2\n")
 
 
 class Addresses(OnACluster):
@@ -319,6 +331,18 @@ class HostileTools(OnACluster):
                     self.assertIn(result.code, (DONE, FAILED), result)
                     self.assertEqual(result.code == FAILED, result.err != "", result)
 
+    def test_a_terminal_is_shown_no_control_characters_and_a_file_the_bytes(self):
+        cluster = self.cluster()
+        cluster.let("haclus *", print="a\x1b[2Jb\x07\n")
+        self.assert_prints(cluster, "-cluster -name", "a\x1b[2Jb\x07\n")
+        leader, follower = os.openpty()
+        process = cluster.start(TOOLS / "lumclusterinfo", "-cluster", "-name", stdout=follower)
+        self.assertEqual(process.wait(PATIENCE_S), DONE)
+        shown = os.read(leader, 1000)
+        os.close(leader)
+        os.close(follower)
+        self.assertEqual(shown, b"a?[2Jb?\r\n")
+
     def test_a_tool_that_does_not_end_is_ended_with_its_children_when_there_is_a_limit(self):
         cluster = self.cluster()
         cluster.configure(TOOL_TIMEOUT=1)
@@ -339,6 +363,12 @@ class HostileTools(OnACluster):
         cluster = self.cluster()
         cluster.configure(TOOL_TIMEOUT=60 * SLOWNESS)
         self.assert_prints(cluster, "-all", ALL)
+
+    def test_a_limit_that_makes_no_sense_is_none(self):
+        cluster = self.cluster()
+        for limit in ("0", "-5", "", "soon", "99999999999999"):
+            cluster.configure(TOOL_TIMEOUT=limit)
+            self.assert_prints(cluster, "-all", ALL)
 
     def test_without_a_limit_only_the_caller_waits(self):
         cluster = self.cluster()
