@@ -6,7 +6,7 @@ import subprocess
 import unittest
 
 from cluster import Cluster
-from node import BUILD, PATIENCE_S, TOOLS, Result
+from node import BUILD, PATIENCE_S, ROOT, TOOLS, Result
 
 DONE, FAILED, USAGE, VERSION = range(4)
 STRANGER = 54321
@@ -112,6 +112,17 @@ class Questions(OnACluster):
                 for question in [f"{one} {other}" for one in first for other in words]:
                     with self.subTest(question):
                         self.assert_prints(cluster, question, text)
+
+    def test_what_the_papers_show_is_what_it_prints(self):
+        cluster = self.cluster()
+        shown = 0
+        for path in sorted((ROOT / "docs").rglob("*.md")):
+            for block in re.findall(r"^```\w*\n(\$ lumclusterinfo .*?)^```", path.read_text(encoding="utf-8"), re.M | re.S):
+                for line, output in re.findall(r"^\$ lumclusterinfo (.*)\n((?:(?!\$ ).*\n)*)", block, re.M):
+                    with self.subTest(path=path.name, line=line):
+                        self.assertEqual(self.info(cluster, line).out, output)
+                        shown += 1
+        self.assertGreater(shown, 0)
 
     def test_an_empty_list_prints_nothing(self):
         cluster = self.cluster(conducts=[{"call": "hasys -list", "print": ""},
