@@ -1,14 +1,64 @@
 #include "LumConfCluster/ClusterUtil.h"
 
-#include "LumConfCluster/ClusterBase.h"
+#include <cstdio>
+
+#include "ConfBase.h"
+#include "Exceptions.h"
+#include "LumPalConsole.h"
+#include "Messages.h"
+#include "Names.h"
+#include "ToolRun.h"
 #include "Trace.h"
 
 namespace LumConfCluster {
 
-void ClusterUtil::ChangeHeader(LumConf::PolicyHeaderImpl*) {
-    if (!ClusterBase::GetClusterEnvDetected()) return;
-    // A cluster that cannot be asked leaves the header as it is, and no product can be asked by this build.
-    LUMCONF_TRACE(LumConf::trace::Cluster, "no cluster can be asked for the status of a policy");
+using namespace LumConf;
+using LumPalStr::String_t;
+
+namespace {
+
+/// A terminal obeys control characters: no name is to give it orders.
+String_t Tamed(String_t text) {
+    for (std::uint32_t i = 0; i < text.GetLength(); ++i) {
+        const char16_t unit = text.GetAt(i);
+        if ((unit < 0x20 && unit != u'\n') || (unit >= 0x7F && unit < 0xA0)) text.SetAt(i, '?');
+    }
+    return text;
+}
+
+template <class Running>
+auto Wrapped(Running&& running) {
+    try {
+        return running(ConfiguredToolLimits());
+    } catch (const LumPalMsg::Exception_t& e) {
+        const auto message = Make(msg::ToolFailed, e);
+        LUMCONF_TRACE(trace::Cluster, message.Format(LumPalMsg::Text | LumPalMsg::Details));
+        throw ClusterException(message);
+    }
+}
+
+}  // namespace
+
+String_t ClusterUtil::GetOut(const String_t& cmd) {
+    return Wrapped([&](const ToolLimits& limits) { return FirstLineOf(cmd, limits); });
+}
+
+std::vector<String_t> ClusterUtil::GetOutColl(const String_t& cmd) {
+    return Wrapped([&](const ToolLimits& limits) { return AllLinesOf(cmd, limits); });
+}
+
+void ClusterUtil::I18N_CreateMessage(const LumPalMsg::CreateMessage_t& message, bool toStdErr) {
+    String_t text = message.GetMessageText();
+    if (text.IsEmpty()) return;
+    if (!(text.LastChar() == '\n')) text += "\n";
+    if (LumPalConsole::IsTerminal(toStdErr ? LumPalConsole::Stream::Error : LumPalConsole::Stream::Output))
+        text = Tamed(text);
+    const LumPalStr::MBS_t bytes(text);
+    std::fwrite(bytes, 1, bytes.GetLength(), toStdErr ? stderr : stdout);
+}
+
+bool ClusterUtil::IsMonitorMode() {
+    return ConfBase::Get_NS_ConfCluster().Open().GetBool(names::MonitorModeKey);
 }
 
 }  // namespace LumConfCluster

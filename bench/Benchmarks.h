@@ -30,7 +30,8 @@ void MeasureStrangers(Session& session);
 void MeasureInstall(Session& session);
 /// A long list over the wire against an echo of as many bytes.
 void MeasureList(Session& session);
-
+/// The groups and the name of a simulated cluster against its tools run by bare calls.
+void MeasureCluster(Session& session);
 /// A change of many policies against the bare work on files; changes, lists and dry runs: ten times the policies.
 void MeasureChange(Session& session);
 

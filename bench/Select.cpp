@@ -62,7 +62,7 @@ class Loader {
 public:
     explicit Loader(const Store& store) {
         store.Use();
-        operation = std::make_unique<LumConf::PolicyOperation>(worker, auditLog);
+        operation = std::make_unique<LumConf::PolicyOperation>(LumConf::SurroundingsOf(worker, auditLog));
     }
     ~Loader() { worker.Stop(); }
 

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "Benchmarks.h"
+#include "ClusterBox.h"
 #include "LumPalRuntime.h"
 #include "ToldProcess.h"
 
@@ -16,13 +17,13 @@ struct Benchmark {
 
 // In this order: the first ones want a process that nothing was done in yet, the last ones share a node. Of these
 // "told" comes first: it notifies, and the others leave notifications that nobody listens to.
-constexpr Benchmark kBenchmarks[] = {{"read", bench::MeasureRead},         {"load", bench::MeasureLoad},
-                                     {"select", bench::MeasureSelect},     {"entries", bench::MeasureEntries},
-                                     {"settings", bench::MeasureSettings}, {"proof", bench::MeasureProof},
-                                     {"tls", bench::MeasureTls},           {"told", bench::MeasureSettingsWire},
-                                     {"crowd", bench::MeasureCrowd},       {"strangers", bench::MeasureStrangers},
-                                     {"install", bench::MeasureInstall},   {"list", bench::MeasureList},
-                                     {"change", bench::MeasureChange}};
+constexpr Benchmark kBenchmarks[] = {{"read", bench::MeasureRead},           {"load", bench::MeasureLoad},
+                                     {"select", bench::MeasureSelect},       {"entries", bench::MeasureEntries},
+                                     {"settings", bench::MeasureSettings},   {"proof", bench::MeasureProof},
+                                     {"cluster", bench::MeasureCluster},     {"tls", bench::MeasureTls},
+                                     {"told", bench::MeasureSettingsWire},   {"crowd", bench::MeasureCrowd},
+                                     {"strangers", bench::MeasureStrangers}, {"install", bench::MeasureInstall},
+                                     {"list", bench::MeasureList},           {"change", bench::MeasureChange}};
 
 struct Choice {
     bool quick = false, strict = false;
@@ -72,6 +73,7 @@ int Usage() {
 int main(int argc, char** argv) try {
     LumPalRuntime::App_t::Init(argc, argv);
     if (argc == 2 && !std::strcmp(argv[1], "--listen")) return bench::ToldProcess::Listen();
+    if (argc == 6 && !std::strcmp(argv[1], "--in-cluster")) return bench::RunInCluster(argv + 2);
     Choice choice;
     if (!ReadArguments(argc, argv, choice)) return Usage();
     bench::Session session(choice.quick);

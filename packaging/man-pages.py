@@ -101,7 +101,7 @@ def make(name, text, preamble):
     synopsis = next(lines for kind, lines in rest if kind == "code")
     page = Page(name, section)
     page.lines += [".SH NAME", f"{name} \\- {escaped(brief[0].lower() + brief[1:])}", ".SH SYNOPSIS"]
-    page.lines += [usage(text[4:]) for text in synopsis]
+    page.lines += "\n.br\n".join(usage(text[4:]) for text in synopsis).split("\n")
     page.begin("DESCRIPTION")
     page.pending = [sentence]
     for kind, lines in rest:

@@ -117,9 +117,10 @@ def programs(folder, *patterns):
     return [path for path in found if path.is_file() and os.access(path, os.X_OK)]
 
 
-def project_suites():
-    return [(script.stem, run_single, (script.stem, ["/usr/bin/python3", "-B", str(script)]))
-            for script in sorted((ROOT / "tests/project").glob("check_*.py"))]
+def project_suites(long):
+    scripts = [script for pattern in ("check_*.py", *(["long_*.py"] if long else []))
+               for script in sorted((ROOT / "tests/project").glob(pattern))]
+    return [(script.stem, run_single, (script.stem, ["/usr/bin/python3", "-B", str(script)])) for script in scripts]
 
 
 def build_suites(build, trial_seconds):
@@ -196,7 +197,7 @@ def main():
     options = parser.parse_args()
     build = options.build.resolve()
 
-    suites = [*project_suites(), *build_suites(build, options.trial_seconds)]
+    suites = [*project_suites(options.long), *build_suites(build, options.trial_seconds)]
     if options.fuzz_build:
         suites += guided_suites(options.fuzz_build.resolve(), options.trial_seconds)
     results = run_suites(suites, build, options)

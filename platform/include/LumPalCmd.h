@@ -2,6 +2,7 @@
 /// Starting programs.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
 #include "LumPalExport.h"
@@ -12,6 +13,9 @@ namespace LumPalCmd {
 
 /// Where a standard stream of the child goes.
 enum Mode_e { Inherit = 0, Null = 1, Pipe = 2 };
+
+/// A program took longer than its limit.
+LUMPAL_DECLARE_EXCEPTION(LUMPAL_API, TimeLimitException_t, LumPalIo::IOException_t);
 
 /// A started program. A handle; copies mean the same process. Any thread.
 ///
@@ -32,7 +36,12 @@ public:
     /// that throws LumPalIo::IOException_t. An input that nobody asked for is closed first.
     /// @throws LumPalMsg::IllegalStateError_t for a default-constructed object; LumPalIo::IOException_t
     ///         when the exit code is lost (the host program ignores the ends of its children)
+    /// @throws TimeLimitException_t once the program's limit is over; it goes on, and may be ended
     int WaitFor() const;
+    /// Ends the program at once (SIGKILL), one with a time limit together with its process group. Its output is refused
+    /// from then on, and what outlives it and writes gets a broken pipe once the last handle has gone. A program with
+    /// another user's rights (started by sudo(8)) cannot be ended. Does nothing after the end was waited for.
+    void End() const noexcept;
     /// 0 for a default-constructed object.
     long GetPid() const noexcept;
 
@@ -57,6 +66,10 @@ public:
     /// Adds to the child's environment, which is this process's otherwise, with LC_ALL=C.
     /// @throws LumPalMsg::IllegalArgumentError_t for a name that is empty or holds "=", and for NUL in either
     Command_t& PutEnv(const LumPalStr::String_t& name, const LumPalStr::String_t& value);
+    /// Limits the time of each program that is started from now on; 0, as at first, is without limit. Once it is over,
+    /// reading the output and waiting for the end throw TimeLimitException_t. Such a program leads a process group of
+    /// its own, so that it can be ended with its children; a terminal's signals for this process don't reach it.
+    Command_t& LimitTime(std::uint32_t milliseconds);
     /// Starts the program with closed descriptors, default signals (none blocked) and the C locale. May be
     /// called again: each call starts one.
     /// @throws LumPalIo::FileNotFoundException_t no such program; LumPalIo::IOException_t;

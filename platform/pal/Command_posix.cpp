@@ -5,6 +5,8 @@
 
 namespace LumPalCmd {
 
+LUMPAL_DEFINE_EXCEPTION(TimeLimitException_t);
+
 using LumPalStr::String_t;
 
 struct Command_t::Impl {
@@ -44,10 +46,15 @@ Command_t& Command_t::PutEnv(const String_t& name, const String_t& value) {
     return *this;
 }
 
+Command_t& Command_t::LimitTime(std::uint32_t milliseconds) {
+    impl->plan.limitMs = milliseconds;
+    return *this;
+}
+
 Process_t Command_t::Execute() {
     SpawnPlan plan = impl->plan;
     plan.words = SplitWords(impl->line);
-    return Process_t(std::make_shared<Process_t::Impl>(Spawn(plan)));
+    return Process_t(std::make_shared<Process_t::Impl>(Spawn(plan), plan.limitMs));
 }
 
 }  // namespace LumPalCmd

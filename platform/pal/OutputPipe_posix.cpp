@@ -54,17 +54,18 @@ std::int64_t OutputPipe::TryRead(char* target, std::size_t length) {
     return ended ? kEnd : ReadSource(target, length);
 }
 
-std::int64_t OutputPipe::Read(char* target, std::size_t length, int end) {
+std::int64_t OutputPipe::Read(char* target, std::size_t length, int end, const Deadline& deadline) {
     std::unique_lock lock(mutex);
     for (bool last = false;; last = IsReadable(end)) {
         // The look at the program's end comes before the last try: what it wrote is there by then.
         const std::int64_t count = TryRead(target, length);
+        if (count == kEnd || (count == kNothingYet && last)) return kEnd;
+        deadline.Check();
         if (count != kNothingYet) return count;
-        if (last) return kEnd;
         ++readers;
         lock.unlock();
         pollfd polled[2] = {{source.Get(), POLLIN, 0}, {end, POLLIN, 0}};
-        poll(polled, 2, -1);
+        poll(polled, 2, deadline.LeftMs());
         lock.lock();
         --readers;
     }

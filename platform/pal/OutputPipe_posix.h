@@ -7,6 +7,7 @@
 #include <mutex>
 #include <string>
 
+#include "Deadline.h"
 #include "Descriptor_posix.h"
 
 namespace LumPalCmd {
@@ -24,7 +25,8 @@ public:
     /// @param end  readable when the program has ended
     /// @return     the count, or -1 at the end
     /// @throws LumPalIo::IOException_t  after Close; where drained bytes were dropped
-    std::int64_t Read(char* target, std::size_t length, int end);
+    /// @throws TimeLimitException_t  once the deadline is over
+    std::int64_t Read(char* target, std::size_t length, int end, const Deadline& deadline);
     std::size_t Available();
     /// From now on reading is refused, and what comes is dropped.
     void Close();

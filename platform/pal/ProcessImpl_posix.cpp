@@ -1,8 +1,10 @@
 #include "ProcessImpl_posix.h"
 
 #include <poll.h>
+#include <signal.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "Reaper_posix.h"
@@ -27,9 +29,11 @@ int ExitCodeOf(int status) {
 
 }  // namespace
 
-Process_t::Impl::Impl(Spawned spawned)
+Process_t::Impl::Impl(Spawned spawned, std::uint32_t limitMs)
     : pid(spawned.pid),
       end(std::move(spawned.end)),
+      leadsGroup(limitMs > 0),
+      deadline(limitMs),
       output(std::move(spawned.pipes[STDOUT_FILENO])),
       error(std::move(spawned.pipes[STDERR_FILENO])),
       inputPiped(spawned.pipes[STDIN_FILENO].IsOpen()),
@@ -38,6 +42,9 @@ Process_t::Impl::Impl(Spawned spawned)
 Process_t::Impl::~Impl() {
     input.Close();  // before the end is awaited: the program may wait for it
     Orphan orphan{pid, std::move(end), {output.Release(), error.Release()}};
+    if (ended) {  // nobody is to write on
+        for (Descriptor& pipe : orphan.outputs) pipe.Close();
+    }
     if (collected || waitpid(pid, nullptr, WNOHANG) != 0) orphan.end.Close();
     if (orphan.end.IsOpen() || orphan.outputs[0].IsOpen() || orphan.outputs[1].IsOpen()) Adopt(std::move(orphan));
 }
@@ -60,13 +67,20 @@ void Process_t::Impl::CloseInput() {
     input.Close();
 }
 
+int Process_t::Impl::PatienceMs(bool beingRead) const {
+    const int left = ended ? -1 : deadline.LeftMs();
+    if (!beingRead) return left;
+    return left < 0 ? kLookAgainMs : std::min(left, kLookAgainMs);
+}
+
 void Process_t::Impl::DrainUntilEnd() {
     for (;;) {
         bool beingRead = false;
         pollfd polled[3] = {
             {end.Get(), POLLIN, 0}, {output.ToDrain(beingRead), POLLIN, 0}, {error.ToDrain(beingRead), POLLIN, 0}};
-        if (poll(polled, 3, beingRead ? kLookAgainMs : -1) < 0) continue;
+        if (poll(polled, 3, PatienceMs(beingRead)) < 0) continue;
         if (polled[0].revents) return;
+        if (!ended) deadline.Check();
         if (polled[1].revents) output.Drain();
         if (polled[2].revents) error.Drain();
     }
@@ -82,6 +96,15 @@ int Process_t::Impl::CollectEnd() {
     if (lost)
         throw IOException_t(CreateError_t("The exit code of a program is lost: its end was collected elsewhere."));
     return ExitCodeOf(status);
+}
+
+void Process_t::Impl::End() noexcept {
+    const std::lock_guard lock(endMutex);
+    if (collected) return;  // its number may be another program's by now
+    kill(leadsGroup ? -pid : pid, SIGKILL);
+    ended = true;
+    output.Close();
+    error.Close();
 }
 
 int Process_t::Impl::WaitFor() {

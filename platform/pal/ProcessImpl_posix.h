@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 
+#include "Deadline.h"
 #include "LumPalCmd.h"
 #include "OutputPipe_posix.h"
 #include "Spawn_posix.h"
@@ -13,15 +14,18 @@
 namespace LumPalCmd {
 
 struct Process_t::Impl {
-    explicit Impl(Spawned spawned);
+    Impl(Spawned spawned, std::uint32_t limitMs);
     Impl(const Impl&) = delete;
     Impl& operator=(const Impl&) = delete;
     /// Leaves what is unfinished to the background.
     ~Impl();
     /// See Process_t::WaitFor.
     int WaitFor();
+    /// See Process_t::End.
+    void End() noexcept;
     OutputPipe& GetOutput(int stream) noexcept { return stream == STDOUT_FILENO ? output : error; }
     int GetEnd() const noexcept { return end.Get(); }
+    const Deadline& GetDeadline() const noexcept { return deadline; }
     bool HasInput() const noexcept { return inputPiped; }
     /// @throws LumPalIo::IOException_t
     void WriteInput(const char* bytes, std::size_t length);
@@ -31,10 +35,14 @@ struct Process_t::Impl {
     std::atomic<int> inputWriters{0};
 
 private:
+    int PatienceMs(bool beingRead) const;
     void DrainUntilEnd();
     int CollectEnd();
 
-    LumPal::Descriptor end;  // constant
+    LumPal::Descriptor end;  // constant, as the next two
+    const bool leadsGroup;
+    const Deadline deadline;
+    std::atomic<bool> ended{false};
     OutputPipe output, error;
     const bool inputPiped;
     std::mutex inputMutex;

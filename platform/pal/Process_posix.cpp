@@ -12,7 +12,7 @@ public:
     OutputReader(std::shared_ptr<Process_t::Impl> process, int stream)
         : process(std::move(process)), pipe(this->process->GetOutput(stream)) {}
     std::int64_t Read(char* target, std::size_t length) override {
-        return pipe.Read(target, length, process->GetEnd());
+        return pipe.Read(target, length, process->GetEnd(), process->GetDeadline());
     }
     std::size_t Available() override { return pipe.Available(); }
     void Close() override { pipe.Close(); }
@@ -61,6 +61,10 @@ int Process_t::WaitFor() const {
     using namespace LumPalMsg;
     if (!impl) throw IllegalStateError_t(CreateError_t("A program that was not started can not be waited for."));
     return impl->WaitFor();
+}
+
+void Process_t::End() const noexcept {
+    if (impl) impl->End();
 }
 
 long Process_t::GetPid() const noexcept {

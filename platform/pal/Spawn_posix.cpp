@@ -40,13 +40,15 @@ struct SpawnSettings {
     posix_spawnattr_t attributes;
 };
 
-void ResetSignals(posix_spawnattr_t& attributes) {
+void SetAttributes(posix_spawnattr_t& attributes, bool ownGroup) {
     sigset_t set;
     sigfillset(&set);
     posix_spawnattr_setsigdefault(&attributes, &set);
     sigemptyset(&set);
     posix_spawnattr_setsigmask(&attributes, &set);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+    posix_spawnattr_setpgroup(&attributes, 0);
+    const int group = ownGroup ? POSIX_SPAWN_SETPGROUP : 0;
+    posix_spawnattr_setflags(&attributes, static_cast<short>(POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | group));
 }
 
 struct PipeEnds {
@@ -142,7 +144,7 @@ Descriptor WatchEnd(pid_t pid, const String_t& program) {
 Spawned Spawn(const SpawnPlan& plan) {
     const String_t program = String_t::FromUtf8(plan.words.front());
     SpawnSettings settings;
-    ResetSignals(settings.attributes);
+    SetAttributes(settings.attributes, plan.limitMs > 0);
     Spawned spawned;
     std::array<Descriptor, 3> theirs;
     for (int stream = 0; stream < 3; ++stream) {

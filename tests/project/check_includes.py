@@ -16,7 +16,7 @@ ALLOWED = {
     "LumConfCluster": {"platform", "src", "LumConfCluster"},
     "node": {"platform", "src", "LumConfPar", "LumConfCluster", "node"},
     "tools": {"platform", "src", "LumConfCluster", "tools"},
-    "bench": {"platform", "src", "LumConfPar", "node", "bench"},
+    "bench": {"platform", "src", "LumConfPar", "LumConfCluster", "node", "bench"},
 }
 STANDARD = re.compile(r"^[a-z_0-9]+$")  # <vector>, <memory>: no slash, no .h
 THIRD_PARTY = re.compile(

@@ -22,9 +22,24 @@ def made_pages():
     return module.pages()
 
 
+# They say how they are called in a form of their own, by an option of their own, and end as with wrong usage.
+OWN_USAGE = {"lumclusterinfo"}
+
+
 def run(*command):
     return subprocess.run([str(word) for word in command], stdin=subprocess.DEVNULL, capture_output=True, text=True,
                           env=PLAIN, timeout=120)
+
+
+def usage_of(tool):
+    done = run(TOOLS / tool, "-help")
+    if done.returncode != 2:
+        raise AssertionError(f"{tool} -help ended with {done.returncode}: {done.stderr}")
+    return done.stdout
+
+
+def own_options_in(text):
+    return set(re.findall(r"(?<![\w-])-[A-Za-z]+", text))
 
 
 def help_of(tool, *command):
@@ -52,6 +67,23 @@ def check_rendered(tool, path):
         yield f"{path.relative_to(ROOT)}: it does not say in a line what the program is"
     if len(max(text.splitlines(), key=len, default="")) > 80:
         yield f"{path.relative_to(ROOT)}: it is wider than 80 columns"
+    yield from check_own_usage(tool, path, text) if tool in OWN_USAGE else check_help(tool, path, text)
+
+
+def missing_options(options, path, text):
+    for option in sorted(options):
+        if not re.search(rf"(?<![\w-]){re.escape(option)}(?![\w-])", text):
+            yield f"{path.relative_to(ROOT)}: the option {option} is missing"
+
+
+def check_own_usage(tool, path, text):
+    options = own_options_in(usage_of(tool))
+    if not {"-h", "-help", "-version"} < options:
+        yield f"{tool} -help: its options were not found: {sorted(options)}"
+    yield from missing_options(options, path, text)
+
+
+def check_help(tool, path, text):
     usage = help_of(tool)
     commands = commands_in(usage)
     for command in commands:
@@ -60,9 +92,7 @@ def check_rendered(tool, path):
     options = options_in(usage).union(*(options_in(help_of(tool, command)) for command in commands))
     if not {"-h", "--help", "--version"} < options:
         yield f"{tool} --help: its options were not found: {sorted(options)}"
-    for option in sorted(options):
-        if not re.search(rf"(?<![\w-]){re.escape(option)}(?![\w-])", text):
-            yield f"{path.relative_to(ROOT)}: the option {option} is missing"
+    yield from missing_options(options, path, text)
 
 
 def check_pages():

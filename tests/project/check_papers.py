@@ -91,7 +91,7 @@ def check_bounds():
 def check_environment():
     page = text_of(ROOT / "docs/configuration.md").split("## Environment")[1]
     for path in sources(*SOURCES):
-        for name in re.findall(r'getenv\("(\w+)"\)', text_of(path)):
+        for name in re.findall(r'(?:getenv|Environment_t::Get)\("(\w+)"\)', text_of(path)):
             if f"`{name}`" not in page:
                 yield f"docs/configuration.md: {name} of {path.relative_to(ROOT)} is not mentioned"
 

@@ -29,6 +29,8 @@ ROWS = {
                  "disable of one to a rebuild, signed"],
     "proof": ["proof of 10 KB, P-256", "proof of 10 KB, RSA 2048", "proof of 10 KB, RSA 4096", "proof of 10 KB, Ed25519",
               "proof of 1 MB, P-256", "proof of 1 MB, Ed25519", "verify 1,000 installed policies"],
+    "cluster": ["50 groups on 8 systems", "lumclusterinfo -cluster -name",
+                "the same to its tools alone"],
     "tls": ["handshake with both certificates", "call on a kept TLS connection", "call that proves the secret"],
     "told": ["set of a value", "install until a process is told", "the same beside 1,000 policies",
              "the same beside 1,000, cached"],

@@ -68,6 +68,19 @@ class Words(unittest.TestCase):
         for tool in ("lumevents", "lumconfd"):
             self.assertEqual(set(offered(f"{tool} -")), options_in(help_of(tool)))
 
+    def test_the_options_and_questions_of_a_cluster_are_offered(self):
+        self.assertEqual(set(offered("lumclusterinfo ")), {"-h", "-help", "-version", "-a", "-all", "-c", "-cluster",
+                                                           "-n", "-node", "-g", "-group"})
+        self.assertEqual(offered("lumclusterinfo -cl"), ["-cluster"])
+        for option in ("-c", "-cluster"):
+            self.assertEqual(set(offered(f"lumclusterinfo {option} ")),
+                             {"-tp", "-type", "-nm", "-name", "-st", "-state", "-nds", "-nodes", "-rgs", "-groups"})
+        self.assertEqual(set(offered("lumclusterinfo -node north ")), {"-id", "-st", "-state"})
+        self.assertEqual(set(offered("lumclusterinfo -group web -l")), {"-ls", "-localState"})
+        for line in ("lumclusterinfo -all ", "lumclusterinfo -zzz ", "lumclusterinfo -cluster -name ",
+                     "lumclusterinfo -node ", "lumclusterinfo -node north -id ", "lumclusterinfo -help -"):
+            self.assertEqual(offered(line), [], f"{line}: here is no cluster")
+
     def test_options_stand_behind_other_words_too(self):
         self.assertEqual(offered("lumpolicy install --force-s"), ["--force-state"])
         self.assertEqual(offered("lumpolicy list --json --type backup --par"), ["--parallel"])

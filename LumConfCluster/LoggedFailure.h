@@ -1,0 +1,21 @@
+/// @file
+/// Failures that the application log is told of too.
+#pragma once
+
+#include "Exceptions.h"
+#include "LumPalLog.h"
+#include "Messages.h"
+#include "Trace.h"
+
+namespace LumConfCluster {
+
+/// Traces and logs the message of the row, and throws it as ClusterException.
+template <unsigned Holes, class... Args>
+[[noreturn]] void LogAndRaise(const LumConf::MessageOf<Holes>& row, const Args&... args) {
+    const LumPalMsg::Message_t message = LumConf::Make(row, args...);
+    LUMCONF_TRACE(LumConf::trace::Cluster, message);
+    LumPalLog::Log(message);
+    throw LumConf::ClusterException(message);
+}
+
+}  // namespace LumConfCluster

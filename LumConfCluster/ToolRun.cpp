@@ -1,0 +1,140 @@
+#include "ToolRun.h"
+
+#include <algorithm>
+#include <limits>
+#include <memory>
+#include <string_view>
+
+#include "ConfBase.h"
+#include "LumPalCmd.h"
+#include "LumPalIo.h"
+#include "Messages.h"
+#include "Names.h"
+#include "Trace.h"
+
+namespace LumConfCluster {
+
+using namespace LumConf;
+using LumPalArray::CharArray_t;
+using LumPalIo::InputStream_t;
+using LumPalMsg::RuntimeException_t;
+using LumPalStr::String_t;
+
+namespace {
+
+constexpr std::uint32_t kMsPerSecond = 1000;
+
+/// More came than is taken.
+class TooMuch {};
+
+/// A stream that gives no more than so many bytes.
+class LimitedStream : public InputStream_t::Impl {
+public:
+    LimitedStream(const InputStream_t& source, std::size_t limit) : source(source.GetImpl()), left(limit) {}
+    std::int64_t Read(char* target, std::size_t length) override {
+        const std::int64_t count = source->Read(target, length);
+        if (count > 0 && static_cast<std::size_t>(count) > left) throw TooMuch();
+        if (count > 0) left -= static_cast<std::size_t>(count);
+        return count;
+    }
+    void Close() override { source->Close(); }
+
+private:
+    const std::shared_ptr<Impl> source;
+    std::size_t left;
+};
+
+String_t TextOf(const CharArray_t& line) {
+    return String_t::FromUtf8(std::string_view(line.GetData(), line.GetLength()));
+}
+
+/// One run of a tool.
+class Run {
+public:
+    Run(const String_t& cmd, const ToolLimits& limits) : cmd(cmd), limits(limits) {
+        LUMCONF_TRACE(trace::ClusterCliOutputs, String_t("run: ") + cmd);
+        LumPalCmd::Command_t command(cmd, true);
+        command.RedirectError(LumPalCmd::Null).RedirectInput(LumPalCmd::Null).RedirectOutput(LumPalCmd::Pipe);
+        process = command.PutEnv("LANG", "C").LimitTime(limits.timeMs).Execute();
+        const InputStream_t output = process.GetStandardOutput();
+        lines = LumPalIo::DataInputStream_t(InputStream_t(std::make_shared<LimitedStream>(output, limits.bytes)));
+    }
+
+    /// Reads what the run is for; a tool that goes beyond a limit is ended.
+    template <class Reading>
+    auto Guarded(Reading&& reading) {
+        try {
+            return reading();
+        } catch (const LumPalCmd::TimeLimitException_t&) {
+            process.End();
+            Raise<RuntimeException_t>(msg::ToolTooSlow, limits.timeMs / kMsPerSecond, cmd);
+        } catch (const TooMuch&) {
+            process.End();
+            Raise<RuntimeException_t>(msg::ToolOutputTooLarge, LumPalStr::NumToStr(limits.bytes),
+                                      LumPalStr::NumToStr(limits.lines), cmd);
+        }
+    }
+
+    /// False at the end.
+    bool ReadLine(String_t& line) {
+        try {
+            line = TextOf(lines.ReadLine());
+        } catch (const LumPalIo::EOFException_t&) {
+            return false;
+        }
+        LUMCONF_TRACE(trace::ClusterCliOutputs, line);
+        return true;
+    }
+    void DropTheRest() { lines.Close(); }
+    int WaitFor() const {
+        const int code = process.WaitFor();
+        if (code != 0) LUMCONF_TRACE(trace::ClusterCliOutputs, String_t("returned ") + LumPalStr::NumToStr(code));
+        return code;
+    }
+    void ExpectSuccess() const {
+        if (const int code = WaitFor()) Raise<RuntimeException_t>(msg::ToolReturned, code, Make(msg::ToolLineWas, cmd));
+    }
+    void ExpectRoom(std::size_t count) const {
+        if (count >= limits.lines) throw TooMuch();
+    }
+
+private:
+    const String_t cmd;
+    const ToolLimits limits;
+    LumPalCmd::Process_t process;
+    LumPalIo::DataInputStream_t lines;
+};
+
+}  // namespace
+
+ToolLimits ConfiguredToolLimits() {
+    const int seconds = std::max(ConfBase::Get_NS_ConfCluster().Open().GetInt(names::ToolTimeoutKey), 0);
+    constexpr std::uint32_t most = std::numeric_limits<std::uint32_t>::max() / kMsPerSecond;
+    ToolLimits limits;
+    limits.timeMs = std::min(static_cast<std::uint32_t>(seconds), most) * kMsPerSecond;
+    return limits;
+}
+
+String_t FirstLineOf(const String_t& cmd, const ToolLimits& limits) {
+    Run run(cmd, limits);
+    return run.Guarded([&] {
+        String_t line;
+        const bool printed = run.ReadLine(line);
+        run.DropTheRest();
+        if (!printed) Raise<RuntimeException_t>(msg::ToolPrintedNothing, run.WaitFor(), cmd);
+        run.ExpectSuccess();
+        return line;
+    });
+}
+
+std::vector<String_t> AllLinesOf(const String_t& cmd, const ToolLimits& limits) {
+    Run run(cmd, limits);
+    return run.Guarded([&] {
+        std::vector<String_t> lines;
+        for (String_t line; run.ReadLine(line); lines.push_back(line)) run.ExpectRoom(lines.size());
+        run.ExpectSuccess();
+        return lines;
+    });
+}
+
+}  // namespace LumConfCluster

@@ -1,0 +1,130 @@
+#include "ClusterBox.h"
+
+#include <stdlib.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <iterator>
+#include <sstream>
+#include <stdexcept>
+
+#include "BareTools.h"
+#include "LumConfCluster/Cluster.h"
+#include "TempRoot.h"
+
+namespace bench {
+namespace {
+
+namespace fs = std::filesystem;
+
+fs::path Self() {
+    return fs::read_symlink("/proc/self/exe");
+}
+
+std::string BuildFolder() {
+    return Self().parent_path().parent_path();
+}
+
+/// No group is online, so that every system is asked for its state.
+void Describe(const std::string& path, int systems, int groups) {
+    std::ostringstream names, all;
+    for (int i = 0; i < systems; ++i) names << (i ? ", " : "") << "\"system" << i << "\"";
+    for (int i = 0; i < systems; ++i) all << (i ? ", " : "") << "{\"name\": \"system" << i << "\"}";
+    std::ofstream file(path);
+    file << "{\"product\": \"vcs\", \"name\": \"measured\", \"host\": \"system0\", \"systems\": [" << all.str()
+         << "], \"groups\": [";
+    for (int i = 0; i < groups; ++i) {
+        file << (i ? ", " : "") << "{\"name\": \"group" << i << "\", \"systems\": [" << names.str() << "]}";
+    }
+    file << "]}\n";
+}
+
+long CountCalls() {
+    std::ifstream file(std::string(std::getenv("LUM_ROOT")) + "/calls");
+    return std::count(std::istreambuf_iterator<char>(file), {}, '\n');
+}
+
+/// Both sides must have run as many tools, else the ratio says nothing.
+void CompareCalls(const std::function<void()>& measured, const std::function<void()>& reference) {
+    const long before = CountCalls();
+    measured();
+    const long between = CountCalls();
+    reference();
+    if (between - before != CountCalls() - between) {
+        throw std::runtime_error("the reference does not run as many tools as what is measured");
+    }
+}
+
+Pairs Compare(int count, const std::function<void()>& measured, const std::function<void()>& reference) {
+    CompareCalls(measured, reference);
+    return RunPairs(
+        count, [&] { return Seconds(measured); }, [&] { return Seconds(reference); });
+}
+
+Pairs CompareGroups(int systems, int groups, int count) {
+    const LumConfCluster::Cluster cluster;
+    return Compare(
+        count, [&] { cluster.GetGroups(); }, [&] { RunBareGroups(systems, groups); });
+}
+
+std::string Program() {
+    return BuildFolder() + "/tools/lumclusterinfo";
+}
+
+void AskForName() {
+    RunBare({Program(), "-cluster", "-name"});
+}
+
+void RunToolsOfName() {
+    RunBare({"/bin/uname", "-n"});
+    RunBare({"/opt/VRTSvcs/bin/haclus", "-value", "ClusterName"});
+}
+
+/// The reference starts the program too, which asks nothing then.
+Pairs CompareName(int count) {
+    return Compare(count, AskForName, [] {
+        RunBare({Program(), "-version"});
+        RunToolsOfName();
+    });
+}
+
+Pairs Run(const ClusterTask& task) {
+    const std::string name = task.name;
+    if (name == "groups") return CompareGroups(task.systems, task.groups, task.pairs);
+    return name == "name" ? CompareName(task.pairs) : Compare(task.pairs, AskForName, RunToolsOfName);
+}
+
+}  // namespace
+
+Pairs MeasureInCluster(const ClusterTask& task) {
+    std::string folder = "/tmp/lumbench-XXXXXX";
+    if (!mkdtemp(folder.data())) throw std::runtime_error("cannot make a folder");
+    Describe(folder + "/cluster.json", task.systems, task.groups);
+    std::ostringstream command;
+    command << "LUM_ROOT='" << folder << "' LANG=C LC_ALL=C '" << BuildFolder() << "/tests/lumclustersim' '" << folder
+            << "' '" << Self().string() << "' --in-cluster " << task.name << " " << task.systems << " " << task.groups
+            << " " << task.pairs << " >'" << folder << "/pairs'";
+    const int status = std::system(command.str().c_str());
+    Pairs pairs;
+    std::ifstream file(folder + "/pairs");
+    for (double measured, reference; file >> measured >> reference;) {
+        pairs.measured.push_back(measured);
+        pairs.reference.push_back(reference);
+    }
+    fs::remove_all(folder);
+    if (status != 0 || pairs.measured.empty()) throw std::runtime_error("nothing was measured in the cluster");
+    return pairs;
+}
+
+int RunInCluster(char** arguments) {
+    const Pairs pairs = Run({arguments[0], std::stoi(arguments[1]), std::stoi(arguments[2]), std::stoi(arguments[3])});
+    for (std::size_t i = 0; i < pairs.measured.size(); ++i) {
+        std::cout << pairs.measured[i] << " " << pairs.reference[i] << "\n";
+    }
+    return 0;
+}
+
+}  // namespace bench

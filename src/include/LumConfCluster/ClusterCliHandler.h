@@ -1,0 +1,53 @@
+/// @file
+/// The command lines of the cluster tools.
+#pragma once
+
+#include <cstdint>
+
+#include "Cluster.h"
+#include "Export.h"
+#include "LumPalStr.h"
+
+namespace LumConfCluster {
+
+/// What the cluster tools do with their arguments, which LumPalRuntime::App_t holds. Prints to standard output: a bare
+/// value for one question, lines of labels and values for a listing. One thread.
+class LUMCONF_API ClusterCliHandler {
+public:
+    /// The tools.
+    enum class eCli : std::int32_t { ClusterInfo };
+    /// What the first option asks for.
+    enum class eArg : std::int32_t { Help, Version, All, Cluster, Node, Group };
+    /// What Process returns.
+    enum Exit : std::int32_t {
+        Done = 0,
+        UsagePrinted = 2,
+        VersionWanted = 3  ///< nothing was printed: the tool's main function prints its version
+    };
+
+    /// Takes the name of the tool and the number of its arguments from LumPalRuntime::App_t.
+    ClusterCliHandler();
+    /// Does what the arguments ask for. @return one of Exit
+    /// @throws LumPalMsg::IllegalArgumentError_t 357 (an unknown option), 358 (another tool), 361 (arguments behind an
+    ///         option that takes none); LumConf::ClusterException as Cluster; ClusterNoNodeException and
+    ///         ClusterNoGroupException for a name that is not there. Nothing is printed then
+    std::int32_t Process();
+    /// Prints how the tool is called.
+    static void Usage(eCli cli);
+
+private:
+    eArg FirstOption() const;
+    std::int32_t CheckOptions(eCli cli, eArg arg) const;
+    std::int32_t ShowUsage(eCli cli) const;
+    void ExpectNoMore() const;
+    LumPalStr::String_t Argument(std::int32_t place) const;
+    LumPalStr::String_t ClusterValue() const;
+    LumPalStr::String_t NodeValue() const;
+    LumPalStr::String_t GroupValue() const;
+
+    std::int32_t argCount;
+    std::int32_t argIndex = 1;  ///< of the first option
+    LumPalStr::String_t toolName;
+};
+
+}  // namespace LumConfCluster
