@@ -42,9 +42,9 @@ struct Text : LumVoxSoap::SOAPArgUnicodeString {
     explicit Text(const char* name) : SOAPArgUnicodeString(name, LumPalStr::String_t()) {}
 };
 using Kept = Arguments<Text, LumVoxSoap::SOAPArgByteArray, LumConf::InstallOptionsSoapArg, LumConf::DataFilesSoapArg,
-                       LumConfPar::ConfigGroupSoapArg>;
+                       LumConf::ConfigGroupSoapArg>;
 using Checked = Arguments<LumConf::CheckedText, LumConf::CheckedBytes, LumConf::CheckedInstallOptions,
-                          LumConf::CheckedDataFiles, LumConfPar::CheckedGroup>;
+                          LumConf::CheckedDataFiles, LumConf::CheckedGroup>;
 
 }  // namespace
 
