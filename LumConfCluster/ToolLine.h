@@ -19,6 +19,7 @@ public:
     /// @throws LumConf::ClusterException 335 for a name that could be taken for something else: one with a double quote
     ///         or a control character, or with "-" at its beginning. As if the tool had failed
     ToolLine& Name(const LumPalStr::String_t& name);
+    const LumPalStr::String_t& Text() const noexcept { return line; }
     /// See ClusterUtil.
     LumPalStr::String_t GetOut() const;
     std::vector<LumPalStr::String_t> GetOutColl() const;

@@ -3,7 +3,7 @@
 set -e
 root=$(cd "$(dirname "$0")/.." && pwd)
 {
-    echo '$ Messages of LumConf. To translate: copy this file, translate the texts, keep %1 to %9 and the numbers,'
+    echo '$ Messages of LumConf. To translate: copy this file, translate the texts, keep %1, %2 and so on, and the numbers,'
     echo '$ run gencat conf.cat <copy>, and name its place in NLSPATH, for example /opt/lum/nls/%N.cat'
     echo '$set 1'
     echo '$quote "'

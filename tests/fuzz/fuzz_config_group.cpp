@@ -9,7 +9,7 @@ namespace {
 struct Arguments {
     LumVoxSoap::SOAPArgInt mode{"PolicyOperationMode", 0};
     LumVoxSoap::SOAPArgUnicodeString package{"ConfigPackageName", LumPalStr::String_t()};
-    LumConfPar::ConfigGroupSoapArg group{"ConfigGroupName"};
+    LumConf::ConfigGroupSoapArg group{"ConfigGroupName"};
     LumVoxSoap::SOAPArg* all[3] = {&mode, &package, &group};
 
     int CountNamespaces() const { return group.GetGroup().GetConfigCount(); }

@@ -66,7 +66,7 @@ public:
                  const char* packageName = "") {
         LumVoxSoap::SOAPArgInt mode("PolicyOperationMode", number);
         LumVoxSoap::SOAPArgUnicodeString package("ConfigPackageName", String::FromUtf8(packageName));
-        LumConfPar::ConfigGroupSoapArg configurations("ConfigGroupName");
+        LumConf::ConfigGroupSoapArg configurations("ConfigGroupName");
         configurations.SetGroup(group);
         return Ask("configOp", {&mode, &package, &configurations}, "ConfigReturn");
     }
@@ -134,7 +134,7 @@ private:
         LumVoxSoap::SOAPArgInt valueArg;
         LumVoxSoap::SOAPArgUnicodeString textArg;
         LumConf::PolicyContainerSoapArg listArg{"PolicyContainer"};
-        LumConfPar::ConfigGroupSoapArg groupArg{"ConfigGroupName"};
+        LumConf::ConfigGroupSoapArg groupArg{"ConfigGroupName"};
         SOAPArg* arguments[4] = {&valueArg, &textArg, &listArg, &groupArg};
     };
 

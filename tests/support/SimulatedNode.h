@@ -161,7 +161,7 @@ private:
     void ServeConfiguration(Call& call) {
         LumVoxSoap::SOAPArgInt mode("PolicyOperationMode", 0);
         LumVoxSoap::SOAPArgUnicodeString package("ConfigPackageName", LumPalStr::String_t());
-        LumConfPar::ConfigGroupSoapArg group("ConfigGroupName");
+        LumConf::ConfigGroupSoapArg group("ConfigGroupName");
         LumVoxSoap::SOAPArg* const arguments[] = {&mode, &package, &group};
         call.ReadRequest(std::size(arguments), arguments);
         ReceivedRequest request;
@@ -170,7 +170,7 @@ private:
         request.package = package.GetValue();
         request.group = group.GetGroup();
         const NodeAnswer answer = Note(request);
-        LumConfPar::ConfigGroupSoapArg result("ConfigGroupName");
+        LumConf::ConfigGroupSoapArg result("ConfigGroupName");
         result.SetGroup(answer.group);
         Send(call, answer, "ConfigReturnValue", "ConfigReturnString", &result);
     }

@@ -7,6 +7,7 @@
 #include <set>
 
 #include "ConfBase.h"
+#include "LumConfCluster/ClusterType.h"
 #include "LumPalConfig.h"
 #include "LumPalMsg.h"
 #include "LumSecAuth.h"
@@ -23,7 +24,7 @@ using LumPalConfig::ConfigGroup_t;
 using LumPalConfig::Configuration_t;
 using LumPalStr::String_t;
 
-enum class Type { Boolean, Port, Count, AuditMode, SharedFiles, ListName, Servers, WaitTime };
+enum class Type { Boolean, Port, Count, AuditMode, SharedFiles, ListName, Servers, WaitTime, Product };
 
 /// A key whose value has a form.
 struct Key {
@@ -44,6 +45,8 @@ const Key kKeys[] = {
     {"conf.server", ConfBase::Get_s_lumconfdLocateServer(), Type::Boolean},
     {"conf.server", ConfBase::Get_s_lumconfdPingServer(), Type::Servers},
     {"conf.server", ConfBase::Get_s_lumconfdWaitTime(), Type::WaitTime},
+    {"conf.cluster", "CLUSTER_TYPE", Type::Product},
+    {"conf.cluster", "TOOL_TIMEOUT", Type::Count},
     {"conf.cluster", "MONITOR_MODE", Type::Boolean},
     {"conf.cluster", "POLLING_INTERVAL", Type::Count},
     {"conf.cluster", "MAX_RETRIES_FOR_CLUSTERUP", Type::Count},
@@ -68,6 +71,15 @@ bool IsBoolean(const String_t& value) {
     return IsOneOf(value, {"true", "yes", "on", "1", "false", "no", "off", "0"});
 }
 
+/// Any other text expects nothing of the node, which is hardly what was meant by it.
+bool IsProduct(const String_t& value) {
+    using LumConfCluster::ClusterType;
+    for (int i = 0; i <= static_cast<int>(ClusterType::Unknown); ++i) {
+        if (value == LumConfCluster::DisplayText(static_cast<ClusterType>(i))) return true;
+    }
+    return value.IsEmpty();
+}
+
 const char* Wanted(Type type, const String_t& value) {
     const std::string text = value.ToUtf8();
     switch (type) {
@@ -88,6 +100,8 @@ const char* Wanted(Type type, const String_t& value) {
             return WantedServers(value);
         case Type::WaitTime:
             return WantedWaitTime(value);
+        case Type::Product:
+            return IsProduct(value) ? nullptr : "empty, or a product as docs/clusters.md names it";
     }
     return nullptr;
 }

@@ -100,7 +100,7 @@ TEST(Messages, NumbersKeepTheRangesOfTheirSubsystems) {
 }
 
 TEST(Messages, OnlyTitlesPrefixesAndStartMessagesHaveNoSeverity) {
-    const std::set<unsigned> bare = {1, 2, 3, 4, 65, 66, 154, 158, 173, 188};
+    const std::set<unsigned> bare = {1, 2, 3, 4, 65, 66, 154, 158, 173, 188, 363};
     for (const Row& row : Table()) {
         EXPECT_EQ(row.severity == LumPalMsg::Severity_e::None, bare.count(row.id) > 0) << row.word;
     }
@@ -134,11 +134,13 @@ TEST(Messages, EveryRowRendersItsTextWithItsArguments) {
     for (const Row& row : Table()) {
         LumPalMsg::CreateMessage_t message = MakeUnchecked({row.id, row.severity, row.text.c_str()});
         std::string expected = row.text;
-        for (unsigned hole : HolesOf(row.text)) {
-            std::string argument = "<arg" + std::to_string(hole) + ">";
-            message << argument.c_str();
-            for (std::size_t at; (at = expected.find("%" + std::to_string(hole))) != std::string::npos;) {
-                expected.replace(at, 2, argument);
+        const auto holes = HolesOf(row.text);
+        for (unsigned hole : holes) message << ("<arg" + std::to_string(hole) + ">").c_str();
+        // From the last one: "%10" begins as "%1" does.
+        for (auto hole = holes.rbegin(); hole != holes.rend(); ++hole) {
+            const std::string mark = "%" + std::to_string(*hole);
+            for (std::size_t at; (at = expected.find(mark)) != std::string::npos;) {
+                expected.replace(at, mark.size(), "<arg" + std::to_string(*hole) + ">");
             }
         }
         EXPECT_EQ(message.Format(LumPalMsg::BareText).ToUtf8(), expected) << row.word;

@@ -42,6 +42,7 @@ TEST(Names, EveryNameIsSpeltAsPeersSpellIt) {
         {names::ClusterLocalNodenameKey, "CLUSTER_LOCAL_NODENAME"},
         {names::PollingIntervalKey, "POLLING_INTERVAL"},
         {names::MonitorModeKey, "MONITOR_MODE"},
+        {names::ToolTimeoutKey, "TOOL_TIMEOUT"},
         {names::MaxRetriesForClusterUpKey, "MAX_RETRIES_FOR_CLUSTERUP"},
         {names::BufferSizeKey, "BUFFER_SIZE"},
         {names::AuditLogName, "conf.server.audit.log"},
