@@ -58,10 +58,10 @@ std::string RunBare(const std::vector<std::string>& words) {
     if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
     const pid_t child = Spawn(words, ends[1]);
     close(ends[1]);
+    int status = 0;
+    waitpid(child, &status, 0);  // nothing is quicker than to be woken once, at the end
     std::string text = ReadAll(ends[0]);
     close(ends[0]);
-    int status = 0;
-    waitpid(child, &status, 0);
     return text;
 }
 

@@ -7,8 +7,8 @@
 
 namespace bench {
 
-/// Starts a program with posix_spawn, its input and error stream nowhere and in the language of programs, reads its
-/// output to the end and waits for it.
+/// Starts a program with posix_spawn, its input and error stream nowhere, waits for it and reads its output, which must
+/// find room in a pipe.
 /// @param words  the program's path and its arguments
 /// @return what it printed. @throws std::runtime_error when it cannot be run
 std::string RunBare(const std::vector<std::string>& words);
