@@ -138,9 +138,10 @@ TEST(SettingsForwarder, AGetBringsTheGroupThatTheNodeSends) {
 TEST(SettingsForwarder, AnAnswerMayHoldMoreNamespacesThanARequest) {
     SimulatedNode node;
     NodeAnswer answer;
-    for (int i = 0; i <= ConfigGroupSoapArg::kMostOfARequest; ++i) answer.group.GetConfig(LumPalStr::NumToStr(i));
+    for (int i = 0; i <= LumConf::ConfigGroupSoapArg::kMostOfARequest; ++i)
+        answer.group.GetConfig(LumPalStr::NumToStr(i));
     node.Answer(answer);
-    EXPECT_EQ(SettingsForwarder().Get(kHost).GetConfigCount(), ConfigGroupSoapArg::kMostOfARequest + 1);
+    EXPECT_EQ(SettingsForwarder().Get(kHost).GetConfigCount(), LumConf::ConfigGroupSoapArg::kMostOfARequest + 1);
 }
 
 TEST(SettingsForwarder, AGetOfANamespaceAsksForAllAndPicksIt) {
