@@ -36,7 +36,8 @@ Node::Node(const String_t& host) : host(host) {}
 
 String_t Node::GetInventory(const NodeOptions& options) const {
     LumVoxRpc::RpcClient client(SettingsFor(options), LumVoxMsg::Messenger());
-    LumVoxRpc::RpcCall call = client.CreateCall(AddressOf(host), LumVoxRpc::RpcCall::Options());
+    // An inventory needs no right, and the other node here need not know this one's secret.
+    LumVoxRpc::RpcCall call = client.CreateCall(AddressOf(host), LumVoxRpc::RpcCall::Options().SetAnonymous());
     LumVoxSoap::SOAPArgUnicodeString type("objectType", options.objectType);
     LumVoxSoap::SOAPArg* const arguments[] = {&type};
     call.SetMethod("inventory");

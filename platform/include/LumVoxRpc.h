@@ -43,7 +43,14 @@ public:
             targetId = id;
             return *this;
         }
+        /// The call proves nothing on the plain road, and asks for no proof: for questions that need no right and tell
+        /// nothing, to whoever answers there.
+        Options& SetAnonymous() {
+            anonymous = true;
+            return *this;
+        }
         LumPalStr::String_t targetId;
+        bool anonymous = false;
     };
     struct Impl;
     explicit RpcCall(std::shared_ptr<Impl> impl);

@@ -111,6 +111,7 @@ struct RpcCall::Impl {
     ClientLimits limits;
     HttpTarget target;
     String_t targetId;
+    bool anonymous = false;
 };
 
 RpcCall::RpcCall(std::shared_ptr<Impl> impl) : impl(std::move(impl)) {}
@@ -123,6 +124,7 @@ RpcResponse RpcCall::Invoke(int count, SOAPArg* const* results, const char* enco
     if (!target.tls) {
         CheckOwnId(target, impl->targetId);
         TakeLocalRoad(target);
+        if (impl->anonymous) target.secret.clear();
     }
     const HttpAnswer answer = impl->client->Post(target, request.TakeCharArray(), impl->limits);
     if (answer.status != 200) Refuse(target, answer);
@@ -145,6 +147,7 @@ RpcCall RpcClient::CreateCall(const LumPalNet::URI_t& uri, const RpcCall::Option
     call->limits = impl->limits;
     call->target = TargetOf(uri, options.targetId, impl->limits.targetPort);
     call->targetId = options.targetId;
+    call->anonymous = options.anonymous;
     return RpcCall(std::move(call));
 }
 

@@ -175,7 +175,7 @@ class Signing(TrustTest):
         self.assertEqual(result.code, FAILED, result)
         answers = [json.loads(line) for line in result.out.splitlines()]
         self.assertEqual([answer["code"] for answer in answers], [FAILED, FAILED, FAILED, DONE])
-        for answer, words in zip(answers, ("No data file(s) found", "Data file 'two'", "does not exist")):
+        for answer, words in zip(answers, ("No data file(s) found", "/two' for policy file", "does not exist")):
             self.assertIn(words, answer["messages"][0]["text"])
             self.assertIsNone(answer["signer"])
         self.assertEqual(lacking.read_bytes(), before)
