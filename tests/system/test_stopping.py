@@ -10,7 +10,7 @@ import time
 import unittest
 
 import wire
-from node import PATIENCE_S, SLOWNESS, TOOLS, UNTOLD, Node, header, wait_until, write_policy
+from node import DONE, PATIENCE_S, SLOWNESS, TOOLS, UNTOLD, Node, header, wait_until, write_policy
 
 STOPPED = 0
 STOP_S = 5 * SLOWNESS  # what docs/tools.md promises
@@ -196,6 +196,21 @@ class WithInstallsUnderWay(StoppingTest):
             self.assertIn(b"The node is stopping.", answer.body)
         node.start()
         self.assertEqual(sorted(policy["id"] for policy in node.list()), sorted(installed))
+
+    def test_a_change_of_many_policies_that_has_begun_is_finished_and_answered(self):
+        node = self.node()
+        files = [write_policy(node.folder / "source", f"p{number}", name=f"p{number}") for number in range(600)]
+        self.assertEqual(node.policy("install", "--package", "--no-notify", *files).code, DONE)
+        disabled = node.store / "type/p0_header.xml"
+        with subprocess.Popen([TOOLS / "lumpolicy", "disable", "--all", "--no-notify"], env=node.environment(),
+                              stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                              text=True) as caller:
+            wait_until(lambda: b"disabled" in disabled.read_bytes(), "the change has begun")
+            self.assert_stops(node)
+            self.assertIn("disabled", caller.communicate()[0])
+        self.assertEqual(caller.returncode, DONE)
+        node.start()
+        self.assertEqual({policy["status"] for policy in node.list()}, {"disabled"})
 
     def test_the_tool_says_installed_but_not_told(self):
         node = self.node()
