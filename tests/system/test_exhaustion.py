@@ -117,7 +117,6 @@ class NoDescriptors(ExhaustionTest):
             callers[-1].start()
         wait_until(lambda: "A connection cannot be accepted: Too many open files" in node.log, "it says so")
         before = self.processor_seconds(node)
-        wait_until(lambda: "A connection cannot be accepted" in node.log, "it waits")
         self.assert_alive(node)
         limit(node, resource.RLIMIT_NOFILE, 1024)
         for caller in callers:
@@ -132,7 +131,9 @@ class NoDescriptors(ExhaustionTest):
         waiting = self.connection(str(node.root / "spool/control.sock"), socket.AF_UNIX)
         wait_until(lambda: "The control service cannot take a connection: Too many open files" in node.log, "it says so")
         limit(node, resource.RLIMIT_NOFILE, 1024)
-        node.consumer("*").await_count(0)
+        consumer = node.consumer("*")
+        self.assertEqual(node.policy("install", write_policy(node.folder / "source", "heard")).code, DONE)
+        self.assertEqual(len(consumer.await_count(2)), 2, "the first one of its type, and the policy")
         waiting.close()
 
     @staticmethod
