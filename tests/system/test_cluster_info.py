@@ -169,7 +169,7 @@ class CommandLine(OnACluster):
         cluster = self.cluster()
         result = self.info(cluster, "-version")
         self.assertEqual((result.code, result.err), (VERSION, ""))
-        self.assertRegex(result.out, r"\d+\.\d+\.\d+\n$")
+        self.assertRegex(result.out, r"^lumclusterinfo \d+\.\d+\.\d+\n$")
         self.assert_no_tool_ran(cluster)
 
     def test_what_stands_behind_an_option_that_takes_nothing_is_refused(self):

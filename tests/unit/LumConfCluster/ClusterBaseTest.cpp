@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "LumConfCluster/ClusterUtil.h"
-#include "PolicyHeader.h"
-#include "PolicyHeaderImpl.h"
 
 namespace {
 
@@ -25,21 +22,6 @@ TEST(ClusterBase, NoClusterIsDetectedUntilSomebodySaysSo) {
     EXPECT_TRUE(ClusterBase::GetClusterEnvDetected());
     ClusterBase::SetClusterEnvDetected(false);
     EXPECT_FALSE(ClusterBase::GetClusterEnvDetected());
-}
-
-TEST(ClusterUtil, WithoutAMonitorAHeaderStaysAsItCame) {
-    for (const char* attribute : {"HARG:group", "HARG:noHARG", "other"}) {
-        LumConf::PolicyHeader header;
-        header.SetAttribute(attribute, "value");
-        header.SetCategory("c");
-        ClusterUtil::ChangeHeader(header.GetImpl());
-        EXPECT_TRUE(header.IsEnabled());
-        header.SetDisabled();
-        ClusterUtil::ChangeHeader(header.GetImpl());
-        EXPECT_TRUE(header.IsDisabled());
-        EXPECT_EQ(header.GetAttributesCount(), 1);
-        EXPECT_EQ(header.GetCategoryCount(), 1);
-    }
 }
 
 }  // namespace
