@@ -2,11 +2,9 @@
 
 #include <gtest/gtest.h>
 
-
 namespace {
 
 using LumConfCluster::ClusterBase;
-using LumConfCluster::ClusterUtil;
 
 TEST(ClusterBase, ConstantsHaveTheirValues) {
     EXPECT_STREQ(ClusterBase::Get_component_id(), "conf.cluster");
