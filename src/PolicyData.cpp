@@ -111,8 +111,12 @@ void CheckIssuer(const X509Certificate& certificate) {
         msg::IssuerNotInKeyStore, [&] { store.GetTrustedCertificate(issuer, trusted); }, issuer);
     const bool issued = Check<LumPalMsg::IllegalArgumentError_t>(
         msg::CertificateIllegalArgument, [&] { return certificate.Verify(trusted.GetPublicKey()); });
-    // Whoever is trusted for himself alone, as a caller is, makes no signers.
-    if (!issued || !trusted.MayIssue()) Raise<SecCoreException>(msg::CertificateNotValidated, issuer);
+    // Whoever is trusted for himself alone, as a caller is, makes no other signers.
+    CharArray_t shown, known;
+    certificate.GetEncoded(shown);
+    trusted.GetEncoded(known);
+    const bool isItself = shown.View() == known.View();
+    if (!issued || !(isItself || trusted.MayIssue())) Raise<SecCoreException>(msg::CertificateNotValidated, issuer);
     Check<LumPalMsg::Exception_t>(
         msg::CertificateNotValidated,
         [&] {

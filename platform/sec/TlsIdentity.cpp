@@ -246,14 +246,26 @@ void LetFormerKeysPass(ssl_ctx_st* context, const ssl_ctx_st* former, Clock::tim
     if (OwnKey(former) && !IsSame(OwnKey(former), OwnKey(context))) add(OwnKey(former), until);
 }
 
+namespace {
+
+/// Variants in case and outer blanks too: a person who reads a log takes them for the real one.
+bool LooksLike(const std::string& id, const std::string& own) {
+    String_t name = String_t::FromUtf8(id), real = String_t::FromUtf8(own);
+    name.Trim();
+    real.Trim();
+    return LumPalStr::Compare(name, real, true) == 0;
+}
+
+}  // namespace
+
 Peer PeerOf(const ssl_st* connection, const ssl_ctx_st* context, std::string& refusal) {
     refusal.clear();
     const X509* const certificate = SSL_get0_peer_certificate(connection);
     if (!certificate || SSL_get_verify_result(connection) != X509_V_OK) return {};
     Peer peer{SenderId(certificate, refusal), false};
     const NodeMark* const mark = MarkOf(context);
-    if (peer.id.empty() || !mark || peer.id != mark->id) return peer;
-    peer.isNode = HasOwnKey(certificate, context, *mark);
+    if (peer.id.empty() || !mark || !LooksLike(peer.id, mark->id)) return peer;
+    peer.isNode = peer.id == mark->id && HasOwnKey(certificate, context, *mark);
     if (peer.isNode) return peer;
     refusal = "the common name is this node's own id, and the key is not its key";
     return {};

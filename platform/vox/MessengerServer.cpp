@@ -93,11 +93,14 @@ std::string JoinPaths(const String_t& base, const String_t& path) {
     return joined.empty() ? "/" : joined;
 }
 
+// Whoever waits for a worker keeps his connection: so many wait for each of those that strangers have.
+constexpr std::size_t kWaitingStrangers = 8;
+
 MessengerServer::Route::Route(MsgHandler* handler, unsigned threads)
     : handler(handler),
       held(dynamic_cast<const LumPalRef::RefCounted_t*>(handler)),
       named(threads),
-      strangers(std::max(1u, threads / 4), WorkerPool::Share::Small) {}
+      strangers(std::max(1u, threads / 4), WorkerPool::Share::Small, kWaitingStrangers * std::max(1u, threads / 4)) {}
 
 void MessengerServer::Route::Refuse() {
     named.Refuse();
@@ -240,12 +243,17 @@ void MessengerServer::Distrusted(const HttpRequest& head) {
         const std::lock_guard lock(mutex);
         listener = refusals;
     }
-    if (listener) listener(String_t::FromUtf8(head.peer.commonName), String_t::FromUtf8(head.path));
+    // What is not served is whatever the caller likes, as long as he likes.
+    const char* const path = FindRoute(head.path) ? head.path.c_str() : "a path that is not served";
+    if (listener) listener(String_t::FromUtf8(head.peer.commonName), String_t::FromUtf8(path));
 }
 
 void MessengerServer::Serve(HttpRequest request, HttpReply reply) {
     const std::shared_ptr<Route> route = FindRoute(request.path);
     if (!route) return;
+    if (!route->PoolFor(request.sender).HasRoom()) {
+        return reply(Error(503, "Too many callers who have not said who they are wait already."));
+    }
     if (AsksForDescription(request)) return Describe(*route, request, reply);
     auto message = std::make_shared<Access::Request>(
         Access::Request{request.sender, std::move(request.body), request.peer.isNode});

@@ -66,6 +66,18 @@ void TakeLocalRoad(HttpTarget& target) {
     if (target.host == LumVoxMsg::kLoopbackAddress) target.secret = LumVoxMsg::LocalSecretDigits();
 }
 
+/// A node that serves here has left its secret: without it whoever holds the port is somebody else. A user to whom the
+/// folder is closed cannot know, and is a stranger to the node.
+void RequireServingNode(const HttpTarget& target) {
+    const LumPalIo::File_t file = LumVoxMsg::LocalSecretFile();
+    if (target.host != LumVoxMsg::kLoopbackAddress || !target.secret.empty()) return;
+    if (file.Exists() || !file.GetParentFile().IsDirectory()) return;
+    throw LumPalNet::ConnectException_t(
+        LumPalMsg::CreateError_t("The connection to host '%1' port %2 failed: this node does not serve, as '%3' is not "
+                                 "there; nothing was sent.")
+        << String_t::FromUtf8(target.host) << target.port << file.GetAbsolutePath());
+}
+
 void RequireUtf8(const char* encoding) {
     if (LumPalStr::Compare(String_t(encoding), String_t("UTF-8"), true) == 0) return;
     throw LumPalMsg::IllegalArgumentError_t(LumPalMsg::CreateError_t("Messages travel in UTF-8, not in '%1'.")
@@ -124,7 +136,11 @@ RpcResponse RpcCall::Invoke(int count, SOAPArg* const* results, const char* enco
     if (!target.tls) {
         CheckOwnId(target, impl->targetId);
         TakeLocalRoad(target);
-        if (impl->anonymous) target.secret.clear();
+        if (impl->anonymous) {
+            target.secret.clear();
+        } else {
+            RequireServingNode(target);
+        }
     }
     const HttpAnswer answer = impl->client->Post(target, request.TakeCharArray(), impl->limits);
     if (answer.status != 200) Refuse(target, answer);

@@ -6,6 +6,11 @@
 
 namespace LumVoxMsg {
 
+bool WorkerPool::HasRoom() {
+    const std::lock_guard lock(mutex);
+    return waiting.size() < mostWaiting;
+}
+
 bool WorkerPool::Submit(std::function<void()> task) {
     const std::lock_guard lock(mutex);
     if (refusing) return false;

@@ -17,10 +17,15 @@ class WorkerPool {
 public:
     /// What the threads get of the processors while others have work, too.
     enum class Share { Full, Small };
-    explicit WorkerPool(unsigned mostThreads, Share share = Share::Full) : mostThreads(mostThreads), share(share) {}
+    static constexpr std::size_t kAnyNumber = static_cast<std::size_t>(-1);
+    /// @param mostWaiting  see HasRoom
+    explicit WorkerPool(unsigned mostThreads, Share share = Share::Full, std::size_t mostWaiting = kAnyNumber)
+        : mostThreads(mostThreads), share(share), mostWaiting(mostWaiting) {}
     WorkerPool(const WorkerPool&) = delete;
     WorkerPool& operator=(const WorkerPool&) = delete;
     ~WorkerPool() { Stop(); }
+    /// Whether fewer tasks wait than may. Those of several threads that ask at once may come to a few more.
+    bool HasRoom();
     /// @param task  its destructor must not come back to the pool; what it throws ends it alone, and is said in the
     /// application log
     /// @return false, and the task dropped, after Refuse and Stop
@@ -40,6 +45,7 @@ private:
 
     const unsigned mostThreads;
     const Share share;
+    const std::size_t mostWaiting;
     std::mutex mutex;  ///< guards all below
     std::condition_variable changed;
     std::deque<std::function<void()>> waiting;

@@ -19,6 +19,7 @@
 #include <set>
 #include <stdexcept>
 
+#include "Mounts.h"
 #include "Product.h"
 #include "ToolCall.h"
 
@@ -39,8 +40,15 @@ void WriteFile(const std::string& path, const std::string& text) {
 
 // Namespaces.
 
+/// This program. Asked first before the mounts change: afterwards the system may know no path to it.
+const fs::path& OwnProgram() {
+    static const fs::path path = fs::read_symlink("/proc/self/exe");
+    return path;
+}
+
 /// Whoever is not root becomes himself in a namespace of users, where he may mount.
 void MakeNamespaces() {
+    OwnProgram();
     const uid_t user = geteuid();
     const gid_t group = getegid();
     const int users = user == 0 ? 0 : CLONE_NEWUSER;
@@ -50,7 +58,7 @@ void MakeNamespaces() {
         WriteFile("/proc/self/uid_map", std::to_string(user) + " " + std::to_string(user) + " 1");
         WriteFile("/proc/self/gid_map", std::to_string(group) + " " + std::to_string(group) + " 1");
     }
-    Check(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "no mounts of our own");
+    Check(KeepMountsToOurselves(), "no mounts of our own");
 }
 
 // Tools.
@@ -72,7 +80,7 @@ public:
         fs::create_directory(base);
         Check(mount("lumclustersim", base.c_str(), "tmpfs", MS_NOSUID | MS_NODEV, "mode=755") == 0, base.string());
         WriteFile(Simulator(), "");
-        const fs::path self = fs::read_symlink("/proc/self/exe");
+        const fs::path& self = OwnProgram();
         Check(mount(self.c_str(), Simulator().c_str(), nullptr, MS_BIND, nullptr) == 0, self.string());
     }
     /// A tool is a link to this program, which finds the cluster's folder by its own path.

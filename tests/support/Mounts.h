@@ -5,16 +5,29 @@
 #include <sched.h>
 #include <stdlib.h>
 #include <sys/mount.h>
+#include <unistd.h>
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
 
+/// Lets no mount of this process, whose mounts are its own already, reach others. @return false with errno set
+inline bool KeepMountsToOurselves() {
+    if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0) return true;
+    if (errno != EINVAL) return false;
+    // Where the root is a folder (chroot) nothing is mounted there: it is mounted over itself and entered from above.
+    const std::string before = std::filesystem::current_path();
+    return mount("/", "/", nullptr, MS_BIND | MS_REC, nullptr) == 0 && chroot("/..") == 0 &&
+           chdir(before.c_str()) == 0 && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+}
+
 /// Makes the mounts of this process its own: they end with it, whatever becomes of it. Before it has threads.
 inline void MakeMountsPrivate() {
-    if (unshare(CLONE_NEWNS) != 0 || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
-        throw std::runtime_error("this trial needs root: it mounts file systems of its own");
-    }
+    if (unshare(CLONE_NEWNS) == 0 && KeepMountsToOurselves()) return;
+    throw std::runtime_error(std::string("this trial needs root, as it mounts file systems of its own: ") +
+                             strerror(errno));
 }
 
 /// A disk in memory of the given size, mounted as long as it lives. MakeMountsPrivate comes first.

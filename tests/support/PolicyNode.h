@@ -92,7 +92,7 @@ public:
         std::set<std::string> files;
         if (!std::filesystem::exists(folder)) return files;
         for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-            if (!entry.is_directory()) files.insert(std::filesystem::relative(entry.path(), folder).string());
+            if (!entry.is_directory()) files.insert(entry.path().lexically_relative(folder).string());
         }
         return files;
     }

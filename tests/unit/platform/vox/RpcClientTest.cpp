@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include "Files.h"
 #include "LocalSecret.h"
 #include "LumVoxRpc.h"
 #include "ScriptedPeer.h"
@@ -245,6 +246,8 @@ TEST_F(RpcClientTest, OnlyUtf8Travels) {
 }
 
 TEST_F(RpcClientTest, OnThePlainRoadATargetIdIsThisNodesOwn) {
+    std::filesystem::create_directories(root.Native() + "/etc");
+    WriteText(root.Native() + "/etc/local.secret", "one that proves nothing");
     ScriptedPeer peer({kGood});
     const std::string address = "http://localhost:" + std::to_string(peer.Port()) + "/";
     const RpcCall::Options options = RpcCall::Options().SetTargetID("node-2");

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "DigestText.h"
+#include "Files.h"
 #include "LocalDigest.h"
 #include "LocalSecret.h"
 #include "LumVoxRpc.h"
@@ -202,8 +203,16 @@ TEST_F(RpcProof, NothingIsProvenToAnotherNameOfTheHost) {
     }
 }
 
-TEST_F(RpcProof, WithoutASecretACallGoesOutAsItIs) {
+TEST_F(RpcProof, WhileTheNodeDoesNotServeWhoeverHoldsItsPortReceivesNothing) {
     secret.Remove();
+    ScriptedPeer peer({kGood});
+    EXPECT_THROW(Call(peer.Port()), LumPalNet::ConnectException_t);
+    EXPECT_EQ(peer.RequestCount(), 0u);
+}
+
+TEST_F(RpcProof, ASecretThatIsThereAndCannotBeUsedLetsACallGoOutAsItIs) {
+    secret.Remove();
+    WriteText(LumVoxMsg::LocalSecretFile().ToString().ToUtf8(), "no secret");
     ScriptedPeer peer({kGood});
     EXPECT_EQ(Call(peer.Port()), 7);
     EXPECT_EQ(peer.RequestCount(), 1u);

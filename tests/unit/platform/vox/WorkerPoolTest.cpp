@@ -77,3 +77,22 @@ TEST(WorkerPool, RefusingDropsWhatWaitsAndLeavesAloneWhatRuns) {
     pool.Stop();
     EXPECT_TRUE(ended);
 }
+
+TEST(WorkerPool, HasRoomForAsManyAsMayWait) {
+    LumVoxMsg::WorkerPool pool(1, LumVoxMsg::WorkerPool::Share::Small, 2);
+    std::promise<void> begun, gate;
+    EXPECT_TRUE(pool.HasRoom());
+    pool.Submit([&begun, open = gate.get_future().share()] {
+        begun.set_value();
+        open.wait();
+    });
+    begun.get_future().wait();
+    std::promise<void> last;
+    pool.Submit([] {});
+    EXPECT_TRUE(pool.HasRoom());
+    pool.Submit([&last] { last.set_value(); });
+    EXPECT_FALSE(pool.HasRoom());
+    gate.set_value();
+    last.get_future().wait();
+    EXPECT_TRUE(pool.HasRoom());
+}
