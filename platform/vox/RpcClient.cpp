@@ -73,7 +73,7 @@ void RequireServingNode(const HttpTarget& target) {
     if (target.host != LumVoxMsg::kLoopbackAddress || !target.secret.empty()) return;
     if (file.Exists() || !file.GetParentFile().IsDirectory()) return;
     throw LumPalNet::ConnectException_t(
-        LumPalMsg::CreateError_t("The connection to host '%1' port %2 failed: this node does not serve, as '%3' is not "
+        LumPalMsg::CreateError_t("Cannot connect to host '%1' port %2: this node does not serve, as '%3' is not "
                                  "there; nothing was sent.")
         << String_t::FromUtf8(target.host) << target.port << file.GetAbsolutePath());
 }

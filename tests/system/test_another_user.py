@@ -128,8 +128,8 @@ class AnotherUser(TestOfUsers):
             (pathlib.Path(own) / "etc/local.secret").unlink()
             # The node's own user neither, when the root of the caller is another one.
             result = self.node.tool("lumpolicy", "list", environment=self.node.environment(LUM_ROOT=own))
-            self.assertEqual(result.code, REFUSED, result)
-            self.assert_hint(result, own)
+            self.assertEqual(result.code, UNREACHABLE, result)
+            self.assertIn(f"'{own}/etc/local.secret' is not there; nothing was sent", result.err)
         self.assertEqual(self.node.policy("list").code, NOT_FOUND)
 
     def test_what_asks_for_no_right_is_served_to_everybody(self):
@@ -255,7 +255,7 @@ class Secret(TestOfUsers):
         self.secret_file().rename(self.secret_file().with_name("aside"))
         failure = node.policy("list", environment=node.environment(LUM_TRACE="*"))
         self.secret_file().with_name("aside").rename(self.secret_file())
-        self.assertEqual(failure.code, REFUSED)
+        self.assertEqual(failure.code, UNREACHABLE)
         traced = node.policy("list", "--all", environment=node.environment(LUM_TRACE="*"))
         self.assertIn("conf.message", traced.err)
         self.assertIn("conf.policy", node.log)

@@ -2,6 +2,7 @@
 
 #include "AnswerRows.h"
 #include "Configure.h"
+#include "Files.h"
 #include "Groups.h"
 #include "InstallOptions.h"
 #include "LumVoxSoap.h"
@@ -46,6 +47,7 @@ struct MessageForwarderWire : testing::Test {
         forwarder.reset();
         peer = std::make_unique<ScriptedPeer>(answers);
         Configure("vox.http.ext.conf", "TARGET_PORT", std::to_string(peer->Port()).c_str());
+        WriteText(root.Native() + "/etc/local.secret", "one that proves nothing");
         forwarder = std::make_unique<MessageForwarder>();
     }
     void Install(const InstallOptions& options = InstallOptions(), InstallMethod how = InstallMethod::Policy) {

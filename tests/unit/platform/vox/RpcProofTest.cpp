@@ -176,7 +176,7 @@ TEST_F(RpcProof, ANewConnectionInThePlaceOfAKeptOneBeginsWithoutProofAndWithoutB
     EXPECT_EQ(ProofIn(peer.Request(2)) + BodyOf(peer.Request(2)), "");
 }
 
-TEST_F(RpcProof, AStrangerWhoTakesThePortOfANodeThatWasKilledLearnsNothing) {
+TEST_F(RpcProof, AStrangerWhoTakesThePortOfANodeThatWasKilledAndKeptNoChallengeLearnsNothing) {
     ScriptedPeer peer([&](unsigned port) {
         return std::vector{Asking(Challenge(port)), "!" + kGood, Asking(kForeign)};
     });
