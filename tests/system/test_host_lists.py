@@ -205,6 +205,7 @@ class LostOutput(unittest.TestCase):
                 listener.listen()
                 listener.settimeout(PATIENCE_S)
                 client = Node({"vox.http.ext.conf": {"TARGET_PORT": listener.getsockname()[1]}}, start=False)
+                client.use_no_secret()
                 self.addCleanup(client.close)
                 sent = []
 

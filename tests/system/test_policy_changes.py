@@ -189,7 +189,7 @@ class Changes(unittest.TestCase):
 
     def test_a_refused_caller_learns_that_it_was_refused(self):
         self.install("a")
-        (self.node.root / "etc/local.secret").unlink()
+        self.node.use_no_secret()
         for command in (["enable"], ["set-owner", "x"], ["clear-categories"], ["add-attribute", "k=v"]):
             self.assertEqual(self.node.policy(*command, "--all").code, REFUSED, command)
 

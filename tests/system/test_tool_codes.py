@@ -106,6 +106,7 @@ class Codes(ToolTest):
         """That of a client whose node is said to listen at the port."""
         client = Node({"vox.http.ext.conf": {"TARGET_PORT": port, "REQUEST_TIMEOUT": 1, "RESPONSE_LIMIT": 100000}},
                       start=False)
+        client.use_no_secret()
         self.addCleanup(client.close)
         return client.environment()
 
@@ -125,7 +126,7 @@ class Codes(ToolTest):
         self.install("a", owner="one", version="2")
         self.assert_code(self.install("a", owner="two", version="3"), REFUSED, "one", "two")
         self.assert_code(self.install("a", "--check-version", owner="one", version="2"), REFUSED)
-        (self.node.root / "etc/local.secret").unlink()
+        self.node.use_no_secret()
         for command in (("list",), ("remove", "--all"), ("reinit",), ("notify",)):
             self.assert_code(self.node.policy(*command), REFUSED, "not authorized")
 
