@@ -371,8 +371,10 @@ class Renames {
 public:
     Renames() {
         count = 0;
-        LumPalIo::SetFaultHookForTest([](const char* operation, const char*) {
-            if (std::string_view(operation) == "rename") ++count;
+        LumPalIo::SetFaultHookForTest([](const char* operation, const char* path) {
+            // The node's settings are written at the same time, elsewhere.
+            const bool isDocument = std::string_view(path).find("/conf_tmp/") != std::string_view::npos;
+            if (isDocument && std::string_view(operation) == "rename") ++count;
             return false;
         });
     }
