@@ -1,4 +1,5 @@
 #include "ClusterImpl.h"
+#include "ClusterResourceGroupImpl.h"
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -199,6 +200,7 @@ TEST(ClusterResourceGroupAddress, IsFetchedOnce) {
     node.tools.ForgetCalls();
     EXPECT_EQ(group.GetVirtualIP(), "10.0.0.7");
     EXPECT_EQ(copy.GetVirtualIP(), "10.0.0.7") << "copies share it";
+    EXPECT_EQ(group.GetImpl()->virtualIPKnown, 1);
     EXPECT_TRUE(node.tools.Calls().empty());
 }
 
@@ -206,6 +208,7 @@ TEST(ClusterResourceGroupAddress, AnEmptyOneIsKnownToo) {
     VcsNode node;
     const ClusterResourceGroup group = Cluster().GetGroups()["db"];
     EXPECT_EQ(group.GetVirtualIP(), "");
+    EXPECT_EQ(group.GetImpl()->virtualIPKnown, 1) << "an empty text is known";
     node.tools.ForgetCalls();
     EXPECT_EQ(group.GetVirtualIP(), "");
     EXPECT_TRUE(node.tools.Calls().empty());

@@ -64,6 +64,20 @@ TEST(ClusterResourceGroup, IsEmptyAtFirst) {
     EXPECT_TRUE(group.GetActiveNode() == ClusterNode());
 }
 
+TEST(ClusterResourceGroup, AsksForItsAddressOnlyWhileItIsNotKnown) {
+    const ClusterResourceGroup group = Group("g");
+    EXPECT_LT(group.GetImpl()->virtualIPKnown, 0);
+    // No cluster is here: whoever asks hears so.
+    EXPECT_THROW(group.GetVirtualIP(), LumConf::ClusterException);
+    EXPECT_LT(group.GetImpl()->virtualIPKnown, 0) << "the next call tries again";
+    group.GetImpl()->virtualIP = String_t::Null();
+    group.GetImpl()->virtualIPKnown = 0;
+    EXPECT_TRUE(group.GetVirtualIP().IsNull()) << "a null text was fetched";
+    group.GetImpl()->virtualIP = "10.0.0.7";
+    group.GetImpl()->virtualIPKnown = 1;
+    EXPECT_EQ(group.GetVirtualIP(), "10.0.0.7");
+}
+
 TEST(ClusterResourceGroup, EqualsByNameAndIdWhateverTheStates) {
     const ClusterResourceGroup online = Group("g");
     online.GetImpl()->state = online.GetImpl()->localState = RGState::Online;

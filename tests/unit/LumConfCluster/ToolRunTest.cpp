@@ -120,7 +120,17 @@ TEST_F(Tools, SpeakTheCLanguage) {
 }
 
 TEST_F(Tools, GetNoInputAndTheirErrorsAreNotRead) {
+    // What stands on our own standard input is not theirs.
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    ASSERT_EQ(write(ends[1], "ours\n", 5), 5);
+    const int before = dup(STDIN_FILENO);
+    ASSERT_GE(dup2(ends[0], STDIN_FILENO), 0);
+    close(ends[0]);
+    close(ends[1]);
     EXPECT_EQ(Utf8(ClusterUtil::GetOutColl(Tool("cat; echo wrong >&2; echo right"))), (Texts{"right"}));
+    dup2(before, STDIN_FILENO);
+    close(before);
 }
 
 TEST_F(Tools, WhatIsNotReadDoesNotBlockThem) {
