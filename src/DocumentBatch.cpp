@@ -14,13 +14,6 @@ using LumPalIo::File_t;
 using LumPalIo::Folder_t;
 using LumPalStr::String_t;
 
-namespace {
-
-// More are flushed with their whole file system: that also waits for what others wrote.
-constexpr std::size_t kFewFiles = 8;
-
-}  // namespace
-
 DocumentBatch::DocumentBatch(const File_t& store) : store(store) {}
 
 DocumentBatch::~DocumentBatch() {
@@ -73,13 +66,10 @@ DocumentBatch::Outcome DocumentBatch::Place() {
 }
 
 void DocumentBatch::FlushWaiting() const {
-    if (documents.size() > kFewFiles) {
-        Folder_t(DirectoryImpl::FolderOf(documents.front().file)).SyncAll();
-        return;
-    }
-    for (const Document& document : documents) {
-        Folder_t(DirectoryImpl::FolderOf(document.file)).SyncFile(document.file.GetName());
-    }
+    if (documents.empty()) return;
+    std::vector<String_t> names;
+    for (const Document& document : documents) names.push_back(document.file.GetName());
+    StoreJournal::FlushFiles(DirectoryImpl::FolderOf(documents.front().file), names);
 }
 
 void DocumentBatch::FlushPlaced(std::size_t count) const {

@@ -19,8 +19,6 @@ using LumPalStr::String_t;
 
 namespace {
 
-constexpr std::size_t kFewFiles = 8;
-
 // A file that cannot be deleted is moved out of the way; where that fails too it stays.
 void DeleteOrMoveAway(const File_t& file) {
     if (!file.Exists() && !file.IsSymbolicLink()) return;
@@ -91,19 +89,11 @@ void InstallTask::PrepareHeader() {
     writer->Prepare();
 }
 
-// What the record speaks of is on the disk before the record is; the document already is. One flush of the whole file
-// system costs less than many of single files, but it also waits for what others wrote.
+// What the record speaks of is on the disk before the record is; the document already is.
 void InstallTask::FlushWaiting() const {
     const std::vector<String_t> files = DataFiles(*newHeader);
-    if (!files.empty()) {
-        const LumPalIo::Folder_t folder(incoming);
-        if (files.size() > kFewFiles) {
-            folder.SyncAll();
-        } else {
-            for (const String_t& name : files) folder.SyncFile(name);
-        }
-        folder.Sync();
-    }
+    StoreJournal::FlushFiles(incoming, files);
+    if (!files.empty()) LumPalIo::Folder_t(incoming).Sync();
     LumPalIo::Folder_t(DirectoryImpl::FolderOf(newDocument)).Sync();
 }
 

@@ -91,7 +91,8 @@ public:
     // The operations that change headers: those policies that the change concerns are changed in the cache, then
     // rewritten in the store, then queued for their consumers, one after another. Nothing is rolled back: after a
     // failure the policies before it stay changed, and the one it met has the change in the cache alone, until the next
-    // operation of this kind that selects it writes it down, whatever else that one finds to do. A failed
+    // operation of this kind that selects it writes it down, whatever else that one finds to do. Where a document
+    // cannot be moved or a flush fails, so have others that were to be written together with it. A failed
     // notification is not reported. All raise what PolicyWriter does for a document that cannot be rewritten,
     // LumPalIo::FileNotFoundException_t for one that is gone, and PolicyNotFoundError 63 for an id that is not
     // installed. The data files are not touched.

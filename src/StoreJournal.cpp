@@ -22,6 +22,7 @@ namespace {
 
 // A policy has at most 10,000 files with names of at most 255 bytes.
 constexpr std::uint64_t kLargestRecord = 64u << 20;
+constexpr std::size_t kFewFiles = 8;
 constexpr const char* kAsideSuffix = ".tmp";
 constexpr const char* kUnreadableSuffix = ".unreadable";
 
@@ -235,6 +236,13 @@ void StoreJournal::FinishInterrupted() {
     } catch (const LumPalIo::IOException_t& e) {
         throw Because<LumPalIo::IOException_t>(msg::ChangeNotFinished, record.GetAbsolutePath(), e);
     }
+}
+
+void StoreJournal::FlushFiles(const File_t& folder, const std::vector<String_t>& names) {
+    if (names.empty()) return;
+    const Folder_t open(folder);
+    if (names.size() > kFewFiles) return open.SyncAll();
+    for (const String_t& name : names) open.SyncFile(name);
 }
 
 void StoreJournal::Flush(const std::vector<String_t>& typeNames) {

@@ -47,6 +47,10 @@ public:
     /// @throws LumPalIo::IOException_t when the change cannot be finished; the record then stays for the next start
     static void FinishInterrupted();
 
+    /// Flushes files of a folder, not their names there. More than a handful are flushed with their whole file system:
+    /// that costs less than one after another, but also waits for what others wrote. @throws LumPalIo::IOException_t
+    static void FlushFiles(const LumPalIo::File_t& folder, const std::vector<LumPalStr::String_t>& names);
+
     /// Flushes the folders of types, with what was put into them, and the folder above them. A folder that is not
     /// there needs none. @throws LumPalIo::IOException_t
     static void Flush(const std::vector<LumPalStr::String_t>& typeNames);

@@ -26,7 +26,8 @@ public:
     void Send(HttpResponse answer) {
         if (used.exchange(true)) return;
         Post([answer = std::move(answer)](Session& target) mutable {
-            target.Respond(std::move(answer), target.keepAlive);
+            const bool keep = target.keepAlive && answer.status != 503;  // whoever has too much to do keeps nobody
+            target.Respond(std::move(answer), keep);
         });
     }
 

@@ -60,6 +60,25 @@ class TrustTakenBack(unittest.TestCase):
             self.assertIn("Failure Audit: AUTH: Calling system 'operator' is not authorized to call operation: "
                           f"'{wire.PATH}'.", lines[0])
 
+    def test_a_path_that_is_not_served_is_not_written_however_long_it_is(self):
+        authority, partner = pki.Authority("authority"), pki.Authority("partner")
+        self.addCleanup(authority.close)
+        self.addCleanup(partner.close)
+        with Node(start=False) as node:
+            pki.enroll(node, authority, "node-1", authority.issue("node-1"))
+            (node.root / "etc/keystore/trusted/partner.pem").write_bytes(partner.certificate.read_bytes())
+            node.start()
+            context = pki.client_context(authority, partner.issue("operator", "DNS:operator"))
+            with wire.Connection(node.port, context) as connection, wire.Connection(node.port, context) as second:
+                connection.exchange(wire.post(wire.list_call()))
+                second.exchange(wire.post(wire.list_call()))
+                (node.root / "etc/keystore/trusted/partner.pem").unlink()
+                node.daemon.send_signal(signal.SIGHUP)
+                wait_until(lambda: self.refused(connection), "it is refused")
+                self.assertEqual(second.exchange(wire.post(b"", path="/" + "x" * 60000)).status, 403)
+            self.assertIn("'a path that is not served'", node.audit()[-1])
+            self.assertLess(max(map(len, node.audit())), 1000)
+
     @staticmethod
     def refused(connection):
         return connection.exchange(wire.post(wire.list_call())).status == 403

@@ -148,6 +148,14 @@ class Changes(unittest.TestCase):
         old = self.node.policy("install", "--dry-run", path)
         self.assertIn("version 1 of owner 'me', by version 2 of owner 'you': the node decides", old.out)
         self.assertEqual(self.one()["version"], "1")
+        self.install("b", name="other")
+        path = write_policy(self.node.folder / "source", "c", name="other")
+        self.assertIn("would ask the node to replace other (type type, id b), version ",
+                      self.node.policy("install", "-n", path).out)
+        self.assertIn(" under the id c: the node decides", self.node.policy("install", "-n", path).out)
+        path = write_policy(self.node.folder / "source", "a", name="other")
+        self.assertIn(", and to remove other (type type, id b), whose name it takes: the node decides",
+                      self.node.policy("install", "-n", path).out)
         for command in ("notify", "reinit"):
             self.assertIn("which the node alone", self.node.policy(command, "-n").out)
 

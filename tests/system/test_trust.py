@@ -108,6 +108,18 @@ class StrictSigners(TrustTest):
             self.assert_code(self.node.policy("verify", path), FAILED,
                              "could not be validated with the issuer CA name 'authority'")
 
+    def test_who_is_trusted_himself_proves_what_he_signed_and_nobody_else(self):
+        for kind in pki.NoAuthority.KINDS:
+            with self.subTest(kind):
+                signer = pki.NoAuthority(kind, "operator")
+                self.addCleanup(signer.close)
+                pki.trust(self.node, signer, "operator")
+                self.own("operator", (signer.certificate, signer.key))
+                self.assert_code(self.node.policy("verify", self.signed()), DONE, "signed by 'operator'")
+                self.own("operator", signer.issue("operator"))
+                self.assert_code(self.node.policy("verify", self.signed()), FAILED,
+                                 "could not be validated with the issuer CA name 'operator'")
+
     def test_a_key_that_cannot_sign_is_told_with_the_kinds_that_can(self):
         own = self.node.root / "etc/keystore/own"
         pki.openssl("req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-521", "-nodes", "-subj", "/CN=node-1",

@@ -2,6 +2,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <string_view>
+
 #include "Exceptions.h"
 #include "Faults.h"
 #include "PolicyNode.h"
@@ -80,6 +83,32 @@ TEST_F(UnwrittenChange, EveryKindOfChangeThatFoundNoRoomIsToldWithTheNextOneThat
     EXPECT_NE(document.find("c1"), std::string::npos);
     EXPECT_NE(document.find("disabled"), std::string::npos);
     EXPECT_EQ(FailureOf<PolicyNotFoundError>([&] { Category("a"); }).id, 122u) << "nothing waits any more";
+}
+
+TEST_F(UnwrittenChange, WhatWasToBeWrittenTogetherWithADocumentThatCannotBeMovedIsWrittenByTheRetryToo) {
+    const auto disableAll = [&] {
+        node->SetStatus("tester", Selection(), PolicyOperation::Disable, PolicyForwarder::Options().SetNotify(true));
+    };
+    PolicyListener listener;
+    // The store is a file system of its own, and full: documents can be made, and not moved.
+    LumPalIo::SetFaultHookForTest([](const char* operation, const char* path) {
+        const std::string_view asked = operation, place = path;
+        if (asked == "rename" && place.find("/conf_tmp/") != place.npos) return true;
+        if (asked != "open" || place.find("/policies/") == place.npos) return false;
+        errno = ENOSPC;
+        return true;
+    });
+    EXPECT_THROW(disableAll(), LumPalIo::NoSpaceException_t);
+    LumPalIo::SetFaultHookForTest(nullptr);
+    EXPECT_EQ(node.InstalledContent("files/a_header.xml").find("disabled"), std::string::npos);
+    EXPECT_EQ(node.InstalledContent("files/b_header.xml").find("disabled"), std::string::npos);
+    EXPECT_THAT(node.Temporary(), IsEmpty());
+    EXPECT_EQ(FailureOf<NoPolicyOperation>(disableAll).id, 116u);
+    EXPECT_THAT(listener.Heard(), ElementsAre("DISABLE_POLICY:files a b"));
+    EXPECT_EQ(node.Audited("was successfully disabled"), 2) << node.AuditText();
+    node.Restart();
+    EXPECT_TRUE(node.Get("a").IsDisabled());
+    EXPECT_TRUE(node.Get("b").IsDisabled());
 }
 
 TEST_F(UnwrittenChange, APolicyThatWasReplacedUnderAnotherIdIsForgotten) {

@@ -114,3 +114,14 @@ TEST_F(PeerTest, WithTheNodesKeyAndAnotherNameIsNotTheNode) {
     EXPECT_EQ(peer.id, "node-1");
     EXPECT_FALSE(peer.isNode);
 }
+
+TEST_F(PeerTest, ANameThatAReaderTakesForTheNodesOwnMakesNobodyWhateverTheKey) {
+    for (const char* name : {"node-1", "NODE-1", " node-1", "node-1 ", "Node-1 "}) {
+        const Peer peer = PeerAt(ServerNow(), authority.Issue(name, ""));
+        EXPECT_EQ(peer.id, "") << name;
+        EXPECT_FALSE(peer.isNode) << name;
+    }
+    for (const char* name : {"node-2", "node-11", "xnode-1"}) {
+        EXPECT_EQ(PeerAt(ServerNow(), authority.Issue(name, "")).id, name);
+    }
+}

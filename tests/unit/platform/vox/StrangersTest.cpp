@@ -3,7 +3,10 @@
 #include <atomic>
 #include <deque>
 #include <future>
+#include <thread>
+#include <vector>
 
+#include "Configure.h"
 #include "LocalSecret.h"
 #include "LumVoxRpc.h"
 #include "MethodHandler.h"
@@ -70,6 +73,29 @@ TEST_P(StrangersTest, HoweverManyStrangersCallAProvenCallerIsServed) {
     EXPECT_LE(strangersInside, 2u) << "they have a quarter as many threads, and one at least";
     Open();
     for (RawHttp& stranger : strangers) EXPECT_EQ(stranger.Receive().status, 200);
+}
+
+TEST_P(StrangersTest, OfTooManyStrangersSomeWaitAndTheOthersAreRefusedAtOnceAndSentAway) {
+    constexpr unsigned kStrangers = 60, kMostThatStay = 2 * (1 + 8) + kStrangers / 4;  // some ask at the same moment
+    std::atomic<unsigned> refused{0}, served{0}, closed{0};
+    std::vector<std::thread> strangers;
+    for (unsigned i = 0; i < kStrangers; ++i) {
+        strangers.emplace_back([&] {
+            RawHttp stranger(messenger.GetPort());
+            const int status = stranger.Exchange(Post("")).status;
+            closed += status == 503 && stranger.IsClosed();
+            ++(status == 503 ? refused : served);
+        });
+    }
+    EXPECT_TRUE(Eventually([&] { return refused >= kStrangers - kMostThatStay; })) << refused;
+    EXPECT_EQ(served, 0u);
+    RawHttp proven(messenger.GetPort());
+    EXPECT_EQ(proven.Exchange(Post(Proof())).status, 200);
+    Open();
+    for (std::thread& stranger : strangers) stranger.join();
+    EXPECT_EQ(refused + served, kStrangers);
+    EXPECT_GE(served, 1u);
+    EXPECT_EQ(closed, refused);
 }
 
 TEST_P(StrangersTest, ASecretThatIsWrongMakesNoProvenCaller) {
