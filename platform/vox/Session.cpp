@@ -33,7 +33,7 @@ void Session::Start() {
     if (error || core.closing) return;
     peer.address = (std::ostringstream() << remote).str();
     Tcp().socket().set_option(tcp::no_delay(true), error);
-    BeginWaiting();
+    thread.BeginWaiting(*this, IoThread::Kind::Newcomer);
     Tcp().expires_after(core.limits.handshakeTime);
     connection->Open(Then(&Session::OnOpened));
 }
@@ -56,11 +56,18 @@ void Session::Prove() noexcept {
 }
 
 void Session::BeginWaiting() noexcept {
-    thread.BeginWaiting(*this, standing->proven ? IoThread::IdleProven : IoThread::IdleStranger);
+    if (standing->proven) return thread.BeginWaiting(*this, IoThread::Kind::IdleProven);
+    if (place.GetRank() == PeerRank::Stranger) thread.BeginWaiting(*this, IoThread::Kind::IdleStranger);
 }
 
-void Session::BeginMoving() noexcept {
-    standing->proven ? thread.EndWaiting(*this) : thread.BeginWaiting(*this, IoThread::SlowStranger);
+bool Session::BeginMoving() noexcept {
+    if (standing->proven) return thread.EndWaiting(*this);
+    if (place.GetRank() == PeerRank::Stranger) thread.BeginWaiting(*this, IoThread::Kind::SlowStranger);
+    return true;
+}
+
+bool Session::Speak() noexcept {
+    return standing->proven || place.Speak() || (core.MakeStrangerGo() && place.Speak());
 }
 
 void Session::NamePeer() {

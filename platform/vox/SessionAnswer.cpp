@@ -47,8 +47,8 @@ private:
 
 void Session::Serve() {
     if (core.closing) return GiveUp();
+    if (!thread.EndWaiting(*this)) return Drop();  // nothing is done whose answer cannot be sent
     phase = Phase::Serving;
-    thread.EndWaiting(*this);
     Tcp().expires_never();
     parser.reset();
     auto once = std::make_shared<ReplyOnce>(shared_from_this());

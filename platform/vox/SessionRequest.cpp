@@ -35,8 +35,8 @@ void Session::AwaitRequest() {
 }
 
 void Session::OnFirstBytes(error_code error, std::size_t count) {
+    if (!BeginMoving()) return Drop();
     phase = Phase::Receiving;
-    BeginMoving();
     phaseStart = Clock::now();
     OnHeaderBytes(error, count);
 }
@@ -104,7 +104,10 @@ void Session::TakeHead(const HttpHead& head) {
     request.peer = peer;  // who he is may have changed
     std::optional<HttpResponse> refusal = core.handler.Screen(request);
     if (!request.sender.empty()) Prove();
+    // Who is refused, or is to prove who he is first, stays a newcomer.
     if (refusal) return Respond(std::move(*refusal), keepAlive && parser->is_done());
+    if (!Speak()) return Refuse(503, "Too many callers who have not said who they are are at work.");
+    if (!BeginMoving()) return Drop();
     request.body = std::make_shared<Blocks>(request.sender.empty() ? core.namelessBudget : core.namedBudget);
     BeginBody(ExpectsContinue(head));
 }

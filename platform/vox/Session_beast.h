@@ -22,7 +22,7 @@ class Session final : public AnySession, public std::enable_shared_from_this<Ses
 public:
     Session(HttpServer::Core& core, Place taken, std::shared_ptr<Standing> standing,
             std::unique_ptr<Connection> connection);
-    ~Session() override { thread.EndWaiting(*this); }
+    ~Session() override { thread.Forget(*this); }
 
     void Start();
     void BeginClosing() override {
@@ -33,6 +33,7 @@ public:
         Drop();
         place.GiveBack();
     }
+    void Forfeit() noexcept override { place.Forfeit(); }
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -57,10 +58,13 @@ private:
     void NamePeer();
     /// The peer is no stranger any more.
     void Prove() noexcept;
-    /// May be closed for others from now on.
+    /// May be closed for others from now on; a newcomer may be since he has come.
     void BeginWaiting() noexcept;
     /// Is at a request: of a stranger that, too, ends when it takes long and others need his place.
-    void BeginMoving() noexcept;
+    /// @return false when the place is another's already
+    bool BeginMoving() noexcept;
+    /// A request of one who has proven nothing is to be taken. @return false when too many others' are
+    bool Speak() noexcept;
     bool IsPeerStillLetIn();
 
     void AwaitRequest();
