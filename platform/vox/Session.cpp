@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <sstream>
 
+#include "FreedMemory.h"
 #include "LumPalStr.h"
 
 namespace LumVoxMsg {
@@ -25,6 +26,12 @@ Session::Session(HttpServer::Core& core, Place taken, std::shared_ptr<Standing> 
       connection(std::move(connection)),
       buffer(std::max<std::size_t>(core.limits.headerBytes, kBodyRead) + kFirstRead) {
     thread.Enter(*this);
+}
+
+Session::~Session() {
+    thread.Forget(*this);
+    // Nobody else says it of a connection that goes without a request, and thousands may go at once.
+    LumVoxRpc::NoteFreed(kFirstRead + (connection->IsTls() ? kTlsBytes : 0));
 }
 
 void Session::Start() {
@@ -101,6 +108,9 @@ void Session::Linger() {
     phase = Phase::Lingering;
     BeginMoving();
     parser.reset();
+    buffer.clear();
+    buffer.shrink_to_fit();
+    headerShare.Clear();
     Tcp().expires_after(kLingerTime);
     connection->EndSending(Then(&Session::Drain));
 }

@@ -22,7 +22,7 @@ class Session final : public AnySession, public std::enable_shared_from_this<Ses
 public:
     Session(HttpServer::Core& core, Place taken, std::shared_ptr<Standing> standing,
             std::unique_ptr<Connection> connection);
-    ~Session() override { thread.Forget(*this); }
+    ~Session() override;
 
     void Start();
     void BeginClosing() override {
@@ -45,8 +45,10 @@ private:
         Sending,    ///< writes the answer
         Lingering   ///< waits for the peer to close, so that it can read the answer first
     };
+    static constexpr const char* kTooMuch = "Too many large requests at once.";
     static constexpr std::size_t kFirstRead = 4096;  ///< an idle connection holds no more than this
     static constexpr std::size_t kBodyRead = 65536;
+    static constexpr std::size_t kTlsBytes = 65536;  ///< about what the TLS library keeps for a connection
 
     class ReplyOnce;
 
@@ -72,9 +74,13 @@ private:
     void ReadHeader();
     void OnHeaderBytes(error_code error, std::size_t count);
     void ScanHeader();
+    /// Takes of the budget what a header of such a size costs until the request has been answered: its bytes, the
+    /// fields made of them and what the request keeps of those. @return false when there is not enough
+    bool ChargeHeader(std::size_t bytes);
     void SkipEmptyLine();
     void ParseHead(std::size_t length);
     void TakeHead(const HttpHead& head);
+    std::string HostOf(const HttpHead& head);
     std::string OwnAddress();
     void BeginBody(bool sendContinue);
     void OnContinueSent(error_code error, std::size_t);
@@ -103,11 +109,13 @@ private:
     HttpPeer peer;
     Phase phase = Phase::Opening;
     beast::flat_buffer buffer;  ///< bounded, since a chunk's extension is kept whole until its end
+    BudgetShare headerShare;
     HeaderScan scan;
     std::size_t scanned = 0;
     bool mayBeginEmpty = true;
     std::optional<Parser> parser;
     HttpRequest request;
+    bool isHead = false;  ///< its answer has a header alone
     bool keepAlive = false;
     std::optional<Response> response;
     std::optional<Serializer> serializer;
