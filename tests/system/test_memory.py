@@ -136,9 +136,11 @@ CALLERS = {"a stranger": lambda node: "", "the administrator": wire.secret_of}
 class Memory(unittest.TestCase):
     """Measured against a daemon that has served nothing else but an empty list and a check."""
 
-    def measure(self, calls, path, body, undo, secret_for):
+    def measure(self, calls, path, body, undo, secret_for, first=None):
         with Node({"vox.http.ext.conf": UNLIMITED}) as node:
             pid, secret = node.daemon.pid, secret_for(node)
+            if first:
+                self.assertEqual(wire.ask(node, first, secret=secret).value(), wire.DONE)
             wire.ask(node, wire.list_call())
             wire.ask(node, wire.call("checkpolicy"), CHECK)
             before = resident(pid)
@@ -165,6 +167,14 @@ class Memory(unittest.TestCase):
     def test_two_strangers_with_the_largest_checks_take_no_more_than_4_times_their_size(self):
         body = check(text(b"a ", 62 * MEGABYTE))
         self.measure(2, CHECK, body, None, CALLERS["a stranger"])
+
+    def test_categories_for_an_installed_policy_take_no_more_than_4_times_their_size(self):
+        one = wire.install_call(wire.policy_array("large"))
+        for mode in ("6", "7"):
+            for unit in (b"%x ", b"%o "):
+                body = large(wire.operation_call(mode, string="@@"), numbered(unit))
+                with self.subTest(mode, unit=unit):
+                    self.measure(1, MAIN, body, None, CALLERS["the administrator"], one)
 
     def send_headers(self, node, connections, length):
         """Open connections, each with a header of many short fields that was taken or refused, and no body yet."""
