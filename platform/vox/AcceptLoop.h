@@ -27,8 +27,9 @@ public:
         /// Lets it have the place of one that must make room for it, and is closed soon; waits for nothing.
         /// @return false when there is none
         virtual bool MakeRoom(const LumPal::Descriptor& socket) noexcept = 0;
-        /// Waits until one that made room is closed, and its descriptor is free. @return false when that takes long
-        virtual bool AwaitClosed() noexcept = 0;
+        /// Closes one that must make room, and waits until its descriptor is free. @return false when there is none, or
+        /// that takes long
+        virtual bool FreeDescriptor() noexcept = 0;
         /// May throw; the connection is then closed.
         virtual void Take(LumPal::Descriptor socket) = 0;
         /// What a connection gets for which there is no room.

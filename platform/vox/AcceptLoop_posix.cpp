@@ -77,7 +77,7 @@ bool AcceptLoop::FindRoom(Descriptor& socket) noexcept {
 
 bool AcceptLoop::FindDescriptor(Descriptor& socket) noexcept {
     for (int tries = 0; !LumPal::LeavesEnough(socket.Get(), DescriptorUse::Caller); ++tries) {
-        if (tries == kMostTries || !taker.MakeRoom(socket) || !taker.AwaitClosed()) return false;
+        if (tries == kMostTries || !taker.FreeDescriptor()) return false;
         LumPal::MoveDown(socket);
     }
     return true;

@@ -33,8 +33,8 @@ public:
     bool IsAddressFull(const PeerAddress& from) const noexcept;
     /// Whether those without an id have all that they may have.
     bool HaveStrangersTheirShare() const noexcept { return nameless >= mostNameless; }
-    /// Whether there are no more of those without an id than are always let in.
-    bool AreStrangersFew() const noexcept { return nameless < keptForNewcomers; }
+    /// Whether all places are taken, and proven callers have so many that fewer are left than are kept for newcomers.
+    bool IsFilledByProven() const noexcept { return count >= most && nameless < keptForNewcomers; }
     unsigned GetCount() const noexcept { return count; }
 
     /// A newcomer has come. @throws std::bad_alloc, and nothing is counted then

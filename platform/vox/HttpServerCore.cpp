@@ -133,17 +133,19 @@ const char* HttpServer::Core::WhyFull(const Descriptor& socket) const noexcept {
 
 /// An idle connection can be made again at any time; one that finds no room cannot be made at all.
 bool HttpServer::Core::MakeRoom(const Descriptor& socket) noexcept {
-    if (closing || admission.IsAddressFull(PeerAddress::Of(socket))) return false;
-    {
-        const std::lock_guard lock(mutex);
-        closedThen = closed;
-    }
-    return DropOne();
+    const PeerAddress from = PeerAddress::Of(socket);
+    if (closing || admission.IsAddressFull(from)) return false;
+    // Somebody may have gone by himself meanwhile.
+    return !admission.WhyFull(from) || DropOne();
 }
 
-bool HttpServer::Core::AwaitClosed() noexcept {
+bool HttpServer::Core::FreeDescriptor() noexcept {
     std::unique_lock lock(mutex);
-    return left.wait_for(lock, kRoomTime, [this] { return closed != closedThen || closing; }) && !closing;
+    const auto hasClosed = [this, before = closed] { return closed != before || closing; };
+    lock.unlock();
+    if (!DropOne()) return false;
+    lock.lock();
+    return left.wait_for(lock, kRoomTime, hasClosed) && !closing;
 }
 
 /// Strangers go first, and those first who are at a request for long: they do not wait for anything of ours. Of all
@@ -154,7 +156,7 @@ bool HttpServer::Core::DropOne() noexcept {
     constexpr std::chrono::milliseconds kAny{0};
     if (DropLongestWaiting({Kind::SlowStranger}, kSlow)) return true;
     // Proven callers fill the node: whoever comes must be able to say that he is one of them.
-    if (admission.AreStrangersFew() && DropLongestWaiting({Kind::IdleProven}, kAny)) return true;
+    if (admission.IsFilledByProven() && DropLongestWaiting({Kind::IdleProven}, kAny)) return true;
     if (DropLongestWaiting({Kind::Newcomer, Kind::IdleStranger}, kAny)) return true;
     // A proven caller's place is no stranger's as long as strangers have their share.
     return !admission.HaveStrangersTheirShare() && DropLongestWaiting({Kind::IdleProven}, kAny);

@@ -57,7 +57,7 @@ private:
     bool MakeRoom(const LumPal::Descriptor& socket) noexcept override;
     void Take(LumPal::Descriptor socket) override;
     std::string_view GetFarewell() const noexcept override;
-    bool AwaitClosed() noexcept override;
+    bool FreeDescriptor() noexcept override;
     bool DropOne() noexcept;
     bool DropLongestWaiting(std::initializer_list<IoThread::Kind> kinds, std::chrono::milliseconds atLeast) noexcept;
     IoThread& NextThread() noexcept { return *threads[nextThread++ % threads.size()]; }
@@ -67,8 +67,7 @@ private:
 
     mutable std::mutex mutex;  ///< guards tls and closed
     std::shared_ptr<net::ssl::context> tls;
-    std::uint64_t closed = 0;      ///< connections that have gone
-    std::uint64_t closedThen = 0;  ///< before room was made; the accept loop's own
+    std::uint64_t closed = 0;  ///< connections that have gone
     std::condition_variable left;
     std::vector<std::unique_ptr<IoThread>> threads;
     std::unique_ptr<tcp::acceptor> acceptor;

@@ -53,14 +53,21 @@ TEST(Admission, AnEighthIsKeptForThoseOfWhomNoRequestWasTakenYet) {
     EXPECT_TRUE(admission.Speak());
 }
 
-TEST(Admission, StrangersAreFewBelowWhatIsKeptForNewcomers) {
+TEST(Admission, ProvenCallersFillItWhenFewerPlacesAreLeftThanAreKeptForNewcomers) {
     Admission admission(16, 100);
-    EXPECT_TRUE(admission.AreStrangersFew());
+    EXPECT_FALSE(admission.IsFilledByProven()) << "nobody is there";
+    for (int i = 0; i < 16; ++i) {
+        admission.Enter(Host(1));
+        admission.Prove(Host(1), PeerRank::Newcomer);
+    }
+    EXPECT_TRUE(admission.IsFilledByProven());
+    admission.Leave(Host(1), PeerRank::Proven);
+    EXPECT_FALSE(admission.IsFilledByProven());
     admission.Enter(Host(1));
-    EXPECT_TRUE(admission.AreStrangersFew());
+    EXPECT_TRUE(admission.IsFilledByProven());
+    admission.Leave(Host(1), PeerRank::Proven);
     admission.Enter(Host(1));
-    EXPECT_FALSE(admission.AreStrangersFew());
-    EXPECT_FALSE(Admission(7, 100).AreStrangersFew()) << "of a small number nothing is kept";
+    EXPECT_FALSE(admission.IsFilledByProven());
 }
 
 TEST(Admission, AllTogetherAreNoMoreThanAllConnections) {
