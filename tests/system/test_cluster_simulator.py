@@ -249,6 +249,10 @@ class Box(Simulated):
         self.assertEqual(cluster.run("ls", BIN).out.split(), ["haclus", "hagrp", "hasys"])
         self.assertEqual(cluster.run("ls", "/usr/cluster/lib/daemon", "/sbin/another", "/usr/bin/env").code, 0)
 
+    def test_a_further_file_holds_what_is_told_of_it(self):
+        cluster = self.cluster(files=[{"path": "/etc/harbour/web", "text": "one\ntwo\n"}])
+        self.assertEqual(cluster.run("cat", "/etc/harbour/web").out, "one\ntwo\n")
+
     def test_where_no_namespaces_can_be_made_it_says_so_in_one_line(self):
         cluster = self.cluster()
         powerless = ["setpriv", "--bounding-set=-sys_admin", "--inh-caps=-sys_admin"]
