@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "adapters/ClusterSc.h"
 #include "adapters/ClusterVcs.h"
 
 namespace LumConfCluster {
@@ -24,7 +25,7 @@ const ClusterProduct& RowOf(ClusterType type) {
 
 const std::array<ClusterProduct, 8> kClusterProducts{{
     {ClusterType::Vcs, "VERITAS Cluster Server (VCS)", "/opt/VRTSvcs/bin/had", ".RGState.VCS", &Make<ClusterVcs>},
-    {ClusterType::Sc, "Sun Cluster (SC)", "/usr/cluster/lib/sc/clexecd", ".RGState.SC", nullptr},
+    {ClusterType::Sc, "Sun Cluster (SC)", "/usr/cluster/lib/sc/clexecd", ".RGState.SC", &Make<ClusterSc>},
     {ClusterType::Plsd, "Palisade (PLSD)", "/usr/lbin/plsd", ".RGState.PLSD", nullptr},
     {ClusterType::Hacmp, "AIX Cluster (HACMP)", "/usr/es/sbin/cluster/clstrmgr", ".RGState.HACMP", nullptr},
     {ClusterType::Kes, "Kestrel Cluster (KCR)", "/usr/sbin/kesd", "", nullptr},
