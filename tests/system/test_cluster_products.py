@@ -37,6 +37,7 @@ class Product:
 PRODUCTS = [
     Product("vcs", "VERITAS Cluster Server (VCS)", "Can not instantiate VERITAS Cluster Server object.", "Can not get node list for VERITAS Cluster Server.", "Can not get group list for VERITAS Cluster Server.", "haclus *", "hasys -list", "hagrp -display *", word="_PARTIAL_"),
     Product("sc", "Sun Cluster (SC)", "Can not instantiate Sun Cluster object.", "Can not get node list for Sun Cluster.", "Can not get group list for Sun Cluster.", "* CLUSTERNAME", "* ALL_NODENAMES", "* ALL_RESOURCEGROUPS", word="PENDING_ONLINE", local="Offline"),
+    Product("hacmp", "AIX Cluster (HACMP)", "Can not instantiate HACMP cluster object.", "Can not get node list for Hacmp.", "Can not get group list for Hacmp", "clstat -o", "clstat -o", "clRGinfo -s", nodes_number=2, word="ACQUIRING"),
 ]
 
 
