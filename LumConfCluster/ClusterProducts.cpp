@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "adapters/ClusterHacmp.h"
+#include "adapters/ClusterPlsd.h"
 #include "adapters/ClusterSc.h"
 #include "adapters/ClusterVcs.h"
 
@@ -27,7 +28,7 @@ const ClusterProduct& RowOf(ClusterType type) {
 const std::array<ClusterProduct, 8> kClusterProducts{{
     {ClusterType::Vcs, "VERITAS Cluster Server (VCS)", "/opt/VRTSvcs/bin/had", ".RGState.VCS", &Make<ClusterVcs>},
     {ClusterType::Sc, "Sun Cluster (SC)", "/usr/cluster/lib/sc/clexecd", ".RGState.SC", &Make<ClusterSc>},
-    {ClusterType::Plsd, "Palisade (PLSD)", "/usr/lbin/plsd", ".RGState.PLSD", nullptr},
+    {ClusterType::Plsd, "Palisade (PLSD)", "/usr/lbin/plsd", ".RGState.PLSD", &Make<ClusterPlsd>},
     {ClusterType::Hacmp, "AIX Cluster (HACMP)", "/usr/es/sbin/cluster/clstrmgr", ".RGState.HACMP", &Make<ClusterHacmp>},
     {ClusterType::Kes, "Kestrel Cluster (KCR)", "/usr/sbin/kesd", "", nullptr},
     {ClusterType::Rhas, "Red Hat Advanced Server (RHAS)", "/sbin/clusvcmgrd", ".RGState.RHAS", nullptr},
