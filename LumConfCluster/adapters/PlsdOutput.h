@@ -6,10 +6,9 @@
 
 #include "LumPalIo.h"
 #include "LumPalStr.h"
+#include "ToolText.h"
 
 namespace LumConfCluster {
-
-using ToolLines = std::vector<LumPalStr::String_t>;
 
 /// A line of a table.
 struct PlsdRow {
