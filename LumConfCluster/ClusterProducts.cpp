@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "adapters/ClusterHacmp.h"
 #include "adapters/ClusterKes.h"
 #include "adapters/ClusterPlsd.h"
 #include "adapters/ClusterSc.h"
@@ -29,7 +30,7 @@ const std::array<ClusterProduct, 8> kClusterProducts{{
     {ClusterType::Vcs, "VERITAS Cluster Server (VCS)", "/opt/VRTSvcs/bin/had", ".RGState.VCS", &Make<ClusterVcs>},
     {ClusterType::Sc, "Sun Cluster (SC)", "/usr/cluster/lib/sc/clexecd", ".RGState.SC", &Make<ClusterSc>},
     {ClusterType::Plsd, "Palisade (PLSD)", "/usr/lbin/plsd", ".RGState.PLSD", &Make<ClusterPlsd>},
-    {ClusterType::Hacmp, "AIX Cluster (HACMP)", "/usr/es/sbin/cluster/clstrmgr", ".RGState.HACMP", nullptr},
+    {ClusterType::Hacmp, "AIX Cluster (HACMP)", "/usr/es/sbin/cluster/clstrmgr", ".RGState.HACMP", &Make<ClusterHacmp>},
     {ClusterType::Kes, "Kestrel Cluster (KCR)", "/usr/sbin/kesd", "", &Make<ClusterKes>},
     {ClusterType::Rhas, "Red Hat Advanced Server (RHAS)", "/sbin/clusvcmgrd", ".RGState.RHAS", nullptr},
     {ClusterType::Mscs, "Microsoft Cluster Server (MSCS)", "", ".RGState.MSCS", nullptr},

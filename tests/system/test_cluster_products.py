@@ -45,6 +45,7 @@ PRODUCTS = [
     Product("sc", "Sun Cluster (SC)", "Can not instantiate Sun Cluster object.", "Can not get node list for Sun Cluster.", "Can not get group list for Sun Cluster.", "* CLUSTERNAME", "* ALL_NODENAMES", "* ALL_RESOURCEGROUPS", word="PENDING_ONLINE", local="Offline"),
     Product("plsd", "Palisade (PLSD)", "Can not instantiate Palisade object.", "Can not get node list for Palisade.", "Can not get group list for Palisade.", "plsview -l cluster", "plsview -l node", "plsview -l package", word="starting", local="Offline", changes=SCRIPTS, mapped="-state"),
     Product("kes", "Kestrel Cluster (KCR)", "Can not instantiate Kestrel Cluster Server object.", "Can not get cluster nodes.", "Can not get cluster resource groups.", "kes_get_info -raw", "kes_get_info -raw", "kes_stat -t", nodes_number=2, local="Offline", has_addresses=False),
+    Product("hacmp", "AIX Cluster (HACMP)", "Can not instantiate HACMP cluster object.", "Can not get node list for Hacmp.", "Can not get group list for Hacmp", "clstat -o", "clstat -o", "clRGinfo -s", nodes_number=2, word="ACQUIRING"),
 ]
 
 

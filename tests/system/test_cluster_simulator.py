@@ -16,7 +16,7 @@ STRANGER = 54321
 
 
 def cluster_of(groups, systems=(), **more):
-    return {"product": "vcs", "name": "recorded", "systems": [{"name": name} for name in systems], "groups": groups, **more}
+    return {"product": "vcs", "name": "recorded", "systems": [{"name": name} for name in systems], "groups": groups} | more
 
 
 def frozen(number, value):
@@ -48,6 +48,15 @@ RECORDINGS = {
 }
 
 
+# The same of other products, by the folder and the name of the recording.
+OTHER_RECORDINGS = {
+    "hacmp/clRGinfo-s": (
+        cluster_of([{"name": "pdb213rg", "systems": ["pasv0450", "pasv0449"], "states": {"pasv0450": "online"}},
+                    {"name": "pmon01rg", "systems": ["pasv0449", "pasv0450"], "states": {"pasv0449": "online"}}],
+                   product="hacmp"), "/usr/es/sbin/cluster/utilities/clRGinfo -s"),
+}
+
+
 class Simulated(unittest.TestCase):
     def cluster(self, *arguments, **changes):
         cluster = Cluster(*arguments, **changes)
@@ -76,6 +85,12 @@ class Answers(Simulated):
             with self.subTest(name):
                 recorded = (RECORDED / f"{name}.txt").read_text(encoding="utf-8").rstrip("\n") + "\n"
                 self.assert_prints(self.cluster(description), call, recorded)
+
+    def test_what_was_recorded_of_other_products_is_printed_byte_by_byte(self):
+        for name, (description, call) in OTHER_RECORDINGS.items():
+            with self.subTest(name):
+                recorded = (RECORDED.parent / f"{name}.txt").read_text(encoding="utf-8")
+                self.assertEqual(self.cluster(description).run(*call.split()).out, recorded)
 
     def test_a_group_that_is_not_on_a_system_is_refused_on_the_error_stream(self):
         cluster = self.cluster(cluster_of([{"name": "g", "systems": ["node2"]}], ["node1", "node2"]))
