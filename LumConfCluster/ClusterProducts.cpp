@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "adapters/ClusterHacmp.h"
+#include "adapters/ClusterKes.h"
 #include "adapters/ClusterPlsd.h"
 #include "adapters/ClusterRhas.h"
 #include "adapters/ClusterSc.h"
@@ -31,7 +32,7 @@ const std::array<ClusterProduct, 8> kClusterProducts{{
     {ClusterType::Sc, "Sun Cluster (SC)", "/usr/cluster/lib/sc/clexecd", ".RGState.SC", &Make<ClusterSc>},
     {ClusterType::Plsd, "Palisade (PLSD)", "/usr/lbin/plsd", ".RGState.PLSD", &Make<ClusterPlsd>},
     {ClusterType::Hacmp, "AIX Cluster (HACMP)", "/usr/es/sbin/cluster/clstrmgr", ".RGState.HACMP", &Make<ClusterHacmp>},
-    {ClusterType::Kes, "Kestrel Cluster (KCR)", "/usr/sbin/kesd", "", nullptr},
+    {ClusterType::Kes, "Kestrel Cluster (KCR)", "/usr/sbin/kesd", "", &Make<ClusterKes>},
     {ClusterType::Rhas, "Red Hat Advanced Server (RHAS)", "/sbin/clusvcmgrd", ".RGState.RHAS", &Make<ClusterRhas>},
     {ClusterType::Mscs, "Microsoft Cluster Server (MSCS)", "", ".RGState.MSCS", nullptr},
     {ClusterType::Unknown, "Unknown", "", "", nullptr},

@@ -129,7 +129,7 @@ ClusterState ClusterRhas::GetState() {
 }
 
 ClusterNodes ClusterRhas::GetNodes() {
-    return Told(msg::RhasNodesNotRead, msg::RhasNodesFailed, [&] {
+    return Told(msg::ClusterNodesNotRead, msg::RhasNodesFailed, [&] {
         const ClusterNodes nodes;
         for (const auto& [node, isUp] : Members()) {
             const auto id = static_cast<std::uint16_t>(nodes.Count());
@@ -156,7 +156,7 @@ ClusterResourceGroup ClusterRhas::MakeGroup(const RhasService& service, std::uin
 }
 
 ClusterResourceGroups ClusterRhas::GetGroups() {
-    return Told(msg::RhasGroupsNotRead, msg::RhasGroupsFailed, [&] {
+    return Told(msg::ClusterGroupsNotRead, msg::RhasGroupsFailed, [&] {
         NodesByName nodes([this] { return GetNodes(); });
         const ClusterResourceGroups groups;
         for (const RhasService& service : Services()) {

@@ -29,22 +29,31 @@ class Product:
     word: str = ""  # by which the configuration maps the state of a group; empty: it does not
     local: str = "Unknown"  # the local state of a group that this node does not have
     changes: dict = field(default_factory=dict)  # of the description
+    mapped: str = "-localState"  # the question that the mapped state answers
+    has_addresses: bool = True
 
     @property
     def namespace(self):
         return "conf.cluster.RGState." + self.key.upper()
 
 
+# The scripts that set the addresses of the groups.
+SCRIPTS = {"files": [{"path": f"/etc/palisade/{group}", "text": f'#!/bin/sh\nIP[0]="{address}"\n'}
+                     for group, address in (("database", "192.0.2.10"), ("web", "192.0.2.20"))]}
+
 # A product is one line.
 PRODUCTS = [
     Product("vcs", "VERITAS Cluster Server (VCS)", "Can not instantiate VERITAS Cluster Server object.", "Can not get node list for VERITAS Cluster Server.", "Can not get group list for VERITAS Cluster Server.", "haclus *", "hasys -list", "hagrp -display *", word="_PARTIAL_"),
     Product("sc", "Sun Cluster (SC)", "Can not instantiate Sun Cluster object.", "Can not get node list for Sun Cluster.", "Can not get group list for Sun Cluster.", "* CLUSTERNAME", "* ALL_NODENAMES", "* ALL_RESOURCEGROUPS", word="PENDING_ONLINE", local="Offline"),
+    Product("plsd", "Palisade (PLSD)", "Can not instantiate Palisade object.", "Can not get node list for Palisade.", "Can not get group list for Palisade.", "plsview -l cluster", "plsview -l node", "plsview -l package", word="starting", local="Offline", changes=SCRIPTS, mapped="-state"),
+    Product("kes", "Kestrel Cluster (KCR)", "Can not instantiate Kestrel Cluster Server object.", "Can not get cluster nodes.", "Can not get cluster resource groups.", "kes_get_info -raw", "kes_get_info -raw", "kes_stat -t", nodes_number=2, local="Offline", has_addresses=False),
     Product("hacmp", "AIX Cluster (HACMP)", "Can not instantiate HACMP cluster object.", "Can not get node list for Hacmp.", "Can not get group list for Hacmp", "clstat -o", "clstat -o", "clRGinfo -s", nodes_number=2, word="ACQUIRING"),
     Product("rhas", "Red Hat Advanced Server (RHAS)", "Can not instantiate Red Hat Advanced Server cluster solution.", "Can not get cluster nodes.", "Can not get cluster resource groups.", "cman_tool status", "clustat", "clustat", word="starting", local="Offline", changes={"files": red_hat_files(5)}),
 ]
 
 
 def listing(product):
+    database_address, web_address = ("192.0.2.10", "192.0.2.20") if product.has_addresses else ("None  ", "None  ")
     return f"""\
 #Cluster
 type         {product.title}
@@ -65,13 +74,13 @@ id           2
 state        Online
 nodes        alpha beta gamma
 local state  Online
-virtual IP   192.0.2.10
+virtual IP   {database_address}
 active node  alpha
 #Group web
 state        Online
 nodes        beta alpha
 local state  Offline
-virtual IP   192.0.2.20
+virtual IP   {web_address}
 active node  beta
 #Group reports
 state        Offline
@@ -111,10 +120,10 @@ class Questions(OnACluster):
         cluster.write()
         for configured, state in (("online", "Online"), ("Unknown", "Unknown"), ("PARTIAL", "Offline"), ("", "Offline")):
             cluster.settings({product.namespace: {product.word: configured, "_ANOTHER_": "x"}})
-            self.assert_prints(cluster, "-group database -localState", state + "\n")
+            self.assert_prints(cluster, f"-group database {product.mapped}", state + "\n")
         cluster.group("database")["states"] = {"alpha": "online"}
         cluster.write()
-        self.assert_prints(cluster, "-group database -localState", "Offline\n")
+        self.assert_prints(cluster, f"-group database {product.mapped}", "Offline\n")
 
     @on_each_product
     def test_a_move_is_seen_by_the_next_question(self, product, cluster):

@@ -17,8 +17,8 @@ TEST(Told, WhatIsNoExceptionOfOursHasAMessageOfItsOwn) {
     const auto fails = []() -> int { Raise<ClusterException>(msg::ToolFailed); };
     EXPECT_EQ(Told(msg::RhasStateNotRead, msg::RhasStateFailed, [] { return 7; }), 7);
     EXPECT_RAISES(Told(msg::RhasStateNotRead, msg::RhasStateFailed, runsOutOfMemory), ClusterException, 221);
-    EXPECT_RAISES(Told(msg::RhasNodesNotRead, msg::RhasNodesFailed, throwsANumber), ClusterException, 225);
-    EXPECT_RAISES(Told(msg::RhasGroupsNotRead, msg::RhasGroupsFailed, throwsANumber), ClusterException, 232);
+    EXPECT_RAISES(Told(msg::ClusterNodesNotRead, msg::RhasNodesFailed, throwsANumber), ClusterException, 225);
+    EXPECT_RAISES(Told(msg::ClusterGroupsNotRead, msg::RhasGroupsFailed, throwsANumber), ClusterException, 232);
     const auto messages =
         MessagesOf<ClusterException>([&] { Told(msg::RhasStateNotRead, msg::RhasStateFailed, fails); });
     EXPECT_EQ(messages.GetMessage(0).GetId(), 220u);
