@@ -69,8 +69,12 @@ void ClusterImpl::AddTool(std::int32_t index, const String_t& folder, const char
 }
 
 String_t ClusterImpl::LocalNodeName() {
+    return LocalNodeName(LocalNodeCommand());
+}
+
+String_t ClusterImpl::LocalNodeName(const String_t& command) {
     const String_t configured = ConfBase::Get_NS_ConfCluster().Open().GetValue(names::ClusterLocalNodenameKey);
-    return configured.IsNotEmpty() ? configured : ClusterUtil::GetOut(LocalNodeCommand());
+    return configured.IsNotEmpty() ? configured : ClusterUtil::GetOut(command);
 }
 
 void ClusterImpl::OpenGroupStates(const char* suffix) {

@@ -45,7 +45,9 @@ protected:
     /// A line that runs the tool of the index.
     ToolLine Tool(std::int32_t index) const { return ToolLine(commands.at(index)); }
     /// This node as the product calls it: CLUSTER_LOCAL_NODENAME of "conf.cluster", else the system's own name for it.
+    /// @param command  prints that name; without it the one that serves most products
     static LumPalStr::String_t LocalNodeName();
+    static LumPalStr::String_t LocalNodeName(const LumPalStr::String_t& command);
     /// Ends a constructor: opens the namespace "conf.cluster" with the suffix behind it, where the states of groups may
     /// be mapped; empty or unreadable, it is traced, and the adapter's own table counts.
     void OpenGroupStates(const char* suffix);

@@ -18,6 +18,15 @@ public:
     NodeType type = NodeType::Default;
 };
 
+/// A node of which an adapter knows all that it can.
+inline ClusterNode NodeOf(const LumPalStr::String_t& name, std::uint16_t id, NodeState state) {
+    const ClusterNode node;
+    node.GetImpl()->name = name;
+    node.GetImpl()->id = id;
+    node.GetImpl()->state = state;
+    return node;
+}
+
 class ClusterNodesImpl final : public ClusterCollectionImpl<ClusterNode, LumConf::ClusterNoNodeException> {};
 
 }  // namespace LumConfCluster

@@ -16,16 +16,17 @@ class StateWords {
 public:
     using Row = std::pair<const char*, State>;
     StateWords() = default;
-    explicit StateWords(std::span<const Row> rows) {
+    /// @param otherwise  what any other word means
+    explicit StateWords(std::span<const Row> rows, State otherwise = State::Unknown) : otherwise(otherwise) {
         for (const auto& [word, state] : rows) states.emplace(word, state);
     }
-    /// Unknown for a word that is not there.
     State Of(const LumPalStr::String_t& word) const {
         const auto found = states.find(word);
-        return found == states.end() ? State::Unknown : found->second;
+        return found == states.end() ? otherwise : found->second;
     }
 
 private:
+    State otherwise = State::Unknown;
     std::map<LumPalStr::String_t, State> states;
 };
 

@@ -32,8 +32,12 @@ ToolLine& ToolLine::Words(const char* words) {
 }
 
 ToolLine& ToolLine::Name(const String_t& name) {
+    return NameBehind("", name);
+}
+
+ToolLine& ToolLine::NameBehind(const char* option, const String_t& name) {
     if (!IsSafe(name)) Raise<ClusterException>(msg::ToolFailed, Make(msg::ToolNameRefused, name, line));
-    line += String_t(" \"") + name + "\"";
+    line += String_t(" \"") + option + name + "\"";
     return *this;
 }
 

@@ -19,6 +19,8 @@ public:
     /// @throws LumConf::ClusterException 335 for a name that could be taken for something else: one with a double quote
     ///         or a control character, or with "-" at its beginning. As if the tool had failed
     ToolLine& Name(const LumPalStr::String_t& name);
+    /// Adds a name and an option that it stands right behind, as "--service=", as one word. @throws as Name
+    ToolLine& NameBehind(const char* option, const LumPalStr::String_t& name);
     const LumPalStr::String_t& Text() const noexcept { return line; }
     /// See ClusterUtil.
     LumPalStr::String_t GetOut() const;

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <limits>
-#include <memory>
 #include <string_view>
 
 #include "ConfBase.h"
+#include "LimitedStream.h"
 #include "LumPalCmd.h"
 #include "LumPalIo.h"
 #include "Messages.h"
@@ -16,33 +16,12 @@ namespace LumConfCluster {
 
 using namespace LumConf;
 using LumPalArray::CharArray_t;
-using LumPalIo::InputStream_t;
 using LumPalMsg::RuntimeException_t;
 using LumPalStr::String_t;
 
 namespace {
 
 constexpr std::uint32_t kMsPerSecond = 1000;
-
-/// More came than is taken.
-class TooMuch {};
-
-/// A stream that gives no more than so many bytes.
-class LimitedStream : public InputStream_t::Impl {
-public:
-    LimitedStream(const InputStream_t& source, std::size_t limit) : source(source.GetImpl()), left(limit) {}
-    std::int64_t Read(char* target, std::size_t length) override {
-        const std::int64_t count = source->Read(target, length);
-        if (count > 0 && static_cast<std::size_t>(count) > left) throw TooMuch();
-        if (count > 0) left -= static_cast<std::size_t>(count);
-        return count;
-    }
-    void Close() override { source->Close(); }
-
-private:
-    const std::shared_ptr<Impl> source;
-    std::size_t left;
-};
 
 String_t TextOf(const CharArray_t& line) {
     return String_t::FromUtf8(std::string_view(line.GetData(), line.GetLength()));
@@ -56,8 +35,7 @@ public:
         LumPalCmd::Command_t command(cmd, true);
         command.RedirectError(LumPalCmd::Null).RedirectInput(LumPalCmd::Null).RedirectOutput(LumPalCmd::Pipe);
         process = command.PutEnv("LANG", "C").LimitTime(limits.timeMs).Execute();
-        const InputStream_t output = process.GetStandardOutput();
-        lines = LumPalIo::DataInputStream_t(InputStream_t(std::make_shared<LimitedStream>(output, limits.bytes)));
+        lines = LumPalIo::DataInputStream_t(LimitedStream::Over(process.GetStandardOutput(), limits.bytes));
     }
 
     /// Reads what the run is for; a tool that goes beyond a limit is ended.

@@ -1,5 +1,7 @@
 #include "ToolText.h"
 
+#include <algorithm>
+
 namespace LumConfCluster {
 
 using LumPalStr::NotFound;
@@ -13,6 +15,34 @@ constexpr const char* kBetweenColumns = " \t";
 
 String_t FirstColumn(const String_t& line) {
     return line.Left(line.FindOneOf(kBetweenColumns));
+}
+
+String_t Field(const String_t& line, const char* separator, std::size_t number) {
+    const String_t between(separator);
+    std::uint32_t start = 0;
+    for (; number > 0; --number) {
+        const std::uint32_t end = line.Find(between, start);
+        if (end == NotFound) return "";
+        start = end + between.GetLength();
+    }
+    return line.Mid(start, line.Find(between, start));
+}
+
+String_t Between(const String_t& line, const char* word, const char* end) {
+    const std::uint32_t found = line.Find(word);
+    if (found == NotFound) return "";
+    const std::uint32_t start = found + String_t(word).GetLength();
+    return line.Mid(start, *end ? line.Find(end, start) : NotFound).Trim();
+}
+
+String_t LineWith(const ToolLines& lines, const char* word) {
+    const auto found =
+        std::find_if(lines.begin(), lines.end(), [&](const String_t& line) { return Holds(line, word); });
+    return found == lines.end() ? String_t("") : *found;
+}
+
+bool Holds(const String_t& line, const char* word) {
+    return line.Find(word) != NotFound;
 }
 
 String_t BehindColon(const String_t& line) {

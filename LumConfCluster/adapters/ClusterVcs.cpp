@@ -6,6 +6,7 @@
 #include "LoggedFailure.h"
 #include "ThisSystem.h"
 #include "ToolText.h"
+#include "Tried.h"
 
 namespace LumConfCluster {
 
@@ -30,18 +31,6 @@ constexpr StateWords<ClusterState>::Row kClusterWords[]{{"UNKNOWN", ClusterState
                                                         {"RUNNING", ClusterState::Up},
                                                         {"NOT_RUNNING", ClusterState::Down},
                                                         {"", ClusterState::Unknown}};
-
-/// What is needed to see one item only is left out when it cannot be had.
-template <class Step>
-bool Tried(Step&& step) {
-    try {
-        step();
-        return true;
-    } catch (const Exception_t& e) {
-        LUMCONF_TRACE(trace::Cluster, e.GetMessageList());
-        return false;
-    }
-}
 
 /// The product may put such lines between what it tells of one group and of the next.
 bool IsBetweenTables(const String_t& firstColumn) {

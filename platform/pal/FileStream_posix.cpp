@@ -10,6 +10,7 @@
 #include "Fault.h"
 #include "LostBytes.h"
 #include "LumPalIo.h"
+#include "LumPalPlainFile.h"
 #include "NativePath_posix.h"
 #include "OpenFolder_posix.h"
 #include "StreamCheck.h"
@@ -25,14 +26,19 @@ constexpr mode_t FileMode = 0640;
 // A pipe or a modem line must not hold the opener up.
 constexpr int CommonFlags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 
+/// What may stand under a name that is opened.
+enum class Kinds { Files, FilesAndDevices };
+
 /// An open file and its path.
 class Descriptor {
 public:
-    Descriptor(const String_t& path, int flags) : Descriptor(AT_FDCWD, "", path, flags) {}
+    Descriptor(const String_t& path, int flags, Kinds kinds = Kinds::FilesAndDevices)
+        : Descriptor(AT_FDCWD, "", path, flags, kinds) {}
     /// @param folder  where `name` is looked up, `path` then is for messages; AT_FDCWD: the path itself
-    Descriptor(int folder, const char* name, const String_t& path, int flags)
-        : path(path), native(path), writes((flags & O_ACCMODE) != O_RDONLY) {
+    Descriptor(int folder, const char* name, const String_t& path, int flags, Kinds kinds = Kinds::FilesAndDevices)
+        : path(path), native(path), writes((flags & O_ACCMODE) != O_RDONLY), kinds(kinds) {
         if (!native.IsUsable()) Fail("Cannot open file", native.GetError());
+        if (kinds == Kinds::Files) CheckName();
         const bool fault = FaultAt(writes ? "open" : "read", native.CStr());
         const char* const opened = folder == AT_FDCWD ? native.CStr() : name;
         number = fault ? -1 : openat(folder, opened, flags | CommonFlags, FileMode);
@@ -62,11 +68,19 @@ public:
 
 private:
     /// Only files, and devices such as /dev/null: a pipe in the place of a file is somebody's trap.
+    int ErrorOf(mode_t mode) const {
+        if (S_ISDIR(mode)) return EISDIR;
+        return S_ISREG(mode) || (S_ISCHR(mode) && kinds == Kinds::FilesAndDevices) ? 0 : ENOTSUP;
+    }
+    /// Opening a device may already do something. What cannot be looked at is told by opening it.
+    void CheckName() const {
+        struct stat status {};
+        if (stat(native.CStr(), &status) != 0) return;
+        if (const int error = ErrorOf(status.st_mode)) Fail("Cannot open file", error);
+    }
     void CheckKind() {
         struct stat status {};
-        int error = fstat(number, &status) == 0 ? 0 : errno;
-        if (error == 0 && S_ISDIR(status.st_mode)) error = EISDIR;
-        if (error == 0 && !S_ISREG(status.st_mode) && !S_ISCHR(status.st_mode)) error = ENOTSUP;
+        int error = fstat(number, &status) == 0 ? ErrorOf(status.st_mode) : errno;
         if (error == 0 && S_ISCHR(status.st_mode)) error = Wait();  // for a file the flag says nothing
         if (error == 0) return;
         close(std::exchange(number, -1));
@@ -77,12 +91,13 @@ private:
     String_t path;
     NativePath native;
     const bool writes;
+    const Kinds kinds;
     int number = -1;
 };
 
 class FileInput : public InputStream_t::Impl {
 public:
-    explicit FileInput(const String_t& path) : file(path, O_RDONLY) {}
+    explicit FileInput(const String_t& path, Kinds kinds = Kinds::FilesAndDevices) : file(path, O_RDONLY, kinds) {}
     FileInput(const OpenFolder& folder, const char* name)
         : file(folder.Get(), name, folder.PathOf(name), O_RDONLY | O_NOFOLLOW) {}
 
@@ -165,6 +180,10 @@ FileInputStream_t::FileInputStream_t(const String_t& path) : InputStream_t(std::
 FileInputStream_t::FileInputStream_t(const File_t& file) : FileInputStream_t(file.ToString()) {}
 FileOutputStream_t::FileOutputStream_t(const String_t& path) : OutputStream_t(std::make_shared<FileOutput>(path)) {}
 FileOutputStream_t::FileOutputStream_t(const File_t& file) : FileOutputStream_t(file.ToString()) {}
+
+InputStream_t OpenPlainFile(const File_t& file) {
+    return InputStream_t(std::make_shared<FileInput>(file.ToString(), Kinds::Files));
+}
 
 void FileOutputStream_t::Sync() {
     CheckOpen(impl != nullptr);

@@ -85,10 +85,9 @@ public:
     }
     /// A tool is a link to this program, which finds the cluster's folder by its own path.
     void AddTool(const fs::path& path) { fs::create_symlink(Simulator(), Place(path)); }
-    /// A file that is there and does nothing.
-    void AddFile(const fs::path& path) {
-        const fs::path place = Place(path);
-        WriteFile(place, "#!/bin/sh\n");
+    void AddFile(const File& file) {
+        const fs::path place = Place(file.path);
+        WriteFile(place, file.text);
         fs::permissions(place, fs::perms(0755));
     }
     void Mount() const {
@@ -117,8 +116,8 @@ void PlaceTools(const fs::path& folder, const Description& cluster) {
         return std::count(cluster.missing.begin(), cluster.missing.end(), path.filename()) == 0;
     };
     Layer layer(folder);
-    if (isThere(product.DaemonFile())) layer.AddFile(product.DaemonFile());
-    for (const std::string& file : cluster.files) layer.AddFile(file);
+    if (isThere(product.DaemonFile())) layer.AddFile({product.DaemonFile(), "#!/bin/sh\n"});
+    for (const File& file : cluster.files) layer.AddFile(file);
     for (const ProductTool& tool : product.Tools()) {
         if (isThere(tool.path)) layer.AddTool(tool.path);
     }

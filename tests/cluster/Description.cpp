@@ -72,6 +72,13 @@ Group ReadGroup(const json& from) {
     return group;
 }
 
+/// A path alone stands for a program that does nothing.
+File ReadFile(const json& from) {
+    if (from.is_string()) return {from.get<std::string>(), "#!/bin/sh\n"};
+    CheckKeys(from, "a file", {"path", "text"});
+    return {Text(from, "path"), Text(from, "text")};
+}
+
 Conduct ReadConduct(const json& from) {
     CheckKeys(from, "a conduct",
               {"call", "number", "waitFor", "print", "printHex", "error", "repeat", "forever", "child", "close", "hang",
@@ -100,9 +107,9 @@ Description Read(const json& from) {
     description.product = Text(from, "product");
     description.name = Text(from, "name");
     description.host = Text(from, "host");
-    description.files = from.value("files", Words());
     description.missing = from.value("missing", Words());
     description.separators = from.value("separators", false);
+    for (const json& file : from.value("files", json::array())) description.files.push_back(ReadFile(file));
     for (const json& system : from.value("systems", json::array())) {
         description.systems.push_back(ReadSystem(system, description.systems.size()));
     }

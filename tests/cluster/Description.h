@@ -52,11 +52,17 @@ struct Conduct {
     std::optional<int> code;           ///< ends with it
 };
 
+/// One that anybody may read and run.
+struct File {
+    std::string path;
+    std::string text;
+};
+
 struct Description {
     std::string product;
     std::string name;
     std::string host;                  ///< the name that this node bears inside the box; empty: its own
-    std::vector<std::string> files;    ///< further ones that are there, such as daemon files of other products
+    std::vector<File> files;           ///< further ones that are there, such as daemon files of other products
     std::vector<std::string> missing;  ///< names of tools, or of the daemon file, that are not there
     std::vector<System> systems;
     std::vector<Group> groups;

@@ -1,32 +1,21 @@
 // The tools of VERITAS Cluster Server. Words, headings and columns are those of the recordings in
 // tests/data/recorded/vcs; where there is none, the least that a caller can expect.
 #include <algorithm>
-#include <map>
 
-#include "Product.h"
+#include "Answers.h"
 
 namespace sim {
 namespace {
 
-const std::map<std::string, std::string> kSystemWords{
-    {"online", "RUNNING"}, {"offline", "EXITED"}, {"unknown", "UNKNOWN"}};
-const std::map<std::string, std::string> kGroupWords{{"online", "|ONLINE|"},
-                                                     {"offline", "|OFFLINE|"},
-                                                     {"partial", "|PARTIAL|"},
-                                                     {"faulted", "|OFFLINE|FAULTED|"},
-                                                     {"unknown", "|UNKNOWN|"}};
-
-std::string Word(const std::map<std::string, std::string>& words, const std::string& state) {
-    const auto found = words.find(state);
-    return found == words.end() ? state : found->second;
-}
-
-Answer Line(const std::string& text) {
-    return {text + "\n", "", 0};
-}
+const StateNames kSystemWords{{"online", "RUNNING"}, {"offline", "EXITED"}, {"unknown", "UNKNOWN"}};
+const StateNames kGroupWords{{"online", "|ONLINE|"},
+                             {"offline", "|OFFLINE|"},
+                             {"partial", "|PARTIAL|"},
+                             {"faulted", "|OFFLINE|FAULTED|"},
+                             {"unknown", "|UNKNOWN|"}};
 
 Answer Refusal(const std::string& number, const std::string& text) {
-    return {"", "VCS WARNING V-16-1-" + number + " " + text + "\n", 1};
+    return Refused("VCS WARNING V-16-1-" + number + " " + text);
 }
 
 Answer NotUnderstood() {
@@ -46,11 +35,6 @@ Answer NoResource(const std::string& name) {
 }
 
 // Tables.
-
-/// The text, filled up to a width; one that fills it has one blank behind it all the same.
-std::string Column(const std::string& text, std::size_t width) {
-    return text + std::string(std::max<std::size_t>(width, text.size() + 1) - text.size(), ' ');
-}
 
 struct Row {
     std::string name, system, value;
@@ -78,21 +62,13 @@ Answer Table(const std::string& heading, const std::string& attribute, const std
 
 // What is so.
 
-bool IsOn(const Group& group, const std::string& system) {
-    return std::any_of(group.systems.begin(), group.systems.end(), [&](const auto& s) { return s.first == system; });
-}
-
-std::string StateOn(const Group& group, const std::string& system) {
-    const auto found = group.states.find(system);
-    return Word(kGroupWords, found == group.states.end() ? "offline" : found->second);
+std::string WordOn(const Group& group, const std::string& system) {
+    return Word(kGroupWords, StateOn(group, system));
 }
 
 std::string StateAnywhere(const Group& group) {
     if (!group.state.empty()) return Word(kGroupWords, group.state);
-    for (const auto& [system, state] : group.states) {
-        if (state == "online") return Word(kGroupWords, state);
-    }
-    return Word(kGroupWords, "offline");
+    return Word(kGroupWords, OwnerOf(group).empty() ? "offline" : "online");
 }
 
 /// Tabs between the pairs, a blank inside them.
@@ -144,14 +120,14 @@ Answer Hasys(const Description& cluster, const Words& words) {
 
 Answer StateTable(const Group& group) {
     std::vector<Row> rows;
-    for (const auto& [system, priority] : group.systems) rows.push_back({group.name, system, StateOn(group, system)});
+    for (const auto& [system, priority] : group.systems) rows.push_back({group.name, system, WordOn(group, system)});
     return Table("#Group", "State", rows);
 }
 
 Answer StateOnSystem(const Description& cluster, const Group& group, const std::string& system) {
     if (!cluster.FindSystem(system)) return NoSystem(system);
     if (!IsOn(group, system)) return Refusal("10554", "No group exists with system of " + system);
-    return Line(StateOn(group, system));
+    return Line(WordOn(group, system));
 }
 
 /// Cluster-wide attributes of one group, or of all.
@@ -166,7 +142,7 @@ Answer AttributeTable(const Description& cluster, const std::string& attribute, 
 
 Answer ValueOfGroup(const Group& group, const Words& words) {
     if (words[2] == "State") {
-        return Line(words.size() == 4 ? StateOn(group, words[3]) : StateAnywhere(group));
+        return Line(words.size() == 4 ? WordOn(group, words[3]) : StateAnywhere(group));
     }
     return Line(AttributeOf(group, words[2]));
 }

@@ -28,6 +28,9 @@ void Cut(const String_t& line) {
     Expect(line.Find(LumConfCluster::BehindColon(line)) != NotFound);
     if (LumConfCluster::NumberIn(line, 1) != LumConfCluster::NumberIn(line, 2))
         Expect(LumConfCluster::NumberIn(line, 7) == 7);
+    for (std::size_t number = 0; number < 4; ++number)
+        Expect(line.Find(LumConfCluster::Field(line, ":", number)) != NotFound);
+    Expect(line.Find(LumConfCluster::Between(line, "State: ", "Nodes")) != NotFound);
     for (const String_t& name : LumConfCluster::NamesOfPairs(line)) {
         Expect(line.Find(name) != NotFound);
         Expect(name.FindOneOf(" \t") == NotFound);

@@ -3,11 +3,12 @@
 leave nothing behind."""
 import json
 import os
+import re
 import signal
 import subprocess
 import unittest
 
-from cluster import EXAMPLE, NO_BOX, THREE_SYSTEMS, Cluster
+from cluster import EXAMPLE, NO_BOX, THREE_SYSTEMS, Cluster, red_hat_files
 from node import ROOT, wait_until
 
 RECORDED = ROOT / "tests/data/recorded/vcs"
@@ -16,7 +17,7 @@ STRANGER = 54321
 
 
 def cluster_of(groups, systems=(), **more):
-    return {"product": "vcs", "name": "recorded", "systems": [{"name": name} for name in systems], "groups": groups, **more}
+    return {"product": "vcs", "name": "recorded", "systems": [{"name": name} for name in systems], "groups": groups} | more
 
 
 def frozen(number, value):
@@ -48,6 +49,15 @@ RECORDINGS = {
 }
 
 
+# The same of other products, by the folder and the name of the recording.
+OTHER_RECORDINGS = {
+    "hacmp/clRGinfo-s": (
+        cluster_of([{"name": "pdb213rg", "systems": ["pasv0450", "pasv0449"], "states": {"pasv0450": "online"}},
+                    {"name": "pmon01rg", "systems": ["pasv0449", "pasv0450"], "states": {"pasv0449": "online"}}],
+                   product="hacmp"), "/usr/es/sbin/cluster/utilities/clRGinfo -s"),
+}
+
+
 class Simulated(unittest.TestCase):
     def cluster(self, *arguments, **changes):
         cluster = Cluster(*arguments, **changes)
@@ -76,6 +86,23 @@ class Answers(Simulated):
             with self.subTest(name):
                 recorded = (RECORDED / f"{name}.txt").read_text(encoding="utf-8").rstrip("\n") + "\n"
                 self.assert_prints(self.cluster(description), call, recorded)
+
+    def test_what_was_recorded_of_other_products_is_printed_byte_by_byte(self):
+        for name, (description, call) in OTHER_RECORDINGS.items():
+            with self.subTest(name):
+                recorded = (RECORDED.parent / f"{name}.txt").read_text(encoding="utf-8")
+                self.assertEqual(self.cluster(description).run(*call.split()).out, recorded)
+
+    def test_the_tables_of_a_red_hat_cluster_are_those_recorded_but_for_their_width(self):
+        def squeezed(text):
+            return [re.sub(" +", " ", line).rstrip() for line in text.splitlines()[1:]]  # the first has the time
+        systems = [{"name": "node1", "id": 1}, {"name": "node2", "id": 2}]
+        groups = [{"name": f"group_{number}", "systems": [f"node{number}"], "states": {f"node{number}": "online"}}
+                  for number in (1, 2)]
+        cluster = self.cluster({"product": "rhas", "name": "cluster", "host": "node1", "systems": systems, "groups": groups,
+                                "files": red_hat_files(5)})
+        recorded = (RECORDED.parent / "rhas/clustat-two-services.txt").read_text(encoding="utf-8")
+        self.assertEqual(squeezed(cluster.run("/usr/sbin/clustat").out), squeezed(recorded))
 
     def test_a_group_that_is_not_on_a_system_is_refused_on_the_error_stream(self):
         cluster = self.cluster(cluster_of([{"name": "g", "systems": ["node2"]}], ["node1", "node2"]))
@@ -248,6 +275,10 @@ class Box(Simulated):
         cluster = self.cluster(files=["/usr/cluster/lib/daemon", "/sbin/another"], missing=["had", "hares"])
         self.assertEqual(cluster.run("ls", BIN).out.split(), ["haclus", "hagrp", "hasys"])
         self.assertEqual(cluster.run("ls", "/usr/cluster/lib/daemon", "/sbin/another", "/usr/bin/env").code, 0)
+
+    def test_a_further_file_holds_what_is_told_of_it(self):
+        cluster = self.cluster(files=[{"path": "/etc/harbour/web", "text": "one\ntwo\n"}])
+        self.assertEqual(cluster.run("cat", "/etc/harbour/web").out, "one\ntwo\n")
 
     def test_where_no_namespaces_can_be_made_it_says_so_in_one_line(self):
         cluster = self.cluster()

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "CapturedLog.h"
+#include "ClusterSeen.h"
 #include "Configure.h"
 #include "Exceptions.h"
 #include "LumConfCluster/Cluster.h"
@@ -16,26 +17,7 @@ namespace {
 
 using namespace LumConfCluster;
 using LumConf::ClusterException;
-using LumPalMsg::MessageList_t;
 using LumPalStr::String_t;
-
-using Texts = std::vector<std::string>;
-
-template <class List>
-Texts Names(const List& list) {
-    Texts names;
-    for (int i = 0; i < list.Count(); ++i) names.push_back(list[i].GetName().ToUtf8());
-    return names;
-}
-
-/// The numbers of the first message, of its first detail, of that one's, and so on.
-std::vector<unsigned> Numbers(MessageList_t messages) {
-    std::vector<unsigned> numbers;
-    for (; messages.GetMessageCount() > 0; messages = messages.GetMessage(0).GetDetails()) {
-        numbers.push_back(messages.GetMessage(0).GetId());
-    }
-    return numbers;
-}
 
 class Vcs : public testing::Test {
 protected:

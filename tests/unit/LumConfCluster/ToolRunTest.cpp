@@ -262,6 +262,13 @@ TEST_F(Tools, ANameThatCouldBeSomethingElseRunsNoTool) {
     EXPECT_FALSE(std::filesystem::exists(root.Native() + "/ran"));
 }
 
+TEST(ToolLine, ANameMayStandBehindAnOption) {
+    EXPECT_EQ(ToolLine("\"/t\"").NameBehind("--service=", "two words").Words("-x").Text(),
+              "\"/t\" \"--service=two words\" -x");
+    EXPECT_RAISES(ToolLine("\"/t\"").NameBehind("--service=", "a\"b"), ClusterException, 335);
+    EXPECT_RAISES(ToolLine("\"/t\"").NameBehind("--service=", "-x"), ClusterException, 335);
+}
+
 TEST(ToolText, TheFirstColumnEndsAtABlankOrTab) {
     EXPECT_EQ(FirstColumn("name  more"), "name");
     EXPECT_EQ(FirstColumn("name\tmore"), "name");
@@ -276,6 +283,28 @@ TEST(ToolText, BehindTheFirstColonTextIsTrimmed) {
     EXPECT_EQ(BehindColon("a:b:c"), "b:c");
     EXPECT_EQ(BehindColon(" node1 "), " node1 ");
     EXPECT_EQ(BehindColon("node1:"), "");
+}
+
+TEST(ToolText, AFieldStandsBetweenSeparatorsAsItIs) {
+    const char* line = "a: b ::d";
+    for (const auto& [number, text] : {std::pair{0, "a"}, {1, " b "}, {2, ""}, {3, "d"}, {4, ""}, {1000, ""}}) {
+        EXPECT_EQ(Field(line, ":", static_cast<std::size_t>(number)), text) << number;
+    }
+    EXPECT_EQ(Field("", ":", 0), "");
+    EXPECT_EQ(Field("a", ":", 0), "a");
+    EXPECT_EQ(Field("a, b", ", ", 1), "b");
+}
+
+TEST(ToolText, WhatStandsBetweenTwoWordsIsTrimmed) {
+    EXPECT_EQ(Between("Node: a State: UP", "Node: ", "State: "), "a");
+    EXPECT_EQ(Between("Node: a State: UP ", "State: "), "UP");
+    EXPECT_EQ(Between("Node: a", "Node: ", "State: "), "a") << "up to the end";
+    EXPECT_EQ(Between("State: UP Node: a", "Node: ", "State: "), "a") << "the end stands behind the word";
+    EXPECT_EQ(Between("Node a", "Node: "), "");
+    EXPECT_EQ(Between("Node: ", "Node: "), "");
+    EXPECT_EQ(LineWith({"one", "two of them", "two"}, "two"), "two of them");
+    EXPECT_EQ(LineWith({"one"}, "two"), "");
+    EXPECT_EQ(LineWith({}, "two"), "");
 }
 
 TEST(ToolText, NamesStandInEveryOtherPieceOfAListOfPairs) {

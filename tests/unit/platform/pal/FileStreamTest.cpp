@@ -11,6 +11,7 @@
 #include <string>
 
 #include "LumPalIo.h"
+#include "LumPalPlainFile.h"
 #include "TempRoot.h"
 #include "TestStreams.h"
 
@@ -293,4 +294,19 @@ TEST(FileStream, LargeArraysGoThroughWhole) {
     EXPECT_EQ(in.Read(read), static_cast<std::int64_t>(large.GetLength()));
     read.Resize(large.GetLength());
     EXPECT_TRUE(read == large);
+}
+
+TEST(FileStream, WhereAPlainFileIsWantedNothingElseIsOpened) {
+    const TempRoot root;
+    const std::string file = root.Native() + "/file", link = root.Native() + "/link", pipe = root.Native() + "/pipe";
+    Fill(root.Path("file"), "abc");
+    std::filesystem::create_symlink(file, link);
+    for (const std::string& path : {file, link}) {
+        CharArray_t read(10);
+        EXPECT_EQ(LumPalIo::OpenPlainFile(String_t::FromUtf8(path)).Read(read), 3) << path;
+    }
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const std::string& path : {pipe, root.Native(), std::string("/dev/zero"), std::string("/dev/tty")})
+        EXPECT_THROW(LumPalIo::OpenPlainFile(String_t::FromUtf8(path)), IOException_t) << path;
+    for (const char* path : {"/no/such/file", ""}) EXPECT_THROW(LumPalIo::OpenPlainFile(path), IOException_t) << path;
 }

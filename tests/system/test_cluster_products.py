@@ -1,0 +1,219 @@
+#!/usr/bin/python3
+"""lumclusterinfo on a node of a simulated cluster of each product: a row for each, and what holds for all of them."""
+import re
+import resource
+import unittest
+from dataclasses import dataclass, field
+
+from cluster import red_hat_files
+from node import SLOWNESS
+from test_cluster_info import DONE, FAILED, OnACluster
+
+MEMORY_KIB = 512 * 1024 * SLOWNESS
+TOOL_FAILED = "Exception during execution:"
+NO_NODES = "-"
+
+
+@dataclass
+class Product:
+    """What differs between products: their names, their tools, and what they do not tell."""
+    key: str  # of the simulator
+    title: str
+    not_made: str  # what is said when a cluster of it cannot be asked at all
+    nodes_failed: str
+    groups_failed: str
+    name_call: str  # the calls that tell the cluster's name, its nodes and its groups, as patterns
+    nodes_call: str
+    groups_call: str
+    nodes_number: int = 1  # which of those calls tells the nodes
+    word: str = ""  # by which the configuration maps the state of a group; empty: it does not
+    local: str = "Unknown"  # the local state of a group that this node does not have
+    changes: dict = field(default_factory=dict)  # of the description
+    mapped: str = "-localState"  # the question that the mapped state answers
+    has_addresses: bool = True
+
+    @property
+    def namespace(self):
+        return "conf.cluster.RGState." + self.key.upper()
+
+
+# The scripts that set the addresses of the groups.
+SCRIPTS = {"files": [{"path": f"/etc/palisade/{group}", "text": f'#!/bin/sh\nIP[0]="{address}"\n'}
+                     for group, address in (("database", "192.0.2.10"), ("web", "192.0.2.20"))]}
+
+# A product is one line.
+PRODUCTS = [
+    Product("vcs", "VERITAS Cluster Server (VCS)", "Can not instantiate VERITAS Cluster Server object.", "Can not get node list for VERITAS Cluster Server.", "Can not get group list for VERITAS Cluster Server.", "haclus *", "hasys -list", "hagrp -display *", word="_PARTIAL_"),
+    Product("sc", "Sun Cluster (SC)", "Can not instantiate Sun Cluster object.", "Can not get node list for Sun Cluster.", "Can not get group list for Sun Cluster.", "* CLUSTERNAME", "* ALL_NODENAMES", "* ALL_RESOURCEGROUPS", word="PENDING_ONLINE", local="Offline"),
+    Product("plsd", "Palisade (PLSD)", "Can not instantiate Palisade object.", "Can not get node list for Palisade.", "Can not get group list for Palisade.", "plsview -l cluster", "plsview -l node", "plsview -l package", word="starting", local="Offline", changes=SCRIPTS, mapped="-state"),
+    Product("kes", "Kestrel Cluster (KCR)", "Can not instantiate Kestrel Cluster Server object.", "Can not get cluster nodes.", "Can not get cluster resource groups.", "kes_get_info -raw", "kes_get_info -raw", "kes_stat -t", nodes_number=2, local="Offline", has_addresses=False),
+    Product("hacmp", "AIX Cluster (HACMP)", "Can not instantiate HACMP cluster object.", "Can not get node list for Hacmp.", "Can not get group list for Hacmp", "clstat -o", "clstat -o", "clRGinfo -s", nodes_number=2, word="ACQUIRING"),
+    Product("rhas", "Red Hat Advanced Server (RHAS)", "Can not instantiate Red Hat Advanced Server cluster solution.", "Can not get cluster nodes.", "Can not get cluster resource groups.", "cman_tool status", "clustat", "clustat", word="starting", local="Offline", changes={"files": red_hat_files(5)}),
+]
+
+
+def listing(product):
+    database_address, web_address = ("192.0.2.10", "192.0.2.20") if product.has_addresses else ("None  ", "None  ")
+    return f"""\
+#Cluster
+type         {product.title}
+name         harbour
+status       Up
+nodes        alpha beta gamma
+groups       database web reports
+#Node alpha
+state        Online
+id           0
+#Node beta
+state        Online
+id           1
+#Node gamma
+state        Offline
+id           2
+#Group database
+state        Online
+nodes        alpha beta gamma
+local state  Online
+virtual IP   {database_address}
+active node  alpha
+#Group web
+state        Online
+nodes        beta alpha
+local state  Offline
+virtual IP   {web_address}
+active node  beta
+#Group reports
+state        Offline
+nodes        gamma beta
+local state  {product.local}
+virtual IP   None  
+active node  
+"""
+
+
+def on_each_product(test):
+    """Runs a test for each product, on a cluster of its own."""
+    def each(self):
+        for product in PRODUCTS:
+            with self.subTest(product.key):
+                test(self, product, self.cluster(**{"product": product.key, **product.changes}))
+    return each
+
+
+class Questions(OnACluster):
+    @on_each_product
+    def test_everything_of_three_systems(self, product, cluster):
+        self.assert_prints(cluster, "-all", listing(product))
+
+    @on_each_product
+    def test_each_node_sees_its_own_groups(self, product, cluster):
+        cluster.write(host="beta")
+        self.assert_prints(cluster, "-group web -localState", "Online\n")
+        self.assert_prints(cluster, "-group database -localState", "Offline\n")
+        self.assert_prints(cluster, "-group web -activeNode", "beta\n")
+
+    @on_each_product
+    def test_configured_words_take_the_place_of_all_that_are_known(self, product, cluster):
+        if not product.word:
+            return
+        cluster.group("database")["states"] = {"alpha": "partial"}
+        cluster.write()
+        for configured, state in (("online", "Online"), ("Unknown", "Unknown"), ("PARTIAL", "Offline"), ("", "Offline")):
+            cluster.settings({product.namespace: {product.word: configured, "_ANOTHER_": "x"}})
+            self.assert_prints(cluster, f"-group database {product.mapped}", state + "\n")
+        cluster.group("database")["states"] = {"alpha": "online"}
+        cluster.write()
+        self.assert_prints(cluster, f"-group database {product.mapped}", "Offline\n")
+
+    @on_each_product
+    def test_a_move_is_seen_by_the_next_question(self, product, cluster):
+        self.assert_prints(cluster, "-group web -activeNode", "beta\n")
+        cluster.group("web")["states"] = {"alpha": "online"}
+        cluster.write()
+        self.assert_prints(cluster, "-group web -activeNode", "alpha\n")
+        self.assert_prints(cluster, "-group web -localState", "Online\n")
+
+    @on_each_product
+    def test_tools_run_behind_what_the_environment_says(self, product, cluster):
+        self.assertEqual(cluster.info("-all", environment=cluster.environment(LUM_SUDO="/usr/bin/env")).out, listing(product))
+        self.assert_fails(cluster.info("-all", environment=cluster.environment(LUM_SUDO="/nowhere/sudo")), product.not_made)
+
+
+class RedHatReleases(OnACluster):
+    """What a release does not tell is unknown."""
+    def release(self, release):
+        return self.cluster(product="rhas", files=red_hat_files(release))
+
+    def assert_lists(self, cluster, **changes):
+        text = listing(next(product for product in PRODUCTS if product.key == "rhas"))
+        for old, new in changes.values():
+            text = re.sub(old, new, text)
+        self.assert_prints(cluster, "-all", text)
+
+    def test_on_release_4_each_group_has_all_nodes(self):
+        self.assert_lists(self.release(4), nodes=(r"(?m)^nodes .*$", "nodes        alpha beta gamma"))
+
+    def test_up_to_release_3_nobody_tells_where_a_group_runs(self):
+        for release in (3, 2.1):
+            with self.subTest(release):
+                self.assert_lists(self.release(release), nodes=(r"(?m)^nodes .*$", "nodes        alpha beta gamma"),
+                                  local=(r"(?m)^local state .*$", "local state  Unknown"),
+                                  active=(r"(?m)^active node .*$", "active node  "))
+
+    def test_above_release_5_no_cluster_can_be_asked(self):
+        self.assert_fails(self.release(6).info("-all"), "Can not instantiate Red Hat Advanced Server cluster solution.",
+                          "The tools of release '6' are not known. The last known release is 5.")
+
+    def test_a_service_that_does_not_run_is_listed_though_its_tool_ends_with_a_code(self):
+        cluster = self.release(5)
+        self.assert_prints(cluster, "-group reports -nodes", "gamma\nbeta\n")
+        self.assertIn("clustat -s reports", cluster.calls())
+
+
+class FailingTools(OnACluster):
+    @on_each_product
+    def test_each_list_that_cannot_be_had_is_told_with_what_is_behind_it(self, product, cluster):
+        for call, number, line, text in ((product.name_call, 1, "-cluster -type", product.not_made),
+                                         (product.nodes_call, product.nodes_number, "-cluster -nodes", product.nodes_failed),
+                                         (product.groups_call, 1, "-cluster -groups", product.groups_failed)):
+            for conduct in ({"code": 1}, {"signal": 9}):
+                cluster.let(call, number=number, **conduct)
+                for question in (line, "-all"):
+                    cluster.forget_calls()
+                    self.assert_fails(self.info(cluster, question), *([text] if question == line else []), TOOL_FAILED)
+
+
+class HostileTools(OnACluster):
+    def tearDown(self):
+        self.assertLess(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss, MEMORY_KIB)
+        super().tearDown()
+
+    @on_each_product
+    def test_an_output_without_measure_is_refused(self, product, cluster):
+        for call, line, conduct in ((product.nodes_call, "-cluster -nodes", {"print": "n\n", "repeat": 1000001}),
+                                    (product.groups_call, "-cluster -groups", {"print": "n\n", "forever": True})):
+            cluster.let(call, **conduct)
+            self.assert_fails(self.info(cluster, line), TOOL_FAILED)
+            self.assertFalse(cluster.was_anybody_left())
+
+    @on_each_product
+    def test_bytes_that_are_no_text_do_no_harm(self, product, cluster):
+        for conduct in ({"printHex": "610062" + "0a"}, {"printHex": "fffe80c0af" + "0a"}, {"printHex": "1b5b324a" + "0a"},
+                        {"printHex": "00", "repeat": 100000}):
+            for call in {product.name_call, product.nodes_call, product.groups_call}:
+                cluster.let(call, **conduct)
+                result = self.info(cluster, "-all")
+                self.assertIn(result.code, (DONE, FAILED), result)
+                self.assertEqual(result.code == FAILED, result.err != "", result)
+
+    @on_each_product
+    def test_a_tool_that_does_not_end_is_ended_with_its_children_when_there_is_a_limit(self, product, cluster):
+        cluster.configure(TOOL_TIMEOUT=1)
+        cluster.let(product.name_call, print="", child=True, hang=True)
+        self.assert_fails(self.info(cluster, "-cluster -name"), product.not_made, TOOL_FAILED,
+                          "took longer than '1' seconds, the limit TOOL_TIMEOUT")
+        self.assertFalse(cluster.was_anybody_left())
+
+
+if __name__ == "__main__":
+    unittest.main()
