@@ -6,6 +6,7 @@
 #include "adapters/ClusterKes.h"
 #include "adapters/ClusterMscs.h"
 #include "adapters/ClusterPlsd.h"
+#include "adapters/ClusterRhas.h"
 #include "adapters/ClusterSc.h"
 #include "adapters/ClusterVcs.h"
 
@@ -33,7 +34,7 @@ const std::array<ClusterProduct, 8> kClusterProducts{{
     {ClusterType::Plsd, "Palisade (PLSD)", "/usr/lbin/plsd", ".RGState.PLSD", &Make<ClusterPlsd>},
     {ClusterType::Hacmp, "AIX Cluster (HACMP)", "/usr/es/sbin/cluster/clstrmgr", ".RGState.HACMP", &Make<ClusterHacmp>},
     {ClusterType::Kes, "Kestrel Cluster (KCR)", "/usr/sbin/kesd", "", &Make<ClusterKes>},
-    {ClusterType::Rhas, "Red Hat Advanced Server (RHAS)", "/sbin/clusvcmgrd", ".RGState.RHAS", nullptr},
+    {ClusterType::Rhas, "Red Hat Advanced Server (RHAS)", "/sbin/clusvcmgrd", ".RGState.RHAS", &Make<ClusterRhas>},
     {ClusterType::Mscs, "Microsoft Cluster Server (MSCS)", "", ".RGState.MSCS", &MakeMscs},
     {ClusterType::Unknown, "Unknown", "", "", nullptr},
 }};

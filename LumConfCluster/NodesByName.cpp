@@ -10,6 +10,12 @@ ClusterNode NodesByName::operator[](const String_t& name) {
     return found == byName.end() ? (*nodes)[name] : found->second;  // the list says what it lacks
 }
 
+ClusterNode NodesByName::Find(const String_t& name) {
+    if (!nodes) Ask();
+    const auto found = byName.find(name.ToLower());
+    return found == byName.end() ? ClusterNode() : found->second;
+}
+
 void NodesByName::Ask() {
     nodes = ask();
     for (int i = 0; i < nodes->Count(); ++i) {

@@ -20,6 +20,9 @@ public:
     /// The first one of this name, whatever its case. @throws LumConf::ClusterNoNodeException, and what asking throws
     ClusterNode operator[](const LumPalStr::String_t& name);
 
+    /// The same; a node without a name when there is none.
+    ClusterNode Find(const LumPalStr::String_t& name);
+
 private:
     void Ask();
 

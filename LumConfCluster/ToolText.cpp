@@ -35,7 +35,7 @@ String_t Between(const String_t& line, const char* word, const char* end) {
     return line.Mid(start, *end ? line.Find(end, start) : NotFound).Trim();
 }
 
-String_t LineWith(const std::vector<String_t>& lines, const char* word) {
+String_t LineWith(const ToolLines& lines, const char* word) {
     const auto found =
         std::find_if(lines.begin(), lines.end(), [&](const String_t& line) { return Holds(line, word); });
     return found == lines.end() ? String_t("") : *found;

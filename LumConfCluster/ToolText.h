@@ -10,6 +10,9 @@
 
 namespace LumConfCluster {
 
+/// What a tool printed, without the ends of the lines.
+using ToolLines = std::vector<LumPalStr::String_t>;
+
 /// What stands before the first blank or tab; the whole line when there is none.
 LumPalStr::String_t FirstColumn(const LumPalStr::String_t& line);
 /// The field of a number, the first is 0, where a separator stands between fields, which may be empty and are not
@@ -19,7 +22,7 @@ LumPalStr::String_t Field(const LumPalStr::String_t& line, const char* separator
 /// @param end  empty: the line's end
 LumPalStr::String_t Between(const LumPalStr::String_t& line, const char* word, const char* end = "");
 /// The first line that holds the word; an empty one when none does.
-LumPalStr::String_t LineWith(const std::vector<LumPalStr::String_t>& lines, const char* word);
+LumPalStr::String_t LineWith(const ToolLines& lines, const char* word);
 /// Whether a line holds the word.
 bool Holds(const LumPalStr::String_t& line, const char* word);
 /// What stands behind the first colon, trimmed; the whole line, untrimmed, when there is none.

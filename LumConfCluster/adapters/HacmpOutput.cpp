@@ -15,15 +15,15 @@ constexpr const char* kBetweenFields = ":";
 
 }  // namespace
 
-String_t HacmpClusterName(const std::vector<String_t>& status) {
+String_t HacmpClusterName(const ToolLines& status) {
     return Between(LineWith(status, kCluster), kCluster, "(");
 }
 
-String_t HacmpStateWord(const std::vector<String_t>& status) {
+String_t HacmpStateWord(const ToolLines& status) {
     return Between(LineWith(status, kState), kState, "Nodes");
 }
 
-std::vector<HacmpNodeLine> HacmpNodes(const std::vector<String_t>& status) {
+std::vector<HacmpNodeLine> HacmpNodes(const ToolLines& status) {
     std::vector<HacmpNodeLine> nodes;
     for (String_t line : status) {
         line.Trim();

@@ -31,6 +31,22 @@ THREE_SYSTEMS = {
 }
 
 
+def red_hat_files(release, description=THREE_SYSTEMS):
+    """What a Red Hat node of the cluster has beside its tools; each group may run on its systems alone."""
+    domains = services = ""
+    for group in description["groups"]:
+        name = group["name"]
+        nodes = "".join(f'<failoverdomainnode name="{system}" priority="1"/>' for system in group["systems"])
+        addresses = "".join(f'<ip ref="{resource["address"]}"/>' for resource in group["resources"] if resource["type"] == "IP")
+        domains += f'<failoverdomain name="{name}_domain">{nodes}</failoverdomain>\n'
+        services += f'<service name="{name}" domain="{name}_domain">{addresses}</service>\n'
+    text = (f'<?xml version="1.0"?>\n<cluster name="{description["name"]}" config_version="1"><rm>\n'
+            f"<failoverdomains>{domains}</failoverdomains>\n{services}</rm></cluster>\n")
+    paths = {3: "/etc/cluster.xml", 4: "/etc/cluster/cluster.conf", 5: "/etc/cluster/cluster.conf"}
+    return [{"path": "/etc/redhat-release", "text": f"Red Hat Enterprise Linux release {release} (of a test)\n"},
+            {"path": paths.get(release, "/etc/cluster.conf"), "text": text}]
+
+
 class Cluster:
     """A cluster, of three systems unless described otherwise. description holds what the file says; write() after a
     change of it. Keywords take the place of what stands at the top of it."""

@@ -1,9 +1,11 @@
 #!/usr/bin/python3
 """lumclusterinfo on a node of a simulated cluster of each product: a row for each, and what holds for all of them."""
+import re
 import resource
 import unittest
 from dataclasses import dataclass, field
 
+from cluster import red_hat_files
 from node import SLOWNESS
 from test_cluster_info import DONE, FAILED, OnACluster
 
@@ -46,6 +48,7 @@ PRODUCTS = [
     Product("plsd", "Palisade (PLSD)", "Can not instantiate Palisade object.", "Can not get node list for Palisade.", "Can not get group list for Palisade.", "plsview -l cluster", "plsview -l node", "plsview -l package", word="starting", local="Offline", changes=SCRIPTS, mapped="-state"),
     Product("kes", "Kestrel Cluster (KCR)", "Can not instantiate Kestrel Cluster Server object.", "Can not get cluster nodes.", "Can not get cluster resource groups.", "kes_get_info -raw", "kes_get_info -raw", "kes_stat -t", nodes_number=2, local="Offline", has_addresses=False),
     Product("hacmp", "AIX Cluster (HACMP)", "Can not instantiate HACMP cluster object.", "Can not get node list for Hacmp.", "Can not get group list for Hacmp", "clstat -o", "clstat -o", "clRGinfo -s", nodes_number=2, word="ACQUIRING"),
+    Product("rhas", "Red Hat Advanced Server (RHAS)", "Can not instantiate Red Hat Advanced Server cluster solution.", "Can not get cluster nodes.", "Can not get cluster resource groups.", "cman_tool status", "clustat", "clustat", word="starting", local="Offline", changes={"files": red_hat_files(5)}),
 ]
 
 
@@ -134,6 +137,37 @@ class Questions(OnACluster):
     def test_tools_run_behind_what_the_environment_says(self, product, cluster):
         self.assertEqual(cluster.info("-all", environment=cluster.environment(LUM_SUDO="/usr/bin/env")).out, listing(product))
         self.assert_fails(cluster.info("-all", environment=cluster.environment(LUM_SUDO="/nowhere/sudo")), product.not_made)
+
+
+class RedHatReleases(OnACluster):
+    """What a release does not tell is unknown."""
+    def release(self, release):
+        return self.cluster(product="rhas", files=red_hat_files(release))
+
+    def assert_lists(self, cluster, **changes):
+        text = listing(next(product for product in PRODUCTS if product.key == "rhas"))
+        for old, new in changes.values():
+            text = re.sub(old, new, text)
+        self.assert_prints(cluster, "-all", text)
+
+    def test_on_release_4_each_group_has_all_nodes(self):
+        self.assert_lists(self.release(4), nodes=(r"(?m)^nodes .*$", "nodes        alpha beta gamma"))
+
+    def test_up_to_release_3_nobody_tells_where_a_group_runs(self):
+        for release in (3, 2.1):
+            with self.subTest(release):
+                self.assert_lists(self.release(release), nodes=(r"(?m)^nodes .*$", "nodes        alpha beta gamma"),
+                                  local=(r"(?m)^local state .*$", "local state  Unknown"),
+                                  active=(r"(?m)^active node .*$", "active node  "))
+
+    def test_above_release_5_no_cluster_can_be_asked(self):
+        self.assert_fails(self.release(6).info("-all"), "Can not instantiate Red Hat Advanced Server cluster solution.",
+                          "The tools of release '6' are not known. The last known release is 5.")
+
+    def test_a_service_that_does_not_run_is_listed_though_its_tool_ends_with_a_code(self):
+        cluster = self.release(5)
+        self.assert_prints(cluster, "-group reports -nodes", "gamma\nbeta\n")
+        self.assertIn("clustat -s reports", cluster.calls())
 
 
 class FailingTools(OnACluster):

@@ -22,6 +22,8 @@ TEST(NodesByName, AreAskedForWhenTheFirstIsWantedAndOnce) {
     EXPECT_EQ(asked, 0);
     EXPECT_EQ(nodes["North"].GetId(), 1) << "the first one, whatever its case";
     EXPECT_EQ(nodes["NORTH"].GetState(), NodeState::Online);
+    EXPECT_EQ(nodes.Find("north").GetId(), 1);
+    EXPECT_EQ(nodes.Find("South").GetName(), "");
     EXPECT_EQ(asked, 1);
     const auto messages = MessagesOf<LumConf::ClusterNoNodeException>([&] { nodes["South"]; });
     EXPECT_EQ(LumPalStr::String_t(messages), "><No such element [South] in the collection.");
