@@ -1,5 +1,6 @@
 #include "ClusterMscs.h"
 
+#include <algorithm>
 #include <iterator>
 
 #include "ClusterNodeImpl.h"
@@ -51,7 +52,7 @@ ClusterNodes Common(const ClusterNodes& some, const ClusterNodes& others) {
 
 }  // namespace
 
-ClusterMscs::ClusterMscs(const ClusterProduct& product, MscsSystem_i& system)
+ClusterMscs::ClusterMscs(const ClusterProduct& product, LumPalMscs::System_i& system)
     : ClusterImpl(product.type), system(system), libraries(system) {
     libraries.Load();
     api = system.MakeApi(libraries.Bind());
@@ -63,41 +64,43 @@ ClusterMscs::ClusterMscs(const ClusterProduct& product, MscsSystem_i& system)
 }
 
 MscsHandle ClusterMscs::OpenCluster() const {
-    const MscsHandle_t cluster = api->OpenCluster(nullptr);
+    const LumPalMscs::Handle_t cluster = api->OpenCluster(nullptr);
     if (!cluster) TraceAndRaise(msg::MscsNotOpened, system.GetLastError());
-    return {cluster, [this](MscsHandle_t handle) { api->CloseCluster(handle); }};
+    return {cluster, [this](LumPalMscs::Handle_t handle) { api->CloseCluster(handle); }};
 }
 
 void ClusterMscs::Close(MscsHandle& cluster) const {
     if (!api->CloseCluster(cluster.Release())) TraceAndRaise(msg::MscsNotReleased, system.GetLastError());
 }
 
-MscsHandle ClusterMscs::OpenNode(MscsHandle_t cluster, const String_t& node) const {
-    const MscsHandle_t opened = api->OpenClusterNode(cluster, node);
+MscsHandle ClusterMscs::OpenNode(LumPalMscs::Handle_t cluster, const String_t& node) const {
+    const LumPalMscs::Handle_t opened = api->OpenClusterNode(cluster, node);
     if (!opened) TraceAndRaise(msg::MscsNodeNotOpened, system.GetLastError());
-    return {opened, [this](MscsHandle_t handle) { api->CloseClusterNode(handle); }};
+    return {opened, [this](LumPalMscs::Handle_t handle) { api->CloseClusterNode(handle); }};
 }
 
-MscsHandle ClusterMscs::OpenGroup(MscsHandle_t cluster, const String_t& group) const {
-    return {api->OpenClusterGroup(cluster, group), [this](MscsHandle_t handle) { api->CloseClusterGroup(handle); }};
+MscsHandle ClusterMscs::OpenGroup(LumPalMscs::Handle_t cluster, const String_t& group) const {
+    return {api->OpenClusterGroup(cluster, group),
+            [this](LumPalMscs::Handle_t handle) { api->CloseClusterGroup(handle); }};
 }
 
-MscsHandle ClusterMscs::OpenResource(MscsHandle_t cluster, const String_t& resource) const {
-    const MscsHandle_t opened = api->OpenClusterResource(cluster, resource);
+MscsHandle ClusterMscs::OpenResource(LumPalMscs::Handle_t cluster, const String_t& resource) const {
+    const LumPalMscs::Handle_t opened = api->OpenClusterResource(cluster, resource);
     if (!opened) TraceAndRaise(msg::MscsResourcesNotRead, system.GetLastError());
-    return {opened, [this](MscsHandle_t handle) { api->CloseClusterResource(handle); }};
+    return {opened, [this](LumPalMscs::Handle_t handle) { api->CloseClusterResource(handle); }};
 }
 
-String_t ClusterMscs::ReadName(MscsHandle_t cluster) const {
+String_t ClusterMscs::ReadName(LumPalMscs::Handle_t cluster) const {
     std::uint32_t length = 0;
     std::uint32_t result = api->GetClusterInformation(cluster, nullptr, length);
-    if (result != kMscsSuccess && result != kMscsMoreData) TraceAndRaise(msg::MscsNameNotRead, result);
+    if (result != LumPalMscs::Success && result != LumPalMscs::MoreData) TraceAndRaise(msg::MscsNameNotRead, result);
     const std::uint32_t room = length + 1;
-    const MscsHandle text(system.Calloc(room, sizeof(char16_t)), [this](MscsHandle_t bytes) { system.Free(bytes); });
+    const MscsHandle text(system.Calloc(room, sizeof(char16_t)),
+                          [this](LumPalMscs::Handle_t bytes) { system.Free(bytes); });
     if (!text.Get()) TraceAndRaise(msg::MscsNoMemory, LumPalStr::NumToStr(std::size_t{room} * sizeof(char16_t)));
     length = room;
     result = api->GetClusterInformation(cluster, static_cast<char16_t*>(text.Get()), length);
-    if (result != kMscsSuccess) TraceAndRaise(msg::MscsNameNotRead, result);
+    if (result != LumPalMscs::Success) TraceAndRaise(msg::MscsNameNotRead, result);
     return MscsText(static_cast<const char16_t*>(text.Get()), std::min(length, room - 1));
 }
 
@@ -112,19 +115,19 @@ ClusterState ClusterMscs::GetState() {
     return ClusterState::Up;
 }
 
-ClusterNode ClusterMscs::MakeNode(MscsHandle_t cluster, const String_t& node) const {
+ClusterNode ClusterMscs::MakeNode(LumPalMscs::Handle_t cluster, const String_t& node) const {
     const MscsHandle opened = OpenNode(cluster, node);
     String_t id;
     const auto askId = [&](char16_t* text, std::uint32_t& length) {
         return api->GetClusterNodeId(opened.Get(), text, length);
     };
     if (!calls->Ask(askId, id, {msg::MscsNodeIdNoRoom, msg::MscsNodeIdNotRead}))
-        TraceAndRaise(msg::MscsNodeIdNotRead, kMscsNoMoreItems);
+        TraceAndRaise(msg::MscsNodeIdNotRead, LumPalMscs::NoMoreItems);
     return NodeOf(node.ToLower(), NumberIn(id, ClusterNodeImpl::kUnknownId),
                   Translated<NodeState>(api->GetClusterNodeState(opened.Get())));
 }
 
-ClusterNodes ClusterMscs::MakeNodes(MscsHandle_t cluster, const std::vector<String_t>& names) const {
+ClusterNodes ClusterMscs::MakeNodes(LumPalMscs::Handle_t cluster, const std::vector<String_t>& names) const {
     const ClusterNodes nodes;
     for (const String_t& node : names) nodes.GetImpl()->Add(MakeNode(cluster, node));
     return nodes;
@@ -151,7 +154,7 @@ RGState ClusterMscs::StateOf(std::int32_t state) {
     return groupStateConfigured ? MapGroupState(WordOf(state)) : Translated<RGState>(state);
 }
 
-ClusterResourceGroup ClusterMscs::MakeGroup(MscsHandle_t cluster, const String_t& groupName, std::uint16_t id,
+ClusterResourceGroup ClusterMscs::MakeGroup(LumPalMscs::Handle_t cluster, const String_t& groupName, std::uint16_t id,
                                             const String_t& local) {
     const MscsHandle opened = OpenGroup(cluster, groupName);
     if (!opened.Get()) TraceAndRaise(msg::MscsGroupsNotRead, system.GetLastError());
@@ -202,7 +205,7 @@ ClusterNodes ClusterMscs::GetGroupNodes(String_t group) {
     return nodes;
 }
 
-String_t ClusterMscs::AddressOf(MscsHandle_t cluster, const String_t& resource) const {
+String_t ClusterMscs::AddressOf(LumPalMscs::Handle_t cluster, const String_t& resource) const {
     const MscsHandle opened = OpenResource(cluster, resource);
     const MscsProperties common = calls->Properties(opened.Get(), kCommonProperties, msg::MscsCommonPropertiesNotRead);
     if (calls->Property(common, u"Type", msg::MscsTypeNotRead) != "IP Address") return String_t::Null();

@@ -18,7 +18,7 @@ struct ClusterProduct;
 class ClusterMscs final : public ClusterImpl {
 public:
     /// @param system  outlives the adapter. @throws 274, 275, 293, 300, 302, 304, 305
-    ClusterMscs(const ClusterProduct& product, MscsSystem_i& system);
+    ClusterMscs(const ClusterProduct& product, LumPalMscs::System_i& system);
     /// Up when the cluster can be opened, else Down.
     ClusterState GetState() override;
     /// Their names are in lower case.
@@ -33,21 +33,21 @@ private:
     MscsHandle OpenCluster() const;
     /// @throws LumConf::ClusterException 302
     void Close(MscsHandle& cluster) const;
-    MscsHandle OpenNode(MscsHandle_t cluster, const LumPalStr::String_t& node) const;
-    MscsHandle OpenGroup(MscsHandle_t cluster, const LumPalStr::String_t& group) const;
-    MscsHandle OpenResource(MscsHandle_t cluster, const LumPalStr::String_t& resource) const;
-    LumPalStr::String_t ReadName(MscsHandle_t cluster) const;
+    MscsHandle OpenNode(LumPalMscs::Handle_t cluster, const LumPalStr::String_t& node) const;
+    MscsHandle OpenGroup(LumPalMscs::Handle_t cluster, const LumPalStr::String_t& group) const;
+    MscsHandle OpenResource(LumPalMscs::Handle_t cluster, const LumPalStr::String_t& resource) const;
+    LumPalStr::String_t ReadName(LumPalMscs::Handle_t cluster) const;
     LumPalStr::String_t LocalName() const;
-    ClusterNode MakeNode(MscsHandle_t cluster, const LumPalStr::String_t& node) const;
-    ClusterNodes MakeNodes(MscsHandle_t cluster, const std::vector<LumPalStr::String_t>& names) const;
-    ClusterResourceGroup MakeGroup(MscsHandle_t cluster, const LumPalStr::String_t& name, std::uint16_t id,
+    ClusterNode MakeNode(LumPalMscs::Handle_t cluster, const LumPalStr::String_t& node) const;
+    ClusterNodes MakeNodes(LumPalMscs::Handle_t cluster, const std::vector<LumPalStr::String_t>& names) const;
+    ClusterResourceGroup MakeGroup(LumPalMscs::Handle_t cluster, const LumPalStr::String_t& name, std::uint16_t id,
                                    const LumPalStr::String_t& local);
     RGState StateOf(std::int32_t state);
-    LumPalStr::String_t AddressOf(MscsHandle_t cluster, const LumPalStr::String_t& resource) const;
+    LumPalStr::String_t AddressOf(LumPalMscs::Handle_t cluster, const LumPalStr::String_t& resource) const;
 
-    MscsSystem_i& system;
+    LumPalMscs::System_i& system;
     MscsLibraries libraries;
-    std::unique_ptr<MscsApi_i> api;
+    std::unique_ptr<LumPalMscs::Api_i> api;
     std::unique_ptr<MscsCalls> calls;
 };
 

@@ -16,28 +16,28 @@ constexpr std::uint32_t kZeroed = 64;
 
 }  // namespace
 
-const MscsList kMscsNodes{&MscsApi_i::ClusterOpenEnum,
-                          &MscsApi_i::ClusterEnum,
-                          &MscsApi_i::ClusterCloseEnum,
+const MscsList kMscsNodes{&LumPalMscs::Api_i::ClusterOpenEnum,
+                          &LumPalMscs::Api_i::ClusterEnum,
+                          &LumPalMscs::Api_i::ClusterCloseEnum,
                           1,
                           {msg::MscsNodesNoRoom, msg::MscsNodesNotRead}};
-const MscsList kMscsGroups{&MscsApi_i::ClusterOpenEnum,
-                           &MscsApi_i::ClusterEnum,
-                           &MscsApi_i::ClusterCloseEnum,
+const MscsList kMscsGroups{&LumPalMscs::Api_i::ClusterOpenEnum,
+                           &LumPalMscs::Api_i::ClusterEnum,
+                           &LumPalMscs::Api_i::ClusterCloseEnum,
                            8,
                            {msg::MscsGroupsNoRoom, msg::MscsGroupsNotRead}};
-const MscsList kMscsResourcesOfGroup{&MscsApi_i::ClusterGroupOpenEnum,
-                                     &MscsApi_i::ClusterGroupEnum,
-                                     &MscsApi_i::ClusterGroupCloseEnum,
+const MscsList kMscsResourcesOfGroup{&LumPalMscs::Api_i::ClusterGroupOpenEnum,
+                                     &LumPalMscs::Api_i::ClusterGroupEnum,
+                                     &LumPalMscs::Api_i::ClusterGroupCloseEnum,
                                      1,
                                      {msg::MscsResourcesNoRoom, msg::MscsResourcesNotRead}};
-const MscsList kMscsNodesOfResource{&MscsApi_i::ClusterResourceOpenEnum,
-                                    &MscsApi_i::ClusterResourceEnum,
-                                    &MscsApi_i::ClusterResourceCloseEnum,
+const MscsList kMscsNodesOfResource{&LumPalMscs::Api_i::ClusterResourceOpenEnum,
+                                    &LumPalMscs::Api_i::ClusterResourceEnum,
+                                    &LumPalMscs::Api_i::ClusterResourceCloseEnum,
                                     4,
                                     {msg::MscsResourceNodesNoRoom, msg::MscsResourceNodesNotRead}};
 
-MscsBuffer::MscsBuffer(MscsSystem_i& system, std::size_t bytes, const MessageOf<0>& noRoom)
+MscsBuffer::MscsBuffer(LumPalMscs::System_i& system, std::size_t bytes, const MessageOf<0>& noRoom)
     : system(system), memory(system.LocalAlloc(kZeroed, bytes)), bytes(nullptr) {
     if (!memory) TraceAndRaise(msg::MscsNotAllocated, LumPalStr::NumToStr(bytes), system.GetLastError(), Make(noRoom));
     this->bytes = system.LocalLock(memory);
@@ -60,21 +60,21 @@ String_t MscsText(const char16_t* text, std::uint32_t length) {
 bool MscsCalls::Ask(const Question& question, String_t& text, const MscsFailures& failures) const {
     std::uint32_t length = 0;
     std::uint32_t result = question(nullptr, length);
-    if (result == kMscsNoMoreItems) return false;
-    if (result != kMscsSuccess && result != kMscsMoreData) TraceAndRaise(failures.failed, result);
+    if (result == LumPalMscs::NoMoreItems) return false;
+    if (result != LumPalMscs::Success && result != LumPalMscs::MoreData) TraceAndRaise(failures.failed, result);
     const std::uint32_t room = length + 1;
     const MscsBuffer buffer(system, (std::size_t{length} + 1) * sizeof(char16_t), failures.noRoom);
     length = room;
     result = question(buffer.Text(), length);
-    if (result == kMscsNoMoreItems) return false;
-    if (result != kMscsSuccess) TraceAndRaise(failures.failed, result);
+    if (result == LumPalMscs::NoMoreItems) return false;
+    if (result != LumPalMscs::Success) TraceAndRaise(failures.failed, result);
     text = MscsText(buffer.Text(), std::min(length, room - 1));
     return true;
 }
 
-std::vector<String_t> MscsCalls::Names(MscsHandle_t owner, const MscsList& list) const {
+std::vector<String_t> MscsCalls::Names(LumPalMscs::Handle_t owner, const MscsList& list) const {
     const MscsHandle opened((api.*list.open)(owner, list.type),
-                            [&](MscsHandle_t handle) { (api.*list.close)(handle); });
+                            [&](LumPalMscs::Handle_t handle) { (api.*list.close)(handle); });
     if (!opened.Get()) TraceAndRaise(list.failures.failed, system.GetLastError());
     std::vector<String_t> names;
     const auto entry = [&](char16_t* name, std::uint32_t& length) {
@@ -85,24 +85,25 @@ std::vector<String_t> MscsCalls::Names(MscsHandle_t owner, const MscsList& list)
     return names;
 }
 
-MscsProperties MscsCalls::Properties(MscsHandle_t resource, std::uint32_t code, const MessageOf<1>& failed) const {
-    std::uint32_t size = sizeof(char16_t), returned = 0, result = kMscsMoreData;
+MscsProperties MscsCalls::Properties(LumPalMscs::Handle_t resource, std::uint32_t code,
+                                     const MessageOf<1>& failed) const {
+    std::uint32_t size = sizeof(char16_t), returned = 0, result = LumPalMscs::MoreData;
     MscsProperties properties{};
-    for (int attempt = 0; attempt < 2 && result == kMscsMoreData; ++attempt, size = returned) {
+    for (int attempt = 0; attempt < 2 && result == LumPalMscs::MoreData; ++attempt, size = returned) {
         properties.buffer = std::make_unique<MscsBuffer>(system, size, msg::MscsResourcesNoRoom);
         returned = 0;
         result = api.ClusterResourceControl(resource, code, properties.buffer->Get(), size, returned);
         properties.size = std::min(returned, size);
     }
-    if (result != kMscsSuccess) TraceAndRaise(failed, result);
+    if (result != LumPalMscs::Success) TraceAndRaise(failed, result);
     return properties;
 }
 
 String_t MscsCalls::Property(const MscsProperties& list, const char16_t* name, const MessageOf<1>& failed) const {
     char16_t* value = nullptr;
     const std::uint32_t result = api.ResUtilFindSzProperty(list.buffer->Get(), list.size, name, value);
-    if (result != kMscsSuccess) TraceAndRaise(failed, result);
-    const MscsHandle copy(value, [&](MscsHandle_t memory) { system.LocalFree(memory); });
+    if (result != LumPalMscs::Success) TraceAndRaise(failed, result);
+    const MscsHandle copy(value, [&](LumPalMscs::Handle_t memory) { system.LocalFree(memory); });
     return String_t(static_cast<const char16_t*>(value));
 }
 

@@ -3,12 +3,13 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <utility>
 #include <vector>
 
+#include "LumPalMscs.h"
 #include "LumPalStr.h"
 #include "Messages.h"
-#include "MscsApi.h"
 
 namespace LumConfCluster {
 
@@ -21,27 +22,27 @@ struct MscsFailures {
 /// Calls a function when it goes.
 class MscsHandle {
 public:
-    MscsHandle(MscsHandle_t handle, std::function<void(MscsHandle_t)> close)
+    MscsHandle(LumPalMscs::Handle_t handle, std::function<void(LumPalMscs::Handle_t)> close)
         : handle(handle), close(std::move(close)) {}
     MscsHandle(const MscsHandle&) = delete;
     MscsHandle& operator=(const MscsHandle&) = delete;
     ~MscsHandle() {
         if (handle) close(handle);
     }
-    MscsHandle_t Get() const noexcept { return handle; }
+    LumPalMscs::Handle_t Get() const noexcept { return handle; }
     /// The caller closes it.
-    MscsHandle_t Release() noexcept { return std::exchange(handle, nullptr); }
+    LumPalMscs::Handle_t Release() noexcept { return std::exchange(handle, nullptr); }
 
 private:
-    MscsHandle_t handle;
-    const std::function<void(MscsHandle_t)> close;
+    LumPalMscs::Handle_t handle;
+    const std::function<void(LumPalMscs::Handle_t)> close;
 };
 
 /// Zeroed memory of the system.
 class MscsBuffer {
 public:
     /// @throws LumConf::ClusterException 308, 309, with the caller's message inside
-    MscsBuffer(MscsSystem_i& system, std::size_t bytes, const LumConf::MessageOf<0>& noRoom);
+    MscsBuffer(LumPalMscs::System_i& system, std::size_t bytes, const LumConf::MessageOf<0>& noRoom);
     MscsBuffer(const MscsBuffer&) = delete;
     MscsBuffer& operator=(const MscsBuffer&) = delete;
     ~MscsBuffer();
@@ -49,8 +50,8 @@ public:
     char16_t* Text() const noexcept { return static_cast<char16_t*>(bytes); }
 
 private:
-    MscsSystem_i& system;
-    MscsHandle_t memory;
+    LumPalMscs::System_i& system;
+    LumPalMscs::Handle_t memory;
     void* bytes;
 };
 
@@ -62,9 +63,10 @@ struct MscsProperties {
 
 /// How one kind of list is gone through.
 struct MscsList {
-    MscsHandle_t (MscsApi_i::*open)(MscsHandle_t, std::uint32_t);
-    std::uint32_t (MscsApi_i::*entry)(MscsHandle_t, std::uint32_t, std::uint32_t&, char16_t*, std::uint32_t&);
-    std::uint32_t (MscsApi_i::*close)(MscsHandle_t);
+    LumPalMscs::Handle_t (LumPalMscs::Api_i::*open)(LumPalMscs::Handle_t, std::uint32_t);
+    std::uint32_t (LumPalMscs::Api_i::*entry)(LumPalMscs::Handle_t, std::uint32_t, std::uint32_t&, char16_t*,
+                                              std::uint32_t&);
+    std::uint32_t (LumPalMscs::Api_i::*close)(LumPalMscs::Handle_t);
     std::uint32_t type;
     MscsFailures failures;
 };
@@ -77,18 +79,19 @@ public:
     /// Asks for a text: for its length first. Returns the system's number.
     using Question = std::function<std::uint32_t(char16_t* text, std::uint32_t& length)>;
 
-    MscsCalls(MscsSystem_i& system, MscsApi_i& api) : system(system), api(api) {}
+    MscsCalls(LumPalMscs::System_i& system, LumPalMscs::Api_i& api) : system(system), api(api) {}
     /// False when there is no such item.
     bool Ask(const Question& question, LumPalStr::String_t& text, const MscsFailures& failures) const;
     /// The names of a list of `owner`, which is a cluster, a group or a resource.
-    std::vector<LumPalStr::String_t> Names(MscsHandle_t owner, const MscsList& list) const;
-    MscsProperties Properties(MscsHandle_t resource, std::uint32_t code, const LumConf::MessageOf<1>& failed) const;
+    std::vector<LumPalStr::String_t> Names(LumPalMscs::Handle_t owner, const MscsList& list) const;
+    MscsProperties Properties(LumPalMscs::Handle_t resource, std::uint32_t code,
+                              const LumConf::MessageOf<1>& failed) const;
     LumPalStr::String_t Property(const MscsProperties& list, const char16_t* name,
                                  const LumConf::MessageOf<1>& failed) const;
 
 private:
-    MscsSystem_i& system;
-    MscsApi_i& api;
+    LumPalMscs::System_i& system;
+    LumPalMscs::Api_i& api;
 };
 
 /// The text of a buffer: so many units, or up to its NUL.

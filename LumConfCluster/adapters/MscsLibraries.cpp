@@ -18,9 +18,9 @@ struct Operation {
 };
 
 constexpr Operation kOperations[]{
-#define LUM_MSCS_OPERATION(name, library) {#name, Library::library},
-#include "MscsOperations.def"
-#undef LUM_MSCS_OPERATION
+#define LUM_MSCS_ROW(name, library) {#name, Library::library},
+    LUMPAL_MSCS_OPERATIONS(LUM_MSCS_ROW)
+#undef LUM_MSCS_ROW
 };
 
 }  // namespace
@@ -35,8 +35,8 @@ void MscsLibraries::Load() {
     if (!clusapi) TraceAndRaise(msg::MscsResutilsNotLoaded, system.GetLastError());
 }
 
-std::vector<MscsFunction_t> MscsLibraries::Bind() {
-    std::vector<MscsFunction_t> functions;
+std::vector<LumPalMscs::Function_t> MscsLibraries::Bind() {
+    std::vector<LumPalMscs::Function_t> functions;
     for (const auto& [name, library] : kOperations) {
         const bool isClusapi = library == Library::Clusapi;
         functions.push_back(system.GetProcAddress(isClusapi ? clusapi : resutils, name));
@@ -49,7 +49,7 @@ std::vector<MscsFunction_t> MscsLibraries::Bind() {
 }
 
 void MscsLibraries::Unload() {
-    for (MscsHandle_t* library : {&clusapi, &resutils}) {
+    for (LumPalMscs::Handle_t* library : {&clusapi, &resutils}) {
         if (*library) system.FreeLibrary(std::exchange(*library, nullptr));
     }
 }

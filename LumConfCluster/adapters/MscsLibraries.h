@@ -4,26 +4,26 @@
 
 #include <vector>
 
-#include "MscsApi.h"
+#include "LumPalMscs.h"
 
 namespace LumConfCluster {
 
 /// They are there only where Windows can have clusters, so they are loaded at run time; unloaded when this goes.
 struct MscsLibraries {
-    explicit MscsLibraries(MscsSystem_i& system) : system(system) {}
+    explicit MscsLibraries(LumPalMscs::System_i& system) : system(system) {}
     MscsLibraries(const MscsLibraries&) = delete;
     MscsLibraries& operator=(const MscsLibraries&) = delete;
     ~MscsLibraries() { Unload(); }
     /// @throws LumConf::ClusterException 292, 293, 295
     void Load();
-    /// Every operation, in the order of MscsOperation. One that is not there unloads the libraries.
+    /// Every operation, in the order of LumPalMscs::Operation. One that is not there unloads the libraries.
     /// @throws LumConf::ClusterException 304, 305
-    std::vector<MscsFunction_t> Bind();
+    std::vector<LumPalMscs::Function_t> Bind();
     void Unload();
 
-    MscsSystem_i& system;
-    MscsHandle_t clusapi = nullptr;  ///< null until it is loaded, as the other one
-    MscsHandle_t resutils = nullptr;
+    LumPalMscs::System_i& system;
+    LumPalMscs::Handle_t clusapi = nullptr;  ///< null until it is loaded, as the other one
+    LumPalMscs::Handle_t resutils = nullptr;
 };
 
 }  // namespace LumConfCluster

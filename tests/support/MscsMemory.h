@@ -11,13 +11,13 @@
 #include <string>
 #include <vector>
 
-#include "adapters/MscsApi.h"
+#include "LumPalMscs.h"
 
 /// Behaves as the system's own API is documented. Whatever is opened, taken or loaded is counted until it is given
 /// back.
-class MscsMemory : public LumConfCluster::MscsSystem_i {
+class MscsMemory : public LumPalMscs::System_i {
 public:
-    using Handle = LumConfCluster::MscsHandle_t;
+    using Handle = LumPalMscs::Handle_t;
     struct Node {
         std::u16string name, id;
         std::int32_t state;
@@ -57,7 +57,7 @@ public:
         return Fails() || library == missingLibrary ? nullptr : Open(library, nullptr);
     }
     void FreeLibrary(Handle library) override { things.erase(library); }
-    LumConfCluster::MscsFunction_t GetProcAddress(Handle library, const char* function) override {
+    LumPalMscs::Function_t GetProcAddress(Handle library, const char* function) override {
         if (Fails() || !library || function == missingFunction) return nullptr;
         bound.push_back(things.at(library).kind + ":" + function);
         return [] {};
@@ -78,8 +78,7 @@ public:
         std::strncpy(text, computerName.c_str(), length);
         return true;
     }
-    std::unique_ptr<LumConfCluster::MscsApi_i> MakeApi(
-        const std::vector<LumConfCluster::MscsFunction_t>& functions) override {
+    std::unique_ptr<LumPalMscs::Api_i> MakeApi(const std::vector<LumPalMscs::Function_t>& functions) override {
         EXPECT_EQ(functions.size(), 23u);
         return std::make_unique<Api>(*this);
     }
@@ -154,7 +153,7 @@ private:
         return 0;
     }
 
-    class Api : public LumConfCluster::MscsApi_i {
+    class Api : public LumPalMscs::Api_i {
     public:
         explicit Api(MscsMemory& all) : all(all) {}
         Handle OpenCluster(const char16_t* name) override {
