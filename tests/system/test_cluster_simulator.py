@@ -3,11 +3,12 @@
 leave nothing behind."""
 import json
 import os
+import re
 import signal
 import subprocess
 import unittest
 
-from cluster import EXAMPLE, NO_BOX, THREE_SYSTEMS, Cluster
+from cluster import EXAMPLE, NO_BOX, THREE_SYSTEMS, Cluster, red_hat_files
 from node import ROOT, wait_until
 
 RECORDED = ROOT / "tests/data/recorded/vcs"
@@ -91,6 +92,17 @@ class Answers(Simulated):
             with self.subTest(name):
                 recorded = (RECORDED.parent / f"{name}.txt").read_text(encoding="utf-8")
                 self.assertEqual(self.cluster(description).run(*call.split()).out, recorded)
+
+    def test_the_tables_of_a_red_hat_cluster_are_those_recorded_but_for_their_width(self):
+        def squeezed(text):
+            return [re.sub(" +", " ", line).rstrip() for line in text.splitlines()[1:]]  # the first has the time
+        systems = [{"name": "node1", "id": 1}, {"name": "node2", "id": 2}]
+        groups = [{"name": f"group_{number}", "systems": [f"node{number}"], "states": {f"node{number}": "online"}}
+                  for number in (1, 2)]
+        cluster = self.cluster({"product": "rhas", "name": "cluster", "host": "node1", "systems": systems, "groups": groups,
+                                "files": red_hat_files(5)})
+        recorded = (RECORDED.parent / "rhas/clustat-two-services.txt").read_text(encoding="utf-8")
+        self.assertEqual(squeezed(cluster.run("/usr/sbin/clustat").out), squeezed(recorded))
 
     def test_a_group_that_is_not_on_a_system_is_refused_on_the_error_stream(self):
         cluster = self.cluster(cluster_of([{"name": "g", "systems": ["node2"]}], ["node1", "node2"]))

@@ -281,6 +281,8 @@ TEST_F(Sc, ToolsRunBehindWhatTheEnvironmentSays) {
 }
 
 TEST_F(Sc, EachToolThatFailsCostsAnItemOrIsAnError) {
+    node.OfCluster("ALL_NODENAMES", "north\n");
+    node.OfCluster("ALL_RESOURCEGROUPS", "web\n");
     const auto seen = [] {
         const Cluster cluster;
         cluster.GetState();
@@ -289,14 +291,14 @@ TEST_F(Sc, EachToolThatFailsCostsAnItemOrIsAnError) {
         cluster.GetVirtualIP("web");
         return cluster.GetGroups().Count();
     };
-    EXPECT_EQ(seen(), 2);
+    EXPECT_EQ(seen(), 1);
     const std::size_t calls = tools.Calls().size();
     std::vector<unsigned> errors;
     for (std::size_t number = 1; number <= calls; ++number) {
         tools.ForgetCalls();
         tools.FailAt(number);
         try {
-            EXPECT_EQ(seen(), 2) << "call " << number;
+            EXPECT_EQ(seen(), 1) << "call " << number;
         } catch (const ClusterException& e) {
             errors.push_back(e.GetMessageList().GetMessage(0).GetId());
         }
