@@ -202,7 +202,7 @@ class HostileTools(OnACluster):
     def test_bytes_that_are_no_text_do_no_harm(self, product, cluster):
         for conduct in ({"printHex": "610062" + "0a"}, {"printHex": "fffe80c0af" + "0a"}, {"printHex": "1b5b324a" + "0a"},
                         {"printHex": "00", "repeat": 100000}):
-            for call in {product.name_call, product.nodes_call, product.groups_call}:
+            for call in {product.name_call, product.nodes_call, product.groups_call, *product.others}:
                 cluster.let(call, **conduct)
                 result = self.info(cluster, "-all")
                 self.assertIn(result.code, (DONE, FAILED), result)
