@@ -72,8 +72,12 @@ String_t ClusterImpl::LocalNodeName() {
     return LocalNodeName(LocalNodeCommand());
 }
 
+String_t ClusterImpl::ConfiguredNodeName() {
+    return ConfBase::Get_NS_ConfCluster().Open().GetValue(names::ClusterLocalNodenameKey);
+}
+
 String_t ClusterImpl::LocalNodeName(const String_t& command) {
-    const String_t configured = ConfBase::Get_NS_ConfCluster().Open().GetValue(names::ClusterLocalNodenameKey);
+    const String_t configured = ConfiguredNodeName();
     return configured.IsNotEmpty() ? configured : ClusterUtil::GetOut(command);
 }
 

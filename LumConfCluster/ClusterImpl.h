@@ -48,6 +48,7 @@ protected:
     /// @param command  prints that name; without it the one that serves most products
     static LumPalStr::String_t LocalNodeName();
     static LumPalStr::String_t LocalNodeName(const LumPalStr::String_t& command);
+    static LumPalStr::String_t ConfiguredNodeName();
     /// Ends a constructor: opens the namespace "conf.cluster" with the suffix behind it, where the states of groups may
     /// be mapped; empty or unreadable, it is traced, and the adapter's own table counts.
     void OpenGroupStates(const char* suffix);

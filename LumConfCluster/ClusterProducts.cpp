@@ -4,6 +4,7 @@
 
 #include "adapters/ClusterHacmp.h"
 #include "adapters/ClusterKes.h"
+#include "adapters/ClusterMscs.h"
 #include "adapters/ClusterPlsd.h"
 #include "adapters/ClusterRhas.h"
 #include "adapters/ClusterSc.h"
@@ -34,7 +35,7 @@ const std::array<ClusterProduct, 8> kClusterProducts{{
     {ClusterType::Hacmp, "AIX Cluster (HACMP)", "/usr/es/sbin/cluster/clstrmgr", ".RGState.HACMP", &Make<ClusterHacmp>},
     {ClusterType::Kes, "Kestrel Cluster (KCR)", "/usr/sbin/kesd", "", &Make<ClusterKes>},
     {ClusterType::Rhas, "Red Hat Advanced Server (RHAS)", "/sbin/clusvcmgrd", ".RGState.RHAS", &Make<ClusterRhas>},
-    {ClusterType::Mscs, "Microsoft Cluster Server (MSCS)", "", ".RGState.MSCS", nullptr},
+    {ClusterType::Mscs, "Microsoft Cluster Server (MSCS)", "", ".RGState.MSCS", &MakeMscs},
     {ClusterType::Unknown, "Unknown", "", "", nullptr},
 }};
 

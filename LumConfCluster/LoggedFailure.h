@@ -1,5 +1,5 @@
 /// @file
-/// Failures that the application log is told of too.
+/// Failures that are traced, or that the application log is told of too.
 #pragma once
 
 #include "Exceptions.h"
@@ -8,6 +8,14 @@
 #include "Trace.h"
 
 namespace LumConfCluster {
+
+/// Traces the message of the row, and throws it as ClusterException.
+template <unsigned Holes, class... Args>
+[[noreturn]] void TraceAndRaise(const LumConf::MessageOf<Holes>& row, const Args&... args) {
+    const LumPalMsg::Message_t message = LumConf::Make(row, args...);
+    LUMCONF_TRACE(LumConf::trace::Cluster, message);
+    throw LumConf::ClusterException(message);
+}
 
 /// Traces and logs the message of the row, and throws it as ClusterException.
 template <unsigned Holes, class... Args>

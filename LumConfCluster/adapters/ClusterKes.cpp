@@ -5,7 +5,7 @@
 #include "ClusterResourceGroupImpl.h"
 #include "KesOutput.h"
 #include "Messages.h"
-#include "Tried.h"
+#include "Trace.h"
 
 namespace LumConfCluster {
 
@@ -59,7 +59,7 @@ ClusterResourceGroup ClusterKes::MakeGroup(const KesResource& resource, std::uin
     record.id = id;
     record.state = groupStates.Of(resource.word);
     record.localState = resource.host == localNodeName ? record.state : RGState::Offline;
-    Tried([&] { record.activeNode = nodes[resource.host]; });
+    record.activeNode = nodes.Find(resource.host);
     return group;
 }
 
@@ -80,7 +80,7 @@ ClusterNodes ClusterKes::GetGroupNodes(String_t group) {
     LUMCONF_TRACE(trace::Cluster, Make(msg::KesGroupNodesAsked, group));
     try {
         const ClusterNodes all = GetNodes();
-        const std::vector<String_t> profile = Tool(Stat).Words("-p").Name(group).GetOutColl();
+        const ToolLines profile = Tool(Stat).Words("-p").Name(group).GetOutColl();
         if (!KesIsRestricted(profile)) return all;
         NodesByName nodes([&] { return all; });
         const ClusterNodes members;

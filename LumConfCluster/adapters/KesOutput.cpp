@@ -45,7 +45,7 @@ String_t KesClusterName(const String_t& record) {
     return ToolFields(record, kBetweenFields).Skip(1).Next();
 }
 
-std::vector<KesMember> KesMembers(const std::vector<String_t>& lines) {
+std::vector<KesMember> KesMembers(const ToolLines& lines) {
     std::vector<KesMember> members;
     for (std::size_t i = 1; i < lines.size(); ++i) {
         if (String_t(lines[i]).Trim().IsNotEmpty()) members.push_back(MemberOf(lines[i]));
@@ -53,7 +53,7 @@ std::vector<KesMember> KesMembers(const std::vector<String_t>& lines) {
     return members;
 }
 
-std::vector<KesResource> KesApplications(const std::vector<String_t>& lines) {
+std::vector<KesResource> KesApplications(const ToolLines& lines) {
     std::vector<KesResource> applications;
     for (std::size_t i = kHeading; i < lines.size(); ++i) {
         ToolFields columns = WordsOf(lines[i]);
@@ -64,13 +64,13 @@ std::vector<KesResource> KesApplications(const std::vector<String_t>& lines) {
     return applications;
 }
 
-bool KesIsRestricted(const std::vector<String_t>& profile) {
+bool KesIsRestricted(const ToolLines& profile) {
     return std::any_of(profile.begin(), profile.end(),
                        [](const String_t& line) { return String_t(line).Trim() == "PLACEMENT=restricted"; });
 }
 
-std::vector<String_t> KesHostingMembers(const std::vector<String_t>& profile) {
-    std::vector<String_t> names;
+ToolLines KesHostingMembers(const ToolLines& profile) {
+    ToolLines names;
     for (const String_t& line : profile) {
         const std::uint32_t assigned = line.Find("=");
         if (assigned == NotFound || line.Left(assigned).Trim() != "HOSTING_MEMBERS") continue;

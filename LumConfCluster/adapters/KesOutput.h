@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "LumPalStr.h"
+#include "ToolText.h"
 
 namespace LumConfCluster {
 
@@ -27,11 +28,11 @@ struct KesResource {
 LumPalStr::String_t KesClusterName(const LumPalStr::String_t& record);
 /// The members of the records behind the cluster's.
 /// @throws LumPalMsg::RuntimeException_t for a record without six fields, or without a number below 65535 for its id
-std::vector<KesMember> KesMembers(const std::vector<LumPalStr::String_t>& lines);
+std::vector<KesMember> KesMembers(const ToolLines& lines);
 /// The applications of the table of resources.
-std::vector<KesResource> KesApplications(const std::vector<LumPalStr::String_t>& lines);
+std::vector<KesResource> KesApplications(const ToolLines& lines);
 /// Whether a profile lets its resource run on its hosting members alone.
-bool KesIsRestricted(const std::vector<LumPalStr::String_t>& profile);
-std::vector<LumPalStr::String_t> KesHostingMembers(const std::vector<LumPalStr::String_t>& profile);
+bool KesIsRestricted(const ToolLines& profile);
+ToolLines KesHostingMembers(const ToolLines& profile);
 
 }  // namespace LumConfCluster

@@ -66,11 +66,11 @@ bool ReadLine(LumPalIo::DataInputStream_t& script, String_t& line) {
 
 }  // namespace
 
-PlsdRow PlsdOnlyRow(const std::vector<String_t>& lines) {
+PlsdRow PlsdOnlyRow(const ToolLines& lines) {
     return lines.size() > kHeading ? RowOf(lines[kHeading]) : PlsdRow{"", ""};
 }
 
-std::vector<PlsdRow> PlsdNodeRows(const std::vector<String_t>& lines) {
+std::vector<PlsdRow> PlsdNodeRows(const ToolLines& lines) {
     std::vector<PlsdRow> rows;
     for (std::size_t i = kHeading; i < lines.size(); ++i) {
         const PlsdRow row = RowOf(lines[i]);
@@ -79,7 +79,7 @@ std::vector<PlsdRow> PlsdNodeRows(const std::vector<String_t>& lines) {
     return rows;
 }
 
-std::vector<PlsdPackage> PlsdPackages(const std::vector<String_t>& lines) {
+std::vector<PlsdPackage> PlsdPackages(const ToolLines& lines) {
     std::vector<PlsdPackage> packages;
     bool isOwned = true, isMultiNode = false;
     for (const String_t& line : lines) {
@@ -97,7 +97,7 @@ std::vector<PlsdPackage> PlsdPackages(const std::vector<String_t>& lines) {
     return packages;
 }
 
-bool PlsdRunsOn(const std::vector<String_t>& lines, const String_t& package, const String_t& node) {
+bool PlsdRunsOn(const ToolLines& lines, const String_t& package, const String_t& node) {
     const auto end = lines.end();
     for (auto from = NextWith(lines.begin(), end, kPackageHeading); from != end;) {
         if (++from == end) break;
@@ -108,8 +108,8 @@ bool PlsdRunsOn(const std::vector<String_t>& lines, const String_t& package, con
     return false;
 }
 
-std::vector<String_t> PlsdConfiguredNodes(const std::vector<String_t>& lines) {
-    std::vector<String_t> names;
+ToolLines PlsdConfiguredNodes(const ToolLines& lines) {
+    ToolLines names;
     for (const String_t& line : lines) {
         const PlsdRow row = RowOf(line);
         if (row.name == kNodeHeading) names.push_back(row.word);
@@ -117,7 +117,7 @@ std::vector<String_t> PlsdConfiguredNodes(const std::vector<String_t>& lines) {
     return names;
 }
 
-String_t PlsdScript(const std::vector<String_t>& lines) {
+String_t PlsdScript(const ToolLines& lines) {
     for (const String_t& line : lines) {
         const PlsdRow row = RowOf(line);
         if (row.name == "RUN_SCRIPT") return row.word;

@@ -23,17 +23,16 @@ struct PlsdPackage : PlsdRow {
 };
 
 /// The table that tells of one thing: the line below its two lines of heading. Empty texts where there is none.
-PlsdRow PlsdOnlyRow(const std::vector<LumPalStr::String_t>& lines);
+PlsdRow PlsdOnlyRow(const ToolLines& lines);
 /// The table of the nodes, without the two lines of its heading.
-std::vector<PlsdRow> PlsdNodeRows(const std::vector<LumPalStr::String_t>& lines);
-std::vector<PlsdPackage> PlsdPackages(const std::vector<LumPalStr::String_t>& lines);
+std::vector<PlsdRow> PlsdNodeRows(const ToolLines& lines);
+std::vector<PlsdPackage> PlsdPackages(const ToolLines& lines);
 /// Whether the long listing tells of a package that it runs on a node.
-bool PlsdRunsOn(const std::vector<LumPalStr::String_t>& lines, const LumPalStr::String_t& package,
-                const LumPalStr::String_t& node);
+bool PlsdRunsOn(const ToolLines& lines, const LumPalStr::String_t& package, const LumPalStr::String_t& node);
 /// The nodes that a package's configuration names, in order; "*" is all of them.
-std::vector<LumPalStr::String_t> PlsdConfiguredNodes(const std::vector<LumPalStr::String_t>& lines);
+ToolLines PlsdConfiguredNodes(const ToolLines& lines);
 /// The path of the script of a package's configuration; empty where there is none.
-LumPalStr::String_t PlsdScript(const std::vector<LumPalStr::String_t>& lines);
+LumPalStr::String_t PlsdScript(const ToolLines& lines);
 /// The first address that a script sets, empty where it sets none. @throws as reading the stream
 LumPalStr::String_t PlsdAddressIn(const LumPalIo::InputStream_t& script);
 

@@ -31,6 +31,7 @@ class Product:
     changes: dict = field(default_factory=dict)  # of the description
     mapped: str = "-localState"  # the question that the mapped state answers
     has_addresses: bool = True
+    others: dict = field(default_factory=dict)  # further calls, as patterns, and a question that needs each
 
     @property
     def namespace(self):
@@ -45,8 +46,8 @@ SCRIPTS = {"files": [{"path": f"/etc/palisade/{group}", "text": f'#!/bin/sh\nIP[
 PRODUCTS = [
     Product("vcs", "VERITAS Cluster Server (VCS)", "Can not instantiate VERITAS Cluster Server object.", "Can not get node list for VERITAS Cluster Server.", "Can not get group list for VERITAS Cluster Server.", "haclus *", "hasys -list", "hagrp -display *", word="_PARTIAL_"),
     Product("sc", "Sun Cluster (SC)", "Can not instantiate Sun Cluster object.", "Can not get node list for Sun Cluster.", "Can not get group list for Sun Cluster.", "* CLUSTERNAME", "* ALL_NODENAMES", "* ALL_RESOURCEGROUPS", word="PENDING_ONLINE", local="Offline"),
-    Product("plsd", "Palisade (PLSD)", "Can not instantiate Palisade object.", "Can not get node list for Palisade.", "Can not get group list for Palisade.", "plsview -l cluster", "plsview -l node", "plsview -l package", word="starting", local="Offline", changes=SCRIPTS, mapped="-state"),
-    Product("kes", "Kestrel Cluster (KCR)", "Can not instantiate Kestrel Cluster Server object.", "Can not get cluster nodes.", "Can not get cluster resource groups.", "kes_get_info -raw", "kes_get_info -raw", "kes_stat -t", nodes_number=2, local="Offline", has_addresses=False),
+    Product("plsd", "Palisade (PLSD)", "Can not instantiate Palisade object.", "Can not get node list for Palisade.", "Can not get group list for Palisade.", "plsview -l cluster", "plsview -l node", "plsview -l package", word="starting", local="Offline", changes=SCRIPTS, mapped="-state", others={"plsview -l node -n *": "-cluster -state", "plsconf *": "-group web -nodes"}),
+    Product("kes", "Kestrel Cluster (KCR)", "Can not instantiate Kestrel Cluster Server object.", "Can not get cluster nodes.", "Can not get cluster resource groups.", "kes_get_info -raw", "kes_get_info -raw", "kes_stat -t", nodes_number=2, local="Offline", has_addresses=False, others={"kes_stat -p *": "-group web -nodes"}),
     Product("hacmp", "AIX Cluster (HACMP)", "Can not instantiate HACMP cluster object.", "Can not get node list for Hacmp.", "Can not get group list for Hacmp", "clstat -o", "clstat -o", "clRGinfo -s", nodes_number=2, word="ACQUIRING"),
     Product("rhas", "Red Hat Advanced Server (RHAS)", "Can not instantiate Red Hat Advanced Server cluster solution.", "Can not get cluster nodes.", "Can not get cluster resource groups.", "cman_tool status", "clustat", "clustat", word="starting", local="Offline", changes={"files": red_hat_files(5)}),
 ]
@@ -191,7 +192,8 @@ class HostileTools(OnACluster):
     @on_each_product
     def test_an_output_without_measure_is_refused(self, product, cluster):
         for call, line, conduct in ((product.nodes_call, "-cluster -nodes", {"print": "n\n", "repeat": 1000001}),
-                                    (product.groups_call, "-cluster -groups", {"print": "n\n", "forever": True})):
+                                    (product.groups_call, "-cluster -groups", {"print": "n\n", "forever": True}),
+                                    *((*other, {"print": "n\n", "forever": True}) for other in product.others.items())):
             cluster.let(call, **conduct)
             self.assert_fails(self.info(cluster, line), TOOL_FAILED)
             self.assertFalse(cluster.was_anybody_left())
@@ -200,7 +202,7 @@ class HostileTools(OnACluster):
     def test_bytes_that_are_no_text_do_no_harm(self, product, cluster):
         for conduct in ({"printHex": "610062" + "0a"}, {"printHex": "fffe80c0af" + "0a"}, {"printHex": "1b5b324a" + "0a"},
                         {"printHex": "00", "repeat": 100000}):
-            for call in {product.name_call, product.nodes_call, product.groups_call}:
+            for call in {product.name_call, product.nodes_call, product.groups_call, *product.others}:
                 cluster.let(call, **conduct)
                 result = self.info(cluster, "-all")
                 self.assertIn(result.code, (DONE, FAILED), result)

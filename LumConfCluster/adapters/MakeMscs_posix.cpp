@@ -1,0 +1,11 @@
+#include "ClusterMscs.h"
+#include "ClusterProducts.h"
+#include "LoggedFailure.h"
+
+namespace LumConfCluster {
+
+ClusterImpl* MakeMscs(const ClusterProduct& product) {
+    TraceAndRaise(LumConf::msg::MscsNotHere, product.displayName);
+}
+
+}  // namespace LumConfCluster

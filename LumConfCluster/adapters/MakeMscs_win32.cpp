@@ -1,0 +1,10 @@
+#include "ClusterMscs.h"
+#include "ClusterProducts.h"
+
+namespace LumConfCluster {
+
+ClusterImpl* MakeMscs(const ClusterProduct& product) {
+    return new ClusterMscs(product, LumPalMscs::ThisSystem());
+}
+
+}  // namespace LumConfCluster
