@@ -1,3 +1,4 @@
+// Messenger and MsgHandler of LumVoxMsg.h.
 #include "LumVoxMsg.h"
 #include "MessengerImpl.h"
 #include "MessengerServer.h"

@@ -1,3 +1,4 @@
+// RpcServer of LumVoxRpc.h.
 #include <map>
 #include <mutex>
 #include <variant>

@@ -1,3 +1,4 @@
+// The plain arguments of LumVoxSoap.h: numbers, truth values, texts.
 #include <limits>
 
 #include "LumVoxSoap.h"
