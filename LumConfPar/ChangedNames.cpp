@@ -1,7 +1,9 @@
 #include "ChangedNames.h"
 
 #include <algorithm>
+#include <iterator>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "PlainName.h"
@@ -18,7 +20,30 @@ namespace {
 constexpr int kMostNames = 100;
 constexpr std::uint32_t kMostUnits = 128;
 
-constexpr const char* kReadByTheNode[] = {"conf.", "sec.", "vox."};
+constexpr std::string_view kBeginningsOfTheNode[] = {"conf.", "sec.", "vox."};
+
+struct KnownKeys {
+    std::string_view space;
+    std::vector<std::string_view> keys;
+};
+
+/// What docs/configuration.md has a row for. There are fewer than are told, so that each is told whatever stands beside
+/// it: nobody can hide one behind names that he makes up.
+const KnownKeys kKnown[] = {
+    {"sec.core", {"CORE_ID"}},
+    {"sec.cm.certificates", {"CERT_INSTALLED"}},
+    {"conf.server",
+     {"AUDIT_LOGGING", "AUDIT_LOG_MODE", "NOMULTIPLEPOLICIES", "SHARED_DATA_FILES", "FORMAT_POLICY_LIST",
+      "MERGED_POLICY_LIST_FILENAME", "PING_SERVER", "LOCATE_SERVER", "WAIT_TIME"}},
+    {"conf.core", {"STRICT_SIGNERS", "ASYNC_CONTROL_NOTIFY", "CONTROL_ACK_TIMEOUT", "CACHE_CONFIGSETTINGS_POLICIES"}},
+    {"vox.http.ext.conf",
+     {"LOCAL_SECRET_HEADER", "SERVER_PORT",    "BIND_ADDRESS", "MAX_CONNECTIONS", "MAX_ADDRESS_CONNECTIONS",
+      "IO_THREADS",          "WORKER_THREADS", "HEADER_LIMIT", "BODY_LIMIT",      "BODY_TOTAL_LIMIT",
+      "HANDSHAKE_TIMEOUT",   "HEADER_TIMEOUT", "BODY_TIMEOUT", "IDLE_TIMEOUT",    "WRITE_TIMEOUT",
+      "CLOSE_TIMEOUT",       "MIN_RATE",       "TARGET_PORT",  "CONNECT_TIMEOUT", "REQUEST_TIMEOUT",
+      "CALL_TIMEOUT",        "RESPONSE_LIMIT"}},
+    {"conf.cluster", {"CLUSTER_TYPE", "CLUSTER_LOCAL_NODENAME", "MONITOR_MODE", "TOOL_TIMEOUT"}},
+};
 
 /// In the marks, so that no name looks like two.
 std::string Marked(const String_t& name, char open, char close) {
@@ -30,25 +55,62 @@ std::string Marked(const String_t& name, char open, char close) {
     return marked + close;
 }
 
-bool IsReadByTheNode(const Configuration_t& configuration) {
-    const std::string name = configuration.GetNamespace().ToUtf8();
-    return std::any_of(std::begin(kReadByTheNode), std::end(kReadByTheNode),
-                       [&name](const char* start) { return name.starts_with(start); });
+enum class Rank { Known, OfTheNode, Other };
+
+const KnownKeys* FindKnown(std::string_view space) {
+    const auto found = std::find_if(std::begin(kKnown), std::end(kKnown),
+                                    [space](const KnownKeys& known) { return known.space == space; });
+    return found == std::end(kKnown) ? nullptr : found;
 }
 
-std::vector<Configuration_t> InOrder(const ConfigGroup_t& group) {
-    std::vector<Configuration_t> all;
-    for (int i = 0; i < group.GetConfigCount(); ++i) all.push_back(group.GetConfig(i));
-    std::stable_partition(all.begin(), all.end(), IsReadByTheNode);
-    return all;
+/// A namespace of a request.
+struct Space {
+    const Configuration_t configuration;
+    const KnownKeys* known;
+    Rank rank;
+
+    explicit Space(const Configuration_t& configuration) : configuration(configuration) {
+        const std::string name = configuration.GetNamespace().ToUtf8();
+        known = FindKnown(name);
+        const bool isOfTheNode =
+            std::any_of(std::begin(kBeginningsOfTheNode), std::end(kBeginningsOfTheNode),
+                        [&name](std::string_view beginning) { return name.starts_with(beginning); });
+        rank = known ? Rank::Known : isOfTheNode ? Rank::OfTheNode : Rank::Other;
+    }
+    bool Knows(const String_t& key) const {
+        if (!known) return false;
+        const std::string name = key.ToUtf8();
+        return std::find(known->keys.begin(), known->keys.end(), name) != known->keys.end();
+    }
+};
+
+std::vector<Space> InOrder(const ConfigGroup_t& group) {
+    std::vector<Space> all;
+    for (int i = 0; i < group.GetConfigCount(); ++i) all.emplace_back(group.GetConfig(i));
+    std::vector<Space> ordered;
+    ordered.reserve(all.size());
+    for (const Rank rank : {Rank::Known, Rank::OfTheNode, Rank::Other})
+        std::copy_if(all.begin(), all.end(), std::back_inserter(ordered),
+                     [rank](const Space& space) { return space.rank == rank; });
+    return ordered;
 }
 
 /// Collects names until there are too many; the rest is counted.
 class Names {
 public:
-    void Add(const Configuration_t& configuration, Reach reach) {
-        if (HasRoom()) text += (text.empty() ? "" : "; ") + Marked(configuration.GetNamespace(), '[', ']');
-        if (reach == Reach::Attributes) AddAttributes(configuration);
+    void AddNamespace(const Space& space) {
+        if (HasRoom()) text += (text.empty() ? "" : "; ") + Marked(space.configuration.GetNamespace(), '[', ']');
+    }
+    /// The keys that the node knows; a namespace without one is not told here.
+    void AddKnown(const Space& space) {
+        if (!space.known) return;
+        AddIf(space, [&space](const String_t& key) { return space.Knows(key); });
+    }
+    /// All others, and the namespaces that have none at all.
+    void AddOther(const Space& space) {
+        String_t name, value;
+        if (!space.configuration.GetAttr(0, name, value)) return AddNamespace(space);
+        AddIf(space, [&space](const String_t& key) { return !space.Knows(key); });
     }
     std::string Take() {
         if (text.empty()) text = "nothing";
@@ -62,10 +124,15 @@ private:
         ++left;
         return false;
     }
-    void AddAttributes(const Configuration_t& configuration) {
+    template <class Wanted>
+    void AddIf(const Space& space, const Wanted& isWanted) {
+        bool isFirst = true;
         String_t name, value;
-        for (int i = 0; configuration.GetAttr(i, name, value); ++i) {
-            if (HasRoom()) text += (i ? ", " : " ") + Marked(name, '\'', '\'');
+        for (int i = 0; space.configuration.GetAttr(i, name, value); ++i) {
+            if (!isWanted(name)) continue;
+            if (isFirst) AddNamespace(space);
+            if (HasRoom()) text += (isFirst ? " " : ", ") + Marked(name, '\'', '\'');
+            isFirst = false;
         }
     }
 
@@ -77,7 +144,13 @@ private:
 
 String_t ChangedNames(const String_t& package, const ConfigGroup_t& group, Reach reach) {
     Names names;
-    for (const Configuration_t& configuration : InOrder(group)) names.Add(configuration, reach);
+    const std::vector<Space> spaces = InOrder(group);
+    if (reach == Reach::Namespaces) {
+        for (const Space& space : spaces) names.AddNamespace(space);
+    } else {
+        for (const Space& space : spaces) names.AddKnown(space);
+        for (const Space& space : spaces) names.AddOther(space);
+    }
     std::string text = names.Take();
     if (package.IsNotEmpty()) text += ", of the package " + Marked(package, '\'', '\'');
     return String_t::FromUtf8(text);

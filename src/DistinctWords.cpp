@@ -1,6 +1,7 @@
 #include "DistinctWords.h"
 
 #include "HashedPlaces.h"
+#include "LumPalMsg.h"
 #include "StringList.h"
 #include "TextHash.h"
 
@@ -16,6 +17,10 @@ public:
     void Take(const String_t& text) {
         const std::uint32_t hash = HashOf(text);
         if (places.Has(hash, [&](std::size_t place) { return texts[place] == text; })) return;
+        if (texts.size() == kMostWords)
+            throw LumPalMsg::IllegalArgumentError_t(
+                LumPalMsg::CreateError_t("The categories are refused. One operation takes at most '%1' different ones.")
+                << static_cast<unsigned>(kMostWords));
         places.Add(hash, texts.size());
         texts.push_back(text);
     }

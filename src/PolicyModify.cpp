@@ -139,7 +139,13 @@ void PolicyOperation::ModifyCategory(const String_t& originator, const String_t&
     }
     const Ids selected = SelectFor(originator, selection, AuditLog::Category, msg::CategoryNoPolicyFiles, options);
     const bool adds = action == AddCategory;
-    const Ids words = adds ? DistinctWords(categories) : WordsAmong(categories, CategoriesOf(*Cache(), selected));
+    Ids words;
+    try {
+        words = adds ? DistinctWords(categories) : WordsAmong(categories, CategoriesOf(*Cache(), selected));
+    } catch (const LumPalMsg::IllegalArgumentError_t&) {
+        Audit(originator, AuditLog::Category, false);
+        throw;
+    }
     const HashedTexts<String_t> unwanted(adds ? Ids() : words);
     // Kept: one flag for the whole selection, so that all that follow the first change are rewritten and told.
     bool rewrite = false;

@@ -14,8 +14,8 @@ namespace LumVoxMsg {
 
 /// Takes the connections of a socket that listens, on a thread of its own, and never ends by itself: when descriptors
 /// or memory run out it goes on as soon as there are some again. A connection for which there is no room is taken when
-/// one that only waits could be closed for it, else it gets a farewell and is closed. What happens is said in the
-/// application log, throttled.
+/// one that only waits makes room for it, else it gets a farewell and is closed. It waits for nobody, but for a
+/// descriptor when there are too few. What happens is said in the application log, throttled.
 class AcceptLoop final : private LumPalThread::Runnable_i {
 public:
     /// Who serves the connections. Called on the loop's thread.
@@ -24,8 +24,12 @@ public:
         virtual ~Taker() = default;
         /// Why this connection may not be open beside those that are; null when it may.
         virtual const char* WhyFull(const LumPal::Descriptor& socket) const noexcept = 0;
-        /// Closes one that must make room for it, and waits until that is gone. @return false when there is none
+        /// Lets it have the place of one that must make room for it, and is closed soon; waits for nothing.
+        /// @return false when there is none
         virtual bool MakeRoom(const LumPal::Descriptor& socket) noexcept = 0;
+        /// Closes one that must make room, and waits until its descriptor is free. @return false when there is none, or
+        /// that takes long
+        virtual bool FreeDescriptor() noexcept = 0;
         /// May throw; the connection is then closed.
         virtual void Take(LumPal::Descriptor socket) = 0;
         /// What a connection gets for which there is no room.
@@ -49,6 +53,7 @@ private:
     void Step() noexcept;
     void Wait(int listening, int milliseconds) noexcept;
     bool FindRoom(LumPal::Descriptor& socket) noexcept;
+    bool FindDescriptor(LumPal::Descriptor& socket) noexcept;
     void Give(LumPal::Descriptor socket) noexcept;
     void Refuse(const LumPal::Descriptor& socket) noexcept;
 

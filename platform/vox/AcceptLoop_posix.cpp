@@ -70,11 +70,17 @@ void AcceptLoop::Step() noexcept {
 }
 
 bool AcceptLoop::FindRoom(Descriptor& socket) noexcept {
-    for (int tries = 0;; ++tries) {
-        if (!taker.WhyFull(socket) && LumPal::LeavesEnough(socket.Get(), DescriptorUse::Caller)) return true;
-        if (tries == kMostTries || !taker.MakeRoom(socket)) return false;
+    // A place that was made may be taken by nobody else: connections come in here alone.
+    if (taker.WhyFull(socket) && (!taker.MakeRoom(socket) || taker.WhyFull(socket))) return false;
+    return FindDescriptor(socket);
+}
+
+bool AcceptLoop::FindDescriptor(Descriptor& socket) noexcept {
+    for (int tries = 0; !LumPal::LeavesEnough(socket.Get(), DescriptorUse::Caller); ++tries) {
+        if (tries == kMostTries || !taker.FreeDescriptor()) return false;
         LumPal::MoveDown(socket);
     }
+    return true;
 }
 
 void AcceptLoop::Give(Descriptor socket) noexcept try {

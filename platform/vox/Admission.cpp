@@ -3,7 +3,11 @@
 namespace LumVoxMsg {
 
 Admission::Admission(unsigned most, unsigned mostOfAnAddress) noexcept
-    : most(most), mostStrangers(most - most / 4), mostOfAnAddress(mostOfAnAddress) {}
+    : most(most),
+      mostNameless(most - most / 4),
+      keptForNewcomers(most / 8),
+      mostStrangers(mostNameless - keptForNewcomers),
+      mostOfAnAddress(mostOfAnAddress) {}
 
 const char* Admission::WhyFull(const PeerAddress& from) const noexcept {
     if (IsAddressFull(from)) return "its address has as many open as MAX_ADDRESS_CONNECTIONS allows.";
@@ -15,34 +19,44 @@ const char* Admission::WhyFull(const PeerAddress& from) const noexcept {
 bool Admission::IsAddressFull(const PeerAddress& from) const noexcept {
     if (from.isLoopback) return false;
     const std::lock_guard lock(mutex);
-    const auto found = strangersFrom.find(from);
-    return found != strangersFrom.end() && found->second >= mostOfAnAddress;
+    const auto found = namelessFrom.find(from);
+    return found != namelessFrom.end() && found->second >= mostOfAnAddress;
 }
 
 void Admission::Enter(const PeerAddress& from) {
     if (!from.isLoopback) {
         const std::lock_guard lock(mutex);
-        ++strangersFrom[from];
+        ++namelessFrom[from];
     }
     ++count;
-    ++strangers;
+    ++nameless;
 }
 
-void Admission::Prove(const PeerAddress& from) noexcept {
-    ForgetStranger(from);
+bool Admission::Speak() noexcept {
+    unsigned now = strangers;
+    do {
+        if (now >= mostStrangers) return false;
+    } while (!strangers.compare_exchange_weak(now, now + 1));
+    return true;
 }
 
-void Admission::Leave(const PeerAddress& from, bool proven) noexcept {
-    if (!proven) ForgetStranger(from);
+void Admission::Prove(const PeerAddress& from, PeerRank before) noexcept {
+    if (before == PeerRank::Stranger) --strangers;
+    ForgetNameless(from);
+}
+
+void Admission::Leave(const PeerAddress& from, PeerRank rank) noexcept {
+    if (rank == PeerRank::Stranger) --strangers;
+    if (rank != PeerRank::Proven) ForgetNameless(from);
     --count;
 }
 
-void Admission::ForgetStranger(const PeerAddress& from) noexcept {
-    --strangers;
+void Admission::ForgetNameless(const PeerAddress& from) noexcept {
+    --nameless;
     if (from.isLoopback) return;
     const std::lock_guard lock(mutex);
-    const auto found = strangersFrom.find(from);
-    if (--found->second == 0) strangersFrom.erase(found);
+    const auto found = namelessFrom.find(from);
+    if (--found->second == 0) namelessFrom.erase(found);
 }
 
 }  // namespace LumVoxMsg

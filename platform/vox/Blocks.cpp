@@ -15,6 +15,23 @@ bool MemoryBudget::Take(std::size_t bytes) noexcept {
     return true;
 }
 
+bool BudgetShare::Raise(const std::shared_ptr<MemoryBudget>& from, std::size_t wanted) noexcept {
+    if (wanted <= bytes) return true;
+    const std::shared_ptr<MemoryBudget>& present = budget ? budget : from;
+    if (!present->Take(wanted - bytes)) return false;
+    budget = present;
+    bytes = wanted;
+    return true;
+}
+
+void BudgetShare::Clear() noexcept {
+    if (!budget) return;
+    budget->Give(bytes);
+    LumVoxRpc::NoteFreed(bytes);
+    budget = nullptr;
+    bytes = 0;
+}
+
 Blocks::~Blocks() {
     Clear();
     LumVoxRpc::NoteFreed(appended);

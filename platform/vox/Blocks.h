@@ -27,6 +27,24 @@ private:
     std::atomic<std::size_t> used{0};
 };
 
+/// What one holder has of a budget; given back at its end. One thread at a time.
+class BudgetShare {
+public:
+    BudgetShare() = default;
+    BudgetShare(const BudgetShare&) = delete;
+    BudgetShare& operator=(const BudgetShare&) = delete;
+    ~BudgetShare() { Clear(); }
+    /// Has so many bytes of it from now on, or as many as before when that is more. What it has of another one stays
+    /// taken from there. @return false, and nothing taken, when it does not fit
+    bool Raise(const std::shared_ptr<MemoryBudget>& from, std::size_t wanted) noexcept;
+    /// What was held has been freed.
+    void Clear() noexcept;
+
+private:
+    std::shared_ptr<MemoryBudget> budget;
+    std::size_t bytes = 0;
+};
+
 /// One thread at a time.
 class Blocks {
 public:

@@ -52,8 +52,11 @@ HeaderScan::State HeaderScan::Next(State state, unsigned char byte) {
 
 HeaderScan::Result HeaderScan::Feed(std::string_view bytes, std::size_t& used) {
     used = 0;
-    while (used < bytes.size() && state != State::Done && state != State::Refused)
+    while (used < bytes.size() && state != State::Done && state != State::Refused) {
+        const State before = state;
         state = Next(state, static_cast<unsigned char>(bytes[used++]));
+        fields += before == State::LineStart && state == State::Name;
+    }
     if (state == State::Refused) return Result::Bad;
     return state == State::Done ? Result::Complete : Result::NeedMore;
 }

@@ -17,6 +17,8 @@ public:
     /// Looks at the bytes that follow those of the call before.
     /// @param used  out: how many of them belong to the header, its empty line included (when Complete)
     Result Feed(std::string_view bytes, std::size_t& used);
+    /// Of what was seen so far.
+    std::size_t GetFieldCount() const noexcept { return fields; }
 
 private:
     enum class State {
@@ -34,6 +36,7 @@ private:
     static State Next(State state, unsigned char byte);
 
     State state = State::Start;
+    std::size_t fields = 0;
 };
 
 }  // namespace LumVoxMsg

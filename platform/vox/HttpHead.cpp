@@ -44,6 +44,17 @@ bool IsPort(std::string_view text) {
     return digits.empty() || (IsDigits(digits) && (digits.size() < 5 || digits <= "65535"));
 }
 
+/// How long "http://" or "https://" is at the beginning; 0 when there is neither.
+std::size_t SchemeLength(std::string_view target) {
+    for (const std::string_view scheme : {"http://", "https://"})
+        if (SameWord(target.substr(0, scheme.size()), scheme)) return scheme.size();
+    return 0;
+}
+
+std::size_t AuthorityEnd(std::string_view target, std::size_t begin) {
+    return std::min(target.find_first_of("/?", begin), target.size());
+}
+
 HttpRefusal CheckLength(const HttpHead& head) {
     const std::size_t lengths = head.Count("Content-Length"), codings = head.Count("Transfer-Encoding");
     if (lengths > 0 && codings > 0) return {400, "Content-Length and Transfer-Encoding exclude each other."};
@@ -80,6 +91,7 @@ HttpRefusal CheckHead(const HttpHead& head) {
     if (head.version == 11 && head.Count("Host") != 1) return {400, "There must be exactly one Host."};
     if (head.Count("Host") > 1) return {400, "There is more than one Host."};
     if (head.Count("Host") == 1 && !IsHost(head.Only("Host"))) return {400, "The field Host names no host."};
+    if (!IsHost(TargetHost(head.target).value_or("localhost"))) return {400, "The request's target names no host."};
     if (head.Count("Expect") > 0 && !SameWord(head.Only("Expect"), "100-continue"))
         return {417, "The only expectation met is 100-continue."};
     return CheckLength(head);
@@ -102,12 +114,15 @@ bool ExpectsContinue(const HttpHead& head) {
     return head.version == 11 && head.Count("Expect") == 1;
 }
 
+std::optional<std::string_view> TargetHost(std::string_view target) {
+    const std::size_t scheme = SchemeLength(target);
+    if (scheme == 0) return std::nullopt;
+    return target.substr(scheme, AuthorityEnd(target, scheme) - scheme);
+}
+
 std::string_view SplitTarget(std::string_view target, std::string_view& query) {
-    for (const std::string_view scheme : {"http://", "https://"}) {
-        if (!SameWord(target.substr(0, scheme.size()), scheme)) continue;
-        const std::size_t end = target.find_first_of("/?", scheme.size());
-        target = end == std::string_view::npos ? std::string_view() : target.substr(end);
-    }
+    const std::size_t scheme = SchemeLength(target);
+    if (scheme > 0) target.remove_prefix(AuthorityEnd(target, scheme));
     const std::size_t mark = target.find('?');
     query = mark == std::string_view::npos ? std::string_view() : target.substr(mark + 1);
     const std::string_view path = target.substr(0, mark);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -39,6 +40,8 @@ HttpRefusal CheckHead(const HttpHead& head);
 bool ExpectsContinue(const HttpHead& head);
 /// The target without "http://host" and with an empty path as "/"; query gets what follows the first "?".
 std::string_view SplitTarget(std::string_view target, std::string_view& query);
+/// What stands between "http://" (or "https://") and the path; none when the target is a path alone.
+std::optional<std::string_view> TargetHost(std::string_view target);
 /// The name or address in a Host field's value, without brackets and port.
 std::string_view HostName(std::string_view host);
 /// Whether a Host field's value is a name or an address, with a port or without.

@@ -32,7 +32,7 @@ struct HttpRequest {
     std::string query;          ///< behind the "?"; empty when there is none
     std::string contentType;    ///< as sent
     std::string authorization;  ///< as sent
-    std::string host;           ///< as sent; without one the address and port that the connection came to
+    std::string host;           ///< as sent, in the target or else in Host; without one where the connection came to
     bool hasBody = true;        ///< false when it is known to be empty
     HttpPeer peer;
     /// Who the handler takes the sender for; set by HttpHandler::Screen.

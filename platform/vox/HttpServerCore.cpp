@@ -1,6 +1,5 @@
 #include "HttpServerCore_beast.h"
 
-#include <algorithm>
 #include <boost/asio/ip/v6_only.hpp>
 
 #include "LumPalNet.h"
@@ -15,8 +14,6 @@ using LumPalStr::String_t;
 namespace {
 
 constexpr std::chrono::milliseconds kRoomTime{200};  ///< longer than any loop is busy with one step
-constexpr std::chrono::milliseconds kRoomPause{1};
-constexpr int kRoomTries = 50;
 /// A stranger who has not sent his request by then, or not taken its answer, may lose his place.
 constexpr std::chrono::milliseconds kSlow{1000};
 constexpr char kBusy[] =
@@ -93,12 +90,37 @@ void HttpServer::Core::Start() {
     acceptLoop->Start();
 }
 
+/// A connection that was taken, until its loop has the time to begin with it: others may need its place before.
+class HttpServer::Core::Arrival final : public AnySession {
+public:
+    Arrival(Descriptor socket, Place taken, IoThread& thread)
+        : place(std::move(taken)), socket(std::move(socket)), thread(thread) {
+        thread.BeginWaiting(*this, IoThread::Kind::Newcomer);
+    }
+    ~Arrival() override { thread.Forget(*this); }
+    void BeginClosing() override {}
+    void Abort() override {
+        socket = Descriptor();
+        place.GiveBack();
+    }
+    void Forfeit() noexcept override { place.Forfeit(); }
+    /// False when its place is another's.
+    bool MayBegin() noexcept { return thread.EndWaiting(*this); }
+
+    Place place;  ///< first: it is given back when the connection is closed
+    Descriptor socket;
+
+private:
+    IoThread& thread;
+};
+
 void HttpServer::Core::Take(Descriptor socket) {
     IoThread& target = NextThread();
     const PeerAddress from = PeerAddress::Of(socket);
     auto standing = std::make_shared<Standing>(Standing{target, from.Hash()});
-    auto begin = [this, standing, accepted = std::move(socket), place = Place(*this, from)]() mutable {
-        Begin(std::move(accepted), std::move(place), std::move(standing));
+    auto arrival = std::make_shared<Arrival>(std::move(socket), Place(*this, from), target);
+    auto begin = [this, standing, arrival = std::move(arrival)]() mutable {
+        if (arrival->MayBegin()) Begin(std::move(arrival->socket), std::move(arrival->place), std::move(standing));
     };
     net::post(target.context, [&target, place = standing->place, begin = std::move(begin)]() mutable {
         target.Later(place, std::move(begin));
@@ -111,34 +133,61 @@ const char* HttpServer::Core::WhyFull(const Descriptor& socket) const noexcept {
 
 /// An idle connection can be made again at any time; one that finds no room cannot be made at all.
 bool HttpServer::Core::MakeRoom(const Descriptor& socket) noexcept {
-    if (admission.IsAddressFull(PeerAddress::Of(socket))) return false;
+    const PeerAddress from = PeerAddress::Of(socket);
+    if (closing || admission.IsAddressFull(from)) return false;
+    // Somebody may have gone by himself meanwhile.
+    return !admission.WhyFull(from) || DropOne();
+}
+
+bool HttpServer::Core::FreeDescriptor() noexcept {
     std::unique_lock lock(mutex);
-    const auto hasLeft = [this, before = leaves] { return leaves != before || closing; };
-    // One that was only just taken, or answered, waits in a moment.
-    for (int tries = 0; tries < kRoomTries; ++tries) {
-        if (DropOne()) return left.wait_for(lock, kRoomTime, hasLeft) && !closing;
-        if (left.wait_for(lock, kRoomPause, hasLeft)) return !closing;
-    }
-    return false;
+    const auto hasClosed = [this, before = closed] { return closed != before || closing; };
+    lock.unlock();
+    if (!DropOne()) return false;
+    lock.lock();
+    return left.wait_for(lock, kRoomTime, hasClosed) && !closing;
 }
 
-/// Strangers go first, and those first who are at a request for long: they do not wait for anything of ours.
+/// Strangers go first, and those first who are at a request for long: they do not wait for anything of ours. Of all
+/// others who have proven nothing the one goes who has waited longest; when strangers have all that they may have, that
+/// is no newcomer before as many have come after him as are kept for newcomers.
 bool HttpServer::Core::DropOne() noexcept {
-    if (DropLongestWaiting(IoThread::SlowStranger, kSlow)) return true;
-    if (DropLongestWaiting(IoThread::IdleStranger, std::chrono::milliseconds(0))) return true;
+    using Kind = IoThread::Kind;
+    constexpr std::chrono::milliseconds kAny{0};
+    if (DropLongestWaiting({Kind::SlowStranger}, kSlow)) return true;
+    // Proven callers fill the node: whoever comes must be able to say that he is one of them.
+    if (admission.IsFilledByProven() && DropLongestWaiting({Kind::IdleProven}, kAny)) return true;
+    if (DropLongestWaiting({Kind::Newcomer, Kind::IdleStranger}, kAny)) return true;
     // A proven caller's place is no stranger's as long as strangers have their share.
-    if (admission.HaveStrangersTheirShare()) return false;
-    return DropLongestWaiting(IoThread::IdleProven, std::chrono::milliseconds(0));
+    return !admission.HaveStrangersTheirShare() && DropLongestWaiting({Kind::IdleProven}, kAny);
 }
 
-bool HttpServer::Core::DropLongestWaiting(IoThread::Kind kind, std::chrono::milliseconds atLeast) noexcept {
-    const auto waitsLonger = [kind](const auto& a, const auto& b) {
-        return a->GetLongestWait(kind) < b->GetLongestWait(kind);
-    };
-    IoThread& first = **std::min_element(threads.begin(), threads.end(), waitsLonger);
-    if (first.GetLongestWait(kind) > WaitingSessions::Clock::now() - atLeast) return false;
-    first.DropLongestWaiting(kind);
-    return true;
+bool HttpServer::Core::MakeStrangerGo() noexcept {
+    using Kind = IoThread::Kind;
+    return DropLongestWaiting({Kind::SlowStranger}, kSlow) ||
+           DropLongestWaiting({Kind::IdleStranger}, std::chrono::milliseconds(0));
+}
+
+bool HttpServer::Core::DropLongestWaiting(std::initializer_list<IoThread::Kind> kinds,
+                                          std::chrono::milliseconds atLeast) noexcept {
+    const auto latest = WaitingSessions::Clock::now() - atLeast;
+    while (true) {
+        IoThread* first = nullptr;
+        IoThread::Kind firstKind{};
+        auto since = latest;
+        for (const auto& thread : threads) {
+            for (const IoThread::Kind kind : kinds) {
+                const auto longest = thread->GetLongestWait(kind);
+                if (longest > since) continue;
+                first = thread.get();
+                firstKind = kind;
+                since = longest;
+            }
+        }
+        if (!first) return false;
+        // It may have begun something in between; then the next one is looked for.
+        if (first->DropLongestWaiting(firstKind, latest)) return true;
+    }
 }
 
 std::string_view HttpServer::Core::GetFarewell() const noexcept {
@@ -158,10 +207,9 @@ void HttpServer::Core::Begin(Descriptor descriptor, Place place, std::shared_ptr
     beginLog.WarnGuarded("A connection cannot be served: %1", e.what());
 }
 
-void HttpServer::Core::Leave(const PeerAddress& from, bool proven) noexcept {
+void HttpServer::Core::NoteClosed() noexcept {
     const std::lock_guard lock(mutex);
-    admission.Leave(from, proven);
-    ++leaves;
+    ++closed;
     left.notify_all();
 }
 

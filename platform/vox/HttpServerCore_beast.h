@@ -6,6 +6,7 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/ssl/context.hpp>
 #include <condition_variable>
+#include <initializer_list>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -34,7 +35,12 @@ public:
     void Start();
     void StopAccepting();
     void Finish();
-    void Leave(const PeerAddress& from, bool proven) noexcept;
+    /// The place of a connection, which may still be open, is another's.
+    void Leave(const PeerAddress& from, PeerRank rank) noexcept { admission.Leave(from, rank); }
+    /// A connection is closed.
+    void NoteClosed() noexcept;
+    /// Lets a stranger who is at no request, or at one for long, make room for another's request. Any thread.
+    bool MakeStrangerGo() noexcept;
 
     const HttpLimits limits;
     HttpHandler& handler;
@@ -51,14 +57,17 @@ private:
     bool MakeRoom(const LumPal::Descriptor& socket) noexcept override;
     void Take(LumPal::Descriptor socket) override;
     std::string_view GetFarewell() const noexcept override;
+    bool FreeDescriptor() noexcept override;
     bool DropOne() noexcept;
-    bool DropLongestWaiting(IoThread::Kind kind, std::chrono::milliseconds atLeast) noexcept;
+    bool DropLongestWaiting(std::initializer_list<IoThread::Kind> kinds, std::chrono::milliseconds atLeast) noexcept;
     IoThread& NextThread() noexcept { return *threads[nextThread++ % threads.size()]; }
     void Begin(LumPal::Descriptor descriptor, Place place, std::shared_ptr<Standing> standing) noexcept;
 
-    mutable std::mutex mutex;  ///< guards tls and leaves
+    class Arrival;
+
+    mutable std::mutex mutex;  ///< guards tls and closed
     std::shared_ptr<net::ssl::context> tls;
-    std::uint64_t leaves = 0;  ///< connections that have gone
+    std::uint64_t closed = 0;  ///< connections that have gone
     std::condition_variable left;
     std::vector<std::unique_ptr<IoThread>> threads;
     std::unique_ptr<tcp::acceptor> acceptor;
@@ -68,28 +77,35 @@ private:
     bool running = false;
 };
 
-/// A connection's place among those that are counted; given back wherever the connection is lost.
+/// A connection's place among those that are counted; given back wherever the connection is lost. Any thread.
 class Place {
 public:
     /// @throws std::bad_alloc
     Place(HttpServer::Core& owner, const PeerAddress& from) : core(&owner), from(from) { core->admission.Enter(from); }
-    Place(Place&& other) noexcept : core(std::exchange(other.core, nullptr)), from(other.from), proven(other.proven) {}
+    /// Of one that no other thread knows yet.
+    Place(Place&& other) noexcept
+        : core(std::exchange(other.core, nullptr)), from(other.from), rank(other.rank.exchange(PeerRank::None)) {}
     Place(const Place&) = delete;
     Place& operator=(const Place&) = delete;
     ~Place() { GiveBack(); }
+
+    PeerRank GetRank() const noexcept { return rank; }
+    /// It is a stranger's from now on, unless it is somebody's already. @return false when there are too many
+    bool Speak() noexcept;
     /// It is a stranger's no longer. A second call does nothing.
-    void Prove() noexcept {
-        if (core && !std::exchange(proven, true)) core->admission.Prove(from);
-    }
-    /// The connection is closed. A second call does nothing.
+    void Prove() noexcept;
+    /// It is another's from now on, while the connection is still to be closed. A second call does nothing.
+    void Forfeit() noexcept;
+    /// The connection is closed.
     void GiveBack() noexcept {
-        if (core) std::exchange(core, nullptr)->Leave(from, proven);
+        Forfeit();
+        if (core) core->NoteClosed();
     }
 
 private:
     HttpServer::Core* core;
     PeerAddress from;
-    bool proven = false;
+    std::atomic<PeerRank> rank{PeerRank::Newcomer};
 };
 
 }  // namespace LumVoxMsg

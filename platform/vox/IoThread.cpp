@@ -32,13 +32,14 @@ bool IoThread::Step() {
     return true;
 }
 
-void IoThread::DropLongestWaiting(Kind kind) {
-    OfKind& of = kinds[kind];
-    if (of.dropAsked.exchange(true)) return;
-    Post(of.dropRoom, [&of] {
-        of.dropAsked = false;
-        of.waiting.DropFirst();
+bool IoThread::DropLongestWaiting(Kind kind, WaitingSessions::Clock::time_point latest) noexcept {
+    if (!waiting.Condemn(kind, latest)) return false;
+    if (dropAsked.exchange(true)) return true;
+    Post(dropRoom, [this] {
+        dropAsked = false;
+        waiting.CloseCondemned();
     });
+    return true;
 }
 
 void IoThread::Finish() {

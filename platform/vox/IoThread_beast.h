@@ -2,7 +2,6 @@
 /// One event loop on a thread of its own, and the sessions that live in it.
 #pragma once
 
-#include <array>
 #include <atomic>
 #include <boost/asio/bind_allocator.hpp>
 #include <boost/asio/executor_work_guard.hpp>
@@ -25,13 +24,7 @@ namespace net = boost::asio;
 /// Steps of strangers (Later) come behind all others, but not never.
 class IoThread {
 public:
-    /// Why a session may be closed for another.
-    enum Kind {
-        SlowStranger,  ///< has proven nothing, and his request is still coming, or its answer still going
-        IdleStranger,  ///< has proven nothing, and has no request
-        IdleProven     ///< has no request
-    };
-    static constexpr std::size_t kKinds = 3;
+    using Kind = WaitingSessions::Kind;
 
     void Start() {
         thread = std::thread([this] { Run(); });
@@ -64,26 +57,25 @@ public:
         later.Add(place, std::move(step));
     }
     /// Since when the session waits that has waited longest of its kind; any thread.
-    WaitingSessions::Clock::time_point GetLongestWait(Kind kind) const noexcept {
-        return kinds[kind].waiting.GetLongest();
-    }
-    /// Closes it; any thread.
-    void DropLongestWaiting(Kind kind);
+    WaitingSessions::Clock::time_point GetLongestWait(Kind kind) const noexcept { return waiting.GetLongest(kind); }
+    /// Takes the place of the session that has waited longest, if that is since such a time or longer, and closes it
+    /// soon; any thread. @return false when there is none
+    bool DropLongestWaiting(Kind kind, WaitingSessions::Clock::time_point latest) noexcept;
     /// Ends when its last session has gone.
     void Finish();
     void Enter(AnySession& session) noexcept { sessions.push_back(session); }
-    /// The session may be closed when another needs its place.
-    void BeginWaiting(AnySession& session, Kind kind) noexcept { kinds[kind].waiting.Add(session); }
-    void EndWaiting(AnySession& session) noexcept { WaitingSessions::Remove(session); }
+    /// The session may be closed when another needs its place; any thread.
+    void BeginWaiting(AnySession& session, Kind kind) noexcept { waiting.Add(session, kind); }
+    /// False when it lost its place: it must not begin anything then.
+    bool EndWaiting(AnySession& session) noexcept { return waiting.Remove(session); }
+    /// The session ends.
+    void Forget(AnySession& session) noexcept { waiting.Forget(session); }
 
 private:
     /// Made before the context, which may hold the last of a session: that takes itself out of here at its end.
-    struct OfKind {
-        WaitingSessions waiting;
-        std::atomic<bool> dropAsked{false};
-        PostRoom dropRoom;
-    };
-    std::array<OfKind, kKinds> kinds;
+    WaitingSessions waiting;
+    std::atomic<bool> dropAsked{false};
+    PostRoom dropRoom;
 
 public:
     net::io_context context{1};

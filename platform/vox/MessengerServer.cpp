@@ -211,7 +211,7 @@ HttpResponse MessengerServer::Challenge(LocalCallers::Found::Answer kind) {
 /// What is wrong with a request, whoever sends it.
 std::optional<HttpResponse> MessengerServer::Misdirected(const HttpRequest& head) {
     if (!head.peer.tls && !IsLocalHost(head.host, coreId))
-        return Error(421, "The field Host names neither this node nor the loopback.");
+        return Error(421, "The host of the request is neither this node nor the loopback.");
     if (!FindRoute(head.path)) return Error(404, "Nothing is served at this path.");
     if (AsksForDescription(head)) return std::nullopt;
     if (head.method != "POST") {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <sstream>
 
+#include "FreedMemory.h"
 #include "LumPalStr.h"
 
 namespace LumVoxMsg {
@@ -27,13 +28,19 @@ Session::Session(HttpServer::Core& core, Place taken, std::shared_ptr<Standing> 
     thread.Enter(*this);
 }
 
+Session::~Session() {
+    thread.Forget(*this);
+    // Nobody else says it of a connection that goes without a request, and thousands may go at once.
+    LumVoxRpc::NoteFreed(kFirstRead + (connection->IsTls() ? kTlsBytes : 0));
+}
+
 void Session::Start() {
     error_code error;
     const tcp::endpoint remote = Tcp().socket().remote_endpoint(error);
     if (error || core.closing) return;
     peer.address = (std::ostringstream() << remote).str();
     Tcp().socket().set_option(tcp::no_delay(true), error);
-    BeginWaiting();
+    thread.BeginWaiting(*this, IoThread::Kind::Newcomer);
     Tcp().expires_after(core.limits.handshakeTime);
     connection->Open(Then(&Session::OnOpened));
 }
@@ -56,11 +63,18 @@ void Session::Prove() noexcept {
 }
 
 void Session::BeginWaiting() noexcept {
-    thread.BeginWaiting(*this, standing->proven ? IoThread::IdleProven : IoThread::IdleStranger);
+    if (standing->proven) return thread.BeginWaiting(*this, IoThread::Kind::IdleProven);
+    if (place.GetRank() == PeerRank::Stranger) thread.BeginWaiting(*this, IoThread::Kind::IdleStranger);
 }
 
-void Session::BeginMoving() noexcept {
-    standing->proven ? thread.EndWaiting(*this) : thread.BeginWaiting(*this, IoThread::SlowStranger);
+bool Session::BeginMoving() noexcept {
+    if (standing->proven) return thread.EndWaiting(*this);
+    if (place.GetRank() == PeerRank::Stranger) thread.BeginWaiting(*this, IoThread::Kind::SlowStranger);
+    return true;
+}
+
+bool Session::Speak() noexcept {
+    return standing->proven || place.Speak() || (core.MakeStrangerGo() && place.Speak());
 }
 
 void Session::NamePeer() {
@@ -94,6 +108,9 @@ void Session::Linger() {
     phase = Phase::Lingering;
     BeginMoving();
     parser.reset();
+    buffer.clear();
+    buffer.shrink_to_fit();
+    headerShare.Clear();
     Tcp().expires_after(kLingerTime);
     connection->EndSending(Then(&Session::Drain));
 }

@@ -47,8 +47,8 @@ private:
 
 void Session::Serve() {
     if (core.closing) return GiveUp();
+    if (!thread.EndWaiting(*this)) return Drop();  // nothing is done whose answer cannot be sent
     phase = Phase::Serving;
-    thread.EndWaiting(*this);
     Tcp().expires_never();
     parser.reset();
     auto once = std::make_shared<ReplyOnce>(shared_from_this());
@@ -59,7 +59,7 @@ void Session::RefuseFor(error_code error) {
     if (error == http::error::body_limit) return Refuse(413, "The body is too large.");
     if (error == http::error::bad_version) return Refuse(505, kVersions);
     if (error == http::error::header_limit) return Refuse(431, "The header is too large.");
-    if (error == boost::system::errc::not_enough_memory) return Refuse(503, "Too many large requests at once.");
+    if (error == boost::system::errc::not_enough_memory) return Refuse(503, kTooMuch);
     Refuse(400, "The message is malformed.");
 }
 
@@ -83,7 +83,7 @@ void Session::Respond(HttpResponse answer, bool keep) {
     if (!answer.authenticate.empty()) response->set(http::field::www_authenticate, answer.authenticate);
     response->keep_alive(keepAlive);
     // What answers HEAD has a header alone; what the handler answers is never that.
-    if (parser && parser->get().method() == http::verb::head) answer.body = nullptr;
+    if (isHead) answer.body = nullptr;
     response->body() = answer.body ? std::move(answer.body) : std::make_shared<Blocks>();
     response->content_length(response->body()->GetSize());
     serializer.emplace(*response);

@@ -22,7 +22,7 @@ class Session final : public AnySession, public std::enable_shared_from_this<Ses
 public:
     Session(HttpServer::Core& core, Place taken, std::shared_ptr<Standing> standing,
             std::unique_ptr<Connection> connection);
-    ~Session() override { thread.EndWaiting(*this); }
+    ~Session() override;
 
     void Start();
     void BeginClosing() override {
@@ -33,6 +33,7 @@ public:
         Drop();
         place.GiveBack();
     }
+    void Forfeit() noexcept override { place.Forfeit(); }
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -44,8 +45,10 @@ private:
         Sending,    ///< writes the answer
         Lingering   ///< waits for the peer to close, so that it can read the answer first
     };
+    static constexpr const char* kTooMuch = "Too many large requests at once.";
     static constexpr std::size_t kFirstRead = 4096;  ///< an idle connection holds no more than this
     static constexpr std::size_t kBodyRead = 65536;
+    static constexpr std::size_t kTlsBytes = 65536;  ///< about what the TLS library keeps for a connection
 
     class ReplyOnce;
 
@@ -57,10 +60,13 @@ private:
     void NamePeer();
     /// The peer is no stranger any more.
     void Prove() noexcept;
-    /// May be closed for others from now on.
+    /// May be closed for others from now on; a newcomer may be since he has come.
     void BeginWaiting() noexcept;
     /// Is at a request: of a stranger that, too, ends when it takes long and others need his place.
-    void BeginMoving() noexcept;
+    /// @return false when the place is another's already
+    bool BeginMoving() noexcept;
+    /// A request of one who has proven nothing is to be taken. @return false when too many others' are
+    bool Speak() noexcept;
     bool IsPeerStillLetIn();
 
     void AwaitRequest();
@@ -68,9 +74,13 @@ private:
     void ReadHeader();
     void OnHeaderBytes(error_code error, std::size_t count);
     void ScanHeader();
+    /// Takes of the budget what a header of such a size costs until the request has been answered: its bytes, the
+    /// fields made of them and what the request keeps of those. @return false when there is not enough
+    bool ChargeHeader(std::size_t bytes);
     void SkipEmptyLine();
     void ParseHead(std::size_t length);
     void TakeHead(const HttpHead& head);
+    std::string HostOf(const HttpHead& head);
     std::string OwnAddress();
     void BeginBody(bool sendContinue);
     void OnContinueSent(error_code error, std::size_t);
@@ -99,11 +109,13 @@ private:
     HttpPeer peer;
     Phase phase = Phase::Opening;
     beast::flat_buffer buffer;  ///< bounded, since a chunk's extension is kept whole until its end
+    BudgetShare headerShare;
     HeaderScan scan;
     std::size_t scanned = 0;
     bool mayBeginEmpty = true;
     std::optional<Parser> parser;
     HttpRequest request;
+    bool isHead = false;  ///< its answer has a header alone
     bool keepAlive = false;
     std::optional<Response> response;
     std::optional<Serializer> serializer;

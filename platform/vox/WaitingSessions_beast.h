@@ -2,10 +2,11 @@
 /// The sessions of one event loop, and those of them that may be closed for others.
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <boost/intrusive/list.hpp>
 #include <chrono>
-#include <utility>
+#include <mutex>
 
 namespace LumVoxMsg {
 
@@ -13,18 +14,26 @@ namespace intrusive = boost::intrusive;
 
 using Hook = intrusive::list_member_hook<intrusive::link_mode<intrusive::auto_unlink>>;
 
-class WaitingSessions;
-
-/// What a thread's sessions look like to the server; all calls come on that thread.
+/// What a thread's sessions look like to the server; calls come on that thread, but for Forfeit.
 class AnySession {
 public:
+    enum class State {
+        Free,      ///< waits for nothing that another may need
+        Waiting,   ///< may be closed for another
+        Condemned  ///< is to be closed for another
+    };
+
     virtual ~AnySession() = default;
     /// Ends at once unless a request is being served or answered.
     virtual void BeginClosing() = 0;
     virtual void Abort() = 0;
+    /// Its place is another's from now on, before it is closed; any thread, once.
+    virtual void Forfeit() noexcept = 0;
 
     Hook amongAll, amongWaiting;
-    WaitingSessions* waitsIn = nullptr;
+    // What follows is guarded by the mutex of WaitingSessions.
+    State waiting = State::Free;
+    std::size_t kind = 0;
     std::chrono::steady_clock::time_point waitsSince;
 };
 
@@ -32,43 +41,92 @@ template <Hook AnySession::*hook>
 using Sessions =
     intrusive::list<AnySession, intrusive::member_hook<AnySession, Hook, hook>, intrusive::constant_time_size<false>>;
 
-/// Who has waited longest stands first. Touched by the loop alone, but for what is said of a member. Takes no memory.
+/// Who has waited longest of a kind stands first. Any thread; takes no memory.
 class WaitingSessions {
 public:
     using Clock = std::chrono::steady_clock;
+    /// Why a session may be closed for another.
+    enum Kind : std::size_t {
+        Newcomer,      ///< has proven nothing, and no request of his has been taken yet
+        SlowStranger,  ///< has proven nothing, and his request is still coming, or its answer still going
+        IdleStranger,  ///< has proven nothing, and has no request
+        IdleProven     ///< has no request
+    };
+    static constexpr std::size_t kKinds = 4;
 
-    /// From now on, at the end; takes it from where it waited.
-    void Add(AnySession& session) noexcept {
-        Remove(session);
-        session.waitsIn = this;
+    /// From now on, at the end; takes it from where it waited. One that is condemned stays so.
+    void Add(AnySession& session, Kind kind) noexcept {
+        const std::lock_guard lock(mutex);
+        if (session.waiting == AnySession::State::Condemned) return;
+        Unlink(session);
+        session.waiting = AnySession::State::Waiting;
+        session.kind = kind;
         session.waitsSince = Clock::now();
-        sessions.push_back(session);
-        Publish();
+        kinds[kind].sessions.push_back(session);
+        Publish(kinds[kind]);
     }
-    /// From wherever it waits.
-    static void Remove(AnySession& session) noexcept {
-        if (!session.waitsIn) return;
-        session.amongWaiting.unlink();
-        std::exchange(session.waitsIn, nullptr)->Publish();
+    /// Takes it from where it waited. @return false when it is condemned: it is not to begin anything any more
+    bool Remove(AnySession& session) noexcept {
+        const std::lock_guard lock(mutex);
+        if (session.waiting == AnySession::State::Condemned) return false;
+        Unlink(session);
+        return true;
     }
-    /// Closes the first one, if there is one.
-    void DropFirst() noexcept {
-        if (sessions.empty()) return;
+    /// The session ends.
+    void Forget(AnySession& session) noexcept {
+        const std::lock_guard lock(mutex);
+        Unlink(session);
+    }
+    /// Takes the place of the one that has waited longest, if that is since such a time or longer. It is closed by
+    /// CloseCondemned. @return false when there is none
+    bool Condemn(Kind kind, Clock::time_point latest) noexcept {
+        const std::lock_guard lock(mutex);
+        auto& sessions = kinds[kind].sessions;
+        if (sessions.empty() || sessions.front().waitsSince > latest) return false;
         AnySession& first = sessions.front();
-        Remove(first);
-        first.Abort();
+        Unlink(first);
+        first.waiting = AnySession::State::Condemned;
+        condemned.push_back(first);
+        first.Forfeit();
+        return true;
     }
-    /// Since when the first one waits, Clock::time_point::max() when none does; any thread.
-    Clock::time_point GetLongest() const noexcept { return Clock::time_point(Clock::duration(longest.load())); }
+    /// On the sessions' thread.
+    void CloseCondemned() noexcept {
+        while (AnySession* const session = NextCondemned()) session->Abort();
+    }
+    /// Since when the first one waits, Clock::time_point::max() when none does.
+    Clock::time_point GetLongest(Kind kind) const noexcept {
+        return Clock::time_point(Clock::duration(kinds[kind].longest.load()));
+    }
 
 private:
-    void Publish() noexcept {
-        const auto since = sessions.empty() ? Clock::time_point::max() : sessions.front().waitsSince;
-        longest = since.time_since_epoch().count();
+    struct OfKind {
+        Sessions<&AnySession::amongWaiting> sessions;
+        std::atomic<Clock::rep> longest{Clock::time_point::max().time_since_epoch().count()};
+    };
+
+    void Unlink(AnySession& session) noexcept {
+        if (session.waiting == AnySession::State::Free) return;
+        session.amongWaiting.unlink();
+        if (session.waiting == AnySession::State::Waiting) Publish(kinds[session.kind]);
+        session.waiting = AnySession::State::Free;
+    }
+    static void Publish(OfKind& of) noexcept {
+        const auto since = of.sessions.empty() ? Clock::time_point::max() : of.sessions.front().waitsSince;
+        of.longest = since.time_since_epoch().count();
+    }
+    /// It stays condemned: what it has begun must not go on.
+    AnySession* NextCondemned() noexcept {
+        const std::lock_guard lock(mutex);
+        if (condemned.empty()) return nullptr;
+        AnySession& first = condemned.front();
+        first.amongWaiting.unlink();
+        return &first;
     }
 
-    Sessions<&AnySession::amongWaiting> sessions;
-    std::atomic<Clock::rep> longest{Clock::time_point::max().time_since_epoch().count()};
+    std::mutex mutex;  ///< guards what follows, but for reading the longest
+    std::array<OfKind, kKinds> kinds;
+    Sessions<&AnySession::amongWaiting> condemned;
 };
 
 }  // namespace LumVoxMsg

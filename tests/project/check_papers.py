@@ -39,6 +39,20 @@ def keys_of_the_code():
     return keys
 
 
+def check_audited_keys():
+    """The second line of the audit log tells each key that has a row, under its namespace."""
+    told = text_of(ROOT / "docs/configuration.md").split("## Names that are reserved")[0]
+    table = text_of(ROOT / "LumConfPar/ChangedNames.cpp").split("kKnown[] = {")[1].split("\n};")[0]
+    known = {space: set(re.findall(r'"([A-Z_]+)"', keys)) for space, keys in
+             re.findall(r'\{"([a-z.]+)",\s*\{(.*?)\}\}', table, re.S)}
+    for space, section in re.findall(r"^## ([a-z.]+\.[a-z.]+)$(.*?)(?=^## )", told + "\n## ", re.M | re.S):
+        rows = set(re.findall(r"^\| `([A-Z][A-Z0-9_]+)` \|", section, re.M))
+        for key in sorted(rows ^ known.get(space, set())):
+            yield f"LumConfPar/ChangedNames.cpp: the known keys of {space} and docs/configuration.md differ in {key}"
+    if sum(map(len, known.values())) > 60:
+        yield "LumConfPar/ChangedNames.cpp: the known keys and their namespaces might not all be told"
+
+
 def check_keys():
     page = text_of(ROOT / "docs/configuration.md")
     told, reserved = page.split("## Names that are reserved")
@@ -173,7 +187,7 @@ def check_rooms():
 
 
 def main():
-    checks = (check_keys, check_bounds, check_environment, check_options, check_links, check_rooms)
+    checks = (check_keys, check_audited_keys, check_bounds, check_environment, check_options, check_links, check_rooms)
     errors = [error for check in checks for error in check()]
     for error in errors:
         print(error)

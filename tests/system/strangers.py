@@ -141,6 +141,56 @@ class Handshakes:
                 self.done += 1
 
 
+class Drip:
+    """Connections that send a byte of a header, or of a body, from time to time; those that the node closes are made
+    anew."""
+
+    def __init__(self, address, port, count=128):
+        self.address, self.port, self.sockets, self.done = address, port, [None] * count, 0
+        self.context = stranger_context()
+
+    def step(self):
+        with contextlib.suppress(OSError, ValueError):
+            self.open(self.sockets.index(None))
+        for number, connection in enumerate(self.sockets):
+            if connection is None:
+                continue
+            try:
+                connection.send(b"x")
+                self.done += 1
+            except OSError:
+                connection.socket.close()
+                self.sockets[number] = None
+
+    def open(self, number):
+        """One for each step: handshakes take time."""
+        connection = self.sockets[number] = wire.Connection(self.port, self.context, address=self.address)
+        head = wire.post(b"x" * 1000)
+        connection.send(head[:-1000] if number % 2 else head[:20])
+
+
+class Storm:
+    """Connections as fast as they come, of which each sends the beginning of a handshake and is left open."""
+
+    def __init__(self, address, port):
+        self.silent = Silent(address, port)
+        self.done = 0
+
+    def step(self):
+        self.silent.step()
+        with contextlib.suppress(OSError, IndexError):
+            self.silent.sockets[-1].sendall(b"\x16\x03\x01\x02\x00\x01")
+        self.done = self.silent.done
+
+
+def wrong_proof(number=0):
+    """A proof as a local caller gives it, and one that the node cannot have made."""
+    proofs = ("LumLocal " + "0" * 64,
+              'Digest username="local-7443", realm="lumconf", nonce="' + "0" * 96 + '", uri="' + wire.PATH
+              + '", algorithm=SHA-256, qop=auth, nc=00000001, cnonce="c", response="' + "0" * 64 + '"')
+    return wire.post(wire.list_call()).replace(b"\r\n\r\n", f"\r\nAuthorization: {proofs[number]}\r\n\r\n".encode(), 1)
+
+
 def large_call():
     return wire.post(wire.install_call(bytes(LARGE)))
 
@@ -156,6 +206,9 @@ KINDS = {
     "malformed": lambda address, port: Callers(address, port, 16, wire.post(wire.call("list", "<PolicySelection><x"))),
     "bodies": lambda address, port: Callers(address, port, 8, large_call()),
     "silent": Silent,
+    "drip": Drip,
+    "storm": Storm,
+    "proofs": lambda address, port: Callers(address, port, 16, wrong_proof(1)),
     "handshakes": Handshakes,
 }
 

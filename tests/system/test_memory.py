@@ -1,14 +1,16 @@
 #!/usr/bin/python3
 """How much memory a request of many megabytes makes a daemon take, and that all of it goes back."""
+import contextlib
 import os
 import pathlib
 import re
+import socket
 import subprocess
 import threading
 import unittest
 
 import wire
-from node import TOOLS, Node, header, wait_until
+from node import PATIENCE_S, TOOLS, Node, header, wait_until
 
 MEGABYTE = 1 << 20
 
@@ -134,9 +136,11 @@ CALLERS = {"a stranger": lambda node: "", "the administrator": wire.secret_of}
 class Memory(unittest.TestCase):
     """Measured against a daemon that has served nothing else but an empty list and a check."""
 
-    def measure(self, calls, path, body, undo, secret_for):
+    def measure(self, calls, path, body, undo, secret_for, first=None):
         with Node({"vox.http.ext.conf": UNLIMITED}) as node:
             pid, secret = node.daemon.pid, secret_for(node)
+            if first:
+                self.assertEqual(wire.ask(node, first, secret=secret).value(), wire.DONE)
             wire.ask(node, wire.list_call())
             wire.ask(node, wire.call("checkpolicy"), CHECK)
             before = resident(pid)
@@ -163,6 +167,52 @@ class Memory(unittest.TestCase):
     def test_two_strangers_with_the_largest_checks_take_no_more_than_4_times_their_size(self):
         body = check(text(b"a ", 62 * MEGABYTE))
         self.measure(2, CHECK, body, None, CALLERS["a stranger"])
+
+    def test_categories_for_an_installed_policy_take_no_more_than_4_times_their_size(self):
+        one = wire.install_call(wire.policy_array("large"))
+        for mode in ("6", "7"):
+            for unit in (b"%x ", b"%o "):
+                body = large(wire.operation_call(mode, string="@@"), numbered(unit))
+                with self.subTest(mode, unit=unit):
+                    self.measure(1, MAIN, body, None, CALLERS["the administrator"], one)
+
+    def send_headers(self, node, connections, length):
+        """Open connections, each with a header of many short fields that was taken or refused, and no body yet."""
+        head = (f"POST {CHECK} HTTP/1.1\r\nHost: localhost\r\nContent-Type: text/xml\r\nContent-Length: 9\r\n"
+                "Expect: 100-continue\r\n").encode()
+        head += b"a:\r\n" * ((length - len(head)) // 4) + b"\r\n"
+        opened = [socket.create_connection(("127.0.0.1", node.port), PATIENCE_S) for _ in range(connections)]
+        for connection in opened:
+            with contextlib.suppress(OSError):
+                connection.sendall(head)
+        for connection in opened:
+            with contextlib.suppress(ConnectionResetError):
+                self.assertIn(connection.recv(12), (b"HTTP/1.1 100", b"HTTP/1.1 503"))
+        return opened
+
+    def assert_all_goes_back(self, connections, length):
+        """Strangers have a quarter of the budget, and each connection a few pages."""
+        budget = 64 * MEGABYTE
+        most = (budget // 4 + connections * 32768) * MOST_TIMES // 4 + MOST_KEPT
+        with Node({"vox.http.ext.conf": {"BODY_TOTAL_LIMIT": budget}}) as node:
+            pid = node.daemon.pid
+            wire.ask(node, wire.list_call())
+            wire.ask(node, wire.call("checkpolicy"), CHECK)
+            before = resident(pid)
+            reset_peak(pid)
+            opened = self.send_headers(node, connections, length)
+            self.assertEqual(wire.ask(node, wire.list_call(), secret=wire.secret_of(node)).status, 200)
+            for connection in opened:
+                connection.close()
+            self.assertLess(resident(pid, "VmHWM") - before, most)
+            wait_until(lambda: resident(pid) - before < MOST_KEPT, "the memory goes back")
+            self.assertEqual(wire.ask(node, wire.list_call()).status, 200)
+
+    def test_large_headers_have_a_budget_and_their_memory_goes_back(self):
+        self.assert_all_goes_back(2000, 60000)
+
+    def test_the_memory_of_thousands_of_small_headers_goes_back(self):
+        self.assert_all_goes_back(2000, 3000)
 
     def test_the_memory_of_many_requests_below_a_megabyte_goes_back_too(self):
         body = check(text(b"a ", 700 << 10))

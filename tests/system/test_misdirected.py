@@ -1,6 +1,7 @@
 #!/usr/bin/python3
 """Requests that were not meant for the node, and callers who are trusted no longer."""
 import signal
+import socket
 import unittest
 
 import pki
@@ -26,6 +27,29 @@ class OnTheLoopback(unittest.TestCase):
             for host in ("localhost", f"127.0.0.1:{self.node.port}", "[::1]"):
                 with self.subTest(method, host=host):
                     self.assertNotIn(self.ask(host, path, wire.call(method)).status, (400, 421))
+
+    def test_a_target_that_names_its_host_is_taken_at_its_word(self):
+        body = wire.call("mgrconf")
+        for host, status in (("evil.example", 421), (f"evil.example:{self.node.port}", 421), ("localhost", 200),
+                             (f"127.0.0.1:{self.node.port}", 200), ("u@localhost", 400), ("", 400)):
+            for scheme in ("http", "HTTPS"):
+                with self.subTest(host, scheme=scheme):
+                    self.assertEqual(self.ask("localhost", f"{scheme}://{host}{wire.PATH}", body).status, status)
+        self.assertEqual(self.ask("evil.example", f"http://localhost{wire.PATH}", body).status, 200,
+                         "the field is for proxies then")
+
+    def test_head_is_answered_without_a_body_whatever_is_wrong_with_it(self):
+        for rest, status in ((" / HTTP/1.1\r\nHost: localhost\r\n\r\n", 404), (" / HTTP/1.2\r\nHost: localhost\r\n\r\n", 505),
+                             (" / HTTP/3.0\r\n\r\n", 505), (" / HTTP/1.1\r\n\r\n", 400), (" /\r\n\r\n", 400),
+                             (" / HTTP/1.1\nHost: localhost\r\n\r\n", 400),
+                             (" / HTTP/1.1\r\nX: " + "x" * 70000 + "\r\n\r\n", 431),
+                             (f" {wire.PATH} HTTP/1.1\r\nHost: evil.example\r\n\r\n", 421)):
+            with self.subTest(rest[:40]), wire.Connection(self.node.port) as connection:
+                connection.send(b"HEAD" + rest.encode())
+                connection.socket.shutdown(socket.SHUT_WR)
+                answer = b"".join(iter(lambda: connection.socket.recv(65536), b""))
+                self.assertRegex(answer, f"^HTTP/1.1 {status} ".encode())
+                self.assertTrue(answer.endswith(b"\r\n\r\n"), answer)
 
     def test_an_impossible_host_is_malformed(self):
         for host in ("", "a b", "http://localhost", "localhost:port", "localhost:70000", "[::1", "a..b", "u@localhost"):

@@ -12,8 +12,10 @@ import strangers
 import wire
 from node import SLOWNESS, TRIAL_SECONDS, Node, wait_until
 
-# The promise is twice; what else runs on the machine has a share in what is measured.
-MOST_TIMES = 2 * 3
+# The limit is the promise itself: at most twice the time. A test that asserts a time may leave a factor of three, since
+# what else runs on the machine has a share in what is measured; the row in bench/ holds the node to 2 on a quiet one.
+PROMISED_TIMES = 2
+MOST_TIMES = PROMISED_TIMES * 3
 HOSTS = 4
 
 
@@ -120,6 +122,15 @@ class Strangers(unittest.TestCase):
 
     def test_silent_connections_keep_no_proven_caller_waiting(self):
         self.assert_proven_callers_go_first("silent")
+
+    def test_dripping_requests_keep_no_proven_caller_waiting(self):
+        self.assert_proven_callers_go_first("drip")
+
+    def test_wrong_proofs_keep_no_proven_caller_waiting(self):
+        self.assert_proven_callers_go_first("proofs")
+
+    def test_a_storm_of_connections_keeps_no_proven_caller_waiting(self):
+        self.assert_proven_callers_go_first("storm")
 
     def test_a_new_connection_of_a_proven_caller_comes_through_handshakes_and_silence(self):
         self.begin("handshakes", 2)

@@ -21,6 +21,32 @@ TEST(ChangedNames, AreNamespacesWithTheirAttributesThoseThatTheNodeReadsFirst) {
     EXPECT_EQ(Told(ConfigGroup_t()), "nothing");
 }
 
+TEST(ChangedNames, NoneThatTheNodeKnowsHidesBehindThoseThatSomebodyMakesUp) {
+    ConfigGroup_t group;
+    for (const char* const space : {"conf.a", "sec.a", "sec.cor", "sec.core", "vox.http.ext.conf", "conf.server"}) {
+        LumPalConfig::Configuration_t configuration = group.GetConfig(space);
+        for (int i = 0; i < 200; ++i)
+            configuration.SetAttrValue(LumPalStr::String_t("A") + LumPalStr::NumToStr(i), "v");
+    }
+    group.GetConfig("sec.core").SetAttrValue("CORE_ID", "me");
+    group.GetConfig("conf.server").SetAttrValue("AUDIT_LOGGING", "false");
+    group.GetConfig("vox.http.ext.conf").SetAttrValue("LOCAL_SECRET_HEADER", "true");
+    const std::string told = Told(group);
+    EXPECT_TRUE(
+        told.starts_with("[conf.server] 'AUDIT_LOGGING'; [sec.core] 'CORE_ID'; "
+                         "[vox.http.ext.conf] 'LOCAL_SECRET_HEADER'; [conf.server] 'A0', 'A1', "))
+        << told;
+    EXPECT_NE(told.find("; and 1112 more"), std::string::npos) << told.substr(told.size() - 100);
+}
+
+TEST(ChangedNames, NoNamespaceThatTheNodeKnowsHidesBehindThoseThatSomebodyMakesUp) {
+    ConfigGroup_t group;
+    for (int i = 0; i < 200; ++i) group.GetConfig(LumPalStr::String_t("sec.") + LumPalStr::NumToStr(i));
+    group.GetConfig("sec.core");
+    EXPECT_TRUE(Told(group, Reach::Namespaces).starts_with("[sec.core]; [sec.0]; ")) << Told(group);
+    EXPECT_TRUE(Told(group).starts_with("[sec.core]; [sec.0]; ")) << Told(group);
+}
+
 TEST(ChangedNames, OfOneNameNeverLookLikeTwo) {
     EXPECT_EQ(Told(GroupOf({{"a] 'X'; [b", "Y', 'Z", "1"}})), "[a\\] 'X'; \\[b] 'Y\\', \\'Z'");
     EXPECT_EQ(Told(GroupOf({{"a\\", "b\\", "1"}})), "[a\\\\] 'b\\\\'");

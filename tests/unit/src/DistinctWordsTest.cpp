@@ -23,6 +23,14 @@ TEST(DistinctWords, OneThatComesAMillionTimesIsKeptOnce) {
     EXPECT_EQ(DistinctWords(String_t(text.c_str())), (Words{"a"}));
 }
 
+TEST(DistinctWords, ThereAreNoMoreThanThereMayBe) {
+    std::string text;
+    for (std::size_t i = 0; i < kMostWords; ++i) text += std::to_string(i) + " 7 ";
+    EXPECT_EQ(DistinctWords(String_t(text.c_str())).size(), kMostWords);
+    text += "more";
+    EXPECT_THROW(DistinctWords(String_t(text.c_str())), LumPalMsg::IllegalArgumentError_t);
+}
+
 TEST(WordsAmong, OnlyWhatIsKnownIsKept) {
     const HashedTexts<String_t> known({"a", "b", "c"});
     EXPECT_EQ(WordsAmong("x c y a c z", known), (Words{"c", "a"}));

@@ -263,6 +263,18 @@ TEST_F(PolicyModifyTest, CategoriesArePartedByBlanks) {
     EXPECT_EQ(node.Audited(Line("Success", "MODIFY", "a", "category was successfully changed.")), 2);
 }
 
+TEST_F(PolicyModifyTest, MoreCategoriesThanOneOperationTakesChangeNothing) {
+    std::string words;
+    for (int i = 0; i < 100001; ++i) words += std::to_string(i) + ' ';
+    Install({"a"});
+    AddCategory("c d");
+    EXPECT_THROW(AddCategory(words.c_str()), LumPalMsg::IllegalArgumentError_t);
+    EXPECT_EQ(Categories(Stored("a")), "c;d;");
+    EXPECT_EQ(node.Audited("Failure Audit: MODIFY: "), 1);
+    RemoveCategory((words + "c").c_str());
+    EXPECT_EQ(Categories(Stored("a")), "d;") << "what no policy has does not count";
+}
+
 TEST_F(PolicyModifyTest, ACategoryThatAllPoliciesHaveChangesNothing) {
     Install({"a", "b"});
     AddCategory("c");

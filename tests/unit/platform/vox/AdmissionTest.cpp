@@ -4,6 +4,7 @@
 
 using LumVoxMsg::Admission;
 using LumVoxMsg::PeerAddress;
+using LumVoxMsg::PeerRank;
 
 namespace {
 
@@ -31,9 +32,42 @@ TEST(Admission, StrangersHaveThreeQuartersOfTheConnections) {
     }
     EXPECT_TRUE(admission.HaveStrangersTheirShare());
     EXPECT_TRUE(Says(admission.WhyFull(Host(9)), "share"));
-    admission.Prove(Host(0));
+    admission.Prove(Host(0), PeerRank::Newcomer);
     EXPECT_EQ(admission.WhyFull(Host(9)), nullptr) << "who has proven who he is takes none of theirs";
     EXPECT_EQ(admission.GetCount(), 6u);
+}
+
+TEST(Admission, AnEighthIsKeptForThoseOfWhomNoRequestWasTakenYet) {
+    Admission admission(16, 100);
+    for (int i = 0; i < 12; ++i) admission.Enter(Host(1));
+    EXPECT_NE(admission.WhyFull(Host(1)), nullptr);
+    for (int i = 0; i < 10; ++i) EXPECT_TRUE(admission.Speak()) << i;
+    EXPECT_FALSE(admission.Speak());
+    admission.Prove(Host(1), PeerRank::Newcomer);
+    EXPECT_FALSE(admission.Speak()) << "a newcomer who proves who he is was none of the strangers";
+    admission.Prove(Host(1), PeerRank::Stranger);
+    EXPECT_TRUE(admission.Speak());
+    admission.Leave(Host(1), PeerRank::Stranger);
+    EXPECT_TRUE(admission.Speak());
+    admission.TakeBackSpeaking();
+    EXPECT_TRUE(admission.Speak());
+}
+
+TEST(Admission, ProvenCallersFillItWhenFewerPlacesAreLeftThanAreKeptForNewcomers) {
+    Admission admission(16, 100);
+    EXPECT_FALSE(admission.IsFilledByProven()) << "nobody is there";
+    for (int i = 0; i < 16; ++i) {
+        admission.Enter(Host(1));
+        admission.Prove(Host(1), PeerRank::Newcomer);
+    }
+    EXPECT_TRUE(admission.IsFilledByProven());
+    admission.Leave(Host(1), PeerRank::Proven);
+    EXPECT_FALSE(admission.IsFilledByProven());
+    admission.Enter(Host(1));
+    EXPECT_TRUE(admission.IsFilledByProven());
+    admission.Leave(Host(1), PeerRank::Proven);
+    admission.Enter(Host(1));
+    EXPECT_FALSE(admission.IsFilledByProven());
 }
 
 TEST(Admission, AllTogetherAreNoMoreThanAllConnections) {
@@ -41,10 +75,10 @@ TEST(Admission, AllTogetherAreNoMoreThanAllConnections) {
     for (int i = 0; i < 4; ++i) {
         EXPECT_EQ(admission.WhyFull(Host(1)), nullptr) << i;
         admission.Enter(Host(1));
-        admission.Prove(Host(1));
+        admission.Prove(Host(1), PeerRank::Newcomer);
     }
     EXPECT_TRUE(Says(admission.WhyFull(Host(1)), "all are at work"));
-    admission.Leave(Host(1), true);
+    admission.Leave(Host(1), PeerRank::Proven);
     EXPECT_EQ(admission.WhyFull(Host(1)), nullptr);
 }
 
@@ -55,12 +89,12 @@ TEST(Admission, AnAddressHasALimitOfItsOwn) {
     EXPECT_TRUE(admission.IsAddressFull(Host(1)));
     EXPECT_TRUE(Says(admission.WhyFull(Host(1)), "MAX_ADDRESS_CONNECTIONS"));
     EXPECT_EQ(admission.WhyFull(Host(2)), nullptr);
-    admission.Prove(Host(1));
+    admission.Prove(Host(1), PeerRank::Newcomer);
     EXPECT_EQ(admission.WhyFull(Host(1)), nullptr) << "a proven caller does not count";
     admission.Enter(Host(1));
-    admission.Leave(Host(1), true);
+    admission.Leave(Host(1), PeerRank::Proven);
     EXPECT_TRUE(admission.IsAddressFull(Host(1)));
-    admission.Leave(Host(1), false);
+    admission.Leave(Host(1), PeerRank::Newcomer);
     EXPECT_FALSE(admission.IsAddressFull(Host(1)));
 }
 
@@ -68,7 +102,7 @@ TEST(Admission, LoopbackHasNone) {
     Admission admission(100, 2);
     for (int i = 0; i < 50; ++i) admission.Enter(Loopback());
     EXPECT_EQ(admission.WhyFull(Loopback()), nullptr);
-    for (int i = 0; i < 50; ++i) admission.Leave(Loopback(), false);
+    for (int i = 0; i < 50; ++i) admission.Leave(Loopback(), PeerRank::Newcomer);
     EXPECT_EQ(admission.GetCount(), 0u);
 }
 

@@ -166,6 +166,23 @@ TEST(HostileRequests, CallersWithoutANameShareAQuarterOfTheMemoryForBodies) {
     EXPECT_EQ(RawHttp(server.GetPort()).Exchange(PostOf("/echo", body.substr(1))).status, 200);
 }
 
+TEST(HostileRequests, LargeHeadersShareTheMemoryForBodies) {
+    HttpLimits limits;
+    limits.allBodiesBytes = 1u << 20;
+    EchoServer server(limits);
+    const std::string fields = Repeat("a:\r\n", 1500), more = "Expect: 100-continue\r\nContent-Length: 1\r\n\r\n";
+    RawHttp first(server.GetPort()), second(server.GetPort());
+    first.Send("POST /echo HTTP/1.1\r\nHost: a\r\n" + fields + more);
+    EXPECT_EQ(first.Receive().status, 100) << "it has most of the 262,144 bytes of strangers";
+    second.Send("POST /echo HTTP/1.1\r\nHost: a\r\n" + fields + more);
+    EXPECT_EQ(second.Receive().status, 503);
+    EXPECT_TRUE(second.IsClosed());
+    first.Send("x");
+    EXPECT_EQ(first.Receive().body, "x");
+    EXPECT_EQ(first.Exchange(PostOf("/echo", "a", fields)).body, "a") << "given back with the answer";
+    EXPECT_EQ(RawHttp(server.GetPort()).Exchange(PostOf("/echo", "b")).body, "b");
+}
+
 TEST(HostileRequests, AConnectionBeyondTheLimitGets503WhenAllAreAtWork) {
     HttpLimits limits;
     limits.connections = 2;

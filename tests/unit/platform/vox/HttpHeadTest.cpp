@@ -41,6 +41,10 @@ const Row kRows[] = {
     {"an unknown coding", {"POST", "/", 11, {{"Host", "a"}, {"Transfer-Encoding", "xchunked"}}}, 501},
     {"a coding in HTTP/1.0", {"POST", "/", 10, {{"Transfer-Encoding", "chunked"}}}, 400},
     {"an unknown expectation", {"POST", "/", 11, {{"Host", "a"}, {"Expect", "tea"}, {"Content-Length", "3"}}}, 417},
+    {"a target with a host", {"GET", "http://b:7443/x", 11, {{"Host", "a"}}}, 0},
+    {"a target with an empty host", {"GET", "http:///x", 11, {{"Host", "a"}}}, 400},
+    {"a target with a user", {"GET", "HTTPS://u@localhost/x", 11, {{"Host", "a"}}}, 400},
+    {"a target with an impossible port", {"GET", "http://localhost:70000", 11, {{"Host", "a"}}}, 400},
     {"HTTP/1.2", {"GET", "/", 12, {{"Host", "a"}}}, 505},
     {"HTTP/2.0", {"GET", "/", 20, {{"Host", "a"}}}, 505},
 };
@@ -86,4 +90,16 @@ TEST(HttpHead, AHostIsANameOrAnAddressWithAPortOrWithout) {
           "a%20b", "\xC3\xA4", ".",    "..", "a..b", ".a",     "-a",      "a-",  "a:65536", "a:x", "a:-1",
           "a:1:2", "::1",      "[::1", "[]", "[a]",  "[::1]x", "[::1]:x", ":",   ":80"})
         EXPECT_FALSE(LumVoxMsg::IsHost(host)) << host;
+}
+
+TEST(HttpHead, ATargetMayNameItsHost) {
+    const struct {
+        const char* target;
+        std::optional<std::string_view> host;
+    } rows[] = {
+        {"/a", std::nullopt},           {"*", std::nullopt}, {"http:/a", std::nullopt},
+        {"/http://a", std::nullopt},    {"http://a", "a"},   {"HTTPS://a:1/b", "a:1"},
+        {"http://[::1]?wsdl", "[::1]"}, {"http://", ""},     {"http:///a", ""},
+    };
+    for (const auto& row : rows) EXPECT_EQ(LumVoxMsg::TargetHost(row.target), row.host) << row.target;
 }
