@@ -1,3 +1,4 @@
+// ClusterUtil: lines for the console.
 #include <algorithm>
 
 #include "LumConfCluster/ClusterUtil.h"

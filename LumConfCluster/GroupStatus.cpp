@@ -1,3 +1,4 @@
+// ClusterUtil: a policy's status by the groups that run here.
 #include "ConfBase.h"
 #include "Exceptions.h"
 #include "LumConfCluster/Cluster.h"

@@ -12,7 +12,7 @@ namespace LumConfPar {
 /// Holds the live value of CACHE_CONFIGSETTINGS_POLICIES, from its making to its end. Any thread.
 class ConfParHandler final : public LumPalConfig::ConfigChangeHandler_i {
 public:
-    /// Registers for changes and reads the value. A configuration that cannot be read, or watched, is said in the
+    /// Registers for changes and reads the value. A configuration that cannot be read, or watched, is logged in the
     /// application log and counts as "no cache".
     ConfParHandler();
     ConfParHandler(const ConfParHandler&) = delete;

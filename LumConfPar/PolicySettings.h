@@ -16,13 +16,14 @@ namespace LumConfPar {
 
 /// Holds every installed policy of the type "configsettings" in memory, headers and data files, and after each change
 /// merges the enabled ones anew and makes the outcome the node's policy settings. Nobody is woken when they stay equal.
-/// Bad policies are said in the application log and left out.
+/// Bad policies are logged in the application log and left out.
 ///
 /// A failed merge, or a failed write, leaves the settings of the node as they were and comes out as
-/// LumPalMsg::RuntimeException_t 208 or 210; the change itself stays in memory. After a Start that could not read the
-/// store, the next operation starts anew instead: nothing is merged of a memory that lacks policies. Each operation but
-/// Start raises LumPalMsg::IllegalStateError_t 198 before Start was called. Ids are separated by blanks, in any case.
-/// A value, of which copies share headers and group: to begin anew, assign a new one. One thread at a time.
+/// LumPalMsg::RuntimeException_t SettingsMergeError or SettingsNotWritten; the change itself stays in memory. After a
+/// Start that could not read the store, the next operation starts anew instead: nothing is merged of a memory that
+/// lacks policies. Each operation but Start raises LumPalMsg::IllegalStateError_t SettingsNotStarted before Start was
+/// called. Ids are separated by blanks, in any case. A value, of which copies share headers and group: to begin anew,
+/// assign a new one. One thread at a time.
 class PolicySettings final : public SettingsSink {
 public:
     PolicySettings();
@@ -32,14 +33,16 @@ public:
 
     /// Reads the store and merges.
     /// @throws LumPalIo::IOException_t 7 for a settings directory that cannot be made; LumConf::PolicyFileException
-    ///         when a header cannot be read; LumPalMsg::RuntimeException_t 58 when the store cannot be read; 208, 210
+    ///         when a header cannot be read; LumPalMsg::RuntimeException_t CacheNotRead when the store cannot be read;
+    ///         SettingsMergeError, SettingsNotWritten
     void Start() override;
     /// Takes new or changed policies in, the present ones of these ids go first. Ends at the first that is bad, without
-    /// a merge: 199, 200 or 201 in the application log.
+    /// a merge: SettingsPoliciesNotLoaded, SettingsPolicyNotInserted or SettingsInstallDataNotLoaded in the application
+    /// log.
     void Install(const LumPalStr::String_t& ids) override;
-    /// An id that is not there is only traced (202).
+    /// An id that is not there is only traced (SettingsRemoveNotFound).
     void Remove(const LumPalStr::String_t& ids) override;
-    /// Needs no file of a policy. An id that is not there is only traced (203), the others change.
+    /// Needs no file of a policy. An id that is not there is only traced (SettingsEnableNotFound), the others change.
     void Enable(const LumPalStr::String_t& ids) override;
     void Disable(const LumPalStr::String_t& ids) override;
 

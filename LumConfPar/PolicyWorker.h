@@ -27,11 +27,11 @@ public:
     /// A worker that runs must be stopped before.
     ~PolicyWorker() override;
 
-    /// @throws LumPalMsg::IllegalStateError_t 195 when it was started before, also when it was stopped since;
-    ///         LumPalMsg::RuntimeException_t when the system gives no thread: then it may be called again
+    /// @throws LumPalMsg::IllegalStateError_t WorkerAlreadyRunning when it was started before, also when it was stopped
+    ///         since; LumPalMsg::RuntimeException_t when the system gives no thread: then it may be called again
     void Start();
     /// Waits for the job in work; those behind it are dropped.
-    /// @throws LumPalMsg::IllegalStateError_t 196 when it was never started
+    /// @throws LumPalMsg::IllegalStateError_t WorkerNotRunning when it was never started
     void Stop();
     /// Appends a job for blank-separated ids; dropped unless the worker runs.
     void InsertJob(JobKind kind, const LumPalStr::String_t& ids);
@@ -62,9 +62,9 @@ private:
     // The queue.
     LumPalThread::Mutex_t mutex;
     LumPalThread::CondVar_t condition;
-    bool running = false;   ///< guarded by mutex
-    bool working = false;   ///< guarded by mutex
-    std::deque<Job> queue;  ///< guarded by mutex
+    bool running LUMPAL_GUARDED_BY(mutex) = false;
+    bool working LUMPAL_GUARDED_BY(mutex) = false;
+    std::deque<Job> queue LUMPAL_GUARDED_BY(mutex);
     // The worker thread alone.
     std::unique_ptr<SettingsSink> settings;
     bool reloadNeeded = false;

@@ -2,7 +2,7 @@
 
 #include <iterator>
 
-#include "AuditLog.h"
+#include "Authorization.h"
 #include "ChangedNames.h"
 #include "CheckedArgs.h"
 #include "ConfigGroupSoapArg.h"
@@ -23,11 +23,9 @@ using LumVoxSoap::SOAPArgInt;
 using LumVoxSoap::SOAPArgUnicodeString;
 
 /// The arguments of one call, and what is known of it so far.
-struct RpcConfigHandler::Request {
-    String_t sender;
+struct RpcConfigHandler::Request : Call {
     const Mode* mode = nullptr;  ///< null while it is not known to be an operation
-    bool authorized = false;
-    AuditChoices choices;  ///< before the work, which may change them
+    AuditChoices choices;        ///< before the work, which may change them
     SOAPArgInt number{names::PolicyOperationMode, 0};
     SOAPArgUnicodeString package{names::ConfigPackageName, String_t()};
     ConfigGroupSoapArg group{names::ConfigGroupName};
@@ -68,15 +66,16 @@ constexpr unsigned kEveryRight = RightConfigGet | RightConfigSet;
 
 }  // namespace
 
-RpcConfigHandler::RpcConfigHandler()
-    : authorization(&Authorization::GetInstance()), auditLog(&AuditLog::GetInstance()) {}
+RpcConfigHandler::RpcConfigHandler() = default;
 
 RpcConfigHandler::~RpcConfigHandler() {
     WaitForAllCalls();
 }
 
 /// A change also tells what it names; the required line does not.
-void RpcConfigHandler::Audit(const Request& request, int kind, bool success) {
+void RpcConfigHandler::Audit(const Request& request, AuditLog::Outcome outcome) {
+    const bool success = outcome == AuditLog::Outcome::Success;
+    const AuditLog::Mode kind = success ? request.mode->audited : request.mode->auditedFailure;
     if (request.mode->mode == ConfigMode::Get) return auditLog->Log(request.sender, kind, success);
     auditLog->Log(request.sender, kind, success, request.choices, [&] {
         const Reach reach = request.mode->mode == ConfigMode::ClearNamespace ? Reach::Namespaces : Reach::Attributes;
@@ -86,28 +85,15 @@ void RpcConfigHandler::Audit(const Request& request, int kind, bool success) {
     });
 }
 
-const RpcConfigHandler::Mode* RpcConfigHandler::FindMode(int number) {
-    for (const Mode& row : modes) {
-        if (static_cast<int>(row.mode) == number) return &row;
-    }
-    return nullptr;
-}
-
 void RpcConfigHandler::Process(LumVoxRpc::RpcServerCall& call) {
     Request request;
-    request.sender = StartCall(call, msg::RpcConfigStart);
-    RpcAnswer answer;
-    try {
-        Serve(call, request, answer);
-    } catch (const LumPalMsg::Exception_t& e) {
-        answer.SetFailure(request.sender, Make(msg::RpcConfigError, e));
-        if (request.authorized) Audit(request, request.mode->auditedFailure, false);
-    }
-    // Stands behind the catch clause: also a request that could not be read, or whose mode is no operation, is
-    // answered so.
-    if (!request.authorized) {
-        answer.Set(ReturnValue::NotAuthorized, Make(msg::RpcConfigNotAuthorized, request.sender));
-    }
+    const RpcAnswer answer = RunCall(
+        call, {msg::RpcConfigStart, msg::RpcConfigNotAuthorized, {}}, request,
+        [&](RpcAnswer& done) { Serve(call, request, done); },
+        [&](const LumPalMsg::Exception_t& e, RpcAnswer& failed) {
+            failed.SetFailure(request.sender, Make(msg::RpcConfigError, e));
+            if (request.authorized) Audit(request, AuditLog::Outcome::Failure);
+        });
     ConfigGroupSoapArg group(names::ConfigGroupName);
     group.SetTypeAttribute();
     group.SetGroup(request.result);
@@ -118,27 +104,24 @@ void RpcConfigHandler::Serve(LumVoxRpc::RpcServerCall& call, Request& request, R
     if (!authorization->IsAuthorized(call, kEveryRight) && !MayAsk(call, request.sender)) return;
     SOAPArg* const arguments[] = {&request.number, &request.package, &request.group};
     call.ReadRequest(std::size(arguments), arguments);
-    request.mode = FindMode(request.number.GetValue());
+    request.mode = FindMode<Mode>(modes, request.number.GetValue());
     if (!request.mode) return;
     request.authorized = true;
     request.choices = auditLog->GetChoices();
     request.mode->work(request);
     answer.Set(ReturnValue::Success, MakeUnchecked(request.mode->done));
-    Audit(request, request.mode->audited, true);
+    Audit(request, AuditLog::Outcome::Success);
 }
 
-/// Nothing of the request is kept: it may be large, and the caller may not be allowed to bring it.
 bool RpcConfigHandler::MayAsk(const LumVoxRpc::RpcServerCall& call, const String_t& sender) {
     SOAPArgInt number(names::PolicyOperationMode, 0);
     CheckedText package(names::ConfigPackageName);
     CheckedGroup group(names::ConfigGroupName);
-    SOAPArg* const arguments[] = {&number, &package, &group};
-    call.CheckRequest(std::size(arguments), arguments);
-    const Mode* mode = FindMode(number.GetValue());
+    CheckOnly(call, {&number, &package, &group});
+    const Mode* mode = FindMode<Mode>(modes, number.GetValue());
     if (!mode) return false;
     if (authorization->IsAuthorized(call, mode->right)) return true;
-    LUMCONF_TRACE(trace::Config, String_t(mode->name) + " is refused to '" + sender + "'");
-    auditLog->LogAuthorizationError(sender, mode->name);
+    AuditRefusal(trace::Config(), sender, mode->name);
     return false;
 }
 

@@ -2,19 +2,14 @@
 /// Serves "configOp".
 #pragma once
 
-#include "Authorization.h"
-#include "CallsInFlight.h"
-#include "RpcAnswer.h"
-
-namespace LumConf {
-class AuditLog;
-}
+#include "AuditLog.h"
+#include "RpcShell.h"
 
 namespace LumConfPar {
 
 /// Reads, sets and clears the node's configuration; which one is a row of one table. The caller always gets an answer
 /// with a group, be it empty; calls may run on several threads.
-class RpcConfigHandler final : public LumConf::CallsInFlight {
+class RpcConfigHandler final : public LumConf::RpcShell {
 public:
     RpcConfigHandler();
     ~RpcConfigHandler() override;
@@ -24,16 +19,11 @@ private:
     struct Request;
     struct Mode;
     static const Mode modes[];
-    static const Mode* FindMode(int number);
-    void Audit(const Request& request, int kind, bool success);
+    void Audit(const Request& request, LumConf::AuditLog::Outcome outcome);
     void Serve(LumVoxRpc::RpcServerCall& call, Request& request, LumConf::RpcAnswer& answer);
 
     /// Whether the sender is allowed what the request asks for; false for no operation. A refusal is audited.
-    /// @throws what CheckRequest throws for a malformed request, which leaves no audit line
     bool MayAsk(const LumVoxRpc::RpcServerCall& call, const LumPalStr::String_t& sender);
-
-    LumConf::Authorization* authorization;
-    LumConf::AuditLog* auditLog;
 };
 
 }  // namespace LumConfPar

@@ -21,7 +21,8 @@ public:
     /// @param group  shared with the caller, who leaves it alone meanwhile
     SettingsClear(const LumPalStr::String_t& package, const LumPalConfig::ConfigGroup_t& group);
 
-    // All: @throws LumPalMsg::IllegalStateError_t 187 when the object is used up; LumPalMsg::IllegalArgumentError_t for
+    // All: @throws LumPalMsg::IllegalStateError_t SettingsClearUsed when the object is used up;
+    // LumPalMsg::IllegalArgumentError_t for
     //      a package that is no plain file name, or a name that is empty or holds control characters;
     //      LumPalCfgFile::SyntaxException_t, LumPalIo::IOException_t
 

@@ -1,3 +1,4 @@
+// SettingsForwarder::Options.
 #include "SettingsForwarder.h"
 
 namespace LumConfPar {

@@ -4,11 +4,11 @@
 #include <optional>
 #include <utility>
 
-#include "Exceptions.h"
 #include "LumPalCfgFile.h"
 #include "LumPalIo.h"
 #include "LumSecCore.h"
 #include "Messages.h"
+#include "PolicyContainerImpl.h"
 #include "Trace.h"
 
 namespace LumConfPar {
@@ -20,12 +20,11 @@ namespace {
 
 /// None for a policy that the container no longer holds.
 std::optional<PolicyHeader> Find(const PolicyContainer& headers, const String_t& id) {
-    try {
-        return headers.GetPolicyHeader(id);
-    } catch (const PolicyNotFoundError& e) {
-        LUMCONF_TRACE(trace::Config, Make(msg::SettingsIdNotFound, e).Format(LumPalMsg::Text | LumPalMsg::Details));
-        return std::nullopt;
-    }
+    const PolicyContainerImpl::HeaderPtr header = headers.GetImpl()->Find(id);
+    if (header) return PolicyHeader(header.Get());
+    LUMCONF_TRACE(trace::Config, Make(msg::SettingsIdNotFound, Make(msg::PolicyIdNotInCache, id.ToLower()))
+                                     .Format(LumPalMsg::Text | LumPalMsg::Details));
+    return std::nullopt;
 }
 
 }  // namespace

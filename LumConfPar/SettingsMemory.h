@@ -34,10 +34,12 @@ public:
 
     /// Visits the data files of every enabled policy: by ascending policy name, of equal names the policy that was
     /// inserted first, and within a policy in the order of insertion. Each is to go over what the earlier ones said.
-    /// @param headers  hold the policies by id; a policy that is not there is passed over with a warning 209 in the
+    /// @param headers  hold the policies by id; a policy that is not there is passed over with a warning
+    /// SettingsIdNotFound in the
     ///                 trace, and forgotten: each new build of a policy under a new id would leave its files for good
     /// @param visit    as LoadSettingsData
-    /// @throws LumPalMsg::RuntimeException_t 208 at the first visit that raises LumPalCfgFile::SyntaxException_t
+    /// @throws LumPalMsg::RuntimeException_t SettingsMergeError at the first visit that raises
+    ///         LumPalCfgFile::SyntaxException_t
     void Merge(const LumConf::PolicyContainer& headers, const Visitor& visit);
 
 private:
@@ -51,8 +53,8 @@ private:
     std::multimap<LumPalStr::String_t, SettingsData> data;             ///< by policy id
 };
 
-/// Reads one data file as every reader of settings policies does: a proof that fails is said in the trace (206), and
-/// the content is taken all the same.
+/// Reads one data file as every reader of settings policies does: a proof that fails is traced
+/// (SettingsSecurityIgnored), and the content is taken all the same.
 /// @param read  as PolicyHeader::GetData
 /// @throws what `read` throws, but no LumSecCore::SecCoreException
 SettingsData ReadSettingsData(const SettingsMemory::Reader& read, const LumConf::PolicyHeader& header, int index);

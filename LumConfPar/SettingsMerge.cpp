@@ -2,9 +2,9 @@
 
 #include <optional>
 
-#include "Exceptions.h"
 #include "Messages.h"
 #include "Names.h"
+#include "PolicyContainerImpl.h"
 #include "PolicyData.h"
 #include "SettingsMemory.h"
 
@@ -45,15 +45,6 @@ std::vector<SettingsData> ReadDataBeside(const PolicyHeader& header, const File_
     return data;
 }
 
-template <class Find>
-std::optional<PolicyHeader> IfThere(Find&& find) {
-    try {
-        return find();
-    } catch (const PolicyNotFoundError&) {
-        return std::nullopt;
-    }
-}
-
 /// Calls for each attribute of a group with namespace, name and value.
 template <class Call>
 void ForEachAttribute(const ConfigGroup_t& group, Call&& call) {
@@ -85,8 +76,9 @@ void SettingsMerge::Impl::TakeInstalled(const PolicyHeader& header) {
 }
 
 std::optional<PolicyHeader> SettingsMerge::Impl::ReplacedBy(const PolicyHeader& header) const {
-    if (auto same = IfThere([&] { return policies.GetPolicyHeader(header.GetContainerId()); })) return same;
-    return IfThere([&] { return policies.GetPolicyHeader(header.GetName(), header.GetTypeName()); });
+    PolicyContainerImpl::HeaderPtr found = policies.GetImpl()->Find(header.GetContainerId());
+    if (!found) found = policies.GetImpl()->Find(header.GetName(), header.GetTypeName());
+    return found ? std::optional(PolicyHeader(found.Get())) : std::nullopt;
 }
 
 void SettingsMerge::Impl::Forget(const PolicyHeader& header) {

@@ -15,8 +15,8 @@ public:
 
     /// All of the database: local settings over policy settings. The group is the caller's own; a database that is not
     /// there is empty. The object is used up only when this succeeds.
-    /// @throws LumPalMsg::IllegalStateError_t 181 when it is used up; LumPalMsg::IllegalArgumentError_t for a package
-    ///         that is no plain file name; LumPalCfgFile::SyntaxException_t, LumPalIo::IOException_t
+    /// @throws LumPalMsg::IllegalStateError_t SettingsReaderUsed when it is used up; LumPalMsg::IllegalArgumentError_t
+    ///         for a package that is no plain file name; LumPalCfgFile::SyntaxException_t, LumPalIo::IOException_t
     LumPalConfig::ConfigGroup_t Read();
 
 private:

@@ -7,6 +7,7 @@
 #include "LumPalCfgFile.h"
 #include "LumPalDurable.h"
 #include "LumPalIo.h"
+#include "LumPalWhole.h"
 #include "Messages.h"
 #include "Names.h"
 #include "SettingsPackage.h"
@@ -25,8 +26,6 @@ using LumPalIo::IOException_t;
 using LumPalStr::String_t;
 
 namespace {
-
-constexpr std::size_t kChunkBytes = 8192;
 
 /// Where the update process looks for the settings files of a database.
 File_t FolderOf(const String_t& package) {
@@ -72,13 +71,7 @@ void Write(FileOutputStream_t stream, const File_t& file, const ConfigGroup_t& g
 }
 
 CharArray_t ReadWhole(const File_t& file) {
-    LumPalIo::BufferedInputStream_t stream{LumPalIo::FileInputStream_t(file)};
-    CharArray_t whole, chunk(kChunkBytes);
-    for (std::int64_t count; (count = stream.Read(chunk)) != -1;) {
-        whole.Append(chunk.GetData(), static_cast<std::size_t>(count));
-    }
-    stream.Close();
-    return whole;
+    return LumPalIo::ReadAtMost(LumPalIo::FileInputStream_t(file), LumPalIo::kNoLimit);
 }
 
 bool HaveEqualBytes(const File_t& oldFile, const File_t& newFile) {

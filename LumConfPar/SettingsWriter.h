@@ -17,18 +17,19 @@ public:
 
     /// Sets every attribute of the group in the local settings, all or nothing; the others stay. They are on the disk
     /// then. A group without configurations changes nothing.
-    /// @throws LumPalMsg::IllegalStateError_t 182 when the object is used up; LumPalMsg::IllegalArgumentError_t for a
-    ///         package that is no plain file name, or a name that is empty or holds control characters;
-    ///         LumPalCfgFile::SyntaxException_t, LumPalIo::IOException_t
+    /// @throws LumPalMsg::IllegalStateError_t SettingsWriterUsed when the object is used up;
+    ///         LumPalMsg::IllegalArgumentError_t for a package that is no plain file name, or a name that is empty or
+    ///         holds control characters; LumPalCfgFile::SyntaxException_t, LumPalIo::IOException_t
     void WriteLocalSettings();
 
     /// Makes the group the policy settings, in place of all that policies said before. Writes it aside, compares it
-    /// with the settings in force byte for byte, and wakes nobody when they are equal. A comparison that fails (185,
-    /// traced) counts as a difference. What is in force then is on the disk. The settings in force stay when this
-    /// fails, but when only the folder cannot be flushed the new ones are in force.
-    /// @throws LumPalMsg::IllegalStateError_t 182 when the object is used up; LumPalIo::IOException_t 183 for a
-    ///         settings directory that cannot be made, 184 for a new file that cannot be opened, 186 for one that
-    ///         cannot be written or taken over; LumPalMsg::IllegalArgumentError_t as WriteLocalSettings
+    /// with the settings in force byte for byte, and wakes nobody when they are equal. A comparison that fails
+    /// (SettingsCompareError, traced) counts as a difference. What is in force then is on the disk. The settings in
+    /// force stay when this fails, but when only the folder cannot be flushed the new ones are in force.
+    /// @throws LumPalMsg::IllegalStateError_t SettingsWriterUsed when the object is used up; LumPalIo::IOException_t
+    ///         SettingsFolderNotCreated for a settings directory that cannot be made, SettingsFileNotOpened for a new
+    ///         file that cannot be opened, SettingsFileNotWritten for one that cannot be written or taken over;
+    ///         LumPalMsg::IllegalArgumentError_t as WriteLocalSettings
     void WritePolicySettings();
 
 private:

@@ -14,11 +14,11 @@ using LumPalStr::String_t;
 namespace {
 
 LumPalThread::Mutex_t& CreationMutex() {
-    static auto* mutex = new LumPalThread::Mutex_t;  // never destroyed, as the instance
-    return *mutex;
+    static LumPalThread::Mutex_t& mutex = *new LumPalThread::Mutex_t;  // never destroyed, as the instance
+    return mutex;
 }
 
-PolicyOperation* theInstance = nullptr;  // guarded by CreationMutex
+PolicyOperation* theInstance LUMPAL_GUARDED_BY(CreationMutex()) = nullptr;
 
 PolicyOperation::Surroundings Surround(PolicyWorker& worker, std::function<AuditLog&()> auditLog) {
     return {[&worker](JobKind kind, const String_t& ids) { worker.InsertJob(kind, ids); },

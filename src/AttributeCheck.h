@@ -7,7 +7,8 @@
 namespace LumConf {
 
 /// Refuses a name or a value that is null, empty or blank, or that holds "=".
-/// @throws LumPalMsg::IllegalArgumentError_t 70 (nothing in it), 71 (an equals sign in it)
+/// @throws LumPalMsg::IllegalArgumentError_t AttributeEmpty (nothing in it), AttributeWithBadText (an equals sign in
+///         it)
 void CheckAttribute(const LumPalStr::String_t& text);
 
 /// An attribute as requests carry it.

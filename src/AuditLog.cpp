@@ -58,12 +58,6 @@ LumPalMsg::Message_t MessageFor(const ModeRow<Holes> (&rows)[Rows], int mode, bo
     return {};
 }
 
-/// Guards the making of the instance and every line. Never destroyed, as the instance is not.
-LumPalThread::Mutex_t& FileMutex() {
-    static LumPalThread::Mutex_t& mutex = *new LumPalThread::Mutex_t;
-    return mutex;
-}
-
 // Kept: the mode is read in lower case at the start and in upper case on a change; operators rely on both.
 constexpr const char* kFailureAtStart = "failure";
 constexpr const char* kAllAtStart = "all";
@@ -107,6 +101,11 @@ void AuditChangeHandler::Update(const LumPalConfig::ChangedConfiguration_t& chan
     if (changes.HasChanged(names::AuditLogModeKey)) {
         failureOnly = configuration.GetValue(names::AuditLogModeKey) == kFailureOnChange;
     }
+}
+
+LumPalThread::Mutex_t& AuditLog::FileMutex() {
+    static LumPalThread::Mutex_t& mutex = *new LumPalThread::Mutex_t;
+    return mutex;
 }
 
 AuditLog& AuditLog::GetInstance() {

@@ -53,7 +53,7 @@ private:
 /// Writes one line for each policy that an operation touched, or for the operation, to "conf.server.audit.log".
 /// The operator turns it on (AUDIT_LOGGING) and may limit it to failures (AUDIT_LOG_MODE); operations of the cluster
 /// monitor are never written. A log that cannot be opened is only traced; what one that can be has no room for is
-/// counted and told (LumPalLog::Log_t). Any thread; one mutex is held for each line.
+/// counted and reported (LumPalLog::Log_t). Any thread; one mutex is held for each line.
 class AuditLog final : public AuditChangeHandler {
 public:
     using ChangeHandler = AuditChangeHandler;
@@ -74,6 +74,9 @@ public:
         ConfigGet = 11,
         ConfigClear = 12
     };
+
+    /// How it ended.
+    enum class Outcome { Success, Failure };
 
     /// The one log, made at the first call; it lives to the end of the process.
     static AuditLog& GetInstance();
@@ -102,11 +105,13 @@ public:
     void WriteCounts() { strangers.Finish(); }
 
 private:
+    /// Guards the making of the instance and every line of all audit logs. Never destroyed, as the instance is not.
+    static LumPalThread::Mutex_t& FileMutex();
     static bool IsWanted(AuditChoices choices, const LumPalStr::String_t& originator, bool success);
     void Write(const LumPalMsg::MessageList_t& lines);
 
     StrangersLog strangers;
-    LumPalLog::Log_t log;  ///< guarded by the mutex of all audit logs
+    LumPalLog::Log_t log LUMPAL_GUARDED_BY(FileMutex());
 };
 
 }  // namespace LumConf

@@ -1,25 +1,12 @@
 #include "Authorization.h"
 
-#include "LumPalThread.h"
 #include "Names.h"
 
 namespace LumConf {
 
-namespace {
-
-LumPalThread::Mutex_t& CreationMutex() {
-    static auto* mutex = new LumPalThread::Mutex_t;  // never destroyed, as the instance
-    return *mutex;
-}
-
-Authorization* instance = nullptr;
-
-}  // namespace
-
 Authorization& Authorization::GetInstance() {
-    LumPalThread::MutexLock_t lock(CreationMutex());
-    if (!instance) instance = new Authorization;
-    return *instance;
+    static Authorization& instance = *new Authorization;  // never destroyed: calls may outlive statics
+    return instance;
 }
 
 bool Authorization::IsAuthorized(const LumPalStr::String_t& sender, const unsigned& right) {

@@ -22,8 +22,8 @@ protected:
     void WaitForAllCalls(std::uint32_t stepMs = 1000);
 
 private:
-    int calls = 0;  ///< guarded by mutex
     LumPalThread::Mutex_t mutex;
+    int calls LUMPAL_GUARDED_BY(mutex) = 0;
     LumPalThread::CondVar_t ended;
 };
 

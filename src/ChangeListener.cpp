@@ -1,34 +1,34 @@
 #include "ChangeListener.h"
 
-#include <mutex>
-#include <shared_mutex>
 #include <utility>
+
+#include "LumPalPlainMutex.h"
 
 namespace LumConf {
 
 namespace {
 
 struct Listener {
-    std::shared_mutex mutex;  ///< shared by those who call
-    std::function<void()> call;
+    LumPalThread::PlainMutex_t mutex;  ///< held during a call
+    std::function<void()> call LUMPAL_GUARDED_BY(mutex);
 };
 
 Listener& TheListener() {
-    static auto* listener = new Listener;  // never destroyed: a late call finds it
-    return *listener;
+    static Listener& listener = *new Listener;  // never destroyed: a late call finds it
+    return listener;
 }
 
 }  // namespace
 
 void SetChangeListener(std::function<void()> listener) {
     Listener& the = TheListener();
-    const std::unique_lock<std::shared_mutex> lock(the.mutex);
+    const LumPalThread::PlainLock_t lock(the.mutex);
     the.call = std::move(listener);
 }
 
 void TellChangeListener() {
     Listener& the = TheListener();
-    const std::shared_lock<std::shared_mutex> lock(the.mutex);
+    const LumPalThread::PlainLock_t lock(the.mutex);
     if (the.call) the.call();
 }
 

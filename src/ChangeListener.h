@@ -8,7 +8,7 @@ namespace LumConf {
 
 /// One for the process; an empty function takes it away. Waits for calls of the old one: not to be used within one.
 void SetChangeListener(std::function<void()> listener);
-/// Calls the listener, if there is one. Any thread, several at once.
+/// Calls the listener, if there is one. Any thread, one at a time.
 void TellChangeListener();
 
 }  // namespace LumConf

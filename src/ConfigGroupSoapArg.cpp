@@ -1,6 +1,7 @@
 #include "ConfigGroupSoapArg.h"
 
 #include "FlatSoapArg.h"
+#include "Names.h"
 
 namespace LumConf {
 
@@ -25,6 +26,14 @@ void WriteConfiguration(LumPalXml::XmlWriter_t& writer, const Configuration_t& c
 }
 
 }  // namespace
+
+LumVoxRpc::Description::Type ConfigGroupSoapArg::Describe() {
+    constexpr auto once = LumVoxRpc::Description::AtMostOnce;
+    // A namespace and its attributes stand side by side: rows of which any part may be left out.
+    return {names::ConfigGroupName,
+            {{kNamespace, wire::Text, once}, {kAttributeName, wire::Text, once}, {kAttributeValue, wire::Text, once}},
+            true};
+}
 
 void ConfigGroupSoapArg::WriteContent(LumPalXml::XmlWriter_t& writer) const {
     for (int i = 0; i < group.GetConfigCount(); ++i) WriteConfiguration(writer, group.GetConfig(i));

@@ -5,6 +5,7 @@
 #include <unordered_set>
 
 #include "LumPalConfig.h"
+#include "LumVoxRpc.h"
 #include "LumVoxSoap.h"
 #include "TextHash.h"
 
@@ -28,6 +29,8 @@ public:
     /// Shares the group.
     void SetGroup(const LumPalConfig::ConfigGroup_t& value) { group = value; }
     const LumPalConfig::ConfigGroup_t& GetGroup() const noexcept { return group; }
+    /// The argument as it is described to clients.
+    static LumVoxRpc::Description::Type Describe();
     void WriteContent(LumPalXml::XmlWriter_t& writer) const override;
 
     LumVoxSoap::SOAPElement* StartElement(const LumPalStr::String_t& prefix, const LumPalStr::String_t& localName,

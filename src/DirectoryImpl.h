@@ -34,9 +34,10 @@ public:
     /// Puts a file to another place, making its directories; what stands there is replaced, in one step where the
     /// system can. The file is read-only from its first moment there. Its name is not flushed: the caller flushes the
     /// folder, once for all that he moves into it.
-    /// @throws LumPalIo::IOException_t 10 when what stands there cannot be moved away, 11 (a NoSpaceException_t where
-    ///         that is the reason) when the file cannot be moved or copied, or is no plain file with one name; nothing
-    ///         half-written remains, and a file that stood there stays when the source cannot be read or copied
+    /// @throws LumPalIo::IOException_t DestinationNotDeleted when what stands there cannot be moved away, FileNotCopied
+    ///         (a NoSpaceException_t where that is the reason) when the file cannot be moved or copied, or is no plain
+    ///         file with one name; nothing half-written remains, and a file that stood there stays when the source
+    ///         cannot be read or copied
     static void MoveOrCopyFile(const LumPalIo::File_t& source, const LumPalIo::File_t& destination);
     /// Makes a new, empty, writable file in the temporary directory. @throws LumPalIo::IOException_t
     static LumPalIo::File_t CreateTemporaryFile();

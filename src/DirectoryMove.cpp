@@ -1,6 +1,7 @@
 // Moving a file to its place in the store, and deleting it there.
 #include "DirectoryImpl.h"
 #include "FilePermission.h"
+#include "LumPalWhole.h"
 #include "Messages.h"
 #include "Names.h"
 
@@ -14,8 +15,6 @@ using LumPalMsg::Exception_t;
 using LumPalStr::String_t;
 
 namespace {
-
-constexpr std::size_t kBlockBytes = 8192;
 
 /// A file's folder, open, and the file's name in it: nobody who exchanges the folder meanwhile leads elsewhere.
 struct Place {
@@ -39,8 +38,7 @@ void CheckSource(const Place& source) {
 }
 
 void CopyBytes(LumPalIo::InputStream_t input, LumPalIo::FileOutputStream_t file) {
-    LumPalArray::CharArray_t block(kBlockBytes);
-    for (std::int64_t count; (count = input.Read(block)) != -1;) file.Write(block, 0, static_cast<std::size_t>(count));
+    LumPalIo::Copy(input, file);
     file.SetMode(FilePermissionSet::Protected().GetMode());
     file.Sync();
     file.Close();

@@ -57,7 +57,7 @@ public:
     /// @throws LumPalMsg::IllegalStateError_t 6 for a null file
     void SetFile(const LumPalIo::File_t& newFile);
     /// Changes the file and forgets it; a symbolic link is left alone, and so is a file that has a second name.
-    /// @return false when there is no file or nothing in the set; whether the system obeyed is not told
+    /// @return false when there is no file or nothing in the set; whether the system obeyed is not reported
     bool Apply(const FilePermissionSet& permissions);
     /// Both steps in one.
     static void Apply(const LumPalIo::File_t& file, const FilePermissionSet& permissions);

@@ -1,3 +1,4 @@
+// What FilePermission.h sets, as the system's bits.
 #include "FilePermission.h"
 
 namespace LumConf {

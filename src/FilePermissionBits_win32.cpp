@@ -1,3 +1,4 @@
+// What FilePermission.h sets, where there are no such bits.
 #include "FilePermission.h"
 
 namespace LumConf {

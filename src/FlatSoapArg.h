@@ -6,6 +6,14 @@
 
 namespace LumConf {
 
+/// What a child holds, in the words of the service's description.
+namespace wire {
+inline constexpr const char* Number = "xsd:int";
+inline constexpr const char* Truth = "xsd:boolean";
+inline constexpr const char* Text = "xsd:string";
+inline constexpr const char* Bytes = "xsd:base64Binary";
+}  // namespace wire
+
 /// Reads an argument with one level of child elements, by a table of them. Unknown children are
 /// counted and skipped with their direct text, so that an old reader takes a newer sender's request.
 /// Used by one thread.

@@ -10,7 +10,7 @@ namespace LumConf {
 
 /// What one of the operations does to each header, and how that is written down.
 struct PolicyOperation::HeaderChange {
-    int auditMode;
+    AuditLog::Mode auditMode;
     /// Changes the header in the cache. @return whether its document is to be rewritten
     std::function<bool(PolicyHeaderImpl&)> apply;
     /// Queues the notification.

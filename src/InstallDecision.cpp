@@ -23,16 +23,6 @@ void SetEnabled(PolicyHeaderImpl& header, bool enabled) {
     enabled ? header.SetEnabled() : header.SetDisabled();
 }
 
-// A look-up that finds nothing is no failure here.
-template <class... Key>
-LumPalPtr::RefPtr_t<PolicyHeaderImpl> Find(const PolicyContainerImpl& cache, const Key&... key) {
-    try {
-        return cache.GetPolicyHeader(key...);
-    } catch (const PolicyNotFoundError&) {
-        return nullptr;
-    }
-}
-
 }  // namespace
 
 void InstallTask::ApplyOptions() {
@@ -75,10 +65,10 @@ void InstallTask::ApplyAttributes() {
 
 void InstallTask::FindInstalled() {
     const auto cache = operation.Cache();
-    installedHeader = Find(*cache, newHeader->GetContainerId());
+    installedHeader = cache->Find(newHeader->GetContainerId());
     if (!installedHeader) {
         // The same policy may have been built anew, under another id.
-        installedHeader = Find(*cache, newHeader->GetName(), newHeader->GetTypeName());
+        installedHeader = cache->Find(newHeader->GetName(), newHeader->GetTypeName());
         if (installedHeader) installedPolicyId = installedHeader->GetContainerId();
     }
     if (installedHeader) installedTypeName = installedHeader->GetTypeName();

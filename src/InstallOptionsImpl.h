@@ -50,9 +50,9 @@ public:
     void AddAddCategory(const String& category) { addCategories.push_back(category); }
     void AddRemoveCategory(const String& category) { removeCategories.push_back(category); }
     void SetRemoveAllCategories(bool value) noexcept { removeAllCategories = value; }
-    /// @throws LumPalMsg::IllegalArgumentError_t 70, 71 for a bad name
+    /// @throws LumPalMsg::IllegalArgumentError_t AttributeEmpty, AttributeWithBadText for a bad name
     void AddAddAttribute(const String& name, const String& value);
-    /// @throws LumPalMsg::IllegalArgumentError_t 70, 71 for a bad name or value
+    /// @throws LumPalMsg::IllegalArgumentError_t AttributeEmpty, AttributeWithBadText for a bad name or value
     void AddRemoveAttribute(const String& name, const String& value);
     void SetRemoveAllAttributes(bool value) noexcept { removeAllAttributes = value; }
     void SetOwner(const String& text) { owner = text; }

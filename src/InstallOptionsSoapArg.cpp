@@ -2,10 +2,12 @@
 
 #include "AttributeCheck.h"
 #include "InstallOptionsImpl.h"
+#include "Names.h"
 
 namespace LumConf {
 
 using LumPalStr::String_t;
+using LumVoxRpc::Description;
 using LumVoxSoap::SOAPArgBool;
 using LumVoxSoap::SOAPArgInt;
 
@@ -31,72 +33,90 @@ void ReadForceState(InstallOptions& options, const String_t& text) {
 constexpr int kInAddAttribute = 8;
 constexpr int kInRemoveAttribute = 9;
 
-/// One child element: its name, the parse state inside it, and how its text enters the options (null: by GetOptions).
-struct Child {
-    const char* name;
-    int state;
-    void (*read)(InstallOptions&, const String_t&);
-};
-
-const Child kChildren[] = {
-    {"notify", 2, [](InstallOptions& o, const String_t& text) { o.SetNotify(ToBool(text)); }},
-    {"status", 3, ReadStatus},
-    {"forcestate", 17, ReadForceState},
-    {"checkversion", 4, [](InstallOptions& o, const String_t& text) { o.SetCheckVersion(ToBool(text)); }},
-    {"addcategory", 5, [](InstallOptions& o, const String_t& text) { o.SetAddCategory(text); }},
-    {"removecategory", 6, [](InstallOptions& o, const String_t& text) { o.SetRemoveCategory(text); }},
-    {"removeallcategories", 7, [](InstallOptions& o, const String_t& text) { o.SetRemoveAllCategories(ToBool(text)); }},
-    {"addattribute", kInAddAttribute, nullptr},
-    {"removeattribute", kInRemoveAttribute, nullptr},
-    {"removeallattributes", 10,
-     [](InstallOptions& o, const String_t& text) { o.SetRemoveAllAttributes(ToBool(text)); }},
-    {"owner", 11, [](InstallOptions& o, const String_t& text) { o.SetOwner(text); }},
-    {"removeowner", 12, [](InstallOptions& o, const String_t& text) { o.GetImpl().SetRemoveOwner(ToBool(text)); }},
-    {"forcecat", 13, [](InstallOptions& o, const String_t& text) { o.SetForceCat(ToBool(text)); }},
-    {"forceall", 14, [](InstallOptions& o, const String_t& text) { o.SetForceAll(ToBool(text)); }},
-    {"forceowner", 15, [](InstallOptions& o, const String_t& text) { o.SetForceOwner(ToBool(text)); }},
-    {"forceattr", 16, [](InstallOptions& o, const String_t& text) { o.SetForceAttr(ToBool(text)); }},
-};
-
-/// Writes the children that the wire's table asks for, in its order.
+/// Writes children of one name.
 class ChildWriter {
 public:
-    explicit ChildWriter(LumPalXml::XmlWriter_t& writer) : writer(writer) {}
-    void Bool(const char* name, bool value) { WriteChild(writer, name, SOAPArgBool::BoolToUnicode(value)); }
-    void Int(const char* name, int value) { WriteChild(writer, name, SOAPArgInt::IntToUnicode(value)); }
-    void Text(const char* name, const String_t& value) { WriteChild(writer, name, value); }
-    void Texts(const char* name, const std::vector<String_t>& values) {
-        for (const String_t& value : values) Text(name, value);
+    ChildWriter(LumPalXml::XmlWriter_t& writer, const char* name) : writer(writer), name(name) {}
+    void Bool(bool value) { Text(SOAPArgBool::BoolToUnicode(value)); }
+    void Int(int value) { Text(SOAPArgInt::IntToUnicode(value)); }
+    void Text(const String_t& value) { WriteChild(writer, name, value); }
+    void Texts(const std::vector<String_t>& values) {
+        for (const String_t& value : values) Text(value);
     }
-    void Pairs(const char* name, const std::vector<Pair>& pairs) {
-        for (const Pair& pair : pairs) Text(name, pair.first + "=" + pair.second);
+    void Pairs(const std::vector<Pair>& pairs) {
+        for (const Pair& pair : pairs) Text(pair.first + "=" + pair.second);
     }
 
 private:
     LumPalXml::XmlWriter_t& writer;
+    const char* const name;
+};
+
+constexpr auto kOnce = Description::AtMostOnce;
+constexpr auto kMany = Description::AnyNumber;
+
+using Impl = InstallOptionsImpl;
+using Options = InstallOptions;
+
+/// One child element: its name, what it holds, how often it may come, the parse state inside it, how its text enters
+/// the options (null: by GetOptions), how it is written.
+struct Child {
+    const char* name;
+    const char* type;
+    Description::Times times;
+    int state;
+    void (*read)(Options&, const String_t&);
+    void (*write)(ChildWriter, const Impl&);
+};
+
+// In the order in which they are written.
+const Child kChildren[] = {
+    {"notify", wire::Truth, kOnce, 2, [](Options& o, const String_t& text) { o.SetNotify(ToBool(text)); },
+     [](ChildWriter out, const Impl& o) { out.Bool(o.GetNotify()); }},
+    {"status", wire::Number, kOnce, 3, ReadStatus, [](ChildWriter out, const Impl& o) { out.Int(o.GetState()); }},
+    {"forcestate", wire::Truth, kOnce, 17, ReadForceState,
+     [](ChildWriter out, const Impl& o) { out.Bool(o.GetForceState()); }},
+    {"checkversion", wire::Truth, kOnce, 4, [](Options& o, const String_t& text) { o.SetCheckVersion(ToBool(text)); },
+     [](ChildWriter out, const Impl& o) { out.Bool(o.GetCheckVersion()); }},
+    {"addcategory", wire::Text, kMany, 5, [](Options& o, const String_t& text) { o.SetAddCategory(text); },
+     [](ChildWriter out, const Impl& o) { out.Texts(o.GetAddCategories()); }},
+    {"removecategory", wire::Text, kMany, 6, [](Options& o, const String_t& text) { o.SetRemoveCategory(text); },
+     [](ChildWriter out, const Impl& o) { out.Texts(o.GetRemoveCategories()); }},
+    {"removeallcategories", wire::Truth, kOnce, 7,
+     [](Options& o, const String_t& text) { o.SetRemoveAllCategories(ToBool(text)); },
+     [](ChildWriter out, const Impl& o) { out.Bool(o.GetRemoveAllCategories()); }},
+    {"addattribute", wire::Text, kMany, kInAddAttribute, nullptr,
+     [](ChildWriter out, const Impl& o) { out.Pairs(o.GetAddAttributes()); }},
+    {"removeattribute", wire::Text, kMany, kInRemoveAttribute, nullptr,
+     [](ChildWriter out, const Impl& o) { out.Pairs(o.GetRemoveAttributes()); }},
+    {"removeallattributes", wire::Truth, kOnce, 10,
+     [](Options& o, const String_t& text) { o.SetRemoveAllAttributes(ToBool(text)); },
+     [](ChildWriter out, const Impl& o) { out.Bool(o.GetRemoveAllAttributes()); }},
+    {"owner", wire::Text, kOnce, 11, [](Options& o, const String_t& text) { o.SetOwner(text); },
+     [](ChildWriter out, const Impl& o) { out.Text(o.GetOwner()); }},
+    {"removeowner", wire::Truth, kOnce, 12,
+     [](Options& o, const String_t& text) { o.GetImpl().SetRemoveOwner(ToBool(text)); },
+     [](ChildWriter out, const Impl& o) { out.Bool(o.GetRemoveOwner()); }},
+    {"forcecat", wire::Truth, kOnce, 13, [](Options& o, const String_t& text) { o.SetForceCat(ToBool(text)); },
+     [](ChildWriter out, const Impl& o) { out.Bool(o.GetForceCat()); }},
+    {"forceall", wire::Truth, kOnce, 14, [](Options& o, const String_t& text) { o.SetForceAll(ToBool(text)); },
+     [](ChildWriter out, const Impl& o) { out.Bool(o.GetForceAll()); }},
+    {"forceowner", wire::Truth, kOnce, 15, [](Options& o, const String_t& text) { o.SetForceOwner(ToBool(text)); },
+     [](ChildWriter out, const Impl& o) { out.Bool(o.GetForceOwner()); }},
+    {"forceattr", wire::Truth, kOnce, 16, [](Options& o, const String_t& text) { o.SetForceAttr(ToBool(text)); },
+     [](ChildWriter out, const Impl& o) { out.Bool(o.GetForceAttr()); }},
 };
 
 }  // namespace
 
+Description::Type InstallOptionsSoapArg::Describe() {
+    Description::Type type{names::PolicyInstallOptions, {}};
+    for (const Child& child : kChildren) type.children.push_back({child.name, child.type, child.times});
+    return type;
+}
+
 void InstallOptionsSoapArg::WriteContent(LumPalXml::XmlWriter_t& writer) const {
-    const InstallOptionsImpl& o = options.GetImpl();
-    ChildWriter write(writer);
-    write.Bool("notify", o.GetNotify());
-    write.Int("status", o.GetState());
-    write.Bool("forcestate", o.GetForceState());
-    write.Bool("checkversion", o.GetCheckVersion());
-    write.Texts("addcategory", o.GetAddCategories());
-    write.Texts("removecategory", o.GetRemoveCategories());
-    write.Bool("removeallcategories", o.GetRemoveAllCategories());
-    write.Pairs("addattribute", o.GetAddAttributes());
-    write.Pairs("removeattribute", o.GetRemoveAttributes());
-    write.Bool("removeallattributes", o.GetRemoveAllAttributes());
-    write.Text("owner", o.GetOwner());
-    write.Bool("removeowner", o.GetRemoveOwner());
-    write.Bool("forcecat", o.GetForceCat());
-    write.Bool("forceall", o.GetForceAll());
-    write.Bool("forceowner", o.GetForceOwner());
-    write.Bool("forceattr", o.GetForceAttr());
+    for (const Child& child : kChildren) child.write(ChildWriter(writer, child.name), options.GetImpl());
 }
 
 int InstallOptionsSoapArg::StateOfChild(const String_t& localName) const {

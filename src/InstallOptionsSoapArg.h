@@ -6,6 +6,7 @@
 
 #include "FlatSoapArg.h"
 #include "InstallOptions.h"
+#include "LumVoxRpc.h"
 
 namespace LumConf {
 
@@ -14,9 +15,11 @@ class InstallOptionsSoapArg : public FlatSoapArg {
 public:
     explicit InstallOptionsSoapArg(const LumPalStr::String_t& name) : FlatSoapArg(name) {}
     void SetOptions(const InstallOptions& value);
-    /// @throws LumPalMsg::IllegalArgumentError_t 70, 71 for a bad attribute that was read: it is well-formed all the
-    ///         same, and whoever may not install hears nothing of it
+    /// @throws LumPalMsg::IllegalArgumentError_t AttributeEmpty, AttributeWithBadText for a bad attribute that was
+    ///         read: it is well-formed all the same, and whoever may not install hears nothing of it
     InstallOptions GetOptions() const;
+    /// The argument as it is described to clients.
+    static LumVoxRpc::Description::Type Describe();
     void WriteContent(LumPalXml::XmlWriter_t& writer) const override;
 
 protected:

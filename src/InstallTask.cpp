@@ -24,6 +24,7 @@ InstallTask::InstallTask(PolicyOperation& operation, const String_t& originator,
 InstallTask::~InstallTask() = default;
 
 void InstallTask::Run(TransferCursor& array) {
+    operation.mutex.RequireHeld();
     operation.journal.RequireNone();
     operation.DeleteLeftovers();
     try {
@@ -142,9 +143,10 @@ void InstallTask::GiveRoomBack() {
 
 void InstallTask::AuditFailure() const {
     if (newHeader) {
-        operation.Audit(originator, newHeader->GetName(), newHeader->GetContainerId(), AuditLog::Install, false);
+        operation.Audit(originator, newHeader->GetName(), newHeader->GetContainerId(), AuditLog::Install,
+                        AuditLog::Outcome::Failure);
     } else {
-        operation.Audit(originator, AuditLog::Install, false);
+        operation.Audit(originator, AuditLog::Install, AuditLog::Outcome::Failure);
     }
 }
 

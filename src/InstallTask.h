@@ -11,6 +11,7 @@
 #include "LumPalStr.h"
 #include "PolicyArrayReader.h"
 #include "PolicyHeaderImpl.h"
+#include "PolicyOperation.h"
 #include "SharedDataFiles.h"
 #include "StoreChange.h"
 
@@ -18,7 +19,6 @@ namespace LumConf {
 
 class InstallOptionsImpl;
 class PolicyException;
-class PolicyOperation;
 class PolicyWriter;
 
 /// Takes one policy into the store. Used once, under the mutex of the operation, which outlives it.
@@ -38,8 +38,8 @@ public:
     InstallTask(const InstallTask&) = delete;
     InstallTask& operator=(const InstallTask&) = delete;
 
-    /// @param array  stands at a policy array; afterwards behind it, unless ConfException 605 was raised
-    /// @throws as PolicyOperation::Install
+    /// @param array  stands at a policy array; afterwards behind it, unless ConfException UnpackError was raised
+    /// @throws as PolicyOperation::Install; LumPalMsg::IllegalStateError_t without the mutex
     void Run(TransferCursor& array);
 
 private:
@@ -47,16 +47,16 @@ private:
     using HeaderPtr = LumPalPtr::RefPtr_t<PolicyHeaderImpl>;
 
     // InstallTask.cpp
-    void RunSteps(TransferCursor& array);
-    void Unpack(TransferCursor& array);
-    void UnpackFiles(TransferCursor& array);
-    void InstallUnpacked();
+    void RunSteps(TransferCursor& array) LUMPAL_REQUIRES(operation.mutex);
+    void Unpack(TransferCursor& array) LUMPAL_REQUIRES(operation.mutex);
+    void UnpackFiles(TransferCursor& array) LUMPAL_REQUIRES(operation.mutex);
+    void InstallUnpacked() LUMPAL_REQUIRES(operation.mutex);
     void Parse();
     void CheckNames() const;
-    void CleanUp(const PolicyException& cause);
+    void CleanUp(const PolicyException& cause) LUMPAL_REQUIRES(operation.mutex);
     void DeleteIncoming(const String_t& name) const;
     void DeleteUnpacked() const;
-    void GiveRoomBack();
+    void GiveRoomBack() LUMPAL_REQUIRES(operation.mutex);
     void AuditFailure() const;
 
     // InstallDecision.cpp
@@ -67,7 +67,7 @@ private:
     void ApplyAttributes();
     void FindInstalled();
     HeaderPtr FindDisplaced() const;
-    void Decide();
+    void Decide() LUMPAL_REQUIRES(operation.mutex);
     void CheckSharedDataFiles() const;
     void DecideUpdate();
     void CheckType() const;
@@ -77,9 +77,9 @@ private:
     void TakeOverStatus();
     void TakeOverCategories();
     void TakeOverAttributes();
-    void DecideNew();
+    void DecideNew() LUMPAL_REQUIRES(operation.mutex);
     bool IsTypeLimited() const;
-    void RemoveWholeType();
+    void RemoveWholeType() LUMPAL_REQUIRES(operation.mutex);
 
     // InstallWrite.cpp
     void ChangeByCluster();
@@ -91,8 +91,8 @@ private:
     void FlushWaiting() const;
     std::vector<String_t> FormerDataFiles() const;
     StoreChange DescribeChange() const;
-    void RemoveDisplaced();
-    void Write();
+    void RemoveDisplaced() LUMPAL_REQUIRES(operation.mutex);
+    void Write() LUMPAL_REQUIRES(operation.mutex);
     void TellSharedDataFiles() const;
     void MakeTypeFolder() const;
     void DeleteOldData();
@@ -100,10 +100,10 @@ private:
     void DeleteOldHeader();
     void MoveDataFiles();
     void FlushStore() const;
-    void KeepBooks();
-    void ForgetOldSettings();
+    void KeepBooks() LUMPAL_REQUIRES(operation.mutex);
+    void ForgetOldSettings() LUMPAL_REQUIRES(operation.mutex);
     void DeleteOldFolder();
-    void Notify();
+    void Notify() LUMPAL_REQUIRES(operation.mutex);
 
     LumPalIo::File_t TypeFolder(const String_t& typeName) const;
     std::vector<String_t> DataFiles(const PolicyHeaderImpl& header) const;

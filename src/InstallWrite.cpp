@@ -186,7 +186,7 @@ void InstallTask::KeepBooks() {
     if (!operation.IsPolicyTypeNameInstalled(type)) operation.notifications.AddFirstPolicy(type);
     operation.notifications.AddInstall(type, id);
     ForgetOldSettings();
-    operation.Audit(originator, newHeader->GetName(), id, AuditLog::Install, true);
+    operation.Audit(originator, newHeader->GetName(), id, AuditLog::Install, AuditLog::Outcome::Success);
     operation.Cache()->Insert(newHeader.Get());
     operation.unwritten.Forget(id);
     if (installedHeader) operation.unwritten.Forget(installedHeader->GetContainerId());

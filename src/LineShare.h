@@ -20,7 +20,7 @@ public:
         if (written == most) ++counted;
         return written < most && ++written > 0;
     }
-    /// How many were counted in a while that is over; they are told of once.
+    /// How many were counted in a while that is over; they are reported once.
     unsigned TakeCount(Clock::time_point now) noexcept { return now >= end ? TakeCount() : 0; }
     /// How many were counted until now.
     unsigned TakeCount() noexcept { return std::exchange(counted, 0); }

@@ -33,22 +33,23 @@ public:
     explicit MessageForwarder(const LumVoxMsg::Messenger& messenger);
 
     /// @param host  trimmed in place; only the bare word "localhost" on a node without certificate takes plain HTTP
-    /// @throws LumPalMsg::IllegalArgumentError_t 129 for an empty host
+    /// @throws LumPalMsg::IllegalArgumentError_t HostEmpty for an empty host
     static LumPalNet::URI_t GetTargetUri(LumPalStr::String_t& host, const LumPalStr::String_t& path);
 
     /// @throws PolicyOwnerError, PolicyVersionError, LumSecAuth::NotAuthorizedException, LumCtrl::ControlException,
-    ///         PolicyRemoteException; LumPalMsg::IllegalStateError_t 130 for another kind
+    ///         PolicyRemoteException; LumPalMsg::IllegalStateError_t ForwarderInstallState for another kind
     void SendInstall(const LumPalStr::String_t& method, RequestKind kind, const LumPalStr::String_t& host,
                      const LumPalStr::String_t& fileName, const LumPalArray::CharArray_t& data,
                      const InstallOptions& options, InstallMethod installMethod) const;
     /// @throws NoPoliciesInstalledError, PolicyNotFoundError, NoPolicyOperation, LumSecAuth::NotAuthorizedException,
-    ///         LumCtrl::ControlException, PolicyRemoteException; LumPalMsg::IllegalStateError_t 136 for another kind
+    ///         LumCtrl::ControlException, PolicyRemoteException; LumPalMsg::IllegalStateError_t ForwarderSelectionState
+    ///         for another kind
     void SendSelection(const LumPalStr::String_t& method, RequestKind kind, OperationMode mode,
                        const LumPalStr::String_t& host, const LumPalStr::String_t& argument, const Selection& selection,
                        const PolicyForwarder::Options& options) const;
-    /// @throws PolicyNotFoundError 153 for an answer without a list, also when its return value tells a failure;
-    ///         NoPoliciesInstalledError, PolicyNotFoundError, LumSecAuth::NotAuthorizedException,
-    ///         PolicyRemoteException; LumPalMsg::IllegalStateError_t 142 for another kind
+    /// @throws PolicyNotFoundError SoapNoPolicyObject for an answer without a list, also when its return value tells a
+    ///         failure; NoPoliciesInstalledError, PolicyNotFoundError, LumSecAuth::NotAuthorizedException,
+    ///         PolicyRemoteException; LumPalMsg::IllegalStateError_t ForwarderListState for another kind
     PolicyContainer SendList(const LumPalStr::String_t& method, RequestKind kind, const LumPalStr::String_t& host,
                              const LumPalStr::String_t& targetId, const Selection& selection) const;
     /// Likewise the policies of a type that name one of the data files, each with those of them that it names.
@@ -57,8 +58,8 @@ public:
                                    const std::vector<LumPalStr::String_t>& dataFiles) const;
     /// @param package  the database that is meant; empty for the node's own
     /// @return the group of the answer, empty when none arrived
-    /// @throws LumSecAuth::NotAuthorizedException 145, SettingsRemoteException 146; LumPalMsg::IllegalStateError_t 144
-    ///         for another kind
+    /// @throws LumSecAuth::NotAuthorizedException ForwardConfigNotAllowed, SettingsRemoteException
+    ///         ForwardConfigUndefinedError; LumPalMsg::IllegalStateError_t ForwarderConfigState for another kind
     LumPalConfig::ConfigGroup_t SendConfig(const LumPalStr::String_t& method, RequestKind kind, ConfigMode mode,
                                            const LumPalStr::String_t& host, const LumPalStr::String_t& targetId,
                                            const LumPalStr::String_t& package,

@@ -1,5 +1,5 @@
 /// @file
-/// What has changed in the installed policies, until their consumers are told.
+/// What has changed in the installed policies, until their consumers are notified.
 #pragma once
 
 #include <atomic>
@@ -15,11 +15,11 @@
 
 namespace LumConf {
 
-/// Collects changes, folds those that contradict each other, and tells the control service: one trigger for each
+/// Collects changes, folds those that contradict each other, and notifies the control service: one trigger for each
 /// policy type and kind of change, with the ids of all its policies. Policies of the type "configsettings" become jobs
 /// instead. What is not sent stays for the next send.
 ///
-/// No lock: used under the mutex of the policy operations alone, which is held while consumers are told.
+/// No lock: used under the mutex of the policy operations alone, which is held while consumers are notified.
 class NotifyStore {
 public:
     /// Kinds of changes.
@@ -51,19 +51,19 @@ public:
     void AddEnable(const LumPalStr::String_t& type, const LumPalStr::String_t& id);
     void AddDisable(const LumPalStr::String_t& type, const LumPalStr::String_t& id);
     void AddRemove(const LumPalStr::String_t& type, const LumPalStr::String_t& id);
-    /// @throws LumPalMsg::IllegalStateError_t 92 for a number that is no kind
+    /// @throws LumPalMsg::IllegalStateError_t NotificationParameterWrong for a number that is no kind
     void Insert(int kind, const LumPalStr::String_t& type, const LumPalStr::String_t& id);
 
     /// A type got its first policy, or lost its last one. They go out with the next install or remove of the type. Of
-    /// a type that did both before anything was sent neither is told: its consumer is where it was.
+    /// a type that did both before anything was sent neither is sent: its consumer is where it was.
     void AddFirstPolicy(const LumPalStr::String_t& type);
     void AddLastPolicy(const LumPalStr::String_t& type);
 
-    /// Tells everything: installs, enables, disables, removes. All is tried and nothing is kept for a second try.
-    /// @throws LumCtrl::ControlException 91 with a detail for each failed trigger of an install; those of other
-    ///         kinds are only traced
+    /// Notifies of everything: installs, enables, disables, removes. All is tried and nothing is kept for a second try.
+    /// @throws LumCtrl::ControlException NotificationsNotSent with a detail for each failed trigger of an install;
+    ///         those of other kinds are only traced
     void Send();
-    /// Tells enables and disables only.
+    /// Notifies of enables and disables only.
     void SendEnableDisable();
 
     /// Whether the last trigger of an install went out without waiting for its consumers.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "FlatSoapArg.h"
+#include "LumVoxRpc.h"
 #include "PolicyForwarder.h"
 
 namespace LumConf {
@@ -13,6 +14,8 @@ public:
     explicit OptionsSoapArg(const LumPalStr::String_t& name) : FlatSoapArg(name) {}
     void SetOptions(const PolicyForwarder::Options& value) { options = value; }
     const PolicyForwarder::Options& GetOptions() const noexcept { return options; }
+    /// The argument as it is described to clients.
+    static LumVoxRpc::Description::Type Describe();
     void WriteContent(LumPalXml::XmlWriter_t& writer) const override;
 
 protected:

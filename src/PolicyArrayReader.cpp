@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "Exceptions.h"
+#include "LumPalWhole.h"
 #include "Messages.h"
 #include "PlainName.h"
 
@@ -68,12 +69,7 @@ std::uint32_t TransferCursor::ReadLength(const String_t& name) {
 }
 
 void TransferCursor::Skip(std::uint32_t length) {
-    LumPalArray::CharArray_t block(std::min<std::size_t>(length, 8192));
-    for (std::size_t left = length; left > 0;) {
-        const std::int64_t got = in.Read(block, 0, std::min(left, block.GetLength()));
-        if (got <= 0) return;
-        left -= static_cast<std::size_t>(got);
-    }
+    LumPalIo::ForEachBlock(in, length, [](const LumPalArray::CharArray_t&, std::size_t) {});
 }
 
 CarriedNames::CarriedNames(std::vector<std::string_view> rawNames) : sorted(std::move(rawNames)) {

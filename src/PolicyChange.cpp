@@ -83,7 +83,7 @@ void PolicyOperation::ChangeSome(const String_t& originator, const Ids& ids, con
                       [&change](const auto& e) { return UnwrittenChanges::Replaces(change.auditMode, e.auditMode); });
         ReportWritten(originator, *done.header, waiting);
         unwritten.Forget(id);
-        if (change.auditsSuccess) Audit(originator, done.name, id, change.auditMode, true);
+        if (change.auditsSuccess) Audit(originator, done.name, id, change.auditMode, Outcome::Success);
         (notifications.*change.queue)(done.header->GetTypeName(), id);
     }
     if (!failed.reason) return;
@@ -128,9 +128,9 @@ bool PolicyOperation::ChangeHeader(const DocumentBatch::HeaderPtr& header, const
 void PolicyOperation::AuditFailure(const String_t& originator, const String_t& name, const String_t& id,
                                    const HeaderChange& change) const {
     if (change.namesFailedPolicy) {
-        Audit(originator, name, id, change.auditMode, false);
+        Audit(originator, name, id, change.auditMode, Outcome::Failure);
     } else {
-        Audit(originator, change.auditMode, false);
+        Audit(originator, change.auditMode, Outcome::Failure);
     }
 }
 
@@ -166,7 +166,7 @@ bool PolicyOperation::WriteAgain(const String_t& originator, const String_t& id)
         RewriteDocument(header);
     } catch (const LumPalMsg::Exception_t&) {
         for (const UnwrittenChanges::Report& report : reports) {
-            Audit(originator, header->GetName(), id, report.auditMode, false);
+            Audit(originator, header->GetName(), id, report.auditMode, Outcome::Failure);
         }
         throw;
     }
@@ -187,7 +187,7 @@ void PolicyOperation::ReportWritten(const String_t& originator, const PolicyHead
                                     const UnwrittenChanges::Reports& reports) {
     const String_t id = header.GetContainerId();
     for (const UnwrittenChanges::Report& report : reports) {
-        Audit(originator, header.GetName(), id, report.auditMode, true);
+        Audit(originator, header.GetName(), id, report.auditMode, Outcome::Success);
         (notifications.*report.queue)(header.GetTypeName(), id);
     }
 }

@@ -51,7 +51,7 @@ int PolicyContainerImpl::CheckPolicy(const String_t& ids) {
 }
 
 int PolicyContainerImpl::GetCount() const {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     return static_cast<int>(policies.size());
 }
 
@@ -60,12 +60,12 @@ bool PolicyContainerImpl::IsEmpty() const {
 }
 
 bool PolicyContainerImpl::HasTypeName(const String_t& typeName) const {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     return types.find(typeName) != types.end();
 }
 
 String_t PolicyContainerImpl::OnlyIdOfType(const String_t& typeName) const {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     const auto type = types.find(typeName);
     if (type == types.end() || type->second.count != 1) return {};
     const auto newest = policies.find(type->second.newestId);
@@ -74,7 +74,7 @@ String_t PolicyContainerImpl::OnlyIdOfType(const String_t& typeName) const {
 
 HeaderPtr PolicyContainerImpl::GetPolicyHeader(int position) const {
     {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         if (position >= 0 && static_cast<std::size_t>(position) < policies.size()) {
             RefreshIndexLocked();
             return HeaderPtr(index[static_cast<std::size_t>(position)]);
@@ -92,28 +92,36 @@ void PolicyContainerImpl::RefreshIndexLocked() const {
 }
 
 HeaderPtr PolicyContainerImpl::Find(const String_t& id) const {
-    const std::lock_guard lock(mutex);
-    const auto found = policies.find(id);
+    const String_t folded = id.ToLower();
+    const LumPalThread::PlainLock_t lock(mutex);
+    const auto found = policies.find(folded);
     return found == policies.end() ? HeaderPtr() : found->second.header;
 }
 
+HeaderPtr PolicyContainerImpl::Find(const String_t& name, const String_t& type) const {
+    const std::optional<String_t> id = FindId(name, type);
+    return id ? Find(*id) : HeaderPtr();
+}
+
 HeaderPtr PolicyContainerImpl::GetPolicyHeader(const String_t& id) const {
-    const String_t folded = id.ToLower();
-    HeaderPtr header = Find(folded);
-    if (!header) Raise<PolicyNotFoundError>(msg::PolicyIdNotInCache, folded);
+    HeaderPtr header = Find(id);
+    if (!header) Raise<PolicyNotFoundError>(msg::PolicyIdNotInCache, id.ToLower());
     return header;
 }
 
 /// The id that a name and a type stand for, whether or not it is still there.
-String_t PolicyContainerImpl::IdOf(const String_t& name, const String_t& type) const {
+std::optional<String_t> PolicyContainerImpl::FindId(const String_t& name, const String_t& type) const {
     CheckAttribute(name);
     CheckAttribute(type);
-    {
-        const std::lock_guard lock(mutex);
-        const auto found = nameToId.find(NameKey(name, type));
-        if (found != nameToId.end()) return found->second;
-    }
-    Raise<PolicyNotFoundError>(msg::PolicyNameNotInCache, name, type);
+    const LumPalThread::PlainLock_t lock(mutex);
+    const auto found = nameToId.find(NameKey(name, type));
+    return found == nameToId.end() ? std::nullopt : std::optional(found->second);
+}
+
+String_t PolicyContainerImpl::IdOf(const String_t& name, const String_t& type) const {
+    const std::optional<String_t> id = FindId(name, type);
+    if (!id) Raise<PolicyNotFoundError>(msg::PolicyNameNotInCache, name, type);
+    return *id;
 }
 
 HeaderPtr PolicyContainerImpl::GetPolicyHeader(const String_t& name, const String_t& type) const {
@@ -122,7 +130,7 @@ HeaderPtr PolicyContainerImpl::GetPolicyHeader(const String_t& name, const Strin
 
 HeaderPtr PolicyContainerImpl::FindDisplacedBy(const PolicyHeaderImpl& newcomer) const {
     const PolicyKeys keys = newcomer.GetKeys();
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     const auto named = nameToId.find(NameKey(keys.name, keys.typeName));
     if (named == nameToId.end() || named->second == keys.containerId) return {};
     const auto found = policies.find(named->second);
@@ -130,7 +138,7 @@ HeaderPtr PolicyContainerImpl::FindDisplacedBy(const PolicyHeaderImpl& newcomer)
 }
 
 void PolicyContainerImpl::Reserve(std::size_t policyCount) {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     nameToId.reserve(policyCount);
 }
 
@@ -142,7 +150,7 @@ void PolicyContainerImpl::Insert(PolicyHeaderImpl* newcomer) {
     const String_t key = NameKey(keys.name, keys.typeName);
 
     HeaderPtr sameId, sameKey;  // the replaced ones go when the mutex is free again
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     // One search each: what stands at the place goes, and the newcomer takes it.
     const auto [named, isNew] = nameToId.try_emplace(key, keys.containerId);
     if (!isNew) {
@@ -184,7 +192,7 @@ HeaderPtr PolicyContainerImpl::EraseLocked(Policies::iterator position) {
 }
 
 HeaderPtr PolicyContainerImpl::FindNaming(const String_t& typeName, const String_t& file, const Accept& accept) {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     IndexFilesLocked();
     HeaderPtr found;
     files.Visit(typeName, file, [&](PolicyHeaderImpl& header) {
@@ -201,7 +209,7 @@ LumPalPtr::RefPtr_t<PolicyContainerImpl> PolicyContainerImpl::Naming(const std::
 }
 
 std::vector<HeaderPtr> PolicyContainerImpl::AllNaming(const std::vector<String_t>& names) {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     IndexFilesLocked();
     std::vector<HeaderPtr> naming;
     // A caller may name one file as often as he likes.
@@ -228,7 +236,7 @@ auto PolicyContainerImpl::FindFrom(Map& map, decltype(map.end()) guess, std::u16
 template <class Ids>
 std::vector<HeaderPtr> PolicyContainerImpl::FindEach(const Ids& ids) const {
     std::vector<HeaderPtr> headers(ids.size());
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     auto next = policies.end();
     for (std::size_t i = 0; i < ids.size(); ++i) {
         const auto found = FindFrom(policies, next, ViewOf(ids[i]));
@@ -282,7 +290,7 @@ void PolicyContainerImpl::Remove(const String_t& text) {
     std::vector<std::u16string_view> unknown;
     const String_t folded = text.ToLower();
     {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         auto next = policies.end();
         for (const std::u16string_view id : GetViewsFromString(folded)) {
             const auto found = FindFrom(policies, next, id);
@@ -301,7 +309,7 @@ void PolicyContainerImpl::Remove(const String_t& text) {
 
 bool PolicyContainerImpl::Erase(const String_t& id) {
     HeaderPtr header;
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     header = ForgetLocked(policies.find(id));
     return static_cast<bool>(header);
 }

@@ -5,13 +5,14 @@
 #include <cstddef>
 #include <functional>
 #include <map>
-#include <mutex>
+#include <optional>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
 #include "DataFileIndex.h"
 #include "LumPalIo.h"
+#include "LumPalPlainMutex.h"
 #include "LumPalPtr.h"
 #include "LumPalRef.h"
 #include "LumPalStr.h"
@@ -35,6 +36,9 @@ public:
     HeaderPtr GetPolicyHeader(int index) const;
     HeaderPtr GetPolicyHeader(const LumPalStr::String_t& id) const;
     HeaderPtr GetPolicyHeader(const LumPalStr::String_t& name, const LumPalStr::String_t& type) const;
+    /// As GetPolicyHeader, but null for none.
+    HeaderPtr Find(const LumPalStr::String_t& id) const;
+    HeaderPtr Find(const LumPalStr::String_t& name, const LumPalStr::String_t& type) const;
     /// The headers of many ids, as they stand, in their order; null for each that is not there. Ids that follow each
     /// other in the container are found without a search.
     std::vector<HeaderPtr> FindAll(const std::vector<LumPalStr::String_t>& ids) const;
@@ -73,7 +77,7 @@ public:
     /// Writes the merged list: every header document of the store, or of one type, one after another.
     /// @param out       overwritten
     /// @param typeName  in any case; null or empty means all types
-    /// @throws LumPalIo::FileNotFoundException_t 64 when `out` cannot be opened;
+    /// @throws LumPalIo::FileNotFoundException_t DumpFileNotFound when `out` cannot be opened;
     ///         NoPoliciesInstalledError when no header was found (the file then holds only the title)
     static void Dump(const LumPalIo::File_t& out, const LumPalStr::String_t& typeName);
 
@@ -95,24 +99,24 @@ private:
     static auto FindFrom(Map& map, decltype(map.end()) guess, std::u16string_view id);
     template <class Ids>
     std::vector<HeaderPtr> FindEach(const Ids& ids) const;
-    HeaderPtr ForgetLocked(Policies::iterator position);
-    HeaderPtr Find(const LumPalStr::String_t& id) const;
+    HeaderPtr ForgetLocked(Policies::iterator position) LUMPAL_REQUIRES(mutex);
+    std::optional<LumPalStr::String_t> FindId(const LumPalStr::String_t& name, const LumPalStr::String_t& type) const;
     LumPalStr::String_t IdOf(const LumPalStr::String_t& name, const LumPalStr::String_t& type) const;
-    HeaderPtr EraseLocked(Policies::iterator position);
-    LumPalStr::String_t CountTypeLocked(const PolicyKeys& keys);
-    void RefreshIndexLocked() const;
+    HeaderPtr EraseLocked(Policies::iterator position) LUMPAL_REQUIRES(mutex);
+    LumPalStr::String_t CountTypeLocked(const PolicyKeys& keys) LUMPAL_REQUIRES(mutex);
+    void RefreshIndexLocked() const LUMPAL_REQUIRES(mutex);
     std::vector<HeaderPtr> AllNaming(const std::vector<LumPalStr::String_t>& files);
-    void IndexFilesLocked();
+    void IndexFilesLocked() LUMPAL_REQUIRES(mutex);
     void SetStatus(const LumPalStr::String_t& ids, bool enabled);
 
-    mutable std::mutex mutex;
-    Policies policies;                             ///< by id; guarded by mutex
-    ByName<LumPalStr::String_t> nameToId;          ///< name=type to id; guarded by mutex
-    ByName<Type> types;                            ///< those with headers; guarded by mutex
-    mutable std::vector<PolicyHeaderImpl*> index;  ///< policies in order; guarded by mutex
-    mutable bool indexValid = false;               ///< guarded by mutex
-    DataFileIndex files;                           ///< what the policies name; guarded by mutex
-    bool filesIndexed = false;                     ///< guarded by mutex; most containers are never asked
+    mutable LumPalThread::PlainMutex_t mutex;
+    Policies policies LUMPAL_GUARDED_BY(mutex);                             ///< by id
+    ByName<LumPalStr::String_t> nameToId LUMPAL_GUARDED_BY(mutex);          ///< name=type to id
+    ByName<Type> types LUMPAL_GUARDED_BY(mutex);                            ///< those with headers
+    mutable std::vector<PolicyHeaderImpl*> index LUMPAL_GUARDED_BY(mutex);  ///< policies in order
+    mutable bool indexValid LUMPAL_GUARDED_BY(mutex) = false;
+    DataFileIndex files LUMPAL_GUARDED_BY(mutex);        ///< what the policies name
+    bool filesIndexed LUMPAL_GUARDED_BY(mutex) = false;  ///< most containers are never asked
 };
 
 }  // namespace LumConf

@@ -9,6 +9,7 @@
 namespace LumConf {
 
 using LumPalStr::String_t;
+using LumVoxRpc::Description;
 using LumVoxSoap::SOAPElement;
 
 /// One child element: the state that its name leads to, and the only state in which the name is known
@@ -20,19 +21,24 @@ struct PolicyContainerSoapArg::Child {
     State parent;
     bool hasText;
     void (PolicyHeaderImpl::*store)(const String_t&);
+    String_t PolicyRecord::*text = nullptr;  ///< what is written; null where it is not one text
 };
 
 // In the order in which they are written.
 const PolicyContainerSoapArg::Child PolicyContainerSoapArg::children[] = {
-    {names::FieldContainerId, InContainerId, Outside, InHeader, true, &PolicyHeaderImpl::SetContainerId},
-    {names::FieldStatus, InStatus, InHeader, InHeader, true, &PolicyHeaderImpl::SetStatus},
-    {names::FieldName, InName, InHeader, InHeader, true, &PolicyHeaderImpl::SetName},
-    {names::FieldVersion, InVersion, InHeader, InHeader, true, &PolicyHeaderImpl::SetVersion},
-    {names::FieldDescription, InDescription, InHeader, InHeader, true, &PolicyHeaderImpl::SetDescription},
-    {names::FieldOwner, InOwner, InHeader, InHeader, true, &PolicyHeaderImpl::SetOwner},
-    {names::FieldTypeName, InTypeName, InHeader, InHeader, true, &PolicyHeaderImpl::SetTypeName},
-    {names::FieldTypeVersion, InTypeVersion, InHeader, InHeader, true, &PolicyHeaderImpl::SetTypeVersion},
-    {names::FieldTypeId, InTypeId, InHeader, InHeader, true, &PolicyHeaderImpl::SetTypeId},
+    {names::FieldContainerId, InContainerId, Outside, InHeader, true, &PolicyHeaderImpl::SetContainerId,
+     &PolicyRecord::containerId},
+    {names::FieldStatus, InStatus, InHeader, InHeader, true, &PolicyHeaderImpl::SetStatus, &PolicyRecord::status},
+    {names::FieldName, InName, InHeader, InHeader, true, &PolicyHeaderImpl::SetName, &PolicyRecord::name},
+    {names::FieldVersion, InVersion, InHeader, InHeader, true, &PolicyHeaderImpl::SetVersion, &PolicyRecord::version},
+    {names::FieldDescription, InDescription, InHeader, InHeader, true, &PolicyHeaderImpl::SetDescription,
+     &PolicyRecord::description},
+    {names::FieldOwner, InOwner, InHeader, InHeader, true, &PolicyHeaderImpl::SetOwner, &PolicyRecord::owner},
+    {names::FieldTypeName, InTypeName, InHeader, InHeader, true, &PolicyHeaderImpl::SetTypeName,
+     &PolicyRecord::typeName},
+    {names::FieldTypeVersion, InTypeVersion, InHeader, InHeader, true, &PolicyHeaderImpl::SetTypeVersion,
+     &PolicyRecord::typeVersion},
+    {names::FieldTypeId, InTypeId, InHeader, InHeader, true, &PolicyHeaderImpl::SetTypeId, &PolicyRecord::typeId},
     {names::FieldCategories, InCategories, InHeader, InHeader, false, nullptr},
     {names::FieldCategory, InCategory, InCategories, InCategories, true, nullptr},
     {names::FieldAttribute, InAttributes, InHeader, InHeader, false, nullptr},
@@ -68,24 +74,39 @@ void WriteDataFiles(LumPalXml::XmlWriter_t& writer, const PolicyRecord& header, 
     for (const String_t& file : header.missingDataFiles) WriteChild(writer, names::FieldMissingDataFile, file);
 }
 
-void WriteHeader(LumPalXml::XmlWriter_t& writer, const PolicyRecord& header, const std::set<String_t>& asked) {
-    writer.OpenTag(names::FieldPolicyHeader);
-    WriteChild(writer, names::FieldContainerId, header.containerId);
-    WriteChild(writer, names::FieldStatus, header.status);
-    WriteChild(writer, names::FieldName, header.name);
-    WriteChild(writer, names::FieldVersion, header.version);
-    WriteChild(writer, names::FieldDescription, header.description);
-    WriteChild(writer, names::FieldOwner, header.owner);
-    WriteChild(writer, names::FieldTypeName, header.typeName);
-    WriteChild(writer, names::FieldTypeVersion, header.typeVersion);
-    WriteChild(writer, names::FieldTypeId, header.typeId);
-    WriteCategories(writer, header);
-    WriteAttributes(writer, header);
-    WriteDataFiles(writer, header, asked);
-    writer.CloseTag();
+std::string Own(const char* type) {
+    return std::string("m:") + type;
 }
 
 }  // namespace
+
+std::vector<Description::Type> PolicyContainerSoapArg::Describe() {
+    constexpr auto once = Description::AtMostOnce;
+    constexpr auto many = Description::AnyNumber;
+    Description::Type header{names::FieldPolicyHeader, {}};
+    for (const Child& child : children)
+        if (child.text) header.children.push_back({child.name, wire::Text});
+    header.children.push_back({names::FieldCategories, Own(names::FieldCategories), once});
+    header.children.push_back({names::FieldAttribute, Own(names::FieldAttribute), once});
+    header.children.push_back({names::FieldDataFile, wire::Text, many});
+    header.children.push_back({names::FieldMissingDataFile, wire::Text, many});
+    return {{names::FieldCategories, {{names::FieldCategory, wire::Text, many}}},
+            {names::FieldAttribute,
+             {{names::FieldAttributeName, wire::Text}, {names::FieldAttributeValue, wire::Text}},
+             true},
+            header,
+            {names::PolicyContainer, {{names::FieldPolicyHeader, Own(names::FieldPolicyHeader), many}}}};
+}
+
+void PolicyContainerSoapArg::WriteHeader(LumPalXml::XmlWriter_t& writer, const PolicyRecord& policy) const {
+    writer.OpenTag(names::FieldPolicyHeader);
+    for (const Child& child : children)
+        if (child.text) WriteChild(writer, child.name, policy.*child.text);
+    WriteCategories(writer, policy);
+    WriteAttributes(writer, policy);
+    WriteDataFiles(writer, policy, dataFiles);
+    writer.CloseTag();
+}
 
 void PolicyContainerSoapArg::SetContainer(const PolicyContainer& value) {
     container = LumPalPtr::RefPtr_t<PolicyContainerImpl>(value.GetImpl());
@@ -99,7 +120,7 @@ PolicyContainer PolicyContainerSoapArg::GetContainer() const {
 void PolicyContainerSoapArg::WriteContent(LumPalXml::XmlWriter_t& writer) const {
     if (!container) return;
     const int count = container->GetCount();
-    for (int i = 0; i < count; ++i) WriteHeader(writer, container->GetPolicyHeader(i)->Snapshot(), dataFiles);
+    for (int i = 0; i < count; ++i) WriteHeader(writer, container->GetPolicyHeader(i)->Snapshot());
 }
 
 const PolicyContainerSoapArg::Child* PolicyContainerSoapArg::FindChild(const String_t& localName) const {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "LumPalPtr.h"
+#include "LumVoxRpc.h"
 #include "LumVoxSoap.h"
 #include "PolicyContainer.h"
 #include "PolicyContainerImpl.h"
@@ -22,8 +23,10 @@ public:
     void SetContainer(const PolicyContainer& value);
     /// The data files that are written of each policy that names them; none at first.
     void SetDataFiles(const std::vector<LumPalStr::String_t>& names) { dataFiles = {names.begin(), names.end()}; }
-    /// @throws PolicyNotFoundError 153 when the argument never came
+    /// @throws PolicyNotFoundError SoapNoPolicyObject when the argument never came
     PolicyContainer GetContainer() const;
+    /// The argument as it is described to clients, and what it consists of.
+    static std::vector<LumVoxRpc::Description::Type> Describe();
     void WriteContent(LumPalXml::XmlWriter_t& writer) const override;
 
     LumVoxSoap::SOAPElement* StartElement(const LumPalStr::String_t& prefix, const LumPalStr::String_t& localName,
@@ -64,6 +67,7 @@ private:
     void EnterChild(const LumPalStr::String_t& localName);
     void StoreChild();
     void FinishHeader();
+    void WriteHeader(LumPalXml::XmlWriter_t& writer, const PolicyRecord& policy) const;
 
     LumPalPtr::RefPtr_t<PolicyContainerImpl> container;
     std::set<LumPalStr::String_t> dataFiles;

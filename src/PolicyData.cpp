@@ -5,6 +5,7 @@
 
 #include "Authorization.h"
 #include "LumPalConfig.h"
+#include "LumPalWhole.h"
 #include "LumSecCore.h"
 #include "Messages.h"
 #include "Names.h"
@@ -46,20 +47,9 @@ File_t DataFileIn(const File_t& folder, const String_t& name) {
     return file;
 }
 
-CharArray_t ReadWhole(const File_t& file) {
-    constexpr std::size_t blockSize = 8192;
-    LumPalIo::BufferedInputStream_t input{LumPalIo::FileInputStream_t(file)};
-    LumPalIo::CharArrayOutputStream_t content(static_cast<std::size_t>(file.GetSize()));
-    CharArray_t block(blockSize);
-    for (std::int64_t count = input.Read(block, 0, blockSize); count != -1; count = input.Read(block, 0, blockSize))
-        content.Write(block, 0, static_cast<std::size_t>(count));
-    input.Close();
-    return content.TakeCharArray();
-}
-
 CharArray_t ReadDataFile(const File_t& file) {
     try {
-        return ReadWhole(file);
+        return LumPalIo::ReadAtMost(LumPalIo::FileInputStream_t(file), LumPalIo::kNoLimit);
     } catch (const LumPalIo::FileNotFoundException_t& e) {
         throw Because<LumPalIo::FileNotFoundException_t>(msg::DataFileDoesNotExist, file.GetAbsolutePath(), e);
     } catch (const LumPalIo::IOException_t& e) {

@@ -16,7 +16,8 @@ public:
     static void Get(const PolicyHeaderImpl& header, int index, LumPalArray::CharArray_t& data);
     /// As PolicyProof::Prove.
     static void Prove(const PolicyHeaderImpl& header, int index, const LumPalIo::File_t& folder);
-    /// A data file of a policy that is not installed, without a proof. @throws as PolicyProof::Prove, but no 32, 33
+    /// A data file of a policy that is not installed, without a proof. @throws as PolicyProof::Prove, but no
+    /// DataKeyStoreNotAccessible, DataSignatureNotValidated
     static LumPalArray::CharArray_t Read(const PolicyHeaderImpl& header, int index, const LumPalIo::File_t& folder);
     /// Whether a certificate's holder may sign policies for this node.
     static bool MaySign(const LumPalStr::String_t& alias);

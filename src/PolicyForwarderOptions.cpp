@@ -1,3 +1,4 @@
+// PolicyForwarder::Options.
 #include "PolicyForwarder.h"
 
 namespace LumConf {

@@ -20,8 +20,8 @@ namespace {
 
 /// One policy document at a time passes through Read and Write.
 LumPalThread::Mutex_t& DocumentMutex() {
-    static auto* mutex = new LumPalThread::Mutex_t;  // never destroyed: threads may outlive it
-    return *mutex;
+    static LumPalThread::Mutex_t& mutex = *new LumPalThread::Mutex_t;  // never destroyed: threads may outlive it
+    return mutex;
 }
 
 }  // namespace

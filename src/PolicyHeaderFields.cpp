@@ -31,12 +31,12 @@ PolicyHeaderImpl::PolicyHeaderImpl() {
 }
 
 String_t PolicyHeaderImpl::Get(String_t PolicyRecord::*field) const {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     return record.*field;
 }
 
 void PolicyHeaderImpl::Set(String_t PolicyRecord::*field, const String_t& text) {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     record.*field = text;
 }
 

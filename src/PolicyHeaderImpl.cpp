@@ -5,6 +5,8 @@
 
 #include "AttributeCheck.h"
 #include "LumPalIo.h"
+#include "LumPalPlainMutex.h"
+#include "LumPalWhole.h"
 #include "Messages.h"
 
 namespace LumConf {
@@ -39,20 +41,15 @@ const auto& At(const List& list, int index, const Row& row) {
 }
 
 CharArray_t DecodeBase64(const CharArray_t& base64) {
-    constexpr std::size_t blockSize = 8192;
-    LumPalIo::Base64InputStream_t decoder(LumPalIo::CharArrayInputStream_t::Over(base64));
-    LumPalIo::CharArrayOutputStream_t result(base64.GetLength() / 4 * 3);
-    CharArray_t block(blockSize);
-    for (std::int64_t count = decoder.Read(block, 0, blockSize); count != -1; count = decoder.Read(block, 0, blockSize))
-        result.Write(block, 0, static_cast<std::size_t>(count));
-    return result.TakeCharArray();
+    const LumPalIo::Base64InputStream_t decoder(LumPalIo::CharArrayInputStream_t::Over(base64));
+    return LumPalIo::ReadAtMost(decoder, LumPalIo::kNoLimit);
 }
 
 }  // namespace
 
-std::mutex& PolicyHeaderImpl::Guard() const noexcept {
+LumPalThread::PlainMutex_t& PolicyHeaderImpl::Guard() const noexcept {
     struct alignas(64) Slot {
-        std::mutex mutex;
+        LumPalThread::PlainMutex_t mutex;
     };
     constexpr std::size_t slotCount = 64;
     static Slot pool[slotCount];
@@ -61,28 +58,28 @@ std::mutex& PolicyHeaderImpl::Guard() const noexcept {
 }
 
 PolicyRecord PolicyHeaderImpl::Snapshot() const {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     return record;
 }
 
 PolicyKeys PolicyHeaderImpl::GetKeys() const {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     return {record.containerId, record.name, record.typeName};
 }
 
 int PolicyHeaderImpl::GetCategoryCount() const {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     return static_cast<int>(record.categories.size());
 }
 
 String_t PolicyHeaderImpl::GetCategory(int index) const {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     return At(record.categories, index, msg::CategoryIndex);
 }
 
 bool PolicyHeaderImpl::SetCategory(const String_t& category) {
     if (category.IsEmpty()) return false;
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     if (!lookUps.IsNew(record.categories, category)) return false;
     record.categories.push_back(category);
     return true;
@@ -90,44 +87,44 @@ bool PolicyHeaderImpl::SetCategory(const String_t& category) {
 
 bool PolicyHeaderImpl::RemoveCategory(const String_t& category) {
     if (category.IsEmpty()) return false;
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     lookUps.Drop();
     return std::erase(record.categories, category) != 0;
 }
 
 bool PolicyHeaderImpl::RemoveCategories(const HashedTexts<String_t>& unwanted) {
     if (unwanted.IsEmpty()) return false;
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     lookUps.Drop();
     return std::erase_if(record.categories, [&](const String_t& text) { return unwanted.Has(text); }) != 0;
 }
 
 void PolicyHeaderImpl::RemoveAllCategories() {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     lookUps.Drop();
     record.categories.clear();
 }
 
 void PolicyHeaderImpl::ReplaceCategories(std::vector<String_t> categories) {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     lookUps.Drop();
     record.categories = std::move(categories);
 }
 
 int PolicyHeaderImpl::GetAttributesCount() const {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     return static_cast<int>(record.attributes.size());
 }
 
 AttributePtr PolicyHeaderImpl::GetAttribute(int index) const {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     return At(record.attributes, index, msg::AttributeIndex);
 }
 
 bool PolicyHeaderImpl::SetAttribute(const String_t& name, const String_t& value) {
     CheckAttribute(name);
     const TextPair trimmed(String_t(name).Trim(), String_t(value).Trim());
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     if (!lookUps.IsNew(record.attributes, trimmed)) return false;
     record.attributes.emplace_back(new PolicyAttributeImpl(trimmed.first, trimmed.second));
     TakeVersionIdLocked(*record.attributes.back());
@@ -144,7 +141,7 @@ void PolicyHeaderImpl::TakeVersionIdLocked(const PolicyAttributeImpl& attribute)
 bool PolicyHeaderImpl::RemoveAttribute(const String_t& name, const String_t& value) {
     CheckAttribute(name);
     CheckAttribute(value);
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     lookUps.Drop();
     const auto isPair = [&](const AttributePtr& a) { return a->GetName() == name && a->GetValue() == value; };
     return std::erase_if(record.attributes, isPair) != 0;
@@ -157,7 +154,7 @@ void PolicyHeaderImpl::RemoveAttributes(const std::vector<TextPair>& pairs) {
     }
     if (pairs.empty()) return;
     const HashedTexts<TextPair> unwanted(pairs);
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     lookUps.Drop();
     std::erase_if(record.attributes, [&](const AttributePtr& a) {
         return unwanted.Has({a->GetName(), a->GetValue()});
@@ -165,30 +162,30 @@ void PolicyHeaderImpl::RemoveAttributes(const std::vector<TextPair>& pairs) {
 }
 
 void PolicyHeaderImpl::RemoveAllAttributes() {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     lookUps.Drop();
     record.attributes.clear();
 }
 
 void PolicyHeaderImpl::ReplaceAttributes(std::vector<AttributePtr> attributes) {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     lookUps.Drop();
     record.attributes = std::move(attributes);
     for (const AttributePtr& attribute : record.attributes) TakeVersionIdLocked(*attribute);
 }
 
 int PolicyHeaderImpl::GetDataFileCount() const {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     return static_cast<int>(record.dataFiles.size());
 }
 
 String_t PolicyHeaderImpl::GetDataFile(int index) const {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     return At(record.dataFiles, index, msg::DataFileIndex).name;
 }
 
 std::vector<String_t> PolicyHeaderImpl::GetDataFileNames() const {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     std::vector<String_t> names;
     names.reserve(record.dataFiles.size());
     for (const PolicyDataFile& file : record.dataFiles) names.push_back(file.name);
@@ -196,12 +193,12 @@ std::vector<String_t> PolicyHeaderImpl::GetDataFileNames() const {
 }
 
 String_t PolicyHeaderImpl::GetDataFileEncoding(int index) const {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     return At(record.dataFiles, index, msg::DataFileIndex).encoding;
 }
 
 String_t PolicyHeaderImpl::GetDataFileChecksum(int index) const {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     return At(record.dataFiles, index, msg::DataFileIndex).checksum;
 }
 
@@ -211,58 +208,58 @@ void PolicyHeaderImpl::SetDataFile(const String_t& name) {
 
 void PolicyHeaderImpl::SetDataFile(const String_t& name, const String_t& encoding, const String_t& checksum) {
     PolicyDataFile file{name, UsableEncoding(encoding), checksum};
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     record.dataFiles.push_back(std::move(file));
 }
 
 void PolicyHeaderImpl::SetDataFileEncoding(const String_t& encoding) {
     const String_t usable = UsableEncoding(encoding);
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     if (!record.dataFiles.empty()) record.dataFiles.back().encoding = usable;
 }
 
 void PolicyHeaderImpl::SetDataFileChecksum(const String_t& checksum) {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     if (!record.dataFiles.empty()) record.dataFiles.back().checksum = checksum;
 }
 
 void PolicyHeaderImpl::AddMissingDataFile(const String_t& name) {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     record.missingDataFiles.push_back(name);
 }
 
 int PolicyHeaderImpl::GetMissingDataFileCount() const {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     return static_cast<int>(record.missingDataFiles.size());
 }
 
 String_t PolicyHeaderImpl::GetMissingDataFile(int index) const {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     return At(record.missingDataFiles, index, msg::DataFileIndex);
 }
 
 void PolicyHeaderImpl::AddSignature(const CharArray_t& base64) {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     signatures.push_back(base64);
 }
 
 void PolicyHeaderImpl::RemoveAllSignatures() {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     signatures.clear();
 }
 
 int PolicyHeaderImpl::GetSignatureCount() const {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     return static_cast<int>(signatures.size());
 }
 
 std::vector<CharArray_t> PolicyHeaderImpl::GetRawSignatures() const {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     return signatures;
 }
 
 CharArray_t PolicyHeaderImpl::GetRawSignature(int index) const {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     // The index is tested against the data files (kept: peers rely on it), then against what is really there.
     At(record.dataFiles, index, msg::SignatureIndex);
     return At(signatures, index, msg::SignatureIndex);
@@ -274,17 +271,17 @@ CharArray_t PolicyHeaderImpl::GetSignature(int index) const {
 }
 
 void PolicyHeaderImpl::SetCertificate(const CharArray_t& base64) {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     certificate = base64;
 }
 
 CharArray_t PolicyHeaderImpl::GetRawCertificate() const {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     return certificate;
 }
 
 std::size_t PolicyHeaderImpl::GetRawCertificateLength() const {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     return certificate.GetLength();
 }
 
@@ -294,7 +291,7 @@ CharArray_t PolicyHeaderImpl::GetCertificate() const {
 
 void PolicyHeaderImpl::Clear() {
     PolicyRecord empty;
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     lookUps.Drop();
     empty.attributes.swap(record.attributes);
     record = std::move(empty);
@@ -303,7 +300,7 @@ void PolicyHeaderImpl::Clear() {
 }
 
 void PolicyHeaderImpl::Compact() {
-    const std::lock_guard lock(Guard());
+    const LumPalThread::PlainLock_t lock(Guard());
     lookUps.Drop();
     record.dataFiles.shrink_to_fit();
     record.categories.shrink_to_fit();

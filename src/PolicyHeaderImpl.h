@@ -4,12 +4,12 @@
 
 #include <atomic>
 #include <cstddef>
-#include <mutex>
 #include <vector>
 
 #include "EntryLookUps.h"
 #include "HashedTexts.h"
 #include "LumPalArray.h"
+#include "LumPalPlainMutex.h"
 #include "LumPalPtr.h"
 #include "LumPalRef.h"
 #include "LumPalStr.h"
@@ -101,7 +101,7 @@ public:
     LumPalPtr::RefPtr_t<PolicyAttributeImpl> GetAttribute(int index) const;
     bool SetAttribute(const LumPalStr::String_t& name, const LumPalStr::String_t& value);
     /// Compared exactly, untrimmed. @return whether the pair was there
-    /// @throws LumPalMsg::IllegalArgumentError_t 70, 71 for a bad name or a bad value
+    /// @throws LumPalMsg::IllegalArgumentError_t AttributeEmpty, AttributeWithBadText for a bad name or a bad value
     bool RemoveAttribute(const LumPalStr::String_t& name, const LumPalStr::String_t& value);
     /// Removes many, names and values, in one walk; after an error all are there as before.
     void RemoveAttributes(const std::vector<TextPair>& pairs);
@@ -130,7 +130,8 @@ public:
     void RemoveAllSignatures();
     int GetSignatureCount() const;
     std::vector<LumPalArray::CharArray_t> GetRawSignatures() const;
-    /// @throws LumPalMsg::IllegalArgumentError_t 35 for an index that names no data file or has no signature
+    /// @throws LumPalMsg::IllegalArgumentError_t SignatureIndex for an index that names no data file or has no
+    ///         signature
     LumPalArray::CharArray_t GetRawSignature(int index) const;
     LumPalArray::CharArray_t GetSignature(int index) const;
     /// Base64 text.
@@ -149,15 +150,15 @@ public:
     void Compact();
 
 private:
-    std::mutex& Guard() const noexcept;
+    LumPalThread::PlainMutex_t& Guard() const noexcept;
     LumPalStr::String_t Get(LumPalStr::String_t PolicyRecord::*field) const;
     void Set(LumPalStr::String_t PolicyRecord::*field, const LumPalStr::String_t& text);
-    void TakeVersionIdLocked(const PolicyAttributeImpl& attribute);
+    void TakeVersionIdLocked(const PolicyAttributeImpl& attribute) LUMPAL_REQUIRES(Guard());
 
-    PolicyRecord record;
-    LumPalArray::CharArray_t certificate;
-    std::vector<LumPalArray::CharArray_t> signatures;
-    EntryLookUps lookUps;  ///< without an index between the operations on the policy
+    PolicyRecord record LUMPAL_GUARDED_BY(Guard());
+    LumPalArray::CharArray_t certificate LUMPAL_GUARDED_BY(Guard());
+    std::vector<LumPalArray::CharArray_t> signatures LUMPAL_GUARDED_BY(Guard());
+    EntryLookUps lookUps LUMPAL_GUARDED_BY(Guard());  ///< without an index between the operations on the policy
     std::atomic<bool> dataReadAllowed{false};
 };
 

@@ -1,3 +1,4 @@
+// PolicyOperation: installing a policy or a package.
 #include "AuditLog.h"
 #include "Exceptions.h"
 #include "InstallOptions.h"

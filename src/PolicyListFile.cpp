@@ -5,6 +5,7 @@
 
 #include "Exceptions.h"
 #include "LumPalLog.h"
+#include "LumPalWhole.h"
 #include "Messages.h"
 #include "StorePaths.h"
 #include "StoreWalk.h"
@@ -43,13 +44,8 @@ LumPalIo::InputStream_t OpenHeader(const File_t& file) {
 }
 
 void CopyHeader(const File_t& file, OutputStream_t& out) {
-    constexpr std::size_t blockSize = 8192;
-    LumPalIo::InputStream_t input = OpenHeader(file);
-    if (input.IsNull()) return;
-    LumPalArray::CharArray_t block(blockSize);
-    for (std::int64_t count = input.Read(block, 0, blockSize); count != -1; count = input.Read(block, 0, blockSize))
-        out.Write(block, 0, static_cast<std::size_t>(count));
-    input.Close();
+    const LumPalIo::InputStream_t input = OpenHeader(file);
+    if (input.IsNotNull()) LumPalIo::Copy(input, out);
 }
 
 void WriteSection(const File_t& file, OutputStream_t& out) {

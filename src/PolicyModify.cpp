@@ -51,13 +51,14 @@ bool HasAttributes(const PolicyHeaderImpl& header) {
 
 }  // namespace
 
-PolicyOperation::Ids PolicyOperation::SelectFor(const String_t& originator, const Selection& selection, int auditMode,
-                                                const MessageRow& noneFound, const PolicyForwarder::Options& options) {
+PolicyOperation::Ids PolicyOperation::SelectFor(const String_t& originator, const Selection& selection,
+                                                AuditLog::Mode auditMode, const MessageRow& noneFound,
+                                                const PolicyForwarder::Options& options) {
     const Ids ids = SelectIds(selection);
     if (!ids.empty()) return ids;
     // The change that could not be written may be why nothing is selected any more.
     WriteUnwritten(originator, unwritten.GetIds(), options);
-    Audit(originator, auditMode, true);  // kept: nothing found counts as a success in the audit log
+    Audit(originator, auditMode, Outcome::Success);  // kept: nothing found counts as a success in the audit log
     throw PolicyNotFoundError(MakeUnchecked(noneFound));
 }
 
@@ -83,14 +84,14 @@ void PolicyOperation::SetStatus(const String_t& originator, const Selection& sel
     }
 
     const bool enable = action == Enable;
-    const int auditMode = enable ? AuditLog::Enable : AuditLog::Disable;
+    const AuditLog::Mode auditMode = enable ? AuditLog::Enable : AuditLog::Disable;
     // A status that is neither word falls out both ways.
     const Ids ids = Narrow(selected, [enable](const PolicyHeaderImpl& header) {
         return enable ? header.IsDisabled() : header.IsEnabled();
     });
     if (ids.empty()) {
         WriteUnwritten(originator, selected, options);
-        Audit(originator, auditMode, true);
+        Audit(originator, auditMode, Outcome::Success);
         Raise<NoPolicyOperation>(msg::StatusAlreadySet);
     }
     HeaderChange change{auditMode, [enable](PolicyHeaderImpl& header) {
@@ -109,7 +110,7 @@ void PolicyOperation::SetOwner(const String_t& originator, const String_t& owner
     const Ids ids = Narrow(selected, [&owner](const PolicyHeaderImpl& header) { return header.GetOwner() != owner; });
     if (ids.empty()) {
         WriteUnwritten(originator, selected, options);
-        Audit(originator, AuditLog::Owner, true);
+        Audit(originator, AuditLog::Owner, Outcome::Success);
         RaiseOwnerSet(selected, owner);
     }
     HeaderChange change{AuditLog::Owner, [&owner](PolicyHeaderImpl& header) {
@@ -133,7 +134,7 @@ void PolicyOperation::ModifyCategory(const String_t& originator, const String_t&
     LUMCONF_BLOCK(trace::Policy, "PolicyOperation::ModifyCategory");
     MutexLock_t lock(mutex);
     if (action != AddCategory && action != RemoveCategory) {
-        Audit(originator, AuditLog::Category, false);
+        Audit(originator, AuditLog::Category, Outcome::Failure);
         Raise<LumPalMsg::IllegalStateError_t>(msg::CategoryOperationNotPossible);
     }
     const Ids selected = SelectFor(originator, selection, AuditLog::Category, msg::CategoryNoPolicyFiles, options);
@@ -155,7 +156,7 @@ void PolicyOperation::ModifyCategory(const String_t& originator, const String_t&
                                   return rewrite;
                               }};
     if (ChangeHeaders(originator, selected, selected, change, options)) return;
-    Audit(originator, AuditLog::Category, true);
+    Audit(originator, AuditLog::Category, Outcome::Success);
     Raise<PolicyNotFoundError>(msg::CategoryNoPolicyFiles);
 }
 
@@ -167,7 +168,7 @@ void PolicyOperation::RemoveAllCategories(const String_t& originator, const Sele
     const Ids ids = Narrow(selected, HasCategories);
     if (ids.empty()) {
         WriteUnwritten(originator, selected, options);
-        Audit(originator, AuditLog::Category, true);
+        Audit(originator, AuditLog::Category, Outcome::Success);
         Raise<PolicyNotFoundError>(msg::CategoryNone);
     }
     const HeaderChange change{AuditLog::Category, [](PolicyHeaderImpl& header) {
@@ -195,7 +196,7 @@ void PolicyOperation::ModifyAttributes(const String_t& originator, const String_
     change.namesFailedPolicy = false;  // kept: the line of a failure is that of the whole operation
     change.repeats = false;            // the second time the attribute is there, or gone
     if (ChangeHeaders(originator, selected, ids, change, options)) return;
-    Audit(originator, AuditLog::Attribute, true);
+    Audit(originator, AuditLog::Attribute, Outcome::Success);
     Raise<PolicyNotFoundError>(msg::AttributeModifyNoPolicyFiles);
 }
 
@@ -208,7 +209,7 @@ void PolicyOperation::RemoveAllAttributes(const String_t& originator, const Sele
     const Ids ids = Narrow(selected, HasAttributes);
     if (ids.empty()) {
         WriteUnwritten(originator, selected, options);
-        Audit(originator, AuditLog::Attribute, true);
+        Audit(originator, AuditLog::Attribute, Outcome::Success);
         Raise<PolicyNotFoundError>(msg::AttributeRemoveAllNoPolicyFiles);
     }
     const HeaderChange change{AuditLog::Attribute, [](PolicyHeaderImpl& header) {

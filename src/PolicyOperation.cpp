@@ -1,14 +1,13 @@
 #include "PolicyOperation.h"
 
-#include <algorithm>
 #include <utility>
 
-#include "AuditLog.h"
 #include "DirectoryImpl.h"
 #include "Exceptions.h"
 #include "FilePermission.h"
 #include "LumCtrl.h"
 #include "LumPalLog.h"
+#include "LumPalWhole.h"
 #include "Messages.h"
 #include "MissingDataFiles.h"
 #include "PlainName.h"
@@ -39,13 +38,7 @@ void MakeOrCollect(const File_t& directory, const MessageOf<Holes>& row, Message
 }
 
 void CopyBytes(LumPalIo::InputStream_t& from, LumPalIo::OutputStream_t& to, std::size_t length) {
-    LumPalArray::CharArray_t block(std::min<std::size_t>(length, 8192));
-    while (length > 0) {
-        const std::int64_t got = from.Read(block, 0, std::min(length, block.GetLength()));
-        if (got <= 0) Raise<LumPalIo::EOFException_t>(msg::TransferEnded);
-        to.Write(block, 0, static_cast<std::size_t>(got));
-        length -= static_cast<std::size_t>(got);
-    }
+    if (LumPalIo::Copy(from, to, length) != length) Raise<LumPalIo::EOFException_t>(msg::TransferEnded);
 }
 
 LumPalArray::CharArray_t ReadBytes(LumPalIo::InputStream_t& from, std::size_t length) {
@@ -106,25 +99,26 @@ void PolicyOperation::MakeDirectories() {
 }
 
 void PolicyOperation::LoadAtStart() {
-    cache = new PolicyContainerImpl;
+    const CachePtr loaded(new PolicyContainerImpl);
+    SetCache(loaded);
     try {
-        cache->CheckPolicy(PolicyContainer::Options());
+        loaded->CheckPolicy(PolicyContainer::Options());
     } catch (const PolicyFileException& e) {
         Say(Make(msg::CacheNotInitializedAtStart, e));
     }
-    DeleteAsideCopies(*cache);
-    MissingDataFiles::Mark(*cache);
+    DeleteAsideCopies(*loaded);
+    MissingDataFiles::Mark(*loaded);
     SharedDataFiles::GetRule();  // a word that is none is said now, not when it is needed
 }
 
 PolicyOperation::CachePtr PolicyOperation::Cache() const {
-    const std::lock_guard lock(cacheMutex);
+    const LumPalThread::PlainLock_t lock(cacheMutex);
     return cache;
 }
 
 // The container that goes is let go behind the lock: freeing many headers takes time.
 void PolicyOperation::SetCache(CachePtr container) {
-    const std::lock_guard lock(cacheMutex);
+    const LumPalThread::PlainLock_t lock(cacheMutex);
     std::swap(cache, container);
 }
 
@@ -136,10 +130,10 @@ bool PolicyOperation::IsPolicyTypeNameInstalled(const String_t& typeName) const 
     return Cache()->HasTypeName(typeName);
 }
 
-void PolicyOperation::RequirePolicies(const String_t& originator, int auditMode) {
+void PolicyOperation::RequirePolicies(const String_t& originator, AuditLog::Mode auditMode) {
     if (!Cache()->IsEmpty()) return;
     // Kept: an empty store counts as a success in the audit log.
-    Audit(originator, auditMode, true);
+    Audit(originator, auditMode, Outcome::Success);
     Raise<NoPoliciesInstalledError>(msg::NoPoliciesInstalled);
 }
 
@@ -157,11 +151,12 @@ PolicyContainer PolicyOperation::GetPolicyContainer(const String_t& originator, 
     const CachePtr from = dataFiles.empty() ? Cache() : Cache()->Naming(dataFiles);
     const std::vector<String_t> ids = SelectIds(from, selection);
     if (ids.empty()) {
-        Audit(originator, AuditLog::List, true);  // kept: nothing found counts as a success in the audit log
+        Audit(originator, AuditLog::List,
+              Outcome::Success);  // kept: nothing found counts as a success in the audit log
         Raise<PolicyNotFoundError>(msg::ListNoPolicyFiles);
     }
     const PolicyContainer result = Pick(*from, ids);
-    Audit(originator, AuditLog::List, true);
+    Audit(originator, AuditLog::List, Outcome::Success);
     return result;
 }
 
@@ -175,13 +170,13 @@ void PolicyOperation::ReinitCache(const String_t& originator) {
         MissingDataFiles::Mark(*fresh);
         SetCache(fresh);
         unwritten.Clear();
-        Audit(originator, AuditLog::Reinit, true);
+        Audit(originator, AuditLog::Reinit, Outcome::Success);
     } catch (const PolicyFileException& e) {
         MissingDataFiles::Mark(*fresh);
         SetCache(fresh);
         unwritten.Clear();
         Say(Make(msg::CacheNotReinitialized, e));
-        Audit(originator, AuditLog::Reinit, false);
+        Audit(originator, AuditLog::Reinit, Outcome::Failure);
     }
 }
 
@@ -198,10 +193,10 @@ void PolicyOperation::SendAudited(const String_t& originator, void (NotifyStore:
     try {
         (notifications.*send)();
     } catch (const LumPalMsg::Exception_t&) {
-        Audit(originator, AuditLog::Notify, false);
+        Audit(originator, AuditLog::Notify, Outcome::Failure);
         throw;
     }
-    Audit(originator, AuditLog::Notify, true);
+    Audit(originator, AuditLog::Notify, Outcome::Success);
 }
 
 void PolicyOperation::CreateFile(const File_t& directory, const String_t& name, LumPalIo::InputStream_t& stream,
@@ -226,13 +221,13 @@ void PolicyOperation::DeleteLeftovers() {
     }
 }
 
-void PolicyOperation::Audit(const String_t& originator, int mode, bool success) const {
-    if (auditLog) auditLog->Log(originator, mode, success);
+void PolicyOperation::Audit(const String_t& originator, AuditLog::Mode mode, Outcome outcome) const {
+    if (auditLog) auditLog->Log(originator, mode, outcome == Outcome::Success);
 }
 
-void PolicyOperation::Audit(const String_t& originator, const String_t& name, const String_t& id, int mode,
-                            bool success) const {
-    if (auditLog) auditLog->Log(originator, name, id, mode, success);
+void PolicyOperation::Audit(const String_t& originator, const String_t& name, const String_t& id, AuditLog::Mode mode,
+                            Outcome outcome) const {
+    if (auditLog) auditLog->Log(originator, name, id, mode, outcome == Outcome::Success);
 }
 
 }  // namespace LumConf

@@ -3,15 +3,15 @@
 #pragma once
 
 #include <functional>
-#include <mutex>
 #include <vector>
 
+#include "AuditLog.h"
 #include "DocumentBatch.h"
 #include "LumPalArray.h"
 #include "LumPalIo.h"
+#include "LumPalPlainMutex.h"
 #include "LumPalPtr.h"
 #include "LumPalStr.h"
-#include "LumPalThread.h"
 #include "NotifyStore.h"
 #include "PolicyContainerImpl.h"
 #include "PolicyForwarder.h"
@@ -21,7 +21,6 @@
 
 namespace LumConf {
 
-class AuditLog;
 class InstallOptions;
 class InstallTask;
 class PolicyContainer;
@@ -55,11 +54,13 @@ public:
     static PolicyOperation* GetInstance();
 
     /// Finishes a change that a crash interrupted, wipes the incoming and the temporary directory, makes the
-    /// directories, loads the cache, has the jobs started, takes the audit log. Headers that cannot be read are said in
-    /// the application log (102) and left out. What the incoming directory holds in folders below it is not touched.
+    /// directories, loads the cache, has the jobs started, takes the audit log. Headers that cannot be read are logged
+    /// in the application log (CacheNotInitializedAtStart) and left out. What the incoming directory holds in folders
+    /// below it is not touched.
     /// @throws LumPalIo::IOException_t when an interrupted change cannot be finished, or with a message for each
-    ///         directory that cannot be made (99, 624, 100, 101); LumPalMsg::RuntimeException_t 58; what the
-    ///         surroundings raise
+    ///         directory that cannot be made (IncomingDirectoryNotCreated, TemporaryDirectoryNotCreated,
+    ///         InstallDirectoryNotCreated, BaseDirectoryNotCreated); LumPalMsg::RuntimeException_t CacheNotRead; what
+    ///         the surroundings raise
     explicit PolicyOperation(Surroundings surroundings);
     ~PolicyOperation();
     PolicyOperation(const PolicyOperation&) = delete;
@@ -68,13 +69,14 @@ public:
     /// The selected policies, in ascending order of their ids. The container is the caller's; its headers are shared
     /// with the cache.
     /// @param dataFiles  if any, only the policies that name one of them; found without looking at all others
-    /// @throws NoPoliciesInstalledError 109, PolicyNotFoundError 117
+    /// @throws NoPoliciesInstalledError NoPoliciesInstalled, PolicyNotFoundError ListNoPolicyFiles
     PolicyContainer GetPolicyContainer(const LumPalStr::String_t& originator, const Selection& selection,
                                        const std::vector<LumPalStr::String_t>& dataFiles = {});
 
     /// Removes the selected policies. What could be removed stays removed; a failed notification is not reported.
-    /// @throws NoPoliciesInstalledError 109; PolicyNotFoundError 110, and 63 for an id that is not installed;
-    ///         PolicyException with a warning 111 to 114 for each file that was missing or could not be deleted
+    /// @throws NoPoliciesInstalledError NoPoliciesInstalled; PolicyNotFoundError RemoveNoPolicyFiles, and
+    ///         PolicyIdNotInCache for an id that is not installed; PolicyException with a warning for each file that
+    ///         was missing or could not be deleted
     void Remove(const LumPalStr::String_t& originator, const Selection& selection,
                 const PolicyForwarder::Options& options);
 
@@ -94,48 +96,53 @@ public:
     // operation of this kind that selects it writes it down, whatever else that one finds to do. Where a document
     // cannot be moved or a flush fails, so have others that were to be written together with it. A failed
     // notification is not reported. All raise what PolicyWriter does for a document that cannot be rewritten,
-    // LumPalIo::FileNotFoundException_t for one that is gone, and PolicyNotFoundError 63 for an id that is not
-    // installed. The data files are not touched.
+    // LumPalIo::FileNotFoundException_t for one that is gone, and PolicyNotFoundError PolicyIdNotInCache for an id that
+    // is not installed. The data files are not touched.
 
     /// @param action  Enable; every other number disables
-    /// @throws NoPoliciesInstalledError 109, PolicyNotFoundError 115, NoPolicyOperation 116
+    /// @throws NoPoliciesInstalledError NoPoliciesInstalled, PolicyNotFoundError StatusNoPolicyFiles, NoPolicyOperation
+    ///         StatusAlreadySet
     void SetStatus(const LumPalStr::String_t& originator, const Selection& selection, int action,
                    const PolicyForwarder::Options& options);
-    /// @throws PolicyNotFoundError 118; NoPolicyOperation 119 (one policy selected), 120
+    /// @throws PolicyNotFoundError OwnerNoPolicyFiles; NoPolicyOperation OwnerAlreadySet (one policy selected),
+    ///         OwnerAlreadySetForAll
     void SetOwner(const LumPalStr::String_t& originator, const LumPalStr::String_t& owner, const Selection& selection,
                   const PolicyForwarder::Options& options);
-    /// From the first policy on that changes, the following ones are rewritten and told too, changed or not.
+    /// From the first policy on that changes, the following ones are rewritten and notified too, changed or not.
     /// @param categories  names parted by blanks
     /// @param action      AddCategory or RemoveCategory
-    /// @throws LumPalMsg::IllegalStateError_t 121 for another action; PolicyNotFoundError 122
+    /// @throws LumPalMsg::IllegalStateError_t CategoryOperationNotPossible for another action; PolicyNotFoundError
+    ///         CategoryNoPolicyFiles
     void ModifyCategory(const LumPalStr::String_t& originator, const LumPalStr::String_t& categories,
                         const Selection& selection, const PolicyForwarder::Options& options, int action);
-    /// @throws PolicyNotFoundError 122, 123
+    /// @throws PolicyNotFoundError CategoryNoPolicyFiles, CategoryNone
     void RemoveAllCategories(const LumPalStr::String_t& originator, const Selection& selection,
                              const PolicyForwarder::Options& options);
     /// @param attribute  name=value; without "=" the text is both the name and the value
     /// @param action     AddAttribute or RemoveAttribute
-    /// @throws LumPalMsg::IllegalStateError_t 124 for another action; PolicyNotFoundError 125, 126;
-    ///         LumPalMsg::IllegalArgumentError_t 70, 71 for a bad name or value
+    /// @throws LumPalMsg::IllegalStateError_t AttributeOperationNotPossible for another action; PolicyNotFoundError
+    ///         AttributeNoPolicyFiles, AttributeModifyNoPolicyFiles; LumPalMsg::IllegalArgumentError_t AttributeEmpty,
+    ///         AttributeWithBadText for a bad name or value
     void ModifyAttributes(const LumPalStr::String_t& originator, const LumPalStr::String_t& attribute,
                           const Selection& selection, const PolicyForwarder::Options& options, int action);
-    /// @throws PolicyNotFoundError 127
+    /// @throws PolicyNotFoundError AttributeRemoveAllNoPolicyFiles
     void RemoveAllAttributes(const LumPalStr::String_t& originator, const Selection& selection,
                              const PolicyForwarder::Options& options);
 
     /// Takes one policy into the store.
     /// @param data  a policy array (PolicyUtil.h); it must stay as it is during the call
-    /// @throws ConfException 605 (bad array); PolicyException 606, PolicyOwnerError 104, PolicyVersionError 105,
-    ///         NoMultiplePoliciesException 678, PolicyFileException 107 or without number for a refused name,
-    ///         PolicyHeaderException 73 to 86 for a bad document, LumPalXml::SAX::SAXParseException_t for a malformed
-    ///         one, LumPalIo::IOException_t for file work; LumCtrl::ControlException 91 when the policy is installed
-    ///         but not everybody could be told
+    /// @throws ConfException UnpackError (bad array); PolicyException InstalledWithOtherType, PolicyOwnerError
+    ///         OwnerDoesNotMatch, PolicyVersionError VersionNotHigher, NoMultiplePoliciesException
+    ///         TypeLimitedToOnePolicy, PolicyFileException InstallDataFileMissing or without number for a refused name,
+    ///         PolicyHeaderException for a bad document, LumPalXml::SAX::SAXParseException_t for a malformed one,
+    ///         LumPalIo::IOException_t for file work; LumCtrl::ControlException NotificationsNotSent when the policy is
+    ///         installed but not everybody could be notified
     void Install(const LumPalStr::String_t& originator, const LumPalArray::CharArray_t& data, InstallOptions& options);
 
     /// Takes the policies of a package, one after another, and then sends what is queued.
     /// @param options  `notify` is false during the installs, and after a failure that ends the package
     /// @throws as Install; a policy whose type is limited to one does not end the package, but the package then ends
-    ///         in NoMultiplePoliciesException 677
+    ///         in NoMultiplePoliciesException PackageInstallFailed
     void InstallPackage(const LumPalStr::String_t& originator, const LumPalArray::CharArray_t& data,
                         InstallOptions& options);
 
@@ -143,27 +150,28 @@ public:
     bool IsPolicyInstalled() const;
     bool IsPolicyTypeNameInstalled(const LumPalStr::String_t& typeName) const;
 
-    /// Loads the cache anew from the store. Headers that cannot be read are said in the application log (128) and
-    /// left out. Containers that were handed out stay as they are.
-    /// @throws LumPalMsg::RuntimeException_t 58 when the store cannot be listed; the cache then stays as it was
+    /// Loads the cache anew from the store. Headers that cannot be read are logged in the application log
+    /// (CacheNotReinitialized) and left out. Containers that were handed out stay as they are.
+    /// @throws LumPalMsg::RuntimeException_t CacheNotRead when the store cannot be listed; the cache then stays as it
+    ///         was
     void ReinitCache(const LumPalStr::String_t& originator);
 
     /// Sends everything that is queued, or only what is queued for enabled and disabled policies.
-    /// @throws LumCtrl::ControlException 91
+    /// @throws LumCtrl::ControlException NotificationsNotSent
     void Notify(const LumPalStr::String_t& originator);
     void NotifyEnableDisable(const LumPalStr::String_t& originator);
 
     /// Makes the file `directory`/`name` from the next `length` bytes of the stream; one that stands there goes first.
     /// @param keep  the bytes also become the current policy document
     /// @throws PolicyFileException for a name that is not plain or a place that cannot be freed;
-    ///         LumPalIo::EOFException_t when the stream is too short; LumPalIo::IOException_t
-    /// The caller holds the mutex, or is the only one.
-    /// The bytes are not flushed.
+    ///         LumPalIo::EOFException_t when the stream is too short; LumPalIo::IOException_t The caller holds the
+    ///         mutex, or is the only one. The bytes are not flushed.
     void CreateFile(const LumPalIo::File_t& directory, const LumPalStr::String_t& name, LumPalIo::InputStream_t& stream,
-                    unsigned length, bool keep);
+                    unsigned length, bool keep) LUMPAL_REQUIRES(mutex);
 
 private:
     friend class InstallTask;
+    using Outcome = AuditLog::Outcome;
     using CachePtr = LumPalPtr::RefPtr_t<PolicyContainerImpl>;
 
     static void WipeWorkFolders();
@@ -175,45 +183,47 @@ private:
         return SelectIds(Cache(), selection);
     }
     static std::vector<LumPalStr::String_t> SelectIds(const CachePtr& from, const Selection& selection);
-    void RequirePolicies(const LumPalStr::String_t& originator, int auditMode);
+    void RequirePolicies(const LumPalStr::String_t& originator, AuditLog::Mode auditMode) LUMPAL_REQUIRES(mutex);
     void RemovePolicy(const LumPalStr::String_t& originator, const LumPalStr::String_t& id,
-                      LumPalMsg::MessageList_t& failures);
+                      LumPalMsg::MessageList_t& failures) LUMPAL_REQUIRES(mutex);
     void RemoveDataFile(const LumPalStr::String_t& originator, const PolicyRecord& policy,
                         const LumPalStr::String_t& name, LumPalMsg::MessageList_t& failures) const;
     bool RemoveHeaderFile(const LumPalStr::String_t& originator, const PolicyRecord& policy,
                           LumPalMsg::MessageList_t& failures) const;
-    void ForgetPolicy(const LumPalStr::String_t& originator, const PolicyRecord& policy);
-    void DeleteLeftovers();
-    void SendUnreported();
+    void ForgetPolicy(const LumPalStr::String_t& originator, const PolicyRecord& policy) LUMPAL_REQUIRES(mutex);
+    void DeleteLeftovers() LUMPAL_REQUIRES(mutex);
+    void SendUnreported() LUMPAL_REQUIRES(mutex);
     using Ids = std::vector<LumPalStr::String_t>;
     using Concerned = std::function<bool(const PolicyHeaderImpl&)>;
     struct HeaderChange;
     struct Changing;
-    Ids SelectFor(const LumPalStr::String_t& originator, const Selection& selection, int auditMode,
-                  const MessageRow& noneFound, const PolicyForwarder::Options& options);
+    Ids SelectFor(const LumPalStr::String_t& originator, const Selection& selection, AuditLog::Mode auditMode,
+                  const MessageRow& noneFound, const PolicyForwarder::Options& options) LUMPAL_REQUIRES(mutex);
     Ids Narrow(const Ids& ids, const Concerned& concerned) const;
     bool ChangeHeaders(const LumPalStr::String_t& originator, const Ids& selected, const Ids& ids,
-                       const HeaderChange& change, const PolicyForwarder::Options& options);
+                       const HeaderChange& change, const PolicyForwarder::Options& options) LUMPAL_REQUIRES(mutex);
     void ChangeSome(const LumPalStr::String_t& originator, const Ids& ids, const HeaderChange& change,
-                    Changing& progress);
+                    Changing& progress) LUMPAL_REQUIRES(mutex);
     void ChangeNext(const LumPalStr::String_t& id, bool again, const HeaderChange& change, DocumentBatch& documents,
-                    Changing& progress);
-    bool ChangeHeader(const DocumentBatch::HeaderPtr& header, const HeaderChange& change, DocumentBatch& documents);
+                    Changing& progress) LUMPAL_REQUIRES(mutex);
+    bool ChangeHeader(const DocumentBatch::HeaderPtr& header, const HeaderChange& change, DocumentBatch& documents)
+        LUMPAL_REQUIRES(mutex);
     void ReportWritten(const LumPalStr::String_t& originator, const PolicyHeaderImpl& header,
-                       const UnwrittenChanges::Reports& reports);
+                       const UnwrittenChanges::Reports& reports) LUMPAL_REQUIRES(mutex);
     void AuditFailure(const LumPalStr::String_t& originator, const LumPalStr::String_t& name,
                       const LumPalStr::String_t& id, const HeaderChange& change) const;
-    void WriteUnwritten(const LumPalStr::String_t& originator, const Ids& ids, const PolicyForwarder::Options& options);
-    bool WriteAgain(const LumPalStr::String_t& originator, const LumPalStr::String_t& id);
+    void WriteUnwritten(const LumPalStr::String_t& originator, const Ids& ids, const PolicyForwarder::Options& options)
+        LUMPAL_REQUIRES(mutex);
+    bool WriteAgain(const LumPalStr::String_t& originator, const LumPalStr::String_t& id) LUMPAL_REQUIRES(mutex);
     void RewriteDocument(const DocumentBatch::HeaderPtr& header) const;
     void RaiseOwnerSet(const Ids& selected, const LumPalStr::String_t& owner) const;
     void InstallOne(const LumPalStr::String_t& originator, TransferCursor& array, const InstallOptions& options);
     LumPalMsg::MessageList_t InstallEach(const LumPalStr::String_t& originator, TransferCursor& package, int policies,
                                          const InstallOptions& options);
     void SendAudited(const LumPalStr::String_t& originator, void (NotifyStore::*send)());
-    void Audit(const LumPalStr::String_t& originator, int mode, bool success) const;
+    void Audit(const LumPalStr::String_t& originator, AuditLog::Mode mode, Outcome outcome) const;
     void Audit(const LumPalStr::String_t& originator, const LumPalStr::String_t& name, const LumPalStr::String_t& id,
-               int mode, bool success) const;
+               AuditLog::Mode mode, Outcome outcome) const;
 
     // Constant after construction.
     LumPalIo::File_t installDirectory;
@@ -222,21 +232,21 @@ private:
 
     const std::function<void(PolicyHeaderImpl*)> changeByCluster;
 
-    // Guarded by mutex, which its holder may lock again: an install removes.
-    LumPalThread::Mutex_t mutex;
-    LumPalArray::CharArray_t currentPolicy;  ///< the document that CreateFile kept
-    NotifyStore notifications;
-    StoreJournal journal;
-    std::vector<LumPalIo::File_t> leftovers;  ///< of installs that found no room: what could not be deleted at once
+    LumPalThread::Mutex_t mutex;  ///< its holder may lock it again: an install removes
+    LumPalArray::CharArray_t currentPolicy LUMPAL_GUARDED_BY(mutex);  ///< the document that CreateFile kept
+    NotifyStore notifications LUMPAL_GUARDED_BY(mutex);
+    StoreJournal journal LUMPAL_GUARDED_BY(mutex);
+    std::vector<LumPalIo::File_t> leftovers
+        LUMPAL_GUARDED_BY(mutex);  ///< of installs that found no room: what could not be deleted at once
     /// Policies whose documents could not be rewritten: the cache holds a change that the disk does not.
-    UnwrittenChanges unwritten;
+    UnwrittenChanges unwritten LUMPAL_GUARDED_BY(mutex);
 
     // The cache's handle has a mutex of its own, a leaf held only to copy or to exchange the handle, so that readers
     // need not wait for an operation. A container is let go by whoever holds it last: a reader that looks into one
     // while ReinitCache exchanges it keeps it alive until it has its answer. So besides the current container there is
     // never more than one for each reader at work.
-    mutable std::mutex cacheMutex;
-    CachePtr cache;
+    mutable LumPalThread::PlainMutex_t cacheMutex;
+    CachePtr cache LUMPAL_GUARDED_BY(cacheMutex);
 };
 
 }  // namespace LumConf

@@ -23,7 +23,7 @@ public:
     bool IsInit() const noexcept { return initialised; }
 
 private:
-    void FinishLocked();
+    void FinishLocked() LUMPAL_REQUIRES(mutex);
 
     MessageForwarder forwarder;
     LumPalThread::Mutex_t mutex;

@@ -1,3 +1,4 @@
+// PolicyOperation: removing policies.
 #include "AuditLog.h"
 #include "DirectoryImpl.h"
 #include "DistinctFiles.h"
@@ -67,7 +68,8 @@ void PolicyOperation::Remove(const String_t& originator, const Selection& select
     RequirePolicies(originator, AuditLog::Remove);
     const std::vector<String_t> ids = SelectIds(selection);
     if (ids.empty()) {
-        Audit(originator, AuditLog::Remove, true);  // kept: nothing found counts as a success in the audit log
+        Audit(originator, AuditLog::Remove,
+              Outcome::Success);  // kept: nothing found counts as a success in the audit log
         Raise<PolicyNotFoundError>(msg::RemoveNoPolicyFiles);
     }
     MessageList_t failures;
@@ -111,7 +113,7 @@ void PolicyOperation::RemoveDataFile(const String_t& originator, const PolicyRec
     if (deleted == Deleted::Yes) return;
     failures.Add(deleted == Deleted::Missing ? Make(msg::RemoveDataFileMissing, path, policy.containerId)
                                              : Make(msg::RemoveDataFileError, path, policy.containerId));
-    Audit(originator, policy.name, policy.containerId, AuditLog::Remove, false);
+    Audit(originator, policy.name, policy.containerId, AuditLog::Remove, Outcome::Failure);
 }
 
 bool PolicyOperation::RemoveHeaderFile(const String_t& originator, const PolicyRecord& policy,
@@ -122,13 +124,13 @@ bool PolicyOperation::RemoveHeaderFile(const String_t& originator, const PolicyR
     if (deleted == Deleted::Yes) return true;
     failures.Add(deleted == Deleted::Missing ? Make(msg::RemoveHeaderFileMissing, path, policy.containerId)
                                              : Make(msg::RemoveHeaderFileError, path, policy.containerId));
-    Audit(originator, policy.name, policy.containerId, AuditLog::Remove, false);
+    Audit(originator, policy.name, policy.containerId, AuditLog::Remove, Outcome::Failure);
     return false;
 }
 
 void PolicyOperation::ForgetPolicy(const String_t& originator, const PolicyRecord& policy) {
     notifications.AddRemove(policy.typeName, policy.containerId);
-    Audit(originator, policy.name, policy.containerId, AuditLog::Remove, true);
+    Audit(originator, policy.name, policy.containerId, AuditLog::Remove, Outcome::Success);
     Cache()->Erase(policy.containerId);
     unwritten.Forget(policy.containerId);
     if (IsPolicyTypeNameInstalled(policy.typeName)) return;

@@ -6,6 +6,7 @@
 #include "LumPalCodeset.h"
 #include "LumPalConfig.h"
 #include "LumPalDurable.h"
+#include "LumPalWhole.h"
 #include "LumPalXml.h"
 #include "LumSecCore.h"
 #include "Messages.h"
@@ -28,7 +29,6 @@ using HeaderPtr = LumPalPtr::RefPtr_t<PolicyHeaderImpl>;
 namespace {
 
 constexpr int kAlgorithm = 0;
-constexpr std::size_t kBlockBytes = 8192;
 
 /// Whose key signs.
 struct Signer {
@@ -80,12 +80,8 @@ Signer FindSigner(const File_t& file, const CharArray_t& alias) {
 
 void Feed(LumSecCore::Signature& signature, const File_t& data) {
     try {
-        LumPalIo::FileInputStream_t input(data);
-        CharArray_t block(kBlockBytes);
-        for (std::int64_t count = input.Read(block, 0, kBlockBytes); count != -1;
-             count = input.Read(block, 0, kBlockBytes)) {
-            signature.Update(block, 0, static_cast<std::size_t>(count));
-        }
+        LumPalIo::ForEachBlock(LumPalIo::FileInputStream_t(data), LumPalIo::kNoLimit,
+                               [&](const CharArray_t& block, std::size_t count) { signature.Update(block, 0, count); });
     } catch (const LumPalIo::FileNotFoundException_t& e) {
         throw Because<LumPalIo::FileNotFoundException_t>(msg::SignDataFileNotOpened, data.GetName(), e);
     }
@@ -156,11 +152,7 @@ void CopyOver(const File_t& from, const File_t& to) {
         LumPalIo::Flush(from.GetParentFile());
         LumPalIo::FileInputStream_t input(from);
         LumPalIo::FileOutputStream_t output(to);
-        CharArray_t block(kBlockBytes);
-        for (std::int64_t count = input.Read(block, 0, kBlockBytes); count != -1;
-             count = input.Read(block, 0, kBlockBytes)) {
-            output.Write(block, 0, static_cast<std::size_t>(count));
-        }
+        LumPalIo::Copy(input, output);
         output.Sync();
         output.Close();
         input.Close();

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Exceptions.h"
+#include "LumPalWhole.h"
 #include "Messages.h"
 #include "Names.h"
 #include "PlainName.h"
@@ -22,20 +23,12 @@ using LumPalIo::File_t;
 using LumPalIo::InputStream_t;
 using LumPalStr::String_t;
 
-constexpr std::size_t kBlock = 8192;
 constexpr std::size_t kMaxLength = std::numeric_limits<std::int32_t>::max();
-
-void CheckLength(std::size_t length, const String_t& path) {
-    if (length > kMaxLength) Raise<PolicyFileException>(msg::TransferFileTooLarge, path);
-}
 
 // Closes the input. The length is looked at on the way: a device or a file that grows must not fill the memory.
 void Collect(InputStream_t& input, const String_t& path, CharArrayOutputStream_t& bytes) {
-    LumPalArray::CharArray_t block(kBlock);
-    for (std::int64_t count = input.Read(block); count >= 0; count = input.Read(block)) {
-        bytes.Write(block, 0, static_cast<std::size_t>(count));
-        CheckLength(bytes.Size(), path);
-    }
+    LumPalIo::Copy(input, bytes, kMaxLength + 1);
+    if (bytes.Size() > kMaxLength) Raise<PolicyFileException>(msg::TransferFileTooLarge, path);
     bytes.Close();
     input.Close();
 }

@@ -14,8 +14,8 @@
 
 namespace LumConf::PolicyUtil {
 
-/// @throws PolicyFileException 148 (null), 150 (a directory), 149 (the name does not end in "_header.xml");
-///         LumPalIo::FileNotFoundException_t 611
+/// @throws PolicyFileException PackFileNull (null), PackFileIsDirectory (a directory), PackFileWithoutSuffix (the name
+///         does not end in "_header.xml"); LumPalIo::FileNotFoundException_t PackFileDoesNotExist
 void CheckPolicyFile(const LumPalIo::File_t& file);
 
 /// Appends the entry of one data file.
@@ -33,7 +33,7 @@ void WritePolicyBlock(const PolicyHeader& header, const LumPalIo::File_t& file, 
 
 /// Reads a header file, parses it and writes its policy array to the target. The bytes that were read are the bytes
 /// that are sent. Closes the input and the target.
-/// @throws ConfException 610 with the cause in its details when the document or a data file is bad;
+/// @throws ConfException PackError with the cause in its details when the document or a data file is bad;
 ///         LumPalIo::IOException_t when the input cannot be read
 void ReadPolicy(LumPalIo::InputStream_t& input, const LumPalIo::File_t& file,
                 LumPalIo::CharArrayOutputStream_t& target);

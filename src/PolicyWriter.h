@@ -19,8 +19,8 @@ public:
     /// @param input       its content; closed
     /// @param targetBase  the directory under which the type's directory lies
     /// @param source      the new values; not owned
-    /// @throws LumPalMsg::IllegalArgumentError_t 96 for a null file, input or source;
-    ///         LumPalIo::FileNotFoundException_t 97 when tempFile cannot be opened
+    /// @throws LumPalMsg::IllegalArgumentError_t WriterArgument for a null file, input or source;
+    ///         LumPalIo::FileNotFoundException_t WriterFileNotWritten when tempFile cannot be opened
     PolicyWriter(const LumPalIo::File_t& tempFile, const LumPalIo::File_t& oldFile,
                  const LumPalIo::InputStream_t& input, const LumPalIo::File_t& targetBase, PolicyHeaderImpl* source);
     /// A document that was made and not moved goes.
@@ -36,9 +36,9 @@ public:
     void PrepareUnflushed();
     /// Moves the new document to its place; then a document of `oldId` in the type's directory goes, so that a failure
     /// leaves one of the two. The caller flushes the directory.
-    /// @throws LumPalMsg::IllegalStateError_t 98 on a second call; PolicyFileException for an id or a type name that
-    ///         is no file name (nothing has changed then); what the parser, the handler (84 among them)
-    ///         and DirectoryImpl::MoveOrCopyFile raise, unchanged
+    /// @throws LumPalMsg::IllegalStateError_t WriterNotInitialized on a second call; PolicyFileException for an id or a
+    ///         type name that is no file name (nothing has changed then); what the parser, the handler
+    ///         (XmlSignatureCount among them) and DirectoryImpl::MoveOrCopyFile raise, unchanged
     void Write(const LumPalStr::String_t& oldId);
 
 private:

@@ -37,21 +37,22 @@ public:
     const LumPalMsg::MessageList_t& GetMissing() const noexcept { return missing; }
     /// How often a known element, not None, has stood at its place.
     int GetCount(document::Element element) const { return counts[static_cast<std::size_t>(element)]; }
-    /// @param source  not owned; its values are taken now. @throws LumPalMsg::IllegalStateError_t 87 for null
+    /// @param source  not owned; its values are taken now. @throws LumPalMsg::IllegalStateError_t XmlHandlerNull for
+    /// null
     void StartRewriting(const LumPalXml::XmlWriter_t& writer, const PolicyHeaderImpl* source);
     bool IsInitialized() const noexcept { return mode != Mode::NotInitialized; }
     /// Hands over the header that was built; the handler is then not initialized.
-    /// @throws LumPalMsg::IllegalStateError_t 87 when there is none
+    /// @throws LumPalMsg::IllegalStateError_t XmlHandlerNull when there is none
     LumPalPtr::RefPtr_t<PolicyHeaderImpl> TakeHeader();
 
-    /// @throws LumPalMsg::IllegalStateError_t 72 when neither reading nor rewriting was started
+    /// @throws LumPalMsg::IllegalStateError_t XmlHandlerNotInitialized when neither reading nor rewriting was started
     void StartDocument() override;
-    /// @throws PolicyHeaderException 73 to 83 for the first missing element, 84 after a rewrite
+    /// @throws PolicyHeaderException for the first missing element, XmlSignatureCount after a rewrite
     void EndDocument() override;
-    /// @throws PolicyHeaderException 86 for a root of a foreign namespace
+    /// @throws PolicyHeaderException XmlNamespaceNotCorrect for a root of a foreign namespace
     void StartElement(const LumPalStr::String_t& uri, const LumPalStr::String_t& localName,
                       const LumPalStr::String_t& qName, const LumPalXml::SAX::Attributes_i& attributes) override;
-    /// @throws LumPalMsg::IllegalArgumentError_t 70, 71 for a bad attribute name
+    /// @throws LumPalMsg::IllegalArgumentError_t AttributeEmpty, AttributeWithBadText for a bad attribute name
     void EndElement(const LumPalStr::String_t& uri, const LumPalStr::String_t& localName,
                     const LumPalStr::String_t& qName) override;
     void Characters(const char16_t* text, std::uint32_t start, std::uint32_t length) override;

@@ -1,7 +1,7 @@
 #include "RpcAnswer.h"
 
 #include "LumPalLog.h"
-#include "LumPalThread.h"
+#include "LumPalPlainMutex.h"
 #include "Names.h"
 #include "StrangersLog.h"
 #include "Trace.h"
@@ -17,12 +17,15 @@ constexpr unsigned kExceptionFormat = kMessageFormat | LumPalMsg::Label;
 /// Whether a stranger's failure is written now.
 /// @param counted  out: how many were not since the last
 bool TakeStrangersLine(unsigned& counted) {
-    static LumPalThread::Mutex_t& mutex = *new LumPalThread::Mutex_t;  // never destroyed: calls may outlive statics
-    static LineShare share(1, StrangersLog::kWhile);
-    const LumPalThread::MutexLock_t lock(mutex);
+    struct Lines {
+        LumPalThread::PlainMutex_t mutex;
+        LineShare share LUMPAL_GUARDED_BY(mutex){1, StrangersLog::kWhile};
+    };
+    static Lines& lines = *new Lines;  // never destroyed: calls may outlive statics
+    const LumPalThread::PlainLock_t lock(lines.mutex);
     const LineShare::Clock::time_point now = LineShare::Clock::now();
-    counted = share.TakeCount(now);
-    return share.Take(now);
+    counted = lines.share.TakeCount(now);
+    return lines.share.Take(now);
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include "RpcPolicyInstall.h"
 
-#include "AuditLog.h"
+#include "Authorization.h"
 #include "ChangeListener.h"
 #include "CheckedArgs.h"
 #include "Exceptions.h"
@@ -11,7 +11,6 @@
 #include "PlainName.h"
 #include "PolicyOperation.h"
 #include "StorePaths.h"
-#include "Trace.h"
 
 namespace LumConf {
 
@@ -21,10 +20,8 @@ using LumVoxSoap::SOAPArgByteArray;
 using LumVoxSoap::SOAPArgInt;
 using LumVoxSoap::SOAPArgUnicodeString;
 
-/// The arguments of one call, and what is known of it so far.
-struct RpcPolicyInstall::Request {
-    String_t sender;
-    bool authorized = false;
+/// The arguments of one call.
+struct RpcPolicyInstall::Request : Call {
     SOAPArgUnicodeString fileName{names::PolicyInstallFilename, String_t()};
     SOAPArgByteArray data{names::PolicyByteArrayName};
     InstallOptionsSoapArg options{names::PolicyInstallOptions};
@@ -33,36 +30,27 @@ struct RpcPolicyInstall::Request {
 };
 
 RpcPolicyInstall::RpcPolicyInstall()
-    : operation(PolicyOperation::GetInstance()),
-      authorization(&Authorization::GetInstance()),
-      auditLog(&AuditLog::GetInstance()),
-      incomingDirectory(paths::IncomingDirectory()) {}
+    : RpcShell(PolicyOperation::GetInstance()), incomingDirectory(paths::IncomingDirectory()) {}
 
 RpcPolicyInstall::~RpcPolicyInstall() {
     WaitForCalls();
 }
 
 void RpcPolicyInstall::Process(LumVoxRpc::RpcServerCall& call) {
+    static constexpr OwnValue kOwnValues[] = {
+        {&Is<PolicyOwnerError>, ReturnValue::OwnerMismatch},
+        {&Is<PolicyVersionError>, ReturnValue::VersionNotHigher},
+        {&Is<LumCtrl::ControlException>, ReturnValue::ControlServiceErrors},
+    };
     Request request;
-    request.sender = StartCall(call, msg::RpcInstallStart);
-    RpcAnswer answer;
-    try {
-        Serve(call, request, answer);
-    } catch (const PolicyOwnerError& e) {
-        answer.Set(ReturnValue::OwnerMismatch, e);
-    } catch (const PolicyVersionError& e) {
-        answer.Set(ReturnValue::VersionNotHigher, e);
-    } catch (const LumCtrl::ControlException& e) {
-        answer.Set(ReturnValue::ControlServiceErrors, e);
-    } catch (const LumPalMsg::Exception_t& e) {
-        answer.SetFailure(request.sender, request.file.IsNotNull()
-                                              ? Make(msg::RpcInstallFileError, request.file.GetAbsolutePath(), e)
-                                              : Make(msg::RpcInstallPackageError, e));
-    }
-    // Stands behind the catch clauses: also a request that could not be read is answered so.
-    if (!request.authorized) {
-        answer.Set(ReturnValue::NotAuthorized, Make(msg::RpcInstallNotAuthorized, request.sender));
-    }
+    const RpcAnswer answer = RunCall(
+        call, {msg::RpcInstallStart, msg::RpcInstallNotAuthorized, kOwnValues}, request,
+        [&](RpcAnswer& done) { Serve(call, request, done); },
+        [&request](const LumPalMsg::Exception_t& e, RpcAnswer& failed) {
+            failed.SetFailure(request.sender, request.file.IsNotNull()
+                                                  ? Make(msg::RpcInstallFileError, request.file.GetAbsolutePath(), e)
+                                                  : Make(msg::RpcInstallPackageError, e));
+        });
     if (request.authorized) TellChangeListener();
     SendAnswer(call, answer, names::PolicyInstallRetValue, names::PolicyInstallRetString);
 }
@@ -75,16 +63,13 @@ void RpcPolicyInstall::Serve(LumVoxRpc::RpcServerCall& call, Request& request, R
     Install(request, answer);
 }
 
-/// Nothing of the request is kept: it may be large, and the caller is not allowed to bring it.
 void RpcPolicyInstall::Refuse(const LumVoxRpc::RpcServerCall& call, const String_t& sender) {
     CheckedText fileName(names::PolicyInstallFilename);
     CheckedBytes data(names::PolicyByteArrayName);
     CheckedInstallOptions options(names::PolicyInstallOptions);
     SOAPArgInt method(names::PolicyInstallMethod, 0);
-    SOAPArg* const arguments[] = {&fileName, &data, &options, &method};
-    call.CheckRequest(std::size(arguments), arguments);
-    LUMCONF_TRACE(trace::Policy, String_t("install is refused to '") + sender + "'");
-    auditLog->LogAuthorizationError(sender, names::InstallMethod);
+    CheckOnly(call, {&fileName, &data, &options, &method});
+    AuditRefusal(trace::Policy(), sender, names::InstallMethod);
 }
 
 void RpcPolicyInstall::Install(Request& request, RpcAnswer& answer) {

@@ -1,6 +1,6 @@
 #include "RpcPolicyList.h"
 
-#include "AuditLog.h"
+#include "Authorization.h"
 #include "CheckedArgs.h"
 #include "DataFilesSoapArg.h"
 #include "Exceptions.h"
@@ -9,48 +9,37 @@
 #include "PolicyContainerSoapArg.h"
 #include "PolicyOperation.h"
 #include "SelectionSoapArg.h"
-#include "Trace.h"
 
 namespace LumConf {
 
 using LumPalStr::String_t;
 using LumVoxSoap::SOAPArg;
 
-/// The arguments of one call, and what is known of it so far.
-struct RpcPolicyList::Request {
-    String_t sender;
-    bool authorized = false;
+/// The arguments of one call, and what is answered.
+struct RpcPolicyList::Request : Call {
     SelectionSoapArg selection{names::PolicySelection};
     DataFilesSoapArg dataFiles;
     PolicyContainer policies;  ///< empty until the operation has answered
 };
 
-RpcPolicyList::RpcPolicyList()
-    : operation(PolicyOperation::GetInstance()),
-      authorization(&Authorization::GetInstance()),
-      auditLog(&AuditLog::GetInstance()) {}
+RpcPolicyList::RpcPolicyList() : RpcShell(PolicyOperation::GetInstance()) {}
 
 RpcPolicyList::~RpcPolicyList() {
     WaitForCalls();
 }
 
 void RpcPolicyList::Process(LumVoxRpc::RpcServerCall& call) {
+    static constexpr OwnValue kOwnValues[] = {
+        {&Is<NoPoliciesInstalledError>, ReturnValue::NoPoliciesInstalled},
+        {&Is<PolicyNotFoundError>, ReturnValue::NoPolicyFound},
+    };
     Request request;
-    request.sender = StartCall(call, msg::RpcListStart);
-    RpcAnswer answer;
-    try {
-        Serve(call, request, answer);
-    } catch (const NoPoliciesInstalledError& e) {
-        answer.Set(ReturnValue::NoPoliciesInstalled, e);
-    } catch (const PolicyNotFoundError& e) {
-        answer.Set(ReturnValue::NoPolicyFound, e);
-    } catch (const LumPalMsg::Exception_t& e) {
-        answer.SetFailure(request.sender, Make(msg::RpcListError, e));
-    }
-    // Stands behind the catch clauses: also a request that could not be read is answered so.
-    if (!request.authorized) {
-        answer.Set(ReturnValue::NotAuthorized, Make(msg::RpcListNotAuthorized, request.sender));
-    }
+    const RpcAnswer answer = RunCall(
+        call, {msg::RpcListStart, msg::RpcListNotAuthorized, kOwnValues}, request,
+        [&](RpcAnswer& done) { Serve(call, request, done); },
+        [&request](const LumPalMsg::Exception_t& e, RpcAnswer& failed) {
+            failed.SetFailure(request.sender, Make(msg::RpcListError, e));
+        });
     PolicyContainerSoapArg list(names::PolicyContainer);
     list.SetContainer(request.policies);
     list.SetDataFiles(request.dataFiles.GetFiles());
@@ -67,14 +56,11 @@ void RpcPolicyList::Serve(LumVoxRpc::RpcServerCall& call, Request& request, RpcA
     answer.Set(ReturnValue::Success, Make(msg::RpcListDone));
 }
 
-/// Nothing of the request is kept: it may be large, and the caller is not allowed to bring it.
 void RpcPolicyList::Refuse(const LumVoxRpc::RpcServerCall& call, const String_t& sender) {
     SelectionSoapArg selection(names::PolicySelection);
     CheckedDataFiles dataFiles;
-    SOAPArg* const arguments[] = {&selection, &dataFiles};
-    call.CheckRequest(std::size(arguments), arguments);
-    LUMCONF_TRACE(trace::Policy, String_t("list is refused to '") + sender + "'");
-    auditLog->LogAuthorizationError(sender, names::ListMethod);
+    CheckOnly(call, {&selection, &dataFiles});
+    AuditRefusal(trace::Policy(), sender, names::ListMethod);
 }
 
 }  // namespace LumConf

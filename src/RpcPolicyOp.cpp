@@ -1,6 +1,6 @@
 #include "RpcPolicyOp.h"
 
-#include "AuditLog.h"
+#include "Authorization.h"
 #include "ChangeListener.h"
 #include "CheckedArgs.h"
 #include "Exceptions.h"
@@ -20,10 +20,8 @@ using LumVoxSoap::SOAPArg;
 using LumVoxSoap::SOAPArgInt;
 using LumVoxSoap::SOAPArgUnicodeString;
 
-/// The arguments of one call, and what is known of it so far.
-struct RpcPolicyOp::Request {
-    String_t sender;
-    bool authorized = false;
+/// The arguments of one call.
+struct RpcPolicyOp::Request : Call {
     SOAPArgInt mode{names::PolicyOperationMode, 0};
     SOAPArgUnicodeString string{names::PolicyString1, String_t()};
     SelectionSoapArg selection{names::PolicySelection};
@@ -31,8 +29,6 @@ struct RpcPolicyOp::Request {
     Selection Selected() const { return selection.GetSelection(); }
     PolicyForwarder::Options Options() const { return options.GetOptions(); }
     String_t Text() const { return string.GetValue(); }
-
-    MessageList_t failure;  ///< of an operation that failed without a return value of its own
 };
 
 /// One operation: its mode, the right it needs, its name in the audit log, the call, the words of success.
@@ -113,46 +109,27 @@ bool CannotDelete(const MessageList_t& failure) {
 
 }  // namespace
 
-RpcPolicyOp::RpcPolicyOp()
-    : operation(PolicyOperation::GetInstance()),
-      authorization(&Authorization::GetInstance()),
-      auditLog(&AuditLog::GetInstance()) {}
+RpcPolicyOp::RpcPolicyOp() : RpcShell(PolicyOperation::GetInstance()) {}
 
 RpcPolicyOp::~RpcPolicyOp() {
     WaitForCalls();
 }
 
-const RpcPolicyOp::Mode* RpcPolicyOp::FindMode(int number) {
-    for (const Mode& row : modes) {
-        if (static_cast<int>(row.mode) == number) return &row;
-    }
-    return nullptr;
-}
-
 void RpcPolicyOp::Process(LumVoxRpc::RpcServerCall& call) {
+    static constexpr OwnValue kOwnValues[] = {
+        {&Is<NoPoliciesInstalledError>, ReturnValue::NoPoliciesInstalled},
+        {&Is<PolicyNotFoundError>, ReturnValue::NoPolicyFound},
+        {&Is<NoPolicyOperation>, ReturnValue::NothingToDo},
+        {&Is<LumCtrl::ControlException>, ReturnValue::ControlServiceErrors},
+    };
     Request request;
-    request.sender = StartCall(call, msg::RpcOpStart);
-    RpcAnswer answer;
-    try {
-        Serve(call, request, answer);
-    } catch (const NoPoliciesInstalledError& e) {
-        answer.Set(ReturnValue::NoPoliciesInstalled, e);
-    } catch (const PolicyNotFoundError& e) {
-        answer.Set(ReturnValue::NoPolicyFound, e);
-    } catch (const NoPolicyOperation& e) {
-        answer.Set(ReturnValue::NothingToDo, e);
-    } catch (const LumCtrl::ControlException& e) {
-        answer.Set(ReturnValue::ControlServiceErrors, e);
-    } catch (const LumPalMsg::Exception_t& e) {
-        answer.SetFailure(request.sender, Make(msg::RpcOpError, e));
-        request.failure = e.GetMessageList();
-    }
-    RepairRemove(request, answer);
-    // Stands behind the catch clauses: also a request that could not be read, or whose mode is no operation, is
-    // answered so.
-    if (!request.authorized) {
-        answer.Set(ReturnValue::NotAuthorized, Make(msg::RpcOpNotAuthorized, request.sender));
-    }
+    const RpcAnswer answer = RunCall(
+        call, {msg::RpcOpStart, msg::RpcOpNotAuthorized, kOwnValues}, request,
+        [&](RpcAnswer& done) { Serve(call, request, done); },
+        [&](const LumPalMsg::Exception_t& e, RpcAnswer& failed) {
+            failed.SetFailure(request.sender, Make(msg::RpcOpError, e));
+            RepairRemove(request, e.GetMessageList(), failed);
+        });
     if (request.authorized) TellChangeListener();
     SendAnswer(call, answer, names::PolicySelectionRetValue, names::PolicySelectionRetString);
 }
@@ -161,33 +138,30 @@ void RpcPolicyOp::Serve(LumVoxRpc::RpcServerCall& call, Request& request, RpcAns
     if (!authorization->IsAuthorized(call, kEveryRight) && !MayAsk(call, request.sender)) return;
     SOAPArg* const arguments[] = {&request.mode, &request.string, &request.selection, &request.options};
     call.ReadRequest(std::size(arguments), arguments);
-    const Mode* mode = FindMode(request.mode.GetValue());
+    const Mode* mode = FindMode<Mode>(modes, request.mode.GetValue());
     if (!mode) return;
     request.authorized = true;
     mode->call(*operation, request);
     answer.Set(ReturnValue::Success, MakeUnchecked(mode->done));
 }
 
-/// Nothing of the request is kept: it may be large, and the caller may not be allowed to bring it.
 bool RpcPolicyOp::MayAsk(const LumVoxRpc::RpcServerCall& call, const String_t& sender) {
     SOAPArgInt number(names::PolicyOperationMode, 0);
     CheckedText string(names::PolicyString1);
     SelectionSoapArg selection(names::PolicySelection);
     OptionsSoapArg options(names::PolicyOptions);
-    SOAPArg* const arguments[] = {&number, &string, &selection, &options};
-    call.CheckRequest(std::size(arguments), arguments);
-    const Mode* mode = FindMode(number.GetValue());
+    CheckOnly(call, {&number, &string, &selection, &options});
+    const Mode* mode = FindMode<Mode>(modes, number.GetValue());
     if (!mode) return false;
     if (authorization->IsAuthorized(call, mode->right)) return true;
-    LUMCONF_TRACE(trace::Policy, String_t(mode->name) + " is refused to '" + sender + "'");
-    auditLog->LogAuthorizationError(sender, mode->name);
+    AuditRefusal(trace::Policy(), sender, mode->name);
     return false;
 }
 
 /// A remove that met missing or undeletable files is a success for the client: the cache then is what the disk holds.
-void RpcPolicyOp::RepairRemove(const Request& request, RpcAnswer& answer) {
+void RpcPolicyOp::RepairRemove(const Request& request, const MessageList_t& failure, RpcAnswer& answer) {
     const bool isRemove = request.mode.GetValue() == static_cast<int>(OperationMode::Remove);
-    if (!isRemove || !CannotDelete(request.failure)) return;
+    if (!isRemove || !CannotDelete(failure)) return;
     if (request.authorized) {
         try {
             operation->ReinitCache(request.sender);

@@ -2,18 +2,13 @@
 /// Serves "policyOp".
 #pragma once
 
-#include "Authorization.h"
-#include "CallsInFlight.h"
-#include "RpcAnswer.h"
+#include "RpcShell.h"
 
 namespace LumConf {
 
-class AuditLog;
-class PolicyOperation;
-
 /// Does one operation on the selected policies; which one is a row of one table. The caller always gets an answer;
 /// calls may run on several threads.
-class RpcPolicyOp final : public CallsInFlight {
+class RpcPolicyOp final : public RpcShell {
 public:
     RpcPolicyOp();
     ~RpcPolicyOp() override;
@@ -23,16 +18,10 @@ private:
     struct Request;
     struct Mode;
     static const Mode modes[];
-    static const Mode* FindMode(int number);
     void Serve(LumVoxRpc::RpcServerCall& call, Request& request, RpcAnswer& answer);
     /// Whether the sender is allowed what the request asks for; false for no operation. A refusal is audited.
-    /// @throws what CheckRequest throws for a malformed request, which leaves no audit line
     bool MayAsk(const LumVoxRpc::RpcServerCall& call, const LumPalStr::String_t& sender);
-    void RepairRemove(const Request& request, RpcAnswer& answer);
-
-    PolicyOperation* operation;
-    Authorization* authorization;
-    AuditLog* auditLog;
+    void RepairRemove(const Request& request, const LumPalMsg::MessageList_t& failure, RpcAnswer& answer);
 };
 
 }  // namespace LumConf

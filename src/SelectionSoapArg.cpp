@@ -13,11 +13,18 @@ using LumPalStr::String_t;
 using LumVoxSoap::SOAPArgInt;
 
 namespace {
+constexpr const char* kKind = "selection";
+constexpr const char* kValue = "name";
 constexpr int kInKind = 2;
 constexpr int kInValue = 3;
 constexpr int kOldestShifted = 3;
 constexpr int kNewestShifted = 9;
 }  // namespace
+
+LumVoxRpc::Description::Type SelectionSoapArg::Describe() {
+    constexpr auto once = LumVoxRpc::Description::AtMostOnce;
+    return {names::PolicySelection, {{kKind, wire::Number, once}, {kValue, wire::Text, once}}};
+}
 
 void SelectionSoapArg::SetSelection(const Selection& value, const String_t& host) {
     selection = value;
@@ -41,13 +48,13 @@ int SelectionSoapArg::KindOnTheWire(int kind, const String_t& version) {
 
 void SelectionSoapArg::WriteContent(LumPalXml::XmlWriter_t& writer) const {
     const int kind = KindOnTheWire(static_cast<int>(selection.GetImpl().GetKind()), targetVersion);
-    WriteChild(writer, "selection", SOAPArgInt::IntToUnicode(kind));
-    WriteChild(writer, "name", selection.GetImpl().GetValue());
+    WriteChild(writer, kKind, SOAPArgInt::IntToUnicode(kind));
+    WriteChild(writer, kValue, selection.GetImpl().GetValue());
 }
 
 int SelectionSoapArg::StateOfChild(const String_t& localName) const {
-    if (localName == "selection") return kInKind;
-    return localName == "name" ? kInValue : 0;
+    if (localName == kKind) return kInKind;
+    return localName == kValue ? kInValue : 0;
 }
 
 void SelectionSoapArg::StoreChild(int state, const String_t& text) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "FlatSoapArg.h"
+#include "LumVoxRpc.h"
 #include "Selection.h"
 
 namespace LumConf {
@@ -15,6 +16,8 @@ public:
     ///              this one is asked for its version, once
     void SetSelection(const Selection& value, const LumPalStr::String_t& host);
     const Selection& GetSelection() const noexcept { return selection; }
+    /// The argument as it is described to clients.
+    static LumVoxRpc::Description::Type Describe();
     void WriteContent(LumPalXml::XmlWriter_t& writer) const override;
 
     /// The number of a kind for a target of this version; an empty version means the current numbering.

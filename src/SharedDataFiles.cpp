@@ -1,7 +1,6 @@
 #include "SharedDataFiles.h"
 
 #include <algorithm>
-#include <mutex>
 #include <vector>
 
 #include "Exceptions.h"
@@ -9,6 +8,7 @@
 #include "LumPalConfig.h"
 #include "LumPalIo.h"
 #include "LumPalLog.h"
+#include "LumPalPlainMutex.h"
 #include "Messages.h"
 #include "Names.h"
 #include "PlainName.h"
@@ -114,11 +114,14 @@ const Word* FindWord(const String_t& value) {
 
 /// Each install and removal reads the value: an unknown one is told when it is new.
 void TellUnknown(const String_t& value) {
-    static std::mutex& mutex = *new std::mutex;  // never destroyed: threads may outlive it
-    static String_t& told = *new String_t;       // guarded by mutex
-    const std::lock_guard lock(mutex);
-    if (value.IsNotEmpty() && value != told) LumPalLog::Log(Make(msg::SharedDataFilesUnknown, Shown(value)));
-    told = value;
+    struct Told {
+        LumPalThread::PlainMutex_t mutex;
+        String_t value LUMPAL_GUARDED_BY(mutex);
+    };
+    static Told& last = *new Told;  // never destroyed: threads may outlive it
+    const LumPalThread::PlainLock_t lock(last.mutex);
+    if (value.IsNotEmpty() && value != last.value) LumPalLog::Log(Make(msg::SharedDataFilesUnknown, Shown(value)));
+    last.value = value;
 }
 
 Rule RuleOf(const String_t& value) {

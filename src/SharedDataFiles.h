@@ -14,9 +14,9 @@ class PolicyHeaderImpl;
 
 /// What becomes of a data file that two policies of one type name. All policies of a type share a folder, so that the
 /// file is one and the same: an install of one of them replaces it for both, and a removal takes it from both.
-/// The key SHARED_DATA_FILES decides. What is done is said in the application log with the file and both policies; of
+/// The key SHARED_DATA_FILES decides. What is done is logged in the application log with the file and both policies; of
 /// one policy the first kMostLines files, and how many more there are. Nothing is read of the configuration, and
-/// nothing said, while no file is shared.
+/// nothing logged, while no file is shared.
 /// Holds no state. The caller serialises the changes of the cache.
 class SharedDataFiles {
 public:
@@ -29,7 +29,7 @@ public:
     };
     static constexpr int kMostLines = 10;
 
-    /// The rule of this node as it is now. An unknown word counts as Allow and is said in the application log, once
+    /// The rule of this node as it is now. An unknown word counts as Allow and is logged in the application log, once
     /// until the value changes; a configuration that cannot be read counts as Keep, so that nothing is lost by it.
     static Rule GetRule();
 
@@ -51,7 +51,7 @@ public:
                        const PolicyHeaderImpl* successor = nullptr);
 
     /// Says which data files are about to stay when the policy goes, and which ones other policies are about to lose.
-    /// @param spared  what Spare answered; of the files that the successor brings nothing is said here
+    /// @param spared  what Spare answered; of the files that the successor brings nothing is logged here
     static void TellLeft(PolicyContainerImpl& cache, const PolicyHeaderImpl& policy, const Names& spared,
                          const PolicyHeaderImpl* successor = nullptr);
 };

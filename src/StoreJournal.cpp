@@ -5,6 +5,7 @@
 
 #include "DirectoryImpl.h"
 #include "LumPalLog.h"
+#include "LumPalWhole.h"
 #include "Messages.h"
 #include "Names.h"
 #include "PlainName.h"
@@ -137,12 +138,8 @@ void Finish(const StoreChange& change) {
 }
 
 CharArray_t ReadRecord() {
-    if (RecordFile().GetSize() > kLargestRecord) return {};
-    LumPalIo::FileInputStream_t input = RecordFolder().Open(names::ChangeRecordFile);
-    CharArray_t text(static_cast<std::size_t>(RecordFile().GetSize()));
-    const std::int64_t length = text.GetLength() > 0 ? input.Read(text) : 0;
-    text.Resize(static_cast<std::size_t>(length > 0 ? length : 0));
-    return text;
+    const LumPalIo::FileInputStream_t input = RecordFolder().Open(names::ChangeRecordFile);
+    return LumPalIo::ReadWhole(input, kLargestRecord).value_or(CharArray_t());
 }
 
 /// Takes a record that nobody can follow out of the way. @return where it is now

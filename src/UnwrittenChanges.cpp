@@ -2,21 +2,19 @@
 
 #include <utility>
 
-#include "AuditLog.h"
-
 namespace LumConf {
 
 using LumPalStr::String_t;
 
 namespace {
 
-bool IsStatus(int auditMode) {
+bool IsStatus(AuditLog::Mode auditMode) {
     return auditMode == AuditLog::Enable || auditMode == AuditLog::Disable;
 }
 
 }  // namespace
 
-bool UnwrittenChanges::Replaces(int auditMode, int earlierMode) {
+bool UnwrittenChanges::Replaces(AuditLog::Mode auditMode, AuditLog::Mode earlierMode) {
     return auditMode == earlierMode || (IsStatus(auditMode) && IsStatus(earlierMode));
 }
 

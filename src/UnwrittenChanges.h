@@ -5,6 +5,7 @@
 #include <map>
 #include <vector>
 
+#include "AuditLog.h"
 #include "LumPalStr.h"
 #include "NotifyStore.h"
 
@@ -16,7 +17,7 @@ class UnwrittenChanges {
 public:
     /// How a change is reported once it is written.
     struct Report {
-        int auditMode;
+        AuditLog::Mode auditMode;
         void (NotifyStore::*queue)(const LumPalStr::String_t& type, const LumPalStr::String_t& id);
     };
     /// In the order in which they were made.
@@ -35,7 +36,7 @@ public:
     std::vector<LumPalStr::String_t> GetIds() const;
 
     /// Whether a change of one kind makes an earlier one of the other kind none.
-    static bool Replaces(int auditMode, int earlierMode);
+    static bool Replaces(AuditLog::Mode auditMode, AuditLog::Mode earlierMode);
 
 private:
     std::map<LumPalStr::String_t, Reports> changes;

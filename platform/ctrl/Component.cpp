@@ -1,3 +1,4 @@
+// Component of LumCtrl.h: receiving them.
 #include "LocalSocket.h"
 #include "LumCtrl.h"
 #include "LumPalIo.h"

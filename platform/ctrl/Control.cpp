@@ -1,3 +1,4 @@
+// Control of LumCtrl.h: sending triggers.
 #include <algorithm>
 
 #include "LocalSocket.h"

@@ -1,5 +1,5 @@
 /// @file
-/// Control::Notify with its limit said by the caller.
+/// Control::Notify with its limit given by the caller.
 #pragma once
 
 #include <cstdint>

@@ -1,3 +1,4 @@
+// Service of LumCtrl.h: the thread that serves the socket.
 #include <unistd.h>
 
 #include "LocalSocket.h"

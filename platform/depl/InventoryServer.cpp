@@ -1,3 +1,4 @@
+// InventoryServer of LumDepl.h: answering who asks for it.
 #include "Inventory.h"
 #include "LumVoxRpc.h"
 

@@ -1,3 +1,4 @@
+// The rows of Inventory.h.
 #include <algorithm>
 #include <array>
 

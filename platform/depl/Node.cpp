@@ -1,3 +1,4 @@
+// Node of LumDepl.h: asking a node for its inventory.
 #include <string>
 
 #include "Inventory.h"

@@ -20,6 +20,7 @@
 #define LUMPAL_REQUIRES(...) LUMPAL_THREAD_MARK(requires_capability(__VA_ARGS__))
 #define LUMPAL_EXCLUDES(...) LUMPAL_THREAD_MARK(locks_excluded(__VA_ARGS__))
 #define LUMPAL_ACQUIRE(...) LUMPAL_THREAD_MARK(acquire_capability(__VA_ARGS__))
+#define LUMPAL_ASSERT_HELD(...) LUMPAL_THREAD_MARK(assert_capability(__VA_ARGS__))
 #define LUMPAL_RELEASE(...) LUMPAL_THREAD_MARK(release_capability(__VA_ARGS__))
 #define LUMPAL_UNCHECKED_LOCKS LUMPAL_THREAD_MARK(no_thread_safety_analysis)
 
@@ -71,6 +72,9 @@ public:
     void Lock() LUMPAL_ACQUIRE();
     /// @throws LumPalMsg::IllegalStateError_t when the caller does not hold it
     void Unlock() LUMPAL_RELEASE();
+    /// For who holds it by his caller, where no mark can say so.
+    /// @throws LumPalMsg::IllegalStateError_t when the calling thread does not hold it
+    void RequireHeld() const LUMPAL_ASSERT_HELD();
 
 private:
     friend class CondVar_t;

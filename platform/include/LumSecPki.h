@@ -12,6 +12,9 @@
 
 namespace LumSecPki {
 
+/// As much of a file of keys or certificates is read, in bytes.
+inline constexpr std::uint64_t kLargestPemFile = 1u << 20;
+
 /// A new private key, P-256. @throws LumSecCore::SecCoreException
 LUMPAL_API LumSecCore::Key NewKey();
 

@@ -1,8 +1,9 @@
-#include <mutex>
+// ApplicationLog of LogImpl.h: the file and standard error.
 #include <optional>
 
 #include "AppendFile_posix.h"
 #include "LogImpl.h"
+#include "LumPalPlainMutex.h"
 #include "WriteError.h"
 
 namespace LumPalLog {
@@ -23,7 +24,7 @@ LumPalMsg::CreateError_t Failure(const char* text, const std::exception& reason)
 }  // namespace
 
 struct ApplicationLog::Sinks {
-    void PutFile(const std::string& lines) {
+    void PutFileLocked(const std::string& lines) LUMPAL_REQUIRES(mutex) {
         try {
             if (file) file->Append(lines);
         } catch (const std::exception& e) {
@@ -32,8 +33,8 @@ struct ApplicationLog::Sinks {
         }
     }
 
-    std::mutex mutex;  // guards the file, and keeps the two logs in one order
-    std::optional<AppendFile> file;
+    LumPalThread::PlainMutex_t mutex;  // also keeps the two logs in one order
+    std::optional<AppendFile> file LUMPAL_GUARDED_BY(mutex);
 };
 
 ApplicationLog::ApplicationLog() : sinks(std::make_unique<Sinks>()) {}
@@ -42,14 +43,14 @@ ApplicationLog::~ApplicationLog() = default;
 
 void ApplicationLog::Write(const LumPalMsg::Message_t& message, DetailStyle style) {
     const std::string lines = LogLines(message, style, std::chrono::system_clock::now());
-    const std::lock_guard lock(sinks->mutex);
+    const LumPalThread::PlainLock_t lock(sinks->mutex);
     LumPal::WriteError(lines);
-    sinks->PutFile(lines);
+    sinks->PutFileLocked(lines);
 }
 
 void ApplicationLog::SetFile(const String_t& path, std::size_t maxBytes) {
     try {
-        const std::lock_guard lock(sinks->mutex);
+        const LumPalThread::PlainLock_t lock(sinks->mutex);
         sinks->file.reset();
         if (path.IsEmpty()) return;
         AppendFile& file = sinks->file.emplace(path.ToUtf8(), AppendFile::Limits{kMode, maxBytes, kOldFiles});
@@ -62,7 +63,7 @@ void ApplicationLog::SetFile(const String_t& path, std::size_t maxBytes) {
 
 /// A file that may be opened later, when there is room or the disk can be written again, is tried with each line.
 void ApplicationLog::Forget() {
-    const std::lock_guard lock(sinks->mutex);
+    const LumPalThread::PlainLock_t lock(sinks->mutex);
     if (sinks->file && !sinks->file->MayOpenLater()) sinks->file.reset();
 }
 

@@ -1,3 +1,4 @@
+// CharArray_t of LumPalArray.h.
 #include "LumPalArray.h"
 
 #include <algorithm>

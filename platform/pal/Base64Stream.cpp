@@ -1,3 +1,4 @@
+// The base64 streams of LumPalIo.h.
 #include <algorithm>
 #include <array>
 #include <cstdint>

@@ -1,3 +1,4 @@
+// The buffered streams of LumPalIo.h.
 #include <algorithm>
 #include <cstring>
 #include <string_view>

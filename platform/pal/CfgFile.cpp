@@ -1,3 +1,4 @@
+// LumPalCfgFile.h: reading and writing settings files.
 #include "LumPalCfgFile.h"
 
 #include <optional>
@@ -6,6 +7,7 @@
 #include <vector>
 
 #include "CfgText.h"
+#include "LumPalWhole.h"
 #include "PeekableStream.h"
 #include "StringAscii.h"
 
@@ -24,15 +26,6 @@ constexpr std::string_view ByteOrderMark = "\xEF\xBB\xBF";
 
 String_t ToString(std::u16string_view text) {
     return {text.data(), static_cast<std::uint32_t>(text.size())};
-}
-
-std::string ReadAll(LumPalIo::InputStream_t& stream) {
-    std::string bytes;
-    LumPalArray::CharArray_t block(BlockSize);
-    for (std::int64_t count; (count = stream.Read(block)) >= 0;) {
-        bytes.append(block.GetData(), static_cast<std::size_t>(count));
-    }
-    return bytes;
 }
 
 /// Reads lines into a group of its own, so that a bad line leaves the caller's group as it was.
@@ -180,9 +173,10 @@ void ConfigReader_t::Load(LumPalIo::InputStream_t stream, ConfigGroup_t& group, 
     // Settings of many policies are merged from memory: no copy of each.
     auto* const peekable = dynamic_cast<LumPalIo::PeekableInput*>(stream.GetImpl().get());
     const std::optional<std::string_view> kept = peekable ? peekable->TakeRest() : std::nullopt;
-    const std::string read = kept ? std::string() : ReadAll(stream);
+    const LumPalArray::CharArray_t read =
+        kept ? LumPalArray::CharArray_t() : LumPalIo::ReadAtMost(stream, LumPalIo::kNoLimit);
     Parser parser(source);
-    parser.Parse(kept ? *kept : read);
+    parser.Parse(kept ? *kept : read.View());
     group.MoveIn(parser.GetGroup());
 }
 

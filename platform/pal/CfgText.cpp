@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "LumPalColumns.h"
 #include "LumPalMsg.h"
 
 namespace LumPalCfgFile {
@@ -111,9 +112,7 @@ String_t Shown(const String_t& name) {
 }
 
 std::u16string_view TrimBlanks(std::u16string_view text) noexcept {
-    const std::size_t first = text.find_first_not_of(u" \t");
-    if (first == std::u16string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(u" \t") - first + 1);
+    return LumPalStr::Trimmed(text, u" \t");
 }
 
 void AppendValue(std::u16string& line, std::u16string_view value) {

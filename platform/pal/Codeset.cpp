@@ -1,3 +1,4 @@
+// LumPalCodeset.h: converting between UTF-8 and other codesets.
 #include "LumPalCodeset.h"
 
 #include <unicode/ucnv.h>

@@ -1,3 +1,4 @@
+// CondVar_t of LumPalThread.h.
 #include <chrono>
 #include <condition_variable>
 #include <mutex>

@@ -1,3 +1,4 @@
+// LumPalConfig.h: namespaces, configurations and their groups.
 #include "LumPalConfig.h"
 
 #include <atomic>

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <map>
-#include <mutex>
 #include <utility>
 
 #include "CfgText.h"
@@ -10,6 +9,7 @@
 #include "ConfigValues.h"
 #include "LumPalCfgFile.h"
 #include "LumPalIo.h"
+#include "LumPalPlainMutex.h"
 #include "LumPalRuntime.h"
 
 namespace LumPalConfig {
@@ -70,18 +70,18 @@ class Cache {
 public:
     // Never destroyed: threads may still read their configuration when the process ends.
     static Cache& Get() {
-        static Cache* const cache = new Cache;
-        return *cache;
+        static Cache& cache = *new Cache;
+        return cache;
     }
 
     std::shared_ptr<const Loaded> Find(const String_t& folder) {
-        const std::lock_guard<std::mutex> lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         const auto found = entries.find(folder);
         return found == entries.end() ? nullptr : found->second;
     }
 
     void Put(const String_t& folder, const std::shared_ptr<const Loaded>& loaded) {
-        const std::lock_guard<std::mutex> lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         // Each entry holds two files open.
         if (entries.size() >= Limit && entries.count(folder) == 0) entries.clear();
         entries[folder] = loaded;
@@ -89,8 +89,8 @@ public:
 
 private:
     static constexpr std::size_t Limit = 16;
-    std::mutex mutex;
-    std::map<String_t, std::shared_ptr<const Loaded>> entries;  // guarded by mutex
+    LumPalThread::PlainMutex_t mutex;
+    std::map<String_t, std::shared_ptr<const Loaded>> entries LUMPAL_GUARDED_BY(mutex);
 };
 
 void Make(const ConfigChange& change, ConfigGroup_t& group) {

@@ -1,3 +1,4 @@
+// LumPalConfig.h: changing settings, and following changes.
 #include <utility>
 #include <vector>
 

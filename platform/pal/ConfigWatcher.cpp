@@ -78,13 +78,13 @@ ConfigWatcher::ConfigWatcher() : watch({LocalFile, PolicyFile}) {}
 
 ConfigWatcher& ConfigWatcher::Get() {
     // Never destroyed: a handler may be taken away by the last destructors of the process.
-    static ConfigWatcher* const watcher = new ConfigWatcher;
-    return *watcher;
+    static ConfigWatcher& watcher = *new ConfigWatcher;
+    return watcher;
 }
 
 void ConfigWatcher::Register(const String_t& nameSpace, ConfigChangeHandler_i& handler) {
     const String_t folder = DatabaseFolder(String_t::Null());
-    const std::lock_guard<std::mutex> lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     const bool known = std::any_of(registrations.begin(), registrations.end(), [&](const auto& registration) {
         return registration->IsOf(nameSpace, handler) && registration->folder == folder;
     });
@@ -97,7 +97,7 @@ void ConfigWatcher::Register(const String_t& nameSpace, ConfigChangeHandler_i& h
 }
 
 void ConfigWatcher::Unregister(const String_t& nameSpace, ConfigChangeHandler_i& handler) {
-    std::unique_lock<std::mutex> lock(mutex);
+    LumPalThread::PlainLock_t lock(mutex);
     Registrations gone;
     for (const auto& registration : registrations) {
         if (registration->IsOf(nameSpace, handler)) gone.push_back(registration);
@@ -108,9 +108,12 @@ void ConfigWatcher::Unregister(const String_t& nameSpace, ConfigChangeHandler_i&
     }
     UnwatchIdleLocked();
     if (std::this_thread::get_id() == self) return;
-    callEnded.wait(lock, [&] {
-        return std::none_of(gone.begin(), gone.end(), [&](const auto& one) { return one.get() == inCall; });
-    });
+    while (IsInCallLocked(gone)) callEnded.wait(lock.ForWait());
+}
+
+bool ConfigWatcher::IsInCallLocked(const Registrations& some) const {
+    const Registration* const called = inCall;
+    return std::any_of(some.begin(), some.end(), [&](const auto& one) { return one.get() == called; });
 }
 
 void ConfigWatcher::StartLocked() {
@@ -124,7 +127,7 @@ void ConfigWatcher::StartLocked() {
 void ConfigWatcher::Stop() {
     LumPalThread::Thread_t running;
     {
-        const std::lock_guard<std::mutex> lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         stopping = true;
         running = thread;
     }
@@ -143,16 +146,15 @@ void ConfigWatcher::WatchLocked(const String_t& folder) {
 }
 
 void ConfigWatcher::UnwatchIdleLocked() {
-    const auto isUsed = [&](const Folder& folder) {
-        return std::any_of(registrations.begin(), registrations.end(),
-                           [&](const auto& registration) { return registration->folder == folder.path; });
-    };
+    std::set<String_t> used;
+    for (const auto& registration : registrations) used.insert(registration->folder);
+    const auto isUsed = [&](const Folder& folder) { return used.count(folder.path) != 0; };
     const auto idle = std::stable_partition(folders.begin(), folders.end(), isUsed);
     std::set<int> numbers;
     for (auto folder = idle; folder != folders.end(); ++folder) numbers.insert(folder->number);
     folders.erase(idle, folders.end());
     // Two paths may lead to one folder.
-    for (const Folder& used : folders) numbers.erase(used.number);
+    for (const Folder& folder : folders) numbers.erase(folder.number);
     for (const int number : numbers) watch.Remove(number);
 }
 
@@ -200,29 +202,29 @@ void ConfigWatcher::Run(const LumPalThread::Thread_t&) {
 }
 
 void ConfigWatcher::Begin() {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     self = std::this_thread::get_id();
 }
 
 bool ConfigWatcher::IsStopping() {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     return stopping;
 }
 
 void ConfigWatcher::Step(bool again) {
-    std::unique_lock<std::mutex> lock(mutex);
+    LumPalThread::PlainLock_t lock(mutex);
     const int longest = again ? 0 : IsWaitingForFolderLocked() ? SearchMs : -1;
-    lock.unlock();
+    lock.Unlock();
     FolderChanges changes = watch.Wait(longest);
     changes.missed = changes.missed || again;
-    lock.lock();
+    lock.Lock();
     const Registrations touched = TakeLocked(changes);
-    lock.unlock();
+    lock.Unlock();
     for (const auto& registration : touched) Tell(*registration);
 }
 
 bool ConfigWatcher::BeginCall(Registration& registration, const Configuration_t& now, ChangedConfiguration_t& changes) {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     if (registration.removed || stopping) return false;
     const auto names = std::make_shared<ChangedConfiguration_t::Impl>();
     names->names = Difference(registration.last, now);
@@ -234,7 +236,7 @@ bool ConfigWatcher::BeginCall(Registration& registration, const Configuration_t&
 }
 
 void ConfigWatcher::EndCall() {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     inCall = nullptr;
     callEnded.notify_all();
 }

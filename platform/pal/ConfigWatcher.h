@@ -4,13 +4,12 @@
 
 #include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <vector>
 
 #include "FolderWatch.h"
 #include "LumPalConfig.h"
-#include "LumPalThread.h"
+#include "LumPalPlainMutex.h"
 
 namespace LumPalConfig {
 
@@ -35,28 +34,28 @@ private:
     ~ConfigWatcher() override = default;
     void Run(const LumPalThread::Thread_t& thread) override;
     void Stop();
-    void StartLocked();
-    void WatchLocked(const LumPalStr::String_t& folder);
-    void UnwatchIdleLocked();
-    bool IsWaitingForFolderLocked() const;
+    void StartLocked() LUMPAL_REQUIRES(mutex);
+    void WatchLocked(const LumPalStr::String_t& folder) LUMPAL_REQUIRES(mutex);
+    void UnwatchIdleLocked() LUMPAL_REQUIRES(mutex);
+    bool IsWaitingForFolderLocked() const LUMPAL_REQUIRES(mutex);
+    bool IsInCallLocked(const Registrations& some) const LUMPAL_REQUIRES(mutex);
     void Begin();
     bool IsStopping();
     void Step(bool again);
-    Registrations TakeLocked(const FolderChanges& changes);
+    Registrations TakeLocked(const FolderChanges& changes) LUMPAL_REQUIRES(mutex);
     void Tell(Registration& registration);
     bool BeginCall(Registration& registration, const Configuration_t& now, ChangedConfiguration_t& changes);
     void EndCall();
 
     FolderWatch watch;
-    std::mutex mutex;
-    // Guarded by mutex:
+    LumPalThread::PlainMutex_t mutex;
     std::condition_variable callEnded;
-    Registrations registrations;
-    std::vector<Folder> folders;
-    const Registration* inCall = nullptr;
-    std::thread::id self;
-    bool stopping = false;
-    LumPalThread::Thread_t thread;
+    Registrations registrations LUMPAL_GUARDED_BY(mutex);
+    std::vector<Folder> folders LUMPAL_GUARDED_BY(mutex);
+    const Registration* inCall LUMPAL_GUARDED_BY(mutex) = nullptr;
+    std::thread::id self LUMPAL_GUARDED_BY(mutex);
+    bool stopping LUMPAL_GUARDED_BY(mutex) = false;
+    LumPalThread::Thread_t thread LUMPAL_GUARDED_BY(mutex);
 };
 
 }  // namespace LumPalConfig

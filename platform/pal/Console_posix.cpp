@@ -1,3 +1,4 @@
+// LumPalConsole.h: the terminal.
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// LumPalDaemon.h: signals, the service manager, one instance for a root.
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/socket.h>

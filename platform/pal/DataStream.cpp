@@ -1,3 +1,4 @@
+// DataInputStream_t and DataOutputStream_t of LumPalIo.h.
 #include <algorithm>
 #include <array>
 #include <cstring>

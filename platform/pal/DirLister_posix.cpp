@@ -1,3 +1,4 @@
+// DirLister_t of LumPalIo.h.
 #include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// LumPalDurable.h: flushing, deleting, moving; replacing has a file of its own.
 #include <cerrno>
 
 #include "LumPalDurable.h"

@@ -1,3 +1,4 @@
+// File_t of LumPalIo.h: what looks at the path alone.
 #include "LumPalIo.h"
 
 // What can be told from the text of a path alone.

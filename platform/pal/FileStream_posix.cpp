@@ -1,3 +1,4 @@
+// FileInputStream_t and FileOutputStream_t of LumPalIo.h.
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>

@@ -1,3 +1,4 @@
+// File_t of LumPalIo.h: what asks the system.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>

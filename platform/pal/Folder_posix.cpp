@@ -1,3 +1,4 @@
+// Folder_t of LumPalIo.h.
 #include <fcntl.h>
 #include <sys/random.h>
 #include <sys/stat.h>

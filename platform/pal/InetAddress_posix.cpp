@@ -1,3 +1,4 @@
+// InetAddress_t of LumPalNet.h.
 #include <arpa/inet.h>
 #include <ifaddrs.h>
 #include <netdb.h>

@@ -1,3 +1,4 @@
+// LumPalLog.h: the logs as callers see them.
 #include <atomic>
 #include <chrono>
 #include <exception>

@@ -1,5 +1,5 @@
 /// @file
-/// What is said when a stream goes without Close and its bytes are lost.
+/// What is logged when a stream goes without Close and its bytes are lost.
 #pragma once
 
 #include <functional>

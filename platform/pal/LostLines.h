@@ -9,7 +9,7 @@
 
 namespace LumPalLog {
 
-/// Counts lines that could not be written, until somebody can be told. One thread at a time.
+/// Counts lines that could not be written, until that can be reported. One thread at a time.
 class LostLines {
 public:
     using Moment = std::chrono::system_clock::time_point;

@@ -1,3 +1,4 @@
+// The streams of LumPalIo.h over bytes in memory.
 #include <algorithm>
 #include <cstring>
 #include <string_view>

@@ -1,3 +1,4 @@
+// Message_t, MessageList_t and what creates them, of LumPalMsg.h.
 #include <chrono>
 #include <optional>
 

@@ -1,3 +1,4 @@
+// MessageCatalog_t of LumPalMsg.h, by catgets(3).
 #include <nl_types.h>
 
 #include <limits>

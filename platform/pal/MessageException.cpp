@@ -1,3 +1,4 @@
+// Exception_t and those derived from it, of LumPalMsg.h.
 #include <mutex>
 
 #include "LumPalMsg.h"

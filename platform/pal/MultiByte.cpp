@@ -1,3 +1,4 @@
+// LumPalCodeset.h: texts of the locale.
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_err.h>
 

@@ -1,3 +1,4 @@
+// Mutex_t of LumPalThread.h.
 #include <atomic>
 #include <mutex>
 #include <thread>
@@ -27,7 +28,7 @@ struct Mutex_t::Impl {
     std::mutex mutex;
     // Only the holder ever stores its own id, so that a relaxed look is enough to know whether it is us.
     std::atomic<std::thread::id> owner{std::thread::id()};
-    unsigned depth = 0;  // guarded by the mutex
+    unsigned depth = 0;  // the holder's
 };
 
 Mutex_t::Mutex_t() : impl(std::make_unique<Impl>()) {}
@@ -45,6 +46,10 @@ void Mutex_t::Lock() LUMPAL_UNCHECKED_LOCKS {
 void Mutex_t::Unlock() LUMPAL_UNCHECKED_LOCKS {
     impl->NeedMine();
     if (--impl->depth == 0) impl->Free();
+}
+
+void Mutex_t::RequireHeld() const {
+    impl->NeedMine();
 }
 
 unsigned Mutex_t::ReleaseWholly() {

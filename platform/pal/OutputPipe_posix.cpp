@@ -26,7 +26,7 @@ bool IsReadable(int descriptor) {
     return poll(&polled, 1, 0) > 0;
 }
 
-std::int64_t OutputPipe::TakeKept(char* target, std::size_t length) {
+std::int64_t OutputPipe::TakeKeptLocked(char* target, std::size_t length) {
     const std::size_t count = std::min(length, kept.size() - keptStart);
     kept.copy(target, count, keptStart);
     keptStart += count;
@@ -37,7 +37,7 @@ std::int64_t OutputPipe::TakeKept(char* target, std::size_t length) {
     return static_cast<std::int64_t>(count);
 }
 
-std::int64_t OutputPipe::ReadSource(char* target, std::size_t length) {
+std::int64_t OutputPipe::ReadSourceLocked(char* target, std::size_t length) {
     for (;;) {
         const ssize_t count = read(source.Get(), target, length);
         if (count > 0) return count;
@@ -47,32 +47,32 @@ std::int64_t OutputPipe::ReadSource(char* target, std::size_t length) {
     }
 }
 
-std::int64_t OutputPipe::TryRead(char* target, std::size_t length) {
+std::int64_t OutputPipe::TryReadLocked(char* target, std::size_t length) {
     if (closed) throw IOException_t(CreateError_t("A program's output is read after it was closed."));
-    if (keptStart < kept.size()) return TakeKept(target, length);
+    if (keptStart < kept.size()) return TakeKeptLocked(target, length);
     if (cut) throw IOException_t(CreateError_t("A program's output was dropped, since nobody read it in time."));
-    return ended ? kEnd : ReadSource(target, length);
+    return ended ? kEnd : ReadSourceLocked(target, length);
 }
 
 std::int64_t OutputPipe::Read(char* target, std::size_t length, int end, const Deadline& deadline) {
-    std::unique_lock lock(mutex);
+    LumPalThread::PlainLock_t lock(mutex);
     for (bool last = false;; last = IsReadable(end)) {
         // The look at the program's end comes before the last try: what it wrote is there by then.
-        const std::int64_t count = TryRead(target, length);
+        const std::int64_t count = TryReadLocked(target, length);
         if (count == kEnd || (count == kNothingYet && last)) return kEnd;
         deadline.Check();
         if (count != kNothingYet) return count;
         ++readers;
-        lock.unlock();
+        lock.Unlock();
         pollfd polled[2] = {{source.Get(), POLLIN, 0}, {end, POLLIN, 0}};
         poll(polled, 2, deadline.LeftMs());
-        lock.lock();
+        lock.Lock();
         --readers;
     }
 }
 
 std::size_t OutputPipe::Available() {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     if (closed || !piped) return 0;
     int waiting = 0;
     if (!ended && ioctl(source.Get(), FIONREAD, &waiting) != 0) waiting = 0;
@@ -80,24 +80,24 @@ std::size_t OutputPipe::Available() {
 }
 
 void OutputPipe::Close() {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     closed = true;
     kept = std::string();
     keptStart = 0;
 }
 
 int OutputPipe::ToDrain(bool& beingRead) {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     if (!piped || ended) return -1;
     beingRead = beingRead || readers > 0;
     return readers > 0 ? -1 : source.Get();
 }
 
 void OutputPipe::Drain() {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     char bytes[65536];
     if (!piped || ended) return;
-    const std::int64_t count = ReadSource(bytes, sizeof bytes);
+    const std::int64_t count = ReadSourceLocked(bytes, sizeof bytes);
     if (count <= 0 || closed) return;
     if (kept.size() - keptStart >= kKeptBytes) {
         cut = true;
@@ -107,7 +107,7 @@ void OutputPipe::Drain() {
 }
 
 LumPal::Descriptor OutputPipe::Release() {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     return ended ? LumPal::Descriptor() : std::move(source);
 }
 

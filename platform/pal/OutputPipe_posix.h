@@ -4,11 +4,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <string>
 
 #include "Deadline.h"
 #include "Descriptor_posix.h"
+#include "LumPalPlainMutex.h"
 
 namespace LumPalCmd {
 
@@ -38,17 +38,19 @@ public:
     LumPal::Descriptor Release();
 
 private:
-    std::int64_t TakeKept(char* target, std::size_t length);
-    std::int64_t ReadSource(char* target, std::size_t length);
-    std::int64_t TryRead(char* target, std::size_t length);
+    std::int64_t TakeKeptLocked(char* target, std::size_t length) LUMPAL_REQUIRES(mutex);
+    std::int64_t ReadSourceLocked(char* target, std::size_t length) LUMPAL_REQUIRES(mutex);
+    std::int64_t TryReadLocked(char* target, std::size_t length) LUMPAL_REQUIRES(mutex);
 
     LumPal::Descriptor source;  // constant until Release
     const bool piped;
-    std::mutex mutex;  // guards the rest
-    std::string kept;
-    std::size_t keptStart = 0;
-    bool cut = false, ended = false, closed = false;
-    int readers = 0;
+    LumPalThread::PlainMutex_t mutex;
+    std::string kept LUMPAL_GUARDED_BY(mutex);
+    std::size_t keptStart LUMPAL_GUARDED_BY(mutex) = 0;
+    bool cut LUMPAL_GUARDED_BY(mutex) = false;
+    bool ended LUMPAL_GUARDED_BY(mutex) = false;
+    bool closed LUMPAL_GUARDED_BY(mutex) = false;
+    int readers LUMPAL_GUARDED_BY(mutex) = 0;
 };
 
 /// Whether a descriptor is readable now.

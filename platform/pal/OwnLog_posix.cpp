@@ -1,8 +1,8 @@
-#include <mutex>
 
 #include "AppendFile_posix.h"
 #include "LostLines.h"
 #include "LumPalIo.h"
+#include "LumPalPlainMutex.h"
 #include "OwnLog.h"
 
 namespace LumPalLog {
@@ -37,14 +37,14 @@ class OwnLog : public Log_t::Impl {
 public:
     OwnLog(const String_t& path, const String_t& component, unsigned options)
         : component(component), file(path.ToUtf8(), LimitsOf(options)) {
-        Open();
+        OpenLocked();
     }
     void Write(const LumPalMsg::Message_t& message, DetailStyle style) override {
         const LostLines::Moment now = std::chrono::system_clock::now();
         const std::string lines = LogLines(message, style, now);
         try {
-            const std::lock_guard lock(mutex);
-            Append(lines, now);
+            const LumPalThread::PlainLock_t lock(mutex);
+            AppendLocked(lines, now);
         } catch (const LumPalMsg::Exception_t& e) {
             SayFailure("A line of the log of '%1' was lost.", component, e);
         }
@@ -52,7 +52,7 @@ public:
 
 private:
     /// What keeps it from being opened now and may pass costs the lines until then, and they are counted.
-    void Open() {
+    void OpenLocked() LUMPAL_REQUIRES(mutex) {
         try {
             file.Open();
         } catch (const LumPalMsg::Exception_t& e) {
@@ -60,9 +60,9 @@ private:
             SayFailure(kNotOpened, component, e);
         }
     }
-    void Append(const std::string& lines, LostLines::Moment now) {
+    void AppendLocked(const std::string& lines, LostLines::Moment now) LUMPAL_REQUIRES(mutex) {
         try {
-            TellWhatIsLost(now);
+            TellWhatIsLostLocked(now);
             file.Append(lines);
         } catch (const LumPalMsg::Exception_t& e) {
             lost.Add(now, e.GetMessageList());
@@ -72,16 +72,16 @@ private:
             throw;
         }
     }
-    void TellWhatIsLost(LostLines::Moment now) {
+    void TellWhatIsLostLocked(LostLines::Moment now) LUMPAL_REQUIRES(mutex) {
         if (!lost.Any()) return;
         file.Append(LogLines(lost.Notice(), DetailStyle::SameLine, now));
         lost = {};
     }
 
     const String_t component;
-    std::mutex mutex;  // guards the file and what it lost
-    AppendFile file;
-    LostLines lost;
+    LumPalThread::PlainMutex_t mutex;
+    AppendFile file LUMPAL_GUARDED_BY(mutex);
+    LostLines lost LUMPAL_GUARDED_BY(mutex);
 };
 
 }  // namespace

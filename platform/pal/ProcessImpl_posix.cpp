@@ -50,7 +50,7 @@ Process_t::Impl::~Impl() {
 }
 
 void Process_t::Impl::WriteInput(const char* bytes, std::size_t length) {
-    const std::lock_guard lock(inputMutex);
+    const LumPalThread::PlainLock_t lock(inputMutex);
     if (!input.IsOpen()) throw IOException_t(CreateError_t("A program's input is written after it was closed."));
     const LumPal::SigpipeGuard guard;
     while (length > 0) {
@@ -63,7 +63,7 @@ void Process_t::Impl::WriteInput(const char* bytes, std::size_t length) {
 }
 
 void Process_t::Impl::CloseInput() {
-    const std::lock_guard lock(inputMutex);
+    const LumPalThread::PlainLock_t lock(inputMutex);
     input.Close();
 }
 
@@ -87,7 +87,7 @@ void Process_t::Impl::DrainUntilEnd() {
 }
 
 int Process_t::Impl::CollectEnd() {
-    const std::lock_guard lock(endMutex);
+    const LumPalThread::PlainLock_t lock(endMutex);
     while (!collected) {
         collected = waitpid(pid, &status, 0) == pid;
         if (collected || errno == EINTR) continue;
@@ -99,7 +99,7 @@ int Process_t::Impl::CollectEnd() {
 }
 
 void Process_t::Impl::End() noexcept {
-    const std::lock_guard lock(endMutex);
+    const LumPalThread::PlainLock_t lock(endMutex);
     if (collected) return;  // its number may be another program's by now
     kill(leadsGroup ? -pid : pid, SIGKILL);
     ended = true;

@@ -4,10 +4,10 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 
 #include "Deadline.h"
 #include "LumPalCmd.h"
+#include "LumPalPlainMutex.h"
 #include "OutputPipe_posix.h"
 #include "Spawn_posix.h"
 
@@ -45,11 +45,12 @@ private:
     std::atomic<bool> ended{false};
     OutputPipe output, error;
     const bool inputPiped;
-    std::mutex inputMutex;
-    LumPal::Descriptor input;  // guarded by inputMutex
-    std::mutex endMutex;       // guards the rest
-    bool collected = false, lost = false;
-    int status = 0;
+    LumPalThread::PlainMutex_t inputMutex;
+    LumPal::Descriptor input LUMPAL_GUARDED_BY(inputMutex);
+    LumPalThread::PlainMutex_t endMutex;
+    bool collected LUMPAL_GUARDED_BY(endMutex) = false;
+    bool lost LUMPAL_GUARDED_BY(endMutex) = false;
+    int status LUMPAL_GUARDED_BY(endMutex) = 0;
 };
 
 }  // namespace LumPalCmd

@@ -1,3 +1,4 @@
+// Process_t of LumPalCmd.h and its streams, in front of ProcessImpl_posix.h.
 #include "ProcessImpl_posix.h"
 
 namespace LumPalCmd {

@@ -5,10 +5,9 @@
 #include <sys/wait.h>
 
 #include <algorithm>
-#include <mutex>
 #include <vector>
 
-#include "LumPalThread.h"
+#include "LumPalPlainMutex.h"
 
 namespace LumPalCmd {
 
@@ -29,7 +28,7 @@ bool IsReady(const pollfd& polled) {
 class Reaper : public LumPalThread::Runnable_i {
 public:
     void Add(Orphan orphan) {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         added.push_back(std::move(orphan));
         if (running) {
             eventfd_write(wake.Get(), 1);
@@ -46,7 +45,7 @@ public:
 private:
     /// False, and the thread is to end, when there is no work.
     bool TakeAdded() {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         for (Orphan& orphan : added) orphans.push_back(std::move(orphan));
         added.clear();
         return running = !orphans.empty();
@@ -76,9 +75,9 @@ private:
     }
 
     const Descriptor wake{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
-    std::mutex mutex;  // guards the two below
-    std::vector<Orphan> added;
-    bool running = false;
+    LumPalThread::PlainMutex_t mutex;
+    std::vector<Orphan> added LUMPAL_GUARDED_BY(mutex);
+    bool running LUMPAL_GUARDED_BY(mutex) = false;
     std::vector<Orphan> orphans;  // the thread's own
 };
 

@@ -1,3 +1,4 @@
+// RefCounted_t of LumPalRef.h.
 #include "LumPalRef.h"
 
 namespace LumPalRef {

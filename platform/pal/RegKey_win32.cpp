@@ -1,3 +1,4 @@
+// The handle of a registry key, of LumPalPtr.h.
 #include <windows.h>
 
 #include "LumPalPtr.h"

@@ -1,3 +1,4 @@
+// LumPalRegistry.h: what is the same everywhere.
 #include "LumPalRegistry.h"
 
 namespace LumPalRegistry {

@@ -1,3 +1,4 @@
+// LumPalRegistry.h by the registry of the system.
 #include <windows.h>
 
 #include "LumPalPtr.h"

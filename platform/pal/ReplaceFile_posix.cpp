@@ -1,3 +1,4 @@
+// ReplaceFile and RemoveLeftAside of LumPalDurable.h.
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>

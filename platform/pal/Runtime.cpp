@@ -1,7 +1,8 @@
+// LumPalRuntime.h: directories, the program's name and arguments, the environment.
+#include "LumPalPlainMutex.h"
 #include "LumPalRuntime.h"
 
 #include <cstdlib>
-#include <mutex>
 #include <vector>
 
 #include "LumPalIo.h"
@@ -23,16 +24,14 @@ struct KindName {
 constexpr KindName KindNames[] = {{Root, ""},       {Etc, "etc/"},           {Spool, "spool/"},
                                   {LogDir, "log/"}, {Policies, "policies/"}, {Temp, "tmp/"}};
 
-std::mutex& RootMutex() {
-    static auto* mutex = new std::mutex;
-    return *mutex;
-}
-
-/// Guarded by RootMutex; null until it is known.
-String_t& RootLocked() {
-    static auto* root = new String_t(String_t::Null());
-    return *root;
-}
+struct KnownRoot {
+    static KnownRoot& Get() {
+        static KnownRoot& root = *new KnownRoot;  // never destroyed: other threads may still ask at the end
+        return root;
+    }
+    LumPalThread::PlainMutex_t mutex;
+    String_t path LUMPAL_GUARDED_BY(mutex) = String_t::Null();  ///< null until it is known
+};
 
 String_t RootFromEnvironment() {
     const String_t root = Environment_t::Get("LUM_ROOT");
@@ -40,9 +39,10 @@ String_t RootFromEnvironment() {
 }
 
 String_t GetRoot() {
-    const std::lock_guard lock(RootMutex());
-    if (RootLocked().IsNull()) RootLocked() = RootFromEnvironment();
-    return RootLocked();
+    KnownRoot& root = KnownRoot::Get();
+    const LumPalThread::PlainLock_t lock(root.mutex);
+    if (root.path.IsNull()) root.path = RootFromEnvironment();
+    return root.path;
 }
 
 bool EndsInSeparator(const String_t& path) {
@@ -60,10 +60,10 @@ String_t NameOf(int kind) {
     throw LumPalMsg::IllegalArgumentError_t(LumPalMsg::CreateError_t("There is no directory of the kind %1.") << kind);
 }
 
-/// Set once by main; never destroyed, since other threads may still ask at the end of the process.
+/// Set once by main.
 std::vector<String_t>& Arguments() {
-    static auto* arguments = new std::vector<String_t>;
-    return *arguments;
+    static auto& arguments = *new std::vector<String_t>;  // never destroyed: other threads may still ask at the end
+    return arguments;
 }
 
 }  // namespace
@@ -74,8 +74,9 @@ String_t Dir_t::Path(int kind, const String_t& subPath) {
 }
 
 void Dir_t::SetRoot(const String_t& root) {
-    const std::lock_guard lock(RootMutex());
-    RootLocked() = root.IsEmpty() ? String_t::Null() : root;
+    KnownRoot& known = KnownRoot::Get();
+    const LumPalThread::PlainLock_t lock(known.mutex);
+    known.path = root.IsEmpty() ? String_t::Null() : root;
 }
 
 void App_t::Init(int argc, const char* const* argv) {

@@ -1,3 +1,4 @@
+// Whether the process ends, of LumPalDaemon.h.
 #include <atomic>
 
 #include "LumPalDaemon.h"

@@ -1,3 +1,4 @@
+// InputStream_t and OutputStream_t of LumPalIo.h: what all streams share.
 #include "LumPalIo.h"
 #include "StreamCheck.h"
 

@@ -1,3 +1,4 @@
+// String_t of LumPalStr.h: making, copying, parts.
 #include <cstring>
 #include <string>
 #include <utility>

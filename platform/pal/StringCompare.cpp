@@ -1,3 +1,4 @@
+// LumPalStr.h: comparing.
 #include <cstdint>
 #include <cstring>
 #include <string>

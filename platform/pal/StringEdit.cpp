@@ -1,3 +1,4 @@
+// String_t of LumPalStr.h: changing.
 #include <unicode/uchar.h>
 
 #include <algorithm>

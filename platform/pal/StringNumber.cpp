@@ -1,3 +1,4 @@
+// LumPalStr.h: numbers as texts.
 #include <charconv>
 #include <cstdint>
 #include <limits>

@@ -1,3 +1,4 @@
+// String_t of LumPalStr.h: finding.
 #include <algorithm>
 #include <string>
 #include <string_view>

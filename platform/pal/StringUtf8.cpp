@@ -1,3 +1,4 @@
+// String_t of LumPalStr.h: from and to UTF-8.
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
 

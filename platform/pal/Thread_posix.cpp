@@ -1,16 +1,16 @@
+// Thread_t and Runnable_i of LumPalThread.h.
 #include <pthread.h>
 #include <signal.h>
 
 #include <atomic>
 #include <cstring>
-#include <mutex>
 #include <string>
 #include <system_error>
 #include <thread>
 
 #include "LumPalLog.h"
 #include "LumPalMsg.h"
-#include "LumPalThread.h"
+#include "LumPalPlainMutex.h"
 #include "ThreadName.h"
 
 namespace LumPalThread {
@@ -99,8 +99,8 @@ struct Thread_t::Impl {
     const std::string name;
     std::atomic<std::thread::id> self{std::thread::id()};
     std::atomic<bool> started{false};
-    std::mutex mutex;  // guards what is below; held by whoever joins, so the thread itself must not take it
-    std::thread thread;
+    PlainMutex_t mutex;  // held by whoever joins, so the thread itself must not take it
+    std::thread thread LUMPAL_GUARDED_BY(mutex);
 };
 
 Thread_t::Thread_t() noexcept = default;
@@ -112,7 +112,7 @@ void Thread_t::Start(Runnable_i& runnable) {
     if (impl->started.exchange(true)) {
         throw IllegalStateError_t(CreateError_t("The thread '%1' was started before.") << GetName());
     }
-    const std::lock_guard lock(impl->mutex);
+    const PlainLock_t lock(impl->mutex);
     const SignalBlock block;
     try {
         impl->thread = std::thread([handle = *this, &runnable] { handle.impl->Body(runnable, handle); });
@@ -125,7 +125,7 @@ void Thread_t::Start(Runnable_i& runnable) {
 
 void Thread_t::Join() const {
     if (!impl || impl->IsSelf()) return;
-    const std::lock_guard lock(impl->mutex);
+    const PlainLock_t lock(impl->mutex);
     if (impl->thread.joinable()) impl->thread.join();
 }
 

@@ -11,7 +11,7 @@ void ThrottledLog::Warn(const char* text, const LumPalStr::String_t& detail) {
     LumPalMsg::CreateWarn_t message{LumPalStr::String_t(text)};
     message << detail;
     {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         const auto now = std::chrono::steady_clock::now();
         if (now < next) {
             ++suppressed;
@@ -30,7 +30,7 @@ void ThrottledLog::Tell(std::chrono::steady_clock::time_point now) noexcept {
     unsigned count = 0;
     const char* text = "";
     {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         if (suppressed == 0 || now < next) return;
         count = std::exchange(suppressed, 0u);
         text = lastText;

@@ -3,9 +3,9 @@
 #pragma once
 
 #include <chrono>
-#include <mutex>
 
 #include "LumPalMsg.h"
+#include "LumPalPlainMutex.h"
 
 namespace LumPalLog {
 
@@ -29,10 +29,10 @@ public:
 private:
     void Tell(std::chrono::steady_clock::time_point now) noexcept;
 
-    std::mutex mutex;  ///< guards all below
-    std::chrono::steady_clock::time_point next{};
-    unsigned suppressed = 0;
-    const char* lastText = "";  ///< of the warning that was written last
+    LumPalThread::PlainMutex_t mutex;
+    std::chrono::steady_clock::time_point next LUMPAL_GUARDED_BY(mutex){};
+    unsigned suppressed LUMPAL_GUARDED_BY(mutex) = 0;
+    const char* lastText LUMPAL_GUARDED_BY(mutex) = "";  ///< of the warning that was written last
 };
 
 }  // namespace LumPalLog

@@ -2,13 +2,13 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "LocalTime.h"
 #include "LogText.h"
+#include "LumPalPlainMutex.h"
 #include "LumPalTrc.h"
 #include "TraceFilter.h"
 #include "WriteError.h"
@@ -35,9 +35,9 @@ struct Listeners {
         static Listeners& listeners = *new Listeners;
         return listeners;
     }
-    std::mutex mutex;  // guards the rest; held while they are called
-    int lastId = 0;
-    std::vector<std::pair<int, Listener_t>> all;
+    LumPalThread::PlainMutex_t mutex;  // held while they are called
+    int lastId LUMPAL_GUARDED_BY(mutex) = 0;
+    std::vector<std::pair<int, Listener_t>> all LUMPAL_GUARDED_BY(mutex);
 };
 
 thread_local bool isInListener = false;
@@ -45,7 +45,7 @@ thread_local bool isInListener = false;
 void CallListeners(const char* component, int level, const String_t& text) {
     if (isInListener) return;
     Listeners& listeners = Listeners::Get();
-    const std::lock_guard lock(listeners.mutex);
+    const LumPalThread::PlainLock_t lock(listeners.mutex);
     struct Mark {
         Mark() { isInListener = true; }
         ~Mark() { isInListener = false; }
@@ -86,14 +86,14 @@ void TraceObj_t::Send(int sentLevel, const String_t& text, const char* file, int
 
 ScopedListener_t::ScopedListener_t(Listener_t listener) {
     Listeners& listeners = Listeners::Get();
-    const std::lock_guard lock(listeners.mutex);
+    const LumPalThread::PlainLock_t lock(listeners.mutex);
     listeners.all.emplace_back(id = ++listeners.lastId, std::move(listener));
     TraceObj_t::AddListener(1);
 }
 
 ScopedListener_t::~ScopedListener_t() {
     Listeners& listeners = Listeners::Get();
-    const std::lock_guard lock(listeners.mutex);
+    const LumPalThread::PlainLock_t lock(listeners.mutex);
     std::erase_if(listeners.all, [this](const auto& entry) { return entry.first == id; });
     TraceObj_t::AddListener(-1);
 }

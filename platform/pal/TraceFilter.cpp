@@ -4,14 +4,14 @@
 #include <charconv>
 #include <limits>
 
+#include "LumPalColumns.h"
+
 namespace LumPalTrc {
 
 namespace {
 
 std::string_view Trimmed(std::string_view text) {
-    const std::size_t first = text.find_first_not_of(" \t");
-    if (first == text.npos) return {};
-    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+    return LumPalStr::Trimmed(text, " \t");
 }
 
 bool ReadLevel(std::string_view text, int& level) {

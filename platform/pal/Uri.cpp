@@ -1,3 +1,4 @@
+// URI_t of LumPalNet.h.
 #include <string_view>
 
 #include "IPv6Literal.h"

@@ -1,3 +1,4 @@
+// The parser of LumPalXml.h, in front of XmlRun.h.
 #include "LumPalXml.h"
 #include "XmlRun.h"
 

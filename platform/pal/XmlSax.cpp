@@ -1,3 +1,4 @@
+// The exceptions and base classes of LumPalXml.h's SAX part.
 #include "LumPalXml.h"
 
 namespace LumPalXml::SAX {

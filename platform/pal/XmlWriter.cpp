@@ -1,3 +1,4 @@
+// XmlWriter_t of LumPalXml.h.
 #include <algorithm>
 #include <string>
 #include <utility>

@@ -1,7 +1,8 @@
-#include <mutex>
+// LumSecAuth.h: the rights in force.
 
 #include "../pal/ThrottledLog.h"
 #include "LumPalLog.h"
+#include "LumPalPlainMutex.h"
 #include "LumPalRuntime.h"
 #include "LumSecAuth.h"
 #include "Rights.h"
@@ -34,7 +35,7 @@ LumPalIo::File_t RightsFile() {
 class Complaints {
 public:
     void Tell(const LumPalMsg::MessageList_t& messages) {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         const String_t text = messages.Format(LumPalMsg::Text | LumPalMsg::Details);
         if (messages.GetMessageCount() == 0) {
             last = String_t();
@@ -47,8 +48,8 @@ public:
     }
 
 private:
-    std::mutex mutex;  ///< guards last
-    String_t last;
+    LumPalThread::PlainMutex_t mutex;
+    String_t last LUMPAL_GUARDED_BY(mutex);
     LumPalLog::ThrottledLog repeated;
 };
 
@@ -86,25 +87,25 @@ LumPalMsg::MessageList_t FindWrongRights() {
 struct Authorizer::Impl {
     /// Replaced as a whole, so that a question never sees half an update.
     std::shared_ptr<const Rights> Get() {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         return rights;
     }
     void Set(Rights next) {
         auto shared = std::make_shared<const Rights>(std::move(next));
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         rights.swap(shared);
     }
     /// Takes up what the file grants now; of a broken one the rights held so far stay.
     void Load(const char* consequence) {
         // One at a time: who read the file before a change must not set its rights behind who read it afterwards.
-        const std::lock_guard lock(loading);
+        const LumPalThread::PlainLock_t lock(loading);
         Set(RightsOr(*Get(), complaints, consequence));
     }
 
     Complaints complaints;
-    std::mutex loading;
-    std::mutex mutex;  ///< guards what follows
-    std::shared_ptr<const Rights> rights = std::make_shared<Rights>();
+    LumPalThread::PlainMutex_t loading;
+    LumPalThread::PlainMutex_t mutex;
+    std::shared_ptr<const Rights> rights LUMPAL_GUARDED_BY(mutex) = std::make_shared<Rights>();
 };
 
 Authorizer::Authorizer() : impl(std::make_unique<Impl>()) {

@@ -1,10 +1,10 @@
+// KeyStore of LumSecCore.h.
 #include <openssl/err.h>
 #include <openssl/pem.h>
 
-#include <algorithm>
-
 #include "Crypto.h"
 #include "LumPalIo.h"
+#include "LumPalWhole.h"
 #include "LumSecPki.h"
 
 namespace LumSecCore {
@@ -16,7 +16,6 @@ using LumPalStr::String_t;
 
 namespace {
 
-constexpr std::size_t kLargestFile = 1u << 20;
 constexpr char kOwn[] = "own", kTrusted[] = "trusted", kRequested[] = "requested";
 
 template <class E>
@@ -29,10 +28,7 @@ template <class E>
 
 CharArray_t ReadFile(const File_t& file) {
     try {
-        LumPalIo::FileInputStream_t input(file);
-        CharArray_t bytes(static_cast<std::size_t>(std::min<std::uint64_t>(file.GetSize(), kLargestFile)));
-        bytes.Resize(static_cast<std::size_t>(std::max<std::int64_t>(input.Read(bytes), 0)));
-        return bytes;
+        return LumPalIo::ReadAtMost(LumPalIo::FileInputStream_t(file), LumSecPki::kLargestPemFile);
     } catch (const LumPalIo::FileNotFoundException_t& e) {
         Fail<EntryNotFoundException>("The key store has no '%1'.", file.GetAbsolutePath(), e.GetMessageList());
     } catch (const LumPalIo::IOException_t& e) {

@@ -1,6 +1,7 @@
-#include <algorithm>
+// OwnPair of LumSecCore.h.
 
 #include "LumPalIo.h"
+#include "LumPalWhole.h"
 #include "LumSecCore.h"
 #include "LumSecPki.h"
 
@@ -13,7 +14,6 @@ using LumPalStr::String_t;
 
 namespace {
 
-constexpr std::uint64_t kLargestFile = 1u << 20;
 /// One reading can meet a pair that is being replaced; two in a row cannot.
 constexpr int kReadings = 3;
 
@@ -24,10 +24,8 @@ File_t FileOf(const char* part, const String_t& alias, const char* suffix) {
 /// Empty for a file that is not there or cannot be read: whoever needs it says so.
 std::string Content(const File_t& file) try {
     if (!file.Exists()) return {};
-    LumPalIo::FileInputStream_t input(file);
-    CharArray_t bytes(static_cast<std::size_t>(std::min(file.GetSize(), kLargestFile)));
-    bytes.Resize(static_cast<std::size_t>(std::max<std::int64_t>(input.Read(bytes), 0)));
-    return std::string(bytes.View());
+    const LumPalIo::FileInputStream_t input(file);
+    return std::string(LumPalIo::ReadAtMost(input, LumSecPki::kLargestPemFile).View());
 } catch (const LumPalIo::IOException_t&) {
     return {};
 }

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "LumPalCfgFile.h"
+#include "LumPalColumns.h"
 #include "LumSecRights.h"
 
 namespace LumSecAuth {
@@ -56,14 +57,7 @@ LumPalMsg::Message_t NoRight(std::string_view word, const String_t& sender, cons
 /// Calls take for each word between blanks and tabs.
 template <class Take>
 void ForEachWord(std::string_view text, Take take) {
-    while (true) {
-        const std::size_t start = text.find_first_not_of(" \t");
-        if (start == std::string_view::npos) return;
-        text.remove_prefix(start);
-        const std::size_t end = std::min(text.find_first_of(" \t"), text.size());
-        take(text.substr(0, end));
-        text.remove_prefix(end);
-    }
+    for (std::string_view word; !(word = LumPalStr::TakeColumn(text, " \t")).empty();) take(word);
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+// LumSecCore.h: its exceptions, and the node's identity.
 #include <algorithm>
 
 #include "LumPalConfig.h"

@@ -1,3 +1,4 @@
+// Signature of LumSecCore.h.
 #include <openssl/bn.h>
 #include <openssl/core_names.h>
 #include <openssl/ec.h>

@@ -1,3 +1,4 @@
+// X509Certificate of LumSecCore.h.
 #include <openssl/bio.h>
 #include <openssl/err.h>
 #include <openssl/evp.h>

@@ -18,14 +18,14 @@ const char* Admission::WhyFull(const PeerAddress& from) const noexcept {
 
 bool Admission::IsAddressFull(const PeerAddress& from) const noexcept {
     if (from.isLoopback) return false;
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     const auto found = namelessFrom.find(from);
     return found != namelessFrom.end() && found->second >= mostOfAnAddress;
 }
 
 void Admission::Enter(const PeerAddress& from) {
     if (!from.isLoopback) {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         ++namelessFrom[from];
     }
     ++count;
@@ -54,7 +54,7 @@ void Admission::Leave(const PeerAddress& from, PeerRank rank) noexcept {
 void Admission::ForgetNameless(const PeerAddress& from) noexcept {
     --nameless;
     if (from.isLoopback) return;
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     const auto found = namelessFrom.find(from);
     if (--found->second == 0) namelessFrom.erase(found);
 }

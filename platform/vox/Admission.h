@@ -3,9 +3,9 @@
 #pragma once
 
 #include <atomic>
-#include <mutex>
 #include <unordered_map>
 
+#include "LumPalPlainMutex.h"
 #include "PeerAddress.h"
 
 namespace LumVoxMsg {
@@ -56,8 +56,8 @@ private:
 
     const unsigned most, mostNameless, keptForNewcomers, mostStrangers, mostOfAnAddress;
     std::atomic<unsigned> count{0}, nameless{0}, strangers{0};
-    mutable std::mutex mutex;
-    std::unordered_map<PeerAddress, unsigned, Hash> namelessFrom;  ///< guarded by mutex; without loopback
+    mutable LumPalThread::PlainMutex_t mutex;
+    std::unordered_map<PeerAddress, unsigned, Hash> namelessFrom LUMPAL_GUARDED_BY(mutex);  ///< without loopback
 };
 
 }  // namespace LumVoxMsg

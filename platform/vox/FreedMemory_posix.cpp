@@ -4,13 +4,13 @@
 #include <condition_variable>
 #include <cstdlib>
 #include <exception>
-#include <mutex>
 #include <thread>
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif
 
 #include "../pal/ThreadName.h"
+#include "LumPalPlainMutex.h"
 
 namespace LumVoxRpc {
 namespace {
@@ -35,12 +35,12 @@ constexpr int kMostKept = 256 << 10;
 class Returner {
 public:
     static Returner& Get() {
-        static Returner* const returner = new Returner;
-        return *returner;
+        static Returner& returner = *new Returner;
+        return returner;
     }
 
     void Note(std::size_t bytes) {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         const bool isFirst = freed == 0;
         freed += bytes;
         if (!running) std::thread([this] { Run(); }).detach();
@@ -51,29 +51,37 @@ public:
 private:
     void Run() {
         LumPalThread::NameThisThread("LumVox:Memory");
-        const auto isEnough = [this] { return freed >= kWorthAPass; };
-        std::unique_lock lock(mutex);
+        LumPalThread::PlainLock_t lock(mutex);
         for (;;) {
-            some.wait(lock, [this] { return freed > 0; });
-            some.wait_for(lock, kLongest, isEnough);
+            while (freed == 0) some.wait(lock.ForWait());
+            AwaitEnoughLocked(lock, kLongest);
             for (const std::chrono::milliseconds next : kLooks) {
-                GiveBack(lock);
-                if (some.wait_for(lock, next, isEnough)) break;
+                GiveBackLocked(lock);
+                if (AwaitEnoughLocked(lock, next)) break;
             }
         }
     }
-    void GiveBack(std::unique_lock<std::mutex>& lock) {
+    /// @return whether enough was freed before the time was over
+    bool AwaitEnoughLocked(LumPalThread::PlainLock_t& lock, std::chrono::milliseconds time) LUMPAL_REQUIRES(mutex) {
+        const auto end = std::chrono::steady_clock::now() + time;
+        while (freed < kWorthAPass) {
+            if (some.wait_until(lock.ForWait(), end) == std::cv_status::timeout) return freed >= kWorthAPass;
+        }
+        return true;
+    }
+    /// Frees the mutex meanwhile, which the analysis cannot see through the lock.
+    void GiveBackLocked(LumPalThread::PlainLock_t& lock) LUMPAL_REQUIRES(mutex) LUMPAL_UNCHECKED_LOCKS {
         freed = 0;
-        lock.unlock();
+        lock.Unlock();
         ReturnFreedMemory();
         std::this_thread::sleep_for(kRest);
-        lock.lock();
+        lock.Lock();
     }
 
-    std::mutex mutex;
+    LumPalThread::PlainMutex_t mutex;
     std::condition_variable some;
-    std::size_t freed = 0;  ///< guarded by mutex, as what follows
-    bool running = false;
+    std::size_t freed LUMPAL_GUARDED_BY(mutex) = 0;
+    bool running LUMPAL_GUARDED_BY(mutex) = false;
 };
 
 }  // namespace

@@ -4,6 +4,8 @@
 
 #include "CurlHandle.h"
 #include "LumPalIo.h"
+#include "LumPalWhole.h"
+#include "LumSecPki.h"
 #include "SigpipeGuard.h"
 
 namespace LumVoxRpc {
@@ -19,12 +21,7 @@ unsigned PositiveOr(const Configuration_t& configuration, const char* name, unsi
 }
 
 std::string Content(const LumPalStr::String_t& path) {
-    const LumPalIo::File_t file(path);
-    LumPalIo::FileInputStream_t stream(file);
-    LumPalArray::CharArray_t bytes(static_cast<std::size_t>(file.GetSize()));
-    if (bytes.IsEmpty()) return {};
-    bytes.Resize(static_cast<std::size_t>(std::max<std::int64_t>(stream.Read(bytes), 0)));
-    return std::string(bytes.View());
+    return std::string(LumPalIo::ReadAtMost(LumPalIo::FileInputStream_t(path), LumSecPki::kLargestPemFile).View());
 }
 
 /// What was taken away since the folder was looked at is trusted no longer.
@@ -86,18 +83,18 @@ HttpAnswer HttpClient::Post(const HttpTarget& target, const LumPalArray::CharArr
 ClientIdentity HttpClient::Identify() {
     LumSecCore::OwnPair known;
     {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         known = own;
     }
     ClientIdentity identity = ClientIdentity::Load(known);
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     own = identity.own;
     return identity;
 }
 
 std::unique_ptr<HttpClient::Handle> HttpClient::Take(const std::string& key) {
     {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         const auto found =
             std::find_if(idle.rbegin(), idle.rend(), [&](const auto& handle) { return handle->GetKey() == key; });
         if (found != idle.rend()) {
@@ -111,7 +108,7 @@ std::unique_ptr<HttpClient::Handle> HttpClient::Take(const std::string& key) {
 
 void HttpClient::Give(std::unique_ptr<Handle> handle) {
     std::unique_ptr<Handle> oldest;
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     idle.push_back(std::move(handle));
     if (idle.size() <= kMostIdle) return;
     oldest = std::move(idle.front());

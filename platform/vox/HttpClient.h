@@ -4,12 +4,12 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "LumPalArray.h"
 #include "LumPalConfig.h"
+#include "LumPalPlainMutex.h"
 #include "LumSecCore.h"
 
 namespace LumVoxRpc {
@@ -67,9 +67,9 @@ private:
     std::unique_ptr<Handle> Take(const std::string& key);
     void Give(std::unique_ptr<Handle> handle);
 
-    std::mutex mutex;
-    std::vector<std::unique_ptr<Handle>> idle;  ///< guarded by mutex; used last stands last
-    LumSecCore::OwnPair own;                    ///< guarded by mutex; what was shown last
+    LumPalThread::PlainMutex_t mutex;
+    std::vector<std::unique_ptr<Handle>> idle LUMPAL_GUARDED_BY(mutex);  ///< used last stands last
+    LumSecCore::OwnPair own LUMPAL_GUARDED_BY(mutex);                    ///< what was shown last
 };
 
 }  // namespace LumVoxRpc

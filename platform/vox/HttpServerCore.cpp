@@ -41,7 +41,7 @@ HttpServer::Core::Core(const HttpLimits& limits, HttpHandler& handler)
 void HttpServer::Core::SetIdentity(const LumSecCore::NodeIdentity& identity) {
     auto next = std::make_shared<net::ssl::context>(net::ssl::context::tls_server);
     LumSecCore::ConfigureServer(next->native_handle(), identity);
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     if (tls) {
         LumSecCore::LetFormerKeysPass(next->native_handle(), tls->native_handle(),
                                       std::chrono::steady_clock::now() + LumSecCore::kFormerKeyPasses);
@@ -50,7 +50,7 @@ void HttpServer::Core::SetIdentity(const LumSecCore::NodeIdentity& identity) {
 }
 
 std::shared_ptr<net::ssl::context> HttpServer::Core::GetTls() {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     return tls;
 }
 
@@ -140,12 +140,16 @@ bool HttpServer::Core::MakeRoom(const Descriptor& socket) noexcept {
 }
 
 bool HttpServer::Core::FreeDescriptor() noexcept {
-    std::unique_lock lock(mutex);
-    const auto hasClosed = [this, before = closed] { return closed != before || closing; };
-    lock.unlock();
+    LumPalThread::PlainLock_t lock(mutex);
+    const std::uint64_t before = closed;
+    lock.Unlock();
     if (!DropOne()) return false;
-    lock.lock();
-    return left.wait_for(lock, kRoomTime, hasClosed) && !closing;
+    const auto end = std::chrono::steady_clock::now() + kRoomTime;
+    lock.Lock();
+    while (closed == before && !closing) {
+        if (left.wait_until(lock.ForWait(), end) == std::cv_status::timeout) break;
+    }
+    return closed != before && !closing;
 }
 
 /// Strangers go first, and those first who are at a request for long: they do not wait for anything of ours. Of all
@@ -191,7 +195,7 @@ bool HttpServer::Core::DropLongestWaiting(std::initializer_list<IoThread::Kind> 
 }
 
 std::string_view HttpServer::Core::GetFarewell() const noexcept {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     return tls ? std::string_view() : kBusy;
 }
 
@@ -208,7 +212,7 @@ void HttpServer::Core::Begin(Descriptor descriptor, Place place, std::shared_ptr
 }
 
 void HttpServer::Core::NoteClosed() noexcept {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     ++closed;
     left.notify_all();
 }
@@ -229,8 +233,11 @@ void HttpServer::Core::Finish() {
     if (!running) return;
     if (!closing) StopAccepting();
     {
-        std::unique_lock lock(mutex);
-        left.wait_for(lock, limits.closeTime, [this] { return admission.GetCount() == 0; });
+        LumPalThread::PlainLock_t lock(mutex);
+        const auto end = std::chrono::steady_clock::now() + limits.closeTime;
+        while (admission.GetCount() != 0) {
+            if (left.wait_until(lock.ForWait(), end) == std::cv_status::timeout) break;
+        }
     }
     for (const auto& thread : threads) {
         thread->Call([&] {

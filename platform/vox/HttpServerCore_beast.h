@@ -8,7 +8,6 @@
 #include <condition_variable>
 #include <initializer_list>
 #include <memory>
-#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -16,6 +15,7 @@
 #include "Admission.h"
 #include "HttpServer.h"
 #include "Lane_beast.h"
+#include "LumPalPlainMutex.h"
 
 namespace LumVoxMsg {
 
@@ -65,9 +65,9 @@ private:
 
     class Arrival;
 
-    mutable std::mutex mutex;  ///< guards tls and closed
-    std::shared_ptr<net::ssl::context> tls;
-    std::uint64_t closed = 0;  ///< connections that have gone
+    mutable LumPalThread::PlainMutex_t mutex;
+    std::shared_ptr<net::ssl::context> tls LUMPAL_GUARDED_BY(mutex);
+    std::uint64_t closed LUMPAL_GUARDED_BY(mutex) = 0;  ///< connections that have gone
     std::condition_variable left;
     std::vector<std::unique_ptr<IoThread>> threads;
     std::unique_ptr<tcp::acceptor> acceptor;

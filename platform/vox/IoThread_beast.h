@@ -8,11 +8,11 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
 #include <condition_variable>
-#include <mutex>
 #include <thread>
 
 #include "../pal/ThrottledLog.h"
 #include "LaterSteps_beast.h"
+#include "LumPalPlainMutex.h"
 #include "PostRoom.h"
 #include "WaitingSessions_beast.h"
 
@@ -34,17 +34,17 @@ public:
     void Call(Function function) {
         if (!thread.joinable()) return function();  // it could not be started
         {
-            const std::lock_guard lock(mutex);
+            const LumPalThread::PlainLock_t lock(mutex);
             called = false;
         }
         Post(callRoom, [this, &function] {
             function();
-            const std::lock_guard lock(mutex);
+            const LumPalThread::PlainLock_t lock(mutex);
             called = true;
             callEnded.notify_one();
         });
-        std::unique_lock lock(mutex);
-        callEnded.wait(lock, [this] { return called; });
+        LumPalThread::PlainLock_t lock(mutex);
+        while (!called) callEnded.wait(lock.ForWait());
     }
     /// Posts a step with memory that was kept for it.
     template <class Step>
@@ -90,9 +90,9 @@ private:
     net::executor_work_guard<net::io_context::executor_type> work{context.get_executor()};
     LumPalLog::ThrottledLog lostLog;
     PostRoom callRoom;
-    std::mutex mutex;
+    LumPalThread::PlainMutex_t mutex;
     std::condition_variable callEnded;
-    bool called = false;  ///< guarded by mutex
+    bool called LUMPAL_GUARDED_BY(mutex) = false;
     std::thread thread;
 };
 

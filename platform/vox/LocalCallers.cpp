@@ -26,26 +26,26 @@ bool IsLoopbackName(std::string_view name) {
 }  // namespace
 
 void LocalCallers::Open(unsigned port) {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     secret.Create();
     digest = std::make_shared<LocalDigestGuard>(LocalDigest(secret.GetDigits(), port));
 }
 
 void LocalCallers::Close() {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     secret.Remove();
     digest = nullptr;
 }
 
 std::shared_ptr<LocalDigestGuard> LocalCallers::GetGuard() {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     return digest;
 }
 
 /// A call without a body is none: who sends one that way asks for a challenge.
 LocalCallers::Found LocalCallers::Identify(const HttpRequest& head) {
     {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         if (!digest) return {};
         if (takeHeader && secret.Matches(head.authorization)) return {LumSecAuth::LocalAdministrator(), Answer::Serve};
     }

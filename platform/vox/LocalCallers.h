@@ -3,13 +3,13 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 
 #include "HttpServer.h"
 #include "LocalDigest.h"
 #include "LocalSecret.h"
+#include "LumPalPlainMutex.h"
 
 namespace LumVoxMsg {
 
@@ -36,9 +36,9 @@ private:
     std::shared_ptr<LocalDigestGuard> GetGuard();
 
     const bool takeHeader;
-    std::mutex mutex;  ///< guards all below
-    LocalSecret secret;
-    std::shared_ptr<LocalDigestGuard> digest;
+    LumPalThread::PlainMutex_t mutex;
+    LocalSecret secret LUMPAL_GUARDED_BY(mutex);
+    std::shared_ptr<LocalDigestGuard> digest LUMPAL_GUARDED_BY(mutex);
 };
 
 /// Whether a Host field's value, with a port or without, is a loopback name or address, or one of the node's own

@@ -120,7 +120,7 @@ LocalDigestGuard::Verdict LocalDigestGuard::Check(std::string_view authorization
 bool LocalDigestGuard::TakeCount(std::string_view nonce, std::uint32_t count, std::uint64_t now) {
     const std::string stamp(LocalDigest::StampOf(nonce));
     const std::string oldest = TimeDigits(now > LocalDigest::kNonceLife ? now - LocalDigest::kNonceLife : 0);
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     counts.erase(counts.begin(), counts.lower_bound(oldest));
     if (stamp <= forgotten) return false;
     std::uint32_t& last = counts[stamp];

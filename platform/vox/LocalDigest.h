@@ -10,9 +10,10 @@
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <string>
 #include <string_view>
+
+#include "LumPalPlainMutex.h"
 
 namespace LumVoxMsg {
 
@@ -71,9 +72,10 @@ private:
     const LocalDigest digest;
     const Clock clock;
     const std::size_t most;
-    std::mutex mutex;                                          ///< guards all below
-    std::map<std::string, std::uint32_t, std::less<>> counts;  ///< the last count of each nonce, by its stamp
-    std::string forgotten;                                     ///< the greatest stamp that is known no longer
+    LumPalThread::PlainMutex_t mutex;
+    std::map<std::string, std::uint32_t, std::less<>> counts
+        LUMPAL_GUARDED_BY(mutex);                    ///< the last count of each nonce, by its stamp
+    std::string forgotten LUMPAL_GUARDED_BY(mutex);  ///< the greatest stamp that is known no longer
 };
 
 }  // namespace LumVoxMsg

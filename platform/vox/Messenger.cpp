@@ -1,3 +1,4 @@
+// Messenger and MsgHandler of LumVoxMsg.h.
 #include "LumVoxMsg.h"
 #include "MessengerImpl.h"
 #include "MessengerServer.h"
@@ -23,13 +24,13 @@ Messenger::Impl::~Impl() {
 }
 
 std::shared_ptr<void> Messenger::Impl::ClientState(const std::function<std::shared_ptr<void>()>& make) {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     if (!clientState) clientState = make();
     return clientState;
 }
 
 void Messenger::Impl::Register(MsgHandler* handler) {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     if (closed) throw IllegalStateError_t(CreateError_t("A closed messenger takes no handler."));
     if (options.sendOnly) throw IllegalStateError_t(CreateError_t("A messenger that only sends takes no handler."));
     if (server) return server->AddRoute(handler);
@@ -41,18 +42,18 @@ void Messenger::Impl::Register(MsgHandler* handler) {
 }
 
 void Messenger::Impl::TellOfRefusals(RefusalListener listener) {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     refusals = std::move(listener);
 }
 
 std::shared_ptr<MessengerServer> Messenger::Impl::GetServer() {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     return server;
 }
 
 void Messenger::Impl::StopReceiving() {
     {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         closed = true;
     }
     // Without the lock, as in Close.
@@ -62,7 +63,7 @@ void Messenger::Impl::StopReceiving() {
 void Messenger::Impl::Close() {
     std::shared_ptr<MessengerServer> ending;
     {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         closed = true;
         ending = std::move(server);
         server = nullptr;
@@ -72,7 +73,7 @@ void Messenger::Impl::Close() {
 }
 
 unsigned Messenger::Impl::GetPort() {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     return server && !closed ? server->GetPort() : 0;
 }
 

@@ -4,8 +4,8 @@
 
 #include <functional>
 #include <memory>
-#include <mutex>
 
+#include "LumPalPlainMutex.h"
 #include "LumVoxMsg.h"
 
 namespace LumVoxMsg {
@@ -37,11 +37,11 @@ private:
 
     const LumPalConfig::Configuration_t configuration;
     const Options options;
-    std::mutex mutex;  ///< guards all below
-    std::shared_ptr<void> clientState;
-    RefusalListener refusals;
-    std::shared_ptr<MessengerServer> server;
-    bool closed = false;  ///< to handlers and requests
+    LumPalThread::PlainMutex_t mutex;
+    std::shared_ptr<void> clientState LUMPAL_GUARDED_BY(mutex);
+    RefusalListener refusals LUMPAL_GUARDED_BY(mutex);
+    std::shared_ptr<MessengerServer> server LUMPAL_GUARDED_BY(mutex);
+    bool closed LUMPAL_GUARDED_BY(mutex) = false;  ///< to handlers and requests
 };
 
 }  // namespace LumVoxMsg

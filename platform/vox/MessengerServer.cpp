@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "HttpHead.h"
+#include "LumPalColumns.h"
 #include "LumPalLog.h"
 #include "LumSecAuth.h"
 #include "MsgHandlerAccess.h"
@@ -17,16 +18,14 @@ using LumSecCore::NodeIdentity;
 namespace {
 
 std::string_view WithoutSlashes(std::string_view text) {
-    const std::size_t first = text.find_first_not_of('/');
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of('/') - first + 1);
+    return LumPalStr::Trimmed(text, "/");
 }
 
 /// SOAP 1.1 demands text/xml. Insisting on it also keeps web pages of others from posting in a user's name:
 /// a browser asks first before it sends this type.
 bool IsXml(std::string_view contentType) {
     const std::string_view type = contentType.substr(0, contentType.find(';'));
-    return SameWord(type.substr(0, type.find_last_not_of(" \t") + 1), "text/xml");
+    return SameWord(LumPalStr::TrimmedEnd(type, " \t"), "text/xml");
 }
 
 void LogFailure(const std::string& path, const char* reason) noexcept {
@@ -117,7 +116,7 @@ MessengerServer::MessengerServer(const HttpLimits& limits, const String_t& baseP
 
 void MessengerServer::AddRoute(MsgHandler* handler) {
     const std::string path = JoinPaths(basePath, Access::BasePath(*handler));
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     if (!routes.try_emplace(path, std::make_shared<Route>(handler, limits.workerThreads)).second)
         throw LumPalMsg::IllegalArgumentError_t(LumPalMsg::CreateError_t("The path '%1' has a handler already.")
                                                 << String_t::FromUtf8(path));
@@ -147,13 +146,13 @@ void MessengerServer::OpenPlain() {
                        << kLoopbackAddress << limits.bindAddress);
     http.Bind(kLoopbackAddress, limits.port);
     callers.Open(http.GetPort());
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     plain = true;
 }
 
 void MessengerServer::ReloadIdentity() {
     const NodeIdentity identity = NodeIdentity::Load();
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     if (!identity.certificateInstalled) {
         if (!plain)
             LumPalLog::Log(LumPalMsg::CreateWarn_t(String_t(
@@ -170,25 +169,25 @@ void MessengerServer::ReloadIdentity() {
 
 void MessengerServer::StopReceiving() {
     {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         if (refusing) return;
         refusing = true;
     }
     http.StopAccepting();
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     for (const auto& [path, route] : routes) route->Refuse();
 }
 
 void MessengerServer::Close() {
     {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         if (closed) return;
         closed = true;
     }
     StopReceiving();
     std::map<std::string, std::shared_ptr<Route>> ending;
     {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         ending.swap(routes);
     }
     for (const auto& [path, route] : ending) route->Stop();
@@ -197,7 +196,7 @@ void MessengerServer::Close() {
 }
 
 std::shared_ptr<MessengerServer::Route> MessengerServer::FindRoute(const std::string& path) {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     const auto found = routes.find(path);
     return found == routes.end() ? nullptr : found->second;
 }
@@ -233,14 +232,14 @@ std::optional<HttpResponse> MessengerServer::Screen(HttpRequest& head) {
 }
 
 void MessengerServer::TellOfRefusals(RefusalListener listener) {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     refusals = std::move(listener);
 }
 
 void MessengerServer::Distrusted(const HttpRequest& head) {
     RefusalListener listener;
     {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         listener = refusals;
     }
     // What is not served is whatever the caller likes, as long as he likes.

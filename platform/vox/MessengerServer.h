@@ -4,11 +4,11 @@
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "HttpServer.h"
 #include "LocalCallers.h"
+#include "LumPalPlainMutex.h"
 #include "LumVoxMsg.h"
 #include "WorkerPool.h"
 
@@ -69,11 +69,12 @@ private:
     const LumPalStr::String_t basePath;
     std::string coreId;  ///< constant once it is open
     LocalCallers callers;
-    std::mutex mutex;  ///< guards routes, refusals, plain, refusing, closed
-    std::map<std::string, std::shared_ptr<Route>> routes;
-    RefusalListener refusals;
-    bool plain = false;
-    bool refusing = false, closed = false;
+    LumPalThread::PlainMutex_t mutex;
+    std::map<std::string, std::shared_ptr<Route>> routes LUMPAL_GUARDED_BY(mutex);
+    RefusalListener refusals LUMPAL_GUARDED_BY(mutex);
+    bool plain LUMPAL_GUARDED_BY(mutex) = false;
+    bool refusing LUMPAL_GUARDED_BY(mutex) = false;
+    bool closed LUMPAL_GUARDED_BY(mutex) = false;
     HttpServer http;  ///< last: its threads use what stands above
 };
 

@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "HttpHead.h"
+#include "LumPalColumns.h"
 
 namespace LumVoxRpc {
 namespace {
@@ -16,9 +17,7 @@ constexpr std::string_view kChallenge = "WWW-Authenticate:";
 constexpr std::uint64_t kUsableFor = LocalDigest::kNonceLife / 4 * 3;
 
 std::string_view Trimmed(std::string_view text) {
-    const std::size_t first = text.find_first_not_of(" \t\r\n");
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
+    return LumPalStr::Trimmed(text, " \t\r\n");
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+// The plain form of Connection_beast.h.
 #include <boost/asio/write.hpp>
 #include <boost/beast/http/write.hpp>
 

@@ -1,3 +1,4 @@
+// The calling side of LumVoxRpc.h.
 #include <algorithm>
 
 #include "HttpClient.h"

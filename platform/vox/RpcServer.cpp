@@ -1,11 +1,12 @@
+// RpcServer of LumVoxRpc.h.
 #include <map>
-#include <mutex>
 #include <variant>
 
 #include "Fault.h"
 #include "FreedMemory.h"
 #include "FunctionCall.h"
 #include "LumPalLog.h"
+#include "LumPalPlainMutex.h"
 #include "LumVoxRpc.h"
 #include "MsgHandlerAccess.h"
 #include "RpcServerCallImpl.h"
@@ -95,12 +96,12 @@ public:
     explicit RpcServerImpl(const RpcServer::Options& options) : options(options) { KeepFreedMemorySmall(); }
 
     void Register(const char* name, Method method) {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         methods[name] = method;
     }
 
     void SetDescription(const Description& newDescription) {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         description = std::make_shared<const Description>(newDescription);
     }
 
@@ -134,12 +135,12 @@ private:
     }
 
     std::shared_ptr<const Description> GetDescription() const {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         return description;
     }
 
     Method Find(const String_t& name) {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         const auto found = methods.find(name);
         if (found == methods.end())
             throw LumVoxSoap::SoapRefusal("Client", CreateError_t("There is no method '%1' here.") << name);
@@ -153,15 +154,15 @@ private:
         state->method = name;
         state->body = request.body;
         if (!options.threadSafe) return Call(method, state);
-        const std::lock_guard lock(oneCall);
+        const LumPalThread::PlainLock_t lock(oneCall);
         return Call(method, state);
     }
 
     const RpcServer::Options options;
-    std::mutex oneCall;        ///< held during a call when calls run one after another
-    mutable std::mutex mutex;  ///< guards what follows
-    std::map<String_t, Method> methods;
-    std::shared_ptr<const Description> description;
+    LumPalThread::PlainMutex_t oneCall;  ///< held during a call when calls run one after another
+    mutable LumPalThread::PlainMutex_t mutex;
+    std::map<String_t, Method> methods LUMPAL_GUARDED_BY(mutex);
+    std::shared_ptr<const Description> description LUMPAL_GUARDED_BY(mutex);
 };
 
 namespace {

@@ -1,3 +1,4 @@
+// RpcServerCall and its response, of LumVoxRpc.h.
 #include "FreedMemory.h"
 #include "LumSecAuth.h"
 #include "LumVoxRpc.h"

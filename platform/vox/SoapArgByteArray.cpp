@@ -1,3 +1,4 @@
+// SOAPArgByteArray of LumVoxSoap.h.
 #include <algorithm>
 #include <array>
 #include <utility>

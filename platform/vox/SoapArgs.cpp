@@ -1,5 +1,7 @@
+// The plain arguments of LumVoxSoap.h: numbers, truth values, texts.
 #include <limits>
 
+#include "LumPalColumns.h"
 #include "LumVoxSoap.h"
 
 namespace LumVoxSoap {
@@ -11,10 +13,7 @@ constexpr std::u16string_view kWhiteSpace = u" \t\r\n";
 
 /// xsd types but strings collapse white space.
 std::u16string_view Collapsed(const String_t& text) {
-    std::u16string_view view = text.View();
-    const std::size_t first = view.find_first_not_of(kWhiteSpace);
-    if (first == std::u16string_view::npos) return {};
-    return view.substr(first, view.find_last_not_of(kWhiteSpace) - first + 1);
+    return LumPalStr::Trimmed(text.View(), kWhiteSpace);
 }
 
 /// For an error text: a hostile value may be megabytes long.

@@ -1,3 +1,4 @@
+// SOAPElement of LumVoxSoap.h.
 #include "LumVoxSoap.h"
 
 namespace LumVoxSoap {

@@ -1,3 +1,4 @@
+// SOAPEnvelope of LumVoxSoap.h.
 #include "LumVoxSoap.h"
 #include "SoapFault.h"
 #include "SoapNames.h"

@@ -1,3 +1,4 @@
+// The TLS form of Connection_beast.h.
 #include <openssl/ssl.h>
 
 #include <boost/asio/write.hpp>

@@ -6,7 +6,8 @@
 #include <atomic>
 #include <boost/intrusive/list.hpp>
 #include <chrono>
-#include <mutex>
+
+#include "LumPalPlainMutex.h"
 
 namespace LumVoxMsg {
 
@@ -56,35 +57,35 @@ public:
 
     /// From now on, at the end; takes it from where it waited. One that is condemned stays so.
     void Add(AnySession& session, Kind kind) noexcept {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         if (session.waiting == AnySession::State::Condemned) return;
-        Unlink(session);
+        UnlinkLocked(session);
         session.waiting = AnySession::State::Waiting;
         session.kind = kind;
         session.waitsSince = Clock::now();
-        kinds[kind].sessions.push_back(session);
-        Publish(kinds[kind]);
+        kinds[kind].push_back(session);
+        PublishLocked(kind);
     }
     /// Takes it from where it waited. @return false when it is condemned: it is not to begin anything any more
     bool Remove(AnySession& session) noexcept {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         if (session.waiting == AnySession::State::Condemned) return false;
-        Unlink(session);
+        UnlinkLocked(session);
         return true;
     }
     /// The session ends.
     void Forget(AnySession& session) noexcept {
-        const std::lock_guard lock(mutex);
-        Unlink(session);
+        const LumPalThread::PlainLock_t lock(mutex);
+        UnlinkLocked(session);
     }
     /// Takes the place of the one that has waited longest, if that is since such a time or longer. It is closed by
     /// CloseCondemned. @return false when there is none
     bool Condemn(Kind kind, Clock::time_point latest) noexcept {
-        const std::lock_guard lock(mutex);
-        auto& sessions = kinds[kind].sessions;
+        const LumPalThread::PlainLock_t lock(mutex);
+        auto& sessions = kinds[kind];
         if (sessions.empty() || sessions.front().waitsSince > latest) return false;
         AnySession& first = sessions.front();
-        Unlink(first);
+        UnlinkLocked(first);
         first.waiting = AnySession::State::Condemned;
         condemned.push_back(first);
         first.Forfeit();
@@ -96,37 +97,38 @@ public:
     }
     /// Since when the first one waits, Clock::time_point::max() when none does.
     Clock::time_point GetLongest(Kind kind) const noexcept {
-        return Clock::time_point(Clock::duration(kinds[kind].longest.load()));
+        return Clock::time_point(Clock::duration(longest[kind].load()));
     }
 
 private:
-    struct OfKind {
-        Sessions<&AnySession::amongWaiting> sessions;
-        std::atomic<Clock::rep> longest{Clock::time_point::max().time_since_epoch().count()};
+    struct Longest : std::atomic<Clock::rep> {
+        Longest() noexcept : atomic(Clock::time_point::max().time_since_epoch().count()) {}
     };
 
-    void Unlink(AnySession& session) noexcept {
+    void UnlinkLocked(AnySession& session) noexcept LUMPAL_REQUIRES(mutex) {
         if (session.waiting == AnySession::State::Free) return;
         session.amongWaiting.unlink();
-        if (session.waiting == AnySession::State::Waiting) Publish(kinds[session.kind]);
+        if (session.waiting == AnySession::State::Waiting) PublishLocked(session.kind);
         session.waiting = AnySession::State::Free;
     }
-    static void Publish(OfKind& of) noexcept {
-        const auto since = of.sessions.empty() ? Clock::time_point::max() : of.sessions.front().waitsSince;
-        of.longest = since.time_since_epoch().count();
+    void PublishLocked(std::size_t kind) noexcept LUMPAL_REQUIRES(mutex) {
+        const auto& sessions = kinds[kind];
+        const auto since = sessions.empty() ? Clock::time_point::max() : sessions.front().waitsSince;
+        longest[kind].store(since.time_since_epoch().count());
     }
     /// It stays condemned: what it has begun must not go on.
     AnySession* NextCondemned() noexcept {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         if (condemned.empty()) return nullptr;
         AnySession& first = condemned.front();
         first.amongWaiting.unlink();
         return &first;
     }
 
-    std::mutex mutex;  ///< guards what follows, but for reading the longest
-    std::array<OfKind, kKinds> kinds;
-    Sessions<&AnySession::amongWaiting> condemned;
+    LumPalThread::PlainMutex_t mutex;
+    std::array<Sessions<&AnySession::amongWaiting>, kKinds> kinds LUMPAL_GUARDED_BY(mutex);
+    std::array<Longest, kKinds> longest;  ///< written under the mutex, read by anybody
+    Sessions<&AnySession::amongWaiting> condemned LUMPAL_GUARDED_BY(mutex);
 };
 
 }  // namespace LumVoxMsg

@@ -7,12 +7,12 @@
 namespace LumVoxMsg {
 
 bool WorkerPool::HasRoom() {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     return waiting.size() < mostWaiting;
 }
 
 bool WorkerPool::Submit(std::function<void()> task) {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     if (refusing) return false;
     waiting.push_back(std::move(task));
     if (waiting.size() > idle && threads.size() < mostThreads) AddThreadLocked();
@@ -32,7 +32,7 @@ void WorkerPool::AddThreadLocked() {
 }
 
 void WorkerPool::Refuse() {
-    const std::lock_guard lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     refusing = true;
     waiting.clear();
     changed.notify_all();
@@ -42,7 +42,7 @@ void WorkerPool::Stop() {
     Refuse();
     std::vector<std::thread> ending;
     {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         ending.swap(threads);
     }
     for (std::thread& thread : ending) thread.join();
@@ -68,9 +68,9 @@ void WorkerPool::Run() {
 }
 
 bool WorkerPool::Take(std::function<void()>& task) {
-    std::unique_lock lock(mutex);
+    LumPalThread::PlainLock_t lock(mutex);
     ++idle;
-    changed.wait(lock, [this] { return refusing || !waiting.empty(); });
+    while (!refusing && waiting.empty()) changed.wait(lock.ForWait());
     --idle;
     if (refusing) return false;
     task = std::move(waiting.front());

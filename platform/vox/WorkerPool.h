@@ -5,9 +5,10 @@
 #include <condition_variable>
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <thread>
 #include <vector>
+
+#include "LumPalPlainMutex.h"
 
 namespace LumVoxMsg {
 
@@ -38,7 +39,7 @@ public:
     void Stop();
 
 private:
-    void AddThreadLocked();
+    void AddThreadLocked() LUMPAL_REQUIRES(mutex);
     void Run();
     /// False when there is nothing to come.
     bool Take(std::function<void()>& task);
@@ -46,12 +47,12 @@ private:
     const unsigned mostThreads;
     const Share share;
     const std::size_t mostWaiting;
-    std::mutex mutex;  ///< guards all below
+    LumPalThread::PlainMutex_t mutex;
     std::condition_variable changed;
-    std::deque<std::function<void()>> waiting;
-    std::vector<std::thread> threads;
-    unsigned idle = 0;
-    bool refusing = false;
+    std::deque<std::function<void()>> waiting LUMPAL_GUARDED_BY(mutex);
+    std::vector<std::thread> threads LUMPAL_GUARDED_BY(mutex);
+    unsigned idle LUMPAL_GUARDED_BY(mutex) = 0;
+    bool refusing LUMPAL_GUARDED_BY(mutex) = false;
 };
 
 }  // namespace LumVoxMsg

@@ -39,7 +39,7 @@ public:
     void UpdateAuthorization();
 
     /// Lets a function know of every call that may have changed the installed policies, failed ones included, before
-    /// the call is answered. It runs on the threads of the calls, several at once, and must be quick and raise nothing.
+    /// the call is answered. It runs on the threads of the calls, one at a time, and must be quick and raise nothing.
     /// An empty function takes it away: none runs any more then. There is one for the process.
     static void TellOfChanges(std::function<void()> listener);
 

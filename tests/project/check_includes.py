@@ -1,5 +1,6 @@
 #!/usr/bin/python3
-"""Holds the rules of the includes (directions, third-party headers, no loops), and that no file grows too long."""
+"""Holds the rules of the includes (directions, third-party headers, no loops), that no file grows too long, and that one
+without a header of its name says at its top what it holds."""
 import pathlib
 import re
 import sys
@@ -53,6 +54,15 @@ def too_long(path):
     return [f"{path.relative_to(ROOT)} has {lines} lines; {MOST_LINES} are the most"] if lines > MOST_LINES else []
 
 
+def untold(source, by_name):
+    """A source without a header of its name, platforms aside, that does not begin with a line on what it holds."""
+    name = re.sub(r"_(posix|win32)$", "", source.stem)
+    headers = {f"{name}{end}.h" for end in ("", "_posix", "_win32", "_beast")}
+    if source.suffix != ".cpp" or headers & set(by_name) or source.read_text(encoding="utf-8").startswith("//"):
+        return []
+    return [f"{source.relative_to(ROOT)} has no header of its name: its first line tells what it holds, as a comment"]
+
+
 def main():
     files = [path for folder in OURS for path in sorted(folder.rglob("*")) if path.suffix in (".h", ".cpp", ".def")]
     by_name = {}
@@ -60,7 +70,7 @@ def main():
         by_name.setdefault(path.name, []).append(path)
     errors, edges = [], {}
     for path in files:
-        errors += too_long(path)
+        errors += too_long(path) + untold(path, by_name)
         for kind, name in INCLUDE.findall(path.read_text(encoding="utf-8")):
             where = f"{path.relative_to(ROOT)} includes {name}"
             if kind == '"':

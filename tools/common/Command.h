@@ -19,7 +19,7 @@ namespace lumtools {
 class Command {
 public:
     virtual ~Command() = default;
-    /// Runs the command and says what came of it, unless it was told to be quiet. @throws CLI::Error
+    /// Runs the command and reports what came of it, unless it is to be quiet. @throws CLI::Error
     virtual ExitCode Run() = 0;
 
 protected:

@@ -12,7 +12,7 @@ enum ExitCode {
     kNotFound = 4,     ///< no policy is installed, or none matches
     kRefused = 5,      ///< the caller has no right, or the node's rules for owner and version forbid it
     kUnreachable = 6,  ///< the node could not be asked
-    kUntold = 7,       ///< done, but not every consumer could be told
+    kUntold = 7,       ///< done, but not every consumer could be notified
     kSomeFailed = 8    ///< of many nodes some were asked in vain
 };
 

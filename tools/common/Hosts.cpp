@@ -5,10 +5,11 @@
 #include <condition_variable>
 #include <fstream>
 #include <iostream>
-#include <mutex>
 #include <set>
 #include <thread>
 
+#include "LumPalColumns.h"
+#include "LumPalPlainMutex.h"
 #include "common/Arguments.h"
 #include "common/Table.h"
 
@@ -17,13 +18,6 @@ namespace lumtools {
 namespace {
 
 constexpr int kMostParallel = 256;
-
-std::string Trimmed(const std::string& text) {
-    const char* const blanks = " \t\r";
-    const std::size_t begin = text.find_first_not_of(blanks);
-    if (begin == std::string::npos) return "";
-    return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
-}
 
 /// Whether the text stays the host when it becomes part of an address.
 bool IsHost(const std::string& text) {
@@ -50,7 +44,8 @@ std::vector<std::string> ReadHosts(std::istream& in, const std::string& name) {
     int number = 0;
     for (std::string line; std::getline(in, line);) {
         ++number;
-        const std::string host = Trimmed(WithoutMark(line.substr(0, line.find('#'))));
+        const std::string text = WithoutMark(line.substr(0, line.find('#')));
+        const std::string host(LumPalStr::Trimmed(std::string_view(text), " \t\r"));
         if (host.empty()) continue;
         CheckHost(host, name + ", line " + std::to_string(number));
         hosts.push_back(host);
@@ -76,10 +71,10 @@ public:
         std::vector<std::jthread> pool;
         for (std::size_t i = 0; i < std::min(threads, count); ++i) pool.emplace_back([this] { Work(); });
         for (std::size_t told = 0; told < count;) {
-            std::unique_lock lock(mutex);
-            changed.wait(lock, [&] { return finished > told; });
+            LumPalThread::PlainLock_t lock(mutex);
+            while (finished <= told) changed.wait(lock.ForWait());
             told = finished;
-            lock.unlock();
+            lock.Unlock();
             done(told);
         }
     }
@@ -88,7 +83,7 @@ private:
     void Work() {
         for (std::size_t index = next++; index < count; index = next++) {
             job(index);
-            const std::lock_guard lock(mutex);
+            const LumPalThread::PlainLock_t lock(mutex);
             ++finished;
             changed.notify_one();
         }
@@ -97,9 +92,9 @@ private:
     const std::size_t count;
     const std::function<void(std::size_t)>& job;
     std::atomic<std::size_t> next{0};
-    std::mutex mutex;
+    LumPalThread::PlainMutex_t mutex;
     std::condition_variable changed;
-    std::size_t finished = 0;  // guarded by mutex
+    std::size_t finished LUMPAL_GUARDED_BY(mutex) = 0;
 };
 
 }  // namespace

@@ -2,8 +2,9 @@
 /// What is made when it is first needed.
 #pragma once
 
-#include <mutex>
 #include <optional>
+
+#include "LumPalPlainMutex.h"
 
 namespace lumtools {
 
@@ -18,13 +19,13 @@ public:
 
 private:
     T& Get() const {
-        const std::lock_guard lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         if (!object) object.emplace();
         return *object;
     }
 
-    mutable std::mutex mutex;
-    mutable std::optional<T> object;  // guarded by mutex; made once
+    mutable LumPalThread::PlainMutex_t mutex;
+    mutable std::optional<T> object LUMPAL_GUARDED_BY(mutex);  // made once
 };
 
 }  // namespace lumtools

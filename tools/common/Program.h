@@ -17,7 +17,7 @@ using Actions = std::vector<std::pair<CLI::App*, Action>>;
 struct Program {
     const char *name, *version;
     const char* description;
-    const char* usage;   ///< said without arguments and for an unknown command; null: the whole help
+    const char* usage;   ///< printed without arguments and for an unknown command; null: the whole help
     const char* footer;  ///< ends the help of the program and of each command
     /// Each adds subcommands to the application.
     std::vector<void (*)(CLI::App&, Actions&)> parts;

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <ostream>
 
+#include "LumPalColumns.h"
+
 namespace lumtools {
 
 namespace {
@@ -88,7 +90,7 @@ void Table::Print(std::ostream& out) const {
             line += row[i];
             if (i + 1 < row.size()) line.append(std::max(widths[i] - DisplayWidth(row[i]), 0) + kGap, ' ');
         }
-        line.erase(line.find_last_not_of(' ') + 1);
+        line.resize(LumPalStr::TrimmedEnd(std::string_view(line), " ").size());
         out << line << "\n";
     }
 }

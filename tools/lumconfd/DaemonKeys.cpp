@@ -108,12 +108,12 @@ const char* WantedWaitTime(const String_t& value) {
 LiveKeys::LiveKeys(std::function<void()> whenChanged)
     : nameSpace(ConfBase::Get_NS_ConfServer()), changed(std::move(whenChanged)) {
     // A change that comes meanwhile waits for the mutex, so that no old value stands over a newer one.
-    std::unique_lock<std::mutex> lock(mutex);
+    LumPalThread::PlainLock_t lock(mutex);
     nameSpace.Register(*this);
     try {
         keys = DaemonKeys::Read(nameSpace.Open());
     } catch (...) {
-        lock.unlock();  // to unsubscribe waits for a call in flight
+        lock.Unlock();  // to unsubscribe waits for a call in flight
         nameSpace.Unregister(*this);
         throw;
     }
@@ -124,14 +124,14 @@ LiveKeys::~LiveKeys() {
 }
 
 DaemonKeys LiveKeys::Get() const {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const LumPalThread::PlainLock_t lock(mutex);
     return keys;
 }
 
 void LiveKeys::Update(const LumPalConfig::ChangedConfiguration_t&, const Configuration_t& configuration) {
     DaemonKeys now = DaemonKeys::Read(configuration);
     {
-        const std::lock_guard<std::mutex> lock(mutex);
+        const LumPalThread::PlainLock_t lock(mutex);
         if (now == keys) return;
         keys = std::move(now);
     }

@@ -4,11 +4,11 @@
 
 #include <chrono>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "LumPalConfig.h"
+#include "LumPalPlainMutex.h"
 #include "LumPalStr.h"
 
 namespace lumconfd {
@@ -50,8 +50,8 @@ public:
 private:
     const LumPalConfig::ConfigNamespace_t nameSpace;
     const std::function<void()> changed;
-    mutable std::mutex mutex;
-    DaemonKeys keys;  ///< guarded by mutex
+    mutable LumPalThread::PlainMutex_t mutex;
+    DaemonKeys keys LUMPAL_GUARDED_BY(mutex);
 };
 
 }  // namespace lumconfd

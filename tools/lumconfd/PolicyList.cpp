@@ -9,7 +9,6 @@
 #include "LumPalMsg.h"
 #include "LumPalRuntime.h"
 #include "PolicyContainer.h"
-#include "lumconfd/Attempt.h"
 
 namespace lumconfd {
 
@@ -69,39 +68,39 @@ void Say(const String_t& name, const LumPalMsg::MessageList_t& reason) {
 
 }  // namespace
 
-PolicyList::PolicyList() : keys([this] { bell.Ring(); }), thread("PolicyList") {
+PolicyList::PolicyList()
+    : thread("PolicyList", {"The merged policy list cannot be written now: %1", kLeastPause},
+             [this](LumPalThread::Bell_t& bell) {
+                 bell.Pause(WriteIfWanted(bell));
+                 return LumPalThread::StepThread_t::kUntilRing;
+             }),
+      keys([this] { thread.Ring(); }) {
     RemoveLeftAside(keys.Get().listName);
-    thread.Start(*this);
-    LumConf::ConfigServer::TellOfChanges([this] { bell.Ring(); });
-    bell.Ring();
+    LumConf::ConfigServer::TellOfChanges([this] { thread.Ring(); });
+    try {
+        thread.Start();
+    } catch (...) {
+        LumConf::ConfigServer::TellOfChanges({});
+        throw;
+    }
 }
 
 PolicyList::~PolicyList() {
     LumConf::ConfigServer::TellOfChanges({});
-    bell.Stop();
-    thread.Join();
-}
-
-void PolicyList::Run(const LumPalThread::Thread_t&) {
-    while (bell.Wait() == Bell::Heard::Ring) {
-        milliseconds pause = kLeastPause;
-        const bool done = Attempt("The merged policy list cannot be written now: %1", [&] { pause = WriteIfWanted(); });
-        if (!done && !bell.IsStopped()) bell.Ring();
-        bell.Pause(pause);
-    }
+    thread.Finish();
 }
 
 /// @return how long to let be
-milliseconds PolicyList::WriteIfWanted() {
+milliseconds PolicyList::WriteIfWanted(LumPalThread::Bell_t& bell) {
     const DaemonKeys now = keys.Get();
     if (!now.formatPolicyList) return milliseconds(0);
     const auto begun = std::chrono::steady_clock::now();
-    Keep(now.listName);
+    Keep(now.listName, bell);
     const auto taken = std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - begun);
     return std::max(kLeastPause, taken * kPausesPerWriting);
 }
 
-void PolicyList::Keep(const String_t& name) {
+void PolicyList::Keep(const String_t& name, LumPalThread::Bell_t& bell) {
     // The store is read without holding anybody up: a policy that goes meanwhile can spoil one try.
     for (int left = kTries - 1;; --left) {
         try {

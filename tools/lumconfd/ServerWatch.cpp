@@ -2,7 +2,6 @@
 
 #include "LumDepl.h"
 #include "LumPalLog.h"
-#include "lumconfd/Attempt.h"
 
 namespace lumconfd {
 
@@ -45,42 +44,32 @@ void SaySilent(const char* text, const std::string& host, const MessageList_t& r
 
 }  // namespace
 
-ServerWatch::ServerWatch() : keys([this] { bell.Ring(); }), thread("ServerWatch") {
-    thread.Start(*this);
+ServerWatch::ServerWatch()
+    : thread("ServerWatch", {"The servers of this node cannot be asked now: %1", kPauseAfterFailure},
+             [this](LumPalThread::Bell_t&) { return AskAll(); }),
+      keys([this] { thread.Ring(); }) {
+    thread.Start();
 }
 
 ServerWatch::~ServerWatch() {
-    bell.Stop();
-    thread.Join();
-}
-
-void ServerWatch::Run(const LumPalThread::Thread_t&) {
-    while (!bell.IsStopped()) {
-        std::optional<std::chrono::seconds> pause = kPauseAfterFailure;
-        Attempt("The servers of this node cannot be asked now: %1", [&] { pause = AskAll(); });
-        if (pause) {
-            bell.Wait(*pause);
-        } else {
-            bell.Wait();
-        }
-    }
+    thread.Finish();
 }
 
 /// @return how long to wait until the next time; without limit when there is nobody to ask
-std::optional<std::chrono::seconds> ServerWatch::AskAll() {
+std::chrono::milliseconds ServerWatch::AskAll() {
     const DaemonKeys now = keys.Get();
     // Servers that mean something else than before are told anew.
     if (now.servers != asked.servers || now.locateServer != asked.locateServer) answered.clear();
     asked = now;
     Round(now);
-    if (now.servers.empty()) return std::nullopt;
+    if (now.servers.empty()) return LumPalThread::StepThread_t::kUntilRing;
     return now.waitTime;
 }
 
 void ServerWatch::Round(const DaemonKeys& now) {
     if (now.locateServer && !now.servers.empty()) return Locate(now.servers);
     for (const std::string& host : now.servers) {
-        if (bell.IsStopped()) return;
+        if (thread.IsStopped()) return;
         Ping(host);
     }
 }
@@ -88,7 +77,7 @@ void ServerWatch::Round(const DaemonKeys& now) {
 void ServerWatch::Ping(const std::string& host) {
     MessageList_t reasons;
     const bool answers = Answers(host, reasons);
-    if (bell.IsStopped()) return;  // a question that was given up says nothing of the server
+    if (thread.IsStopped()) return;  // a question that was given up says nothing of the server
     const auto [known, isNew] = answered.emplace(host, answers);
     if (!isNew && known->second == answers) return;
     known->second = answers;
@@ -100,12 +89,12 @@ void ServerWatch::Locate(const std::vector<std::string>& hosts) {
     MessageList_t reasons;
     std::string located;
     for (const std::string& host : hosts) {
-        if (bell.IsStopped()) return;
+        if (thread.IsStopped()) return;
         if (!Answers(host, reasons)) continue;
         located = host;
         break;
     }
-    if (bell.IsStopped() || answered.count(located) > 0) return;
+    if (thread.IsStopped() || answered.count(located) > 0) return;
     answered = {{located, true}};
     if (located.empty()) return SaySilent("No server of this node answers.", located, reasons);
     SayAnswers("The server of this node is '%1'.", located);

@@ -9,24 +9,22 @@ namespace {
 
 constexpr std::chrono::milliseconds kPause(50);
 
+void EndIfStopPending(const LumPalRuntime::Signals_t& signals) {
+    if (!signals.IsStopPending()) return;
+    LumPalRuntime::NotifyServiceManager("STOPPING=1");
+    std::cerr << "lumconfd: told to stop before it served" << std::endl;
+    std::_Exit(EXIT_SUCCESS);
+}
+
 }  // namespace
 
-StartGuard::StartGuard(const LumPalRuntime::Signals_t& signals) : signals(signals), thread("StartGuard") {
-    thread.Start(*this);
-}
-
-StartGuard::~StartGuard() {
-    bell.Stop();
-    thread.Join();
-}
-
-void StartGuard::Run(const LumPalThread::Thread_t&) {
-    while (bell.Wait(kPause) != Bell::Heard::Stop) {
-        if (!signals.IsStopPending()) continue;
-        LumPalRuntime::NotifyServiceManager("STOPPING=1");
-        std::cerr << "lumconfd: told to stop before it served" << std::endl;
-        std::_Exit(EXIT_SUCCESS);
-    }
+StartGuard::StartGuard(const LumPalRuntime::Signals_t& signals)
+    : thread("StartGuard", {"Signals to stop are not seen for a moment: %1", kPause},
+             [&signals](LumPalThread::Bell_t&) {
+                 EndIfStopPending(signals);
+                 return kPause;
+             }) {
+    thread.Start();
 }
 
 }  // namespace lumconfd

@@ -1,5 +1,5 @@
 /// @file
-/// What is said of policy files that can be used, but act otherwise than they look.
+/// What is reported of policy files that can be used, but act otherwise than they look.
 #pragma once
 
 #include <nlohmann/json.hpp>

@@ -1,3 +1,4 @@
+// The command that installs policies.
 #include <iostream>
 #include <vector>
 

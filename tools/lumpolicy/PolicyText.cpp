@@ -3,6 +3,7 @@
 #include <sstream>
 
 #include "Exceptions.h"
+#include "LumPalColumns.h"
 #include "common/Arguments.h"
 #include "common/Table.h"
 
@@ -23,7 +24,7 @@ std::string Line(const char* field, const LumPalStr::String_t& value) {
     std::string label = std::string(field) + ":";
     label.resize(14, ' ');
     std::string line = label + lumtools::Printable(value.ToUtf8());
-    line.erase(line.find_last_not_of(' ') + 1);
+    line.resize(LumPalStr::TrimmedEnd(std::string_view(line), " ").size());
     return line + "\n";
 }
 

@@ -1,9 +1,9 @@
 // The commands that change local settings: set and clear.
-#include <algorithm>
 #include <iostream>
 
 #include "LumPalCfgFile.h"
 #include "LumPalIo.h"
+#include "LumPalWhole.h"
 #include "common/Arguments.h"
 #include "common/Table.h"
 #include "lumsettings/Command.h"
@@ -22,34 +22,20 @@ namespace {
 
 // What a node takes in one request, unless it is told otherwise. A file without end must not take all memory.
 constexpr std::size_t kLargestFile = 64u << 20;
-constexpr std::size_t kBlockBytes = 64u << 10;
 
-/// @param read  fills a block and returns the number of its bytes; 0 at the end
-template <class Read>
-CharArray_t ReadWhole(const String_t& name, Read read) {
-    CharArray_t bytes, block(kBlockBytes);
-    while (const std::size_t count = read(block)) {
-        bytes.Append(block.GetData(), count);
-        if (bytes.GetLength() <= kLargestFile) continue;
-        throw LumPalMsg::RuntimeException_t(
-            LumPalMsg::CreateError_t("'%1' is too large: settings of at most %2 MiB are read.")
-            << name << static_cast<unsigned>(kLargestFile >> 20));
+class StandardInput : public LumPalIo::InputStream_t::Impl {
+    std::int64_t Read(char* target, std::size_t length) override {
+        std::cin.read(target, static_cast<std::streamsize>(length));
+        return std::cin.gcount() > 0 ? std::cin.gcount() : -1;
     }
-    return bytes;
-}
+};
 
-CharArray_t ReadBytes(const String_t& path) {
-    LumPalIo::FileInputStream_t stream(path);
-    return ReadWhole(path, [&stream](CharArray_t& block) {
-        return static_cast<std::size_t>(std::max<std::int64_t>(stream.Read(block), 0));
-    });
-}
-
-CharArray_t ReadStandardInput(const String_t& name) {
-    return ReadWhole(name, [](CharArray_t& block) {
-        std::cin.read(block.GetData(), static_cast<std::streamsize>(block.GetLength()));
-        return static_cast<std::size_t>(std::cin.gcount());
-    });
+CharArray_t ReadBytes(const LumPalIo::InputStream_t& stream, const String_t& name) {
+    std::optional<CharArray_t> bytes = LumPalIo::ReadWhole(stream, kLargestFile);
+    if (bytes) return *std::move(bytes);
+    throw LumPalMsg::RuntimeException_t(
+        LumPalMsg::CreateError_t("'%1' is too large: settings of at most %2 MiB are read.")
+        << name << static_cast<unsigned>(kLargestFile >> 20));
 }
 
 class ChangeCommand : public NodeCommand {
@@ -142,7 +128,9 @@ private:
 
     void ReadFile() {
         const String_t name = file == "-" ? String_t("standard input") : Text(file);
-        const CharArray_t bytes = file == "-" ? ReadStandardInput(name) : ReadBytes(name);
+        const CharArray_t bytes = ReadBytes(file == "-" ? LumPalIo::InputStream_t(std::make_shared<StandardInput>())
+                                                        : LumPalIo::FileInputStream_t(name),
+                                            name);
         LumPalCfgFile::ConfigReader_t::Load(LumPalIo::CharArrayInputStream_t::Over(bytes), group, name);
         if (CountSettings(group) == 0) {
             throw CLI::ValidationError((file == "-" ? "standard input" : "'" + file + "'") + " holds no settings");

@@ -4,6 +4,7 @@
 #include "LumCtrl.h"
 #include "LumPalDurable.h"
 #include "LumPalRuntime.h"
+#include "LumPalWhole.h"
 #include "LumSecPki.h"
 #include "common/Arguments.h"
 #include "common/TrustReload.h"
@@ -19,7 +20,6 @@ using lumtools::Text;
 
 namespace {
 
-constexpr std::uint64_t kLargestFile = 1u << 20;
 constexpr char kAsidePrefix[] = ".lumtrust";
 constexpr const char* kStoreParts[] = {"own", "trusted", "requested"};
 
@@ -60,11 +60,10 @@ std::vector<LumSecCore::X509Certificate> ReadCertificates(const std::string& pat
 
 CharArray_t ReadFile(const std::string& path) {
     const File_t file(Text(path));
-    if (file.GetSize() > kLargestFile) Refuse("The file '%1' is too large.", path);
-    LumPalIo::FileInputStream_t input(file);
-    CharArray_t bytes(static_cast<std::size_t>(file.GetSize()));
-    bytes.Resize(static_cast<std::size_t>(std::max<std::int64_t>(input.Read(bytes), 0)));
-    return bytes;
+    std::optional<CharArray_t> bytes =
+        LumPalIo::ReadWhole(LumPalIo::FileInputStream_t(file), LumSecPki::kLargestPemFile);
+    if (!bytes) Refuse("The file '%1' is too large.", path);
+    return *std::move(bytes);
 }
 
 void ReplaceFile(const File_t& file, const CharArray_t& bytes, unsigned mode) {
