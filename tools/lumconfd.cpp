@@ -114,11 +114,10 @@ int Serve(const LumPalRuntime::Signals_t& signals) {
 int Run(const LumPalRuntime::Signals_t& signals) {
     const String_t root = Dir_t::Path(LumPalRuntime::Root);
     if (!LumPalIo::File_t(root).Mkdirs()) return Fail(kFailed, "cannot make the root '" + root.ToUtf8() + "'");
-    LumPalRuntime::InstanceLock_t lock;
-    const String_t lockPath = root + "lumconfd.lock";
-    if (!lock.TryLock(lockPath)) {
-        return Fail(kAlreadyRunning,
-                    "another lumconfd serves '" + root.ToUtf8() + "' (it holds '" + lockPath.ToUtf8() + "')");
+    LumPalRuntime::RootLock_t lock;
+    if (!lock.TryTake()) {
+        return Fail(kAlreadyRunning, "another process serves '" + root.ToUtf8() + "' (it holds '" +
+                                         LumPalRuntime::RootLock_t::GetPath().ToUtf8() + "')");
     }
     const String_t logDirectory = Dir_t::Path(LumPalRuntime::LogDir);
     LumPalIo::File_t(logDirectory).Mkdirs();
