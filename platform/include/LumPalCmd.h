@@ -78,8 +78,8 @@ public:
     /// its own, so that it can be ended with its children; a terminal's signals for this process don't reach it.
     Command_t& LimitTime(std::uint32_t milliseconds);
     /// Lets each program that is started from now on end with this process: when that is stopping
-    /// (LumPalRuntime::SetStopping), reading the output and waiting for the end throw StoppingException_t within a tenth
-    /// of a second, and none is started any more. Where signals do not end this process by themselves
+    /// (LumPalRuntime::SetStopping), reading the output and waiting for the end throw StoppingException_t within a
+    /// tenth of a second, and none is started any more. Where signals do not end this process by themselves
     /// (LumPalRuntime::TakesSignals), such a program leads a process group of its own too.
     Command_t& EndOnStop();
     /// Starts the program with closed descriptors, default signals (none blocked) and the C locale. May be

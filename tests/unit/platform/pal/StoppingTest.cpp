@@ -79,7 +79,7 @@ TEST_F(Stopping, ASleepLastsItsTimeOtherwise) {
 
 TEST_F(Stopping, ReadingAndWaitingForAProgramThatEndsWithTheProcessAreGivenUp) {
     const std::function<void(const Process_t&)> ways[] = {[](const Process_t& p) { ReadAll(p); },
-                                                           [](const Process_t& p) { p.WaitFor(); }};
+                                                          [](const Process_t& p) { p.WaitFor(); }};
     for (const auto& way : ways) {
         for (const char* script : {"echo; exec sleep 1000", "echo; exec yes", "echo; exec >&-; exec sleep 1000"}) {
             for (const std::uint32_t limitMs : {std::uint32_t{0}, kHour}) {
