@@ -4,6 +4,9 @@
 #include <iterator>
 
 #include "ClusterListing.h"
+#include "Exceptions.h"
+#include "InstanceListing.h"
+#include "ListingLines.h"
 #include "LumConfCluster/ClusterBase.h"
 #include "LumConfCluster/ClusterUtil.h"
 #include "LumPalRuntime.h"
@@ -31,10 +34,22 @@ struct FirstOptionRow : Option {
     eArg arg;
 };
 
-constexpr FirstOptionRow kFirstOptions[]{
+constexpr FirstOptionRow kOfClusterInfo[]{
     {{"-help", "-h"}, eArg::Help},       {{"-version", ""}, eArg::Version}, {{"-all", "-a"}, eArg::All},
     {{"-cluster", "-c"}, eArg::Cluster}, {{"-node", "-n"}, eArg::Node},     {{"-group", "-g"}, eArg::Group},
 };
+
+constexpr FirstOptionRow kOfAppInstance[]{
+    {{"-help", "-h"}, eArg::Help},
+    {{"-version", ""}, eArg::Version},
+    {{"-instance", "-i"}, eArg::Instance},
+    {{"-instances", "-is"}, eArg::Instances},
+    {{"-activeInstances", "-ai"}, eArg::ActiveInstances},
+    {{"-verifyConfig", "-vc"}, eArg::VerifyConfig},
+};
+
+// kept: in the third place "-h" asks for the host
+constexpr Option kState{"-state", "-st"}, kHost{"-host", "-h"}, kNamespace{"-appNamespace", "-an"};
 
 /// A question, and what answers it.
 template <class... Of>
@@ -54,11 +69,6 @@ constexpr Question<ClusterNode> kOfNode[]{
     {{"-id", ""}, [](const ClusterNode& n) { return NumToStr(int{n.GetId()}); }},
     {{"-state", "-st"}, [](const ClusterNode& n) { return String_t(DisplayText(n.GetState())); }},
 };
-
-String_t AddressOf(const ClusterResourceGroup& group) {
-    const String_t address = group.GetVirtualIP();
-    return address.IsEmpty() ? "None " : address;  // kept: the blank is there
-}
 
 using Group = ClusterResourceGroup;
 
@@ -81,6 +91,43 @@ const auto& Chosen(const Rows& rows, const String_t& word) {
     return *found;
 }
 
+LumPalMsg::CreateMessage_t ClusterInfoUsage() {
+    return Make(msg::ClusterInfoUsage, "Usage", "lumclusterinfo", "-h", "-help", "-version", "-a", "-all", "-c",
+                "-cluster", "-tp", "-type", "-nm", "-name", "-st", "-state", "-nds", "-nodes", "-rgs", "-groups", "-n",
+                "-node", "<node>", "-id", "-st", "-state", "-g", "-group", "<group>", "-id", "-st", "-state", "-ls",
+                "-localState", "-nds", "-nodes", "-vip", "-virtualIPAddress", "-an", "-activeNode");
+}
+
+LumPalMsg::CreateMessage_t AppInstanceUsage() {
+    return Make(msg::AppInstanceUsage, "Usage", "lumappinstance", "-h", "-help", "-version", "-i", "-instance",
+                "<instance>", "-st", "-state", "-an", "-appNamespace", "<appNamespace>", "-i", "-instance",
+                "<instance>", "-h", "-host", "-an", "-appNamespace", "<appNamespace>", "-is", "-instances", "-an",
+                "-appNamespace", "<appNamespace>", "-ai", "-activeInstances", "-an", "-appNamespace", "<appNamespace>",
+                "-vc", "-verifyConfig");
+}
+
+Applications LoadedApplications() {
+    Applications applications;
+    applications.LoadConfig();
+    return applications;
+}
+
+String_t Listed(const Application& application, bool activeOnly) {
+    return CollectApplication(application, activeOnly) + CollectInstances(application, activeOnly);
+}
+
+String_t ListedAll(const Applications& applications, bool activeOnly) {
+    String_t text;
+    for (int i = 0; i < applications.Count(); ++i) text += Listed(applications[i], activeOnly);
+    return text;
+}
+
+int CountInGroup(const Instances& instances, const String_t& group) {
+    int count = 0;
+    for (int i = 0; i < instances.Count(); ++i) count += instances[i].GetResourceGroup().GetName() == group;
+    return count;
+}
+
 void Print(const String_t& text) {
     ClusterUtil::I18N_CreateMessage(LumPalMsg::CreateMessage_t(text), false);
 }
@@ -90,12 +137,19 @@ void Print(const String_t& text) {
 ClusterCliHandler::ClusterCliHandler() : argCount(App_t::GetArgCount()), toolName(App_t::GetName()) {}
 
 std::int32_t ClusterCliHandler::Process() {
-    if (toolName != ClusterBase::Get_lumclusterinfo_cli()) Raise<IllegalArgumentError_t>(msg::CliUnknownTool, toolName);
-    return CheckOptions(eCli::ClusterInfo, FirstOption());
+    const eCli cli = Tool();
+    return CheckOptions(cli, FirstOption(cli));
 }
 
-eArg ClusterCliHandler::FirstOption() const {
-    return argCount <= argIndex ? eArg::Help : Chosen(kFirstOptions, Argument(0)).arg;
+ClusterCliHandler::eCli ClusterCliHandler::Tool() const {
+    if (toolName == ClusterBase::Get_lumclusterinfo_cli()) return eCli::ClusterInfo;
+    if (toolName == ClusterBase::Get_lumappinstance_cli()) return eCli::AppInstance;
+    Raise<IllegalArgumentError_t>(msg::CliUnknownTool, toolName);
+}
+
+eArg ClusterCliHandler::FirstOption(eCli cli) const {
+    if (argCount <= argIndex) return eArg::Help;
+    return cli == eCli::ClusterInfo ? Chosen(kOfClusterInfo, Argument(0)).arg : Chosen(kOfAppInstance, Argument(0)).arg;
 }
 
 String_t ClusterCliHandler::Argument(std::int32_t place) const {
@@ -112,31 +166,24 @@ std::int32_t ClusterCliHandler::ShowUsage(eCli cli) const {
 }
 
 std::int32_t ClusterCliHandler::CheckOptions(eCli cli, eArg arg) const {
+    if (arg == eArg::Help || arg == eArg::Version) return TellGeneral(cli, arg);
+    return cli == eCli::ClusterInfo ? TellCluster(arg) : TellInstances(arg);
+}
+
+std::int32_t ClusterCliHandler::TellGeneral(eCli cli, eArg arg) const {
+    ExpectNoMore();
+    return arg == eArg::Help ? ShowUsage(cli) : VersionWanted;
+}
+
+std::int32_t ClusterCliHandler::TellCluster(eArg arg) const {
     constexpr std::int32_t kOfOne = 3, kOfNamed = 4;
-    switch (arg) {
-        case eArg::Help:
-            ExpectNoMore();
-            return ShowUsage(cli);
-        case eArg::Version:
-            ExpectNoMore();
-            return VersionWanted;
-        case eArg::All:
-            ExpectNoMore();
-            Print(ClusterListing(Cluster()));
-            return Done;
-        case eArg::Cluster:
-            if (argCount != kOfOne) return ShowUsage(cli);
-            Print(ClusterValue());
-            return Done;
-        case eArg::Node:
-            if (argCount != kOfNamed) return ShowUsage(cli);
-            Print(NodeValue());
-            return Done;
-        case eArg::Group:
-            if (argCount != kOfNamed) return ShowUsage(cli);
-            Print(GroupValue());
-            return Done;
+    if (arg == eArg::All) {
+        ExpectNoMore();
+        Print(ClusterListing(Cluster()));
+        return Done;
     }
+    if (argCount != (arg == eArg::Cluster ? kOfOne : kOfNamed)) return ShowUsage(eCli::ClusterInfo);
+    Print(arg == eArg::Cluster ? ClusterValue() : arg == eArg::Node ? NodeValue() : GroupValue());
     return Done;
 }
 
@@ -158,13 +205,57 @@ String_t ClusterCliHandler::GroupValue() const {
     return Chosen(kOfGroup, Argument(2)).answer(cluster, group);
 }
 
-void ClusterCliHandler::Usage(eCli) {
-    ClusterUtil::I18N_CreateMessage(
-        Make(msg::ClusterInfoUsage, "Usage", "lumclusterinfo", "-h", "-help", "-version", "-a", "-all", "-c",
-             "-cluster", "-tp", "-type", "-nm", "-name", "-st", "-state", "-nds", "-nodes", "-rgs", "-groups", "-n",
-             "-node", "<node>", "-id", "-st", "-state", "-g", "-group", "<group>", "-id", "-st", "-state", "-ls",
-             "-localState", "-nds", "-nodes", "-vip", "-virtualIPAddress", "-an", "-activeNode"),
-        false);
+std::int32_t ClusterCliHandler::TellInstances(eArg arg) const {
+    if (arg == eArg::Instance) return TellInstance();
+    if (arg == eArg::VerifyConfig) return VerifyConfig();
+    return ListInstances(arg == eArg::ActiveInstances);
+}
+
+void ClusterCliHandler::ExpectNamespaceOption(std::int32_t place) const {
+    if (!kNamespace.Is(Argument(place))) Raise<IllegalArgumentError_t>(msg::CliUnknownOption, Argument(place));
+}
+
+std::int32_t ClusterCliHandler::TellInstance() const {
+    constexpr std::int32_t kOfAny = 4, kOfOne = 6;
+    if (argCount != kOfAny && argCount != kOfOne) return ShowUsage(eCli::AppInstance);
+    const bool isInstanceState = kState.Is(Argument(2));
+    if (!isInstanceState && !kHost.Is(Argument(2))) return ShowUsage(eCli::AppInstance);
+    if (argCount == kOfOne) ExpectNamespaceOption(3);
+    const String_t appNamespace = argCount == kOfOne ? Argument(4) : String_t::Null();
+    Print(GetInstance(LoadedApplications(), appNamespace, Argument(1), isInstanceState));
+    return Done;
+}
+
+std::int32_t ClusterCliHandler::ListInstances(bool activeOnly) const {
+    constexpr std::int32_t kOfAll = 2, kWithoutName = 3, kOfOne = 4;
+    if (argCount == kWithoutName) {
+        if (kNamespace.Is(Argument(1))) Raise<IllegalArgumentError_t>(msg::CliNamespaceMissing);
+        Raise<IllegalArgumentError_t>(msg::CliOptionExpected, kNamespace.shortName, kNamespace.name);
+    }
+    if (argCount != kOfAll && argCount != kOfOne) return ShowUsage(eCli::AppInstance);
+    if (argCount == kOfOne) ExpectNamespaceOption(1);
+    const Applications applications = LoadedApplications();
+    Print(argCount == kOfOne ? Listed(applications[Argument(2)], activeOnly) : ListedAll(applications, activeOnly));
+    return Done;
+}
+
+std::int32_t ClusterCliHandler::VerifyConfig() const {
+    ExpectNoMore();
+    String_t text;
+    if (!LoadedApplications().AreAmbiguousInstancesPresent(text)) return Done;
+    ClusterUtil::I18N_CreateMessage(Make(msg::AppsWithDuplicates, text), false);
+    return DuplicatesFound;
+}
+
+void ClusterCliHandler::CheckInstanceDuplicates(const Applications& applications, const String_t& instance) {
+    for (int i = 0; i < applications.Count(); ++i) {
+        const int count = CountInGroup(applications[i].GetInstances(), instance);
+        if (count > 1) Raise<ClusterInstanceException>(msg::InstanceDuplicates, count);
+    }
+}
+
+void ClusterCliHandler::Usage(eCli cli) {
+    ClusterUtil::I18N_CreateMessage(cli == eCli::ClusterInfo ? ClusterInfoUsage() : AppInstanceUsage(), false);
 }
 
 }  // namespace LumConfCluster

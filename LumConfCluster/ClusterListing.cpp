@@ -1,24 +1,13 @@
 #include "ClusterListing.h"
 
+#include "ListingLines.h"
+
 namespace LumConfCluster {
 
 using LumPalStr::NumToStr;
 using LumPalStr::String_t;
 
 namespace {
-
-/// Lines of a label and a value.
-class Lines {
-public:
-    Lines& Add(const char* label, const String_t& value) {
-        text += label + value + "\n";
-        return *this;
-    }
-    const String_t& Text() const { return text; }
-
-private:
-    String_t text;
-};
 
 // kept: the labels are 13 wide, and "None" has two blanks here: scripts read the columns
 void AddCluster(Lines& lines, const Cluster& cluster, const ClusterNodes& nodes, const ClusterResourceGroups& groups) {

@@ -57,6 +57,7 @@ inline constexpr Name NewSettingsFile = "new_policy_settings.ini";
 inline constexpr Name DumpFilename = "lum_policies.txt";
 inline constexpr Name Utf8 = "UTF-8";
 inline constexpr Name ApplicationListFile = "apminfo.xml";
+inline constexpr Name ApplicationFileSuffix = ".apm.xml";
 inline constexpr Name TemporaryFilePrefix = "POL";
 inline constexpr Name AsideFilePrefix = ".aside-";  ///< of a copy in the store until it has its name
 inline constexpr Name ChangeRecordFile = "store.change";

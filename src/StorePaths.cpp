@@ -65,6 +65,16 @@ File_t ApplicationListFile() {
     return File_t(BaseDirectory(), names::ApplicationListFile);
 }
 
+File_t ApplicationFile(const String_t& name) {
+    return File_t(Dir_t::Path(LumPalRuntime::Root, Below({"bin", "instrumentation", "conf"})),
+                  name + names::ApplicationFileSuffix);
+}
+
+File_t OtherApplicationFile(const String_t& name) {
+    return File_t(Dir_t::Path(LumPalRuntime::Root, Below({"bin", "instrumentation"})),
+                  name + names::ApplicationFileSuffix);
+}
+
 String_t AuditLogDirectory() {
     return Dir_t::Path(LumPalRuntime::LogDir);
 }

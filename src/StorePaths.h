@@ -23,6 +23,10 @@ LumPalIo::File_t SettingsFile();
 LumPalIo::File_t NewSettingsFile();
 /// The list of applications.
 LumPalIo::File_t ApplicationListFile();
+/// What one application is. @param name  its name, which together with the suffix is a plain one
+LumPalIo::File_t ApplicationFile(const LumPalStr::String_t& name);
+/// Where it is looked for next.
+LumPalIo::File_t OtherApplicationFile(const LumPalStr::String_t& name);
 /// Directory of the audit log, as the log takes it.
 LumPalStr::String_t AuditLogDirectory();
 

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "Cluster.h"
+#include "Applications.h"
 #include "Export.h"
 #include "LumPalStr.h"
 
@@ -15,29 +15,54 @@ namespace LumConfCluster {
 class LUMCONF_API ClusterCliHandler {
 public:
     /// The tools.
-    enum class eCli : std::int32_t { ClusterInfo };
+    enum class eCli : std::int32_t { ClusterInfo, AppInstance };
     /// What the first option asks for.
-    enum class eArg : std::int32_t { Help, Version, All, Cluster, Node, Group };
+    enum class eArg : std::int32_t {
+        Help,
+        Version,
+        All,
+        Cluster,
+        Node,
+        Group,
+        Instance,
+        Instances,
+        ActiveInstances,
+        VerifyConfig
+    };
     /// What Process returns.
     enum Exit : std::int32_t {
         Done = 0,
         UsagePrinted = 2,
-        VersionWanted = 3  ///< nothing was printed: the tool's main function prints its version
+        VersionWanted = 3,  ///< nothing was printed: the tool's main function prints its version
+        DuplicatesFound = 4
     };
 
     /// Takes the name of the tool and the number of its arguments from LumPalRuntime::App_t.
     ClusterCliHandler();
     /// Does what the arguments ask for. @return one of Exit
-    /// @throws LumPalMsg::IllegalArgumentError_t 357 (an unknown option), 358 (another tool), 361 (arguments behind an
-    ///         option that takes none); LumConf::ClusterException as Cluster; ClusterNoNodeException and
-    ///         ClusterNoGroupException for a name that is not there. Nothing is printed then
+    /// @throws LumPalMsg::IllegalArgumentError_t 357 (an unknown option), 358 (another tool), 359 (another option than
+    ///         the one before a namespace), 360 (no namespace behind it), 361 (arguments behind an option that takes
+    ///         none); LumConf::ClusterException as Cluster; ClusterNoNodeException, ClusterNoGroupException and
+    ///         ClusterApplicationException for a name that is not there; ClusterInstanceException 365 and 366;
+    ///         AmbiguousInstanceNamesException 668 and 669; as Applications::LoadConfig. Nothing is printed then
     std::int32_t Process();
+    /// Raises where an application has more than one instance in the resource group of this name.
+    /// @throws LumConf::ClusterInstanceException 362
+    static void CheckInstanceDuplicates(const Applications& applications, const LumPalStr::String_t& instance);
     /// Prints how the tool is called.
     static void Usage(eCli cli);
 
 private:
-    eArg FirstOption() const;
+    eCli Tool() const;
+    eArg FirstOption(eCli cli) const;
     std::int32_t CheckOptions(eCli cli, eArg arg) const;
+    std::int32_t TellGeneral(eCli cli, eArg arg) const;
+    std::int32_t TellCluster(eArg arg) const;
+    std::int32_t TellInstances(eArg arg) const;
+    std::int32_t TellInstance() const;
+    std::int32_t ListInstances(bool activeOnly) const;
+    std::int32_t VerifyConfig() const;
+    void ExpectNamespaceOption(std::int32_t place) const;
     std::int32_t ShowUsage(eCli cli) const;
     void ExpectNoMore() const;
     LumPalStr::String_t Argument(std::int32_t place) const;

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "CliCall.h"
 #include "Exceptions.h"
-#include "LumPalRuntime.h"
 #include "Raised.h"
 #include "VcsNode.h"
 
@@ -26,26 +26,8 @@ const char* const kUsage =
     "  -g | -group <group> {-id} | {-st | -state} | {-ls | -localState} | {-nds | -nodes} | {-vip | "
     "-virtualIPAddress} | {-an | -activeNode}\n";
 
-struct Told {
-    int code = -1;
-    std::string output;
-};
-
-/// What the tool of this name does with the arguments; what it throws passes through.
 Told Ask(const std::vector<const char*>& arguments, const char* tool = "/usr/bin/lumclusterinfo") {
-    std::vector<const char*> all{tool};
-    all.insert(all.end(), arguments.begin(), arguments.end());
-    LumPalRuntime::App_t::Init(static_cast<int>(all.size()), all.data());
-    Told told;
-    testing::internal::CaptureStdout();
-    try {
-        told.code = ClusterCliHandler().Process();
-    } catch (...) {
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), "") << "a failure prints nothing";
-        throw;
-    }
-    told.output = testing::internal::GetCapturedStdout();
-    return told;
+    return AskTool(tool, arguments);
 }
 
 std::string TextOf(const std::vector<const char*>& arguments, unsigned id, const char* tool = "lumclusterinfo") {

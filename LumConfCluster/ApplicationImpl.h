@@ -1,0 +1,24 @@
+/// @file
+/// What the handles of applications refer to.
+#pragma once
+
+#include "ClusterCollectionImpl.h"
+#include "LumConfCluster/Application.h"
+#include "MarkedNames.h"
+
+namespace LumConfCluster {
+
+/// What loading the configuration fills in; constant from then on.
+class ApplicationImpl final : public LumPalRef::RefCounted_t {
+public:
+    LumPalStr::String_t name;
+    Instances instances;
+    Strings customAgents, startActions, stopActions, policies;
+};
+
+class ApplicationsImpl final : public ClusterCollectionImpl<Application, LumConf::ClusterApplicationException> {
+public:
+    MarkedNames ambiguousNames;  ///< of instances, in more than one application
+};
+
+}  // namespace LumConfCluster

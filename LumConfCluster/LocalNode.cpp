@@ -1,0 +1,48 @@
+#include "LocalNode.h"
+
+#include "ConfBase.h"
+#include "Names.h"
+#include "Trace.h"
+
+namespace LumConfCluster {
+
+using namespace LumConf;
+using LumPalNet::InetAddress_t;
+using LumPalStr::String_t;
+
+namespace {
+
+/// Nothing for a name without an address: a node whose name nobody knows is no reason to fail.
+std::optional<InetAddress_t> AddressOf(const String_t& name) {
+    if (name.IsEmpty()) return {};
+    try {
+        return InetAddress_t(name);
+    } catch (const LumPalNet::ConnectException_t& e) {
+        LUMCONF_TRACE(trace::Cluster, e.GetMessageList());
+        return {};
+    }
+}
+
+}  // namespace
+
+LocalName LocalName::Read() {
+    const String_t configured = ConfBase::Get_NS_ConfCluster().Open().GetValue(names::ClusterLocalNodenameKey);
+    if (configured.IsNotEmpty()) return {configured, true};
+    return {InetAddress_t::GetLocalHost().GetHostName(), false};
+}
+
+bool LocalAddress::IsOf(const String_t& node) {
+    const auto [entry, isNew] = known.try_emplace(node, false);
+    if (isNew) entry->second = IsSame(node);
+    return entry->second;
+}
+
+bool LocalAddress::IsSame(const String_t& node) {
+    const std::optional<InetAddress_t> other = AddressOf(node);
+    if (!other) return false;
+    if (!isAsked) local = AddressOf(localName);
+    isAsked = true;
+    return local && *local == *other;
+}
+
+}  // namespace LumConfCluster
