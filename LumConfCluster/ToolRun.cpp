@@ -22,6 +22,8 @@ using LumPalStr::String_t;
 namespace {
 
 constexpr std::uint32_t kMsPerSecond = 1000;
+/// The process is to be gone within five seconds, with all that else it does.
+constexpr std::uint32_t kTimeToEndMs = 1000;
 
 String_t TextOf(const CharArray_t& line) {
     return String_t::FromUtf8(std::string_view(line.GetData(), line.GetLength()));
@@ -34,7 +36,7 @@ public:
         LUMCONF_TRACE(trace::ClusterCliOutputs, String_t("run: ") + cmd);
         LumPalCmd::Command_t command(cmd, true);
         command.RedirectError(LumPalCmd::Null).RedirectInput(LumPalCmd::Null).RedirectOutput(LumPalCmd::Pipe);
-        process = command.PutEnv("LANG", "C").LimitTime(limits.timeMs).Execute();
+        process = command.PutEnv("LANG", "C").LimitTime(limits.timeMs).EndOnStop().Execute();
         lines = LumPalIo::DataInputStream_t(LimitedStream::Over(process.GetStandardOutput(), limits.bytes));
     }
 
@@ -45,7 +47,10 @@ public:
             return reading();
         } catch (const LumPalCmd::TimeLimitException_t&) {
             process.End();
-            Raise<RuntimeException_t>(msg::ToolTooSlow, limits.timeMs / kMsPerSecond, cmd);
+            Raise<RuntimeException_t>(msg::ToolTooSlow, limits.timeMs / kMsPerSecond, limits.timeKey, cmd);
+        } catch (const LumPalCmd::StoppingException_t&) {
+            process.Terminate(kTimeToEndMs);
+            throw;
         } catch (const TooMuch&) {
             process.End();
             Raise<RuntimeException_t>(msg::ToolOutputTooLarge, LumPalStr::NumToStr(limits.bytes),
@@ -83,14 +88,23 @@ private:
     LumPalIo::DataInputStream_t lines;
 };
 
-}  // namespace
-
-ToolLimits ConfiguredToolLimits() {
-    const int seconds = std::max(ConfBase::Get_NS_ConfCluster().Open().GetInt(names::ToolTimeoutKey), 0);
+ToolLimits LimitsOf(const char* key) {
+    const int seconds = std::max(ConfBase::Get_NS_ConfCluster().Open().GetInt(key), 0);
     constexpr std::uint32_t most = std::numeric_limits<std::uint32_t>::max() / kMsPerSecond;
     ToolLimits limits;
     limits.timeMs = std::min(static_cast<std::uint32_t>(seconds), most) * kMsPerSecond;
+    limits.timeKey = key;
     return limits;
+}
+
+}  // namespace
+
+ToolLimits ConfiguredToolLimits() {
+    return LimitsOf(names::ToolTimeoutKey);
+}
+
+ToolLimits ConfiguredCommandLimits() {
+    return LimitsOf(names::CommandTimeoutKey);
 }
 
 String_t FirstLineOf(const String_t& cmd, const ToolLimits& limits) {
@@ -112,6 +126,14 @@ std::vector<String_t> AllLinesOf(const String_t& cmd, const ToolLimits& limits) 
         for (String_t line; run.ReadLine(line); lines.push_back(line)) run.ExpectRoom(lines.size());
         run.ExpectSuccess();
         return lines;
+    });
+}
+
+int ExitCodeOf(const String_t& cmd, const ToolLimits& limits) {
+    Run run(cmd, limits);
+    return run.Guarded([&] {
+        run.DropTheRest();
+        return run.WaitFor();
     });
 }
 

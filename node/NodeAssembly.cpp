@@ -1,9 +1,12 @@
 #include "NodeAssembly.h"
 
+#include <memory>
 #include <utility>
 
 #include "AuditLog.h"
 #include "LumConfCluster/ClusterUtil.h"
+#include "LumPalDaemon.h"
+#include "Messages.h"
 #include "PolicyWorker.h"
 
 namespace LumConf {
@@ -19,6 +22,17 @@ LumPalThread::Mutex_t& CreationMutex() {
 }
 
 PolicyOperation* theInstance LUMPAL_GUARDED_BY(CreationMutex()) = nullptr;
+
+// The work folders are wiped and the store is changed: that must not happen beside another process that does so.
+PolicyOperation* BringUp() {
+    auto lock = std::make_unique<LumPalRuntime::RootLock_t>();
+    if (!lock->TryTake()) {
+        Raise<LumPalMsg::IllegalStateError_t>(msg::RootServedElsewhere, LumPalRuntime::RootLock_t::GetPath());
+    }
+    auto* const made = new PolicyOperation(ProcessSurroundings());
+    static_cast<void>(lock.release());  // the process keeps it, as it does the object
+    return made;
+}
 
 PolicyOperation::Surroundings Surround(PolicyWorker& worker, std::function<AuditLog&()> auditLog) {
     return {[&worker](JobKind kind, const String_t& ids) { worker.InsertJob(kind, ids); },
@@ -37,7 +51,7 @@ PolicyOperation::Surroundings ProcessSurroundings() {
 
 PolicyOperation* PolicyOperation::GetInstance() {
     const LumPalThread::MutexLock_t lock(CreationMutex());
-    if (!theInstance) theInstance = new PolicyOperation(ProcessSurroundings());
+    if (!theInstance) theInstance = BringUp();
     return theInstance;
 }
 

@@ -40,6 +40,7 @@ inline constexpr Name ClusterLocalNodenameKey = "CLUSTER_LOCAL_NODENAME";
 inline constexpr Name PollingIntervalKey = "POLLING_INTERVAL";
 inline constexpr Name MonitorModeKey = "MONITOR_MODE";
 inline constexpr Name ToolTimeoutKey = "TOOL_TIMEOUT";
+inline constexpr Name CommandTimeoutKey = "COMMAND_TIMEOUT";
 inline constexpr Name MaxRetriesForClusterUpKey = "MAX_RETRIES_FOR_CLUSTERUP";
 inline constexpr Name BufferSizeKey = "BUFFER_SIZE";  ///< reserved; nobody reads it
 

@@ -49,7 +49,9 @@ public:
     };
 
     /// The process's object, never destroyed. The first call makes it, whoever calls; when that fails the next call
-    /// tries again. Where a node is put together says what surrounds it.
+    /// tries again. Where a node is put together says what surrounds it. The process takes the lock of the root, and
+    /// keeps it (LumPalRuntime::RootLock_t).
+    /// @throws LumPalMsg::IllegalStateError_t while another process has that lock, and nothing is touched then
     /// @throws as the constructor
     static PolicyOperation* GetInstance();
 

@@ -1,5 +1,7 @@
 // The daemon of a node: serves the node's policies until it is told to stop.
 #include <CLI/CLI.hpp>
+#include <chrono>
+#include <cstdlib>
 #include <functional>
 #include <iostream>
 #include <memory>
@@ -18,6 +20,7 @@
 #include "common/Utf8Arguments.h"
 #include "lumconfd/ConfigCheck.h"
 #include "lumconfd/ExpiryWatch.h"
+#include "lumconfd/MonitorKeeper.h"
 #include "lumconfd/PolicyList.h"
 #include "lumconfd/ServerWatch.h"
 #include "lumconfd/StartGuard.h"
@@ -27,6 +30,9 @@ namespace {
 
 using LumPalRuntime::Dir_t;
 using LumPalStr::String_t;
+
+/// A part of the five seconds in which the daemon stops.
+constexpr std::chrono::milliseconds kTimeForMonitor(2000);
 
 enum ExitCode { kDone = 0, kFailed = 1, kWrongUsage = 2, kAlreadyRunning = 3 };
 
@@ -74,6 +80,13 @@ void WaitForStop(const std::function<void()>& reload, const LumPalRuntime::Signa
     }
 }
 
+/// It is held up where nothing can be given up, as by the name service: it is left alone, and ends with the process.
+[[noreturn]] void LeaveMonitor() {
+    LumPalLog::LogGuarded([] { return LumPalMsg::CreateWarn_t("The cluster monitor did not end in time."); });
+    std::cerr.flush();
+    std::_Exit(kDone);
+}
+
 /// Reads the store, which may take its time.
 std::unique_ptr<LumConf::ConfigServer> MakeServer(const LumPalRuntime::Signals_t& signals) {
     const lumconfd::StartGuard guard(signals);
@@ -95,6 +108,7 @@ int Serve(const LumPalRuntime::Signals_t& signals) {
     lumconfd::ExpiryWatch expiryWatch;
     const auto reload = [&] { Reload(server, messenger, expiryWatch); };
     lumconfd::TrustReload trustReload(reload);
+    lumconfd::MonitorKeeper monitorKeeper;
     std::cerr << "lumconfd: serving the node in " << Dir_t::Path(LumPalRuntime::Root).ToUtf8() << " on port "
               << server.GetPort() << std::endl;
     LumPalRuntime::NotifyServiceManager("READY=1");
@@ -103,22 +117,25 @@ int Serve(const LumPalRuntime::Signals_t& signals) {
     LumPalRuntime::SetStopping(true);
     trustReload.Stop();
     serverWatch.Stop();
+    monitorKeeper.Stop();
     // In this order: no request that waits must begin in the place of one that is told to wait no longer.
     server.StopReceiving();
     control.StopWaiting();
+    // Before the worker and the work folders go, which it needs.
+    const bool monitorEnded = monitorKeeper.WaitForEnd(kTimeForMonitor);
     server.Stop();
     control.Stop();
+    if (!monitorEnded) LeaveMonitor();
     return kDone;
 }
 
 int Run(const LumPalRuntime::Signals_t& signals) {
     const String_t root = Dir_t::Path(LumPalRuntime::Root);
     if (!LumPalIo::File_t(root).Mkdirs()) return Fail(kFailed, "cannot make the root '" + root.ToUtf8() + "'");
-    LumPalRuntime::InstanceLock_t lock;
-    const String_t lockPath = root + "lumconfd.lock";
-    if (!lock.TryLock(lockPath)) {
-        return Fail(kAlreadyRunning,
-                    "another lumconfd serves '" + root.ToUtf8() + "' (it holds '" + lockPath.ToUtf8() + "')");
+    LumPalRuntime::RootLock_t lock;
+    if (!lock.TryTake()) {
+        return Fail(kAlreadyRunning, "another process serves '" + root.ToUtf8() + "' (it holds '" +
+                                         LumPalRuntime::RootLock_t::GetPath().ToUtf8() + "')");
     }
     const String_t logDirectory = Dir_t::Path(LumPalRuntime::LogDir);
     LumPalIo::File_t(logDirectory).Mkdirs();

@@ -17,6 +17,9 @@ enum Mode_e { Inherit = 0, Null = 1, Pipe = 2 };
 /// A program took longer than its limit.
 LUMPAL_DECLARE_EXCEPTION(LUMPAL_API, TimeLimitException_t, LumPalIo::IOException_t);
 
+/// The process is stopping, and the program was to end with it.
+LUMPAL_DECLARE_EXCEPTION(LUMPAL_API, StoppingException_t, LumPalIo::IOException_t);
+
 /// A started program. A handle; copies mean the same process. Any thread.
 ///
 /// A program whose handle and streams are all gone runs on: its output is read and dropped in the
@@ -37,8 +40,12 @@ public:
     /// @throws LumPalMsg::IllegalStateError_t for a default-constructed object; LumPalIo::IOException_t
     ///         when the exit code is lost (the host program ignores the ends of its children)
     /// @throws TimeLimitException_t once the program's limit is over; it goes on, and may be ended
+    /// @throws StoppingException_t  when the process is stopping and the program is to end with it; likewise
     int WaitFor() const;
-    /// Ends the program at once (SIGKILL), one with a time limit together with its process group. Its output is refused
+    /// Asks the program to end (SIGTERM), one that leads a process group together with that, waits for it as long as is
+    /// allowed, and then ends it as End does. Blocks so long.
+    void Terminate(std::uint32_t milliseconds) const noexcept;
+    /// Ends the program at once (SIGKILL), one that leads a process group together with that. Its output is refused
     /// from then on, and what outlives it and writes gets a broken pipe once the last handle has gone. A program with
     /// another user's rights (started by sudo(8)) cannot be ended. Does nothing after the end was waited for.
     void End() const noexcept;
@@ -70,9 +77,14 @@ public:
     /// reading the output and waiting for the end throw TimeLimitException_t. Such a program leads a process group of
     /// its own, so that it can be ended with its children; a terminal's signals for this process don't reach it.
     Command_t& LimitTime(std::uint32_t milliseconds);
+    /// Lets each program that is started from now on end with this process: when that is stopping
+    /// (LumPalRuntime::SetStopping), reading the output and waiting for the end throw StoppingException_t within a
+    /// tenth of a second, and none is started any more. Where signals do not end this process by themselves
+    /// (LumPalRuntime::TakesSignals), such a program leads a process group of its own too.
+    Command_t& EndOnStop();
     /// Starts the program with closed descriptors, default signals (none blocked) and the C locale. May be
     /// called again: each call starts one.
-    /// @throws LumPalIo::FileNotFoundException_t no such program; LumPalIo::IOException_t;
+    /// @throws LumPalIo::FileNotFoundException_t no such program; LumPalIo::IOException_t; StoppingException_t;
     ///         LumPalMsg::IllegalArgumentError_t an empty line, an open quote or NUL
     Process_t Execute();
 

@@ -2,6 +2,7 @@
 /// What a program that serves needs of the system: one instance per root, signals, the service manager.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
 #include "LumPalExport.h"
@@ -29,6 +30,25 @@ private:
     int descriptor = -1;
 };
 
+/// The right to serve the node's root, which one process has at a time: the lock of "lumconfd.lock" in the root. All
+/// objects of a process share it, and the last one of them that goes frees it; the system does when the process ends. A
+/// copy of the process (fork(2)) has it too. Any thread; an object is used by one at a time.
+class LUMPAL_API RootLock_t {
+public:
+    RootLock_t() = default;
+    RootLock_t(const RootLock_t&) = delete;
+    RootLock_t& operator=(const RootLock_t&) = delete;
+    /// Takes the lock of the root as it is set now, without waiting, and makes the root when it is not there.
+    /// @return whether this process has it; true also when it had it before
+    /// @throws LumPalIo::IOException_t when the file cannot be made, or the system cannot lock it
+    bool TryTake();
+    /// The file of the root as it is set now.
+    static LumPalStr::String_t GetPath();
+
+private:
+    std::shared_ptr<InstanceLock_t> held;
+};
+
 /// What a signal asks a serving program to do.
 enum class Signal_e {
     Stop,   ///< SIGTERM, SIGINT
@@ -47,10 +67,16 @@ public:
     bool IsStopPending() const noexcept;
 };
 
+/// Whether this process has made its Signals_t: from then on a signal to stop does not end it by itself. Any thread.
+LUMPAL_API bool TakesSignals() noexcept;
+
 /// Says, or takes back, that this process is about to end. What nobody waits for and what comes again with the next
-/// start (calls to other hosts, reading ahead) is then given up. At the start nothing is said. Any thread.
+/// start (calls to other hosts, reading ahead, programs that are asked: LumPalCmd::Command_t::EndOnStop) is then given
+/// up, and LumPalThread::Thread_t::Sleep returns. At the start nothing is said. Any thread.
 LUMPAL_API void SetStopping(bool stopping) noexcept;
 LUMPAL_API bool IsStopping() noexcept;
+/// Lets time pass until the process is stopping. @return whether it is
+LUMPAL_API bool WaitForStopping(std::uint32_t milliseconds);
 
 /// Lets every large block of memory go back to the system as soon as it is freed; else the allocator, once it has
 /// seen large ones, keeps tens of megabytes of them. To be called by main before other threads run.

@@ -55,7 +55,7 @@ public:
     bool IsNull() const noexcept;
     bool IsNotNull() const noexcept;
     LumPalStr::String_t GetName() const;
-    static void Sleep(std::uint32_t milliseconds);
+    static void Sleep(std::uint32_t milliseconds);  ///< returns early when the process is stopping (LumPalDaemon.h)
 
 private:
     struct Impl;

@@ -1,11 +1,14 @@
 #include "CommandLine.h"
+#include "Deadline.h"
 #include "LumPalCmd.h"
+#include "LumPalDaemon.h"
 #include "ProcessImpl_posix.h"
 #include "Spawn_posix.h"
 
 namespace LumPalCmd {
 
 LUMPAL_DEFINE_EXCEPTION(TimeLimitException_t);
+LUMPAL_DEFINE_EXCEPTION(StoppingException_t);
 
 using LumPalStr::String_t;
 
@@ -51,10 +54,17 @@ Command_t& Command_t::LimitTime(std::uint32_t milliseconds) {
     return *this;
 }
 
+Command_t& Command_t::EndOnStop() {
+    impl->plan.endsOnStop = true;
+    return *this;
+}
+
 Process_t Command_t::Execute() {
     SpawnPlan plan = impl->plan;
+    if (plan.endsOnStop && LumPalRuntime::IsStopping()) ThrowStopping();
+    plan.leadsGroup = plan.limitMs > 0 || (plan.endsOnStop && LumPalRuntime::TakesSignals());
     plan.words = SplitWords(impl->line);
-    return Process_t(std::make_shared<Process_t::Impl>(Spawn(plan), plan.limitMs));
+    return Process_t(std::make_shared<Process_t::Impl>(Spawn(plan), plan));
 }
 
 }  // namespace LumPalCmd

@@ -1,8 +1,10 @@
 #include "ConfigWatcher.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <set>
+#include <thread>
 #include <utility>
 
 #include "ConfigStore.h"
@@ -196,7 +198,8 @@ void ConfigWatcher::Run(const LumPalThread::Thread_t&) {
                 return LumPalMsg::CreateError_t("Changes of the configuration are looked for again: %1")
                        << String_t::FromUtf8(e.what());
             });
-            LumPalThread::Thread_t::Sleep(SearchMs);
+            // Not the sleep that ends when the process is stopping: this loop goes on until its owner ends it.
+            std::this_thread::sleep_for(std::chrono::milliseconds(SearchMs));
         }
     }
 }

@@ -5,6 +5,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
@@ -26,6 +27,7 @@ namespace LumPalRuntime {
 namespace {
 
 constexpr mode_t kLockMode = 0600;
+std::atomic<bool> takesSignals{false};
 [[maybe_unused]] constexpr int kLargeBlock = 1 << 20;
 
 sigset_t HandledSignals() {
@@ -74,6 +76,11 @@ Signals_t::Signals_t() {
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
+    takesSignals = true;
+}
+
+bool TakesSignals() noexcept {
+    return takesSignals;
 }
 
 Signal_e Signals_t::Wait() const {

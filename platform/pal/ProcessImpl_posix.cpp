@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 
 #include "Reaper_posix.h"
 #include "SigpipeGuard.h"
@@ -29,11 +30,11 @@ int ExitCodeOf(int status) {
 
 }  // namespace
 
-Process_t::Impl::Impl(Spawned spawned, std::uint32_t limitMs)
+Process_t::Impl::Impl(Spawned spawned, const SpawnPlan& plan)
     : pid(spawned.pid),
       end(std::move(spawned.end)),
-      leadsGroup(limitMs > 0),
-      deadline(limitMs),
+      leadsGroup(plan.leadsGroup),
+      deadline(plan.limitMs, plan.endsOnStop),
       output(std::move(spawned.pipes[STDOUT_FILENO])),
       error(std::move(spawned.pipes[STDERR_FILENO])),
       inputPiped(spawned.pipes[STDIN_FILENO].IsOpen()),
@@ -98,10 +99,25 @@ int Process_t::Impl::CollectEnd() {
     return ExitCodeOf(status);
 }
 
+bool Process_t::Impl::SignalLocked(int signal) noexcept {
+    if (!collected) kill(leadsGroup ? -pid : pid, signal);
+    return !collected;
+}
+
+void Process_t::Impl::Terminate(std::uint32_t milliseconds) noexcept {
+    {
+        const LumPalThread::PlainLock_t lock(endMutex);
+        if (!SignalLocked(SIGTERM)) return;
+    }
+    // Nobody reads its output meanwhile: one that prints more than a pipe holds in ending is ended by force.
+    pollfd polled{end.Get(), POLLIN, 0};
+    poll(&polled, 1, static_cast<int>(std::min<std::uint32_t>(milliseconds, INT_MAX)));
+    End();
+}
+
 void Process_t::Impl::End() noexcept {
     const LumPalThread::PlainLock_t lock(endMutex);
-    if (collected) return;  // its number may be another program's by now
-    kill(leadsGroup ? -pid : pid, SIGKILL);
+    if (!SignalLocked(SIGKILL)) return;
     ended = true;
     output.Close();
     error.Close();

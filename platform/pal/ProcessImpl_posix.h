@@ -14,14 +14,15 @@
 namespace LumPalCmd {
 
 struct Process_t::Impl {
-    Impl(Spawned spawned, std::uint32_t limitMs);
+    Impl(Spawned spawned, const SpawnPlan& plan);
     Impl(const Impl&) = delete;
     Impl& operator=(const Impl&) = delete;
     /// Leaves what is unfinished to the background.
     ~Impl();
     /// See Process_t::WaitFor.
     int WaitFor();
-    /// See Process_t::End.
+    /// See Process_t::Terminate and Process_t::End.
+    void Terminate(std::uint32_t milliseconds) noexcept;
     void End() noexcept;
     OutputPipe& GetOutput(int stream) noexcept { return stream == STDOUT_FILENO ? output : error; }
     int GetEnd() const noexcept { return end.Get(); }
@@ -38,6 +39,8 @@ private:
     int PatienceMs(bool beingRead) const;
     void DrainUntilEnd();
     int CollectEnd();
+    /// To the program or its process group, unless it was collected: its number may be another program's by then.
+    bool SignalLocked(int signal) noexcept LUMPAL_REQUIRES(endMutex);
 
     LumPal::Descriptor end;  // constant, as the next two
     const bool leadsGroup;

@@ -64,6 +64,10 @@ int Process_t::WaitFor() const {
     return impl->WaitFor();
 }
 
+void Process_t::Terminate(std::uint32_t milliseconds) const noexcept {
+    if (impl) impl->Terminate(milliseconds);
+}
+
 void Process_t::End() const noexcept {
     if (impl) impl->End();
 }

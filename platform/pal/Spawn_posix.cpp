@@ -144,7 +144,7 @@ Descriptor WatchEnd(pid_t pid, const String_t& program) {
 Spawned Spawn(const SpawnPlan& plan) {
     const String_t program = String_t::FromUtf8(plan.words.front());
     SpawnSettings settings;
-    SetAttributes(settings.attributes, plan.limitMs > 0);
+    SetAttributes(settings.attributes, plan.leadsGroup);
     Spawned spawned;
     std::array<Descriptor, 3> theirs;
     for (int stream = 0; stream < 3; ++stream) {

@@ -21,7 +21,9 @@ struct SpawnPlan {
     bool searchPath = true;
     std::array<Mode_e, 3> modes{Inherit, Inherit, Inherit};
     std::map<std::string, std::string> environment;
-    std::uint32_t limitMs = 0;  ///< with a limit, the program leads a process group of its own
+    std::uint32_t limitMs = 0;
+    bool endsOnStop = false;
+    bool leadsGroup = false;  ///< a process group of its own
 };
 
 /// What was started: its id, a descriptor that becomes readable when it ends, and our ends of the

@@ -8,6 +8,7 @@
 #include <system_error>
 #include <thread>
 
+#include "LumPalDaemon.h"
 #include "LumPalLog.h"
 #include "LumPalMsg.h"
 #include "LumPalPlainMutex.h"
@@ -142,7 +143,7 @@ String_t Thread_t::GetName() const {
 }
 
 void Thread_t::Sleep(std::uint32_t milliseconds) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+    LumPalRuntime::WaitForStopping(milliseconds);
 }
 
 }  // namespace LumPalThread

@@ -15,6 +15,7 @@ namespace LumConf {
 class LUMCONF_API ConfigServer {
 public:
     /// @throws LumPalIo::IOException_t when a directory of the store cannot be made
+    /// @throws LumPalMsg::IllegalStateError_t when another process serves this root; nothing is touched then
     ConfigServer();
     ConfigServer(const ConfigServer&) = delete;
     ConfigServer& operator=(const ConfigServer&) = delete;

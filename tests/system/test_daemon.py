@@ -158,7 +158,7 @@ class OneDaemonForEachRoot(DaemonTest):
                 result = self.run_daemon(node, "--root", root)
                 self.assertEqual(result.code, ALREADY_RUNNING, result)
                 self.assertIn("lumconfd.lock", result.err)
-                self.assertIn("another lumconfd serves", result.err)
+                self.assertIn("another process serves", result.err)
         self.assertEqual(tree(node.root), before)
         self.assertEqual([policy["id"] for policy in node.list()], ["a"])
 

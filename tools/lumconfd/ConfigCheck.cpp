@@ -1,6 +1,7 @@
 #include "lumconfd/ConfigCheck.h"
 
 #include <algorithm>
+#include <climits>
 #include <functional>
 #include <initializer_list>
 #include <ostream>
@@ -24,7 +25,7 @@ using LumPalConfig::ConfigGroup_t;
 using LumPalConfig::Configuration_t;
 using LumPalStr::String_t;
 
-enum class Type { Boolean, Port, Count, AuditMode, SharedFiles, ListName, Servers, WaitTime, Product };
+enum class Type { Boolean, Port, Count, AuditMode, SharedFiles, ListName, Servers, WaitTime, Product, Interval, Mode };
 
 /// A key whose value has a form.
 struct Key {
@@ -48,8 +49,9 @@ const Key kKeys[] = {
     {"conf.server", ConfBase::Get_s_lumconfdWaitTime(), Type::WaitTime},
     {"conf.cluster", "CLUSTER_TYPE", Type::Product},
     {"conf.cluster", "TOOL_TIMEOUT", Type::Count},
-    {"conf.cluster", "MONITOR_MODE", Type::Boolean},
-    {"conf.cluster", "POLLING_INTERVAL", Type::Count},
+    {"conf.cluster", "COMMAND_TIMEOUT", Type::Count},
+    {"conf.cluster", "MONITOR_MODE", Type::Mode},
+    {"conf.cluster", "POLLING_INTERVAL", Type::Interval},
     {"conf.cluster", "MAX_RETRIES_FOR_CLUSTERUP", Type::Count},
     {"sec.cm.certificates", "CERT_INSTALLED", Type::Boolean},
     {"vox.http.ext.conf", "LOCAL_SECRET_HEADER", Type::Boolean},
@@ -61,6 +63,10 @@ const Key kKeys[] = {
 
 bool IsNumber(const std::string& text) {
     return !text.empty() && text.size() <= 18 && text.find_first_not_of("0123456789") == std::string::npos;
+}
+
+bool IsInterval(const std::string& text) {
+    return text.empty() || (IsNumber(text) && std::stol(text) >= 1 && std::stol(text) <= INT_MAX);
 }
 
 /// In any case.
@@ -104,6 +110,11 @@ const char* Wanted(Type type, const String_t& value) {
             return WantedWaitTime(value);
         case Type::Product:
             return IsProduct(value) ? nullptr : "empty, or a product as docs/clusters.md names it";
+        // What is empty of these is filled by a daemon that follows a cluster.
+        case Type::Interval:
+            return IsInterval(text) ? nullptr : "empty, or milliseconds from 1 to 2147483647";
+        case Type::Mode:
+            return value.IsEmpty() || IsBoolean(value) ? nullptr : "empty, true or false";
     }
     return nullptr;
 }

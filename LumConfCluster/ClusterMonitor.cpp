@@ -1,0 +1,76 @@
+#include "LumConfCluster/ClusterMonitor.h"
+
+#include "Exceptions.h"
+#include "Messages.h"
+#include "MonitorCycle.h"
+#include "MonitorLog.h"
+#include "Trace.h"
+
+namespace LumConfCluster {
+
+using namespace LumConf;
+using LumPalThread::Thread_t;
+
+namespace {
+
+constexpr const char* kThreadName = "LumConfCluster_ClusterMonitor";
+
+template <unsigned Holes>
+[[noreturn]] void TellAndRaise(const MessageOf<Holes>& row) {
+    const LumPalMsg::Message_t message = Make(row);
+    TellAsMonitor(message);
+    throw ClusterMonitorException(message);
+}
+
+}  // namespace
+
+ClusterMonitor::ClusterMonitor() = default;
+
+ClusterMonitor::~ClusterMonitor() = default;
+
+void ClusterMonitor::Start() {
+    if (thread.IsNotNull()) TellAndRaise(msg::MonitorRunsAlready);
+    thread = Thread_t(kThreadName);
+    running = true;
+    try {
+        thread.Start(*this);
+    } catch (const LumPalMsg::RuntimeException_t&) {
+        running = false;
+        thread = Thread_t();
+        throw;
+    }
+}
+
+void ClusterMonitor::Stop() {
+    if (thread.IsNull()) TellAndRaise(msg::MonitorNotRunning);
+    running = false;
+    thread.Join();
+}
+
+bool ClusterMonitor::IsRunning() const {
+    return running;
+}
+
+void ClusterMonitor::Run(const Thread_t&) {
+    LUMCONF_BLOCK(trace::Cluster, "ClusterMonitor::Run");
+    MonitorCycle cycle(running, {clusterType, pollingInterval, monitorMode},
+                       {[this] { Stop(); }, &PolicyOperation::GetInstance, &Thread_t::Sleep,
+                        [this](const Applications& applications) { Seen(applications); }});
+    try {
+        for (cycle.Begin(); running;) {
+            cycle.Step();
+            Thread_t::Sleep(static_cast<std::uint32_t>(pollingInterval));
+        }
+    } catch (...) {
+        running = false;
+        throw;
+    }
+}
+
+void ClusterMonitor::Done(bool success) {
+    LUMCONF_TRACE(trace::Cluster, success ? "the cluster monitor has ended" : "the cluster monitor has failed");
+}
+
+void ClusterMonitor::Seen(const Applications&) {}
+
+}  // namespace LumConfCluster

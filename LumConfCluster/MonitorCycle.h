@@ -1,0 +1,60 @@
+/// @file
+/// What the monitor does, without its thread.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+
+#include "LumConfCluster/Applications.h"
+#include "LumPalMsg.h"
+#include "MonitorKeys.h"
+#include "MonitorWarnings.h"
+#include "PolicyOperation.h"
+
+namespace LumConfCluster {
+
+/// The start of a monitor, and its cycles. Used by one thread.
+class MonitorCycle {
+public:
+    /// What it leaves to others.
+    struct Surroundings {
+        std::function<void()> stop;  ///< ends the monitor: from then on it does not run
+        /// The object of policy work. What it raises counts as a cluster that is not up.
+        std::function<LumConf::PolicyOperation*()> policies;
+        std::function<void(std::uint32_t)> sleep;       ///< milliseconds
+        std::function<void(const Applications&)> seen;  ///< see ClusterMonitor::Seen
+    };
+
+    /// @param running  false as soon as the monitor is to end; it and the fields are the monitor's
+    MonitorCycle(std::atomic<bool>& running, const MonitorFields& fields, Surroundings surroundings);
+    MonitorCycle(const MonitorCycle&) = delete;
+    MonitorCycle& operator=(const MonitorCycle&) = delete;
+
+    /// Sees the cluster for the first time. In vain it stops the monitor.
+    /// @throws LumPalMsg::IllegalStateError_t 622 in vain, unless the monitor was stopped meanwhile; what reading the
+    ///         configuration throws
+    void Begin();
+    /// One cycle. A failure of the cluster or of policy work is told (268, 269) and ends it; in a process that is
+    /// stopping every failure does, without a word.
+    /// @throws LumConf::ClusterException 270, told, for everything else; the monitor does not run any more then
+    void Step();
+
+private:
+    bool SeeCluster();
+    void Cycle();
+    /// Of the exception that is being handled.
+    void TellFailure();
+    void Follow(const LocalName& local);
+    bool IsGivenUp() const;
+
+    std::atomic<bool>& running;
+    const MonitorFields fields;
+    const Surroundings surroundings;
+    LumConf::PolicyOperation* policies = nullptr;  ///< null until the cluster was seen
+    Applications before;                           ///< as the look before has found them
+    MonitorWarnings warnings;
+    LumPalMsg::MessageList_t lastFailure;  ///< of the attempts to see the cluster
+};
+
+}  // namespace LumConfCluster

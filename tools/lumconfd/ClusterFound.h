@@ -1,0 +1,23 @@
+/// @file
+/// The cluster product of this machine, as files tell it, and the settings that following it needs.
+#pragma once
+
+#include <optional>
+
+#include "LumConfCluster/ClusterType.h"
+
+namespace lumconfd {
+
+/// The first product whose daemon file is there. No tool runs.
+std::optional<LumConfCluster::ClusterType> FindClusterProduct();
+
+/// Says in the application log which product is followed, and warns when CLUSTER_TYPE names another one.
+void SayWhichIsFollowed(LumConfCluster::ClusterType product);
+
+/// Sets what is empty of CLUSTER_TYPE, POLLING_INTERVAL and MONITOR_MODE in the local settings of the node, and says
+/// so. Every other text stays. Otherwise the monitor would ask the node for it over TLS, and a fresh one has no
+/// certificate.
+/// @throws LumPalIo::IOException_t, LumPalCfgFile::SyntaxException_t
+void FillEmptyClusterKeys(LumConfCluster::ClusterType product);
+
+}  // namespace lumconfd

@@ -1,0 +1,92 @@
+/// @file
+/// Lets the daemon follow the cluster as long as it runs.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "LumConfCluster/ClusterMonitor.h"
+#include "LumConfCluster/ClusterType.h"
+#include "LumPalMsg.h"
+#include "LumPalThread.h"
+#include "lumconfd/Bell.h"
+#include "lumconfd/MonitorRecord.h"
+
+namespace lumconfd {
+
+/// A monitor that says how it fares.
+class WatchedMonitor : public LumConfCluster::ClusterMonitor {
+public:
+    /// @param record  told what it sees, on its thread
+    /// @param ended   rung when it has ended
+    WatchedMonitor(MonitorRecord& record, Bell& ended) : record(record), ended(ended) {}
+
+    void Run(const LumPalThread::Thread_t& thread) override;
+    void Done(bool success) override;
+    /// What it has ended by; to be asked when its thread is gone.
+    const LumPalMsg::MessageList_t& GetReason() const { return reason; }
+
+protected:
+    /// The work of the thread.
+    virtual void Watch(const LumPalThread::Thread_t& thread) { ClusterMonitor::Run(thread); }
+    void Seen(const LumConfCluster::Applications& applications) override;
+
+private:
+    MonitorRecord& record;
+    Bell& ended;
+    LumPalMsg::MessageList_t reason;
+};
+
+/// How long nobody watches after a monitor has ended by itself: 10 seconds, and twice as long after each that follows,
+/// up to five minutes. Who has lived for five minutes begins with 10 seconds again.
+class SuccessorPauses {
+public:
+    std::chrono::seconds After(std::chrono::seconds lived);
+
+private:
+    std::chrono::seconds next{10};
+};
+
+/// Runs a monitor on a machine where the daemon file of a cluster product is there, and a successor after each that has
+/// ended by itself; elsewhere it does nothing and says nothing. The empty ones of the keys that a monitor needs are
+/// filled before each. It keeps a record of how they stand. For a process that serves the root.
+class MonitorKeeper final : private LumPalThread::Runnable_i {
+public:
+    /// What tests replace.
+    struct Surroundings {
+        MonitorRecord::Clock now;
+        std::function<void(Bell&, std::chrono::seconds)> pause;
+        std::function<std::unique_ptr<WatchedMonitor>(MonitorRecord&, Bell&)> make;
+    };
+
+    /// @throws LumPalMsg::RuntimeException_t without room for a thread
+    MonitorKeeper();
+    /// @param product  nothing: there is no cluster
+    MonitorKeeper(std::optional<LumConfCluster::ClusterType> product, Surroundings surroundings);
+    /// Stops, and waits for the monitor as long as that takes.
+    ~MonitorKeeper() override;
+    MonitorKeeper(const MonitorKeeper&) = delete;
+    MonitorKeeper& operator=(const MonitorKeeper&) = delete;
+
+    /// Lets the monitor end. Returns at once; in a process that is stopping that takes about a second.
+    void Stop() { bell.Stop(); }
+    /// @return whether it has ended by then
+    bool WaitForEnd(std::chrono::milliseconds most);
+
+private:
+    void Run(const LumPalThread::Thread_t& thread) override;
+    void RunOne();
+    void Fill() const;
+
+    const std::optional<LumConfCluster::ClusterType> product;
+    const Surroundings surroundings;
+    Bell bell;   ///< rung by a monitor that has ended
+    Bell ended;  ///< rung by the thread in its end
+    std::optional<MonitorRecord> record;
+    SuccessorPauses pauses;
+    LumPalThread::Thread_t thread;
+};
+
+}  // namespace lumconfd

@@ -1,0 +1,127 @@
+#include "lumconfd/MonitorRecord.h"
+
+#include <algorithm>
+#include <map>
+#include <tuple>
+#include <utility>
+
+#include "LumPalLog.h"
+#include "lumconfd/Attempt.h"
+
+namespace lumconfd {
+
+using LumPalMsg::CreateInfo_t;
+using LumPalMsg::CreateWarn_t;
+using LumPalStr::String_t;
+using lumtools::InstanceSide;
+using lumtools::MonitorState;
+using Phase = lumtools::MonitorState::Phase;
+
+namespace {
+
+auto KeyOf(const InstanceSide& side) {
+    return std::tie(side.application, side.name, side.group);
+}
+
+using Before = std::map<std::tuple<std::string, std::string, std::string>, bool>;
+
+/// Of instances that the configuration names twice the first one counts.
+Before ByKey(const MonitorRecord::Sides& sides) {
+    Before before;
+    for (const InstanceSide& side : sides) before.try_emplace(KeyOf(side), side.here);
+    return before;
+}
+
+}  // namespace
+
+MonitorRecord::MonitorRecord(const char* product, Clock now) : now(std::move(now)) {
+    Attempt("Which instances have changed sides while no daemon ran is not known: %1", [this] {
+        if (const auto left = MonitorState::Read()) state = written = *left;
+    });
+    state.product = product;
+}
+
+void MonitorRecord::Enter(Phase phase) {
+    state.phase = phase;
+    state.since = now();
+    state.successorAt = 0;
+}
+
+void MonitorRecord::Starting() {
+    Enter(Phase::Starting);
+    Write();
+}
+
+void MonitorRecord::Seen(const Sides& sides) {
+    const bool watched = state.phase == Phase::Watching;
+    if (!watched) Enter(Phase::Watching);
+    if (!watched && hasEnded) LumPalLog::LogGuarded([] { return CreateInfo_t("The cluster is followed again."); });
+    FollowSides(sides, watched);
+    Write();
+}
+
+void MonitorRecord::FollowSides(const Sides& sides, bool watched) {
+    if (sides == state.instances) return;
+    const Before before = ByKey(state.instances);
+    for (const InstanceSide& side : sides) {
+        const auto found = before.find(KeyOf(side));
+        if (found == before.end() || found->second == side.here) continue;
+        if (!watched) Tell(side);
+        NoteChange(side, watched);
+    }
+    state.instances = sides;
+}
+
+void MonitorRecord::Tell(const InstanceSide& side) const {
+    const char* const text =
+        side.here ? "The instance '%1' of the application '%2' has come to this node while nobody watched: its start "
+                    "commands are not run for it."
+                  : "The instance '%1' of the application '%2' has left this node while nobody watched: its stop "
+                    "commands are not run for it.";
+    LumPalLog::LogGuarded(
+        [&] { return CreateWarn_t(text) << String_t::FromUtf8(side.name) << String_t::FromUtf8(side.application); });
+}
+
+/// Who is back where his commands have left him has not changed.
+void MonitorRecord::NoteChange(const InstanceSide& side, bool watched) {
+    const auto isIt = [&](const InstanceSide& other) { return other.IsSameInstance(side); };
+    const bool wasNoted = std::erase_if(state.changed, isIt) > 0;
+    if (!watched && !wasNoted) state.changed.push_back(side);
+}
+
+void MonitorRecord::Ended(const LumPalMsg::MessageList_t& reason, std::int64_t successorAfterSeconds) {
+    hasEnded = true;
+    LumPalLog::LogGuarded([&] {
+        LumPalMsg::CreateMessage_t line =
+            CreateWarn_t("The cluster monitor has ended. A successor starts in %1 seconds.")
+            << LumPalStr::NumToStr(static_cast<long long>(successorAfterSeconds));
+        return line.AddDetails(reason);
+    });
+    Enter(Phase::Waiting);
+    state.endedAt = state.since;
+    state.endedBy = reason.Format(LumPalMsg::BareText | LumPalMsg::Details).ToUtf8();
+    state.successorAt = state.since + successorAfterSeconds;
+    Write();
+}
+
+void MonitorRecord::Stopped() {
+    Enter(Phase::Stopped);
+    Write();
+}
+
+void MonitorRecord::Write() {
+    if (state == written) return;
+    try {
+        state.Write();
+        written = state;
+        failed = false;
+    } catch (const std::exception& e) {
+        if (std::exchange(failed, true)) return;
+        LumPalLog::LogGuarded([&] {
+            return CreateWarn_t("How the cluster monitor stands cannot be written down: %1")
+                   << String_t::FromUtf8(e.what());
+        });
+    }
+}
+
+}  // namespace lumconfd
