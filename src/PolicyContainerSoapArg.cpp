@@ -2,6 +2,7 @@
 
 #include "Exceptions.h"
 #include "FlatSoapArg.h"
+#include "MessageNumbers.h"
 #include "Messages.h"
 #include "Names.h"
 #include "Trace.h"
@@ -11,6 +12,8 @@ namespace LumConf {
 using LumPalStr::String_t;
 using LumVoxRpc::Description;
 using LumVoxSoap::SOAPElement;
+
+static_assert(msg::SoapNoPolicyObject.id == kNoListInAnswer);
 
 /// One child element: the state that its name leads to, and the only state in which the name is known
 /// (Outside: any state inside a header or deeper).

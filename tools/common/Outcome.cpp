@@ -12,6 +12,7 @@
 #include "LumPalMsg.h"
 #include "LumPalNet.h"
 #include "LumSecAuth.h"
+#include "MessageNumbers.h"
 #include "Utils.h"
 #include "common/Arguments.h"
 #include "common/Table.h"
@@ -41,9 +42,8 @@ void Collect(const MessageList_t& messages, int level, std::vector<MessageLine>&
 
 /// The library calls an answer without its list "not found" too, but it tells nothing about the node's policies.
 bool IsListMissing(const LumConf::PolicyNotFoundError& e) {
-    constexpr int kNoListInAnswer = 153;
     const MessageList_t& messages = e.GetMessageList();
-    return messages.GetMessageCount() > 0 && messages.GetMessage(0).GetId() == kNoListInAnswer;
+    return messages.GetMessageCount() > 0 && messages.GetMessage(0).GetId() == LumConf::kNoListInAnswer;
 }
 
 Outcome From(ExitCode code, const LumPalMsg::Exception_t& e) {

@@ -280,6 +280,14 @@ TEST(Mutex, RefusesAnUnlockByAThreadThatDoesNotHoldIt) {
     EXPECT_TRUE(refused);
 }
 
+TEST(Mutex, TellsAnybodyButItsHolderThatHeDoesNotHoldIt) {
+    Mutex_t mutex;
+    EXPECT_THROW(mutex.RequireHeld(), IllegalStateError_t);
+    const MutexLock_t lock(mutex);
+    EXPECT_NO_THROW(mutex.RequireHeld());
+    std::async(std::launch::async, [&] { EXPECT_THROW(mutex.RequireHeld(), IllegalStateError_t); }).get();
+}
+
 TEST(MutexLock, CanBeReleasedEarlyAndAgain) {
     Mutex_t mutex;
     MutexLock_t lock(mutex);
