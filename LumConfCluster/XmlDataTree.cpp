@@ -20,7 +20,7 @@ namespace {
 
 // Far above what a person writes, and few enough for the stack when the tree goes.
 constexpr std::uint32_t kMostOpenElements = 1000;
-constexpr std::uint64_t kMostBytes = 16 * 1024 * 1024;
+constexpr std::uint64_t kMostBytes = 4 * 1024 * 1024;
 
 void CheckSize(const File_t& file) {
     if (file.GetSize() > kMostBytes)

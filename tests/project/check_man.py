@@ -23,7 +23,7 @@ def made_pages():
 
 
 # They say how they are called in a form of their own, by an option of their own, and end as with wrong usage.
-OWN_USAGE = {"lumclusterinfo"}
+OWN_USAGE = {"lumclusterinfo", "lumappinstance"}
 
 
 def run(*command):

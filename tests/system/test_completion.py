@@ -81,6 +81,20 @@ class Words(unittest.TestCase):
                      "lumclusterinfo -node ", "lumclusterinfo -node north -id ", "lumclusterinfo -help -"):
             self.assertEqual(offered(line), [], f"{line}: here is no cluster")
 
+    def test_the_options_of_applications_and_instances_are_offered(self):
+        self.assertEqual(sorted(offered("lumappinstance ")),
+                         sorted(["-h", "-help", "-version", "-i", "-instance", "-is", "-instances", "-ai",
+                                 "-activeInstances", "-vc", "-verifyConfig"]))
+        self.assertEqual(offered("lumappinstance -ver"), ["-verifyConfig", "-version"])
+        for option in ("-i", "-instance"):
+            self.assertEqual(set(offered(f"lumappinstance {option} till ")), {"-st", "-state", "-h", "-host"})
+            self.assertEqual(offered(f"lumappinstance {option} till -host -ap"), ["-appNamespace"])
+        for option in ("-is", "-instances", "-ai", "-activeInstances"):
+            self.assertEqual(set(offered(f"lumappinstance {option} ")), {"-an", "-appNamespace"})
+        for line in ("lumappinstance -vc ", "lumappinstance -zzz ", "lumappinstance -i ", "lumappinstance -is -an ",
+                     "lumappinstance -i till -st -an shop ", "lumappinstance -is -an shop -", "lumappinstance -help -"):
+            self.assertEqual(offered(line), [], f"{line}: here is no cluster")
+
     def test_options_stand_behind_other_words_too(self):
         self.assertEqual(offered("lumpolicy install --force-s"), ["--force-state"])
         self.assertEqual(offered("lumpolicy list --json --type backup --par"), ["--parallel"])

@@ -16,7 +16,7 @@ EXAMPLE = EXAMPLES / "7c1f6a52-2d0e-4b39-9d77-0b6f8a1e4c11_header.xml"
 
 
 # Programs that say their version otherwise than by --version: the option, and what they end with.
-OWN_VERSION = {"lumclusterinfo": ("-version", 3)}
+OWN_VERSION = {"lumclusterinfo": ("-version", 3), "lumappinstance": ("-version", 3)}
 
 
 def cache():

@@ -12,7 +12,7 @@ namespace LumConfCluster {
 /// Namespaces, comments and the order of text and children are not kept. One thread.
 class LUMCONF_API XmlDataTree : public XmlDataNode {
 public:
-    /// Reads the file behind what is in the tree; what was read before a failure stays. A file of more than 16 MiB,
+    /// Reads the file behind what is in the tree; what was read before a failure stays. A file of more than 4 MiB,
     /// with elements more than 1,000 deep, or of which a part stands elsewhere, is refused.
     /// @throws LumConf::ClusterXmlDataTreeException 352 (no XML, or refused), 356
     /// @throws LumPalIo::FileNotFoundException_t 671

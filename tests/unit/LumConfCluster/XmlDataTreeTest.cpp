@@ -233,11 +233,11 @@ TEST_F(XmlDataTreeTest, ElementsAThousandDeepAreReadAndDeeperOnesRefused) {
 
 TEST_F(XmlDataTreeTest, AHugeFileIsRefusedBeforeItIsRead) {
     WriteText(Path(), "<a/>");
-    std::filesystem::resize_file(Path(), 16 * 1024 * 1024 + 1);
+    std::filesystem::resize_file(Path(), 4 * 1024 * 1024 + 1);
     const auto messages = MessagesOf<LumConf::PolicyHeaderException>([&] { tree.Load(File()); });
     EXPECT_NE(messages.Format(LumPalMsg::Text | LumPalMsg::Details)
                   .ToUtf8()
-                  .find("The file is refused. It may have at most '16777216' bytes."),
+                  .find("The file is refused. It may have at most '4194304' bytes."),
               std::string::npos);
     EXPECT_EQ(tree.ChildrenCount(), 0);
 }
