@@ -41,7 +41,14 @@ CallLog::~CallLog() {
 void CallLog::Write(const Words& call) {
     const json line{
         {"words", call}, {"at", Now()}, {"user", getuid()}, {"LANG", Variable("LANG")}, {"LC_ALL", Variable("LC_ALL")}};
-    const std::string text = line.dump(-1, ' ', true, json::error_handler_t::replace) + "\n";
+    WriteLine(line.dump(-1, ' ', true, json::error_handler_t::replace) + "\n");
+}
+
+void CallLog::WriteWaiting(const Words& call) {
+    WriteLine(json{{"waits", call}}.dump(-1, ' ', true, json::error_handler_t::replace) + "\n");
+}
+
+void CallLog::WriteLine(const std::string& text) {
     if (write(file, text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
         throw std::runtime_error(path + ": cannot be written");
     }
@@ -51,7 +58,8 @@ long CallLog::Count(const std::string& pattern) const {
     std::ifstream in(path);
     long count = 0;
     for (std::string line; std::getline(in, line);) {
-        count += Matches(pattern, json::parse(line).value("words", Words()));
+        const json record = json::parse(line);
+        count += record.contains("words") && Matches(pattern, record["words"].get<Words>());
     }
     return count;
 }

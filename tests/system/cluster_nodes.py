@@ -87,11 +87,9 @@ class ClusterNode(Node):
                         self.begun.append(record["at"])
         return [begun for begun in self.begun if begun > moment]
 
-    def calls(self, text):
-        """How often a call with that text was made."""
-        path = self.folder / "calls"
-        records = map(json.loads, path.read_text().splitlines()) if path.exists() else ()
-        return sum(text in " ".join(record.get("words", ())) for record in records)
+    def waits(self):
+        """How often one of its tools has begun to wait."""
+        return (self.folder / "calls").read_text().count('{"waits":')
 
     # What it has.
 

@@ -83,9 +83,9 @@ class OnThreeNodes(unittest.TestCase):
         release = node.folder / "release"
         release.unlink(missing_ok=True)
         self.addCleanup(release.touch)
-        before = node.calls(call)
+        before = node.waits()
         node.see(conducts=[{"call": f"{call}*", "waitFor": str(release)}])
-        wait_until(lambda: node.calls(call) > before, f"{node.name} calls {call}")
+        wait_until(lambda: node.waits() > before, f"{call} waits on {node.name}")
         return release
 
 
