@@ -17,10 +17,14 @@ HOUR_MS = 3600 * 1000
 
 
 def children(pid):
-    try:
-        return [int(child) for child in pathlib.Path(f"/proc/{pid}/task/{pid}/children").read_text().split()]
-    except FileNotFoundError:
-        return []
+    """Those that any thread of the process has started."""
+    found = []
+    for path in pathlib.Path(f"/proc/{pid}/task").glob("*/children"):
+        try:
+            found += [int(child) for child in path.read_text().split()]
+        except (FileNotFoundError, ProcessLookupError):
+            continue
+    return found
 
 
 def descendant(pid, name):

@@ -9,6 +9,7 @@
 #include "Exceptions.h"
 #include "LumConfCluster/ClusterBase.h"
 #include "LumConfCluster/ClusterMonitor.h"
+#include "LumCtrl.h"
 #include "LumPalDaemon.h"
 #include "PolicyContainer.h"
 #include "ProcessNode.h"
@@ -29,8 +30,10 @@ protected:
         Set("CLUSTER_TYPE", "VERITAS Cluster Server (VCS)");
         Set("POLLING_INTERVAL", "1");
         Set("MONITOR_MODE", "true");
+        control.Start();
     }
     ~MonitorOfANode() override {
+        control.Stop();
         LumPalRuntime::SetStopping(false);
         LumPalConfig::ConfigUpdate_t update("");
         update.ClearNamespace("conf.cluster");
@@ -55,6 +58,7 @@ protected:
     VcsNode cluster;
     ProcessNode& node = ProcessNode::Fresh();
     CapturedLog log{node.Root()};
+    LumCtrl::Service control;  ///< consumers would be told
 };
 
 TEST_F(MonitorOfANode, PoliciesFollowTheirGroupUntilItIsStopped) {
@@ -98,7 +102,7 @@ TEST_F(MonitorOfANode, AStoppingProcessDoesNotWaitForTheIntervalNorForATool) {
     ClusterMonitor monitor;
     Install("p", "HARG:noHARG");
     monitor.Start();
-    EXPECT_TRUE(Eventually([&] { return cluster.tools.Count("hagrp -value db State") > 1; }));
+    EXPECT_TRUE(Eventually([&] { return cluster.tools.Count("haclus -value ClusterName") > 1; }));
     const auto begin = steady_clock::now();
     LumPalRuntime::SetStopping(true);
     monitor.Stop();
