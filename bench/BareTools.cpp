@@ -12,6 +12,7 @@ extern char** environ;
 namespace bench {
 namespace {
 
+constexpr int kLargestPipe = 1 << 20;
 const std::string kFolder = "/opt/VRTSvcs/bin/";
 
 std::string ReadAll(int file) {
@@ -56,6 +57,7 @@ void RunSystems(int systems) {
 std::string RunBare(const std::vector<std::string>& words) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+    fcntl(ends[1], F_SETPIPE_SZ, kLargestPipe);
     const pid_t child = Spawn(words, ends[1]);
     close(ends[1]);
     int status = 0;
@@ -75,6 +77,12 @@ void RunBareGroups(int systems, int groups) {
         for (int k = 0; k < systems; ++k) Tool("hasys", {"-value", "system" + std::to_string(k), "NodeId"});
         for (int k = 0; k < systems; ++k) Tool("hagrp", {"-state", group, "-sys", "system" + std::to_string(k)});
     }
+}
+
+void RunBareCycle(int systems, int groups) {
+    Tool("haclus", {"-value", "ClusterName"});
+    RunBareGroups(systems, groups);
+    RunSystems(systems);
 }
 
 }  // namespace bench

@@ -32,6 +32,8 @@ void MeasureInstall(Session& session);
 void MeasureList(Session& session);
 /// The groups and the name of a simulated cluster against its tools run by bare calls.
 void MeasureCluster(Session& session);
+/// A cycle of the monitor on a large cluster against its tools run by bare calls; the daemon between two cycles.
+void MeasureMonitor(Session& session);
 /// A change of many policies against the bare work on files; changes, lists and dry runs: ten times the policies.
 void MeasureChange(Session& session);
 

@@ -1,8 +1,17 @@
-// What asking a cluster costs beside the tools of its product.
+// What asking a cluster and following it costs beside the tools of its product.
+#include <sstream>
+#include <vector>
+
 #include "Benchmarks.h"
 #include "ClusterBox.h"
+#include "IdleDaemon.h"
 
 namespace bench {
+namespace {
+
+constexpr double kMostOfACore = 0.001;
+
+}  // namespace
 
 void MeasureCluster(Session& session) {
     const int systems = session.Choose(8, 2), groups = session.Choose(50, 2);
@@ -13,6 +22,18 @@ void MeasureCluster(Session& session) {
     session.Add({"lumclusterinfo -cluster -name", name.Ratios(), 1.3, Times(name)});
     const Pairs tools = MeasureInCluster({"tools", systems, groups, starts});
     session.Add({"the same to its tools alone", tools.Ratios(), {}, Times(tools)});
+}
+
+void MeasureMonitor(Session& session) {
+    const Pairs cycles =
+        MeasureInCluster({"cycle", session.Choose(8, 2), session.Choose(500, 2), session.Choose(2, 1)});
+    session.Add({"cycle of 500 groups on 8 systems", cycles.Ratios(), 1.1, Times(cycles)});
+    const std::vector<double> shares = SharesBetweenCycles(session.Choose(10, 1), session.Choose(2000, 50));
+    std::ostringstream note;
+    note << "of a core: " << 100 * Median(shares) << " %";
+    std::vector<double> ratios;
+    for (const double share : shares) ratios.push_back(share / kMostOfACore);
+    session.Add({"daemon between cycles to 0.1 %", ratios, 1.0, note.str()});
 }
 
 }  // namespace bench

@@ -13,6 +13,7 @@
 
 #include "BareTools.h"
 #include "LumConfCluster/Cluster.h"
+#include "MonitoredRoot.h"
 #include "TempRoot.h"
 
 namespace bench {
@@ -26,20 +27,6 @@ fs::path Self() {
 
 std::string BuildFolder() {
     return Self().parent_path().parent_path();
-}
-
-/// No group is online, so that every system is asked for its state.
-void Describe(const std::string& path, int systems, int groups) {
-    std::ostringstream names, all;
-    for (int i = 0; i < systems; ++i) names << (i ? ", " : "") << "\"system" << i << "\"";
-    for (int i = 0; i < systems; ++i) all << (i ? ", " : "") << "{\"name\": \"system" << i << "\"}";
-    std::ofstream file(path);
-    file << "{\"product\": \"vcs\", \"name\": \"measured\", \"host\": \"system0\", \"systems\": [" << all.str()
-         << "], \"groups\": [";
-    for (int i = 0; i < groups; ++i) {
-        file << (i ? ", " : "") << "{\"name\": \"group" << i << "\", \"systems\": [" << names.str() << "]}";
-    }
-    file << "]}\n";
 }
 
 long CountCalls() {
@@ -70,6 +57,22 @@ Pairs CompareGroups(int systems, int groups, int count) {
         count, [&] { cluster.GetGroups(); }, [&] { RunBareGroups(systems, groups); });
 }
 
+/// Takes minutes: the tools of all pairs are counted in the end.
+Pairs CompareCycle(const ClusterTask& task) {
+    MonitoredRoot root;
+    const auto cycle = [&] { root.RunCycle(); };
+    const auto reference = [&] { RunBareCycle(task.systems, task.groups); };
+    const long before = CountCalls();
+    cycle();
+    const long ofOne = CountCalls() - before;
+    const Pairs pairs = RunPairs(
+        task.pairs, [&] { return Seconds(cycle); }, [&] { return Seconds(reference); });
+    if (CountCalls() - before != ofOne * (1 + 2 * (task.pairs + 1))) {
+        throw std::runtime_error("the reference does not run as many tools as a cycle");
+    }
+    return pairs;
+}
+
 std::string Program() {
     return BuildFolder() + "/tools/lumclusterinfo";
 }
@@ -93,20 +96,39 @@ Pairs CompareName(int count) {
 
 Pairs Run(const ClusterTask& task) {
     const std::string name = task.name;
+    if (name == "cycle") return CompareCycle(task);
     if (name == "groups") return CompareGroups(task.systems, task.groups, task.pairs);
     return name == "name" ? CompareName(task.pairs) : Compare(task.pairs, AskForName, RunToolsOfName);
 }
 
 }  // namespace
 
+std::string ClusterSimulator() {
+    return BuildFolder() + "/tests/lumclustersim";
+}
+
+void DescribeCluster(const std::string& path, int systems, int groups) {
+    std::ostringstream names, all;
+    for (int i = 0; i < systems; ++i) names << (i ? ", " : "") << "\"system" << i << "\"";
+    for (int i = 0; i < systems; ++i) all << (i ? ", " : "") << "{\"name\": \"system" << i << "\"}";
+    std::ofstream file(path);
+    file << "{\"product\": \"vcs\", \"name\": \"measured\", \"host\": \"system0\", \"systems\": [" << all.str()
+         << "], \"groups\": [";
+    for (int i = 0; i < groups; ++i) {
+        file << (i ? ", " : "") << "{\"name\": \"group" << i << "\", \"systems\": [" << names.str() << "]}";
+    }
+    file << "]}\n";
+}
+
 Pairs MeasureInCluster(const ClusterTask& task) {
     std::string folder = "/tmp/lumbench-XXXXXX";
     if (!mkdtemp(folder.data())) throw std::runtime_error("cannot make a folder");
-    Describe(folder + "/cluster.json", task.systems, task.groups);
+    DescribeCluster(folder + "/cluster.json", task.systems, task.groups);
+    if (task.name == std::string("cycle")) FillMonitoredRoot(folder, task.groups);
     std::ostringstream command;
-    command << "LUM_ROOT='" << folder << "' LANG=C LC_ALL=C '" << BuildFolder() << "/tests/lumclustersim' '" << folder
-            << "' '" << Self().string() << "' --in-cluster " << task.name << " " << task.systems << " " << task.groups
-            << " " << task.pairs << " >'" << folder << "/pairs'";
+    command << "LUM_ROOT='" << folder << "' LANG=C LC_ALL=C '" << ClusterSimulator() << "' '" << folder << "' '"
+            << Self().string() << "' --in-cluster " << task.name << " " << task.systems << " " << task.groups << " "
+            << task.pairs << " >'" << folder << "/pairs'";
     const int status = std::system(command.str().c_str());
     Pairs pairs;
     std::ifstream file(folder + "/pairs");

@@ -1,8 +1,8 @@
 #include <map>
-#include <mutex>
 
 #include "LumPalDaemon.h"
 #include "LumPalIo.h"
+#include "LumPalPlainMutex.h"
 #include "LumPalRuntime.h"
 
 namespace LumPalRuntime {
@@ -15,8 +15,8 @@ constexpr const char* kLockFile = "lumconfd.lock";
 
 /// The locks that this process has, by their paths. Never destroyed: objects of all kinds may outlive it.
 struct Held {
-    std::mutex mutex;
-    std::map<String_t, std::weak_ptr<InstanceLock_t>> locks;  ///< guarded by mutex
+    LumPalThread::PlainMutex_t mutex;
+    std::map<String_t, std::weak_ptr<InstanceLock_t>> locks LUMPAL_GUARDED_BY(mutex);
 };
 
 Held& TheHeld() {
@@ -32,8 +32,9 @@ String_t RootLock_t::GetPath() {
 
 bool RootLock_t::TryTake() {
     const String_t path = GetPath();
-    const std::lock_guard lock(TheHeld().mutex);
-    std::weak_ptr<InstanceLock_t>& known = TheHeld().locks[path];
+    Held& all = TheHeld();
+    const LumPalThread::PlainLock_t lock(all.mutex);
+    std::weak_ptr<InstanceLock_t>& known = all.locks[path];
     // A second lock of the file would be refused, though this process has the first one.
     if ((held = known.lock())) return true;
     LumPalIo::File_t(Dir_t::Path(Root)).Mkdirs();

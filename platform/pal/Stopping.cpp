@@ -2,9 +2,9 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <mutex>
 
 #include "LumPalDaemon.h"
+#include "LumPalPlainMutex.h"
 
 namespace LumPalRuntime {
 
@@ -14,7 +14,7 @@ std::atomic<bool> stopping{false};
 
 /// Never destroyed: threads may sleep on it until the process ends.
 struct Sleepers {
-    std::mutex mutex;
+    LumPalThread::PlainMutex_t mutex;
     std::condition_variable woken;
 };
 
@@ -27,7 +27,7 @@ Sleepers& TheSleepers() {
 
 void SetStopping(bool value) noexcept {
     // Under the mutex, so that nobody looks before and falls asleep behind it.
-    const std::lock_guard lock(TheSleepers().mutex);
+    const LumPalThread::PlainLock_t lock(TheSleepers().mutex);
     stopping = value;
     TheSleepers().woken.notify_all();
 }
@@ -37,8 +37,10 @@ bool IsStopping() noexcept {
 }
 
 bool WaitForStopping(std::uint32_t milliseconds) {
-    std::unique_lock lock(TheSleepers().mutex);
-    return TheSleepers().woken.wait_for(lock, std::chrono::milliseconds(milliseconds), [] { return stopping.load(); });
+    const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    LumPalThread::PlainLock_t lock(TheSleepers().mutex);
+    while (!stopping && TheSleepers().woken.wait_until(lock.ForWait(), until) != std::cv_status::timeout) continue;
+    return stopping;
 }
 
 }  // namespace LumPalRuntime

@@ -16,6 +16,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <set>
 #include <stdexcept>
 
@@ -90,6 +91,12 @@ public:
         WriteFile(place, file.text);
         fs::permissions(place, fs::perms(0755));
     }
+    /// The names of hosts, beside which none is known but localhost.
+    void AddHosts(const std::map<std::string, std::string>& hosts) {
+        std::string text = "127.0.0.1 localhost\n";
+        for (const auto& [name, address] : hosts) text += address + " " + name + "\n";
+        WriteFile(Place("/etc/hosts"), text);
+    }
     void Mount() const {
         for (const fs::path& top : tops) {
             const std::string options = "lowerdir=" + (base / "layer").string() + top.string() + ":" + top.string();
@@ -121,6 +128,7 @@ void PlaceTools(const fs::path& folder, const Description& cluster) {
     for (const ProductTool& tool : product.Tools()) {
         if (isThere(tool.path)) layer.AddTool(tool.path);
     }
+    if (!cluster.hosts.empty()) layer.AddHosts(cluster.hosts);
     layer.Mount();
 }
 
@@ -222,9 +230,8 @@ int RunInBox(const BoxOptions& options) {
     MakeLog(options.folder + "/" + kCallsFile);
     MakeNamespaces();
     PlaceTools(options.folder, cluster);
-    if (!cluster.host.empty()) {
-        Check(sethostname(cluster.host.data(), cluster.host.size()) == 0, "the name of the host");
-    }
+    const std::string& host = options.host.empty() ? cluster.host : options.host;
+    if (!host.empty()) Check(sethostname(host.data(), host.size()) == 0, "the name of the host");
     return RunFirst(options);
 }
 

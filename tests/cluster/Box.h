@@ -15,6 +15,7 @@ inline constexpr int kNoBox = 125;
 
 struct BoxOptions {
     std::string folder;                ///< of the cluster, an absolute path; holds its description
+    std::string host;                  ///< the name of this node; empty: the one of the description
     std::optional<uid_t> user;         ///< runs the program, with a group of the same number
     std::vector<std::string> command;  ///< the program, looked up in PATH, and its arguments
 };

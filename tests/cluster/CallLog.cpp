@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <fnmatch.h>
 #include <sys/file.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -14,6 +15,13 @@ namespace sim {
 namespace {
 
 using nlohmann::json;
+
+/// Seconds of the clock that every process of this machine shares, and that nobody sets.
+double Now() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
+}
 
 json Variable(const char* name) {
     const char* value = std::getenv(name);
@@ -31,8 +39,16 @@ CallLog::~CallLog() {
 }
 
 void CallLog::Write(const Words& call) {
-    const json line{{"words", call}, {"user", getuid()}, {"LANG", Variable("LANG")}, {"LC_ALL", Variable("LC_ALL")}};
-    const std::string text = line.dump(-1, ' ', true, json::error_handler_t::replace) + "\n";
+    const json line{
+        {"words", call}, {"at", Now()}, {"user", getuid()}, {"LANG", Variable("LANG")}, {"LC_ALL", Variable("LC_ALL")}};
+    WriteLine(line.dump(-1, ' ', true, json::error_handler_t::replace) + "\n");
+}
+
+void CallLog::WriteWaiting(const Words& call) {
+    WriteLine(json{{"waits", call}}.dump(-1, ' ', true, json::error_handler_t::replace) + "\n");
+}
+
+void CallLog::WriteLine(const std::string& text) {
     if (write(file, text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
         throw std::runtime_error(path + ": cannot be written");
     }
@@ -42,7 +58,8 @@ long CallLog::Count(const std::string& pattern) const {
     std::ifstream in(path);
     long count = 0;
     for (std::string line; std::getline(in, line);) {
-        count += Matches(pattern, json::parse(line).value("words", Words()));
+        const json record = json::parse(line);
+        count += record.contains("words") && Matches(pattern, record["words"].get<Words>());
     }
     return count;
 }

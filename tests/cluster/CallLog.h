@@ -21,10 +21,14 @@ public:
     /// Writes a call down: its words, the user, and what its environment says of language.
     /// @param call  the tool's name without its folder, and its words. @throws std::runtime_error
     void Write(const Words& call);
+    /// Writes down that it begins to wait for a file. @throws std::runtime_error
+    void WriteWaiting(const Words& call);
     /// How many calls of the log match a pattern, the one that was written last included.
     long Count(const std::string& pattern) const;
 
 private:
+    void WriteLine(const std::string& text);
+
     std::string path;
     int file;
 };

@@ -102,11 +102,13 @@ Conduct ReadConduct(const json& from) {
 
 Description Read(const json& from) {
     CheckKeys(from, "a cluster",
-              {"product", "name", "host", "files", "missing", "systems", "groups", "conducts", "separators"});
+              {"product", "name", "host", "hosts", "files", "missing", "systems", "groups", "conducts", "separators"});
     Description description;
     description.product = Text(from, "product");
     description.name = Text(from, "name");
     description.host = Text(from, "host");
+    const json hosts = from.value("hosts", json::object());
+    for (const auto& [name, address] : hosts.items()) description.hosts[name] = Text(address);
     description.missing = from.value("missing", Words());
     description.separators = from.value("separators", false);
     for (const json& file : from.value("files", json::array())) description.files.push_back(ReadFile(file));

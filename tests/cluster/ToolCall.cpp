@@ -73,6 +73,7 @@ int AnswerCall(const std::string& folder, const Words& call) {
         CallLog log(folder + "/" + kCallsFile);
         log.Write(call);
         if (const Conduct* found = ConductOf(cluster, log, call)) conduct = *found;
+        if (!conduct.waitFor.empty()) log.WriteWaiting(call);
     }
     if (!conduct.waitFor.empty()) {
         WaitFor(conduct.waitFor);

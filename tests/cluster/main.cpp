@@ -15,17 +15,25 @@ constexpr char kOwnName[] = "lumclustersim";
 
 int Usage() {
     std::cerr
-        << "usage: lumclustersim [--user UID] FOLDER PROGRAM [ARGUMENT...]\n"
+        << "usage: lumclustersim [--host NAME] [--user UID] FOLDER PROGRAM [ARGUMENT...]\n"
            "Runs a program on a node of the cluster that FOLDER/cluster.json describes; what its tools were asked\n"
            "stands in FOLDER/calls. Ends with the program's code, or with 125 when no namespaces can be made.\n";
     return 2;
 }
 
+/// What stands behind an option that comes first, which is taken away; empty where it does not.
+std::string TakeOption(sim::Words& words, const char* option) {
+    if (words.size() <= 2 || words[0] != option) return "";
+    const std::string value = words[1];
+    words.erase(words.begin(), words.begin() + 2);
+    return value;
+}
+
 int RunBox(sim::Words words) {
     sim::BoxOptions options;
-    if (words.size() > 2 && words[0] == "--user") {
-        options.user = static_cast<uid_t>(std::stoul(words[1]));
-        words.erase(words.begin(), words.begin() + 2);
+    if (const std::string name = TakeOption(words, "--host"); !name.empty()) options.host = name;
+    if (const std::string user = TakeOption(words, "--user"); !user.empty()) {
+        options.user = static_cast<uid_t>(std::stoul(user));
     }
     if (words.size() < 2 || words[0].empty() || words[0][0] == '-') return Usage();
     options.folder = std::filesystem::canonical(words[0]);

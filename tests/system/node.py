@@ -170,8 +170,12 @@ class Node:
 
     # The tools.
 
+    def command(self, name, *arguments):
+        """What runs a tool where the node is."""
+        return [TOOLS / name, *map(str, arguments)]
+
     def tool(self, name, *arguments, environment=None, user=None, timeout=PATIENCE_S):
-        return Result(subprocess.run([TOOLS / name, *map(str, arguments)], env=environment or self.environment(),
+        return Result(subprocess.run(self.command(name, *arguments), env=environment or self.environment(),
                                      stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=timeout,
                                      user=user, group=user, extra_groups=[] if user else None))
 
@@ -196,7 +200,7 @@ class Consumer:
     def __init__(self, node, name, events, arguments=()):
         self.path = node.folder / f"events.{name}"
         with open(self.path, "wb") as out:
-            self.process = subprocess.Popen([TOOLS / "lumevents", "--name", name, *arguments, *events],
+            self.process = subprocess.Popen(node.command("lumevents", "--name", name, *arguments, *events),
                                             env=node.environment(), stdin=subprocess.DEVNULL, stdout=out,
                                             stderr=subprocess.PIPE, text=True)
         node.processes.append(self.process)

@@ -31,6 +31,7 @@ ROWS = {
               "proof of 1 MB, P-256", "proof of 1 MB, Ed25519", "verify 1,000 installed policies"],
     "cluster": ["50 groups on 8 systems", "lumclusterinfo -cluster -name",
                 "the same to its tools alone"],
+    "monitor": ["cycle of 500 groups on 8 systems", "daemon between cycles to 0.1 %"],
     "tls": ["handshake with both certificates", "call on a kept TLS connection", "call that proves the secret"],
     "told": ["set of a value", "install until a process is told", "the same beside 1,000 policies",
              "the same beside 1,000, cached"],
