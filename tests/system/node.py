@@ -19,6 +19,8 @@ EXAMPLES = ROOT / "examples/policies"
 TRIAL_SECONDS = int(os.environ.get("LUM_TRIAL_SECONDS", "2"))
 SLOWNESS = int(os.environ.get("LUM_SLOWNESS", "1"))
 PATIENCE_S = 30 * SLOWNESS
+# With a sanitizer: some limits of the system cannot be tried, since it needs memory and descriptors itself.
+IS_SANITIZED = b"san.so" in subprocess.run(["ldd", TOOLS / "lumconfd"], capture_output=True, check=True).stdout
 
 DONE, FAILED, WRONG_USAGE, NOTHING_TO_DO, NOT_FOUND, REFUSED, UNREACHABLE, UNTOLD = range(8)
 

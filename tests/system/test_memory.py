@@ -5,17 +5,15 @@ import os
 import pathlib
 import re
 import socket
-import subprocess
 import threading
 import unittest
 
 import wire
-from node import PATIENCE_S, TOOLS, Node, header, wait_until
+from node import IS_SANITIZED, PATIENCE_S, Node, header, wait_until
 
 MEGABYTE = 1 << 20
 
 # A sanitizer keeps what was freed, and a shadow of everything: there only a growth without bound can be seen.
-IS_SANITIZED = b"san.so" in subprocess.run(["ldd", TOOLS / "lumconfd"], capture_output=True, check=True).stdout
 MOST_TIMES = 40 if IS_SANITIZED else 4
 MOST_KEPT = (10 << 30 if IS_SANITIZED else 10 * MEGABYTE)
 LARGE = (60 if os.environ.get("LUM_LONG") else 24) * MEGABYTE
