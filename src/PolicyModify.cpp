@@ -143,7 +143,7 @@ void PolicyOperation::ModifyCategory(const String_t& originator, const String_t&
     try {
         words = adds ? DistinctWords(categories) : WordsAmong(categories, CategoriesOf(*Cache(), selected));
     } catch (const LumPalMsg::IllegalArgumentError_t&) {
-        Audit(originator, AuditLog::Category, false);
+        Audit(originator, AuditLog::Category, Outcome::Failure);
         throw;
     }
     const HashedTexts<String_t> unwanted(adds ? Ids() : words);
