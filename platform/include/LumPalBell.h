@@ -39,7 +39,7 @@ private:
 };
 
 /// A thread that makes a step, sleeps on a bell, and makes the next one, until it is stopped. The first step is made at
-/// once. Who owns it destroys it before what the step uses.
+/// once, unless it was stopped before and did not ring. Who owns it destroys it before what the step uses.
 class LUMPAL_API StepThread_t : private Runnable_i {
 public:
     /// How long a step lets the thread sleep when it answers this: until the bell rings.

@@ -60,7 +60,8 @@ void StepThread_t::Finish() {
 }
 
 void StepThread_t::Run(const Thread_t&) {
-    Bell_t::Heard heard = bell.IsStopped() ? Bell_t::Heard::Stop : Bell_t::Heard::TimeOver;
+    // What rang before the start is heard, though it was stopped since; the first step is the answer to it.
+    Bell_t::Heard heard = bell.Wait(std::chrono::milliseconds(0));
     while (heard != Bell_t::Heard::Stop) {
         const std::chrono::milliseconds pause = StepGuarded();
         heard = pause == kUntilRing ? bell.Wait() : bell.Wait(pause);

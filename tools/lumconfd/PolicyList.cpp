@@ -77,6 +77,7 @@ PolicyList::PolicyList()
       keys([this] { thread.Ring(); }) {
     RemoveLeftAside(keys.Get().listName);
     LumConf::ConfigServer::TellOfChanges([this] { thread.Ring(); });
+    thread.Ring();  // written once, however soon the object goes
     try {
         thread.Start();
     } catch (...) {

@@ -127,6 +127,19 @@ TEST(StepThread, OneThatIsStoppedBeforeItStartsMakesNoStep) {
     EXPECT_TRUE(thread.IsStopped());
 }
 
+TEST(StepThread, WhatRangBeforeTheStopIsAnsweredByOneStep) {
+    int made = 0;
+    StepThread_t thread("steps", kFailure, [&](Bell_t&) {
+        ++made;
+        return StepThread_t::kUntilRing;
+    });
+    thread.Ring();
+    thread.Stop();
+    thread.Start();
+    thread.Finish();
+    EXPECT_EQ(made, 1);
+}
+
 TEST(StepThread, AStepSeesThatItShallEnd) {
     std::promise<void> inside;
     StepThread_t thread("steps", kFailure, [&](Bell_t& bell) {
