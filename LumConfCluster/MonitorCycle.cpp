@@ -85,6 +85,15 @@ bool MonitorCycle::SeeCluster() {
 void MonitorCycle::Step() {
     try {
         Cycle();
+    } catch (const Exception_t& e) {
+        if (!LumPalRuntime::IsStopping()) return TellFailure();
+        LUMCONF_TRACE(trace::Cluster, e.GetMessageList());  // of tools and requests that were given up
+    }
+}
+
+void MonitorCycle::TellFailure() {
+    try {
+        throw;
     } catch (const ClusterException& e) {
         TellAsMonitor(Make(msg::MonitorClusterFailed, e));
     } catch (const ConfException& e) {

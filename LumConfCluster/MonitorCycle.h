@@ -35,13 +35,16 @@ public:
     /// @throws LumPalMsg::IllegalStateError_t 622 in vain, unless the monitor was stopped meanwhile; what reading the
     ///         configuration throws
     void Begin();
-    /// One cycle. A failure of the cluster or of policy work is told (268, 269) and ends it.
+    /// One cycle. A failure of the cluster or of policy work is told (268, 269) and ends it; in a process that is
+    /// stopping every failure does, without a word.
     /// @throws LumConf::ClusterException 270, told, for everything else; the monitor does not run any more then
     void Step();
 
 private:
     bool SeeCluster();
     void Cycle();
+    /// Of the exception that is being handled.
+    void TellFailure();
     void Follow(const LocalName& local);
     bool IsGivenUp() const;
 

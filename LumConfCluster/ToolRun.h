@@ -13,9 +13,9 @@ namespace LumConfCluster {
 /// What a tool may take.
 struct ToolLimits {
     std::uint32_t timeMs = 0;  ///< 0 is none
-    const char* timeKey = "";  ///< of "conf.cluster", where the time comes from
     std::size_t bytes = std::size_t{64} << 20;
     std::size_t lines = 1000000;
+    const char* timeKey = "";  ///< of "conf.cluster", where the time comes from
 };
 
 /// Those of this node: TOOL_TIMEOUT of "conf.cluster", and COMMAND_TIMEOUT for the commands of applications.

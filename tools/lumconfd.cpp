@@ -82,7 +82,7 @@ void WaitForStop(const std::function<void()>& reload, const LumPalRuntime::Signa
 
 /// It is held up where nothing can be given up, as by the name service: it is left alone, and ends with the process.
 [[noreturn]] void LeaveMonitor() {
-    LumPalLog::LogGuarded([] { return LumPalMsg::CreateWarning_t("The cluster monitor did not end in time."); });
+    LumPalLog::LogGuarded([] { return LumPalMsg::CreateWarn_t("The cluster monitor did not end in time."); });
     std::cerr.flush();
     std::_Exit(kDone);
 }

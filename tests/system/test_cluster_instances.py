@@ -4,15 +4,17 @@ import copy
 import os
 import pty
 import re
+import shutil
 import subprocess
 import unittest
 from xml.sax.saxutils import escape
 
 from cluster import Cluster, THREE_SYSTEMS
-from node import PATIENCE_S, ROOT, TOOLS, Result
+from node import BUILD, PATIENCE_S, ROOT, TOOLS, Result
 
 DONE, FAILED, USAGE, VERSION, DUPLICATES = range(5)
 EXAMPLES = ROOT / "examples/cluster"
+STRANGER = 54321
 
 USAGE_TEXT = """\
 
@@ -293,6 +295,25 @@ class Files(OnACluster):
         self.assert_fails(self.ask(cluster, "-is"), "Error during parsing configuration of application.",
                           f"Runtime exception while reading xml file: '{path}'.")
 
+    def test_a_file_that_another_user_may_not_read_is_named(self):
+        cluster = self.cluster()
+        programs = cluster.folder / "programs"
+        programs.mkdir()
+        # A copy, since the folder of the build need not be open to everybody.
+        for file in (TOOLS / "lumappinstance", *BUILD.glob("*/lib*.so*")):
+            shutil.copy(file, programs)
+        for path in (programs, *programs.iterdir()):
+            path.chmod(0o755)
+        path = cluster.root / "conf/conf/apminfo.xml"
+        path.chmod(0o600)
+        environment = cluster.environment(LD_LIBRARY_PATH=str(programs))
+        result = cluster.info("-is", program=programs / "lumappinstance", user=STRANGER, environment=environment)
+        self.assert_fails(result, "Error during parsing configuration of application.",
+                          f"Runtime exception while reading xml file: '{path}'.")
+        path.chmod(0o644)
+        result = cluster.info("-is", program=programs / "lumappinstance", user=STRANGER, environment=environment)
+        self.assertEqual((result.code, result.out), (DONE, SHOP + TILL_ON["beta"] + STOCK), result.err)
+
     def test_a_name_that_leads_elsewhere_opens_nothing(self):
         cluster = self.cluster()
         self.put(cluster, "evil.apm.xml", (EXAMPLES / "shop.apm.xml").read_text(encoding="utf-8"))
@@ -356,6 +377,17 @@ class Tools(OnACluster):
         callers = [cluster.start(TOOLS / "lumappinstance", "-is", stdout=subprocess.PIPE) for _ in range(8)]
         for caller in callers:
             self.assertEqual(caller.communicate(timeout=PATIENCE_S)[0].decode(), SHOP + TILL_ON["beta"] + STOCK)
+
+    def test_too_few_descriptors_are_a_clear_failure(self):
+        cluster = self.cluster()
+        for limit in range(3, 12):
+            result = cluster.run("sh", "-c", f'ulimit -n {limit}; exec "$0" -i stock -st', str(TOOLS / "lumappinstance"))
+            if result.code == DONE:
+                self.assertEqual(result.out, "Online\n")
+            else:
+                self.assertEqual(result.out, "")
+                self.assertNotEqual(result.err, "", limit)
+                self.assertLess(result.code, 128, "no signal ended it")
 
     def test_nothing_is_written_by_asking(self):
         cluster = self.cluster()

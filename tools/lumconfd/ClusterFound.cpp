@@ -14,7 +14,7 @@ using LumConf::ConfBase;
 using LumConfCluster::ClusterType;
 using LumPalConfig::Configuration_t;
 using LumPalMsg::CreateInfo_t;
-using LumPalMsg::CreateWarning_t;
+using LumPalMsg::CreateWarn_t;
 using LumPalStr::String_t;
 
 namespace {
@@ -49,10 +49,9 @@ void SayWhichIsFollowed(ClusterType product) {
     for (int i = 0; i < static_cast<int>(ClusterType::Unknown); ++i) {
         const auto type = static_cast<ClusterType>(i);
         if (type == product || configured != LumConfCluster::DisplayText(type)) continue;
-        LumPalLog::Log(
-            CreateWarning_t("CLUSTER_TYPE of conf.cluster names '%1', which is another product: no cluster is "
-                            "seen until that is changed.")
-            << configured);
+        LumPalLog::Log(CreateWarn_t("CLUSTER_TYPE of conf.cluster names '%1', which is another product: no cluster is "
+                                    "seen until that is changed.")
+                       << configured);
     }
 }
 

@@ -11,7 +11,7 @@
 namespace lumconfd {
 
 using LumPalMsg::CreateInfo_t;
-using LumPalMsg::CreateWarning_t;
+using LumPalMsg::CreateWarn_t;
 using LumPalStr::String_t;
 using lumtools::InstanceSide;
 using lumtools::MonitorState;
@@ -79,7 +79,7 @@ void MonitorRecord::Tell(const InstanceSide& side) const {
                   : "The instance '%1' of the application '%2' has left this node while nobody watched: its stop "
                     "commands are not run for it.";
     LumPalLog::LogGuarded(
-        [&] { return CreateWarning_t(text) << String_t::FromUtf8(side.name) << String_t::FromUtf8(side.application); });
+        [&] { return CreateWarn_t(text) << String_t::FromUtf8(side.name) << String_t::FromUtf8(side.application); });
 }
 
 /// Who is back where his commands have left him has not changed.
@@ -93,8 +93,8 @@ void MonitorRecord::Ended(const LumPalMsg::MessageList_t& reason, std::int64_t s
     hasEnded = true;
     LumPalLog::LogGuarded([&] {
         LumPalMsg::CreateMessage_t line =
-            CreateWarning_t("The cluster monitor has ended. A successor starts in %1 seconds.")
-            << successorAfterSeconds;
+            CreateWarn_t("The cluster monitor has ended. A successor starts in %1 seconds.")
+            << LumPalStr::NumToStr(static_cast<long long>(successorAfterSeconds));
         return line.AddDetails(reason);
     });
     Enter(Phase::Waiting);
@@ -118,7 +118,7 @@ void MonitorRecord::Write() {
     } catch (const std::exception& e) {
         if (std::exchange(failed, true)) return;
         LumPalLog::LogGuarded([&] {
-            return CreateWarning_t("How the cluster monitor stands cannot be written down: %1")
+            return CreateWarn_t("How the cluster monitor stands cannot be written down: %1")
                    << String_t::FromUtf8(e.what());
         });
     }

@@ -7,6 +7,7 @@
 
 #include "AppConfig.h"
 #include "Configure.h"
+#include "HostName.h"
 #include "Raised.h"
 #include "Tenfold.h"
 

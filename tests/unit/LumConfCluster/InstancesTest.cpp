@@ -5,6 +5,7 @@
 #include "AppConfig.h"
 #include "ApplicationImpl.h"
 #include "Configure.h"
+#include "HostName.h"
 #include "InstanceImpl.h"
 #include "LumPalNet.h"
 #include "Raised.h"

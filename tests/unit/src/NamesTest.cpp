@@ -56,6 +56,7 @@ TEST(Names, EveryNameIsSpeltAsPeersSpellIt) {
         {names::DumpFilename, "lum_policies.txt"},
         {names::Utf8, "UTF-8"},
         {names::ApplicationListFile, "apminfo.xml"},
+        {names::ApplicationFileSuffix, ".apm.xml"},
         {names::TemporaryFilePrefix, "POL"},
         {names::RpcPath, "/voxrpcserver"},
         {names::RpcCheckPolicyPath, "/checkpolicy/voxrpcserver"},

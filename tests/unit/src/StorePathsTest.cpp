@@ -24,6 +24,8 @@ TEST(StorePaths, FilesStandInTheirDirectories) {
     EXPECT_EQ(paths::SettingsFile().GetAbsolutePath(), root.Path("etc/pal/config/policy_settings.ini"));
     EXPECT_EQ(paths::NewSettingsFile().GetAbsolutePath(), root.Path("etc/pal/config/new_policy_settings.ini"));
     EXPECT_EQ(paths::ApplicationListFile().GetAbsolutePath(), root.Path("conf/conf/apminfo.xml"));
+    EXPECT_EQ(paths::ApplicationFile("shop").GetAbsolutePath(), root.Path("bin/instrumentation/conf/shop.apm.xml"));
+    EXPECT_EQ(paths::OtherApplicationFile("shop").GetAbsolutePath(), root.Path("bin/instrumentation/shop.apm.xml"));
 }
 
 TEST(StorePaths, NothingIsCreated) {

@@ -24,6 +24,32 @@ TEST(ClusterKeys, GoodValuesAreNotMentioned) {
         EXPECT_EQ(SaidOf("TOOL_TIMEOUT", seconds).find("TOOL_TIMEOUT"), std::string::npos) << seconds;
 }
 
+TEST(ClusterKeys, WhatADaemonFillsMayBeEmpty) {
+    const TempRoot root;
+    for (const char* key : {"CLUSTER_TYPE", "POLLING_INTERVAL", "MONITOR_MODE"})
+        EXPECT_EQ(SaidOf(key, "").find(key), std::string::npos) << key;
+}
+
+TEST(ClusterKeys, TheKeysOfTheMonitorAreKnown) {
+    const TempRoot root;
+    struct Row {
+        const char *key, *good, *bad;
+    };
+    const Row rows[] = {{"POLLING_INTERVAL", "1", "0"},
+                        {"POLLING_INTERVAL", "2147483647", "2147483648"},
+                        {"POLLING_INTERVAL", "10000", "ten"},
+                        {"MONITOR_MODE", "on", "perhaps"},
+                        {"MAX_RETRIES_FOR_CLUSTERUP", "5", "many"},
+                        {"COMMAND_TIMEOUT", "30", "30s"},
+                        {"COMMAND_TIMEOUT", "0", "-1"}};
+    for (const Row& row : rows) {
+        EXPECT_NE(SaidOf(row.key, row.bad).find("[conf.cluster] " + std::string(row.key) + "=" + row.bad + ": must be"),
+                  std::string::npos)
+            << row.key;
+        EXPECT_EQ(SaidOf(row.key, row.good).find(row.key), std::string::npos) << row.key;
+    }
+}
+
 TEST(ClusterKeys, AWrongValueIsToldWithItsKey) {
     const TempRoot root;
     for (const char* product : {"VCS", "veritas cluster server (vcs)", "VERITAS Cluster Server"})
