@@ -32,7 +32,7 @@ install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 file(GLOB pages CONFIGURE_DEPENDS packaging/man/*.8)
 install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man8)
 # The shell looks for a program's completion by its name.
-foreach(program lumpolicy lumsettings lumtrust lumevents lumclusterinfo lumappinstance lumconfd)
+foreach(program lumpolicy lumsettings lumtrust lumevents lumclusterinfo lumappinstance lumcluster lumconfd)
   install(FILES packaging/completion/lumpolicy DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
     RENAME ${program})
 endforeach()

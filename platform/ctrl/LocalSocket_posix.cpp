@@ -11,9 +11,11 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <optional>
 
 #include "../pal/SystemError.h"
 #include "LocalSocket.h"
+#include "LumCtrlState.h"
 #include "LumPalIo.h"
 #include "LumPalRuntime.h"
 
@@ -159,6 +161,15 @@ Descriptor ConnectTo(const String_t& path) {
     const int error = TryConnect(made, address);
     if (error != 0) ThrowSystemError("The control service cannot be reached at", path, error);
     return made;
+}
+
+std::optional<bool> IsServiceThere() try {
+    const int error = TryConnect(NewSocket(), Address(SocketPath()));
+    if (error == 0) return true;
+    if (error == ENOENT || error == ECONNREFUSED || error == ENOTSOCK) return false;
+    return std::nullopt;
+} catch (const LumPalIo::FileNotFoundException_t&) {
+    return false;  // a long path goes by way of its folder
 }
 
 bool IsFriend(int socket) noexcept {

@@ -15,6 +15,10 @@ LUMPAL_API bool IsTerminal(Stream stream);
 /// at least 40. 0 when the stream goes to no terminal. Any thread.
 LUMPAL_API int Columns(Stream stream);
 
+/// Lines of that terminal: what it says, else the environment's LINES, else 24; at least 2. 0 when the stream goes to
+/// no terminal. Any thread.
+LUMPAL_API int Rows(Stream stream);
+
 /// Gives those of the three standard streams that the process was started without the null device: else the next file
 /// or connection would get the stream's number, and what is printed. To be called first of all.
 LUMPAL_API void OccupyStandardStreams();

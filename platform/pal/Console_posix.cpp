@@ -14,6 +14,7 @@ namespace LumPalConsole {
 namespace {
 
 constexpr int kUsual = 80, kLeast = 40, kMost = 1000;
+constexpr int kUsualRows = 24, kLeastRows = 2;
 
 int Descriptor(Stream stream) {
     return stream == Stream::Output ? STDOUT_FILENO : STDERR_FILENO;
@@ -26,6 +27,13 @@ int ColumnsSaid(int descriptor) {
     return columns ? std::atoi(columns) : 0;
 }
 
+int RowsSaid(int descriptor) {
+    winsize size{};
+    if (ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_row > 0) return size.ws_row;
+    const char* rows = std::getenv("LINES");
+    return rows ? std::atoi(rows) : 0;
+}
+
 }  // namespace
 
 bool IsTerminal(Stream stream) {
@@ -36,6 +44,12 @@ int Columns(Stream stream) {
     if (!IsTerminal(stream)) return 0;
     const int said = ColumnsSaid(Descriptor(stream));
     return said > 0 ? std::clamp(said, kLeast, kMost) : kUsual;
+}
+
+int Rows(Stream stream) {
+    if (!IsTerminal(stream)) return 0;
+    const int said = RowsSaid(Descriptor(stream));
+    return said > 0 ? std::clamp(said, kLeastRows, kMost) : kUsualRows;
 }
 
 void OccupyStandardStreams() {

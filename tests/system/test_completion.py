@@ -65,6 +65,8 @@ class Words(unittest.TestCase):
     def test_the_options_of_the_other_programs_are_offered(self):
         for command in ("get", "set", "clear", "explain", "diff"):
             self.assertEqual(set(offered(f"lumsettings {command} -")), options_in(help_of("lumsettings", command)))
+        for command in ("status", "explain", "check"):
+            self.assertEqual(set(offered(f"lumcluster {command} -")), options_in(help_of("lumcluster", command)))
         for tool in ("lumevents", "lumconfd"):
             self.assertEqual(set(offered(f"{tool} -")), options_in(help_of(tool)))
 
@@ -156,6 +158,7 @@ class Ids(unittest.TestCase):
             self.assertEqual(sorted(offered("lumpolicy list --id ", node)), ["abc-1", "abc-2", "x"])
             self.assertEqual(sorted(offered("lumpolicy remove --dry-run --id a", node)), ["abc-1", "abc-2"])
             self.assertEqual(offered("lumpolicy show --id=x", node), ["x"])
+            self.assertEqual(sorted(offered("lumcluster explain a", node)), ["abc-1", "abc-2"])
             self.assertEqual(offered(f"lumpolicy list --host 127.0.0.1:{node.port} --id a", node), [],
                              "the node that is named is asked, and it cannot be reached this way")
 

@@ -1,5 +1,5 @@
 /// @file
-/// What the commands of the tools share: their options, their answers, and asking many nodes at once.
+/// What the commands of the tools share: their options and their answers.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "common/ExitCode.h"
-#include "common/Hosts.h"
 #include "common/Outcome.h"
 #include "common/Program.h"
 
@@ -30,8 +29,6 @@ protected:
 
 /// What is wrong with an argument that must not be empty, empty when nothing is.
 std::string IsGiven(const std::string& argument);
-/// Adds --target-id. An empty id is refused: it would let every node pass.
-CLI::Option* AddTargetId(CLI::App& command, std::string& targetId);
 
 /// An object as one line; bytes that are no UTF-8 are replaced.
 std::string OneLine(const nlohmann::ordered_json& object);
@@ -44,40 +41,6 @@ struct Answer {
     std::string text;               ///< printed also when the outcome is a failure; lines end in a newline
     bool isBlock = false;           ///< the text does not name the node: with several nodes it stands below its name
     nlohmann::ordered_json fields;  ///< join the JSON object
-};
-
-/// Begins the answer of a dry run: "changes" takes what would change.
-void BeginDryRun(Answer& answer);
-/// Without any change there is nothing to do.
-void EndDryRun(const std::string& host, Answer& answer);
-
-/// A command that asks nodes: one or many, at the same time. One result a node, in the order in which they were given;
-/// with several nodes a summary at the end, and an exit code for all of them.
-class HostCommand : public Command {
-public:
-    ExitCode Run() final;
-
-protected:
-    explicit HostCommand(CLI::App& command);
-    /// Checks the arguments and makes what all requests share, before any node is asked; none is after a failure.
-    /// @throws CLI::Error
-    virtual Outcome Prepare() { return {}; }
-    /// Whether it changes nodes: then it goes on to the last of them although nobody reads its output any more.
-    virtual bool ChangesNodes() const { return false; }
-    /// Asks one node. Called on several threads at once. Must not throw.
-    virtual Answer Ask(const std::string& host) const = 0;
-    bool AsksMany() const { return hosts.size() > 1; }
-    /// Says warnings before the answer is there: on standard error at once; nothing with --json. Any thread.
-    void Warn(const LumPalMsg::MessageList_t& warnings) const;
-
-private:
-    void PrintUnsent(const Outcome& outcome) const;
-    void Print(const std::string& host, const Answer& answer) const;
-    void PrintSummary(const std::vector<Answer>& answers) const;
-    std::vector<Answer> AskAll() const;
-
-    HostOptions hostOptions;
-    std::vector<std::string> hosts;
 };
 
 /// Adds a subcommand that is an object of the class, made with the rest of the arguments.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <ostream>
+#include <sstream>
 
 #include "LumPalColumns.h"
 
@@ -65,6 +66,13 @@ std::string Printable(const std::string& utf8) {
         result += IsControl(Next(utf8, at)) ? "?" : utf8.substr(start, at - start);
     }
     return result;
+}
+
+std::string PrintableLines(const std::string& lines) {
+    std::istringstream in(lines);
+    std::string out;
+    for (std::string line; std::getline(in, line);) out += Printable(line) + "\n";
+    return out;
 }
 
 Table::Table(std::vector<std::string> header) {

@@ -13,6 +13,8 @@ int DisplayWidth(const std::string& utf8);
 
 /// The text without control characters: what comes from a node cannot drive the terminal.
 std::string Printable(const std::string& utf8);
+/// The same for each line of several; each ends in a line feed.
+std::string PrintableLines(const std::string& lines);
 
 /// Rows of texts, each column as wide as its widest text.
 class Table {

@@ -2,7 +2,7 @@
 /// The parts of lumpolicy.
 #pragma once
 
-#include "common/Command.h"
+#include "common/HostCommand.h"
 
 namespace lumpolicy {
 

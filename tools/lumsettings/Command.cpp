@@ -1,11 +1,9 @@
 #include "lumsettings/Command.h"
 
-#include <iostream>
-
 #include "LumPalConsole.h"
 #include "LumPalRuntime.h"
 #include "common/Arguments.h"
-#include "lumsettings/SettingsText.h"
+#include "common/Table.h"
 
 namespace lumsettings {
 
@@ -13,30 +11,6 @@ using lumtools::Text;
 
 std::string ThisNode() {
     return "the node in '" + LumPalRuntime::Dir_t::Path(LumPalRuntime::Root).ToUtf8() + "'";
-}
-
-lumtools::ExitCode LocalCommand::Run() {
-    Answer answer;
-    const lumtools::Outcome outcome = lumtools::Attempt([&] { Work(answer); });
-    if (outcome.code != lumtools::kDone) answer = {outcome, "", false, {}};
-    if (json) {
-        nlohmann::ordered_json object;
-        Fill(object, answer.outcome);
-        if (!answer.fields.is_null()) object.update(answer.fields);
-        std::cout << OneLine(object) << std::endl;
-    } else {
-        if (!quiet) std::cout << PrintableLines(answer.text) << std::flush;
-        if (answer.outcome.code != lumtools::kDone) lumtools::PrintFailure(std::cerr, "", answer.outcome);
-    }
-    return answer.outcome.code;
-}
-
-void LocalCommand::TellProblems(const LumPalMsg::MessageList_t& problems, Answer& answer) const {
-    answer.fields["problems"] = nlohmann::ordered_json::array();
-    for (const lumtools::MessageLine& line : lumtools::LinesOf(problems)) {
-        answer.fields["problems"].push_back({{"level", line.level}, {"text", line.text}});
-    }
-    if (!json) lumtools::PrintWarnings(std::cerr, problems);
 }
 
 NodeCommand::NodeCommand(CLI::App& command) : HostCommand(command) {
@@ -63,7 +37,7 @@ bool NodeCommand::IsForPrograms() const {
 }
 
 std::string NodeCommand::Shown(const std::string& lines) const {
-    return IsForPrograms() ? lines : PrintableLines(lines);
+    return IsForPrograms() ? lines : lumtools::PrintableLines(lines);
 }
 
 }  // namespace lumsettings

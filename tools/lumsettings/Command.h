@@ -5,12 +5,13 @@
 #include <string>
 
 #include "SettingsForwarder.h"
-#include "common/Command.h"
+#include "common/HostCommand.h"
 #include "common/Lazy.h"
+#include "common/LocalCommand.h"
 
 namespace lumsettings {
 
-using lumtools::Actions, lumtools::Answer, lumtools::Command;
+using lumtools::Actions, lumtools::Answer, lumtools::Command, lumtools::LocalCommand;
 using lumtools::AddCommand, lumtools::Fill, lumtools::IsGiven, lumtools::OneLine;
 
 /// Each adds its subcommands to the application.
@@ -21,19 +22,6 @@ void AddDiff(CLI::App& app, Actions& actions);
 
 /// "the node in '...'", with its root: who runs with another LUM_ROOT than he thinks sees it.
 std::string ThisNode();
-
-/// A command that reads this node's own files; it asks no node.
-class LocalCommand : public Command {
-public:
-    lumtools::ExitCode Run() final;
-
-protected:
-    using Command::Command;
-    /// Fills the answer in; it may throw what goes wrong.
-    virtual void Work(Answer& answer) const = 0;
-    /// What was left out, for those who read the answer and for programs.
-    void TellProblems(const LumPalMsg::MessageList_t& problems, Answer& answer) const;
-};
 
 /// A command about the settings of nodes.
 class NodeCommand : public lumtools::HostCommand {

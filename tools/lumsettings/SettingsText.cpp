@@ -1,7 +1,5 @@
 #include "lumsettings/SettingsText.h"
 
-#include <sstream>
-
 #include "LumPalCfgFile.h"
 #include "LumPalIo.h"
 #include "common/Table.h"
@@ -46,13 +44,6 @@ std::string LineOf(const String_t& nameSpace, const String_t& name, const String
 
 std::string Escaped(const String_t& value) {
     return LineOf("a", "a", value).substr(std::string("[a] a=").size());
-}
-
-std::string PrintableLines(const std::string& lines) {
-    std::istringstream in(lines);
-    std::string out;
-    for (std::string line; std::getline(in, line);) out += lumtools::Printable(line) + "\n";
-    return out;
 }
 
 ordered_json ToJson(const ConfigGroup_t& group) {

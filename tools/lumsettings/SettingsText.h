@@ -21,8 +21,6 @@ std::string LineOf(const LumPalStr::String_t& nameSpace, const LumPalStr::String
                    const LumPalStr::String_t& value);
 /// A value with these escapes.
 std::string Escaped(const LumPalStr::String_t& value);
-/// Each line without control characters.
-std::string PrintableLines(const std::string& lines);
 /// {namespace: {name: value}}
 nlohmann::ordered_json ToJson(const LumPalConfig::ConfigGroup_t& group);
 int CountSettings(const LumPalConfig::ConfigGroup_t& group);

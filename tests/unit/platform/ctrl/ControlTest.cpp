@@ -9,6 +9,7 @@
 
 #include "LocalSocket.h"
 #include "LumCtrl.h"
+#include "LumCtrlState.h"
 #include "LumPalConfig.h"
 #include "LumPalFault.h"
 #include "LumPalIo.h"
@@ -281,6 +282,28 @@ TEST_F(ControlTest, ASocketThatIsServedIsRefusedEvenWithoutALock) {
     LumPalIo::File_t(SocketPath()).GetParentFile().Mkdirs();
     const Descriptor other = ListenAt(SocketPath());
     EXPECT_THROW(service.Start(), LumPalIo::IOException_t);
+}
+
+TEST_F(ControlTest, AServiceIsThereFromItsStartToItsEndAndIsNotDisturbedByTheQuestion) {
+    EXPECT_EQ(IsServiceThere(), false);
+    service.Start();
+    for (int i = 0; i < 1000; ++i) ASSERT_EQ(IsServiceThere(), true);
+    Consumer consumer("c", all, 1);
+    EXPECT_NO_THROW(Control::Notify("E", "v", "", synchronous));
+    consumer.Join();
+    service.Stop();
+    EXPECT_EQ(IsServiceThere(), false);
+}
+
+TEST_F(ControlTest, WhatAServiceLeftIsNoService) {
+    LumPalIo::File_t(SocketPath()).GetParentFile().Mkdirs();
+    { const Descriptor dead = ListenAt(SocketPath()); }
+    EXPECT_EQ(IsServiceThere(), false);
+    LumPalIo::File_t(SocketPath()).Delete();
+    LumPalIo::FileOutputStream_t(SocketPath()).Close();
+    EXPECT_EQ(IsServiceThere(), false);
+    LumPalRuntime::Dir_t::SetRoot(root.Path() + "/" + std::string(200, 'x').c_str());
+    EXPECT_EQ(IsServiceThere(), false);
 }
 
 TEST_F(ControlTest, AFileInTheWayIsNotRemoved) {

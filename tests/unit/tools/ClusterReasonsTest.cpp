@@ -1,0 +1,167 @@
+#include "lumcluster/Reasons.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using lumcluster::Comparison;
+using lumcluster::Explanation;
+using lumcluster::LocalName;
+using lumcluster::Sight;
+using testing::HasSubstr;
+
+namespace {
+
+bool Everything(const std::string&) {
+    return true;
+}
+
+/// This node is alpha, where database is online; web is online on beta, and reports nowhere.
+Sight Harbour() {
+    Sight sight;
+    sight.local = {"alpha", true};
+    sight.isClusterSeen = true;
+    sight.product = "VERITAS Cluster Server (VCS)";
+    sight.groups = {{"database", 1, "Online", "Online", "alpha", ""},
+                    {"web", 2, "Online", "Offline", "beta", ""},
+                    {"reports", 3, "Offline", "Offline", "", ""}};
+    return sight;
+}
+
+LumConf::PolicyHeader Policy(const std::vector<const char*>& attributes, const char* status = "enabled") {
+    const LumConf::PolicyHeader policy;
+    policy.SetContainerId("1a2b");
+    policy.SetName("disk-io");
+    policy.SetTypeName("monitor");
+    if (std::string(status) == "disabled") policy.SetDisabled();
+    for (const char* attribute : attributes) policy.SetAttribute(attribute, "v");
+    return policy;
+}
+
+struct Row {
+    std::vector<const char*> attributes;
+    const char* before;
+    const char* after;
+    bool isSwitched;
+};
+
+TEST(ClusterReasons, APolicyFollowsTheGroupsThatItsAttributesName) {
+    const Row rows[] = {
+        {{}, "enabled", "enabled", false},
+        {{"other", "harg:web"}, "disabled", "disabled", false},
+        {{"HARG:database"}, "disabled", "enabled", true},
+        {{"HARG:DataBase"}, "disabled", "enabled", true},
+        {{"HARG:web"}, "enabled", "disabled", true},
+        {{"HARG:web"}, "disabled", "disabled", false},
+        {{"HARG:reports"}, "enabled", "disabled", true},
+        {{"HARG:nobody"}, "enabled", "disabled", true},
+        {{"HARG:"}, "enabled", "disabled", true},
+        {{"HARG:noHARG"}, "disabled", "enabled", true},
+        {{"HARG:noharg"}, "enabled", "disabled", true},
+        {{"HARG:web", "HARG:noHARG"}, "disabled", "enabled", true},
+        {{"HARG:web", "HARG:database"}, "disabled", "enabled", true},
+        {{"HARG:database", "HARG:web"}, "enabled", "enabled", false},
+    };
+    for (const Row& row : rows) {
+        const Explanation made = Explain(Policy(row.attributes, row.before), Harbour(), Everything);
+        SCOPED_TRACE(row.attributes.empty() ? "" : row.attributes.front());
+        EXPECT_EQ(made.after, row.after);
+        EXPECT_EQ(made.changes, row.isSwitched);
+        EXPECT_FALSE(made.inEveryCycle);
+    }
+}
+
+TEST(ClusterReasons, AttributesBehindOneThatIsOnlineHereAreNotLookedAt) {
+    const Explanation made = Explain(Policy({"HARG:web", "HARG:database", "HARG:reports"}), Harbour(), Everything);
+    ASSERT_EQ(made.attributes.size(), 3u);
+    EXPECT_TRUE(made.attributes[0].isLookedAt);
+    EXPECT_TRUE(made.attributes[1].isLookedAt);
+    EXPECT_FALSE(made.attributes[2].isLookedAt);
+}
+
+TEST(ClusterReasons, TheNamesThatWereComparedAreTold) {
+    Sight sight = Harbour();
+    const auto because = [&](const char* attribute, const lumcluster::Resolves& resolves) {
+        return Explain(Policy({attribute}), sight, resolves).attributes.front().Because();
+    };
+    EXPECT_EQ(because("HARG:web", Everything), "'beta' is not 'alpha' (CLUSTER_LOCAL_NODENAME)");
+    EXPECT_EQ(because("HARG:database", Everything), "'alpha' is 'alpha' (CLUSTER_LOCAL_NODENAME)");
+    EXPECT_EQ(because("HARG:reports", Everything), "the group is not online");
+    EXPECT_EQ(because("HARG:nobody", Everything), "the cluster has no such group");
+    EXPECT_EQ(because("HARG:noHARG", Everything), "this word enables it on every node");
+    sight.local.isConfigured = false;
+    EXPECT_EQ(because("HARG:web", Everything), "'beta' is not 'alpha' (the system's own name)");
+    EXPECT_THAT(because("HARG:database", [](const std::string&) { return false; }), HasSubstr("has no address"));
+}
+
+TEST(ClusterReasons, ANameOfTheSystemsOwnNeedsAnAddressAndAConfiguredOneDoesNot) {
+    const auto nobody = [](const std::string&) { return false; };
+    const auto isSame = [&](bool configured, const char* node, const lumcluster::Resolves& resolves) {
+        return Comparison::Of({"alpha", configured}, node, resolves).isSame;
+    };
+    EXPECT_TRUE(isSame(true, "alpha", nobody));
+    EXPECT_FALSE(isSame(true, "ALPHA", nobody));
+    EXPECT_FALSE(isSame(true, "alpha.site", nobody));
+    EXPECT_TRUE(isSame(false, "alpha", Everything));
+    EXPECT_FALSE(isSame(false, "alpha", nobody));
+    EXPECT_FALSE(isSame(false, "", Everything));
+    EXPECT_FALSE(
+        isSame(false, "beta", [](const std::string&) -> bool { throw std::logic_error("nobody was to ask"); }));
+}
+
+TEST(ClusterReasons, APolicyFollowsAnApplicationThatListsIt) {
+    Sight sight = Harbour();
+    for (const char* listed : {"disk-io", "monitor:disk-io", ":disk-io"}) {
+        sight.applications = {{"shop", {{"till", "web", "Offline", "beta", false}}, {listed}, ""}};
+        EXPECT_EQ(Explain(Policy({}), sight, Everything).after, "disabled") << listed;
+        sight.applications[0].instances.push_back({"stock", "database", "Online", "alpha", true});
+        EXPECT_EQ(Explain(Policy({}, "disabled"), sight, Everything).after, "enabled") << listed;
+    }
+    for (const char* listed : {"Disk-io", "other:disk-io", "monitor", "1a2b"}) {
+        sight.applications = {{"shop", {{"till", "web", "Offline", "beta", false}}, {listed}, ""}};
+        EXPECT_FALSE(Explain(Policy({}), sight, Everything).IsTied()) << listed;
+    }
+}
+
+TEST(ClusterReasons, AnApplicationWithoutInstancesLeavesItsPoliciesAlone) {
+    Sight sight = Harbour();
+    sight.applications = {{"shop", {}, {"disk-io", ""}, ""}};
+    const Explanation made = Explain(Policy({}), sight, Everything);
+    EXPECT_TRUE(made.IsTied());
+    EXPECT_TRUE(made.steps.empty());
+    EXPECT_TRUE(made.brokenBy.empty());
+    EXPECT_THAT(TextOf(made, {}), HasSubstr("The next cycle leaves it alone."));
+}
+
+TEST(ClusterReasons, WhoAreNotOfOneMindSwitchItInEveryCycle) {
+    Sight sight = Harbour();
+    sight.applications = {{"shop", {{"till", "web", "Offline", "beta", false}}, {"disk-io"}, ""},
+                          {"office", {{"desk", "database", "Online", "alpha", true}}, {"disk-io"}, ""}};
+    const Explanation byTwo = Explain(Policy({}), sight, Everything);
+    EXPECT_TRUE(byTwo.inEveryCycle);
+    EXPECT_EQ(byTwo.after, "enabled");
+    sight.applications.pop_back();
+    const Explanation byBoth = Explain(Policy({"HARG:database"}), sight, Everything);
+    EXPECT_TRUE(byBoth.inEveryCycle);
+    EXPECT_EQ(byBoth.after, "enabled");
+    EXPECT_THAT(TextOf(byBoth, {}), HasSubstr("switched off and on in every cycle"));
+    EXPECT_FALSE(Explain(Policy({"HARG:web"}), sight, Everything).inEveryCycle);
+}
+
+TEST(ClusterReasons, WhatEndsTheMonitorLetsNothingComeBehindIt) {
+    Sight sight = Harbour();
+    for (const char* wrong : {"", " ", "a=b"}) {
+        sight.applications = {{"shop", {{"till", "web", "Offline", "beta", false}}, {wrong, "disk-io"}, ""}};
+        const Explanation made = Explain(Policy({"HARG:database"}, "disabled"), sight, Everything);
+        EXPECT_THAT(made.brokenBy, HasSubstr("ends the monitor")) << wrong;
+        EXPECT_TRUE(made.steps.empty()) << wrong;
+        EXPECT_EQ(made.after, "disabled") << wrong;
+    }
+}
+
+TEST(ClusterReasons, WhatKeepsACycleFromItIsTold) {
+    const Explanation made = Explain(Policy({"HARG:web"}), Harbour(), Everything);
+    EXPECT_THAT(TextOf(made, {"MONITOR_MODE is off"}), HasSubstr("becomes disabled.\nNot now: MONITOR_MODE is off.\n"));
+    EXPECT_EQ(ToJson(made, {"a"})["kept_from_it"][0], "a");
+}
+
+}  // namespace

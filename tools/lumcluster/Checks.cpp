@@ -1,0 +1,233 @@
+#include "lumcluster/Checks.h"
+
+#include <algorithm>
+
+#include "LumConfCluster/ClusterType.h"
+#include "LumPalDaemon.h"
+#include "LumPalIo.h"
+#include "LumPalRuntime.h"
+#include "common/Table.h"
+#include "lumcluster/Look.h"
+
+namespace lumcluster {
+
+using LumConfCluster::ClusterType;
+using LumPalIo::File_t;
+using State = Finding::State;
+
+namespace {
+
+constexpr int kUnknownId = 65535;
+
+std::string MessagesOf(const lumtools::Outcome& outcome) {
+    std::string text;
+    for (const lumtools::MessageLine& line : outcome.messages) text += (text.empty() ? "" : " ") + line.text;
+    return text;
+}
+
+/// The first product whose daemon file is there; Unknown without one.
+ClusterType InstalledProduct() {
+    for (int i = 0; i < static_cast<int>(ClusterType::Unknown); ++i) {
+        const char* const file = DaemonFile(static_cast<ClusterType>(i));
+        if (*file && File_t(file).Exists()) return static_cast<ClusterType>(i);
+    }
+    return ClusterType::Unknown;
+}
+
+bool IsProduct(const std::string& name) {
+    for (int i = 0; i < static_cast<int>(ClusterType::Unknown); ++i) {
+        if (name == DisplayText(static_cast<ClusterType>(i))) return true;
+    }
+    return false;
+}
+
+bool HasProblem(const Sight& sight, const char* what) {
+    return std::any_of(sight.problems.begin(), sight.problems.end(),
+                       [what](const Problem& problem) { return problem.what == what; });
+}
+
+std::string Counted(std::size_t count, const char* what) {
+    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
+}  // namespace
+
+Subject Subject::Take() {
+    Subject subject;
+    subject.keys = Keys::Read();
+    subject.sight = Look(subject.keys, nullptr);
+    subject.follower = Follower::Read();
+    const lumtools::Outcome read = lumtools::Attempt([&subject] { subject.policies.CheckPolicy(); });
+    subject.policyProblem = MessagesOf(read);
+    const File_t lock(LumPalRuntime::RootLock_t::GetPath());
+    const File_t root(LumPalRuntime::Dir_t::Path(LumPalRuntime::Root));
+    subject.isOwner = (lock.Exists() ? lock : root).IsOwnedByThisUser();
+    return subject;
+}
+
+void CheckUser(const Subject& subject, Findings& findings) {
+    if (subject.isOwner) return findings.push_back({State::Ok, "user", "this user is the one that owns the node", ""});
+    findings.push_back({State::Warning, "user",
+                        "this user does not own the node: what follows holds for this user alone, and the tools of the "
+                        "product may answer him otherwise than the daemon",
+                        "run it as the user that owns the node's root, with the LUM_SUDO of the daemon's unit"});
+}
+
+void CheckDaemon(const Subject& subject, Findings& findings) {
+    const std::string word = subject.follower.Word(), sentence = subject.follower.Sentence();
+    if (word == "watching") return findings.push_back({State::Ok, "monitor", sentence, ""});
+    if (word == "starting") {
+        return findings.push_back(
+            {State::Note, "monitor", sentence, "the tools of the product must answer; see below"});
+    }
+    if (word == "waiting") {
+        return findings.push_back(
+            {State::Failed, "monitor", sentence, "mend what has ended it; nothing else is needed"});
+    }
+    if (word == "none") return findings.push_back({State::Failed, "monitor", sentence, "restart lumconfd"});
+    if (word == "no daemon") return findings.push_back({State::Failed, "monitor", sentence, "start lumconfd"});
+    findings.push_back(
+        {State::Warning, "monitor", sentence, "run it as the user that owns the node's root, or as root"});
+}
+
+void CheckProduct(const Subject& subject, Findings& findings) {
+    const ClusterType found = InstalledProduct();
+    const std::string name = DisplayText(found), wanted = subject.keys.type;
+    if (found == ClusterType::Unknown) {
+        return findings.push_back({State::Failed, "product", "no product's daemon file is there",
+                                   "a node without a cluster needs nothing; else install the product"});
+    }
+    const std::string there = "'" + name + "': '" + DaemonFile(found) + "' is there";
+    if (IsProduct(wanted) && wanted != name) {
+        return findings.push_back({State::Failed, "product", there + ", but CLUSTER_TYPE is '" + wanted + "'",
+                                   "lumsettings set conf.cluster 'CLUSTER_TYPE=" + name + "'"});
+    }
+    findings.push_back({State::Ok, "product", there, ""});
+}
+
+void CheckTools(const Subject& subject, Findings& findings) {
+    const Sight& sight = subject.sight;
+    for (const Problem& problem : sight.problems) {
+        if (problem.what == kApplications) continue;
+        findings.push_back({State::Failed, "tools (" + problem.what + ")", MessagesOf(problem.outcome),
+                            "let the daemon's user run that line; docs/clusters.md tells of rights and LUM_SUDO"});
+    }
+    if (!sight.isClusterSeen) return;
+    if (sight.problems.empty() || HasProblem(sight, kApplications)) {
+        findings.push_back({State::Ok, "tools",
+                            "the cluster '" + sight.cluster + "' is " + sight.state + ", with " +
+                                Counted(sight.nodes.size(), "node") + " and " + Counted(sight.groups.size(), "group"),
+                            ""});
+    }
+    for (const NodeFacts& node : sight.nodes) {
+        if (node.id != kUnknownId) continue;
+        findings.push_back({State::Warning, "tools", "the id of the node '" + node.name + "' cannot be asked for",
+                            "ask the product's tools for it as the daemon's user"});
+    }
+    for (const GroupFacts& group : sight.groups) {
+        if (group.state != kUnknown) continue;
+        findings.push_back({State::Warning, "tools", "the state of the group '" + group.name + "' is unknown",
+                            "as long as it is, what belongs to the group is off on every node"});
+    }
+}
+
+void CheckLocalName(const Subject& subject, Findings& findings) {
+    const Sight& sight = subject.sight;
+    if (!sight.isClusterSeen || HasProblem(sight, kNodes)) return;
+    const std::string name = "'" + sight.local.name + "'" +
+                             (sight.local.isConfigured ? " (CLUSTER_LOCAL_NODENAME)" : " (the system's own name)");
+    const bool isNode =
+        std::any_of(sight.nodes.begin(), sight.nodes.end(), [](const NodeFacts& n) { return n.isLocal; });
+    if (isNode) return findings.push_back({State::Ok, "local name", name + " is a node of the cluster", ""});
+    std::string nodes;
+    for (const NodeFacts& node : sight.nodes) nodes += (nodes.empty() ? "" : ", ") + node.name;
+    findings.push_back({State::Failed, "local name", name + " is no node of the cluster, or has no address: " + nodes,
+                        "lumsettings set conf.cluster CLUSTER_LOCAL_NODENAME=NAME, with the name to the letter"});
+}
+
+void CheckKeys(const Subject& subject, Findings& findings) {
+    const Keys& keys = subject.keys;
+    if (keys.toolTimeoutSeconds > 0) {
+        findings.push_back({State::Ok, "TOOL_TIMEOUT", keys.toolTimeout + " seconds", ""});
+    } else {
+        findings.push_back({State::Warning, "TOOL_TIMEOUT", "a tool that hangs is waited for without limit",
+                            "lumsettings set conf.cluster TOOL_TIMEOUT=30"});
+    }
+    if (keys.monitorMode.empty()) {
+        findings.push_back({State::Note, "MONITOR_MODE", "not set: the daemon sets it when it follows a cluster", ""});
+    } else if (keys.isMonitorModeOn) {
+        findings.push_back({State::Ok, "MONITOR_MODE", "on", ""});
+    } else {
+        findings.push_back({State::Failed, "MONITOR_MODE", "'" + keys.monitorMode + "' is off: nothing is switched",
+                            "lumsettings set conf.cluster MONITOR_MODE=true"});
+    }
+    if (keys.pollingInterval.empty() || keys.pollingIntervalMs >= 1000) return;
+    findings.push_back({State::Warning, "POLLING_INTERVAL",
+                        "'" + keys.pollingInterval + "' lets the product's tools run all the time",
+                        "lumsettings set conf.cluster POLLING_INTERVAL=10000 (milliseconds)"});
+}
+
+void CheckWriteBack(const Subject& subject, Findings& findings) {
+    const std::string problem = WriteBackProblem(subject.sight.local);
+    const bool isNeeded = NeedsWriteBack(subject.keys, subject.sight);
+    if (problem.empty()) {
+        return findings.push_back({State::Ok, "write-back", "the monitor can set keys of this node itself", ""});
+    }
+    if (isNeeded) {
+        return findings.push_back({State::Failed, "write-back",
+                                   "CLUSTER_TYPE is '" + subject.keys.type +
+                                       "': the monitor would set it, and ends when that fails: " + problem,
+                                   "lumsettings set conf.cluster 'CLUSTER_TYPE=" + subject.sight.product + "'"});
+    }
+    findings.push_back({State::Note, "write-back", "the monitor cannot set keys of this node: " + problem,
+                        "nothing, as long as CLUSTER_TYPE, POLLING_INTERVAL and MONITOR_MODE are right; else give the "
+                        "node a certificate (lumtrust)"});
+}
+
+const char* DisplayText(State state) noexcept {
+    switch (state) {
+        case State::Ok:
+            return "ok";
+        case State::Note:
+            return "note";
+        case State::Warning:
+            return "warning";
+        case State::Failed:
+            return "failed";
+    }
+    return "";
+}
+
+Findings CheckAll(const Subject& subject) {
+    Findings findings;
+    for (auto* check : {CheckProduct, CheckUser, CheckTools, CheckLocalName, CheckKeys, CheckWriteBack,
+                        CheckApplicationFiles, CheckApplications, CheckPolicies, CheckDaemon}) {
+        check(subject, findings);
+    }
+    return findings;
+}
+
+std::string TextOf(const Findings& findings, bool isEverythingWanted) {
+    std::string text;
+    for (const Finding& finding : findings) {
+        if (!isEverythingWanted && finding.state == State::Ok) continue;
+        std::string label = DisplayText(finding.state);
+        label.resize(9, ' ');
+        text += label + finding.check + ": " + finding.finding + "\n";
+        if (!finding.advice.empty()) text += std::string(9, ' ') + "-> " + finding.advice + "\n";
+    }
+    return text;
+}
+
+nlohmann::ordered_json ToJson(const Findings& findings) {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const Finding& finding : findings) {
+        list.push_back({{"check", finding.check},
+                        {"state", DisplayText(finding.state)},
+                        {"finding", finding.finding},
+                        {"advice", finding.advice}});
+    }
+    return list;
+}
+
+}  // namespace lumcluster

@@ -1,0 +1,58 @@
+#include "lumcluster/Facts.h"
+
+#include "ConfBase.h"
+#include "LumPalConfig.h"
+#include "LumPalNet.h"
+#include "common/Arguments.h"
+
+namespace lumcluster {
+
+using LumPalNet::InetAddress_t;
+using lumtools::Text;
+
+Keys Keys::Read() {
+    const LumPalConfig::Configuration_t keys = LumConf::ConfBase::Get_NS_ConfCluster().Open();
+    const auto value = [&keys](const char* key) { return keys.GetValue(key).ToUtf8(); };
+    return {value("CLUSTER_TYPE"),           value("CLUSTER_LOCAL_NODENAME"), value("POLLING_INTERVAL"),
+            value("MONITOR_MODE"),           value("TOOL_TIMEOUT"),           keys.GetBool("MONITOR_MODE"),
+            keys.GetInt("POLLING_INTERVAL"), keys.GetInt("TOOL_TIMEOUT")};
+}
+
+LocalName LocalName::Of(const Keys& keys) {
+    if (!keys.localNodeName.empty()) return {keys.localNodeName, true};
+    return {InetAddress_t::GetLocalHost().GetHostName().ToUtf8(), false};
+}
+
+bool HasAddress(const std::string& name) {
+    try {
+        const InetAddress_t address{Text(name)};
+        return true;
+    } catch (const LumPalMsg::Exception_t&) {
+        return false;
+    }
+}
+
+Comparison Comparison::Of(const LocalName& local, const std::string& node, const Resolves& resolves) {
+    Comparison made{node, local.name, local.isConfigured, true, node == local.name};
+    // Another name is another node, whatever its address: nobody needs to be asked.
+    if (!made.isSame || local.isConfigured) return made;
+    made.hasAddress = made.isSame = resolves(node);
+    return made;
+}
+
+std::string Comparison::Sentence() const {
+    const std::string source = isConfigured ? "CLUSTER_LOCAL_NODENAME" : "the system's own name";
+    if (node.empty()) return "no active node; this one is '" + local + "' (" + source + ")";
+    if (!hasAddress) return "'" + node + "' is this node by its name (" + source + "), but has no address";
+    return "'" + node + "' is " + (isSame ? "" : "not ") + "'" + local + "' (" + source + ")";
+}
+
+const GroupFacts* Sight::FindGroup(const std::string& name) const {
+    const LumPalStr::String_t wanted = Text(name).ToLower();
+    for (const GroupFacts& group : groups) {
+        if (Text(group.name).ToLower() == wanted) return &group;
+    }
+    return nullptr;
+}
+
+}  // namespace lumcluster

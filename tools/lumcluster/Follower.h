@@ -1,0 +1,45 @@
+/// @file
+/// Who follows the cluster on this node, and what keeps him from it.
+#pragma once
+
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "common/MonitorState.h"
+#include "lumcluster/Facts.h"
+
+namespace lumcluster {
+
+/// The daemon of this node and its monitor.
+struct Follower {
+    std::optional<bool> isDaemonThere;  ///< nothing: this user may not know
+    std::optional<lumtools::MonitorState> record;
+    std::string recordProblem;  ///< why the record cannot be read
+
+    static Follower Read();
+    /// Whether a monitor lives through its cycles now, as far as can be told.
+    bool IsWatching() const;
+    /// One word of how it stands: "watching", "starting", "waiting", "stopped"; "none" where the daemon follows
+    /// nothing, "no daemon", "unknown".
+    std::string Word() const;
+    /// The same for people.
+    std::string Sentence() const;
+};
+
+/// "2026-11-22T10:00:00Z"
+std::string TimeText(std::int64_t secondsSince1970);
+
+nlohmann::ordered_json ToJson(const Follower& follower, const Keys& keys);
+
+/// Why nothing would come of a cycle on this node now, a sentence each.
+std::vector<std::string> Obstacles(const Follower& follower, const Keys& keys, const Sight& sight);
+
+/// Whether a monitor sets CLUSTER_TYPE anew, in a request to the node itself, before its first cycle.
+bool NeedsWriteBack(const Keys& keys, const Sight& sight);
+/// Why such a request would fail; empty when nothing is known against it.
+std::string WriteBackProblem(const LocalName& local);
+
+}  // namespace lumcluster

@@ -1,0 +1,130 @@
+#include "lumcluster/Look.h"
+
+#include <utility>
+
+#include "LumConfCluster/Applications.h"
+#include "LumConfCluster/Cluster.h"
+#include "LumPalIo.h"
+#include "LumPalRuntime.h"
+#include "common/Arguments.h"
+
+namespace lumcluster {
+
+using LumConfCluster::Application;
+using LumConfCluster::Applications;
+using LumConfCluster::Cluster;
+using LumConfCluster::ClusterNodes;
+using LumConfCluster::ClusterResourceGroup;
+using LumConfCluster::ClusterResourceGroups;
+using LumConfCluster::Instance;
+using LumConfCluster::Instances;
+using LumConfCluster::Strings;
+using lumtools::Text;
+
+namespace {
+
+GroupFacts FactsOf(const ClusterResourceGroup& group) {
+    return {group.GetName().ToUtf8(),
+            group.GetId(),
+            DisplayText(group.GetState()),
+            DisplayText(group.GetLocalState()),
+            group.GetActiveNode().GetName().ToUtf8(),
+            std::nullopt};
+}
+
+InstanceFacts FactsOf(const Instance& instance) {
+    return {instance.GetName().ToUtf8(), instance.GetResourceGroup().GetName().ToUtf8(),
+            DisplayText(instance.GetState()), instance.GetActiveNode().GetName().ToUtf8(),
+            instance.IsActiveNodeLocal()};
+}
+
+std::string Trimmed(const std::string& text) {
+    const auto begin = text.find_first_not_of(' ');
+    return begin == text.npos ? "" : text.substr(begin, text.find_last_not_of(' ') - begin + 1);
+}
+
+ApplicationFacts FactsOf(const Application& application) {
+    ApplicationFacts facts{application.GetName().ToUtf8(), {}, {}, ""};
+    const Instances instances = application.GetInstances();
+    for (int i = 0; i < instances.Count(); ++i) facts.instances.push_back(FactsOf(instances[i]));
+    const Strings policies = application.GetPolicyNames();
+    for (int i = 0; i < policies.Count(); ++i) facts.policies.push_back(policies[i].ToUtf8());
+    LumPalStr::String_t ambiguous;
+    if (instances.AreAmbiguousInstancesPresent(ambiguous)) facts.ambiguous = Trimmed(ambiguous.ToUtf8());
+    return facts;
+}
+
+/// One look.
+class Looker {
+public:
+    Looker(Sight& sight, Addresses* addresses) : sight(sight), addresses(addresses) {}
+    void Look() {
+        Try(kCluster, [this] { LookAt(Cluster()); });
+    }
+
+private:
+    template <class Step>
+    bool Try(const char* what, Step&& step) {
+        lumtools::Outcome outcome = lumtools::Attempt(std::forward<Step>(step));
+        if (outcome.code == lumtools::kDone) return true;
+        outcome.code = lumtools::kFailed;  // whatever was not found here is no answer to what was asked
+        sight.problems.push_back({what, std::move(outcome)});
+        return false;
+    }
+
+    void LookAt(const Cluster& cluster) {
+        sight.isClusterSeen = true;
+        sight.product = DisplayText(cluster.GetType());
+        sight.cluster = cluster.GetName().ToUtf8();
+        if (!Try(kState, [&] { sight.state = DisplayText(cluster.GetState()); })) sight.state = kUnknown;
+        Try(kNodes, [&] { TakeNodes(cluster.GetNodes()); });
+        ClusterResourceGroups groups;
+        if (!Try(kGroups, [&] { groups = cluster.GetGroups(); })) return;
+        for (int i = 0; i < groups.Count(); ++i) sight.groups.push_back(FactsOf(groups[i]));
+        if (addresses) TakeAddresses(cluster);
+        TakeApplications(cluster, groups);
+    }
+    void TakeNodes(const ClusterNodes& nodes) {
+        for (int i = 0; i < nodes.Count(); ++i) {
+            const std::string name = nodes[i].GetName().ToUtf8();
+            const bool isLocal = Comparison::Of(sight.local, name, HasAddress).isSame;
+            sight.nodes.push_back({name, nodes[i].GetId(), DisplayText(nodes[i].GetState()), isLocal});
+        }
+    }
+    void TakeAddresses(const Cluster& cluster) {
+        for (GroupFacts& group : sight.groups) {
+            const auto known = addresses->find(group.name);
+            if (known != addresses->end()) {
+                group.address = known->second;
+                continue;
+            }
+            lumtools::Attempt([&] { group.address = cluster.GetVirtualIP(Text(group.name)).ToUtf8(); });
+            if (group.address) addresses->emplace(group.name, *group.address);
+        }
+    }
+    void TakeApplications(const Cluster& cluster, const ClusterResourceGroups& groups) {
+        sight.isApplicationListThere = LumPalIo::File_t(ApplicationListPath()).Exists();
+        if (!sight.isApplicationListThere) return;
+        Applications applications;
+        Try(kApplications, [&] { applications.LoadConfig(cluster, groups); });
+        for (int i = 0; i < applications.Count(); ++i) sight.applications.push_back(FactsOf(applications[i]));
+    }
+
+    Sight& sight;
+    Addresses* const addresses;
+};
+
+}  // namespace
+
+LumPalStr::String_t ApplicationListPath() {
+    return LumPalRuntime::Dir_t::Path(LumPalRuntime::Root, "conf/conf/") + "apminfo.xml";
+}
+
+Sight Look(const Keys& keys, Addresses* addresses) {
+    Sight sight;
+    sight.local = LocalName::Of(keys);
+    Looker(sight, addresses).Look();
+    return sight;
+}
+
+}  // namespace lumcluster

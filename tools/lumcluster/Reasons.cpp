@@ -1,0 +1,158 @@
+#include "lumcluster/Reasons.h"
+
+#include <algorithm>
+
+#include "LumPalMsg.h"
+#include "Selection.h"
+#include "common/Arguments.h"
+
+namespace lumcluster {
+
+using LumConf::PolicyHeader;
+using lumtools::Text;
+
+namespace {
+
+const std::string kPrefix = "HARG:";
+constexpr const char *kNoGroup = "noHARG", *kAttributes = "its attributes";
+constexpr const char *kEnabled = "enabled", *kDisabled = "disabled";
+
+/// Makes explanations of one look.
+class Explainer {
+public:
+    Explainer(const Sight& sight, const Resolves& resolves) : sight(sight), resolves(resolves) {}
+
+    std::vector<Tie> AttributesOf(const PolicyHeader& policy) const {
+        std::vector<Tie> ties;
+        bool isFound = false;
+        for (int i = 0; i < policy.GetAttributesCount(); ++i) {
+            const std::string name = policy.GetAttribute(i).GetName().ToUtf8();
+            if (!name.starts_with(kPrefix)) continue;
+            Tie tie = TieTo(name, name.substr(kPrefix.size()));
+            if (tie.group == kNoGroup) tie.isNoGroup = tie.isHere = true;
+            tie.isLookedAt = !isFound;
+            isFound = isFound || tie.isHere;
+            ties.push_back(tie);
+        }
+        return ties;
+    }
+
+    Listing ListingOf(const ApplicationFacts& application, const std::string& listed) const {
+        Listing listing{application.name, listed, {}};
+        for (const InstanceFacts& instance : application.instances) {
+            Tie tie = TieTo(instance.name, instance.group);
+            tie.isHere = instance.isHere;  // the instance knows it by a rule of its own
+            listing.instances.push_back(tie);
+        }
+        return listing;
+    }
+
+private:
+    Tie TieTo(const std::string& by, const std::string& name) const {
+        Tie tie{by, name, false, false, "", "", {}, false, true};
+        const GroupFacts* const group = sight.FindGroup(name);
+        if (!group) return tie;
+        tie.isGroupKnown = true;
+        tie.state = group->state;
+        tie.activeNode = group->activeNode;
+        tie.comparison = Comparison::Of(sight.local, group->activeNode, resolves);
+        tie.isHere = tie.state == kOnline && tie.comparison.isSame;
+        return tie;
+    }
+
+    const Sight& sight;
+    const Resolves& resolves;
+};
+
+/// Lets cycles pass over a status.
+struct Passing {
+    std::string status;
+    int switched = 0;
+
+    void Through(const std::vector<CycleStep>& steps) {
+        switched = 0;
+        for (const CycleStep& step : steps) {
+            const char* const wanted = step.enables ? kEnabled : kDisabled;
+            if (status == wanted) continue;
+            status = wanted;
+            ++switched;
+        }
+    }
+};
+
+void FollowApplication(const PolicyHeader& policy, const ApplicationFacts& application, const Explainer& explainer,
+                       Explanation& explanation) {
+    for (const std::string& listed : application.policies) {
+        // An application without instances is passed over with all that it lists.
+        if (!application.instances.empty() && !CanBeListed(listed) && explanation.brokenBy.empty()) {
+            explanation.brokenBy = "the application '" + application.name + "' lists a policy as '" + listed +
+                                   "', which no name can be: that ends the monitor";
+        }
+        if (!Means(listed, policy)) continue;
+        explanation.listings.push_back(explainer.ListingOf(application, listed));
+        if (application.instances.empty() || !explanation.brokenBy.empty()) continue;
+        explanation.steps.push_back(
+            {"the application '" + application.name + "'", explanation.listings.back().WantsEnabled()});
+    }
+}
+
+void AddStepOfAttributes(Explanation& explanation) {
+    if (explanation.attributes.empty() || !explanation.brokenBy.empty()) return;
+    const auto isHere = [](const Tie& tie) { return tie.isHere; };
+    explanation.steps.push_back(
+        {kAttributes, std::any_of(explanation.attributes.begin(), explanation.attributes.end(), isHere)});
+}
+
+}  // namespace
+
+std::string Tie::Because() const {
+    if (isNoGroup) return "this word enables it on every node";
+    if (!isGroupKnown) return "the cluster has no such group";
+    if (state != kOnline) return "the group is not online";
+    return comparison.Sentence();
+}
+
+bool Listing::WantsEnabled() const {
+    return std::any_of(instances.begin(), instances.end(), [](const Tie& tie) { return tie.isHere; });
+}
+
+bool CanBeListed(const std::string& listed) {
+    try {
+        LumConf::Selection().SetPolicyName(Text(listed));
+        return true;
+    } catch (const LumPalMsg::IllegalArgumentError_t&) {
+        return false;
+    }
+}
+
+bool Means(const std::string& listed, const PolicyHeader& policy) {
+    const auto colon = listed.find(':');
+    if (colon == listed.npos) return policy.GetName().ToUtf8() == listed;
+    // kept: as the node looks for it, a name that itself holds a colon is never found
+    const std::string type = listed.substr(0, colon);
+    return policy.GetName().ToUtf8() == listed.substr(colon + 1) &&
+           (type.empty() || policy.GetTypeName().ToUtf8() == type);
+}
+
+Explanation Explain(const PolicyHeader& policy, const Sight& sight, const Resolves& resolves) {
+    Explanation explanation;
+    explanation.id = policy.GetContainerId().ToUtf8();
+    explanation.name = policy.GetName().ToUtf8();
+    explanation.typeName = policy.GetTypeName().ToUtf8();
+    explanation.status = policy.GetStatus().ToUtf8();
+    const Explainer explainer(sight, resolves);
+    explanation.attributes = explainer.AttributesOf(policy);
+    for (const ApplicationFacts& application : sight.applications) {
+        FollowApplication(policy, application, explainer, explanation);
+    }
+    AddStepOfAttributes(explanation);
+    Passing passing{explanation.status};
+    passing.Through(explanation.steps);
+    explanation.after = passing.status;
+    explanation.changes = passing.switched > 0;
+    passing.Through(explanation.steps);
+    explanation.inEveryCycle = passing.switched > 0;
+    return explanation;
+}
+
+}  // namespace lumcluster

@@ -1,0 +1,122 @@
+// Explanations for people and for programs.
+#include <sstream>
+
+#include "common/Table.h"
+#include "lumcluster/Reasons.h"
+
+namespace lumcluster {
+
+using nlohmann::ordered_json;
+
+namespace {
+
+const char* YesNo(bool yes) {
+    return yes ? "yes" : "no";
+}
+
+void AddRow(const Tie& tie, const std::string& by, lumtools::Table& table) {
+    table.Add({by, tie.isNoGroup ? "" : tie.group, tie.state, tie.activeNode, YesNo(tie.isHere),
+               tie.isLookedAt ? tie.Because() : "not looked at: one before it is online here"});
+}
+
+void AddRows(const Listing& listing, lumtools::Table& table) {
+    const std::string by = "application " + listing.application;
+    for (const Tie& tie : listing.instances) AddRow(tie, by + ", instance " + tie.by, table);
+    if (listing.instances.empty())
+        table.Add({by, "", "", "", "", "it has no instances, and leaves its policies alone"});
+}
+
+std::string Ties(const Explanation& explanation) {
+    if (!explanation.IsTied()) return "Nothing ties it to a resource group: it is never switched.\n";
+    lumtools::Table table({"TIED BY", "GROUP", "STATE", "ACTIVE NODE", "HERE", "BECAUSE"});
+    for (const Listing& listing : explanation.listings) AddRows(listing, table);
+    for (const Tie& tie : explanation.attributes) AddRow(tie, tie.by, table);
+    std::ostringstream out;
+    table.Print(out);
+    return out.str();
+}
+
+std::string Steps(const Explanation& explanation) {
+    std::string text;
+    for (const CycleStep& step : explanation.steps) {
+        text += (text.empty() ? "" : ", ") + step.by + (step.enables ? " enable" : " disable");
+        text += step.by.starts_with("the") ? "s it" : " it";
+    }
+    return text;
+}
+
+std::string NextCycle(const Explanation& explanation) {
+    if (explanation.steps.empty()) return "The next cycle leaves it alone.\n";
+    std::string text = "In the next cycle " + Steps(explanation) + ": it ";
+    text += explanation.status == explanation.after ? "stays " : "becomes ";
+    text += explanation.after + ".\n";
+    if (explanation.inEveryCycle) {
+        text += "It is switched off and on in every cycle, since they do not agree. Let only one of them name it.\n";
+    }
+    return text;
+}
+
+ordered_json ToJson(const Tie& tie) {
+    return {{"group", tie.isNoGroup ? ordered_json(nullptr) : ordered_json(tie.group)},
+            {"group_known", tie.isGroupKnown},
+            {"state", tie.isGroupKnown ? ordered_json(tie.state) : ordered_json(nullptr)},
+            {"active_node", tie.activeNode},
+            {"local_name", tie.comparison.local},
+            {"local_name_configured", tie.comparison.isConfigured},
+            {"here", tie.isHere},
+            {"because", tie.Because()}};
+}
+
+ordered_json Named(const char* member, const Tie& tie) {
+    ordered_json object{{member, tie.by}};
+    object.update(ToJson(tie));
+    return object;
+}
+
+ordered_json ToJson(const Listing& listing) {
+    ordered_json object{{"application", listing.application}, {"listed_as", listing.listedAs}};
+    object["instances"] = ordered_json::array();
+    for (const Tie& tie : listing.instances) object["instances"].push_back(Named("instance", tie));
+    return object;
+}
+
+ordered_json NextCycleToJson(const Explanation& explanation) {
+    ordered_json steps = ordered_json::array();
+    for (const CycleStep& step : explanation.steps) {
+        steps.push_back({{"by", step.by}, {"status", step.enables ? "enabled" : "disabled"}});
+    }
+    return {{"steps", steps},
+            {"status", explanation.after},
+            {"switches", explanation.changes},
+            {"in_every_cycle", explanation.inEveryCycle}};
+}
+
+}  // namespace
+
+std::string TextOf(const Explanation& explanation, const std::vector<std::string>& obstacles) {
+    std::string text = explanation.name + " (type " + explanation.typeName + ", id " + explanation.id + ") is " +
+                       explanation.status + " on this node.\n" + Ties(explanation);
+    if (!explanation.IsTied()) return text;
+    text += NextCycle(explanation);
+    for (const std::string& obstacle : obstacles) text += "Not now: " + obstacle + ".\n";
+    return text;
+}
+
+ordered_json ToJson(const Explanation& explanation, const std::vector<std::string>& obstacles) {
+    ordered_json object{{"id", explanation.id},
+                        {"name", explanation.name},
+                        {"type", explanation.typeName},
+                        {"status", explanation.status}};
+    object["applications"] = ordered_json::array();
+    for (const Listing& listing : explanation.listings) object["applications"].push_back(ToJson(listing));
+    object["attributes"] = ordered_json::array();
+    for (const Tie& tie : explanation.attributes) {
+        object["attributes"].push_back(Named("attribute", tie));
+        object["attributes"].back()["looked_at"] = tie.isLookedAt;
+    }
+    object["next_cycle"] = NextCycleToJson(explanation);
+    object["kept_from_it"] = obstacles;
+    return object;
+}
+
+}  // namespace lumcluster
