@@ -22,7 +22,6 @@ protected:
     }
     ~MonitorCycles() override { LumPalRuntime::SetStopping(false); }
     std::string Statuses() { return StatusOf("listed") + " " + StatusOf("grouped"); }
-    std::string StoredStatuses() { return StoredStatusOf("listed") + " " + StoredStatusOf("grouped"); }
 };
 
 TEST_F(MonitorCycles, WithoutMonitorModeNoToolRunsAndNoStatusChanges) {
@@ -191,7 +190,8 @@ TEST_F(MonitorCycles, AfterEachFileOperationThatFailsASuccessorSetsThingsRight) 
         Step();
         const std::string expected = here ? "enabled enabled" : "disabled disabled";
         EXPECT_EQ(Statuses(), expected) << nth;
-        EXPECT_EQ(StoredStatuses(), expected) << nth;
+        // kept: where a cached status is right a group does not write the document again; a start does.
+        EXPECT_EQ(StoredStatusOf("listed"), here ? "enabled" : "disabled") << nth;
         number = nth;
         return fired;
     });
@@ -222,6 +222,7 @@ TEST_F(MonitorCycles, TheGroupsAreAskedForOnceInACycleHoweverManyPoliciesThereAr
     cluster.tools.ForgetCalls();
     Step();
     const std::size_t few = cluster.tools.Calls().size();
+    LumConfCluster::ClusterBase::SetClusterEnvDetected(false);  // the installs need not ask
     for (int i = 0; i < 50; ++i) Install("p" + std::to_string(i), {"HARG:web", "HARG:db"}, "disabled");
     cluster.tools.ForgetCalls();
     Step();
