@@ -85,4 +85,9 @@ void RunBareCycle(int systems, int groups) {
     RunSystems(systems);
 }
 
+long CountBareCycle(int systems, int groups) {
+    const long ofSystems = 1 + 2 * systems, ofGroup = 2 + ofSystems + 2 * systems;
+    return 2 + groups * ofGroup + ofSystems;
+}
+
 }  // namespace bench

@@ -22,5 +22,7 @@ void RunBareGroups(int systems, int groups);
 /// Those of a cycle of the monitor on a node with applications: the name of the cluster, its groups, and its systems
 /// with id and state.
 void RunBareCycle(int systems, int groups);
+/// How many tools that runs.
+long CountBareCycle(int systems, int groups);
 
 }  // namespace bench

@@ -57,18 +57,14 @@ Pairs CompareGroups(int systems, int groups, int count) {
         count, [&] { cluster.GetGroups(); }, [&] { RunBareGroups(systems, groups); });
 }
 
-/// Takes minutes: the tools of all pairs are counted in the end.
+/// Takes minutes: the tools of all pairs, and of the look before them, are counted in the end.
 Pairs CompareCycle(const ClusterTask& task) {
-    MonitoredRoot root;
-    const auto cycle = [&] { root.RunCycle(); };
     const auto reference = [&] { RunBareCycle(task.systems, task.groups); };
     const long before = CountCalls();
-    cycle();
-    const long ofOne = CountCalls() - before;
-    const Pairs pairs = RunPairs(
-        task.pairs, [&] { return Seconds(cycle); }, [&] { return Seconds(reference); });
-    if (CountCalls() - before != ofOne * (1 + 2 * (task.pairs + 1))) {
-        throw std::runtime_error("the reference does not run as many tools as a cycle");
+    const Pairs pairs = MeasureCycles(task.pairs, [&] { return Seconds(reference); });
+    const long all = CountCalls() - before, runs = 1 + 2 * (task.pairs + 1);
+    if (all != runs * CountBareCycle(task.systems, task.groups)) {
+        throw std::runtime_error("a cycle does not run as many tools as the reference");
     }
     return pairs;
 }

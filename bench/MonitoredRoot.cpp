@@ -1,10 +1,14 @@
 #include "MonitoredRoot.h"
 
+#include <chrono>
 #include <filesystem>
+#include <future>
+#include <optional>
 #include <stdexcept>
+#include <utility>
 
 #include "Documents.h"
-#include "PolicyOperation.h"
+#include "LumConfCluster/ClusterMonitor.h"
 #include "TestPolicy.h"
 
 namespace bench {
@@ -33,6 +37,48 @@ void WritePolicy(const std::string& root, const std::string& id, const std::stri
     policy.WriteFiles(root + "/policies/files");
 }
 
+/// A cycle lasts from the end of one call of Seen to the beginning of the next one; a millisecond of it is its
+/// interval.
+class TimedMonitor : public LumConfCluster::ClusterMonitor {
+public:
+    TimedMonitor(int count, std::function<double()> reference) : left(count + 1), reference(std::move(reference)) {}
+    void Done(bool success) override {
+        ClusterMonitor::Done(success);
+        ended.set_value();
+    }
+    Pairs Wait() {
+        ended.get_future().wait();
+        Stop();
+        if (left > 0) throw std::runtime_error("the monitor has ended");
+        return pairs;
+    }
+
+protected:
+    void Seen(const Applications&) override {
+        if (begun) TakePair(std::chrono::duration<double>(Clock::now() - *begun).count());
+        if (left == 0) Stop();
+        begun = Clock::now();
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void TakePair(double cycle) {
+        const double beside = reference();
+        --left;
+        if (!std::exchange(isWarm, true)) return;
+        pairs.measured.push_back(cycle);
+        pairs.reference.push_back(beside);
+    }
+
+    int left;
+    const std::function<double()> reference;
+    bool isWarm = false;
+    std::optional<Clock::time_point> begun;
+    Pairs pairs;
+    std::promise<void> ended;
+};
+
 }  // namespace
 
 void FillMonitoredRoot(const std::string& root, int groups) {
@@ -49,16 +95,10 @@ void FillMonitoredRoot(const std::string& root, int groups) {
                "<APMApplicationConfiguration><Application>" + listed + "</Application></APMApplicationConfiguration>");
 }
 
-MonitoredRoot::MonitoredRoot()
-    : cycle(running, {clusterType, pollingInterval, monitorMode},
-            {[this] { running = false; }, &LumConf::PolicyOperation::GetInstance, [](std::uint32_t) {},
-             [](const Applications&) {}}) {
-    cycle.Begin();
-}
-
-void MonitoredRoot::RunCycle() {
-    cycle.Step();
-    if (!running) throw std::runtime_error("the monitor has ended");
+Pairs MeasureCycles(int count, const std::function<double()>& reference) {
+    TimedMonitor monitor(count, reference);
+    monitor.Start();
+    return monitor.Wait();
 }
 
 }  // namespace bench

@@ -1,13 +1,11 @@
 /// @file
-/// The monitor of a node, a cycle at a time.
+/// The cycles of a node's monitor.
 #pragma once
 
-#include <atomic>
-#include <cstdint>
+#include <functional>
 #include <string>
 
-#include "LumPalStr.h"
-#include "MonitorCycle.h"
+#include "Harness.h"
 
 namespace bench {
 
@@ -15,20 +13,9 @@ namespace bench {
 /// and the other one is listed by an application; all of them are disabled, as nothing is online. This node is system0.
 void FillMonitoredRoot(const std::string& root, int groups);
 
-/// The policies of this process's root, which is such a one, and a monitor that has begun. One for the process; one
-/// thread.
-class MonitoredRoot {
-public:
-    MonitoredRoot();
-    /// Nothing has changed since the last one. @throws std::runtime_error when the monitor ended
-    void RunCycle();
-
-private:
-    std::atomic<bool> running{true};
-    LumPalStr::String_t clusterType;
-    std::int32_t pollingInterval = 1;
-    bool monitorMode = true;
-    LumConfCluster::MonitorCycle cycle;
-};
+/// Runs a monitor in this process, whose root is such a one, and a reference behind each of its cycles, in all of which
+/// nothing changes. The first pair is not kept. @param reference  returns its seconds
+/// @throws std::runtime_error when the monitor ends before
+Pairs MeasureCycles(int count, const std::function<double()>& reference);
 
 }  // namespace bench

@@ -184,8 +184,19 @@ void PolicyOperation::Notify(const String_t& originator) {
     SendAudited(originator, &NotifyStore::Send);
 }
 
+/// Nobody asks again for a status that the cache holds already: what a failure kept from the disk is written here.
 void PolicyOperation::NotifyEnableDisable(const String_t& originator) {
+    MutexLock_t lock(mutex);
+    PolicyForwarder::Options options;
+    options.SetNotify(false);  // it is reported with the others
+    std::exception_ptr failure;
+    try {
+        WriteUnwritten(originator, unwritten.GetIds(), options);
+    } catch (const LumPalMsg::Exception_t&) {
+        failure = std::current_exception();
+    }
     SendAudited(originator, &NotifyStore::SendEnableDisable);
+    if (failure) std::rethrow_exception(failure);
 }
 
 void PolicyOperation::SendAudited(const String_t& originator, void (NotifyStore::*send)()) {

@@ -1,8 +1,8 @@
 """The nodes of one simulated cluster, each with a daemon, a network and mounts of its own, and who watches what is
 enabled where, from moment to moment.
 
-Nothing outlives a test, nor a test that is killed: a network goes with its only process, which ends when its input does,
-and a node's processes end with whoever started them.
+Nothing outlives a test, nor a test that is killed: a network goes with its only process, which ends when its input
+does, and a node's processes end with whoever started them.
 
 Run as a program it makes such nodes, tells their folders and waits: for the test that kills it.
 """
@@ -86,6 +86,11 @@ class ClusterNode(Node):
                     if record.get("words") == FIRST_OF_A_CYCLE:
                         self.begun.append(record["at"])
         return [begun for begun in self.begun if begun > moment]
+
+    def longest_cycle_since(self, moment):
+        """Its interval included."""
+        begun = self.cycles_since(moment)
+        return max((later - earlier for earlier, later in zip(begun, begun[1:])), default=0)
 
     def waits(self):
         """How often one of its tools has begun to wait."""

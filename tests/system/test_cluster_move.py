@@ -64,8 +64,9 @@ class OnThreeNodes(unittest.TestCase):
         watcher = self.nodes.watcher
         nowhere = max(watcher.length(name, moment, lambda where: where == ()) for name in FOLLOWER_NAMES)
         twice = max(watcher.length(name, moment, lambda where: where and len(where) > 1) for name in FOLLOWER_NAMES)
-        print(f"{what}: enabled nowhere for {nowhere * 1e3:.0f} ms, on two nodes for {twice * 1e3:.0f} ms,"
-              f" at intervals of {cluster_nodes.INTERVAL_MS} ms")
+        longest = max(node.longest_cycle_since(moment) for node in self.nodes)
+        print(f"{what}: enabled nowhere for {nowhere * 1e3:.0f} ms, on two nodes for {twice * 1e3:.0f} ms;"
+              f" from cycle to cycle up to {longest * 1e3:.0f} ms")
 
     def set(self, node, **values):
         """Settings of conf.cluster, until the test ends."""
@@ -212,7 +213,8 @@ class Failures(OnThreeNodes):
         release.touch()
         self.nodes.await_cycles(moment, 2)
         for name in FOLLOWER_NAMES:
-            self.assertEqual([where for _, _, where in self.nodes.watcher.spans(name, moment) if len(where or ()) > 1], [])
+            for _, _, where in self.nodes.watcher.spans(name, moment):
+                self.assertLessEqual(len(where or ()), 1, name)
         self.nodes.cluster.description["conducts"] = []
         self.assert_settled(self.nodes.place(web="gamma"), web="gamma")
 

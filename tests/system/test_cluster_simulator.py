@@ -8,7 +8,7 @@ import signal
 import subprocess
 import unittest
 
-from cluster import EXAMPLE, NO_BOX, THREE_SYSTEMS, Cluster, red_hat_files
+from cluster import EXAMPLE, NO_BOX, SIMULATOR, THREE_SYSTEMS, Cluster, red_hat_files
 from node import ROOT, wait_until
 
 RECORDED = ROOT / "tests/data/recorded/vcs"
@@ -295,6 +295,22 @@ class Box(Simulated):
         self.assertEqual((os.listdir("/opt"), os.uname().nodename), before)
         with open("/proc/self/mounts", encoding="utf-8") as mounts:
             self.assertNotIn(str(cluster.folder), mounts.read())
+
+    def test_a_box_may_be_another_node_and_has_the_names_of_hosts_that_are_described(self):
+        cluster = self.cluster(hosts={"beta": "192.0.2.7"})
+        command = [str(SIMULATOR), "--host", "beta", str(cluster.folder), "sh", "-c", "uname -n; cat /etc/hosts"]
+        result = subprocess.run(command, capture_output=True, text=True)
+        self.assertEqual((result.returncode, result.stdout), (0, "beta\n127.0.0.1 localhost\n192.0.2.7 beta\n"), result)
+
+    def test_a_call_that_waits_says_so_and_goes_on_when_it_may(self):
+        cluster = self.cluster()
+        release = cluster.folder / "release"
+        cluster.let("hasys -list", waitFor=str(release))
+        process = cluster.start(BIN + "hasys", "-list", stdout=subprocess.PIPE)
+        wait_until(lambda: {"waits": ["hasys", "-list"]} in cluster.records(), "it waits")
+        cluster.write(conducts=[])
+        release.touch()
+        self.assertEqual(process.stdout.read(), b"alpha\nbeta\ngamma\n")
 
     def test_the_box_ends_with_the_code_of_its_program(self):
         cluster = self.cluster()

@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "Exceptions.h"
+
 namespace LumConf {
 namespace {
 
