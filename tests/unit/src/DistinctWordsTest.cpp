@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "LumPalMsg.h"
+
 namespace LumConf {
 namespace {
 
