@@ -43,7 +43,7 @@ private:
         }
     }
     bool IsHere(const String_t& node) const {
-        return (local.configured ? node : LumPalNet::InetAddress_t(node).GetHostName()) == local.name;
+        return (local.isConfigured ? node : LumPalNet::InetAddress_t(node).GetHostName()) == local.name;
     }
 
     const ClusterResourceGroups& groups;

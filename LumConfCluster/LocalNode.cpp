@@ -26,7 +26,11 @@ std::optional<InetAddress_t> AddressOf(const String_t& name) {
 }  // namespace
 
 LocalName LocalName::Read() {
-    const String_t configured = ConfBase::Get_NS_ConfCluster().Open().GetValue(names::ClusterLocalNodenameKey);
+    return In(ConfBase::Get_NS_ConfCluster().Open());
+}
+
+LocalName LocalName::In(const LumPalConfig::Configuration_t& keys) {
+    const String_t configured = keys.GetValue(names::ClusterLocalNodenameKey);
     if (configured.IsNotEmpty()) return {configured, true};
     return {InetAddress_t::GetLocalHost().GetHostName(), false};
 }

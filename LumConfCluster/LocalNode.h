@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 
+#include "LumPalConfig.h"
 #include "LumPalNet.h"
 #include "LumPalStr.h"
 
@@ -15,6 +16,8 @@ namespace LumConfCluster {
 struct LocalName {
     /// CLUSTER_LOCAL_NODENAME, or the system's own name where it is empty.
     static LocalName Read();
+    /// Likewise, of the namespace as it is open.
+    static LocalName In(const LumPalConfig::Configuration_t& keys);
 
     LumPalStr::String_t name;
     bool isConfigured = false;

@@ -4,7 +4,6 @@
 
 #include "ConfBase.h"
 #include "LumPalConfig.h"
-#include "LumPalNet.h"
 #include "Names.h"
 #include "SettingsForwarder.h"
 
@@ -18,12 +17,6 @@ namespace {
 
 constexpr int kLeastInterval = 1;
 
-LocalName LocalNameIn(const Configuration_t& keys) {
-    const String_t configured = keys.GetValue(names::ClusterLocalNodenameKey);
-    if (configured.IsNotEmpty()) return {configured, true};
-    return {LumPalNet::InetAddress_t::GetLocalHost().GetHostName(), false};
-}
-
 /// kept: the whole namespace is sent, also what policies brought to it.
 void WriteBack(Configuration_t& keys, const char* key, const String_t& value, const LocalName& local) {
     keys.SetAttrValue(key, value);
@@ -34,7 +27,7 @@ void WriteBack(Configuration_t& keys, const char* key, const String_t& value, co
 
 LocalName FollowKeys(const MonitorFields& fields) {
     Configuration_t keys = ConfBase::Get_NS_ConfCluster().Open();
-    LocalName local = LocalNameIn(keys);
+    LocalName local = LocalName::In(keys);
     if (keys.GetValue(names::ClusterTypeKey) != fields.clusterType) {
         WriteBack(keys, names::ClusterTypeKey, fields.clusterType, local);
     }

@@ -4,15 +4,10 @@
 
 #include <cstdint>
 
+#include "LocalNode.h"
 #include "LumPalStr.h"
 
 namespace LumConfCluster {
-
-/// This node as the cluster calls it.
-struct LocalName {
-    LumPalStr::String_t name;
-    bool configured = false;  ///< by CLUSTER_LOCAL_NODENAME; else it is the system's own
-};
 
 /// What a monitor goes by from cycle to cycle. Used by its thread.
 struct MonitorFields {

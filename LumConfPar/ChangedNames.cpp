@@ -42,7 +42,9 @@ const KnownKeys kKnown[] = {
       "HANDSHAKE_TIMEOUT",   "HEADER_TIMEOUT", "BODY_TIMEOUT", "IDLE_TIMEOUT",    "WRITE_TIMEOUT",
       "CLOSE_TIMEOUT",       "MIN_RATE",       "TARGET_PORT",  "CONNECT_TIMEOUT", "REQUEST_TIMEOUT",
       "CALL_TIMEOUT",        "RESPONSE_LIMIT"}},
-    {"conf.cluster", {"CLUSTER_TYPE", "CLUSTER_LOCAL_NODENAME", "MONITOR_MODE", "TOOL_TIMEOUT"}},
+    {"conf.cluster",
+     {"CLUSTER_TYPE", "CLUSTER_LOCAL_NODENAME", "COMMAND_TIMEOUT", "MAX_RETRIES_FOR_CLUSTERUP", "MONITOR_MODE",
+      "POLLING_INTERVAL", "TOOL_TIMEOUT"}},
 };
 
 /// In the marks, so that no name looks like two.

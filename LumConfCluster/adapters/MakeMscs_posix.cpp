@@ -1,3 +1,4 @@
+// Making the Microsoft adapter, where it cannot be asked.
 #include "ClusterMscs.h"
 #include "ClusterProducts.h"
 #include "LoggedFailure.h"

@@ -1,3 +1,4 @@
+// Making the Microsoft adapter, over the API of the system.
 #include "ClusterMscs.h"
 #include "ClusterProducts.h"
 

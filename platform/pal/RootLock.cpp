@@ -1,3 +1,4 @@
+// RootLock_t of LumPalDaemon.h.
 #include <map>
 
 #include "LumPalDaemon.h"

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "Exceptions.h"
+#include "LumPalMsg.h"
 
 namespace LumConf {
 namespace {
