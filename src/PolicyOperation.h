@@ -158,8 +158,8 @@ public:
     ///         was
     void ReinitCache(const LumPalStr::String_t& originator);
 
-    /// Sends everything that is queued, or only what is queued for enabled and disabled policies; the second first writes
-    /// what an earlier change could not write, as a retry of the change does.
+    /// Sends everything that is queued, or only what is queued for enabled and disabled policies; the second first
+    /// writes what an earlier change could not write, as a retry of the change does.
     /// @throws LumCtrl::ControlException NotificationsNotSent
     void Notify(const LumPalStr::String_t& originator);
     void NotifyEnableDisable(const LumPalStr::String_t& originator);

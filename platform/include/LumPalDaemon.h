@@ -56,7 +56,7 @@ enum class Signal_e {
 };
 
 /// Takes SIGTERM, SIGINT and SIGHUP out of their default ways and hands them out one at a time. SIGPIPE and SIGXFSZ
-/// (a file has reached its limit) are ignored: the write that raises them fails, and is told like any other.
+/// (a file has reached its limit) are ignored: the write that raises them fails, and is reported like any other.
 /// To be made by main before other threads run; one per process.
 class LUMPAL_API Signals_t {
 public:

@@ -110,7 +110,7 @@ protected:
 };
 
 /// Where bytes go. A handle, as InputStream_t. A file stream whose last handle goes is closed; only Close
-/// throws when that fails, else it is said in the application log.
+/// throws when that fails, else it is logged in the application log.
 class LUMPAL_API OutputStream_t {
 public:
     class LUMPAL_API Impl {
@@ -225,7 +225,7 @@ public:
 };
 
 /// Writes in blocks. What is left goes out with Flush, Close, or the last handle; a failure of that last one cannot
-/// be thrown and is said in the application log.
+/// be thrown and is logged in the application log.
 class LUMPAL_API BufferedOutputStream_t : public OutputStream_t {
 public:
     BufferedOutputStream_t() = default;

@@ -26,7 +26,7 @@ enum LogOptions_e : unsigned {
 /// A message without severity shows "-". Control characters (C0, DEL, C1), line and paragraph
 /// separators and bidirectional controls of a text are escaped as \xNN and \uNNNN, so that no
 /// name forges a line. Each message is appended in one write. Nothing is thrown for a line that
-/// cannot be written, as on a full disk: that is said in the application log, and the next line that
+/// cannot be written, as on a full disk: that is logged in the application log, and the next line that
 /// can be written stands behind one that tells how many were lost, since when and why:
 ///
 ///     2024-02-29T08:07:12.004+01:00 ERROR 3 line(s) of this log were lost since 2024-02-29T08:05:01.250+01:00. | ...
@@ -38,7 +38,7 @@ class LUMPAL_API Log_t {
 public:
     Log_t();
     /// Opens `directory`/`name` for appending; a directory that is not there is made. A failure, and
-    /// anything there that is no regular file, is said in the application log. It leaves the log undefined
+    /// anything there that is no regular file, is logged in the application log. It leaves the log undefined
     /// unless it may pass by itself (no room, a disk that cannot be written, no descriptors): then each
     /// line tries anew, and those until then are lost as above.
     /// @param component  who writes: named in what the application log says about this log
@@ -58,7 +58,7 @@ private:
 /// The process's log: standard error, and a rotated file once SetApplicationLogFile was called.
 LUMPAL_API Log_t& GetApplicationLog();
 /// Adds the file (10 MiB, 5 older ones beside it, 0640), in place of the one set before; a null or
-/// empty path takes it away. A file that cannot be opened is said on standard error.
+/// empty path takes it away. A file that cannot be opened is reported on standard error.
 LUMPAL_API void SetApplicationLogFile(const LumPalStr::String_t& path);
 /// Writes to the application log with option 128. @throws std::bad_alloc alone
 LUMPAL_API void Log(const LumPalMsg::MessageList_t& messages);

@@ -33,7 +33,7 @@ struct LUMPAL_API NodeIdentity {
     std::vector<LumPalStr::String_t> trustedPaths;
     /// Reads CORE_ID ("sec.core") and CERT_INSTALLED ("sec.cm.certificates"). The node's own paths are filled only
     /// when a certificate is installed, the trusted ones always (a client needs them), in order of their names.
-    /// @throws KeyStoreException when a certificate is said to be installed and the core id is no alias
+    /// @throws KeyStoreException when a certificate counts as installed and the core id is no alias
     ///         or a file of it is missing
     static NodeIdentity Load();
     /// @throws KeyStoreException naming a file that a server would not take: broken, of another key, or too weak

@@ -9,7 +9,7 @@
 
 namespace LumSecPki {
 
-/// @throws LumSecCore::SecCoreException with what the crypto library said last
+/// @throws LumSecCore::SecCoreException with what the crypto library reported last
 [[noreturn]] void Fail(const char* text);
 
 /// What was written into memory. @param write  returns 1 on success. @throws LumSecCore::SecCoreException

@@ -15,7 +15,7 @@ namespace LumVoxMsg {
 /// Takes the connections of a socket that listens, on a thread of its own, and never ends by itself: when descriptors
 /// or memory run out it goes on as soon as there are some again. A connection for which there is no room is taken when
 /// one that only waits makes room for it, else it gets a farewell and is closed. It waits for nobody, but for a
-/// descriptor when there are too few. What happens is said in the application log, throttled.
+/// descriptor when there are too few. What happens is logged in the application log, throttled.
 class AcceptLoop final : private LumPalThread::Runnable_i {
 public:
     /// Who serves the connections. Called on the loop's thread.

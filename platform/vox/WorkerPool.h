@@ -27,7 +27,7 @@ public:
     ~WorkerPool() { Stop(); }
     /// Whether fewer tasks wait than may. Those of several threads that ask at once may come to a few more.
     bool HasRoom();
-    /// @param task  its destructor must not come back to the pool; what it throws ends it alone, and is said in the
+    /// @param task  its destructor must not come back to the pool; what it throws ends it alone, and is logged in the
     /// application log
     /// @return false, and the task dropped, after Refuse and Stop
     /// @throws when there is no room for the task, or for the first thread; the task is dropped then

@@ -15,13 +15,13 @@ class InstallOptionsImpl;
 /// One thread at a time.
 class LUMCONF_API InstallOptions {
 public:
-    /// Consumers are told, everything else stays as the policy and the node say.
+    /// Consumers are notified, everything else stays as the policy and the node say.
     InstallOptions();
     InstallOptions(const InstallOptions& other);
     InstallOptions& operator=(const InstallOptions& other);
     ~InstallOptions();
 
-    /// Whether the node's consumers are told of the install.
+    /// Whether the node's consumers are notified of the install.
     InstallOptions& SetNotify(bool value);
     /// Id of the target of the request.
     InstallOptions& SetTargetID(const LumPalStr::String_t& id);

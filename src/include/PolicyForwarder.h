@@ -31,7 +31,7 @@ public:
         Options& operator=(const Options& other);
         ~Options();
 
-        /// Whether the node's consumers are told (true at first).
+        /// Whether the node's consumers are notified (true at first).
         Options& SetNotify(bool value);
         /// Kept for callers; a request never closes the connection (false at first).
         Options& SetCloseConnection(bool value);

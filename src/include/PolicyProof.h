@@ -9,9 +9,9 @@
 
 namespace LumConf {
 
-/// Who a document says has signed its data files. It is told as it stands there: only a proof makes it true. A value.
+/// Who a document says has signed its data files. It is shown as it stands there: only a proof makes it true. A value.
 struct LUMCONF_API PolicySigner {
-    /// Whether there is a certificate that can be read; nothing else is told without one.
+    /// Whether there is a certificate that can be read; nothing else is reported without one.
     bool found = false;
     LumPalStr::String_t subject, issuer;
     /// The end of the certificate's validity as "2026-11-21T10:00:00Z".

@@ -52,7 +52,7 @@ private:
 class LUMCONF_API SettingsMerge {
 public:
     /// Reads the policies of the type "configsettings" that are installed below the present root. A data file that
-    /// cannot be read is left out, as the daemon does, and said in GetProblems. Signatures that fail do not matter.
+    /// cannot be read is left out, as the daemon does, and reported by GetProblems. Signatures that fail do not matter.
     /// @throws LumConf::PolicyFileException when a header cannot be read: then the daemon merges nothing either;
     ///         LumPalMsg::RuntimeException_t 58 when the store cannot be read
     SettingsMerge();

@@ -61,10 +61,10 @@ struct File {
 struct Description {
     std::string product;
     std::string name;
-    std::string host;                  ///< the name that this node bears inside the box; empty: its own
+    std::string host;                          ///< the name that this node bears inside the box; empty: its own
     std::map<std::string, std::string> hosts;  ///< addresses by names; empty: the names that this system knows
-    std::vector<File> files;           ///< further ones that are there, such as daemon files of other products
-    std::vector<std::string> missing;  ///< names of tools, or of the daemon file, that are not there
+    std::vector<File> files;                   ///< further ones that are there, such as daemon files of other products
+    std::vector<std::string> missing;          ///< names of tools, or of the daemon file, that are not there
     std::vector<System> systems;
     std::vector<Group> groups;
     std::vector<Conduct> conducts;  ///< the first one that matches a call counts

@@ -14,7 +14,7 @@
 namespace lumconfd {
 
 /// Says in the application log which of the node's certificates end soon: a warning when 30, 7 and 1 days are left,
-/// each once, and an error when it has ended. A certificate that is met when several of these have passed is told once.
+/// each once, and an error when it has ended. A certificate met when several of these have passed is logged once.
 /// It looks at those that the node shows, with the chain behind its own, and at those that it trusts. Used by one
 /// thread.
 class Expiry {

@@ -13,7 +13,7 @@ namespace LumConfCluster {
 
 class ClusterNodesImpl;
 
-/// The nodes in the order in which the product told them. A handle: copies share the list.
+/// The nodes in the order in which the product reports them. A handle: copies share the list.
 class LUMCONF_API ClusterNodes : public Handle<ClusterNodesImpl> {
 public:
     /// An empty list.

@@ -13,7 +13,7 @@ namespace LumConfCluster {
 
 class ClusterResourceGroupsImpl;
 
-/// The resource groups in the order in which the product told them. A handle: copies share the list.
+/// The resource groups in the order in which the product reports them. A handle: copies share the list.
 class LUMCONF_API ClusterResourceGroups : public Handle<ClusterResourceGroupsImpl> {
 public:
     /// An empty list.
