@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <deque>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -126,8 +127,9 @@ private:
 class FailingFile {
 public:
     FailingFile(const std::string& failing, const std::string& ending) {
-        operation = failing;
-        end = ending;
+        // Kept to the end: another thread may still be asking on behalf of the one before.
+        all.push_back({failing, ending});
+        current = &all.back();
         LumPalIo::SetFaultHookForTest(Hook);
     }
     ~FailingFile() { LumPalIo::SetFaultHookForTest(nullptr); }
@@ -136,8 +138,13 @@ public:
 
 private:
     static bool Hook(const char* asked, const char* path) {
-        return asked == operation && std::string_view(path).ends_with(end);
+        const Target& target = *current;
+        return asked == target.operation && std::string_view(path).ends_with(target.end);
     }
 
-    inline static std::string operation, end;
+    struct Target {
+        std::string operation, end;
+    };
+    inline static std::deque<Target> all;
+    inline static std::atomic<const Target*> current{nullptr};
 };

@@ -32,6 +32,12 @@ struct TlsMemory : testing::Test {
     std::string Exchange(unsigned port) { return TlsClient(port).Show(shown).Exchange(); }
 };
 
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+constexpr std::chrono::milliseconds kTimeToTalk(1500);  // a handshake takes ten times as long
+#else
+constexpr std::chrono::milliseconds kTimeToTalk(300);
+#endif
+
 }  // namespace
 
 TEST_F(TlsMemory, AnIoThreadWithoutMemoryLosesAConnectionAtMost) {
@@ -40,7 +46,7 @@ TEST_F(TlsMemory, AnIoThreadWithoutMemoryLosesAConnectionAtMost) {
     LumVoxMsg::HttpLimits limits;
     limits.ioThreads = 1;
     // The crypto library without memory may just stop to talk: then the time for it ends the connection.
-    limits.handshakeTime = limits.idleTime = std::chrono::milliseconds(300);
+    limits.handshakeTime = limits.idleTime = kTimeToTalk;
     const LumSecCore::NodeIdentity identity = Identity();
     EchoServer server(limits, &identity);
     ASSERT_TRUE(Exchange(server.GetPort()).starts_with("HTTP/1.1 200"));
