@@ -1,3 +1,4 @@
+// Bell_t and StepThread_t of LumPalBell.h.
 #include "LumPalBell.h"
 
 #include "LumPalLog.h"

@@ -1,3 +1,4 @@
+// Running a command: LumPalCmd.h.
 #include "CommandLine.h"
 #include "Deadline.h"
 #include "LumPalCmd.h"

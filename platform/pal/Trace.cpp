@@ -1,3 +1,4 @@
+// Traces, and which of them LUM_TRACE asks for.
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>

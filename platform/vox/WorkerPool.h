@@ -36,7 +36,7 @@ public:
     /// nothing.
     void Refuse();
     /// Refuses, and waits for what has begun. Not from a task. A second call does nothing.
-    void Stop();
+    void Stop() LUMPAL_EXCLUDES(mutex);
 
 private:
     void AddThreadLocked() LUMPAL_REQUIRES(mutex);

@@ -57,8 +57,9 @@ def too_long(path):
 def untold(source, by_name):
     """A source without a header of its name, platforms aside, that does not begin with a line on what it holds."""
     name = re.sub(r"_(posix|win32)$", "", source.stem)
-    headers = {f"{name}{end}.h" for end in ("", "_posix", "_win32", "_beast")}
-    if source.suffix != ".cpp" or headers & set(by_name) or source.read_text(encoding="utf-8").startswith("//"):
+    headers = [header for end in ("", "_posix", "_win32", "_beast") for header in by_name.get(f"{name}{end}.h", [])]
+    own = [header for header in headers if owner(header) == owner(source) or "include" in header.parts]
+    if source.suffix != ".cpp" or own or source.read_text(encoding="utf-8").startswith("//"):
         return []
     return [f"{source.relative_to(ROOT)} has no header of its name: its first line tells what it holds, as a comment"]
 
