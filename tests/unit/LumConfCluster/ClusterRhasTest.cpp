@@ -204,6 +204,15 @@ TEST_F(Rhas, TheRecordedConfigurationsAreSearched) {
     EXPECT_EQ(Cluster().GetVirtualIP("oracle"), "") << "the service is told of by a reference";
     load("nested.txt");
     EXPECT_EQ(Cluster().GetVirtualIP("test2"), "") << "addresses are nested, and the service is a resource";
+    load("reference.txt");
+    EXPECT_EQ(Cluster().GetVirtualIP("test1"), "")
+        << "the first of the name is a resource; the one that is used has one";
+    tools.Answer("clustat -s testdomain1", "x\n");
+    for (const char* name : {"members-of-domains.txt", "no-domains.txt", "no-resources.txt"}) {
+        load(name);
+        EXPECT_EQ(Cluster().GetVirtualIP("testdomain1"), "") << name;
+        EXPECT_EQ(Cluster().GetGroupNodes("testdomain1").Count(), 0) << name << ": a domain is no service";
+    }
 }
 
 TEST_F(Rhas, TheReleaseDecidesWhichToolsThereAre) {
@@ -336,6 +345,8 @@ TEST_F(Rhas, TheNameIsFoundInEitherSpelling) {
     EXPECT_EQ(Cluster().GetName(), "elao");
     tools.Answer("cman_tool status", ReadText(LUM_TEST_DATA "/recorded/rhas/cman_tool-status-no-quorum.txt"));
     EXPECT_EQ(Cluster().GetName(), "cluster66");
+    tools.Answer("cman_tool status", ReadText(LUM_TEST_DATA "/recorded/rhas/cman_tool-status-one-node.txt"));
+    EXPECT_EQ(Cluster().GetName(), "build");
 }
 
 TEST_F(Rhas, WhatIsLostAsAWholeIsAnErrorWithItsReason) {

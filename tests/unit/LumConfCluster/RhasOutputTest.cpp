@@ -50,6 +50,10 @@ TEST(RhasOutput, TheRecordedTablesAreRead) {
     EXPECT_EQ(Services(Recorded("two-services")), (Texts{"group_1,node1,started", "group_2,node2,started"}));
     EXPECT_EQ(Members(Recorded("no-services")), (Texts{"node0+", "node1+"}));
     EXPECT_EQ(Services(Recorded("no-services")), Texts{});
+    for (const char* name : {"xml-disabled", "xml-started"}) {
+        EXPECT_EQ(Members(Recorded(name)), Texts{}) << "the other form of the output has no table";
+        EXPECT_EQ(Services(Recorded(name)), Texts{});
+    }
 }
 
 TEST(RhasOutput, WhatIsNoMemberIsNoRow) {
