@@ -88,6 +88,7 @@ TEST(RhasOutput, AnOwnerThatIsPaddedInsideItsBracketsIsTwoColumns) {
 TEST(RhasOutput, AServiceStandsTwoLinesBehindTheHeading) {
     EXPECT_EQ(Services(LinesOf("Service Name\na x started\nb y started\n")), Texts{"b,y,started"});
     EXPECT_EQ(Services(LinesOf("Service Name\n")), Texts{});
+    EXPECT_EQ(Services(LinesOf("Resource Group\n--\nweb a started\n"), 4), Texts{}) << "the first tools' heading";
     EXPECT_EQ(Services({}), Texts{});
 }
 
