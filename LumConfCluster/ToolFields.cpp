@@ -10,7 +10,7 @@ namespace {
 
 /// What String_t::Trim takes off; it is asked only of unusual characters.
 bool IsWhite(char16_t unit) {
-    return (unit <= u' ' || unit > u'~') && String_t(unit).Trim().IsEmpty();
+    return unit == u' ' || unit == u'\t' || ((unit < u' ' || unit > u'~') && String_t(unit).Trim().IsEmpty());
 }
 
 }  // namespace

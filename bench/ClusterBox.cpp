@@ -15,6 +15,7 @@
 #include "LumConfCluster/Cluster.h"
 #include "MonitoredRoot.h"
 #include "TempRoot.h"
+#include "ToolCalls.h"
 
 namespace bench {
 namespace {
@@ -29,8 +30,12 @@ std::string BuildFolder() {
     return Self().parent_path().parent_path();
 }
 
+std::string CallsFile() {
+    return std::string(std::getenv("LUM_ROOT")) + "/calls";
+}
+
 long CountCalls() {
-    std::ifstream file(std::string(std::getenv("LUM_ROOT")) + "/calls");
+    std::ifstream file(CallsFile());
     return std::count(std::istreambuf_iterator<char>(file), {}, '\n');
 }
 
@@ -57,13 +62,28 @@ Pairs CompareGroups(int systems, int groups, int count) {
         count, [&] { cluster.GetGroups(); }, [&] { RunBareGroups(systems, groups); });
 }
 
+/// The tools that this runs, in their order.
+std::vector<std::vector<std::string>> ToolsOf(const std::function<void()>& work) {
+    const long before = CountCalls();
+    work();
+    return ReadToolCalls(CallsFile(), before);
+}
+
+/// For any product: the reference runs what was run for the groups once.
+Pairs CompareReplay(int count) {
+    const LumConfCluster::Cluster cluster;
+    const auto groups = [&] { cluster.GetGroups(); };
+    const auto tools = ToolsOf(groups);
+    return Compare(count, groups, [&] { std::for_each(tools.begin(), tools.end(), RunBare); });
+}
+
 /// Takes minutes: the tools of all pairs, and of the look before them, are counted in the end.
 Pairs CompareCycle(const ClusterTask& task) {
-    const auto reference = [&] { RunBareCycle(task.systems, task.groups); };
+    const auto reference = [&] { RunBareCycle(task.cluster.systems, task.cluster.groups); };
     const long before = CountCalls();
     const Pairs pairs = MeasureCycles(task.pairs, [&] { return Seconds(reference); });
     const long all = CountCalls() - before, runs = 1 + 2 * (task.pairs + 1);
-    if (all != runs * CountBareCycle(task.systems, task.groups)) {
+    if (all != runs * CountBareCycle(task.cluster.systems, task.cluster.groups)) {
         throw std::runtime_error("a cycle does not run as many tools as the reference");
     }
     return pairs;
@@ -93,7 +113,8 @@ Pairs CompareName(int count) {
 Pairs Run(const ClusterTask& task) {
     const std::string name = task.name;
     if (name == "cycle") return CompareCycle(task);
-    if (name == "groups") return CompareGroups(task.systems, task.groups, task.pairs);
+    if (name == "groups") return CompareGroups(task.cluster.systems, task.cluster.groups, task.pairs);
+    if (name == "replay") return CompareReplay(task.pairs);
     return name == "name" ? CompareName(task.pairs) : Compare(task.pairs, AskForName, RunToolsOfName);
 }
 
@@ -103,28 +124,15 @@ std::string ClusterSimulator() {
     return BuildFolder() + "/tests/lumclustersim";
 }
 
-void DescribeCluster(const std::string& path, int systems, int groups) {
-    std::ostringstream names, all;
-    for (int i = 0; i < systems; ++i) names << (i ? ", " : "") << "\"system" << i << "\"";
-    for (int i = 0; i < systems; ++i) all << (i ? ", " : "") << "{\"name\": \"system" << i << "\"}";
-    std::ofstream file(path);
-    file << "{\"product\": \"vcs\", \"name\": \"measured\", \"host\": \"system0\", \"systems\": [" << all.str()
-         << "], \"groups\": [";
-    for (int i = 0; i < groups; ++i) {
-        file << (i ? ", " : "") << "{\"name\": \"group" << i << "\", \"systems\": [" << names.str() << "]}";
-    }
-    file << "]}\n";
-}
-
 Pairs MeasureInCluster(const ClusterTask& task) {
     std::string folder = "/tmp/lumbench-XXXXXX";
     if (!mkdtemp(folder.data())) throw std::runtime_error("cannot make a folder");
-    DescribeCluster(folder + "/cluster.json", task.systems, task.groups);
-    if (task.name == std::string("cycle")) FillMonitoredRoot(folder, task.groups);
+    DescribeCluster(folder + "/cluster.json", task.cluster);
+    if (task.name == std::string("cycle")) FillMonitoredRoot(folder, task.cluster.groups);
     std::ostringstream command;
     command << "LUM_ROOT='" << folder << "' LANG=C LC_ALL=C '" << ClusterSimulator() << "' '" << folder << "' '"
-            << Self().string() << "' --in-cluster " << task.name << " " << task.systems << " " << task.groups << " "
-            << task.pairs << " >'" << folder << "/pairs'";
+            << Self().string() << "' --in-cluster " << task.name << " " << task.cluster.systems << " "
+            << task.cluster.groups << " " << task.pairs << " >'" << folder << "/pairs'";
     const int status = std::system(command.str().c_str());
     Pairs pairs;
     std::ifstream file(folder + "/pairs");
@@ -138,7 +146,8 @@ Pairs MeasureInCluster(const ClusterTask& task) {
 }
 
 int RunInCluster(char** arguments) {
-    const Pairs pairs = Run({arguments[0], std::stoi(arguments[1]), std::stoi(arguments[2]), std::stoi(arguments[3])});
+    const Pairs pairs =
+        Run({arguments[0], {std::stoi(arguments[1]), std::stoi(arguments[2])}, std::stoi(arguments[3])});
     for (std::size_t i = 0; i < pairs.measured.size(); ++i) {
         std::cout << pairs.measured[i] << " " << pairs.reference[i] << "\n";
     }

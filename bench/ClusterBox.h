@@ -8,15 +8,24 @@
 
 namespace bench {
 
-/// What is measured there.
-struct ClusterTask {
-    const char* name;  ///< "groups", "name", "tools": the name against its tools alone, or "cycle": of the monitor
-    int systems, groups, pairs;
+/// A cluster of systems called system0, system1, ..., and of groups called group0, group1, ...
+struct MeasuredCluster {
+    int systems, groups;
+    const char* product = "vcs";  ///< as the simulator calls it
+    bool isOnline =
+        false;  ///< each group on a system, in turns; otherwise none is, so that each system is asked for it
 };
 
-/// Describes a cluster of systems called system0, system1, ..., and of groups called group0, group1, ..., none of which
-/// is online, so that every system is asked for its state. Tools stand beside it. @param path  of the description
-void DescribeCluster(const std::string& path, int systems, int groups);
+/// What is measured there.
+struct ClusterTask {
+    const char* name;  ///< "groups", "name", "tools": the name against its tools alone, "replay": the groups against
+                       ///< the tools that they were seen to run, or "cycle": of the monitor
+    MeasuredCluster cluster;
+    int pairs;
+};
+
+/// Describes a cluster in a file, beside which the log of its calls will stand.
+void DescribeCluster(const std::string& path, const MeasuredCluster& cluster);
 /// The program that runs others on a node of a cluster.
 std::string ClusterSimulator();
 

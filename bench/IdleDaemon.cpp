@@ -90,7 +90,7 @@ double ShareOf(const fs::path& process, milliseconds time) {
 std::vector<double> SharesBetweenCycles(int times, int time) {
     const Folder folder;
     const unsigned port = FreePort();
-    DescribeCluster(folder.Path() + "/cluster.json", 2, 2);
+    DescribeCluster(folder.Path() + "/cluster.json", {2, 2});
     WriteSettings(folder.Path(), port);
     const std::string daemon = fs::read_symlink("/proc/self/exe").parent_path().parent_path() / "tools/lumconfd";
     const ChildServer server({ClusterSimulator(), folder.Path(), daemon}, {{"LUM_ROOT", folder.Path()}},

@@ -1,12 +1,14 @@
 #!/usr/bin/python3
-"""lumclusterinfo on a node of a simulated cluster of each product: a row for each, and what holds for all of them."""
+"""A node of a simulated cluster of each product, asked and followed: a row for each, and what holds for all of them."""
 import re
 import resource
 import unittest
 from dataclasses import dataclass, field
 
+import test_cluster_daemon
 from cluster import red_hat_files
-from node import SLOWNESS
+from node import SLOWNESS, TOOLS
+from test_cluster_daemon import QUICK_MS
 from test_cluster_info import DONE, FAILED, OnACluster
 
 MEMORY_KIB = 512 * 1024 * SLOWNESS
@@ -92,6 +94,28 @@ active node
 """
 
 
+def status_text(product, web_node):
+    """What people are shown while the daemon follows the cluster; the time is left out."""
+    here = "Online" if web_node == "alpha" else "Offline"
+    database, web = ("192.0.2.10", "192.0.2.20") if product.has_addresses else ("", "")
+    groups = "".join(f"{name:<8}  {state:<7}  {local:<7}  {node:<11}  {address}".rstrip() + "\n"
+                     for name, state, local, node, address in (("database", "Online", "Online", "alpha", database),
+                                                               ("web", "Online", here, web_node, web),
+                                                               ("reports", "Offline", product.local, "", "")))
+    return f"""\
+cluster   harbour ({product.title}), Up
+this node alpha
+monitor   the cluster is followed since TIME
+
+NODE   ID  STATE
+alpha  0   Online   this node
+beta   1   Online
+gamma  2   Offline
+
+GROUP     STATE    HERE     ACTIVE NODE  ADDRESS
+{groups}"""
+
+
 def on_each_product(test):
     """Runs a test for each product, on a cluster of its own."""
     def each(self):
@@ -138,6 +162,31 @@ class Questions(OnACluster):
     def test_tools_run_behind_what_the_environment_says(self, product, cluster):
         self.assertEqual(cluster.info("-all", environment=cluster.environment(LUM_SUDO="/usr/bin/env")).out, listing(product))
         self.assert_fails(cluster.info("-all", environment=cluster.environment(LUM_SUDO="/nowhere/sudo")), product.not_made)
+
+
+class Following(test_cluster_daemon.OnACluster):
+    """The daemon on a node of each product, and what people are told of it."""
+
+    def assert_shows(self, node, text):
+        result = node.cluster.run(TOOLS / "lumcluster", "status", environment=node.environment())
+        self.assertEqual((result.code, result.err), (DONE, ""), result)
+        self.assertEqual(re.sub(r"(?m)(since ).*$", r"\1TIME", result.out), text)
+
+    @on_each_product
+    def test_a_policy_follows_its_group_to_this_node_and_away(self, product, cluster):
+        node = self.node(cluster, POLLING_INTERVAL=QUICK_MS)
+        self.await_phase(node, "watching")
+        self.install(node, "grouped", "HARG:web")
+        self.assertEqual(self.status(node, "grouped"), "disabled", "as an install on such a node decides")
+        self.assert_shows(node, status_text(product, "beta"))
+        self.move(cluster, "web", "alpha")
+        self.await_status(node, "grouped", "enabled")
+        self.assert_shows(node, status_text(product, "alpha"))
+        self.move(cluster, "web", "beta")
+        self.await_status(node, "grouped", "disabled")
+        self.assertNotIn("ERROR", node.log)
+        self.stop(node)
+        self.assertFalse(cluster.was_anybody_left())
 
 
 class RedHatReleases(OnACluster):

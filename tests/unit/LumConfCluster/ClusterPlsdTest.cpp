@@ -191,6 +191,19 @@ TEST_F(Plsd, AConfigurationMapsTheWordsOfGroupsAlone) {
     EXPECT_EQ(Group("here").GetLocalState(), RGState::Online) << "which follows from the node";
 }
 
+TEST_F(Plsd, EachWordMayBeMappedAndNoneThatIsNot) {
+    const Texts words{"up", "down", "unknown", "starting", "halting"};
+    for (const std::string& mapped : words) {
+        const TempRoot other;
+        Configure("conf.cluster.RGState.PLSD", mapped.c_str(), "ONLINE");
+        for (const std::string& word : words) {
+            node.SetPackages("web " + word + " - - - south\n");
+            const RGState state = word == mapped ? RGState::Online : RGState::Offline;
+            EXPECT_EQ(Group("web").GetState(), state) << mapped << " " << word;
+        }
+    }
+}
+
 TEST_F(Plsd, TheNodesOfAGroupStandInItsConfiguration) {
     const Cluster cluster;
     EXPECT_EQ(Names(cluster.GetGroupNodes("web")), (Texts{"south", "north"}));

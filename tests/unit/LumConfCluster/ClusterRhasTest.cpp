@@ -204,6 +204,15 @@ TEST_F(Rhas, TheRecordedConfigurationsAreSearched) {
     EXPECT_EQ(Cluster().GetVirtualIP("oracle"), "") << "the service is told of by a reference";
     load("nested.txt");
     EXPECT_EQ(Cluster().GetVirtualIP("test2"), "") << "addresses are nested, and the service is a resource";
+    load("reference.txt");
+    EXPECT_EQ(Cluster().GetVirtualIP("test1"), "")
+        << "the first of the name is a resource; the one that is used has one";
+    tools.Answer("clustat -s testdomain1", "x\n");
+    for (const char* name : {"members-of-domains.txt", "no-domains.txt", "no-resources.txt"}) {
+        load(name);
+        EXPECT_EQ(Cluster().GetVirtualIP("testdomain1"), "") << name;
+        EXPECT_EQ(Cluster().GetGroupNodes("testdomain1").Count(), 0) << name << ": a domain is no service";
+    }
 }
 
 TEST_F(Rhas, TheReleaseDecidesWhichToolsThereAre) {
@@ -222,64 +231,6 @@ TEST_F(Rhas, TheReleaseDecidesWhichToolsThereAre) {
         node.SetRelease(row.release);
         EXPECT_EQ(Cluster().GetName(), row.name) << row.release;
     }
-}
-
-TEST_F(Rhas, OnRelease3OtherToolsTellAndNobodyKnowsWhereAGroupRuns) {
-    node.SetRelease(kRelease3);
-    remove(RhasNode::kConfiguration);
-    WriteText("/etc/cluster.xml", "<cluster/>");
-    tools.Answer("redhat-config-cluster-cmd --cluster", "cluster:\n  name = harbour \n");
-    tools.Answer("redhat-config-cluster-cmd --service=web --service_ipaddresses", "x\n  ipaddress = 10.0.0.7\n");
-    tools.Answer("redhat-config-cluster-cmd --service=db --service_ipaddresses", "");
-    node.SetStatus(
-        "Cluster Status\n Member   Status\n ------------------ ----------\n north  Active   <-- here\n"
-        " south  Inactive\n east  Active:x\n\n Service   Status\n ------- ------\n web  started north\n"
-        " db  stopped\n");
-    const Cluster cluster;
-    EXPECT_EQ(cluster.GetName(), "harbour");
-    EXPECT_EQ(cluster.GetState(), ClusterState::Up);
-    const ClusterNodes nodes = cluster.GetNodes();
-    EXPECT_EQ(Names(nodes), (Texts{"north", "south", "east"}));
-    EXPECT_EQ(nodes[0].GetState(), NodeState::Online);
-    EXPECT_EQ(nodes[1].GetState(), NodeState::Offline);
-    EXPECT_EQ(nodes[2].GetState(), NodeState::Offline) << "the word is the whole column";
-    const ClusterResourceGroups groups = cluster.GetGroups();
-    EXPECT_EQ(Names(groups), (Texts{"web", "db"}));
-    EXPECT_EQ(groups[0].GetState(), RGState::Online);
-    EXPECT_EQ(groups[0].GetLocalState(), RGState::Unknown);
-    EXPECT_EQ(groups[0].GetActiveNode().GetName(), "");
-    EXPECT_EQ(groups[1].GetId(), 1);
-    EXPECT_EQ(Names(cluster.GetGroupNodes("anything")), (Texts{"north", "south", "east"}));
-    EXPECT_EQ(cluster.GetVirtualIP("web"), "10.0.0.7");
-    EXPECT_EQ(cluster.GetVirtualIP("db"), "");
-    EXPECT_RAISES(cluster.GetVirtualIP("-x"), ClusterException, 335);
-}
-
-TEST_F(Rhas, BelowRelease3OneToolTellsAll) {
-    node.SetRelease(kRelease2);
-    WriteText("/etc/cluster.conf", "<cluster/>");
-    tools.Answer("cluadmin -- cluster name", "harbour\n");
-    tools.Answer("cluadmin -- cluster status",
-                 "title\n======= M e m b e r =======\n\n Member Status\n ------ ------\n north  Up  0\n south  UP  1\n"
-                 " east  Down  2\n\n====== S e r v i c e ======\n web Up\n");
-    tools.Answer("cluadmin -- service show services", "web\n\n  db  \n");
-    tools.Answer("cluadmin -- service show state", " web started north\n other started\n");
-    tools.Answer("cluadmin -- service show config web", "name: web\n IP address 0: 10.0.0.7 \n IP address 1: 2\n");
-    const Cluster cluster;
-    EXPECT_EQ(cluster.GetName(), "harbour");
-    EXPECT_EQ(cluster.GetState(), ClusterState::Up);
-    const ClusterNodes nodes = cluster.GetNodes();
-    EXPECT_EQ(Names(nodes), (Texts{"north", "south", "east"}));
-    EXPECT_EQ(nodes[0].GetState(), NodeState::Online);
-    EXPECT_EQ(nodes[1].GetState(), NodeState::Offline) << "the word is another one";
-    const ClusterResourceGroups groups = cluster.GetGroups();
-    EXPECT_EQ(Names(groups), (Texts{"web", "db"}));
-    EXPECT_EQ(groups[0].GetState(), RGState::Online);
-    EXPECT_EQ(groups[1].GetState(), RGState::Offline) << "of which nobody told a state";
-    EXPECT_EQ(cluster.GetGroupNodes("web").Count(), 3);
-    EXPECT_EQ(cluster.GetVirtualIP("web"), "10.0.0.7");
-    tools.Answer("cluadmin -- cluster status", "", 1);
-    EXPECT_RAISES(cluster.GetState(), ClusterException, 220);
 }
 
 TEST_F(Rhas, WhatIsMissingIsNamed) {
@@ -336,6 +287,8 @@ TEST_F(Rhas, TheNameIsFoundInEitherSpelling) {
     EXPECT_EQ(Cluster().GetName(), "elao");
     tools.Answer("cman_tool status", ReadText(LUM_TEST_DATA "/recorded/rhas/cman_tool-status-no-quorum.txt"));
     EXPECT_EQ(Cluster().GetName(), "cluster66");
+    tools.Answer("cman_tool status", ReadText(LUM_TEST_DATA "/recorded/rhas/cman_tool-status-one-node.txt"));
+    EXPECT_EQ(Cluster().GetName(), "build");
 }
 
 TEST_F(Rhas, WhatIsLostAsAWholeIsAnErrorWithItsReason) {

@@ -123,7 +123,7 @@ TEST_F(Sc, AConfigurationMapsTheWordsOfGroups) {
     EXPECT_EQ(Group("web").GetState(), RGState::Online);
     EXPECT_EQ(Group("web").GetLocalState(), RGState::Online);
     EXPECT_EQ(Group("web").GetActiveNode().GetName(), "north");
-    for (const char* word : {"UNMANAGED", "ONLINE", "PENDING_ONLINE", "ERROR_STOP_FAILED", ""}) {
+    for (const char* word : {"UNMANAGED", "ONLINE", "OFFLINE", "PENDING_ONLINE", "ERROR_STOP_FAILED", ""}) {
         node.SetState("web", "north", word);
         EXPECT_EQ(Group("web").GetLocalState(), RGState::Offline) << word << ": the table no longer counts";
     }
@@ -165,6 +165,14 @@ TEST_F(Sc, AHostileNameRunsNoToolAndIsLeftOut) {
     tools.ForgetCalls();
     EXPECT_EQ(Names(cluster.GetNodes()), Texts{"north"});
     EXPECT_EQ(tools.Calls().size(), 4u) << "the list, two for north, and one for the empty name";
+}
+
+TEST_F(Sc, WhatOtherToolsOfTheProductPrintNamesNoNode) {
+    const Cluster cluster;
+    for (const char* name : {"scstat", "clrt-list"}) {
+        node.OfCluster("ALL_NODENAMES", ReadText(std::string(LUM_TEST_DATA "/recorded/sc/") + name + ".txt"));
+        EXPECT_EQ(cluster.GetNodes().Count(), 0) << name;
+    }
 }
 
 TEST_F(Sc, AnEmptyLineCountsAsAnIdAndIsNoGroup) {

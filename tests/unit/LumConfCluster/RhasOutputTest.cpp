@@ -50,6 +50,10 @@ TEST(RhasOutput, TheRecordedTablesAreRead) {
     EXPECT_EQ(Services(Recorded("two-services")), (Texts{"group_1,node1,started", "group_2,node2,started"}));
     EXPECT_EQ(Members(Recorded("no-services")), (Texts{"node0+", "node1+"}));
     EXPECT_EQ(Services(Recorded("no-services")), Texts{});
+    for (const char* name : {"xml-disabled", "xml-started"}) {
+        EXPECT_EQ(Members(Recorded(name)), Texts{}) << "the other form of the output has no table";
+        EXPECT_EQ(Services(Recorded(name)), Texts{});
+    }
 }
 
 TEST(RhasOutput, WhatIsNoMemberIsNoRow) {
@@ -84,6 +88,7 @@ TEST(RhasOutput, AnOwnerThatIsPaddedInsideItsBracketsIsTwoColumns) {
 TEST(RhasOutput, AServiceStandsTwoLinesBehindTheHeading) {
     EXPECT_EQ(Services(LinesOf("Service Name\na x started\nb y started\n")), Texts{"b,y,started"});
     EXPECT_EQ(Services(LinesOf("Service Name\n")), Texts{});
+    EXPECT_EQ(Services(LinesOf("Resource Group\n--\nweb a started\n"), 4), Texts{}) << "the first tools' heading";
     EXPECT_EQ(Services({}), Texts{});
 }
 
