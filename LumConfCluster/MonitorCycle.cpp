@@ -39,22 +39,18 @@ void LoadAsFarAsPossible(Applications& applications, const Cluster& cluster, con
 MonitorCycle::MonitorCycle(std::atomic<bool>& running, const MonitorFields& fields, Surroundings surroundings)
     : running(running), fields(fields), surroundings(std::move(surroundings)) {}
 
-bool MonitorCycle::IsGivenUp() const {
-    return !running || LumPalRuntime::IsStopping();
-}
-
 void MonitorCycle::Begin() {
     const int configured = ConfBase::Get_NS_ConfCluster().Open().GetInt(names::MaxRetriesForClusterUpKey);
     for (int left = std::max(configured, 1); left > 0 && !SeeCluster(); --left) {
         if (left > 1) surroundings.sleep(kPauseAtStartMs);
-        if (IsGivenUp()) break;
+        if (!running || LumPalRuntime::IsStopping()) break;
     }
     // Tools that were ended by the stop of the process make the cluster look as it is not.
-    if (IsGivenUp()) return surroundings.stop();
+    if (LumPalRuntime::IsStopping()) return surroundings.stop();
     if (fields.clusterType.IsEmpty()) surroundings.stop();
     if (!policies) {
         const LumPalMsg::Message_t message = Make(msg::MonitorWithoutPolicies, lastFailure);
-        TellAsMonitor(message);
+        TellEverywhere(message);
         throw LumPalMsg::IllegalStateError_t(message);
     }
     surroundings.seen(before);
@@ -77,6 +73,8 @@ bool MonitorCycle::SeeCluster() {
         lastFailure = e.GetMessageList();
     } catch (const std::exception& e) {
         lastFailure = LumPalMsg::CreateError_t(String_t::FromUtf8(e.what()));
+    } catch (...) {
+        lastFailure = LumPalMsg::CreateError_t("What has failed does not tell its reason.");
     }
     LUMCONF_TRACE(trace::Cluster, lastFailure);
     return false;

@@ -32,7 +32,7 @@ public:
     MonitorCycle& operator=(const MonitorCycle&) = delete;
 
     /// Sees the cluster for the first time. In vain it stops the monitor.
-    /// @throws LumPalMsg::IllegalStateError_t 622 in vain, unless the monitor was stopped meanwhile; what reading the
+    /// @throws LumPalMsg::IllegalStateError_t 622 in vain, unless the process is stopping; what reading the
     ///         configuration throws
     void Begin();
     /// One cycle. A failure of the cluster or of policy work is told (268, 269) and ends it; in a process that is
@@ -46,7 +46,6 @@ private:
     /// Of the exception that is being handled.
     void TellFailure();
     void Follow(const LocalName& local);
-    bool IsGivenUp() const;
 
     std::atomic<bool>& running;
     const MonitorFields fields;

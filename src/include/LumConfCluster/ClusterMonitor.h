@@ -30,7 +30,10 @@ public:
     /// What the thread does: sees the cluster, at most MAX_RETRIES_FOR_CLUSTERUP times with 35 seconds between them,
     /// and then lives through a cycle every POLLING_INTERVAL milliseconds until it is stopped. A failure of the cluster
     /// (268) or of policy work (269) ends its cycle alone.
-    /// @throws LumPalMsg::IllegalStateError_t 622 when the cluster or the policy operations were not there
+    /// Ends without a word in a process that is stopping.
+    /// @throws LumPalMsg::IllegalStateError_t 622 when the cluster or the policy operations were not there, also when
+    /// it
+    ///         was stopped before they were
     /// @throws LumConf::ClusterException 270, in a cycle, with the messages of what ended it
     void Run(const LumPalThread::Thread_t& thread) override;
     /// Traces that the thread ends.

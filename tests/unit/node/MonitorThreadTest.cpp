@@ -97,6 +97,16 @@ TEST_F(MonitorOfANode, AFailureInACycleEndsTheThreadAndIsLoggedByBoth) {
     EXPECT_TRUE(log.Holds("Exception in monitor thread.")) << log.Text();
 }
 
+TEST_F(MonitorOfANode, InAStoppingProcessItEndsAlsoWhenNobodyStopsIt) {
+    ClusterMonitor monitor;
+    monitor.Start();
+    EXPECT_TRUE(Eventually([&] { return cluster.tools.Count("haclus -value ClusterName") > 1; }));
+    LumPalRuntime::SetStopping(true);
+    EXPECT_TRUE(Eventually([&] { return !monitor.IsRunning(); }));
+    monitor.Stop();
+    EXPECT_FALSE(log.Holds("An exception ended the thread")) << log.Text();
+}
+
 TEST_F(MonitorOfANode, AStoppingProcessDoesNotWaitForTheIntervalNorForATool) {
     Set("POLLING_INTERVAL", "3600000");
     ClusterMonitor monitor;
