@@ -53,8 +53,7 @@ bool ClusterMonitor::IsRunning() const {
 void ClusterMonitor::Run(const Thread_t&) {
     LUMCONF_BLOCK(trace::Cluster, "ClusterMonitor::Run");
     MonitorCycle cycle(running, {clusterType, pollingInterval, monitorMode},
-                       {[this] { Stop(); }, &PolicyOperation::GetInstance, &Thread_t::Sleep,
-                        [this](const Applications& applications) { Seen(applications); }});
+                       {[this] { Stop(); }, &PolicyOperation::GetInstance, &Thread_t::Sleep, *this});
     try {
         // Where the process stops there is no sleep any more: who calls no Stop would go round and round.
         for (cycle.Begin(); running && !LumPalRuntime::IsStopping();) {
@@ -71,7 +70,5 @@ void ClusterMonitor::Run(const Thread_t&) {
 void ClusterMonitor::Done(bool success) {
     LUMCONF_TRACE(trace::Cluster, success ? "the cluster monitor has ended" : "the cluster monitor has failed");
 }
-
-void ClusterMonitor::Seen(const Applications&) {}
 
 }  // namespace LumConfCluster

@@ -20,6 +20,12 @@ namespace {
 
 constexpr seconds kFirstPause(10);
 constexpr seconds kLongestPause(300);
+constexpr const char* kNotWritten = "On which side the instances are is not written down: %1";
+
+lumtools::InstanceSide SideOf(const Application& application, const Instance& instance) {
+    return {application.GetName().ToUtf8(), instance.GetName().ToUtf8(), instance.GetResourceGroup().GetName().ToUtf8(),
+            instance.IsActiveNodeLocal()};
+}
 
 MonitorRecord::Sides SidesOf(const Applications& applications) {
     MonitorRecord::Sides sides;
@@ -27,9 +33,7 @@ MonitorRecord::Sides SidesOf(const Applications& applications) {
         const Application application = applications[i];
         const Instances instances = application.GetInstances();
         for (int k = 0; k < instances.Count(); ++k) {
-            const Instance instance = instances[k];
-            sides.push_back({application.GetName().ToUtf8(), instance.GetName().ToUtf8(),
-                             instance.GetResourceGroup().GetName().ToUtf8(), instance.IsActiveNodeLocal()});
+            sides.push_back(SideOf(application, instances[k]));
         }
     }
     return sides;
@@ -64,8 +68,20 @@ void WatchedMonitor::Done(bool success) {
     ended.Ring();
 }
 
-void WatchedMonitor::Seen(const Applications& applications) {
-    Attempt("On which side the instances are is not written down: %1", [&] { record.Seen(SidesOf(applications)); });
+void WatchedMonitor::Seen(const Applications& applications, Look look) {
+    Attempt(kNotWritten, [&] { record.Seen(SidesOf(applications), look); });
+}
+
+void WatchedMonitor::CommandsBegin(const Application& application, const Instance& instance) {
+    Attempt(kNotWritten, [&] { record.CommandsBegin(SideOf(application, instance)); });
+}
+
+void WatchedMonitor::CommandsEnd(const Application& application, const Instance& instance) {
+    Attempt(kNotWritten, [&] { record.CommandsEnd(SideOf(application, instance)); });
+}
+
+void WatchedMonitor::CycleEnded(const LumPalMsg::MessageList_t& hindrance) {
+    Attempt("What hinders the cluster monitor is not written down: %1", [&] { record.CycleEnded(hindrance); });
 }
 
 seconds SuccessorPauses::After(seconds lived) {

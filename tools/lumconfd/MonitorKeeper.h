@@ -31,7 +31,11 @@ public:
 protected:
     /// The work of the thread.
     virtual void Watch(const LumPalThread::Thread_t& thread) { ClusterMonitor::Run(thread); }
-    void Seen(const LumConfCluster::Applications& applications) override;
+    void Seen(const LumConfCluster::Applications& applications, Look look) override;
+    void CommandsBegin(const LumConfCluster::Application& application,
+                       const LumConfCluster::Instance& instance) override;
+    void CommandsEnd(const LumConfCluster::Application& application, const LumConfCluster::Instance& instance) override;
+    void CycleEnded(const LumPalMsg::MessageList_t& hindrance) override;
 
 private:
     MonitorRecord& record;

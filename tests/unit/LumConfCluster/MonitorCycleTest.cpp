@@ -10,6 +10,8 @@ namespace {
 using LumConf::ClusterException;
 using LumConf::ConfException;
 
+constexpr const char* kReported = "Success Audit: NOTIFY:";
+
 class MonitorCycles : public MonitoredNode {
 protected:
     MonitorCycles() {
@@ -105,6 +107,34 @@ TEST_F(MonitorCycles, AnyOtherFailureEndsTheMonitorWithItsReason) {
     EXPECT_FALSE(running);
     EXPECT_EQ(CountOf(log.Text(), "ERROR Exception in monitor thread."), 1);
     EXPECT_TRUE(log.Holds("the disk is gone"));
+}
+
+TEST_F(MonitorCycles, WhatHindersItIsToldUntilItDoesNotAnyMore) {
+    Begin();
+    Step();
+    EXPECT_EQ(watcher.hindrance, "");
+    LetClusterGoDown();
+    Step();
+    EXPECT_NE(watcher.hindrance.find("ClusterException in monitor thread."), std::string::npos);
+    EXPECT_NE(watcher.hindrance.find("Can not instantiate VERITAS Cluster Server object."), std::string::npos);
+    Configure("conf.cluster", "MONITOR_MODE", "false");
+    Step();
+    EXPECT_EQ(watcher.hindrance, "MONITOR_MODE of conf.cluster is off.");
+    Configure("conf.cluster", "MONITOR_MODE", "true");
+    LetClusterComeBack();
+    Step();
+    EXPECT_EQ(watcher.hindrance, "");
+}
+
+TEST_F(MonitorCycles, WhatIsQueuedIsReportedAlsoWhereNoPolicyIsInstalled) {
+    Begin();
+    for (const char* id : {"listed", "grouped"}) node.Remove(LumConf::Selection().SetPolicyId(id));
+    ASSERT_FALSE(node->IsPolicyInstalled());
+    const int before = CountOf(node.AuditText(), kReported);
+    Step();
+    EXPECT_TRUE(running);
+    EXPECT_EQ(log.Text(), "");
+    EXPECT_EQ(CountOf(node.AuditText(), kReported), before + 1);
 }
 
 TEST_F(MonitorCycles, FailuresAreLoggedOnlyWhereTheNodeIsMonitored) {

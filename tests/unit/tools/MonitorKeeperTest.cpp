@@ -37,7 +37,7 @@ public:
 
 protected:
     void Watch(const LumPalThread::Thread_t&) override {
-        Seen(LumConfCluster::Applications());
+        Seen(LumConfCluster::Applications(), Look::Whole);
         if (fails) throw LumPalMsg::IllegalStateError_t(LumPalMsg::CreateError_t("it broke"));
         while (IsRunning()) LumPalThread::Thread_t::Sleep(1);
     }
