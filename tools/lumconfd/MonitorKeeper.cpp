@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "LumPalDaemon.h"
 #include "lumconfd/Attempt.h"
 #include "lumconfd/ClusterFound.h"
 
@@ -51,6 +52,10 @@ MonitorKeeper::Surroundings OfTheDaemon() {
 
 }  // namespace
 
+seconds WatchedMonitor::SteadySeconds() {
+    return std::chrono::duration_cast<seconds>(std::chrono::steady_clock::now().time_since_epoch());
+}
+
 void WatchedMonitor::Run(const Thread_t& thread) {
     try {
         Watch(thread);
@@ -69,6 +74,7 @@ void WatchedMonitor::Done(bool success) {
 }
 
 void WatchedMonitor::Seen(const Applications& applications, Look look) {
+    if (!born) born = clock();
     Attempt(kNotWritten, [&] { record.Seen(SidesOf(applications), look); });
 }
 
@@ -109,9 +115,9 @@ bool MonitorKeeper::WaitForEnd(std::chrono::milliseconds most) {
 
 void MonitorKeeper::Run(const Thread_t&) {
     Attempt("Which cluster product is followed cannot be told: %1", [this] { SayWhichIsFollowed(*product); });
-    while (!bell.IsStopped()) {
-        if (!Attempt("The cluster is not followed for a moment: %1", [this] { RunOne(); })) {
-            surroundings.pause(bell, kFirstPause);
+    while (!IsOver()) {
+        if (!Attempt("The cluster cannot be followed at present: %1", [this] { RunOne(); })) {
+            surroundings.pause(bell, pauses.After(seconds(0)));
         }
     }
     ended.Ring();
@@ -125,16 +131,20 @@ void MonitorKeeper::RunOne() {
     if (!record) record.emplace(LumConfCluster::DisplayText(*product), surroundings.now);
     Fill();
     record->Starting();
-    const std::int64_t begun = surroundings.now();
     const std::unique_ptr<WatchedMonitor> monitor = surroundings.make(*record, bell);
     monitor->Start();
     bell.Wait();
     monitor->Stop();  // also for one that has ended: its thread is gone then
-    if (bell.IsStopped()) return record->Stopped();
-    const seconds pause = pauses.After(seconds(surroundings.now() - begun));
+    if (IsOver()) return record->Stopped();
+    const seconds pause = pauses.After(monitor->GetLived());
     record->Ended(monitor->GetReason(), pause.count());
     surroundings.pause(bell, pause);
-    if (bell.IsStopped()) record->Stopped();
+    if (IsOver()) record->Stopped();
+}
+
+/// A monitor ends with its process also before somebody says so to the bell.
+bool MonitorKeeper::IsOver() const {
+    return bell.IsStopped() || LumPalRuntime::IsStopping();
 }
 
 }  // namespace lumconfd
