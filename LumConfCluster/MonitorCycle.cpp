@@ -124,6 +124,18 @@ void MonitorCycle::Step() {
         if (!LumPalRuntime::IsStopping()) return TellFailure();
         LUMCONF_TRACE(trace::Cluster, e.GetMessageList());  // of tools and requests that were given up
     }
+    if (LumPalRuntime::IsStopping()) ReportLast();
+}
+
+/// What was switched before the stop is kept in memory alone.
+void MonitorCycle::ReportLast() {
+    try {
+        policies->NotifyEnableDisable(names::NsConfCluster);
+    } catch (const Exception_t& e) {
+        LumPalMsg::CreateMessage_t line = LumPalMsg::CreateWarn_t(
+            "What the cluster monitor has switched last could not be reported to its consumers.");
+        LumPalLog::Log(line.AddDetails(e.GetMessageList()));
+    }
 }
 
 void MonitorCycle::TellFailure() {

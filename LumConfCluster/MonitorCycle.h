@@ -57,6 +57,7 @@ private:
     /// Of the exception that is being handled.
     void TellFailure();
     void Follow(const LocalName& local);
+    void ReportLast();
 
     std::atomic<bool>& running;
     const MonitorFields fields;

@@ -424,6 +424,22 @@ TEST_F(MonitorApplications, APolicyUnderBothMechanismsIsSwitchedOffAndOnInEveryC
     EXPECT_EQ(CountOf(log.Text(), "The policy 'both' names"), 2) << "each start tells it";
 }
 
+TEST_F(MonitorApplications, WhatWasSwitchedIsReportedAlsoWhenTheProcessStopsInTheMiddleOfACycle) {
+    Write({{"shop", {{"one", "db"}}, {"a"}}, {"store", {{"two", "web"}}, {}, {"/bin/sleep 1000"}}});
+    Begin();
+    Move("web", "north");
+    ForgetQueue();
+    PolicyListener listener;
+    std::thread stopper([this] {
+        EXPECT_TRUE(Eventually([this] { return log.Holds("has come to this node"); }));
+        LumPalRuntime::SetStopping(true);
+    });
+    Step();
+    stopper.join();
+    EXPECT_EQ(StatusOf("a"), "disabled");
+    EXPECT_EQ(listener.Heard(), std::vector<std::string>{"DISABLE_POLICY:files a"});
+}
+
 TEST_F(MonitorApplications, AProcessThatStopsRunsNothingMoreAndForgetsNothing) {
     TestApplication shop = Shop();
     shop.starts = {"/bin/sleep 1000", Note("never")};
