@@ -1,6 +1,7 @@
 #include "LumConfCluster/ClusterMonitor.h"
 
 #include "Exceptions.h"
+#include "LumPalDaemon.h"
 #include "Messages.h"
 #include "MonitorCycle.h"
 #include "MonitorLog.h"
@@ -15,10 +16,8 @@ namespace {
 
 constexpr const char* kThreadName = "LumConfCluster_ClusterMonitor";
 
-template <unsigned Holes>
-[[noreturn]] void TellAndRaise(const MessageOf<Holes>& row) {
-    const LumPalMsg::Message_t message = Make(row);
-    TellAsMonitor(message);
+[[noreturn]] void TellAndRaise(void (*tell)(const LumPalMsg::Message_t&), const LumPalMsg::Message_t& message) {
+    tell(message);
     throw ClusterMonitorException(message);
 }
 
@@ -29,7 +28,7 @@ ClusterMonitor::ClusterMonitor() = default;
 ClusterMonitor::~ClusterMonitor() = default;
 
 void ClusterMonitor::Start() {
-    if (thread.IsNotNull()) TellAndRaise(msg::MonitorRunsAlready);
+    if (thread.IsNotNull()) TellAndRaise(&TellAsMonitor, Make(msg::MonitorRunsAlready));
     thread = Thread_t(kThreadName);
     running = true;
     try {
@@ -42,7 +41,7 @@ void ClusterMonitor::Start() {
 }
 
 void ClusterMonitor::Stop() {
-    if (thread.IsNull()) TellAndRaise(msg::MonitorNotRunning);
+    if (thread.IsNull()) TellAndRaise(&TellEverywhere, Make(msg::MonitorNotRunning));
     running = false;
     thread.Join();
 }
@@ -54,13 +53,14 @@ bool ClusterMonitor::IsRunning() const {
 void ClusterMonitor::Run(const Thread_t&) {
     LUMCONF_BLOCK(trace::Cluster, "ClusterMonitor::Run");
     MonitorCycle cycle(running, {clusterType, pollingInterval, monitorMode},
-                       {[this] { Stop(); }, &PolicyOperation::GetInstance, &Thread_t::Sleep,
-                        [this](const Applications& applications) { Seen(applications); }});
+                       {[this] { Stop(); }, &PolicyOperation::GetInstance, &Thread_t::Sleep, *this});
     try {
-        for (cycle.Begin(); running;) {
+        // Where the process stops there is no sleep any more: who calls no Stop would go round and round.
+        for (cycle.Begin(); running && !LumPalRuntime::IsStopping();) {
             cycle.Step();
             Thread_t::Sleep(static_cast<std::uint32_t>(pollingInterval));
         }
+        running = false;
     } catch (...) {
         running = false;
         throw;
@@ -70,7 +70,5 @@ void ClusterMonitor::Run(const Thread_t&) {
 void ClusterMonitor::Done(bool success) {
     LUMCONF_TRACE(trace::Cluster, success ? "the cluster monitor has ended" : "the cluster monitor has failed");
 }
-
-void ClusterMonitor::Seen(const Applications&) {}
 
 }  // namespace LumConfCluster

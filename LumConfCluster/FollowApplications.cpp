@@ -1,6 +1,9 @@
 #include "FollowApplications.h"
 
+#include <optional>
+
 #include "Exceptions.h"
+#include "FormerLook.h"
 #include "LumPalDaemon.h"
 #include "LumPalLog.h"
 #include "Messages.h"
@@ -22,54 +25,50 @@ namespace {
 constexpr const char* kInstanceName = "$instanceName";
 constexpr std::uint32_t kInstanceNameLength = 13;
 
-/// Where a name stands twice, an instance is what has the same name and the same group.
-bool WasOnlineByPair(const Instances& before, const Instance& instance) {
-    for (int i = 0; i < before.Count(); ++i) {
-        const Instance other = before[i];
-        if (other.GetName() != instance.GetName()) continue;
-        if (other.GetResourceGroup().GetName() == instance.GetResourceGroup().GetName()) {
-            return other.IsActiveNodeLocal();
-        }
+/// An instance that has changed sides.
+struct Change {
+    Application application;
+    Instance instance;
+    bool isRead;  ///< false: nobody knows on which side it was, since the look before could not be read to its end
+};
+
+LumPalMsg::Message_t Told(const Change& change, bool cameHere, int commands) {
+    const String_t instance = Shown(change.instance.GetName()), application = Shown(change.application.GetName());
+    if (!change.isRead) {
+        return LumPalMsg::CreateInfo_t(
+                   "The instance '%1' of the application '%2' is online on this node. "
+                   "It could not be read before, and is taken for new: its %3 start command(s) are run.")
+               << instance << application << commands;
     }
-    return false;
+    return cameHere ? Make(msg::InstanceCame, instance, application, commands)
+                    : Make(msg::InstanceLeft, instance, application, commands);
 }
 
-bool WasOnline(const Instances& before, const Instance& instance) {
-    try {
-        return before[instance.GetName()].IsActiveNodeLocal();
-    } catch (const AmbiguousInstanceNamesException&) {
-        return WasOnlineByPair(before, instance);
-    }
+void Transit(const Change& change, bool cameHere, MonitorWatcher& watcher) {
+    const Strings commands = cameHere ? change.application.GetStartActions() : change.application.GetStopActions();
+    LumPalLog::Log(Told(change, cameHere, commands.Count()));
+    if (commands.Count() > 0) watcher.CommandsBegin(change.application, change.instance);
+    ExecuteCommands(commands, change.instance.GetName());
+    if (!IsStopping()) watcher.CommandsEnd(change.application, change.instance);
 }
 
-bool WasOnline(const Applications& before, const String_t& application, const Instance& instance) {
-    try {
-        return WasOnline(before[application].GetInstances(), instance);
-    } catch (const ClusterApplicationException&) {
-        return false;
-    } catch (const ClusterInstanceException&) {
-        return false;
-    }
-}
-
-template <unsigned Holes>
-void Transit(const MessageOf<Holes>& row, const Strings& commands, const Application& application,
-             const Instance& instance) {
-    LumPalLog::Log(Make(row, Shown(instance.GetName()), Shown(application.GetName()), commands.Count()));
-    ExecuteCommands(commands, instance.GetName());
-}
+/// The former look, to be asked.
+struct Former {
+    const FormerLook look;
+    const bool isWhole;
+};
 
 /// @return whether any instance is online here
-bool FollowInstances(const Application& application, const Applications& before) {
+bool FollowInstances(const Application& application, const Former& before, MonitorWatcher& watcher) {
     const Instances instances = application.GetInstances();
     bool anyOnline = false;
     for (int i = 0; i < instances.Count() && !IsStopping(); ++i) {
         const Instance instance = instances[i];
         const bool isOnline = instance.IsActiveNodeLocal();
-        const bool wasOnline = WasOnline(before, application.GetName(), instance);
+        const std::optional<bool> side = before.look.SideOf(application.GetName(), instance);
         anyOnline = anyOnline || isOnline;
-        if (isOnline && !wasOnline) Transit(msg::InstanceCame, application.GetStartActions(), application, instance);
-        if (!isOnline && wasOnline) Transit(msg::InstanceLeft, application.GetStopActions(), application, instance);
+        if (isOnline == side.value_or(false)) continue;
+        Transit({application, instance, side || before.isWhole}, isOnline, watcher);
     }
     return anyOnline;
 }
@@ -104,12 +103,13 @@ void ExecuteCommands(const Strings& commands, const String_t& instanceName) {
     }
 }
 
-void FollowApplications(const Applications& now, const Applications& before, PolicyOperation& policies,
-                        MonitorWarnings& warnings) {
+void FollowApplications(const Applications& now, const LastLook& before, PolicyOperation& policies,
+                        MonitorWarnings& warnings, MonitorWatcher& watcher) {
+    const Former former{FormerLook(before.applications), before.read == MonitorWatcher::Look::Whole};
     for (int i = 0; i < now.Count() && !IsStopping(); ++i) {
         const Application application = now[i];
         if (application.GetInstances().Count() == 0) continue;
-        const bool online = FollowInstances(application, before);
+        const bool online = FollowInstances(application, former, watcher);
         const Strings listed = application.GetPolicyHeaders();
         for (int k = 0; k < listed.Count() && !IsStopping(); ++k) {
             SetStatus(listed[k], online, policies);

@@ -3,8 +3,8 @@
 #include <map>
 
 #include "Exceptions.h"
+#include "HostNames.h"
 #include "LumPalDaemon.h"
-#include "LumPalNet.h"
 #include "Names.h"
 #include "PolicyAttributeImpl.h"
 #include "PolicyContainer.h"
@@ -43,7 +43,7 @@ private:
         }
     }
     bool IsHere(const String_t& node) const {
-        return (local.isConfigured ? node : LumPalNet::InetAddress_t(node).GetHostName()) == local.name;
+        return local.isConfigured ? node == local.name : IsNameOfHost(node, local.name);
     }
 
     const ClusterResourceGroups& groups;

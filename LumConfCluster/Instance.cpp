@@ -1,15 +1,15 @@
 #include "LumConfCluster/Instance.h"
 
+#include "HostNames.h"
 #include "InstanceImpl.h"
 
 namespace LumConfCluster {
 
-using LumPalNet::InetAddress_t;
 using LumPalStr::String_t;
 
 bool InstanceImpl::IsNameLocal() const {
     const String_t active = activeNode.GetName();
-    return (localNameConfigured ? active : InetAddress_t(active).GetHostName()) == localHost;
+    return localNameConfigured ? active == localHost : IsNameOfHost(active, localHost);
 }
 
 bool InstanceImpl::IsActiveNodeLocal() const {

@@ -6,7 +6,11 @@
 #include <cstdint>
 #include <functional>
 
+#include "FollowApplications.h"
 #include "LumConfCluster/Applications.h"
+#include "LumConfCluster/Cluster.h"
+#include "LumConfCluster/ClusterResourceGroups.h"
+#include "LumConfCluster/MonitorWatcher.h"
 #include "LumPalMsg.h"
 #include "MonitorKeys.h"
 #include "MonitorWarnings.h"
@@ -22,8 +26,8 @@ public:
         std::function<void()> stop;  ///< ends the monitor: from then on it does not run
         /// The object of policy work. What it raises counts as a cluster that is not up.
         std::function<LumConf::PolicyOperation*()> policies;
-        std::function<void(std::uint32_t)> sleep;       ///< milliseconds
-        std::function<void(const Applications&)> seen;  ///< see ClusterMonitor::Seen
+        std::function<void(std::uint32_t)> sleep;  ///< milliseconds
+        MonitorWatcher& watcher;
     };
 
     /// @param running  false as soon as the monitor is to end; it and the fields are the monitor's
@@ -32,7 +36,7 @@ public:
     MonitorCycle& operator=(const MonitorCycle&) = delete;
 
     /// Sees the cluster for the first time. In vain it stops the monitor.
-    /// @throws LumPalMsg::IllegalStateError_t 622 in vain, unless the monitor was stopped meanwhile; what reading the
+    /// @throws LumPalMsg::IllegalStateError_t 622 in vain, unless the process is stopping; what reading the
     ///         configuration throws
     void Begin();
     /// One cycle. A failure of the cluster or of policy work is told (268, 269) and ends it; in a process that is
@@ -42,19 +46,27 @@ public:
 
 private:
     bool SeeCluster();
+    void Load(LastLook& look, const Cluster& cluster, const ClusterResourceGroups& groups);
+    void LoadFirst(const Cluster& cluster);
+    /// Where it is not as it was before.
+    /// @param failure  empty when the applications were read
+    void TellLoaded(const LumPalMsg::MessageList_t& failure);
+    /// Of a failure of the cluster or of policy work.
+    void TellHindrance(const LumPalMsg::Message_t& message);
     void Cycle();
     /// Of the exception that is being handled.
     void TellFailure();
     void Follow(const LocalName& local);
-    bool IsGivenUp() const;
+    void ReportLast();
 
     std::atomic<bool>& running;
     const MonitorFields fields;
     const Surroundings surroundings;
     LumConf::PolicyOperation* policies = nullptr;  ///< null until the cluster was seen
-    Applications before;                           ///< as the look before has found them
+    LastLook before;
     MonitorWarnings warnings;
     LumPalMsg::MessageList_t lastFailure;  ///< of the attempts to see the cluster
+    LumPalStr::String_t loadFailure;       ///< why the applications could not be read; empty when they could
 };
 
 }  // namespace LumConfCluster

@@ -22,8 +22,13 @@ bool IsToldInLog() {
 }  // namespace
 
 void TellAsMonitor(const LumPalMsg::Message_t& message) {
+    if (IsToldInLog()) return TellEverywhere(message);
     LUMCONF_TRACE(trace::Cluster, message.Format(LumPalMsg::Text | LumPalMsg::Details));
-    if (IsToldInLog()) LumPalLog::Log(message);
+}
+
+void TellEverywhere(const LumPalMsg::Message_t& message) {
+    LUMCONF_TRACE(trace::Cluster, message.Format(LumPalMsg::Text | LumPalMsg::Details));
+    LumPalLog::Log(message);
 }
 
 }  // namespace LumConfCluster

@@ -122,9 +122,8 @@ protected:
         monitorMode = true;
         monitor = std::make_unique<LumConfCluster::MonitorCycle>(
             running, LumConfCluster::MonitorFields{clusterType, pollingInterval, monitorMode},
-            LumConfCluster::MonitorCycle::Surroundings{
-                [this] { running = false; }, [this] { return policies(); }, [this](std::uint32_t ms) { sleep(ms); },
-                [this](const LumConfCluster::Applications& applications) { seen(applications); }});
+            LumConfCluster::MonitorCycle::Surroundings{[this] { running = false; }, [this] { return policies(); },
+                                                       [this](std::uint32_t ms) { sleep(ms); }, watcher});
     }
     void Step() { monitor->Step(); }
 
@@ -135,6 +134,31 @@ protected:
     std::function<LumConf::PolicyOperation*()> policies = [this] { return &node.Operation(); };
     std::function<void(std::uint32_t)> sleep = [](std::uint32_t) { ADD_FAILURE() << "it sleeps"; };
     std::function<void(const LumConfCluster::Applications&)> seen = [](const LumConfCluster::Applications&) {};
+
+    /// Hands on what it is told, and notes it: "begin one+" when the start commands of one begin.
+    struct Watcher final : LumConfCluster::MonitorWatcher {
+        explicit Watcher(MonitoredNode& node) : node(node) {}
+        void Seen(const LumConfCluster::Applications& applications, Look look) override {
+            looks += look == Look::Whole ? "whole " : "partial ";
+            node.seen(applications);
+        }
+        void CommandsBegin(const LumConfCluster::Application&, const LumConfCluster::Instance& instance) override {
+            Note("begin ", instance);
+        }
+        void CommandsEnd(const LumConfCluster::Application&, const LumConfCluster::Instance& instance) override {
+            Note("end ", instance);
+        }
+        void CycleEnded(const LumPalMsg::MessageList_t& why) override {
+            hindrance = why.Format(LumPalMsg::BareText | LumPalMsg::Details).ToUtf8();
+        }
+        void Note(const char* word, const LumConfCluster::Instance& instance) {
+            commands += word + instance.GetName().ToUtf8() + (instance.IsActiveNodeLocal() ? "+ " : "- ");
+        }
+
+        MonitoredNode& node;
+        std::string looks, commands, hindrance;
+    };
+    Watcher watcher{*this};
 
     std::atomic<bool> running{true};
     LumPalStr::String_t clusterType;

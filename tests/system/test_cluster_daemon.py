@@ -7,7 +7,7 @@ import signal
 import time
 import unittest
 
-from cluster import SIMULATOR, Cluster
+from cluster import ROOT, SIMULATOR, Cluster
 from node import PATIENCE_S, SLOWNESS, Node, wait_until, write_policy
 
 STOP_S = 5 * SLOWNESS  # what docs/tools.md promises
@@ -153,6 +153,38 @@ class Following(OnACluster):
         self.assertEqual(self.state(node)["instances"],
                          [{"application": "shop", "instance": "one", "group": "web", "here": False}])
         self.assertLess(self.stop(node), STOP_S)
+
+    def test_the_example_of_a_policy_that_names_a_group_follows_it(self):
+        cluster = self.cluster()
+        node = self.node(cluster, POLLING_INTERVAL=QUICK_MS)
+        self.await_phase(node, "watching")
+        example, = (ROOT / "examples/cluster").glob("*_header.xml")
+        result = node.policy("install", "--no-notify", example)
+        self.assertEqual(result.code, 0, result)
+        policy_id = example.name.removesuffix("_header.xml")
+        self.assertEqual(self.status(node, policy_id), "disabled", "the group is on beta")
+        self.move(cluster, "web", "alpha")
+        self.await_status(node, policy_id, "enabled")
+
+    def test_the_check_of_the_configuration_knows_that_a_monitor_overwrites_what_is_no_product(self):
+        for word, code in ((PRODUCT, 0), ("", 0), ("Unknown", 1), ("odd", 1)):
+            with self.subTest(word=word):
+                node = Node({"conf.cluster": {"CLUSTER_TYPE": word}}, start=False)
+                self.addCleanup(node.close)
+                result = node.tool("lumconfd", "--check-config")
+                self.assertEqual(result.code, code, result)
+                self.assertEqual("a monitor writes the one that it sees over any other text" in result.out, code != 0)
+
+    def test_the_state_tells_what_hinders_the_monitor(self):
+        cluster = self.cluster()
+        node = self.node(cluster, POLLING_INTERVAL=QUICK_MS)
+        self.await_phase(node, "watching")
+        self.assertEqual(self.state(node)["hindered_by"], "")
+        cluster.let("haclus *", code=1)
+        wait_until(lambda: "ClusterException in monitor thread." in self.state(node)["hindered_by"], "it is told")
+        self.assertEqual(self.state(node)["phase"], "watching")
+        self.stop(node)
+        self.assertEqual(self.state(node)["hindered_by"], "")
 
     def test_who_moved_while_no_daemon_ran_is_told(self):
         cluster = self.cluster()

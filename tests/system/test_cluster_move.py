@@ -212,6 +212,8 @@ class Failures(OnThreeNodes):
         moment = time.monotonic()
         release.touch()
         self.nodes.await_cycles(moment, 2)
+        # What moves while nobody sees it is taken up when it is back.
+        self.nodes.await_cycles(self.nodes.place(web="beta"), 2)
         for name in FOLLOWER_NAMES:
             for _, _, where in self.nodes.watcher.spans(name, moment):
                 self.assertLessEqual(len(where or ()), 1, name)

@@ -79,10 +79,10 @@ bool IsBoolean(const String_t& value) {
     return IsOneOf(value, {"true", "yes", "on", "1", "false", "no", "off", "0"});
 }
 
-/// Any other text expects nothing of the node, which is hardly what was meant by it.
+/// Any other text expects nothing of the node, also the one that stands for none. It is hardly what was meant by it.
 bool IsProduct(const String_t& value) {
     using LumConfCluster::ClusterType;
-    for (int i = 0; i <= static_cast<int>(ClusterType::Unknown); ++i) {
+    for (int i = 0; i < static_cast<int>(ClusterType::Unknown); ++i) {
         if (value == LumConfCluster::DisplayText(static_cast<ClusterType>(i))) return true;
     }
     return value.IsEmpty();
@@ -109,7 +109,10 @@ const char* Wanted(Type type, const String_t& value) {
         case Type::WaitTime:
             return WantedWaitTime(value);
         case Type::Product:
-            return IsProduct(value) ? nullptr : "empty, or a product as docs/clusters.md names it";
+            return IsProduct(value) ? nullptr
+                                    : "empty, or a product as docs/clusters.md names it; a monitor writes the one that "
+                                      "it sees over any "
+                                      "other text, and ends where the node has no certificate for that";
         // What is empty of these is filled by a daemon that follows a cluster.
         case Type::Interval:
             return IsInterval(text) ? nullptr : "empty, or milliseconds from 1 to 2147483647";

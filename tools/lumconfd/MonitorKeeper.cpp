@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "LumPalDaemon.h"
 #include "lumconfd/Attempt.h"
 #include "lumconfd/ClusterFound.h"
 
@@ -20,6 +21,12 @@ namespace {
 
 constexpr seconds kFirstPause(10);
 constexpr seconds kLongestPause(300);
+constexpr const char* kNotWritten = "On which side the instances are is not written down: %1";
+
+lumtools::InstanceSide SideOf(const Application& application, const Instance& instance) {
+    return {application.GetName().ToUtf8(), instance.GetName().ToUtf8(), instance.GetResourceGroup().GetName().ToUtf8(),
+            instance.IsActiveNodeLocal()};
+}
 
 MonitorRecord::Sides SidesOf(const Applications& applications) {
     MonitorRecord::Sides sides;
@@ -27,9 +34,7 @@ MonitorRecord::Sides SidesOf(const Applications& applications) {
         const Application application = applications[i];
         const Instances instances = application.GetInstances();
         for (int k = 0; k < instances.Count(); ++k) {
-            const Instance instance = instances[k];
-            sides.push_back({application.GetName().ToUtf8(), instance.GetName().ToUtf8(),
-                             instance.GetResourceGroup().GetName().ToUtf8(), instance.IsActiveNodeLocal()});
+            sides.push_back(SideOf(application, instances[k]));
         }
     }
     return sides;
@@ -46,6 +51,10 @@ MonitorKeeper::Surroundings OfTheDaemon() {
 }
 
 }  // namespace
+
+seconds WatchedMonitor::SteadySeconds() {
+    return std::chrono::duration_cast<seconds>(std::chrono::steady_clock::now().time_since_epoch());
+}
 
 void WatchedMonitor::Run(const Thread_t& thread) {
     try {
@@ -64,8 +73,21 @@ void WatchedMonitor::Done(bool success) {
     ended.Ring();
 }
 
-void WatchedMonitor::Seen(const Applications& applications) {
-    Attempt("On which side the instances are is not written down: %1", [&] { record.Seen(SidesOf(applications)); });
+void WatchedMonitor::Seen(const Applications& applications, Look look) {
+    if (!born) born = clock();
+    Attempt(kNotWritten, [&] { record.Seen(SidesOf(applications), look); });
+}
+
+void WatchedMonitor::CommandsBegin(const Application& application, const Instance& instance) {
+    Attempt(kNotWritten, [&] { record.CommandsBegin(SideOf(application, instance)); });
+}
+
+void WatchedMonitor::CommandsEnd(const Application& application, const Instance& instance) {
+    Attempt(kNotWritten, [&] { record.CommandsEnd(SideOf(application, instance)); });
+}
+
+void WatchedMonitor::CycleEnded(const LumPalMsg::MessageList_t& hindrance) {
+    Attempt("What hinders the cluster monitor is not written down: %1", [&] { record.CycleEnded(hindrance); });
 }
 
 seconds SuccessorPauses::After(seconds lived) {
@@ -93,9 +115,9 @@ bool MonitorKeeper::WaitForEnd(std::chrono::milliseconds most) {
 
 void MonitorKeeper::Run(const Thread_t&) {
     Attempt("Which cluster product is followed cannot be told: %1", [this] { SayWhichIsFollowed(*product); });
-    while (!bell.IsStopped()) {
-        if (!Attempt("The cluster is not followed for a moment: %1", [this] { RunOne(); })) {
-            surroundings.pause(bell, kFirstPause);
+    while (!IsOver()) {
+        if (!Attempt("The cluster cannot be followed at present: %1", [this] { RunOne(); })) {
+            surroundings.pause(bell, pauses.After(seconds(0)));
         }
     }
     ended.Ring();
@@ -109,16 +131,20 @@ void MonitorKeeper::RunOne() {
     if (!record) record.emplace(LumConfCluster::DisplayText(*product), surroundings.now);
     Fill();
     record->Starting();
-    const std::int64_t begun = surroundings.now();
     const std::unique_ptr<WatchedMonitor> monitor = surroundings.make(*record, bell);
     monitor->Start();
     bell.Wait();
     monitor->Stop();  // also for one that has ended: its thread is gone then
-    if (bell.IsStopped()) return record->Stopped();
-    const seconds pause = pauses.After(seconds(surroundings.now() - begun));
+    if (IsOver()) return record->Stopped();
+    const seconds pause = pauses.After(monitor->GetLived());
     record->Ended(monitor->GetReason(), pause.count());
     surroundings.pause(bell, pause);
-    if (bell.IsStopped()) record->Stopped();
+    if (IsOver()) record->Stopped();
+}
+
+/// A monitor ends with its process also before somebody says so to the bell.
+bool MonitorKeeper::IsOver() const {
+    return bell.IsStopped() || LumPalRuntime::IsStopping();
 }
 
 }  // namespace lumconfd

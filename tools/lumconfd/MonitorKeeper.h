@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "LumConfCluster/ClusterMonitor.h"
 #include "LumConfCluster/ClusterType.h"
@@ -19,28 +20,42 @@ namespace lumconfd {
 /// A monitor that says how it fares.
 class WatchedMonitor : public LumConfCluster::ClusterMonitor {
 public:
+    using Clock = std::function<std::chrono::seconds()>;
+
     /// @param record  told what it sees, on its thread
     /// @param ended   rung when it has ended
-    WatchedMonitor(MonitorRecord& record, Bell& ended) : record(record), ended(ended) {}
+    /// @param clock   seconds since any moment, whatever is done to the time of day
+    WatchedMonitor(MonitorRecord& record, Bell& ended, Clock clock = &SteadySeconds)
+        : record(record), ended(ended), clock(std::move(clock)) {}
 
     void Run(const LumPalThread::Thread_t& thread) override;
     void Done(bool success) override;
     /// What it has ended by; to be asked when its thread is gone.
     const LumPalMsg::MessageList_t& GetReason() const { return reason; }
+    /// Since it has seen the cluster; 0 when it has not. To be asked when its thread is gone.
+    std::chrono::seconds GetLived() const { return born ? clock() - *born : std::chrono::seconds(0); }
 
 protected:
     /// The work of the thread.
     virtual void Watch(const LumPalThread::Thread_t& thread) { ClusterMonitor::Run(thread); }
-    void Seen(const LumConfCluster::Applications& applications) override;
+    void Seen(const LumConfCluster::Applications& applications, Look look) override;
+    void CommandsBegin(const LumConfCluster::Application& application,
+                       const LumConfCluster::Instance& instance) override;
+    void CommandsEnd(const LumConfCluster::Application& application, const LumConfCluster::Instance& instance) override;
+    void CycleEnded(const LumPalMsg::MessageList_t& hindrance) override;
 
 private:
+    static std::chrono::seconds SteadySeconds();
+
     MonitorRecord& record;
     Bell& ended;
+    const Clock clock;
+    std::optional<std::chrono::seconds> born;
     LumPalMsg::MessageList_t reason;
 };
 
 /// How long nobody watches after a monitor has ended by itself: 10 seconds, and twice as long after each that follows,
-/// up to five minutes. Who has lived for five minutes begins with 10 seconds again.
+/// up to five minutes. Who has followed the cluster for five minutes begins with 10 seconds again.
 class SuccessorPauses {
 public:
     std::chrono::seconds After(std::chrono::seconds lived);
@@ -78,6 +93,7 @@ public:
 private:
     void Run(const LumPalThread::Thread_t& thread) override;
     void RunOne();
+    bool IsOver() const;
     void Fill() const;
 
     const std::optional<LumConfCluster::ClusterType> product;

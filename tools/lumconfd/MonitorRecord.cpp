@@ -1,6 +1,7 @@
 #include "lumconfd/MonitorRecord.h"
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <tuple>
 #include <utility>
@@ -32,6 +33,14 @@ Before ByKey(const MonitorRecord::Sides& sides) {
     return before;
 }
 
+/// Those of a partial look, and what it does not hold as it was.
+MonitorRecord::Sides Joined(MonitorRecord::Sides seen, const MonitorRecord::Sides& former) {
+    const Before inLook = ByKey(seen);
+    std::copy_if(former.begin(), former.end(), std::back_inserter(seen),
+                 [&](const InstanceSide& side) { return inLook.count(KeyOf(side)) == 0; });
+    return seen;
+}
+
 }  // namespace
 
 MonitorRecord::MonitorRecord(const char* product, Clock now) : now(std::move(now)) {
@@ -45,6 +54,7 @@ void MonitorRecord::Enter(Phase phase) {
     state.phase = phase;
     state.since = now();
     state.successorAt = 0;
+    state.hinderedBy.clear();
 }
 
 void MonitorRecord::Starting() {
@@ -52,27 +62,29 @@ void MonitorRecord::Starting() {
     Write();
 }
 
-void MonitorRecord::Seen(const Sides& sides) {
-    const bool watched = state.phase == Phase::Watching;
-    if (!watched) Enter(Phase::Watching);
-    if (!watched && hasEnded) LumPalLog::LogGuarded([] { return CreateInfo_t("The cluster is followed again."); });
-    FollowSides(sides, watched);
+void MonitorRecord::Seen(const Sides& sides, Look look) {
+    if (state.phase != Phase::Watching) {
+        Enter(Phase::Watching);
+        TellBegun();
+        if (hasEnded) LumPalLog::LogGuarded([] { return CreateInfo_t("The cluster is followed again."); });
+    }
+    FollowSides(sides, look);
     Write();
 }
 
-void MonitorRecord::FollowSides(const Sides& sides, bool watched) {
+void MonitorRecord::FollowSides(const Sides& sides, Look look) {
     if (sides == state.instances) return;
     const Before before = ByKey(state.instances);
     for (const InstanceSide& side : sides) {
         const auto found = before.find(KeyOf(side));
         if (found == before.end() || found->second == side.here) continue;
-        if (!watched) Tell(side);
-        NoteChange(side, watched);
+        TellUnwatched(side);
+        NoteUnwatched(side);
     }
-    state.instances = sides;
+    state.instances = look == Look::Whole ? sides : Joined(sides, state.instances);
 }
 
-void MonitorRecord::Tell(const InstanceSide& side) const {
+void MonitorRecord::TellUnwatched(const InstanceSide& side) const {
     const char* const text =
         side.here ? "The instance '%1' of the application '%2' has come to this node while nobody watched: its start "
                     "commands are not run for it."
@@ -82,11 +94,51 @@ void MonitorRecord::Tell(const InstanceSide& side) const {
         [&] { return CreateWarn_t(text) << String_t::FromUtf8(side.name) << String_t::FromUtf8(side.application); });
 }
 
+void MonitorRecord::TellBegun() {
+    for (const InstanceSide& side : std::exchange(state.begun, {})) {
+        const char* const text =
+            side.here
+                ? "The start commands of the instance '%1' of the application '%2' had begun when nobody watched any "
+                  "more: they may have run, and not to their end."
+                : "The stop commands of the instance '%1' of the application '%2' had begun when nobody watched any "
+                  "more: they may have run, and not to their end.";
+        LumPalLog::LogGuarded([&] {
+            return CreateWarn_t(text) << String_t::FromUtf8(side.name) << String_t::FromUtf8(side.application);
+        });
+    }
+}
+
 /// Who is back where his commands have left him has not changed.
-void MonitorRecord::NoteChange(const InstanceSide& side, bool watched) {
+void MonitorRecord::NoteUnwatched(const InstanceSide& side) {
     const auto isIt = [&](const InstanceSide& other) { return other.IsSameInstance(side); };
-    const bool wasNoted = std::erase_if(state.changed, isIt) > 0;
-    if (!watched && !wasNoted) state.changed.push_back(side);
+    if (std::erase_if(state.changed, isIt) == 0) state.changed.push_back(side);
+}
+
+void MonitorRecord::SetSide(const InstanceSide& side) {
+    const auto isIt = [&](const InstanceSide& other) { return other.IsSameInstance(side); };
+    std::erase_if(state.changed, isIt);
+    const auto found = std::find_if(state.instances.begin(), state.instances.end(), isIt);
+    if (found == state.instances.end()) {
+        state.instances.push_back(side);
+    } else {
+        found->here = side.here;
+    }
+}
+
+void MonitorRecord::CommandsBegin(const InstanceSide& side) {
+    SetSide(side);
+    state.begun = {side};
+    Write();
+}
+
+void MonitorRecord::CommandsEnd(const InstanceSide& side) {
+    SetSide(side);
+    state.begun.clear();
+}
+
+void MonitorRecord::CycleEnded(const LumPalMsg::MessageList_t& hindrance) {
+    state.hinderedBy = hindrance.Format(LumPalMsg::BareText | LumPalMsg::Details).ToUtf8();
+    Write();
 }
 
 void MonitorRecord::Ended(const LumPalMsg::MessageList_t& reason, std::int64_t successorAfterSeconds) {

@@ -6,6 +6,7 @@
 #include <functional>
 #include <vector>
 
+#include "LumConfCluster/MonitorWatcher.h"
 #include "LumPalMsg.h"
 #include "LumPalStr.h"
 #include "common/MonitorState.h"
@@ -20,23 +21,35 @@ public:
     /// Seconds since 1970-01-01T00:00:00Z.
     using Clock = std::function<std::int64_t()>;
     using Sides = std::vector<lumtools::InstanceSide>;
+    using Look = LumConfCluster::MonitorWatcher::Look;
 
     /// Reads what a former daemon has left.
     MonitorRecord(const char* product, Clock now);
 
     void Starting();
-    /// A monitor has seen the instances so. The first look of a monitor is held against the last one of its
-    /// predecessor, also of another daemon: whatever has changed sides in between is told.
-    void Seen(const Sides& sides);
+    /// A monitor has seen the instances so. What has changed sides without CommandsEnd, against the last look, also
+    /// that of a predecessor or of another daemon, has done so while nobody watched: that is told.
+    /// @param look  a partial one says nothing of those that it does not hold
+    void Seen(const Sides& sides, Look look = Look::Whole);
+    /// The commands of an instance for its new side are about to run. It is on the disk when this returns: who comes
+    /// after a kill knows that they may have run.
+    void CommandsBegin(const lumtools::InstanceSide& side);
+    /// They have run, or there are none.
+    void CommandsEnd(const lumtools::InstanceSide& side);
+    /// @param hindrance  empty: policies follow
+    void CycleEnded(const LumPalMsg::MessageList_t& hindrance);
     /// The monitor has ended by itself.
     void Ended(const LumPalMsg::MessageList_t& reason, std::int64_t successorAfterSeconds);
     void Stopped();
 
 private:
     void Enter(lumtools::MonitorState::Phase phase);
-    void FollowSides(const Sides& sides, bool watched);
-    void Tell(const lumtools::InstanceSide& side) const;
-    void NoteChange(const lumtools::InstanceSide& side, bool watched);
+    void FollowSides(const Sides& sides, Look look);
+    void TellUnwatched(const lumtools::InstanceSide& side) const;
+    void TellBegun();
+    void NoteUnwatched(const lumtools::InstanceSide& side);
+    /// As the last look has it from now on.
+    void SetSide(const lumtools::InstanceSide& side);
     void Write();
 
     const Clock now;

@@ -5,10 +5,10 @@
 #include <atomic>
 #include <cstdint>
 
-#include "Applications.h"
 #include "Export.h"
 #include "LumPalStr.h"
 #include "LumPalThread.h"
+#include "MonitorWatcher.h"
 
 namespace LumConfCluster {
 
@@ -17,9 +17,10 @@ namespace LumConfCluster {
 /// by an attribute ("HARG:"), are enabled where it is and disabled where it is not. docs/clusters.md tells how.
 ///
 /// It changes the policies by the process's own object of policy operations: it runs in a process that serves the root,
-/// and in another one it ends, because that object cannot be made beside it. One for a process. It is not started a
-/// second time: after its end a new object takes its place. Start and Stop are called by one thread.
-class LUMCONF_API ClusterMonitor : public LumPalThread::Runnable_i {
+/// and in another one it ends, because that object cannot be made beside it. What it does is told to who derives from
+/// it. One for a process. It is not started a second time: after its end a new object takes its place. Start and Stop
+/// are called by one thread.
+class LUMCONF_API ClusterMonitor : public LumPalThread::Runnable_i, protected MonitorWatcher {
 public:
     ClusterMonitor();
     ClusterMonitor(const ClusterMonitor&) = delete;
@@ -30,7 +31,10 @@ public:
     /// What the thread does: sees the cluster, at most MAX_RETRIES_FOR_CLUSTERUP times with 35 seconds between them,
     /// and then lives through a cycle every POLLING_INTERVAL milliseconds until it is stopped. A failure of the cluster
     /// (268) or of policy work (269) ends its cycle alone.
-    /// @throws LumPalMsg::IllegalStateError_t 622 when the cluster or the policy operations were not there
+    /// Ends without a word in a process that is stopping.
+    /// @throws LumPalMsg::IllegalStateError_t 622 when the cluster or the policy operations were not there, also when
+    /// it
+    ///         was stopped before they were
     /// @throws LumConf::ClusterException 270, in a cycle, with the messages of what ended it
     void Run(const LumPalThread::Thread_t& thread) override;
     /// Traces that the thread ends.
@@ -46,11 +50,6 @@ public:
     void Stop();
     /// From Start on, until Stop is called or the monitor gives up. Any thread.
     bool IsRunning() const;
-
-protected:
-    /// Called on the thread with the applications and the sides of their instances: when a cluster is seen for the
-    /// first time, and whenever all that follows from a new look at it was done. The base does nothing.
-    virtual void Seen(const Applications& applications);
 
 private:
     LumPalThread::Thread_t thread;

@@ -284,6 +284,79 @@ TEST_F(MonitorApplications, ApplicationsThatCannotBeReadToTheEndCountAsFarAsThey
     EXPECT_EQ(log.Text().find("ERROR"), std::string::npos) << log.Text();
 }
 
+TEST_F(MonitorApplications, WhatCannotBeReadIsToldOnceWithItsCauseAndTakenForNewWhenItIsReadAgain) {
+    Write({Shop()});
+    Move("web", "north");
+    Begin();
+    Step();
+    EXPECT_EQ(log.Text(), "");
+    config.List("<Wrong/>");
+    for (int i = 0; i < 3; ++i) Step();
+    EXPECT_EQ(CountOf(log.Text(), "WARNING The applications of the cluster are not read to their end."), 1)
+        << log.Text();
+    EXPECT_TRUE(log.Holds("Unknown tag 'Wrong'"));
+    EXPECT_EQ(StatusOf("a"), "enabled");
+    Write({{"shop", {{"one", "no such group"}}, {"a"}}});
+    Step();
+    EXPECT_EQ(CountOf(log.Text(), "are not read to their end."), 2) << "another cause is told too";
+    EXPECT_TRUE(log.Holds("Resource group 'no such group' does not exist in the cluster."));
+    EXPECT_EQ(watcher.looks, "whole whole partial partial partial partial ");
+    Write({Shop()});
+    Step();
+    EXPECT_EQ(CountOf(log.Text(), "INFO The applications of the cluster are read to their end again."), 1);
+    EXPECT_EQ(Notes(), "start one\n");
+    EXPECT_FALSE(log.Holds("has come to this node")) << "nobody knows that";
+    EXPECT_EQ(
+        CountOf(log.Text(),
+                "The instance 'one' of the application 'shop' is online on this node. It could not be read before, "
+                "and is taken for new: its 1 start command(s) are run."),
+        1);
+    Step();
+    EXPECT_EQ(Notes(), "");
+}
+
+TEST_F(MonitorApplications, ANodeWithoutAListOfApplicationsSaysNothingOfIt) {
+    std::filesystem::remove(config.ListPath());
+    Begin();
+    Step();
+    EXPECT_EQ(log.Text(), "");
+    EXPECT_EQ(watcher.looks, "whole whole ");
+}
+
+TEST_F(MonitorApplications, GroupsThatCannotBeReadAtTheStartAreToldAndNoLook) {
+    Write({Shop()});
+    Move("web", "north");
+    const char* const groups = "hagrp -display -attribute SystemList";
+    cluster.tools.Answer(groups, "", 1);
+    Begin();
+    EXPECT_EQ(watcher.looks, "partial ");
+    EXPECT_EQ(CountOf(log.Text(), "are not read to their end."), 1);
+}
+
+TEST_F(MonitorApplications, CommandsAreToldBeforeAndBehindThemWhateverFailsThen) {
+    TestApplication shop = Shop();
+    shop.policies = {"a=b"};
+    TestApplication quiet{"quiet", {{"two", "db"}}, {}};
+    Write({quiet, shop});
+    Begin();
+    Move("web", "north");
+    Move("db", "north");
+    EXPECT_RAISES(Step(), ClusterException, 270);
+    EXPECT_EQ(watcher.commands, "end two+ begin one+ end one+ ");
+    EXPECT_EQ(watcher.looks, "whole ") << "the look was not followed to its end";
+}
+
+TEST_F(MonitorApplications, InstancesAreLookedUpInAnyCaseUnlessTheirNameStandsTwice) {
+    Write({Shop()});
+    Move("web", "north");
+    Begin();
+    TestApplication shop = Shop();
+    shop.instances = {{"ONE", "web"}};
+    Write({shop});
+    Step();
+    EXPECT_EQ(Notes(), "");
+}
+
 TEST_F(MonitorApplications, ANameThatNoPolicyCanHaveIsWarnedOfAndEndsTheMonitorInTheFirstCycle) {
     for (const char* name : {"", "a=b"}) {
         TestApplication shop = Shop();
@@ -351,6 +424,22 @@ TEST_F(MonitorApplications, APolicyUnderBothMechanismsIsSwitchedOffAndOnInEveryC
     EXPECT_EQ(CountOf(log.Text(), "The policy 'both' names"), 2) << "each start tells it";
 }
 
+TEST_F(MonitorApplications, WhatWasSwitchedIsReportedAlsoWhenTheProcessStopsInTheMiddleOfACycle) {
+    Write({{"shop", {{"one", "db"}}, {"a"}}, {"store", {{"two", "web"}}, {}, {"/bin/sleep 1000"}}});
+    Begin();
+    Move("web", "north");
+    ForgetQueue();
+    PolicyListener listener;
+    std::thread stopper([this] {
+        EXPECT_TRUE(Eventually([this] { return log.Holds("has come to this node"); }));
+        LumPalRuntime::SetStopping(true);
+    });
+    Step();
+    stopper.join();
+    EXPECT_EQ(StatusOf("a"), "disabled");
+    EXPECT_EQ(listener.Heard(), std::vector<std::string>{"DISABLE_POLICY:files a"});
+}
+
 TEST_F(MonitorApplications, AProcessThatStopsRunsNothingMoreAndForgetsNothing) {
     TestApplication shop = Shop();
     shop.starts = {"/bin/sleep 1000", Note("never")};
@@ -368,6 +457,7 @@ TEST_F(MonitorApplications, AProcessThatStopsRunsNothingMoreAndForgetsNothing) {
     EXPECT_EQ(Notes(), "");
     EXPECT_EQ(StatusOf("a"), "enabled") << "as it was installed";
     EXPECT_EQ(looks, 0) << "nobody is told that this was followed";
+    EXPECT_EQ(watcher.commands, "begin one+ ") << "nor that its commands have run to their end";
     EXPECT_TRUE(running);
 }
 

@@ -93,6 +93,36 @@ TEST_F(MonitorCycles, AFailureOfPolicyWorkEndsItsCycleAlone) {
     EXPECT_EQ(Notes(), "start one\n") << "once";
 }
 
+TEST_F(MonitorCycles, AFailureBeforeTheLookWasFollowedLeavesTheFormerOneInPlace) {
+    Begin();
+    Step();
+    Move("web", "north");
+    cluster.tools.Answer("hagrp -display -attribute SystemList", "", 1);
+    Step();
+    EXPECT_EQ(CountOf(log.Text(), "ERROR ClusterException in monitor thread."), 1);
+    EXPECT_EQ(Notes() + Statuses(), "disabled disabled");
+    cluster.tools.Answer("hagrp -display -attribute SystemList", "#Group Attribute\nweb SystemList\n");
+    Step();
+    EXPECT_EQ(Notes(), "start one\n") << "it is held against the last look that was followed";
+    EXPECT_EQ(Statuses(), "enabled enabled");
+}
+
+TEST_F(MonitorCycles, AFailureOfTheClusterBehindTheCommandsDoesNotLetThemRunAgain) {
+    Begin();
+    Step();
+    seen = [](const LumConfCluster::Applications&) {
+        throw ClusterException(LumPalMsg::CreateError_t("the cluster is gone"));
+    };
+    Move("web", "north");
+    Step();
+    EXPECT_EQ(CountOf(log.Text(), "ERROR ClusterException in monitor thread."), 1);
+    EXPECT_EQ(Statuses(), "enabled disabled");
+    seen = [](const LumConfCluster::Applications&) {};
+    Step();
+    EXPECT_EQ(Notes(), "start one\n") << "once";
+    EXPECT_EQ(Statuses(), "enabled enabled");
+}
+
 TEST_F(MonitorCycles, AnyOtherFailureEndsTheMonitorWithItsReason) {
     Begin();
     seen = [](const LumConfCluster::Applications&) {
@@ -105,6 +135,32 @@ TEST_F(MonitorCycles, AnyOtherFailureEndsTheMonitorWithItsReason) {
     EXPECT_FALSE(running);
     EXPECT_EQ(CountOf(log.Text(), "ERROR Exception in monitor thread."), 1);
     EXPECT_TRUE(log.Holds("the disk is gone"));
+}
+
+TEST_F(MonitorCycles, WhatHindersItIsToldUntilItDoesNotAnyMore) {
+    Begin();
+    Step();
+    EXPECT_EQ(watcher.hindrance, "");
+    LetClusterGoDown();
+    Step();
+    EXPECT_NE(watcher.hindrance.find("ClusterException in monitor thread."), std::string::npos);
+    EXPECT_NE(watcher.hindrance.find("Can not instantiate VERITAS Cluster Server object."), std::string::npos);
+    Configure("conf.cluster", "MONITOR_MODE", "false");
+    Step();
+    EXPECT_EQ(watcher.hindrance, "MONITOR_MODE of conf.cluster is off.");
+    Configure("conf.cluster", "MONITOR_MODE", "true");
+    LetClusterComeBack();
+    Step();
+    EXPECT_EQ(watcher.hindrance, "");
+}
+
+TEST_F(MonitorCycles, WithoutAnyPolicyItGoesOnAndSaysNothing) {
+    Begin();
+    for (const char* id : {"listed", "grouped"}) node.Remove(LumConf::Selection().SetPolicyId(id));
+    ASSERT_FALSE(node->IsPolicyInstalled());
+    Step();
+    EXPECT_TRUE(running);
+    EXPECT_EQ(log.Text(), "");
 }
 
 TEST_F(MonitorCycles, FailuresAreLoggedOnlyWhereTheNodeIsMonitored) {

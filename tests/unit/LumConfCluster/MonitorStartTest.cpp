@@ -59,7 +59,7 @@ TEST_F(MonitorStart, WithoutAClusterItEndsAfterOneAttemptUnlessMoreAreConfigured
     EXPECT_FALSE(ClusterBase::GetClusterEnvDetected());
 }
 
-TEST_F(MonitorStart, ItsEndIsLoggedWithTheReasonWhereTheNodeIsMonitoredAndElsewhereOnlyTraced) {
+TEST_F(MonitorStart, ItsEndIsLoggedWithTheReasonAlsoWhereTheNodeIsNotMonitored) {
     LetClusterGoDown();
     MakeMonitor();
     const auto messages = MessagesOf<IllegalStateError_t>([this] { monitor->Begin(); });
@@ -67,11 +67,12 @@ TEST_F(MonitorStart, ItsEndIsLoggedWithTheReasonWhereTheNodeIsMonitoredAndElsewh
     EXPECT_EQ(messages.GetMessage(0).GetSeverity(), LumPalMsg::Severity_e::Error);
     EXPECT_EQ(CountOf(log.Text(), "Illegal state error while creating policy operation object."), 1);
     EXPECT_TRUE(log.Holds("Can not instantiate VERITAS Cluster Server object.")) << log.Text();
+    int times = 1;
     for (const char* mode : {"false", ""}) {
         Configure("conf.cluster", "MONITOR_MODE", mode);
         MakeMonitor();
         EXPECT_THROW(monitor->Begin(), IllegalStateError_t);
-        EXPECT_EQ(CountOf(log.Text(), "Illegal state error"), 1) << mode;
+        EXPECT_EQ(CountOf(log.Text(), "Illegal state error"), ++times) << mode;
     }
 }
 
@@ -137,15 +138,32 @@ TEST_F(MonitorStart, EachToolThatFailsEndsTheStartOrIsPassedOver) {
     cluster.tools.FailAt(0);
 }
 
-TEST_F(MonitorStart, AStopBetweenTwoAttemptsEndsItWithoutAWord) {
+TEST_F(MonitorStart, AStopBetweenTwoAttemptsLetsNoFurtherOneBeginAndIsNoReasonToHideTheFailure) {
     LetClusterGoDown();
     Configure("conf.cluster", "MAX_RETRIES_FOR_CLUSTERUP", "100");
     onSleep = [this] { running = false; };
+    MakeMonitor();
+    EXPECT_RAISES(monitor->Begin(), IllegalStateError_t, 622);
+    EXPECT_FALSE(running);
+    EXPECT_EQ(slept.size(), 1u);
+    EXPECT_TRUE(log.Holds("Illegal state error while creating policy operation object."));
+}
+
+TEST_F(MonitorStart, AStopOfTheProcessBetweenTwoAttemptsEndsItWithoutAWord) {
+    LetClusterGoDown();
+    Configure("conf.cluster", "MAX_RETRIES_FOR_CLUSTERUP", "100");
+    onSleep = [] { LumPalRuntime::SetStopping(true); };
     MakeMonitor();
     EXPECT_NO_THROW(monitor->Begin());
     EXPECT_FALSE(running);
     EXPECT_EQ(slept.size(), 1u);
     EXPECT_EQ(log.Text(), "");
+}
+
+TEST_F(MonitorStart, WhateverIsThrownCountsAsAClusterThatIsNotThere) {
+    policies = []() -> LumConf::PolicyOperation* { throw 7; };
+    MakeMonitor();
+    EXPECT_RAISES(monitor->Begin(), IllegalStateError_t, 622);
 }
 
 TEST_F(MonitorStart, WhatToolsSayThatAStoppingProcessHasEndedIsNotBelieved) {

@@ -97,7 +97,29 @@ TEST_F(MonitorOfANode, AFailureInACycleEndsTheThreadAndIsLoggedByBoth) {
     EXPECT_TRUE(log.Holds("Exception in monitor thread.")) << log.Text();
 }
 
-TEST_F(MonitorOfANode, AStoppingProcessDoesNotWaitForTheIntervalNorForATool) {
+TEST_F(MonitorOfANode, InAStoppingProcessItEndsAlsoWhenNobodyStopsIt) {
+    ClusterMonitor monitor;
+    monitor.Start();
+    EXPECT_TRUE(Eventually([&] { return cluster.tools.Count("haclus -value ClusterName") > 1; }));
+    LumPalRuntime::SetStopping(true);
+    EXPECT_TRUE(Eventually([&] { return !monitor.IsRunning(); }));
+    monitor.Stop();
+    EXPECT_FALSE(log.Holds("An exception ended the thread")) << log.Text();
+}
+
+TEST_F(MonitorOfANode, AStoppingProcessDoesNotWaitForATool) {
+    ClusterMonitor monitor;
+    monitor.Start();
+    const std::string mark = node.Root() + "/hangs";
+    WriteText("/opt/VRTSvcs/bin/hasys", "#!/bin/sh\n: >'" + mark + "'\nsleep 1000\n");
+    EXPECT_TRUE(Eventually([&] { return std::filesystem::exists(mark); }));
+    const auto begin = steady_clock::now();
+    LumPalRuntime::SetStopping(true);
+    monitor.Stop();
+    EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(5));
+}
+
+TEST_F(MonitorOfANode, AStoppingProcessDoesNotWaitForTheInterval) {
     Set("POLLING_INTERVAL", "3600000");
     ClusterMonitor monitor;
     Install("p", "HARG:noHARG");
@@ -114,21 +136,26 @@ TEST_F(MonitorOfANode, InstallsAndSettingsGoOnBesideIt) {
     Install("kept", "HARG:web");
     ClusterMonitor monitor;
     monitor.Start();
-    std::atomic<bool> over{false};
+    constexpr int kRounds = 20;
     std::thread installs([&] {
-        for (int i = 0; !over; ++i) {
+        for (int i = 0; i < kRounds; ++i) {
             Install("p", i % 2 ? "HARG:web" : "other");
             node->Remove("conf.cluster", Selection().SetPolicyId("p"), PolicyForwarder::Options().SetNotify(false));
         }
     });
     std::thread settings([&] {
-        for (int i = 0; !over; ++i) Set("MONITOR_MODE", i % 2 ? "true" : "false");
+        for (int i = 0; i < kRounds; ++i) Set("MONITOR_MODE", i % 2 ? "true" : "false");
     });
-    for (int i = 0; i < 20; ++i) {
+    const auto cycles = [&] { return cluster.tools.Count("haclus -value ClusterName"); };
+    const std::size_t before = cycles();
+    for (std::size_t i = 0; i < kRounds; ++i) {
         Move(i % 2 ? "north" : "south");
-        std::this_thread::yield();
+        // Whether somebody has switched it off, or policy work holds it up: it goes on.
+        EXPECT_TRUE(Eventually([&] {
+            Set("MONITOR_MODE", "true");
+            return cycles() > before + i;
+        }));
     }
-    over = true;
     installs.join();
     settings.join();
     Set("MONITOR_MODE", "true");

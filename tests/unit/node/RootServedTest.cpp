@@ -7,12 +7,15 @@
 #include <stdexcept>
 #include <string>
 
+#include "CapturedLog.h"
 #include "ConfigServer.h"
 #include "Files.h"
+#include "LumConfCluster/ClusterMonitor.h"
 #include "LumPalDaemon.h"
 #include "NodeAssembly.h"
 #include "PolicyWorker.h"
 #include "TempRoot.h"
+#include "VcsNode.h"
 
 namespace LumConf {
 namespace {
@@ -74,6 +77,23 @@ TEST_F(RootServed, FailsAndSaysSoAndTouchesNothing) {
             Expect(said.find("another process serves this root") != std::string::npos, "it was brought up");
             Expect(said.find("lumconfd.lock") != std::string::npos, "the file is not named");
         }
+        ExpectUntouched();
+    });
+}
+
+TEST_F(RootServed, AMonitorBesideItEndsAndSaysSoAndTouchesNothing) {
+    InAnotherProcess([this] {
+        const VcsNode cluster;
+        LumPalRuntime::Dir_t::SetRoot(root.Path());  // the cluster has brought one of its own
+        Configure("conf.cluster", "CLUSTER_LOCAL_NODENAME", "north");
+        const CapturedLog log(root.Native());
+        LumConfCluster::ClusterMonitor monitor;
+        monitor.Start();
+        Expect(Eventually([&] { return !monitor.IsRunning(); }), "it runs");
+        monitor.Stop();
+        Expect(log.Holds("Illegal state error while creating policy operation object."),
+               "it does not say that it ends");
+        Expect(log.Holds("another process serves this root"), "it does not say why");
         ExpectUntouched();
     });
 }

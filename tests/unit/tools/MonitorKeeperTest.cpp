@@ -10,6 +10,7 @@
 #include "Configure.h"
 #include "Faults.h"
 #include "Files.h"
+#include "LumPalDaemon.h"
 #include "TempRoot.h"
 #include "lumconfd/ClusterFound.h"
 
@@ -37,7 +38,7 @@ public:
 
 protected:
     void Watch(const LumPalThread::Thread_t&) override {
-        Seen(LumConfCluster::Applications());
+        Seen(LumConfCluster::Applications(), Look::Whole);
         if (fails) throw LumPalMsg::IllegalStateError_t(LumPalMsg::CreateError_t("it broke"));
         while (IsRunning()) LumPalThread::Thread_t::Sleep(1);
     }
@@ -145,14 +146,67 @@ TEST_F(MonitorKeepers, AStopInTheMiddleOfAPauseMakesNoSuccessor) {
 
 TEST_F(MonitorKeepers, AMonitorThatCannotBeMadeIsTriedAgain) {
     std::atomic<int> tries{0};
-    MonitorKeeper again(kProduct, {[] { return std::int64_t{0}; }, [](Bell&, seconds) {},
-                                   [&](MonitorRecord& record, Bell& bell) -> std::unique_ptr<WatchedMonitor> {
-                                       if (++tries < 3) throw std::bad_alloc();
-                                       return std::make_unique<ScriptedMonitor>(record, bell, false);
-                                   }});
+    MonitorKeeper again(
+        kProduct, {[] { return std::int64_t{0}; }, [this](Bell&, seconds time) { pauses.push_back(time.count()); },
+                   [&](MonitorRecord& record, Bell& bell) -> std::unique_ptr<WatchedMonitor> {
+                       if (++tries < 4) throw std::bad_alloc();
+                       return std::make_unique<ScriptedMonitor>(record, bell, false);
+                   }});
     EXPECT_TRUE(IsWatching());
-    EXPECT_EQ(tries, 3);
-    EXPECT_TRUE(log.Holds("The cluster is not followed for a moment"));
+    EXPECT_EQ(tries, 4);
+    again.Stop();
+    EXPECT_TRUE(again.WaitForEnd(std::chrono::seconds(30)));
+    EXPECT_EQ(pauses, (std::vector<std::int64_t>{10, 20, 40})) << "as behind a monitor that has ended";
+    EXPECT_TRUE(log.Holds("The cluster cannot be followed at present"));
+}
+
+/// Ends by itself after as long as it is told, with or without having seen the cluster.
+class BriefMonitor : public WatchedMonitor {
+public:
+    BriefMonitor(MonitorRecord& record, Bell& ended, std::atomic<int>& time, bool sees)
+        : WatchedMonitor(record, ended, [&time] { return seconds(time); }), time(time), sees(sees) {}
+
+protected:
+    void Watch(const LumPalThread::Thread_t&) override {
+        if (sees) Seen(LumConfCluster::Applications(), Look::Whole);
+        time += 1000;
+        throw LumPalMsg::IllegalStateError_t(LumPalMsg::CreateError_t("it broke"));
+    }
+
+private:
+    std::atomic<int>& time;
+    const bool sees;
+};
+
+TEST_F(MonitorKeepers, OnlyAMonitorThatHasSeenTheClusterHasLivedWhateverTheTimeOfDayDoes) {
+    std::atomic<int> time{0}, pausesOver{0};
+    const auto pausesWhereItSees = [&](bool sees) {
+        pauses.clear();
+        pausesOver = 0;
+        MonitorKeeper some(kProduct, {[this] { return now += 100000; },
+                                      [&](Bell& bell, seconds length) {
+                                          pauses.push_back(length.count());
+                                          if (++pausesOver == 3) bell.Stop();
+                                      },
+                                      [&](MonitorRecord& record, Bell& bell) {
+                                          return std::make_unique<BriefMonitor>(record, bell, time, sees);
+                                      }});
+        EXPECT_TRUE(some.WaitForEnd(std::chrono::seconds(30)));
+        return pauses;
+    };
+    EXPECT_EQ(pausesWhereItSees(false), (std::vector<std::int64_t>{10, 20, 40}));
+    EXPECT_EQ(pausesWhereItSees(true), (std::vector<std::int64_t>{10, 10, 10}));
+}
+
+TEST_F(MonitorKeepers, AMonitorThatEndsWithItsProcessIsNotToldAsAFailure) {
+    Keep(0);
+    ASSERT_TRUE(IsWatching());
+    LumPalRuntime::SetStopping(true);
+    keeper->Stop();
+    EXPECT_TRUE(keeper->WaitForEnd(std::chrono::seconds(30)));
+    LumPalRuntime::SetStopping(false);
+    EXPECT_EQ(PhaseNow(), MonitorState::Phase::Stopped);
+    EXPECT_FALSE(log.Holds("The cluster monitor has ended."));
 }
 
 TEST_F(MonitorKeepers, KeysThatCannotBeFilledAreToldAndTheMonitorStartsAllTheSame) {

@@ -124,6 +124,7 @@ TEST_F(MonitorRecords, WhoChangesSidesUnderAnEyeIsNoLongerNoted) {
     Restart();
     Look(At(false, false));
     EXPECT_EQ(Stored().changed.size(), 2u);
+    record->CommandsEnd({"shop", "one", "web", true});
     record->Seen(At(true, false));
     EXPECT_EQ(Stored().changed, (Sides{{"shop", "two", "db", false}}));
     EXPECT_EQ(Told("while nobody watched"), 2) << "what is followed is told by who follows";
@@ -131,6 +132,75 @@ TEST_F(MonitorRecords, WhoChangesSidesUnderAnEyeIsNoLongerNoted) {
     Look(At(true, true));
     EXPECT_EQ(Stored().changed, Sides()) << "it is back where its commands have left it";
     EXPECT_EQ(Told("while nobody watched"), 3);
+}
+
+TEST_F(MonitorRecords, CommandsThatHaveRunAreNotToldAsNotRunWhateverBecomesOfTheirLook) {
+    Look(At(false, false));
+    record->CommandsBegin({"shop", "one", "web", true});
+    record->CommandsEnd({"shop", "one", "web", true});
+    record->Ended(LumPalMsg::CreateError_t("it broke"), 10);
+    Restart();
+    Look(At(true, false));
+    EXPECT_EQ(Told("nobody watched"), 0) << log.Text();
+    EXPECT_EQ(Stored().changed, Sides());
+}
+
+TEST_F(MonitorRecords, CommandsThatAKillMayHaveCutAreToldAsSuchAndOnce) {
+    Look(At(false, true));
+    record->CommandsBegin({"shop", "one", "web", true});
+    EXPECT_EQ(Stored().begun, (Sides{{"shop", "one", "web", true}})) << "before they begin";
+    Restart();
+    Look(At(true, true));
+    EXPECT_EQ(
+        Told("The start commands of the instance 'one' of the application 'shop' had begun when nobody watched any "
+             "more: they may have run, and not to their end."),
+        1);
+    EXPECT_EQ(Told("are not run for it"), 0);
+    EXPECT_EQ(Stored().changed, Sides());
+    EXPECT_EQ(Stored().begun, Sides());
+    Restart();
+    Look(At(true, true));
+    EXPECT_EQ(Told("had begun"), 1);
+}
+
+TEST_F(MonitorRecords, WhoIsAwayAgainWhenHisStartCommandsWereCutIsToldOfBoth) {
+    Look(At(false, true));
+    record->CommandsBegin({"shop", "one", "web", true});
+    Restart();
+    Look(At(false, true));
+    EXPECT_EQ(Told("The start commands of the instance 'one' of the application 'shop' had begun"), 1);
+    EXPECT_EQ(Told("has left this node while nobody watched: its stop commands are not run for it."), 1);
+    EXPECT_EQ(Stored().changed, (Sides{{"shop", "one", "web", false}}));
+}
+
+TEST_F(MonitorRecords, APartialLookSaysNothingOfWhatItDoesNotHold) {
+    Look(At(true, true));
+    Restart();
+    record->Starting();
+    record->Seen({}, MonitorRecord::Look::Partial);
+    EXPECT_EQ(Stored().phase, Phase::Watching);
+    EXPECT_EQ(Stored().instances, At(true, true));
+    record->Seen({{"shop", "two", "db", true}}, MonitorRecord::Look::Partial);
+    EXPECT_EQ(Stored().instances.size(), 2u);
+    record->Seen(At(false, true));
+    EXPECT_EQ(Told("The instance 'one' of the application 'shop' has left this node while nobody watched"), 1)
+        << "it was seen at last";
+    EXPECT_EQ(Stored().changed, (Sides{{"shop", "one", "web", false}}));
+}
+
+TEST_F(MonitorRecords, WhatHindersTheMonitorIsWrittenDownWhenItChanges) {
+    Look(At(true, true));
+    record->CycleEnded(LumPalMsg::CreateError_t("the cluster is down"));
+    EXPECT_EQ(Stored().hinderedBy, "the cluster is down");
+    renames = 0;
+    LumPalIo::SetFileObserverForTest([](const char*, const char*, const char*) { ++renames; });
+    record->CycleEnded(LumPalMsg::CreateError_t("the cluster is down"));
+    EXPECT_EQ(renames, 0);
+    record->CycleEnded({});
+    EXPECT_EQ(Stored().hinderedBy, "");
+    record->CycleEnded(LumPalMsg::CreateError_t("the cluster is down"));
+    record->Stopped();
+    EXPECT_EQ(Stored().hinderedBy, "") << "nobody follows at all";
 }
 
 TEST_F(MonitorRecords, WhoIsNewOrGoneHasNotChangedSides) {
@@ -170,7 +240,7 @@ TEST_F(MonitorRecords, AFileThatCannotBeWrittenIsToldOnceAndWrittenAsSoonAsItCan
     EXPECT_EQ(Stored().instances, At(true, true));
 }
 
-TEST_F(MonitorRecords, ThousandsOfInstancesAreComparedAtOnce) {
+TEST_F(MonitorRecords, ThousandsOfInstancesAreWrittenDown) {
     Sides many;
     for (int i = 0; i < 20000; ++i) many.push_back({"shop", "i" + std::to_string(i), "web", true});
     Look(many);

@@ -28,6 +28,8 @@ MonitorState Full() {
     state.successorAt = 1795341610;
     state.instances = {{"shop", "one", "web", true}, {"shop", "two", "db", false}};
     state.changed = {{"shop", "two", "db", false}};
+    state.begun = {{"shop", "one", "web", true}};
+    state.hinderedBy = "the cluster is down";
     return state;
 }
 
@@ -48,8 +50,25 @@ TEST(MonitorState, TheFileHasAStableForm) {
     for (const char* part :
          {"\"schema\": 1", "\"phase\": \"waiting\"", "\"since\": 1795341600", "\"ended_at\": 1795341600",
           "\"ended_by\": \"one line\\n", "\"successor_at\": 1795341610", "\"changed_unwatched\": [",
-          "\"application\": \"shop\"", "\"instance\": \"two\"", "\"group\": \"db\"", "\"here\": false"})
+          "\"commands_begun\": [", "\"hindered_by\": \"the cluster is down\"", "\"application\": \"shop\"",
+          "\"instance\": \"two\"", "\"group\": \"db\"", "\"here\": false"})
         EXPECT_NE(text.find(part), std::string::npos) << part;
+}
+
+TEST(MonitorState, AFileOfAFormerDaemonIsReadWithoutWhatItDidNotKnow) {
+    const TempRoot root;
+    MonitorState former = Full();
+    former.Write();
+    std::string text = ReadText(PathIn(root));
+    const auto from = text.find("\"commands_begun\""), to = text.find("\"ended_at\"");
+    ASSERT_LT(from, to);
+    text.erase(from, to - from);
+    const auto line = text.find("\"hindered_by\"");
+    text.erase(line, text.find('\n', line) - line);
+    WriteText(PathIn(root), text);
+    former.begun.clear();
+    former.hinderedBy.clear();
+    EXPECT_EQ(MonitorState::Read(), former);
 }
 
 TEST(MonitorState, AFileThatIsNoneIsToldWithItsName) {
