@@ -6,7 +6,7 @@
 #include "LumPalDaemon.h"
 #include "LumPalIo.h"
 #include "LumPalRuntime.h"
-#include "common/Table.h"
+#include "common/ClusterProduct.h"
 #include "lumcluster/Look.h"
 
 namespace lumcluster {
@@ -23,15 +23,6 @@ std::string MessagesOf(const lumtools::Outcome& outcome) {
     std::string text;
     for (const lumtools::MessageLine& line : outcome.messages) text += (text.empty() ? "" : " ") + line.text;
     return text;
-}
-
-/// The first product whose daemon file is there; Unknown without one.
-ClusterType InstalledProduct() {
-    for (int i = 0; i < static_cast<int>(ClusterType::Unknown); ++i) {
-        const char* const file = DaemonFile(static_cast<ClusterType>(i));
-        if (*file && File_t(file).Exists()) return static_cast<ClusterType>(i);
-    }
-    return ClusterType::Unknown;
 }
 
 bool IsProduct(const std::string& name) {
@@ -91,7 +82,7 @@ void CheckDaemon(const Subject& subject, Findings& findings) {
 }
 
 void CheckProduct(const Subject& subject, Findings& findings) {
-    const ClusterType found = InstalledProduct();
+    const ClusterType found = lumtools::FindClusterProduct().value_or(ClusterType::Unknown);
     const std::string name = DisplayText(found), wanted = subject.keys.type;
     if (found == ClusterType::Unknown) {
         return findings.push_back({State::Failed, "product", "no product's daemon file is there",

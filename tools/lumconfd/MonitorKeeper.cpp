@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "common/ClusterProduct.h"
 #include "lumconfd/Attempt.h"
 #include "lumconfd/ClusterFound.h"
 
@@ -73,7 +74,7 @@ seconds SuccessorPauses::After(seconds lived) {
     return std::exchange(next, std::min(2 * next, kLongestPause));
 }
 
-MonitorKeeper::MonitorKeeper() : MonitorKeeper(FindClusterProduct(), OfTheDaemon()) {}
+MonitorKeeper::MonitorKeeper() : MonitorKeeper(lumtools::FindClusterProduct(), OfTheDaemon()) {}
 
 MonitorKeeper::MonitorKeeper(std::optional<LumConfCluster::ClusterType> found, Surroundings others)
     : product(found), surroundings(std::move(others)) {
