@@ -32,11 +32,6 @@ bool IsProduct(const std::string& name) {
     return false;
 }
 
-bool HasProblem(const Sight& sight, const char* what) {
-    return std::any_of(sight.problems.begin(), sight.problems.end(),
-                       [what](const Problem& problem) { return problem.what == what; });
-}
-
 std::string Counted(std::size_t count, const char* what) {
     return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
@@ -48,8 +43,10 @@ Subject Subject::Take() {
     subject.keys = Keys::Read();
     subject.sight = Look(subject.keys, nullptr);
     subject.follower = Follower::Read();
-    const lumtools::Outcome read = lumtools::Attempt([&subject] { subject.policies.CheckPolicy(); });
-    subject.policyProblem = MessagesOf(read);
+    // A node that never had a policy has no folder for them.
+    if (File_t(LumPalRuntime::Dir_t::Path(LumPalRuntime::Policies)).Exists()) {
+        subject.policyProblem = MessagesOf(lumtools::Attempt([&subject] { subject.policies.CheckPolicy(); }));
+    }
     const File_t lock(LumPalRuntime::RootLock_t::GetPath());
     const File_t root(LumPalRuntime::Dir_t::Path(LumPalRuntime::Root));
     subject.isOwner = (lock.Exists() ? lock : root).IsOwnedByThisUser();
@@ -104,7 +101,7 @@ void CheckTools(const Subject& subject, Findings& findings) {
                             "let the daemon's user run that line; docs/clusters.md tells of rights and LUM_SUDO"});
     }
     if (!sight.isClusterSeen) return;
-    if (sight.problems.empty() || HasProblem(sight, kApplications)) {
+    if (sight.problems.empty() || sight.HasProblem(kApplications)) {
         findings.push_back({State::Ok, "tools",
                             "the cluster '" + sight.cluster + "' is " + sight.state + ", with " +
                                 Counted(sight.nodes.size(), "node") + " and " + Counted(sight.groups.size(), "group"),
@@ -124,7 +121,7 @@ void CheckTools(const Subject& subject, Findings& findings) {
 
 void CheckLocalName(const Subject& subject, Findings& findings) {
     const Sight& sight = subject.sight;
-    if (!sight.isClusterSeen || HasProblem(sight, kNodes)) return;
+    if (!sight.isClusterSeen || sight.HasProblem(kNodes)) return;
     const std::string name = "'" + sight.local.name + "'" +
                              (sight.local.isConfigured ? " (CLUSTER_LOCAL_NODENAME)" : " (the system's own name)");
     const bool isNode =
