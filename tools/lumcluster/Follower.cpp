@@ -20,8 +20,11 @@ using Phase = MonitorState::Phase;
 
 namespace {
 
+/// Without the full stop behind it: it becomes a part of a sentence.
 std::string FirstMessage(const Outcome& outcome) {
-    return outcome.messages.empty() ? "" : outcome.messages.front().text;
+    std::string text = outcome.messages.empty() ? "" : outcome.messages.front().text;
+    if (text.ends_with('.')) text.pop_back();
+    return text;
 }
 
 /// All of it in one line.
