@@ -62,6 +62,9 @@ MonitorState Parsed(const std::string& text) {
     state.successorAt = read.at("successor_at");
     state.instances = SidesOf(read.at("instances"));
     state.changed = SidesOf(read.at("changed_unwatched"));
+    // Former daemons did not write these.
+    state.begun = SidesOf(read.value("commands_begun", json::array()));
+    state.hinderedBy = read.value("hindered_by", "");
     return state;
 }
 
@@ -109,7 +112,9 @@ void MonitorState::Write() const {
                           {"ended_by", endedBy},
                           {"successor_at", successorAt},
                           {"instances", ToJson(instances)},
-                          {"changed_unwatched", ToJson(changed)}};
+                          {"changed_unwatched", ToJson(changed)},
+                          {"commands_begun", ToJson(begun)},
+                          {"hindered_by", hinderedBy}};
     const std::string text = written.dump(1, ' ', false, json::error_handler_t::replace) + "\n";
     File_t(Dir_t::Path(LumPalRuntime::Spool)).Mkdirs();
     LumPalIo::ReplaceFile(File_t(Path()), kAsidePrefix, LumPalArray::CharArray_t(text.data(), text.size()), kMode);

@@ -39,6 +39,9 @@ struct MonitorState {
     std::vector<InstanceSide> instances;
     /// Those that have changed sides while nobody watched, so that no commands were run for where they are now.
     std::vector<InstanceSide> changed;
+    /// Those whose commands for this side had begun when this was written, and may not run to their end.
+    std::vector<InstanceSide> begun;
+    std::string hinderedBy;  ///< in the phase Watching: why policies do not follow at present; empty where they do
 
     bool operator==(const MonitorState& other) const = default;
 

@@ -39,7 +39,8 @@ std::string ClusterText(const Sight& sight) {
 
 std::string MonitorText(const Follower& follower, const Keys& keys) {
     const bool isOff = !keys.monitorMode.empty() && !keys.isMonitorModeOn;
-    return follower.Word() + (isOff ? ", MONITOR_MODE is off" : "");
+    return follower.Word() + (follower.IsHindered() ? ", policies do not follow" : "") +
+           (isOff ? ", MONITOR_MODE is off" : "");
 }
 
 void Number(std::vector<Item>& items) {

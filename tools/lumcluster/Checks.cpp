@@ -63,6 +63,9 @@ void CheckUser(const Subject& subject, Findings& findings) {
 
 void CheckDaemon(const Subject& subject, Findings& findings) {
     const std::string word = subject.follower.Word(), sentence = subject.follower.Sentence();
+    if (subject.follower.IsHindered()) {
+        return findings.push_back({State::Failed, "monitor", sentence, "mend what hinders it; nothing else is needed"});
+    }
     if (word == "watching") return findings.push_back({State::Ok, "monitor", sentence, ""});
     if (word == "starting") {
         return findings.push_back(

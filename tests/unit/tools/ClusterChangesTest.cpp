@@ -68,6 +68,19 @@ TEST_F(ClusterChanges, SettingsThatCannotBeReadAreTheOnlyNews) {
     EXPECT_THAT(Lines(), ElementsAre("T settings: read (was cannot be read (line 3))"));
 }
 
+TEST_F(ClusterChanges, AMonitorThatIsHinderedIsTold) {
+    follower.isDaemonThere = true;
+    follower.record.emplace().phase = lumtools::MonitorState::Phase::Watching;
+    Lines();
+    follower.record->hinderedBy = "The disk is\nfull.";
+    EXPECT_THAT(Lines(), ElementsAre("T monitor: watching, policies do not follow (was watching)"));
+    EXPECT_THAT(follower.Sentence(), HasSubstr(", but policies do not follow at present: The disk is full."));
+    EXPECT_EQ(ToJson(follower, keys)["hindered_by"], "The disk is\nfull.");
+    EXPECT_THAT(Obstacles(follower, keys, sight), ElementsAre(follower.Sentence()));
+    follower.isDaemonThere = false;
+    EXPECT_FALSE(follower.IsHindered());
+}
+
 TEST_F(ClusterChanges, WhatHasGoneIsTold) {
     Lines();
     sight.groups.clear();
