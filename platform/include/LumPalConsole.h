@@ -26,4 +26,16 @@ LUMPAL_API void OccupyStandardStreams();
 /// From now on a write to a pipe whose reader has gone fails, and does not end the process.
 LUMPAL_API void OutliveReaders();
 
+/// Takes SIGTSTP, by which a terminal suspends its programs (Ctrl-Z), out of its default way, for a program that has
+/// something to put right before. To be made by main before other threads run; one per process.
+class LUMPAL_API Suspensions_t {
+public:
+    Suspensions_t();
+    /// Blocks until the process is to be suspended.
+    void Wait() const;
+    /// Suspends the process. Returns when it is continued; at once where nobody could continue it, or where the program
+    /// was started to ignore the signal.
+    void Suspend() const;
+};
+
 }  // namespace LumPalConsole

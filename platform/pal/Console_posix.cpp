@@ -34,6 +34,13 @@ int RowsSaid(int descriptor) {
     return rows ? std::atoi(rows) : 0;
 }
 
+sigset_t SuspensionSignal() {
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGTSTP);
+    return set;
+}
+
 }  // namespace
 
 bool IsTerminal(Stream stream) {
@@ -61,6 +68,25 @@ void OccupyStandardStreams() {
 
 void OutliveReaders() {
     std::signal(SIGPIPE, SIG_IGN);
+}
+
+Suspensions_t::Suspensions_t() {
+    const sigset_t set = SuspensionSignal();
+    pthread_sigmask(SIG_BLOCK, &set, nullptr);
+}
+
+void Suspensions_t::Wait() const {
+    const sigset_t set = SuspensionSignal();
+    int signal = 0;
+    while (sigwait(&set, &signal) != 0) {
+    }
+}
+
+void Suspensions_t::Suspend() const {
+    const sigset_t set = SuspensionSignal();
+    raise(SIGTSTP);  // to this thread, which is where the block ends
+    pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
+    pthread_sigmask(SIG_BLOCK, &set, nullptr);
 }
 
 }  // namespace LumPalConsole

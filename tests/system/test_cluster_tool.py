@@ -100,7 +100,8 @@ class StatusTest(OnACluster):
             "cluster": {"product": PRODUCT, "name": "harbour", "state": "Up"},
             "local_name": "alpha", "local_name_configured": True,
             "monitor": {"state": "no daemon", "monitor_mode": True, "product": None, "since": None, "ended_at": None,
-                        "ended_by": "", "successor_at": None, "changed_unwatched": []},
+                        "ended_by": "", "successor_at": None, "changed_unwatched": [], "hindered_by": "",
+                        "commands_begun": []},
             "nodes": [{"name": "alpha", "id": 0, "state": "Online", "local": True},
                       {"name": "beta", "id": 1, "state": "Online", "local": False},
                       {"name": "gamma", "id": 2, "state": "Offline", "local": False}],
@@ -158,6 +159,14 @@ class StatusTest(OnACluster):
         self.assertRegex(self.told(cluster, "status"), "till +web +has left")
         self.put(cluster, "spool/cluster.monitor.json", "{")
         self.assertEqual(self.json_of(cluster, "status")["monitor"]["state"], "no daemon")
+
+    def test_what_hindered_a_monitor_of_a_former_daemon_is_not_told_of_the_present(self):
+        cluster = self.cluster()
+        self.put_policy(cluster, "disk-io", "HARG:web")
+        record = {"schema": 1, "product": PRODUCT, "phase": "watching", "since": 1, "ended_at": 0, "ended_by": "",
+                  "successor_at": 0, "instances": [], "changed_unwatched": [], "hindered_by": "it was\nfull"}
+        self.put(cluster, "spool/cluster.monitor.json", json.dumps(record))
+        self.assertEqual(self.json_of(cluster, "status")["monitor"]["hindered_by"], "", "nobody serves the node")
 
     def test_control_characters_of_names_reach_no_terminal(self):
         cluster = self.cluster(name="har\033[2Jbour\a", applications=False)
@@ -237,6 +246,14 @@ class Explain(OnACluster):
         check = self.told(cluster, "check", code=FAILED)
         self.assertIn("'disk-io' follows its attributes and the application 'shop'", check)
 
+    def test_where_the_groups_cannot_be_seen_nothing_is_told_of_a_switch(self):
+        cluster = self.cluster(missing=["hagrp"])
+        self.put_policy(cluster, "disk-io", "HARG:web")
+        text = self.told(cluster, "explain", "disk-io", code=FAILED)
+        self.assertIn("the cluster does not tell its groups now", text)
+        self.assertIn("A cycle that cannot see the groups leaves it alone.", text)
+        self.assertNotRegex(text, r"no such group|becomes|\.\.$")
+
     def test_without_a_cluster_the_policy_is_told_and_the_failure_too(self):
         cluster = self.cluster(missing=["had"])
         self.put_policy(cluster, "disk-io", "HARG:web")
@@ -300,6 +317,28 @@ class Check(OnACluster):
         text = self.told(cluster, "check", code=FAILED)
         for words in ("the application 'a' has no file", "no-a", "b.apm.xml", "no-b", "an element 'Other'"):
             self.assertIn(words, text)
+
+    def test_a_template_that_ends_the_monitor_is_named_though_nothing_is_loaded(self):
+        cluster = self.cluster(missing=["hagrp"])
+        self.put(cluster, "bin/instrumentation/conf/shop.apm.xml", "<APMApplicationConfiguration><Application>"
+                 "<Template>a=b</Template></Application></APMApplicationConfiguration>")
+        self.put_policy(cluster, "lost", "HARG:web")
+        text = self.told(cluster, "check", code=FAILED)
+        self.assertIn("as 'a=b', which no name can be: that ends the monitor", text)
+        self.assertNotIn("is none of the cluster", text)
+        self.assertNotIn("which is no group of the cluster", text)
+
+    def test_a_node_that_never_had_a_policy_has_none_that_cannot_be_read(self):
+        self.assertIn("0 of 0 installed policies", self.told(self.cluster(), "check", code=FAILED))
+        self.assertNotIn("cannot be read", self.told(self.cluster(), "check", code=FAILED))
+
+    def test_a_name_with_a_control_character_has_no_file(self):
+        cluster = self.cluster()
+        self.put(cluster, "conf/conf/apminfo.xml", "<APMClusterConfiguration><Application><Name>a&#133;b</Name>"
+                 "</Application></APMClusterConfiguration>")
+        self.put(cluster, "bin/instrumentation/conf/a\x85b.apm.xml", "<APMApplicationConfiguration><Application/>"
+                 "</APMApplicationConfiguration>")
+        self.assertRegex(self.told(cluster, "check", code=FAILED), "the application 'ab' has no file")
 
     def test_a_policy_that_names_a_group_which_is_not_there_is_named(self):
         cluster = self.cluster()
@@ -365,6 +404,7 @@ class Watch(OnACluster):
     def test_it_ends_when_nobody_reads_any_more(self):
         cluster = self.cluster()
         watch = self.watch(cluster, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        self.assertIn(b"settings: read", watch.stdout.readline())
         self.assertIn(b"cluster: harbour", watch.stdout.readline())
         watch.stdout.close()
         moves = 0
@@ -394,6 +434,49 @@ class Watch(OnACluster):
         for restored in (b"\033[?7h", b"\033[?25h", b"\033[?1049l"):
             self.assertIn(restored, shown)
         self.assertTrue(shown.endswith(b"\033[?1049l"), shown[-80:])
+
+    def test_who_is_suspended_gives_the_terminal_back_and_takes_it_again_with_what_stood_there(self):
+        cluster = self.cluster()
+        master, terminal = pty.openpty()
+        self.addCleanup(os.close, master)
+        # A group of its own, which this process can continue: elsewhere the system suspends nobody.
+        watch = cluster.start(TOOL, "status", "--watch", "--interval", "3600", stdout=terminal, stderr=terminal,
+                              process_group=0)
+        os.close(terminal)
+        self.read(master, b"here")
+        tool = next(each for each in self.descendants(watch.pid) if self.name_of(each) == "lumcluster")
+        for _ in range(2):
+            os.kill(tool, signal.SIGTSTP)
+            wait_until(lambda: self.state_of(tool) == "T", "it is suspended")
+            self.assertTrue(self.read(master, b"\033[?1049l").endswith(b"\033[?7h\033[?25h\033[?1049l"))
+            os.kill(tool, signal.SIGCONT)
+            shown = self.read(master, b"here")
+            self.assertTrue(shown.startswith(b"\033[?1049h"), shown[:80])
+            self.assertNotEqual(self.state_of(tool), "T")
+        self.end(watch)
+        self.read(master, b"\033[?1049l")
+
+    @staticmethod
+    def state_of(pid):
+        with open(f"/proc/{pid}/stat", encoding="utf-8") as file:
+            return file.read().rsplit(")", 1)[1].split()[0]
+
+    def test_settings_that_cannot_be_read_are_told_and_the_watch_goes_on(self):
+        cluster = self.cluster()
+        settings = cluster.root / "etc/pal/config/local_settings.ini"
+        good = settings.read_text()
+        out = cluster.folder / "out"
+        with open(out, "wb") as stream:
+            watch = self.watch(cluster, stdout=stream, stderr=subprocess.PIPE)
+        wait_until(lambda: "settings: read\n" in out.read_text(), "the first look is told")
+        first = out.read_text()
+        settings.write_text("neither this nor that\n")
+        wait_until(lambda: "settings: cannot be read (" in out.read_text(), "it is told")
+        settings.write_text(good)
+        wait_until(lambda: "settings: read (was cannot be read (" in out.read_text(), "it is over")
+        later = out.read_text()[len(first):]
+        self.assertEqual(len(later.splitlines()), 2, "nothing else is told as changed or gone: " + later)
+        self.end(watch)
 
     @staticmethod
     def read(master, wanted):

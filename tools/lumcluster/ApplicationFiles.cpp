@@ -1,5 +1,7 @@
 // The files of applications, each by itself: a load ends at the first one that is wrong.
+#include <algorithm>
 #include <array>
+#include <string_view>
 
 #include "LumConfCluster/XmlDataTree.h"
 #include "LumPalIo.h"
@@ -7,6 +9,7 @@
 #include "common/Arguments.h"
 #include "lumcluster/Checks.h"
 #include "lumcluster/Look.h"
+#include "lumcluster/Reasons.h"
 
 namespace lumcluster {
 
@@ -18,7 +21,8 @@ using State = Finding::State;
 
 namespace {
 
-constexpr const char *kListTag = "APMClusterConfiguration", *kFileTag = "APMApplicationConfiguration";
+constexpr const char *kListTag = "APMClusterConfiguration", *kFileTag = "APMApplicationConfiguration",
+                     *kInstanceTag = "Instance";
 constexpr std::array kElements{"Name", "Template", "Subagent", "StartCommand", "StopCommand"};
 
 std::string Joined(const lumtools::Outcome& outcome) {
@@ -27,14 +31,20 @@ std::string Joined(const lumtools::Outcome& outcome) {
     return text;
 }
 
+bool IsForbidden(char16_t unit) {
+    const bool isControl = unit < 0x20 || (unit >= 0x7F && unit <= 0x9F);
+    return isControl || unit == u'/' || unit == u'\\' || unit == 0x2028 || unit == 0x2029;
+}
+
 /// One that leads elsewhere is no file's.
-bool IsFileName(const std::string& name) {
-    return !name.empty() && name != "." && name != ".." && name.find_first_of("/\\") == name.npos;
+bool IsFileName(const String_t& name) {
+    const std::u16string_view units = name.View();
+    return name != "." && name != ".." && std::none_of(units.begin(), units.end(), IsForbidden);
 }
 
 /// Where the file of the application lies; null where it is not there.
 File_t FileOf(const std::string& application) {
-    if (!IsFileName(application)) return File_t();
+    if (!IsFileName(lumtools::Text(application))) return File_t();
     for (const char* folder : {"bin/instrumentation/conf/", "bin/instrumentation/"}) {
         const File_t file(LumPalRuntime::Dir_t::Path(LumPalRuntime::Root, folder) + lumtools::Text(application) +
                           ".apm.xml");
@@ -46,6 +56,13 @@ File_t FileOf(const std::string& application) {
 bool IsKnown(const String_t& element) {
     for (const char* known : kElements) {
         if (element == known) return true;
+    }
+    return false;
+}
+
+bool HasInstances(const XmlDataNode& entry) {
+    for (int i = 0; i < entry.ChildrenCount(); ++i) {
+        if (entry[i].GetName() == kInstanceTag) return true;
     }
     return false;
 }
@@ -114,13 +131,13 @@ private:
             return;
         }
         const std::string name = entry[String_t("Name")].GetValue().ToUtf8();
-        CheckFile(name);
+        CheckFile(name, HasInstances(entry));
         for (int i = 0; i < entry.ChildrenCount(); ++i) {
-            if (entry[i].GetName() == "Instance") CheckInstance(name, entry[i]);
+            if (entry[i].GetName() == kInstanceTag) CheckInstance(name, entry[i]);
         }
     }
 
-    void CheckFile(const std::string& name) {
+    void CheckFile(const std::string& name, bool hasInstances) {
         const File_t file = FileOf(name);
         if (file.IsNull()) {
             Add(State::Failed, "the application '" + name + "' has no file",
@@ -131,14 +148,27 @@ private:
         }
         XmlDataTree tree;
         if (!Load(file, tree)) return;
-        const std::string wrong = WrongIn(tree[0]);
-        if (!wrong.empty()) Add(State::Failed, "'" + file.ToString().ToUtf8() + "': " + wrong, "mend the file");
+        const std::string path = file.ToString().ToUtf8(), wrong = WrongIn(tree[0]);
+        if (!wrong.empty()) return Add(State::Failed, "'" + path + "': " + wrong, "mend the file");
+        CheckTemplates(tree[0][0], path, hasInstances ? State::Failed : State::Warning);
+    }
+
+    void CheckTemplates(const XmlDataNode& application, const std::string& path, State state) {
+        for (int i = 0; i < application.ChildrenCount(); ++i) {
+            if (application[i].GetName() != "Template") continue;
+            const std::string listed = application[i].GetValue().ToUtf8();
+            if (CanBeListed(listed)) continue;
+            Add(state,
+                "'" + path + "' lists a policy as '" + listed + "', which no name can be: that ends the monitor" +
+                    (state == State::Failed ? "" : " as soon as the application has an instance"),
+                "take that Template out of the file");
+        }
     }
 
     void CheckInstance(const std::string& application, const XmlDataNode& instance) {
         const std::string name = instance[String_t("Name")].GetValue().ToUtf8();
         const std::string group = instance[String_t("Package")].GetValue().ToUtf8();
-        if (!subject.sight.isClusterSeen || subject.sight.FindGroup(group)) return;
+        if (!subject.sight.AreGroupsSeen() || subject.sight.FindGroup(group)) return;
         Add(State::Failed,
             "the instance '" + name + "' of '" + application + "' is carried by '" + group +
                 "', which is no group of the cluster",

@@ -13,17 +13,21 @@ using nlohmann::ordered_json;
 
 namespace {
 
-constexpr const char *kNode = "node", *kGroup = "group", *kApplication = "application", *kInstance = "instance";
+constexpr const char *kSettings = "settings", *kNode = "node", *kGroup = "group", *kApplication = "application",
+                     *kInstance = "instance";
 
 std::string On(const std::string& node) {
     return node.empty() ? "" : " on " + node;
 }
 
+std::string FirstOf(const lumtools::Outcome& outcome) {
+    return outcome.messages.empty() ? "failed" : outcome.messages.front().text;
+}
+
 std::string Joined(const std::vector<Problem>& problems) {
     std::string text;
     for (const Problem& problem : problems) {
-        text += (text.empty() ? "" : "; ") + problem.what + ": ";
-        text += problem.outcome.messages.empty() ? "failed" : problem.outcome.messages.front().text;
+        text += (text.empty() ? "" : "; ") + problem.what + ": " + FirstOf(problem.outcome);
     }
     return text;
 }
@@ -35,7 +39,8 @@ std::string ClusterText(const Sight& sight) {
 
 std::string MonitorText(const Follower& follower, const Keys& keys) {
     const bool isOff = !keys.monitorMode.empty() && !keys.isMonitorModeOn;
-    return follower.Word() + (isOff ? ", MONITOR_MODE is off" : "");
+    return follower.Word() + (follower.IsHindered() ? ", policies do not follow" : "") +
+           (isOff ? ", MONITOR_MODE is off" : "");
 }
 
 void Number(std::vector<Item>& items) {
@@ -52,15 +57,11 @@ Key KeyOf(const Item& item) {
     return {item.kind, item.name};
 }
 
-bool HasProblem(const Sight& sight, const char* what) {
-    return std::any_of(sight.problems.begin(), sight.problems.end(),
-                       [what](const Problem& problem) { return problem.what == what; });
-}
-
 }  // namespace
 
 std::vector<Item> ItemsOf(const Sight& sight, const Follower& follower, const Keys& keys) {
-    std::vector<Item> items{{"cluster", "", ClusterText(sight)}, {"monitor", "", MonitorText(follower, keys)}};
+    std::vector<Item> items{
+        {kSettings, "", "read"}, {"cluster", "", ClusterText(sight)}, {"monitor", "", MonitorText(follower, keys)}};
     for (const NodeFacts& node : sight.nodes) items.push_back({kNode, node.name, node.state});
     for (const GroupFacts& group : sight.groups) {
         items.push_back({kGroup, group.name, group.state + On(group.activeNode)});
@@ -79,9 +80,9 @@ std::vector<Item> ItemsOf(const Sight& sight, const Follower& follower, const Ke
 bool Changes::IsUnseen(const Item& item, const Sight& sight) {
     const std::string kind = item.kind;
     if (!sight.isClusterSeen) return true;
-    if (kind == kNode) return HasProblem(sight, kNodes);
-    if (kind == kGroup) return HasProblem(sight, kGroups);
-    return HasProblem(sight, kGroups) || HasProblem(sight, kApplications);
+    if (kind == kNode) return sight.HasProblem(kNodes);
+    if (kind == kGroup) return sight.HasProblem(kGroups);
+    return sight.HasProblem(kGroups) || sight.HasProblem(kApplications);
 }
 
 std::vector<Change> Changes::Take(const Sight& sight, std::vector<Item> items) {
@@ -108,6 +109,10 @@ std::vector<Change> Changes::Take(const Sight& sight, std::vector<Item> items) {
     }
     last = std::move(items);
     return changes;
+}
+
+std::vector<Change> Changes::TakeUnread(const lumtools::Outcome& outcome) {
+    return Take(Sight(), {{kSettings, "", "cannot be read (" + FirstOf(outcome) + ")"}});
 }
 
 std::string LineOf(const Change& change, const std::string& time) {

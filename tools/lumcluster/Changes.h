@@ -14,7 +14,8 @@ namespace lumcluster {
 
 /// One thing that was seen, in a word or two.
 struct Item {
-    const char* kind;  ///< "cluster", "node", "group", "application", "instance" or "monitor"
+    /// "settings", "cluster", "node", "group", "application", "instance" or "monitor"
+    const char* kind;
     std::string name;  ///< of an instance: that of its application, "::" and its own
     std::string is;
 
@@ -36,6 +37,8 @@ class Changes {
 public:
     /// What the new look has changed.
     std::vector<Change> Take(const Sight& sight, std::vector<Item> items);
+    /// What a look has changed for which the settings could not be read: nothing else was seen.
+    std::vector<Change> TakeUnread(const lumtools::Outcome& outcome);
 
 private:
     static bool IsUnseen(const Item& item, const Sight& sight);

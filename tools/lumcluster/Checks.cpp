@@ -6,7 +6,7 @@
 #include "LumPalDaemon.h"
 #include "LumPalIo.h"
 #include "LumPalRuntime.h"
-#include "common/Table.h"
+#include "common/ClusterProduct.h"
 #include "lumcluster/Look.h"
 
 namespace lumcluster {
@@ -25,25 +25,11 @@ std::string MessagesOf(const lumtools::Outcome& outcome) {
     return text;
 }
 
-/// The first product whose daemon file is there; Unknown without one.
-ClusterType InstalledProduct() {
-    for (int i = 0; i < static_cast<int>(ClusterType::Unknown); ++i) {
-        const char* const file = DaemonFile(static_cast<ClusterType>(i));
-        if (*file && File_t(file).Exists()) return static_cast<ClusterType>(i);
-    }
-    return ClusterType::Unknown;
-}
-
 bool IsProduct(const std::string& name) {
     for (int i = 0; i < static_cast<int>(ClusterType::Unknown); ++i) {
         if (name == DisplayText(static_cast<ClusterType>(i))) return true;
     }
     return false;
-}
-
-bool HasProblem(const Sight& sight, const char* what) {
-    return std::any_of(sight.problems.begin(), sight.problems.end(),
-                       [what](const Problem& problem) { return problem.what == what; });
 }
 
 std::string Counted(std::size_t count, const char* what) {
@@ -57,8 +43,10 @@ Subject Subject::Take() {
     subject.keys = Keys::Read();
     subject.sight = Look(subject.keys, nullptr);
     subject.follower = Follower::Read();
-    const lumtools::Outcome read = lumtools::Attempt([&subject] { subject.policies.CheckPolicy(); });
-    subject.policyProblem = MessagesOf(read);
+    // A node that never had a policy has no folder for them.
+    if (File_t(LumPalRuntime::Dir_t::Path(LumPalRuntime::Policies)).Exists()) {
+        subject.policyProblem = MessagesOf(lumtools::Attempt([&subject] { subject.policies.CheckPolicy(); }));
+    }
     const File_t lock(LumPalRuntime::RootLock_t::GetPath());
     const File_t root(LumPalRuntime::Dir_t::Path(LumPalRuntime::Root));
     subject.isOwner = (lock.Exists() ? lock : root).IsOwnedByThisUser();
@@ -75,6 +63,9 @@ void CheckUser(const Subject& subject, Findings& findings) {
 
 void CheckDaemon(const Subject& subject, Findings& findings) {
     const std::string word = subject.follower.Word(), sentence = subject.follower.Sentence();
+    if (subject.follower.IsHindered()) {
+        return findings.push_back({State::Failed, "monitor", sentence, "mend what hinders it; nothing else is needed"});
+    }
     if (word == "watching") return findings.push_back({State::Ok, "monitor", sentence, ""});
     if (word == "starting") {
         return findings.push_back(
@@ -91,7 +82,7 @@ void CheckDaemon(const Subject& subject, Findings& findings) {
 }
 
 void CheckProduct(const Subject& subject, Findings& findings) {
-    const ClusterType found = InstalledProduct();
+    const ClusterType found = lumtools::FindClusterProduct().value_or(ClusterType::Unknown);
     const std::string name = DisplayText(found), wanted = subject.keys.type;
     if (found == ClusterType::Unknown) {
         return findings.push_back({State::Failed, "product", "no product's daemon file is there",
@@ -113,7 +104,7 @@ void CheckTools(const Subject& subject, Findings& findings) {
                             "let the daemon's user run that line; docs/clusters.md tells of rights and LUM_SUDO"});
     }
     if (!sight.isClusterSeen) return;
-    if (sight.problems.empty() || HasProblem(sight, kApplications)) {
+    if (sight.problems.empty() || sight.HasProblem(kApplications)) {
         findings.push_back({State::Ok, "tools",
                             "the cluster '" + sight.cluster + "' is " + sight.state + ", with " +
                                 Counted(sight.nodes.size(), "node") + " and " + Counted(sight.groups.size(), "group"),
@@ -133,7 +124,7 @@ void CheckTools(const Subject& subject, Findings& findings) {
 
 void CheckLocalName(const Subject& subject, Findings& findings) {
     const Sight& sight = subject.sight;
-    if (!sight.isClusterSeen || HasProblem(sight, kNodes)) return;
+    if (!sight.isClusterSeen || sight.HasProblem(kNodes)) return;
     const std::string name = "'" + sight.local.name + "'" +
                              (sight.local.isConfigured ? " (CLUSTER_LOCAL_NODENAME)" : " (the system's own name)");
     const bool isNode =

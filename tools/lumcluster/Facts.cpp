@@ -1,5 +1,7 @@
 #include "lumcluster/Facts.h"
 
+#include <algorithm>
+
 #include "ConfBase.h"
 #include "LumPalConfig.h"
 #include "LumPalNet.h"
@@ -45,6 +47,15 @@ std::string Comparison::Sentence() const {
     if (node.empty()) return "no active node; this one is '" + local + "' (" + source + ")";
     if (!hasAddress) return "'" + node + "' is this node by its name (" + source + "), but has no address";
     return "'" + node + "' is " + (isSame ? "" : "not ") + "'" + local + "' (" + source + ")";
+}
+
+bool Sight::HasProblem(const char* what) const {
+    return std::any_of(problems.begin(), problems.end(),
+                       [what](const Problem& problem) { return problem.what == what; });
+}
+
+bool Sight::AreGroupsSeen() const {
+    return isClusterSeen && !HasProblem(kGroups);
 }
 
 const GroupFacts* Sight::FindGroup(const std::string& name) const {

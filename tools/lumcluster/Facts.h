@@ -89,6 +89,9 @@ struct Sight {
     bool isApplicationListThere = false;
     std::vector<Problem> problems;
 
+    bool HasProblem(const char* what) const;
+    /// Whether a group that is not among them is none of the cluster.
+    bool AreGroupsSeen() const;
     /// The first group of this name, whatever its case; null without one.
     const GroupFacts* FindGroup(const std::string& name) const;
 };

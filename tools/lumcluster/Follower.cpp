@@ -20,8 +20,11 @@ using Phase = MonitorState::Phase;
 
 namespace {
 
+/// Without the full stop behind it: it becomes a part of a sentence.
 std::string FirstMessage(const Outcome& outcome) {
-    return outcome.messages.empty() ? "" : outcome.messages.front().text;
+    std::string text = outcome.messages.empty() ? "" : outcome.messages.front().text;
+    if (text.ends_with('.')) text.pop_back();
+    return text;
 }
 
 /// All of it in one line.
@@ -78,6 +81,10 @@ bool Follower::IsWatching() const {
     return Word() == DisplayText(Phase::Watching);
 }
 
+bool Follower::IsHindered() const {
+    return IsWatching() && !record->hinderedBy.empty();
+}
+
 std::string Follower::Word() const {
     if (!isDaemonThere) return "unknown";
     if (!*isDaemonThere) return "no daemon";
@@ -97,7 +104,9 @@ std::string Follower::Sentence() const {
     if (record->phase == Phase::Waiting) return EndOf(*record);
     const char* const doing =
         record->phase == Phase::Watching ? "the cluster is followed" : "the cluster is looked for";
-    return std::string(doing) + " since " + TimeText(record->since);
+    const std::string sentence = std::string(doing) + " since " + TimeText(record->since);
+    return IsHindered() ? sentence + ", but policies do not follow at present: " + Joined(record->hinderedBy)
+                        : sentence;
 }
 
 ordered_json ToJson(const Follower& follower, const Keys& keys) {
@@ -109,6 +118,8 @@ ordered_json ToJson(const Follower& follower, const Keys& keys) {
     object["ended_by"] = state.endedBy;
     object["successor_at"] = TimeOrNull(state.successorAt);
     object["changed_unwatched"] = ToJson(state.changed);
+    object["hindered_by"] = follower.IsHindered() ? state.hinderedBy : "";
+    object["commands_begun"] = ToJson(state.begun);
     return object;
 }
 
@@ -132,7 +143,7 @@ std::string WriteBackProblem(const LocalName& local) {
 
 std::vector<std::string> Obstacles(const Follower& follower, const Keys& keys, const Sight& sight) {
     std::vector<std::string> obstacles;
-    if (!follower.IsWatching()) obstacles.push_back(follower.Sentence());
+    if (!follower.IsWatching() || follower.IsHindered()) obstacles.push_back(follower.Sentence());
     if (!keys.monitorMode.empty() && !keys.isMonitorModeOn) {
         obstacles.push_back("MONITOR_MODE of conf.cluster is off: nothing is switched");
     }

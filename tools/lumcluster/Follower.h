@@ -22,6 +22,8 @@ struct Follower {
     static Follower Read();
     /// Whether a monitor lives through its cycles now, as far as can be told.
     bool IsWatching() const;
+    /// Whether it does and policies do not follow all the same: it is switched off, or its last look has failed.
+    bool IsHindered() const;
     /// One word of how it stands: "watching", "starting", "waiting", "stopped"; "none" where the daemon follows
     /// nothing, "no daemon", "unknown".
     std::string Word() const;

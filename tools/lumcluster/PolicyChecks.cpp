@@ -15,14 +15,8 @@ namespace {
 
 void CheckListed(const ApplicationFacts& application, const std::string& listed, const Subject& subject,
                  Findings& findings) {
-    if (!CanBeListed(listed)) {
-        findings.push_back({application.instances.empty() ? State::Warning : State::Failed, "applications",
-                            "the application '" + application.name + "' lists a policy as '" + listed +
-                                "', which no name can be: that ends the monitor",
-                            "take that Template out of its file"});
-        return;
-    }
-    if (!subject.policyProblem.empty()) return;
+    // One that no name can be is told with its file.
+    if (!CanBeListed(listed) || !subject.policyProblem.empty()) return;
     for (int i = 0; i < subject.policies.GetCount(); ++i) {
         if (Means(listed, subject.policies.GetPolicyHeader(i))) return;
     }
@@ -52,7 +46,7 @@ void CheckFollowing(const PolicyHeader& policy, const Explanation& explanation, 
 }
 
 void CheckGroups(const PolicyHeader& policy, const Explanation& explanation, const Sight& sight, Findings& findings) {
-    if (!sight.isClusterSeen) return;
+    if (!sight.AreGroupsSeen()) return;
     for (const Tie& tie : explanation.attributes) {
         if (tie.isNoGroup || tie.isGroupKnown) continue;
         findings.push_back({State::Warning, "policies",

@@ -49,7 +49,10 @@ public:
 
 private:
     Tie TieTo(const std::string& by, const std::string& name) const {
-        Tie tie{by, name, false, false, "", "", {}, false, true};
+        Tie tie;
+        tie.by = by;
+        tie.group = name;
+        tie.isUnseen = !sight.AreGroupsSeen();
         const GroupFacts* const group = sight.FindGroup(name);
         if (!group) return tie;
         tie.isGroupKnown = true;
@@ -72,9 +75,9 @@ struct Passing {
     void Through(const std::vector<CycleStep>& steps) {
         switched = 0;
         for (const CycleStep& step : steps) {
-            const char* const wanted = step.enables ? kEnabled : kDisabled;
-            if (status == wanted) continue;
-            status = wanted;
+            // kept: a status that is neither word falls out both ways
+            if (status != (step.enables ? kDisabled : kEnabled)) continue;
+            status = step.enables ? kEnabled : kDisabled;
             ++switched;
         }
     }
@@ -97,7 +100,7 @@ void FollowApplication(const PolicyHeader& policy, const ApplicationFacts& appli
 }
 
 void AddStepOfAttributes(Explanation& explanation) {
-    if (explanation.attributes.empty() || !explanation.brokenBy.empty()) return;
+    if (explanation.attributes.empty() || explanation.isUnseen || !explanation.brokenBy.empty()) return;
     const auto isHere = [](const Tie& tie) { return tie.isHere; };
     explanation.steps.push_back(
         {kAttributes, std::any_of(explanation.attributes.begin(), explanation.attributes.end(), isHere)});
@@ -107,7 +110,9 @@ void AddStepOfAttributes(Explanation& explanation) {
 
 std::string Tie::Because() const {
     if (isNoGroup) return "this word enables it on every node";
+    if (isUnseen) return "the cluster does not tell its groups now";
     if (!isGroupKnown) return "the cluster has no such group";
+    if (state != kOnline && isHere) return "its node has the address of this one; then the group's state has no say";
     if (state != kOnline) return "the group is not online";
     return comparison.Sentence();
 }
@@ -140,6 +145,7 @@ Explanation Explain(const PolicyHeader& policy, const Sight& sight, const Resolv
     explanation.name = policy.GetName().ToUtf8();
     explanation.typeName = policy.GetTypeName().ToUtf8();
     explanation.status = policy.GetStatus().ToUtf8();
+    explanation.isUnseen = !sight.AreGroupsSeen();
     const Explainer explainer(sight, resolves);
     explanation.attributes = explainer.AttributesOf(policy);
     for (const ApplicationFacts& application : sight.applications) {

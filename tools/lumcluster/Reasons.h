@@ -15,6 +15,7 @@ namespace lumcluster {
 struct Tie {
     std::string by;  ///< "HARG:web"; the name of the instance
     std::string group;
+    bool isUnseen = false;  ///< the cluster does not tell its groups now
     bool isGroupKnown = false;
     bool isNoGroup = false;  ///< "HARG:noHARG"
     std::string state, activeNode;
@@ -47,6 +48,8 @@ struct Explanation {
     std::string after;          ///< the status behind the next cycle
     bool changes = false;       ///< whether the next cycle switches it at all
     bool inEveryCycle = false;  ///< it is switched off and on again and again
+    /// Nobody could see the groups, which a cycle begins with: it would do nothing.
+    bool isUnseen = false;
     /// What ends the monitor before it is done with this policy; empty without.
     std::string brokenBy;
 

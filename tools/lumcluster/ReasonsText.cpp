@@ -46,6 +46,7 @@ std::string Steps(const Explanation& explanation) {
 }
 
 std::string NextCycle(const Explanation& explanation) {
+    if (explanation.isUnseen) return "A cycle that cannot see the groups leaves it alone.\n";
     if (explanation.steps.empty()) return "The next cycle leaves it alone.\n";
     std::string text = "In the next cycle " + Steps(explanation) + ": it ";
     text += explanation.status == explanation.after ? "stays " : "becomes ";

@@ -32,17 +32,33 @@ std::string FirstLines(const std::string& text, int rows) {
     return first;
 }
 
-Screen::Screen() {
-    std::cout << kBegin << std::flush;
+void Screen::Draw(const std::string& text) {
+    const LumPalThread::PlainLock_t lock(mutex);
+    if (isClosed) return;
+    if (last.empty()) std::cout << kBegin;
+    last = text;
+    Show();
 }
 
-Screen::~Screen() {
-    std::cout << kEnd << std::flush;
+void Screen::Leave(const std::function<void()>& meanwhile) {
+    const LumPalThread::PlainLock_t lock(mutex);
+    const bool isShown = !last.empty() && !isClosed;
+    if (isShown) std::cout << kEnd << std::flush;
+    meanwhile();
+    if (!isShown) return;
+    std::cout << kBegin;
+    Show();
 }
 
-void Screen::Draw(const std::string& text) const {
+void Screen::Close() {
+    const LumPalThread::PlainLock_t lock(mutex);
+    if (!last.empty() && !isClosed) std::cout << kEnd << std::flush;
+    isClosed = true;
+}
+
+void Screen::Show() {
     // One line stays free: the line feed behind the last one would move all of them.
-    std::istringstream in(FirstLines(text, LumPalConsole::Rows(LumPalConsole::Stream::Output) - 1));
+    std::istringstream in(FirstLines(last, LumPalConsole::Rows(LumPalConsole::Stream::Output) - 1));
     std::string drawn = kHome;
     for (std::string line; std::getline(in, line);) drawn += line + kRestOfLine + "\n";
     std::cout << drawn << kRestOfScreen << std::flush;

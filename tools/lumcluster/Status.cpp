@@ -2,7 +2,8 @@
 #include <algorithm>
 #include <chrono>
 #include <iostream>
-#include <optional>
+#include <memory>
+#include <vector>
 
 #include "LumPalConsole.h"
 #include "LumPalDaemon.h"
@@ -80,15 +81,16 @@ private:
 
     void Draw() const {
         Addresses addresses;
-        std::optional<Screen> screen;
+        const std::shared_ptr<Screen> screen = std::make_shared<Screen>();
         const auto step = [&] {
             const std::string text = Drawing(addresses);
             if (LumPalRuntime::IsStopping()) return false;  // its tools were ended: they say nothing of the cluster
-            if (!screen) screen.emplace();
             screen->Draw(text);
             return std::cout.good();
         };
-        Repeat(step, [this] { return PauseMs(); });
+        Repeat(
+            step, [this] { return PauseMs(); }, [screen](const auto& suspend) { screen->Leave(suspend); });
+        screen->Close();
     }
 
     static std::string Drawing(Addresses& addresses) {
@@ -114,14 +116,21 @@ private:
         Addresses addresses;
         Changes changes;
         const auto step = [&] {
-            const View view(addresses);
+            const std::vector<Change> seen = LookForChanges(addresses, changes);
             if (LumPalRuntime::IsStopping()) return false;
-            for (const Change& change : changes.Take(view.sight, ItemsOf(view.sight, view.follower, view.keys))) {
-                Print(change);
-            }
+            for (const Change& change : seen) Print(change);
             return std::cout.good();
         };
         Repeat(step, [this] { return PauseMs(); });
+    }
+
+    static std::vector<Change> LookForChanges(Addresses& addresses, Changes& changes) {
+        std::vector<Change> seen;
+        const lumtools::Outcome outcome = lumtools::Attempt([&] {
+            const View view(addresses);
+            seen = changes.Take(view.sight, ItemsOf(view.sight, view.follower, view.keys));
+        });
+        return outcome.code == lumtools::kDone ? seen : changes.TakeUnread(outcome);
     }
 
     void Print(const Change& change) const {

@@ -4,7 +4,6 @@
 
 #include "ConfBase.h"
 #include "LumPalConfig.h"
-#include "LumPalIo.h"
 #include "LumPalLog.h"
 #include "LumPalMsg.h"
 
@@ -21,11 +20,6 @@ namespace {
 
 constexpr const char* kTypeKey = "CLUSTER_TYPE";
 
-bool IsThere(ClusterType type) {
-    const char* const file = LumConfCluster::DaemonFile(type);
-    return *file && LumPalIo::File_t(file).Exists();
-}
-
 /// What a monitor that starts without them would set.
 struct Filling {
     const char* key;
@@ -33,14 +27,6 @@ struct Filling {
 };
 
 }  // namespace
-
-std::optional<ClusterType> FindClusterProduct() {
-    for (int i = 0; i < static_cast<int>(ClusterType::Unknown); ++i) {
-        const auto type = static_cast<ClusterType>(i);
-        if (IsThere(type)) return type;
-    }
-    return std::nullopt;
-}
 
 void SayWhichIsFollowed(ClusterType product) {
     const String_t name = LumConfCluster::DisplayText(product), file = LumConfCluster::DaemonFile(product);

@@ -1,15 +1,10 @@
 /// @file
-/// The cluster product of this machine, as files tell it, and the settings that following it needs.
+/// What is said of the cluster product of this machine, and the settings that following it needs.
 #pragma once
-
-#include <optional>
 
 #include "LumConfCluster/ClusterType.h"
 
 namespace lumconfd {
-
-/// The first product whose daemon file is there. No tool runs.
-std::optional<LumConfCluster::ClusterType> FindClusterProduct();
 
 /// Says in the application log which product is followed, and warns when CLUSTER_TYPE names another one.
 void SayWhichIsFollowed(LumConfCluster::ClusterType product);

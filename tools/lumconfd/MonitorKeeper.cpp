@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "LumPalDaemon.h"
+#include "common/ClusterProduct.h"
 #include "lumconfd/Attempt.h"
 #include "lumconfd/ClusterFound.h"
 
@@ -95,7 +96,7 @@ seconds SuccessorPauses::After(seconds lived) {
     return std::exchange(next, std::min(2 * next, kLongestPause));
 }
 
-MonitorKeeper::MonitorKeeper() : MonitorKeeper(FindClusterProduct(), OfTheDaemon()) {}
+MonitorKeeper::MonitorKeeper() : MonitorKeeper(lumtools::FindClusterProduct(), OfTheDaemon()) {}
 
 MonitorKeeper::MonitorKeeper(std::optional<LumConfCluster::ClusterType> found, Surroundings others)
     : product(found), surroundings(std::move(others)) {

@@ -46,15 +46,39 @@ struct ClusterChanges : testing::Test {
 };
 
 TEST_F(ClusterChanges, TheFirstLookTellsEverythingAndTheNextOnesWhatIsNew) {
-    EXPECT_THAT(Lines(), ElementsAre("T cluster: harbour (P), Up", "T monitor: no daemon", "T node alpha: Online",
-                                     "T group web: Online on beta", "T application shop: policies: 1",
-                                     "T instance shop::till: Offline on beta, not here"));
+    EXPECT_THAT(Lines(),
+                ElementsAre("T settings: read", "T cluster: harbour (P), Up", "T monitor: no daemon",
+                            "T node alpha: Online", "T group web: Online on beta", "T application shop: policies: 1",
+                            "T instance shop::till: Offline on beta, not here"));
     EXPECT_THAT(Lines(), IsEmpty());
     sight.groups[0].activeNode = "alpha";
     EXPECT_THAT(Lines(), ElementsAre("T group web: Online on alpha (was Online on beta)"));
     keys.isMonitorModeOn = false;
     EXPECT_THAT(Lines(), ElementsAre("T monitor: no daemon, MONITOR_MODE is off (was no daemon)"));
     EXPECT_THAT(Lines(), IsEmpty());
+}
+
+TEST_F(ClusterChanges, SettingsThatCannotBeReadAreTheOnlyNews) {
+    Lines();
+    const lumtools::Outcome outcome{lumtools::kFailed, {{0, "line 3"}, {1, "a detail"}}};
+    const auto unread = changes.TakeUnread(outcome);
+    ASSERT_EQ(unread.size(), 1u);
+    EXPECT_EQ(LineOf(unread[0], "T"), "T settings: cannot be read (line 3) (was read)");
+    EXPECT_THAT(changes.TakeUnread(outcome), IsEmpty());
+    EXPECT_THAT(Lines(), ElementsAre("T settings: read (was cannot be read (line 3))"));
+}
+
+TEST_F(ClusterChanges, AMonitorThatIsHinderedIsTold) {
+    follower.isDaemonThere = true;
+    follower.record.emplace().phase = lumtools::MonitorState::Phase::Watching;
+    Lines();
+    follower.record->hinderedBy = "The disk is\nfull.";
+    EXPECT_THAT(Lines(), ElementsAre("T monitor: watching, policies do not follow (was watching)"));
+    EXPECT_THAT(follower.Sentence(), HasSubstr(", but policies do not follow at present: The disk is full."));
+    EXPECT_EQ(ToJson(follower, keys)["hindered_by"], "The disk is\nfull.");
+    EXPECT_THAT(Obstacles(follower, keys, sight), ElementsAre(follower.Sentence()));
+    follower.isDaemonThere = false;
+    EXPECT_FALSE(follower.IsHindered());
 }
 
 TEST_F(ClusterChanges, WhatHasGoneIsTold) {

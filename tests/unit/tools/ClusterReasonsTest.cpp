@@ -147,6 +147,26 @@ TEST(ClusterReasons, WhoAreNotOfOneMindSwitchItInEveryCycle) {
     EXPECT_FALSE(Explain(Policy({"HARG:web"}), sight, Everything).inEveryCycle);
 }
 
+TEST(ClusterReasons, AClusterThatDoesNotTellItsGroupsSwitchesNothing) {
+    Sight sight = Harbour();
+    sight.groups.clear();
+    sight.problems.push_back({lumcluster::kGroups, {lumtools::kFailed, {}}});
+    const Explanation made = Explain(Policy({"HARG:web", "HARG:noHARG"}, "disabled"), sight, Everything);
+    EXPECT_TRUE(made.steps.empty());
+    EXPECT_EQ(made.after, "disabled");
+    EXPECT_EQ(made.attributes[0].Because(), "the cluster does not tell its groups now");
+    EXPECT_THAT(TextOf(made, {}), HasSubstr("A cycle that cannot see the groups leaves it alone."));
+}
+
+TEST(ClusterReasons, AnInstanceThatIsHereByItsAddressIsNotCalledOffline) {
+    Sight sight = Harbour();
+    sight.groups[0].state = "Offline";
+    sight.applications = {{"shop", {{"stock", "database", "Online", "alpha", true}}, {"disk-io"}, ""}};
+    const Explanation made = Explain(Policy({}, "disabled"), sight, Everything);
+    EXPECT_EQ(made.after, "enabled");
+    EXPECT_THAT(made.listings[0].instances[0].Because(), HasSubstr("has the address of this one"));
+}
+
 TEST(ClusterReasons, WhatEndsTheMonitorLetsNothingComeBehindIt) {
     Sight sight = Harbour();
     for (const char* wrong : {"", " ", "a=b"}) {
