@@ -54,7 +54,7 @@ protected:
     void OpenGroupStates(const char* suffix);
     /// By that namespace (where a "|" of the word is an underscore) or else by the table.
     RGState GroupStateOf(const LumPalStr::String_t& word);
-    /// The warning 342; in the application log too when this process monitors the cluster.
+    /// The warning ClusterLocalGroupStateUnknown; in the application log too when this process monitors the cluster.
     static void ReportUnknownLocalState(const LumPalStr::String_t& group);
 
     LumPalStr::String_t name;

@@ -27,7 +27,7 @@ void FollowApplications(const Applications& now, const LastLook& before, LumConf
                         MonitorWarnings& warnings, MonitorWatcher& watcher);
 
 /// Runs the lines of an application one after another, with the name of the instance in the place of the first
-/// "$instanceName" of each. One that fails is told, and the next one runs.
+/// "$instanceName" of each. One that fails is logged, and the next one runs.
 void ExecuteCommands(const Strings& commands, const LumPalStr::String_t& instanceName);
 
 }  // namespace LumConfCluster

@@ -18,8 +18,8 @@ LumPalStr::String_t CollectInstances(const Application& application, bool active
 /// feed behind it but for "None ". Of several that may be meant one that is online, or all addresses.
 /// @param appNamespace   the application; null: any
 /// @param isInstanceState  the state is asked for, else the address
-/// @throws LumConf::AmbiguousInstanceNamesException 668, 669
-/// @throws LumConf::ClusterInstanceException 365, 366
+/// @throws LumConf::AmbiguousInstanceNamesException InstanceAmbiguousInApplication, InstanceAmbiguousAcross
+/// @throws LumConf::ClusterInstanceException InstanceNotInApplication, InstanceNotThere
 /// @throws LumConf::ClusterApplicationException for an application that is not there
 LumPalStr::String_t GetInstance(const Applications& applications, const LumPalStr::String_t& appNamespace,
                                 const LumPalStr::String_t& instanceName, bool isInstanceState);

@@ -1,5 +1,5 @@
 /// @file
-/// Failures that are traced, or that the application log is told of too.
+/// Failures that are traced, or logged too.
 #pragma once
 
 #include "Exceptions.h"

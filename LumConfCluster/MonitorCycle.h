@@ -36,12 +36,14 @@ public:
     MonitorCycle& operator=(const MonitorCycle&) = delete;
 
     /// Sees the cluster for the first time. In vain it stops the monitor.
-    /// @throws LumPalMsg::IllegalStateError_t 622 in vain, unless the process is stopping; what reading the
+    /// @throws LumPalMsg::IllegalStateError_t MonitorWithoutPolicies in vain, unless the process is stopping; what
+    /// reading the
     ///         configuration throws
     void Begin();
-    /// One cycle. A failure of the cluster or of policy work is told (268, 269) and ends it; in a process that is
-    /// stopping every failure does, without a word.
-    /// @throws LumConf::ClusterException 270, told, for everything else; the monitor does not run any more then
+    /// One cycle. A failure of the cluster or of policy work is logged (MonitorClusterFailed, MonitorConfFailed) and
+    /// ends it; in a process that is stopping every failure does, without a word.
+    /// @throws LumConf::ClusterException MonitorFailed, logged, for everything else; the monitor does not run any more
+    /// then
     void Step();
 
 private:

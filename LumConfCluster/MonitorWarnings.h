@@ -1,5 +1,5 @@
 /// @file
-/// What an operator should mend before it hurts, told once for each monitor.
+/// What an operator should mend before it hurts, logged once for each monitor.
 #pragma once
 
 #include <map>

@@ -16,7 +16,8 @@ public:
     /// Adds words of the product, with blanks between them.
     ToolLine& Words(const char* words);
     /// Adds a name as one word, whatever it holds.
-    /// @throws LumConf::ClusterException 335 for a name that could be taken for something else: one with a double quote
+    /// @throws LumConf::ClusterException ToolFailed for a name that could be taken for something else: one with a
+    /// double quote
     ///         or a control character, or with "-" at its beginning. As if the tool had failed
     ToolLine& Name(const LumPalStr::String_t& name);
     /// Adds a name and an option that it stands right behind, as "--service=", as one word. @throws as Name

@@ -10,8 +10,8 @@
 namespace LumConfPar {
 
 /// Removes local settings from a database, in one update, once: all or nothing, and who follows the configuration is
-/// told once. What policies say of them counts again then. What is not there is no failure, and without a name nothing
-/// changes. The object is used up only when an operation succeeds. One thread at a time.
+/// reported once. What policies say of them counts again then. What is not there is no failure, and without a name
+/// nothing changes. The object is used up only when an operation succeeds. One thread at a time.
 class SettingsClear {
 public:
     /// For one namespace.

@@ -17,7 +17,7 @@ public:
     static void Parse(const LumPalIo::InputStream_t& stream, PolicyXmlHandler& handler);
     /// Parses a file.
     /// @throws PolicyHeaderException XmlParseError (malformed, with the place) and XmlReadError (any other failure, the
-    ///         handler's too); LumPalIo::FileNotFoundException_t 89. The cause stands in the details.
+    ///         handler's too); LumPalIo::FileNotFoundException_t XmlFileNotFound. The cause stands in the details.
     static void Parse(const LumPalIo::File_t& file, PolicyXmlHandler& handler);
 };
 

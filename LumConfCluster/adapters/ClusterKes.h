@@ -14,15 +14,15 @@ struct KesResource;
 /// state of it.
 class ClusterKes final : public ClusterImpl {
 public:
-    /// @throws LumConf::ClusterException 328
+    /// @throws LumConf::ClusterException KesNotMade
     explicit ClusterKes(const ClusterProduct& product);
     /// Always Up.
     ClusterState GetState() override;
-    /// One bad record is the loss of all. @throws LumConf::ClusterException 224
+    /// One bad record is the loss of all. @throws LumConf::ClusterException ClusterNodesNotRead
     ClusterNodes GetNodes() override;
-    /// @throws LumConf::ClusterException 231
+    /// @throws LumConf::ClusterException ClusterGroupsNotRead
     ClusterResourceGroups GetGroups() override;
-    /// @throws LumConf::ClusterException 332
+    /// @throws LumConf::ClusterException KesGroupNodesNotRead
     ClusterNodes GetGroupNodes(LumPalStr::String_t group) override;
     /// Always empty: the product has no such address.
     LumPalStr::String_t GetVirtualIP(LumPalStr::String_t group) override;

@@ -17,7 +17,8 @@ struct ClusterProduct;
 /// LumConf::ClusterException, and traced.
 class ClusterMscs final : public ClusterImpl {
 public:
-    /// @param system  outlives the adapter. @throws 274, 275, 293, 300, 302, 304, 305
+    /// @param system  outlives the adapter. @throws MscsNoMemory, MscsNameNotRead, MscsClusapiNotLoaded, MscsNotOpened,
+    /// MscsNotReleased, MscsNotInClusapi, MscsNotInResutils
     ClusterMscs(const ClusterProduct& product, LumPalMscs::System_i& system);
     /// Up when the cluster can be opened, else Down.
     ClusterState GetState() override;
@@ -31,7 +32,7 @@ public:
 
 private:
     MscsHandle OpenCluster() const;
-    /// @throws LumConf::ClusterException 302
+    /// @throws LumConf::ClusterException MscsNotReleased
     void Close(MscsHandle& cluster) const;
     MscsHandle OpenNode(LumPalMscs::Handle_t cluster, const LumPalStr::String_t& node) const;
     MscsHandle OpenGroup(LumPalMscs::Handle_t cluster, const LumPalStr::String_t& group) const;

@@ -12,15 +12,15 @@ struct PlsdPackage;
 /// Asks plsview and plsconf; a resource group is a package of the product.
 class ClusterPlsd final : public ClusterImpl {
 public:
-    /// @throws LumConf::ClusterException 234
+    /// @throws LumConf::ClusterException PlsdNotMade
     explicit ClusterPlsd(const ClusterProduct& product);
-    /// @throws LumConf::ClusterException 236
+    /// @throws LumConf::ClusterException ClusterLocalStateNotRead
     ClusterState GetState() override;
-    /// @throws LumConf::ClusterException 239
+    /// @throws LumConf::ClusterException PlsdNodesNotRead
     ClusterNodes GetNodes() override;
-    /// @throws LumConf::ClusterException 242
+    /// @throws LumConf::ClusterException PlsdGroupsNotRead
     ClusterResourceGroups GetGroups() override;
-    /// @throws LumConf::ClusterException 244
+    /// @throws LumConf::ClusterException PlsdGroupNodesNotRead
     ClusterNodes GetGroupNodes(LumPalStr::String_t group) override;
     /// The first address that the package's script sets; empty also when the script cannot be read.
     /// @throws LumConf::ClusterException

@@ -14,18 +14,20 @@ struct ClusterProduct;
 /// clustat and cman_tool on 4 and 5. What these do not tell stands in the cluster's configuration file.
 class ClusterRhas final : public ClusterImpl {
 public:
-    /// @throws LumConf::ClusterException 218
+    /// @throws LumConf::ClusterException RhasNotMade
     explicit ClusterRhas(const ClusterProduct& product);
-    /// Up when any member is. @throws LumConf::ClusterException 220; 221 for what is no failure of ours
+    /// Up when any member is. @throws LumConf::ClusterException RhasStateNotRead; RhasStateFailed for what is no
+    /// failure of ours
     ClusterState GetState() override;
-    /// @throws LumConf::ClusterException 224; 225 for what is no failure of ours
+    /// @throws LumConf::ClusterException ClusterNodesNotRead; RhasNodesFailed for what is no failure of ours
     ClusterNodes GetNodes() override;
-    /// Up to release 3 nobody tells where a group runs. @throws LumConf::ClusterException 231; 232 likewise
+    /// Up to release 3 nobody tells where a group runs. @throws LumConf::ClusterException ClusterGroupsNotRead;
+    /// RhasGroupsFailed likewise
     ClusterResourceGroups GetGroups() override;
     /// On release 5 the nodes of the group's failover domain, on others all of them.
     /// @throws LumConf::ClusterException
     ClusterNodes GetGroupNodes(LumPalStr::String_t group) override;
-    /// @throws LumConf::ClusterException; 680 when the configuration file is gone
+    /// @throws LumConf::ClusterException; RhasConfDoesNotExist when the configuration file is gone
     LumPalStr::String_t GetVirtualIP(LumPalStr::String_t group) override;
 
 private:

@@ -13,14 +13,14 @@ struct ClusterProduct;
 /// Asks haclus, hasys, hagrp and hares.
 class ClusterVcs final : public ClusterImpl {
 public:
-    /// @throws LumConf::ClusterException 336
+    /// @throws LumConf::ClusterException VcsNotMade
     explicit ClusterVcs(const ClusterProduct& product);
-    /// @throws LumConf::ClusterException 236
+    /// @throws LumConf::ClusterException ClusterLocalStateNotRead
     ClusterState GetState() override;
     /// A system of which id or state cannot be had stays, with the id 65535 or the state Unknown.
-    /// @throws LumConf::ClusterException 338
+    /// @throws LumConf::ClusterException VcsNodesNotRead
     ClusterNodes GetNodes() override;
-    /// A group of which something cannot be had stays, without it. @throws LumConf::ClusterException 345
+    /// A group of which something cannot be had stays, without it. @throws LumConf::ClusterException VcsGroupsNotRead
     ClusterResourceGroups GetGroups() override;
     /// @throws LumConf::ClusterException
     ClusterNodes GetGroupNodes(LumPalStr::String_t group) override;

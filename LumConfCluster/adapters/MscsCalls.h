@@ -41,7 +41,7 @@ private:
 /// Zeroed memory of the system.
 class MscsBuffer {
 public:
-    /// @throws LumConf::ClusterException 308, 309, with the caller's message inside
+    /// @throws LumConf::ClusterException MscsNotAllocated, MscsNotLocked, with the caller's message inside
     MscsBuffer(LumPalMscs::System_i& system, std::size_t bytes, const LumConf::MessageOf<0>& noRoom);
     MscsBuffer(const MscsBuffer&) = delete;
     MscsBuffer& operator=(const MscsBuffer&) = delete;

@@ -14,10 +14,10 @@ struct MscsLibraries {
     MscsLibraries(const MscsLibraries&) = delete;
     MscsLibraries& operator=(const MscsLibraries&) = delete;
     ~MscsLibraries() { Unload(); }
-    /// @throws LumConf::ClusterException 292, 293, 295
+    /// @throws LumConf::ClusterException MscsClusapiLoadedTwice, MscsClusapiNotLoaded, MscsResutilsLoadedTwice
     void Load();
     /// Every operation, in the order of LumPalMscs::Operation. One that is not there unloads the libraries.
-    /// @throws LumConf::ClusterException 304, 305
+    /// @throws LumConf::ClusterException MscsNotInClusapi, MscsNotInResutils
     std::vector<LumPalMscs::Function_t> Bind();
     void Unload();
 
