@@ -211,6 +211,22 @@ class Memory(unittest.TestCase):
                 with self.subTest(kind, separator=separator):
                     self.measure(1, MAIN, body, REMOVE_ALL, CALLERS["the administrator"], one)
 
+    def test_a_refused_attribute_of_megabytes_leaves_a_small_answer_and_a_small_log(self):
+        long = text(b"a=b ", 4 * MEGABYTE)
+        calls = {"to remove at an install": install_options(b"<removeattribute>a=" + long + b"</removeattribute>"),
+                 "in a document": wire.install_call(document_with(long, extra=ATTRIBUTE_NAMED)),
+                 "to remove": large(wire.operation_call("10", string="@@"), b"a=" + long)}
+        one = wire.install_call(document_with(b"a", extra=ATTRIBUTE_NAMED))
+        for what, body in calls.items():
+            with self.subTest(what), Node() as node:
+                secret = wire.secret_of(node)
+                self.assertEqual(wire.ask(node, one, secret=secret).value(), wire.DONE)
+                answer = wire.ask(node, body, secret=secret)
+                self.assertEqual(answer.value(), 7, answer.head)
+                self.assertIn(b"contains &apos;=&apos;", answer.body.replace(b"'", b"&apos;"))
+                self.assertLess(len(answer.body), 10000)
+                self.assertLess(sum(file.stat().st_size for file in (node.root / "log").glob("*")), 100000)
+
     def send_headers(self, node, connections, length):
         """Open connections, each with a header of many short fields that was taken or refused, and no body yet."""
         head = (f"POST {CHECK} HTTP/1.1\r\nHost: localhost\r\nContent-Type: text/xml\r\nContent-Length: 9\r\n"
