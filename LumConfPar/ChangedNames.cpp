@@ -57,7 +57,18 @@ std::string Marked(const String_t& name, char open, char close) {
     return marked + close;
 }
 
-enum class Rank { Known, OfTheNode, Other };
+/// The words of cluster products for states, a namespace for each product; the keys are whatever its tools print.
+constexpr std::string_view kStates = "conf.cluster.RGState.";
+constexpr int kMostStates = 5;
+constexpr std::string_view kProducts[] = {"VCS", "SC", "PLSD", "HACMP", "RHAS", "MSCS"};
+
+bool HoldsStates(std::string_view space) {
+    if (!space.starts_with(kStates)) return false;
+    const std::string_view product = space.substr(kStates.size());
+    return std::find(std::begin(kProducts), std::end(kProducts), product) != std::end(kProducts);
+}
+
+enum class Rank { Known, States, OfTheNode, Other };
 
 const KnownKeys* FindKnown(std::string_view space) {
     const auto found = std::find_if(std::begin(kKnown), std::end(kKnown),
@@ -77,7 +88,7 @@ struct Space {
         const bool isOfTheNode =
             std::any_of(std::begin(kBeginningsOfTheNode), std::end(kBeginningsOfTheNode),
                         [&name](std::string_view beginning) { return name.starts_with(beginning); });
-        rank = known ? Rank::Known : isOfTheNode ? Rank::OfTheNode : Rank::Other;
+        rank = known ? Rank::Known : HoldsStates(name) ? Rank::States : isOfTheNode ? Rank::OfTheNode : Rank::Other;
     }
     bool Knows(const String_t& key) const {
         if (!known) return false;
@@ -91,7 +102,7 @@ std::vector<Space> InOrder(const ConfigGroup_t& group) {
     for (int i = 0; i < group.GetConfigCount(); ++i) all.emplace_back(group.GetConfig(i));
     std::vector<Space> ordered;
     ordered.reserve(all.size());
-    for (const Rank rank : {Rank::Known, Rank::OfTheNode, Rank::Other})
+    for (const Rank rank : {Rank::Known, Rank::States, Rank::OfTheNode, Rank::Other})
         std::copy_if(all.begin(), all.end(), std::back_inserter(ordered),
                      [rank](const Space& space) { return space.rank == rank; });
     return ordered;
@@ -108,11 +119,21 @@ public:
         if (!space.known) return;
         AddIf(space, [&space](const String_t& key) { return space.Knows(key); });
     }
+    /// A namespace of words for states with its first keys: so many that each of these namespaces is told.
+    void AddStates(const Space& space) {
+        if (space.rank != Rank::States) return;
+        String_t name, value;
+        if (!space.configuration.GetAttr(0, name, value)) return AddNamespace(space);
+        int seen = 0;
+        AddIf(space, [&seen](const String_t&) { return seen++ < kMostStates; });
+    }
     /// All others, and the namespaces that have none at all.
     void AddOther(const Space& space) {
         String_t name, value;
-        if (!space.configuration.GetAttr(0, name, value)) return AddNamespace(space);
-        AddIf(space, [&space](const String_t& key) { return !space.Knows(key); });
+        const bool isTold = space.rank == Rank::States;
+        if (!space.configuration.GetAttr(0, name, value)) return isTold ? void() : AddNamespace(space);
+        int seen = 0;
+        AddIf(space, [&](const String_t& key) { return isTold ? seen++ >= kMostStates : !space.Knows(key); });
     }
     std::string Take() {
         if (text.empty()) text = "nothing";
@@ -151,6 +172,7 @@ String_t ChangedNames(const String_t& package, const ConfigGroup_t& group, Reach
         for (const Space& space : spaces) names.AddNamespace(space);
     } else {
         for (const Space& space : spaces) names.AddKnown(space);
+        for (const Space& space : spaces) names.AddStates(space);
         for (const Space& space : spaces) names.AddOther(space);
     }
     std::string text = names.Take();

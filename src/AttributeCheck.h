@@ -8,7 +8,7 @@ namespace LumConf {
 
 /// Refuses a name or a value that is null, empty or blank, or that holds "=".
 /// @throws LumPalMsg::IllegalArgumentError_t AttributeEmpty (nothing in it), AttributeWithBadText (an equals sign in
-///         it)
+///         it; of a long text the beginning is shown)
 void CheckAttribute(const LumPalStr::String_t& text);
 
 /// An attribute as requests carry it.
@@ -17,6 +17,7 @@ struct NameAndValue {
 };
 
 /// Parts "name=value" at the first "="; a text without one is name and value both. Nothing is checked.
-NameAndValue SplitAttribute(const LumPalStr::String_t& text);
+/// @param text  one that is given up is cut in place, so that megabytes are not held twice
+NameAndValue SplitAttribute(LumPalStr::String_t text);
 
 }  // namespace LumConf

@@ -1,6 +1,11 @@
 #include "DistinctWords.h"
 
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
 #include "HashedPlaces.h"
+#include "HashedTexts.h"
 #include "LumPalMsg.h"
 #include "StringList.h"
 #include "TextHash.h"
@@ -31,24 +36,36 @@ private:
     HashedPlaces places;
 };
 
-template <class Wanted>
-std::vector<String_t> Collect(const String_t& text, const Wanted& isWanted) {
-    DistinctTexts words;
-    for (WordReader reader(text.View()); reader.Next();) {
-        const String_t word(reader.Get().data(), static_cast<std::uint32_t>(reader.Get().size()));
-        if (isWanted(word)) words.Take(word);
-    }
-    return words.TakeAll();
+/// A word that is the whole text shares its memory.
+String_t WordOf(const String_t& text, std::u16string_view word) {
+    const auto length = static_cast<std::uint32_t>(word.size());
+    return length == text.GetLength() ? text : String_t(word.data(), length);
+}
+
+std::size_t LongestOf(const std::vector<String_t>& texts) {
+    std::size_t longest = 0;
+    for (const String_t& text : texts) longest = std::max<std::size_t>(longest, text.GetLength());
+    return longest;
 }
 
 }  // namespace
 
 std::vector<String_t> DistinctWords(const String_t& text) {
-    return Collect(text, [](const String_t&) { return true; });
+    DistinctTexts words;
+    for (WordReader reader(text.View()); reader.Next();) words.Take(WordOf(text, reader.Get()));
+    return words.TakeAll();
 }
 
-std::vector<String_t> WordsAmong(const String_t& text, const HashedTexts<String_t>& known) {
-    return Collect(text, [&known](const String_t& word) { return known.Has(word); });
+std::vector<String_t> WordsAmong(const String_t& text, std::vector<String_t> known) {
+    const std::size_t longest = LongestOf(known);
+    const HashedTexts<String_t> hashed(std::move(known));
+    DistinctTexts words;
+    for (WordReader reader(text.View()); reader.Next();) {
+        if (reader.Get().size() > longest) continue;
+        const String_t word = WordOf(text, reader.Get());
+        if (hashed.Has(word)) words.Take(word);
+    }
+    return words.TakeAll();
 }
 
 }  // namespace LumConf

@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <vector>
 
-#include "HashedTexts.h"
 #include "LumPalStr.h"
 
 namespace LumConf {
@@ -19,7 +18,6 @@ std::vector<LumPalStr::String_t> DistinctWords(const LumPalStr::String_t& text);
 
 /// Those of them that are among the known texts: it takes no more memory than these, whatever the text holds.
 /// @throws LumPalMsg::IllegalArgumentError_t when there are more than kMostWords
-std::vector<LumPalStr::String_t> WordsAmong(const LumPalStr::String_t& text,
-                                            const HashedTexts<LumPalStr::String_t>& known);
+std::vector<LumPalStr::String_t> WordsAmong(const LumPalStr::String_t& text, std::vector<LumPalStr::String_t> known);
 
 }  // namespace LumConf

@@ -47,6 +47,7 @@ void FlatSoapArg::EndElement(const String_t& prefix, const String_t& localName, 
         const int state = parseState;
         parseState = Inside;
         StoreChild(state, collected);
+        collected.Clear();  // who has stored it holds it alone
     }
 }
 

@@ -1,5 +1,7 @@
 #include "InstallOptionsSoapArg.h"
 
+#include <utility>
+
 #include "AttributeCheck.h"
 #include "InstallOptionsImpl.h"
 #include "Names.h"
@@ -14,6 +16,7 @@ using LumVoxSoap::SOAPArgInt;
 namespace {
 
 using Pair = std::pair<String_t, String_t>;
+using Strings = std::vector<String_t>;
 
 bool ToBool(const String_t& text) {
     return SOAPArgBool::UnicodeToBool(text);
@@ -40,7 +43,7 @@ public:
     void Bool(bool value) { Text(SOAPArgBool::BoolToUnicode(value)); }
     void Int(int value) { Text(SOAPArgInt::IntToUnicode(value)); }
     void Text(const String_t& value) { WriteChild(writer, name, value); }
-    void Texts(const std::vector<String_t>& values) {
+    void Texts(const Strings& values) {
         for (const String_t& value : values) Text(value);
     }
     void Pairs(const std::vector<Pair>& pairs) {
@@ -107,6 +110,18 @@ const Child kChildren[] = {
      [](ChildWriter out, const Impl& o) { out.Bool(o.GetForceAttr()); }},
 };
 
+InstallOptions WithAttributes(InstallOptions whole, Strings added, Strings removed) {
+    for (String_t& text : added) {
+        const NameAndValue attribute = SplitAttribute(std::move(text));
+        whole.SetAddAttribute(attribute.name, attribute.value);
+    }
+    for (String_t& text : removed) {
+        const NameAndValue attribute = SplitAttribute(std::move(text));
+        whole.SetRemoveAttribute(attribute.name, attribute.value);
+    }
+    return whole;
+}
+
 }  // namespace
 
 Description::Type InstallOptionsSoapArg::Describe() {
@@ -141,16 +156,11 @@ void InstallOptionsSoapArg::SetOptions(const InstallOptions& value) {
 }
 
 InstallOptions InstallOptionsSoapArg::GetOptions() const {
-    InstallOptions whole = options;
-    for (const String_t& text : addAttributes) {
-        const NameAndValue attribute = SplitAttribute(text);
-        whole.SetAddAttribute(attribute.name, attribute.value);
-    }
-    for (const String_t& text : removeAttributes) {
-        const NameAndValue attribute = SplitAttribute(text);
-        whole.SetRemoveAttribute(attribute.name, attribute.value);
-    }
-    return whole;
+    return WithAttributes(options, addAttributes, removeAttributes);
+}
+
+InstallOptions InstallOptionsSoapArg::TakeOptions() {
+    return WithAttributes(options, std::move(addAttributes), std::move(removeAttributes));
 }
 
 }  // namespace LumConf

@@ -18,6 +18,8 @@ public:
     /// @throws LumPalMsg::IllegalArgumentError_t AttributeEmpty, AttributeWithBadText for a bad attribute that was
     ///         read: it is well-formed all the same, and whoever may not install hears nothing of it
     InstallOptions GetOptions() const;
+    /// As GetOptions, but gives the attributes up as it parts them, so that none is held twice: to be called once.
+    InstallOptions TakeOptions();
     /// The argument as it is described to clients.
     static LumVoxRpc::Description::Type Describe();
     void WriteContent(LumPalXml::XmlWriter_t& writer) const override;

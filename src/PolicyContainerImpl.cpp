@@ -27,6 +27,10 @@ String_t NameKey(const String_t& name, const String_t& type) {
     return key.Append(name).Append(u"=", 1).Append(foldedType);
 }
 
+/// A string is not copied: an id from outside may be as long as a request.
+const String_t& ToString(const String_t& text) {
+    return text;
+}
 String_t ToString(std::u16string_view text) {
     return {text.data(), static_cast<std::uint32_t>(text.size())};
 }
@@ -239,7 +243,8 @@ std::vector<HeaderPtr> PolicyContainerImpl::FindEach(const Ids& ids) const {
     const LumPalThread::PlainLock_t lock(mutex);
     auto next = policies.end();
     for (std::size_t i = 0; i < ids.size(); ++i) {
-        const auto found = FindFrom(policies, next, ViewOf(ids[i]));
+        const bool isNext = next != policies.end() && next->first.View() == ViewOf(ids[i]);
+        const auto found = isNext ? next : policies.find(ToString(ids[i]));
         if (found == policies.end()) continue;
         headers[i] = found->second.header;
         next = std::next(found);

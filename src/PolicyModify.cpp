@@ -28,7 +28,7 @@ bool AddCategories(PolicyHeaderImpl& header, const std::vector<String_t>& catego
 }
 
 /// Of all these policies.
-HashedTexts<String_t> CategoriesOf(const PolicyContainerImpl& policies, const Texts& ids) {
+Texts CategoriesOf(const PolicyContainerImpl& policies, const Texts& ids) {
     Texts categories;
     const String_t* last = nullptr;
     for (const String_t& id : ids) {
@@ -38,7 +38,7 @@ HashedTexts<String_t> CategoriesOf(const PolicyContainerImpl& policies, const Te
         const Texts own = policies.GetPolicyHeader(id)->Snapshot().categories;
         categories.insert(categories.end(), own.begin(), own.end());
     }
-    return HashedTexts<String_t>(std::move(categories));
+    return categories;
 }
 
 bool HasCategories(const PolicyHeaderImpl& header) {
@@ -178,15 +178,14 @@ void PolicyOperation::RemoveAllCategories(const String_t& originator, const Sele
     ChangeHeaders(originator, selected, ids, change, options);
 }
 
-void PolicyOperation::ModifyAttributes(const String_t& originator, const String_t& attribute,
-                                       const Selection& selection, const PolicyForwarder::Options& options,
-                                       int action) {
+void PolicyOperation::ModifyAttributes(const String_t& originator, String_t attribute, const Selection& selection,
+                                       const PolicyForwarder::Options& options, int action) {
     LUMCONF_BLOCK(trace::Policy, "PolicyOperation::ModifyAttributes");
     if (action != AddAttribute && action != RemoveAttribute) {
         Raise<LumPalMsg::IllegalStateError_t>(msg::AttributeOperationNotPossible);
     }
     MutexLock_t lock(mutex);
-    const NameAndValue pair = SplitAttribute(attribute);
+    const NameAndValue pair = SplitAttribute(std::move(attribute));
     const Ids selected = SelectFor(originator, selection, AuditLog::Attribute, msg::AttributeNoPolicyFiles, options);
     const Ids ids = action == RemoveAttribute ? Narrow(selected, HasAttributes) : selected;
     HeaderChange change{AuditLog::Attribute, [&pair, action](PolicyHeaderImpl& header) {

@@ -125,7 +125,7 @@ public:
     /// @throws LumPalMsg::IllegalStateError_t AttributeOperationNotPossible for another action; PolicyNotFoundError
     ///         AttributeNoPolicyFiles, AttributeModifyNoPolicyFiles; LumPalMsg::IllegalArgumentError_t AttributeEmpty,
     ///         AttributeWithBadText for a bad name or value
-    void ModifyAttributes(const LumPalStr::String_t& originator, const LumPalStr::String_t& attribute,
+    void ModifyAttributes(const LumPalStr::String_t& originator, LumPalStr::String_t attribute,
                           const Selection& selection, const PolicyForwarder::Options& options, int action);
     /// @throws PolicyNotFoundError AttributeRemoveAllNoPolicyFiles
     void RemoveAllAttributes(const LumPalStr::String_t& originator, const Selection& selection,

@@ -77,7 +77,7 @@ void RpcPolicyInstall::Install(Request& request, RpcAnswer& answer) {
     if (method == InstallMethod::Policy) {
         request.file = LumPalIo::File_t(incomingDirectory, Shown(request.fileName.GetValue()));
     }
-    InstallOptions options = request.options.GetOptions();
+    InstallOptions options = request.options.TakeOptions();
     switch (method) {
         case InstallMethod::Policy:
             operation->Install(request.sender, request.data.GetValue(), options);

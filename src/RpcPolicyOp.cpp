@@ -1,5 +1,8 @@
 #include "RpcPolicyOp.h"
 
+#include <optional>
+#include <utility>
+
 #include "Authorization.h"
 #include "ChangeListener.h"
 #include "CheckedArgs.h"
@@ -23,12 +26,18 @@ using LumVoxSoap::SOAPArgUnicodeString;
 /// The arguments of one call.
 struct RpcPolicyOp::Request : Call {
     SOAPArgInt mode{names::PolicyOperationMode, 0};
-    SOAPArgUnicodeString string{names::PolicyString1, String_t()};
+    std::optional<SOAPArgUnicodeString> string{std::in_place, names::PolicyString1, String_t()};
     SelectionSoapArg selection{names::PolicySelection};
     OptionsSoapArg options{names::PolicyOptions};
     Selection Selected() const { return selection.GetSelection(); }
     PolicyForwarder::Options Options() const { return options.GetOptions(); }
-    String_t Text() const { return string.GetValue(); }
+    String_t Text() const { return string->GetValue(); }
+    /// Held by the caller alone, who may then cut it up without holding megabytes twice.
+    String_t TakeText() {
+        String_t text = string->GetValue();
+        string.reset();
+        return text;
+    }
 };
 
 /// One operation: its mode, the right it needs, its name in the audit log, the call, the words of success.
@@ -36,56 +45,52 @@ struct RpcPolicyOp::Mode {
     OperationMode mode;
     Right right;
     const char* name;
-    void (*call)(PolicyOperation&, const Request&);
+    void (*call)(PolicyOperation&, Request&);
     MessageRow done;
 };
 
 const RpcPolicyOp::Mode RpcPolicyOp::modes[] = {
     {OperationMode::Disable, RightDisable, "disable",
-     [](PolicyOperation& o, const Request& r) {
-         o.SetStatus(r.sender, r.Selected(), PolicyOperation::Disable, r.Options());
-     },
+     [](PolicyOperation& o, Request& r) { o.SetStatus(r.sender, r.Selected(), PolicyOperation::Disable, r.Options()); },
      msg::RpcDisableDone},
     {OperationMode::Enable, RightEnable, "enable",
-     [](PolicyOperation& o, const Request& r) {
-         o.SetStatus(r.sender, r.Selected(), PolicyOperation::Enable, r.Options());
-     },
+     [](PolicyOperation& o, Request& r) { o.SetStatus(r.sender, r.Selected(), PolicyOperation::Enable, r.Options()); },
      msg::RpcEnableDone},
     {OperationMode::Remove, RightRemove, "remove",
-     [](PolicyOperation& o, const Request& r) { o.Remove(r.sender, r.Selected(), r.Options()); }, msg::RpcRemoveDone},
+     [](PolicyOperation& o, Request& r) { o.Remove(r.sender, r.Selected(), r.Options()); }, msg::RpcRemoveDone},
     {OperationMode::SetOwner, RightModify, "set owner",
-     [](PolicyOperation& o, const Request& r) { o.SetOwner(r.sender, r.Text(), r.Selected(), r.Options()); },
+     [](PolicyOperation& o, Request& r) { o.SetOwner(r.sender, r.Text(), r.Selected(), r.Options()); },
      msg::RpcSetOwnerDone},
     {OperationMode::AddCategory, RightModify, "add category",
-     [](PolicyOperation& o, const Request& r) {
+     [](PolicyOperation& o, Request& r) {
          o.ModifyCategory(r.sender, r.Text(), r.Selected(), r.Options(), PolicyOperation::AddCategory);
      },
      msg::RpcAddCategoryDone},
     {OperationMode::RemoveCategory, RightModify, "remove category",
-     [](PolicyOperation& o, const Request& r) {
+     [](PolicyOperation& o, Request& r) {
          o.ModifyCategory(r.sender, r.Text(), r.Selected(), r.Options(), PolicyOperation::RemoveCategory);
      },
      msg::RpcRemoveCategoryDone},
     {OperationMode::RemoveAllCategories, RightModify, "remove all categories",
-     [](PolicyOperation& o, const Request& r) { o.RemoveAllCategories(r.sender, r.Selected(), r.Options()); },
+     [](PolicyOperation& o, Request& r) { o.RemoveAllCategories(r.sender, r.Selected(), r.Options()); },
      msg::RpcRemoveAllCategoriesDone},
     {OperationMode::AddAttribute, RightModify, "add attribute",
-     [](PolicyOperation& o, const Request& r) {
-         o.ModifyAttributes(r.sender, r.Text(), r.Selected(), r.Options(), PolicyOperation::AddAttribute);
+     [](PolicyOperation& o, Request& r) {
+         o.ModifyAttributes(r.sender, r.TakeText(), r.Selected(), r.Options(), PolicyOperation::AddAttribute);
      },
      msg::RpcAddAttributeDone},
     {OperationMode::RemoveAttribute, RightModify, "remove attribute",
-     [](PolicyOperation& o, const Request& r) {
-         o.ModifyAttributes(r.sender, r.Text(), r.Selected(), r.Options(), PolicyOperation::RemoveAttribute);
+     [](PolicyOperation& o, Request& r) {
+         o.ModifyAttributes(r.sender, r.TakeText(), r.Selected(), r.Options(), PolicyOperation::RemoveAttribute);
      },
      msg::RpcRemoveAttributeDone},
     {OperationMode::RemoveAllAttributes, RightModify, "remove all attributes",
-     [](PolicyOperation& o, const Request& r) { o.RemoveAllAttributes(r.sender, r.Selected(), r.Options()); },
+     [](PolicyOperation& o, Request& r) { o.RemoveAllAttributes(r.sender, r.Selected(), r.Options()); },
      msg::RpcRemoveAllAttributesDone},
-    {OperationMode::Notify, RightInstall, "notify", [](PolicyOperation& o, const Request& r) { o.Notify(r.sender); },
+    {OperationMode::Notify, RightInstall, "notify", [](PolicyOperation& o, Request& r) { o.Notify(r.sender); },
      msg::RpcNotifyDone},
     {OperationMode::ReinitCache, RightModify, "reinit cache",
-     [](PolicyOperation& o, const Request& r) { o.ReinitCache(r.sender); }, msg::RpcReinitCacheDone},
+     [](PolicyOperation& o, Request& r) { o.ReinitCache(r.sender); }, msg::RpcReinitCacheDone},
 };
 
 namespace {
@@ -136,7 +141,7 @@ void RpcPolicyOp::Process(LumVoxRpc::RpcServerCall& call) {
 
 void RpcPolicyOp::Serve(LumVoxRpc::RpcServerCall& call, Request& request, RpcAnswer& answer) {
     if (!authorization->IsAuthorized(call, kEveryRight) && !MayAsk(call, request.sender)) return;
-    SOAPArg* const arguments[] = {&request.mode, &request.string, &request.selection, &request.options};
+    SOAPArg* const arguments[] = {&request.mode, &*request.string, &request.selection, &request.options};
     call.ReadRequest(std::size(arguments), arguments);
     const Mode* mode = FindMode<Mode>(modes, request.mode.GetValue());
     if (!mode) return;

@@ -1,6 +1,8 @@
 #include "SelectionContainer.h"
 
+#include <algorithm>
 #include <functional>
+#include <string_view>
 #include <utility>
 
 #include "Messages.h"
@@ -17,16 +19,23 @@ namespace {
 /// How often a header's id belongs to the result.
 using Matcher = std::function<int(const PolicyHeader&)>;
 
-struct Parts {
-    String_t left, right;
-};
+/// The two sides of a text, which is shared and not cut up: it may be as long as a request.
+class Parts {
+public:
+    /// Without the separator the whole text is the left part.
+    Parts(const String_t& text, const char* separator)
+        : text(text), length(std::min(text.Find(separator), text.GetLength())) {}
+    bool IsLeft(const String_t& other) const { return other.View() == text.View().substr(0, length); }
+    bool IsRight(const String_t& other) const { return other.View() == Right(); }
+    bool HasLeft() const { return length > 0; }
+    bool HasRight() const { return !Right().empty(); }
 
-/// Without the separator the whole text is the left part.
-Parts SplitAtFirst(const String_t& text, const char* separator) {
-    std::uint32_t at = text.Find(separator);
-    if (at == LumPalStr::NotFound) return {text, ""};
-    return {text.Left(at), text.Mid(at + 1)};
-}
+private:
+    std::u16string_view Right() const { return text.View().substr(std::min(length + 1, text.GetLength())); }
+
+    String_t text;
+    std::uint32_t length;  ///< of the left part
+};
 
 bool HasCategory(const PolicyHeader& header, const String_t& category) {
     for (int i = 0; i < header.GetCategoryCount(); ++i) {
@@ -41,23 +50,20 @@ int CountAttributes(const PolicyHeader& header, const std::function<bool(const P
     return count;
 }
 
-Matcher MatchNameAndType(const String_t& name, const String_t& type) {
-    return [name, type](const PolicyHeader& header) {
-        return header.GetName() == name && (type.IsEmpty() || header.GetTypeName() == type);
+Matcher MatchName(const String_t& value) {
+    // Kept: a colon always parts type and name, so that a name with a colon is never found by itself.
+    const Parts parts(value, ":");
+    const bool typed = value.Find(":") != LumPalStr::NotFound;
+    if (!typed) return [value](const PolicyHeader& header) { return header.GetName() == value; };
+    return [parts](const PolicyHeader& header) {
+        return parts.IsRight(header.GetName()) && (!parts.HasLeft() || parts.IsLeft(header.GetTypeName()));
     };
 }
 
-Matcher MatchName(const String_t& value) {
-    // Kept: a colon always parts type and name, so that a name with a colon is never found by itself.
-    Parts parts = SplitAtFirst(value, ":");
-    bool typed = value.Find(":") != LumPalStr::NotFound;
-    return typed ? MatchNameAndType(parts.right, parts.left) : MatchNameAndType(value, "");
-}
-
 Matcher MatchOwnerAndName(const String_t& value) {
-    Parts parts = SplitAtFirst(value, "=");
+    const Parts parts(value, "=");
     return [parts](const PolicyHeader& header) {
-        return header.GetOwner() == parts.left && header.GetName() == parts.right;
+        return parts.IsLeft(header.GetOwner()) && parts.IsRight(header.GetName());
     };
 }
 
@@ -68,11 +74,18 @@ Matcher MatchAttributeName(const String_t& value) {
 }
 
 Matcher MatchAttribute(const String_t& value) {
-    Parts parts = SplitAtFirst(value, "=");
+    const Parts parts(value, "=");
     return [parts](const PolicyHeader& header) {
         return CountAttributes(header, [&parts](const PolicyAttribute& a) {
-            return a.GetName() == parts.left && a.GetValue() == parts.right;
+            return parts.IsLeft(a.GetName()) && parts.IsRight(a.GetValue());
         });
+    };
+}
+
+Matcher MatchNameAndType(const String_t& value) {
+    const Parts parts(value, "=");
+    return [parts](const PolicyHeader& header) {
+        return parts.IsLeft(header.GetName()) && (!parts.HasRight() || parts.IsRight(header.GetTypeName()));
     };
 }
 
@@ -95,10 +108,8 @@ Matcher MatcherFor(const SelectionImpl& selection) {
             return MatchAttribute(value);
         case SelectionKind::All:
             return [](const PolicyHeader&) { return 1; };
-        case SelectionKind::NameAndTypeName: {
-            Parts parts = SplitAtFirst(value, "=");
-            return MatchNameAndType(parts.left, parts.right);
-        }
+        case SelectionKind::NameAndTypeName:
+            return MatchNameAndType(value);
         case SelectionKind::Id:
             break;
     }

@@ -41,8 +41,8 @@ ApplicationLog::ApplicationLog() : sinks(std::make_unique<Sinks>()) {}
 
 ApplicationLog::~ApplicationLog() = default;
 
-void ApplicationLog::Write(const LumPalMsg::Message_t& message, DetailStyle style) {
-    const std::string lines = LogLines(message, style, std::chrono::system_clock::now());
+void ApplicationLog::Write(const LumPalMsg::MessageList_t& messages, DetailStyle style) {
+    const std::string lines = LogLines(messages, style, std::chrono::system_clock::now());
     const LumPalThread::PlainLock_t lock(sinks->mutex);
     LumPal::WriteError(lines);
     sinks->PutFileLocked(lines);

@@ -151,7 +151,7 @@ Configuration_t CopyOfNamespace(const ConfigGroup_t& group, const String_t& name
     return group.HasConfig(nameSpace) ? CopyOf(group.GetConfig(nameSpace)) : Configuration_t(nameSpace);
 }
 
-void ChangeLocalSettings(const String_t& folder, const std::vector<ConfigChange>& changes) {
+void ChangeLocalSettings(const String_t& folder, const std::deque<ConfigChange>& changes) {
     const FolderLock lock(folder);
     RemoveLeftAside(folder, LocalFile);
     const FileSnapshot file = ReadSnapshot(folder + LocalFile);

@@ -2,9 +2,9 @@
 /// The databases on disk: where they are, reading them cheaply, changing them safely.
 #pragma once
 
+#include <deque>
 #include <memory>
 #include <optional>
-#include <vector>
 
 #include "LumPalConfig.h"
 #include "LumPalStr.h"
@@ -40,9 +40,10 @@ struct ConfigChange {
     std::optional<Configuration_t> settings;  ///< of what is set
 };
 
-/// Makes the changes, in their order, under the folder's lock, on the file as it is then.
+/// Makes the changes, of which a request may bring very many, in their order, under the folder's lock, on the file as
+/// it is then.
 /// @throws LumPalCfgFile::SyntaxException_t, LumPalIo::IOException_t; the old file stands then
-void ChangeLocalSettings(const LumPalStr::String_t& folder, const std::vector<ConfigChange>& changes);
+void ChangeLocalSettings(const LumPalStr::String_t& folder, const std::deque<ConfigChange>& changes);
 
 /// Takes newly written policy settings over, if there are any; they are read first, and stay aside
 /// when they are broken. Throws as ChangeLocalSettings.

@@ -1,6 +1,6 @@
 // LumPalConfig.h: changing settings, and following changes.
+#include <deque>
 #include <utility>
-#include <vector>
 
 #include "CfgText.h"
 #include "ConfigStore.h"
@@ -39,7 +39,7 @@ ConfigGroup_t ConfigBase_t::Open(const String_t& name, ConfigSource source) {
 struct ConfigUpdate_t::Impl {
     String_t folder;
     bool hasLocal = false;
-    std::vector<ConfigChange> changes;
+    std::deque<ConfigChange> changes;
 };
 
 ConfigUpdate_t::ConfigUpdate_t(const String_t& name) : impl(std::make_unique<Impl>()) {

@@ -44,7 +44,7 @@ bool Log_t::IsDefined() const noexcept {
 void Log_t::Write(const MessageList_t& messages, unsigned options) {
     if (!impl) return;
     const DetailStyle style = options & AppLog ? DetailStyle::LineEach : DetailStyle::SameLine;
-    for (int i = 0; i < messages.GetMessageCount(); ++i) impl->Write(messages.GetMessage(i), style);
+    if (messages.GetMessageCount() > 0) impl->Write(messages, style);
 }
 
 Log_t& GetApplicationLog() {

@@ -10,8 +10,9 @@ namespace LumPalLog {
 class Log_t::Impl {
 public:
     virtual ~Impl() = default;
-    /// Writes the message. Any thread; throws nothing of its own.
-    virtual void Write(const LumPalMsg::Message_t& message, DetailStyle style) = 0;
+    /// Writes the messages in one piece, between which nothing comes and no file is put aside. Any thread; throws
+    /// nothing of its own.
+    virtual void Write(const LumPalMsg::MessageList_t& messages, DetailStyle style) = 0;
 };
 
 /// Standard error and a rotated file.
@@ -21,7 +22,7 @@ public:
     ApplicationLog(const ApplicationLog&) = delete;
     ApplicationLog& operator=(const ApplicationLog&) = delete;
     ~ApplicationLog() override;
-    void Write(const LumPalMsg::Message_t& message, DetailStyle style) override;
+    void Write(const LumPalMsg::MessageList_t& messages, DetailStyle style) override;
     /// @param maxBytes  size at which the file is rotated
     void SetFile(const LumPalStr::String_t& path, std::size_t maxBytes);
 

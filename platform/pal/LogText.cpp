@@ -2,6 +2,7 @@
 
 #include <unicode/uchar.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string_view>
 
@@ -35,6 +36,18 @@ void AppendEscape(std::u16string& out, char32_t character) {
     char escape[12];
     const int length = std::snprintf(escape, sizeof escape, format, static_cast<unsigned>(character));
     out.append(escape, escape + length);
+}
+
+bool IsHexDigit(char16_t unit) noexcept {
+    return (unit >= u'0' && unit <= u'9') || (unit >= u'a' && unit <= u'f') || (unit >= u'A' && unit <= u'F');
+}
+
+/// Whether a text begins with what AppendEscape writes.
+bool LooksLikeEscape(std::u16string_view text) noexcept {
+    if (text.size() < 2 || text[0] != u'\\') return false;
+    const std::size_t digits = text[1] == u'x' ? 2 : text[1] == u'u' ? 4 : text[1] == u'U' ? 8 : 0;
+    const std::u16string_view number = text.substr(2, digits);
+    return digits > 0 && number.size() == digits && std::all_of(number.begin(), number.end(), IsHexDigit);
 }
 
 /// The character at the begin of a text: one unit, or a pair of surrogates.
@@ -75,7 +88,7 @@ std::string OneLine(const String_t& text) {
     for (std::u16string_view rest = text.View(); !rest.empty();) {
         const char32_t character = FirstCharacter(rest);
         const std::size_t units = character > 0xFFFF ? 2 : 1;
-        if (IsVisible(character)) {
+        if (IsVisible(character) && !LooksLikeEscape(rest)) {
             out += rest.substr(0, units);
         } else {
             AppendEscape(out, character);
@@ -83,6 +96,13 @@ std::string OneLine(const String_t& text) {
         rest.remove_prefix(units);
     }
     return String_t(out.data(), static_cast<std::uint32_t>(out.size())).ToUtf8();
+}
+
+std::string LogLines(const LumPalMsg::MessageList_t& messages, DetailStyle style,
+                     std::chrono::system_clock::time_point moment) {
+    std::string out;
+    for (int i = 0; i < messages.GetMessageCount(); ++i) out += LogLines(messages.GetMessage(i), style, moment);
+    return out;
 }
 
 std::string LogLines(const Message_t& message, DetailStyle style, std::chrono::system_clock::time_point moment) {

@@ -39,12 +39,12 @@ public:
         : component(component), file(path.ToUtf8(), LimitsOf(options)) {
         OpenLocked();
     }
-    void Write(const LumPalMsg::Message_t& message, DetailStyle style) override {
+    void Write(const LumPalMsg::MessageList_t& messages, DetailStyle style) override {
         const LostLines::Moment now = std::chrono::system_clock::now();
-        const std::string lines = LogLines(message, style, now);
+        const std::string lines = LogLines(messages, style, now);
         try {
             const LumPalThread::PlainLock_t lock(mutex);
-            AppendLocked(lines, now);
+            AppendLocked(lines, messages.GetMessageCount(), now);
         } catch (const LumPalMsg::Exception_t& e) {
             SayFailure("A line of the log of '%1' was lost.", component, e);
         }
@@ -60,15 +60,15 @@ private:
             SayFailure(kNotOpened, component, e);
         }
     }
-    void AppendLocked(const std::string& lines, LostLines::Moment now) LUMPAL_REQUIRES(mutex) {
+    void AppendLocked(const std::string& lines, int count, LostLines::Moment now) LUMPAL_REQUIRES(mutex) {
         try {
             TellWhatIsLostLocked(now);
             file.Append(lines);
         } catch (const LumPalMsg::Exception_t& e) {
-            lost.Add(now, e.GetMessageList());
+            for (int i = 0; i < count; ++i) lost.Add(now, e.GetMessageList());
             throw;
         } catch (...) {
-            lost.Add(now, {});
+            for (int i = 0; i < count; ++i) lost.Add(now, {});
             throw;
         }
     }

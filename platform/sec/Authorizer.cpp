@@ -1,9 +1,13 @@
 // LumSecAuth.h: the rights in force.
 
+#include <optional>
+#include <utility>
+
 #include "../pal/ThrottledLog.h"
 #include "LumPalLog.h"
 #include "LumPalPlainMutex.h"
 #include "LumPalRuntime.h"
+#include "LumPalWhole.h"
 #include "LumSecAuth.h"
 #include "Rights.h"
 
@@ -40,21 +44,40 @@ public:
         if (messages.GetMessageCount() == 0) {
             last = String_t();
         } else if (text == last) {
-            repeated.Warn("What is wrong with the rights in '%1' stands above.", RightsFile().GetAbsolutePath());
+            Repeat();
         } else {
             LumPalLog::Log(messages);
             last = text;
         }
     }
+    /// Of a file that is as it was.
+    void TellAgain() {
+        const LumPalThread::PlainLock_t lock(mutex);
+        if (last.IsNotEmpty()) Repeat();
+    }
 
 private:
+    void Repeat() LUMPAL_REQUIRES(mutex) {
+        repeated.Warn("What is wrong with the rights in '%1' stands above.", RightsFile().GetAbsolutePath());
+    }
+
     LumPalThread::PlainMutex_t mutex;
     String_t last LUMPAL_GUARDED_BY(mutex);
     LumPalLog::ThrottledLog repeated;
 };
 
-Rights LoadRights(Complaints& complaints) {
-    Rights rights = Rights::Load(RightsFile());
+using Content = std::optional<LumPalArray::CharArray_t>;
+
+/// Of a file that is not there none.
+Content ReadContent() {
+    const LumPalIo::File_t file = RightsFile();
+    if (!file.Exists()) return std::nullopt;
+    return LumPalIo::ReadAtMost(LumPalIo::FileInputStream_t(file), LumPalIo::kNoLimit);
+}
+
+Rights RightsIn(const Content& content, Complaints& complaints) {
+    const Rights rights =
+        content ? Rights::Read(LumPalIo::CharArrayInputStream_t::Over(*content), RightsFile().ToString()) : Rights();
     complaints.Tell(rights.GetProblems());
     return rights;
 }
@@ -65,9 +88,9 @@ void TellFailure(Complaints& complaints, const char* consequence, const LumPalMs
                     << RightsFile().GetAbsolutePath());
 }
 
-/// The file's rights, or the given ones when it cannot be read.
-Rights RightsOr(const Rights& lastGood, Complaints& complaints, const char* consequence) try {
-    return LoadRights(complaints);
+/// The content's rights, or the given ones when it cannot be read.
+Rights RightsOr(const Rights& lastGood, const Content& content, Complaints& complaints, const char* consequence) try {
+    return RightsIn(content, complaints);
 } catch (const LumPalMsg::Exception_t& e) {
     TellFailure(complaints, consequence, e);
     return lastGood;
@@ -99,11 +122,24 @@ struct Authorizer::Impl {
     void Load(const char* consequence) {
         // One at a time: who read the file before a change must not set its rights behind who read it afterwards.
         const LumPalThread::PlainLock_t lock(loading);
-        Set(RightsOr(*Get(), complaints, consequence));
+        try {
+            LoadLocked(ReadContent(), consequence);
+        } catch (const LumPalMsg::Exception_t& e) {
+            known.reset();
+            TellFailure(complaints, consequence, e);
+        }
+    }
+    /// What is as it was is not read once more: anybody may ask for it, and others wait for the lock.
+    void LoadLocked(Content content, const char* consequence) LUMPAL_REQUIRES(loading) {
+        if (content && known && content->View() == known->View()) return complaints.TellAgain();
+        known.reset();
+        Set(RightsOr(*Get(), content, complaints, consequence));
+        known = std::move(content);
     }
 
     Complaints complaints;
     LumPalThread::PlainMutex_t loading;
+    Content known LUMPAL_GUARDED_BY(loading);  ///< what was taken up, or found broken
     LumPalThread::PlainMutex_t mutex;
     std::shared_ptr<const Rights> rights LUMPAL_GUARDED_BY(mutex) = std::make_shared<Rights>();
 };

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "LumPalCfgFile.h"
 #include "LumPalColumns.h"
@@ -77,11 +78,14 @@ String_t RightNames(unsigned bits) {
 }
 
 Rights Rights::Load(const LumPalIo::File_t& file) {
+    return file.Exists() ? Read(LumPalIo::FileInputStream_t(file), file.ToString()) : Rights();
+}
+
+Rights Rights::Read(LumPalIo::InputStream_t stream, const String_t& source) {
     Rights rights;
-    if (!file.Exists()) return rights;
     LumPalConfig::ConfigGroup_t group;
-    LumPalCfgFile::ConfigReader_t::Load(LumPalIo::FileInputStream_t(file), group, file.ToString());
-    for (int i = 0; i < group.GetConfigCount(); ++i) rights.AddDomain(group.GetConfig(i), file.ToString());
+    LumPalCfgFile::ConfigReader_t::Load(std::move(stream), group, source);
+    for (int i = 0; i < group.GetConfigCount(); ++i) rights.AddDomain(group.GetConfig(i), source);
     return rights;
 }
 

@@ -26,6 +26,8 @@ public:
     /// and sender; the words beside it count. A file that is not there grants nothing.
     /// @throws LumPalIo::IOException_t, LumPalCfgFile::SyntaxException_t
     static Rights Load(const LumPalIo::File_t& file);
+    /// The same of its content. @param source  what it is called. @throws as Load
+    static Rights Read(LumPalIo::InputStream_t stream, const LumPalStr::String_t& source);
     /// The bits granted to the sender; 0 for one that is not named.
     unsigned Granted(const LumPalStr::String_t& domain, const LumPalStr::String_t& sender) const;
 

@@ -248,6 +248,8 @@ void LetFormerKeysPass(ssl_ctx_st* context, const ssl_ctx_st* former, Clock::tim
 
 namespace {
 
+constexpr const char* kNotItsKey = "the common name is this node's own id, and the key is not its key";
+
 /// Variants in case and outer blanks too: a person who reads a log takes them for the real one.
 bool LooksLike(const std::string& id, const std::string& own) {
     String_t name = String_t::FromUtf8(id), real = String_t::FromUtf8(own);
@@ -267,8 +269,16 @@ Peer PeerOf(const ssl_st* connection, const ssl_ctx_st* context, std::string& re
     if (peer.id.empty() || !mark || !LooksLike(peer.id, mark->id)) return peer;
     peer.isNode = peer.id == mark->id && HasOwnKey(certificate, context, *mark);
     if (peer.isNode) return peer;
-    refusal = "the common name is this node's own id, and the key is not its key";
+    refusal = kNotItsKey;
     return {};
+}
+
+std::string WhyNobody(const x509_st* certificate, const NodeIdentity& node) {
+    std::string refusal;
+    const std::string id = SenderId(certificate, refusal);
+    const NodeMark mark{node.coreId.ToUtf8(), {}};
+    if (id.empty() || !node.certificateInstalled || !LooksLike(id, mark.id)) return refusal;
+    return id == mark.id && IsNextKey(mark, X509_get0_pubkey(certificate)) ? std::string() : kNotItsKey;
 }
 
 }  // namespace LumSecCore

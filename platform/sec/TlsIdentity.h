@@ -53,6 +53,10 @@ inline constexpr std::chrono::seconds kFormerKeyPasses{30};
 /// @param refusal  why a certificate names nobody, for a log
 Peer PeerOf(const ssl_st* connection, const ssl_ctx_st* context, std::string& refusal);
 
+/// Why a certificate names nobody to this node, by the same rules, where it was not shown on a connection: its name is
+/// that of nobody, or that of this node without its key. Empty when it names somebody.
+std::string WhyNobody(const x509_st* certificate, const NodeIdentity& node);
+
 /// The common name of a subject or issuer as UTF-8: empty when there is not exactly one, or one that does not convert.
 std::string OnlyCommonName(const X509_name_st* name);
 /// Whether the text holds a control character (C0, DEL, C1).

@@ -66,15 +66,16 @@ bool MaySignData(X509* certificate) {
     return (X509_get_key_usage(certificate) & (KU_DIGITAL_SIGNATURE | KU_NON_REPUDIATION)) != 0;
 }
 
-/// Null for one that a client could show too.
-const char* WhyNoSigner(X509* certificate, X509* authority) {
+/// Empty for one that a client could show too.
+std::string WhyNoSigner(X509* certificate, X509* authority) {
     const std::unique_ptr<X509_STORE, decltype(&X509_STORE_free)> trusted(X509_STORE_new(), X509_STORE_free);
     if (!trusted || X509_STORE_add_cert(trusted.get(), authority) != 1) throw std::bad_alloc();
     LetOnlyAuthoritiesVouch(trusted.get());
     const int verdict = VerdictOnClient(certificate, nullptr, trusted.get(), kSecurityLevel);
     ERR_clear_error();
     if (verdict != X509_V_OK) return X509_verify_cert_error_string(verdict);
-    return MaySignData(certificate) ? nullptr : "its key usage lets it sign nothing";
+    return MaySignData(certificate) ? WhyNobody(certificate, NodeIdentity::Load())
+                                    : "its key usage lets it sign nothing";
 }
 
 [[noreturn]] void RefuseArgument(const char* text) {
@@ -170,9 +171,10 @@ bool X509Certificate::Verify(const Key& key) const {
 
 void X509Certificate::RequireVouchedBy(const X509Certificate& authority) const {
     if (IsNull() || authority.IsNull()) Fail("There is no certificate.");
-    const char* refusal = WhyNoSigner(impl->certificate.get(), authority.impl->certificate.get());
-    if (!refusal) return;
-    throw SecCoreException(CreateError_t("A certificate of '%1' is refused: %2.") << GetSubjectCN() << refusal);
+    const std::string refusal = WhyNoSigner(impl->certificate.get(), authority.impl->certificate.get());
+    if (refusal.empty()) return;
+    throw SecCoreException(CreateError_t("A certificate of '%1' is refused: %2.")
+                           << GetSubjectCN() << String_t::FromUtf8(refusal));
 }
 
 bool X509Certificate::MayIssue() const {

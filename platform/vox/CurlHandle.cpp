@@ -123,6 +123,7 @@ HttpAnswer HttpClient::Handle::Post(const HttpTarget& target, const ClientIdenti
     long status = 0;
     curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
     answer.status = static_cast<int>(status);
+    if (!target.secret.empty() && !proof.IsProven()) answer.body = LumPalArray::CharArray_t();
     return std::move(answer);
 }
 

@@ -20,6 +20,11 @@ std::string_view Trimmed(std::string_view text) {
     return LumPalStr::Trimmed(text, " \t\r\n");
 }
 
+/// These may come from a node that has too much to do to ask for a proof. Nobody can tell it from a stranger.
+bool IsOfABusyNode(int status) {
+    return status == 413 || status == 431 || status == 503;
+}
+
 }  // namespace
 
 void PeerProof::Begin(const std::string& secret, unsigned port) {
@@ -40,10 +45,9 @@ bool PeerProof::Take(std::string_view line) {
     return provenSince != 0;
 }
 
-/// A failure may come from a node that has too much to do to ask for a proof.
 bool PeerProof::EndHeader() const {
     const bool isInterim = status >= 100 && status < 200;
-    return provenSince != 0 || isInterim || status >= 400;
+    return provenSince != 0 || isInterim || IsOfABusyNode(status);
 }
 
 bool PeerProof::TakeConnection() {

@@ -20,6 +20,9 @@ public:
     /// Takes a line of an answer's header, its line end included.
     /// @return false when the peer does not know the secret, or answers without having shown it
     bool Take(std::string_view line);
+    /// Whether the peer has shown it. One that has not may still say that it has too much to do: of such an answer the
+    /// status is worth something, and not a word.
+    bool IsProven() const noexcept { return provenSince != 0; }
     /// A connection is made. @return false when the peer of another one has shown that it knows the secret
     bool TakeConnection();
     /// Whether the last request was given up since a connection was made in the place of a proven one.

@@ -49,7 +49,11 @@ def check_audited_keys():
         rows = set(re.findall(r"^\| `([A-Z][A-Z0-9_]+)` \|", section, re.M))
         for key in sorted(rows ^ known.get(space, set())):
             yield f"LumConfPar/ChangedNames.cpp: the known keys of {space} and docs/configuration.md differ in {key}"
-    if sum(map(len, known.values())) > 60:
+    products = set(re.findall(r'"\.RGState\.([A-Z]+)"', text_of(ROOT / "LumConfCluster/ClusterProducts.cpp")))
+    states = re.search(r"kProducts\[\] = \{(.*?)\}", text_of(ROOT / "LumConfPar/ChangedNames.cpp"), re.S).group(1)
+    if products != set(re.findall(r'"([A-Z]+)"', states)):
+        yield "LumConfPar/ChangedNames.cpp: the namespaces of words for states differ from those of the products"
+    if sum(map(len, known.values())) + len(known) + 6 * len(products) > 100:
         yield "LumConfPar/ChangedNames.cpp: the known keys and their namespaces might not all be told"
 
 

@@ -5,8 +5,10 @@ when its standard input closes, how much it did.
 """
 import contextlib
 import ctypes
+import itertools
 import os
 import pathlib
+import re
 import select
 import signal
 import socket
@@ -38,28 +40,19 @@ def ip(*arguments, inside=None):
     subprocess.run([*enter, "ip", *arguments], check=True, capture_output=True)
 
 
-class Host:
-    """A network beside this process's, with one address. The network goes with its only process."""
+class Neighbour:
+    """Another user of the node's own host: its programs call over loopback, the only road to a node in plain."""
+    node_address = "127.0.0.1"
+    command = ()
 
-    def __init__(self, number):
-        self.number, self.node_address = number, f"10.99.{number}.1"
-        self.holder = subprocess.Popen(["unshare", "--net", "sh", "-c", "echo; exec cat"], stdin=subprocess.PIPE,
-                                       stdout=subprocess.PIPE)
-        self.holder.stdout.readline()
-        inside, here = self.holder.pid, f"lum{number}"
-        ip("link", "add", here, "type", "veth", "peer", "name", "out", "netns", str(inside))
-        ip("addr", "add", f"{self.node_address}/24", "dev", here)
-        ip("link", "set", here, "up")
-        ip("addr", "add", f"10.99.{number}.2/24", "dev", "out", inside=inside)
-        ip("link", "set", "out", "up", inside=inside)
+    def __init__(self):
         self.programs = []
 
     def call(self, kind, port, processor):
         """Starts a program there, and returns when it has begun."""
         program = subprocess.Popen(
-            ["nsenter", "--target", str(self.holder.pid), "--net", "--", "taskset", "--cpu-list", str(processor),
-             sys.executable, __file__, kind, self.node_address, str(port)],
-            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+            [*self.command, "taskset", "--cpu-list", str(processor), sys.executable, __file__, kind,
+             self.node_address, str(port)], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
         self.programs.append(program)
         program.stdout.readline()
         return program
@@ -74,10 +67,34 @@ class Host:
 
     def close(self):
         self.resume()
-        for process in (*self.programs, self.holder):
+        for process in self.programs:
             process.stdin.close()
             process.wait()
             process.stdout.close()
+
+
+class Host(Neighbour):
+    """A network beside this process's, with one address. The network goes with its only process."""
+
+    def __init__(self, number):
+        super().__init__()
+        self.number, self.node_address = number, f"10.99.{number}.1"
+        self.holder = subprocess.Popen(["unshare", "--net", "sh", "-c", "echo; exec cat"], stdin=subprocess.PIPE,
+                                       stdout=subprocess.PIPE)
+        self.holder.stdout.readline()
+        inside, here = self.holder.pid, f"lum{number}"
+        ip("link", "add", here, "type", "veth", "peer", "name", "out", "netns", str(inside))
+        ip("addr", "add", f"{self.node_address}/24", "dev", here)
+        ip("link", "set", here, "up")
+        ip("addr", "add", f"10.99.{number}.2/24", "dev", "out", inside=inside)
+        ip("link", "set", "out", "up", inside=inside)
+        self.command = ("nsenter", "--target", str(inside), "--net", "--")
+
+    def close(self):
+        super().close()
+        self.holder.stdin.close()
+        self.holder.wait()
+        self.holder.stdout.close()
 
 
 # What a program does there.
@@ -91,9 +108,9 @@ def stranger_context():
 class Callers:
     """Connections that send one request after another, and take the answers; those that the node closes are made anew."""
 
-    def __init__(self, address, port, count, request):
-        self.address, self.port, self.request = address, port, request
-        self.context = stranger_context()
+    def __init__(self, address, port, count, *requests, plain=False):
+        self.address, self.port, self.requests = address, port, itertools.cycle(requests)
+        self.context = None if plain else stranger_context()
         self.connections = [None] * count
         self.done = 0
 
@@ -104,7 +121,7 @@ class Callers:
                     connection = wire.Connection(self.port, self.context, address=self.address)
                     connection.socket.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
                     self.connections[number] = connection
-                connection.send(self.request)
+                connection.send(next(self.requests))
         for number, connection in enumerate(self.connections):
             if connection is None:
                 continue
@@ -183,12 +200,24 @@ class Storm:
         self.done = self.silent.done
 
 
-def wrong_proof(number=0):
-    """A proof as a local caller gives it, and one that the node cannot have made."""
-    proofs = ("LumLocal " + "0" * 64,
-              'Digest username="local-7443", realm="lumconf", nonce="' + "0" * 96 + '", uri="' + wire.PATH
-              + '", algorithm=SHA-256, qop=auth, nc=00000001, cnonce="c", response="' + "0" * 64 + '"')
-    return wire.post(wire.list_call()).replace(b"\r\n\r\n", f"\r\nAuthorization: {proofs[number]}\r\n\r\n".encode(), 1)
+def wrong_proofs(address, port):
+    """Requests of the plain road: with a nonce that the node has made and a wrong response, in a small header and in a
+    large one, with a nonce that looks like the node's, and with a wrong secret."""
+    with wire.Connection(port, address=address) as connection:
+        made = re.search('nonce="([0-9a-f]{96})"', connection.exchange(wire.post(b"")).head).group(1)
+
+    def digest(nonce):
+        return (f'Digest username="local-{port}", realm="lum", nonce="{nonce}", uri="{wire.PATH}", algorithm=SHA-256, '
+                f'qop=auth, nc=00000001, cnonce="c", response="{"0" * 64}"')
+
+    return [wire.post(wire.list_call(), secret=digest(made)),
+            wire.post(wire.list_call(), secret=digest(made), fields=[f"X-{i}: {'x' * 1000}" for i in range(50)]),
+            wire.post(wire.list_call(), secret=digest(made[:32] + "0" * 64)),
+            wire.post(wire.list_call(), secret="LumLocal " + "0" * 64)]
+
+
+def page(path):
+    return f"GET {path} HTTP/1.1\r\nHost: localhost\r\n\r\n".encode()
 
 
 def large_call():
@@ -208,7 +237,9 @@ KINDS = {
     "silent": Silent,
     "drip": Drip,
     "storm": Storm,
-    "proofs": lambda address, port: Callers(address, port, 16, wrong_proof(1)),
+    "proofs": lambda address, port: Callers(address, port, 16, *wrong_proofs(address, port), plain=True),
+    "reloads": lambda address, port: Callers(address, port, 16, wire.post(wire.call("mgrconf"))),
+    "pages": lambda address, port: Callers(address, port, 16, page(wire.PATH + "?wsdl"), page("/nothing")),
     "handshakes": Handshakes,
 }
 

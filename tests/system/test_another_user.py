@@ -71,6 +71,28 @@ class TestOfUsers(unittest.TestCase):
 
 
 class AnotherUser(TestOfUsers):
+    def owner_in_proc(self, command, is_up):
+        """Who owns what the kernel shows of a program of the other user: root where nobody may look into it."""
+        environment = self.node.environment(LD_LIBRARY_PATH=str(self.programs), HOME="/")
+        with subprocess.Popen(command, env=environment, cwd="/", stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                              stderr=subprocess.DEVNULL, user=STRANGER, group=STRANGER, extra_groups=[]) as program:
+            try:
+                is_up(program)
+                return os.stat(f"/proc/{program.pid}/environ").st_uid
+            finally:
+                program.kill()
+
+    def test_the_memory_of_a_tool_is_closed_to_other_programs_of_its_user(self):
+        with socket.create_server(("127.0.0.1", 0)) as silent:
+            silent.settimeout(PATIENCE_S)
+            self.node.settings["vox.http.ext.conf"]["TARGET_PORT"] = silent.getsockname()[1]
+            self.node.write_settings()
+            accepted = []
+            self.addCleanup(lambda: [connection.close() for connection, _ in accepted])
+            owner = self.owner_in_proc([self.programs / "lumpolicy", "list"], lambda _: accepted.append(silent.accept()))
+            self.assertEqual(owner, 0)
+        self.assertEqual(self.owner_in_proc(["sleep", "60"], lambda _: None), STRANGER, "that of any other program")
+
     def test_the_same_call_is_served_to_the_own_user_and_to_nobody_else(self):
         self.assertEqual(self.node.policy("install", "--no-notify", EXAMPLE).code, DONE)
         before = self.node.stored()

@@ -13,7 +13,7 @@ import zeep
 from requests.auth import HTTPDigestAuth
 
 import wire
-from node import DONE, NOT_FOUND, UNREACHABLE, Node, free_port, write_policy
+from node import DONE, FAILED, NOT_FOUND, UNREACHABLE, Node, free_port, write_policy
 
 NOT_AUTHORIZED = 8
 CALLS = (("lumpolicy", "list"), ("lumpolicy", "remove", "--all"), ("lumpolicy", "notify"), ("lumpolicy", "install"),
@@ -23,6 +23,11 @@ CALLS = (("lumpolicy", "list"), ("lumpolicy", "remove", "--all"), ("lumpolicy", 
 def answer(status="200 OK", body=b"", *fields):
     head = "\r\n".join([f"HTTP/1.1 {status}", f"Content-Length: {len(body)}", *fields])
     return head.encode() + b"\r\n\r\n" + body
+
+FAULT = wire.envelope("<soap:Fault><faultcode>soap:Server</faultcode><faultstring>words of a stranger</faultstring>"
+                      "</soap:Fault>")
+
+BUSY = "too much to do, it says with"
 
 
 class Stranger:
@@ -102,6 +107,12 @@ class LocalProof(unittest.TestCase):
             "another place": lambda _: answer("307 Temporary Redirect", b"",
                                               f"Location: http://127.0.0.1:{node.port}{wire.PATH}"),
             "nothing": lambda _: b"",
+            "a refusal without a challenge": lambda _: answer("401 Unauthorized", FAULT, "Content-Type: text/xml"),
+            **{f"a fault with the status {status}": lambda _, status=status: answer(f"{status} Error", FAULT,
+                                                                                    "Content-Type: text/xml")
+               for status in (400, 403, 404, 408, 500)},
+            **{f"{BUSY} {status}": lambda _, status=status: answer(f"{status} Error", FAULT, "Content-Type: text/xml")
+               for status in (413, 431, 503)},
         }
         for what, reply in replies.items():
             stranger = Stranger(reply)
@@ -111,7 +122,8 @@ class LocalProof(unittest.TestCase):
                     arguments += [header] if "install" in arguments else []
                     with self.subTest(what, tool=tool, arguments=arguments):
                         result = node.tool(tool, *arguments)
-                        self.assertEqual(result.code, UNREACHABLE, result)
+                        self.assertEqual(result.code, FAILED if what.startswith(BUSY) else UNREACHABLE, result)
+                        self.assertNotIn("words of a stranger", result.out + result.err)
             finally:
                 stranger.close()
             heard = stranger.heard.decode()

@@ -66,6 +66,10 @@ def config_clear():
                                  "<ConfigGroupName><ns>test.large</ns></ConfigGroupName>")
 
 
+def config_clear_keys(inner):
+    return config_set(inner).replace(b">18<", b">20<", 1)
+
+
 def document_with(inner, **fields):
     return wire.policy_array("large", document=header("large", **fields).encode().replace(b"@@", inner))
 
@@ -75,6 +79,7 @@ def install_options(inner):
 
 
 SIGNATURE = "<files><data><file_name>d</file_name><encoding/><checksum/><signature>@@</signature></data></files>"
+ATTRIBUTE_NAMED = "<attributes><attribute><name>@@</name><value>v</value></attribute></attributes>"
 COMMENT = b"<!--" + b"x" * (7 * MEGABYTE) + b"-->"
 ATTRIBUTE = b"<x a='" + b"x" * (7 * MEGABYTE) + b"'/>"
 REMOVE_ALL = wire.operation_call(wire.REMOVE)
@@ -106,6 +111,12 @@ ROADS = [
     ("a file's name", MAIN, lambda: large(wire.install_call(b"", file_name="@@"), text(b"x")), None),
     ("categories to add", MAIN, lambda: install_options(numbered(b"<addcategory>%x</addcategory>")), None),
     ("attributes to add", MAIN, lambda: install_options(text(b"<addattribute>a</addattribute>")), None),
+    ("a long attribute to add", MAIN, lambda: install_options(b"<addattribute>" + text(b"name=value") +
+                                                              b"</addattribute>"), None),
+    ("a long attribute to remove", MAIN, lambda: install_options(b"<removeattribute>n=" + text(b"x") +
+                                                                 b"</removeattribute>"), None),
+    ("an attribute to remove with many equals signs", MAIN,
+     lambda: install_options(b"<removeattribute>a=" + text(b"a=b ") + b"</removeattribute>"), None),
     ("an array of rubbish", MAIN, lambda: wire.install_call(text(b"x", RAW)), None),
     ("a description", MAIN,
      lambda: wire.install_call(document_with(text(b"x", RAW), description="@@")), REMOVE_ALL),
@@ -118,6 +129,8 @@ ROADS = [
     ("a policy's categories", MAIN,
      lambda: wire.install_call(document_with(numbered(b"<category>%x</category>", RAW),
                                              extra="<categories>@@</categories>")), REMOVE_ALL),
+    ("a policy's attribute with a bad name", MAIN,
+     lambda: wire.install_call(document_with(text(b"a=b ", RAW), extra=ATTRIBUTE_NAMED)), None),
     ("a data file", MAIN, lambda: wire.install_call(wire.policy_array("large", {"large.data": text(b"x", RAW)})),
      REMOVE_ALL),
     ("settings", MAIN,
@@ -126,6 +139,8 @@ ROADS = [
     ("a long setting", MAIN,
      lambda: config_set(b"<ns>test.large</ns><attrname>a</attrname><attrvalue>" + text(b"a") + b"</attrvalue>"),
      config_clear()),
+    ("settings to clear", MAIN,
+     lambda: config_clear_keys(b"<ns>test.large</ns>" + numbered(b"<attrname>%x</attrname><attrvalue/>")), None),
     ("namespaces", MAIN, lambda: config_set(numbered(b"<ns>%x</ns>")), None),
 ]
 CALLERS = {"a stranger": lambda node: "", "the administrator": wire.secret_of}
@@ -173,6 +188,44 @@ class Memory(unittest.TestCase):
                 body = large(wire.operation_call(mode, string="@@"), numbered(unit))
                 with self.subTest(mode, unit=unit):
                     self.measure(1, MAIN, body, None, CALLERS["the administrator"], one)
+
+    def test_changes_of_an_installed_policy_take_no_more_than_4_times_their_size(self):
+        one = wire.install_call(wire.policy_array("large"))
+        rows = {"a category to add": ("6", text(b"x")), "a category to remove": ("7", text(b"x")),
+                "an attribute to add": ("9", b"name=" + text(b"value")),
+                "an attribute to add with a long name": ("9", text(b"name") + b"=value"),
+                "an attribute to add with equals signs": ("9", text(b"name=value")),
+                "an attribute to remove": ("10", b"name=" + text(b"value")),
+                "an attribute to remove with equals signs": ("10", text(b"name=value"))}
+        for what, (mode, inner) in rows.items():
+            with self.subTest(what):
+                body = large(wire.operation_call(mode, string="@@"), inner)
+                self.measure(1, MAIN, body, REMOVE_ALL, CALLERS["the administrator"], one)
+
+    def test_a_selection_by_a_long_pair_takes_no_more_than_4_times_its_size(self):
+        one = wire.install_call(wire.policy_array("large"))
+        half = text(b"x", LARGE // 2)
+        for kind in ("0", "1", "5", "7", "9"):
+            for separator in (b"=", b":"):
+                body = large(wire.list_call(kind, "@@"), half + separator + half)
+                with self.subTest(kind, separator=separator):
+                    self.measure(1, MAIN, body, REMOVE_ALL, CALLERS["the administrator"], one)
+
+    def test_a_refused_attribute_of_megabytes_leaves_a_small_answer_and_a_small_log(self):
+        long = text(b"a=b ", 4 * MEGABYTE)
+        calls = {"to remove at an install": install_options(b"<removeattribute>a=" + long + b"</removeattribute>"),
+                 "in a document": wire.install_call(document_with(long, extra=ATTRIBUTE_NAMED)),
+                 "to remove": large(wire.operation_call("10", string="@@"), b"a=" + long)}
+        one = wire.install_call(document_with(b"a", extra=ATTRIBUTE_NAMED))
+        for what, body in calls.items():
+            with self.subTest(what), Node() as node:
+                secret = wire.secret_of(node)
+                self.assertEqual(wire.ask(node, one, secret=secret).value(), wire.DONE)
+                answer = wire.ask(node, body, secret=secret)
+                self.assertEqual(answer.value(), 7, answer.head)
+                self.assertIn(b"contains &apos;=&apos;", answer.body.replace(b"'", b"&apos;"))
+                self.assertLess(len(answer.body), 10000)
+                self.assertLess(sum(file.stat().st_size for file in (node.root / "log").glob("*")), 100000)
 
     def send_headers(self, node, connections, length):
         """Open connections, each with a header of many short fields that was taken or refused, and no body yet."""

@@ -46,7 +46,7 @@ class Strangers(unittest.TestCase):
         pki.enroll(self.node, self.authority, "node-1", self.server)
         self.node.write_rights({"operator": "list"})
         self.node.start()
-        self.context = pki.client_context(self.authority, self.operator)
+        self.context, self.proof = pki.client_context(self.authority, self.operator), None
 
     def begin(self, kind, hosts=HOSTS):
         for host in self.hosts[:hosts]:
@@ -71,7 +71,8 @@ class Strangers(unittest.TestCase):
 
     def ask(self, connection):
         start = time.perf_counter()
-        self.assertEqual(connection.exchange(wire.post(wire.list_call())).value(), wire.NO_POLICIES)
+        self.assertEqual(connection.exchange(wire.post(wire.list_call(), secret=self.proof)).value(),
+                         wire.NO_POLICIES)
         return time.perf_counter() - start
 
     def ask_anew(self):
@@ -126,8 +127,31 @@ class Strangers(unittest.TestCase):
     def test_dripping_requests_keep_no_proven_caller_waiting(self):
         self.assert_proven_callers_go_first("drip")
 
-    def test_wrong_proofs_keep_no_proven_caller_waiting(self):
+    def test_wrong_proofs_keep_no_caller_waiting_who_proves_the_secret(self):
+        self.node.stop()
+        self.node = Node()
+        self.addCleanup(self.node.close)
+        self.hosts = [strangers.Neighbour() for _ in range(HOSTS)]
+        for host in self.hosts:
+            self.addCleanup(host.close)
+        self.context, self.proof = None, wire.secret_of(self.node)
         self.assert_proven_callers_go_first("proofs")
+
+    def test_reloads_of_large_rights_keep_no_proven_caller_waiting(self):
+        rights = {f"sender{number}": "list" for number in range(3000)}
+        self.node.write_rights({"operator": "list", **rights})
+        reload = wire.post(wire.call("mgrconf"))
+
+        def ask(connection):
+            start = time.perf_counter()
+            self.assertEqual(connection.exchange(reload).status, 200)
+            return time.perf_counter() - start
+
+        self.ask = ask
+        self.assert_proven_callers_go_first("reloads")
+
+    def test_descriptions_and_unknown_places_keep_no_proven_caller_waiting(self):
+        self.assert_proven_callers_go_first("pages")
 
     def test_a_storm_of_connections_keeps_no_proven_caller_waiting(self):
         self.assert_proven_callers_go_first("storm")

@@ -47,6 +47,31 @@ TEST(ChangedNames, NoNamespaceThatTheNodeKnowsHidesBehindThoseThatSomebodyMakesU
     EXPECT_TRUE(Told(group).starts_with("[sec.core]; [sec.0]; ")) << Told(group);
 }
 
+TEST(ChangedNames, NoNamespaceOfWordsForStatesHidesBehindThoseThatSomebodyMakesUp) {
+    ConfigGroup_t group;
+    for (int i = 0; i < 150; ++i) {
+        group.GetConfig(LumPalStr::String_t("conf.a") + LumPalStr::NumToStr(i)).SetAttrValue("k", "v");
+        group.GetConfig("conf.cluster.RGState.HACMP")
+            .SetAttrValue(LumPalStr::String_t("A") + LumPalStr::NumToStr(i), "");
+    }
+    group.GetConfig("conf.cluster.RGState.VCS").SetAttrValue("OFFLINE", "ONLINE");
+    group.GetConfig("conf.cluster.RGState.X").SetAttrValue("OFFLINE", "ONLINE");
+    group.GetConfig("sec.core").SetAttrValue("CORE_ID", "me");
+    const std::string told = Told(group), spaces = Told(group, Reach::Namespaces);
+    EXPECT_TRUE(told.starts_with("[sec.core] 'CORE_ID'; [conf.cluster.RGState.HACMP] 'A0', ")) << told;
+    EXPECT_NE(told.find("; [conf.cluster.RGState.VCS] 'OFFLINE'; "), std::string::npos) << told;
+    EXPECT_EQ(told.find("RGState.X"), std::string::npos) << told;
+    EXPECT_TRUE(spaces.starts_with("[sec.core]; [conf.cluster.RGState.HACMP]; [conf.cluster.RGState.VCS]; [conf.a0]; "))
+        << spaces;
+}
+
+TEST(ChangedNames, OfWordsForStatesAreGivenWholeAsLongAsThereIsRoom) {
+    ConfigGroup_t group;
+    for (const char* const key : {"A", "B", "C", "D", "E", "F"})
+        group.GetConfig("conf.cluster.RGState.SC").SetAttrValue(key, "ONLINE");
+    EXPECT_EQ(Told(group), "[conf.cluster.RGState.SC] 'A', 'B', 'C', 'D', 'E'; [conf.cluster.RGState.SC] 'F'");
+}
+
 TEST(ChangedNames, OfOneNameNeverLookLikeTwo) {
     EXPECT_EQ(Told(GroupOf({{"a] 'X'; [b", "Y', 'Z", "1"}})), "[a\\] 'X'; \\[b] 'Y\\', \\'Z'");
     EXPECT_EQ(Told(GroupOf({{"a\\", "b\\", "1"}})), "[a\\\\] 'b\\\\'");

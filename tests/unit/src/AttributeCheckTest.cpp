@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <string>
+
 #include "Raised.h"
 
 namespace {
@@ -29,6 +32,39 @@ TEST(AttributeCheck, AnEqualsSignAnywhereIsRefusedAndNamed) {
 TEST(AttributeCheck, EveryOtherCharacterPasses) {
     for (const char* text : {"a", " a ", "a b", "a:b", "-", "'<&>\""}) EXPECT_NO_THROW(CheckAttribute(text)) << text;
     EXPECT_NO_THROW(CheckAttribute(String_t::FromUtf8("Prüfung")));
+}
+
+TEST(AttributeCheck, ARefusedTextOfMegabytesIsShownByItsBeginning) {
+    String_t text = "a=";
+    text.Append(String_t(std::u16string(4u << 20, u'x').c_str()));
+    auto raised = MessagesOf<IllegalArgumentError_t>([&text] { CheckAttribute(text); });
+    ASSERT_EQ(raised.GetMessageCount(), 1);
+    const String_t shown = raised.GetMessage(0).GetMessageText();
+    EXPECT_LT(shown.GetLength(), 1200u);
+    EXPECT_NE(shown.Find("'a=xxxx"), LumPalStr::NotFound);
+}
+
+TEST(AttributeCheck, BlanksOfAnyLengthAreBlankAndOneCharacterBehindThemIsNot) {
+    const String_t blanks(std::u16string(10000, u' ').c_str());
+    EXPECT_RAISES(CheckAttribute(blanks), IllegalArgumentError_t, 70);
+    EXPECT_NO_THROW(CheckAttribute(blanks + "a"));
+    EXPECT_NO_THROW(CheckAttribute(String_t("a") + blanks));
+}
+
+TEST(AttributeCheck, ATextIsPartedAtItsFirstEqualsSignWhereverItStands) {
+    for (const auto& [text, name, value] : {std::array<const char*, 3>{"a=b", "a", "b"},
+                                            {"a=b=c", "a", "b=c"},
+                                            {"long name=v", "long name", "v"},
+                                            {"=", "", ""},
+                                            {"=long value", "", "long value"},
+                                            {"long name=", "long name", ""},
+                                            {"none", "none", "none"}}) {
+        const String_t whole = text;
+        const LumConf::NameAndValue pair = LumConf::SplitAttribute(whole);
+        EXPECT_EQ(pair.name, name) << text;
+        EXPECT_EQ(pair.value, value) << text;
+        EXPECT_EQ(whole, text);
+    }
 }
 
 }  // namespace

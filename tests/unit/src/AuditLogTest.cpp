@@ -3,12 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "Configure.h"
 #include "Faults.h"
 #include "Files.h"
 #include "LumPalCfgFile.h"
+#include "Messages.h"
 #include "TempRoot.h"
 #include "TraceLines.h"
 
@@ -230,6 +232,19 @@ TEST_F(AuditLogTest, AChangeTurnsTheLogOffAndOn) {
     EXPECT_TRUE(Eventually([&log] { return !log.IsEnabled(); }));
     Configure("conf.server", "AUDIT_LOGGING", "1");
     EXPECT_TRUE(Eventually([&log] { return log.IsEnabled(); }));
+}
+
+TEST_F(AuditLogTest, AnOperationThatSwitchesTheLogOnOrOffIsWrittenAndOneWhileItIsOffIsNot) {
+    const auto more = [] { return Make(msg::AuditConfigNamed, "host", "config set", "[conf.server]"); };
+    const AuditChoices off, on{true, false};
+    for (const auto& [before, isOnAfter, lines] :
+         {std::tuple{off, false, 0u}, {on, false, 2u}, {off, true, 2u}, {on, true, 2u}}) {
+        Configure("conf.server", "AUDIT_LOGGING", isOnAfter ? "true" : "false");
+        AuditLog log;
+        const std::size_t written = Lines().size();
+        log.Log("host", AuditLog::ConfigSet, true, before, more);
+        EXPECT_EQ(Lines().size() - written, lines) << before.enabled << isOnAfter;
+    }
 }
 
 TEST_F(AuditLogTest, AChangeOfAnotherKeyChangesNothing) {

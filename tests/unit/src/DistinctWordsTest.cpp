@@ -34,10 +34,10 @@ TEST(DistinctWords, ThereAreNoMoreThanThereMayBe) {
 }
 
 TEST(WordsAmong, OnlyWhatIsKnownIsKept) {
-    const HashedTexts<String_t> known({"a", "b", "c"});
+    const Words known{"a", "b", "c"};
     EXPECT_EQ(WordsAmong("x c y a c z", known), (Words{"c", "a"}));
     EXPECT_TRUE(WordsAmong("x y z", known).empty());
-    EXPECT_TRUE(WordsAmong("a b", HashedTexts<String_t>({})).empty());
+    EXPECT_TRUE(WordsAmong("a b", {}).empty());
 }
 
 }  // namespace

@@ -105,6 +105,33 @@ TEST_F(StrictSignersTest, AGoodSignerIsProvenEitherWay) {
     }
 }
 
+TEST_F(StrictSignersTest, WhoBearsTheNodesNameSignsWithItsKeyAlone) {
+    Sign(authority.Issue("signer", ""));
+    Configure("sec.core", "CORE_ID", "signer");
+    Configure("sec.cm.certificates", "CERT_INSTALLED", "true");
+    SetStrict("true");
+    EXPECT_TRUE(IsProven()) << "the node's own key";
+    Own(authority.Issue("signer", ""));
+    EXPECT_THAT(Failure(), ElementsAre(33, 26, 0));
+    EXPECT_THAT(StrictSigners::Of(Loaded()).refusal.ToUtf8(), HasSubstr("this node's own id"));
+    Configure("sec.core", "CORE_ID", "another");
+    Own(authority.Issue("another", ""), "another");
+    EXPECT_TRUE(IsProven()) << "the node bears another name";
+    Configure("sec.core", "CORE_ID", "signer");
+    SetStrict("false");
+    EXPECT_TRUE(IsProven());
+}
+
+TEST_F(StrictSignersTest, ANameThatIsNobodysOverTlsSignsOnlyWithoutTheKey) {
+    for (const char* const name : {"conf.cluster", " Local Administrator "}) {
+        Grant(std::string("[conf]\nsigner=sign\n") + name + "=sign\n");
+        Sign(authority.Issue("signer", ""));
+        Replace("certificate", Base64Of(authority.Issue(name, "")));
+        SetStrict("true");
+        EXPECT_THAT(StrictSigners::Of(Loaded()).refusal.ToUtf8(), HasSubstr("the common name is reserved")) << name;
+    }
+}
+
 TEST_F(StrictSignersTest, ACertificateOverSha224ProvesEitherWay) {
     Sign(authority.IssueBy("SHA224", "signer"));
     for (const char* value : {"false", "true"}) {

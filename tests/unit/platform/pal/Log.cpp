@@ -68,6 +68,10 @@ TEST(LogText, EscapesWhatCouldForgeALineOrMisleadATerminal) {
     } rows[] = {
         {"plain text, 100% \\ \"quoted\"", "plain text, 100% \\ \"quoted\""},
         {"a\nb", "a\\x0ab"},
+        {"node\\u200b7", "node\\x5cu200b7"},
+        {"node\\x5cu200b7", "node\\x5cx5cu200b7"},
+        {"\\U0001d173\\x0A", "\\x5cU0001d173\\x5cx0A"},
+        {"C:\\users\\x\\U001\\", "C:\\users\\x\\U001\\"},
         {"a\r\nb\tc", "a\\x0d\\x0ab\\x09c"},
         {"\x1B[2J", "\\x1b[2J"},
         {"\x7F", "\\x7f"},
@@ -113,6 +117,18 @@ TEST(LogText, LeavesWhatIsSeenAsItIs) {
                              "\xE2\x9C\x93", "\xF0\x9F\x90\xA7", "e\xCC\x81", "\xEF\xBF\xBC\xEF\xBF\xBD"}) {
         EXPECT_EQ(OneLine(String_t::FromUtf8(text)), text);
     }
+}
+
+TEST_F(Log, NoFileIsPutAsideBetweenMessagesThatAreWrittenTogether) {
+    std::ofstream(PathOf("own.log")) << std::string((10u << 20) - 60, 'x') << '\n';
+    Log_t log = Open("own.log", Rotate);
+    MessageList_t list(CreateInfo_t("first"));
+    list.Add(CreateInfo_t("second"));
+    log.Write(list, 0);
+    const auto lines = Lines(ReadAll(PathOf("own.log")));
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_TRUE(Matches(lines[0], "INFO first")) << lines[0];
+    EXPECT_TRUE(Matches(lines[1], "INFO second")) << lines[1];
 }
 
 TEST_F(Log, WritesTimeSeverityAndTextOnOneLineEach) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <thread>
 #include <vector>
@@ -144,6 +145,31 @@ TEST_F(AuthorizerTest, UpdateTakesUpChangedRights) {
     std::filesystem::remove(root.Native() + "/etc/authorization.ini");
     authorizer.Update();
     EXPECT_EQ(Held(authorizer, "sender"), 0u);
+}
+
+TEST_F(AuthorizerTest, AFileThatGoesAndComesBackAsItWasGrantsTheSameAgain) {
+    WriteRights("[conf]\nsender=install\n");
+    Authorizer authorizer;
+    std::filesystem::remove(root.Native() + "/etc/authorization.ini");
+    authorizer.Update();
+    EXPECT_EQ(Held(authorizer, "sender"), 0u);
+    for (const char* const between : {"[conf]\nsender=install\n", "no line\n", "[conf]\nsender=install\n"}) {
+        WriteRights(between);
+        authorizer.Update();
+        EXPECT_EQ(Held(authorizer, "sender"), 1u) << between;
+    }
+}
+
+TEST_F(AuthorizerTest, AFileThatIsAsItWasIsNotTakenUpOnceMore) {
+    std::string text = "[conf]\n";
+    for (int i = 0; i < 50000; ++i) text += "sender" + std::to_string(i) + "=install list\n";
+    WriteRights(text);
+    const auto begin = std::chrono::steady_clock::now();
+    Authorizer authorizer;
+    const auto once = std::chrono::steady_clock::now() - begin;
+    for (int i = 0; i < 10; ++i) authorizer.Update();
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 4 * once) << "eleven times without it";
+    EXPECT_EQ(Held(authorizer, "sender49999"), 17u);
 }
 
 TEST_F(AuthorizerTest, ABrokenFileKeepsTheLastGoodRights) {
