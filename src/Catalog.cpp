@@ -5,7 +5,8 @@
 namespace LumConf {
 
 const LumPalMsg::MessageCatalog_t& Catalog::GetCatalog() {
-    static const LumPalMsg::MessageCatalog_t catalog(names::CatalogName);
+    // never destroyed: threads make messages to the end
+    static const LumPalMsg::MessageCatalog_t& catalog = *new LumPalMsg::MessageCatalog_t(names::CatalogName);
     return catalog;
 }
 

@@ -17,7 +17,8 @@ namespace LumPalIo {
 /// Called from whatever thread does the operation.
 using FaultHook = bool (*)(const char* operation, const char* path);
 
-/// Sets the hook of this process; null, as at the start, takes it away. Any thread may call it.
+/// Sets the hook of this process; null, as at the start, takes it away. Any thread may call it; other threads have left
+/// the former hook when it returns.
 LUMPAL_API void SetFaultHookForTest(FaultHook hook) noexcept;
 
 /// Called after each operation of the hook's list that changed or flushed something.

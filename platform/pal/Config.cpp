@@ -20,7 +20,7 @@ struct Configuration_t::Impl {
     String_t nameSpace;
 
     const Map& Values() const {
-        static const Map none;
+        static const Map& none = *new Map;  // never destroyed: threads read configurations to the end
         return stored ? stored->map : none;
     }
     Map& Changeable() {

@@ -12,17 +12,16 @@ extern std::atomic<FaultHook> faultHook;
 extern std::atomic<FileObserver> fileObserver;
 
 /// True when a test wants the operation to fail; errno is EIO then.
-bool AskFaultHook(FaultHook hook, const char* operation, const char* path) noexcept;
+bool AskFaultHook(const char* operation, const char* path) noexcept;
+void TellObserver(const char* operation, const char* path, const char* target) noexcept;
 
 inline bool FaultAt(const char* operation, const char* path) noexcept {
-    const FaultHook hook = faultHook.load(std::memory_order_relaxed);
-    return hook && AskFaultHook(hook, operation, path);
+    return faultHook.load(std::memory_order_relaxed) && AskFaultHook(operation, path);
 }
 
 /// Tells a test what was done.
 inline void Observe(const char* operation, const char* path, const char* target = nullptr) noexcept {
-    const FileObserver observer = fileObserver.load(std::memory_order_relaxed);
-    if (observer) observer(operation, path, target);
+    if (fileObserver.load(std::memory_order_relaxed)) TellObserver(operation, path, target);
 }
 
 }  // namespace LumPalIo
