@@ -54,7 +54,7 @@ public:
     }
 
 protected:
-    void Seen(const Applications&) override {
+    void Seen(const Applications&, Look) override {
         if (begun) TakePair(std::chrono::duration<double>(Clock::now() - *begun).count());
         if (left == 0) Stop();
         begun = Clock::now();
