@@ -383,7 +383,8 @@ class Tools(OnACluster):
         for limit in range(3, 12):
             result = cluster.run("sh", "-c", f'ulimit -n {limit}; exec "$0" -i stock -st', str(TOOLS / "lumappinstance"))
             if result.code == DONE:
-                self.assertEqual(result.out, "Online\n")
+                # kept: a node without an address, here since the name service had no descriptor, is not this one.
+                self.assertIn(result.out, ["Online\n"] if limit > 9 else ["Online\n", "Offline\n"], limit)
             else:
                 self.assertEqual(result.out, "")
                 self.assertNotEqual(result.err, "", limit)
