@@ -68,12 +68,12 @@ private:
                       "[ -f " +
                       in +
                       "\"$call\" ] || exit 9\n"
+                      "[ -f " +
+                      in + "\"$call.code\" ] || exec cat " + in +
+                      "\"$call\"\n"
                       "cat " +
                       in +
                       "\"$call\"\n"
-                      "[ -f " +
-                      in +
-                      "\"$call.code\" ] || exit 0\n"
                       "read code <" +
                       in +
                       "\"$call.code\"\n"

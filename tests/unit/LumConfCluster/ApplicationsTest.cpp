@@ -1,88 +1,16 @@
 #include "LumConfCluster/Applications.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
-#include "AppConfig.h"
-#include "Configure.h"
 #include "HostName.h"
-#include "Raised.h"
+#include "NodeWithApplications.h"
 #include "Tenfold.h"
 
 namespace {
 
 using namespace LumConfCluster;
 using LumConf::ClusterApplicationException;
-using LumConf::ClusterParserException;
-using LumConf::ClusterXmlDataTreeException;
-using LumPalIo::FileNotFoundException_t;
 using LumPalStr::String_t;
 
-using Texts = std::vector<std::string>;
-
-template <class List>
-Texts NamesOf(const List& list) {
-    Texts names;
-    for (int i = 0; i < list.Count(); ++i) names.push_back(list[i].GetName().ToUtf8());
-    return names;
-}
-
-Texts TextsOf(const Strings& list) {
-    Texts texts;
-    for (int i = 0; i < list.Count(); ++i) texts.push_back(list[i].ToUtf8());
-    return texts;
-}
-
-std::string Entry(const std::string& name, const std::string& instances = "") {
-    return AppConfig::Entry(name, instances);
-}
-std::string OneOf(const std::string& name, const std::string& package = "web") {
-    return AppConfig::Instance(name, package);
-}
-
-/// A node north; the group web on line on it, db on south, idle nowhere, lost unknown.
-class ApplicationsTest : public testing::Test {
-protected:
-    ApplicationsTest() {
-        Configure("conf.cluster", "CLUSTER_LOCAL_NODENAME", "north");
-        made.Add("web", RGState::Online, "north", 1);
-        made.Add("db", RGState::Online, "south", 2);
-        made.Add("idle", RGState::Offline, "north", 3);
-        made.Add("lost", RGState::Unknown, "north", 4);
-    }
-    void Load(const std::string& list) {
-        config.List(list);
-        Load();
-    }
-    void Load() { applications.LoadConfig(made.cluster, made.groups); }
-    /// The text of the parser's exception with this number.
-    std::string Refused(const std::string& list, unsigned id) {
-        config.List(list);
-        return Refused(id);
-    }
-    std::string Refused(unsigned id) {
-        const auto messages = MessagesOf<ClusterParserException>([&] { Load(); });
-        if (messages.GetMessageCount() == 0) return "";
-        EXPECT_EQ(messages.GetMessage(0).GetId(), id);
-        EXPECT_EQ(messages.GetMessage(0).GetSeverity(), LumPalMsg::Severity_e::Error);
-        return String_t(messages).ToUtf8();
-    }
-    std::string NotFound() {
-        const auto messages = MessagesOf<FileNotFoundException_t>([&] { Load(); });
-        if (messages.GetMessageCount() == 0) return "";
-        EXPECT_EQ(messages.GetMessage(0).GetId(), 666u);
-        EXPECT_EQ(messages.GetMessage(0).GetSeverity(), LumPalMsg::Severity_e::Info);
-        EXPECT_EQ(String_t(messages), "Application configuration file not found.");
-        return messages.Format(LumPalMsg::Text | LumPalMsg::Details).ToUtf8();
-    }
-
-    TempRoot root;
-    const AppConfig config{root};
-    MadeUpCluster made;
-    Applications applications;
-};
+class ApplicationsTest : public NodeWithApplications {};
 
 TEST_F(ApplicationsTest, AnApplicationIsWhatItsTwoFilesSay) {
     config.Describe("shop",
@@ -144,8 +72,8 @@ TEST_F(ApplicationsTest, TheSecondEntryOfAnApplicationAddsItsInstancesAndReadsIt
     config.Describe("shop", "<Template>t</Template><StartCommand>s</StartCommand><Subagent>a</Subagent>");
     config.Describe("desk");
     Load(Entry("shop", OneOf("one")) + Entry("desk") + Entry("shop", OneOf("two", "db")));
-    EXPECT_EQ(NamesOf(applications), Texts({"shop", "desk"})) << "in the order of the first entries";
-    EXPECT_EQ(NamesOf(applications[0].GetInstances()), Texts({"one", "two"}));
+    EXPECT_EQ(Names(applications), Texts({"shop", "desk"})) << "in the order of the first entries";
+    EXPECT_EQ(Names(applications[0].GetInstances()), Texts({"one", "two"}));
     EXPECT_EQ(TextsOf(applications[0].GetPolicyNames()), Texts({"t", "t"})) << "its lists stand there twice";
     EXPECT_EQ(TextsOf(applications[0].GetStartActions()), Texts({"s", "s"}));
     EXPECT_EQ(TextsOf(applications[0].GetCustomAgents()), Texts({"a", "a"}));
@@ -156,7 +84,7 @@ TEST_F(ApplicationsTest, AnApplicationWhoseNameOccursInsideAnEarlierOneIsReadAnd
     config.Describe("shop", "<Template>t</Template>");
     config.Describe("shopping");
     Load(Entry("webshop") + Entry("shop", OneOf("one")) + Entry("shopping"));
-    EXPECT_EQ(NamesOf(applications), Texts({"webshop", "shopping"}));
+    EXPECT_EQ(Names(applications), Texts({"webshop", "shopping"}));
     EXPECT_EQ(applications[0].GetInstances().Count(), 0);
     config.Describe("shop", "<Unknown/>");
     EXPECT_NE(Refused(347).find("'Unknown'"), std::string::npos) << "it is read all the same";
@@ -166,7 +94,7 @@ TEST_F(ApplicationsTest, TheCaseOfANameMakesAnotherApplication) {
     config.Describe("shop");
     config.Describe("SHOP");
     Load(Entry("shop") + Entry("SHOP", OneOf("one")));
-    EXPECT_EQ(NamesOf(applications), Texts({"shop", "SHOP"}));
+    EXPECT_EQ(Names(applications), Texts({"shop", "SHOP"}));
     EXPECT_EQ(applications["SHOP"].GetName(), "shop") << "the first one is found, whatever the case";
 }
 
@@ -264,134 +192,12 @@ TEST_F(ApplicationsTest, AConfiguredNameOfAnotherFormIsNotThisNode) {
     EXPECT_EQ(applications[0].GetInstances()[0].GetState(), InstanceState::Offline);
 }
 
-TEST_F(ApplicationsTest, WithoutTheListNoApplicationIsConfigured) {
-    const std::string text = NotFound();
-    EXPECT_NE(text.find("Cannot parse xml file '" + config.ListPath() + "'"), text.npos) << text;
-    EXPECT_EQ(made.impl->asked, 0);
-}
-
-TEST_F(ApplicationsTest, AnApplicationWithoutAFileEndsTheLoadAndLeavesThoseBeforeIt) {
-    config.Describe("shop");
-    config.List(Entry("shop", OneOf("one")) + Entry("desk") + Entry("bank"));
-    const std::string text = NotFound();
-    EXPECT_NE(text.find("'" + config.OtherPath("desk") + "'"), text.npos) << text;
-    EXPECT_EQ(NamesOf(applications), Texts({"shop"}));
-    config.Describe("desk");
-    config.Describe("bank");
-    Load();
-    EXPECT_EQ(applications.Count(), 3);
-    std::filesystem::remove(config.ListPath());
-    NotFound();
-    EXPECT_EQ(applications.Count(), 0) << "the list is cleared first";
-}
-
-TEST_F(ApplicationsTest, ANameThatLeadsElsewhereHasNoFileAndNothingIsOpened) {
-    const std::string outside = AppConfig::Document("<Template>stolen</Template>");
-    std::filesystem::create_directories(root.Native() + "/bin/instrumentation/conf/sub");
-    for (const char* place : {"/evil.apm.xml", "/bin/evil.apm.xml", "/bin/instrumentation/conf/sub/evil.apm.xml",
-                              "/bin/instrumentation/conf/sub\\evil.apm.xml", "/bin/instrumentation/conf/...apm.xml",
-                              "/bin/instrumentation/conf/a\tb.apm.xml", "/bin/instrumentation/conf/a\nb.apm.xml"}) {
-        WriteText(root.Native() + place, outside);
-    }
-    WriteText("/tmp/lumtest-evil.apm.xml", outside);
-    for (const std::string& name :
-         {std::string("../../../evil"), std::string("../../evil"), std::string("sub/evil"), std::string("sub\\evil"),
-          std::string(".."), std::string("."), std::string("/tmp/lumtest-evil"), std::string("a\tb"),
-          std::string("a\xC2\x85x"), std::string(248, 'n')}) {
-        config.List(Entry(name));
-        EXPECT_NE(NotFound().find("its name cannot be part of the name of a file."), std::string::npos) << name;
-        EXPECT_EQ(applications.Count(), 0);
-    }
-    std::filesystem::remove("/tmp/lumtest-evil.apm.xml");
-    config.Describe(std::string(247, 'n'));
-    Load(Entry(std::string(247, 'n')));
-    EXPECT_EQ(applications.Count(), 1);
-}
-
-TEST_F(ApplicationsTest, AnotherDocumentInPlaceOfTheListIsRefused) {
-    WriteText(config.ListPath(), "<apmclusterconfiguration/>");
-    EXPECT_EQ(Refused(346),
-              "First tag in APM common config file '" + config.ListPath() + "' should be APMClusterConfiguration.");
-    EXPECT_EQ(made.impl->asked, 0);
-}
-
-TEST_F(ApplicationsTest, AnotherElementInTheListIsRefused) {
-    config.Describe("shop");
-    EXPECT_EQ(Refused(Entry("shop") + "<application/>", 347),
-              "Unknown tag 'application' in configuration file '" + config.ListPath() + "'.");
-    EXPECT_EQ(applications.Count(), 1) << "what stood before it stays";
-}
-
-TEST_F(ApplicationsTest, AnotherDocumentInPlaceOfAnApplicationsFileIsRefused) {
-    WriteText(config.Path("shop"), "<APMClusterConfiguration/>");
-    EXPECT_EQ(Refused(Entry("shop"), 348), "First tag in APM application config file '" + config.Path("shop") +
-                                               "' should be APMApplicationConfiguration.");
-}
-
-TEST_F(ApplicationsTest, AnotherElementInAnApplicationsFileIsRefusedByTheNameOfThatFile) {
-    config.Describe("shop", "<Name/><template>x</template>");
-    EXPECT_EQ(Refused(Entry("shop"), 347),
-              "Unknown tag 'template' in configuration file '" + config.Path("shop") + "'.");
-    std::filesystem::remove(config.Path("shop"));
-    WriteText(config.OtherPath("shop"), "<APMApplicationConfiguration><App/></APMApplicationConfiguration>");
-    EXPECT_EQ(Refused(347), "Unknown tag 'App' in configuration file '" + config.OtherPath("shop") + "'.");
-}
-
 TEST_F(ApplicationsTest, OnlyTheFirstElementOfAnApplicationsFileIsRead) {
     WriteText(config.Path("shop"),
               "<APMApplicationConfiguration><Application><Template>a</Template></Application>"
               "<Application><Template>b</Template></Application><Other/></APMApplicationConfiguration>");
     Load(Entry("shop"));
     EXPECT_EQ(TextsOf(applications[0].GetPolicyNames()), Texts({"a"}));
-}
-
-TEST_F(ApplicationsTest, AGroupThatTheClusterDoesNotHaveIsNamedWithTheApplicationsFile) {
-    config.Describe("shop");
-    EXPECT_EQ(Refused(Entry("shop", OneOf("one") + OneOf("two", "None")), 349),
-              "Error during parsing of the '" + config.Path("shop") +
-                  "' file. Resource group 'None' does not exist in the cluster.");
-    EXPECT_EQ(applications.Count(), 0) << "its application is not in the list yet";
-}
-
-TEST_F(ApplicationsTest, ElementsThatLackPassAsFailuresOfTheTree) {
-    config.Describe("shop");
-    for (const auto& [list, missing] : std::initializer_list<std::pair<const char*, const char*>>{
-             {"<Application/>", "Name"},
-             {"<Application><Name>shop</Name><Instance/></Application>", "Name"},
-             {"<Application><Name>shop</Name><Instance><Name>x</Name></Instance></Application>", "Package"}}) {
-        config.List(list);
-        EXPECT_EQ(String_t(MessagesOf<ClusterXmlDataTreeException>([&] { Load(); })),
-                  String_t("><No such element [") + missing + "] in the collection.");
-    }
-    WriteText(config.Path("shop"), "<APMApplicationConfiguration/>");
-    config.List(Entry("shop"));
-    EXPECT_EQ(String_t(MessagesOf<ClusterXmlDataTreeException>([&] { Load(); })), "><Index is out of range.");
-}
-
-TEST_F(ApplicationsTest, AFileThatIsNoXmlPassesAsAFailureOfTheTree) {
-    WriteText(config.ListPath(), "<APMClusterConfiguration>");
-    EXPECT_RAISES(Load(), ClusterXmlDataTreeException, 352);
-    WriteText(config.Path("shop"), "no");
-    config.List(Entry("shop"));
-    EXPECT_RAISES(Load(), ClusterXmlDataTreeException, 352);
-}
-
-TEST_F(ApplicationsTest, WhatElseGoesWrongIsToldAsAnErrorOfTheParser) {
-    std::filesystem::create_directories(config.ListPath());
-    EXPECT_EQ(Refused(351), "Error during parsing configuration of application.");
-    const auto messages = MessagesOf<ClusterParserException>([&] { Load(); });
-    ASSERT_EQ(messages.GetMessageCount(), 1);
-    ASSERT_EQ(messages.GetMessage(0).GetDetails().GetMessageCount(), 1);
-    EXPECT_EQ(messages.GetMessage(0).GetDetails().GetMessage(0).GetId(), 354u);
-}
-
-TEST_F(ApplicationsTest, AClusterThatDoesNotTellItsNodesFailsTheLoad) {
-    config.Describe("shop");
-    Load(Entry("shop"));
-    EXPECT_EQ(made.impl->asked, 1);
-    made.impl->fails = true;
-    EXPECT_EQ(Refused(351), "Error during parsing configuration of application.");
-    EXPECT_EQ(applications.Count(), 0);
 }
 
 TEST_F(ApplicationsTest, ThoseAmbiguousAcrossAreForgottenByTheNextLoad) {
@@ -401,10 +207,6 @@ TEST_F(ApplicationsTest, ThoseAmbiguousAcrossAreForgottenByTheNextLoad) {
     EXPECT_TRUE(applications.IsInstanceAmbiguous("one"));
     Load(Entry("shop", OneOf("one")));
     EXPECT_FALSE(applications.IsInstanceAmbiguous("one"));
-}
-
-TEST_F(ApplicationsTest, ANodeWithoutAClusterIsToldSoBeforeAnyFileIsRead) {
-    EXPECT_RAISES(applications.LoadConfig(), LumConf::ClusterException, 211);
 }
 
 TEST_F(ApplicationsTest, ManyNamesThatAreHardToReadAreTakenAsTheyAre) {

@@ -8,6 +8,7 @@
 #include "CapturedLog.h"
 #include "ClusterSeen.h"
 #include "Configure.h"
+#include "EachToolFails.h"
 #include "Exceptions.h"
 #include "HacmpNode.h"
 #include "LumConfCluster/Cluster.h"
@@ -267,28 +268,8 @@ TEST_F(Hacmp, ToolsRunBehindWhatTheEnvironmentSays) {
 }
 
 TEST_F(Hacmp, EachToolThatFailsIsAnErrorButTheAddress) {
-    const auto seen = [] {
-        const Cluster cluster;
-        cluster.GetState();
-        cluster.GetNodes();
-        cluster.GetGroupNodes("web");
-        cluster.GetVirtualIP("web");
-        return cluster.GetGroups().Count();
-    };
-    EXPECT_EQ(seen(), 2);
-    const std::size_t calls = tools.Calls().size();
-    std::vector<unsigned> errors;
-    for (std::size_t number = 1; number <= calls; ++number) {
-        tools.ForgetCalls();
-        tools.FailAt(number);
-        try {
-            seen();
-            errors.push_back(0);
-        } catch (const ClusterException& e) {
-            errors.push_back(e.GetMessageList().GetMessage(0).GetId());
-        }
-    }
-    EXPECT_EQ(errors, (std::vector<unsigned>{683, 236, 684, 686, 686, 0, 685, 685}));
+    EXPECT_EQ(AskAll(), 2);
+    EXPECT_EQ(ErrorsOfEachTool(tools, AskAll), (std::vector<unsigned>{683, 236, 684, 686, 686, 0, 685, 685}));
 }
 
 }  // namespace

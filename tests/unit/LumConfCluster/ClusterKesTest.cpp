@@ -7,6 +7,7 @@
 
 #include "ClusterSeen.h"
 #include "Configure.h"
+#include "EachToolFails.h"
 #include "Exceptions.h"
 #include "KesNode.h"
 #include "LumConfCluster/Cluster.h"
@@ -228,14 +229,7 @@ std::string Seen() {
 
 TEST_F(Kes, EachToolThatFailsIsAnError) {
     EXPECT_EQ(Seen(), "Up north south east web db south north");
-    const std::size_t calls = tools.Calls().size();
-    EXPECT_EQ(calls, 6u);
-    for (std::size_t number = 1; number <= calls; ++number) {
-        tools.ForgetCalls();
-        tools.FailAt(number);
-        const unsigned id = Numbers(MessagesOf<ClusterException>([] { Seen(); })).at(0);
-        EXPECT_EQ(id, (Ids{328, 224, 231, 231, 332, 332})[number - 1]) << "call " << number;
-    }
+    EXPECT_EQ(ErrorsOfEachTool(tools, Seen), (Ids{328, 224, 231, 231, 332, 332}));
 }
 
 }  // namespace

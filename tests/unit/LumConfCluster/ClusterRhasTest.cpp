@@ -8,6 +8,7 @@
 
 #include "ClusterSeen.h"
 #include "Configure.h"
+#include "EachToolFails.h"
 #include "Exceptions.h"
 #include "LumConfCluster/Cluster.h"
 #include "Raised.h"
@@ -318,28 +319,8 @@ TEST_F(Rhas, ToolsRunBehindWhatTheEnvironmentSays) {
 }
 
 TEST_F(Rhas, EachToolThatFailsIsAnErrorButTheTestForAService) {
-    const auto seen = [] {
-        const Cluster cluster;
-        cluster.GetState();
-        cluster.GetNodes();
-        cluster.GetGroupNodes("web");
-        cluster.GetVirtualIP("web");
-        return cluster.GetGroups().Count();
-    };
-    EXPECT_EQ(seen(), 2);
-    const std::size_t calls = tools.Calls().size();
-    std::vector<unsigned> errors;
-    for (std::size_t number = 1; number <= calls; ++number) {
-        tools.ForgetCalls();
-        tools.FailAt(number);
-        try {
-            seen();
-            errors.push_back(0);
-        } catch (const ClusterException& e) {
-            errors.push_back(e.GetMessageList().GetMessage(0).GetId());
-        }
-    }
-    EXPECT_EQ(errors, (std::vector<unsigned>{218, 220, 224, 0, 224, 231, 231}));
+    EXPECT_EQ(AskAll(), 2);
+    EXPECT_EQ(ErrorsOfEachTool(tools, AskAll), (std::vector<unsigned>{218, 220, 224, 0, 224, 231, 231}));
 }
 
 }  // namespace

@@ -1,24 +1,10 @@
 // Policies and commands follow the applications that are configured.
-#include "Exceptions.h"
+#include "FollowedApplications.h"
 #include "LumPalDaemon.h"
-#include "MonitoredNode.h"
-#include "Raised.h"
-#include "TraceLines.h"
 
 namespace {
 
-using LumConf::ClusterException;
-using Applications = std::vector<TestApplication>;
-
-class MonitorApplications : public MonitoredNode {
-protected:
-    MonitorApplications() {
-        for (const char* id : {"a", "b"}) Install(id);
-    }
-    ~MonitorApplications() override { LumPalRuntime::SetStopping(false); }
-    /// One application with one instance of web, which lists the policy a.
-    TestApplication Shop() const { return {"shop", {{"one", "web"}}, {"a"}, {Note("start")}, {Note("stop")}}; }
-};
+class MonitorApplications : public FollowedApplications {};
 
 TEST_F(MonitorApplications, AGroupThatComesHereRunsItsStartCommandsOnceAndEnablesItsPolicies) {
     Write({Shop()});
@@ -79,79 +65,6 @@ TEST_F(MonitorApplications, OperatorsAreToldOfEachComingAndGoing) {
                       "The instance 'one' of the application 'shop' has left this node: its 1 stop "
                       "command(s) are run."),
               1);
-}
-
-TEST_F(MonitorApplications, OnlyTheFirstPlaceOfTheNameIsFilledInEachCommand) {
-    TestApplication shop = Shop();
-    shop.starts = {"/bin/sh -c \"echo $instanceName $instanceName x$instanceName &gt;&gt; " + NotesPath() + "; echo\"",
-                   "/bin/sh -c \"echo none &gt;&gt; " + NotesPath() + "; echo\"", Note("last")};
-    Write({shop});
-    Begin();
-    Move("web", "north");
-    Step();
-    EXPECT_EQ(Notes(), "one x\nnone\nlast one\n") << "the shell that the test runs knows no such variable";
-}
-
-TEST_F(MonitorApplications, NoShellIsInvolvedUnlessACommandIsOne) {
-    TestApplication shop = Shop();
-    shop.instances = {{"one;touch " + NotesPath() + ";$(touch " + NotesPath() + ")", "web"}};
-    shop.starts = {"/bin/echo $instanceName &gt; " + NotesPath()};
-    Write({shop});
-    Begin();
-    Move("web", "north");
-    Step();
-    EXPECT_FALSE(std::filesystem::exists(NotesPath()));
-    EXPECT_FALSE(log.Holds("has failed"));
-}
-
-TEST_F(MonitorApplications, ACommandThatFailsIsToldAndStopsNeitherTheNextOneNorThePolicies) {
-    TestApplication shop = Shop();
-    shop.starts = {"/bin/sh -c \"exit 3\"",
-                   "/no/such/program $instanceName",
-                   "/bin/echo \"open quote",
-                   "",
-                   "/bin/true",
-                   Note("last")};
-    Write({shop});
-    Begin();
-    Move("web", "north");
-    Step();
-    EXPECT_EQ(Notes(), "last one\n");
-    EXPECT_EQ(StatusOf("a"), "enabled");
-    EXPECT_EQ(CountOf(log.Text(), "A command of an application has failed"), 4) << log.Text();
-    EXPECT_TRUE(log.Holds("A command of an application has failed: /no/such/program one"));
-    EXPECT_TRUE(log.Holds("Execute command failed. Child returned '3'."));
-}
-
-TEST_F(MonitorApplications, ACommandTakesAsLongAsItLikesUnlessItsOwnKeyLimitsIt) {
-    TestApplication shop = Shop();
-    shop.starts = {"/bin/sh -c \"sleep 1.2; echo slow &gt;&gt; " + NotesPath() + "\""};
-    shop.stops = {"/bin/sh -c \"sleep 1000\"", Note("after")};
-    Write({shop});
-    Begin();
-    Configure("conf.cluster", "TOOL_TIMEOUT", "1");
-    Move("web", "north");
-    Step();
-    EXPECT_EQ(Notes(), "slow\n") << "the limit of tools is not one of commands";
-    Configure("conf.cluster", "COMMAND_TIMEOUT", "1");
-    Move("web", "");
-    Step();
-    EXPECT_EQ(Notes(), "after one\n");
-    EXPECT_TRUE(log.Holds("The command took longer than '1' seconds, the limit COMMAND_TIMEOUT: /bin/sh -c"))
-        << log.Text();
-}
-
-TEST_F(MonitorApplications, WhatACommandLeavesRunningStays) {
-    TestApplication shop = Shop();
-    shop.starts = {"/bin/sh -c \"sleep 1000 &amp; echo $! &gt;&gt; " + NotesPath() + "\""};
-    Write({shop});
-    Begin();
-    Move("web", "north");
-    Step();
-    Step();
-    const pid_t service = std::stoi(Notes());
-    EXPECT_EQ(kill(service, 0), 0);
-    kill(service, SIGKILL);
 }
 
 TEST_F(MonitorApplications, TheSameNameInTwoGroupsIsToldApartByTheGroup) {
@@ -250,102 +163,6 @@ TEST_F(MonitorApplications, EveryPolicyOfTheNameIsMeantOfWhateverType) {
     EXPECT_EQ(StatusOf("twin"), "enabled") << "a type may be named";
 }
 
-TEST_F(MonitorApplications, WithoutAnyPolicyTheCommandsRunAllTheSame) {
-    for (const char* id : {"a", "b"}) node.Remove(LumConf::Selection().SetPolicyId(id));
-    Write({Shop()});
-    Begin();
-    Move("web", "north");
-    Step();
-    EXPECT_EQ(Notes(), "start one\n");
-    EXPECT_TRUE(running);
-}
-
-TEST_F(MonitorApplications, ApplicationsThatCannotBeReadToTheEndCountAsFarAsTheyWereRead) {
-    TestApplication store{"store", {{"main", "web"}}, {"b"}, {}, {Note("close")}};
-    Write({Shop(), store});
-    Move("web", "north");
-    Begin();
-    Step();
-    store.instances = {{"main", "no such group"}};
-    Write({Shop(), store});
-    Move("web", "");
-    Step();
-    EXPECT_EQ(Notes(), "stop one\n");
-    EXPECT_EQ(StatusOf("a"), "disabled");
-    EXPECT_EQ(StatusOf("b"), "enabled") << "it was not read";
-    store.instances = {{"main", "web"}};
-    Write({Shop(), store});
-    Step();
-    EXPECT_EQ(Notes(), "") << "the look of before did not have it, so it was away";
-    EXPECT_EQ(StatusOf("b"), "disabled");
-    std::filesystem::remove(config.ListPath());
-    Step();
-    EXPECT_TRUE(running);
-    EXPECT_EQ(log.Text().find("ERROR"), std::string::npos) << log.Text();
-}
-
-TEST_F(MonitorApplications, WhatCannotBeReadIsToldOnceWithItsCauseAndTakenForNewWhenItIsReadAgain) {
-    Write({Shop()});
-    Move("web", "north");
-    Begin();
-    Step();
-    EXPECT_EQ(log.Text(), "");
-    config.List("<Wrong/>");
-    for (int i = 0; i < 3; ++i) Step();
-    EXPECT_EQ(CountOf(log.Text(), "WARNING The applications of the cluster are not read to their end."), 1)
-        << log.Text();
-    EXPECT_TRUE(log.Holds("Unknown tag 'Wrong'"));
-    EXPECT_EQ(StatusOf("a"), "enabled");
-    Write({{"shop", {{"one", "no such group"}}, {"a"}}});
-    Step();
-    EXPECT_EQ(CountOf(log.Text(), "are not read to their end."), 2) << "another cause is told too";
-    EXPECT_TRUE(log.Holds("Resource group 'no such group' does not exist in the cluster."));
-    EXPECT_EQ(watcher.looks, "whole whole partial partial partial partial ");
-    Write({Shop()});
-    Step();
-    EXPECT_EQ(CountOf(log.Text(), "INFO The applications of the cluster are read to their end again."), 1);
-    EXPECT_EQ(Notes(), "start one\n");
-    EXPECT_FALSE(log.Holds("has come to this node")) << "nobody knows that";
-    EXPECT_EQ(
-        CountOf(log.Text(),
-                "The instance 'one' of the application 'shop' is online on this node. It could not be read before, "
-                "and is taken for new: its 1 start command(s) are run."),
-        1);
-    Step();
-    EXPECT_EQ(Notes(), "");
-}
-
-TEST_F(MonitorApplications, ANodeWithoutAListOfApplicationsSaysNothingOfIt) {
-    std::filesystem::remove(config.ListPath());
-    Begin();
-    Step();
-    EXPECT_EQ(log.Text(), "");
-    EXPECT_EQ(watcher.looks, "whole whole ");
-}
-
-TEST_F(MonitorApplications, GroupsThatCannotBeReadAtTheStartAreToldAndNoLook) {
-    Write({Shop()});
-    Move("web", "north");
-    const char* const groups = "hagrp -display -attribute SystemList";
-    cluster.tools.Answer(groups, "", 1);
-    Begin();
-    EXPECT_EQ(watcher.looks, "partial ");
-    EXPECT_EQ(CountOf(log.Text(), "are not read to their end."), 1);
-}
-
-TEST_F(MonitorApplications, CommandsAreToldBeforeAndBehindThemWhateverFailsThen) {
-    TestApplication shop = Shop();
-    shop.policies = {"a=b"};
-    TestApplication quiet{"quiet", {{"two", "db"}}, {}};
-    Write({quiet, shop});
-    Begin();
-    Move("web", "north");
-    Move("db", "north");
-    EXPECT_RAISES(Step(), ClusterException, 270);
-    EXPECT_EQ(watcher.commands, "end two+ begin one+ end one+ ");
-    EXPECT_EQ(watcher.looks, "whole ") << "the look was not followed to its end";
-}
-
 TEST_F(MonitorApplications, InstancesAreLookedUpInAnyCaseUnlessTheirNameStandsTwice) {
     Write({Shop()});
     Move("web", "north");
@@ -355,31 +172,6 @@ TEST_F(MonitorApplications, InstancesAreLookedUpInAnyCaseUnlessTheirNameStandsTw
     Write({shop});
     Step();
     EXPECT_EQ(Notes(), "");
-}
-
-TEST_F(MonitorApplications, ANameThatNoPolicyCanHaveIsWarnedOfAndEndsTheMonitorInTheFirstCycle) {
-    for (const char* name : {"", "a=b"}) {
-        TestApplication shop = Shop();
-        shop.policies = {"a", name, "b"};
-        Write({shop});
-        Install("b");
-        Begin();
-        EXPECT_RAISES(Step(), ClusterException, 270);
-        EXPECT_FALSE(running);
-        EXPECT_EQ(StatusOf("a"), "disabled");
-        EXPECT_EQ(StatusOf("b"), "enabled");
-        EXPECT_TRUE(log.Holds("The application 'shop' lists a policy by the name '" + std::string(name) +
-                              "', which no policy can have"));
-    }
-    TestApplication shop = Shop();
-    shop.instances = {};
-    shop.policies = {"c=d"};
-    Write({shop});
-    Begin();
-    Step();
-    Step();
-    EXPECT_TRUE(running) << "without instances nobody looks at it";
-    EXPECT_EQ(CountOf(log.Text(), "'c=d'"), 1) << "but it is warned of, once";
 }
 
 TEST_F(MonitorApplications, APolicyOfTwoApplicationsOfWhichOneIsOnlineIsSwitchedOffAndOnInEveryCycle) {
