@@ -3,6 +3,7 @@
 
 #include "HttpClient.h"
 #include "LocalSecret.h"
+#include "LumPalKeys.h"
 #include "LumVoxRpc.h"
 #include "MessengerImpl.h"
 
@@ -54,7 +55,7 @@ HttpTarget TargetOf(const LumPalNet::URI_t& uri, const String_t& targetId, unsig
 
 /// The plain road leads to the node itself: its id is known without asking.
 void CheckOwnId(const HttpTarget& target, const String_t& targetId) {
-    const String_t own = ConfigNamespace_t("sec.core").Open().GetValue("CORE_ID");
+    const String_t own = ConfigNamespace_t(LumPalKeys::NsSecCore).Open().GetValue(LumPalKeys::CoreIdKey);
     if (targetId.IsEmpty() || own.IsEmpty() || own == targetId) return;
     throw LumPalNet::ConnectException_t(
         LumPalMsg::CreateError_t("Cannot connect to host '%1' port %2: the node there is not '%3' but '%4'.")
