@@ -116,7 +116,7 @@ public:
     /// @throws LumPalMsg::IllegalStateError_t CategoryOperationNotPossible for another action; PolicyNotFoundError
     ///         CategoryNoPolicyFiles
     void ModifyCategory(const LumPalStr::String_t& originator, const LumPalStr::String_t& categories,
-                        const Selection& selection, const PolicyForwarder::Options& options, int action);
+                        const Selection& selection, const PolicyForwarder::Options& options, Action action);
     /// @throws PolicyNotFoundError CategoryNoPolicyFiles, CategoryNone
     void RemoveAllCategories(const LumPalStr::String_t& originator, const Selection& selection,
                              const PolicyForwarder::Options& options);
@@ -126,7 +126,7 @@ public:
     ///         AttributeNoPolicyFiles, AttributeModifyNoPolicyFiles; LumPalMsg::IllegalArgumentError_t AttributeEmpty,
     ///         AttributeWithBadText for a bad name or value
     void ModifyAttributes(const LumPalStr::String_t& originator, LumPalStr::String_t attribute,
-                          const Selection& selection, const PolicyForwarder::Options& options, int action);
+                          const Selection& selection, const PolicyForwarder::Options& options, Action action);
     /// @throws PolicyNotFoundError AttributeRemoveAllNoPolicyFiles
     void RemoveAllAttributes(const LumPalStr::String_t& originator, const Selection& selection,
                              const PolicyForwarder::Options& options);

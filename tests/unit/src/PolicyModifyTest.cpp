@@ -303,8 +303,8 @@ TEST_F(PolicyModifyTest, FromTheFirstPolicyWhoseCategoriesChangeOnAllAreRewritte
 TEST_F(PolicyModifyTest, OtherCategoryActionsAreAnErrorOfTheCaller) {
     Install({"a"});
     for (int action : {0, 1, 2, 5, 6, -1}) {
-        EXPECT_RAISES(node->ModifyCategory("tester", "c", Selection(), quiet, action), LumPalMsg::IllegalStateError_t,
-                      121);
+        EXPECT_RAISES(node->ModifyCategory("tester", "c", Selection(), quiet, PolicyOperation::Action(action)),
+                      LumPalMsg::IllegalStateError_t, 121);
     }
     EXPECT_EQ(node.Audited("Failure Audit: MODIFY: Policy category could not be modified. Calling system: 'tester'"),
               6);
@@ -467,7 +467,7 @@ TEST_F(PolicyModifyTest, ABadAttributeIsRefusedAndAuditedAsAFailure) {
 TEST_F(PolicyModifyTest, OtherAttributeActionsAreAnErrorOfTheCallerWithoutAnAuditLine) {
     Install({"a"});
     for (int action : {0, 1, 2, 3, 4, 7, -1}) {
-        EXPECT_RAISES(node->ModifyAttributes("tester", "k=v", Selection(), quiet, action),
+        EXPECT_RAISES(node->ModifyAttributes("tester", "k=v", Selection(), quiet, PolicyOperation::Action(action)),
                       LumPalMsg::IllegalStateError_t, 124);
     }
     EXPECT_EQ(node.Audited("MODIFY"), 0);
