@@ -27,7 +27,8 @@ void TraceGuarded(Text text) noexcept {
 }  // namespace
 
 PolicyWorker& PolicyWorker::GetInstance() {
-    static PolicyWorker& instance = *new PolicyWorker(MakePolicySettings());
+    static PolicyWorker& instance =
+        *new PolicyWorker(MakePolicySettings());  // never destroyed: calls may outlive statics
     return instance;
 }
 

@@ -79,8 +79,7 @@ struct ConfigWatcher::Registration {
 ConfigWatcher::ConfigWatcher() : watch({LocalFile, PolicyFile}) {}
 
 ConfigWatcher& ConfigWatcher::Get() {
-    // Never destroyed: a handler may be taken away by the last destructors of the process.
-    static ConfigWatcher& watcher = *new ConfigWatcher;
+    static ConfigWatcher& watcher = *new ConfigWatcher;  // never destroyed: handlers may be taken away to the end
     return watcher;
 }
 

@@ -19,7 +19,7 @@ std::shared_ptr<HttpClient> ClientOf(const LumVoxMsg::Messenger& messenger) {
     const auto make = [] { return std::make_shared<HttpClient>(); };
     if (LumVoxMsg::Messenger::Impl* const impl = messenger.GetImpl())
         return std::static_pointer_cast<HttpClient>(impl->ClientState(make));
-    static const auto& shared = *new std::shared_ptr<HttpClient>(make());
+    static const auto& shared = *new std::shared_ptr<HttpClient>(make());  // never destroyed: calls may outlive statics
     return shared;
 }
 
