@@ -7,8 +7,8 @@
 #include "ClusterNodeImpl.h"
 #include "ClusterProducts.h"
 #include "ClusterResourceGroupImpl.h"
-#include "LimitedStream.h"
 #include "LumPalPlainFile.h"
+#include "LumPalWhole.h"
 #include "NodesByName.h"
 #include "Told.h"
 #include "Tried.h"
@@ -29,7 +29,6 @@ constexpr const char* kReleaseFile = "/etc/redhat-release";
 constexpr const char* kConfigurationFile = "/etc/cluster/cluster.conf";
 constexpr const char* kConfigurationTool = "redhat-config-cluster-cmd";
 constexpr std::size_t kMostOfRelease = std::size_t{1} << 20;
-constexpr std::size_t kBlock = 8192;
 
 struct Generation {
     std::int32_t lastRelease;
@@ -42,15 +41,6 @@ constexpr Generation kGenerations[]{{2, RhasGeneration::Below3, "/etc/cluster.co
                                     {5, RhasGeneration::Above3, kConfigurationFile}};
 
 constexpr StateWords<RGState>::Row kGroupWords[]{{"started", RGState::Online}};
-
-String_t ReadWhole(const File_t& file) {
-    LumPalIo::InputStream_t stream = LimitedStream::Over(LumPalIo::OpenPlainFile(file), kMostOfRelease);
-    LumPalArray::CharArray_t block(kBlock);
-    std::string text;
-    for (std::int64_t count = 0; (count = stream.Read(block)) > 0;)
-        text.append(block.GetData(), static_cast<std::size_t>(count));
-    return String_t::FromUtf8(text);
-}
 
 bool IsThere(const char* folder, const char* program) {
     return File_t(String_t(folder), program).Exists();
@@ -75,13 +65,15 @@ ClusterRhas::ClusterRhas(const ClusterProduct& product) : ClusterImpl(product.ty
 void ClusterRhas::ReadRelease() {
     const File_t file(kReleaseFile);
     if (!file.Exists()) Raise<LumPalIo::FileNotFoundException_t>(msg::RhasReleaseNotThere, kReleaseFile);
+    bool isWhole = false;
     try {
-        rhelVersion = RhasReleaseIn(ReadWhole(file), rhelVersion);
+        const auto release = LumPalIo::ReadWhole(LumPalIo::OpenPlainFile(file), kMostOfRelease);
+        isWhole = release.has_value();
+        if (isWhole) rhelVersion = RhasReleaseIn(String_t::FromUtf8(release->View()), rhelVersion);
     } catch (const Exception_t& e) {
         Raise<ClusterException>(msg::DataFileNotRead, kReleaseFile, e);
-    } catch (const TooMuch&) {
-        Raise<ClusterException>(msg::DataFileNotRead, kReleaseFile);
     }
+    if (!isWhole) Raise<ClusterException>(msg::DataFileNotRead, kReleaseFile);
 }
 
 void ClusterRhas::FillTools() {
