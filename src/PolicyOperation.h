@@ -7,6 +7,7 @@
 
 #include "AuditLog.h"
 #include "DocumentBatch.h"
+#include "Export.h"
 #include "LumPalArray.h"
 #include "LumPalIo.h"
 #include "LumPalPlainMutex.h"
@@ -35,7 +36,7 @@ struct MessageRow;
 /// Any thread may call any operation. Those that change or list hold one mutex from start to end, also over file work
 /// and over the call to the control service: with synchronous notification a slow consumer holds up all of them.
 /// IsPolicyInstalled and IsPolicyTypeNameInstalled do not take it and answer at any time.
-class PolicyOperation {
+class LUMCONF_API PolicyOperation {
 public:
     /// What the object leaves to others, who outlive it.
     struct Surroundings {
