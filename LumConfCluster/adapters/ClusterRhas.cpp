@@ -10,7 +10,7 @@
 #include "LumPalPlainFile.h"
 #include "LumPalWhole.h"
 #include "NodesByName.h"
-#include "Told.h"
+#include "Reported.h"
 #include "Tried.h"
 #include "XmlSearch.h"
 
@@ -112,7 +112,7 @@ std::vector<RhasMember> ClusterRhas::Members() const {
 }
 
 ClusterState ClusterRhas::GetState() {
-    return Told(msg::RhasStateNotRead, msg::RhasStateFailed, [&] {
+    return Reported(msg::RhasStateNotRead, msg::RhasStateFailed, [&] {
         const std::vector<RhasMember> members = Members();
         const bool isAnyUp =
             std::any_of(members.begin(), members.end(), [](const RhasMember& member) { return member.isUp; });
@@ -121,7 +121,7 @@ ClusterState ClusterRhas::GetState() {
 }
 
 ClusterNodes ClusterRhas::GetNodes() {
-    return Told(msg::ClusterNodesNotRead, msg::RhasNodesFailed, [&] {
+    return Reported(msg::ClusterNodesNotRead, msg::RhasNodesFailed, [&] {
         const ClusterNodes nodes;
         for (const auto& [node, isUp] : Members()) {
             const auto id = static_cast<std::uint16_t>(nodes.Count());
@@ -148,7 +148,7 @@ ClusterResourceGroup ClusterRhas::MakeGroup(const RhasService& service, std::uin
 }
 
 ClusterResourceGroups ClusterRhas::GetGroups() {
-    return Told(msg::ClusterGroupsNotRead, msg::RhasGroupsFailed, [&] {
+    return Reported(msg::ClusterGroupsNotRead, msg::RhasGroupsFailed, [&] {
         NodesByName nodes([this] { return GetNodes(); });
         const ClusterResourceGroups groups;
         for (const RhasService& service : Services()) {
