@@ -5,7 +5,6 @@
 
 #include "ConfBase.h"
 #include "Exceptions.h"
-#include "FollowGroups.h"
 #include "HostNames.h"
 #include "LumConfCluster/ClusterBase.h"
 #include "LumPalDaemon.h"
@@ -175,7 +174,7 @@ void MonitorCycle::Follow(const LocalName& local) {
     if (LumPalRuntime::IsStopping()) return;
     before = now;
     surroundings.watcher.Seen(before.applications, before.read);
-    FollowGroups(groups, local, *policies, warnings);
+    FollowGroups(groups, local, surroundings.list, *policies, warnings);
     policies->NotifyEnableDisable(names::NsConfCluster);
 }
 

@@ -179,6 +179,43 @@ TEST_F(MonitorCycles, FailuresAreLoggedOnlyWhereTheNodeIsMonitored) {
 }
 
 TEST_F(MonitorCycles, AConfigurationThatCannotBeReadEndsTheMonitorAndIsTold) {
+TEST_F(MonitorCycles, WhatALookHasSwitchedIsReportedAlsoWhenTheListOfPoliciesIsNotThere) {
+    const LumPalMsg::Message_t words = LumPalMsg::CreateError_t("words");
+    for (const bool anyInstalled : {false, true}) {
+        list = [&](LumConf::PolicyOperation&) -> LumConf::PolicyContainer {
+            if (anyInstalled) throw LumConf::PolicyNotFoundError(words);
+            throw LumConf::NoPoliciesInstalledError(words);
+        };
+        Move("web", "south");
+        Install("listed");
+        Begin();
+        Step();
+        ForgetQueue();
+        PolicyListener listener;
+        Move("web", "north");
+        Step();
+        EXPECT_EQ(listener.Heard(), std::vector<std::string>{"ENABLE_POLICY:files listed"}) << anyInstalled;
+        EXPECT_EQ(watcher.hindrance, "") << "the cycle goes on";
+    }
+    EXPECT_EQ(log.Text().find("words"), std::string::npos);
+}
+
+TEST_F(MonitorCycles, WhatALookHasSwitchedIsReportedAlsoWhenTheStoreIsEmptyBehindIt) {
+    Begin();
+    Step();
+    ForgetQueue();
+    PolicyListener listener;
+    seen = [this](const LumConfCluster::Applications&) {
+        std::filesystem::remove_all(node.InstallFolder() + "/files");
+        node->ReinitCache("tester");
+    };
+    Move("web", "north");
+    Step();
+    ASSERT_FALSE(node->IsPolicyInstalled());
+    EXPECT_EQ(listener.Heard(), std::vector<std::string>{"ENABLE_POLICY:files listed"});
+    EXPECT_EQ(watcher.hindrance, "");
+}
+
     Begin();
     WriteText(node.Root().Native() + "/etc/pal/config/local_settings.ini", "neither\n");
     EXPECT_RAISES(Step(), ClusterException, 270);
