@@ -136,6 +136,8 @@ protected:
     std::function<void(std::uint32_t)> sleep = [](std::uint32_t) { ADD_FAILURE() << "it sleeps"; };
     std::function<void(const LumConfCluster::Applications&)> seen = [](const LumConfCluster::Applications&) {};
 
+    std::function<void()> commandsBegin = [] {};
+
     /// Hands on what it is told, and notes it: "begin one+" when the start commands of one begin.
     struct Watcher final : LumConfCluster::MonitorWatcher {
         explicit Watcher(MonitoredNode& node) : node(node) {}
@@ -145,6 +147,7 @@ protected:
         }
         void CommandsBegin(const LumConfCluster::Application&, const LumConfCluster::Instance& instance) override {
             Note("begin ", instance);
+            node.commandsBegin();
         }
         void CommandsEnd(const LumConfCluster::Application&, const LumConfCluster::Instance& instance) override {
             Note("end ", instance);

@@ -107,6 +107,22 @@ TEST_F(MonitorCycles, AFailureBeforeTheLookWasFollowedLeavesTheFormerOneInPlace)
     EXPECT_EQ(Statuses(), "enabled enabled");
 }
 
+TEST_F(MonitorCycles, AFailureOfPolicyWorkBeforeTheLookWasFollowedLeavesTheFormerOneInPlace) {
+    Begin();
+    Step();
+    commandsBegin = [] { throw ConfException(LumPalMsg::CreateError_t("policy work failed")); };
+    Move("web", "north");
+    Step();
+    EXPECT_TRUE(running);
+    EXPECT_EQ(CountOf(log.Text(), "ERROR Config exception in monitor thread."), 1);
+    EXPECT_TRUE(log.Holds("policy work failed"));
+    EXPECT_EQ(Notes() + Statuses(), "disabled disabled") << "no status is changed in such a cycle";
+    commandsBegin = [] {};
+    Step();
+    EXPECT_EQ(Notes(), "start one\n") << "it is held against the last look that was followed";
+    EXPECT_EQ(Statuses(), "enabled enabled");
+}
+
 TEST_F(MonitorCycles, AFailureOfTheClusterBehindTheCommandsDoesNotLetThemRunAgain) {
     Begin();
     Step();
@@ -163,22 +179,6 @@ TEST_F(MonitorCycles, WithoutAnyPolicyItGoesOnAndSaysNothing) {
     EXPECT_EQ(log.Text(), "");
 }
 
-TEST_F(MonitorCycles, FailuresAreLoggedOnlyWhereTheNodeIsMonitored) {
-    Begin();
-    seen = [](const LumConfCluster::Applications&) {
-        // Somebody switches it off in the middle of a cycle.
-        Configure("conf.cluster", "MONITOR_MODE", "false");
-        throw ClusterException(LumPalMsg::CreateError_t("words"));
-    };
-    Step();
-    EXPECT_EQ(log.Text(), "");
-    Configure("conf.cluster", "MONITOR_MODE", "true");
-    Step();
-    EXPECT_EQ(log.Text(), "");
-    EXPECT_TRUE(running);
-}
-
-TEST_F(MonitorCycles, AConfigurationThatCannotBeReadEndsTheMonitorAndIsTold) {
 TEST_F(MonitorCycles, WhatALookHasSwitchedIsReportedAlsoWhenTheListOfPoliciesIsNotThere) {
     const LumPalMsg::Message_t words = LumPalMsg::CreateError_t("words");
     for (const bool anyInstalled : {false, true}) {
@@ -216,6 +216,22 @@ TEST_F(MonitorCycles, WhatALookHasSwitchedIsReportedAlsoWhenTheStoreIsEmptyBehin
     EXPECT_EQ(watcher.hindrance, "");
 }
 
+TEST_F(MonitorCycles, FailuresAreLoggedOnlyWhereTheNodeIsMonitored) {
+    Begin();
+    seen = [](const LumConfCluster::Applications&) {
+        // Somebody switches it off in the middle of a cycle.
+        Configure("conf.cluster", "MONITOR_MODE", "false");
+        throw ClusterException(LumPalMsg::CreateError_t("words"));
+    };
+    Step();
+    EXPECT_EQ(log.Text(), "");
+    Configure("conf.cluster", "MONITOR_MODE", "true");
+    Step();
+    EXPECT_EQ(log.Text(), "");
+    EXPECT_TRUE(running);
+}
+
+TEST_F(MonitorCycles, AConfigurationThatCannotBeReadEndsTheMonitorAndIsTold) {
     Begin();
     WriteText(node.Root().Native() + "/etc/pal/config/local_settings.ini", "neither\n");
     EXPECT_RAISES(Step(), ClusterException, 270);
