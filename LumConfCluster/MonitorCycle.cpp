@@ -66,7 +66,10 @@ void MonitorCycle::Load(LastLook& look, const Cluster& cluster, const ClusterRes
         look.applications.LoadConfig(cluster, groups);
     } catch (const Exception_t& e) {
         LUMCONF_TRACE(trace::Cluster, e.GetMessageList());
-        if (!IsWithoutApplications(e)) look.read = MonitorWatcher::Look::Partial, failure = e.GetMessageList();
+        if (!IsWithoutApplications(e)) {
+            look.read = MonitorWatcher::Look::Partial;
+            failure = e.GetMessageList();
+        }
     }
     TellLoaded(failure);
 }
