@@ -11,9 +11,15 @@ from node import BUILD, PATIENCE_S, ROOT, TOOLS, Result
 DONE, FAILED, USAGE, VERSION = range(4)
 STRANGER = 54321
 
-ALL = """\
+
+def listing(title, elsewhere, has_addresses=True):
+    """What -all prints of the three systems.
+
+    elsewhere: the local state of a group that this node does not have."""
+    database_address, web_address = ("192.0.2.10", "192.0.2.20") if has_addresses else ("None  ", "None  ")
+    return f"""\
 #Cluster
-type         VERITAS Cluster Server (VCS)
+type         {title}
 name         harbour
 status       Up
 nodes        alpha beta gamma
@@ -31,21 +37,24 @@ id           2
 state        Online
 nodes        alpha beta gamma
 local state  Online
-virtual IP   192.0.2.10
+virtual IP   {database_address}
 active node  alpha
 #Group web
 state        Online
 nodes        beta alpha
 local state  Offline
-virtual IP   192.0.2.20
+virtual IP   {web_address}
 active node  beta
 #Group reports
 state        Offline
 nodes        gamma beta
-local state  Unknown
+local state  {elsewhere}
 virtual IP   None  
 active node  
 """
+
+
+ALL = listing("VERITAS Cluster Server (VCS)", "Unknown")
 
 USAGE_TEXT = """\
 
