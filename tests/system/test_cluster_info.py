@@ -80,6 +80,17 @@ class OnACluster(unittest.TestCase):
     def info(self, cluster, line, **keywords):
         return cluster.info(*line.split(), **keywords)
 
+    def info_as_stranger(self, cluster, line, **environment):
+        programs = cluster.folder / "programs"
+        programs.mkdir()
+        # A copy, since the folder of the build need not be open to everybody.
+        for file in (TOOLS / "lumclusterinfo", *BUILD.glob("*/lib*.so*")):
+            shutil.copy(file, programs)
+        for path in (programs, *programs.iterdir()):
+            path.chmod(0o755)
+        return self.info(cluster, line, program=programs / "lumclusterinfo", user=STRANGER,
+                         environment=cluster.environment(LD_LIBRARY_PATH=str(programs), **environment))
+
     def assert_prints(self, cluster, line, text):
         result = self.info(cluster, line)
         self.assertEqual((result.code, result.out, result.err), (DONE, text, ""), line)
@@ -309,16 +320,7 @@ class Surroundings(OnACluster):
 class Privileges(OnACluster):
     def test_another_user_sees_the_same_by_tools_that_run_as_that_user(self):
         cluster = self.cluster()
-        programs = cluster.folder / "programs"
-        programs.mkdir()
-        # A copy, since the folder of the build need not be open to everybody.
-        for file in (TOOLS / "lumclusterinfo", *BUILD.glob("*/lib*.so*")):
-            shutil.copy(file, programs)
-        programs.chmod(0o755)
-        environment = cluster.environment(LD_LIBRARY_PATH=str(programs))
-        for path in programs.iterdir():
-            path.chmod(0o755)
-        result = self.info(cluster, "-all", program=programs / "lumclusterinfo", user=STRANGER, environment=environment)
+        result = self.info_as_stranger(cluster, "-all")
         self.assertEqual((result.code, result.out, result.err), (DONE, ALL, ""))
         self.assertEqual({record["user"] for record in cluster.records()}, {STRANGER})
 
