@@ -33,6 +33,14 @@ RGState ClusterResourceGroup::GetLocalState() const {
     return GetImpl()->localState;
 }
 
+String_t ClusterResourceGroup::GetDetail() const {
+    return GetImpl()->detail;
+}
+
+bool ClusterResourceGroup::IsEverywhere() const {
+    return GetImpl()->isEverywhere;
+}
+
 String_t ClusterResourceGroup::GetVirtualIP() const {
     return GetImpl()->GetVirtualIP();
 }

@@ -6,6 +6,7 @@
 #include "LumPalDaemon.h"
 #include "LumPalIo.h"
 #include "LumPalRuntime.h"
+#include "common/Arguments.h"
 #include "common/ClusterProduct.h"
 #include "lumcluster/Look.h"
 
@@ -26,14 +27,22 @@ std::string MessagesOf(const lumtools::Outcome& outcome) {
 }
 
 bool IsProduct(const std::string& name) {
-    for (int i = 0; i < static_cast<int>(ClusterType::Unknown); ++i) {
-        if (name == DisplayText(static_cast<ClusterType>(i))) return true;
-    }
-    return false;
+    return LumConfCluster::NamedType(lumtools::Text(name)) != ClusterType::Unknown;
 }
 
 std::string Counted(std::size_t count, const char* what) {
     return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
+void CheckConfiguration(const lumtools::UnconfiguredProduct& product, Findings& findings) {
+    const std::string daemon = DaemonFile(product.type), file = ConfigurationFile(product.type);
+    const std::string there = std::string("'") + DisplayText(product.type) + "': '" + daemon + "' is there, but ";
+    if (!product.isHidden) {
+        return findings.push_back({State::Failed, "product", there + "'" + file + "' is not: no node of a cluster",
+                                   "set the cluster up, and restart lumconfd"});
+    }
+    findings.push_back({State::Failed, "product", there + "this user may not see whether '" + file + "' is",
+                        "put the daemon's user into the group that may read it, and restart lumconfd"});
 }
 
 }  // namespace
@@ -84,6 +93,9 @@ void CheckDaemon(const Subject& subject, Findings& findings) {
 void CheckProduct(const Subject& subject, Findings& findings) {
     const ClusterType found = lumtools::FindClusterProduct().value_or(ClusterType::Unknown);
     const std::string name = DisplayText(found), wanted = subject.keys.type;
+    if (const auto half = lumtools::FindUnconfiguredProduct(); half && found == ClusterType::Unknown) {
+        return CheckConfiguration(*half, findings);
+    }
     if (found == ClusterType::Unknown) {
         return findings.push_back({State::Failed, "product", "no product's daemon file is there",
                                    "a node without a cluster needs nothing; else install the product"});

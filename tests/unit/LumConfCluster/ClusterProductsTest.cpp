@@ -29,6 +29,7 @@ constexpr Row kRows[]{
     {"Red Hat Advanced Server (RHAS)", "/sbin/clusvcmgrd", ".RGState.RHAS"},
     {"Microsoft Cluster Server (MSCS)", "", ".RGState.MSCS"},
     {"Unknown", "", ""},
+    {"Pacemaker (PCMK)", "/usr/sbin/pacemakerd", ".RGState.PCMK"},
 };
 
 TEST(ClusterProducts, HaveTheirNamesFilesAndSuffixes) {
