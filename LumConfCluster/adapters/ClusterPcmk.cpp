@@ -68,7 +68,11 @@ ClusterPcmk::ClusterPcmk(const ClusterProduct& product) : ClusterImpl(product.ty
 
 PcmkSight ClusterPcmk::See() const {
     const ToolLine line = Tool(Monitor).Words("-1 --output-as=xml");
-    return PcmkSightOf(line.Text(), PcmkTree(line.Text(), line.GetOutColl()));
+    PcmkSight sight = PcmkSightOf(line.Text(), PcmkTree(line.Text(), line.GetOutColl()));
+    if (sight.loose.empty()) return sight;
+    const XmlDataTree tree = ReadCib();
+    PcmkCib(tree).PutTogether(sight);
+    return sight;
 }
 
 XmlDataTree ClusterPcmk::ReadCib() const {

@@ -125,6 +125,34 @@ std::set<String_t> PcmkCib::IdsOf(const PcmkResource& resource) const {
     return ids;
 }
 
+/// The member itself where it is in no group.
+String_t PcmkCib::GroupOf(const String_t& member) const {
+    const XmlDataNode* const resources = Section("resources");
+    String_t name = member;
+    if (!resources) return name;
+    PcmkForEach(*resources, "group", [&](const XmlDataNode& group) {
+        PcmkForEach(group, "primitive", [&](const XmlDataNode& primitive) {
+            if (AttributeOf(primitive, "id") == member) name = AttributeOf(group, "id");
+        });
+    });
+    return name;
+}
+
+void PcmkCib::PutTogether(PcmkSight& sight) const {
+    std::map<String_t, std::size_t> places;
+    for (std::size_t i = 0; i < sight.resources.size(); ++i) places.emplace(sight.resources[i].name, i);
+    for (const PcmkMember& member : sight.loose) {
+        const String_t name = GroupOf(member.id);
+        const auto [place, isNew] = places.try_emplace(name, sight.resources.size());
+        if (isNew) sight.resources.push_back({name, false, false, false, {{}}, {}});
+        PcmkResource& resource = sight.resources[place->second];
+        if (resource.copies.empty()) resource.copies.emplace_back();
+        resource.copies.front().push_back(member);
+        resource.inner.push_back(member.id);
+    }
+    sight.loose.clear();
+}
+
 bool PcmkCib::Means(const String_t& idOrTag, const std::set<String_t>& ids) const {
     if (ids.contains(idOrTag)) return true;
     const auto tag = byId.find(idOrTag);

@@ -21,6 +21,8 @@ public:
     /// The parameter "ip" of the first IPaddr2 or IPaddr in a resource that stands in no other one; its own, or its
     /// template's; of a bundle the first address of its range. Empty without one.
     LumPalStr::String_t AddressOf(const LumPalStr::String_t& resource) const;
+    /// Puts what was told of by its node alone into the group where it belongs, or beside the others.
+    void PutTogether(PcmkSight& sight) const;
     /// The part of the configuration with this name; null without it.
     const XmlDataNode* Section(const char* name) const;
     /// What the node refers to by its id-ref; the node itself where it refers to nothing.
@@ -33,6 +35,7 @@ public:
 
 private:
     void Index(const XmlDataNode& node);
+    LumPalStr::String_t GroupOf(const LumPalStr::String_t& member) const;
     const XmlDataNode* FindResource(const LumPalStr::String_t& id) const;
     const XmlDataNode* TemplateOf(const XmlDataNode& primitive) const;
     LumPalStr::String_t ParameterOf(const XmlDataNode& owner, const char* sets, const char* name) const;

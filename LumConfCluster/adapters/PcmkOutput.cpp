@@ -51,21 +51,22 @@ struct RoleWord {
     const char* word;
     PcmkRole role;
 };
-constexpr RoleWord kRoles[]{{"Started", PcmkRole::Started},
-                            {"Promoted", PcmkRole::Promoted},
-                            {"Master", PcmkRole::Promoted},
-                            {"Unpromoted", PcmkRole::Unpromoted},
-                            {"Slave", PcmkRole::Unpromoted}};
+// A member that starts does not run yet, and one that stops does not serve any more. One that migrates serves.
+constexpr RoleWord kRoles[]{{"Started", PcmkRole::Started},      {"Promoted", PcmkRole::Promoted},
+                            {"Master", PcmkRole::Promoted},      {"Unpromoted", PcmkRole::Unpromoted},
+                            {"Slave", PcmkRole::Unpromoted},     {"Migrating", PcmkRole::Started},
+                            {"Promoting", PcmkRole::Unpromoted}, {"Demoting", PcmkRole::Unpromoted}};
+constexpr const char* kChanges[]{"Starting", "Stopping", "Promoting", "Demoting"};
 
-/// What is under way decides: a member that starts does not run yet, and one that stops does not serve any more.
+/// What is under way is told as the role, or apart from it.
 PcmkRole RoleOf(const XmlDataNode& node) {
-    const String_t pending = AttributeOf(node, "pending"), word = AttributeOf(node, "role");
-    if (pending == "Starting" || pending == "Stopping") return PcmkRole::Stopped;
+    const String_t pending = AttributeOf(node, "pending");
+    const bool isChanging =
+        std::any_of(std::begin(kChanges), std::end(kChanges), [&](const char* change) { return pending == change; });
+    const String_t word = isChanging ? pending : AttributeOf(node, "role");
     const auto* const found =
         std::find_if(std::begin(kRoles), std::end(kRoles), [&](const RoleWord& row) { return word == row.word; });
-    if (found == std::end(kRoles)) return PcmkRole::Stopped;
-    const bool changes = pending == "Promoting" || pending == "Demoting";
-    return changes ? PcmkRole::Unpromoted : found->role;
+    return found == std::end(kRoles) ? PcmkRole::Stopped : found->role;
 }
 
 PcmkMember MemberOf(const XmlDataNode& node) {
@@ -179,9 +180,10 @@ PcmkNode NodeOf(const XmlDataNode& node) {
     told.name = AttributeOf(node, "name");
     told.id = NumberIn(AttributeOf(node, "id"), ClusterNodeImpl::kUnknownId);
     told.isOnline = Is(node, "online");
-    told.isStandby = Is(node, "standby") || Is(node, "standby_onfail");
-    told.isMaintained = Is(node, "maintenance");
     told.isPending = Is(node, "pending");
+    // One that still joins is told to be in standby too.
+    told.isStandby = !told.isPending && (Is(node, "standby") || Is(node, "standby_onfail"));
+    told.isMaintained = Is(node, "maintenance");
     told.isUnclean = Is(node, "unclean");
     told.isRemote = AttributeOf(node, "type") == "remote";
     return told;
@@ -195,6 +197,17 @@ void MarkContainers(PcmkSight& sight) {
         }
     }
     for (PcmkNode& node : sight.nodes) node.isInContainer = names.contains(node.name);
+}
+
+/// With some options crm_mon tells what runs on a node there.
+void TakeLoose(const XmlDataNode& root, PcmkSight& sight) {
+    std::set<String_t> known;
+    for (const PcmkResource& resource : sight.resources) known.insert(resource.inner.begin(), resource.inner.end());
+    ForEach(root, "nodes", "node", [&](const XmlDataNode& node) {
+        ForEach(node, "resource", [&](const XmlDataNode& told) {
+            if (known.insert(AttributeOf(told, "id")).second) sight.loose.push_back(MemberOf(told));
+        });
+    });
 }
 
 String_t ErrorsIn(const XmlDataNode& status) {
@@ -267,6 +280,7 @@ PcmkSight PcmkSightOf(const String_t& tool, const XmlDataTree& tree) {
     });
     sight.resources = std::move(resources.list);
     MarkContainers(sight);
+    TakeLoose(root, sight);
     ForEach(root, "bans", "ban", [&](const XmlDataNode& ban) {
         if (AttributeOf(ban, "weight") != kMinusInfinity) return;
         const bool isOfPromotedOnly = Is(ban, "promoted-only") || Is(ban, "master_only");

@@ -61,6 +61,8 @@ struct PcmkSight {
     std::vector<PcmkNode> nodes;
     std::vector<PcmkResource> resources;
     std::vector<PcmkBan> bans;
+    /// What is told of below its node alone. Where it belongs is not told: see PcmkCib::PutTogether.
+    std::vector<PcmkMember> loose;
 };
 
 /// The lines that a tool printed as a tree.

@@ -91,6 +91,9 @@ public:
         for (const PcmkNode& node : sight.nodes) {
             if (!node.isInContainer && IsLet(verdicts[node.name])) nodes.push_back(node.name);
         }
+        std::stable_sort(nodes.begin(), nodes.end(), [this](const String_t& one, const String_t& other) {
+            return verdicts[one].score > verdicts[other].score;
+        });
         return nodes;
     }
 

@@ -15,7 +15,7 @@ std::optional<UnconfiguredProduct> FindUnconfiguredProduct() {
     const ClusterType type = LumConfCluster::UnconfiguredType();
     if (type == ClusterType::Unknown) return std::nullopt;
     std::error_code error;
-    std::filesystem::status(LumConfCluster::ConfigurationFile(type), error);
+    if (std::filesystem::exists(LumConfCluster::ConfigurationFile(type), error)) return std::nullopt;
     return UnconfiguredProduct{type, error == std::errc::permission_denied};
 }
 

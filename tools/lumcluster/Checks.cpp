@@ -123,13 +123,21 @@ void CheckTools(const Subject& subject, Findings& findings) {
                             ""});
     }
     for (const NodeFacts& node : sight.nodes) {
-        if (node.id != kUnknownId) continue;
+        if (node.id != kUnknownId || !node.detail.empty()) continue;
         findings.push_back({State::Warning, "tools", "the id of the node '" + node.name + "' cannot be asked for",
                             "ask the product's tools for it as the daemon's user"});
     }
     for (const GroupFacts& group : sight.groups) {
+        if (group.isEverywhere) {
+            findings.push_back({State::Note, "tools",
+                                "the group '" + group.name +
+                                    "' runs as copies on several nodes: it has no active node, so that no policy can "
+                                    "follow it",
+                                "let policies that belong to it name no group"});
+        }
         if (group.state != kUnknown) continue;
-        findings.push_back({State::Warning, "tools", "the state of the group '" + group.name + "' is unknown",
+        const std::string why = group.detail.empty() ? "" : " (" + group.detail + ")";
+        findings.push_back({State::Warning, "tools", "the state of the group '" + group.name + "' is unknown" + why,
                             "as long as it is, what belongs to the group is off on every node"});
     }
 }

@@ -29,7 +29,9 @@ GroupFacts FactsOf(const ClusterResourceGroup& group) {
             DisplayText(group.GetState()),
             DisplayText(group.GetLocalState()),
             group.GetActiveNode().GetName().ToUtf8(),
-            std::nullopt};
+            std::nullopt,
+            group.GetDetail().ToUtf8(),
+            group.IsEverywhere()};
 }
 
 InstanceFacts FactsOf(const Instance& instance) {
@@ -88,7 +90,8 @@ private:
         for (int i = 0; i < nodes.Count(); ++i) {
             const std::string name = nodes[i].GetName().ToUtf8();
             const bool isLocal = Comparison::Of(sight.local, name, HasAddress).isSame;
-            sight.nodes.push_back({name, nodes[i].GetId(), DisplayText(nodes[i].GetState()), isLocal});
+            const std::string detail = nodes[i].GetDetail().ToUtf8();
+            sight.nodes.push_back({name, nodes[i].GetId(), DisplayText(nodes[i].GetState()), isLocal, detail});
         }
     }
     void TakeAddresses(const Cluster& cluster) {
