@@ -32,6 +32,21 @@ void IdsIn(const XmlDataNode& resource, std::set<String_t>& ids) {
     }
 }
 
+bool IsClone(const XmlDataNode& resource) {
+    return resource.GetName() == "clone" || resource.GetName() == "master";
+}
+
+/// Of what runs on two nodes at once both tell it.
+void Add(PcmkResource& resource, const PcmkMember& member) {
+    resource.isPromotable = resource.isPromotable || (resource.isCloned && member.role > PcmkRole::Started);
+    if (resource.isCloned || resource.copies.empty()) resource.copies.emplace_back();
+    PcmkCopy& copy = resource.copies.back();
+    const bool isThere =
+        std::any_of(copy.begin(), copy.end(), [&](const PcmkMember& known) { return known.id == member.id; });
+    if (!isThere) copy.push_back(member);
+    resource.inner.push_back(member.id);
+}
+
 }  // namespace
 
 PcmkCib::PcmkCib(const XmlDataTree& tree) {
@@ -125,30 +140,26 @@ std::set<String_t> PcmkCib::IdsOf(const PcmkResource& resource) const {
     return ids;
 }
 
-/// The member itself where it is in no group.
-String_t PcmkCib::GroupOf(const String_t& member) const {
+/// The resource that stands in no other one and holds the member; null where none does.
+const XmlDataNode* PcmkCib::OutermostOf(const String_t& member) const {
     const XmlDataNode* const resources = Section("resources");
-    String_t name = member;
-    if (!resources) return name;
-    PcmkForEach(*resources, "group", [&](const XmlDataNode& group) {
-        PcmkForEach(group, "primitive", [&](const XmlDataNode& primitive) {
-            if (AttributeOf(primitive, "id") == member) name = AttributeOf(group, "id");
-        });
-    });
-    return name;
+    for (int i = 0; resources && i < resources->ChildrenCount(); ++i) {
+        std::set<String_t> ids;
+        IdsIn((*resources)[i], ids);
+        if (ids.contains(member)) return &(*resources)[i];
+    }
+    return nullptr;
 }
 
 void PcmkCib::PutTogether(PcmkSight& sight) const {
     std::map<String_t, std::size_t> places;
     for (std::size_t i = 0; i < sight.resources.size(); ++i) places.emplace(sight.resources[i].name, i);
     for (const PcmkMember& member : sight.loose) {
-        const String_t name = GroupOf(member.id);
+        const XmlDataNode* const outermost = OutermostOf(member.id);
+        const String_t name = outermost ? AttributeOf(*outermost, "id") : member.id;
         const auto [place, isNew] = places.try_emplace(name, sight.resources.size());
-        if (isNew) sight.resources.push_back({name, false, false, false, {{}}, {}});
-        PcmkResource& resource = sight.resources[place->second];
-        if (resource.copies.empty()) resource.copies.emplace_back();
-        resource.copies.front().push_back(member);
-        resource.inner.push_back(member.id);
+        if (isNew) sight.resources.push_back({name, outermost && IsClone(*outermost), false, false, {}, {}});
+        Add(sight.resources[place->second], member);
     }
     sight.loose.clear();
 }

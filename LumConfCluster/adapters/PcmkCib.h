@@ -35,7 +35,7 @@ public:
 
 private:
     void Index(const XmlDataNode& node);
-    LumPalStr::String_t GroupOf(const LumPalStr::String_t& member) const;
+    const XmlDataNode* OutermostOf(const LumPalStr::String_t& member) const;
     const XmlDataNode* FindResource(const LumPalStr::String_t& id) const;
     const XmlDataNode* TemplateOf(const XmlDataNode& primitive) const;
     LumPalStr::String_t ParameterOf(const XmlDataNode& owner, const char* sets, const char* name) const;

@@ -175,10 +175,17 @@ private:
     std::map<String_t, std::size_t> places;
 };
 
+/// Some have a text there, which may begin with a digit.
+std::uint16_t IdOf(const String_t& text) {
+    const std::u16string_view units = text.View();
+    const bool isNumber = std::all_of(units.begin(), units.end(), [](char16_t u) { return u >= u'0' && u <= u'9'; });
+    return isNumber ? NumberIn(text, ClusterNodeImpl::kUnknownId) : ClusterNodeImpl::kUnknownId;
+}
+
 PcmkNode NodeOf(const XmlDataNode& node) {
     PcmkNode told;
     told.name = AttributeOf(node, "name");
-    told.id = NumberIn(AttributeOf(node, "id"), ClusterNodeImpl::kUnknownId);
+    told.id = IdOf(AttributeOf(node, "id"));
     told.isOnline = Is(node, "online");
     told.isPending = Is(node, "pending");
     // One that still joins is told to be in standby too.
@@ -205,7 +212,7 @@ void TakeLoose(const XmlDataNode& root, PcmkSight& sight) {
     for (const PcmkResource& resource : sight.resources) known.insert(resource.inner.begin(), resource.inner.end());
     ForEach(root, "nodes", "node", [&](const XmlDataNode& node) {
         ForEach(node, "resource", [&](const XmlDataNode& told) {
-            if (known.insert(AttributeOf(told, "id")).second) sight.loose.push_back(MemberOf(told));
+            if (!known.contains(AttributeOf(told, "id"))) sight.loose.push_back(MemberOf(told));
         });
     });
 }

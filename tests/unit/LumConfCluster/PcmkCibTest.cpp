@@ -113,8 +113,8 @@ struct Placed {
 std::string NodesOf(const Placed& placed) {
     const std::string seen = std::string("<pacemaker-result><summary><cluster_options symmetric-cluster='") +
                              (placed.isOptIn ? "false" : "true") + "'/></summary><nodes>" +
-                             PcmkNode::Node("a", "1", "online='true'") + PcmkNode::Node("b", "2", "online='true'") +
-                             PcmkNode::Node("c", "3", "online='false'") + "</nodes><resources>" + "<group id='g'>" +
+                             ::PcmkNode::Node("a", "1", "online='true'") + ::PcmkNode::Node("b", "2", "online='true'") +
+                             ::PcmkNode::Node("c", "3", "online='false'") + "</nodes><resources>" + "<group id='g'>" +
                              PcmkResourceText("m", "Stopped") + "</group><clone id='p' multi_state='true'>" +
                              PcmkResourceText("q", "Stopped") + "</clone></resources>" + placed.rest +
                              "<status code='0'/></pacemaker-result>";

@@ -90,13 +90,14 @@ TEST(PcmkRecorded, ResourcesThatAreToldByNodeAreToldAllTheSame) {
     PcmkSight sight = SightOf("crm_mon-by-node.xml");
     const XmlDataTree tree =
         PcmkTree("cibadmin", {"<cib><configuration><resources><group id='exim-group'><primitive id='Public-IP'/>"
-                              "<primitive id='Email'/></group></resources></configuration></cib>"});
-    EXPECT_EQ(sight.loose.size(), 4u);
+                              "<primitive id='Email'/></group><clone id='ping-clone'><primitive "
+                              "id='ping'/></clone></resources></configuration></cib>"});
+    EXPECT_EQ(sight.loose.size(), 6u);
     PcmkCib(tree).PutTogether(sight);
     EXPECT_EQ(GroupsIn(sight),
               "inactive-clone Stopped, inactive-group Stopped, httpd-bundle Started, mysql-clone-group Started, "
-              "promotable-clone Promoted@cluster02, Fencing Started@cluster01, dummy Started@cluster02, "
-              "exim-group Started@cluster02");
+              "promotable-clone Promoted@cluster02, ping-clone Started, Fencing Started@cluster01, "
+              "dummy Started@cluster02, exim-group Started@cluster02");
 }
 
 TEST(PcmkRecorded, TheOldFormIsRefused) {
@@ -114,8 +115,8 @@ TEST(PcmkRecorded, ConfigurationsTellAddressesAndNodes) {
           Facts{"bug-lf-2153", "rg_iscsivg01", "10.9.9.180", "alice bob"},
           Facts{"bug-lf-2153", "cl_tgtd", "", "alice bob"},
           Facts{"failcount-block", "rsc_pcmk-4", "192.168.122.108", "pcmk-1 pcmk-4"},
-          Facts{"monitor-recovery", "svc-cse", "10.6.64.8", "CSE-1 CSE-2"},
-          Facts{"promoted-reattach", "apache", "192.168.200.89", "dktest1 dktest2"},
+          Facts{"monitor-recovery", "svc-cse", "172.18.19.31", "CSE-1 CSE-2"},
+          Facts{"promoted-reattach", "apache", "10.200.200.224", "dktest1 dktest2"},
           Facts{"stop-failure-no-quorum", "ClusterIP", "192.168.122.200", "pcmk-1 pcmk-2 pcmk-3 pcmk-4"}}) {
         const std::string file = row.name + std::string(".xml");
         const PcmkSight sight = SightOf("crm_mon-of-" + file);
