@@ -45,6 +45,10 @@ String_t ClusterResourceGroup::GetVirtualIP() const {
     return GetImpl()->GetVirtualIP();
 }
 
+bool ClusterResourceGroup::IsVirtualIPKnown() const {
+    return GetImpl()->virtualIPKnown >= 0;
+}
+
 ClusterNode ClusterResourceGroup::GetActiveNode() const {
     return GetImpl()->activeNode;
 }

@@ -36,13 +36,18 @@ done
 """
 
 
+def asked(shape):
+    """The groups whose nodes are asked for: of every other shape one."""
+    return list(shape.groups)[:1] if shape.number % 2 else []
+
+
 def lay_out(shape, folder):
     """What the walk needs of a shape."""
     config = folder / "root/etc/pal/config"
     config.mkdir(parents=True)
     (config / "local_settings.ini").write_text(f"[conf.cluster]\nCLUSTER_LOCAL_NODENAME={shape.local}\n")
     (folder / "cib.xml").write_text(shape.cib())
-    (folder / "groups").write_text("\n".join(list(shape.groups)[:1]))
+    (folder / "groups").write_text("\n".join(asked(shape)))
 
 
 def walk(folders):
@@ -101,7 +106,7 @@ class Shapes(unittest.TestCase):
 
     def test_the_nodes_of_a_group_are_those_that_nothing_drawn_keeps_it_from(self):
         def check(shape, folder, _):
-            for name in list(shape.groups)[:1]:
+            for name in asked(shape):
                 self.assertEqual(set((folder / f"nodes.{name}").read_text().split()), shape.group_nodes(name), name)
         self.each(check)
 

@@ -23,13 +23,18 @@ using lumtools::Text;
 
 namespace {
 
+/// Some products tell it with the group.
+std::optional<std::string> KnownAddressOf(const ClusterResourceGroup& group) {
+    return group.IsVirtualIPKnown() ? std::optional(group.GetVirtualIP().ToUtf8()) : std::nullopt;
+}
+
 GroupFacts FactsOf(const ClusterResourceGroup& group) {
     return {group.GetName().ToUtf8(),
             group.GetId(),
             DisplayText(group.GetState()),
             DisplayText(group.GetLocalState()),
             group.GetActiveNode().GetName().ToUtf8(),
-            std::nullopt,
+            KnownAddressOf(group),
             group.GetDetail().ToUtf8(),
             group.IsEverywhere()};
 }
@@ -96,6 +101,7 @@ private:
     }
     void TakeAddresses(const Cluster& cluster) {
         for (GroupFacts& group : sight.groups) {
+            if (group.address) continue;
             const auto known = addresses->find(group.name);
             if (known != addresses->end()) {
                 group.address = known->second;

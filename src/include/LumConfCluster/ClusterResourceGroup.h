@@ -36,6 +36,8 @@ public:
     /// The virtual IP address; empty when there is none. The first call that succeeds makes a Cluster and asks it, all
     /// later ones give the same answer. @throws as Cluster; the next call tries again
     LumPalStr::String_t GetVirtualIP() const;
+    /// Whether GetVirtualIP answers without asking the cluster.
+    bool IsVirtualIPKnown() const;
     /// The node on which the group is online; a node without a name when there is none.
     ClusterNode GetActiveNode() const;
     /// Whether name (its case too) and id are equal; the states may differ.

@@ -160,6 +160,7 @@ TEST_F(Pcmk, GroupsHaveNameIdStatesNodeAndAddress) {
     EXPECT_EQ(groups["db"].GetLocalState(), RGState::Offline);
     EXPECT_EQ(groups["db"].GetActiveNode().GetName(), "");
     EXPECT_EQ(groups["db"].GetVirtualIP(), "");
+    EXPECT_TRUE(groups["db"].IsVirtualIPKnown());
     node.SetResources("");
     EXPECT_EQ(Cluster().GetGroups().Count(), 0);
 }
@@ -218,6 +219,7 @@ TEST_F(Pcmk, AnAddressThatCannotBeHadIsAskedForAgain) {
     tools.Answer(PcmkNode::kAdmin, "", 1);
     const ClusterResourceGroup group = cluster.GetGroups()["web"];
     EXPECT_EQ(group.GetState(), RGState::Online);
+    EXPECT_FALSE(group.IsVirtualIPKnown());
     EXPECT_RAISES(group.GetVirtualIP(), ClusterException, 0);
     node.SetCib(
         "<resources><primitive id='web' type='IPaddr'><instance_attributes><nvpair name='ip' value='::1'/>"
