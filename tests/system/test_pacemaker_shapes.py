@@ -13,7 +13,7 @@ import sys
 import tempfile
 import unittest
 
-from node import TOOLS
+from node import SLOWNESS, TOOLS
 
 HERE = pathlib.Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE.parent / "cluster"))
@@ -21,7 +21,7 @@ sys.path.insert(0, str(HERE.parent / "cluster"))
 from cibs import Shape  # noqa: E402 (its folder is known from here on)
 
 UNPACK = HERE.parent.parent / "scripts/cluster-packages"
-COUNT = 4000 if os.environ.get("LUM_LONG") else 200
+COUNT = 4000 if os.environ.get("LUM_LONG") else 200 // SLOWNESS
 AT_ONCE = 2
 # In mounts of its own. A node of a cluster has a configuration.
 WALK = """

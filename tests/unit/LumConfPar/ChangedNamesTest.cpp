@@ -64,8 +64,8 @@ TEST(ChangedNames, NoNamespaceOfWordsForStatesHidesBehindThoseThatSomebodyMakesU
     EXPECT_NE(told.find("; [conf.cluster.RGState.PCMK] 'Partial'; "), std::string::npos) << told;
     EXPECT_EQ(told.find("RGState.X"), std::string::npos) << told;
     EXPECT_TRUE(
-        spaces.starts_with("[sec.core]; [conf.cluster.RGState.HACMP]; [conf.cluster.RGState.VCS]; "
-                           "[conf.cluster.RGState.PCMK]; [conf.a0]; "))
+        spaces.starts_with("[sec.core]; [conf.cluster.RGState.HACMP]; [conf.cluster.RGState.PCMK]; "
+                           "[conf.cluster.RGState.VCS]; [conf.a0]; "))
         << spaces;
 }
 
