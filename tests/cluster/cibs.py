@@ -35,10 +35,15 @@ def operation(member, number, name, interval, code):
             f'call-id="{-1 if code is None else number}" rc-code="{told}" op-status="{op_status}" interval="{interval}"/>')
 
 
+# Where an address stands.
+OWN, TEMPLATE, REFERRED = "own", "template", "referred"
+
+
 @dataclass
 class Member:
     id: str
     address: str = ""
+    style: str = OWN
     disabled: bool = False
     managed: bool = True
     where: dict = field(default_factory=dict)  # states by nodes
@@ -48,11 +53,23 @@ class Member:
                 (pair(self.id, "is-managed", "false") if not self.managed else "")
         return f'<meta_attributes id="{self.id}-meta">{pairs}</meta_attributes>' if pairs else ""
 
+    def attributes(self):
+        return (f'<instance_attributes id="{self.id}-attributes">{pair(self.id, "ip", self.address)}'
+                "</instance_attributes>") if self.address else ""
+
+    def template(self):
+        """What stands beside the resources."""
+        if not self.address or self.style == OWN:
+            return ""
+        return f'<template id="{self.id}-t" class="ocf" provider="heartbeat" type="IPaddr2">{self.attributes()}</template>'
+
     def text(self):
-        kind = "IPaddr2" if self.address else "Dummy"
-        attributes = (f'<instance_attributes id="{self.id}-attributes">{pair(self.id, "ip", self.address)}'
-                      "</instance_attributes>") if self.address else ""
-        provider = "heartbeat" if self.address else "pacemaker"
+        if self.address and self.style == TEMPLATE:
+            return f'<primitive id="{self.id}" template="{self.id}-t">{self.meta()}</primitive>'
+        kind, provider = ("IPaddr2", "heartbeat") if self.address else ("Dummy", "pacemaker")
+        attributes = self.attributes()
+        if self.address and self.style == REFERRED:
+            attributes = f'<instance_attributes id-ref="{self.id}-attributes"/>'
         return (f'<primitive id="{self.id}" class="ocf" provider="{provider}" type="{kind}">{attributes}{self.meta()}'
                 "</primitive>")
 
@@ -92,6 +109,7 @@ class Shape:
         address = self.random.choice([None, *members])
         if address and kind in ("primitive", "group"):
             address.address = f"192.0.2.{self.random.randint(1, 254)}"
+            address.style = self.random.choice([OWN, TEMPLATE, REFERRED])
         home = self.random.choice(list(self.nodes))
         for member in members:
             member.disabled = self.random.random() < 0.1
@@ -111,7 +129,7 @@ class Shape:
 
     def draw_locations(self):
         return [(self.random.choice(list(self.groups)), self.random.choice(list(self.nodes)),
-                 self.random.choice(["-INFINITY", "INFINITY", "100", "-100"]))
+                 self.random.choice(["-INFINITY", "INFINITY", "100", "-100"]), self.random.random() < 0.3)
                 for _ in range(self.random.randint(0, 4) if self.groups else 0)]
 
     # The text
@@ -125,7 +143,8 @@ class Shape:
                 f'have-quorum="{int(self.quorum)}" dc-uuid="1"><configuration><crm_config>'
                 f'<cluster_property_set id="o">{options}</cluster_property_set></crm_config>'
                 f'<nodes>{"".join(self.node_text(*each) for each in enumerate(self.nodes.items(), 1))}</nodes>'
-                f'<resources>{"".join(self.group_text(name) for name in self.groups)}</resources>'
+                f'<resources>{"".join(member.template() for _, members in self.groups.values() for member in members)}'
+                f'{"".join(self.group_text(name) for name in self.groups)}</resources>'
                 f'<constraints>{"".join(self.location_text(*each) for each in enumerate(self.locations))}</constraints>'
                 f'</configuration><status>'
                 f'{"".join(self.status_text(*each) for each in enumerate(self.nodes.items(), 1))}</status></cib>\n')
@@ -147,7 +166,10 @@ class Shape:
         return f'<clone id="{name}">{meta if kind == "promotable" else ""}{inside}</clone>'
 
     def location_text(self, number, location):
-        group, node, score = location
+        group, node, score, is_rule = location
+        if is_rule:
+            return (f'<rsc_location id="l{number}" rsc="{group}"><rule id="l{number}-r" score="{score}"><expression '
+                    f'id="l{number}-e" attribute="#uname" operation="eq" value="{node}"/></rule></rsc_location>')
         return f'<rsc_location id="l{number}" rsc="{group}" node="{node}" score="{score}"/>'
 
     def status_text(self, number, node):
@@ -228,7 +250,7 @@ class Shape:
 
     def group_nodes(self, name):
         scores = {}
-        for group, node, score in self.locations:
+        for group, node, score, _ in self.locations:
             if group == name:
                 scores.setdefault(node, []).append({"INFINITY": 10**6, "-INFINITY": -10**6}.get(score) or int(score))
         allowed = [node for node in self.nodes if -10**6 not in scores.get(node, [])]

@@ -21,7 +21,7 @@ sys.path.insert(0, str(HERE.parent / "cluster"))
 from cibs import Shape  # noqa: E402 (its folder is known from here on)
 
 UNPACK = HERE.parent.parent / "scripts/cluster-packages"
-COUNT = 4000 if os.environ.get("LUM_LONG") else 200 // SLOWNESS
+COUNT = 1000 if os.environ.get("LUM_LONG") else 200 // SLOWNESS
 AT_ONCE = 2
 # In mounts of its own. A node of a cluster has a configuration.
 WALK = """
