@@ -53,6 +53,11 @@ PcmkCib::PcmkCib(const XmlDataTree& tree) {
     if (tree.ChildrenCount() == 0) return;
     configuration = FirstOf(tree[0], "configuration");
     if (configuration) Index(*configuration);
+    const XmlDataNode* const list = Section("resources");
+    for (int i = 0; list && i < list->ChildrenCount(); ++i) {
+        const XmlDataNode& node = (*list)[i];
+        if (IsOneOf(node.GetName(), kResourceKinds)) resources.emplace(AttributeOf(node, "id"), &node);
+    }
 }
 
 void PcmkCib::Index(const XmlDataNode& node) {
@@ -119,12 +124,8 @@ String_t PcmkCib::AddressIn(const XmlDataNode& resource) const {
 }
 
 const XmlDataNode* PcmkCib::FindResource(const String_t& id) const {
-    const XmlDataNode* const resources = Section("resources");
-    for (int i = 0; resources && i < resources->ChildrenCount(); ++i) {
-        const XmlDataNode& node = (*resources)[i];
-        if (IsOneOf(node.GetName(), kResourceKinds) && AttributeOf(node, "id") == id) return &node;
-    }
-    return nullptr;
+    const auto found = resources.find(id);
+    return found == resources.end() ? nullptr : found->second;
 }
 
 String_t PcmkCib::AddressOf(const String_t& resource) const {
@@ -142,13 +143,12 @@ std::set<String_t> PcmkCib::IdsOf(const PcmkResource& resource) const {
 
 /// The resource that stands in no other one and holds the member; null where none does.
 const XmlDataNode* PcmkCib::OutermostOf(const String_t& member) const {
-    const XmlDataNode* const resources = Section("resources");
-    for (int i = 0; resources && i < resources->ChildrenCount(); ++i) {
+    const auto found = std::find_if(resources.begin(), resources.end(), [&](const auto& entry) {
         std::set<String_t> ids;
-        IdsIn((*resources)[i], ids);
-        if (ids.contains(member)) return &(*resources)[i];
-    }
-    return nullptr;
+        IdsIn(*entry.second, ids);
+        return ids.contains(member);
+    });
+    return found == resources.end() ? nullptr : found->second;
 }
 
 void PcmkCib::PutTogether(PcmkSight& sight) const {

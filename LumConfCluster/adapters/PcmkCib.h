@@ -43,7 +43,8 @@ private:
     LumPalStr::String_t AddressIn(const XmlDataNode& resource) const;
 
     const XmlDataNode* configuration = nullptr;
-    std::map<LumPalStr::String_t, const XmlDataNode*> byId;  ///< what may be referred to
+    std::map<LumPalStr::String_t, const XmlDataNode*> byId;       ///< what may be referred to
+    std::map<LumPalStr::String_t, const XmlDataNode*> resources;  ///< those that stand in no other one
 };
 
 /// Visits the children of this name.
