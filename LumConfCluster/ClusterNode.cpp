@@ -22,6 +22,10 @@ NodeType ClusterNode::GetType() const {
     return GetImpl()->type;
 }
 
+LumPalStr::String_t ClusterNode::GetDetail() const {
+    return GetImpl()->detail;
+}
+
 bool ClusterNode::operator==(const ClusterNode& other) const {
     return GetName() == other.GetName() && GetId() == other.GetId() && GetState() == other.GetState();
 }

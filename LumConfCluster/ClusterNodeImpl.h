@@ -16,6 +16,7 @@ public:
     std::uint16_t id = 0;
     NodeState state = NodeState::Unknown;
     NodeType type = NodeType::Default;
+    LumPalStr::String_t detail;
 };
 
 /// A node of which an adapter knows all that it can.

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 
+#include "LumPalIo.h"
 #include "adapters/ClusterHacmp.h"
 #include "adapters/ClusterKes.h"
 #include "adapters/ClusterMscs.h"
+#include "adapters/ClusterPcmk.h"
 #include "adapters/ClusterPlsd.h"
 #include "adapters/ClusterRhas.h"
 #include "adapters/ClusterSc.h"
@@ -23,20 +25,39 @@ ClusterImpl* Make(const ClusterProduct& product) {
 
 const ClusterProduct& RowOf(ClusterType type) {
     const auto index = static_cast<std::size_t>(type);
-    return kClusterProducts[std::min(index, kClusterProducts.size() - 1)];
+    return kClusterProducts[index < kClusterProducts.size() ? index : static_cast<std::size_t>(ClusterType::Unknown)];
+}
+
+using Exists = std::function<bool(const char*)>;
+
+bool HasDaemon(const ClusterProduct& row, const Exists& exists) {
+    return *row.daemonFile && exists(row.daemonFile);
+}
+
+template <class Test>
+ClusterType FirstOf(Test&& isWanted) {
+    const auto found = std::find_if(kClusterProducts.begin(), kClusterProducts.end(), isWanted);
+    return found == kClusterProducts.end() ? ClusterType::Unknown : found->type;
+}
+
+bool IsFile(const char* path) {
+    return LumPalIo::File_t(path).Exists();
 }
 
 }  // namespace
 
-const std::array<ClusterProduct, 8> kClusterProducts{{
-    {ClusterType::Vcs, "VERITAS Cluster Server (VCS)", "/opt/VRTSvcs/bin/had", ".RGState.VCS", &Make<ClusterVcs>},
-    {ClusterType::Sc, "Sun Cluster (SC)", "/usr/cluster/lib/sc/clexecd", ".RGState.SC", &Make<ClusterSc>},
-    {ClusterType::Plsd, "Palisade (PLSD)", "/usr/lbin/plsd", ".RGState.PLSD", &Make<ClusterPlsd>},
-    {ClusterType::Hacmp, "AIX Cluster (HACMP)", "/usr/es/sbin/cluster/clstrmgr", ".RGState.HACMP", &Make<ClusterHacmp>},
-    {ClusterType::Kes, "Kestrel Cluster (KCR)", "/usr/sbin/kesd", "", &Make<ClusterKes>},
-    {ClusterType::Rhas, "Red Hat Advanced Server (RHAS)", "/sbin/clusvcmgrd", ".RGState.RHAS", &Make<ClusterRhas>},
-    {ClusterType::Mscs, "Microsoft Cluster Server (MSCS)", "", ".RGState.MSCS", &MakeMscs},
-    {ClusterType::Unknown, "Unknown", "", "", nullptr},
+const std::array<ClusterProduct, 9> kClusterProducts{{
+    {ClusterType::Vcs, "VERITAS Cluster Server (VCS)", "/opt/VRTSvcs/bin/had", "", ".RGState.VCS", &Make<ClusterVcs>},
+    {ClusterType::Sc, "Sun Cluster (SC)", "/usr/cluster/lib/sc/clexecd", "", ".RGState.SC", &Make<ClusterSc>},
+    {ClusterType::Plsd, "Palisade (PLSD)", "/usr/lbin/plsd", "", ".RGState.PLSD", &Make<ClusterPlsd>},
+    {ClusterType::Hacmp, "AIX Cluster (HACMP)", "/usr/es/sbin/cluster/clstrmgr", "", ".RGState.HACMP",
+     &Make<ClusterHacmp>},
+    {ClusterType::Kes, "Kestrel Cluster (KCR)", "/usr/sbin/kesd", "", "", &Make<ClusterKes>},
+    {ClusterType::Rhas, "Red Hat Advanced Server (RHAS)", "/sbin/clusvcmgrd", "", ".RGState.RHAS", &Make<ClusterRhas>},
+    {ClusterType::Mscs, "Microsoft Cluster Server (MSCS)", "", "", ".RGState.MSCS", &MakeMscs},
+    {ClusterType::Unknown, "Unknown", "", "", "", nullptr},
+    {ClusterType::Pcmk, "Pacemaker (PCMK)", "/usr/sbin/pacemakerd", "/var/lib/pacemaker/cib/cib.xml", ".RGState.PCMK",
+     &Make<ClusterPcmk>},
 }};
 
 const char* DisplayText(ClusterType type) noexcept {
@@ -47,10 +68,12 @@ const char* DaemonFile(ClusterType type) noexcept {
     return RowOf(type).daemonFile;
 }
 
+const char* ConfigurationFile(ClusterType type) noexcept {
+    return RowOf(type).configurationFile;
+}
+
 ClusterType NamedType(const String_t& displayName) {
-    const auto found = std::find_if(kClusterProducts.begin(), kClusterProducts.end(),
-                                    [&](const ClusterProduct& row) { return displayName == row.displayName; });
-    return found == kClusterProducts.end() ? ClusterType::Unknown : found->type;
+    return FirstOf([&](const ClusterProduct& row) { return displayName == row.displayName; });
 }
 
 ClusterType Agreed(const String_t& configured, ClusterType found) {
@@ -59,9 +82,19 @@ ClusterType Agreed(const String_t& configured, ClusterType found) {
 }
 
 ClusterType FirstInstalled(const std::function<bool(const char*)>& exists) {
-    const auto isThere = [&](const ClusterProduct& row) { return *row.daemonFile && exists(row.daemonFile); };
-    const auto found = std::find_if(kClusterProducts.begin(), kClusterProducts.end(), isThere);
-    return found == kClusterProducts.end() ? ClusterType::Unknown : found->type;
+    return FirstOf([&](const ClusterProduct& row) {
+        return HasDaemon(row, exists) && (!*row.configurationFile || exists(row.configurationFile));
+    });
+}
+
+ClusterType InstalledType() {
+    return FirstInstalled(IsFile);
+}
+
+ClusterType UnconfiguredType() {
+    return FirstOf([](const ClusterProduct& row) {
+        return HasDaemon(row, IsFile) && *row.configurationFile && !IsFile(row.configurationFile);
+    });
 }
 
 }  // namespace LumConfCluster

@@ -16,17 +16,15 @@ class ClusterImpl;
 struct ClusterProduct {
     ClusterType type;
     const char* displayName;
-    const char* daemonFile;   ///< empty: no file marks it
-    const char* stateSuffix;  ///< of the namespace that maps its states of groups; empty: there is none
+    const char* daemonFile;         ///< empty: no file marks it
+    const char* configurationFile;  ///< must be there too; empty: the daemon's alone counts
+    const char* stateSuffix;        ///< of the namespace that maps its states of groups; empty: there is none
     /// Makes the adapter for the daemon file; may throw ClusterException. Null: no adapter is built.
     ClusterImpl* (*make)(const ClusterProduct& product);
 };
 
 /// By their numbers.
-extern const std::array<ClusterProduct, 8> kClusterProducts;
-
-/// The type that CLUSTER_TYPE names, exactly; Unknown for every other text.
-ClusterType NamedType(const LumPalStr::String_t& displayName);
+extern const std::array<ClusterProduct, 9> kClusterProducts;
 
 /// What the node belongs to when the product that is found decides, unless the configured one contradicts.
 /// @param configured  the value of CLUSTER_TYPE: any text
@@ -34,7 +32,7 @@ ClusterType NamedType(const LumPalStr::String_t& displayName);
 /// @return            Unknown when nothing was found, or another product than the configured one
 ClusterType Agreed(const LumPalStr::String_t& configured, ClusterType found);
 
-/// The first product in the order of the table whose daemon file is there.
+/// The first product in the order of the table whose files are there.
 ClusterType FirstInstalled(const std::function<bool(const char*)>& exists);
 
 }  // namespace LumConfCluster

@@ -33,8 +33,20 @@ RGState ClusterResourceGroup::GetLocalState() const {
     return GetImpl()->localState;
 }
 
+String_t ClusterResourceGroup::GetDetail() const {
+    return GetImpl()->detail;
+}
+
+bool ClusterResourceGroup::IsEverywhere() const {
+    return GetImpl()->isEverywhere;
+}
+
 String_t ClusterResourceGroup::GetVirtualIP() const {
     return GetImpl()->GetVirtualIP();
+}
+
+bool ClusterResourceGroup::IsVirtualIPKnown() const {
+    return GetImpl()->virtualIPKnown >= 0;
 }
 
 ClusterNode ClusterResourceGroup::GetActiveNode() const {

@@ -17,6 +17,8 @@ public:
     std::uint16_t id = 0;
     RGState state = RGState::Unknown;
     RGState localState = RGState::Unknown;
+    LumPalStr::String_t detail;
+    bool isEverywhere = false;
     LumPalStr::String_t virtualIP;
     ClusterNode activeNode;
     std::int32_t virtualIPKnown = -1;  ///< below 0: not fetched yet; 0: a null text was fetched; 1: virtualIP is valid

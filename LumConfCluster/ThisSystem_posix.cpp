@@ -8,7 +8,7 @@ using LumPalIo::File_t;
 using LumPalStr::String_t;
 
 ClusterType FindProduct(const String_t& configured) {
-    return Agreed(configured, FirstInstalled([](const char* file) { return File_t(file).Exists(); }));
+    return Agreed(configured, InstalledType());
 }
 
 String_t VcsFolder(const ClusterProduct& product) {

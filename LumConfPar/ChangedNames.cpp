@@ -61,7 +61,7 @@ std::string Marked(const String_t& name, char open, char close) {
 
 /// The words of cluster products for states, a namespace for each product; the keys are whatever its tools print.
 constexpr int kMostStates = 5;
-constexpr std::string_view kProducts[] = {"VCS", "SC", "PLSD", "HACMP", "RHAS", "MSCS"};
+constexpr std::string_view kProducts[] = {"VCS", "SC", "PLSD", "HACMP", "RHAS", "MSCS", "PCMK"};
 
 bool HoldsStates(std::string_view space) {
     const std::string states = std::string(NsConfCluster) + LumConf::names::RgStateInfix;

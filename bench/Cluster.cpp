@@ -18,9 +18,10 @@ struct ProductRow {
     int pairs;
 };
 
-constexpr ProductRow kProducts[]{{"vcs", "100 groups of VERITAS", 5},    {"sc", "100 groups of Sun", 5},
-                                 {"plsd", "100 groups of Palisade", 15}, {"hacmp", "100 groups of AIX", 101},
-                                 {"kes", "100 groups of Kestrel", 101},  {"rhas", "100 groups of Red Hat", 101}};
+constexpr ProductRow kProducts[]{{"vcs", "100 groups of VERITAS", 5},     {"sc", "100 groups of Sun", 5},
+                                 {"plsd", "100 groups of Palisade", 15},  {"hacmp", "100 groups of AIX", 101},
+                                 {"kes", "100 groups of Kestrel", 101},   {"rhas", "100 groups of Red Hat", 101},
+                                 {"pcmk", "100 groups of Pacemaker", 101}};
 
 void MeasureProducts(Session& session) {
     for (const auto& [product, name, pairs] : kProducts) {

@@ -36,6 +36,7 @@ std::string GroupText(int number, const MeasuredCluster& cluster) {
 
 /// What a node has beside its tools. One product is known by its release, and has a configuration that is read.
 const char* FilesText(const std::string& product) {
+    if (product == "pcmk") return R"([{"path": "/var/lib/pacemaker/cib/cib.xml", "text": "<cib/>"}])";
     if (product != "rhas") return "[]";
     return R"([{"path": "/etc/redhat-release", "text": "release 5.4\n"},
                {"path": "/etc/cluster/cluster.conf", "text": "<cluster name='measured'><rm/></cluster>\n"}])";

@@ -235,7 +235,7 @@ class Detection(OnACluster):
     def test_a_configured_product_that_is_not_the_one_that_is_there_means_that_none_is(self):
         cluster = self.cluster()
         for name in ("Sun Cluster (SC)", "Palisade (PLSD)", "AIX Cluster (HACMP)", "Kestrel Cluster (KCR)",
-                     "Red Hat Advanced Server (RHAS)", "Microsoft Cluster Server (MSCS)"):
+                     "Red Hat Advanced Server (RHAS)", "Microsoft Cluster Server (MSCS)", "Pacemaker (PCMK)"):
             cluster.configure(CLUSTER_TYPE=name)
             self.assert_fails(self.info(cluster, "-cluster -type"), "Cluster environment is not detected.")
         self.assert_no_tool_ran(cluster)

@@ -48,6 +48,9 @@ class Product:
 SCRIPTS = {"files": [{"path": f"/etc/palisade/{group}", "text": f'#!/bin/sh\nIP[0]="{address}"\n'}
                      for group, address in (("database", "192.0.2.10"), ("web", "192.0.2.20"))]}
 
+# Without it a machine that has Pacemaker is no node.
+CIB = {"path": "/var/lib/pacemaker/cib/cib.xml", "text": "<cib/>"}
+
 # A product is one line.
 PRODUCTS = [
     Product("vcs", "VERITAS Cluster Server (VCS)", "Can not instantiate VERITAS Cluster Server object.", "Can not get node list for VERITAS Cluster Server.", "Can not get group list for VERITAS Cluster Server.", "haclus *", "hasys -list", "hagrp -display *", word="_PARTIAL_"),
@@ -56,6 +59,7 @@ PRODUCTS = [
     Product("kes", "Kestrel Cluster (KCR)", "Can not instantiate Kestrel Cluster Server object.", "Can not get cluster nodes.", "Can not get cluster resource groups.", "kes_get_info -raw", "kes_get_info -raw", "kes_stat -t", nodes_number=2, local="Offline", has_addresses=False, others={"kes_stat -p *": "-group web -nodes"}),
     Product("hacmp", "AIX Cluster (HACMP)", "Can not instantiate HACMP cluster object.", "Can not get node list for Hacmp.", "Can not get group list for Hacmp", "clstat -o", "clstat -o", "clRGinfo -s", nodes_number=2, word="ACQUIRING"),
     Product("rhas", "Red Hat Advanced Server (RHAS)", "Can not instantiate Red Hat Advanced Server cluster solution.", "Can not get cluster nodes.", "Can not get cluster resource groups.", "cman_tool status", "clustat", "clustat", word="starting", local="Offline", changes={"files": red_hat_files(5)}),
+    Product("pcmk", "Pacemaker (PCMK)", "Can not instantiate Pacemaker cluster object.", "Can not get cluster nodes.", "Can not get cluster resource groups.", "cibadmin *", "crm_mon *", "crm_mon *", word="Partial", local="Offline", changes={"files": [CIB]}, others={"crm_mon *": "-group web -nodes", "cibadmin *": "-group web -virtualIPAddress"}),
 ]
 
 

@@ -1,26 +1,22 @@
 #include "common/ClusterProduct.h"
 
-#include "LumPalIo.h"
+#include <filesystem>
 
 namespace lumtools {
 
 using LumConfCluster::ClusterType;
 
-namespace {
-
-bool IsThere(ClusterType type) {
-    const char* const file = LumConfCluster::DaemonFile(type);
-    return *file && LumPalIo::File_t(file).Exists();
+std::optional<ClusterType> FindClusterProduct() {
+    const ClusterType found = LumConfCluster::InstalledType();
+    return found == ClusterType::Unknown ? std::nullopt : std::optional(found);
 }
 
-}  // namespace
-
-std::optional<ClusterType> FindClusterProduct() {
-    for (int i = 0; i < static_cast<int>(ClusterType::Unknown); ++i) {
-        const auto type = static_cast<ClusterType>(i);
-        if (IsThere(type)) return type;
-    }
-    return std::nullopt;
+std::optional<UnconfiguredProduct> FindUnconfiguredProduct() {
+    const ClusterType type = LumConfCluster::UnconfiguredType();
+    if (type == ClusterType::Unknown) return std::nullopt;
+    std::error_code error;
+    if (std::filesystem::exists(LumConfCluster::ConfigurationFile(type), error)) return std::nullopt;
+    return UnconfiguredProduct{type, error == std::errc::permission_denied};
 }
 
 }  // namespace lumtools

@@ -8,7 +8,16 @@
 
 namespace lumtools {
 
-/// The first product whose daemon file is there. No tool runs.
+/// The first product whose files are there. No tool runs.
 std::optional<LumConfCluster::ClusterType> FindClusterProduct();
+
+/// A product that is installed, and of which this user sees no cluster.
+struct UnconfiguredProduct {
+    LumConfCluster::ClusterType type;
+    bool isHidden;  ///< this user may not look where the cluster's configuration would be
+};
+
+/// The first product whose daemon file is there without its configuration.
+std::optional<UnconfiguredProduct> FindUnconfiguredProduct();
 
 }  // namespace lumtools

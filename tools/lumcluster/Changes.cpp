@@ -62,9 +62,10 @@ Key KeyOf(const Item& item) {
 std::vector<Item> ItemsOf(const Sight& sight, const Follower& follower, const Keys& keys) {
     std::vector<Item> items{
         {kSettings, "", "read"}, {"cluster", "", ClusterText(sight)}, {"monitor", "", MonitorText(follower, keys)}};
-    for (const NodeFacts& node : sight.nodes) items.push_back({kNode, node.name, node.state});
+    for (const NodeFacts& node : sight.nodes)
+        items.push_back({kNode, node.name, StateWithDetail(node.state, node.detail)});
     for (const GroupFacts& group : sight.groups) {
-        items.push_back({kGroup, group.name, group.state + On(group.activeNode)});
+        items.push_back({kGroup, group.name, StateWithDetail(group.state, group.detail) + On(group.activeNode)});
     }
     for (const ApplicationFacts& application : sight.applications) {
         items.push_back({kApplication, application.name, "policies: " + std::to_string(application.policies.size())});

@@ -7,6 +7,7 @@
 #include "LumPalIo.h"
 #include "LumPalKeys.h"
 #include "LumPalRuntime.h"
+#include "common/Arguments.h"
 #include "common/ClusterProduct.h"
 #include "lumcluster/Look.h"
 
@@ -27,14 +28,22 @@ std::string MessagesOf(const lumtools::Outcome& outcome) {
 }
 
 bool IsProduct(const std::string& name) {
-    for (int i = 0; i < static_cast<int>(ClusterType::Unknown); ++i) {
-        if (name == DisplayText(static_cast<ClusterType>(i))) return true;
-    }
-    return false;
+    return LumConfCluster::NamedType(lumtools::Text(name)) != ClusterType::Unknown;
 }
 
 std::string Counted(std::size_t count, const char* what) {
     return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
+void CheckConfiguration(const lumtools::UnconfiguredProduct& product, Findings& findings) {
+    const std::string daemon = DaemonFile(product.type), file = ConfigurationFile(product.type);
+    const std::string there = std::string("'") + DisplayText(product.type) + "': '" + daemon + "' is there, but ";
+    if (!product.isHidden) {
+        return findings.push_back({State::Failed, "product", there + "'" + file + "' is not: no node of a cluster",
+                                   "set the cluster up, and restart lumconfd"});
+    }
+    findings.push_back({State::Failed, "product", there + "this user may not see whether '" + file + "' is",
+                        "put the daemon's user into the group that may read it, and restart lumconfd"});
 }
 
 }  // namespace
@@ -85,6 +94,9 @@ void CheckDaemon(const Subject& subject, Findings& findings) {
 void CheckProduct(const Subject& subject, Findings& findings) {
     const ClusterType found = lumtools::FindClusterProduct().value_or(ClusterType::Unknown);
     const std::string name = DisplayText(found), wanted = subject.keys.type;
+    if (const auto half = lumtools::FindUnconfiguredProduct(); half && found == ClusterType::Unknown) {
+        return CheckConfiguration(*half, findings);
+    }
     if (found == ClusterType::Unknown) {
         return findings.push_back({State::Failed, "product", "no product's daemon file is there",
                                    "a node without a cluster needs nothing; else install the product"});
@@ -112,13 +124,21 @@ void CheckTools(const Subject& subject, Findings& findings) {
                             ""});
     }
     for (const NodeFacts& node : sight.nodes) {
-        if (node.id != kUnknownId) continue;
+        if (node.id != kUnknownId || !node.detail.empty()) continue;
         findings.push_back({State::Warning, "tools", "the id of the node '" + node.name + "' cannot be asked for",
                             "ask the product's tools for it as the daemon's user"});
     }
     for (const GroupFacts& group : sight.groups) {
+        if (group.isEverywhere) {
+            findings.push_back({State::Note, "tools",
+                                "the group '" + group.name +
+                                    "' runs as copies on several nodes: it has no active node, so that no policy can "
+                                    "follow it",
+                                "let policies that belong to it name no group"});
+        }
         if (group.state != kUnknown) continue;
-        findings.push_back({State::Warning, "tools", "the state of the group '" + group.name + "' is unknown",
+        const std::string why = group.detail.empty() ? "" : " (" + group.detail + ")";
+        findings.push_back({State::Warning, "tools", "the state of the group '" + group.name + "' is unknown" + why,
                             "as long as it is, what belongs to the group is off on every node"});
     }
 }

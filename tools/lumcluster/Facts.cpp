@@ -51,6 +51,10 @@ std::string Comparison::Sentence() const {
     return "'" + node + "' is " + (isSame ? "" : "not ") + "'" + local + "' (" + source + ")";
 }
 
+std::string StateWithDetail(const std::string& state, const std::string& detail) {
+    return detail.empty() ? state : state + " (" + detail + ")";
+}
+
 bool Sight::HasProblem(const char* what) const {
     return std::any_of(problems.begin(), problems.end(),
                        [what](const Problem& problem) { return problem.what == what; });

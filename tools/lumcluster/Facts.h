@@ -52,6 +52,7 @@ struct NodeFacts {
     int id = 0;
     std::string state;
     bool isLocal = false;
+    std::string detail = {};  ///< what the product says beyond the state
 };
 
 struct GroupFacts {
@@ -59,6 +60,8 @@ struct GroupFacts {
     int id = 0;
     std::string state, localState, activeNode;
     std::optional<std::string> address;  ///< nothing when it could not be had
+    std::string detail = {};             ///< what the product says beyond the state
+    bool isEverywhere = false;           ///< copies on several nodes: nothing can follow it
 };
 
 struct InstanceFacts {
@@ -95,6 +98,9 @@ struct Sight {
     /// The first group of this name, whatever its case; null without one.
     const GroupFacts* FindGroup(const std::string& name) const;
 };
+
+/// "Online (standby)"
+std::string StateWithDetail(const std::string& state, const std::string& detail);
 
 /// The words of the library for states.
 inline constexpr char kOnline[] = "Online", kUnknown[] = "Unknown";

@@ -23,13 +23,20 @@ using lumtools::Text;
 
 namespace {
 
+/// Some products tell it with the group.
+std::optional<std::string> KnownAddressOf(const ClusterResourceGroup& group) {
+    return group.IsVirtualIPKnown() ? std::optional(group.GetVirtualIP().ToUtf8()) : std::nullopt;
+}
+
 GroupFacts FactsOf(const ClusterResourceGroup& group) {
     return {group.GetName().ToUtf8(),
             group.GetId(),
             DisplayText(group.GetState()),
             DisplayText(group.GetLocalState()),
             group.GetActiveNode().GetName().ToUtf8(),
-            std::nullopt};
+            KnownAddressOf(group),
+            group.GetDetail().ToUtf8(),
+            group.IsEverywhere()};
 }
 
 InstanceFacts FactsOf(const Instance& instance) {
@@ -88,11 +95,13 @@ private:
         for (int i = 0; i < nodes.Count(); ++i) {
             const std::string name = nodes[i].GetName().ToUtf8();
             const bool isLocal = Comparison::Of(sight.local, name, HasAddress).isSame;
-            sight.nodes.push_back({name, nodes[i].GetId(), DisplayText(nodes[i].GetState()), isLocal});
+            const std::string detail = nodes[i].GetDetail().ToUtf8();
+            sight.nodes.push_back({name, nodes[i].GetId(), DisplayText(nodes[i].GetState()), isLocal, detail});
         }
     }
     void TakeAddresses(const Cluster& cluster) {
         for (GroupFacts& group : sight.groups) {
+            if (group.address) continue;
             const auto known = addresses->find(group.name);
             if (known != addresses->end()) {
                 group.address = known->second;

@@ -48,6 +48,13 @@ void CheckFollowing(const PolicyHeader& policy, const Explanation& explanation, 
 void CheckGroups(const PolicyHeader& policy, const Explanation& explanation, const Sight& sight, Findings& findings) {
     if (!sight.AreGroupsSeen()) return;
     for (const Tie& tie : explanation.attributes) {
+        const GroupFacts* const group = tie.isNoGroup ? nullptr : sight.FindGroup(tie.group);
+        if (group && group->isEverywhere) {
+            findings.push_back({State::Warning, "policies",
+                                "'" + policy.GetName().ToUtf8() + "' names the group '" + tie.group +
+                                    "', which runs as copies on several nodes: it does not enable it",
+                                "mend its attribute " + tie.by});
+        }
         if (tie.isNoGroup || tie.isGroupKnown) continue;
         findings.push_back({State::Warning, "policies",
                             "'" + policy.GetName().ToUtf8() + "' names the group '" + tie.group +

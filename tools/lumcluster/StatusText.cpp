@@ -41,8 +41,8 @@ std::string Head(const Sight& sight, const Follower& follower, const Keys& keys)
 std::string NodesOf(const Sight& sight) {
     Table table({"NODE", "ID", "STATE", ""});
     for (const NodeFacts& node : sight.nodes) {
-        table.Add({node.name, node.id == kUnknownId ? "?" : std::to_string(node.id), node.state,
-                   node.isLocal ? "this node" : ""});
+        table.Add({node.name, node.id == kUnknownId ? "?" : std::to_string(node.id),
+                   StateWithDetail(node.state, node.detail), node.isLocal ? "this node" : ""});
     }
     return sight.nodes.empty() ? "" : Lines(table);
 }
@@ -50,7 +50,8 @@ std::string NodesOf(const Sight& sight) {
 std::string GroupsOf(const Sight& sight) {
     Table table({"GROUP", "STATE", "HERE", "ACTIVE NODE", "ADDRESS"});
     for (const GroupFacts& group : sight.groups) {
-        table.Add({group.name, group.state, group.localState, group.activeNode, group.address.value_or("?")});
+        table.Add({group.name, StateWithDetail(group.state, group.detail), group.localState, group.activeNode,
+                   group.address.value_or("?")});
     }
     return sight.groups.empty() ? "" : Lines(table);
 }
@@ -78,7 +79,8 @@ std::string ChangedUnwatched(const Follower& follower) {
 }
 
 ordered_json ToJson(const NodeFacts& node) {
-    return {{"name", node.name}, {"id", node.id}, {"state", node.state}, {"local", node.isLocal}};
+    return {
+        {"name", node.name}, {"id", node.id}, {"state", node.state}, {"local", node.isLocal}, {"detail", node.detail}};
 }
 
 ordered_json ToJson(const GroupFacts& group) {
@@ -87,7 +89,9 @@ ordered_json ToJson(const GroupFacts& group) {
             {"state", group.state},
             {"local_state", group.localState},
             {"active_node", group.activeNode},
-            {"address", group.address ? ordered_json(*group.address) : ordered_json(nullptr)}};
+            {"address", group.address ? ordered_json(*group.address) : ordered_json(nullptr)},
+            {"detail", group.detail},
+            {"everywhere", group.isEverywhere}};
 }
 
 ordered_json ToJson(const InstanceFacts& instance) {

@@ -7,6 +7,7 @@
 #include "LumPalKeys.h"
 #include "LumPalLog.h"
 #include "LumPalMsg.h"
+#include "common/ClusterProduct.h"
 
 namespace lumconfd {
 
@@ -31,13 +32,19 @@ void SayWhichIsFollowed(ClusterType product) {
     const String_t name = LumConfCluster::DisplayText(product), file = LumConfCluster::DaemonFile(product);
     LumPalLog::Log(CreateInfo_t("The cluster product '%1' is followed: '%2' is there.") << name << file);
     const String_t configured = ConfBase::Get_NS_ConfCluster().Open().GetValue(LumPalKeys::ClusterTypeKey);
-    for (int i = 0; i < static_cast<int>(ClusterType::Unknown); ++i) {
-        const auto type = static_cast<ClusterType>(i);
-        if (type == product || configured != LumConfCluster::DisplayText(type)) continue;
-        LumPalLog::Log(CreateWarn_t("CLUSTER_TYPE of conf.cluster names '%1', which is another product: no cluster is "
-                                    "seen until that is changed.")
-                       << configured);
-    }
+    const ClusterType named = LumConfCluster::NamedType(configured);
+    if (named == ClusterType::Unknown || named == product) return;
+    LumPalLog::Log(CreateWarn_t("CLUSTER_TYPE of conf.cluster names '%1', which is another product: no cluster is "
+                                "seen until that is changed.")
+                   << configured);
+}
+
+void SayWhatIsHidden() {
+    const auto product = lumtools::FindUnconfiguredProduct();
+    if (!product || !product->isHidden) return;
+    LumPalLog::Log(CreateWarn_t("'%1' is there, but this user may not see whether '%2' is: no cluster is followed.")
+                   << String_t(LumConfCluster::DaemonFile(product->type))
+                   << String_t(LumConfCluster::ConfigurationFile(product->type)));
 }
 
 void FillEmptyClusterKeys(ClusterType product) {

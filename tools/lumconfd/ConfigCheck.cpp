@@ -81,11 +81,7 @@ bool IsBoolean(const String_t& value) {
 
 /// Any other text expects nothing of the node, also the one that stands for none. It is hardly what was meant by it.
 bool IsProduct(const String_t& value) {
-    using LumConfCluster::ClusterType;
-    for (int i = 0; i < static_cast<int>(ClusterType::Unknown); ++i) {
-        if (value == LumConfCluster::DisplayText(static_cast<ClusterType>(i))) return true;
-    }
-    return value.IsEmpty();
+    return value.IsEmpty() || LumConfCluster::NamedType(value) != LumConfCluster::ClusterType::Unknown;
 }
 
 const char* Wanted(Type type, const String_t& value) {

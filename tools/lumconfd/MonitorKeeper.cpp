@@ -97,7 +97,9 @@ seconds SuccessorPauses::After(seconds lived) {
     return std::exchange(next, std::min(2 * next, kLongestPause));
 }
 
-MonitorKeeper::MonitorKeeper() : MonitorKeeper(lumtools::FindClusterProduct(), OfTheDaemon()) {}
+MonitorKeeper::MonitorKeeper() : MonitorKeeper(lumtools::FindClusterProduct(), OfTheDaemon()) {
+    if (!product) Attempt("Whether a cluster is hidden cannot be told: %1", SayWhatIsHidden);
+}
 
 MonitorKeeper::MonitorKeeper(std::optional<LumConfCluster::ClusterType> found, Surroundings others)
     : product(found), surroundings(std::move(others)) {

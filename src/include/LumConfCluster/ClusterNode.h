@@ -25,6 +25,8 @@ public:
     std::uint16_t GetId() const;
     NodeState GetState() const;
     NodeType GetType() const;
+    /// What the product says of the node that its state does not tell, as "standby, maintenance"; empty for most.
+    LumPalStr::String_t GetDetail() const;
     /// Whether name (its case too), id and state are equal.
     bool operator==(const ClusterNode& other) const;
 };

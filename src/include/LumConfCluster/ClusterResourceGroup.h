@@ -28,9 +28,16 @@ public:
     RGState GetState() const;
     /// On this node.
     RGState GetLocalState() const;
+    /// What the product says of the group that its state does not tell, as "Unmanaged"; empty for most.
+    LumPalStr::String_t GetDetail() const;
+    /// Whether its copies run on several nodes at a time, none before the others. Such a group has no active node, so
+    /// that nothing follows it.
+    bool IsEverywhere() const;
     /// The virtual IP address; empty when there is none. The first call that succeeds makes a Cluster and asks it, all
     /// later ones give the same answer. @throws as Cluster; the next call tries again
     LumPalStr::String_t GetVirtualIP() const;
+    /// Whether GetVirtualIP answers without asking the cluster.
+    bool IsVirtualIPKnown() const;
     /// The node on which the group is online; a node without a name when there is none.
     ClusterNode GetActiveNode() const;
     /// Whether name (its case too) and id are equal; the states may differ.

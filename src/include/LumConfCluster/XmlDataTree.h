@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Export.h"
+#include "LumPalArray.h"
 #include "LumPalIo.h"
 #include "XmlDataNode.h"
 
@@ -18,6 +19,10 @@ public:
     /// @throws LumPalIo::FileNotFoundException_t 671
     /// @throws LumConf::PolicyHeaderException 354 for what else went wrong
     void Load(const LumPalIo::File_t& file);
+    /// The same for a document in memory, of at most 32 MiB.
+    /// @param name    what messages call it
+    /// @throws as Load, but for a file that is not there
+    void LoadText(const LumPalStr::String_t& name, const LumPalArray::CharArray_t& text);
 };
 
 }  // namespace LumConfCluster

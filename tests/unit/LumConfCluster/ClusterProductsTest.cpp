@@ -29,17 +29,18 @@ constexpr Row kRows[]{
     {"Red Hat Advanced Server (RHAS)", "/sbin/clusvcmgrd", ".RGState.RHAS"},
     {"Microsoft Cluster Server (MSCS)", "", ".RGState.MSCS"},
     {"Unknown", "", ""},
+    {"Pacemaker (PCMK)", "/usr/sbin/pacemakerd", ".RGState.PCMK"},
 };
 
 TEST(ClusterProducts, HaveTheirNamesFilesAndSuffixes) {
-    for (int value = 0; value < 8; ++value) {
+    for (int value = 0; value < 9; ++value) {
         const auto type = static_cast<ClusterType>(value);
         EXPECT_STREQ(DisplayText(type), kRows[value].name);
         EXPECT_STREQ(DaemonFile(type), kRows[value].daemon);
         EXPECT_STREQ(kClusterProducts[value].stateSuffix, kRows[value].suffix);
         EXPECT_EQ(kClusterProducts[value].type, type);
     }
-    EXPECT_STREQ(DisplayText(static_cast<ClusterType>(8)), "Unknown");
+    EXPECT_STREQ(DisplayText(static_cast<ClusterType>(9)), "Unknown");
     EXPECT_STREQ(DaemonFile(static_cast<ClusterType>(-1)), "");
 }
 
@@ -56,13 +57,22 @@ TEST(ClusterProducts, TheFirstDaemonFileThatIsThereDecides) {
         EXPECT_EQ(Installed(files), static_cast<ClusterType>(value)) << "before those that come later in the table";
     }
     EXPECT_EQ(FirstInstalled([](const char*) { return true; }), ClusterType::Vcs);
+    EXPECT_EQ(Installed({"/usr/sbin/pacemakerd"}), ClusterType::Unknown) << "the package alone makes no node";
+    EXPECT_EQ(Installed({"/var/lib/pacemaker/cib/cib.xml"}), ClusterType::Unknown);
+    const std::set<std::string> both{"/usr/sbin/pacemakerd", "/var/lib/pacemaker/cib/cib.xml"};
+    EXPECT_EQ(Installed(both), ClusterType::Pcmk);
+    files.insert(both.begin(), both.end());
+    EXPECT_EQ(Installed(files), ClusterType::Vcs) << "behind all others";
+    EXPECT_EQ(Installed({"/usr/sbin/pacemakerd", "/var/lib/pacemaker/cib/cib.xml", kRows[5].daemon}),
+              ClusterType::Rhas);
     EXPECT_EQ(Installed({""}), ClusterType::Unknown) << "no file marks some products";
 }
 
 TEST(ClusterProducts, AConfiguredNameMayContradictAndNeverDecides) {
-    for (int found = 0; found < 8; ++found) {
+    for (int found = 0; found < 9; ++found) {
         const auto type = static_cast<ClusterType>(found);
-        for (int named = 0; named < 7; ++named) {
+        for (int named = 0; named < 9; ++named) {
+            if (named == static_cast<int>(ClusterType::Unknown)) continue;
             const ClusterType agreed = Agreed(kRows[named].name, type);
             EXPECT_EQ(agreed, named == found ? type : ClusterType::Unknown) << named << " with " << found;
         }

@@ -55,13 +55,17 @@ TEST(ChangedNames, NoNamespaceOfWordsForStatesHidesBehindThoseThatSomebodyMakesU
             .SetAttrValue(LumPalStr::String_t("A") + LumPalStr::NumToStr(i), "");
     }
     group.GetConfig("conf.cluster.RGState.VCS").SetAttrValue("OFFLINE", "ONLINE");
+    group.GetConfig("conf.cluster.RGState.PCMK").SetAttrValue("Partial", "ONLINE");
     group.GetConfig("conf.cluster.RGState.X").SetAttrValue("OFFLINE", "ONLINE");
     group.GetConfig("sec.core").SetAttrValue("CORE_ID", "me");
     const std::string told = Told(group), spaces = Told(group, Reach::Namespaces);
     EXPECT_TRUE(told.starts_with("[sec.core] 'CORE_ID'; [conf.cluster.RGState.HACMP] 'A0', ")) << told;
     EXPECT_NE(told.find("; [conf.cluster.RGState.VCS] 'OFFLINE'; "), std::string::npos) << told;
+    EXPECT_NE(told.find("; [conf.cluster.RGState.PCMK] 'Partial'; "), std::string::npos) << told;
     EXPECT_EQ(told.find("RGState.X"), std::string::npos) << told;
-    EXPECT_TRUE(spaces.starts_with("[sec.core]; [conf.cluster.RGState.HACMP]; [conf.cluster.RGState.VCS]; [conf.a0]; "))
+    EXPECT_TRUE(
+        spaces.starts_with("[sec.core]; [conf.cluster.RGState.HACMP]; [conf.cluster.RGState.PCMK]; "
+                           "[conf.cluster.RGState.VCS]; [conf.a0]; "))
         << spaces;
 }
 

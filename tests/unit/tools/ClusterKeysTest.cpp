@@ -18,7 +18,8 @@ std::string SaidOf(const char* key, const char* value) {
 
 TEST(ClusterKeys, GoodValuesAreNotMentioned) {
     const TempRoot root;
-    for (const char* product : {"", "VERITAS Cluster Server (VCS)", "Red Hat Advanced Server (RHAS)"})
+    for (const char* product :
+         {"", "VERITAS Cluster Server (VCS)", "Red Hat Advanced Server (RHAS)", "Pacemaker (PCMK)"})
         EXPECT_EQ(SaidOf("CLUSTER_TYPE", product).find("CLUSTER_TYPE"), std::string::npos) << product;
     for (const char* seconds : {"0", "30", "4294967"})
         EXPECT_EQ(SaidOf("TOOL_TIMEOUT", seconds).find("TOOL_TIMEOUT"), std::string::npos) << seconds;

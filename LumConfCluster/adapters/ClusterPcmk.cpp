@@ -1,0 +1,166 @@
+#include "ClusterPcmk.h"
+
+#include <algorithm>
+
+#include "ClusterNodeImpl.h"
+#include "ClusterProducts.h"
+#include "ClusterResourceGroupImpl.h"
+#include "PcmkPlacement.h"
+#include "Reported.h"
+#include "Tried.h"
+
+namespace LumConfCluster {
+
+using namespace LumConf;
+using LumPalMsg::Exception_t;
+using LumPalStr::String_t;
+
+namespace {
+
+enum Tools : std::int32_t { Monitor, Configuration, Node };
+
+constexpr StateWords<RGState>::Row kGroupWords[]{
+    {pcmkWords::kStarted, RGState::Online},    {pcmkWords::kPromoted, RGState::Online},
+    {pcmkWords::kStopped, RGState::Offline},   {pcmkWords::kUnpromoted, RGState::Offline},
+    {pcmkWords::kPartial, RGState::Offline},   {pcmkWords::kFailed, RGState::Unknown},
+    {pcmkWords::kUnmanaged, RGState::Unknown}, {pcmkWords::kBlocked, RGState::Unknown}};
+
+/// They stand for themselves: there is nothing to add to the state.
+constexpr const char* kPlainWords[]{pcmkWords::kStarted, pcmkWords::kPromoted, pcmkWords::kStopped};
+
+/// One in standby or maintenance is on line: it belongs to the cluster and tells what runs on it.
+NodeState StateOf(const PcmkNode& node) {
+    if (node.isUnclean || node.isPending) return NodeState::Unknown;
+    return node.isOnline ? NodeState::Online : NodeState::Offline;
+}
+
+ClusterNodes NodesOf(const PcmkSight& sight) {
+    const ClusterNodes nodes;
+    for (const PcmkNode& told : sight.nodes) {
+        const ClusterNode node = NodeOf(told.name, told.id, StateOf(told));
+        node.GetImpl()->detail = told.Detail();
+        nodes.GetImpl()->Add(node);
+    }
+    return nodes;
+}
+
+String_t DetailOf(const char* word) {
+    const auto isPlain = [&](const char* plain) { return String_t(word) == plain; };
+    return std::any_of(std::begin(kPlainWords), std::end(kPlainWords), isPlain) ? String_t("") : String_t(word);
+}
+
+}  // namespace
+
+ClusterPcmk::ClusterPcmk(const ClusterProduct& product) : ClusterImpl(product.type) {
+    try {
+        AddTool(Monitor, "/usr/sbin", "crm_mon");
+        AddTool(Configuration, "/usr/sbin", "cibadmin");
+        AddTool(Node, "/usr/sbin", "crm_node");
+        groupStates = StateWords<RGState>(kGroupWords);
+        localNodeName = LocalNodeName(Tool(Node).Words("-n").Text());
+        const XmlDataTree tree = ReadCib();
+        name = PcmkCib(tree).ClusterName();
+        OpenGroupStates(product.stateSuffix);
+    } catch (const Exception_t& e) {
+        Raise<ClusterException>(msg::PcmkNotMade, e);
+    }
+}
+
+PcmkSight ClusterPcmk::See() const {
+    const ToolLine line = Tool(Monitor).Words("-1 --output-as=xml");
+    PcmkSight sight = PcmkSightOf(line.Text(), PcmkTree(line.Text(), line.GetOutColl()));
+    if (sight.loose.empty()) return sight;
+    const XmlDataTree tree = ReadCib();
+    PcmkCib(tree).PutTogether(sight);
+    return sight;
+}
+
+XmlDataTree ClusterPcmk::ReadCib() const {
+    const ToolLine line = Tool(Configuration).Words("-Q");
+    return PcmkTree(line.Text(), line.GetOutColl());
+}
+
+ClusterState ClusterPcmk::GetState() {
+    return Reported(msg::ClusterLocalStateNotRead, msg::RhasStateFailed, [&] {
+        const PcmkSight sight = See();
+        const auto local = std::find_if(sight.nodes.begin(), sight.nodes.end(),
+                                        [&](const PcmkNode& node) { return node.name == localNodeName; });
+        if (!sight.hasController || local == sight.nodes.end()) return ClusterState::Unknown;
+        const NodeState state = StateOf(*local);
+        if (state == NodeState::Unknown) return ClusterState::Unknown;
+        return state == NodeState::Online && sight.hasQuorum ? ClusterState::Up : ClusterState::Down;
+    });
+}
+
+ClusterNodes ClusterPcmk::GetNodes() {
+    return Reported(msg::ClusterNodesNotRead, msg::RhasNodesFailed, [&] { return NodesOf(See()); });
+}
+
+ClusterResourceGroup ClusterPcmk::MakeGroup(const PcmkResource& resource, std::uint16_t id, const PcmkStates& states,
+                                            NodesByName& nodes) {
+    const ClusterResourceGroup group;
+    ClusterResourceGroupImpl& record = *group.GetImpl();
+    const PcmkState state = states.Whole(resource);
+    record.name = resource.name;
+    record.id = id;
+    record.state = GroupStateOf(state.word);
+    record.localState = GroupStateOf(states.WordOn(resource, localNodeName));
+    record.detail = DetailOf(state.word);
+    record.isEverywhere = resource.isCloned && !resource.isPromotable;
+    if (record.state == RGState::Online) record.activeNode = nodes.Find(state.node);
+    return group;
+}
+
+ClusterResourceGroups ClusterPcmk::GetGroups() {
+    return Reported(msg::ClusterGroupsNotRead, msg::RhasGroupsFailed, [&] {
+        const PcmkSight sight = See();
+        const PcmkStates states(sight.nodes);
+        NodesByName nodes([&] { return NodesOf(sight); });
+        const ClusterResourceGroups groups;
+        for (const PcmkResource& resource : sight.resources) {
+            const auto id = static_cast<std::uint16_t>(groups.Count());
+            groups.GetImpl()->Add(MakeGroup(resource, id, states, nodes));
+        }
+        // Whoever wants an address asks again where it could not be had.
+        Tried([&] { AddAddresses(groups); });
+        return groups;
+    });
+}
+
+void ClusterPcmk::AddAddresses(const ClusterResourceGroups& groups) const {
+    if (groups.Count() == 0) return;
+    const XmlDataTree tree = ReadCib();
+    const PcmkCib cib(tree);
+    for (int i = 0; i < groups.Count(); ++i) {
+        ClusterResourceGroupImpl& record = *groups[i].GetImpl();
+        record.virtualIP = cib.AddressOf(record.name);
+        record.virtualIPKnown = 1;
+    }
+}
+
+ClusterNodes ClusterPcmk::GetGroupNodes(String_t group) {
+    try {
+        const PcmkSight sight = See();
+        const ClusterNodes may;
+        const auto resource = std::find_if(sight.resources.begin(), sight.resources.end(),
+                                           [&](const PcmkResource& one) { return one.name == group; });
+        if (resource == sight.resources.end()) return may;
+        const XmlDataTree tree = ReadCib();
+        NodesByName nodes([&] { return NodesOf(sight); });
+        for (const String_t& node : PcmkNodesOf(*resource, sight, PcmkCib(tree))) may.GetImpl()->Add(nodes[node]);
+        return may;
+    } catch (const Exception_t& e) {
+        Raise<ClusterException>(msg::PcmkGroupNodesNotRead, group, e);
+    }
+}
+
+String_t ClusterPcmk::GetVirtualIP(String_t group) {
+    try {
+        const XmlDataTree tree = ReadCib();
+        return PcmkCib(tree).AddressOf(group);
+    } catch (const Exception_t& e) {
+        Raise<ClusterException>(msg::PcmkAddressNotRead, group, e);
+    }
+}
+
+}  // namespace LumConfCluster

@@ -1,0 +1,43 @@
+/// @file
+/// Pacemaker.
+#pragma once
+
+#include "ClusterImpl.h"
+#include "NodesByName.h"
+#include "PcmkCib.h"
+#include "PcmkOutput.h"
+#include "PcmkStates.h"
+
+namespace LumConfCluster {
+
+struct ClusterProduct;
+
+/// Asks crm_mon for what runs where, and cibadmin for what is configured: each once for a question.
+class ClusterPcmk final : public ClusterImpl {
+public:
+    /// @throws LumConf::ClusterException PcmkNotMade
+    explicit ClusterPcmk(const ClusterProduct& product);
+    /// Up when this node is on line and its partition has quorum; Unknown for a node that is unclean, still joins, or
+    /// is none of the cluster's, and while nobody controls the cluster.
+    /// @throws LumConf::ClusterException ClusterLocalStateNotRead
+    ClusterState GetState() override;
+    /// @throws LumConf::ClusterException ClusterNodesNotRead
+    ClusterNodes GetNodes() override;
+    /// @throws LumConf::ClusterException ClusterGroupsNotRead
+    ClusterResourceGroups GetGroups() override;
+    /// None for a group that the cluster does not have. @throws LumConf::ClusterException PcmkGroupNodesNotRead
+    ClusterNodes GetGroupNodes(LumPalStr::String_t group) override;
+    /// @throws LumConf::ClusterException PcmkAddressNotRead
+    LumPalStr::String_t GetVirtualIP(LumPalStr::String_t group) override;
+
+private:
+    PcmkSight See() const;
+    XmlDataTree ReadCib() const;
+    ClusterResourceGroup MakeGroup(const PcmkResource& resource, std::uint16_t id, const PcmkStates& states,
+                                   NodesByName& nodes);
+    void AddAddresses(const ClusterResourceGroups& groups) const;
+
+    LumPalStr::String_t localNodeName;
+};
+
+}  // namespace LumConfCluster

@@ -1,0 +1,177 @@
+#include "PcmkCib.h"
+
+#include <algorithm>
+#include <array>
+
+#include "XmlSearch.h"
+
+namespace LumConfCluster {
+
+using LumPalStr::String_t;
+
+namespace {
+
+constexpr std::array kReferable{"nvpair", "instance_attributes", "cluster_property_set", "template", "rule", "tag"};
+constexpr std::array kResourceKinds{"primitive", "group", "clone", "master", "bundle"};
+
+bool IsOneOf(const String_t& name, const auto& names) {
+    return std::any_of(names.begin(), names.end(), [&](const char* each) { return name == each; });
+}
+
+const XmlDataNode* FirstOf(const XmlDataNode& parent, const char* name) {
+    for (int i = 0; i < parent.ChildrenCount(); ++i) {
+        if (parent[i].GetName() == name) return &parent[i];
+    }
+    return nullptr;
+}
+
+void IdsIn(const XmlDataNode& resource, std::set<String_t>& ids) {
+    if (IsOneOf(resource.GetName(), kResourceKinds)) ids.insert(AttributeOf(resource, "id"));
+    for (int i = 0; i < resource.ChildrenCount(); ++i) {
+        if (IsOneOf(resource[i].GetName(), kResourceKinds)) IdsIn(resource[i], ids);
+    }
+}
+
+bool IsClone(const XmlDataNode& resource) {
+    return resource.GetName() == "clone" || resource.GetName() == "master";
+}
+
+/// Of what runs on two nodes at once both tell it.
+void Add(PcmkResource& resource, const PcmkMember& member) {
+    resource.isPromotable = resource.isPromotable || (resource.isCloned && member.role > PcmkRole::Started);
+    if (resource.isCloned || resource.copies.empty()) resource.copies.emplace_back();
+    PcmkCopy& copy = resource.copies.back();
+    const bool isThere =
+        std::any_of(copy.begin(), copy.end(), [&](const PcmkMember& known) { return known.id == member.id; });
+    if (!isThere) copy.push_back(member);
+    resource.inner.push_back(member.id);
+}
+
+}  // namespace
+
+PcmkCib::PcmkCib(const XmlDataTree& tree) {
+    if (tree.ChildrenCount() == 0) return;
+    configuration = FirstOf(tree[0], "configuration");
+    if (configuration) Index(*configuration);
+    const XmlDataNode* const list = Section("resources");
+    for (int i = 0; list && i < list->ChildrenCount(); ++i) {
+        const XmlDataNode& node = (*list)[i];
+        if (IsOneOf(node.GetName(), kResourceKinds)) resources.emplace(AttributeOf(node, "id"), &node);
+    }
+}
+
+void PcmkCib::Index(const XmlDataNode& node) {
+    if (IsOneOf(node.GetName(), kReferable)) byId.emplace(AttributeOf(node, "id"), &node);
+    for (int i = 0; i < node.ChildrenCount(); ++i) Index(node[i]);
+}
+
+const XmlDataNode* PcmkCib::Section(const char* name) const {
+    return configuration ? FirstOf(*configuration, name) : nullptr;
+}
+
+const XmlDataNode& PcmkCib::Referred(const XmlDataNode& node) const {
+    const String_t id = AttributeOf(node, "id-ref");
+    const auto found = id.IsEmpty() ? byId.end() : byId.find(id);
+    return found != byId.end() && found->second->GetName() == node.GetName() ? *found->second : node;
+}
+
+const XmlDataNode* PcmkCib::TemplateOf(const XmlDataNode& primitive) const {
+    const String_t id = AttributeOf(primitive, "template");
+    const auto found = id.IsEmpty() ? byId.end() : byId.find(id);
+    return found != byId.end() && found->second->GetName() == "template" ? found->second : nullptr;
+}
+
+/// Sets without a rule go before those that hold at times only.
+String_t PcmkCib::ParameterOf(const XmlDataNode& owner, const char* sets, const char* name) const {
+    String_t value, valueByRule;
+    PcmkForEach(owner, sets, [&](const XmlDataNode& reference) {
+        const XmlDataNode& set = Referred(reference);
+        String_t& found = FirstOf(set, "rule") ? valueByRule : value;
+        PcmkForEach(set, "nvpair", [&](const XmlDataNode& pairOrReference) {
+            const XmlDataNode& pair = Referred(pairOrReference);
+            const String_t nameHere = AttributeOf(pairOrReference, "name");
+            if (found.IsEmpty() && (nameHere.IsEmpty() ? AttributeOf(pair, "name") : nameHere) == name)
+                found = AttributeOf(pair, "value");
+        });
+    });
+    return value.IsEmpty() ? valueByRule : value;
+}
+
+String_t PcmkCib::ClusterName() const {
+    const XmlDataNode* const properties = Section("crm_config");
+    return properties ? ParameterOf(*properties, "cluster_property_set", "cluster-name") : String_t("");
+}
+
+bool PcmkCib::IsAddress(const XmlDataNode& primitive) const {
+    const XmlDataNode* const from = TemplateOf(primitive);
+    const String_t type = AttributeOf(from ? *from : primitive, "type");
+    return type == "IPaddr2" || type == "IPaddr";
+}
+
+String_t PcmkCib::AddressIn(const XmlDataNode& resource) const {
+    if (resource.GetName() == "primitive") {
+        if (!IsAddress(resource)) return "";
+        const String_t own = ParameterOf(resource, "instance_attributes", "ip");
+        const XmlDataNode* const from = TemplateOf(resource);
+        return own.IsEmpty() && from ? ParameterOf(*from, "instance_attributes", "ip") : own;
+    }
+    if (const XmlDataNode* const network = FirstOf(resource, "network")) return AttributeOf(*network, "ip-range-start");
+    for (int i = 0; i < resource.ChildrenCount(); ++i) {
+        if (!IsOneOf(resource[i].GetName(), kResourceKinds)) continue;
+        if (const String_t address = AddressIn(resource[i]); address.IsNotEmpty()) return address;
+    }
+    return "";
+}
+
+const XmlDataNode* PcmkCib::FindResource(const String_t& id) const {
+    const auto found = resources.find(id);
+    return found == resources.end() ? nullptr : found->second;
+}
+
+String_t PcmkCib::AddressOf(const String_t& resource) const {
+    const XmlDataNode* const found = FindResource(resource);
+    return found ? AddressIn(*found) : String_t("");
+}
+
+/// What is known of it by crm_mon counts too: it stays where the configuration has lost it.
+std::set<String_t> PcmkCib::IdsOf(const PcmkResource& resource) const {
+    std::set<String_t> ids(resource.inner.begin(), resource.inner.end());
+    ids.insert(resource.name);
+    if (const XmlDataNode* const found = FindResource(resource.name)) IdsIn(*found, ids);
+    return ids;
+}
+
+/// The resource that stands in no other one and holds the member; null where none does.
+const XmlDataNode* PcmkCib::OutermostOf(const String_t& member) const {
+    const auto found = std::find_if(resources.begin(), resources.end(), [&](const auto& entry) {
+        std::set<String_t> ids;
+        IdsIn(*entry.second, ids);
+        return ids.contains(member);
+    });
+    return found == resources.end() ? nullptr : found->second;
+}
+
+void PcmkCib::PutTogether(PcmkSight& sight) const {
+    std::map<String_t, std::size_t> places;
+    for (std::size_t i = 0; i < sight.resources.size(); ++i) places.emplace(sight.resources[i].name, i);
+    for (const PcmkMember& member : sight.loose) {
+        const XmlDataNode* const outermost = OutermostOf(member.id);
+        const String_t name = outermost ? AttributeOf(*outermost, "id") : member.id;
+        const auto [place, isNew] = places.try_emplace(name, sight.resources.size());
+        if (isNew) sight.resources.push_back({name, outermost && IsClone(*outermost), false, false, {}, {}});
+        Add(sight.resources[place->second], member);
+    }
+    sight.loose.clear();
+}
+
+bool PcmkCib::Means(const String_t& idOrTag, const std::set<String_t>& ids) const {
+    if (ids.contains(idOrTag)) return true;
+    const auto tag = byId.find(idOrTag);
+    if (tag == byId.end() || tag->second->GetName() != "tag") return false;
+    bool isTagged = false;
+    PcmkForEach(*tag->second, "obj_ref",
+                [&](const XmlDataNode& one) { isTagged = isTagged || ids.contains(AttributeOf(one, "id")); });
+    return isTagged;
+}
+
+}  // namespace LumConfCluster

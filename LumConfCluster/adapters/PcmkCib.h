@@ -1,0 +1,58 @@
+/// @file
+/// The configuration of a Pacemaker cluster: what crm_mon does not tell.
+#pragma once
+
+#include <map>
+#include <set>
+
+#include "LumConfCluster/XmlDataTree.h"
+#include "LumPalStr.h"
+#include "PcmkOutput.h"
+
+namespace LumConfCluster {
+
+/// Finds things in the tree that cibadmin printed. Any document is taken: what is not there is not found. One thread.
+class PcmkCib {
+public:
+    /// @param tree  lives longer
+    explicit PcmkCib(const XmlDataTree& tree);
+    /// The property cluster-name; empty without it.
+    LumPalStr::String_t ClusterName() const;
+    /// The parameter "ip" of the first IPaddr2 or IPaddr in a resource that stands in no other one; its own, or its
+    /// template's; of a bundle the first address of its range. Empty without one.
+    LumPalStr::String_t AddressOf(const LumPalStr::String_t& resource) const;
+    /// Puts what was told of by its node alone into the group where it belongs, or beside the others.
+    void PutTogether(PcmkSight& sight) const;
+    /// The part of the configuration with this name; null without it.
+    const XmlDataNode* Section(const char* name) const;
+    /// What the node refers to by its id-ref; the node itself where it refers to nothing.
+    const XmlDataNode& Referred(const XmlDataNode& node) const;
+    /// The ids of the resource and of all in it. What crm_mon tells of it counts too, also of one that is no longer
+    /// configured.
+    std::set<LumPalStr::String_t> IdsOf(const PcmkResource& resource) const;
+    /// Whether one of the ids is the text, or bears it as a tag.
+    bool Means(const LumPalStr::String_t& idOrTag, const std::set<LumPalStr::String_t>& ids) const;
+
+private:
+    void Index(const XmlDataNode& node);
+    const XmlDataNode* OutermostOf(const LumPalStr::String_t& member) const;
+    const XmlDataNode* FindResource(const LumPalStr::String_t& id) const;
+    const XmlDataNode* TemplateOf(const XmlDataNode& primitive) const;
+    LumPalStr::String_t ParameterOf(const XmlDataNode& owner, const char* sets, const char* name) const;
+    bool IsAddress(const XmlDataNode& primitive) const;
+    LumPalStr::String_t AddressIn(const XmlDataNode& resource) const;
+
+    const XmlDataNode* configuration = nullptr;
+    std::map<LumPalStr::String_t, const XmlDataNode*> byId;       ///< what may be referred to
+    std::map<LumPalStr::String_t, const XmlDataNode*> resources;  ///< those that stand in no other one
+};
+
+/// Visits the children of this name.
+template <class Visit>
+void PcmkForEach(const XmlDataNode& parent, const char* name, Visit&& visit) {
+    for (int i = 0; i < parent.ChildrenCount(); ++i) {
+        if (parent[i].GetName() == name) visit(parent[i]);
+    }
+}
+
+}  // namespace LumConfCluster

@@ -1,0 +1,79 @@
+/// @file
+/// What the tools of Pacemaker print, which is XML. Pure functions; any thread.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "LumConfCluster/XmlDataTree.h"
+#include "LumPalStr.h"
+#include "ToolText.h"
+
+namespace LumConfCluster {
+
+struct PcmkNode {
+    LumPalStr::String_t name;
+    std::uint16_t id = 0;  ///< 65535 for one that is no number below
+    bool isOnline = false, isStandby = false, isMaintained = false, isPending = false, isUnclean = false;
+    bool isRemote = false;       ///< without a part in the quorum
+    bool isInContainer = false;  ///< of a bundle, for nothing else
+
+    /// What there is to say of it beyond being on line or not, as "standby, maintenance"; empty for most.
+    LumPalStr::String_t Detail() const;
+};
+
+enum class PcmkRole { Stopped, Started, Unpromoted, Promoted };
+
+/// A primitive where it runs, or where it does not.
+struct PcmkMember {
+    LumPalStr::String_t id, agent;
+    PcmkRole role = PcmkRole::Stopped;  ///< of one that starts or stops just now: Stopped
+    bool isWanted = true;               ///< it should run
+    bool isFailed = false, isBlocked = false, isManaged = true;
+    std::vector<LumPalStr::String_t> nodes;  ///< where it is active in any way
+
+    bool IsActive() const noexcept { return !nodes.empty(); }
+};
+
+/// Members that belong on one node.
+using PcmkCopy = std::vector<PcmkMember>;
+
+/// A resource that stands in no other one.
+struct PcmkResource {
+    LumPalStr::String_t name;
+    bool isCloned = false;      ///< its copies may be on several nodes
+    bool isPromotable = false;  ///< one of its copies is meant to be more than the others
+    bool isBundle = false;
+    std::vector<PcmkCopy> copies;
+    std::vector<LumPalStr::String_t> inner;  ///< the ids of what it holds, without the numbers of copies
+};
+
+/// A resource that may not run on a node.
+struct PcmkBan {
+    LumPalStr::String_t resource, node;
+    bool isOfPromotedOnly = false;
+};
+
+/// The cluster at one moment.
+struct PcmkSight {
+    bool hasQuorum = false, hasController = false;
+    bool isOptIn = false;  ///< a resource runs nowhere but where a constraint lets it
+    std::vector<PcmkNode> nodes;
+    std::vector<PcmkResource> resources;
+    std::vector<PcmkBan> bans;
+    /// What is told of below its node alone. Where it belongs is not told: see PcmkCib::PutTogether.
+    std::vector<PcmkMember> loose;
+};
+
+/// The lines that a tool printed as a tree.
+/// @param tool  what messages call it
+/// @throws LumPalMsg::Exception_t for what is no XML, or more than a tree may hold
+XmlDataTree PcmkTree(const LumPalStr::String_t& tool, const ToolLines& lines);
+
+/// Of crm_mon.
+/// @param tool  what messages call it
+/// @throws LumConf::ClusterException PcmkTooOld for the document of a release before 2.0.3, PcmkNoResult for another
+///         document, PcmkToolFailed for a result that tells of a failure, PcmkNothingTold for one without data
+PcmkSight PcmkSightOf(const LumPalStr::String_t& tool, const XmlDataTree& tree);
+
+}  // namespace LumConfCluster

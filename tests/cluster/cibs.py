@@ -1,0 +1,257 @@
+"""Configurations of Pacemaker clusters by the hundred, each of a number, and what is to be seen of it.
+
+A Shape is drawn from its number alone. It tells the text of a CIB, of which the true tools make what they tell, and what
+LumConf is to make of that: from what was drawn, not from the text.
+"""
+import random
+from dataclasses import dataclass, field
+from xml.sax.saxutils import quoteattr
+
+KEY = "1:1:0:c7361723-6772-4b78-b5c0-97b68496af47"
+ONLINE, STANDBY, MAINTENANCE, PENDING, OFFLINE, UNCLEAN = "online", "standby", "maintenance", "pending", "offline", "unclean"
+# How a node's state is written in the status, and what is seen of it.
+NODE_STATES = {ONLINE: ('in_ccm="true" crmd="online" join="member" expected="member"', "Online", ""),
+               STANDBY: ('in_ccm="true" crmd="online" join="member" expected="member"', "Online", "standby"),
+               MAINTENANCE: ('in_ccm="true" crmd="online" join="member" expected="member"', "Online", "maintenance"),
+               PENDING: ('in_ccm="true" crmd="online" join="pending" expected="member"', "Unknown", "pending"),
+               OFFLINE: ('in_ccm="false" crmd="offline" join="down" expected="down"', "Offline", ""),
+               UNCLEAN: ('in_ccm="false" crmd="offline" join="down" expected="member"', "Unknown", "unclean")}
+STARTED, STOPPED, FAILED, STARTING, STOPPING = "started", "stopped", "failed", "starting", "stopping"
+# What a member's last operations were: their names, intervals in ms, and codes; None has not ended.
+OPERATIONS = {STARTED: [("start", 0, 0)], STOPPED: [("monitor", 0, 7)], FAILED: [("start", 0, 0), ("monitor", 10000, 1)],
+              STARTING: [("start", 0, None)], STOPPING: [("monitor", 10000, 0), ("stop", 0, None)],
+              "promoted": [("promote", 0, 0)]}
+
+
+def pair(where, name, value):
+    return f"<nvpair id={quoteattr(where + '-' + name)} name={quoteattr(name)} value={quoteattr(value)}/>"
+
+
+def operation(member, number, name, interval, code):
+    op_status, told = (-1, 193) if code is None else (0, code)
+    kind = "last_0" if interval == 0 else f"monitor_{interval}"
+    return (f'<lrm_rsc_op id="{member}_{kind}" operation_key="{member}_{name}_{interval}" operation="{name}" '
+            f'crm_feature_set="3.16.2" transition-key="{KEY}" transition-magic="{op_status}:{told};{KEY}" '
+            f'call-id="{-1 if code is None else number}" rc-code="{told}" op-status="{op_status}" interval="{interval}"/>')
+
+
+# Where an address stands.
+OWN, TEMPLATE, REFERRED = "own", "template", "referred"
+
+
+@dataclass
+class Member:
+    id: str
+    address: str = ""
+    style: str = OWN
+    disabled: bool = False
+    managed: bool = True
+    where: dict = field(default_factory=dict)  # states by nodes
+
+    def meta(self):
+        pairs = (pair(self.id, "target-role", "Stopped") if self.disabled else "") + \
+                (pair(self.id, "is-managed", "false") if not self.managed else "")
+        return f'<meta_attributes id="{self.id}-meta">{pairs}</meta_attributes>' if pairs else ""
+
+    def attributes(self):
+        return (f'<instance_attributes id="{self.id}-attributes">{pair(self.id, "ip", self.address)}'
+                "</instance_attributes>") if self.address else ""
+
+    def template(self):
+        """What stands beside the resources."""
+        if not self.address or self.style == OWN:
+            return ""
+        return f'<template id="{self.id}-t" class="ocf" provider="heartbeat" type="IPaddr2">{self.attributes()}</template>'
+
+    def text(self):
+        if self.address and self.style == TEMPLATE:
+            return f'<primitive id="{self.id}" template="{self.id}-t">{self.meta()}</primitive>'
+        kind, provider = ("IPaddr2", "heartbeat") if self.address else ("Dummy", "pacemaker")
+        attributes = self.attributes()
+        if self.address and self.style == REFERRED:
+            attributes = f'<instance_attributes id-ref="{self.id}-attributes"/>'
+        return (f'<primitive id="{self.id}" class="ocf" provider="{provider}" type="{kind}">{attributes}{self.meta()}'
+                "</primitive>")
+
+
+@dataclass
+class Seen:
+    """What a resource group is to look like."""
+    state: str
+    node: str = ""
+    address: str = ""
+    local: str = "Offline"
+    everywhere: bool = False
+
+
+class Shape:
+    def __init__(self, number):
+        self.number = number
+        self.random = random.Random(number)
+        self.quorum = self.random.random() < 0.8
+        self.opt_in = self.random.random() < 0.2
+        self.maintenance = self.random.random() < 0.1
+        count = self.random.randint(1, 5)
+        self.nodes = {f"n{i}": ONLINE if i == 0 or self.random.random() < 0.5 else self.random.choice(list(NODE_STATES))
+                      for i in range(count)}
+        self.local = self.random.choice(list(self.nodes))
+        self.groups = {}  # kind and members by name
+        for i in range(self.random.randint(0, 5)):
+            self.groups[f"g{i}"] = self.draw_group(f"g{i}")
+        self.locations = self.draw_locations()
+
+    # Drawing
+
+    def draw_group(self, name):
+        kind = self.random.choice(["primitive", "primitive", "group", "group", "group", "clone", "promotable"])
+        count = self.random.randint(1, 4) if kind == "group" else 1
+        members = [Member(name if kind == "primitive" else f"{name}m{i}") for i in range(count)]
+        address = self.random.choice([None, *members])
+        if address and kind in ("primitive", "group"):
+            address.address = f"192.0.2.{self.random.randint(1, 254)}"
+            address.style = self.random.choice([OWN, TEMPLATE, REFERRED])
+        home = self.random.choice(list(self.nodes))
+        for member in members:
+            member.disabled = self.random.random() < 0.1
+            member.managed = self.random.random() > 0.1
+            if kind in ("clone", "promotable"):
+                self.draw_copies(member, kind)
+            elif self.nodes[home] in (ONLINE, UNCLEAN, MAINTENANCE, STANDBY):
+                member.where[home] = self.random.choice([STARTED] * 6 + [STOPPED, FAILED, STARTING, STOPPING])
+        return kind, members
+
+    def draw_copies(self, member, kind):
+        hosts = [node for node, state in self.nodes.items() if state in (ONLINE, STANDBY)]
+        for node in hosts:
+            member.where[node] = self.random.choice([STARTED, STARTED, STOPPED])
+        if kind == "promotable" and hosts and self.random.random() < 0.7:
+            member.where[self.random.choice(hosts)] = "promoted"
+
+    def draw_locations(self):
+        return [(self.random.choice(list(self.groups)), self.random.choice(list(self.nodes)),
+                 self.random.choice(["-INFINITY", "INFINITY", "100", "-100"]), self.random.random() < 0.3)
+                for _ in range(self.random.randint(0, 4) if self.groups else 0)]
+
+    # The text
+
+    def cib(self):
+        options = pair("o", "stonith-enabled", "true") + pair("o", "cluster-name", f"shape{self.number}") + \
+            pair("o", "cluster-infrastructure", "corosync") + \
+            pair("o", "symmetric-cluster", "false" if self.opt_in else "true") + \
+            pair("o", "maintenance-mode", "true" if self.maintenance else "false")
+        return (f'<cib crm_feature_set="3.16.2" validate-with="pacemaker-3.9" admin_epoch="0" epoch="1" num_updates="1" '
+                f'have-quorum="{int(self.quorum)}" dc-uuid="1"><configuration><crm_config>'
+                f'<cluster_property_set id="o">{options}</cluster_property_set></crm_config>'
+                f'<nodes>{"".join(self.node_text(*each) for each in enumerate(self.nodes.items(), 1))}</nodes>'
+                f'<resources>{"".join(member.template() for _, members in self.groups.values() for member in members)}'
+                f'{"".join(self.group_text(name) for name in self.groups)}</resources>'
+                f'<constraints>{"".join(self.location_text(*each) for each in enumerate(self.locations))}</constraints>'
+                f'</configuration><status>'
+                f'{"".join(self.status_text(*each) for each in enumerate(self.nodes.items(), 1))}</status></cib>\n')
+
+    def node_text(self, number, node):
+        name, state = node
+        option = {STANDBY: ("standby", "on"), MAINTENANCE: ("maintenance", "true")}.get(state)
+        inside = f'<instance_attributes id="{name}-i">{pair(name, *option)}</instance_attributes>' if option else ""
+        return f'<node id="{number}" uname="{name}">{inside}</node>'
+
+    def group_text(self, name):
+        kind, members = self.groups[name]
+        inside = "".join(member.text() for member in members)
+        if kind == "primitive":
+            return inside
+        if kind == "group":
+            return f'<group id="{name}">{inside}</group>'
+        meta = f'<meta_attributes id="{name}-meta">{pair(name, "promotable", "true")}</meta_attributes>'
+        return f'<clone id="{name}">{meta if kind == "promotable" else ""}{inside}</clone>'
+
+    def location_text(self, number, location):
+        group, node, score, is_rule = location
+        if is_rule:
+            return (f'<rsc_location id="l{number}" rsc="{group}"><rule id="l{number}-r" score="{score}"><expression '
+                    f'id="l{number}-e" attribute="#uname" operation="eq" value="{node}"/></rule></rsc_location>')
+        return f'<rsc_location id="l{number}" rsc="{group}" node="{node}" score="{score}"/>'
+
+    def status_text(self, number, node):
+        name, state = node
+        resources = "".join(self.history(member, name) for _, members in self.groups.values() for member in members)
+        return (f'<node_state id="{number}" uname="{name}" {NODE_STATES[state][0]}><lrm id="{number}"><lrm_resources>'
+                f'{resources}</lrm_resources></lrm></node_state>')
+
+    @staticmethod
+    def history(member, node):
+        if node not in member.where:
+            return ""
+        kind, provider = ("IPaddr2", "heartbeat") if member.address else ("Dummy", "pacemaker")
+        operations = "".join(operation(member.id, number, *each)
+                             for number, each in enumerate(OPERATIONS[member.where[node]], 5))
+        return f'<lrm_resource id="{member.id}" class="ocf" provider="{provider}" type="{kind}">{operations}</lrm_resource>'
+
+    # What is to be seen
+
+    def state(self):
+        state = self.nodes[self.local]
+        if state in (PENDING, UNCLEAN):
+            return "Unknown"
+        return "Up" if state != OFFLINE and self.quorum else "Down"
+
+    def node_states(self):
+        return {name: NODE_STATES[state][1:] for name, state in self.nodes.items()}
+
+    def is_managed(self, member, node):
+        return member.managed and not self.maintenance and self.nodes.get(node) != MAINTENANCE
+
+    def seen(self, name):
+        kind, members = self.groups[name]
+        if kind == "clone":
+            return self.seen_clone(members[0])
+        if kind == "promotable":
+            return self.seen_promotable(members[0])
+        seen = self.seen_group(members)
+        seen.address = next((member.address for member in members if member.address), "")
+        return seen
+
+    def seen_group(self, members):
+        active = {(member.id, node) for member in members for node, state in member.where.items() if state != STOPPED}
+        places = {node for _, node in active}
+        count = [m for m in members if not m.disabled or any(m.id == id for id, _ in active)]
+        home = next(iter(places), "")
+        lost = home != "" and self.nodes[home] in (UNCLEAN, OFFLINE)
+        local = home == self.local
+        if lost or any(FAILED in m.where.values() for m in count) or \
+                any(not self.is_managed(m, next((n for i, n in active if i == m.id), "")) for m in count):
+            return Seen("Unknown", local="Unknown" if local else "Offline")
+        wanted = [m for m in count if not m.disabled]
+        whole = wanted and all(STARTED in m.where.values() for m in wanted)
+        return Seen("Online", home, local="Online" if local else "Offline") if whole else Seen("Offline")
+
+    def copies(self, member, states):
+        return [node for node, state in member.where.items() if state in states]
+
+    def seen_clone(self, member):
+        running = [] if member.disabled else self.copies(member, (STARTED,))
+        stopping = self.copies(member, (STARTED,)) if member.disabled else []
+        if not member.managed or self.maintenance:
+            wanted = not member.disabled or stopping
+            here = self.local in running + stopping
+            return Seen("Unknown" if wanted else "Offline", local="Unknown" if here else "Offline", everywhere=True)
+        return Seen("Online" if running else "Offline", local="Online" if self.local in running else "Offline",
+                    everywhere=True)
+
+    def seen_promotable(self, member):
+        promoted = self.copies(member, ("promoted",))
+        active = promoted + self.copies(member, (STARTED,))
+        if not member.managed or self.maintenance:
+            wanted = not member.disabled or active
+            return Seen("Unknown" if wanted else "Offline", local="Unknown" if self.local in active else "Offline")
+        if member.disabled or not promoted:
+            return Seen("Offline")
+        return Seen("Online", promoted[0], local="Online" if self.local in promoted else "Offline")
+
+    def group_nodes(self, name):
+        scores = {}
+        for group, node, score, _ in self.locations:
+            if group == name:
+                scores.setdefault(node, []).append({"INFINITY": 10**6, "-INFINITY": -10**6}.get(score) or int(score))
+        allowed = [node for node in self.nodes if -10**6 not in scores.get(node, [])]
+        return {node for node in allowed if not self.opt_in or sum(scores.get(node, [])) > 0}
