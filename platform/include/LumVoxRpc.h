@@ -107,6 +107,8 @@ public:
     /// @throws as ReadRequest, for the same requests
     void CheckRequest(int count, LumVoxSoap::SOAPArg* const* arguments) const;
     RpcServerResponse CreateResponse();
+    /// Says by which value the call is counted; one that nobody says it of is counted as a fault.
+    void CountAs(int value);
 
 private:
     std::shared_ptr<Impl> impl;
