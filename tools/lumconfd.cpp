@@ -17,6 +17,7 @@
 #include "LumPalMsg.h"
 #include "LumPalRuntime.h"
 #include "LumVoxMsg.h"
+#include "LumVoxRpc.h"
 #include "PolicyForwarder.h"
 #include "common/ClusterProduct.h"
 #include "common/NodeStatusText.h"
@@ -140,7 +141,8 @@ int Serve(const LumPalRuntime::Signals_t& signals) {
     return kDone;
 }
 
-int TellStatus() {
+int TellStatus(int seconds) {
+    const LumVoxRpc::CallBudget budget{std::chrono::seconds(seconds)};
     LumConf::NodeStatus status;
     lumtools::Outcome outcome =
         lumtools::Attempt([&] { status = LumConf::PolicyForwarder().GetStatus("localhost", ""); });
@@ -178,6 +180,7 @@ int main(int argc, char** argv) {
     CLI::App app("Serves a node's policies: keeps them, takes requests on them, tells what changed.", "lumconfd");
     std::string root;
     bool checkConfig = false, tellStatus = false;
+    int timeoutSeconds = 60;
     // An empty one comes from a script's unset variable: the default root is not what was meant.
     app.add_option("--root", root, "Folder of the node (default: $LUM_ROOT, else /var/opt/lum)")
         ->type_name("DIR")
@@ -185,6 +188,11 @@ int main(int argc, char** argv) {
     app.add_flag("--check-config", checkConfig, "Check the configuration, say what is wrong, and end");
     app.add_flag("--status", tellStatus, "Ask the daemon that serves this root how the node fares, and end")
         ->excludes("--check-config");
+    app.add_option("--timeout", timeoutSeconds, "With --status: the longest time for that")
+        ->type_name("SECONDS")
+        ->capture_default_str()
+        ->needs("--status")
+        ->check(CLI::Range(1, 86400));
     app.set_version_flag("--version", "lumconfd " LUM_VERSION);
     app.footer(
         "Runs in the foreground. SIGTERM and SIGINT stop it, SIGHUP takes up changed rights and keys.\n"
@@ -198,7 +206,7 @@ int main(int argc, char** argv) {
     try {
         if (!root.empty()) Dir_t::SetRoot(LumPalIo::File_t(String_t::FromUtf8(root)).GetAbsolutePath());
         if (checkConfig) return lumconfd::CheckConfiguration(std::cout) ? kDone : kFailed;
-        if (tellStatus) return TellStatus();
+        if (tellStatus) return TellStatus(timeoutSeconds);
         LumPalRuntime::KeepNoLargeBlocks();
         const LumPalRuntime::Signals_t signals;
         return Run(signals);

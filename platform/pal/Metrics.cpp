@@ -1,3 +1,4 @@
+// LumPalMetrics.h: the one place that includes the library of the metrics.
 #include "LumPalMetrics.h"
 
 #include <prometheus/counter.h>

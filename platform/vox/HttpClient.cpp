@@ -50,6 +50,7 @@ ClientLimits ClientLimits::Load(const Configuration_t& configuration) {
     limits.connectSeconds = PositiveOr(configuration, "CONNECT_TIMEOUT", limits.connectSeconds);
     limits.idleSeconds = PositiveOr(configuration, "REQUEST_TIMEOUT", limits.idleSeconds);
     limits.callSeconds = PositiveOr(configuration, "CALL_TIMEOUT", limits.callSeconds);
+    limits.callTime = std::chrono::seconds(limits.callSeconds);
     limits.responseBytes = PositiveOr(configuration, "RESPONSE_LIMIT", static_cast<unsigned>(limits.responseBytes));
     return limits;
 }
