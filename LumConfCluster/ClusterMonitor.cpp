@@ -16,8 +16,8 @@ namespace {
 
 constexpr const char* kThreadName = "LumConfCluster_ClusterMonitor";
 
-[[noreturn]] void TellAndRaise(void (*tell)(const LumPalMsg::Message_t&), const LumPalMsg::Message_t& message) {
-    tell(message);
+[[noreturn]] void LogThenRaise(void (*log)(const LumPalMsg::Message_t&), const LumPalMsg::Message_t& message) {
+    log(message);
     throw ClusterMonitorException(message);
 }
 
@@ -28,7 +28,7 @@ ClusterMonitor::ClusterMonitor() = default;
 ClusterMonitor::~ClusterMonitor() = default;
 
 void ClusterMonitor::Start() {
-    if (thread.IsNotNull()) TellAndRaise(&TellAsMonitor, Make(msg::MonitorRunsAlready));
+    if (thread.IsNotNull()) LogThenRaise(&LogAsMonitor, Make(msg::MonitorRunsAlready));
     thread = Thread_t(kThreadName);
     running = true;
     try {
@@ -41,7 +41,7 @@ void ClusterMonitor::Start() {
 }
 
 void ClusterMonitor::Stop() {
-    if (thread.IsNull()) TellAndRaise(&TellEverywhere, Make(msg::MonitorNotRunning));
+    if (thread.IsNull()) LogThenRaise(&LogEverywhere, Make(msg::MonitorNotRunning));
     running = false;
     thread.Join();
 }

@@ -32,7 +32,7 @@ struct Change {
     bool isRead;  ///< false: nobody knows on which side it was, since the look before could not be read to its end
 };
 
-LumPalMsg::Message_t Told(const Change& change, bool cameHere, int commands) {
+LumPalMsg::Message_t ReportOf(const Change& change, bool cameHere, int commands) {
     const String_t instance = Shown(change.instance.GetName()), application = Shown(change.application.GetName());
     if (!change.isRead) {
         return LumPalMsg::CreateInfo_t(
@@ -46,7 +46,7 @@ LumPalMsg::Message_t Told(const Change& change, bool cameHere, int commands) {
 
 void Transit(const Change& change, bool cameHere, MonitorWatcher& watcher) {
     const Strings commands = cameHere ? change.application.GetStartActions() : change.application.GetStopActions();
-    LumPalLog::Log(Told(change, cameHere, commands.Count()));
+    LumPalLog::Log(ReportOf(change, cameHere, commands.Count()));
     if (commands.Count() > 0) watcher.CommandsBegin(change.application, change.instance);
     ExecuteCommands(commands, change.instance.GetName());
     if (!IsStopping()) watcher.CommandsEnd(change.application, change.instance);
@@ -98,7 +98,7 @@ void ExecuteCommands(const Strings& commands, const String_t& instanceName) {
         try {
             RunCommand(line);
         } catch (const LumPalMsg::Exception_t& e) {
-            TellAsMonitor(Make(msg::ApplicationCommandFailed, Shown(line), e));
+            LogAsMonitor(Make(msg::ApplicationCommandFailed, Shown(line), e));
         }
     }
 }

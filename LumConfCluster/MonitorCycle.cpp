@@ -53,7 +53,7 @@ void MonitorCycle::Begin() {
     if (fields.clusterType.IsEmpty()) surroundings.stop();
     if (!policies) {
         const LumPalMsg::Message_t message = Make(msg::MonitorWithoutPolicies, lastFailure);
-        TellEverywhere(message);
+        LogEverywhere(message);
         throw LumPalMsg::IllegalStateError_t(message);
     }
     surroundings.watcher.Seen(before.applications, before.read);
@@ -69,7 +69,7 @@ void MonitorCycle::Load(LastLook& look, const Cluster& cluster, const ClusterRes
         LUMCONF_TRACE(trace::Cluster, e.GetMessageList());
         if (!IsWithoutApplications(e)) look.read = MonitorWatcher::Look::Partial, failure = e.GetMessageList();
     }
-    TellLoaded(failure);
+    ReportLoaded(failure);
 }
 
 void MonitorCycle::LoadFirst(const Cluster& cluster) {
@@ -78,11 +78,11 @@ void MonitorCycle::LoadFirst(const Cluster& cluster) {
     } catch (const Exception_t& e) {
         LUMCONF_TRACE(trace::Cluster, e.GetMessageList());
         before.read = MonitorWatcher::Look::Partial;
-        TellLoaded(e.GetMessageList());
+        ReportLoaded(e.GetMessageList());
     }
 }
 
-void MonitorCycle::TellLoaded(const LumPalMsg::MessageList_t& failure) {
+void MonitorCycle::ReportLoaded(const LumPalMsg::MessageList_t& failure) {
     if (LumPalRuntime::IsStopping()) return;  // its tools were ended
     const String_t reason = failure.Format(LumPalMsg::BareText | LumPalMsg::Details);
     if (reason == loadFailure) return;
@@ -121,7 +121,7 @@ void MonitorCycle::Step() {
         Cycle();
         surroundings.watcher.CycleEnded(HindranceOf(fields));
     } catch (const Exception_t& e) {
-        if (!LumPalRuntime::IsStopping()) return TellFailure();
+        if (!LumPalRuntime::IsStopping()) return ReportFailure();
         LUMCONF_TRACE(trace::Cluster, e.GetMessageList());  // of tools and requests that were given up
     }
     if (LumPalRuntime::IsStopping()) ReportLast();
@@ -138,23 +138,23 @@ void MonitorCycle::ReportLast() {
     }
 }
 
-void MonitorCycle::TellFailure() {
+void MonitorCycle::ReportFailure() {
     try {
         throw;
     } catch (const ClusterException& e) {
-        TellHindrance(Make(msg::MonitorClusterFailed, e));
+        ReportHindrance(Make(msg::MonitorClusterFailed, e));
     } catch (const ConfException& e) {
-        TellHindrance(Make(msg::MonitorConfFailed, e));
+        ReportHindrance(Make(msg::MonitorConfFailed, e));
     } catch (const Exception_t& e) {
         running = false;
         const LumPalMsg::Message_t message = Make(msg::MonitorFailed, e);
-        TellAsMonitor(message);
+        LogAsMonitor(message);
         throw ClusterException(message);
     }
 }
 
-void MonitorCycle::TellHindrance(const LumPalMsg::Message_t& message) {
-    TellAsMonitor(message);
+void MonitorCycle::ReportHindrance(const LumPalMsg::Message_t& message) {
+    LogAsMonitor(message);
     surroundings.watcher.CycleEnded(message);
 }
 

@@ -52,12 +52,12 @@ private:
     void LoadFirst(const Cluster& cluster);
     /// Where it is not as it was before.
     /// @param failure  empty when the applications were read
-    void TellLoaded(const LumPalMsg::MessageList_t& failure);
+    void ReportLoaded(const LumPalMsg::MessageList_t& failure);
     /// Of a failure of the cluster or of policy work.
-    void TellHindrance(const LumPalMsg::Message_t& message);
+    void ReportHindrance(const LumPalMsg::Message_t& message);
     void Cycle();
     /// Of the exception that is being handled.
-    void TellFailure();
+    void ReportFailure();
     void Follow(const LocalName& local);
     void ReportLast();
 

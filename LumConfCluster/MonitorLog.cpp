@@ -11,7 +11,7 @@ using namespace LumConf;
 namespace {
 
 /// Where the configuration cannot be read, which may be what went wrong, it is said rather than not.
-bool IsToldInLog() {
+bool IsLogged() {
     try {
         return ClusterUtil::IsMonitorMode();
     } catch (const LumPalMsg::Exception_t&) {
@@ -21,12 +21,12 @@ bool IsToldInLog() {
 
 }  // namespace
 
-void TellAsMonitor(const LumPalMsg::Message_t& message) {
-    if (IsToldInLog()) return TellEverywhere(message);
+void LogAsMonitor(const LumPalMsg::Message_t& message) {
+    if (IsLogged()) return LogEverywhere(message);
     LUMCONF_TRACE(trace::Cluster, message.Format(LumPalMsg::Text | LumPalMsg::Details));
 }
 
-void TellEverywhere(const LumPalMsg::Message_t& message) {
+void LogEverywhere(const LumPalMsg::Message_t& message) {
     LUMCONF_TRACE(trace::Cluster, message.Format(LumPalMsg::Text | LumPalMsg::Details));
     LumPalLog::Log(message);
 }

@@ -1,5 +1,5 @@
 /// @file
-/// What the monitor says of its failures.
+/// Logging the failures of the monitor.
 #pragma once
 
 #include "LumPalMsg.h"
@@ -8,8 +8,8 @@ namespace LumConfCluster {
 
 /// Traces the message, and writes it to the application log where this node is monitored. Does not throw but for
 /// memory.
-void TellAsMonitor(const LumPalMsg::Message_t& message);
+void LogAsMonitor(const LumPalMsg::Message_t& message);
 /// Likewise, on every node.
-void TellEverywhere(const LumPalMsg::Message_t& message);
+void LogEverywhere(const LumPalMsg::Message_t& message);
 
 }  // namespace LumConfCluster

@@ -1,5 +1,6 @@
 /// @file
-/// Going through the fields of a line.
+/// Going through the fields of a line that a tool printed, one after another, where white space of any kind may stand
+/// around them. For one piece of a line: ToolText.h. For texts whose form is ours: LumPalColumns.h.
 #pragma once
 
 #include <cstdint>

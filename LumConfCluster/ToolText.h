@@ -1,5 +1,6 @@
 /// @file
-/// Cutting the lines that tools print.
+/// Cutting one piece out of a line that a tool printed, by what stands before or behind it. For all fields of a line:
+/// ToolFields.h. For texts whose form is ours: LumPalColumns.h.
 #pragma once
 
 #include <cstddef>

@@ -6,10 +6,13 @@
 #include <string_view>
 #include <vector>
 
+#include "LumPalKeys.h"
+#include "Names.h"
 #include "PlainName.h"
 
 namespace LumConfPar {
 
+using namespace LumPalKeys;
 using LumPalConfig::ConfigGroup_t;
 using LumPalConfig::Configuration_t;
 using LumPalStr::String_t;
@@ -30,21 +33,20 @@ struct KnownKeys {
 /// What docs/configuration.md has a row for. There are fewer than are told, so that each is told whatever stands beside
 /// it: nobody can hide one behind names that he makes up.
 const KnownKeys kKnown[] = {
-    {"sec.core", {"CORE_ID"}},
-    {"sec.cm.certificates", {"CERT_INSTALLED"}},
-    {"conf.server",
-     {"AUDIT_LOGGING", "AUDIT_LOG_MODE", "METRICS_ON_LOOPBACK", "NOMULTIPLEPOLICIES", "SHARED_DATA_FILES",
-      "FORMAT_POLICY_LIST", "MERGED_POLICY_LIST_FILENAME", "PING_SERVER", "LOCATE_SERVER", "WAIT_TIME"}},
-    {"conf.core", {"STRICT_SIGNERS", "ASYNC_CONTROL_NOTIFY", "CONTROL_ACK_TIMEOUT", "CACHE_CONFIGSETTINGS_POLICIES"}},
-    {"vox.http.ext.conf",
-     {"LOCAL_SECRET_HEADER", "SERVER_PORT",    "BIND_ADDRESS", "MAX_CONNECTIONS", "MAX_ADDRESS_CONNECTIONS",
-      "IO_THREADS",          "WORKER_THREADS", "HEADER_LIMIT", "BODY_LIMIT",      "BODY_TOTAL_LIMIT",
-      "HANDSHAKE_TIMEOUT",   "HEADER_TIMEOUT", "BODY_TIMEOUT", "IDLE_TIMEOUT",    "WRITE_TIMEOUT",
-      "CLOSE_TIMEOUT",       "MIN_RATE",       "TARGET_PORT",  "CONNECT_TIMEOUT", "REQUEST_TIMEOUT",
-      "CALL_TIMEOUT",        "RESPONSE_LIMIT"}},
-    {"conf.cluster",
-     {"CLUSTER_TYPE", "CLUSTER_LOCAL_NODENAME", "COMMAND_TIMEOUT", "MAX_RETRIES_FOR_CLUSTERUP", "MONITOR_MODE",
-      "POLLING_INTERVAL", "TOOL_TIMEOUT"}},
+    {NsSecCore, {CoreIdKey}},
+    {NsSecCmCert, {CertInstalledKey}},
+    {NsConfServer,
+     {AuditLoggingKey, AuditLogModeKey, MetricsOnLoopbackKey, NoMultiplePoliciesKey, SharedDataFilesKey,
+      FormatPolicyListKey, MergedPolicyListFilenameKey, PingServerKey, LocateServerKey, WaitTimeKey}},
+    {NsConfCore, {StrictSignersKey, AsyncControlNotifyKey, ControlAckTimeoutKey, CacheSettingsPoliciesKey}},
+    {NsVoxHttp, {LocalSecretHeaderKey, ServerPortKey,    BindAddressKey, MaxConnectionsKey, MaxAddressConnectionsKey,
+                 IoThreadsKey,         WorkerThreadsKey, HeaderLimitKey, BodyLimitKey,      BodyTotalLimitKey,
+                 HandshakeTimeoutKey,  HeaderTimeoutKey, BodyTimeoutKey, IdleTimeoutKey,    WriteTimeoutKey,
+                 CloseTimeoutKey,      MinRateKey,       TargetPortKey,  ConnectTimeoutKey, RequestTimeoutKey,
+                 CallTimeoutKey,       ResponseLimitKey}},
+    {NsConfCluster,
+     {ClusterTypeKey, ClusterLocalNodenameKey, CommandTimeoutKey, MaxRetriesForClusterUpKey, MonitorModeKey,
+      PollingIntervalKey, ToolTimeoutKey}},
 };
 
 /// In the marks, so that no name looks like two.
@@ -58,13 +60,13 @@ std::string Marked(const String_t& name, char open, char close) {
 }
 
 /// The words of cluster products for states, a namespace for each product; the keys are whatever its tools print.
-constexpr std::string_view kStates = "conf.cluster.RGState.";
 constexpr int kMostStates = 5;
 constexpr std::string_view kProducts[] = {"VCS", "SC", "PLSD", "HACMP", "RHAS", "MSCS"};
 
 bool HoldsStates(std::string_view space) {
-    if (!space.starts_with(kStates)) return false;
-    const std::string_view product = space.substr(kStates.size());
+    const std::string states = std::string(NsConfCluster) + LumConf::names::RgStateInfix;
+    if (!space.starts_with(states)) return false;
+    const std::string_view product = space.substr(states.size());
     return std::find(std::begin(kProducts), std::end(kProducts), product) != std::end(kProducts);
 }
 

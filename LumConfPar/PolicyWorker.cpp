@@ -34,7 +34,8 @@ void NoteGuarded(const std::exception& e) noexcept {
 }  // namespace
 
 PolicyWorker& PolicyWorker::GetInstance() {
-    static PolicyWorker& instance = *new PolicyWorker(MakePolicySettings());
+    static PolicyWorker& instance =
+        *new PolicyWorker(MakePolicySettings());  // never destroyed: calls may outlive statics
     return instance;
 }
 

@@ -76,8 +76,8 @@ RpcConfigHandler::~RpcConfigHandler() {
 void RpcConfigHandler::Audit(const Request& request, AuditLog::Outcome outcome) {
     const bool success = outcome == AuditLog::Outcome::Success;
     const AuditLog::Mode kind = success ? request.mode->audited : request.mode->auditedFailure;
-    if (request.mode->mode == ConfigMode::Get) return auditLog->Log(request.sender, kind, success);
-    auditLog->Log(request.sender, kind, success, request.choices, [&] {
+    if (request.mode->mode == ConfigMode::Get) return auditLog->Log(request.sender, kind, outcome);
+    auditLog->Log(request.sender, kind, outcome, request.choices, [&] {
         const Reach reach = request.mode->mode == ConfigMode::ClearNamespace ? Reach::Namespaces : Reach::Attributes;
         const String_t changed = ChangedNames(request.package.GetValue(), request.group.GetGroup(), reach);
         return success ? Make(msg::AuditConfigNamed, request.sender, request.mode->name, changed)

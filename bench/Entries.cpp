@@ -99,7 +99,7 @@ double Disable(const TestPolicy& policy, const Selection& selection = Selection(
     });
 }
 
-double ChangeCategories(const TestPolicy& policy, const String_t& words, int action) {
+double ChangeCategories(const TestPolicy& policy, const String_t& words, PolicyOperation::Action action) {
     return Change(policy, [&](PolicyOperation& operation, const PolicyForwarder::Options& options) {
         operation.ModifyCategory("bench", words, Selection(), options, action);
     });

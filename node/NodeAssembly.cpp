@@ -17,7 +17,7 @@ using LumPalStr::String_t;
 namespace {
 
 LumPalThread::Mutex_t& CreationMutex() {
-    static LumPalThread::Mutex_t& mutex = *new LumPalThread::Mutex_t;  // never destroyed, as the instance
+    static LumPalThread::Mutex_t& mutex = *new LumPalThread::Mutex_t;  // never destroyed: as the instance
     return mutex;
 }
 

@@ -20,7 +20,7 @@ namespace {
 /// The messages of one mode: for a success and for a failure.
 template <unsigned Holes>
 struct ModeRow {
-    int mode;
+    AuditLog::Mode mode;
     const MessageOf<Holes>& success;
     const MessageOf<Holes>& failure;
 };
@@ -52,9 +52,10 @@ const ModeRow<1> kOperationRows[] = {
 };
 
 template <unsigned Holes, std::size_t Rows, class... Args>
-LumPalMsg::Message_t MessageFor(const ModeRow<Holes> (&rows)[Rows], int mode, bool success, const Args&... args) {
+LumPalMsg::Message_t MessageFor(const ModeRow<Holes> (&rows)[Rows], AuditLog::Mode mode, AuditLog::Outcome outcome,
+                                const Args&... args) {
     for (const ModeRow<Holes>& row : rows) {
-        if (row.mode == mode) return Make(success ? row.success : row.failure, args...);
+        if (row.mode == mode) return Make(outcome == AuditLog::Outcome::Success ? row.success : row.failure, args...);
     }
     return {};
 }
@@ -105,13 +106,13 @@ void AuditChangeHandler::Update(const LumPalConfig::ChangedConfiguration_t& chan
 }
 
 LumPalThread::Mutex_t& AuditLog::FileMutex() {
-    static LumPalThread::Mutex_t& mutex = *new LumPalThread::Mutex_t;
+    static LumPalThread::Mutex_t& mutex = *new LumPalThread::Mutex_t;  // never destroyed: as the instance
     return mutex;
 }
 
 AuditLog& AuditLog::GetInstance() {
     MutexLock_t lock(FileMutex());
-    static AuditLog& instance = *new AuditLog;
+    static AuditLog& instance = *new AuditLog;  // never destroyed: calls may outlive statics
     return instance;
 }
 
@@ -124,24 +125,24 @@ AuditLog::~AuditLog() {
     Unfollow();
 }
 
-bool AuditLog::IsWanted(AuditChoices choices, const String_t& originator, bool success) {
-    if (!choices.enabled || (choices.failureOnly && success)) return false;
+bool AuditLog::IsWanted(AuditChoices choices, const String_t& originator, Outcome outcome) {
+    if (!choices.enabled || (choices.failureOnly && outcome == Outcome::Success)) return false;
     return originator != names::NsConfCluster;
 }
 
-void AuditLog::Log(const String_t& originator, const String_t& name, const String_t& id, int mode, bool success) {
-    if (!IsWanted(GetChoices(), originator, success)) return;
-    Write(MessageFor(kPolicyRows, mode, success, Shown(name), Shown(id), originator));
+void AuditLog::Log(const String_t& originator, const String_t& name, const String_t& id, Mode mode, Outcome outcome) {
+    if (!IsWanted(GetChoices(), originator, outcome)) return;
+    Write(MessageFor(kPolicyRows, mode, outcome, Shown(name), Shown(id), originator));
 }
 
-void AuditLog::Log(const String_t& originator, int mode, bool success) {
-    if (IsWanted(GetChoices(), originator, success)) Write(MessageFor(kOperationRows, mode, success, originator));
+void AuditLog::Log(const String_t& originator, Mode mode, Outcome outcome) {
+    if (IsWanted(GetChoices(), originator, outcome)) Write(MessageFor(kOperationRows, mode, outcome, originator));
 }
 
-void AuditLog::Log(const String_t& originator, int mode, bool success, AuditChoices before,
+void AuditLog::Log(const String_t& originator, Mode mode, Outcome outcome, AuditChoices before,
                    const std::function<LumPalMsg::Message_t()>& more) {
-    if (!IsWanted(before, originator, success) && !IsWanted(GetChoices(), originator, success)) return;
-    LumPalMsg::MessageList_t lines = MessageFor(kOperationRows, mode, success, originator);
+    if (!IsWanted(before, originator, outcome) && !IsWanted(GetChoices(), originator, outcome)) return;
+    LumPalMsg::MessageList_t lines = MessageFor(kOperationRows, mode, outcome, originator);
     lines.Add(more());
     Write(lines);
 }

@@ -86,16 +86,16 @@ public:
 
     /// One line on one policy; a mode that is none of a single policy gives an empty line.
     void Log(const LumPalStr::String_t& originator, const LumPalStr::String_t& name, const LumPalStr::String_t& id,
-             int mode, bool success);
+             Mode mode, Outcome outcome);
     /// One line on a whole operation.
-    void Log(const LumPalStr::String_t& originator, int mode, bool success);
+    void Log(const LumPalStr::String_t& originator, Mode mode, Outcome outcome);
     /// What an operation that may change the choices takes before it begins.
     AuditChoices GetChoices() const { return {IsEnabled(), IsFailureOnly()}; }
     /// One line on a whole operation, and directly behind it one line more, under the same choices. No other line comes
     /// between them.
     /// @param before  those that held before the operation: what silences the log is written too
     /// @param more    makes it; called when it is written
-    void Log(const LumPalStr::String_t& originator, int mode, bool success, AuditChoices before,
+    void Log(const LumPalStr::String_t& originator, Mode mode, Outcome outcome, AuditChoices before,
              const std::function<LumPalMsg::Message_t()>& more);
     /// One line on a refused call: in failure-only mode too, and for any originator. Those of a caller without an id
     /// are StrangersLog's.
@@ -107,7 +107,7 @@ public:
 private:
     /// Guards the making of the instance and every line of all audit logs. Never destroyed, as the instance is not.
     static LumPalThread::Mutex_t& FileMutex();
-    static bool IsWanted(AuditChoices choices, const LumPalStr::String_t& originator, bool success);
+    static bool IsWanted(AuditChoices choices, const LumPalStr::String_t& originator, Outcome outcome);
     void Write(const LumPalMsg::MessageList_t& lines);
 
     StrangersLog strangers;

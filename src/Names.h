@@ -1,49 +1,19 @@
 /// @file
-/// Every name that more than one place has to spell the same way: namespaces, keys, files, paths, remote methods
-/// and parameters, document tags, events. Case matters in all of them. Constants of the compiler, so that they can
-/// be used at any time, also while other static objects come and go.
+/// Every name that more than one place has to spell the same way: files, paths, remote methods and parameters, document
+/// tags, events, and by LumPalKeys.h the namespaces and keys of the configuration. Case matters in all of them.
+/// Constants of the compiler, so that they can be used at any time, also while other static objects come and go.
 #pragma once
+
+#include "LumPalKeys.h"
 
 namespace LumConf::names {
 
-using Name = const char*;
+using LumPalKeys::Name;
 
-// Configuration namespaces.
-inline constexpr Name NsConf = "conf";  ///< also the domain of rights
-inline constexpr Name NsConfCore = "conf.core";
-inline constexpr Name NsConfPar = "conf.par";
-inline constexpr Name NsConfServer = "conf.server";
-inline constexpr Name NsConfCluster = "conf.cluster";
-inline constexpr Name NsSecCore = "sec.core";
-inline constexpr Name NsSecCmCert = "sec.cm.certificates";
-inline constexpr Name NsVoxHttp = "vox.http.ext.conf";
+// Namespaces and keys of the configuration.
+using namespace LumPalKeys;
 /// Behind the namespace of the cluster and before a cluster's short name.
 inline constexpr Name RgStateInfix = ".RGState.";
-
-// Configuration keys.
-inline constexpr Name LocateServerKey = "LOCATE_SERVER";
-inline constexpr Name PingServerKey = "PING_SERVER";
-inline constexpr Name WaitTimeKey = "WAIT_TIME";
-inline constexpr Name CoreIdKey = "CORE_ID";
-inline constexpr Name CertInstalledKey = "CERT_INSTALLED";
-inline constexpr Name NoMultiplePoliciesKey = "NOMULTIPLEPOLICIES";
-inline constexpr Name SharedDataFilesKey = "SHARED_DATA_FILES";
-inline constexpr Name AsyncControlNotifyKey = "ASYNC_CONTROL_NOTIFY";
-inline constexpr Name CacheSettingsPoliciesKey = "CACHE_CONFIGSETTINGS_POLICIES";
-inline constexpr Name StrictSignersKey = "STRICT_SIGNERS";
-inline constexpr Name AuditLoggingKey = "AUDIT_LOGGING";
-inline constexpr Name MetricsOnLoopbackKey = "METRICS_ON_LOOPBACK";
-inline constexpr Name AuditLogModeKey = "AUDIT_LOG_MODE";
-inline constexpr Name FormatPolicyListKey = "FORMAT_POLICY_LIST";
-inline constexpr Name MergedPolicyListFilenameKey = "MERGED_POLICY_LIST_FILENAME";
-inline constexpr Name ClusterTypeKey = "CLUSTER_TYPE";
-inline constexpr Name ClusterLocalNodenameKey = "CLUSTER_LOCAL_NODENAME";
-inline constexpr Name PollingIntervalKey = "POLLING_INTERVAL";
-inline constexpr Name MonitorModeKey = "MONITOR_MODE";
-inline constexpr Name ToolTimeoutKey = "TOOL_TIMEOUT";
-inline constexpr Name CommandTimeoutKey = "COMMAND_TIMEOUT";
-inline constexpr Name MaxRetriesForClusterUpKey = "MAX_RETRIES_FOR_CLUSTERUP";
-inline constexpr Name BufferSizeKey = "BUFFER_SIZE";  ///< reserved; nobody reads it
 
 // The audit log.
 inline constexpr Name AuditLogName = "conf.server.audit.log";

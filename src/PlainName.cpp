@@ -50,7 +50,7 @@ bool IsPlainName(const String_t& name, std::uint32_t suffixBytes) {
 }
 
 bool IsHeaderName(const String_t& name) {
-    static const String_t& suffix = *new String_t(names::HeaderFileSuffix);
+    static const String_t& suffix = *new String_t(names::HeaderFileSuffix);  // never destroyed: threads may outlive it
     return name.Right(suffix.GetLength()) == suffix;
 }
 

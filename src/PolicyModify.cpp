@@ -130,7 +130,7 @@ void PolicyOperation::RaiseOwnerSet(const Ids& selected, const String_t& owner) 
 }
 
 void PolicyOperation::ModifyCategory(const String_t& originator, const String_t& categories, const Selection& selection,
-                                     const PolicyForwarder::Options& options, int action) {
+                                     const PolicyForwarder::Options& options, Action action) {
     LUMCONF_BLOCK(trace::Policy, "PolicyOperation::ModifyCategory");
     MutexLock_t lock(mutex);
     if (action != AddCategory && action != RemoveCategory) {
@@ -179,7 +179,7 @@ void PolicyOperation::RemoveAllCategories(const String_t& originator, const Sele
 }
 
 void PolicyOperation::ModifyAttributes(const String_t& originator, String_t attribute, const Selection& selection,
-                                       const PolicyForwarder::Options& options, int action) {
+                                       const PolicyForwarder::Options& options, Action action) {
     LUMCONF_BLOCK(trace::Policy, "PolicyOperation::ModifyAttributes");
     if (action != AddAttribute && action != RemoveAttribute) {
         Raise<LumPalMsg::IllegalStateError_t>(msg::AttributeOperationNotPossible);

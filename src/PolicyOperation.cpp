@@ -233,12 +233,12 @@ void PolicyOperation::DeleteLeftovers() {
 }
 
 void PolicyOperation::Audit(const String_t& originator, AuditLog::Mode mode, Outcome outcome) const {
-    if (auditLog) auditLog->Log(originator, mode, outcome == Outcome::Success);
+    if (auditLog) auditLog->Log(originator, mode, outcome);
 }
 
 void PolicyOperation::Audit(const String_t& originator, const String_t& name, const String_t& id, AuditLog::Mode mode,
                             Outcome outcome) const {
-    if (auditLog) auditLog->Log(originator, name, id, mode, outcome == Outcome::Success);
+    if (auditLog) auditLog->Log(originator, name, id, mode, outcome);
 }
 
 }  // namespace LumConf

@@ -7,6 +7,7 @@
 
 #include "AuditLog.h"
 #include "DocumentBatch.h"
+#include "Export.h"
 #include "LumPalArray.h"
 #include "LumPalIo.h"
 #include "LumPalPlainMutex.h"
@@ -35,7 +36,7 @@ struct MessageRow;
 /// Any thread may call any operation. Those that change or list hold one mutex from start to end, also over file work
 /// and over the call to the control service: with synchronous notification a slow consumer holds up all of them.
 /// IsPolicyInstalled and IsPolicyTypeNameInstalled do not take it and answer at any time.
-class PolicyOperation {
+class LUMCONF_API PolicyOperation {
 public:
     /// What the object leaves to others, who outlive it.
     struct Surroundings {
@@ -116,7 +117,7 @@ public:
     /// @throws LumPalMsg::IllegalStateError_t CategoryOperationNotPossible for another action; PolicyNotFoundError
     ///         CategoryNoPolicyFiles
     void ModifyCategory(const LumPalStr::String_t& originator, const LumPalStr::String_t& categories,
-                        const Selection& selection, const PolicyForwarder::Options& options, int action);
+                        const Selection& selection, const PolicyForwarder::Options& options, Action action);
     /// @throws PolicyNotFoundError CategoryNoPolicyFiles, CategoryNone
     void RemoveAllCategories(const LumPalStr::String_t& originator, const Selection& selection,
                              const PolicyForwarder::Options& options);
@@ -126,7 +127,7 @@ public:
     ///         AttributeNoPolicyFiles, AttributeModifyNoPolicyFiles; LumPalMsg::IllegalArgumentError_t AttributeEmpty,
     ///         AttributeWithBadText for a bad name or value
     void ModifyAttributes(const LumPalStr::String_t& originator, LumPalStr::String_t attribute,
-                          const Selection& selection, const PolicyForwarder::Options& options, int action);
+                          const Selection& selection, const PolicyForwarder::Options& options, Action action);
     /// @throws PolicyNotFoundError AttributeRemoveAllNoPolicyFiles
     void RemoveAllAttributes(const LumPalStr::String_t& originator, const Selection& selection,
                              const PolicyForwarder::Options& options);

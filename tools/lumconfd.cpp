@@ -13,6 +13,7 @@
 #include "LumPalConsole.h"
 #include "LumPalDaemon.h"
 #include "LumPalIo.h"
+#include "LumPalKeys.h"
 #include "LumPalLog.h"
 #include "LumPalMsg.h"
 #include "LumPalRuntime.h"
@@ -47,7 +48,7 @@ int Fail(ExitCode code, const std::string& reason) {
 }
 
 LumVoxMsg::Messenger MakeMessenger() {
-    return LumVoxMsg::Messenger(LumPalConfig::ConfigNamespace_t("vox.http.ext.conf").Open(),
+    return LumVoxMsg::Messenger(LumPalConfig::ConfigNamespace_t(LumPalKeys::NsVoxHttp).Open(),
                                 LumVoxMsg::Messenger::Options()
                                     .SetAuthenticationMethod(1)
                                     .RegisterWithCb(true)
@@ -113,7 +114,7 @@ int Serve(const LumPalRuntime::Signals_t& signals) {
     server.AddToStatus(&AddToStatus);
     server.Start(&messenger);
     if (!server.IsServing()) return Fail(kFailed, "the server does not serve; the log above says why");
-    LumDepl::InventoryServer inventory(LumPalConfig::ConfigNamespace_t("vox.http.ext.conf").Open());
+    LumDepl::InventoryServer inventory(LumPalConfig::ConfigNamespace_t(LumPalKeys::NsVoxHttp).Open());
     inventory.RegisterOn(messenger);
     lumconfd::PolicyList policyList;
     lumconfd::ServerWatch serverWatch;

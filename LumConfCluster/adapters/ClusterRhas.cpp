@@ -7,10 +7,10 @@
 #include "ClusterNodeImpl.h"
 #include "ClusterProducts.h"
 #include "ClusterResourceGroupImpl.h"
-#include "LimitedStream.h"
 #include "LumPalPlainFile.h"
+#include "LumPalWhole.h"
 #include "NodesByName.h"
-#include "Told.h"
+#include "Reported.h"
 #include "Tried.h"
 #include "XmlSearch.h"
 
@@ -29,7 +29,6 @@ constexpr const char* kReleaseFile = "/etc/redhat-release";
 constexpr const char* kConfigurationFile = "/etc/cluster/cluster.conf";
 constexpr const char* kConfigurationTool = "redhat-config-cluster-cmd";
 constexpr std::size_t kMostOfRelease = std::size_t{1} << 20;
-constexpr std::size_t kBlock = 8192;
 
 struct Generation {
     std::int32_t lastRelease;
@@ -42,15 +41,6 @@ constexpr Generation kGenerations[]{{2, RhasGeneration::Below3, "/etc/cluster.co
                                     {5, RhasGeneration::Above3, kConfigurationFile}};
 
 constexpr StateWords<RGState>::Row kGroupWords[]{{"started", RGState::Online}};
-
-String_t ReadWhole(const File_t& file) {
-    LumPalIo::InputStream_t stream = LimitedStream::Over(LumPalIo::OpenPlainFile(file), kMostOfRelease);
-    LumPalArray::CharArray_t block(kBlock);
-    std::string text;
-    for (std::int64_t count = 0; (count = stream.Read(block)) > 0;)
-        text.append(block.GetData(), static_cast<std::size_t>(count));
-    return String_t::FromUtf8(text);
-}
 
 bool IsThere(const char* folder, const char* program) {
     return File_t(String_t(folder), program).Exists();
@@ -75,13 +65,15 @@ ClusterRhas::ClusterRhas(const ClusterProduct& product) : ClusterImpl(product.ty
 void ClusterRhas::ReadRelease() {
     const File_t file(kReleaseFile);
     if (!file.Exists()) Raise<LumPalIo::FileNotFoundException_t>(msg::RhasReleaseNotThere, kReleaseFile);
+    bool isWhole = false;
     try {
-        rhelVersion = RhasReleaseIn(ReadWhole(file), rhelVersion);
+        const auto release = LumPalIo::ReadWhole(LumPalIo::OpenPlainFile(file), kMostOfRelease);
+        isWhole = release.has_value();
+        if (isWhole) rhelVersion = RhasReleaseIn(String_t::FromUtf8(release->View()), rhelVersion);
     } catch (const Exception_t& e) {
         Raise<ClusterException>(msg::DataFileNotRead, kReleaseFile, e);
-    } catch (const TooMuch&) {
-        Raise<ClusterException>(msg::DataFileNotRead, kReleaseFile);
     }
+    if (!isWhole) Raise<ClusterException>(msg::DataFileNotRead, kReleaseFile);
 }
 
 void ClusterRhas::FillTools() {
@@ -120,7 +112,7 @@ std::vector<RhasMember> ClusterRhas::Members() const {
 }
 
 ClusterState ClusterRhas::GetState() {
-    return Told(msg::RhasStateNotRead, msg::RhasStateFailed, [&] {
+    return Reported(msg::RhasStateNotRead, msg::RhasStateFailed, [&] {
         const std::vector<RhasMember> members = Members();
         const bool isAnyUp =
             std::any_of(members.begin(), members.end(), [](const RhasMember& member) { return member.isUp; });
@@ -129,7 +121,7 @@ ClusterState ClusterRhas::GetState() {
 }
 
 ClusterNodes ClusterRhas::GetNodes() {
-    return Told(msg::ClusterNodesNotRead, msg::RhasNodesFailed, [&] {
+    return Reported(msg::ClusterNodesNotRead, msg::RhasNodesFailed, [&] {
         const ClusterNodes nodes;
         for (const auto& [node, isUp] : Members()) {
             const auto id = static_cast<std::uint16_t>(nodes.Count());
@@ -156,7 +148,7 @@ ClusterResourceGroup ClusterRhas::MakeGroup(const RhasService& service, std::uin
 }
 
 ClusterResourceGroups ClusterRhas::GetGroups() {
-    return Told(msg::ClusterGroupsNotRead, msg::RhasGroupsFailed, [&] {
+    return Reported(msg::ClusterGroupsNotRead, msg::RhasGroupsFailed, [&] {
         NodesByName nodes([this] { return GetNodes(); });
         const ClusterResourceGroups groups;
         for (const RhasService& service : Services()) {

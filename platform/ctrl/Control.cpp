@@ -4,6 +4,7 @@
 #include "LocalSocket.h"
 #include "LumPalConfig.h"
 #include "LumPalIo.h"
+#include "LumPalKeys.h"
 #include "Notify.h"
 
 namespace LumCtrl {
@@ -18,7 +19,7 @@ constexpr std::uint32_t kGraceMs = 10000;
 
 void CheckNode(const String_t& targetId) {
     if (targetId.IsEmpty()) return;
-    const String_t own = LumPalConfig::ConfigNamespace_t("sec.core").Open().GetValue("CORE_ID");
+    const String_t own = LumPalConfig::ConfigNamespace_t(LumPalKeys::NsSecCore).Open().GetValue(LumPalKeys::CoreIdKey);
     if (own.IsEmpty() || own == targetId) return;
     throw TargetException(CreateError_t("The node '%1' is not this one.") << targetId);
 }
@@ -64,7 +65,8 @@ void Judge(const Frame& answer) {
 }  // namespace
 
 std::uint32_t AcknowledgeLimitMs() {
-    const int seconds = LumPalConfig::ConfigNamespace_t("conf.core").Open().GetInt("CONTROL_ACK_TIMEOUT");
+    const int seconds =
+        LumPalConfig::ConfigNamespace_t(LumPalKeys::NsConfCore).Open().GetInt(LumPalKeys::ControlAckTimeoutKey);
     return 1000u * static_cast<std::uint32_t>(seconds > 0 ? std::min(seconds, kMostSeconds) : kStandardSeconds);
 }
 

@@ -3,6 +3,7 @@
 
 #include "Inventory.h"
 #include "LumPalConfig.h"
+#include "LumPalKeys.h"
 #include "LumPalNet.h"
 #include "LumVoxRpc.h"
 
@@ -18,15 +19,16 @@ LumPalNet::URI_t AddressOf(String_t host) {
         throw LumPalMsg::IllegalArgumentError_t(LumPalMsg::CreateError_t("The name of the host is empty."));
     }
     const bool plain =
-        host == "localhost" && !ConfigNamespace_t("sec.cm.certificates").Open().GetBool("CERT_INSTALLED");
+        host == "localhost" && !ConfigNamespace_t(LumPalKeys::NsSecCmCert).Open().GetBool(LumPalKeys::CertInstalledKey);
     return LumPalNet::URI_t((plain ? String_t("http://") : String_t("https://")) + host + kInventoryPath);
 }
 
 /// The client's settings, with a limit of the caller's own over them.
 LumPalConfig::Configuration_t SettingsFor(const NodeOptions& options) {
-    LumPalConfig::Configuration_t configuration = ConfigNamespace_t("vox.http.ext.conf").Open();
+    LumPalConfig::Configuration_t configuration = ConfigNamespace_t(LumPalKeys::NsVoxHttp).Open();
     if (options.patienceSeconds > 0) {
-        configuration.SetAttrValue("CALL_TIMEOUT", String_t::FromUtf8(std::to_string(options.patienceSeconds)));
+        configuration.SetAttrValue(LumPalKeys::CallTimeoutKey,
+                                   String_t::FromUtf8(std::to_string(options.patienceSeconds)));
     }
     return configuration;
 }

@@ -1,5 +1,7 @@
 /// @file
-/// Cutting a line into what stands between its blanks.
+/// Cutting a line into what stands between its blanks: views of a text whose form is ours (configuration, rights,
+/// headers of requests, tables), where the caller names the blanks. What the tools of others print is cut by the two
+/// headers of the cluster adapters that begin with "Tool": texts of their own, for which every white space counts.
 #pragma once
 
 #include <string_view>

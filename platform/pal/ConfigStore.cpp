@@ -68,9 +68,8 @@ std::shared_ptr<const Loaded> Load(const String_t& folder) {
 /// The databases of this process that were read last.
 class Cache {
 public:
-    // Never destroyed: threads may still read their configuration when the process ends.
     static Cache& Get() {
-        static Cache& cache = *new Cache;
+        static Cache& cache = *new Cache;  // never destroyed: threads read configurations to the end
         return cache;
     }
 

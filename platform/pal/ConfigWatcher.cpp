@@ -19,7 +19,7 @@ using LumPalStr::String_t;
 
 namespace {
 
-// How soon a folder that went away is found again.
+// How soon a folder that went away is found again, and what had no memory is done anew.
 constexpr int SearchMs = 250;
 
 Configuration_t Load(const String_t& folder, const String_t& nameSpace) {
@@ -76,11 +76,14 @@ struct ConfigWatcher::Registration {
     }
 };
 
-ConfigWatcher::ConfigWatcher() : watch({LocalFile, PolicyFile}) {}
+ConfigWatcher::ConfigWatcher()
+    : watch({LocalFile, PolicyFile}),
+      thread("LumPal:ConfigWatcher",
+             {"Changes of the configuration are looked for again: %1", std::chrono::milliseconds(SearchMs)},
+             [this](LumPalThread::Bell_t&) { return Step(); }) {}
 
 ConfigWatcher& ConfigWatcher::Get() {
-    // Never destroyed: a handler may be taken away by the last destructors of the process.
-    static ConfigWatcher& watcher = *new ConfigWatcher;
+    static ConfigWatcher& watcher = *new ConfigWatcher;  // never destroyed: handlers may be taken away to the end
     return watcher;
 }
 
@@ -119,22 +122,16 @@ bool ConfigWatcher::IsInCallLocked(const Registrations& some) const {
 }
 
 void ConfigWatcher::StartLocked() {
-    if (stopping || thread.IsNotNull()) return;
-    LumPalThread::Thread_t started("LumPal:ConfigWatcher");
-    started.Start(*this);
-    thread = started;
+    if (started || thread.IsStopped()) return;
+    thread.Start();
+    started = true;
     std::atexit([] { Get().Stop(); });
 }
 
 void ConfigWatcher::Stop() {
-    LumPalThread::Thread_t running;
-    {
-        const LumPalThread::PlainLock_t lock(mutex);
-        stopping = true;
-        running = thread;
-    }
+    thread.Stop();
     watch.Wake();
-    running.Join();
+    thread.Finish();
 }
 
 void ConfigWatcher::WatchLocked(const String_t& folder) {
@@ -184,43 +181,28 @@ ConfigWatcher::Registrations ConfigWatcher::TakeLocked(const FolderChanges& chan
     return result;
 }
 
-void ConfigWatcher::Run(const LumPalThread::Thread_t&) {
-    Begin();
-    bool again = false;
-    while (!IsStopping()) {
-        try {
-            Step(again);
-            again = false;
-        } catch (const std::exception& e) {
-            // What had been seen when memory ran out is not known any more: look at everything.
-            again = true;
-            LumPalLog::LogGuarded([&] {
-                return LumPalMsg::CreateError_t("Changes of the configuration are looked for again: %1")
-                       << String_t::FromUtf8(e.what());
-            });
-            // Not the sleep that ends when the process is stopping: this loop goes on until its owner ends it.
-            std::this_thread::sleep_for(std::chrono::milliseconds(SearchMs));
-        }
+std::chrono::milliseconds ConfigWatcher::Step() {
+    try {
+        Look();
+        again = false;
+    } catch (...) {
+        again = true;  // what had been seen when memory ran out is not known any more
+        throw;
     }
+    return std::chrono::milliseconds(0);
 }
 
-void ConfigWatcher::Begin() {
+int ConfigWatcher::LongestWait() {
     const LumPalThread::PlainLock_t lock(mutex);
     self = std::this_thread::get_id();
+    if (again) return 0;
+    return IsWaitingForFolderLocked() ? SearchMs : -1;
 }
 
-bool ConfigWatcher::IsStopping() {
-    const LumPalThread::PlainLock_t lock(mutex);
-    return stopping;
-}
-
-void ConfigWatcher::Step(bool again) {
-    LumPalThread::PlainLock_t lock(mutex);
-    const int longest = again ? 0 : IsWaitingForFolderLocked() ? SearchMs : -1;
-    lock.Unlock();
-    FolderChanges changes = watch.Wait(longest);
+void ConfigWatcher::Look() {
+    FolderChanges changes = watch.Wait(LongestWait());
     changes.missed = changes.missed || again;
-    lock.Lock();
+    LumPalThread::PlainLock_t lock(mutex);
     const Registrations touched = TakeLocked(changes);
     lock.Unlock();
     for (const auto& registration : touched) Tell(*registration);
@@ -228,7 +210,7 @@ void ConfigWatcher::Step(bool again) {
 
 bool ConfigWatcher::BeginCall(Registration& registration, const Configuration_t& now, ChangedConfiguration_t& changes) {
     const LumPalThread::PlainLock_t lock(mutex);
-    if (registration.removed || stopping) return false;
+    if (registration.removed || thread.IsStopped()) return false;
     const auto names = std::make_shared<ChangedConfiguration_t::Impl>();
     names->names = Difference(registration.last, now);
     if (names->names.empty()) return false;

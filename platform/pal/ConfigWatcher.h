@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "FolderWatch.h"
+#include "LumPalBell.h"
 #include "LumPalConfig.h"
 #include "LumPalPlainMutex.h"
 
@@ -15,7 +16,7 @@ namespace LumPalConfig {
 
 /// The process's one watcher of configuration folders. Its thread starts with the first registration
 /// and ends with the process. Any thread may call it, handlers too.
-class ConfigWatcher : private LumPalThread::Runnable_i {
+class ConfigWatcher {
 public:
     static ConfigWatcher& Get();
     /// @throws LumPalIo::IOException_t when the system cannot watch at all
@@ -31,17 +32,16 @@ private:
     using Registrations = std::vector<std::shared_ptr<Registration>>;
 
     ConfigWatcher();
-    ~ConfigWatcher() override = default;
-    void Run(const LumPalThread::Thread_t& thread) override;
+    ~ConfigWatcher() = default;
     void Stop();
     void StartLocked() LUMPAL_REQUIRES(mutex);
     void WatchLocked(const LumPalStr::String_t& folder) LUMPAL_REQUIRES(mutex);
     void UnwatchIdleLocked() LUMPAL_REQUIRES(mutex);
     bool IsWaitingForFolderLocked() const LUMPAL_REQUIRES(mutex);
     bool IsInCallLocked(const Registrations& some) const LUMPAL_REQUIRES(mutex);
-    void Begin();
-    bool IsStopping();
-    void Step(bool again);
+    std::chrono::milliseconds Step();
+    void Look();
+    int LongestWait();
     Registrations TakeLocked(const FolderChanges& changes) LUMPAL_REQUIRES(mutex);
     void Tell(Registration& registration);
     bool BeginCall(Registration& registration, const Configuration_t& now, ChangedConfiguration_t& changes);
@@ -54,8 +54,9 @@ private:
     std::vector<Folder> folders LUMPAL_GUARDED_BY(mutex);
     const Registration* inCall LUMPAL_GUARDED_BY(mutex) = nullptr;
     std::thread::id self LUMPAL_GUARDED_BY(mutex);
-    bool stopping LUMPAL_GUARDED_BY(mutex) = false;
-    LumPalThread::Thread_t thread LUMPAL_GUARDED_BY(mutex);
+    bool started LUMPAL_GUARDED_BY(mutex) = false;
+    bool again = false;  ///< the thread alone: look at everything
+    LumPalThread::StepThread_t thread;
 };
 
 }  // namespace LumPalConfig

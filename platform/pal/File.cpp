@@ -76,11 +76,12 @@ bool File_t::IsNotNull() const noexcept {
 
 const String_t& File_t::Separator() {
 #if defined(_WIN32)
-    static const auto* separator = new String_t("\\");
+    constexpr const char* character = "\\";
 #else
-    static const auto* separator = new String_t("/");
+    constexpr const char* character = "/";
 #endif
-    return *separator;
+    static const String_t& separator = *new String_t(character);  // never destroyed: threads may outlive it
+    return separator;
 }
 
 }  // namespace LumPalIo

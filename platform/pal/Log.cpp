@@ -50,9 +50,8 @@ struct Process {
     Log_t log{application};
 };
 
-// Never destroyed: threads may log while the process ends.
 Process& TheProcess() {
-    static Process& process = *new Process;
+    static Process& process = *new Process;  // never destroyed: threads log to the end
     return process;
 }
 

@@ -54,7 +54,7 @@ void AppendDetails(String_t& out, const Message_t& message, unsigned flags, int 
 }  // namespace
 
 Message_t::Message_t() {
-    // Never destroyed: threads make messages until the process has ended.
+    // never destroyed: threads make messages to the end
     static const auto& kEmpty = *new std::shared_ptr<const Impl>(std::make_shared<const Impl>());
     impl = kEmpty;
 }

@@ -42,14 +42,13 @@ private:
     std::vector<prometheus::Collectable*> all LUMPAL_GUARDED_BY(mutex);
 };
 
-/// Never destroyed: threads count until the process is over.
 struct Everything {
     prometheus::Registry registry;
     Sources sources;
 };
 
 Everything& TheMetrics() {
-    static Everything& everything = *new Everything;
+    static Everything& everything = *new Everything;  // never destroyed: threads count until the process is over
     return everything;
 }
 

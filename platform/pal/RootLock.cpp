@@ -14,14 +14,14 @@ namespace {
 
 constexpr const char* kLockFile = "lumconfd.lock";
 
-/// The locks that this process has, by their paths. Never destroyed: objects of all kinds may outlive it.
+/// The locks that this process has, by their paths.
 struct Held {
     LumPalThread::PlainMutex_t mutex;
     std::map<String_t, std::weak_ptr<InstanceLock_t>> locks LUMPAL_GUARDED_BY(mutex);
 };
 
 Held& TheHeld() {
-    static Held& held = *new Held;
+    static Held& held = *new Held;  // never destroyed: objects of all kinds may outlive it
     return held;
 }
 

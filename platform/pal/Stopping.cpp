@@ -12,14 +12,13 @@ namespace {
 
 std::atomic<bool> stopping{false};
 
-/// Never destroyed: threads may sleep on it until the process ends.
 struct Sleepers {
     LumPalThread::PlainMutex_t mutex;
     std::condition_variable woken;
 };
 
 Sleepers& TheSleepers() {
-    static Sleepers& sleepers = *new Sleepers;
+    static Sleepers& sleepers = *new Sleepers;  // never destroyed: threads may sleep on it to the end
     return sleepers;
 }
 

@@ -27,13 +27,14 @@ constexpr unsigned kOneListener = 4;
 
 /// What LUM_TRACE said: read once, constant afterwards.
 const TraceFilter& Environment() {
-    static const TraceFilter& filter = *new TraceFilter(std::getenv("LUM_TRACE"));
+    static const TraceFilter& filter =
+        *new TraceFilter(std::getenv("LUM_TRACE"));  // never destroyed: threads trace to the end
     return filter;
 }
 
 struct Listeners {
     static Listeners& Get() {
-        static Listeners& listeners = *new Listeners;
+        static Listeners& listeners = *new Listeners;  // never destroyed: threads trace to the end
         return listeners;
     }
     LumPalThread::PlainMutex_t mutex;  // held while they are called

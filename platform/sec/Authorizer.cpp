@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "../pal/ThrottledLog.h"
+#include "LumPalKeys.h"
 #include "LumPalLog.h"
 #include "LumPalPlainMutex.h"
 #include "LumPalRuntime.h"
@@ -25,7 +26,7 @@ bool IsReservedId(const String_t& id) {
     // Variants in case and outer blanks are refused too: a person who reads a log takes them for the real ones.
     String_t name(id);
     name.Trim();
-    return name.IsEmpty() || LumPalStr::Compare(name, String_t("conf.cluster"), true) == 0 ||
+    return name.IsEmpty() || LumPalStr::Compare(name, String_t(LumPalKeys::NsConfCluster), true) == 0 ||
            LumPalStr::Compare(name, String_t(LocalAdministrator()), true) == 0;
 }
 

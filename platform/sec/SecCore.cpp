@@ -3,6 +3,7 @@
 
 #include "LumPalConfig.h"
 #include "LumPalIo.h"
+#include "LumPalKeys.h"
 #include "LumPalRuntime.h"
 #include "LumSecCore.h"
 
@@ -78,9 +79,9 @@ String_t KeyStoreDirectory() {
 
 NodeIdentity NodeIdentity::Load() {
     NodeIdentity identity;
-    identity.coreId = LumPalConfig::ConfigNamespace_t("sec.core").Open().GetValue("CORE_ID");
+    identity.coreId = LumPalConfig::ConfigNamespace_t(LumPalKeys::NsSecCore).Open().GetValue(LumPalKeys::CoreIdKey);
     identity.certificateInstalled =
-        LumPalConfig::ConfigNamespace_t("sec.cm.certificates").Open().GetBool("CERT_INSTALLED");
+        LumPalConfig::ConfigNamespace_t(LumPalKeys::NsSecCmCert).Open().GetBool(LumPalKeys::CertInstalledKey);
     identity.trustedPaths = TrustedFiles();
     if (!identity.certificateInstalled) return identity;
     RequireAlias(identity.coreId);

@@ -31,11 +31,11 @@ constexpr int kLeastMapping = 64 << 10;
 constexpr int kMostKept = 256 << 10;
 #endif
 
-/// Waits for freed bytes and gives them back. Never destroyed: threads free memory until the process is gone.
+/// Waits for freed bytes and gives them back.
 class Returner {
 public:
     static Returner& Get() {
-        static Returner& returner = *new Returner;
+        static Returner& returner = *new Returner;  // never destroyed: threads free memory to the end
         return returner;
     }
 

@@ -4,6 +4,7 @@
 
 #include "CurlHandle.h"
 #include "LumPalIo.h"
+#include "LumPalKeys.h"
 #include "LumPalWhole.h"
 #include "LumSecPki.h"
 #include "SigpipeGuard.h"
@@ -45,13 +46,14 @@ std::string KeyOf(const HttpTarget& target, const ClientIdentity& identity) {
 
 ClientLimits ClientLimits::Load(const Configuration_t& configuration) {
     ClientLimits limits;
-    const unsigned port = PositiveOr(configuration, "TARGET_PORT", limits.targetPort);
+    const unsigned port = PositiveOr(configuration, LumPalKeys::TargetPortKey, limits.targetPort);
     if (port <= 65535) limits.targetPort = port;
-    limits.connectSeconds = PositiveOr(configuration, "CONNECT_TIMEOUT", limits.connectSeconds);
-    limits.idleSeconds = PositiveOr(configuration, "REQUEST_TIMEOUT", limits.idleSeconds);
-    limits.callSeconds = PositiveOr(configuration, "CALL_TIMEOUT", limits.callSeconds);
+    limits.connectSeconds = PositiveOr(configuration, LumPalKeys::ConnectTimeoutKey, limits.connectSeconds);
+    limits.idleSeconds = PositiveOr(configuration, LumPalKeys::RequestTimeoutKey, limits.idleSeconds);
+    limits.callSeconds = PositiveOr(configuration, LumPalKeys::CallTimeoutKey, limits.callSeconds);
     limits.callTime = std::chrono::seconds(limits.callSeconds);
-    limits.responseBytes = PositiveOr(configuration, "RESPONSE_LIMIT", static_cast<unsigned>(limits.responseBytes));
+    limits.responseBytes =
+        PositiveOr(configuration, LumPalKeys::ResponseLimitKey, static_cast<unsigned>(limits.responseBytes));
     return limits;
 }
 

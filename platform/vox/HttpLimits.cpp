@@ -5,11 +5,13 @@
 #include <optional>
 
 #include "LocalSecret.h"
+#include "LumPalKeys.h"
 #include "LumPalLog.h"
 #include "LumVoxMsg.h"
 
 namespace LumVoxMsg {
 
+using namespace LumPalKeys;
 using LumPalConfig::Configuration_t;
 using LumPalMsg::MessageList_t;
 using LumPalStr::String_t;
@@ -60,34 +62,34 @@ void Time(Checked& configuration, const char* key, std::chrono::milliseconds& ta
 }
 
 String_t Address(Checked& configuration) {
-    String_t text = configuration.values.GetValue("BIND_ADDRESS");
+    String_t text = configuration.values.GetValue(BindAddressKey);
     boost::system::error_code error;
     if (!text.Trim().IsEmpty()) boost::asio::ip::make_address(text.ToUtf8(), error);
     if (!error) return text;
-    configuration.Warn("BIND_ADDRESS", text, kLoopbackAddress);
+    configuration.Warn(BindAddressKey, text, kLoopbackAddress);
     return kLoopbackAddress;
 }
 
 HttpLimits Read(Checked& configuration) {
     HttpLimits limits;
-    Count(configuration, "SERVER_PORT", 0, 65535, limits.port);
+    Count(configuration, ServerPortKey, 0, 65535, limits.port);
     limits.bindAddress = Address(configuration);
-    Count(configuration, "IO_THREADS", 1, 64, limits.ioThreads);
-    Count(configuration, "WORKER_THREADS", 1, 256, limits.workerThreads);
-    Bytes(configuration, "HEADER_LIMIT", 1024, 1u << 20, limits.headerBytes);
-    Bytes(configuration, "BODY_LIMIT", 1024, (1u << 31) - 1, limits.bodyBytes);
-    Bytes(configuration, "BODY_TOTAL_LIMIT", 1u << 20, std::uint64_t{1} << 40, limits.allBodiesBytes);
-    Count(configuration, "MAX_CONNECTIONS", 1, 1000000, limits.connections);
-    Count(configuration, "MAX_ADDRESS_CONNECTIONS", 1, 1000000, limits.addressConnections);
-    Time(configuration, "HANDSHAKE_TIMEOUT", limits.handshakeTime);
-    Time(configuration, "HEADER_TIMEOUT", limits.headerTime);
-    Time(configuration, "BODY_TIMEOUT", limits.bodyTime);
-    Time(configuration, "IDLE_TIMEOUT", limits.idleTime);
-    Time(configuration, "WRITE_TIMEOUT", limits.writeTime);
-    Time(configuration, "CLOSE_TIMEOUT", limits.closeTime);
-    Bytes(configuration, "MIN_RATE", 1, 1u << 30, limits.bytesPerSecond);
-    if (configuration.values.HasAttr("LOCAL_SECRET_HEADER"))
-        limits.secretHeader = configuration.values.GetBool("LOCAL_SECRET_HEADER");
+    Count(configuration, IoThreadsKey, 1, 64, limits.ioThreads);
+    Count(configuration, WorkerThreadsKey, 1, 256, limits.workerThreads);
+    Bytes(configuration, HeaderLimitKey, 1024, 1u << 20, limits.headerBytes);
+    Bytes(configuration, BodyLimitKey, 1024, (1u << 31) - 1, limits.bodyBytes);
+    Bytes(configuration, BodyTotalLimitKey, 1u << 20, std::uint64_t{1} << 40, limits.allBodiesBytes);
+    Count(configuration, MaxConnectionsKey, 1, 1000000, limits.connections);
+    Count(configuration, MaxAddressConnectionsKey, 1, 1000000, limits.addressConnections);
+    Time(configuration, HandshakeTimeoutKey, limits.handshakeTime);
+    Time(configuration, HeaderTimeoutKey, limits.headerTime);
+    Time(configuration, BodyTimeoutKey, limits.bodyTime);
+    Time(configuration, IdleTimeoutKey, limits.idleTime);
+    Time(configuration, WriteTimeoutKey, limits.writeTime);
+    Time(configuration, CloseTimeoutKey, limits.closeTime);
+    Bytes(configuration, MinRateKey, 1, 1u << 30, limits.bytesPerSecond);
+    if (configuration.values.HasAttr(LocalSecretHeaderKey))
+        limits.secretHeader = configuration.values.GetBool(LocalSecretHeaderKey);
     return limits;
 }
 

@@ -7,6 +7,7 @@
 #include "DigestText.h"
 #include "LumPalDurable.h"
 #include "LumPalRuntime.h"
+#include "LumPalWhole.h"
 
 namespace LumVoxMsg {
 namespace {
@@ -45,11 +46,8 @@ LumPalIo::File_t LocalSecretFile() {
 std::string LocalSecretDigits() try {
     const LumPalIo::File_t file = LocalSecretFile();
     if (file.IsSymbolicLink()) return {};
-    LumPalIo::FileInputStream_t in(file);
-    LumPalArray::CharArray_t bytes(kDigits + 1);
-    const std::int64_t count = in.Read(bytes);
-    const std::string_view digits = bytes.View().substr(0, static_cast<std::size_t>(std::max<std::int64_t>(count, 0)));
-    return IsDigits(digits) ? std::string(digits) : std::string();
+    const auto bytes = LumPalIo::ReadWhole(LumPalIo::FileInputStream_t(file), kDigits);
+    return bytes && IsDigits(bytes->View()) ? std::string(bytes->View()) : std::string();
 } catch (const LumPalMsg::Exception_t&) {
     return {};
 }

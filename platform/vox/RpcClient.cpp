@@ -5,6 +5,7 @@
 
 #include "HttpClient.h"
 #include "LocalSecret.h"
+#include "LumPalKeys.h"
 #include "LumVoxRpc.h"
 #include "MessengerImpl.h"
 
@@ -20,7 +21,7 @@ std::shared_ptr<HttpClient> ClientOf(const LumVoxMsg::Messenger& messenger) {
     const auto make = [] { return std::make_shared<HttpClient>(); };
     if (LumVoxMsg::Messenger::Impl* const impl = messenger.GetImpl())
         return std::static_pointer_cast<HttpClient>(impl->ClientState(make));
-    static const auto& shared = *new std::shared_ptr<HttpClient>(make());
+    static const auto& shared = *new std::shared_ptr<HttpClient>(make());  // never destroyed: calls may outlive statics
     return shared;
 }
 
@@ -56,7 +57,7 @@ HttpTarget TargetOf(const LumPalNet::URI_t& uri, const String_t& targetId, unsig
 
 /// The plain road leads to the node itself: its id is known without asking.
 void CheckOwnId(const HttpTarget& target, const String_t& targetId) {
-    const String_t own = ConfigNamespace_t("sec.core").Open().GetValue("CORE_ID");
+    const String_t own = ConfigNamespace_t(LumPalKeys::NsSecCore).Open().GetValue(LumPalKeys::CoreIdKey);
     if (targetId.IsEmpty() || own.IsEmpty() || own == targetId) return;
     throw LumPalNet::ConnectException_t(
         LumPalMsg::CreateError_t("Cannot connect to host '%1' port %2: the node there is not '%3' but '%4'.")

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""Holds the rules of the includes (directions, third-party headers, no loops), that no file grows too long, and that one
-without a header of its name says at its top what it holds."""
+"""Holds the rules of the includes (directions, third-party headers, no loops), that no file grows too long, that one without
+a header of its name says at its top what it holds, and that what is never destroyed is spelled alike."""
 import pathlib
 import re
 import sys
@@ -27,6 +27,8 @@ TOOL_LIBRARIES = re.compile(r"^(CLI/|nlohmann/)")
 NETWORK = ROOT / "platform/vox"
 NETWORK_HEADER, NETWORK_LIBRARY = "_beast.h", "boost/"
 MOST_LINES = 400
+MADE_ONCE = re.compile(r"\bstatic\b.*=\s*\*?new\b")
+KEPT, WHY = re.compile(r"static [^=*]+& \w+ = \*new "), "never destroyed: "
 # Benchmarks compare with bare calls of the system and of the parser library.
 BARE = {"platform", "bench"}
 # The merge of settings is measured where the node makes it, on roots with rights of their own.
@@ -54,6 +56,17 @@ def too_long(path):
     return [f"{path.relative_to(ROOT)} has {lines} lines; {MOST_LINES} are the most"] if lines > MOST_LINES else []
 
 
+def oddly_kept(path):
+    """What a static leads to is made by new in one way, with the reason behind it or on the line above."""
+    lines = path.read_text(encoding="utf-8").splitlines()
+    for number, line in enumerate(lines, 1):
+        if not MADE_ONCE.search(line):
+            continue
+        above = lines[number - 2].strip() if number > 1 else ""
+        if not KEPT.match(line.strip()) or not ("// " + WHY in line or above.startswith("// " + WHY)):
+            yield f"{path.relative_to(ROOT)}:{number} is spelled 'static T& name = *new T;  // {WHY}why'"
+
+
 def untold(source, by_name):
     """A source without a header of its name, platforms aside, that does not begin with a line on what it holds."""
     name = re.sub(r"_(posix|win32)$", "", source.stem)
@@ -71,7 +84,7 @@ def main():
         by_name.setdefault(path.name, []).append(path)
     errors, edges = [], {}
     for path in files:
-        errors += too_long(path) + untold(path, by_name)
+        errors += [*too_long(path), *untold(path, by_name), *oddly_kept(path)]
         for kind, name in INCLUDE.findall(path.read_text(encoding="utf-8")):
             where = f"{path.relative_to(ROOT)} includes {name}"
             if kind == '"':

@@ -7,7 +7,8 @@ import sys
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 SOURCES = ["platform", "src", "LumConfPar", "LumConfCluster", "tools"]
 # Where a key is only handed out as a name.
-NAMING = {"Names.h", "ConfBase.cpp"}
+NAMING = {"LumPalKeys.h", "ConfBase.cpp", "ChangedNames.cpp", "ConfigCheck.cpp"}
+SPELLED = ROOT / "platform/include/LumPalKeys.h"
 LINK = re.compile(r"\[[^\]\n]*\]\(([^)\s]+)\)")
 
 
@@ -19,32 +20,43 @@ def text_of(path):
     return path.read_text(encoding="utf-8")
 
 
+def spelled_keys():
+    """{constant: spelling} of the namespaces and keys."""
+    return dict(re.findall(r'Name (\w+) = "([\w.]+)"', text_of(SPELLED)))
+
+
 def keys_of_the_code():
-    """{key: whether somebody reads it}, by the names of src/Names.h and by the words that the code itself holds."""
-    named = dict(re.findall(r'Name (\w+Key) = "(\w+)"', text_of(ROOT / "src/Names.h")))
+    """{key: whether somebody reads it}, by the names of LumPalKeys.h."""
+    named = {name: key for name, key in spelled_keys().items() if name.endswith("Key")}
     keys = dict.fromkeys(named.values(), False)
     handed_out = dict(re.findall(r"ConfBase::(\w+)\(\) \{\s+return names::(\w+Key);", text_of(ROOT / "src/ConfBase.cpp")))
     for path in sources(*SOURCES):
         text = text_of(path)
         if path.name not in NAMING:
-            for name in re.findall(r"names::(\w+Key)\b", text):
-                keys[named[name]] = True
+            keys.update((named[name], True) for name in re.findall(r"\b(\w+Key)\b", text) if name in named)
             for member in re.findall(r"ConfBase::(\w+)\(\)", text):
                 if member in handed_out:
                     keys[named[handed_out[member]]] = True
-        if path.parts[len(ROOT.parts)] == "platform":
-            for line in text.splitlines():
-                if re.search(r"\bconfiguration\b|\.Open\(\)", line):
-                    keys.update((key, True) for key in re.findall(r'"([A-Z][A-Z0-9_]{3,})"', line))
     return keys
+
+
+def check_spelling():
+    """Only LumPalKeys.h spells a key."""
+    keys = {key for name, key in spelled_keys().items() if name.endswith("Key")}
+    for path in sources(*SOURCES, "node"):
+        lines = [] if path == SPELLED else text_of(path).splitlines()
+        for key in re.findall(r'"([A-Z_]+)"', "\n".join(line for line in lines if not line.lstrip().startswith("//"))):
+            if key in keys:
+                yield f"{path.relative_to(ROOT)}: {key} is spelled in {SPELLED.name} alone"
 
 
 def check_audited_keys():
     """The second line of the audit log tells each key that has a row, under its namespace."""
     told = text_of(ROOT / "docs/configuration.md").split("## Names that are reserved")[0]
     table = text_of(ROOT / "LumConfPar/ChangedNames.cpp").split("kKnown[] = {")[1].split("\n};")[0]
-    known = {space: set(re.findall(r'"([A-Z_]+)"', keys)) for space, keys in
-             re.findall(r'\{"([a-z.]+)",\s*\{(.*?)\}\}', table, re.S)}
+    spelled = spelled_keys()
+    known = {spelled[space]: {spelled[key] for key in re.findall(r"\w+", keys)} for space, keys in
+             re.findall(r"\{(\w+),\s*\{(.*?)\}\}", table, re.S)}
     for space, section in re.findall(r"^## ([a-z.]+\.[a-z.]+)$(.*?)(?=^## )", told + "\n## ", re.M | re.S):
         rows = set(re.findall(r"^\| `([A-Z][A-Z0-9_]+)` \|", section, re.M))
         for key in sorted(rows ^ known.get(space, set())):
@@ -91,9 +103,10 @@ def check_bounds():
     """The bounds and defaults of the server's limits are those of the code."""
     rows = dict(re.findall(r"^\| `([A-Z_]+)` \| (.*)", text_of(ROOT / "docs/configuration.md"), re.M))
     code = text_of(ROOT / "platform/vox/HttpLimits.cpp")
-    bounds = {key: (number(least), number(most)) for key, least, most in
-              re.findall(r'(?:Count|Bytes)\(configuration, "(\w+)", ([^,]+), ([^,]+),', code)}
-    bounds.update((key, (100, 3600000)) for key in re.findall(r'Time\(configuration, "(\w+)"', code))
+    spelled = spelled_keys()
+    bounds = {spelled[key]: (number(least), number(most)) for key, least, most in
+              re.findall(r"(?:Count|Bytes)\(configuration, (\w+Key), ([^,]+), ([^,]+),", code)}
+    bounds.update((spelled[key], (100, 3600000)) for key in re.findall(r"Time\(configuration, (\w+Key)", code))
     defaults = {key: number(value) for value, key in re.findall(
         r"(?:= |\{)([\du <+-]+)\}?;\s+///< (\w+)", text_of(ROOT / "platform/vox/HttpLimits.h"))}
     if len(bounds) < 12 or "number(configuration, key, 100, 3600000" not in code.lower():
@@ -191,7 +204,8 @@ def check_rooms():
 
 
 def main():
-    checks = (check_keys, check_audited_keys, check_bounds, check_environment, check_options, check_links, check_rooms)
+    checks = (check_keys, check_spelling, check_audited_keys, check_bounds, check_environment, check_options, check_links,
+              check_rooms)
     errors = [error for check in checks for error in check()]
     for error in errors:
         print(error)

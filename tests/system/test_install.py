@@ -77,6 +77,17 @@ class InstalledTree(unittest.TestCase):
                                   capture_output=True, text=True, timeout=60)
             self.assertEqual((done.returncode, done.stdout), (6, "unreachable\n"))
 
+    def test_a_program_of_the_tree_brings_the_policy_operations_up_with_the_shared_library_alone(self):
+        program, settings = self.folder / "operation", cache()
+        folders = [ROOT / "src", ROOT / "src/include", ROOT / "platform/include"]
+        libraries = next(self.prefix.rglob("liblumconf.so")).parent
+        run(settings["CMAKE_CXX_COMPILER"], "-std=c++20", *shlex.split(settings["CMAKE_CXX_FLAGS"]),
+            *(f"-I{folder}" for folder in folders), ROOT / "tests/data/outside/operation.cpp", "-o", program,
+            f"-L{libraries}", "-llumconf", "-llumplatform", f"-Wl,-rpath,{libraries}")
+        root = self.folder / "root"
+        root.mkdir()
+        self.assertEqual(run(program, env={"LUM_ROOT": str(root)}), "none\n")
+
     def test_a_packager_configures_without_what_only_tests_and_benchmarks_need(self):
         build = self.folder / "packager"
         absent = ("GTest", "benchmark")

@@ -7,6 +7,7 @@
 
 #include "LumPalConfig.h"
 #include "LumPalConsole.h"
+#include "LumPalKeys.h"
 #include "LumPalRuntime.h"
 #include "LumVoxRpc.h"
 
@@ -63,7 +64,7 @@ ExitCode CodeOf(const std::map<ExitCode, int>& counts, std::size_t hosts) {
 /// The node cannot say why it knows no sender: the caller alone sees that he has no proof to show.
 void AddHint(const std::string& host, Outcome& outcome) {
     if (outcome.code != lumtools::kRefused || host != "localhost" || LumVoxRpc::HasLocalSecret()) return;
-    if (LumPalConfig::ConfigNamespace_t("sec.cm.certificates").Open().GetBool("CERT_INSTALLED")) return;
+    if (LumPalConfig::ConfigNamespace_t(LumPalKeys::NsSecCmCert).Open().GetBool(LumPalKeys::CertInstalledKey)) return;
     const std::string root = LumPalRuntime::Dir_t::Path(LumPalRuntime::Root).ToUtf8();
     outcome.messages.push_back({1, "This call proved nothing, since '" + LumVoxRpc::LocalSecretPath().ToUtf8() +
                                        "' cannot be read: run it as the user to whom the node's root '" + root +

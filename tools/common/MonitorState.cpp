@@ -9,6 +9,7 @@
 #include "LumPalIo.h"
 #include "LumPalMsg.h"
 #include "LumPalRuntime.h"
+#include "LumPalWhole.h"
 
 namespace lumtools {
 
@@ -69,11 +70,9 @@ MonitorState Parsed(const std::string& text) {
 }
 
 std::string Content(const File_t& file) {
-    if (file.GetSize() > kLargestFile) throw std::invalid_argument("it is too large");
-    LumPalIo::FileInputStream_t input(file);
-    LumPalArray::CharArray_t bytes(static_cast<std::size_t>(file.GetSize()));
-    const std::int64_t count = bytes.GetLength() > 0 ? input.Read(bytes) : 0;
-    return {bytes.GetData(), static_cast<std::size_t>(std::max<std::int64_t>(count, 0))};
+    const auto bytes = LumPalIo::ReadWhole(LumPalIo::FileInputStream_t(file), kLargestFile);
+    if (!bytes) throw std::invalid_argument("it is too large");
+    return std::string(bytes->View());
 }
 
 }  // namespace

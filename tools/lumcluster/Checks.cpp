@@ -5,6 +5,7 @@
 #include "LumConfCluster/ClusterType.h"
 #include "LumPalDaemon.h"
 #include "LumPalIo.h"
+#include "LumPalKeys.h"
 #include "LumPalRuntime.h"
 #include "common/ClusterProduct.h"
 #include "lumcluster/Look.h"
@@ -139,21 +140,23 @@ void CheckLocalName(const Subject& subject, Findings& findings) {
 void CheckKeys(const Subject& subject, Findings& findings) {
     const Keys& keys = subject.keys;
     if (keys.toolTimeoutSeconds > 0) {
-        findings.push_back({State::Ok, "TOOL_TIMEOUT", keys.toolTimeout + " seconds", ""});
+        findings.push_back({State::Ok, LumPalKeys::ToolTimeoutKey, keys.toolTimeout + " seconds", ""});
     } else {
-        findings.push_back({State::Warning, "TOOL_TIMEOUT", "a tool that hangs is waited for without limit",
+        findings.push_back({State::Warning, LumPalKeys::ToolTimeoutKey, "a tool that hangs is waited for without limit",
                             "lumsettings set conf.cluster TOOL_TIMEOUT=30"});
     }
     if (keys.monitorMode.empty()) {
-        findings.push_back({State::Note, "MONITOR_MODE", "not set: the daemon sets it when it follows a cluster", ""});
+        findings.push_back(
+            {State::Note, LumPalKeys::MonitorModeKey, "not set: the daemon sets it when it follows a cluster", ""});
     } else if (keys.isMonitorModeOn) {
-        findings.push_back({State::Ok, "MONITOR_MODE", "on", ""});
+        findings.push_back({State::Ok, LumPalKeys::MonitorModeKey, "on", ""});
     } else {
-        findings.push_back({State::Failed, "MONITOR_MODE", "'" + keys.monitorMode + "' is off: nothing is switched",
+        findings.push_back({State::Failed, LumPalKeys::MonitorModeKey,
+                            "'" + keys.monitorMode + "' is off: nothing is switched",
                             "lumsettings set conf.cluster MONITOR_MODE=true"});
     }
     if (keys.pollingInterval.empty() || keys.pollingIntervalMs >= 1000) return;
-    findings.push_back({State::Warning, "POLLING_INTERVAL",
+    findings.push_back({State::Warning, LumPalKeys::PollingIntervalKey,
                         "'" + keys.pollingInterval + "' lets the product's tools run all the time",
                         "lumsettings set conf.cluster POLLING_INTERVAL=10000 (milliseconds)"});
 }

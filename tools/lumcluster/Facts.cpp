@@ -4,6 +4,7 @@
 
 #include "ConfBase.h"
 #include "LumPalConfig.h"
+#include "LumPalKeys.h"
 #include "LumPalNet.h"
 #include "common/Arguments.h"
 
@@ -15,9 +16,10 @@ using lumtools::Text;
 Keys Keys::Read() {
     const LumPalConfig::Configuration_t keys = LumConf::ConfBase::Get_NS_ConfCluster().Open();
     const auto value = [&keys](const char* key) { return keys.GetValue(key).ToUtf8(); };
-    return {value("CLUSTER_TYPE"),           value("CLUSTER_LOCAL_NODENAME"), value("POLLING_INTERVAL"),
-            value("MONITOR_MODE"),           value("TOOL_TIMEOUT"),           keys.GetBool("MONITOR_MODE"),
-            keys.GetInt("POLLING_INTERVAL"), keys.GetInt("TOOL_TIMEOUT")};
+    return {value(LumPalKeys::ClusterTypeKey),           value(LumPalKeys::ClusterLocalNodenameKey),
+            value(LumPalKeys::PollingIntervalKey),       value(LumPalKeys::MonitorModeKey),
+            value(LumPalKeys::ToolTimeoutKey),           keys.GetBool(LumPalKeys::MonitorModeKey),
+            keys.GetInt(LumPalKeys::PollingIntervalKey), keys.GetInt(LumPalKeys::ToolTimeoutKey)};
 }
 
 LocalName LocalName::Of(const Keys& keys) {
@@ -43,7 +45,7 @@ Comparison Comparison::Of(const LocalName& local, const std::string& node, const
 }
 
 std::string Comparison::Sentence() const {
-    const std::string source = isConfigured ? "CLUSTER_LOCAL_NODENAME" : "the system's own name";
+    const std::string source = isConfigured ? LumPalKeys::ClusterLocalNodenameKey : "the system's own name";
     if (node.empty()) return "no active node; this one is '" + local + "' (" + source + ")";
     if (!hasAddress) return "'" + node + "' is this node by its name (" + source + "), but has no address";
     return "'" + node + "' is " + (isSame ? "" : "not ") + "'" + local + "' (" + source + ")";

@@ -38,19 +38,24 @@ private:
     const OnSuspension onSuspension;
 };
 
-/// The runnable is never destroyed: the thread waits on when the step was what ended all, and goes with the process.
-void Start(const char* name, LumPalThread::Runnable_i* watch) {
-    Thread_t(name).Start(*watch);
+StopWatch& TheStopWatch() {
+    static StopWatch& watch = *new StopWatch;  // never destroyed: its thread waits on, and goes with the process
+    return watch;
+}
+
+SuspensionWatch& TheSuspensionWatch(const OnSuspension& onSuspension) {
+    // never destroyed: its thread waits on, and goes with the process
+    static SuspensionWatch& watch = *new SuspensionWatch(onSuspension);
+    return watch;
 }
 
 }  // namespace
 
 void Repeat(const std::function<bool()>& step, const std::function<std::uint32_t()>& pauseMs,
             const OnSuspension& onSuspension) {
-    static LumPalThread::Runnable_i* const stops = new StopWatch;
-    static LumPalThread::Runnable_i* const suspensions = onSuspension ? new SuspensionWatch(onSuspension) : nullptr;
-    Start("SignalWatch", stops);
-    if (suspensions) Start("SuspendWatch", suspensions);
+    StopWatch& stops = TheStopWatch();  // takes the signals before any thread of the watches begins
+    if (onSuspension) Thread_t("SuspendWatch").Start(TheSuspensionWatch(onSuspension));
+    Thread_t("SignalWatch").Start(stops);
     while (!LumPalRuntime::IsStopping() && step()) {
         if (LumPalRuntime::WaitForStopping(pauseMs())) return;
     }

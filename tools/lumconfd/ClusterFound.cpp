@@ -4,6 +4,7 @@
 
 #include "ConfBase.h"
 #include "LumPalConfig.h"
+#include "LumPalKeys.h"
 #include "LumPalLog.h"
 #include "LumPalMsg.h"
 
@@ -18,8 +19,6 @@ using LumPalStr::String_t;
 
 namespace {
 
-constexpr const char* kTypeKey = "CLUSTER_TYPE";
-
 /// What a monitor that starts without them would set.
 struct Filling {
     const char* key;
@@ -31,7 +30,7 @@ struct Filling {
 void SayWhichIsFollowed(ClusterType product) {
     const String_t name = LumConfCluster::DisplayText(product), file = LumConfCluster::DaemonFile(product);
     LumPalLog::Log(CreateInfo_t("The cluster product '%1' is followed: '%2' is there.") << name << file);
-    const String_t configured = ConfBase::Get_NS_ConfCluster().Open().GetValue(kTypeKey);
+    const String_t configured = ConfBase::Get_NS_ConfCluster().Open().GetValue(LumPalKeys::ClusterTypeKey);
     for (int i = 0; i < static_cast<int>(ClusterType::Unknown); ++i) {
         const auto type = static_cast<ClusterType>(i);
         if (type == product || configured != LumConfCluster::DisplayText(type)) continue;
@@ -42,8 +41,9 @@ void SayWhichIsFollowed(ClusterType product) {
 }
 
 void FillEmptyClusterKeys(ClusterType product) {
-    const Filling fillings[] = {
-        {kTypeKey, LumConfCluster::DisplayText(product)}, {"POLLING_INTERVAL", "10000"}, {"MONITOR_MODE", "TRUE"}};
+    const Filling fillings[] = {{LumPalKeys::ClusterTypeKey, LumConfCluster::DisplayText(product)},
+                                {LumPalKeys::PollingIntervalKey, "10000"},
+                                {LumPalKeys::MonitorModeKey, "TRUE"}};
     const Configuration_t present = ConfBase::Get_NS_ConfCluster().Open();
     Configuration_t filled(present.GetNamespace());
     std::string told;

@@ -7,9 +7,9 @@
 #include <ostream>
 #include <set>
 
-#include "ConfBase.h"
 #include "LumConfCluster/ClusterType.h"
 #include "LumPalConfig.h"
+#include "LumPalKeys.h"
 #include "LumPalMsg.h"
 #include "LumSecAuth.h"
 #include "LumSecCore.h"
@@ -20,7 +20,7 @@ namespace lumconfd {
 
 namespace {
 
-using LumConf::ConfBase;
+using namespace LumPalKeys;
 using LumPalConfig::ConfigGroup_t;
 using LumPalConfig::Configuration_t;
 using LumPalStr::String_t;
@@ -35,30 +35,30 @@ struct Key {
 };
 
 const Key kKeys[] = {
-    {"conf.core", "ASYNC_CONTROL_NOTIFY", Type::Boolean},
-    {"conf.core", "CACHE_CONFIGSETTINGS_POLICIES", Type::Boolean},
-    {"conf.core", "CONTROL_ACK_TIMEOUT", Type::Count},
-    {"conf.core", "STRICT_SIGNERS", Type::Boolean},
-    {"conf.server", "AUDIT_LOGGING", Type::Boolean},
-    {"conf.server", "AUDIT_LOG_MODE", Type::AuditMode},
-    {"conf.server", "SHARED_DATA_FILES", Type::SharedFiles},
-    {"conf.server", ConfBase::Get_g_FormatPolicyListKey(), Type::Boolean},
-    {"conf.server", ConfBase::Get_g_MergedPolicyListFilenameKey(), Type::ListName},
-    {"conf.server", ConfBase::Get_s_lumconfdLocateServer(), Type::Boolean},
-    {"conf.server", ConfBase::Get_s_lumconfdPingServer(), Type::Servers},
-    {"conf.server", ConfBase::Get_s_lumconfdWaitTime(), Type::WaitTime},
-    {"conf.cluster", "CLUSTER_TYPE", Type::Product},
-    {"conf.cluster", "TOOL_TIMEOUT", Type::Count},
-    {"conf.cluster", "COMMAND_TIMEOUT", Type::Count},
-    {"conf.cluster", "MONITOR_MODE", Type::Mode},
-    {"conf.cluster", "POLLING_INTERVAL", Type::Interval},
-    {"conf.cluster", "MAX_RETRIES_FOR_CLUSTERUP", Type::Count},
-    {"sec.cm.certificates", "CERT_INSTALLED", Type::Boolean},
-    {"vox.http.ext.conf", "LOCAL_SECRET_HEADER", Type::Boolean},
-    {"vox.http.ext.conf", "TARGET_PORT", Type::Port},
-    {"vox.http.ext.conf", "CONNECT_TIMEOUT", Type::Count},
-    {"vox.http.ext.conf", "REQUEST_TIMEOUT", Type::Count},
-    {"vox.http.ext.conf", "RESPONSE_LIMIT", Type::Count},
+    {NsConfCore, AsyncControlNotifyKey, Type::Boolean},
+    {NsConfCore, CacheSettingsPoliciesKey, Type::Boolean},
+    {NsConfCore, ControlAckTimeoutKey, Type::Count},
+    {NsConfCore, StrictSignersKey, Type::Boolean},
+    {NsConfServer, AuditLoggingKey, Type::Boolean},
+    {NsConfServer, AuditLogModeKey, Type::AuditMode},
+    {NsConfServer, SharedDataFilesKey, Type::SharedFiles},
+    {NsConfServer, FormatPolicyListKey, Type::Boolean},
+    {NsConfServer, MergedPolicyListFilenameKey, Type::ListName},
+    {NsConfServer, LocateServerKey, Type::Boolean},
+    {NsConfServer, PingServerKey, Type::Servers},
+    {NsConfServer, WaitTimeKey, Type::WaitTime},
+    {NsConfCluster, ClusterTypeKey, Type::Product},
+    {NsConfCluster, ToolTimeoutKey, Type::Count},
+    {NsConfCluster, CommandTimeoutKey, Type::Count},
+    {NsConfCluster, MonitorModeKey, Type::Mode},
+    {NsConfCluster, PollingIntervalKey, Type::Interval},
+    {NsConfCluster, MaxRetriesForClusterUpKey, Type::Count},
+    {NsSecCmCert, CertInstalledKey, Type::Boolean},
+    {NsVoxHttp, LocalSecretHeaderKey, Type::Boolean},
+    {NsVoxHttp, TargetPortKey, Type::Port},
+    {NsVoxHttp, ConnectTimeoutKey, Type::Count},
+    {NsVoxHttp, RequestTimeoutKey, Type::Count},
+    {NsVoxHttp, ResponseLimitKey, Type::Count},
 };
 
 bool IsNumber(const std::string& text) {
@@ -167,7 +167,7 @@ void CheckKeys(const ConfigGroup_t& group, Report& report) {
 void TellWhetherTheNodeSigns(std::ostream& out) {
     LumSecCore::Key key;
     try {
-        const String_t coreId = LumPalConfig::ConfigNamespace_t("sec.core").Open().GetValue("CORE_ID");
+        const String_t coreId = LumPalConfig::ConfigNamespace_t(NsSecCore).Open().GetValue(CoreIdKey);
         LumSecCore::KeyStore().GetPrivateKey(coreId, key);
     } catch (const LumPalMsg::Exception_t&) {
         return;  // there is none, or a problem that the other steps tell
@@ -185,7 +185,7 @@ bool CheckConfiguration(std::ostream& out) {
     Report report(out);
     report.Step([&] { CheckKeys(LumPalConfig::ConfigBase_t::Open(""), report); });
     report.Step([&] {
-        const auto server = LumPalConfig::ConfigNamespace_t("vox.http.ext.conf").Open();
+        const auto server = LumPalConfig::ConfigNamespace_t(NsVoxHttp).Open();
         report.Problems(LumVoxMsg::FindWrongLimits(server));
     });
     report.Step([&] { report.Problems(LumSecAuth::FindWrongRights()); });

@@ -4,11 +4,11 @@
 
 #include "LumPalIo.h"
 #include "LumPalLog.h"
+#include "LumPalWhole.h"
 #include "LumSecPki.h"
 
 namespace lumconfd {
 
-using LumPalIo::File_t;
 using LumPalMsg::MessageList_t;
 using LumPalStr::String_t;
 using LumSecCore::NodeIdentity;
@@ -17,7 +17,6 @@ using LumSecCore::X509Certificate;
 namespace {
 
 constexpr std::int64_t kDaySeconds = 86400;
-constexpr std::uint64_t kLargestFile = 1u << 20;
 /// Days before the end, the smallest last; 0 is the end itself.
 constexpr int kThresholds[] = {30, 7, 1, 0};
 constexpr int kNothingSaid = INT_MAX;
@@ -32,12 +31,8 @@ int Reached(std::int64_t secondsLeft) {
 }
 
 std::vector<X509Certificate> Certificates(const String_t& path) {
-    const File_t file(path);
-    if (file.GetSize() > kLargestFile) return {};
-    LumPalIo::FileInputStream_t input(file);
-    LumPalArray::CharArray_t bytes(static_cast<std::size_t>(file.GetSize()));
-    bytes.Resize(static_cast<std::size_t>(std::max<std::int64_t>(input.Read(bytes), 0)));
-    return LumSecPki::ReadCertificates(bytes);
+    const auto bytes = LumPalIo::ReadWhole(LumPalIo::FileInputStream_t(path), LumSecPki::kLargestPemFile);
+    return bytes ? LumSecPki::ReadCertificates(*bytes) : std::vector<X509Certificate>();
 }
 
 template <class Severity>

@@ -15,6 +15,7 @@ using LumConfCluster::Applications;
 using LumConfCluster::Instance;
 using LumConfCluster::Instances;
 using LumPalStr::String_t;
+using LumPalThread::Bell_t;
 using LumPalThread::Thread_t;
 using std::chrono::seconds;
 
@@ -47,8 +48,8 @@ std::int64_t SecondsNow() {
 }
 
 MonitorKeeper::Surroundings OfTheDaemon() {
-    return {&SecondsNow, [](Bell& bell, seconds time) { bell.Pause(time); },
-            [](MonitorRecord& record, Bell& bell) { return std::make_unique<WatchedMonitor>(record, bell); }};
+    return {&SecondsNow, [](Bell_t& bell, seconds time) { bell.Pause(time); },
+            [](MonitorRecord& record, Bell_t& bell) { return std::make_unique<WatchedMonitor>(record, bell); }};
 }
 
 }  // namespace
@@ -111,7 +112,7 @@ MonitorKeeper::~MonitorKeeper() {
 }
 
 bool MonitorKeeper::WaitForEnd(std::chrono::milliseconds most) {
-    return thread.IsNull() || ended.Wait(most) != Bell::Heard::TimeOver;
+    return thread.IsNull() || ended.Wait(most) != Bell_t::Heard::TimeOver;
 }
 
 void MonitorKeeper::Run(const Thread_t&) {

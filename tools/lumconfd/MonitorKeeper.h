@@ -10,9 +10,9 @@
 
 #include "LumConfCluster/ClusterMonitor.h"
 #include "LumConfCluster/ClusterType.h"
+#include "LumPalBell.h"
 #include "LumPalMsg.h"
 #include "LumPalThread.h"
-#include "lumconfd/Bell.h"
 #include "lumconfd/MonitorRecord.h"
 
 namespace lumconfd {
@@ -25,7 +25,7 @@ public:
     /// @param record  told what it sees, on its thread
     /// @param ended   rung when it has ended
     /// @param clock   seconds since any moment, whatever is done to the time of day
-    WatchedMonitor(MonitorRecord& record, Bell& ended, Clock clock = &SteadySeconds)
+    WatchedMonitor(MonitorRecord& record, LumPalThread::Bell_t& ended, Clock clock = &SteadySeconds)
         : record(record), ended(ended), clock(std::move(clock)) {}
 
     void Run(const LumPalThread::Thread_t& thread) override;
@@ -48,7 +48,7 @@ private:
     static std::chrono::seconds SteadySeconds();
 
     MonitorRecord& record;
-    Bell& ended;
+    LumPalThread::Bell_t& ended;
     const Clock clock;
     std::optional<std::chrono::seconds> born;
     LumPalMsg::MessageList_t reason;
@@ -72,8 +72,8 @@ public:
     /// What tests replace.
     struct Surroundings {
         MonitorRecord::Clock now;
-        std::function<void(Bell&, std::chrono::seconds)> pause;
-        std::function<std::unique_ptr<WatchedMonitor>(MonitorRecord&, Bell&)> make;
+        std::function<void(LumPalThread::Bell_t&, std::chrono::seconds)> pause;
+        std::function<std::unique_ptr<WatchedMonitor>(MonitorRecord&, LumPalThread::Bell_t&)> make;
     };
 
     /// @throws LumPalMsg::RuntimeException_t without room for a thread
@@ -98,8 +98,8 @@ private:
 
     const std::optional<LumConfCluster::ClusterType> product;
     const Surroundings surroundings;
-    Bell bell;   ///< rung by a monitor that has ended
-    Bell ended;  ///< rung by the thread in its end
+    LumPalThread::Bell_t bell;   ///< rung by a monitor that has ended
+    LumPalThread::Bell_t ended;  ///< rung by the thread in its end
     std::optional<MonitorRecord> record;
     SuccessorPauses pauses;
     LumPalThread::Thread_t thread;

@@ -1,7 +1,6 @@
 #include "lumconfd/TrustReload.h"
 
 #include "LumPalIo.h"
-#include "LumPalLog.h"
 #include "common/TrustReload.h"
 
 namespace lumconfd {
@@ -12,15 +11,18 @@ namespace {
 
 /// How soon the end that was asked for is seen.
 constexpr std::uint32_t kWaitMs = 300;
-constexpr std::uint32_t kPauseMs = 1000;
+constexpr std::chrono::milliseconds kPause(1000);
 
 const String_t kEvents[] = {lumtools::kReloadEvent};
 
 }  // namespace
 
-TrustReload::TrustReload(std::function<void()> reload) : reload(std::move(reload)), thread("TrustReload") {
+TrustReload::TrustReload(std::function<void()> reload)
+    : reload(std::move(reload)),
+      thread("TrustReload", {"Changed keys and rights cannot be taken up for a moment: %1", kPause},
+             [this](const LumPalThread::Bell_t& bell) { return Listen(bell); }) {
     Register();
-    thread.Start(*this);
+    thread.Start();
 }
 
 void TrustReload::Register() {
@@ -28,37 +30,23 @@ void TrustReload::Register() {
     component = std::make_unique<LumCtrl::Component>(lumtools::kReloadComponent, kEvents, 1);
 }
 
-TrustReload::~TrustReload() {
-    Stop();
-    thread.Join();
+std::chrono::milliseconds TrustReload::Listen(const LumPalThread::Bell_t& bell) try {
+    if (!component) Register();
+    TakeUpNext();
+    return std::chrono::milliseconds(0);
+} catch (const std::exception&) {
+    // The service may have stopped before this thread has seen that it shall. Else it let the component go, or there
+    // was no memory for it.
+    if (bell.IsStopped()) return std::chrono::milliseconds(0);
+    component.reset();
+    throw;
 }
 
-void TrustReload::Run(const LumPalThread::Thread_t&) {
-    while (!stopping) {
-        try {
-            if (!component) Register();
-            Listen();
-        } catch (const std::exception& e) {
-            // The service may have stopped before this thread has seen that it shall. Else it let the component go, or
-            // there was no memory for it.
-            if (stopping) return;
-            component.reset();
-            LumPalLog::LogGuarded([&] {
-                return LumPalMsg::CreateError_t("Changed keys and rights cannot be taken up for a moment: %1")
-                       << String_t::FromUtf8(e.what());
-            });
-            LumPalThread::Thread_t::Sleep(kPauseMs);
-        }
-    }
-}
-
-void TrustReload::Listen() {
+void TrustReload::TakeUpNext() {
     String_t event, value;
-    while (!stopping) {
-        if (!component->Next(event, value, kWaitMs)) continue;
-        reload();
-        component->Acknowledge();
-    }
+    if (!component->Next(event, value, kWaitMs)) return;
+    reload();
+    component->Acknowledge();
 }
 
 }  // namespace lumconfd

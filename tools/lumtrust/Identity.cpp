@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "LumPalConfig.h"
+#include "LumPalKeys.h"
 #include "LumSecAuth.h"
 #include "LumSecPki.h"
 #include "common/Arguments.h"
@@ -23,9 +24,6 @@ using lumtools::Text;
 
 namespace {
 
-constexpr char kCoreNamespace[] = "sec.core", kCoreId[] = "CORE_ID";
-constexpr char kCertificateNamespace[] = "sec.cm.certificates", kInstalled[] = "CERT_INSTALLED";
-
 struct Choices {
     std::string coreId, output, certificate, key;
     std::vector<std::string> hosts;
@@ -43,7 +41,8 @@ std::string PathOf(const File_t& file) {
 
 /// The key waits beside the one in use, which serves on until the certificate is there.
 int Request(const Choices& choices) {
-    const std::string configured = LumPalConfig::ConfigNamespace_t(kCoreNamespace).Open().GetValue(kCoreId).ToUtf8();
+    const std::string configured =
+        LumPalConfig::ConfigNamespace_t(LumPalKeys::NsSecCore).Open().GetValue(LumPalKeys::CoreIdKey).ToUtf8();
     const String_t coreId = CheckedCoreId(choices.coreId.empty() ? configured : choices.coreId);
     std::vector<String_t> hosts;
     for (const std::string& host : choices.hosts) hosts.push_back(Text(host));
@@ -88,9 +87,9 @@ bool IsIssuedByTrusted(const X509Certificate& certificate) try {
 }
 
 void SetSettings(const String_t& coreId) {
-    Configuration_t core{String_t(kCoreNamespace)}, certificates{String_t(kCertificateNamespace)};
-    core.SetAttrValue(kCoreId, coreId);
-    certificates.SetAttrValue(kInstalled, "true");
+    Configuration_t core{String_t(LumPalKeys::NsSecCore)}, certificates{String_t(LumPalKeys::NsSecCmCert)};
+    core.SetAttrValue(LumPalKeys::CoreIdKey, coreId);
+    certificates.SetAttrValue(LumPalKeys::CertInstalledKey, "true");
     LumPalConfig::ConfigUpdate_t update{String_t()};
     update.SetConfig(core);
     update.SetConfig(certificates);

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "LumPalConfig.h"
+#include "LumPalKeys.h"
 #include "LumSecPki.h"
 #include "common/ExitCode.h"
 #include "common/Table.h"
@@ -35,7 +36,7 @@ bool IsInTime(const X509Certificate& certificate) try {
 }
 
 bool AreSignersStrict() {
-    return LumPalConfig::ConfigNamespace_t("conf.core").Open().GetBool("STRICT_SIGNERS");
+    return LumPalConfig::ConfigNamespace_t(LumPalKeys::NsConfCore).Open().GetBool(LumPalKeys::StrictSignersKey);
 }
 
 /// For whom a trusted certificate vouches now. Signers are looked up by the common name of their authority.

@@ -18,6 +18,8 @@ namespace {
 
 using namespace LumConf;
 using LumPalStr::String_t;
+using Mode = AuditLog::Mode;
+using Outcome = AuditLog::Outcome;
 
 class AuditLogTest : public testing::Test {
 protected:
@@ -72,9 +74,9 @@ TEST_F(AuditLogTest, EachModeOfAPolicyHasItsTwoLines) {
     TurnOn();
     AuditLog log;
     for (const ModeWords& row : rows) {
-        log.Log("host", "n", "i", row.mode, true);
+        log.Log("host", "n", "i", Mode(row.mode), Outcome::Success);
         ExpectOneLine("INFO", std::string("Success Audit: ") + row.success + " Calling system: 'host'");
-        log.Log("host", "n", "i", row.mode, false);
+        log.Log("host", "n", "i", Mode(row.mode), Outcome::Failure);
         ExpectOneLine("WARNING", std::string("Failure Audit: ") + row.failure + " Calling system: 'host'");
     }
 }
@@ -101,9 +103,9 @@ TEST_F(AuditLogTest, EachModeOfAnOperationHasItsTwoLines) {
     TurnOn();
     AuditLog log;
     for (const ModeWords& row : rows) {
-        log.Log("host", row.mode, true);
+        log.Log("host", Mode(row.mode), Outcome::Success);
         ExpectOneLine("INFO", std::string("Success Audit: ") + row.success + " Calling system: 'host'");
-        log.Log("host", row.mode, false);
+        log.Log("host", Mode(row.mode), Outcome::Failure);
         ExpectOneLine("WARNING", std::string("Failure Audit: ") + row.failure + " Calling system: 'host'");
     }
 }
@@ -116,14 +118,14 @@ TEST_F(AuditLogTest, ALineMoreStandsDirectlyBehindItsOwnUnderTheSameChoices) {
         ++made;
         return LumPalMsg::Message_t(LumPalMsg::CreateWarn_t(String_t("more")));
     };
-    log.Log("host", AuditLog::ConfigSet, true, log.GetChoices(), more);
-    log.Log("conf.cluster", AuditLog::ConfigSet, false, log.GetChoices(), more);
+    log.Log("host", AuditLog::ConfigSet, Outcome::Success, log.GetChoices(), more);
+    log.Log("conf.cluster", AuditLog::ConfigSet, Outcome::Failure, log.GetChoices(), more);
     EXPECT_EQ(made, 0) << "it is not made for a line that is not wanted";
     EXPECT_EQ(Lines().size(), 0u);
     std::vector<std::jthread> writers;
     for (int i = 0; i < 4; ++i) {
         writers.emplace_back([&] {
-            for (int j = 0; j < 50; ++j) log.Log("host", AuditLog::ConfigSet, false, log.GetChoices(), more);
+            for (int j = 0; j < 50; ++j) log.Log("host", AuditLog::ConfigSet, Outcome::Failure, log.GetChoices(), more);
         });
     }
     writers.clear();
@@ -139,12 +141,12 @@ TEST_F(AuditLogTest, AnOperationThatChangesTheChoicesIsWrittenWhenItWasWantedBef
     std::filesystem::create_directories(root.Native() + "/log");
     AuditLog log;
     const auto more = [] { return LumPalMsg::Message_t(LumPalMsg::CreateInfo_t(String_t("more"))); };
-    log.Log("host", AuditLog::ConfigSet, true, {false, false}, more);
-    log.Log("host", AuditLog::ConfigSet, true, {true, true}, more);
-    log.Log("conf.cluster", AuditLog::ConfigSet, true, {true, false}, more);
+    log.Log("host", AuditLog::ConfigSet, Outcome::Success, {false, false}, more);
+    log.Log("host", AuditLog::ConfigSet, Outcome::Success, {true, true}, more);
+    log.Log("conf.cluster", AuditLog::ConfigSet, Outcome::Success, {true, false}, more);
     EXPECT_EQ(Lines().size(), 0u);
-    log.Log("host", AuditLog::ConfigSet, true, {true, false}, more);
-    log.Log("host", AuditLog::ConfigSet, false, {true, true}, more);
+    log.Log("host", AuditLog::ConfigSet, Outcome::Success, {true, false}, more);
+    log.Log("host", AuditLog::ConfigSet, Outcome::Failure, {true, true}, more);
     EXPECT_EQ(Lines().size(), 4u);
 }
 
@@ -158,9 +160,9 @@ TEST_F(AuditLogTest, ARefusedCallIsAWarningThatNamesTheMethod) {
 TEST_F(AuditLogTest, AModeWithoutAMessageGivesAnEmptyLine) {
     TurnOn();
     AuditLog log;
-    log.Log("host", "n", "i", AuditLog::Notify, true);
-    log.Log("host", 13, true);
-    log.Log("host", -1, false);
+    log.Log("host", "n", "i", AuditLog::Notify, Outcome::Success);
+    log.Log("host", Mode(13), Outcome::Success);
+    log.Log("host", Mode(-1), Outcome::Failure);
     EXPECT_EQ(Text().find("Audit:"), std::string::npos);
 }
 
@@ -168,7 +170,7 @@ TEST_F(AuditLogTest, WithoutConfigurationNothingIsWritten) {
     std::filesystem::create_directories(root.Native() + "/log");
     AuditLog log;
     EXPECT_FALSE(log.IsEnabled());
-    log.Log("host", AuditLog::List, false);
+    log.Log("host", AuditLog::List, Outcome::Failure);
     log.LogAuthorizationError("host", "list");
     EXPECT_EQ(Text(), "");
 }
@@ -177,7 +179,7 @@ TEST_F(AuditLogTest, TurnedOffNotEvenARefusedCallIsWritten) {
     TurnOn("all");
     Configure("conf.server", "AUDIT_LOGGING", "false");
     AuditLog log;
-    log.Log("host", "n", "i", AuditLog::Install, false);
+    log.Log("host", "n", "i", AuditLog::Install, Outcome::Failure);
     log.LogAuthorizationError("host", "install");
     EXPECT_EQ(Text(), "");
 }
@@ -185,10 +187,10 @@ TEST_F(AuditLogTest, TurnedOffNotEvenARefusedCallIsWritten) {
 TEST_F(AuditLogTest, FailureInLowerCaseAtTheStartLimitsToFailures) {
     TurnOn("failure");
     AuditLog log;
-    log.Log("host", "n", "i", AuditLog::Install, true);
-    log.Log("host", AuditLog::Install, true);
+    log.Log("host", "n", "i", AuditLog::Install, Outcome::Success);
+    log.Log("host", AuditLog::Install, Outcome::Success);
     EXPECT_EQ(Text(), "");
-    log.Log("host", "n", "i", AuditLog::Install, false);
+    log.Log("host", "n", "i", AuditLog::Install, Outcome::Failure);
     ExpectOneLine("WARNING", "INSTALL: Policy (name: 'n', id: 'i') could not be installed. Calling system: 'host'");
     log.LogAuthorizationError("host", "install");
     ExpectOneLine("WARNING", "operation: 'install'.");
@@ -199,7 +201,7 @@ TEST_F(AuditLogTest, FailureInUpperCaseAtTheStartWritesEverythingAndIsTraced) {
     TraceLines traced;
     AuditLog log;
     EXPECT_TRUE(traced.Contains("audit log mode 'FAILURE' is unknown"));
-    log.Log("host", AuditLog::Install, true);
+    log.Log("host", AuditLog::Install, Outcome::Success);
     ExpectOneLine("INFO", "Calling system: 'host'");
 }
 
@@ -216,11 +218,11 @@ TEST_F(AuditLogTest, AChangeTakesUpFailureInUpperCaseAlone) {
     AuditLog log;
     Configure("conf.server", "AUDIT_LOG_MODE", "FAILURE");
     EXPECT_TRUE(Eventually([&log] { return log.IsFailureOnly(); }));
-    log.Log("host", AuditLog::List, true);
+    log.Log("host", AuditLog::List, Outcome::Success);
     EXPECT_EQ(Text(), "");
     Configure("conf.server", "AUDIT_LOG_MODE", "failure");
     EXPECT_TRUE(Eventually([&log] { return !log.IsFailureOnly(); }));
-    log.Log("host", AuditLog::List, true);
+    log.Log("host", AuditLog::List, Outcome::Success);
     ExpectOneLine("INFO", "Calling system: 'host'");
 }
 
@@ -242,7 +244,7 @@ TEST_F(AuditLogTest, AnOperationThatSwitchesTheLogOnOrOffIsWrittenAndOneWhileItI
         Configure("conf.server", "AUDIT_LOGGING", isOnAfter ? "true" : "false");
         AuditLog log;
         const std::size_t written = Lines().size();
-        log.Log("host", AuditLog::ConfigSet, true, before, more);
+        log.Log("host", AuditLog::ConfigSet, Outcome::Success, before, more);
         EXPECT_EQ(Lines().size() - written, lines) << before.enabled << isOnAfter;
     }
 }
@@ -259,8 +261,8 @@ TEST_F(AuditLogTest, AChangeOfAnotherKeyChangesNothing) {
 TEST_F(AuditLogTest, OperationsOfTheClusterMonitorAreNotWrittenButItsRefusalsAre) {
     TurnOn();
     AuditLog log;
-    log.Log("conf.cluster", "n", "i", AuditLog::Enable, false);
-    log.Log("conf.cluster", AuditLog::Enable, true);
+    log.Log("conf.cluster", "n", "i", AuditLog::Enable, Outcome::Failure);
+    log.Log("conf.cluster", AuditLog::Enable, Outcome::Success);
     EXPECT_EQ(Text(), "");
     log.LogAuthorizationError("conf.cluster", "enable");
     ExpectOneLine("WARNING", "operation: 'enable'.");
@@ -268,14 +270,14 @@ TEST_F(AuditLogTest, OperationsOfTheClusterMonitorAreNotWrittenButItsRefusalsAre
 
 TEST_F(AuditLogTest, ANameCannotForgeALine) {
     TurnOn();
-    AuditLog().Log("host", "n\nSuccess Audit: forged", "i\r\n", AuditLog::Remove, true);
+    AuditLog().Log("host", "n\nSuccess Audit: forged", "i\r\n", AuditLog::Remove, Outcome::Success);
     EXPECT_EQ(Lines().size(), 1u);
 }
 
 TEST_F(AuditLogTest, ALineDoesNotGrowWithANameFromOutside) {
     TurnOn();
     const String_t longText = String_t::FromUtf8(std::string(100000, 'x'));
-    AuditLog().Log("host", longText, longText, AuditLog::Install, false);
+    AuditLog().Log("host", longText, longText, AuditLog::Install, Outcome::Failure);
     ASSERT_EQ(Lines().size(), 1u);
     EXPECT_LT(Lines()[0].size(), 3000u);
     EXPECT_TRUE(EndsIn(Lines()[0], "xxx...') could not be installed. Calling system: 'host'")) << Lines()[0];
@@ -286,19 +288,19 @@ TEST_F(AuditLogTest, ALogThatCannotBeOpenedIsOnlyTraced) {
     std::filesystem::create_directories(root.Native() + "/log/conf.server.audit.log");
     AuditLog log;
     TraceLines traced;
-    EXPECT_NO_THROW(log.Log("host", AuditLog::List, true));
+    EXPECT_NO_THROW(log.Log("host", AuditLog::List, Outcome::Success));
     EXPECT_TRUE(traced.Contains("no audit log: Success Audit: LIST:"));
 }
 
 TEST_F(AuditLogTest, OthersMayNotReadTheLog) {
     TurnOn();
-    AuditLog().Log("host", AuditLog::List, true);
+    AuditLog().Log("host", AuditLog::List, Outcome::Success);
     EXPECT_EQ(ModeOf(root.Native() + "/log/conf.server.audit.log") & 0007u, 0u);
 }
 
 TEST_F(AuditLogTest, TheOwnerMayWriteItAndTheGroupMayReadIt) {
     TurnOn();
-    AuditLog().Log("host", AuditLog::List, true);
+    AuditLog().Log("host", AuditLog::List, Outcome::Success);
     EXPECT_EQ(ModeOf(root.Native() + "/log/conf.server.audit.log"), 0640u);
 }
 
@@ -306,10 +308,10 @@ TEST_F(AuditLogTest, ALogThatHasGrownLargeIsPutAsideAndBegunAnew) {
     TurnOn();
     const std::string path = root.Native() + "/log/conf.server.audit.log";
     AuditLog log;
-    log.Log("host", AuditLog::List, true);
+    log.Log("host", AuditLog::List, Outcome::Success);
     std::filesystem::resize_file(path, 10 << 20);
-    log.Log("host", AuditLog::Reinit, true);
-    log.Log("host", AuditLog::Notify, true);
+    log.Log("host", AuditLog::Reinit, Outcome::Success);
+    log.Log("host", AuditLog::Notify, Outcome::Success);
     EXPECT_TRUE(std::filesystem::exists(path + ".1"));
     EXPECT_NE(Text().find("NOTIFY"), std::string::npos);
     EXPECT_LT(std::filesystem::file_size(path), 10u << 20);
@@ -320,10 +322,10 @@ TEST_F(AuditLogTest, LinesThatFindNoRoomAreCountedAndToldByTheNextThatFits) {
     AuditLog log;
     {
         const Faults disk(1, FaultMode::DiskFull);
-        log.Log("host", "n", "i", AuditLog::Install, true);
+        log.Log("host", "n", "i", AuditLog::Install, Outcome::Success);
         log.LogAuthorizationError("host", "list");
     }
-    log.Log("host", AuditLog::List, true);
+    log.Log("host", AuditLog::List, Outcome::Success);
     ASSERT_EQ(Lines().size(), 2u);
     EXPECT_NE(Lines()[0].find("ERROR 2 line(s) of this log were lost since "), std::string::npos) << Lines()[0];
     EXPECT_NE(Lines()[0].find("Cannot write log file"), std::string::npos) << Lines()[0];
@@ -333,9 +335,9 @@ TEST_F(AuditLogTest, LinesThatFindNoRoomAreCountedAndToldByTheNextThatFits) {
 TEST_F(AuditLogTest, ALogThatWasTakenAwayIsMadeAgain) {
     TurnOn();
     AuditLog log;
-    log.Log("host", AuditLog::List, true);
+    log.Log("host", AuditLog::List, Outcome::Success);
     std::filesystem::remove(root.Native() + "/log/conf.server.audit.log");
-    log.Log("host", AuditLog::Reinit, true);
+    log.Log("host", AuditLog::Reinit, Outcome::Success);
     ExpectOneLine("INFO", "Success Audit: REINIT: Policy cache successfully re-initialized. Calling system: 'host'");
 }
 
@@ -381,7 +383,7 @@ TEST_F(AuditLogTest, LinesOfSeveralThreadsStayWhole) {
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([&log] {
-            for (int i = 0; i < 100; ++i) log.Log("host", AuditLog::List, true);
+            for (int i = 0; i < 100; ++i) log.Log("host", AuditLog::List, Outcome::Success);
         });
     }
     for (std::thread& thread : threads) thread.join();

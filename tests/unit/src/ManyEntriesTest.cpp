@@ -101,7 +101,7 @@ double Disable(int count, const Selection& selection) {
     return seconds;
 }
 
-double ChangeCategories(int count, int action) {
+double ChangeCategories(int count, PolicyOperation::Action action) {
     PolicyNode node(kFastFolder);
     node.Install(Long(count));
     const String_t words = action == PolicyOperation::AddCategory

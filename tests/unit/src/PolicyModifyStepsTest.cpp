@@ -204,7 +204,8 @@ TEST_F(PolicyModifySteps, ARefusedChangeSendsNothing) {
     node.Install(Policy("d"));
     EXPECT_RAISES(node->SetStatus("tester", Selection(), PolicyOperation::Enable, told), NoPolicyOperation, 116);
     EXPECT_RAISES(node->SetOwner("tester", "o", Selection().SetPolicyOwner("nobody"), told), PolicyNotFoundError, 118);
-    EXPECT_RAISES(node->ModifyCategory("tester", "x", Selection(), told, 99), LumPalMsg::IllegalStateError_t, 121);
+    EXPECT_RAISES(node->ModifyCategory("tester", "x", Selection(), told, PolicyOperation::Action(99)),
+                  LumPalMsg::IllegalStateError_t, 121);
     EXPECT_THAT(listener.Heard(), IsEmpty());
 }
 

@@ -17,11 +17,11 @@
 namespace {
 
 using LumConfCluster::ClusterType;
-using lumconfd::Bell;
 using lumconfd::MonitorKeeper;
 using lumconfd::MonitorRecord;
 using lumconfd::SuccessorPauses;
 using lumconfd::WatchedMonitor;
+using LumPalThread::Bell_t;
 using lumtools::MonitorState;
 using std::chrono::seconds;
 
@@ -34,7 +34,7 @@ LumPalConfig::Configuration_t Keys() {
 /// Ends as it is told, or runs until it is stopped.
 class ScriptedMonitor : public WatchedMonitor {
 public:
-    ScriptedMonitor(MonitorRecord& record, Bell& ended, bool fails) : WatchedMonitor(record, ended), fails(fails) {}
+    ScriptedMonitor(MonitorRecord& record, Bell_t& ended, bool fails) : WatchedMonitor(record, ended), fails(fails) {}
 
 protected:
     void Watch(const LumPalThread::Thread_t&) override {
@@ -54,12 +54,12 @@ protected:
         keeper = std::make_unique<MonitorKeeper>(
             kProduct,
             MonitorKeeper::Surroundings{[this] { return now.load(); },
-                                        [this](Bell&, seconds time) {
+                                        [this](Bell_t&, seconds time) {
                                             const std::lock_guard lock(mutex);
                                             pauses.push_back(time.count());
                                             phases.push_back(MonitorState::Read().value_or(MonitorState()).phase);
                                         },
-                                        [this, failing](MonitorRecord& record, Bell& bell) {
+                                        [this, failing](MonitorRecord& record, Bell_t& bell) {
                                             return std::make_unique<ScriptedMonitor>(record, bell, made++ < failing);
                                         }});
     }
@@ -129,11 +129,11 @@ TEST_F(MonitorKeepers, AMonitorThatEndsGetsASuccessorAfterEachPause) {
 TEST_F(MonitorKeepers, AStopInTheMiddleOfAPauseMakesNoSuccessor) {
     std::atomic<bool> pausing{false};
     MonitorKeeper stopped(kProduct, {[] { return std::int64_t{0}; },
-                                     [&](Bell& bell, seconds) {
+                                     [&](Bell_t& bell, seconds) {
                                          pausing = true;
                                          bell.Pause(std::chrono::hours(1));
                                      },
-                                     [this](MonitorRecord& record, Bell& bell) {
+                                     [this](MonitorRecord& record, Bell_t& bell) {
                                          ++made;
                                          return std::make_unique<ScriptedMonitor>(record, bell, true);
                                      }});
@@ -147,8 +147,8 @@ TEST_F(MonitorKeepers, AStopInTheMiddleOfAPauseMakesNoSuccessor) {
 TEST_F(MonitorKeepers, AMonitorThatCannotBeMadeIsTriedAgain) {
     std::atomic<int> tries{0};
     MonitorKeeper again(
-        kProduct, {[] { return std::int64_t{0}; }, [this](Bell&, seconds time) { pauses.push_back(time.count()); },
-                   [&](MonitorRecord& record, Bell& bell) -> std::unique_ptr<WatchedMonitor> {
+        kProduct, {[] { return std::int64_t{0}; }, [this](Bell_t&, seconds time) { pauses.push_back(time.count()); },
+                   [&](MonitorRecord& record, Bell_t& bell) -> std::unique_ptr<WatchedMonitor> {
                        if (++tries < 4) throw std::bad_alloc();
                        return std::make_unique<ScriptedMonitor>(record, bell, false);
                    }});
@@ -163,7 +163,7 @@ TEST_F(MonitorKeepers, AMonitorThatCannotBeMadeIsTriedAgain) {
 /// Ends by itself after as long as it is told, with or without having seen the cluster.
 class BriefMonitor : public WatchedMonitor {
 public:
-    BriefMonitor(MonitorRecord& record, Bell& ended, std::atomic<int>& time, bool sees)
+    BriefMonitor(MonitorRecord& record, Bell_t& ended, std::atomic<int>& time, bool sees)
         : WatchedMonitor(record, ended, [&time] { return seconds(time); }), time(time), sees(sees) {}
 
 protected:
@@ -184,11 +184,11 @@ TEST_F(MonitorKeepers, OnlyAMonitorThatHasSeenTheClusterHasLivedWhateverTheTimeO
         pauses.clear();
         pausesOver = 0;
         MonitorKeeper some(kProduct, {[this] { return now += 100000; },
-                                      [&](Bell& bell, seconds length) {
+                                      [&](Bell_t& bell, seconds length) {
                                           pauses.push_back(length.count());
                                           if (++pausesOver == 3) bell.Stop();
                                       },
-                                      [&](MonitorRecord& record, Bell& bell) {
+                                      [&](MonitorRecord& record, Bell_t& bell) {
                                           return std::make_unique<BriefMonitor>(record, bell, time, sees);
                                       }});
         EXPECT_TRUE(some.WaitForEnd(std::chrono::seconds(30)));

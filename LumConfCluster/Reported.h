@@ -11,7 +11,8 @@ namespace LumConfCluster {
 /// @throws LumConf::ClusterException with the row `failed` and what was thrown as details; with the row `unknown`
 ///         where that was no exception of ours, as when memory runs out
 template <unsigned Failed, unsigned Unknown, class Operation>
-auto Told(const LumConf::MessageOf<Failed>& failed, const LumConf::MessageOf<Unknown>& unknown, Operation&& operation) {
+auto Reported(const LumConf::MessageOf<Failed>& failed, const LumConf::MessageOf<Unknown>& unknown,
+              Operation&& operation) {
     try {
         return operation();
     } catch (const LumPalMsg::Exception_t& e) {
