@@ -7,7 +7,6 @@
 #include "LumPalDaemon.h"
 #include "Names.h"
 #include "PolicyAttributeImpl.h"
-#include "PolicyContainer.h"
 #include "Selection.h"
 #include "Trace.h"
 
@@ -79,11 +78,15 @@ void SetStatus(const PolicyRecord& policy, Wanted wanted, PolicyOperation& polic
 
 }  // namespace
 
-void FollowGroups(const ClusterResourceGroups& groups, const LocalName& local, PolicyOperation& policies,
-                  MonitorWarnings& warnings) {
+PolicyContainer ListInstalled(PolicyOperation& policies) {
+    return policies.GetPolicyContainer(names::NsConfCluster, Selection());
+}
+
+void FollowGroups(const ClusterResourceGroups& groups, const LocalName& local, const PolicyList& list,
+                  PolicyOperation& policies, MonitorWarnings& warnings) {
     GroupsHere here(groups, local);
     try {
-        const PolicyContainer all = policies.GetPolicyContainer(names::NsConfCluster, Selection());
+        const PolicyContainer all = list(policies);
         for (int i = 0; i < all.GetCount() && !LumPalRuntime::IsStopping(); ++i) {
             // Of one moment: others may change the policy meanwhile.
             const PolicyRecord policy = all.GetPolicyHeader(i).GetImpl()->Snapshot();

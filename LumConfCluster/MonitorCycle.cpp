@@ -5,7 +5,6 @@
 
 #include "ConfBase.h"
 #include "Exceptions.h"
-#include "FollowGroups.h"
 #include "HostNames.h"
 #include "LumConfCluster/ClusterBase.h"
 #include "LumPalDaemon.h"
@@ -67,7 +66,10 @@ void MonitorCycle::Load(LastLook& look, const Cluster& cluster, const ClusterRes
         look.applications.LoadConfig(cluster, groups);
     } catch (const Exception_t& e) {
         LUMCONF_TRACE(trace::Cluster, e.GetMessageList());
-        if (!IsWithoutApplications(e)) look.read = MonitorWatcher::Look::Partial, failure = e.GetMessageList();
+        if (!IsWithoutApplications(e)) {
+            look.read = MonitorWatcher::Look::Partial;
+            failure = e.GetMessageList();
+        }
     }
     ReportLoaded(failure);
 }
@@ -175,7 +177,7 @@ void MonitorCycle::Follow(const LocalName& local) {
     if (LumPalRuntime::IsStopping()) return;
     before = now;
     surroundings.watcher.Seen(before.applications, before.read);
-    FollowGroups(groups, local, *policies, warnings);
+    FollowGroups(groups, local, surroundings.list, *policies, warnings);
     policies->NotifyEnableDisable(names::NsConfCluster);
 }
 

@@ -7,6 +7,7 @@
 #include <functional>
 
 #include "FollowApplications.h"
+#include "FollowGroups.h"
 #include "LumConfCluster/Applications.h"
 #include "LumConfCluster/Cluster.h"
 #include "LumConfCluster/ClusterResourceGroups.h"
@@ -28,6 +29,7 @@ public:
         std::function<LumConf::PolicyOperation*()> policies;
         std::function<void(std::uint32_t)> sleep;  ///< milliseconds
         MonitorWatcher& watcher;
+        PolicyList list = &ListInstalled;
     };
 
     /// @param running  false as soon as the monitor is to end; it and the fields are the monitor's

@@ -123,7 +123,7 @@ protected:
         monitor = std::make_unique<LumConfCluster::MonitorCycle>(
             running, LumConfCluster::MonitorFields{clusterType, pollingInterval, monitorMode},
             LumConfCluster::MonitorCycle::Surroundings{[this] { running = false; }, [this] { return policies(); },
-                                                       [this](std::uint32_t ms) { sleep(ms); }, watcher});
+                                                       [this](std::uint32_t ms) { sleep(ms); }, watcher, list});
     }
     void Step() { monitor->Step(); }
 
@@ -132,8 +132,11 @@ protected:
     const AppConfig config{node.Root()};
     CapturedLog log{node.Root().Native()};
     std::function<LumConf::PolicyOperation*()> policies = [this] { return &node.Operation(); };
+    LumConfCluster::PolicyList list = &LumConfCluster::ListInstalled;
     std::function<void(std::uint32_t)> sleep = [](std::uint32_t) { ADD_FAILURE() << "it sleeps"; };
     std::function<void(const LumConfCluster::Applications&)> seen = [](const LumConfCluster::Applications&) {};
+
+    std::function<void()> commandsBegin = [] {};
 
     /// Hands on what it is told, and notes it: "begin one+" when the start commands of one begin.
     struct Watcher final : LumConfCluster::MonitorWatcher {
@@ -144,6 +147,7 @@ protected:
         }
         void CommandsBegin(const LumConfCluster::Application&, const LumConfCluster::Instance& instance) override {
             Note("begin ", instance);
+            node.commandsBegin();
         }
         void CommandsEnd(const LumConfCluster::Application&, const LumConfCluster::Instance& instance) override {
             Note("end ", instance);

@@ -20,6 +20,7 @@ import wire
 
 CLONE_NEWUSER, CLONE_NEWNET = 0x10000000, 0x40000000
 LARGE = 4 << 20
+LARGEST = 64 << 20  # a body may have so many bytes
 
 
 def own_network():
@@ -224,6 +225,13 @@ def large_call():
     return wire.post(wire.install_call(bytes(LARGE)))
 
 
+def largest_call():
+    """The body ends where the limit is."""
+    without = len(wire.install_call(b""))
+    call = wire.install_call(bytes((LARGEST - without) // 4 * 3))
+    return wire.post(call + b" " * (LARGEST - len(call)))
+
+
 def long_question():
     types = " ".join(f"type{number}" for number in range(100000))
     return wire.post(wire.call("checkpolicy", wire.element("types", types)), wire.CHECK_PATH)
@@ -234,6 +242,7 @@ KINDS = {
     "calls": lambda address, port: Callers(address, port, 16, wire.post(wire.list_call())),
     "malformed": lambda address, port: Callers(address, port, 16, wire.post(wire.call("list", "<PolicySelection><x"))),
     "bodies": lambda address, port: Callers(address, port, 8, large_call()),
+    "largest": lambda address, port: Callers(address, port, 2, largest_call()),
     "silent": Silent,
     "drip": Drip,
     "storm": Storm,

@@ -11,9 +11,15 @@ from node import BUILD, PATIENCE_S, ROOT, TOOLS, Result
 DONE, FAILED, USAGE, VERSION = range(4)
 STRANGER = 54321
 
-ALL = """\
+
+def listing(title, elsewhere, has_addresses=True):
+    """What -all prints of the three systems.
+
+    elsewhere: the local state of a group that this node does not have."""
+    database_address, web_address = ("192.0.2.10", "192.0.2.20") if has_addresses else ("None  ", "None  ")
+    return f"""\
 #Cluster
-type         VERITAS Cluster Server (VCS)
+type         {title}
 name         harbour
 status       Up
 nodes        alpha beta gamma
@@ -31,21 +37,24 @@ id           2
 state        Online
 nodes        alpha beta gamma
 local state  Online
-virtual IP   192.0.2.10
+virtual IP   {database_address}
 active node  alpha
 #Group web
 state        Online
 nodes        beta alpha
 local state  Offline
-virtual IP   192.0.2.20
+virtual IP   {web_address}
 active node  beta
 #Group reports
 state        Offline
 nodes        gamma beta
-local state  Unknown
+local state  {elsewhere}
 virtual IP   None  
 active node  
 """
+
+
+ALL = listing("VERITAS Cluster Server (VCS)", "Unknown")
 
 USAGE_TEXT = """\
 
@@ -70,6 +79,17 @@ class OnACluster(unittest.TestCase):
 
     def info(self, cluster, line, **keywords):
         return cluster.info(*line.split(), **keywords)
+
+    def info_as_stranger(self, cluster, line, **environment):
+        programs = cluster.folder / "programs"
+        programs.mkdir()
+        # A copy, since the folder of the build need not be open to everybody.
+        for file in (TOOLS / "lumclusterinfo", *BUILD.glob("*/lib*.so*")):
+            shutil.copy(file, programs)
+        for path in (programs, *programs.iterdir()):
+            path.chmod(0o755)
+        return self.info(cluster, line, program=programs / "lumclusterinfo", user=STRANGER,
+                         environment=cluster.environment(LD_LIBRARY_PATH=str(programs), **environment))
 
     def assert_prints(self, cluster, line, text):
         result = self.info(cluster, line)
@@ -300,16 +320,7 @@ class Surroundings(OnACluster):
 class Privileges(OnACluster):
     def test_another_user_sees_the_same_by_tools_that_run_as_that_user(self):
         cluster = self.cluster()
-        programs = cluster.folder / "programs"
-        programs.mkdir()
-        # A copy, since the folder of the build need not be open to everybody.
-        for file in (TOOLS / "lumclusterinfo", *BUILD.glob("*/lib*.so*")):
-            shutil.copy(file, programs)
-        programs.chmod(0o755)
-        environment = cluster.environment(LD_LIBRARY_PATH=str(programs))
-        for path in programs.iterdir():
-            path.chmod(0o755)
-        result = self.info(cluster, "-all", program=programs / "lumclusterinfo", user=STRANGER, environment=environment)
+        result = self.info_as_stranger(cluster, "-all")
         self.assertEqual((result.code, result.out, result.err), (DONE, ALL, ""))
         self.assertEqual({record["user"] for record in cluster.records()}, {STRANGER})
 

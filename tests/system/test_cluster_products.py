@@ -9,7 +9,7 @@ import test_cluster_daemon
 from cluster import red_hat_files
 from node import SLOWNESS, TOOLS
 from test_cluster_daemon import QUICK_MS
-from test_cluster_info import DONE, FAILED, OnACluster
+from test_cluster_info import DONE, FAILED, OnACluster, listing
 
 MEMORY_KIB = 512 * 1024 * SLOWNESS
 TOOL_FAILED = "Exception during execution:"
@@ -39,6 +39,10 @@ class Product:
     def namespace(self):
         return "conf.cluster.RGState." + self.key.upper()
 
+    @property
+    def listing(self):
+        return listing(self.title, self.local, self.has_addresses)
+
 
 # The scripts that set the addresses of the groups.
 SCRIPTS = {"files": [{"path": f"/etc/palisade/{group}", "text": f'#!/bin/sh\nIP[0]="{address}"\n'}
@@ -53,45 +57,6 @@ PRODUCTS = [
     Product("hacmp", "AIX Cluster (HACMP)", "Can not instantiate HACMP cluster object.", "Can not get node list for Hacmp.", "Can not get group list for Hacmp", "clstat -o", "clstat -o", "clRGinfo -s", nodes_number=2, word="ACQUIRING"),
     Product("rhas", "Red Hat Advanced Server (RHAS)", "Can not instantiate Red Hat Advanced Server cluster solution.", "Can not get cluster nodes.", "Can not get cluster resource groups.", "cman_tool status", "clustat", "clustat", word="starting", local="Offline", changes={"files": red_hat_files(5)}),
 ]
-
-
-def listing(product):
-    database_address, web_address = ("192.0.2.10", "192.0.2.20") if product.has_addresses else ("None  ", "None  ")
-    return f"""\
-#Cluster
-type         {product.title}
-name         harbour
-status       Up
-nodes        alpha beta gamma
-groups       database web reports
-#Node alpha
-state        Online
-id           0
-#Node beta
-state        Online
-id           1
-#Node gamma
-state        Offline
-id           2
-#Group database
-state        Online
-nodes        alpha beta gamma
-local state  Online
-virtual IP   {database_address}
-active node  alpha
-#Group web
-state        Online
-nodes        beta alpha
-local state  Offline
-virtual IP   {web_address}
-active node  beta
-#Group reports
-state        Offline
-nodes        gamma beta
-local state  {product.local}
-virtual IP   None  
-active node  
-"""
 
 
 def status_text(product, web_node):
@@ -128,7 +93,7 @@ def on_each_product(test):
 class Questions(OnACluster):
     @on_each_product
     def test_everything_of_three_systems(self, product, cluster):
-        self.assert_prints(cluster, "-all", listing(product))
+        self.assert_prints(cluster, "-all", product.listing)
 
     @on_each_product
     def test_each_node_sees_its_own_groups(self, product, cluster):
@@ -160,7 +125,7 @@ class Questions(OnACluster):
 
     @on_each_product
     def test_tools_run_behind_what_the_environment_says(self, product, cluster):
-        self.assertEqual(cluster.info("-all", environment=cluster.environment(LUM_SUDO="/usr/bin/env")).out, listing(product))
+        self.assertEqual(cluster.info("-all", environment=cluster.environment(LUM_SUDO="/usr/bin/env")).out, product.listing)
         self.assert_fails(cluster.info("-all", environment=cluster.environment(LUM_SUDO="/nowhere/sudo")), product.not_made)
 
 
@@ -195,7 +160,7 @@ class RedHatReleases(OnACluster):
         return self.cluster(product="rhas", files=red_hat_files(release))
 
     def assert_lists(self, cluster, **changes):
-        text = listing(next(product for product in PRODUCTS if product.key == "rhas"))
+        text = next(product for product in PRODUCTS if product.key == "rhas").listing
         for old, new in changes.values():
             text = re.sub(old, new, text)
         self.assert_prints(cluster, "-all", text)

@@ -1,6 +1,7 @@
 #!/usr/bin/python3
 """Strangers with addresses of their own call without end: what a proven caller feels of it, and what they leave."""
 import contextlib
+import itertools
 import os
 import socket
 import statistics
@@ -17,6 +18,8 @@ from node import SLOWNESS, TRIAL_SECONDS, Node, wait_until
 PROMISED_TIMES = 2
 MOST_TIMES = PROMISED_TIMES * 3
 HOSTS = 4
+# One kind after another, each on the next host. Bodies of the limit take seconds each to be sent.
+ALL_KINDS = ("silent", "questions", "malformed", "largest" if os.environ.get("LUM_LONG") else "bodies", "calls", "handshakes")
 
 
 def setUpModule():
@@ -120,6 +123,16 @@ class Strangers(unittest.TestCase):
 
     def test_handshakes_keep_no_proven_caller_waiting(self):
         self.assert_proven_callers_go_first("handshakes")
+
+    def test_strangers_of_all_kinds_at_once_keep_no_proven_caller_waiting(self):
+        # Of one worker nobody has a moment by chance.
+        self.node.stop()
+        self.node.settings.setdefault("vox.http.ext.conf", {})["WORKER_THREADS"] = 1
+        self.node.write_settings()
+        self.node.start()
+        self.begin = lambda kinds: [host.call(kind, self.node.port, self.others)
+                                    for kind, host in zip(kinds, itertools.cycle(self.hosts))]
+        self.assert_proven_callers_go_first(ALL_KINDS)
 
     def test_silent_connections_keep_no_proven_caller_waiting(self):
         self.assert_proven_callers_go_first("silent")

@@ -107,6 +107,22 @@ TEST_F(MonitorCycles, AFailureBeforeTheLookWasFollowedLeavesTheFormerOneInPlace)
     EXPECT_EQ(Statuses(), "enabled enabled");
 }
 
+TEST_F(MonitorCycles, AFailureOfPolicyWorkBeforeTheLookWasFollowedLeavesTheFormerOneInPlace) {
+    Begin();
+    Step();
+    commandsBegin = [] { throw ConfException(LumPalMsg::CreateError_t("policy work failed")); };
+    Move("web", "north");
+    Step();
+    EXPECT_TRUE(running);
+    EXPECT_EQ(CountOf(log.Text(), "ERROR Config exception in monitor thread."), 1);
+    EXPECT_TRUE(log.Holds("policy work failed"));
+    EXPECT_EQ(Notes() + Statuses(), "disabled disabled") << "no status is changed in such a cycle";
+    commandsBegin = [] {};
+    Step();
+    EXPECT_EQ(Notes(), "start one\n") << "it is held against the last look that was followed";
+    EXPECT_EQ(Statuses(), "enabled enabled");
+}
+
 TEST_F(MonitorCycles, AFailureOfTheClusterBehindTheCommandsDoesNotLetThemRunAgain) {
     Begin();
     Step();
@@ -161,6 +177,43 @@ TEST_F(MonitorCycles, WithoutAnyPolicyItGoesOnAndSaysNothing) {
     Step();
     EXPECT_TRUE(running);
     EXPECT_EQ(log.Text(), "");
+}
+
+TEST_F(MonitorCycles, WhatALookHasSwitchedIsReportedAlsoWhenTheListOfPoliciesIsNotThere) {
+    const LumPalMsg::Message_t words = LumPalMsg::CreateError_t("words");
+    for (const bool anyInstalled : {false, true}) {
+        list = [&](LumConf::PolicyOperation&) -> LumConf::PolicyContainer {
+            if (anyInstalled) throw LumConf::PolicyNotFoundError(words);
+            throw LumConf::NoPoliciesInstalledError(words);
+        };
+        Move("web", "south");
+        Install("listed");
+        Begin();
+        Step();
+        ForgetQueue();
+        PolicyListener listener;
+        Move("web", "north");
+        Step();
+        EXPECT_EQ(listener.Heard(), std::vector<std::string>{"ENABLE_POLICY:files listed"}) << anyInstalled;
+        EXPECT_EQ(watcher.hindrance, "") << "the cycle goes on";
+    }
+    EXPECT_EQ(log.Text().find("words"), std::string::npos);
+}
+
+TEST_F(MonitorCycles, WhatALookHasSwitchedIsReportedAlsoWhenTheStoreIsEmptyBehindIt) {
+    Begin();
+    Step();
+    ForgetQueue();
+    PolicyListener listener;
+    seen = [this](const LumConfCluster::Applications&) {
+        std::filesystem::remove_all(node.InstallFolder() + "/files");
+        node->ReinitCache("tester");
+    };
+    Move("web", "north");
+    Step();
+    ASSERT_FALSE(node->IsPolicyInstalled());
+    EXPECT_EQ(listener.Heard(), std::vector<std::string>{"ENABLE_POLICY:files listed"});
+    EXPECT_EQ(watcher.hindrance, "");
 }
 
 TEST_F(MonitorCycles, FailuresAreLoggedOnlyWhereTheNodeIsMonitored) {

@@ -111,6 +111,31 @@ TEST_F(UnwrittenChange, WhatWasToBeWrittenTogetherWithADocumentThatCannotBeMoved
     EXPECT_TRUE(node.Get("b").IsDisabled());
 }
 
+TEST_F(UnwrittenChange, AReportOfStatusesWritesWhatFoundNoRoomAndTellsIt) {
+    PolicyListener listener;
+    Fail([&] { Status("a", PolicyOperation::Disable); });
+    EXPECT_EQ(node.InstalledContent("files/a_header.xml").find("disabled"), std::string::npos);
+    node->NotifyEnableDisable("conf.cluster");
+    EXPECT_NE(node.InstalledContent("files/a_header.xml").find("disabled"), std::string::npos);
+    EXPECT_THAT(listener.Heard(), ElementsAre("DISABLE_POLICY:files a"));
+    node->NotifyEnableDisable("conf.cluster");
+    EXPECT_THAT(listener.Heard(), IsEmpty()) << "once";
+    node.Restart();
+    EXPECT_TRUE(node.Get("a").IsDisabled());
+}
+
+TEST_F(UnwrittenChange, AReportOfStatusesThatFindsNoRoomTellsTheOthersAndTriesAgainNextTime) {
+    PolicyListener listener;
+    Fail([&] { Status("a", PolicyOperation::Disable); });
+    node->SetStatus("tester", Id("b"), PolicyOperation::Disable, PolicyForwarder::Options().SetNotify(false));
+    Fail([&] { node->NotifyEnableDisable("conf.cluster"); });
+    EXPECT_THAT(listener.Heard(), ElementsAre("DISABLE_POLICY:files b"));
+    EXPECT_EQ(node.InstalledContent("files/a_header.xml").find("disabled"), std::string::npos);
+    node->NotifyEnableDisable("conf.cluster");
+    EXPECT_NE(node.InstalledContent("files/a_header.xml").find("disabled"), std::string::npos);
+    EXPECT_THAT(listener.Heard(), ElementsAre("DISABLE_POLICY:files a"));
+}
+
 TEST_F(UnwrittenChange, APolicyThatWasReplacedUnderAnotherIdIsForgotten) {
     Fail([&] { Status("a", PolicyOperation::Disable); });
     TestPolicy fresh = Policy("z");

@@ -3,12 +3,15 @@
 #include <atomic>
 #include <chrono>
 #include <filesystem>
+#include <future>
+#include <string_view>
 #include <thread>
 #include <vector>
 
 #include "CapturedLog.h"
 #include "Configure.h"
 #include "Files.h"
+#include "LumPalFault.h"
 #include "LumSecAuth.h"
 #include "TempRoot.h"
 
@@ -219,6 +222,40 @@ TEST_F(AuthorizerTest, AnUpdateIsNotUndoneByAnotherThatBeganBeforeTheChange) {
         for (int i = 0; i < 20; ++i) EXPECT_EQ(Held(authorizer, "sender"), round % 2 ? 1u : 16u) << round;
     }
     stop = true;
+}
+
+namespace {
+
+/// The file is opened, and does not come.
+std::atomic<bool> hangs{false}, isHanging{false};
+
+bool HangAtTheFile(const char* operation, const char* path) {
+    if (std::string_view(operation) != "read" || !std::string_view(path).ends_with("/authorization.ini")) return false;
+    isHanging = hangs.load();
+    isHanging.notify_all();
+    hangs.wait(true);
+    return false;
+}
+
+}  // namespace
+
+TEST_F(AuthorizerTest, QuestionsAreAnsweredWhileAnUpdateHangsInTheFile) {
+    WriteRights("[conf]\nsender=install\n");
+    Authorizer authorizer;
+    WriteRights("[conf]\nsender=list\n");
+    hangs = true;
+    LumPalIo::SetFaultHookForTest(HangAtTheFile);
+    std::thread updater([&] { authorizer.Update(); });
+    isHanging.wait(false);
+    auto asked = std::async(std::launch::async, [&] { return Held(authorizer, "sender"); });
+    const bool isAnswered = asked.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+    hangs = false;
+    hangs.notify_all();
+    updater.join();
+    LumPalIo::SetFaultHookForTest(nullptr);
+    EXPECT_TRUE(isAnswered);
+    EXPECT_EQ(asked.get(), 1u);
+    EXPECT_EQ(Held(authorizer, "sender"), 16u);
 }
 
 TEST_F(AuthorizerTest, ABrokenFileAtTheStartGrantsNothing) {
