@@ -2,7 +2,9 @@
 
 #include "ConfParHandler.h"
 #include "LumPalLog.h"
+#include "LumPalMetrics.h"
 #include "Messages.h"
+#include "NodeHealth.h"
 #include "PolicySettings.h"
 #include "Trace.h"
 
@@ -22,6 +24,11 @@ void TraceGuarded(Text text) noexcept {
     } catch (...) {
         LumPalLog::SayLineIsLost();
     }
+}
+
+void NoteGuarded(const std::exception& e) noexcept {
+    LumPalMetrics::Guarded(
+        [&] { NodeHealth::GetInstance().SettingsFailed(LumPalMsg::CreateError_t(String_t::FromUtf8(e.what()))); });
 }
 
 }  // namespace
@@ -89,10 +96,13 @@ void PolicyWorker::Run(const LumPalThread::Thread_t&) {
 void PolicyWorker::FirstStart() {
     try {
         settings->Start();
+        NodeHealth::GetInstance().SettingsMerged();
     } catch (const LumPalMsg::Exception_t& e) {
+        NodeHealth::GetInstance().SettingsFailed(e.GetMessageList());
         TraceGuarded([&] { return e.GetMessageList().Format(LumPalMsg::Text | LumPalMsg::Details); });
     } catch (const std::exception& e) {
         reloadNeeded = true;
+        NoteGuarded(e);
         TraceGuarded([&] { return String_t::FromUtf8(e.what()); });
     }
 }
@@ -101,11 +111,14 @@ void PolicyWorker::FirstStart() {
 void PolicyWorker::TreatGuarded(const Job& job, bool cacheOn) {
     try {
         Treat(job, cacheOn);
+        NodeHealth::GetInstance().SettingsMerged();
     } catch (const LumPalMsg::Exception_t& e) {
+        NodeHealth::GetInstance().SettingsFailed(e.GetMessageList());
         LumPalLog::LogGuarded([&] { return Make(msg::WorkerJobErrors, names::SettingsTypeName, e); });
     } catch (const std::exception& e) {
         // Memory ran out, say: what is in memory now is not known.
         reloadNeeded = true;
+        NoteGuarded(e);
         LumPalLog::LogGuarded([&] {
             const LumPalMsg::CreateError_t reason(String_t::FromUtf8(e.what()));
             return Make(msg::WorkerJobErrors, names::SettingsTypeName, reason);

@@ -10,9 +10,11 @@
 #include "LumVoxRpc.h"
 #include "Messages.h"
 #include "Names.h"
+#include "NodeCondition.h"
 #include "PolicyWorker.h"
 #include "ReportedStep.h"
 #include "RpcConfigHandler.h"
+#include "RpcNodeStatus.h"
 #include "RpcPolicyInstall.h"
 #include "RpcPolicyList.h"
 #include "RpcPolicyOp.h"
@@ -46,6 +48,9 @@ struct ConfigServer::Impl {
     RpcPolicyOp operationHandler;
     RpcPolicyList listHandler;
     LumConfPar::RpcConfigHandler configHandler;
+    NodeCondition condition;
+    NodePages pages;
+    RpcNodeStatus statusHandler{[this] { return condition.Read(); }};
     RpcServer mainServer;
     RpcServer checkServer;
     Messenger messenger;  ///< the last handle of one of our own: it closes before the handlers go
@@ -68,6 +73,7 @@ void ConfigServer::Impl::CreateServers(const Configuration_t& configuration, con
     mainServer.Register(names::ListMethod, listHandler);
     mainServer.Register(names::ConfigOpMethod, configHandler);
     mainServer.Register(names::MgrConfMethod, ManagerConfigurationChanged);
+    mainServer.Register(names::NodeStatusMethod, statusHandler);
     mainServer.Describe(DescribePolicyService());
     options.SetBasePath(checkPath);
     checkServer = RpcServer(configuration, options);
@@ -82,6 +88,8 @@ void ConfigServer::Impl::Serve(const Messenger& road) {
     });
     messenger.Register(mainServer, true, kIdentifiedByTransport);
     messenger.Register(checkServer, true, kIdentifiedByTransport);
+    pages.ServeOn(messenger);
+    condition.SetPort(messenger.GetPort());
 }
 
 void ConfigServer::Start() {
@@ -118,6 +126,10 @@ void ConfigServer::Stop() {
     if (paths::ChangeRecordFile().Exists()) return;
     DirectoryImpl::DeleteDirectory(paths::IncomingDirectory());
     DirectoryImpl::DeleteDirectory(paths::TemporaryDirectory());
+}
+
+void ConfigServer::AddToStatus(std::function<void(NodeStatus&)> add) {
+    impl->condition.SetMore(std::move(add));
 }
 
 void ConfigServer::UpdateAuthorization() {

@@ -1,6 +1,7 @@
 #include "AuditLog.h"
 
 #include "FirstReading.h"
+#include "LumPalMetrics.h"
 #include "LumPalThread.h"
 #include "Messages.h"
 #include "Names.h"
@@ -147,6 +148,9 @@ void AuditLog::Log(const String_t& originator, Mode mode, Outcome outcome, Audit
 }
 
 void AuditLog::LogAuthorizationError(const String_t& originator, const String_t& method) {
+    static LumPalMetrics::Counter_t refused("lumconf_refused_total",
+                                            "Calls of systems without the right, by operation.");
+    LumPalMetrics::Guarded([&] { refused.Add({{"operation", method.ToUtf8()}}); });
     if (!IsEnabled()) return;
     if (originator.IsEmpty()) return strangers.Refuse(method);
     Write(Make(msg::AuditNotAuthorized, originator, method));

@@ -7,6 +7,7 @@
 #include "InstallOptionsSoapArg.h"
 #include "Messages.h"
 #include "Names.h"
+#include "NodeStatusSoapArg.h"
 #include "OptionsSoapArg.h"
 #include "PolicyContainerSoapArg.h"
 #include "ReturnValueDecoder.h"
@@ -143,6 +144,22 @@ PolicyContainer MessageForwarder::SendListNaming(const String_t& host, const Str
     selected.SetSelection(Selection().SetPolicyTypeName(typeName), names::LocalHost);
     DataFilesSoapArg dataFiles(files);
     return CallForList(call, names::ListMethod, target, {&selected, &dataFiles});
+}
+
+NodeStatus MessageForwarder::SendStatus(const String_t& host, const String_t& targetId) const {
+    LUMCONF_BLOCK(trace::Message, "MessageForwarder::SendStatus");
+    String_t target = host;
+    RpcCall call = CreateCall(target, targetId);
+    Answer answer;
+    SOAPArgInt value(names::PolicySelectionRetValue, &answer.value);
+    SOAPArgUnicodeString text(names::PolicySelectionRetString, &answer.text);
+    NodeStatusSoapArg status;
+    SOAPArg* const results[] = {&value, &text, &status};
+    call.SetMethod(names::NodeStatusMethod);
+    call.SetArgs(0, nullptr);
+    call.Invoke(3, results, names::Utf8);
+    DecodeList(answer, target);
+    return status.GetStatus();
 }
 
 ConfigGroup_t MessageForwarder::SendConfig(const String_t& method, RequestKind kind, ConfigMode mode,

@@ -10,6 +10,7 @@
 #include "LumPalStr.h"
 #include "LumVoxMsg.h"
 #include "LumVoxRpc.h"
+#include "NodeStatus.h"
 #include "PolicyContainer.h"
 #include "PolicyForwarder.h"
 #include "ReturnValue.h"
@@ -56,6 +57,9 @@ public:
     PolicyContainer SendListNaming(const LumPalStr::String_t& host, const LumPalStr::String_t& targetId,
                                    const LumPalStr::String_t& typeName,
                                    const std::vector<LumPalStr::String_t>& dataFiles) const;
+    /// What SendList throws but the errors of a selection; PolicyRemoteException also of a node that does not know the
+    /// question
+    NodeStatus SendStatus(const LumPalStr::String_t& host, const LumPalStr::String_t& targetId) const;
     /// @param package  the database that is meant; empty for the node's own
     /// @return the group of the answer, empty when none arrived
     /// @throws LumSecAuth::NotAuthorizedException ForwardConfigNotAllowed, SettingsRemoteException

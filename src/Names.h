@@ -53,6 +53,7 @@ inline constexpr Name ListMethod = "list";
 inline constexpr Name ConfigOpMethod = "configOp";
 inline constexpr Name MgrConfMethod = "mgrconf";
 inline constexpr Name CheckPolicyMethod = "checkpolicy";
+inline constexpr Name NodeStatusMethod = "nodeStatus";
 inline constexpr Name NotifyRequest = "notify";
 inline constexpr Name ConfigChangeRequest = "configchange";
 
@@ -71,6 +72,7 @@ inline constexpr Name PolicyByteArrayName = "PolicyByteArrayName";
 inline constexpr Name PolicyInstallMethod = "PolicyInstallMethod";
 inline constexpr Name PolicyInstallRetValue = "PolicyInstallRetValue";
 inline constexpr Name PolicyInstallRetString = "PolicyInstallRetString";
+inline constexpr Name NodeStatusName = "NodeStatus";
 inline constexpr Name ConfigPackageName = "ConfigPackageName";
 inline constexpr Name ConfigGroupName = "ConfigGroupName";
 inline constexpr Name ConfigReturnValue = "ConfigReturnValue";

@@ -15,6 +15,7 @@ void NotifyEntries::Add(const String_t& type, const String_t& id) {
     ids.places.emplace(id, nextPlace);
     ids.inOrder.emplace(nextPlace, id);
     ++nextPlace;
+    ++count;
 }
 
 void NotifyEntries::Erase(const String_t& type, const String_t& id) {
@@ -24,6 +25,7 @@ void NotifyEntries::Erase(const String_t& type, const String_t& id) {
     auto place = ids.places.find(id);
     ids.inOrder.erase(place->second);
     ids.places.erase(place);
+    --count;
     if (ids.places.empty()) types.erase(found);
 }
 

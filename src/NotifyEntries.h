@@ -24,7 +24,11 @@ public:
     void Add(const LumPalStr::String_t& type, const LumPalStr::String_t& id);
     void Erase(const LumPalStr::String_t& type, const LumPalStr::String_t& id);
     bool IsEmpty() const noexcept { return types.empty(); }
-    void Clear() noexcept { types.clear(); }
+    void Clear() noexcept {
+        types.clear();
+        count = 0;
+    }
+    std::size_t GetCount() const noexcept { return count; }
     /// A copy of everything, type by type.
     std::vector<OfType> ByType() const;
 
@@ -35,6 +39,7 @@ private:
     };
     std::map<LumPalStr::String_t, Ids> types;  ///< no type without an id
     std::uint64_t nextPlace = 0;
+    std::size_t count = 0;
 };
 
 }  // namespace LumConf

@@ -6,6 +6,7 @@
 #include "LumCtrl.h"
 #include "Messages.h"
 #include "Names.h"
+#include "NodeHealth.h"
 #include "StringList.h"
 #include "Trace.h"
 
@@ -114,6 +115,13 @@ void NotifyStore::Insert(int kind, const String_t& type, const String_t& id) {
     if (isStatus && (installs.Contains(type, id) || removes.Contains(type, id))) return;
     EraseElsewhere(kind, type, id);
     entries.Add(type, id);
+    NoteQueued();
+}
+
+void NotifyStore::NoteQueued() const noexcept {
+    std::size_t count = 0;
+    for (const NotifyEntries* entries : {&installs, &enables, &disables, &removes}) count += entries->GetCount();
+    NodeHealth::GetInstance().SetQueued(count);
 }
 
 void NotifyStore::AddFirstPolicy(const String_t& type) {
@@ -135,6 +143,7 @@ void NotifyStore::SendEnableDisable() {
 void NotifyStore::SendKinds(std::initializer_list<Kind> kinds) {
     messages.Clear();
     for (Kind kind : kinds) SendKind(kind);
+    NoteQueued();
     if (messages.GetMessageCount() > 0) Raise<LumCtrl::ControlException>(msg::NotificationsNotSent, messages);
 }
 
@@ -182,6 +191,7 @@ void NotifyStore::Notify(const String_t& event, const String_t& value, bool fail
     } catch (const LumPalMsg::Exception_t& e) {
         failure = Make(msg::TriggerNotSent, event, value, target, e);
     }
+    NodeHealth::GetInstance().NotificationFailed();
     LUMCONF_TRACE(trace::Policy, failure.Format(LumPalMsg::Text | LumPalMsg::Details));
     if (failuresCount) messages.Add(failure);
 }

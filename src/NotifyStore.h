@@ -73,6 +73,7 @@ private:
     using Types = std::set<LumPalStr::String_t>;
 
     NotifyEntries& EntriesOf(int kind);
+    void NoteQueued() const noexcept;
     void EraseElsewhere(int kind, const LumPalStr::String_t& type, const LumPalStr::String_t& id);
     void SendKinds(std::initializer_list<Kind> kinds);
     void SendKind(Kind kind);

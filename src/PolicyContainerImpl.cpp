@@ -63,6 +63,23 @@ bool PolicyContainerImpl::IsEmpty() const {
     return GetCount() == 0;
 }
 
+PolicyContainerImpl::Counts PolicyContainerImpl::CountByStatus() const {
+    std::vector<HeaderPtr> headers;
+    {
+        const LumPalThread::PlainLock_t lock(mutex);
+        headers.reserve(policies.size());
+        for (const auto& [id, entry] : policies) headers.push_back(entry.header);
+    }
+    Counts counts;
+    for (const HeaderPtr& header : headers) {
+        ++counts.all;
+        if (header->IsEnabled()) ++counts.enabled;
+        if (header->IsDisabled()) ++counts.disabled;
+        if (header->GetMissingDataFileCount() > 0) ++counts.missingFiles;
+    }
+    return counts;
+}
+
 bool PolicyContainerImpl::HasTypeName(const String_t& typeName) const {
     const LumPalThread::PlainLock_t lock(mutex);
     return types.find(typeName) != types.end();

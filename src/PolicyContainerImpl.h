@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <optional>
@@ -54,6 +55,11 @@ public:
     bool Erase(const LumPalStr::String_t& id);
 
     bool IsEmpty() const;
+    /// How many there are of each status. A walk over all of them, without the mutex for most of it.
+    struct Counts {
+        std::uint32_t all = 0, enabled = 0, disabled = 0, missingFiles = 0;
+    };
+    Counts CountByStatus() const;
     bool HasTypeName(const LumPalStr::String_t& typeName) const;
     /// The id of the one policy of a type, found without a walk over all policies; empty when the type has none or
     /// several, and sometimes when it had several.

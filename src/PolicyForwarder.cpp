@@ -156,4 +156,8 @@ PolicyContainer PolicyForwarder::ListNaming(const String_t& host, const String_t
     return impl->ListNaming(host, targetId, typeName, dataFiles);
 }
 
+NodeStatus PolicyForwarder::GetStatus(const String_t& host, const String_t& targetId) const {
+    return impl->GetStatus(host, targetId);
+}
+
 }  // namespace LumConf

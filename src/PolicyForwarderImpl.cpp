@@ -83,6 +83,10 @@ PolicyContainer PolicyForwarderImpl::List(const String_t& host, const String_t& 
     return forwarder->SendList(names::ListMethod, RequestKind::List, host, targetId, selection);
 }
 
+NodeStatus PolicyForwarderImpl::GetStatus(const String_t& host, const String_t& targetId) const {
+    return forwarder->SendStatus(host, targetId);
+}
+
 PolicyContainer PolicyForwarderImpl::ListNaming(const String_t& host, const String_t& targetId,
                                                 const String_t& typeName, const std::vector<String_t>& files) const {
     return forwarder->SendListNaming(host, targetId, typeName, files);

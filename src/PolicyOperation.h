@@ -153,6 +153,9 @@ public:
     bool IsPolicyInstalled() const;
     bool IsPolicyTypeNameInstalled(const LumPalStr::String_t& typeName) const;
 
+    /// How many policies there are of each status. Waits for no operation.
+    PolicyContainerImpl::Counts CountByStatus() const { return Cache()->CountByStatus(); }
+
     /// Loads the cache anew from the store. Headers that cannot be read are logged in the application log
     /// (CacheNotReinitialized) and left out. Containers that were handed out stay as they are.
     /// @throws LumPalMsg::RuntimeException_t CacheNotRead when the store cannot be listed; the cache then stays as it

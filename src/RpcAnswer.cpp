@@ -63,6 +63,7 @@ String_t StartCall(const LumVoxRpc::RpcServerCall& call, const MessageOf<1>& row
 
 void SendAnswer(LumVoxRpc::RpcServerCall& call, const RpcAnswer& answer, const char* valueName, const char* textName,
                 LumVoxSoap::SOAPArg* third) {
+    call.CountAs(static_cast<int>(answer.value));
     LumVoxSoap::SOAPArgInt value(valueName, static_cast<int>(answer.value));
     value.SetTypeAttribute();
     LumVoxSoap::SOAPArgUnicodeString text(textName, answer.text);

@@ -3,6 +3,7 @@
 #include "ConfigGroupSoapArg.h"
 #include "InstallOptionsSoapArg.h"
 #include "Names.h"
+#include "NodeStatusSoapArg.h"
 #include "OptionsSoapArg.h"
 #include "PolicyContainerSoapArg.h"
 #include "SelectionSoapArg.h"
@@ -23,6 +24,7 @@ std::vector<Description::Type> PolicyTypes() {
                                          OptionsSoapArg::Describe()};
     for (Description::Type& type : PolicyContainerSoapArg::Describe()) types.push_back(std::move(type));
     types.push_back(ConfigGroupSoapArg::Describe());
+    types.push_back(NodeStatusSoapArg::Describe());
     return types;
 }
 
@@ -50,7 +52,8 @@ Description DescribePolicyService() {
              {names::ConfigOpMethod,
               {{names::PolicyOperationMode, wire::Number}, {names::ConfigPackageName, wire::Text}, settings},
               {{names::ConfigReturnValue, wire::Number}, {names::ConfigReturnString, wire::Text}, settings}},
-             {names::MgrConfMethod, {}, {{"result", wire::Number}}}}};
+             {names::MgrConfMethod, {}, {{"result", wire::Number}}},
+             {names::NodeStatusMethod, {}, {value, text, {names::NodeStatusName, Own(names::NodeStatusName)}}}}};
 }
 
 Description DescribeCheckService() {

@@ -18,6 +18,11 @@
 #include "LumPalMsg.h"
 #include "LumPalRuntime.h"
 #include "LumVoxMsg.h"
+#include "LumVoxRpc.h"
+#include "PolicyForwarder.h"
+#include "common/ClusterProduct.h"
+#include "common/NodeStatusText.h"
+#include "common/Outcome.h"
 #include "common/Utf8Arguments.h"
 #include "lumconfd/ConfigCheck.h"
 #include "lumconfd/ExpiryWatch.h"
@@ -94,12 +99,19 @@ std::unique_ptr<LumConf::ConfigServer> MakeServer(const LumPalRuntime::Signals_t
     return std::make_unique<LumConf::ConfigServer>();
 }
 
+/// What the daemon's own part knows.
+void AddToStatus(LumConf::NodeStatus& status) {
+    if (const auto product = lumtools::FindClusterProduct()) status.cluster = LumConfCluster::DisplayText(*product);
+    if (status.consumers > 0) --status.consumers;  // the daemon itself, which listens to lumtrust
+}
+
 int Serve(const LumPalRuntime::Signals_t& signals) {
     LumCtrl::Service control;
     control.Start();
     const std::unique_ptr<LumConf::ConfigServer> made = MakeServer(signals);
     LumConf::ConfigServer& server = *made;
     LumVoxMsg::Messenger messenger = MakeMessenger();
+    server.AddToStatus(&AddToStatus);
     server.Start(&messenger);
     if (!server.IsServing()) return Fail(kFailed, "the server does not serve; the log above says why");
     LumDepl::InventoryServer inventory(LumPalConfig::ConfigNamespace_t(LumPalKeys::NsVoxHttp).Open());
@@ -130,6 +142,20 @@ int Serve(const LumPalRuntime::Signals_t& signals) {
     return kDone;
 }
 
+int TellStatus(int seconds) {
+    const LumVoxRpc::CallBudget budget{std::chrono::seconds(seconds)};
+    LumConf::NodeStatus status;
+    lumtools::Outcome outcome =
+        lumtools::Attempt([&] { status = LumConf::PolicyForwarder().GetStatus("localhost", ""); });
+    if (outcome.code == lumtools::kDone) {
+        std::cout << lumtools::TextOf(status) << std::flush;
+        outcome = lumtools::Judge(status);
+    }
+    if (outcome.code == lumtools::kDone) return kDone;
+    lumtools::PrintFailure(std::cerr, "lumconfd", outcome);
+    return kFailed;
+}
+
 int Run(const LumPalRuntime::Signals_t& signals) {
     const String_t root = Dir_t::Path(LumPalRuntime::Root);
     if (!LumPalIo::File_t(root).Mkdirs()) return Fail(kFailed, "cannot make the root '" + root.ToUtf8() + "'");
@@ -154,16 +180,25 @@ int main(int argc, char** argv) {
     LumPalRuntime::App_t::Init(argc, argv);
     CLI::App app("Serves a node's policies: keeps them, takes requests on them, tells what changed.", "lumconfd");
     std::string root;
-    bool checkConfig = false;
+    bool checkConfig = false, tellStatus = false;
+    int timeoutSeconds = 60;
     // An empty one comes from a script's unset variable: the default root is not what was meant.
     app.add_option("--root", root, "Folder of the node (default: $LUM_ROOT, else /var/opt/lum)")
         ->type_name("DIR")
         ->check([](const std::string& text) { return std::string(text.empty() ? "the folder's name is empty" : ""); });
     app.add_flag("--check-config", checkConfig, "Check the configuration, say what is wrong, and end");
+    app.add_flag("--status", tellStatus, "Ask the daemon that serves this root how the node fares, and end")
+        ->excludes("--check-config");
+    app.add_option("--timeout", timeoutSeconds, "With --status: the longest time for that")
+        ->type_name("SECONDS")
+        ->capture_default_str()
+        ->needs("--status")
+        ->check(CLI::Range(1, 86400));
     app.set_version_flag("--version", "lumconfd " LUM_VERSION);
     app.footer(
         "Runs in the foreground. SIGTERM and SIGINT stop it, SIGHUP takes up changed rights and keys.\n"
-        "Exit codes: 0 stopped as asked, 1 failed, 2 wrong usage, 3 another daemon serves this root.");
+        "Exit codes: 0 stopped as asked, 1 failed (--status: nobody serves, or something is wrong), 2 wrong usage, 3 "
+        "another daemon serves this root.");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
@@ -172,6 +207,7 @@ int main(int argc, char** argv) {
     try {
         if (!root.empty()) Dir_t::SetRoot(LumPalIo::File_t(String_t::FromUtf8(root)).GetAbsolutePath());
         if (checkConfig) return lumconfd::CheckConfiguration(std::cout) ? kDone : kFailed;
+        if (tellStatus) return TellStatus(timeoutSeconds);
         LumPalRuntime::KeepNoLargeBlocks();
         const LumPalRuntime::Signals_t signals;
         return Run(signals);

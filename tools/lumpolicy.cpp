@@ -13,6 +13,7 @@ const char* const kUsage =
     "  add-category, remove-category, clear-categories\n"
     "  add-attribute, remove-attribute, clear-attributes\n"
     "  notify                       send what the node has queued for its consumers\n"
+    "  status                       tell how nodes fare\n"
     "  reinit                       let the node read its store anew\n"
     "  validate FILE...             say all that is wrong with policy files\n"
     "  sign FILE...                 sign the data files of policy files\n"
@@ -25,13 +26,14 @@ const char* const kExitCodes =
     "6 the node could not be reached, 7 done but not every consumer could be told.\n"
     "For many nodes: the code that all have in common; 0 also when some had nothing to do; else 8.";
 
-const lumtools::Program kProgram{"lumpolicy",
-                                 LUM_VERSION,
-                                 "Installs, lists, changes and removes the policies of nodes.",
-                                 kUsage,
-                                 kExitCodes,
-                                 {lumpolicy::AddInstall, lumpolicy::AddQueries, lumpolicy::AddChanges,
-                                  lumpolicy::AddNodeWork, lumpolicy::AddLocal, lumpolicy::AddTrust}};
+const lumtools::Program kProgram{
+    "lumpolicy",
+    LUM_VERSION,
+    "Installs, lists, changes and removes the policies of nodes.",
+    kUsage,
+    kExitCodes,
+    {lumpolicy::AddInstall, lumpolicy::AddQueries, lumpolicy::AddChanges, lumpolicy::AddNodeWork, lumpolicy::AddStatus,
+     lumpolicy::AddLocal, lumpolicy::AddTrust}};
 
 }  // namespace
 

@@ -86,7 +86,7 @@ void Hub::Register(Peer peer, const Frame& frame) {
     Component component;
     component.name = name;
     component.patterns.assign(frame.texts.begin() + 1, frame.texts.end());
-    components.emplace(peer, std::move(component));
+    if (components.emplace(peer, std::move(component)).second) ++registered;
     Reply(peer, ReplyCode::Done, kNoText);
 }
 
@@ -175,6 +175,7 @@ void Hub::Gone(Peer peer) noexcept {
 
 void Hub::Remove(Components::iterator found, const char* why) noexcept {
     const auto node = components.extract(found);
+    --registered;
     const Component& component = node.mapped();
     WarnOfQueue(component, "The component ", why);
     for (const TriggerPtr& trigger : component.queue) Fail(trigger, component.name);

@@ -2,6 +2,7 @@
 /// Who is registered for what, and which trigger waits for whom: the control service without its sockets.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <deque>
@@ -40,6 +41,9 @@ public:
         virtual void Warn(const std::string& text) = 0;
     };
     explicit Hub(Wire& wire) : wire(wire) {}
+    ~Hub() { registered -= static_cast<unsigned>(components.size()); }
+    Hub(const Hub&) = delete;
+    Hub& operator=(const Hub&) = delete;
 
     /// @throws FrameError for a frame that has no place, std::bad_alloc; the peer is then to be dropped by the caller
     void Take(Peer peer, const Frame& frame, Time now);
@@ -54,6 +58,8 @@ public:
     /// From now on nothing waits for a component: the next Tick answers every trigger that waits, and one that comes
     /// later is handed to its components and answered by the Tick behind it.
     void StopWaiting(Time now) noexcept;
+    /// Components of all hubs of this process. Any thread.
+    static unsigned CountComponents() noexcept { return registered; }
     /// Answers every waiting trigger and says which components leave some unacknowledged: the service stops.
     void Stop() noexcept;
 
@@ -95,6 +101,7 @@ private:
     Components components;
     std::list<TriggerPtr> waiting;  ///< those with a notifier
     bool patient = true;
+    static inline std::atomic<unsigned> registered{0};
 };
 
 }  // namespace LumCtrl

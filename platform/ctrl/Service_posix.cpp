@@ -18,6 +18,10 @@ struct Service::Impl {
     LumPalThread::Thread_t thread;
 };
 
+unsigned Service::CountComponents() noexcept {
+    return Hub::CountComponents();
+}
+
 Service::Service() = default;
 
 Service::~Service() {

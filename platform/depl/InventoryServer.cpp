@@ -14,6 +14,7 @@ public:
         LumVoxSoap::SOAPArgUnicodeString asked("objectType", &type);
         LumVoxSoap::SOAPArg* const arguments[] = {&asked};
         call.ReadRequest(1, arguments);
+        call.CountAs(0);
         LumVoxSoap::SOAPArgUnicodeString table("inventory", InventoryTable(type));
         LumVoxSoap::SOAPArg* const results[] = {&table};
         LumVoxRpc::RpcServerResponse response = call.CreateResponse();

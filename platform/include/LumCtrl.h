@@ -54,6 +54,8 @@ public:
 /// nothing.
 class LUMPAL_API Service {
 public:
+    /// Components that are registered with the services of this process. Any thread.
+    static unsigned CountComponents() noexcept;
     Service();
     ~Service();
     Service(const Service&) = delete;

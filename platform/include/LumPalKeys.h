@@ -30,6 +30,7 @@ inline constexpr Name CacheSettingsPoliciesKey = "CACHE_CONFIGSETTINGS_POLICIES"
 // "conf.server".
 inline constexpr Name AuditLoggingKey = "AUDIT_LOGGING";
 inline constexpr Name AuditLogModeKey = "AUDIT_LOG_MODE";
+inline constexpr Name MetricsOnLoopbackKey = "METRICS_ON_LOOPBACK";
 inline constexpr Name NoMultiplePoliciesKey = "NOMULTIPLEPOLICIES";
 inline constexpr Name SharedDataFilesKey = "SHARED_DATA_FILES";
 inline constexpr Name FormatPolicyListKey = "FORMAT_POLICY_LIST";

@@ -2,7 +2,9 @@
 /// The application log and log files of one's own.
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "LumPalExport.h"
 #include "LumPalMsg.h"
@@ -62,6 +64,13 @@ LUMPAL_API Log_t& GetApplicationLog();
 LUMPAL_API void SetApplicationLogFile(const LumPalStr::String_t& path);
 /// Writes to the application log with option 128. @throws std::bad_alloc alone
 LUMPAL_API void Log(const LumPalMsg::MessageList_t& messages);
+/// An error that was written to the application log.
+struct LoggedError {
+    std::int64_t time = 0;  ///< seconds since 1970-01-01T00:00:00Z
+    LumPalMsg::Message_t message;
+};
+/// The last of them, at most ten, the newest last.
+LUMPAL_API std::vector<LoggedError> GetLastErrors();
 /// Says on standard error, without taking memory, that a line of the application log is lost: once in a second at most.
 LUMPAL_API void SayLineIsLost() noexcept;
 /// Log, for where memory may be out and nothing may be thrown: in catch clauses that end a thread's work, in

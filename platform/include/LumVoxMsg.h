@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <string>
 
 #include "LumPalConfig.h"
 #include "LumPalExport.h"
@@ -33,6 +34,29 @@ protected:
 
 /// Who was refused, and at which path.
 using RefusalListener = std::function<void(const LumPalStr::String_t& sender, const LumPalStr::String_t& path)>;
+
+/// Who reads a page.
+struct PageReader {
+    /// As a call's sender; empty for one who proved nothing.
+    std::string sender;
+    /// Whose rights he has, as RpcServerCall::GetRightsID.
+    std::string rightsId;
+    /// He comes from this host.
+    bool onLoopback = false;
+};
+
+/// A document that is read with GET (or HEAD) at a path of its own, beside the calls.
+struct Page {
+    std::string path;  ///< whole, beginning with "/"
+    std::string contentType;
+    /// Whether this reader gets it without any right. On threads that move bytes: it must not block, nor throw. Of
+    /// those for whom it says no, one who proved nothing on the plain road is asked for a proof.
+    std::function<bool(const PageReader&)> isOpenTo;
+    /// Whether any other reader has the right to it; else he is answered with 403. On a worker's thread, as `read`.
+    std::function<bool(const PageReader&)> mayRead;
+    /// The document. On a worker's thread, several at once; what it throws is logged and answered with 500.
+    std::function<std::string()> read;
+};
 
 /// A handle; copies share one messenger. The first registered handler opens the port;
 /// the last handle that goes closes it. Any thread.
@@ -77,6 +101,8 @@ public:
     /// @throws LumPalNet::ConnectException_t when the port is taken;
     ///         LumPalMsg::IllegalStateError_t on a null, closed or sending messenger
     void Register(MsgHandler* handler, bool authenticated, int method);
+    /// Serves a page. @throws as Register; LumPalMsg::IllegalArgumentError_t when something has the path
+    void Serve(Page page);
     /// The first half of Close, which does not wait: the port is closed, requests that no handler has begun with are
     /// answered with 503, none arrives after it returns, and no handler can be registered any more. Calls in flight go
     /// on. A second call, one after Close and one on a null messenger does nothing.

@@ -2,7 +2,9 @@
 /// Remote procedure calls: SOAP over the messenger.
 #pragma once
 
+#include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,6 +31,23 @@ public:
 
 private:
     int httpStatus;
+};
+
+/// What one piece of work with a node may cost, as long as it lives, in all calls that its thread makes: a time for all
+/// of them together, where one is given (a call that is out then is given up, and further ones are not sent), and one
+/// failure to reach a host (further calls to it fail likewise, at once). It can only shorten what the keys allow, and
+/// one within another what that one allows. Made and destroyed by one thread, the last one first.
+class LUMPAL_API CallBudget {
+public:
+    explicit CallBudget(std::optional<std::chrono::seconds> time = std::nullopt);
+    ~CallBudget();
+    CallBudget(const CallBudget&) = delete;
+    CallBudget& operator=(const CallBudget&) = delete;
+
+    struct Impl;
+
+private:
+    std::unique_ptr<Impl> impl;
 };
 
 /// One call to one address. Used by one thread.
@@ -107,6 +126,8 @@ public:
     /// @throws as ReadRequest, for the same requests
     void CheckRequest(int count, LumVoxSoap::SOAPArg* const* arguments) const;
     RpcServerResponse CreateResponse();
+    /// Says by which value the call is counted; one that nobody says it of is counted as a fault.
+    void CountAs(int value);
 
 private:
     std::shared_ptr<Impl> impl;

@@ -1,10 +1,12 @@
 // LumPalLog.h: the logs as callers see them.
 #include <atomic>
 #include <chrono>
+#include <deque>
 #include <exception>
 #include <memory>
 
 #include "LogImpl.h"
+#include "LumPalPlainMutex.h"
 #include "OwnLog.h"
 #include "WriteError.h"
 
@@ -17,8 +19,34 @@ namespace {
 
 constexpr std::size_t kApplicationLogBytes = 10u << 20;
 
+constexpr std::size_t kLastErrors = 10;
+
+/// Remembers what was written last.
+class Remembering : public ApplicationLog {
+public:
+    void Write(const MessageList_t& messages, DetailStyle style) override {
+        ApplicationLog::Write(messages, style);
+        for (int i = 0; i < messages.GetMessageCount(); ++i) Remember(messages.GetMessage(i));
+    }
+    std::vector<LoggedError> GetErrors() {
+        const LumPalThread::PlainLock_t lock(mutex);
+        return {errors.begin(), errors.end()};
+    }
+
+private:
+    void Remember(const LumPalMsg::Message_t& message) {
+        if (message.GetSeverity() != LumPalMsg::Severity_e::Error) return;
+        const LumPalThread::PlainLock_t lock(mutex);
+        if (errors.size() == kLastErrors) errors.pop_front();
+        errors.push_back({std::chrono::system_clock::to_time_t(std::chrono::system_clock::now()), message});
+    }
+
+    LumPalThread::PlainMutex_t mutex;
+    std::deque<LoggedError> errors LUMPAL_GUARDED_BY(mutex);
+};
+
 struct Process {
-    std::shared_ptr<ApplicationLog> application = std::make_shared<ApplicationLog>();
+    std::shared_ptr<Remembering> application = std::make_shared<Remembering>();
     Log_t log{application};
 };
 
@@ -56,6 +84,10 @@ void SetApplicationLogFile(const String_t& path) {
 
 void Log(const MessageList_t& messages) {
     GetApplicationLog().Write(messages, AppLog);
+}
+
+std::vector<LoggedError> GetLastErrors() {
+    return TheProcess().application->GetErrors();
 }
 
 void SayLineIsLost() noexcept {

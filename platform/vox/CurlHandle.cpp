@@ -175,7 +175,7 @@ void HttpClient::Handle::SetUp(const HttpTarget& target, const ClientLimits& lim
     Set(curl, CURLOPT_PATH_AS_IS, 1L);
     Set(curl, CURLOPT_ERRORBUFFER, error);
     Set(curl, CURLOPT_CONNECTTIMEOUT, static_cast<long>(limits.connectSeconds));
-    Set(curl, CURLOPT_TIMEOUT, static_cast<long>(limits.callSeconds));
+    Set(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(limits.callTime.count()));
     Set(curl, CURLOPT_NOPROGRESS, 0L);
     Set(curl, CURLOPT_XFERINFOFUNCTION, &Progress);
     Set(curl, CURLOPT_XFERINFODATA, static_cast<void*>(this));

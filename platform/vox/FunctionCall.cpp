@@ -49,7 +49,8 @@ void CallFunction(Function function, RpcServerCall::Impl& call) {
     Parameters parameters;
     LumVoxSoap::ReadEnvelope(ReadBlocks(std::move(call.body), LumVoxMsg::AfterRead::Free), parameters);
     const std::vector<const char16_t*> texts = parameters.Texts();
-    SendResult(call, function(call.sender.c_str(), !call.sender.empty(), static_cast<int>(texts.size()), texts.data()));
+    call.value = function(call.sender.c_str(), !call.sender.empty(), static_cast<int>(texts.size()), texts.data());
+    SendResult(call, *call.value);
 }
 
 }  // namespace LumVoxRpc

@@ -51,6 +51,7 @@ ClientLimits ClientLimits::Load(const Configuration_t& configuration) {
     limits.connectSeconds = PositiveOr(configuration, LumPalKeys::ConnectTimeoutKey, limits.connectSeconds);
     limits.idleSeconds = PositiveOr(configuration, LumPalKeys::RequestTimeoutKey, limits.idleSeconds);
     limits.callSeconds = PositiveOr(configuration, LumPalKeys::CallTimeoutKey, limits.callSeconds);
+    limits.callTime = std::chrono::seconds(limits.callSeconds);
     limits.responseBytes =
         PositiveOr(configuration, LumPalKeys::ResponseLimitKey, static_cast<unsigned>(limits.responseBytes));
     return limits;

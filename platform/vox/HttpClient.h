@@ -2,6 +2,7 @@
 /// One POST after the other over kept connections.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -20,6 +21,7 @@ struct ClientLimits {
     unsigned connectSeconds = 10;                ///< CONNECT_TIMEOUT, handshake included
     unsigned idleSeconds = 300;                  ///< REQUEST_TIMEOUT: longest time in which no byte moves
     unsigned callSeconds = 0;                    ///< CALL_TIMEOUT: longest time for a call in all; 0: no limit
+    std::chrono::milliseconds callTime{0};       ///< what is left of that for this call
     std::uint64_t responseBytes = 1024u << 20u;  ///< RESPONSE_LIMIT, most bytes of an answer's body
     static ClientLimits Load(const LumPalConfig::Configuration_t& configuration);
 };

@@ -21,6 +21,8 @@ struct HttpPeer {
     std::string commonName;
     /// It is this node itself, by its key.
     bool isNode = false;
+    /// It comes from this host.
+    bool onLoopback = false;
     /// Address and port, for logs.
     std::string address;
 };

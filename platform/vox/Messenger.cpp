@@ -29,16 +29,26 @@ std::shared_ptr<void> Messenger::Impl::ClientState(const std::function<std::shar
     return clientState;
 }
 
-void Messenger::Impl::Register(MsgHandler* handler) {
+/// The first thing to serve opens the port.
+template <class Add>
+void Messenger::Impl::AddTo(Add add) {
     const LumPalThread::PlainLock_t lock(mutex);
     if (closed) throw IllegalStateError_t(CreateError_t("A closed messenger takes no handler."));
     if (options.sendOnly) throw IllegalStateError_t(CreateError_t("A messenger that only sends takes no handler."));
-    if (server) return server->AddRoute(handler);
+    if (server) return add(*server);
     auto opened = std::make_shared<MessengerServer>(HttpLimits::Load(configuration), options.basePath);
     opened->TellOfRefusals(refusals);
-    opened->AddRoute(handler);
+    add(*opened);
     opened->Open();
     server = std::move(opened);
+}
+
+void Messenger::Impl::Register(MsgHandler* handler) {
+    AddTo([handler](MessengerServer& to) { to.AddRoute(handler); });
+}
+
+void Messenger::Impl::Serve(Page page) {
+    AddTo([&page](MessengerServer& to) { to.AddPage(std::move(page)); });
 }
 
 void Messenger::Impl::TellOfRefusals(RefusalListener listener) {
@@ -93,6 +103,11 @@ void Messenger::Register(MsgHandler* handler, bool, int) {
     if (!handler)
         throw LumPalMsg::IllegalArgumentError_t(CreateError_t("There is no handler to register with the messenger."));
     GetImpl()->Register(handler);
+}
+
+void Messenger::Serve(Page page) {
+    if (!GetImpl()) throw IllegalStateError_t(CreateError_t("A null messenger takes no page."));
+    GetImpl()->Serve(std::move(page));
 }
 
 void Messenger::TellOfRefusals(RefusalListener listener) {

@@ -26,6 +26,7 @@ public:
 
     /// These as Messenger's.
     void Register(MsgHandler* handler);
+    void Serve(Page page);
     void TellOfRefusals(RefusalListener listener);
     void StopReceiving();
     void Close();
@@ -34,6 +35,8 @@ public:
 
 private:
     std::shared_ptr<MessengerServer> GetServer();
+    template <class Add>
+    void AddTo(Add add);
 
     const LumPalConfig::Configuration_t configuration;
     const Options options;

@@ -52,6 +52,15 @@ bool AsksForDescription(const HttpRequest& head) {
     return head.method == "GET" && SameWord(head.query, "wsdl");
 }
 
+bool ReadsPage(const HttpRequest& head) {
+    return head.method == "GET" || head.method == "HEAD";
+}
+
+PageReader ReaderOf(const HttpRequest& request) {
+    return {request.sender, request.peer.isNode ? LumSecAuth::LocalAdministrator() : request.sender,
+            request.peer.onLoopback};
+}
+
 /// The address that the request was sent to, for the next ones.
 String_t AddressOf(const HttpRequest& request) {
     return String_t::FromUtf8((request.peer.tls ? "https://" : "http://") + request.host + request.path);
@@ -101,6 +110,10 @@ MessengerServer::Route::Route(MsgHandler* handler, unsigned threads)
       named(threads),
       strangers(std::max(1u, threads / 4), WorkerPool::Share::Small, kWaitingStrangers * std::max(1u, threads / 4)) {}
 
+// Pages cost no more than a look: few threads read them, so that no crowd of readers takes the processor.
+MessengerServer::Route::Route(Page page)
+    : handler(nullptr), page(std::move(page)), named(1), strangers(1, WorkerPool::Share::Small, kWaitingStrangers) {}
+
 void MessengerServer::Route::Refuse() {
     named.Refuse();
     strangers.Refuse();
@@ -115,9 +128,17 @@ MessengerServer::MessengerServer(const HttpLimits& limits, const String_t& baseP
     : limits(limits), basePath(basePath), callers(limits.secretHeader), http(limits, *this) {}
 
 void MessengerServer::AddRoute(MsgHandler* handler) {
-    const std::string path = JoinPaths(basePath, Access::BasePath(*handler));
+    Add(JoinPaths(basePath, Access::BasePath(*handler)), std::make_shared<Route>(handler, limits.workerThreads));
+}
+
+void MessengerServer::AddPage(Page page) {
+    const std::string path = page.path;
+    Add(path, std::make_shared<Route>(std::move(page)));
+}
+
+void MessengerServer::Add(const std::string& path, std::shared_ptr<Route> route) {
     const LumPalThread::PlainLock_t lock(mutex);
-    if (!routes.try_emplace(path, std::make_shared<Route>(handler, limits.workerThreads)).second)
+    if (!routes.try_emplace(path, std::move(route)).second)
         throw LumPalMsg::IllegalArgumentError_t(LumPalMsg::CreateError_t("The path '%1' has a handler already.")
                                                 << String_t::FromUtf8(path));
 }
@@ -211,15 +232,20 @@ HttpResponse MessengerServer::Challenge(LocalCallers::Found::Answer kind) {
 std::optional<HttpResponse> MessengerServer::Misdirected(const HttpRequest& head) {
     if (!head.peer.tls && !IsLocalHost(head.host, coreId))
         return Error(421, "The host of the request is neither this node nor the loopback.");
-    if (!FindRoute(head.path)) return Error(404, "Nothing is served at this path.");
-    if (AsksForDescription(head)) return std::nullopt;
-    if (head.method != "POST") {
-        HttpResponse refusal = Error(405, "Calls are made with POST.");
-        refusal.allow = "POST";
-        return refusal;
-    }
+    const std::shared_ptr<Route> route = FindRoute(head.path);
+    if (!route) return Error(404, "Nothing is served at this path.");
+    if (std::optional<HttpResponse> refusal = WrongMethod(*route, head)) return refusal;
+    if (route->page || AsksForDescription(head)) return std::nullopt;
     if (!IsXml(head.contentType)) return Error(415, "A call's Content-Type is text/xml.");
     return std::nullopt;
+}
+
+std::optional<HttpResponse> MessengerServer::WrongMethod(const Route& route, const HttpRequest& head) {
+    if (route.page ? ReadsPage(head) : head.method == "POST" || AsksForDescription(head)) return std::nullopt;
+    HttpResponse refusal =
+        route.page ? Error(405, "This page is read with GET.") : Error(405, "Calls are made with POST.");
+    refusal.allow = route.page ? "GET, HEAD" : "POST";
+    return refusal;
 }
 
 std::optional<HttpResponse> MessengerServer::Screen(HttpRequest& head) {
@@ -227,6 +253,11 @@ std::optional<HttpResponse> MessengerServer::Screen(HttpRequest& head) {
         head.peer.tls ? LocalCallers::Found{head.peer.commonName} : callers.Identify(head);
     head.sender = found.sender;
     if (std::optional<HttpResponse> refusal = Misdirected(head)) return refusal;
+    const std::shared_ptr<Route> route = FindRoute(head.path);
+    if (route && route->page) {
+        if (head.peer.tls || !head.sender.empty() || route->page->isOpenTo(ReaderOf(head))) return std::nullopt;
+        return Challenge(found.answer);
+    }
     if (found.answer == LocalCallers::Found::Answer::Serve || AsksForDescription(head)) return std::nullopt;
     return Challenge(found.answer);
 }
@@ -253,6 +284,7 @@ void MessengerServer::Serve(HttpRequest request, HttpReply reply) {
     if (!route->PoolFor(request.sender).HasRoom()) {
         return reply(Error(503, "Too many callers who have not said who they are wait already."));
     }
+    if (route->page) return Show(route, request, reply);
     if (AsksForDescription(request)) return Describe(*route, request, reply);
     auto message = std::make_shared<Access::Request>(
         Access::Request{request.sender, std::move(request.body), request.peer.isNode});
@@ -273,6 +305,20 @@ void MessengerServer::Describe(Route& route, const HttpRequest& request, const H
             path, [&](Access::Response& unfinished) { described = Access::Describe(*handler, address, unfinished); });
         reply(described ? HttpResponse{response.status, std::move(response.contentType), {}, std::move(response.body)}
                         : Error(404, "What is served here has no description."));
+    });
+}
+
+void MessengerServer::Show(const std::shared_ptr<Route>& route, const HttpRequest& request, const HttpReply& reply) {
+    route->PoolFor(request.sender).Submit([this, &page = *route->page, reader = ReaderOf(request), reply] {
+        bool allowed = true;
+        Access::Response response = Handled(page.path, [&](Access::Response& unfinished) {
+            allowed = page.isOpenTo(reader) || page.mayRead(reader);
+            if (!allowed) return;
+            unfinished.contentType = page.contentType;
+            unfinished.body = MakeBlocks(page.read());
+        });
+        reply(allowed ? HttpResponse{response.status, std::move(response.contentType), {}, std::move(response.body)}
+                      : Error(403, "The caller has no right to this page."));
     });
 }
 

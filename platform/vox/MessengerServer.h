@@ -25,6 +25,8 @@ public:
     /// @param handler  not owned, unless it counts references (then one is held until Close)
     /// @throws LumPalMsg::IllegalArgumentError_t when another handler has the path
     void AddRoute(MsgHandler* handler);
+    /// @throws LumPalMsg::IllegalArgumentError_t when something has the path
+    void AddPage(Page page);
     /// Opens the port: with an installed certificate for TLS, else plain on loopback alone, with a new secret.
     /// @throws LumPalNet::ConnectException_t, LumSecCore::KeyStoreException, LumPalIo::IOException_t
     void Open();
@@ -41,7 +43,9 @@ public:
 private:
     struct Route {
         Route(MsgHandler* handler, unsigned threads);
-        MsgHandler* const handler;
+        explicit Route(Page page);
+        MsgHandler* const handler;  ///< null for a page
+        const std::optional<Page> page;
         const LumPalPtr::RefPtr_t<const LumPalRef::RefCounted_t> held;
         /// Whose calls come from this sender: strangers have threads of their own, so that they occupy no others.
         WorkerPool& PoolFor(const std::string& sender) { return sender.empty() ? strangers : named; }
@@ -57,7 +61,10 @@ private:
     void Distrusted(const HttpRequest& head) override;
     std::string ErrorBody(unsigned status, std::string_view reason, std::string& contentType) override;
 
+    void Add(const std::string& path, std::shared_ptr<Route> route);
     void Describe(Route& route, const HttpRequest& request, const HttpReply& reply);
+    void Show(const std::shared_ptr<Route>& route, const HttpRequest& request, const HttpReply& reply);
+    std::optional<HttpResponse> WrongMethod(const Route& route, const HttpRequest& head);
     HttpResponse Error(unsigned status, const char* reason);
     std::shared_ptr<Route> FindRoute(const std::string& path);
     std::optional<HttpResponse> Misdirected(const HttpRequest& head);

@@ -1,6 +1,8 @@
 // The calling side of LumVoxRpc.h.
 #include <algorithm>
 
+#include <map>
+
 #include "HttpClient.h"
 #include "LocalSecret.h"
 #include "LumPalKeys.h"
@@ -120,6 +122,68 @@ const char* WordsFor(int status) {
 
 }  // namespace
 
+struct CallBudget::Impl {
+    using Clock = std::chrono::steady_clock;
+    std::chrono::seconds whole;
+    Clock::time_point end;
+    Impl* outer;
+    std::map<std::string, LumPalNet::ConnectException_t> unreached{};  ///< by host and port
+};
+
+namespace {
+
+thread_local CallBudget::Impl* innermost = nullptr;
+
+std::string PlaceOf(const HttpTarget& target) {
+    return target.host + " " + std::to_string(target.port);
+}
+
+/// The limits of a call that is made now. @throws LumPalNet::ConnectException_t when no time is left
+ClientLimits LimitsNow(ClientLimits limits, const HttpTarget& target) {
+    using std::chrono::milliseconds;
+    if (innermost->end == CallBudget::Impl::Clock::time_point::max()) return limits;
+    const auto left = std::chrono::duration_cast<milliseconds>(innermost->end - CallBudget::Impl::Clock::now());
+    if (left <= milliseconds(0)) {
+        throw LumPalNet::ConnectException_t(
+            LumPalMsg::CreateError_t("Cannot connect to host '%1' port %2: no answer within %3 seconds.")
+            << String_t::FromUtf8(target.host) << target.port << static_cast<unsigned>(innermost->whole.count()));
+    }
+    if (limits.callTime.count() > 0 && limits.callTime <= left) return limits;
+    limits.callTime = left;
+    limits.callSeconds = static_cast<unsigned>(innermost->whole.count());
+    return limits;
+}
+
+HttpAnswer PostWithinBudget(HttpClient& client, const HttpTarget& target, const LumPalArray::CharArray_t& body,
+                            const ClientLimits& limits) {
+    if (!innermost) return client.Post(target, body, limits);
+    const auto failed = innermost->unreached.find(PlaceOf(target));
+    if (failed != innermost->unreached.end()) throw LumPalNet::ConnectException_t(failed->second);
+    try {
+        return client.Post(target, body, LimitsNow(limits, target));
+    } catch (const LumPalNet::ConnectException_t& e) {
+        innermost->unreached.emplace(PlaceOf(target), e);
+        throw;
+    }
+}
+
+}  // namespace
+
+CallBudget::CallBudget(std::optional<std::chrono::seconds> time)
+    : impl(
+          std::make_unique<Impl>(Impl{time.value_or(std::chrono::seconds(0)),
+                                      time ? Impl::Clock::now() + *time : Impl::Clock::time_point::max(), innermost})) {
+    if (innermost && innermost->end < impl->end) {
+        impl->whole = innermost->whole;
+        impl->end = innermost->end;
+    }
+    innermost = impl.get();
+}
+
+CallBudget::~CallBudget() {
+    innermost = impl->outer;
+}
+
 struct RpcCall::Impl {
     std::shared_ptr<HttpClient> client;
     ClientLimits limits;
@@ -144,7 +208,7 @@ RpcResponse RpcCall::Invoke(int count, SOAPArg* const* results, const char* enco
             RequireServingNode(target);
         }
     }
-    const HttpAnswer answer = impl->client->Post(target, request.TakeCharArray(), impl->limits);
+    const HttpAnswer answer = PostWithinBudget(*impl->client, target, request.TakeCharArray(), impl->limits);
     if (answer.status != 200) Refuse(target, answer);
     SOAPEnvelope().Read(LumPalIo::CharArrayInputStream_t::Over(answer.body), count, results);
     return RpcResponse(answer.status);

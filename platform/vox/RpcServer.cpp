@@ -1,4 +1,5 @@
 // RpcServer of LumVoxRpc.h.
+#include <chrono>
 #include <map>
 #include <variant>
 
@@ -6,6 +7,7 @@
 #include "FreedMemory.h"
 #include "FunctionCall.h"
 #include "LumPalLog.h"
+#include "LumPalMetrics.h"
 #include "LumPalPlainMutex.h"
 #include "LumVoxRpc.h"
 #include "MsgHandlerAccess.h"
@@ -54,6 +56,40 @@ void CallMethod(RpcServerHandler* handler, const std::shared_ptr<RpcServerCall::
 void CallMethod(Function function, const std::shared_ptr<RpcServerCall::Impl>& state) {
     CallFunction(function, *state);
 }
+
+const std::string kMethodLabel = "method";
+
+/// Times a call, and counts it at its end.
+class CountedCall {
+public:
+    explicit CountedCall(const RpcServerCall::Impl& state) : state(state) {}
+    CountedCall(const CountedCall&) = delete;
+    CountedCall& operator=(const CountedCall&) = delete;
+    ~CountedCall() {
+        LumPalMetrics::Guarded([&] {
+            const std::string method = state.method.ToUtf8();
+            const std::chrono::duration<double> took = Clock::now() - start;
+            Durations().Observe(took.count(), {{kMethodLabel, method}});
+            Requests().Add({{kMethodLabel, method}, {"value", state.value ? std::to_string(*state.value) : "fault"}});
+        });
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    static LumPalMetrics::Counter_t& Requests() {
+        static LumPalMetrics::Counter_t counter(
+            "lumconf_requests_total", "Calls by method and return value (docs/wire.md); fault: none was made.");
+        return counter;
+    }
+    static LumPalMetrics::Durations_t& Durations() {
+        static LumPalMetrics::Durations_t durations("lumconf_request_duration_seconds",
+                                                    "Time that calls took, from the whole request to the answer.");
+        return durations;
+    }
+
+    const RpcServerCall::Impl& state;
+    const Clock::time_point start = Clock::now();
+};
 
 /// At its end nothing is left of what was made of a request but its answer.
 class FreedScope {
@@ -153,6 +189,7 @@ private:
         state->isNode = request.isNode;
         state->method = name;
         state->body = request.body;
+        const CountedCall counted(*state);
         if (!options.threadSafe) return Call(method, state);
         const LumPalThread::PlainLock_t lock(oneCall);
         return Call(method, state);

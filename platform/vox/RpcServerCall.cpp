@@ -84,6 +84,10 @@ RpcServerResponse RpcServerCall::CreateResponse() {
     return response;
 }
 
+void RpcServerCall::CountAs(int value) {
+    impl->value = value;
+}
+
 RpcServerResponse::RpcServerResponse(std::shared_ptr<Impl> impl) : impl(std::move(impl)) {}
 
 void RpcServerResponse::SendResponse(const char* encoding) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "LumVoxRpc.h"
@@ -18,6 +19,7 @@ struct RpcServerCall::Impl {
     std::shared_ptr<LumVoxMsg::Blocks> body;  ///< null once it was read
     LumVoxMsg::MsgHandler::Access::Response response;
     bool sent = false;
+    std::optional<int> value;  ///< what it came to, if it came to a value
 };
 
 struct RpcServerResponse::Impl {

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "FreedMemory.h"
+#include "LumPalMetrics.h"
 #include "LumPalStr.h"
 
 namespace LumVoxMsg {
@@ -14,6 +15,11 @@ using LumPalStr::String_t;
 namespace {
 
 constexpr std::chrono::seconds kLingerTime{2};
+
+bool IsLoopback(const net::ip::address& address) {
+    if (!address.is_v6() || !address.to_v6().is_v4_mapped()) return address.is_loopback();
+    return net::ip::make_address_v4(net::ip::v4_mapped, address.to_v6()).is_loopback();
+}
 
 }  // namespace
 
@@ -39,6 +45,7 @@ void Session::Start() {
     const tcp::endpoint remote = Tcp().socket().remote_endpoint(error);
     if (error || core.closing) return;
     peer.address = (std::ostringstream() << remote).str();
+    peer.onLoopback = IsLoopback(remote.address());
     Tcp().socket().set_option(tcp::no_delay(true), error);
     thread.BeginWaiting(*this, IoThread::Kind::Newcomer);
     Tcp().expires_after(core.limits.handshakeTime);
@@ -48,6 +55,9 @@ void Session::Start() {
 void Session::OnOpened(error_code error, std::size_t) {
     core.handshakeLog.TellRest();
     if (error) {
+        static LumPalMetrics::Counter_t failed("lumconf_tls_handshakes_failed_total",
+                                               "Connections that ended before their TLS handshake was done.");
+        if (connection->IsTls()) failed.Add();
         if (error.category() == net::error::get_ssl_category())
             core.handshakeLog.Warn("A TLS handshake was refused: %1",
                                    String_t::FromUtf8(peer.address + ": " + connection->WhyRefused(error)));

@@ -1,6 +1,7 @@
 // The steps of a session that serve a request, or refuse it, and send the answer.
 #include <ctime>
 
+#include "LumPalMetrics.h"
 #include "Session_beast.h"
 
 namespace LumVoxMsg {
@@ -72,6 +73,8 @@ void Session::Refuse(unsigned status, std::string_view reason) {
 }
 
 void Session::Respond(HttpResponse answer, bool keep) {
+    static LumPalMetrics::Counter_t answers("lumconf_http_responses_total", "Answers by HTTP status.");
+    LumPalMetrics::Guarded([&] { answers.Add({{"code", std::to_string(answer.status)}}); });
     phase = Phase::Sending;
     BeginMoving();
     keepAlive = keep && !core.closing;

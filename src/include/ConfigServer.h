@@ -7,6 +7,7 @@
 
 #include "Export.h"
 #include "LumVoxMsg.h"
+#include "NodeStatus.h"
 
 namespace LumConf {
 
@@ -43,6 +44,10 @@ public:
     /// the call is answered. It runs on the threads of the calls, one at a time, and must be quick and raise nothing.
     /// An empty function takes it away: none runs any more then. There is one for the process.
     static void TellOfChanges(std::function<void()> listener);
+
+    /// What a program that serves the node adds to the answer of "nodeStatus": called on any thread, and must not
+    /// block. An empty function takes it away: none runs any more then.
+    void AddToStatus(std::function<void(NodeStatus& status)> add);
 
     /// Whether requests can arrive.
     bool IsServing() const;

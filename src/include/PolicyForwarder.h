@@ -9,6 +9,7 @@
 #include "LumPalIo.h"
 #include "LumPalStr.h"
 #include "LumVoxMsg.h"
+#include "NodeStatus.h"
 
 namespace LumConf {
 
@@ -117,6 +118,10 @@ public:
     PolicyContainer ListNaming(const LumPalStr::String_t& host, const LumPalStr::String_t& typeName,
                                const std::vector<LumPalStr::String_t>& dataFiles,
                                const LumPalStr::String_t& targetId) const;
+
+    /// How the node fares. Needs the right to list. @throws as List, but the errors of a selection;
+    /// LumVoxSoap::SOAPFaultException from a node of an older version, which does not know the question
+    NodeStatus GetStatus(const LumPalStr::String_t& host, const LumPalStr::String_t& targetId) const;
 
 private:
     PolicyForwarderImpl* impl;

@@ -41,6 +41,7 @@ public:
     void Notify(const LumPalStr::String_t& host) const;
     PolicyContainer List(const LumPalStr::String_t& host, const LumPalStr::String_t& targetId,
                          const Selection& selection) const;
+    NodeStatus GetStatus(const LumPalStr::String_t& host, const LumPalStr::String_t& targetId) const;
     PolicyContainer ListNaming(const LumPalStr::String_t& host, const LumPalStr::String_t& targetId,
                                const LumPalStr::String_t& typeName,
                                const std::vector<LumPalStr::String_t>& dataFiles) const;

@@ -15,6 +15,8 @@ namespace lumtools {
 
 namespace {
 
+constexpr std::chrono::seconds kLongestQuestion{60};
+
 nlohmann::ordered_json ToJson(const std::string& host, const Answer& answer) {
     nlohmann::ordered_json object;
     object["host"] = host;
@@ -113,6 +115,12 @@ ExitCode HostCommand::Run() {
     return CodeOf(Count(answers), hosts.size());
 }
 
+/// Who only asks need not wait as long as a change may take.
+std::optional<std::chrono::seconds> HostCommand::GetTimeout() const {
+    const auto given = hostOptions.GetTimeout();
+    return given || ChangesNodes() ? given : kLongestQuestion;
+}
+
 /// A node's result is printed when those before it are.
 std::vector<Answer> HostCommand::AskAll() const {
     std::vector<Answer> answers(hosts.size());
@@ -120,6 +128,7 @@ std::vector<Answer> HostCommand::AskAll() const {
     std::size_t printed = 0;
     const Progress progress(hosts.size());
     const auto ask = [&](std::size_t index) {
+        const LumVoxRpc::CallBudget budget(GetTimeout());
         answers[index] = Ask(hosts[index]);
         AddHint(hosts[index], answers[index].outcome);
         ready[index] = true;

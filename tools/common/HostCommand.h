@@ -43,6 +43,7 @@ private:
     void Print(const std::string& host, const Answer& answer) const;
     void PrintSummary(const std::vector<Answer>& answers) const;
     std::vector<Answer> AskAll() const;
+    std::optional<std::chrono::seconds> GetTimeout() const;
 
     HostOptions hostOptions;
     std::vector<std::string> hosts;

@@ -18,6 +18,7 @@ namespace lumtools {
 namespace {
 
 constexpr int kMostParallel = 256;
+constexpr int kLongestTimeout = 86400;
 
 /// Whether the text stays the host when it becomes part of an address.
 bool IsHost(const std::string& text) {
@@ -116,6 +117,10 @@ void HostOptions::AddTo(CLI::App& command) {
         ->type_name("N")
         ->capture_default_str()
         ->check(CLI::Range(1, kMostParallel));
+    command.add_option("--timeout", timeoutSeconds, "The longest time for all the work with one node")
+        ->group(group)
+        ->type_name("SECONDS")
+        ->check(CLI::Range(1, kLongestTimeout));
 }
 
 std::vector<std::string> HostOptions::Make() const {

@@ -1,0 +1,103 @@
+#!/usr/bin/python3
+"""Nodes that hang: what a tool waits for them, and what it says then."""
+import signal
+import socket
+import threading
+import time
+import unittest
+
+import pki
+from node import SLOWNESS, UNREACHABLE, WRONG_USAGE, Node, free_port
+
+LIMIT_S = 2
+AT_MOST_S = 3 * LIMIT_S * SLOWNESS
+
+
+class Silent:
+    """Takes connections and says nothing; counts them."""
+
+    def __init__(self):
+        self.taken = []
+        self.listener = socket.create_server(("127.0.0.1", 0))
+        self.port = self.listener.getsockname()[1]
+        self.thread = threading.Thread(target=self.accept, daemon=True)
+        self.thread.start()
+
+    def accept(self):
+        while True:
+            try:
+                self.taken.append(self.listener.accept()[0])
+            except OSError:
+                return
+
+    def close(self):
+        self.listener.shutdown(socket.SHUT_RDWR)
+        self.listener.close()
+        self.thread.join()
+        for connection in self.taken:
+            connection.close()
+
+
+class TimeLimits(unittest.TestCase):
+    def setUp(self):
+        self.node = Node({"vox.http.ext.conf": {"CONNECT_TIMEOUT": LIMIT_S}})
+        self.addCleanup(self.node.close)
+
+    def trust_somebody(self):
+        """Without anybody to trust no other node is called."""
+        authority = pki.Authority()
+        self.addCleanup(authority.close)
+        pki.trust(self.node, authority)
+
+    def silent(self):
+        silent = Silent()
+        self.addCleanup(silent.close)
+        return silent
+
+    def hang(self):
+        """The daemon goes on to hold its port, and does nothing."""
+        self.node.daemon.send_signal(signal.SIGSTOP)
+        self.addCleanup(self.node.daemon.send_signal, signal.SIGCONT)
+
+    def ends_in_time(self, tool, *arguments, seconds=AT_MOST_S):
+        start = time.monotonic()
+        result = self.node.tool(tool, *arguments)
+        self.assertLess(time.monotonic() - start, seconds, result)
+        return result
+
+    def test_a_local_daemon_that_hangs_is_waited_for_as_long_as_is_asked(self):
+        self.hang()
+        for tool, *arguments in (("lumpolicy", "list"), ("lumpolicy", "status"), ("lumpolicy", "remove", "--all"),
+                                 ("lumsettings", "get"), ("lumsettings", "set", "a", "B=c")):
+            result = self.ends_in_time(tool, *arguments, "--timeout", LIMIT_S)
+            self.assertEqual(result.code, UNREACHABLE, (tool, arguments, result))
+            self.assertIn(f"no answer within {LIMIT_S} seconds", result.err.replace("\n", " ").replace("          ", " "))
+
+    def test_the_status_of_a_daemon_that_hangs_is_waited_for_as_long_as_is_asked(self):
+        self.hang()
+        result = self.ends_in_time("lumconfd", "--status", "--timeout", LIMIT_S)
+        self.assertEqual(result.code, 1, result)
+
+    def test_a_node_that_hangs_is_tried_once_for_all_the_work_with_it(self):
+        self.trust_somebody()
+        silent = self.silent()
+        result = self.node.policy("list", "--type", "backup", "--host", f"127.0.0.1:{silent.port}")
+        self.assertEqual(result.code, UNREACHABLE, result)
+        self.assertEqual(len(silent.taken), 1, "neither the question for its version nor the call itself twice")
+
+    def test_one_node_that_hangs_takes_no_more_than_its_limit_of_many(self):
+        self.trust_somebody()
+        hosts = [argument for _ in range(8) for argument in ("--host", f"127.0.0.1:{self.silent().port}")]
+        result = self.ends_in_time("lumpolicy", "list", "--timeout", LIMIT_S, "--host", "localhost", *hosts)
+        self.assertIn("9 nodes", result.out)
+        self.assertIn("8 unreachable", result.out)
+
+    def test_a_limit_that_is_none_is_refused(self):
+        for limit in ("0", "-1", "86401", "soon", ""):
+            self.assertEqual(self.node.policy("list", "--timeout", limit).code, WRONG_USAGE, limit)
+        self.assertEqual(self.node.tool("lumconfd", "--timeout", "5").code, WRONG_USAGE)
+        self.assertEqual(self.node.policy("list", "--host", f"127.0.0.1:{free_port()}", "--timeout", "5").code, UNREACHABLE)
+
+
+if __name__ == "__main__":
+    unittest.main()
