@@ -45,7 +45,56 @@ def description(systems=NAMES):
             "systems": [{"name": name} for name in systems], "groups": groups}
 
 
-class ClusterNode(Node):
+class FollowingNode(Node):
+    """One with applications and policies that follow the groups."""
+
+    def write_applications(self):
+        note = {word: NOTE.format(word=word, notes=self.folder / "notes") for word in ("start", "stop")}
+        entries = ""
+        for application, (instance, group, policy) in APPLICATIONS.items():
+            entries += (f"<Application><Name>{application}</Name><Instance><Name>{instance}</Name>"
+                        f"<Package>{group}</Package></Instance></Application>")
+            self.put(f"bin/instrumentation/conf/{application}.apm.xml",
+                     "<APMApplicationConfiguration><Application>"
+                     f"<Template>{policy}</Template><Template>late-{group}</Template>"
+                     f"<StartCommand>{note['start']}</StartCommand><StopCommand>{note['stop']}</StopCommand>"
+                     "</Application></APMApplicationConfiguration>")
+        self.put("conf/conf/apminfo.xml", f"<APMClusterConfiguration>{entries}</APMClusterConfiguration>")
+
+    def put(self, name, text):
+        path = self.root / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text(text, encoding="utf-8")
+
+    def notes(self):
+        """What the commands of the applications have noted, in order."""
+        path = self.folder / "notes"
+        return path.read_text().splitlines() if path.exists() else []
+
+    def write_follower(self, name, group=None, status="enabled"):
+        return write_policy(self.folder / "policies", name, name=name, type_name="checks", status=status,
+                            attributes=[(f"HARG:{group}", "")] if group else ())
+
+    def install(self, name, group=None, **fields):
+        result = self.policy("install", self.write_follower(name, group, **fields))
+        assert result.code in (DONE, UNTOLD), result
+
+    def install_followers(self):
+        paths = [self.write_follower(name, group if by == 1 else None)
+                 for group, names in FOLLOWERS.items() for by, name in enumerate(names)]
+        result = self.policy("install", "--package", *paths)
+        assert result.code in (DONE, UNTOLD), result
+
+    def status(self, name):
+        """On the disk; None where the policy is not installed."""
+        try:
+            text = (self.store / "checks" / f"{name}_header.xml").read_bytes()
+        except FileNotFoundError:
+            return None
+        return "enabled" if b"<status>enabled<" in text else "disabled"
+
+
+class ClusterNode(FollowingNode):
     """One of them. It does not run before start()."""
 
     def __init__(self, cluster, name, settings=None):
@@ -95,53 +144,6 @@ class ClusterNode(Node):
     def waits(self):
         """How often one of its tools has begun to wait."""
         return (self.folder / "calls").read_text().count('{"waits":')
-
-    # What it has.
-
-    def write_applications(self):
-        note = {word: NOTE.format(word=word, notes=self.folder / "notes") for word in ("start", "stop")}
-        entries = ""
-        for application, (instance, group, policy) in APPLICATIONS.items():
-            entries += (f"<Application><Name>{application}</Name><Instance><Name>{instance}</Name>"
-                        f"<Package>{group}</Package></Instance></Application>")
-            self.put(f"bin/instrumentation/conf/{application}.apm.xml",
-                     "<APMApplicationConfiguration><Application>"
-                     f"<Template>{policy}</Template><Template>late-{group}</Template>"
-                     f"<StartCommand>{note['start']}</StartCommand><StopCommand>{note['stop']}</StopCommand>"
-                     "</Application></APMApplicationConfiguration>")
-        self.put("conf/conf/apminfo.xml", f"<APMClusterConfiguration>{entries}</APMClusterConfiguration>")
-
-    def put(self, name, text):
-        path = self.root / name
-        path.parent.mkdir(parents=True, exist_ok=True)
-        path.write_text(text, encoding="utf-8")
-
-    def notes(self):
-        """What the commands of the applications have noted, in order."""
-        path = self.folder / "notes"
-        return path.read_text().splitlines() if path.exists() else []
-
-    def write_follower(self, name, group=None, status="enabled"):
-        return write_policy(self.folder / "policies", name, name=name, type_name="checks", status=status,
-                            attributes=[(f"HARG:{group}", "")] if group else ())
-
-    def install(self, name, group=None, **fields):
-        result = self.policy("install", self.write_follower(name, group, **fields))
-        assert result.code in (DONE, UNTOLD), result
-
-    def install_followers(self):
-        paths = [self.write_follower(name, group if by == 1 else None)
-                 for group, names in FOLLOWERS.items() for by, name in enumerate(names)]
-        result = self.policy("install", "--package", *paths)
-        assert result.code in (DONE, UNTOLD), result
-
-    def status(self, name):
-        """On the disk; None where the policy is not installed."""
-        try:
-            text = (self.store / "checks" / f"{name}_header.xml").read_bytes()
-        except FileNotFoundError:
-            return None
-        return "enabled" if b"<status>enabled<" in text else "disabled"
 
     # Its processes.
 

@@ -1,0 +1,397 @@
+"""The nodes of one real cluster, Pacemaker and Corosync, on this machine: each has namespaces of its own in which the
+daemons of the cluster run, and one of ours if wanted. Their networks meet at a bridge.
+
+Nothing outlives a test, nor a test that is killed: a node ends with its first process (pacemaker_host.py), which ends
+when its input does, and the networks and mounts go with it.
+
+Run as a program (pacemaker_nodes.py NAME...) it makes such nodes, tells of each its name, the id of its first process and
+its folder, and lasts until its input ends.
+"""
+import contextlib
+import itertools
+import os
+import pathlib
+import signal
+import subprocess
+import sys
+import time
+import xml.etree.ElementTree
+
+import strangers
+from cluster_nodes import FOLLOWERS, FOLLOWER_NAMES, FollowingNode, Watcher, children
+from node import PATIENCE_S, ROOT, SLOWNESS, Result, wait_until
+
+PACKAGES = ROOT / "build/cluster-root"
+PRODUCT = "Pacemaker (PCMK)"
+NAMES = ("alpha", "beta", "gamma")
+INTERVAL_MS = 500
+CALM = {"web": "alpha", "database": "beta"}
+ADDRESSES = {"web": "10.98.0.101", "database": "10.98.0.102"}
+HOST = pathlib.Path(__file__).with_name("pacemaker_host.py")
+numbers = itertools.count(1)
+
+COROSYNC = """\
+totem {{
+    version: 2
+    cluster_name: harbour
+    transport: knet
+    token: {token_ms}
+    token_coefficient: 0
+}}
+system {{
+    move_to_root_cgroup: no
+    allow_knet_handle_fallback: yes
+}}
+quorum {{
+    provider: corosync_votequorum
+    two_node: {two_node}
+    wait_for_all: 0
+}}
+nodelist {{
+{nodes}}}
+logging {{
+    to_syslog: no
+    to_logfile: yes
+    logfile: {folder}/corosync.log
+    timestamp: hires
+}}
+"""
+COROSYNC_NODE = """\
+    node {{
+        nodeid: {number}
+        name: {name}
+        ring0_addr: {address}
+    }}
+"""
+OPTIONS = {"stonith-enabled": "false", "dc-deadtime": "2s", "no-quorum-policy": "stop"}
+CIB = """\
+<cib crm_feature_set="3.16.1" validate-with="pacemaker-3.9" admin_epoch="0" epoch="1" num_updates="0">
+<configuration>
+<crm_config><cluster_property_set id="options">{options}</cluster_property_set></crm_config>
+<nodes/>
+<resources>{groups}</resources>
+<constraints/>
+<rsc_defaults><meta_attributes id="defaults">
+<nvpair id="threshold" name="migration-threshold" value="1"/><nvpair id="stick" name="resource-stickiness" value="1"/>
+</meta_attributes></rsc_defaults>
+</configuration>
+<status/>
+</cib>
+"""
+CIB_GROUP = """\
+<group id="{name}">
+<primitive id="{name}-job" class="ocf" provider="pacemaker" type="Dummy">
+<operations><op id="{name}-watch" name="monitor" interval="1s"/></operations>
+</primitive>
+<primitive id="{name}-address" class="ocf" provider="heartbeat" type="IPaddr2"><instance_attributes id="{name}-values">
+<nvpair id="{name}-ip" name="ip" value="{address}"/><nvpair id="{name}-mask" name="cidr_netmask" value="24"/>
+</instance_attributes></primitive>
+</group>
+"""
+
+
+def address_of(name):
+    return f"10.98.0.{NAMES.index(name) + 1}"
+
+
+def cib(options):
+    pairs = "".join(f'<nvpair id="option-{name}" name="{name}" value="{value}"/>' for name, value in options.items())
+    groups = "".join(CIB_GROUP.format(name=name, address=address) for name, address in ADDRESSES.items())
+    return CIB.format(options=pairs, groups=groups)
+
+
+def since_boot():
+    return time.clock_gettime(time.CLOCK_BOOTTIME)
+
+
+class PacemakerNode(FollowingNode):
+    """One of them. Neither its cluster nor our daemon run before start_cluster() and start()."""
+
+    def __init__(self, name, names, two_node, settings=None):
+        self.name, self.holder, self.looks_read, self.looks = name, None, 0, []
+        keys = {"CLUSTER_TYPE": PRODUCT, "POLLING_INTERVAL": INTERVAL_MS, "MONITOR_MODE": "TRUE"}
+        super().__init__({"conf.cluster": keys | (settings or {})}, start=False)
+        self.folder.chmod(0o711)
+        self.write_cluster(names, two_node)
+        self.write_applications()
+
+    def write_cluster(self, names, two_node):
+        nodes = "".join(COROSYNC_NODE.format(number=NAMES.index(name) + 1, name=name, address=address_of(name))
+                        for name in names)
+        for path, text in {
+            "etc/corosync/corosync.conf": COROSYNC.format(token_ms=1000 * SLOWNESS, two_node=int(two_node), nodes=nodes,
+                                                          folder=self.folder),
+            "etc/hosts": "127.0.0.1 localhost\n" + "".join(f"{address_of(name)} {name}\n" for name in names),
+            "cib.xml": cib(OPTIONS),
+        }.items():
+            (self.folder / path).parent.mkdir(parents=True, exist_ok=True)
+            (self.folder / path).write_text(text, encoding="utf-8")
+
+    # Its cluster.
+
+    def start_cluster(self):
+        """Returns when its daemons have been started; the cluster takes some seconds more."""
+        self.holder = subprocess.Popen(
+            ["unshare", "--net", "--mount", "--propagation", "unchanged", "--pid", "--uts", "--ipc", "--fork",
+             "--kill-child", sys.executable, "-B", HOST, self.name, self.folder, PACKAGES],
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        assert self.holder.stdout.readline() == "mounted\n", self.name
+        self.first = children(self.holder.pid)[0]
+        self.connect()
+        self.holder.stdin.write("\n")
+        self.holder.stdin.flush()
+
+    def await_daemons(self):
+        assert self.holder.stdout.readline() == "started\n", self.name
+
+    def connect(self):
+        here = f"node{next(numbers)}"
+        strangers.ip("link", "add", here, "type", "veth", "peer", "name", "out", "netns", self.first)
+        strangers.ip("link", "set", here, "master", "bridge0", "up")
+        self.ip("link", "set", "lo", "up")
+        self.ip("addr", "add", f"{address_of(self.name)}/24", "dev", "out")
+        self.join()
+
+    def ip(self, *arguments):
+        strangers.ip(*arguments, inside=self.first)
+
+    def cut(self):
+        self.ip("link", "set", "out", "down")
+
+    def join(self):
+        self.ip("link", "set", "out", "up")
+
+    def is_there(self):
+        return self.holder is not None
+
+    def die(self):
+        """As when the power goes: all of its processes at once."""
+        self.holder.kill()
+        self.holder.wait()
+        self.holder.stdin.close()
+        self.holder.stdout.close()
+        self.holder = None
+        if self.daemon:
+            self.daemon.wait()
+
+    def inside(self):
+        return ["nsenter", "--target", self.first, "--net", "--mount", "--pid", "--uts", "--ipc", "--",
+                "setpriv", "--pdeathsig", "KILL", "env", "PATH=/usr/sbin:/usr/bin:/sbin:/bin"]
+
+    def run(self, *command, timeout=PATIENCE_S):
+        """One of the cluster's tools."""
+        return Result(subprocess.run([*self.inside(), *command], stdin=subprocess.DEVNULL, capture_output=True,
+                                     text=True, timeout=timeout))
+
+    def do(self, *command):
+        result = self.run(*command)
+        assert result.code == 0, (command, result)
+        return result.out
+
+    def see(self):
+        """What crm_mon tells here, as a tree; None where it cannot tell."""
+        result = self.run("crm_mon", "-1", "--output-as=xml")
+        return xml.etree.ElementTree.fromstring(result.out) if result.code == 0 else None
+
+    def last_lines(self):
+        """What its daemons have said last, for who looks at a failure."""
+        logs = (self.folder / name for name in ("daemons.log", "corosync.log", "pacemaker.log", "lumconfd.err"))
+        return "\n".join(line for log in logs if log.exists()
+                         for line in log.read_text(encoding="utf-8", errors="replace").splitlines()[-15:])
+
+    def has_address(self, group):
+        return f" {ADDRESSES[group]}/" in self.do("ip", "addr", "show", "dev", "out")
+
+    # Our daemon on it.
+
+    def command(self, name, *arguments):
+        return [*self.inside(), *super().command(name, *arguments)]
+
+    def start(self, prefix=(), **environment):
+        super().start([*self.inside(), *prefix], **environment)
+
+    def runs(self):
+        return self.daemon is not None and self.daemon.poll() is None
+
+    def stop(self, how=signal.SIGTERM):
+        os.kill(int(children(self.daemon.pid)[0]), how)
+        return self.daemon.wait(PATIENCE_S)
+
+    def looks_since(self, moment):
+        """The moments since then at which the daemon has begun to look at the cluster, in seconds since the boot."""
+        path = self.folder / "looks"
+        if path.exists():
+            with open(path, encoding="utf-8") as looks:
+                looks.seek(self.looks_read)
+                for line in iter(looks.readline, ""):
+                    if not line.endswith("\n"):
+                        break
+                    self.looks_read += len(line)
+                    self.looks.append(float(line))
+        return [begun for begun in self.looks if begun > moment]
+
+    def close(self):
+        if self.is_there():
+            self.die()
+        super().close()
+
+
+def running_on(tree, group):
+    """The only node on which all of a group runs, else None."""
+    members = tree.findall(f".//group[@id='{group}']/resource")
+    where = {tuple(node.get("name") for node in member.findall("node")) if member.get("role") == "Started" else ()
+             for member in members}
+    return where.pop()[0] if len(where) == 1 and all(len(nodes) == 1 for nodes in where) else None
+
+
+def online(tree):
+    """The nodes that the one asked sees online and ready."""
+    return {node.get("name") for node in tree.findall("nodes/node")
+            if node.get("online") == "true" and node.get("pending") == "false"}
+
+
+class Nodes:
+    """All of them; online, and with our daemons, after start()."""
+
+    def __init__(self, names=NAMES, two_node=False, settings=None):
+        strangers.ip("link", "add", "bridge0", "type", "bridge")
+        strangers.ip("link", "set", "bridge0", "up")
+        self.nodes, self.watcher = [], None
+        try:
+            for name in names:
+                self.nodes.append(PacemakerNode(name, names, two_node, settings))
+                setattr(self, name, self.nodes[-1])
+        except BaseException:
+            self.close()
+            raise
+
+    def __iter__(self):
+        return iter(self.nodes)
+
+    def start_cluster(self):
+        """Returns when each sees all of them online, and for how long that took."""
+        begin = time.monotonic()
+        for node in self.nodes:
+            node.start_cluster()
+        for node in self.nodes:
+            node.await_daemons()
+        self.await_online()
+        return time.monotonic() - begin
+
+    def await_online(self, nodes=None):
+        nodes = self.nodes if nodes is None else nodes
+        names = {node.name for node in nodes}
+        for node in nodes:
+            wait_until(lambda node=node: (tree := node.see()) is not None and online(tree) == names,
+                       f"{node.name} sees {names} online")
+
+    def start(self):
+        for node in self.nodes:
+            node.start()
+            node.install_followers()
+        self.watcher = Watcher(self.nodes, FOLLOWER_NAMES)
+        self.watcher.start()
+
+    # What the cluster does.
+
+    def any(self):
+        """One that can be asked."""
+        return next(node for node in self.nodes if node.is_there())
+
+    def move(self, **groups):
+        """All at the same moment, to nodes on which they run from now on whenever those can have them."""
+        wishes = "".join(f'<rsc_location id="place-{group}" rsc="{group}" node="{name}" score="INFINITY"/>'
+                         for group, name in groups.items())
+        self.any().do("cibadmin", "--modify", "--allow-create", "--xml-text", f"<constraints>{wishes}</constraints>")
+
+    def stop_group(self, group, stopped=True):
+        """Or let it run again."""
+        value = ["--set-parameter", "target-role", "--parameter-value", "Stopped"] if stopped else \
+            ["--delete-parameter", "target-role"]
+        self.any().do("crm_resource", "--resource", group, "--meta", *value)
+
+    def set_option(self, name, value):
+        self.any().do("crm_attribute", "--type", "crm_config", "--name", name, "--update", value)
+
+    def stand_by(self, name, standby=True):
+        self.any().do("crm_standby", "--node", name, "--update", "on" if standby else "off")
+
+    def forget_failures(self):
+        self.any().do("crm_resource", "--cleanup")
+
+    def await_place(self, group, *names, asking=None):
+        """Until crm_mon tells on each of the nodes (which are all that are there, unless named) that a group runs on the
+        one node or one of the nodes; no name: that it runs nowhere. Returns the node, and the moment at which it was
+        asked for that for the first time."""
+        asked, found, waiting = None, None, list(asking or (node for node in self.nodes if node.is_there()))
+
+        def is_there():
+            nonlocal asked, found
+            now, tree = since_boot(), waiting[0].see()
+            seen = running_on(tree, group) if tree is not None else "nobody knows"
+            if seen not in (names or (None,)):
+                return False
+            asked, found = asked or now, seen
+            waiting.pop(0)
+            return not waiting
+
+        wait_until(is_there, f"{group} on {names}")
+        return found, asked
+
+    def place(self, **groups):
+        """Groups go to nodes; returns the moment at which the last one was there."""
+        self.move(**groups)
+        return max(self.await_place(group, name)[1] for group, name in groups.items())
+
+    def revive(self):
+        """All nodes are online again, and our daemons on them; what was lost on the way is started anew."""
+        lost = [node for node in self.nodes if not node.is_there()]
+        for node in lost:
+            node.start_cluster()
+        for node in lost:
+            node.await_daemons()
+        for node in self.nodes:
+            node.join()
+        self.await_online()
+        for node in self.nodes:
+            if not node.runs():
+                node.start()
+
+    def calm(self):
+        """Everything as it was at the beginning; returns when the policies are too."""
+        self.revive()
+        self.place(**CALM)
+        self.await_looks(since_boot(), 2)
+
+    def await_looks(self, moment, count, nodes=None):
+        """Until each daemon has begun so many looks at the cluster since then, so that all but the last are over."""
+        nodes = [node for node in self.nodes if node.is_there() and node.runs()] if nodes is None else nodes
+        wait_until(lambda: all(len(node.looks_since(moment)) >= count for node in nodes),
+                   f"{count} looks of {[node.name for node in nodes]}")
+
+    def where(self, name):
+        return [node.name for node in self.nodes if node.runs() and node.status(name) == "enabled"]
+
+    def close(self):
+        if self.watcher:
+            self.watcher.end()
+        for node in self.nodes:
+            with contextlib.suppress(ProcessLookupError):
+                node.close()
+        strangers.ip("link", "delete", "bridge0")
+
+
+def main(*names):
+    strangers.own_network()
+    nodes = Nodes(names or NAMES[:2], two_node=len(names) < 3)
+    try:
+        nodes.start_cluster()
+        for node in nodes:
+            print(node.name, node.first, node.folder, flush=True)
+        sys.stdin.read()
+    finally:
+        nodes.close()
+
+
+if __name__ == "__main__":
+    main(*sys.argv[1:])
