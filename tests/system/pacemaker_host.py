@@ -18,14 +18,14 @@ MEMORY = pathlib.Path("/run/node")
 # A node that panics starts its machine anew by these; here it would be everybody's.
 PANIC_BUTTONS = ("/proc/sysrq-trigger", "/proc/sys/kernel/sysrq")
 CLUSTER = "/var/lib/pacemaker", "/var/log/pacemaker", "/run/crm"
-NOTING_CRM_MON = """\
+NOTING_CRM_NODE = """\
 #!/bin/sh
 read caller 2>/dev/null </proc/$PPID/comm
 if [ "$caller" = lumconfd ]; then
     read since_boot _ </proc/uptime
     echo "$since_boot" >>'{looks}'
 fi
-exec /usr/libexec/true/crm_mon "$@"
+exec /usr/libexec/true/crm_node "$@"
 """
 libc = ctypes.CDLL(None, use_errno=True)
 
@@ -64,13 +64,13 @@ def mount_all(packages, folder):
 
 
 def lay_over_programs(packages, looks):
-    """crm_mon also notes when a daemon of the system asks for it, which is when a look at the cluster begins."""
+    """crm_node also notes when a daemon of ours asks for it, with which each look at the cluster begins."""
     sbin, true = MEMORY / "usr/sbin", MEMORY / "usr/libexec/true"
     for folder in (sbin, true):
         folder.mkdir(parents=True)
-    shutil.copy(f"{packages}/usr/sbin/crm_mon", true)
-    (sbin / "crm_mon").write_text(NOTING_CRM_MON.format(looks=looks))
-    (sbin / "crm_mon").chmod(0o755)
+    shutil.copy(f"{packages}/usr/sbin/crm_node", true)
+    (sbin / "crm_node").write_text(NOTING_CRM_NODE.format(looks=looks))
+    (sbin / "crm_node").chmod(0o755)
     mount("overlay", "/usr", "overlay", MS_RDONLY, f"lowerdir={MEMORY}/usr:{packages}/usr:/usr")
 
 

@@ -5,7 +5,7 @@ Nothing outlives a test, nor a test that is killed: a node ends with its first p
 when its input does, and the networks and mounts go with it.
 
 Run as a program (pacemaker_nodes.py NAME...) it makes such nodes, tells of each its name, the id of its first process and
-its folder, and lasts until its input ends.
+its folder, then "online" when they are, and lasts until its input ends.
 """
 import contextlib
 import itertools
@@ -19,85 +19,15 @@ import xml.etree.ElementTree
 
 import strangers
 from cluster_nodes import FOLLOWERS, FOLLOWER_NAMES, FollowingNode, Watcher, children
-from node import PATIENCE_S, ROOT, SLOWNESS, Result, wait_until
+from node import PATIENCE_S, ROOT, Result, wait_until
+from pacemaker_files import ADDRESSES, NAMES, address_of, files
 
 PACKAGES = ROOT / "build/cluster-root"
 PRODUCT = "Pacemaker (PCMK)"
-NAMES = ("alpha", "beta", "gamma")
-INTERVAL_MS = 500
+INTERVAL_MS = 300
 CALM = {"web": "alpha", "database": "beta"}
-ADDRESSES = {"web": "10.98.0.101", "database": "10.98.0.102"}
 HOST = pathlib.Path(__file__).with_name("pacemaker_host.py")
 numbers = itertools.count(1)
-
-COROSYNC = """\
-totem {{
-    version: 2
-    cluster_name: harbour
-    transport: knet
-    token: {token_ms}
-    token_coefficient: 0
-}}
-system {{
-    move_to_root_cgroup: no
-    allow_knet_handle_fallback: yes
-}}
-quorum {{
-    provider: corosync_votequorum
-    two_node: {two_node}
-    wait_for_all: 0
-}}
-nodelist {{
-{nodes}}}
-logging {{
-    to_syslog: no
-    to_logfile: yes
-    logfile: {folder}/corosync.log
-    timestamp: hires
-}}
-"""
-COROSYNC_NODE = """\
-    node {{
-        nodeid: {number}
-        name: {name}
-        ring0_addr: {address}
-    }}
-"""
-OPTIONS = {"stonith-enabled": "false", "dc-deadtime": "2s", "no-quorum-policy": "stop"}
-CIB = """\
-<cib crm_feature_set="3.16.1" validate-with="pacemaker-3.9" admin_epoch="0" epoch="1" num_updates="0">
-<configuration>
-<crm_config><cluster_property_set id="options">{options}</cluster_property_set></crm_config>
-<nodes/>
-<resources>{groups}</resources>
-<constraints/>
-<rsc_defaults><meta_attributes id="defaults">
-<nvpair id="threshold" name="migration-threshold" value="1"/><nvpair id="stick" name="resource-stickiness" value="1"/>
-</meta_attributes></rsc_defaults>
-</configuration>
-<status/>
-</cib>
-"""
-CIB_GROUP = """\
-<group id="{name}">
-<primitive id="{name}-job" class="ocf" provider="pacemaker" type="Dummy">
-<operations><op id="{name}-watch" name="monitor" interval="1s"/></operations>
-</primitive>
-<primitive id="{name}-address" class="ocf" provider="heartbeat" type="IPaddr2"><instance_attributes id="{name}-values">
-<nvpair id="{name}-ip" name="ip" value="{address}"/><nvpair id="{name}-mask" name="cidr_netmask" value="24"/>
-</instance_attributes></primitive>
-</group>
-"""
-
-
-def address_of(name):
-    return f"10.98.0.{NAMES.index(name) + 1}"
-
-
-def cib(options):
-    pairs = "".join(f'<nvpair id="option-{name}" name="{name}" value="{value}"/>' for name, value in options.items())
-    groups = "".join(CIB_GROUP.format(name=name, address=address) for name, address in ADDRESSES.items())
-    return CIB.format(options=pairs, groups=groups)
 
 
 def since_boot():
@@ -116,14 +46,7 @@ class PacemakerNode(FollowingNode):
         self.write_applications()
 
     def write_cluster(self, names, two_node):
-        nodes = "".join(COROSYNC_NODE.format(number=NAMES.index(name) + 1, name=name, address=address_of(name))
-                        for name in names)
-        for path, text in {
-            "etc/corosync/corosync.conf": COROSYNC.format(token_ms=1000 * SLOWNESS, two_node=int(two_node), nodes=nodes,
-                                                          folder=self.folder),
-            "etc/hosts": "127.0.0.1 localhost\n" + "".join(f"{address_of(name)} {name}\n" for name in names),
-            "cib.xml": cib(OPTIONS),
-        }.items():
+        for path, text in files(names, two_node, self.folder).items():
             (self.folder / path).parent.mkdir(parents=True, exist_ok=True)
             (self.folder / path).write_text(text, encoding="utf-8")
 
@@ -269,14 +192,18 @@ class Nodes:
         return iter(self.nodes)
 
     def start_cluster(self):
-        """Returns when each sees all of them online, and for how long that took."""
+        """Waits until each sees all of them online, and returns for how long."""
         begin = time.monotonic()
-        for node in self.nodes:
-            node.start_cluster()
-        for node in self.nodes:
-            node.await_daemons()
+        self.start_daemons(self.nodes)
         self.await_online()
         return time.monotonic() - begin
+
+    @staticmethod
+    def start_daemons(nodes):
+        for node in nodes:
+            node.start_cluster()
+        for node in nodes:
+            node.await_daemons()
 
     def await_online(self, nodes=None):
         nodes = self.nodes if nodes is None else nodes
@@ -346,10 +273,7 @@ class Nodes:
     def revive(self):
         """All nodes are online again, and our daemons on them; what was lost on the way is started anew."""
         lost = [node for node in self.nodes if not node.is_there()]
-        for node in lost:
-            node.start_cluster()
-        for node in lost:
-            node.await_daemons()
+        self.start_daemons(lost)
         for node in self.nodes:
             node.join()
         self.await_online()
@@ -382,12 +306,15 @@ class Nodes:
 
 
 def main(*names):
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(0))
     strangers.own_network()
     nodes = Nodes(names or NAMES[:2], two_node=len(names) < 3)
     try:
-        nodes.start_cluster()
+        nodes.start_daemons(nodes)
         for node in nodes:
             print(node.name, node.first, node.folder, flush=True)
+        nodes.await_online()
+        print("online", flush=True)
         sys.stdin.read()
     finally:
         nodes.close()

@@ -1,17 +1,27 @@
 #!/usr/bin/python3
-"""Real clusters, Pacemaker and Corosync, whose nodes have namespaces of their own on this machine."""
+"""Daemons on real clusters of two and three nodes: policies and commands follow what Pacemaker moves between them.
+
+Whatever happens: from the second look on that a node begins after the last change, its policies are as the cluster is,
+and none is enabled on two nodes. What passes until then is measured and printed.
+"""
 import os
 import pathlib
+import random
 import shutil
 import signal
 import subprocess
 import sys
+import time
 import unittest
 
 import pacemaker_nodes
 import strangers
-from node import ROOT, SLOWNESS, wait_until
-from pacemaker_nodes import CALM, NAMES, Nodes
+from cluster_nodes import FOLLOWER_NAMES, FOLLOWERS
+from node import DONE, ROOT, SLOWNESS, wait_until
+from pacemaker_files import NAMES
+from pacemaker_nodes import CALM, INTERVAL_MS, Nodes, since_boot
+
+FAIL_OVERS = 100 if os.environ.get("LUM_LONG") else 1
 
 
 def setUpModule():
@@ -19,19 +29,178 @@ def setUpModule():
     strangers.own_network()
 
 
-class TheClusterAlone(unittest.TestCase):
-    """Without daemons of ours."""
+class OnANewCluster(unittest.TestCase):
+    """The group web is on alpha at first, and database on beta."""
+    names, two_node = NAMES, False
 
-    def test_nodes_are_online_within_seconds_and_move_a_group_with_its_address(self):
-        nodes = Nodes(NAMES[:2], two_node=True)
-        self.addCleanup(nodes.close)
-        online_after_s = nodes.start_cluster()
-        print(f"two nodes were online after {online_after_s:.1f} s", flush=True)
-        self.assertLess(online_after_s, 3 * 5 * SLOWNESS)
-        nodes.place(**CALM)
-        self.assertEqual([node.has_address("web") for node in nodes], [True, False])
-        nodes.place(web="beta")
-        self.assertEqual([node.has_address("web") for node in nodes], [False, True])
+    @classmethod
+    def setUpClass(cls):
+        cls.nodes = Nodes(cls.names, cls.two_node)
+        cls.addClassCleanup(cls.nodes.close)
+        cls.online_after_s = cls.nodes.start_cluster()
+        cls.nodes.start()
+
+    def setUp(self):
+        self.addCleanup(self.tell_logs)
+        self.nodes.calm()
+        self.noted = {node.name: len(node.notes()) for node in self.nodes}
+        self.begin = time.monotonic()
+        for group, name in CALM.items():
+            self.assertEqual([self.nodes.where(follower) for follower in FOLLOWERS[group]], [[name]] * 2)
+
+    def tell_logs(self):
+        """The last lines of what went on, when it went wrong."""
+        if not self._outcome.success:
+            for node in self.nodes:
+                print(f"{node.name}:\n{node.last_lines()}")
+
+    def notes(self):
+        """What was noted on each node since the test began."""
+        return [node.notes()[self.noted[node.name]:] for node in self.nodes]
+
+    def assert_settled(self, moment, nodes=None, **groups):
+        """Nothing has changed since that moment: two looks later everything is as the cluster is, and stays so."""
+        self.nodes.await_looks(moment, 2, nodes)
+        settled = self.nodes.watcher.look()
+        self.nodes.await_looks(since_boot(), 1, nodes)
+        for group, name in (CALM | groups).items():
+            for follower in FOLLOWERS[group]:
+                for _, _, where in self.nodes.watcher.spans(follower, settled):
+                    self.assertEqual(where or (), (name,) if name else (), f"{follower} of {group}")
+
+    def tell(self, what):
+        """For how long policies were enabled nowhere, and on two nodes, since the test began; both are compared with
+        nothing."""
+        watcher = self.nodes.watcher
+        nowhere = max(watcher.length(name, self.begin, lambda where: where == ()) for name in FOLLOWER_NAMES)
+        twice = max(watcher.length(name, self.begin, lambda where: where and len(where) > 1) for name in FOLLOWER_NAMES)
+        print(f"{what}: enabled nowhere for {nowhere * 1e3:.0f} ms, on two nodes for {twice * 1e3:.0f} ms", flush=True)
+
+
+class OnThreeNodes(OnANewCluster):
+    def test_policies_and_commands_follow_a_group_to_another_node(self):
+        moment = self.nodes.place(web="beta")
+        self.assert_settled(moment, web="beta")
+        self.assertEqual(self.notes(), [["stop till"], ["start till"], []])
+        self.assertEqual([node.has_address("web") for node in self.nodes], [False, True, False])
+        self.tell("a group moves")
+
+    def test_policies_are_right_one_interval_and_the_tools_behind_a_move(self):
+        begin = time.monotonic()
+        self.assertEqual(self.nodes.beta.tool("lumclusterinfo", "-all").code, DONE)
+        look_s = time.monotonic() - begin
+        late = []
+        for name in ("beta", "gamma", "alpha"):
+            # The two clocks are the same but for the time that the machine has slept.
+            moment, offset = self.nodes.place(web=name), since_boot() - time.monotonic()
+            self.assert_settled(moment, web=name)
+            late += [self.nodes.watcher.seen[follower][-1][0] + offset - moment for follower in FOLLOWERS["web"]]
+        print("policies were right", *(f"{each * 1e3:.0f}" for each in late), f"ms behind the move (interval "
+              f"{INTERVAL_MS} ms, lumclusterinfo -all {look_s * 1e3:.0f} ms)", flush=True)
+        self.assertLess(max(late), 3 * SLOWNESS * (INTERVAL_MS / 1e3 + look_s))
+
+    def test_two_groups_swap_their_nodes(self):
+        moment = self.nodes.place(web="beta", database="alpha")
+        self.assert_settled(moment, web="beta", database="alpha")
+        self.assertEqual([sorted(notes) for notes in self.notes()],
+                         [["start stock", "stop till"], ["start till", "stop stock"], []])
+        self.tell("two groups swap")
+
+    def test_a_group_that_is_stopped_enables_nothing(self):
+        self.addCleanup(self.nodes.stop_group, "web", False)
+        self.nodes.stop_group("web")
+        self.assert_settled(self.nodes.await_place("web")[1], web=None)
+        self.nodes.stop_group("web", False)
+        self.assert_settled(self.nodes.await_place("web", "alpha")[1])
+        self.assertEqual(self.notes(), [["stop till", "start till"], [], []])
+
+    def test_a_node_in_standby_gives_up_what_it_has(self):
+        self.addCleanup(self.nodes.stand_by, "alpha", False)
+        self.nodes.stand_by("alpha")
+        there, moment = self.nodes.await_place("web", "beta", "gamma")
+        self.assert_settled(moment, web=there)
+        self.tell("a node stands by")
+
+    def test_a_resource_that_fails_takes_its_policies_to_another_node(self):
+        self.addCleanup(self.nodes.forget_failures)
+        self.nodes.alpha.do("rm", "/run/Dummy-web-job.state")
+        there, moment = self.nodes.await_place("web", "beta", "gamma")
+        self.assert_settled(moment, web=there)
+        self.assertEqual(self.notes()[0], ["stop till"])
+        self.tell("a resource fails")
+
+    def test_maintenance_enables_nothing_on_two_nodes_and_all_is_followed_behind_it(self):
+        self.addCleanup(self.nodes.set_option, "maintenance-mode", "false")
+        self.nodes.set_option("maintenance-mode", "true")
+        self.nodes.await_looks(since_boot(), 2)
+        for follower in FOLLOWER_NAMES:
+            self.assertLessEqual(len(self.nodes.where(follower)), 1)
+        self.nodes.set_option("maintenance-mode", "false")
+        self.assert_settled(self.nodes.place(web="gamma"), web="gamma")
+        self.tell("maintenance")
+
+    def test_a_node_that_is_killed_leaves_its_group_to_another_and_is_corrected_when_it_is_back(self):
+        self.nodes.alpha.die()
+        there, moment = self.nodes.await_place("web", "beta", "gamma")
+        self.assert_settled(moment, web=there)
+        self.tell("a node is killed")
+        self.assertEqual(self.nodes.alpha.status("web-checks"), "enabled", "nobody could tell it")
+        self.nodes.revive()
+        self.assert_settled(self.nodes.place(web=there), web=there)
+        self.assertEqual(self.notes()[0], [])
+
+    def test_a_node_that_is_cut_off_loses_its_quorum_and_gives_up_what_it_has(self):
+        self.nodes.alpha.cut()
+        there, _ = self.nodes.await_place("web", "beta", "gamma", asking=[self.nodes.beta, self.nodes.gamma])
+        _, moment = self.nodes.await_place("web", asking=[self.nodes.alpha])
+        self.assertEqual(self.nodes.alpha.see().find("summary/current_dc").get("with_quorum"), "false")
+        self.assert_settled(since_boot(), web=there)
+        self.tell("a node is cut off")
+        self.nodes.revive()
+        self.assert_settled(self.nodes.place(web=there), web=there)
+
+    def test_whatever_fails_all_is_right_in_the_end(self):
+        seed = int(os.environ.get("LUM_SEED", random.randrange(1 << 30)))
+        print(f"LUM_SEED={seed}", flush=True)
+        chance = random.Random(seed)
+        for number in range(FAIL_OVERS):
+            with self.subTest(LUM_SEED=seed, number=number):
+                self.fail_over(chance)
+                self.nodes.revive()
+                places = {group: chance.choice(NAMES) for group in CALM}
+                self.assert_settled(self.nodes.place(**places), **places)
+
+    def fail_over(self, chance):
+        """One node, or what runs there, fails; returns when the group web is on another one."""
+        tree = self.nodes.alpha.see()
+        node = getattr(self.nodes, pacemaker_nodes.running_on(tree, "web"))
+        others = [other for other in self.nodes if other is not node]
+        how, undo = chance.choice(((node.die, None), (node.cut, None),
+                                   (lambda: node.do("rm", "/run/Dummy-web-job.state"), self.nodes.forget_failures),
+                                   (lambda: self.nodes.stand_by(node.name),
+                                    lambda: self.nodes.stand_by(node.name, False))))
+        how()
+        self.nodes.await_place("web", *(other.name for other in others), asking=others)
+        if undo:
+            undo()
+
+
+class OnTwoNodes(OnANewCluster):
+    names = NAMES[:2]
+
+    def test_they_are_online_within_seconds(self):
+        print(f"two nodes were online after {self.online_after_s:.1f} s", flush=True)
+        self.assertLess(self.online_after_s, 3 * 5 * SLOWNESS)
+
+    def test_nodes_that_have_lost_each_other_and_their_quorum_enable_nothing(self):
+        self.nodes.alpha.cut()
+        for node in self.nodes:
+            for group in CALM:
+                self.nodes.await_place(group, asking=[node])
+        self.assert_settled(since_boot(), web=None, database=None)
+        self.tell("two nodes lose each other")
+        self.nodes.revive()
+        self.assert_settled(self.nodes.place(**CALM))
 
 
 class LeftBehind(unittest.TestCase):
@@ -45,7 +214,7 @@ class LeftBehind(unittest.TestCase):
                                                             ("net", "mnt", "pid")}
             for _, _, folder in lines:
                 self.addCleanup(shutil.rmtree, folder, ignore_errors=True)
-            self.assertGreater(len(processes(spaces)), 2 * 8)
+            wait_until(lambda: len(processes(spaces)) > 2 * 8, "the daemons of both run")
             trial.send_signal(signal.SIGKILL)
             trial.wait()
         wait_until(lambda: not processes(spaces), "all of its processes end")
