@@ -38,7 +38,7 @@ class PacemakerNode(FollowingNode):
     """One of them. Neither its cluster nor our daemon run before start_cluster() and start()."""
 
     def __init__(self, name, names, two_node, settings=None):
-        self.name, self.holder, self.looks_read, self.looks = name, None, 0, []
+        self.name, self.holder, self.first, self.looks_read, self.looks = name, None, None, 0, []
         keys = {"CLUSTER_TYPE": PRODUCT, "POLLING_INTERVAL": INTERVAL_MS, "MONITOR_MODE": "TRUE"}
         super().__init__({"conf.cluster": keys | (settings or {})}, start=False)
         self.folder.chmod(0o711)
@@ -54,18 +54,19 @@ class PacemakerNode(FollowingNode):
 
     def start_cluster(self):
         """Returns when its daemons have been started; the cluster takes some seconds more."""
-        self.holder = subprocess.Popen(
-            ["unshare", "--net", "--mount", "--propagation", "unchanged", "--pid", "--uts", "--ipc", "--fork",
-             "--kill-child", sys.executable, "-B", HOST, self.name, self.folder, PACKAGES],
-            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
-        assert self.holder.stdout.readline() == "mounted\n", self.name
+        with open(self.folder / "daemons.log", "ab") as log:
+            self.holder = subprocess.Popen(
+                ["unshare", "--net", "--mount", "--propagation", "unchanged", "--pid", "--uts", "--ipc", "--fork",
+                 "--kill-child", sys.executable, "-B", HOST, self.name, self.folder, PACKAGES],
+                stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=log, text=True)
+        assert self.holder.stdout.readline() == "mounted\n", f"{self.name}: {self.last_lines()}"
         self.first = children(self.holder.pid)[0]
         self.connect()
         self.holder.stdin.write("\n")
         self.holder.stdin.flush()
 
     def await_daemons(self):
-        assert self.holder.stdout.readline() == "started\n", self.name
+        assert self.holder.stdout.readline() == "started\n", f"{self.name}: {self.last_lines()}"
 
     def connect(self):
         here = f"node{next(numbers)}"
@@ -88,12 +89,16 @@ class PacemakerNode(FollowingNode):
         return self.holder is not None
 
     def die(self):
-        """As when the power goes: all of its processes at once."""
-        self.holder.kill()
+        """As when the power goes: all of its processes at once. They are gone then: whoever waits for the first one waits
+        for all of its namespace."""
+        if self.first:
+            os.kill(int(self.first), signal.SIGKILL)
+        else:
+            self.holder.kill()
         self.holder.wait()
         self.holder.stdin.close()
         self.holder.stdout.close()
-        self.holder = None
+        self.holder = self.first = None
         if self.daemon:
             self.daemon.wait()
 
