@@ -38,7 +38,8 @@ class PacemakerNode(FollowingNode):
     """One of them. Neither its cluster nor our daemon run before start_cluster() and start()."""
 
     def __init__(self, name, names, two_node, settings=None):
-        self.name, self.holder, self.first, self.looks_read, self.looks = name, None, None, 0, []
+        self.name, self.holder, self.first, self.is_cut = name, None, None, False
+        self.looks_read, self.looks = 0, []
         keys = {"CLUSTER_TYPE": PRODUCT, "POLLING_INTERVAL": INTERVAL_MS, "MONITOR_MODE": "TRUE"}
         super().__init__({"conf.cluster": keys | (settings or {})}, start=False)
         self.folder.chmod(0o711)
@@ -80,9 +81,11 @@ class PacemakerNode(FollowingNode):
         strangers.ip(*arguments, inside=self.first)
 
     def cut(self):
+        self.is_cut = True
         self.ip("link", "set", "out", "down")
 
     def join(self):
+        self.is_cut = False
         self.ip("link", "set", "out", "up")
 
     def is_there(self):
@@ -126,6 +129,10 @@ class PacemakerNode(FollowingNode):
         logs = (self.folder / name for name in ("daemons.log", "corosync.log", "pacemaker.log", "lumconfd.err"))
         return "\n".join(line for log in logs if log.exists()
                          for line in log.read_text(encoding="utf-8", errors="replace").splitlines()[-15:])
+
+    def fail(self, group):
+        """Its dummy is not where the cluster has started it, which the cluster finds within a second."""
+        self.do("rm", f"/run/Dummy-{group}-job.state")
 
     def has_address(self, group):
         return f" {ADDRESSES[group]}/" in self.do("ip", "addr", "show", "dev", "out")
@@ -245,43 +252,58 @@ class Nodes:
     def set_option(self, name, value):
         self.any().do("crm_attribute", "--type", "crm_config", "--name", name, "--update", value)
 
+    def maintain(self, name, maintained=True):
+        """One node alone."""
+        self.any().do("crm_attribute", "--node", name, "--name", "maintenance", "--update", str(maintained).lower())
+
     def stand_by(self, name, standby=True):
         self.any().do("crm_standby", "--node", name, "--update", "on" if standby else "off")
 
     def forget_failures(self):
         self.any().do("crm_resource", "--cleanup")
 
-    def await_place(self, group, *names, asking=None):
-        """Until crm_mon tells on each of the nodes (which are all that are there, unless named) that a group runs on the
-        one node or one of the nodes; no name: that it runs nowhere. Returns the node, and the moment at which it was
-        asked for that for the first time."""
+    def await_places(self, asking=None, **groups):
+        """Until crm_mon tells on each of the nodes (which are all that are there, unless named) that each group runs on
+        one of its nodes, or nowhere where these are none. Returns by group where it runs, and the moment at which
+        crm_mon was asked that told it for the first time."""
         asked, found, waiting = None, None, list(asking or (node for node in self.nodes if node.is_there()))
 
-        def is_there():
+        def are_there():
             nonlocal asked, found
             now, tree = since_boot(), waiting[0].see()
-            seen = running_on(tree, group) if tree is not None else "nobody knows"
-            if seen not in (names or (None,)):
+            if tree is None:
                 return False
-            asked, found = asked or now, seen
+            found = {group: running_on(tree, group) for group in groups}
+            if any(found[group] not in (names or (None,)) for group, names in groups.items()):
+                return False
+            asked = asked or now
             waiting.pop(0)
             return not waiting
 
-        wait_until(is_there, f"{group} on {names}")
+        wait_until(are_there, f"groups are as {groups}")
         return found, asked
 
+    def await_place(self, group, *names, asking=None):
+        """The same of one group: returns where it runs, and the moment."""
+        found, asked = self.await_places(asking, **{group: names})
+        return found[group], asked
+
     def place(self, **groups):
-        """Groups go to nodes; returns the moment at which the last one was there."""
+        """Groups go to nodes; returns the moment at which the last one was there, as a node has told that they went to."""
         self.move(**groups)
-        return max(self.await_place(group, name)[1] for group, name in groups.items())
+        there = [node for node in self.nodes if node.name in groups.values()]
+        others = [node for node in self.nodes if node not in there]
+        return self.await_places(there + others, **{group: (name,) for group, name in groups.items()})[1]
 
     def revive(self):
         """All nodes are online again, and our daemons on them; what was lost on the way is started anew."""
         lost = [node for node in self.nodes if not node.is_there()]
+        cut = [node for node in self.nodes if node.is_there() and node.is_cut]
         self.start_daemons(lost)
-        for node in self.nodes:
+        for node in cut:
             node.join()
-        self.await_online()
+        if lost or cut:
+            self.await_online()
         for node in self.nodes:
             if not node.runs():
                 node.start()

@@ -17,7 +17,7 @@ import unittest
 import pacemaker_nodes
 import strangers
 from cluster_nodes import FOLLOWER_NAMES, FOLLOWERS
-from node import DONE, ROOT, SLOWNESS, wait_until
+from node import BUILD, DONE, FAILED, ROOT, SLOWNESS, TOOLS, wait_until
 from pacemaker_files import NAMES
 from pacemaker_nodes import CALM, INTERVAL_MS, Nodes, since_boot
 
@@ -68,6 +68,13 @@ class OnANewCluster(unittest.TestCase):
                 for _, _, where in self.nodes.watcher.spans(follower, settled):
                     self.assertEqual(where or (), (name,) if name else (), f"{follower} of {group}")
 
+    def assert_told(self, *patterns, nodes=None):
+        """What lumcluster tells on each node."""
+        for node in nodes or self.nodes:
+            told = node.tool("lumcluster", "status")
+            for pattern in patterns:
+                self.assertRegex(told.out, pattern, f"{node.name}: {told}")
+
     def tell(self, what):
         """For how long policies were enabled nowhere, and on two nodes, since the test began; both are compared with
         nothing."""
@@ -99,6 +106,26 @@ class OnThreeNodes(OnANewCluster):
               f"{INTERVAL_MS} ms, lumclusterinfo -all {look_s * 1e3:.0f} ms)", flush=True)
         self.assertLess(max(late), 3 * SLOWNESS * (INTERVAL_MS / 1e3 + look_s))
 
+    def test_each_node_tells_why_its_policies_are_as_they_are(self):
+        for node, here in ((self.nodes.alpha, True), (self.nodes.beta, False)):
+            told = node.tool("lumcluster", "explain", "web-checks").out
+            self.assertIn(f"web-checks (type checks, id web-checks) is {'enabled' if here else 'disabled'}", told)
+            self.assertIn("'alpha' is 'alpha'" if here else "'alpha' is not 'beta'", told)
+            self.assertIn(f"it stays {'enabled' if here else 'disabled'}", told)
+
+    @unittest.skipIf(os.geteuid() != 0, "only root can take another user id")
+    def test_who_is_in_the_group_of_the_cluster_may_ask_it_and_nobody_else(self):
+        # A copy, since the folder of the build need not be open to everybody.
+        asker = self.nodes.alpha.folder / "asker"
+        asker.mkdir()
+        for file in (TOOLS / "lumclusterinfo", *BUILD.glob("*/lib*.so*")):
+            shutil.copy(file, asker)
+        for groups, code in (("--groups=haclient", DONE), ("--clear-groups", FAILED)):
+            told = self.nodes.alpha.run("setpriv", "--reuid=nobody", "--regid=nogroup", groups, "env",
+                                        f"LUM_ROOT={asker}/root", f"LD_LIBRARY_PATH={asker}", asker / "lumclusterinfo",
+                                        "-group", "web", "-activeNode")
+            self.assertEqual((told.code, told.out), (code, "alpha\n" if code == DONE else ""), told)
+
     def test_two_groups_swap_their_nodes(self):
         moment = self.nodes.place(web="beta", database="alpha")
         self.assert_settled(moment, web="beta", database="alpha")
@@ -119,25 +146,31 @@ class OnThreeNodes(OnANewCluster):
         self.nodes.stand_by("alpha")
         there, moment = self.nodes.await_place("web", "beta", "gamma")
         self.assert_settled(moment, web=there)
+        self.assert_told("alpha +1 +Online \\(standby\\)", f"web +Online +\\w+ +{there} +10.98.0.101")
         self.tell("a node stands by")
 
     def test_a_resource_that_fails_takes_its_policies_to_another_node(self):
         self.addCleanup(self.nodes.forget_failures)
-        self.nodes.alpha.do("rm", "/run/Dummy-web-job.state")
+        self.nodes.alpha.fail("web")
         there, moment = self.nodes.await_place("web", "beta", "gamma")
         self.assert_settled(moment, web=there)
         self.assertEqual(self.notes()[0], ["stop till"])
         self.tell("a resource fails")
 
-    def test_maintenance_enables_nothing_on_two_nodes_and_all_is_followed_behind_it(self):
+    def test_in_maintenance_nothing_is_enabled_and_all_is_followed_behind_it(self):
         self.addCleanup(self.nodes.set_option, "maintenance-mode", "false")
         self.nodes.set_option("maintenance-mode", "true")
-        self.nodes.await_looks(since_boot(), 2)
-        for follower in FOLLOWER_NAMES:
-            self.assertLessEqual(len(self.nodes.where(follower)), 1)
+        self.assert_settled(since_boot(), web=None, database=None)
+        self.assertEqual(self.notes(), [["stop till"], ["stop stock"], []])
+        self.assert_told("web +Unknown \\(Unmanaged\\)", "database +Unknown \\(Unmanaged\\)")
         self.nodes.set_option("maintenance-mode", "false")
         self.assert_settled(self.nodes.place(web="gamma"), web="gamma")
-        self.tell("maintenance")
+
+    def test_maintenance_of_one_node_leaves_the_others_what_they_have(self):
+        self.addCleanup(self.nodes.maintain, "alpha", False)
+        self.nodes.maintain("alpha")
+        self.assert_settled(since_boot(), web=None)
+        self.assert_told("alpha +1 +Online \\(maintenance\\)", "web +Unknown \\(Unmanaged\\)", "database +Online")
 
     def test_a_node_that_is_killed_leaves_its_group_to_another_and_is_corrected_when_it_is_back(self):
         self.nodes.alpha.die()
@@ -155,6 +188,7 @@ class OnThreeNodes(OnANewCluster):
         _, moment = self.nodes.await_place("web", asking=[self.nodes.alpha])
         self.assertEqual(self.nodes.alpha.see().find("summary/current_dc").get("with_quorum"), "false")
         self.assert_settled(since_boot(), web=there)
+        self.assert_told("cluster .*, Down\n", "beta +2 +Offline", "web +Offline", nodes=[self.nodes.alpha])
         self.tell("a node is cut off")
         self.nodes.revive()
         self.assert_settled(self.nodes.place(web=there), web=there)
@@ -164,25 +198,35 @@ class OnThreeNodes(OnANewCluster):
         print(f"LUM_SEED={seed}", flush=True)
         chance = random.Random(seed)
         for number in range(FAIL_OVERS):
-            with self.subTest(LUM_SEED=seed, number=number):
-                self.fail_over(chance)
+            how = chance.choice((self.kill, self.cut, self.fail, self.stand_by))
+            with self.subTest(LUM_SEED=seed, number=number, how=how.__name__):
+                self.fail_over(how)
                 self.nodes.revive()
                 places = {group: chance.choice(NAMES) for group in CALM}
                 self.assert_settled(self.nodes.place(**places), **places)
 
-    def fail_over(self, chance):
-        """One node, or what runs there, fails; returns when the group web is on another one."""
-        tree = self.nodes.alpha.see()
-        node = getattr(self.nodes, pacemaker_nodes.running_on(tree, "web"))
+    def fail_over(self, how):
+        """What holds the group web fails; returns when the group is on another node and what can be undone is."""
+        node = getattr(self.nodes, pacemaker_nodes.running_on(self.nodes.alpha.see(), "web"))
         others = [other for other in self.nodes if other is not node]
-        how, undo = chance.choice(((node.die, None), (node.cut, None),
-                                   (lambda: node.do("rm", "/run/Dummy-web-job.state"), self.nodes.forget_failures),
-                                   (lambda: self.nodes.stand_by(node.name),
-                                    lambda: self.nodes.stand_by(node.name, False))))
-        how()
+        undo = how(node)
         self.nodes.await_place("web", *(other.name for other in others), asking=others)
         if undo:
             undo()
+
+    def kill(self, node):
+        node.die()
+
+    def cut(self, node):
+        node.cut()
+
+    def fail(self, node):
+        node.fail("web")
+        return self.nodes.forget_failures
+
+    def stand_by(self, node):
+        self.nodes.stand_by(node.name)
+        return lambda: self.nodes.stand_by(node.name, False)
 
 
 class OnTwoNodes(OnANewCluster):
@@ -194,9 +238,7 @@ class OnTwoNodes(OnANewCluster):
 
     def test_nodes_that_have_lost_each_other_and_their_quorum_enable_nothing(self):
         self.nodes.alpha.cut()
-        for node in self.nodes:
-            for group in CALM:
-                self.nodes.await_place(group, asking=[node])
+        self.nodes.await_places(**dict.fromkeys(CALM, ()))
         self.assert_settled(since_boot(), web=None, database=None)
         self.tell("two nodes lose each other")
         self.nodes.revive()
