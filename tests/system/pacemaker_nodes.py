@@ -106,7 +106,8 @@ class PacemakerNode(FollowingNode):
             self.daemon.wait()
 
     def inside(self):
-        return ["nsenter", "--target", self.first, "--net", "--mount", "--pid", "--uts", "--ipc", "--",
+        # The root too: that of the mounts is another one where this process's own was changed.
+        return ["nsenter", "--target", self.first, "--net", "--mount", "--root", "--pid", "--uts", "--ipc", "--",
                 "setpriv", "--pdeathsig", "KILL", "env", "PATH=/usr/sbin:/usr/bin:/sbin:/bin"]
 
     def run(self, *command, timeout=PATIENCE_S):
@@ -206,9 +207,17 @@ class Nodes:
     def start_cluster(self):
         """Waits until each sees all of them online, and returns for how long."""
         begin = time.monotonic()
-        self.start_daemons(self.nodes)
-        self.await_online()
+        try:
+            self.start_daemons(self.nodes)
+            self.await_online()
+        except AssertionError:
+            self.tell_logs()
+            raise
         return time.monotonic() - begin
+
+    def tell_logs(self):
+        for node in self.nodes:
+            print(f"{node.name}:\n{node.last_lines()}", flush=True)
 
     @staticmethod
     def start_daemons(nodes):

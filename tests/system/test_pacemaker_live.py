@@ -49,10 +49,8 @@ class OnANewCluster(unittest.TestCase):
             self.assertEqual([self.nodes.where(follower) for follower in FOLLOWERS[group]], [[name]] * 2)
 
     def tell_logs(self):
-        """The last lines of what went on, when it went wrong."""
         if not self._outcome.success:
-            for node in self.nodes:
-                print(f"{node.name}:\n{node.last_lines()}")
+            self.nodes.tell_logs()
 
     def notes(self):
         """What was noted on each node since the test began."""
