@@ -21,6 +21,7 @@ from node import BUILD, DONE, FAILED, ROOT, SLOWNESS, TOOLS, wait_until
 from pacemaker_files import NAMES
 from pacemaker_nodes import CALM, INTERVAL_MS, Nodes, since_boot
 
+WORDS = "conf.cluster.RGState.PCMK"
 FAIL_OVERS = 100 if os.environ.get("LUM_LONG") else 1
 
 
@@ -163,6 +164,16 @@ class OnThreeNodes(OnANewCluster):
         self.assert_told("web +Unknown \\(Unmanaged\\)", "database +Unknown \\(Unmanaged\\)")
         self.nodes.set_option("maintenance-mode", "false")
         self.assert_settled(self.nodes.place(web="gamma"), web="gamma")
+
+    def test_in_maintenance_what_counts_as_online_stays_as_it_is(self):
+        self.addCleanup(self.nodes.set_option, "maintenance-mode", "false")
+        for node in self.nodes:
+            self.addCleanup(node.tool, "lumsettings", "clear", WORDS)
+            result = node.tool("lumsettings", "set", WORDS, "Started=ONLINE", "Unmanaged=ONLINE", "Failed=UNKNOWN")
+            self.assertEqual(result.code, DONE, result)
+        self.nodes.set_option("maintenance-mode", "true")
+        self.assert_settled(since_boot())
+        self.assertEqual(self.notes(), [[], [], []])
 
     def test_maintenance_of_one_node_leaves_the_others_what_they_have(self):
         self.addCleanup(self.nodes.maintain, "alpha", False)
