@@ -4,12 +4,15 @@ BareSystem lays down the essential packages and those that are wanted, with all 
 here: nothing is fetched. Machine runs one, or many of them: what is written there lies in memory and goes with it.
 """
 import collections
+import itertools
 import os
 import pathlib
 import re
 import shutil
 import subprocess
 import tempfile
+
+from node import wait_until
 
 DPKG = pathlib.Path("/var/lib/dpkg")
 # What no program needs to run.
@@ -200,3 +203,54 @@ class Machine:
         self.holder.wait()
         self.holder.stdin.close()
         self.holder.stdout.close()
+
+
+class ManagedMachine(Machine):
+    """One whose first process is systemd. Its control groups lie below a group of its own, which goes with it."""
+    numbers = itertools.count()
+    BEFORE = ('set -e\nmount -t cgroup2 none "$1/groups"\nmkdir "$1/groups/$4"\necho $$ >"$1/groups/$4/cgroup.procs"\n'
+              'umount "$1/groups"\nexec unshare --cgroup --mount --pid --fork --net --uts --ipc --kill-child sh -c "$5" sh "$@"')
+    FIRST = ('set -e\nmount -t tmpfs tmpfs "$1"\nmkdir "$1/upper" "$1/work" "$1/root"\n'
+             'mount -t overlay overlay -o "lowerdir=$2,upperdir=$1/upper,workdir=$1/work" "$1/root"\n'
+             'cd "$1/root"\nmount -t proc proc proc\nmount -t tmpfs -o mode=755 tmpfs sys\nmkdir -p sys/fs/cgroup\n'
+             'mount -t cgroup2 cgroup2 sys/fs/cgroup\nmount -t tmpfs -o mode=755 tmpfs dev\n'
+             'for name in null zero full random urandom tty; do cp -a "/dev/$name" dev; done\nmkdir dev/pts dev/shm\n'
+             'mount -t devpts -o newinstance,ptmxmode=0666 devpts dev/pts\nln -s pts/ptmx dev/ptmx\n'
+             'ln -s /proc/self/fd dev/fd\nmount -t tmpfs -o mode=755 tmpfs run\nmount -t tmpfs tmpfs tmp\nchmod 1777 tmp\n'
+             'hostname "$3"\n: >etc/machine-id\nip link set lo up\n'
+             'exec chroot . env -i container=lum PATH=/usr/sbin:/usr/bin:/sbin:/bin /lib/systemd/systemd '
+             '--show-status=no --log-target=console multi-user.target')
+
+    def __init__(self, system, name="managed"):
+        self.name = name
+        self.group = f"lum-{os.getpid()}-{next(self.numbers)}"
+        self.scratch = system.folder / "scratch"
+        (self.scratch / "groups").mkdir(parents=True, exist_ok=True)
+        self.holder = subprocess.Popen(["unshare", "--mount", "sh", "-c", self.BEFORE, "sh", self.scratch, system.root, name,
+                                        self.group, self.FIRST], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                       stderr=subprocess.STDOUT, text=True)
+        children = pathlib.Path(f"/proc/{self.holder.pid}/task/{self.holder.pid}/children")
+        try:
+            wait_until(lambda: self.holder.poll() is not None or self.is_managed(children), f"{name} is managed")
+        except BaseException:
+            self.close()
+            raise
+        if self.holder.poll() is not None:
+            raise AssertionError(f"the machine does not start: {self.holder.stdout.read()}")
+        self.run("systemctl", "is-system-running", "--wait")
+
+    def is_managed(self, children):
+        """Whether systemd has begun there, and answers."""
+        for child in children.read_text().split():
+            self.pid = int(child)
+            return pathlib.Path(f"/proc/{child}/comm").read_text() == "systemd\n" and \
+                self.path("/run/systemd/private").exists()
+        return False
+
+    def close(self):
+        super().close()
+        remove = ('mount -t cgroup2 none "$1" && if [ -d "$1/$2" ]; then '
+                  'find "$1/$2" -depth -type d -exec rmdir {} +; fi')
+        # Its processes are killed by now, and leave their groups in a moment.
+        wait_until(lambda: subprocess.run(["unshare", "--mount", "sh", "-c", remove, "sh", self.scratch / "groups",
+                                           self.group], capture_output=True).returncode == 0, "its groups are gone")

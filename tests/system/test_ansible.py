@@ -11,7 +11,7 @@ import tempfile
 import unittest
 
 import pki
-from machines import BareSystem, Machine
+from machines import BareSystem, Machine, ManagedMachine
 from node import EXAMPLES, PATIENCE_S, ROOT, wait_until, write_policy
 from test_packages import make, needed
 
@@ -35,7 +35,7 @@ class Played:
 
 class Plays(unittest.TestCase):
     """Machines with nothing but Python, and the collection as a user installs it."""
-    NAMES = ("one",)
+    NAMES, kind = ("one",), Machine
 
     @classmethod
     def setUpClass(cls):
@@ -62,7 +62,7 @@ class Plays(unittest.TestCase):
     def setUp(self):
         self.machines = {}
         for name in self.NAMES:
-            self.machines[name] = Machine(self.system, name)
+            self.machines[name] = self.kind(self.system, name)
             self.addCleanup(self.machines[name].close)
         rows = [f"{name} ansible_machine_pid={machine.pid}\n" for name, machine in self.machines.items()]
         (self.folder / "hosts").write_text("[all:vars]\nansible_connection=nsenter\n"
@@ -135,6 +135,26 @@ class Smoke(Plays):
             self.assertIn(f"`{variable}`", page)
 
 
+class Managed(Plays):
+    """Where the service manager runs, the role has it start the daemon."""
+    kind = ManagedMachine
+
+    def test_the_role_leaves_a_daemon_that_serves_with_what_it_was_given(self):
+        authority = pki.Authority()
+        self.addCleanup(authority.close)
+        certificate, key = authority.issue("node-1")
+        given = {"lumconf_trusted": [authority.certificate.read_text()], "lumconf_certificate": certificate.read_text(),
+                 "lumconf_key": key.read_text(), "lumconf_rights": {"operator": ["list"]},
+                 "lumconf_settings": {"conf.server": {"AUDIT_LOGGING": True}}}
+        played = self.set_up(**given)
+        self.assertEqual(played.code, 0, played.text)
+        self.set_up(**given, changed=0)
+        machine = self.machines["one"]
+        self.assertEqual(machine.run("systemctl", "is-active", "lumconfd"), "active\n")
+        self.assertIn("node-1", machine.run("runuser", "-u", "lum", "--", "lumtrust", "list"))
+        self.play(policy(src=BACKUP), changed=1)
+
+
 class Fleet(Smoke):
     NAMES = ("one", "two", "three", "four", "five")
 
@@ -180,6 +200,9 @@ class Fleet(Smoke):
         self.ready()
         self.play(AUDIT, changed=1)
         self.play(setting(namespace="conf.server", settings={"AUDIT_LOGGING": "false"}), changed=1)
+        odd = setting(namespace="-odd", settings={"-a": "", "-b": " x ", "c": "a=b", "d": "one\ntwo", "e": 7})
+        self.play(odd, changed=1)
+        self.play(odd, changed=0)
         self.play(setting(namespace="conf.server", names=["AUDIT_LOGGING", "ABSENT"], state="absent"), changed=1)
         self.play(setting(namespace="conf.server", names=["AUDIT_LOGGING"], state="absent"), changed=0)
         self.play(setting(namespace="conf.server", state="absent"), changed=1)
@@ -224,7 +247,8 @@ class Fleet(Smoke):
                            (policy(src=away), "data file"), (policy(src=broken / "none"), "Could not find"),
                            (policy(id="none", status="enabled"), "no such policy is installed"),
                            (policy(state="present"), "one of the following is required"),
-                           (setting(namespace="a b", settings={"x=y": 1}), "lumsettings"),
+                           (setting(namespace="a", settings={"x=y": 1}), "'x=y' is no name of a setting"),
+                           (setting(namespace="", settings={"x": 1}), "lumsettings: "),
                            (trust(trusted="nonsense"), "holds no certificate"),
                            (trust(sender="operator", rights=["everything"]), "value of rights must be one or more of"),
                            (trust(sender="operator"), "sender wants rights")):
@@ -238,7 +262,8 @@ class Fleet(Smoke):
 
 def load_tests(loader, _tests, _pattern):
     """The fleet does all that one machine does, and more."""
-    return loader.loadTestsFromTestCase(Fleet if LONG else Smoke)
+    kinds = (Fleet, Managed) if LONG else (Smoke,)
+    return unittest.TestSuite(loader.loadTestsFromTestCase(kind) for kind in kinds)
 
 
 if __name__ == "__main__":

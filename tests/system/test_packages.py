@@ -8,18 +8,18 @@ import subprocess
 import tempfile
 import unittest
 
-from machines import BareSystem, Machine
+from machines import BareSystem, Machine, ManagedMachine
 from node import BUILD, PATIENCE_S, ROOT, wait_until
 
 LONG = bool(os.environ.get("LUM_LONG"))
 PACKAGES = ("liblumconf1", "lumconf", "liblumconf-dev")
-EXAMPLES = "/usr/share/doc/lumconf/examples/policies"
+EXAMPLE = "/usr/share/doc/lumconf/examples/policies/7c1f6a52-2d0e-4b39-9d77-0b6f8a1e4c11_header.xml"
 # The service manager's own folder for what is started, and the file of somebody who changed the unit.
 ENABLED, DROP_IN = "/etc/systemd/system/multi-user.target.wants", "/etc/systemd/system/lumconfd.service.d"
 AS_LUM = ("runuser", "-u", "lum", "--")
 # What stays of a package that is purged: the user, what the package manager writes down, and caches.
 STAYS = re.compile(r"/etc/(passwd|group|shadow|gshadow)-?$|/etc/ld\.so\.cache|/var/(lib/dpkg|log|cache|lib/systemd)(/|$)|"
-                   r"/(tmp|run|proc|dev)(/|$)|/etc/\.pwd\.lock")
+                   r"/(tmp|run|proc|dev|root)(/|$)|/etc/\.pwd\.lock")
 
 
 def make(folder, *options):
@@ -44,7 +44,10 @@ def needed(packages):
     return {word for line in lines for word in re.findall(r"(?:^|, )([a-z0-9.+-]+)", line)} - set(PACKAGES)
 
 
-class Installed(unittest.TestCase):
+class Packaged(unittest.TestCase):
+    """Machines on which nothing is but what the packages depend on."""
+    kind = Machine
+
     @classmethod
     def setUpClass(cls):
         cls.folder = pathlib.Path(tempfile.mkdtemp(prefix="lumpackages."))
@@ -54,13 +57,16 @@ class Installed(unittest.TestCase):
         cls.addClassCleanup(cls.system.close)
 
     def setUp(self):
-        self.machine = Machine(self.system)
+        self.machine = self.kind(self.system)
         self.addCleanup(self.machine.close)
 
     def install(self, packages=None):
-        self.machine.run("dpkg", "--install", *self.machine.put(*(packages or self.packages).values()))
+        # Not below /tmp: a service manager hides that.
+        self.machine.run("dpkg", "--install", *self.machine.put(*(packages or self.packages).values(), folder="/root"))
         self.assertEqual(self.machine.run("dpkg", "--audit"), "")
 
+
+class Installed(Packaged):
     def start(self):
         """As the service manager does, which a machine in a namespace has not."""
         self.machine.run("rm", "-f", "/run/said")
@@ -85,8 +91,7 @@ class Installed(unittest.TestCase):
         self.assertEqual(self.machine.run("systemctl", "is-enabled", "lumconfd"), "enabled\n")
         self.assertIn("the configuration is in order", self.machine.run(*AS_LUM, "lumconfd", "--check-config"))
         self.start()
-        example = f"{EXAMPLES}/7c1f6a52-2d0e-4b39-9d77-0b6f8a1e4c11_header.xml"
-        self.machine.run("lumpolicy", "install", "--no-notify", example)
+        self.machine.run("lumpolicy", "install", "--no-notify", EXAMPLE)
         self.assertIn("nightly-backup", self.machine.run("lumpolicy", "list"))
         self.machine.run(*AS_LUM, "lumtrust", "grant", "operator", "list")
         self.stop()
@@ -166,7 +171,7 @@ class Releases(Installed):
             self.machine.path(name).write_text(text)
         self.machine.run("chown", "--recursive", "lum:lum", "/var/opt/lum")
         self.start()
-        self.machine.run("lumpolicy", "install", "--no-notify", f"{EXAMPLES}/7c1f6a52-2d0e-4b39-9d77-0b6f8a1e4c11_header.xml")
+        self.machine.run("lumpolicy", "install", "--no-notify", EXAMPLE)
         self.stop()
         self.install(make(self.folder / "second", "--version", "1.0.1"))
         for name in PACKAGES:
@@ -183,9 +188,81 @@ class Releases(Installed):
         self.assertIn("lum:", self.machine.run("getent", "passwd", "lum"))
 
 
+class Services(Packaged):
+    """What the service manager makes of the units."""
+    kind = ManagedMachine
+
+    def journal(self, unit, *options):
+        return self.machine.run("journalctl", "--no-pager", "--output=cat", f"--unit={unit}", *options)
+
+    def follow(self, name, events, command):
+        """Starts a unit for events, and waits until it listens."""
+        path = self.machine.path(f"/etc/lumevents/{name}")
+        path.write_text(f'LUM_EVENTS="{events}"\nLUM_COMMAND="{command}"\n')
+        self.machine.run("systemctl", "start", f"lumevents@{name}")
+        self.await_listener()
+
+    def await_listener(self):
+        """An install with nobody to tell ends with 7."""
+        def is_told():
+            try:
+                self.machine.run("lumpolicy", "install", EXAMPLE)
+                return True
+            except AssertionError:
+                return False
+        wait_until(is_told, "somebody is told of an install")
+
+    def test_the_daemon_is_started_reloads_and_comes_back_after_a_kill(self):
+        self.install()
+        self.assertEqual(self.machine.run("systemctl", "is-active", "lumconfd"), "active\n")
+        self.machine.run("lumpolicy", "install", "--no-notify", EXAMPLE)
+        self.machine.run("systemctl", "reload", "lumconfd")
+        first = self.machine.run("systemctl", "show", "--property=MainPID", "--value", "lumconfd")
+        self.machine.run("systemctl", "kill", "--signal=KILL", "lumconfd")
+        wait_until(lambda: self.machine.run("systemctl", "show", "--property=MainPID", "--value", "lumconfd") not in
+                   (first, "0\n"), "it is started again")
+        self.machine.run("systemctl", "start", "lumconfd")
+        self.assertIn("nightly-backup", self.machine.run("lumpolicy", "list"))
+
+    def test_the_journal_has_priorities_and_one_time_for_each_line(self):
+        self.install()
+        broken = self.machine.path("/var/opt/lum/policies/type/a_header.xml")
+        broken.parent.mkdir()
+        broken.write_text("<header")
+        self.machine.run("chown", "--recursive", "lum:lum", "/var/opt/lum")
+        self.machine.run("systemctl", "restart", "lumconfd")
+        self.assertRegex(self.journal("lumconfd", "--priority=warning"), "a_header.xml")
+        self.assertNotIn("serving the node", self.journal("lumconfd", "--priority=warning"))
+        self.assertRegex(self.journal("lumconfd"), r"(?m)^lumconfd: serving the node")
+        self.assertNotRegex(self.journal("lumconfd"), r"(?m)^(<|\d{4}-)")
+
+    def test_a_command_follows_events_and_comes_back_with_the_daemon(self):
+        self.install()
+        self.follow("all", "CHECK_POLICY:* REMOVE_POLICY:*", "/usr/bin/printenv LUM_EVENT")
+        self.assertIn("\nCHECK_POLICY:backup\n", self.journal("lumevents@all"))
+        self.machine.run("systemctl", "restart", "lumconfd")
+        self.await_listener()
+        self.machine.run("lumpolicy", "remove", "--name", "nightly-backup")
+        self.assertIn("\nREMOVE_POLICY:backup\n", self.journal("lumevents@all"))
+        self.machine.run("systemctl", "stop", "lumconfd")
+        self.assertEqual(self.machine.run("systemctl", "is-active", "lumevents@all", code=3), "inactive\n")
+
+    def test_an_upgrade_starts_the_daemon_anew_and_a_removal_stops_it(self):
+        self.install()
+        first = self.machine.run("systemctl", "show", "--property=MainPID", "--value", "lumconfd")
+        self.install(make(self.folder / "second", "--version", "1.0.1"))
+        second = self.machine.run("systemctl", "show", "--property=MainPID", "--value", "lumconfd")
+        self.assertEqual(self.machine.run("systemctl", "is-active", "lumconfd"), "active\n")
+        self.assertNotEqual(first, second)
+        self.machine.run("dpkg", "--remove", "lumconf")
+        self.machine.run("systemctl", "is-active", "lumconfd", code=3)
+        self.assertEqual(self.machine.run("sh", "-c", "pidof lumconfd || true"), "")
+
+
 def load_tests(loader, _tests, _pattern):
     """A release's tests are those of every day and more."""
-    return loader.loadTestsFromTestCase(Releases if LONG else Installed)
+    kinds = (Releases, Services) if LONG else (Installed,)
+    return unittest.TestSuite(loader.loadTestsFromTestCase(kind) for kind in kinds)
 
 
 if __name__ == "__main__":

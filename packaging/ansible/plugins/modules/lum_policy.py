@@ -90,8 +90,8 @@ class Policy:
 
     def selection(self):
         if self.wanted["id"]:
-            return ["--id", self.wanted["id"]]
-        return ["--name", self.wanted["name"], "--type", self.wanted["type"]]
+            return ["--id=" + self.wanted["id"]]
+        return ["--name=" + self.wanted["name"], "--type=" + self.wanted["type"]]
 
     def installed(self, *selection):
         """The document in the node's store of the policy that the node lists; None when there is none."""
@@ -103,7 +103,7 @@ class Policy:
 
     def meant(self):
         document = Document(self.wanted["src"])
-        self.tools.run("lumpolicy", "validate", "--json", document.path)
+        self.tools.run("lumpolicy", "validate", "--json", "--", document.path)
         for name in ("status", "owner"):
             if self.wanted[name] is not None:
                 document.fields[name] = self.wanted[name]
@@ -146,16 +146,16 @@ class Policy:
         if self.module.check_mode:
             return
         told_later = [] if self.wanted["notify"] or not notify else ["--no-notify"]
-        code, told = self.tools.run("lumpolicy", *arguments, *told_later, "--json", accepted=(UNTOLD, NOTHING_TO_DO))
+        code, told = self.tools.run("lumpolicy", arguments[0], "--json", *told_later, *arguments[1:], accepted=(UNTOLD, NOTHING_TO_DO))
         self.tools.warn(told)
         if code == UNTOLD:
             self.module.warn(" ".join(message["text"] for message in told["messages"]))
 
     def set_status(self, document):
-        self.change("enable" if self.wanted["status"] == "enabled" else "disable", "--id", document.fields["id"])
+        self.change("enable" if self.wanted["status"] == "enabled" else "disable", "--id=" + document.fields["id"])
 
     def set_owner(self, document):
-        self.change("set-owner", self.wanted["owner"], "--id", document.fields["id"])
+        self.change("set-owner", "--id=" + document.fields["id"], "--", self.wanted["owner"])
 
     def install(self, document):
         options = ["--force"]
@@ -164,8 +164,8 @@ class Policy:
         if self.wanted["owner"] == "":
             options.append("--remove-owner")
         elif self.wanted["owner"]:
-            options += ["--owner", self.wanted["owner"]]
-        self.change("install", *options, document.path)
+            options.append("--owner=" + self.wanted["owner"])
+        self.change("install", *options, "--", document.path)
 
     def refuse_another_owner(self, was, wanted):
         owner = was.fields["owner"]
@@ -175,8 +175,8 @@ class Policy:
 
     def make_present(self):
         wanted = self.meant()
-        was = self.installed("--id", wanted.fields["id"]) or \
-            self.installed("--name", wanted.fields["name"], "--type", wanted.fields["type"])
+        was = self.installed("--id=" + wanted.fields["id"]) or \
+            self.installed("--name=" + wanted.fields["name"], "--type=" + wanted.fields["type"])
         found = self.differences(was, wanted) if was else []
         if was and not found:
             return {"changed": False, "id": wanted.fields["id"]}
@@ -205,12 +205,12 @@ class Policy:
         return {"changed": bool(found), "id": was.fields["id"], "differences": [name for name, _ in found], "diff": diff}
 
     def make_absent(self):
-        was = self.installed(*(["--id", Document(self.wanted["src"]).fields["id"]] if self.wanted["src"]
+        was = self.installed(*(["--id=" + Document(self.wanted["src"]).fields["id"]] if self.wanted["src"]
                                else self.selection()))
         if not was:
             return {"changed": False}
         diff = self.diff(was, None)
-        self.change("remove", "--id", was.fields["id"])
+        self.change("remove", "--id=" + was.fields["id"])
         return {"changed": True, "id": was.fields["id"], "diff": diff}
 
     def run(self):

@@ -57,7 +57,7 @@ def text_of(value):
 
 def local_settings(tools, namespace):
     """{name: value} of those that the node was told directly. A merge of policies that is broken says nothing of these."""
-    _, told = tools.run("lumsettings", "explain", "--json", namespace, accepted=(NOT_FOUND, FAILED))
+    _, told = tools.run("lumsettings", "explain", "--json", "--", namespace, accepted=(NOT_FOUND, FAILED))
     if "settings" not in told:
         tools.module.fail_json(msg="lumsettings did not tell the settings of '%s'" % namespace)
     return {setting["name"]: source["value"] for setting in told["settings"] for source in setting["sources"]
@@ -68,7 +68,10 @@ def change(module, tools, before):
     """Returns what the settings are afterwards, and the commands that make them so."""
     namespace, names = module.params["namespace"], module.params["names"]
     if module.params["state"] == "present":
-        wanted = {name: text_of(value) for name, value in module.params["settings"].items()}
+        wanted = {str(name): text_of(value) for name, value in module.params["settings"].items()}
+        for name in wanted:
+            if not name or "=" in name:
+                module.fail_json(msg="'%s' is no name of a setting" % name)
         missing = {name: value for name, value in wanted.items() if before.get(name) != value}
         command = ["set", namespace, *("%s=%s" % pair for pair in sorted(missing.items()))]
         return dict(before, **missing), [command] if missing else []
@@ -91,7 +94,7 @@ def main():
     after, commands = change(module, tools, before)
     if not module.check_mode:
         for command in commands:
-            tools.run("lumsettings", command[0], "--json", *command[1:])
+            tools.run("lumsettings", command[0], "--json", "--", *command[1:])
     changed = sorted(name for name in {*before, *after} if before.get(name) != after.get(name))
     module.exit_json(changed=bool(changed), changed_settings=changed,
                      diff={"before": lines(before), "after": lines(after),

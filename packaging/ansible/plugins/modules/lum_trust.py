@@ -136,14 +136,14 @@ class Trust:
         if self.wanted["state"] == "absent":
             return self.untrust(found)
         if not found:
-            options = ["--alias", self.wanted["alias"]] if self.wanted["alias"] else []
+            options = ["--alias=" + self.wanted["alias"]] if self.wanted["alias"] else []
             options += ["--replace"] if self.wanted["replace"] else []
             self.change("trust", *options, self.file("trusted.pem", self.wanted["trusted"]))
         return {"changed": not found}
 
     def untrust(self, aliases):
         for alias in aliases:
-            self.change("untrust", alias)
+            self.change("untrust", "--", alias)
         return {"changed": bool(aliases), "diff": {"before": "".join(alias + "\n" for alias in aliases), "after": ""}}
 
     def core_id(self):
@@ -169,9 +169,9 @@ class Trust:
         after = [name for name in before if name not in named] if self.wanted["state"] == "absent" else named
         granted, revoked = [n for n in after if n not in before], [n for n in before if n not in after]
         if granted:
-            self.change("grant", sender, *granted)
+            self.change("grant", "--", sender, *granted)
         if revoked:
-            self.change("revoke", sender, *revoked)
+            self.change("revoke", "--", sender, *revoked)
         return {"changed": bool(granted or revoked), "rights": after,
                 "diff": {"before": " ".join(before) + "\n", "after": " ".join(after) + "\n",
                          "before_header": sender, "after_header": sender}}
