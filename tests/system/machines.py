@@ -149,6 +149,12 @@ class BareSystem:
         (self.root / "etc/gshadow").touch(0o640)
 
 
+# Runs a command in namespaces whose mounts reach no others. Where the root is a folder (chroot) nothing is mounted there:
+# it is mounted over itself and entered from above.
+ALONE = ("--mount", "--propagation", "unchanged", "sh", "-c", 'mount --make-rprivate / 2>/dev/null && exec "$@"\n'
+         "mount --rbind / / && exec chroot /.. sh -c 'mount --make-rprivate / && exec \"$@\"' sh \"$@\"", "sh")
+
+
 class Machine:
     """One that runs such a system: its processes, mounts, network and name are its own. What it writes lies in memory."""
 
@@ -162,8 +168,8 @@ class Machine:
         scratch = system.folder / "scratch"
         scratch.mkdir(exist_ok=True)  # each machine mounts there what the others do not see
         self.holder = subprocess.Popen(
-            ["unshare", "--mount", "--pid", "--fork", "--net", "--uts", "--ipc", "--kill-child", "sh", "-c", script,
-             "sh", scratch, system.root, name], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+            ["unshare", "--pid", "--fork", "--net", "--uts", "--ipc", "--kill-child", *ALONE, "sh", "-c", script, "sh",
+             scratch, system.root, name], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
         if self.holder.stdout.readline() != "ready\n":
             self.close()
             raise AssertionError("the machine does not start")
@@ -226,7 +232,7 @@ class ManagedMachine(Machine):
         self.group = f"lum-{os.getpid()}-{next(self.numbers)}"
         self.scratch = system.folder / "scratch"
         (self.scratch / "groups").mkdir(parents=True, exist_ok=True)
-        self.holder = subprocess.Popen(["unshare", "--mount", "sh", "-c", self.BEFORE, "sh", self.scratch, system.root, name,
+        self.holder = subprocess.Popen(["unshare", *ALONE, "sh", "-c", self.BEFORE, "sh", self.scratch, system.root, name,
                                         self.group, self.FIRST], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                        stderr=subprocess.STDOUT, text=True)
         children = pathlib.Path(f"/proc/{self.holder.pid}/task/{self.holder.pid}/children")
@@ -252,5 +258,5 @@ class ManagedMachine(Machine):
         remove = ('mount -t cgroup2 none "$1" && if [ -d "$1/$2" ]; then '
                   'find "$1/$2" -depth -type d -exec rmdir {} +; fi')
         # Its processes are killed by now, and leave their groups in a moment.
-        wait_until(lambda: subprocess.run(["unshare", "--mount", "sh", "-c", remove, "sh", self.scratch / "groups",
+        wait_until(lambda: subprocess.run(["unshare", *ALONE, "sh", "-c", remove, "sh", self.scratch / "groups",
                                            self.group], capture_output=True).returncode == 0, "its groups are gone")
