@@ -177,7 +177,8 @@ class Fleet(Smoke):
 
     def test_a_policy_follows_its_files_its_status_and_its_owner(self):
         self.ready()
-        path = write_policy(self.folder / "follows", "a", {"a.conf": b"first\n"}, attributes=[("stage", "test")])
+        path = write_policy(self.folder / "follows", "a", {"a.conf": b"first\n"}, type_name="Type", name=" two  words ",
+                            attributes=[("stage", " test ")], categories=["b", "a", "b"], description="two\n lines")
         self.play(policy(src=path), changed=1)
         self.play(policy(src=path), changed=0)
         (path.parent / "a.conf").write_bytes(b"second\n")
@@ -187,7 +188,7 @@ class Fleet(Smoke):
         self.play(policy(id="a", status="disabled"), changed=1)
         self.play(policy(src=path, status="disabled"), changed=0)
         self.play(policy(src=path), changed=1)
-        self.play(policy(name="name", type="type", owner="another"), changed=1)
+        self.play(policy(name=" two  words ", type="type", owner="another"), changed=1)
         self.assertEqual(set(self.play(policy(src=path)).count("failed").values()), {1})
         self.play(policy(src=path, force_owner=True), changed=1)
         self.machines["one"].run("rm", "/var/opt/lum/policies/type/a.conf")

@@ -36,8 +36,10 @@ class Document:
         self.fields.update((name, self.fields[name].lower()) for name in SMALL)
         self.fields["certificate"] = "".join(self.fields["certificate"].split())
         self.fields["categories"] = sorted(set(texts(root, "policy/categories/category")))
-        self.fields["attributes"] = sorted(zip(texts(root, "policy/attributes/attribute/name"),
-                                               texts(root, "policy/attributes/attribute/value")))
+        # The node keeps them without the blanks around them.
+        names, values = ([text.strip() for text in texts(root, "policy/attributes/attribute/" + name)]
+                         for name in ("name", "value"))
+        self.fields["attributes"] = sorted(zip(names, values))
         places = [texts(root, "policy/files/data/" + name) for name in FILE_TEXTS]
         self.files = places[0]
         self.fields["files"] = list(zip(*(self.padded(place) for place in places)))
