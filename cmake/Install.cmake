@@ -24,9 +24,19 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/LumConfConfigVersion.cmak
 install(FILES ${PROJECT_BINARY_DIR}/LumConfConfig.cmake ${PROJECT_BINARY_DIR}/LumConfConfigVersion.cmake
   DESTINATION ${lum_package_dir})
 
-install(FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md")
-install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR})
+# For programs that are built without CMake.
+file(RELATIVE_PATH lum_pc_to_libraries /${CMAKE_INSTALL_LIBDIR}/pkgconfig /${CMAKE_INSTALL_LIBDIR})
+file(RELATIVE_PATH lum_pc_to_headers /${CMAKE_INSTALL_LIBDIR}/pkgconfig /${lum_header_dir})
+configure_file(cmake/lumconf.pc.in ${PROJECT_BINARY_DIR}/lumconf.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/lumconf.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# The unit names this folder.
+set(lum_papers_dir ${CMAKE_INSTALL_DATADIR}/doc/lumconf)
+install(FILES README.md SECURITY.md DESTINATION ${lum_papers_dir})
+install(DIRECTORY docs DESTINATION ${lum_papers_dir} FILES_MATCHING PATTERN "*.md")
+install(DIRECTORY examples DESTINATION ${lum_papers_dir})
+install(CODE "set(papers_dir \"${lum_papers_dir}\")")
+install(SCRIPT cmake/InstalledPapers.cmake)
 file(GLOB pages CONFIGURE_DEPENDS packaging/man/*.1)
 install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 file(GLOB pages CONFIGURE_DEPENDS packaging/man/*.8)
@@ -38,18 +48,10 @@ foreach(program lumpolicy lumsettings lumtrust lumevents lumclusterinfo lumappin
 endforeach()
 install(FILES packaging/conf.msg DESTINATION ${CMAKE_INSTALL_DATADIR}/lumconf)
 
-# The service manager's files. The prefix may be chosen as late as `cmake --install --prefix`, so the unit's path to
-# the daemon is put in then.
+# The service manager's files. The prefix may be chosen as late as `cmake --install --prefix`, so the units' paths
+# to the programs are put in then.
 install(FILES packaging/lumconfd.sysusers DESTINATION lib/sysusers.d RENAME lumconfd.conf)
 install(FILES packaging/lumconfd.tmpfiles DESTINATION lib/tmpfiles.d RENAME lumconfd.conf)
-install(CODE "set(unit \"${PROJECT_SOURCE_DIR}/packaging/lumconfd.service\")
+install(CODE "set(unit_dir \"${PROJECT_SOURCE_DIR}/packaging\")
   set(bin_dir \"${CMAKE_INSTALL_BINDIR}\")")
-install(CODE [[
-  file(READ "${unit}" text)
-  cmake_path(ABSOLUTE_PATH bin_dir BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}" NORMALIZE)
-  string(REPLACE "/usr/bin/lumconfd" "${bin_dir}/lumconfd" text "${text}")
-  set(target "${CMAKE_INSTALL_PREFIX}/lib/systemd/system/lumconfd.service")
-  message(STATUS "Installing: $ENV{DESTDIR}${target}")
-  file(WRITE "$ENV{DESTDIR}${target}" "${text}")
-  list(APPEND CMAKE_INSTALL_MANIFEST_FILES "${target}")
-]])
+install(SCRIPT cmake/InstalledUnits.cmake)

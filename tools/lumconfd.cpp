@@ -5,6 +5,8 @@
 #include <functional>
 #include <iostream>
 #include <memory>
+#include <sstream>
+#include <string>
 
 #include "ConfigServer.h"
 #include "LumCtrl.h"
@@ -43,7 +45,10 @@ constexpr std::chrono::milliseconds kTimeForMonitor(2000);
 enum ExitCode { kDone = 0, kFailed = 1, kWrongUsage = 2, kAlreadyRunning = 3 };
 
 int Fail(ExitCode code, const std::string& reason) {
-    std::cerr << "lumconfd: " << reason << "\n";
+    // Lines of a reason are lines of the journal, each with its mark.
+    std::istringstream lines("lumconfd: " + reason);
+    for (std::string line; std::getline(lines, line);)
+        std::cerr << LumPalConsole::JournalMark(LumPalConsole::Priority::Error) << line << "\n";
     return code;
 }
 
@@ -122,8 +127,8 @@ int Serve(const LumPalRuntime::Signals_t& signals) {
     const auto reload = [&] { Reload(server, messenger, expiryWatch); };
     lumconfd::TrustReload trustReload(reload);
     lumconfd::MonitorKeeper monitorKeeper;
-    std::cerr << "lumconfd: serving the node in " << Dir_t::Path(LumPalRuntime::Root).ToUtf8() << " on port "
-              << server.GetPort() << std::endl;
+    std::cerr << LumPalConsole::JournalMark(LumPalConsole::Priority::Info) << "lumconfd: serving the node in "
+              << Dir_t::Path(LumPalRuntime::Root).ToUtf8() << " on port " << server.GetPort() << std::endl;
     LumPalRuntime::NotifyServiceManager("READY=1");
     WaitForStop(reload, signals);
     LumPalRuntime::NotifyServiceManager("STOPPING=1");

@@ -1,6 +1,8 @@
 /// @file
-/// The terminal that a tool writes to.
+/// The terminal that a tool writes to, or the journal that takes what a daemon says.
 #pragma once
+
+#include <string_view>
 
 #include "LumPalExport.h"
 
@@ -18,6 +20,13 @@ LUMPAL_API int Columns(Stream stream);
 /// Lines of that terminal: what it says, else the environment's LINES, else 24; at least 2. 0 when the stream goes to
 /// no terminal. Any thread.
 LUMPAL_API int Rows(Stream stream);
+
+/// How urgent a line is, by the numbers of syslog(3).
+enum class Priority { Error = 3, Warning = 4, Info = 6 };
+
+/// What stands before a line of standard error: "<3>" and so on where that goes to the journal itself (as the service
+/// manager says in JOURNAL_STREAM), which keeps the time and the priority of each line; empty elsewhere. Any thread.
+LUMPAL_API std::string_view JournalMark(Priority priority) noexcept;
 
 /// Gives those of the three standard streams that the process was started without the null device: else the next file
 /// or connection would get the stream's number, and what is printed. To be called first of all.

@@ -21,6 +21,12 @@ LumPalMsg::CreateError_t Failure(const char* text, const std::exception& reason)
     return message;
 }
 
+/// On standard error, in the form of whoever reads there.
+void Show(const LumPalMsg::MessageList_t& messages, const std::string& lines, DetailStyle style) {
+    const std::string journal = JournalLines(messages, style);
+    LumPal::WriteError(journal.empty() ? lines : journal);
+}
+
 }  // namespace
 
 struct ApplicationLog::Sinks {
@@ -28,8 +34,9 @@ struct ApplicationLog::Sinks {
         try {
             if (file) file->Append(lines);
         } catch (const std::exception& e) {
-            LumPal::WriteError(LogLines(Failure("The application log's file could not be written.", e),
-                                        DetailStyle::LineEach, std::chrono::system_clock::now()));
+            const LumPalMsg::MessageList_t failure = Failure("The application log's file could not be written.", e);
+            Show(failure, LogLines(failure, DetailStyle::LineEach, std::chrono::system_clock::now()),
+                 DetailStyle::LineEach);
         }
     }
 
@@ -44,7 +51,7 @@ ApplicationLog::~ApplicationLog() = default;
 void ApplicationLog::Write(const LumPalMsg::MessageList_t& messages, DetailStyle style) {
     const std::string lines = LogLines(messages, style, std::chrono::system_clock::now());
     const LumPalThread::PlainLock_t lock(sinks->mutex);
-    LumPal::WriteError(lines);
+    Show(messages, lines, style);
     sinks->PutFileLocked(lines);
 }
 

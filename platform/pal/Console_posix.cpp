@@ -1,11 +1,13 @@
-// LumPalConsole.h: the terminal.
+// LumPalConsole.h: the terminal and the journal.
 #include <fcntl.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <string>
 
 #include "LumPalConsole.h"
 
@@ -34,6 +36,14 @@ int RowsSaid(int descriptor) {
     return rows ? std::atoi(rows) : 0;
 }
 
+/// The variable may have come from another process, whose standard error was the journal's.
+bool IsJournal() {
+    const char* const said = std::getenv("JOURNAL_STREAM");
+    struct stat status {};
+    if (!said || fstat(STDERR_FILENO, &status) != 0) return false;
+    return said == std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
+}
+
 sigset_t SuspensionSignal() {
     sigset_t set;
     sigemptyset(&set);
@@ -57,6 +67,14 @@ int Rows(Stream stream) {
     if (!IsTerminal(stream)) return 0;
     const int said = RowsSaid(Descriptor(stream));
     return said > 0 ? std::clamp(said, kLeastRows, kMost) : kUsualRows;
+}
+
+std::string_view JournalMark(Priority priority) noexcept try {
+    static const bool isJournal = IsJournal();
+    if (!isJournal) return {};
+    return priority == Priority::Error ? "<3>" : priority == Priority::Warning ? "<4>" : "<6>";
+} catch (const std::exception&) {
+    return {};  // no memory: the line counts
 }
 
 void OccupyStandardStreams() {

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "LogImpl.h"
+#include "LumPalConsole.h"
 #include "LumPalPlainMutex.h"
 #include "OwnLog.h"
 #include "WriteError.h"
@@ -96,7 +97,9 @@ void SayLineIsLost() noexcept {
     const std::int64_t now = duration_cast<seconds>(steady_clock::now().time_since_epoch()).count();
     std::int64_t next = nextSecond;
     if (now < next || !nextSecond.compare_exchange_strong(next, now + 1)) return;
-    LumPal::WriteError("A line of the application log is lost: there is no memory for it.\n");
+    std::string_view line = "<3>A line of the application log is lost: there is no memory for it.\n";
+    if (LumPalConsole::JournalMark(LumPalConsole::Priority::Error).empty()) line.remove_prefix(3);
+    LumPal::WriteError(line);
 }
 
 }  // namespace LumPalLog

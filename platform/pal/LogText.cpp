@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "LocalTime.h"
+#include "LumPalConsole.h"
 
 namespace LumPalLog {
 
@@ -70,14 +71,21 @@ const char* WordOf(Severity_e severity) noexcept {
     return "-";
 }
 
-void AppendDetails(std::string& out, const Message_t& message, DetailStyle style, std::size_t level) {
+std::string_view MarkOf(Severity_e severity) noexcept {
+    using LumPalConsole::Priority;
+    if (severity == Severity_e::Error) return LumPalConsole::JournalMark(Priority::Error);
+    return LumPalConsole::JournalMark(severity == Severity_e::Warning ? Priority::Warning : Priority::Info);
+}
+
+void AppendDetails(std::string& out, const Message_t& message, DetailStyle style, std::size_t level,
+                   std::string_view mark = {}) {
     const LumPalMsg::MessageList_t details = message.GetDetails();
     for (int i = 0; i < details.GetMessageCount(); ++i) {
         const Message_t detail = details.GetMessage(i);
         out += style == DetailStyle::SameLine ? " | " : "\n";
-        if (style != DetailStyle::SameLine) out.append(2 * level, ' ');
+        if (style != DetailStyle::SameLine) out.append(mark).append(2 * level, ' ');
         out += OneLine(detail.GetMessageText());
-        AppendDetails(out, detail, style, level + 1);
+        AppendDetails(out, detail, style, level + 1, mark);
     }
 }
 
@@ -102,6 +110,19 @@ std::string LogLines(const LumPalMsg::MessageList_t& messages, DetailStyle style
                      std::chrono::system_clock::time_point moment) {
     std::string out;
     for (int i = 0; i < messages.GetMessageCount(); ++i) out += LogLines(messages.GetMessage(i), style, moment);
+    return out;
+}
+
+std::string JournalLines(const LumPalMsg::MessageList_t& messages, DetailStyle style) {
+    std::string out;
+    for (int i = 0; i < messages.GetMessageCount(); ++i) {
+        const Message_t message = messages.GetMessage(i);
+        const std::string_view mark = MarkOf(message.GetSeverity());
+        if (mark.empty()) return {};
+        out.append(mark) += OneLine(message.GetMessageText());
+        AppendDetails(out, message, style, 1, mark);
+        out += '\n';
+    }
     return out;
 }
 

@@ -24,5 +24,8 @@ std::string LogLines(const LumPalMsg::Message_t& message, DetailStyle style,
 /// Those of one message after another.
 std::string LogLines(const LumPalMsg::MessageList_t& messages, DetailStyle style,
                      std::chrono::system_clock::time_point moment);
+/// Where standard error is the journal, which keeps time and priority itself: each line behind its mark
+/// (LumPalConsole::JournalMark). Elsewhere empty.
+std::string JournalLines(const LumPalMsg::MessageList_t& messages, DetailStyle style);
 
 }  // namespace LumPalLog

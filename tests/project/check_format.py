@@ -8,7 +8,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 
 
 def main():
-    files = [str(path) for folder in ("platform", "src", "LumConfPar", "LumConfCluster", "tools", "tests", "bench")
+    files = [str(path) for folder in ("platform", "src", "LumConfPar", "LumConfCluster", "tools", "tests", "bench", "examples")
              for path in sorted((ROOT / folder).rglob("*")) if path.suffix in (".h", ".cpp")]
     outcome = subprocess.run(["clang-format", "--dry-run", "-Werror", *files], cwd=ROOT, capture_output=True, text=True)
     lines = [line for line in outcome.stderr.splitlines() if "error:" in line]

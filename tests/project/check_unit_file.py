@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""The unit file starts the daemon as the daemon wants to be started, and confines it to its root."""
+"""The unit files start the daemon as it wants to be started, confined to its root, and commands for its events."""
 import pathlib
 import re
 import shutil
@@ -8,19 +8,31 @@ import sys
 import tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
-UNIT = ROOT / "packaging/lumconfd.service"
 # What must stand there, word for word.
 WANTED = {
-    "Unit": {"Description": None},
-    "Service": {
-        "Type": "notify", "NotifyAccess": "main", "ExecStart": "/usr/bin/lumconfd",
-        "ExecReload": "/bin/kill -HUP $MAINPID", "User": "lum", "Group": "lum", "UMask": "0027",
-        "Environment": "LUM_ROOT=/var/opt/lum", "Restart": "on-failure", "RestartPreventExitStatus": "2 3",
-        "ProtectSystem": "strict", "ReadWritePaths": "/var/opt/lum", "ProtectHome": "yes", "PrivateTmp": "yes",
-        "PrivateDevices": "yes", "NoNewPrivileges": "yes", "CapabilityBoundingSet": "",
-        "RestrictNamespaces": "yes", "LimitCORE": "0", "SystemCallArchitectures": "native",
+    "lumconfd.service": {
+        "Unit": {"Description": None},
+        "Service": {
+            "Type": "notify", "NotifyAccess": "main", "ExecStart": "/usr/bin/lumconfd",
+            "ExecReload": "/bin/kill -HUP $MAINPID", "User": "lum", "Group": "lum", "UMask": "0027",
+            "Environment": "LUM_ROOT=/var/opt/lum", "Restart": "on-failure", "RestartPreventExitStatus": "2 3",
+            "ProtectSystem": "strict", "ReadWritePaths": "/var/opt/lum", "ProtectHome": "yes", "PrivateTmp": "yes",
+            "PrivateDevices": "yes", "NoNewPrivileges": "yes", "CapabilityBoundingSet": "",
+            "RestrictNamespaces": "yes", "LimitCORE": "0", "SystemCallArchitectures": "native",
+        },
+        "Install": {"WantedBy": "multi-user.target"},
     },
-    "Install": {"WantedBy": "multi-user.target"},
+    "lumevents@.service": {
+        "Unit": {"Description": None, "After": "lumconfd.service", "PartOf": "lumconfd.service",
+                 "StartLimitIntervalSec": "0"},
+        "Service": {
+            "EnvironmentFile": "/etc/lumevents/%i", "User": "lum", "Group": "lum",
+            "ExecStart": "/usr/bin/lumevents --quiet --name %i --exec ${LUM_COMMAND} $LUM_EVENTS",
+            "Environment": "LUM_ROOT=/var/opt/lum", "Restart": "always", "RestartPreventExitStatus": "2",
+            "NoNewPrivileges": "yes",
+        },
+        "Install": {"WantedBy": "multi-user.target"},
+    },
 }
 
 
@@ -48,34 +60,40 @@ def check_stop_time(sections):
         yield f"[Service] TimeoutStopSec must be at least {3 * promised} (seconds), is {patience}"
 
 
-def check_fields(sections):
-    for section, settings in WANTED.items():
+def check_fields(sections, wanted):
+    for section, settings in wanted.items():
         for key, value in settings.items():
             found = sections.get(section, {}).get(key)
             if found is None or (value is not None and found != [value]):
                 yield f"[{section}] {key} must be {value!r}, is {found}"
 
 
-def verify(text):
-    """What the service manager's own tool says, where it is installed."""
+def verify(name, text):
+    """What the service manager's own tool says, where it is installed. Of a template it is asked for one that runs."""
     if not shutil.which("systemd-analyze"):
         return []
     with tempfile.TemporaryDirectory(prefix="lumunit.") as folder:
-        path = pathlib.Path(folder) / UNIT.name
-        path.write_text(text.replace("/usr/bin/lumconfd", "/bin/true"))
+        path = pathlib.Path(folder) / name.replace("@", "@one")
+        path.write_text(re.sub("/usr/bin/lum[a-z]+", "/bin/true", text))
         outcome = subprocess.run(["systemd-analyze", "verify", "--man=no", str(path)], capture_output=True, text=True)
     lines = outcome.stdout.splitlines() + outcome.stderr.splitlines()
-    return [line for line in lines if UNIT.name in line]
+    return [line for line in lines if path.name in line]
+
+
+def check_unit(name, wanted):
+    text = (ROOT / "packaging" / name).read_text(encoding="utf-8")
+    sections, errors = read(text)
+    yield from errors
+    yield from check_fields(sections, wanted)
+    if name == "lumconfd.service":
+        yield from check_stop_time(sections)
+    yield from verify(name, text)
 
 
 def main():
-    text = UNIT.read_text(encoding="utf-8")
-    sections, errors = read(text)
-    errors += check_fields(sections)
-    errors += check_stop_time(sections)
-    errors += verify(text)
+    errors = [f"packaging/{name}: {error}" for name, wanted in WANTED.items() for error in check_unit(name, wanted)]
     for error in errors:
-        print(f"{UNIT.relative_to(ROOT)}: {error}")
+        print(error)
     return 1 if errors else 0
 
 

@@ -82,7 +82,7 @@ class InstalledTree(unittest.TestCase):
         folders = [ROOT / "src", ROOT / "src/include", ROOT / "platform/include"]
         libraries = next(self.prefix.rglob("liblumconf.so")).parent
         run(settings["CMAKE_CXX_COMPILER"], "-std=c++20", *shlex.split(settings["CMAKE_CXX_FLAGS"]),
-            *(f"-I{folder}" for folder in folders), ROOT / "tests/data/outside/operation.cpp", "-o", program,
+            *(f"-I{folder}" for folder in folders), ROOT / "examples/program/operation.cpp", "-o", program,
             f"-L{libraries}", "-llumconf", "-llumplatform", f"-Wl,-rpath,{libraries}")
         root = self.folder / "root"
         root.mkdir()
@@ -183,10 +183,36 @@ class InstalledTree(unittest.TestCase):
             self.assertIn(sign, output)
 
     def test_the_papers_and_examples_are_installed(self):
-        papers = self.prefix / "share/doc/LumConf"
+        papers = self.prefix / "share/doc/lumconf"
         for page in ("README.md", "docs/wire.md", "docs/files.md", "docs/configuration.md"):
             self.assertTrue((papers / page).is_file(), page)
         self.assertTrue((papers / "examples/policies" / EXAMPLE.name).is_file())
+        for file in (ROOT / "examples/program").iterdir():
+            self.assertEqual((papers / "examples/program" / file.name).read_bytes(), file.read_bytes())
+
+    def test_no_link_of_an_installed_paper_is_dead_and_no_word_of_it_is_lost(self):
+        papers = self.prefix / "share/doc/lumconf"
+        link = re.compile(r"\[([^\]\n]*)\]\(([^)\s]+)\)")
+        pages = sorted(papers.rglob("*.md"))
+        self.assertGreater(len(pages), 20)
+        for page in pages:
+            text = page.read_text(encoding="utf-8")
+            for _, target in link.findall(text):
+                name = target.partition("#")[0]
+                self.assertTrue(not name or re.match("[a-z]+:", name) or (page.parent / name).exists(),
+                                f"{page.relative_to(papers)}: {target}")
+            ours = (ROOT / page.relative_to(papers)).read_text(encoding="utf-8")
+            self.assertEqual(link.sub(r"\1", text), link.sub(r"\1", ours), page.name)
+
+    def test_a_program_finds_the_library_by_pkg_config(self):
+        found = run("pkg-config", "--cflags", "--libs", "lumconf",
+                    env=dict(os.environ, PKG_CONFIG_PATH=str(next(self.prefix.rglob("lumconf.pc")).parent))).split()
+        program = self.folder / "by_pkg_config"
+        settings = cache()
+        run(settings["CMAKE_CXX_COMPILER"], *settings["CMAKE_CXX_FLAGS"].split(),
+            ROOT / "examples/program/outside_platform.cpp", "-o", program, *found)
+        libraries = self.prefix / "lib"
+        self.assertEqual(run(program, env=dict(os.environ, LD_LIBRARY_PATH=str(libraries))), "lumconf\n")
 
 
 if __name__ == "__main__":

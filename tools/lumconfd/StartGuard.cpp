@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <iostream>
 
+#include "LumPalConsole.h"
+
 namespace lumconfd {
 
 namespace {
@@ -12,7 +14,8 @@ constexpr std::chrono::milliseconds kPause(50);
 void EndIfStopPending(const LumPalRuntime::Signals_t& signals) {
     if (!signals.IsStopPending()) return;
     LumPalRuntime::NotifyServiceManager("STOPPING=1");
-    std::cerr << "lumconfd: told to stop before it served" << std::endl;
+    std::cerr << LumPalConsole::JournalMark(LumPalConsole::Priority::Info) << "lumconfd: told to stop before it served"
+              << std::endl;
     std::_Exit(EXIT_SUCCESS);
 }
 

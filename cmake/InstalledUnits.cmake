@@ -1,0 +1,10 @@
+# Runs when the tree is installed: lays down the units with the programs' paths. Set before: unit_dir, bin_dir.
+cmake_path(ABSOLUTE_PATH bin_dir BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}" NORMALIZE)
+foreach(unit lumconfd.service lumevents@.service)
+  file(READ "${unit_dir}/${unit}" text)
+  string(REPLACE "=/usr/bin/lum" "=${bin_dir}/lum" text "${text}")
+  set(target "${CMAKE_INSTALL_PREFIX}/lib/systemd/system/${unit}")
+  message(STATUS "Installing: $ENV{DESTDIR}${target}")
+  file(WRITE "$ENV{DESTDIR}${target}" "${text}")
+  list(APPEND CMAKE_INSTALL_MANIFEST_FILES "${target}")
+endforeach()
