@@ -82,7 +82,7 @@ class InstalledTree(unittest.TestCase):
         folders = [ROOT / "src", ROOT / "src/include", ROOT / "platform/include"]
         libraries = next(self.prefix.rglob("liblumconf.so")).parent
         run(settings["CMAKE_CXX_COMPILER"], "-std=c++20", *shlex.split(settings["CMAKE_CXX_FLAGS"]),
-            *(f"-I{folder}" for folder in folders), ROOT / "examples/program/operation.cpp", "-o", program,
+            *(f"-I{folder}" for folder in folders), ROOT / "tests/data/outside/operation.cpp", "-o", program,
             f"-L{libraries}", "-llumconf", "-llumplatform", f"-Wl,-rpath,{libraries}")
         root = self.folder / "root"
         root.mkdir()
