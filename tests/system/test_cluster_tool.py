@@ -231,6 +231,20 @@ class Explain(OnACluster):
         self.put_policy(cluster, "free", "other")
         self.assertIn("Nothing ties it to a resource group", self.told(cluster, "explain", "free"))
 
+    def test_where_applications_cannot_be_read_nobody_says_that_nothing_ties_a_policy(self):
+        for changes, files in (({"missing": ["had"]}, {}), ({"missing": ["hagrp"]}, {}),
+                               ({}, {"bin/instrumentation/conf/shop.apm.xml": "<broken"})):
+            cluster = self.cluster(**changes)
+            for name, text in files.items():
+                self.put(cluster, name, text)
+            self.put_policy(cluster, "disk-io")
+            text = self.told(cluster, "explain", "disk-io", code=FAILED)
+            self.assertIn("What ties it to a resource group is not known: the applications cannot be read", text)
+            self.assertIn("Not now: no daemon serves this node", text)
+            self.assertNotIn("it is never switched", text)
+            told = self.json_of(cluster, "explain", "disk-io", code=FAILED)["policies"][0]
+            self.assertIn("the applications cannot be read", told["unknown_because"])
+
     def test_what_keeps_a_cycle_from_it_is_told(self):
         for settings, words in (({"MONITOR_MODE": "false"}, "MONITOR_MODE of conf.cluster is off"),
                                 ({"CLUSTER_TYPE": "odd"}, "this node has no certificate")):

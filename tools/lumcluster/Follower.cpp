@@ -20,13 +20,6 @@ using Phase = MonitorState::Phase;
 
 namespace {
 
-/// Without the full stop behind it: it becomes a part of a sentence.
-std::string FirstMessage(const Outcome& outcome) {
-    std::string text = outcome.messages.empty() ? "" : outcome.messages.front().text;
-    if (text.ends_with('.')) text.pop_back();
-    return text;
-}
-
 /// All of it in one line.
 std::string Joined(const std::string& lines) {
     std::istringstream in(lines);
@@ -150,6 +143,9 @@ std::vector<std::string> Obstacles(const Follower& follower, const Keys& keys, c
     for (const Problem& problem : sight.problems) {
         if (problem.what != kCluster && problem.what != kGroups) continue;
         obstacles.push_back("the cluster cannot be asked now: " + FirstMessage(problem.outcome));
+    }
+    if (const std::string why = sight.WhyApplicationsAreMissing(); sight.AreGroupsSeen() && !why.empty()) {
+        obstacles.push_back(why + "; what is behind that is not followed");
     }
     if (NeedsWriteBack(keys, sight)) {
         const std::string problem = WriteBackProblem(sight.local);

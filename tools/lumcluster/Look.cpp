@@ -66,6 +66,7 @@ class Looker {
 public:
     Looker(Sight& sight, Addresses* addresses) : sight(sight), addresses(addresses) {}
     void Look() {
+        sight.isApplicationListThere = LumPalIo::File_t(ApplicationListPath()).Exists();
         Try(kCluster, [this] { LookAt(Cluster()); });
     }
 
@@ -112,7 +113,6 @@ private:
         }
     }
     void TakeApplications(const Cluster& cluster, const ClusterResourceGroups& groups) {
-        sight.isApplicationListThere = LumPalIo::File_t(ApplicationListPath()).Exists();
         if (!sight.isApplicationListThere) return;
         Applications applications;
         Try(kApplications, [&] { applications.LoadConfig(cluster, groups); });

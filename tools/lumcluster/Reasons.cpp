@@ -142,6 +142,7 @@ Explanation Explain(const PolicyHeader& policy, const Sight& sight, const Resolv
     explanation.typeName = policy.GetTypeName().ToUtf8();
     explanation.status = policy.GetStatus().ToUtf8();
     explanation.isUnseen = !sight.AreGroupsSeen();
+    explanation.unknownBecause = sight.WhyApplicationsAreMissing();
     const Explainer explainer(sight, resolves);
     explanation.attributes = explainer.AttributesOf(policy);
     for (const ApplicationFacts& application : sight.applications) {
