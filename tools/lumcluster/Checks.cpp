@@ -194,8 +194,8 @@ void CheckWriteBack(const Subject& subject, Findings& findings) {
                                    "lumsettings set conf.cluster 'CLUSTER_TYPE=" + subject.sight.product + "'"});
     }
     findings.push_back({State::Note, "write-back", "the monitor cannot set keys of this node: " + problem,
-                        "nothing, as long as CLUSTER_TYPE, POLLING_INTERVAL and MONITOR_MODE are right; else give the "
-                        "node a certificate (lumtrust)"});
+                        "nothing, as long as CLUSTER_TYPE, POLLING_INTERVAL and MONITOR_MODE are right; else mend "
+                        "that (lumtrust gives certificates and rights)"});
 }
 
 const char* DisplayText(State state) noexcept {

@@ -5,9 +5,6 @@
 #include <sstream>
 
 #include "LumCtrlState.h"
-#include "LumPalNet.h"
-#include "LumSecCore.h"
-#include "common/Arguments.h"
 #include "common/Table.h"
 
 namespace lumcluster {
@@ -114,24 +111,6 @@ ordered_json ToJson(const Follower& follower, const Keys& keys) {
     object["hindered_by"] = follower.IsHindered() ? state.hinderedBy : "";
     object["commands_begun"] = ToJson(state.begun);
     return object;
-}
-
-bool NeedsWriteBack(const Keys& keys, const Sight& sight) {
-    return sight.isClusterSeen && !keys.type.empty() && keys.type != sight.product;
-}
-
-std::string WriteBackProblem(const LocalName& local) {
-    using LumPalNet::InetAddress_t;
-    LumSecCore::NodeIdentity identity;
-    const Outcome read = lumtools::Attempt([&] {
-        identity = LumSecCore::NodeIdentity::Load();
-        if (identity.certificateInstalled) identity.RequireUsable();
-    });
-    if (read.code != lumtools::kDone) return FirstMessage(read);
-    if (!identity.certificateInstalled) return "this node has no certificate, so that it has no right to (128)";
-    bool isHere = false;
-    lumtools::Attempt([&] { isHere = InetAddress_t(lumtools::Text(local.name)) == InetAddress_t::GetLocalHost(); });
-    return isHere ? "" : "'" + local.name + "' is no address of this system";
 }
 
 std::vector<std::string> Obstacles(const Follower& follower, const Keys& keys, const Sight& sight) {
