@@ -103,13 +103,10 @@ private:
     void TakeAddresses(const Cluster& cluster) {
         for (GroupFacts& group : sight.groups) {
             if (group.address) continue;
-            const auto known = addresses->find(group.name);
-            if (known != addresses->end()) {
-                group.address = known->second;
-                continue;
-            }
+            group.address = addresses->Find(group);
+            if (group.address) continue;
             lumtools::Attempt([&] { group.address = cluster.GetVirtualIP(Text(group.name)).ToUtf8(); });
-            if (group.address) addresses->emplace(group.name, *group.address);
+            if (group.address) addresses->Keep(group);
         }
     }
     void TakeApplications(const Cluster& cluster, const ClusterResourceGroups& groups) {
@@ -124,6 +121,19 @@ private:
 };
 
 }  // namespace
+
+std::optional<std::string> Addresses::Find(const GroupFacts& group) const {
+    const auto found = known.find(group.name);
+    if (found == known.end()) return std::nullopt;
+    const Known& last = found->second;
+    const bool isOld = now() - last.askedAt >= kLifetime;
+    if (isOld || last.state != group.state || last.activeNode != group.activeNode) return std::nullopt;
+    return last.address;
+}
+
+void Addresses::Keep(const GroupFacts& group) {
+    known.insert_or_assign(group.name, Known{group.address.value_or(""), group.state, group.activeNode, now()});
+}
 
 LumPalStr::String_t ApplicationListPath() {
     return LumPalRuntime::Dir_t::Path(LumPalRuntime::Root, "conf/conf/") + "apminfo.xml";
