@@ -302,6 +302,7 @@ class Check(OnACluster):
                 ({}, {"missing": ["hagrp"]}, {}, "hagrp"),
                 ({}, {"conducts": [{"call": "hasys -list*", "code": 3}]}, {}, "hasys"),
                 ({"CLUSTER_LOCAL_NODENAME": "ALPHA"}, {}, {}, "'ALPHA' (CLUSTER_LOCAL_NODENAME) is no node"),
+                ({}, {"conducts": [{"call": "hagrp -value web SystemList", "code": 3}]}, {}, "SystemList"),
                 ({"MONITOR_MODE": "off"}, {}, {}, "'off' is off: nothing is switched"),
                 ({"TOOL_TIMEOUT": "0"}, {}, {}, "waited for without limit"),
                 ({"POLLING_INTERVAL": "1"}, {}, {}, "run all the time"),
@@ -321,6 +322,12 @@ class Check(OnACluster):
             with self.subTest(words):
                 self.assertTrue(wrong, told)
                 self.assertTrue(all(each["advice"] for each in wrong), wrong)
+
+    def test_an_address_that_no_tool_tells_is_a_line_with_what_to_do(self):
+        for changes, groups in (({}, "the groups 'reports'"), ({"missing": ["hares"]}, "'database', 'web'")):
+            note = self.findings(self.cluster(**changes), code=FAILED)[("tools (addresses)", "note")]
+            self.assertIn(groups, note["finding"])
+            self.assertIn("let the daemon's user run the tool", note["advice"])
 
     def test_each_file_that_is_wrong_is_named_though_a_load_ends_at_the_first(self):
         cluster = self.cluster()

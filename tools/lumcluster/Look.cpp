@@ -1,5 +1,6 @@
 #include "lumcluster/Look.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "LumConfCluster/Applications.h"
@@ -144,6 +145,27 @@ Sight Look(const Keys& keys, Addresses* addresses) {
     sight.local = LocalName::Of(keys);
     Looker(sight, addresses).Look();
     return sight;
+}
+
+GroupAnswers AskOfGroups(const Sight& sight, std::size_t most) {
+    GroupAnswers answers;
+    if (!sight.AreGroupsSeen() || sight.groups.empty()) return answers;
+    const auto ask = [&](const std::string& what, auto&& question) {
+        lumtools::Outcome outcome = lumtools::Attempt(question);
+        if (outcome.code != lumtools::kDone) answers.failed.push_back({what, std::move(outcome)});
+    };
+    std::optional<Cluster> cluster;
+    ask(kCluster, [&] { cluster.emplace(); });
+    for (std::size_t i = 0; cluster && i < std::min(most, sight.groups.size()); ++i) {
+        const std::string name = sight.groups[i].name, of = " of the group '" + name + "'";
+        ask("address" + of, [&] {
+            if (cluster->GetVirtualIP(Text(name)).IsEmpty()) answers.withoutAddress.push_back(name);
+        });
+        ask("nodes" + of, [&] {
+            if (cluster->GetGroupNodes(Text(name)).Count() == 0) answers.withoutNodes.push_back(name);
+        });
+    }
+    return answers;
 }
 
 }  // namespace lumcluster

@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "lumcluster/Facts.h"
 
@@ -40,6 +41,17 @@ private:
 /// @param addresses  null: the addresses of groups are not wanted
 /// @throws LumPalMsg::Exception_t  what reading the configuration throws
 Sight Look(const Keys& keys, Addresses* addresses);
+
+/// What came of asking for the address and for the nodes of groups.
+struct GroupAnswers {
+    std::vector<Problem> failed;  ///< a question each, which it names
+    /// Groups without one. Of some products that is all that is seen of a tool which fails.
+    std::vector<std::string> withoutAddress, withoutNodes;
+};
+
+/// Asks for both, which nothing else on the way of a look does.
+/// @param most  so many groups, the first ones, are asked of: each costs some tools
+GroupAnswers AskOfGroups(const Sight& sight, std::size_t most);
 
 /// Where the list of applications lies.
 LumPalStr::String_t ApplicationListPath();

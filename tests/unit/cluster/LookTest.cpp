@@ -1,14 +1,18 @@
 // What lumcluster asks the tools of a cluster for.
 #include "lumcluster/Look.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include "MonitoredNode.h"
 
 namespace {
 
 using lumcluster::Addresses;
+using lumcluster::GroupAnswers;
+using lumcluster::Problem;
 using std::chrono::seconds;
+using testing::ElementsAre;
+using testing::IsEmpty;
 
 constexpr const char* kAddressCall = "hares -value web_ip Address";
 
@@ -22,6 +26,12 @@ protected:
         return "no group";
     }
     std::size_t Asked() const { return cluster.tools.Count(kAddressCall); }
+    GroupAnswers Answers() { return AskOfGroups(Look(nullptr), 16); }
+    std::vector<std::string> Unanswered(std::size_t most = 16) {
+        std::vector<std::string> questions;
+        for (const Problem& problem : AskOfGroups(Look(nullptr), most).failed) questions.push_back(problem.what);
+        return questions;
+    }
 
     std::chrono::steady_clock::time_point now;
     Addresses addresses{[this] { return now; }};
@@ -50,6 +60,28 @@ TEST_F(LookAtACluster, AnAddressThatCannotBeHadIsAskedForEachTime) {
     EXPECT_EQ(AddressOfWeb(), "?");
     cluster.tools.Answer(kAddressCall, "10.0.0.7\n");
     EXPECT_EQ(AddressOfWeb(), "10.0.0.7");
+}
+
+TEST_F(LookAtACluster, AnAnswerThatIsEmptySinceItsToolFailsIsSeenAsEmpty) {
+    EXPECT_THAT(Answers().withoutAddress, ElementsAre("db"));
+    EXPECT_THAT(Answers().withoutNodes, IsEmpty());
+    cluster.tools.Answer("hares -display web_ip -attribute Address -type IP", "", 1);
+    EXPECT_THAT(Answers().withoutAddress, ElementsAre("web", "db"));
+    cluster.tools.Answer("hagrp -value web SystemList", "\n");
+    EXPECT_THAT(Answers().withoutNodes, ElementsAre("web"));
+    EXPECT_THAT(Unanswered(), IsEmpty());
+}
+
+TEST_F(LookAtACluster, EachQuestionOfAGroupThatFailsIsNamed) {
+    EXPECT_THAT(Unanswered(), IsEmpty());
+    cluster.tools.Answer("hagrp -resources web", "", 1);
+    EXPECT_THAT(Unanswered(), ElementsAre("address of the group 'web'"));
+    cluster.tools.Answer("hagrp -value db SystemList", "", 1);
+    EXPECT_THAT(Unanswered(), ElementsAre("address of the group 'web'", "nodes of the group 'db'"));
+    EXPECT_THAT(Unanswered(1), ElementsAre("address of the group 'web'"));
+    EXPECT_THAT(Unanswered(0), IsEmpty());
+    LetClusterGoDown();
+    EXPECT_THAT(Unanswered(), IsEmpty()) << "that is told by the look";
 }
 
 }  // namespace
