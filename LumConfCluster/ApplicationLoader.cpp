@@ -5,6 +5,7 @@
 #include <map>
 
 #include "InstanceImpl.h"
+#include "LumConfCluster/ApplicationFiles.h"
 #include "LumConfCluster/XmlDataTree.h"
 #include "Names.h"
 #include "PlainName.h"
@@ -50,9 +51,7 @@ XmlFile Loaded(const LumPalIo::File_t& file) {
 
 /// A name that leads out of the folders has no file: nothing is opened.
 void CheckName(const String_t& name) {
-    static const std::uint32_t suffixBytes = String_t(names::ApplicationFileSuffix).GetLength();
-    const bool isPlain = name.IsEmpty() || IsPlainName(name, suffixBytes);
-    if (!isPlain) Raise<FileNotFoundException_t>(msg::AppNameNotPlain, Shown(name));
+    if (!CanHaveApplicationFile(name)) Raise<FileNotFoundException_t>(msg::AppNameNotPlain, Shown(name));
 }
 
 XmlFile LoadedApplication(const String_t& name) {

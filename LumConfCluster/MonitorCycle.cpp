@@ -87,7 +87,8 @@ void MonitorCycle::LoadFirst(const Cluster& cluster) {
 void MonitorCycle::ReportLoaded(const LumPalMsg::MessageList_t& failure) {
     if (LumPalRuntime::IsStopping()) return;  // its tools were ended
     const String_t reason = failure.Format(LumPalMsg::BareText | LumPalMsg::Details);
-    if (reason == loadFailure) return;
+    // Before the mode is on, what is said of the commands does not come true.
+    if (reason == loadFailure || !IsMonitored()) return;
     loadFailure = reason;
     if (reason.IsEmpty()) {
         LumPalLog::Log(LumPalMsg::CreateInfo_t("The applications of the cluster are read to their end again."));

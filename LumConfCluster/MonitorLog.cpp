@@ -8,10 +8,8 @@ namespace LumConfCluster {
 
 using namespace LumConf;
 
-namespace {
-
-/// Where the configuration cannot be read, which may be what went wrong, it is said rather than not.
-bool IsLogged() {
+// Where the configuration cannot be read, which may be what went wrong, it is said rather than not.
+bool IsMonitored() {
     try {
         return ClusterUtil::IsMonitorMode();
     } catch (const LumPalMsg::Exception_t&) {
@@ -19,10 +17,8 @@ bool IsLogged() {
     }
 }
 
-}  // namespace
-
 void LogAsMonitor(const LumPalMsg::Message_t& message) {
-    if (IsLogged()) return LogEverywhere(message);
+    if (IsMonitored()) return LogEverywhere(message);
     LUMCONF_TRACE(trace::Cluster, message.Format(LumPalMsg::Text | LumPalMsg::Details));
 }
 

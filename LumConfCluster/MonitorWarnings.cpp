@@ -28,7 +28,8 @@ void MonitorWarnings::Say(const LumPalMsg::Message_t& message, const String_t& k
 }
 
 void MonitorWarnings::Loaded(const Applications& applications) {
-    listings.clear();
+    listed.clear();
+    listedByName.clear();
     for (int i = 0; i < applications.Count(); ++i) {
         const Application application = applications[i];
         const Strings policies = application.GetPolicyHeaders();
@@ -40,18 +41,39 @@ void MonitorWarnings::Loaded(const Applications& applications) {
     }
 }
 
+void MonitorWarnings::Wishes::Add(const String_t& application, bool online) {
+    if (!Of(online)) Of(online) = application;
+}
+
+/// An application that lists some of the same policies and wants the opposite; null without one.
+const String_t* MonitorWarnings::WhoListsOtherwise(const ListedPolicy& policy, bool online) {
+    const auto wishOf = [&](auto& wishes, const auto& key) -> const String_t* {
+        const auto found = wishes.find(key);
+        if (found == wishes.end() || !found->second.Of(!online)) return nullptr;
+        return &*found->second.Of(!online);
+    };
+    if (policy.type.IsEmpty()) return wishOf(listedByName, policy.name);
+    const String_t* const same = wishOf(listed, std::pair(policy.name, policy.type));
+    return same ? same : wishOf(listed, std::pair(policy.name, String_t("")));
+}
+
 void MonitorWarnings::Listed(const String_t& application, const String_t& policy, bool online) {
-    const auto [found, isNew] = listings.try_emplace(policy, Listing{application, online});
-    if (isNew || found->second.online == online) return;
-    Say(Make(msg::PolicyFollowsTwo, Shown(policy), Shown(found->second.application), Shown(application)),
-        "two\n" + policy);
+    const ListedPolicy meant = ListedPolicy::Of(policy);
+    if (const String_t* const other = WhoListsOtherwise(meant, online)) {
+        Say(Make(msg::PolicyFollowsTwo, Shown(policy), Shown(*other), Shown(application)),
+            "two\n" + meant.type + ":" + meant.name);
+    }
+    listed[{meant.name, meant.type}].Add(application, online);
+    listedByName[meant.name].Add(application, online);
 }
 
 void MonitorWarnings::Grouped(const PolicyRecord& policy) {
-    auto found = listings.find(policy.name);
-    if (found == listings.end()) found = listings.find(policy.typeName + ":" + policy.name);
-    if (found == listings.end()) return;
-    Say(Make(msg::PolicyFollowsBoth, Shown(policy.name), Shown(found->second.application)), "both\n" + found->first);
+    auto found = listed.find({policy.name, ""});
+    if (found == listed.end()) found = listed.find({policy.name, policy.typeName});
+    if (found == listed.end()) return;
+    const Wishes& wishes = found->second;
+    Say(Make(msg::PolicyFollowsBoth, Shown(policy.name), Shown(wishes.on ? *wishes.on : *wishes.off)),
+        "both\n" + policy.typeName + ":" + policy.name);
 }
 
 }  // namespace LumConfCluster

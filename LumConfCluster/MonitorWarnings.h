@@ -3,9 +3,12 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <set>
+#include <utility>
 
 #include "LumConfCluster/Applications.h"
+#include "LumConfCluster/ListedPolicy.h"
 #include "LumPalMsg.h"
 #include "LumPalStr.h"
 #include "PolicyHeaderImpl.h"
@@ -23,14 +26,19 @@ public:
     void Grouped(const LumConf::PolicyRecord& policy);
 
 private:
-    struct Listing {
-        LumPalStr::String_t application;
-        bool online = false;
+    /// Who wants it on and who wants it off: the first application each.
+    struct Wishes {
+        std::optional<LumPalStr::String_t> on, off;
+        std::optional<LumPalStr::String_t>& Of(bool online) noexcept { return online ? on : off; }
+        void Add(const LumPalStr::String_t& application, bool online);
     };
 
     void Say(const LumPalMsg::Message_t& message, const LumPalStr::String_t& key);
 
-    std::map<LumPalStr::String_t, Listing> listings;  ///< since the last look, by what applications list
+    const LumPalStr::String_t* WhoListsOtherwise(const ListedPolicy& policy, bool online);
+
+    std::map<std::pair<LumPalStr::String_t, LumPalStr::String_t>, Wishes> listed;  ///< by name and type
+    std::map<LumPalStr::String_t, Wishes> listedByName;                            ///< the same, whatever the type
     std::set<LumPalStr::String_t> said;
 };
 

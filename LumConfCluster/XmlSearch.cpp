@@ -1,5 +1,7 @@
 #include "XmlSearch.h"
 
+#include <algorithm>
+
 namespace LumConfCluster {
 
 using LumPalStr::String_t;
@@ -15,9 +17,11 @@ const String_t* ValueOf(const XmlDataNode& node, const char* attribute) {
     return nullptr;
 }
 
-bool IsNamed(const XmlDataNode& node, const String_t& name) {
-    const String_t* const value = ValueOf(node, "name");
-    return value && *value == name;
+bool HasAll(const XmlDataNode& node, std::initializer_list<AttributePair> wanted) {
+    return std::all_of(wanted.begin(), wanted.end(), [&](const AttributePair& pair) {
+        const String_t* const value = ValueOf(node, pair.first);
+        return value && *value == pair.second;
+    });
 }
 
 }  // namespace
@@ -27,10 +31,11 @@ String_t AttributeOf(const XmlDataNode& node, const char* attribute) {
     return value ? *value : String_t("");
 }
 
-const XmlDataNode* FindNamed(const XmlDataNode& node, const char* element, const String_t& name) {
-    if (node.GetName() == element && IsNamed(node, name)) return &node;
+const XmlDataNode* FindElement(const XmlDataNode& node, const char* element,
+                               std::initializer_list<AttributePair> wanted) {
+    if (node.GetName() == element && HasAll(node, wanted)) return &node;
     for (int i = 0; i < node.ChildrenCount(); ++i) {
-        if (const XmlDataNode* const found = FindNamed(node[i], element, name)) return found;
+        if (const XmlDataNode* const found = FindElement(node[i], element, wanted)) return found;
     }
     return nullptr;
 }

@@ -2,6 +2,9 @@
 /// Finding elements of an XML file.
 #pragma once
 
+#include <initializer_list>
+#include <utility>
+
 #include "LumConfCluster/XmlDataNode.h"
 #include "LumPalStr.h"
 
@@ -9,8 +12,12 @@ namespace LumConfCluster {
 
 /// The value of the attribute; empty without it.
 LumPalStr::String_t AttributeOf(const XmlDataNode& node, const char* attribute);
-/// The first element of this name of which the attribute "name" has the value, exactly: the node itself, or what is
-/// found in depth from its first child on; null when there is none. Valid as long as the tree.
-const XmlDataNode* FindNamed(const XmlDataNode& node, const char* element, const LumPalStr::String_t& name);
+/// An attribute, and the value that it is to have, exactly.
+using AttributePair = std::pair<const char*, LumPalStr::String_t>;
+
+/// The first element of this name that has all these attributes: the node itself, or what is found in depth from its
+/// first child on; null when there is none. Without pairs any element of the name is it. Valid as long as the tree.
+const XmlDataNode* FindElement(const XmlDataNode& node, const char* element,
+                               std::initializer_list<AttributePair> wanted = {});
 
 }  // namespace LumConfCluster

@@ -1,6 +1,7 @@
 #include "ClusterPcmk.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "ClusterNodeImpl.h"
 #include "ClusterProducts.h"
@@ -66,12 +67,32 @@ ClusterPcmk::ClusterPcmk(const ClusterProduct& product) : ClusterImpl(product.ty
     }
 }
 
+/// What is configured, asked for at most once for a question.
+class ClusterPcmk::Configured {
+public:
+    explicit Configured(const ClusterPcmk& cluster) : cluster(cluster) {}
+    const PcmkCib& Get() {
+        if (!cib) {
+            tree = cluster.ReadCib();
+            cib.emplace(tree);
+        }
+        return *cib;
+    }
+
+private:
+    const ClusterPcmk& cluster;
+    XmlDataTree tree;
+    std::optional<PcmkCib> cib;
+};
+
 PcmkSight ClusterPcmk::See() const {
     const ToolLine line = Tool(Monitor).Words("-1 --output-as=xml");
-    PcmkSight sight = PcmkSightOf(line.Text(), PcmkTree(line.Text(), line.GetOutColl()));
-    if (sight.loose.empty()) return sight;
-    const XmlDataTree tree = ReadCib();
-    PcmkCib(tree).PutTogether(sight);
+    return PcmkSightOf(line.Text(), PcmkTree(line.Text(), line.GetOutColl()));
+}
+
+PcmkSight ClusterPcmk::SeeResources(Configured& configured) const {
+    PcmkSight sight = See();
+    if (!sight.loose.empty()) configured.Get().PutTogether(sight);
     return sight;
 }
 
@@ -113,7 +134,8 @@ ClusterResourceGroup ClusterPcmk::MakeGroup(const PcmkResource& resource, std::u
 
 ClusterResourceGroups ClusterPcmk::GetGroups() {
     return Reported(msg::ClusterGroupsNotRead, msg::RhasGroupsFailed, [&] {
-        const PcmkSight sight = See();
+        Configured configured(*this);
+        const PcmkSight sight = SeeResources(configured);
         const PcmkStates states(sight.nodes);
         NodesByName nodes([&] { return NodesOf(sight); });
         const ClusterResourceGroups groups;
@@ -122,15 +144,14 @@ ClusterResourceGroups ClusterPcmk::GetGroups() {
             groups.GetImpl()->Add(MakeGroup(resource, id, states, nodes));
         }
         // Whoever wants an address asks again where it could not be had.
-        Tried([&] { AddAddresses(groups); });
+        Tried([&] { AddAddresses(groups, configured); });
         return groups;
     });
 }
 
-void ClusterPcmk::AddAddresses(const ClusterResourceGroups& groups) const {
+void ClusterPcmk::AddAddresses(const ClusterResourceGroups& groups, Configured& configured) {
     if (groups.Count() == 0) return;
-    const XmlDataTree tree = ReadCib();
-    const PcmkCib cib(tree);
+    const PcmkCib& cib = configured.Get();
     for (int i = 0; i < groups.Count(); ++i) {
         ClusterResourceGroupImpl& record = *groups[i].GetImpl();
         record.virtualIP = cib.AddressOf(record.name);
@@ -140,14 +161,14 @@ void ClusterPcmk::AddAddresses(const ClusterResourceGroups& groups) const {
 
 ClusterNodes ClusterPcmk::GetGroupNodes(String_t group) {
     try {
-        const PcmkSight sight = See();
+        Configured configured(*this);
+        const PcmkSight sight = SeeResources(configured);
         const ClusterNodes may;
         const auto resource = std::find_if(sight.resources.begin(), sight.resources.end(),
                                            [&](const PcmkResource& one) { return one.name == group; });
         if (resource == sight.resources.end()) return may;
-        const XmlDataTree tree = ReadCib();
         NodesByName nodes([&] { return NodesOf(sight); });
-        for (const String_t& node : PcmkNodesOf(*resource, sight, PcmkCib(tree))) may.GetImpl()->Add(nodes[node]);
+        for (const String_t& node : PcmkNodesOf(*resource, sight, configured.Get())) may.GetImpl()->Add(nodes[node]);
         return may;
     } catch (const Exception_t& e) {
         Raise<ClusterException>(msg::PcmkGroupNodesNotRead, group, e);

@@ -31,11 +31,14 @@ public:
     LumPalStr::String_t GetVirtualIP(LumPalStr::String_t group) override;
 
 private:
+    class Configured;
+    /// Without the resources that are told of by their nodes alone, where nobody asks for them.
     PcmkSight See() const;
+    PcmkSight SeeResources(Configured& configured) const;
     XmlDataTree ReadCib() const;
     ClusterResourceGroup MakeGroup(const PcmkResource& resource, std::uint16_t id, const PcmkStates& states,
                                    NodesByName& nodes);
-    void AddAddresses(const ClusterResourceGroups& groups) const;
+    static void AddAddresses(const ClusterResourceGroups& groups, Configured& configured);
 
     LumPalStr::String_t localNodeName;
 };

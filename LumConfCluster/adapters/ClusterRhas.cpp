@@ -170,10 +170,10 @@ bool ClusterRhas::IsUnknown(const String_t& group) const {
 
 ClusterNodes ClusterRhas::NodesOfDomain(const String_t& group) {
     const ClusterNodes nodes;
-    const XmlDataNode* const service = FindNamed(clusterConf[0], "service", group);
+    const XmlDataNode* const service = FindElement(clusterConf[0], "service", {{"name", group}});
     const String_t domainName = service ? AttributeOf(*service, "domain") : String_t("");
     const XmlDataNode* const domain =
-        domainName.IsEmpty() ? nullptr : FindNamed(clusterConf[0], "failoverdomain", domainName);
+        domainName.IsEmpty() ? nullptr : FindElement(clusterConf[0], "failoverdomain", {{"name", domainName}});
     if (!domain) return nodes;
     const ClusterNodes all = GetNodes();
     NodesByName byName([&] { return all; });
@@ -192,11 +192,9 @@ ClusterNodes ClusterRhas::GetGroupNodes(String_t group) {
 
 String_t ClusterRhas::ConfiguredAddress(const String_t& group) const {
     if (!File_t(kConfigurationFile).Exists()) Raise<ClusterException>(msg::RhasConfDoesNotExist, kConfigurationFile);
-    const XmlDataNode* const service = FindNamed(clusterConf[0], "service", group);
-    for (int i = 0; service && i < service->ChildrenCount(); ++i) {
-        if ((*service)[i].GetName() == "ip") return AttributeOf((*service)[i], "ref");
-    }
-    return "";
+    const XmlDataNode* const service = FindElement(clusterConf[0], "service", {{"name", group}});
+    const XmlDataNode* const address = service ? FindElement(*service, "ip") : nullptr;
+    return address ? AttributeOf(*address, "ref") : String_t("");
 }
 
 String_t ClusterRhas::GetVirtualIP(String_t group) {

@@ -25,11 +25,12 @@ const XmlDataNode* FirstOf(const XmlDataNode& parent, const char* name) {
     return nullptr;
 }
 
-void IdsIn(const XmlDataNode& resource, std::set<String_t>& ids) {
-    if (IsOneOf(resource.GetName(), kResourceKinds)) ids.insert(AttributeOf(resource, "id"));
-    for (int i = 0; i < resource.ChildrenCount(); ++i) {
-        if (IsOneOf(resource[i].GetName(), kResourceKinds)) IdsIn(resource[i], ids);
-    }
+/// Visits the resource and all in it.
+template <class Visit>
+void ForEachResource(const XmlDataNode& resource, Visit& visit) {
+    if (!IsOneOf(resource.GetName(), kResourceKinds)) return;
+    visit(resource);
+    for (int i = 0; i < resource.ChildrenCount(); ++i) ForEachResource(resource[i], visit);
 }
 
 bool IsClone(const XmlDataNode& resource) {
@@ -55,8 +56,10 @@ PcmkCib::PcmkCib(const XmlDataTree& tree) {
     if (configuration) Index(*configuration);
     const XmlDataNode* const list = Section("resources");
     for (int i = 0; list && i < list->ChildrenCount(); ++i) {
-        const XmlDataNode& node = (*list)[i];
-        if (IsOneOf(node.GetName(), kResourceKinds)) resources.emplace(AttributeOf(node, "id"), &node);
+        const XmlDataNode& outermost = (*list)[i];
+        const auto note = [&](const XmlDataNode& inner) { holders.emplace(AttributeOf(inner, "id"), &outermost); };
+        ForEachResource(outermost, note);
+        if (IsOneOf(outermost.GetName(), kResourceKinds)) resources.emplace(AttributeOf(outermost, "id"), &outermost);
     }
 }
 
@@ -137,18 +140,15 @@ String_t PcmkCib::AddressOf(const String_t& resource) const {
 std::set<String_t> PcmkCib::IdsOf(const PcmkResource& resource) const {
     std::set<String_t> ids(resource.inner.begin(), resource.inner.end());
     ids.insert(resource.name);
-    if (const XmlDataNode* const found = FindResource(resource.name)) IdsIn(*found, ids);
+    const auto note = [&](const XmlDataNode& inner) { ids.insert(AttributeOf(inner, "id")); };
+    if (const XmlDataNode* const found = FindResource(resource.name)) ForEachResource(*found, note);
     return ids;
 }
 
 /// The resource that stands in no other one and holds the member; null where none does.
 const XmlDataNode* PcmkCib::OutermostOf(const String_t& member) const {
-    const auto found = std::find_if(resources.begin(), resources.end(), [&](const auto& entry) {
-        std::set<String_t> ids;
-        IdsIn(*entry.second, ids);
-        return ids.contains(member);
-    });
-    return found == resources.end() ? nullptr : found->second;
+    const auto found = holders.find(member);
+    return found == holders.end() ? nullptr : found->second;
 }
 
 void PcmkCib::PutTogether(PcmkSight& sight) const {

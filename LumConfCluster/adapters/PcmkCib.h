@@ -45,6 +45,7 @@ private:
     const XmlDataNode* configuration = nullptr;
     std::map<LumPalStr::String_t, const XmlDataNode*> byId;       ///< what may be referred to
     std::map<LumPalStr::String_t, const XmlDataNode*> resources;  ///< those that stand in no other one
+    std::map<LumPalStr::String_t, const XmlDataNode*> holders;    ///< the one of these that holds a resource, or is it
 };
 
 /// Visits the children of this name.

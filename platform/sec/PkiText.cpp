@@ -116,6 +116,17 @@ bool Match(const X509Certificate& certificate, const Key& privateKey) {
     return match;
 }
 
+bool NamesHost(const X509Certificate& certificate, const LumPalStr::String_t& host) {
+    const std::string name = host.ToUtf8();
+    if (certificate.IsNull() || name.empty()) return false;
+    X509* const names = certificate.GetImpl()->certificate.get();
+    const bool isNamed =
+        X509_check_ip_asc(names, name.c_str(), 0) == 1 ||
+        X509_check_host(names, name.data(), name.size(), X509_CHECK_FLAG_NEVER_CHECK_SUBJECT, nullptr) == 1;
+    ERR_clear_error();
+    return isNamed;
+}
+
 bool IsAuthority(const X509Certificate& certificate) {
     return certificate.MayIssue();
 }

@@ -25,8 +25,8 @@ public:
                   "<failoverdomain name='first'><failoverdomainnode name='south' priority='1'/><other name='east'/>"
                   "<failoverdomainnode name='nobody'/><failoverdomainnode name='north'/></failoverdomain>"
                   "</failoverdomains><resources><ip address='10.0.0.7'/></resources>"
-                  "<service name='web' domain='first'><fs name='disk'><ip ref='10.0.0.8'/></fs>"
-                  "<ip ref='10.0.0.7'/><ip ref='10.0.0.9'/></service><service name='db'/></rm></cluster>\n");
+                  "<service name='web' domain='first'><fs name='disk'><ip ref='10.0.0.7'/></fs>"
+                  "<ip ref='10.0.0.8'/><ip ref='10.0.0.9'/></service><service name='db'/></rm></cluster>\n");
         tools.Answer("cman_tool status", "Version: 6.2.0\nCluster Name: harbour \nCluster Id: 1\n");
         SetStatus(
             "Cluster Status for harbour @ Sun Nov 22 10:00:00 2026\nMember Status: Quorate\n\n"

@@ -231,6 +231,20 @@ class Explain(OnACluster):
         self.put_policy(cluster, "free", "other")
         self.assertIn("Nothing ties it to a resource group", self.told(cluster, "explain", "free"))
 
+    def test_where_applications_cannot_be_read_nobody_says_that_nothing_ties_a_policy(self):
+        for changes, files in (({"missing": ["had"]}, {}), ({"missing": ["hagrp"]}, {}),
+                               ({}, {"bin/instrumentation/conf/shop.apm.xml": "<broken"})):
+            cluster = self.cluster(**changes)
+            for name, text in files.items():
+                self.put(cluster, name, text)
+            self.put_policy(cluster, "disk-io")
+            text = self.told(cluster, "explain", "disk-io", code=FAILED)
+            self.assertIn("What ties it to a resource group is not known: the applications cannot be read", text)
+            self.assertIn("Not now: no daemon serves this node", text)
+            self.assertNotIn("it is never switched", text)
+            told = self.json_of(cluster, "explain", "disk-io", code=FAILED)["policies"][0]
+            self.assertIn("the applications cannot be read", told["unknown_because"])
+
     def test_what_keeps_a_cycle_from_it_is_told(self):
         for settings, words in (({"MONITOR_MODE": "false"}, "MONITOR_MODE of conf.cluster is off"),
                                 ({"CLUSTER_TYPE": "odd"}, "this node has no certificate")):
@@ -288,6 +302,7 @@ class Check(OnACluster):
                 ({}, {"missing": ["hagrp"]}, {}, "hagrp"),
                 ({}, {"conducts": [{"call": "hasys -list*", "code": 3}]}, {}, "hasys"),
                 ({"CLUSTER_LOCAL_NODENAME": "ALPHA"}, {}, {}, "'ALPHA' (CLUSTER_LOCAL_NODENAME) is no node"),
+                ({}, {"conducts": [{"call": "hagrp -value web SystemList", "code": 3}]}, {}, "SystemList"),
                 ({"MONITOR_MODE": "off"}, {}, {}, "'off' is off: nothing is switched"),
                 ({"TOOL_TIMEOUT": "0"}, {}, {}, "waited for without limit"),
                 ({"POLLING_INTERVAL": "1"}, {}, {}, "run all the time"),
@@ -307,6 +322,12 @@ class Check(OnACluster):
             with self.subTest(words):
                 self.assertTrue(wrong, told)
                 self.assertTrue(all(each["advice"] for each in wrong), wrong)
+
+    def test_an_address_that_no_tool_tells_is_a_line_with_what_to_do(self):
+        for changes, groups in (({}, "the groups 'reports'"), ({"missing": ["hares"]}, "'database', 'web'")):
+            note = self.findings(self.cluster(**changes), code=FAILED)[("tools (addresses)", "note")]
+            self.assertIn(groups, note["finding"])
+            self.assertIn("let the daemon's user run the tool", note["advice"])
 
     def test_each_file_that_is_wrong_is_named_though_a_load_ends_at_the_first(self):
         cluster = self.cluster()

@@ -1,8 +1,7 @@
 // The files of applications, each by itself: a load ends at the first one that is wrong.
-#include <algorithm>
 #include <array>
-#include <string_view>
 
+#include "LumConfCluster/ApplicationFiles.h"
 #include "LumConfCluster/XmlDataTree.h"
 #include "LumPalIo.h"
 #include "LumPalRuntime.h"
@@ -29,28 +28,6 @@ std::string Joined(const lumtools::Outcome& outcome) {
     std::string text;
     for (const auto& line : outcome.messages) text += (text.empty() ? "" : " ") + line.text;
     return text;
-}
-
-bool IsForbidden(char16_t unit) {
-    const bool isControl = unit < 0x20 || (unit >= 0x7F && unit <= 0x9F);
-    return isControl || unit == u'/' || unit == u'\\' || unit == 0x2028 || unit == 0x2029;
-}
-
-/// One that leads elsewhere is no file's.
-bool IsFileName(const String_t& name) {
-    const std::u16string_view units = name.View();
-    return name != "." && name != ".." && std::none_of(units.begin(), units.end(), IsForbidden);
-}
-
-/// Where the file of the application lies; null where it is not there.
-File_t FileOf(const std::string& application) {
-    if (!IsFileName(lumtools::Text(application))) return File_t();
-    for (const char* folder : {"bin/instrumentation/conf/", "bin/instrumentation/"}) {
-        const File_t file(LumPalRuntime::Dir_t::Path(LumPalRuntime::Root, folder) + lumtools::Text(application) +
-                          ".apm.xml");
-        if (file.Exists()) return file;
-    }
-    return File_t();
 }
 
 bool IsKnown(const String_t& element) {
@@ -138,7 +115,7 @@ private:
     }
 
     void CheckFile(const std::string& name, bool hasInstances) {
-        const File_t file = FileOf(name);
+        const File_t file = LumConfCluster::FindApplicationFile(lumtools::Text(name));
         if (file.IsNull()) {
             Add(State::Failed, "the application '" + name + "' has no file",
                 "put '" + name +

@@ -20,6 +20,8 @@ using State = Finding::State;
 namespace {
 
 constexpr int kUnknownId = 65535;
+/// A cluster may have hundreds, and each costs some runs of tools. What fails for one mostly fails for all.
+constexpr std::size_t kMostGroupsAsked = 16;
 
 std::string MessagesOf(const lumtools::Outcome& outcome) {
     std::string text;
@@ -46,12 +48,33 @@ void CheckConfiguration(const lumtools::UnconfiguredProduct& product, Findings& 
                         "put the daemon's user into the group that may read it, and restart lumconfd"});
 }
 
+/// Of some products an answer is empty when its tool fails.
+void CheckEmpty(const char* what, const std::vector<std::string>& groups, Findings& findings) {
+    if (groups.empty()) return;
+    std::string names;
+    for (const std::string& group : groups) names += (names.empty() ? "'" : ", '") + group + "'";
+    findings.push_back({State::Note, std::string("tools (") + what + ")", "none is told of the groups " + names,
+                        "nothing, if they have none; else let the daemon's user run the tool that tells it: "
+                        "docs/clusters.md names it"});
+}
+
+void CheckAnswers(const GroupAnswers& answers, Findings& findings) {
+    for (const Problem& problem : answers.failed) {
+        findings.push_back({State::Warning, "tools (" + problem.what + ")", MessagesOf(problem.outcome),
+                            "let the daemon's user run that line; policies follow without it, but lumclusterinfo and "
+                            "status cannot tell it"});
+    }
+    CheckEmpty("addresses", answers.withoutAddress, findings);
+    CheckEmpty("nodes of groups", answers.withoutNodes, findings);
+}
+
 }  // namespace
 
 Subject Subject::Take() {
     Subject subject;
     subject.keys = Keys::Read();
     subject.sight = Look(subject.keys, nullptr);
+    subject.answers = AskOfGroups(subject.sight, kMostGroupsAsked);
     subject.follower = Follower::Read();
     // A node that never had a policy has no folder for them.
     if (File_t(LumPalRuntime::Dir_t::Path(LumPalRuntime::Policies)).Exists()) {
@@ -123,6 +146,7 @@ void CheckTools(const Subject& subject, Findings& findings) {
                                 Counted(sight.nodes.size(), "node") + " and " + Counted(sight.groups.size(), "group"),
                             ""});
     }
+    CheckAnswers(subject.answers, findings);
     for (const NodeFacts& node : sight.nodes) {
         if (node.id != kUnknownId || !node.detail.empty()) continue;
         findings.push_back({State::Warning, "tools", "the id of the node '" + node.name + "' cannot be asked for",
@@ -194,8 +218,8 @@ void CheckWriteBack(const Subject& subject, Findings& findings) {
                                    "lumsettings set conf.cluster 'CLUSTER_TYPE=" + subject.sight.product + "'"});
     }
     findings.push_back({State::Note, "write-back", "the monitor cannot set keys of this node: " + problem,
-                        "nothing, as long as CLUSTER_TYPE, POLLING_INTERVAL and MONITOR_MODE are right; else give the "
-                        "node a certificate (lumtrust)"});
+                        "nothing, as long as CLUSTER_TYPE, POLLING_INTERVAL and MONITOR_MODE are right; else mend "
+                        "that (lumtrust gives certificates and rights)"});
 }
 
 const char* DisplayText(State state) noexcept {

@@ -9,6 +9,7 @@
 #include "PolicyContainer.h"
 #include "lumcluster/Facts.h"
 #include "lumcluster/Follower.h"
+#include "lumcluster/Look.h"
 
 namespace lumcluster {
 
@@ -34,6 +35,7 @@ const char* DisplayText(Finding::State state) noexcept;
 struct Subject {
     Keys keys;
     Sight sight;
+    GroupAnswers answers;  ///< what the tools tell of single groups
     Follower follower;
     /// The installed policies, as far as they can be read.
     LumConf::PolicyContainer policies;

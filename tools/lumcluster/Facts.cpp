@@ -55,6 +55,12 @@ std::string StateWithDetail(const std::string& state, const std::string& detail)
     return detail.empty() ? state : state + " (" + detail + ")";
 }
 
+std::string FirstMessage(const lumtools::Outcome& outcome) {
+    std::string text = outcome.messages.empty() ? "" : outcome.messages.front().text;
+    if (text.ends_with('.')) text.pop_back();
+    return text;
+}
+
 bool Sight::HasProblem(const char* what) const {
     return std::any_of(problems.begin(), problems.end(),
                        [what](const Problem& problem) { return problem.what == what; });
@@ -62,6 +68,18 @@ bool Sight::HasProblem(const char* what) const {
 
 bool Sight::AreGroupsSeen() const {
     return isClusterSeen && !HasProblem(kGroups);
+}
+
+std::string Sight::WhyApplicationsAreMissing() const {
+    if (!isApplicationListThere) return "";
+    for (const Problem& problem : problems) {
+        const std::string why = FirstMessage(problem.outcome);
+        if (problem.what == kApplications) return "the applications cannot be read to their end: " + why;
+        if (problem.what == kCluster || problem.what == kGroups) {
+            return "the applications cannot be read without the groups of the cluster: " + why;
+        }
+    }
+    return "";
 }
 
 const GroupFacts* Sight::FindGroup(const std::string& name) const {

@@ -82,6 +82,9 @@ struct Problem {
     lumtools::Outcome outcome;
 };
 
+/// Of what has failed, without the full stop behind it: it becomes a part of a sentence.
+std::string FirstMessage(const lumtools::Outcome& outcome);
+
 struct Sight {
     LocalName local;
     bool isClusterSeen = false;
@@ -95,6 +98,8 @@ struct Sight {
     bool HasProblem(const char* what) const;
     /// Whether a group that is not among them is none of the cluster.
     bool AreGroupsSeen() const;
+    /// Why an application that is configured may not be among them, a part of a sentence; empty when all are.
+    std::string WhyApplicationsAreMissing() const;
     /// The first group of this name, whatever its case; null without one.
     const GroupFacts* FindGroup(const std::string& name) const;
 };

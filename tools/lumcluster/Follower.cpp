@@ -5,9 +5,6 @@
 #include <sstream>
 
 #include "LumCtrlState.h"
-#include "LumPalNet.h"
-#include "LumSecCore.h"
-#include "common/Arguments.h"
 #include "common/Table.h"
 
 namespace lumcluster {
@@ -19,13 +16,6 @@ using nlohmann::ordered_json;
 using Phase = MonitorState::Phase;
 
 namespace {
-
-/// Without the full stop behind it: it becomes a part of a sentence.
-std::string FirstMessage(const Outcome& outcome) {
-    std::string text = outcome.messages.empty() ? "" : outcome.messages.front().text;
-    if (text.ends_with('.')) text.pop_back();
-    return text;
-}
 
 /// All of it in one line.
 std::string Joined(const std::string& lines) {
@@ -123,24 +113,6 @@ ordered_json ToJson(const Follower& follower, const Keys& keys) {
     return object;
 }
 
-bool NeedsWriteBack(const Keys& keys, const Sight& sight) {
-    return sight.isClusterSeen && !keys.type.empty() && keys.type != sight.product;
-}
-
-std::string WriteBackProblem(const LocalName& local) {
-    using LumPalNet::InetAddress_t;
-    LumSecCore::NodeIdentity identity;
-    const Outcome read = lumtools::Attempt([&] {
-        identity = LumSecCore::NodeIdentity::Load();
-        if (identity.certificateInstalled) identity.RequireUsable();
-    });
-    if (read.code != lumtools::kDone) return FirstMessage(read);
-    if (!identity.certificateInstalled) return "this node has no certificate, so that it has no right to (128)";
-    bool isHere = false;
-    lumtools::Attempt([&] { isHere = InetAddress_t(lumtools::Text(local.name)) == InetAddress_t::GetLocalHost(); });
-    return isHere ? "" : "'" + local.name + "' is no address of this system";
-}
-
 std::vector<std::string> Obstacles(const Follower& follower, const Keys& keys, const Sight& sight) {
     std::vector<std::string> obstacles;
     if (!follower.IsWatching() || follower.IsHindered()) obstacles.push_back(follower.Sentence());
@@ -150,6 +122,9 @@ std::vector<std::string> Obstacles(const Follower& follower, const Keys& keys, c
     for (const Problem& problem : sight.problems) {
         if (problem.what != kCluster && problem.what != kGroups) continue;
         obstacles.push_back("the cluster cannot be asked now: " + FirstMessage(problem.outcome));
+    }
+    if (const std::string why = sight.WhyApplicationsAreMissing(); sight.AreGroupsSeen() && !why.empty()) {
+        obstacles.push_back(why + "; what is behind that is not followed");
     }
     if (NeedsWriteBack(keys, sight)) {
         const std::string problem = WriteBackProblem(sight.local);

@@ -1,5 +1,6 @@
 #include "lumcluster/Look.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "LumConfCluster/Applications.h"
@@ -66,6 +67,7 @@ class Looker {
 public:
     Looker(Sight& sight, Addresses* addresses) : sight(sight), addresses(addresses) {}
     void Look() {
+        sight.isApplicationListThere = LumPalIo::File_t(ApplicationListPath()).Exists();
         Try(kCluster, [this] { LookAt(Cluster()); });
     }
 
@@ -102,17 +104,13 @@ private:
     void TakeAddresses(const Cluster& cluster) {
         for (GroupFacts& group : sight.groups) {
             if (group.address) continue;
-            const auto known = addresses->find(group.name);
-            if (known != addresses->end()) {
-                group.address = known->second;
-                continue;
-            }
+            group.address = addresses->Find(group);
+            if (group.address) continue;
             lumtools::Attempt([&] { group.address = cluster.GetVirtualIP(Text(group.name)).ToUtf8(); });
-            if (group.address) addresses->emplace(group.name, *group.address);
+            if (group.address) addresses->Keep(group);
         }
     }
     void TakeApplications(const Cluster& cluster, const ClusterResourceGroups& groups) {
-        sight.isApplicationListThere = LumPalIo::File_t(ApplicationListPath()).Exists();
         if (!sight.isApplicationListThere) return;
         Applications applications;
         Try(kApplications, [&] { applications.LoadConfig(cluster, groups); });
@@ -125,6 +123,19 @@ private:
 
 }  // namespace
 
+std::optional<std::string> Addresses::Find(const GroupFacts& group) const {
+    const auto found = known.find(group.name);
+    if (found == known.end()) return std::nullopt;
+    const Known& last = found->second;
+    const bool isOld = now() - last.askedAt >= kLifetime;
+    if (isOld || last.state != group.state || last.activeNode != group.activeNode) return std::nullopt;
+    return last.address;
+}
+
+void Addresses::Keep(const GroupFacts& group) {
+    known.insert_or_assign(group.name, Known{group.address.value_or(""), group.state, group.activeNode, now()});
+}
+
 LumPalStr::String_t ApplicationListPath() {
     return LumPalRuntime::Dir_t::Path(LumPalRuntime::Root, "conf/conf/") + "apminfo.xml";
 }
@@ -134,6 +145,27 @@ Sight Look(const Keys& keys, Addresses* addresses) {
     sight.local = LocalName::Of(keys);
     Looker(sight, addresses).Look();
     return sight;
+}
+
+GroupAnswers AskOfGroups(const Sight& sight, std::size_t most) {
+    GroupAnswers answers;
+    if (!sight.AreGroupsSeen() || sight.groups.empty()) return answers;
+    const auto ask = [&](const std::string& what, auto&& question) {
+        lumtools::Outcome outcome = lumtools::Attempt(question);
+        if (outcome.code != lumtools::kDone) answers.failed.push_back({what, std::move(outcome)});
+    };
+    std::optional<Cluster> cluster;
+    ask(kCluster, [&] { cluster.emplace(); });
+    for (std::size_t i = 0; cluster && i < std::min(most, sight.groups.size()); ++i) {
+        const std::string name = sight.groups[i].name, of = " of the group '" + name + "'";
+        ask("address" + of, [&] {
+            if (cluster->GetVirtualIP(Text(name)).IsEmpty()) answers.withoutAddress.push_back(name);
+        });
+        ask("nodes" + of, [&] {
+            if (cluster->GetGroupNodes(Text(name)).Count() == 0) answers.withoutNodes.push_back(name);
+        });
+    }
+    return answers;
 }
 
 }  // namespace lumcluster

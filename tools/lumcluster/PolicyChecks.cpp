@@ -90,10 +90,11 @@ void CheckPolicies(const Subject& subject, Findings& findings) {
         CheckFollowing(policy, explanation, findings);
         CheckGroups(policy, explanation, subject.sight, findings);
     }
-    findings.push_back({State::Ok, "policies",
-                        std::to_string(tied) + " of " + std::to_string(subject.policies.GetCount()) +
-                            " installed policies follow the cluster",
-                        ""});
+    const std::string count = std::to_string(tied) + " of " + std::to_string(subject.policies.GetCount()) +
+                              " installed policies follow the cluster",
+                      why = subject.sight.WhyApplicationsAreMissing();
+    if (why.empty()) return findings.push_back({State::Ok, "policies", count, ""});
+    findings.push_back({State::Note, "policies", count + ", as far as it is known: " + why, "mend that; see above"});
 }
 
 }  // namespace lumcluster

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "LumConfCluster/ListedPolicy.h"
 #include "LumPalMsg.h"
 #include "Selection.h"
 #include "common/Arguments.h"
@@ -131,12 +132,7 @@ bool CanBeListed(const std::string& listed) {
 }
 
 bool Means(const std::string& listed, const PolicyHeader& policy) {
-    const auto colon = listed.find(':');
-    if (colon == listed.npos) return policy.GetName().ToUtf8() == listed;
-    // kept: as the node looks for it, a name that itself holds a colon is never found
-    const std::string type = listed.substr(0, colon);
-    return policy.GetName().ToUtf8() == listed.substr(colon + 1) &&
-           (type.empty() || policy.GetTypeName().ToUtf8() == type);
+    return LumConfCluster::ListedPolicy::Of(Text(listed)).Means(policy.GetName(), policy.GetTypeName());
 }
 
 Explanation Explain(const PolicyHeader& policy, const Sight& sight, const Resolves& resolves) {
@@ -146,6 +142,7 @@ Explanation Explain(const PolicyHeader& policy, const Sight& sight, const Resolv
     explanation.typeName = policy.GetTypeName().ToUtf8();
     explanation.status = policy.GetStatus().ToUtf8();
     explanation.isUnseen = !sight.AreGroupsSeen();
+    explanation.unknownBecause = sight.WhyApplicationsAreMissing();
     const Explainer explainer(sight, resolves);
     explanation.attributes = explainer.AttributesOf(policy);
     for (const ApplicationFacts& application : sight.applications) {

@@ -50,6 +50,8 @@ struct Explanation {
     bool inEveryCycle = false;  ///< it is switched off and on again and again
     /// Nobody could see the groups, which a cycle begins with: it would do nothing.
     bool isUnseen = false;
+    /// Why an application may list it that is not told of; empty when nothing of the kind can be.
+    std::string unknownBecause;
     /// What ends the monitor before it is done with this policy; empty without.
     std::string brokenBy;
 

@@ -27,13 +27,21 @@ void AddRows(const Listing& listing, lumtools::Table& table) {
 }
 
 std::string Ties(const Explanation& explanation) {
-    if (!explanation.IsTied()) return "Nothing ties it to a resource group: it is never switched.\n";
+    if (!explanation.IsTied()) return "";
     lumtools::Table table({"TIED BY", "GROUP", "STATE", "ACTIVE NODE", "HERE", "BECAUSE"});
     for (const Listing& listing : explanation.listings) AddRows(listing, table);
     for (const Tie& tie : explanation.attributes) AddRow(tie, tie.by, table);
     std::ostringstream out;
     table.Print(out);
     return out.str();
+}
+
+/// What else may tie it.
+std::string WhatIsNotKnown(const Explanation& explanation) {
+    if (explanation.unknownBecause.empty()) return "";
+    return (explanation.IsTied() ? "Whether an application ties it besides is not known: "
+                                 : "What ties it to a resource group is not known: ") +
+           explanation.unknownBecause + ".\n";
 }
 
 std::string Steps(const Explanation& explanation) {
@@ -47,8 +55,11 @@ std::string Steps(const Explanation& explanation) {
 
 std::string NextCycle(const Explanation& explanation) {
     if (explanation.isUnseen) return "A cycle that cannot see the groups leaves it alone.\n";
+    const bool isAllKnown = explanation.unknownBecause.empty();
+    if (explanation.steps.empty() && !isAllKnown) return "As far as it is known, the next cycle leaves it alone.\n";
     if (explanation.steps.empty()) return "The next cycle leaves it alone.\n";
-    std::string text = "In the next cycle " + Steps(explanation) + ": it ";
+    std::string text = (isAllKnown ? "In the next cycle " : "As far as it is known, in the next cycle ") +
+                       Steps(explanation) + ": it ";
     text += explanation.status == explanation.after ? "stays " : "becomes ";
     text += explanation.after + ".\n";
     if (explanation.inEveryCycle) {
@@ -96,8 +107,11 @@ ordered_json NextCycleToJson(const Explanation& explanation) {
 
 std::string TextOf(const Explanation& explanation, const std::vector<std::string>& obstacles) {
     std::string text = explanation.name + " (type " + explanation.typeName + ", id " + explanation.id + ") is " +
-                       explanation.status + " on this node.\n" + Ties(explanation);
-    if (!explanation.IsTied()) return text;
+                       explanation.status + " on this node.\n";
+    if (!explanation.IsTied() && explanation.unknownBecause.empty()) {
+        return text + "Nothing ties it to a resource group: it is never switched.\n";
+    }
+    text += Ties(explanation) + WhatIsNotKnown(explanation);
     text += NextCycle(explanation);
     for (const std::string& obstacle : obstacles) text += "Not now: " + obstacle + ".\n";
     return text;
@@ -115,6 +129,8 @@ ordered_json ToJson(const Explanation& explanation, const std::vector<std::strin
         object["attributes"].push_back(Named("attribute", tie));
         object["attributes"].back()["looked_at"] = tie.isLookedAt;
     }
+    object["unknown_because"] =
+        explanation.unknownBecause.empty() ? ordered_json(nullptr) : ordered_json(explanation.unknownBecause);
     object["next_cycle"] = NextCycleToJson(explanation);
     object["kept_from_it"] = obstacles;
     return object;

@@ -73,6 +73,7 @@ void MonitorRecord::Seen(const Sides& sides, Look look) {
 }
 
 void MonitorRecord::FollowSides(const Sides& sides, Look look) {
+    if (look == Look::Whole) ForgetGone(sides);
     if (sides == state.instances) return;
     const Before before = ByKey(state.instances);
     for (const InstanceSide& side : sides) {
@@ -82,6 +83,13 @@ void MonitorRecord::FollowSides(const Sides& sides, Look look) {
         NoteUnwatched(side);
     }
     state.instances = look == Look::Whole ? sides : Joined(sides, state.instances);
+}
+
+/// Nobody can do anything about who is configured no longer.
+void MonitorRecord::ForgetGone(const Sides& sides) {
+    if (state.changed.empty()) return;
+    const Before present = ByKey(sides);
+    std::erase_if(state.changed, [&](const InstanceSide& side) { return present.count(KeyOf(side)) == 0; });
 }
 
 void MonitorRecord::TellUnwatched(const InstanceSide& side) const {

@@ -45,6 +45,7 @@ public:
 private:
     void Enter(lumtools::MonitorState::Phase phase);
     void FollowSides(const Sides& sides, Look look);
+    void ForgetGone(const Sides& sides);
     void TellUnwatched(const lumtools::InstanceSide& side) const;
     void TellBegun();
     void NoteUnwatched(const lumtools::InstanceSide& side);

@@ -65,6 +65,29 @@ TEST_F(Pcmk, AsksEachToolOnceForEachQuestion) {
         << "however many groups there are, their addresses too";
 }
 
+TEST_F(Pcmk, AsksEachToolOnceAlsoWhereWhatRunsIsToldByItsNodeAlone) {
+    const Cluster cluster;
+    node.SetNodes("<node name='north' id='1' online='true' type='member'>" +
+                  PcmkResourceText("web-server", "Started", "north") + "</node>");
+    node.SetResources("");
+    const auto calls = [&](auto&& ask) {
+        tools.ForgetCalls();
+        ask();
+        return tools.Calls();
+    };
+    const Texts once{PcmkNode::kMonitor, PcmkNode::kAdmin};
+    EXPECT_EQ(calls([&] {
+                  const ClusterResourceGroups groups = cluster.GetGroups();
+                  ASSERT_EQ(groups.Count(), 1);
+                  EXPECT_EQ(groups[0].GetName(), "web");
+                  EXPECT_EQ(groups[0].GetVirtualIP(), "10.0.0.7");
+              }),
+              once);
+    EXPECT_EQ(calls([&] { EXPECT_EQ(cluster.GetGroupNodes("web").Count(), 1); }), once);
+    EXPECT_EQ(calls([&] { cluster.GetState(); }), Texts{PcmkNode::kMonitor});
+    EXPECT_EQ(calls([&] { cluster.GetNodes(); }), Texts{PcmkNode::kMonitor});
+}
+
 TEST_F(Pcmk, ANodeWithoutAConfiguredNameAsksTheProductForIt) {
     Configure("conf.cluster", "CLUSTER_LOCAL_NODENAME", "");
     tools.Answer("crm_node -n", "south\n");

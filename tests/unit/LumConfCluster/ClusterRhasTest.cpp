@@ -168,9 +168,9 @@ TEST_F(Rhas, OnRelease4AGroupHasAllNodesOnceItIsKnown) {
     EXPECT_EQ(cluster.GetGroupNodes("-x").Count(), 3) << "no tool gets such a name";
 }
 
-TEST_F(Rhas, TheAddressIsThatOfTheFirstAddressRightInTheService) {
+TEST_F(Rhas, TheAddressIsThatOfTheFirstAddressInTheServiceHoweverDeep) {
     const Cluster cluster;
-    EXPECT_EQ(cluster.GetVirtualIP("web"), "10.0.0.7") << "neither a nested one nor a later one";
+    EXPECT_EQ(cluster.GetVirtualIP("web"), "10.0.0.7") << "that in the disk, and no later one";
     EXPECT_EQ(cluster.GetVirtualIP("db"), "");
     EXPECT_EQ(cluster.GetVirtualIP("WEB"), "");
     remove(RhasNode::kConfiguration);
@@ -184,13 +184,17 @@ TEST_F(Rhas, OfSeveralServicesOfANameTheFirstIsTaken) {
     WriteText(RhasNode::kConfiguration,
               "<cluster><rm><resources><service name='web'/></resources><service ref='web'><ip ref='1'/></service>"
               "<service name='web' domain='first'><ip ref='2'/></service><service><ip ref='3'/></service>"
-              "<service name='inline'><ip address='4'/></service><service name='upper'><IP ref='5'/></service></rm>"
+              "<service name='inline'><ip address='4'/></service><service name='upper'><IP ref='5'/></service>"
+              "<service name='deep'><fs><script><ip ref='6'/></script></fs><ip ref='7'/></service>"
+              "<service name='behind'><fs/><ip/><ip ref='8'/></service></rm>"
               "</cluster>");
     const Cluster cluster;
     EXPECT_EQ(cluster.GetVirtualIP("web"), "") << "the one among the resources";
     EXPECT_EQ(cluster.GetVirtualIP(""), "") << "who has no name is not called nothing";
     EXPECT_EQ(cluster.GetVirtualIP("inline"), "") << "it refers to nothing";
     EXPECT_EQ(cluster.GetVirtualIP("upper"), "");
+    EXPECT_EQ(cluster.GetVirtualIP("deep"), "6") << "in depth before the next one beside it";
+    EXPECT_EQ(cluster.GetVirtualIP("behind"), "") << "the first one ends the search, whatever it says";
     EXPECT_EQ(before.GetVirtualIP("web"), "10.0.0.7") << "each one keeps what it has read";
 }
 

@@ -194,6 +194,42 @@ TEST_F(MonitorApplications, APolicyOfTwoApplicationsOfWhichOneIsOnlineIsSwitched
         << log.Text();
 }
 
+TEST_F(MonitorApplications, TwoThatSpellOnePolicyInTwoWaysAreWarnedOfTooAndTwoThatMeanTwoPoliciesAreNot) {
+    struct Row {
+        const char *first, *second;
+        int warnings;
+    };
+    Move("db", "north");
+    for (const Row& row : {Row{"a", "files:a", 1},
+                           {"files:a", "a", 1},
+                           {":a", "a", 1},
+                           {"files:a", ":a", 1},
+                           {"files:a", "files:a", 1},
+                           {"files:a", "probes:a", 0},
+                           {"a", "b", 0},
+                           {"a", "A", 0}}) {
+        SCOPED_TRACE(std::string(row.first) + " " + row.second);
+        const int before = CountOf(log.Text(), "of which one is online on this node");
+        Write({{"first", {{"one", "web"}}, {row.first}}, {"second", {{"one", "db"}}, {row.second}}});
+        Begin();
+        for (int i = 0; i < 3; ++i) Step();
+        EXPECT_EQ(CountOf(log.Text(), "of which one is online on this node") - before, row.warnings);
+    }
+}
+
+TEST_F(MonitorApplications, APolicyThatNamesAGroupIsWarnedOfHoweverAnApplicationSpellsIt) {
+    Install("both", {"HARG:noHARG"});
+    for (const char* spelled : {"both", "files:both", ":both", "probes:both"}) {
+        const int before = CountOf(log.Text(), "names a resource group by an attribute");
+        Write({{"shop", {{"one", "web"}}, {spelled}}});
+        Begin();
+        for (int i = 0; i < 3; ++i) Step();
+        EXPECT_EQ(CountOf(log.Text(), "names a resource group by an attribute") - before,
+                  std::string(spelled) == "probes:both" ? 0 : 1)
+            << spelled;
+    }
+}
+
 TEST_F(MonitorApplications, APolicyUnderBothMechanismsIsSwitchedOffAndOnInEveryCycleThatTheyDoNotAgree) {
     Install("both", {"HARG:noHARG"});
     TestApplication shop = Shop();

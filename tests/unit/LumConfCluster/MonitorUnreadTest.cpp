@@ -82,6 +82,25 @@ TEST_F(MonitorUnread, GroupsThatCannotBeReadAtTheStartAreToldAndNoLook) {
     EXPECT_EQ(CountOf(log.Text(), "are not read to their end."), 1);
 }
 
+TEST_F(MonitorUnread, BeforeTheModeIsOnNothingIsSaidAndBehindThatItIs) {
+    config.List("<Wrong/>");
+    for (const char* mode : {"", "false"}) {
+        Configure("conf.cluster", "MONITOR_MODE", mode);
+        Begin();
+        EXPECT_EQ(log.Text(), "") << mode;
+        EXPECT_EQ(watcher.looks, "partial ") << mode;
+        watcher.looks.clear();
+    }
+    Step();
+    EXPECT_EQ(log.Text(), "") << "it is off: no command runs";
+    Configure("conf.cluster", "MONITOR_MODE", "true");
+    Step();
+    EXPECT_EQ(CountOf(log.Text(), "are not read to their end."), 1) << log.Text();
+    Write({Shop()});
+    Step();
+    EXPECT_EQ(CountOf(log.Text(), "are read to their end again."), 1);
+}
+
 TEST_F(MonitorUnread, ANameThatNoPolicyCanHaveIsWarnedOfAndEndsTheMonitorInTheFirstCycle) {
     for (const char* name : {"", "a=b"}) {
         TestApplication shop = Shop();

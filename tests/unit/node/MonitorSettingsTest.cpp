@@ -1,5 +1,7 @@
 // A monitor that runs while requests over TLS change its settings.
 #include <filesystem>
+#include <functional>
+#include <thread>
 
 #include "CapturedLog.h"
 #include "InstallOptions.h"
@@ -7,6 +9,7 @@
 #include "LumCtrl.h"
 #include "LumPalNet.h"
 #include "PolicyContainer.h"
+#include "PolicyForwarder.h"
 #include "PolicyOperation.h"
 #include "Selection.h"
 #include "ServingNode.h"
@@ -57,11 +60,11 @@ public:
         for (const char* each : {"127.0.0.1", "south"})
             cluster.SetState("web", each, each == system ? "|ONLINE|" : "|OFFLINE|");
     }
-    void ExpectItFollows() {
+    void ExpectItFollows(const char* policy = "p") {
         for (const char* system : {"127.0.0.1", "south"}) {
             Move(system);
             const bool here = std::string(system) != "south";
-            Expect(Eventually([&] { return IsEnabled() == here; }), "it does not follow\n" + log.Text());
+            Expect(Eventually([&] { return IsEnabled(policy) == here; }), "it does not follow\n" + log.Text());
         }
     }
     void ExpectItEndsBy(const char* cause) {
@@ -99,10 +102,10 @@ public:
 
 private:
     std::string Go() const { return node.Root() + "/go"; }
-    static bool IsEnabled() {
+    static bool IsEnabled(const char* policy) {
         return PolicyOperation::GetInstance()
             ->GetPolicyContainer("conf.cluster", Selection())
-            .GetPolicyHeader("p")
+            .GetPolicyHeader(policy)
             .IsEnabled();
     }
 
@@ -132,6 +135,63 @@ void WhatRequestsTakeAwayIsWrittenBackAndTheMonitorGoesOn() {
         node.ExpectItFollows();
     }
     Expect(node.node.Holds("TOOL_TIMEOUT=77\n"), "what is not the monitor's stays");
+    Expect(node.Runs(), "it has ended");
+    Expect(node.log.Text().find("ERROR") == std::string::npos, node.log.Text());
+}
+
+/// What a thread of requests has met, if anything; the first failure ends it.
+class Requests {
+public:
+    explicit Requests(std::function<void(int)> request)
+        : thread([this, request = std::move(request)] {
+              try {
+                  for (int i = 0; i < kRounds; ++i) request(i);
+              } catch (const std::exception& e) {
+                  failure = e.what();
+              }
+          }) {}
+    ~Requests() {
+        if (thread.joinable()) thread.join();
+    }
+    void ExpectDone(const std::string& what) {
+        thread.join();
+        Expect(failure.empty(), what + ": " + failure);
+    }
+
+private:
+    static constexpr int kRounds = 15;
+    std::string failure;
+    std::thread thread;
+};
+
+void RequestsThatInstallAndRequestsThatSetMeetARunningMonitor() {
+    RunningNode node("node-1");
+    node.ExpectItFollows();
+    TestPolicy policy;
+    policy.id = policy.name = "q";
+    policy.attributes = {{"HARG:web", "v"}};
+    const LumPalIo::File_t file = policy.WriteFiles(node.node.Root() + "/to-install");
+    InstallOptions quietly;  // nobody is registered for it
+    quietly.SetNotify(false);
+    Requests installs([&](int) {
+        PolicyForwarder().Install("127.0.0.1", file, quietly);
+        Expect(PolicyForwarder().List("127.0.0.1", Selection()).GetCount() == 2, "it is not there");
+        PolicyForwarder().Remove("127.0.0.1", Selection().SetPolicyId("q"),
+                                 PolicyForwarder::Options().SetNotify(false));
+    });
+    Requests settings([](int round) {
+        LumPalConfig::Configuration_t others{String_t("backup")};
+        others.SetAttrValue("TARGET", LumPalStr::NumToStr(round));
+        LumConfPar::SettingsForwarder().Set("127.0.0.1", others);
+        RunningNode::Set({{"MONITOR_MODE", round % 2 ? "true" : ""}});
+    });
+    for (int i = 0; i < 15; ++i) node.Move(i % 2 ? "south" : "127.0.0.1");
+    installs.ExpectDone("installs");
+    settings.ExpectDone("settings");
+    Expect(node.node.Holds("TARGET=14\n"), node.node.Settings());
+    PolicyForwarder().Install("127.0.0.1", file, quietly);
+    node.ExpectItFollows();
+    node.ExpectItFollows("q");
     Expect(node.Runs(), "it has ended");
     Expect(node.log.Text().find("ERROR") == std::string::npos, node.log.Text());
 }
@@ -173,6 +233,7 @@ TEST_P(SettingsOfARunningMonitor, OverTls) {
 INSTANTIATE_TEST_SUITE_P(
     Rows, SettingsOfARunningMonitor,
     testing::Values(TrialRow{"WhatRequestsTakeAwayIsWrittenBack", WhatRequestsTakeAwayIsWrittenBackAndTheMonitorGoesOn},
+                    TrialRow{"InstallsAndSettingsMeetIt", RequestsThatInstallAndRequestsThatSetMeetARunningMonitor},
                     TrialRow{"WithoutTheRightItEnds", WhereTheRightWasTakenBackNothingIsSetAndTheMonitorEnds},
                     TrialRow{"WhereNobodyListensItEnds", WhereNobodyListensNothingIsSetAndTheMonitorEnds}),
     NameOf);

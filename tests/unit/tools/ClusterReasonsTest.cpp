@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "lumcluster/Follower.h"
+
 using lumcluster::Comparison;
 using lumcluster::Explanation;
 using lumcluster::LocalName;
@@ -156,6 +158,48 @@ TEST(ClusterReasons, AClusterThatDoesNotTellItsGroupsSwitchesNothing) {
     EXPECT_EQ(made.after, "disabled");
     EXPECT_EQ(made.attributes[0].Because(), "the cluster does not tell its groups now");
     EXPECT_THAT(TextOf(made, {}), HasSubstr("A cycle that cannot see the groups leaves it alone."));
+}
+
+TEST(ClusterReasons, WhereApplicationsCannotBeReadNobodySaysThatNothingTiesAPolicy) {
+    const char* const groups =
+        "What ties it to a resource group is not known: the applications cannot be read without "
+        "the groups of the cluster: it broke.\nA cycle that cannot see the groups leaves it alone.\n";
+    const char* const files =
+        "What ties it to a resource group is not known: the applications cannot be read to their "
+        "end: it broke.\nAs far as it is known, the next cycle leaves it alone.\n";
+    struct Case {
+        const char *problem, *told;
+    };
+    for (const Case& row :
+         {Case{lumcluster::kCluster, groups}, {lumcluster::kGroups, groups}, {lumcluster::kApplications, files}}) {
+        Sight sight = Harbour();
+        sight.isClusterSeen = row.problem != std::string(lumcluster::kCluster);
+        sight.isApplicationListThere = true;
+        sight.problems.push_back({row.problem, {lumtools::kFailed, {{0, "it broke."}}}});
+        const Explanation made = Explain(Policy({}), sight, Everything);
+        EXPECT_THAT(TextOf(made, {"o"}), HasSubstr(std::string(row.told) + "Not now: o.\n")) << row.problem;
+        EXPECT_NE(ToJson(made, {})["unknown_because"], nullptr);
+        sight.isApplicationListThere = false;
+        EXPECT_THAT(TextOf(Explain(Policy({}), sight, Everything), {"o"}), HasSubstr("it is never switched"));
+    }
+}
+
+TEST(ClusterReasons, WhereApplicationsCannotBeReadWhatBecomesOfAPolicyIsSaidAsFarAsItIsKnown) {
+    Sight sight = Harbour();
+    sight.isApplicationListThere = true;
+    sight.problems.push_back({lumcluster::kApplications, {lumtools::kFailed, {{0, "it broke."}}}});
+    const Explanation made = Explain(Policy({"HARG:web"}), sight, Everything);
+    EXPECT_THAT(
+        TextOf(made, {}),
+        HasSubstr("Whether an application ties it besides is not known: the applications cannot be read to their "
+                  "end: it broke.\nAs far as it is known, in the next cycle its attributes disable it: it becomes "
+                  "disabled.\n"));
+    lumcluster::Keys keys;
+    keys.monitorMode = "true";
+    keys.isMonitorModeOn = true;
+    EXPECT_THAT(Obstacles(lumcluster::Follower(), keys, sight),
+                testing::Contains("the applications cannot be read to their end: it broke; what is behind that is not "
+                                  "followed"));
 }
 
 TEST(ClusterReasons, AnInstanceThatIsHereByItsAddressIsNotCalledOffline) {

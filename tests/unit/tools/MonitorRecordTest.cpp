@@ -211,6 +211,20 @@ TEST_F(MonitorRecords, WhoIsNewOrGoneHasNotChangedSides) {
     EXPECT_EQ(Stored().changed, Sides());
 }
 
+TEST_F(MonitorRecords, WhoIsConfiguredNoLongerIsForgottenAmongThoseThatChangedSides) {
+    Look(At(true, true));
+    Restart();
+    Look(At(false, false));
+    record->Seen({}, MonitorRecord::Look::Partial);
+    EXPECT_EQ(Stored().changed.size(), 2u) << "a look that was cut short says nothing of them";
+    record->Seen({{"shop", "two", "db", false}});
+    EXPECT_EQ(Stored().changed, (Sides{{"shop", "two", "db", false}}));
+    Restart();
+    record->Starting();
+    record->Seen({{"shop", "two", "web", false}});
+    EXPECT_EQ(Stored().changed, Sides()) << "by another group it is another one";
+}
+
 TEST_F(MonitorRecords, NamesCannotForgeLines) {
     Look({{"a\nb", "c\x1b[2J", "web", true}});
     Restart();

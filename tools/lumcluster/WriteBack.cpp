@@ -1,0 +1,72 @@
+// Whether a monitor could set keys of its own node, in a request like anybody else's.
+#include "LumPalKeys.h"
+#include "LumPalNet.h"
+#include "LumSecAuth.h"
+#include "LumSecCore.h"
+#include "LumSecPki.h"
+#include "ReturnValue.h"
+#include "common/Arguments.h"
+#include "lumcluster/Follower.h"
+
+namespace lumcluster {
+
+using LumPalStr::String_t;
+using LumSecCore::NodeIdentity;
+using LumSecCore::X509Certificate;
+using lumtools::Outcome;
+using lumtools::Text;
+
+namespace {
+
+/// The host that a request to this name goes to.
+std::string HostOf(const std::string& name) {
+    std::string host;
+    lumtools::Attempt([&] { host = LumPalNet::URI_t("https://" + Text(name)).GetHost().ToUtf8(); });
+    return host;
+}
+
+bool IsAddressOfThisSystem(const std::string& host) {
+    using LumPalNet::InetAddress_t;
+    bool isHere = false;
+    lumtools::Attempt([&] { isHere = InetAddress_t(Text(host)) == InetAddress_t::GetLocalHost(); });
+    return isHere;
+}
+
+/// The node itself may do everything; whoever else its certificate is of, what was granted to him.
+bool MaySet(const String_t& sender, const NodeIdentity& identity) {
+    if (sender == identity.coreId) return true;
+    return !LumSecAuth::IsReservedId(sender) &&
+           LumSecAuth::Authorizer().IsAllowed(sender, LumPalKeys::NsConf, LumConf::RightConfigSet, 0);
+}
+
+std::string ProblemOf(const X509Certificate& certificate, const NodeIdentity& identity, const LocalName& local) {
+    const std::string host = HostOf(local.name), sender = certificate.GetSubjectCN().ToUtf8();
+    if (!IsAddressOfThisSystem(host)) return "'" + local.name + "' is no address of this system";
+    if (!LumSecPki::NamesHost(certificate, Text(host)))
+        return "'" + host + "' is none of the hosts that its certificate names";
+    if (MaySet(Text(sender), identity)) return "";
+    return "its certificate is that of '" + sender + "' and not of '" + identity.coreId.ToUtf8() +
+           "', and authorization.ini does not grant that one the right configset (128)";
+}
+
+}  // namespace
+
+bool NeedsWriteBack(const Keys& keys, const Sight& sight) {
+    return sight.isClusterSeen && !keys.type.empty() && keys.type != sight.product;
+}
+
+std::string WriteBackProblem(const LocalName& local) {
+    NodeIdentity identity;
+    X509Certificate certificate;
+    const Outcome read = lumtools::Attempt([&] {
+        identity = NodeIdentity::Load();
+        if (!identity.certificateInstalled) return;
+        identity.RequireUsable();
+        LumSecCore::KeyStore().GetOwnCertificate(identity.coreId, certificate);
+    });
+    if (read.code != lumtools::kDone) return FirstMessage(read);
+    if (!identity.certificateInstalled) return "this node has no certificate, so that it has no right to (128)";
+    return ProblemOf(certificate, identity, local);
+}
+
+}  // namespace lumcluster
