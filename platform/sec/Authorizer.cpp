@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "../pal/ThrottledLog.h"
+#include "LumPalFileMark.h"
 #include "LumPalKeys.h"
 #include "LumPalLog.h"
 #include "LumPalPlainMutex.h"
@@ -68,12 +69,25 @@ private:
 };
 
 using Content = std::optional<LumPalArray::CharArray_t>;
+using Mark = std::optional<LumPalIo::FileMark>;
+
+/// Some 40,000 senders; lumtrust writes no more either.
+constexpr std::uint64_t kLargestFile = 1u << 20;
 
 /// Of a file that is not there none.
 Content ReadContent() {
     const LumPalIo::File_t file = RightsFile();
     if (!file.Exists()) return std::nullopt;
-    return LumPalIo::ReadAtMost(LumPalIo::FileInputStream_t(file), LumPalIo::kNoLimit);
+    Content content = LumPalIo::ReadWhole(LumPalIo::FileInputStream_t(file), kLargestFile);
+    if (content) return content;
+    throw LumPalIo::IOException_t(LumPalMsg::CreateError_t("'%1' is too large: rights of at most %2 KiB are read.")
+                                  << file.GetAbsolutePath() << static_cast<int>(kLargestFile >> 10));
+}
+
+/// That of a file whose next change is sure to show in it.
+Mark MarkAtRest() {
+    const Mark mark = LumPalIo::MarkOf(RightsFile(), LumPalIo::Links::Followed);
+    return mark && LumPalIo::IsAtRest(*mark) ? mark : std::nullopt;
 }
 
 Rights RightsIn(const Content& content, Complaints& complaints) {
@@ -123,8 +137,12 @@ struct Authorizer::Impl {
     void Load(const char* consequence) {
         // One at a time: who read the file before a change must not set its rights behind who read it afterwards.
         const LumPalThread::PlainLock_t lock(loading);
+        const Mark mark = MarkAtRest();
+        if (mark && mark == seen) return complaints.TellAgain();
+        seen.reset();
         try {
             LoadLocked(ReadContent(), consequence);
+            seen = mark;
         } catch (const LumPalMsg::Exception_t& e) {
             known.reset();
             TellFailure(complaints, consequence, e);
@@ -141,6 +159,7 @@ struct Authorizer::Impl {
     Complaints complaints;
     LumPalThread::PlainMutex_t loading;
     Content known LUMPAL_GUARDED_BY(loading);  ///< what was taken up, or found broken
+    Mark seen LUMPAL_GUARDED_BY(loading);      ///< of the file that held it; none when it may change unseen
     LumPalThread::PlainMutex_t mutex;
     std::shared_ptr<const Rights> rights LUMPAL_GUARDED_BY(mutex) = std::make_shared<Rights>();
 };
