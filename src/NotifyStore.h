@@ -38,7 +38,8 @@ public:
 
     private:
         LumPalConfig::ConfigNamespace_t nameSpace;
-        LumPalThread::Mutex_t mutex;  ///< held while the value is taken up
+        // unmarked: held while the value is taken up, so that an older one never comes last; readers take the atomic
+        LumPalThread::Mutex_t mutex;
         std::atomic<bool> asynchronous;
     };
 
