@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -89,6 +92,49 @@ TEST_F(ConfigStore, ABrokenFileIsASyntaxErrorThatNamesIt) {
     EXPECT_THROW(ConfigBase_t::Open(""), SyntaxException_t);
     Put(Local(), "[a]\nk=2\n");
     EXPECT_EQ(Value("a", "k"), "2");
+}
+
+namespace {
+
+/// The text of the failure. @return empty without one
+std::string IoErrorOf(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const LumPalIo::IOException_t& e) {
+        return e.GetMessageList().Format(LumPalMsg::Text | LumPalMsg::Details).ToUtf8();
+    }
+    return {};
+}
+
+class Endless : public LumPalIo::InputStream_t::Impl {
+    std::int64_t Read(char* target, std::size_t length) override {
+        std::fill_n(target, length, '#');
+        return static_cast<std::int64_t>(length);
+    }
+};
+
+}  // namespace
+
+TEST_F(ConfigStore, AFileThatIsTooLargeIsAnErrorThatNamesIt) {
+    Put(Local(), "[a]\nk=1\n");
+    std::filesystem::resize_file(Local(), (64u << 20) + 1);
+    const std::string text = IoErrorOf([] { Value("a", "k"); });
+    EXPECT_NE(text.find("local_settings.ini' is too large: settings have at most 64 MiB."), text.npos) << text;
+}
+
+TEST_F(ConfigStore, AStreamWithoutEndIsAnErrorThatNamesItsSource) {
+    ConfigGroup_t group;
+    const LumPalIo::InputStream_t stream(std::make_shared<Endless>());
+    const std::string text = IoErrorOf([&] { LumPalCfgFile::ConfigReader_t::Load(stream, group, "the source"); });
+    EXPECT_EQ(text, "'the source' is too large: settings have at most 64 MiB.");
+}
+
+TEST_F(ConfigStore, SettingsThatCouldNotBeReadBackAreNotWritten) {
+    Set("", "a", "k", "old");
+    const std::string large(64u << 20, 'x');
+    const std::string text = IoErrorOf([&] { Set("", "a", "k", String_t::FromUtf8(large)); });
+    EXPECT_NE(text.find("local_settings.ini' is too large"), text.npos) << text;
+    EXPECT_EQ(Value("a", "k"), "old");
 }
 
 TEST_F(ConfigStore, AFolderInTheFilesPlaceIsAnIoError) {
