@@ -53,7 +53,7 @@ public:
     void AddDisable(const LumPalStr::String_t& type, const LumPalStr::String_t& id);
     void AddRemove(const LumPalStr::String_t& type, const LumPalStr::String_t& id);
     /// @throws LumPalMsg::IllegalStateError_t NotificationParameterWrong for a number that is no kind
-    void Insert(int kind, const LumPalStr::String_t& type, const LumPalStr::String_t& id);
+    void Insert(Kind kind, const LumPalStr::String_t& type, const LumPalStr::String_t& id);
 
     /// A type got its first policy, or lost its last one. They go out with the next install or remove of the type. Of
     /// a type that did both before anything was sent neither is sent: its consumer is where it was.
@@ -73,8 +73,8 @@ public:
 private:
     using Types = std::set<LumPalStr::String_t>;
 
-    NotifyEntries& EntriesOf(int kind);
-    void EraseElsewhere(int kind, const LumPalStr::String_t& type, const LumPalStr::String_t& id);
+    NotifyEntries& EntriesOf(Kind kind);
+    void EraseElsewhere(Kind kind, const LumPalStr::String_t& type, const LumPalStr::String_t& id);
     void SendKinds(std::initializer_list<Kind> kinds);
     void SendKind(Kind kind);
     void SendType(Kind kind, const NotifyEntries::OfType& entries);
