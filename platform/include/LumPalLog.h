@@ -62,8 +62,9 @@ LUMPAL_API Log_t& GetApplicationLog();
 LUMPAL_API void SetApplicationLogFile(const LumPalStr::String_t& path);
 /// Writes to the application log with option 128. @throws std::bad_alloc alone
 LUMPAL_API void Log(const LumPalMsg::MessageList_t& messages);
-/// Says on standard error, without taking memory, that a line of the application log is lost: once in a second at most.
-LUMPAL_API void SayLineIsLost() noexcept;
+/// Reports on standard error, without taking memory, that a line of the application log is lost: once in a second at
+/// most.
+LUMPAL_API void ReportLostLine() noexcept;
 /// Log, for where memory may be out and nothing may be thrown: in catch clauses that end a thread's work, in
 /// destructors.
 /// @param make  makes the messages; called at once
@@ -72,7 +73,7 @@ void LogGuarded(Make&& make) noexcept {
     try {
         Log(make());
     } catch (...) {
-        SayLineIsLost();
+        ReportLostLine();
     }
 }
 

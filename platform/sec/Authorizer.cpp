@@ -40,7 +40,7 @@ LumPalIo::File_t RightsFile() {
 /// Writes what is wrong with the file in full once: anybody may have it read again, as often as he likes. Any thread.
 class Complaints {
 public:
-    void Tell(const LumPalMsg::MessageList_t& messages) {
+    void Log(const LumPalMsg::MessageList_t& messages) {
         const LumPalThread::PlainLock_t lock(mutex);
         const String_t text = messages.Format(LumPalMsg::Text | LumPalMsg::Details);
         if (messages.GetMessageCount() == 0) {
@@ -53,7 +53,7 @@ public:
         }
     }
     /// Of a file that is as it was.
-    void TellAgain() {
+    void LogAgain() {
         const LumPalThread::PlainLock_t lock(mutex);
         if (last.IsNotEmpty()) Repeat();
     }
@@ -93,21 +93,21 @@ Mark MarkAtRest() {
 Rights RightsIn(const Content& content, Complaints& complaints) {
     const Rights rights =
         content ? Rights::Read(LumPalIo::CharArrayInputStream_t::Over(*content), RightsFile().ToString()) : Rights();
-    complaints.Tell(rights.GetProblems());
+    complaints.Log(rights.GetProblems());
     return rights;
 }
 
-void TellFailure(Complaints& complaints, const char* consequence, const LumPalMsg::Exception_t& cause) {
-    complaints.Tell(LumPalMsg::CreateError_t(String_t("Cannot load the rights from '%1': ") + consequence)
-                        .AddDetails(cause.GetMessageList())
-                    << RightsFile().GetAbsolutePath());
+void LogFailure(Complaints& complaints, const char* consequence, const LumPalMsg::Exception_t& cause) {
+    complaints.Log(LumPalMsg::CreateError_t(String_t("Cannot load the rights from '%1': ") + consequence)
+                       .AddDetails(cause.GetMessageList())
+                   << RightsFile().GetAbsolutePath());
 }
 
 /// The content's rights, or the given ones when it cannot be read.
 Rights RightsOr(const Rights& lastGood, const Content& content, Complaints& complaints, const char* consequence) try {
     return RightsIn(content, complaints);
 } catch (const LumPalMsg::Exception_t& e) {
-    TellFailure(complaints, consequence, e);
+    LogFailure(complaints, consequence, e);
     return lastGood;
 }
 
@@ -138,19 +138,19 @@ struct Authorizer::Impl {
         // One at a time: who read the file before a change must not set its rights behind who read it afterwards.
         const LumPalThread::PlainLock_t lock(loading);
         const Mark mark = MarkAtRest();
-        if (mark && mark == seen) return complaints.TellAgain();
+        if (mark && mark == seen) return complaints.LogAgain();
         seen.reset();
         try {
             LoadLocked(ReadContent(), consequence);
             seen = mark;
         } catch (const LumPalMsg::Exception_t& e) {
             known.reset();
-            TellFailure(complaints, consequence, e);
+            LogFailure(complaints, consequence, e);
         }
     }
     /// What is as it was is not read once more: anybody may ask for it, and others wait for the lock.
     void LoadLocked(Content content, const char* consequence) LUMPAL_REQUIRES(loading) {
-        if (content && known && content->View() == known->View()) return complaints.TellAgain();
+        if (content && known && content->View() == known->View()) return complaints.LogAgain();
         known.reset();
         Set(RightsOr(*Get(), content, complaints, consequence));
         known = std::move(content);

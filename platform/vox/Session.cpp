@@ -46,7 +46,7 @@ void Session::Start() {
 }
 
 void Session::OnOpened(error_code error, std::size_t) {
-    core.handshakeLog.TellRest();
+    core.handshakeLog.LogRest();
     if (error) {
         if (error.category() == net::error::get_ssl_category())
             core.handshakeLog.Warn("A TLS handshake was refused: %1",
