@@ -26,7 +26,8 @@ private:
     void Read();
 
     LumPalConfig::ConfigNamespace_t nameSpace;
-    LumPalThread::Mutex_t mutex;  ///< held while the value is taken up
+    // unmarked: held while the value is taken up, so that an older one never comes last; readers take the atomic
+    LumPalThread::Mutex_t mutex;
     std::atomic<bool> cache{false};
 };
 

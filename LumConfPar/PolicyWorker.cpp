@@ -22,7 +22,7 @@ void TraceGuarded(Text text) noexcept {
     try {
         LUMCONF_TRACE(trace::Config, text());
     } catch (...) {
-        LumPalLog::SayLineIsLost();
+        LumPalLog::ReportLostLine();
     }
 }
 

@@ -1,6 +1,7 @@
 #include "SettingsWriter.h"
 
-#include <cstring>
+#include <cstdint>
+#include <optional>
 
 #include "DirectoryImpl.h"
 #include "FilePermission.h"
@@ -70,14 +71,17 @@ void Write(FileOutputStream_t stream, const File_t& file, const ConfigGroup_t& g
     }
 }
 
-CharArray_t ReadWhole(const File_t& file) {
-    return LumPalIo::ReadAtMost(LumPalIo::FileInputStream_t(file), LumPalIo::kNoLimit);
+/// More is not read from any of them.
+constexpr std::uint64_t kLargestFile = 64u << 20;
+
+std::optional<CharArray_t> BytesOf(const File_t& file) {
+    return LumPalIo::ReadWhole(LumPalIo::FileInputStream_t(file), kLargestFile);
 }
 
 bool HaveEqualBytes(const File_t& oldFile, const File_t& newFile) {
-    const CharArray_t before = ReadWhole(oldFile), after = ReadWhole(newFile);
-    if (before.GetLength() != after.GetLength()) return false;
-    return before.IsEmpty() || std::memcmp(before.GetData(), after.GetData(), before.GetLength()) == 0;
+    if (oldFile.GetSize() != newFile.GetSize()) return false;
+    const std::optional<CharArray_t> before = BytesOf(oldFile), after = BytesOf(newFile);
+    return before && after && before->View() == after->View();
 }
 
 bool AreEqual(const File_t& oldFile, const File_t& newFile) {

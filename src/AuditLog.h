@@ -45,7 +45,8 @@ private:
     void Read();
 
     LumPalConfig::ConfigNamespace_t nameSpace;
-    LumPalThread::Mutex_t mutex;  ///< held while the choices are taken up
+    // unmarked: held while the choices are taken up, so that older ones never come last; readers take the atomics
+    LumPalThread::Mutex_t mutex;
     std::atomic<bool> enabled{false};
     std::atomic<bool> failureOnly{false};
 };

@@ -93,7 +93,7 @@ private:
     StoreChange DescribeChange() const;
     void RemoveDisplaced() LUMPAL_REQUIRES(operation.mutex);
     void Write() LUMPAL_REQUIRES(operation.mutex);
-    void TellSharedDataFiles() const;
+    void LogSharedDataFiles() const;
     void MakeTypeFolder() const;
     void DeleteOldData();
     void WriteHeader();

@@ -132,7 +132,7 @@ void InstallTask::Write() {
     if (installedHeader) spared = SharedDataFiles::Spare(*operation.Cache(), *installedHeader, newHeader.Get());
     const StoreJournal::Entry recorded = operation.journal.Record(DescribeChange());
     MakeTypeFolder();
-    TellSharedDataFiles();
+    LogSharedDataFiles();
     DeleteOldData();
     WriteHeader();
     DeleteOldHeader();
@@ -147,10 +147,10 @@ void InstallTask::MakeTypeFolder() const {
     TypeFolder(newHeader->GetTypeName()).MakeFolders();
 }
 
-void InstallTask::TellSharedDataFiles() const {
-    SharedDataFiles::TellReplaced(*operation.Cache(), *newHeader, installedHeader.Get());
+void InstallTask::LogSharedDataFiles() const {
+    SharedDataFiles::LogReplaced(*operation.Cache(), *newHeader, installedHeader.Get());
     if (!installedHeader) return;
-    SharedDataFiles::TellLeft(*operation.Cache(), *installedHeader, spared, newHeader.Get());
+    SharedDataFiles::LogLeft(*operation.Cache(), *installedHeader, spared, newHeader.Get());
 }
 
 void InstallTask::FlushStore() const {

@@ -50,7 +50,7 @@ std::vector<String_t> FindMissing(const PolicyHeaderImpl& header) {
     }
 }
 
-void Tell(const PolicyHeaderImpl& header, const std::vector<String_t>& missing) {
+void LogMissing(const PolicyHeaderImpl& header, const std::vector<String_t>& missing) {
     const String_t path = File_t(FolderOf(header.GetTypeName()), Shown(missing.front())).GetAbsolutePath();
     const String_t name = Shown(header.GetName()), id = header.GetContainerId();
     const int others = static_cast<int>(missing.size()) - 1;
@@ -66,7 +66,7 @@ void MissingDataFiles::Mark(const PolicyContainerImpl& loaded) {
         const std::vector<String_t> missing = FindMissing(*header);
         if (missing.empty()) continue;
         for (const String_t& file : missing) header->AddMissingDataFile(file);
-        Tell(*header, missing);
+        LogMissing(*header, missing);
     }
 }
 

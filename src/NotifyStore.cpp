@@ -31,7 +31,7 @@ const KindRow kKinds[] = {
     {NotifyStore::Remove, names::EventRemove, JobKind::Remove},
 };
 
-const KindRow& RowOf(int kind) {
+const KindRow& RowOf(NotifyStore::Kind kind) {
     for (const KindRow& row : kKinds) {
         if (row.kind == kind) return row;
     }
@@ -88,7 +88,7 @@ void NotifyStore::AddRemove(const String_t& type, const String_t& id) {
     Insert(Remove, type, id);
 }
 
-NotifyEntries& NotifyStore::EntriesOf(int kind) {
+NotifyEntries& NotifyStore::EntriesOf(Kind kind) {
     switch (RowOf(kind).kind) {
         case Install:
             return installs;
@@ -102,13 +102,13 @@ NotifyEntries& NotifyStore::EntriesOf(int kind) {
     return removes;
 }
 
-void NotifyStore::EraseElsewhere(int kind, const String_t& type, const String_t& id) {
+void NotifyStore::EraseElsewhere(Kind kind, const String_t& type, const String_t& id) {
     for (const KindRow& row : kKinds) {
         if (row.kind != kind) EntriesOf(row.kind).Erase(type, id);
     }
 }
 
-void NotifyStore::Insert(int kind, const String_t& type, const String_t& id) {
+void NotifyStore::Insert(Kind kind, const String_t& type, const String_t& id) {
     NotifyEntries& entries = EntriesOf(kind);
     bool isStatus = kind == Enable || kind == Disable;
     // Who is told of an install or a remove looks at the policy anyway.

@@ -38,7 +38,8 @@ public:
 
     private:
         LumPalConfig::ConfigNamespace_t nameSpace;
-        LumPalThread::Mutex_t mutex;  ///< held while the value is taken up
+        // unmarked: held while the value is taken up, so that an older one never comes last; readers take the atomic
+        LumPalThread::Mutex_t mutex;
         std::atomic<bool> asynchronous;
     };
 
@@ -52,7 +53,7 @@ public:
     void AddDisable(const LumPalStr::String_t& type, const LumPalStr::String_t& id);
     void AddRemove(const LumPalStr::String_t& type, const LumPalStr::String_t& id);
     /// @throws LumPalMsg::IllegalStateError_t NotificationParameterWrong for a number that is no kind
-    void Insert(int kind, const LumPalStr::String_t& type, const LumPalStr::String_t& id);
+    void Insert(Kind kind, const LumPalStr::String_t& type, const LumPalStr::String_t& id);
 
     /// A type got its first policy, or lost its last one. They go out with the next install or remove of the type. Of
     /// a type that did both before anything was sent neither is sent: its consumer is where it was.
@@ -72,9 +73,9 @@ public:
 private:
     using Types = std::set<LumPalStr::String_t>;
 
-    NotifyEntries& EntriesOf(int kind);
+    NotifyEntries& EntriesOf(Kind kind);
     void NoteQueued() const noexcept;
-    void EraseElsewhere(int kind, const LumPalStr::String_t& type, const LumPalStr::String_t& id);
+    void EraseElsewhere(Kind kind, const LumPalStr::String_t& type, const LumPalStr::String_t& id);
     void SendKinds(std::initializer_list<Kind> kinds);
     void SendKind(Kind kind);
     void SendType(Kind kind, const NotifyEntries::OfType& entries);

@@ -49,7 +49,7 @@ CharArray_t DecodeBase64(const CharArray_t& base64) {
 
 LumPalThread::PlainMutex_t& PolicyHeaderImpl::Guard() const noexcept {
     struct alignas(64) Slot {
-        LumPalThread::PlainMutex_t mutex;
+        LumPalThread::PlainMutex_t mutex;  // unmarked: it guards members of headers that share it, by their addresses
     };
     constexpr std::size_t slotCount = 64;
     static Slot pool[slotCount];

@@ -27,7 +27,7 @@ using LumPalMsg::MessageList_t;
 using LumPalStr::String_t;
 using LumPalThread::MutexLock_t;
 
-void Say(const Message_t& message) {
+void LogAndTrace(const Message_t& message) {
     LUMCONF_TRACE(trace::Policy, message.Format(LumPalMsg::Text | LumPalMsg::Details));
     LumPalLog::Log(message);
 }
@@ -104,7 +104,7 @@ void PolicyOperation::LoadAtStart() {
     try {
         loaded->CheckPolicy(PolicyContainer::Options());
     } catch (const PolicyFileException& e) {
-        Say(Make(msg::CacheNotInitializedAtStart, e));
+        LogAndTrace(Make(msg::CacheNotInitializedAtStart, e));
     }
     DeleteAsideCopies(*loaded);
     MissingDataFiles::Mark(*loaded);
@@ -175,7 +175,7 @@ void PolicyOperation::ReinitCache(const String_t& originator) {
         MissingDataFiles::Mark(*fresh);
         SetCache(fresh);
         unwritten.Clear();
-        Say(Make(msg::CacheNotReinitialized, e));
+        LogAndTrace(Make(msg::CacheNotReinitialized, e));
         Audit(originator, AuditLog::Reinit, Outcome::Failure);
     }
 }

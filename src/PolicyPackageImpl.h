@@ -10,7 +10,7 @@
 
 namespace LumConf {
 
-/// Empty, collecting (initialised) or finished. The mutex guards only the step from collecting to finished.
+/// Empty, collecting (initialised) or finished.
 class PolicyPackageImpl final : public LumPalRef::RefCounted_t {
 public:
     PolicyPackageImpl() = default;
@@ -26,6 +26,8 @@ private:
     void FinishLocked() LUMPAL_REQUIRES(mutex);
 
     MessageForwarder forwarder;
+    // unmarked: held for the step from collecting to finished alone. Who adds or clears is alone by contract, and of a
+    // finished package nothing changes while several send it.
     LumPalThread::Mutex_t mutex;
     bool initialised = false;
     bool finished = false;

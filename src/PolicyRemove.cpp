@@ -94,7 +94,7 @@ void PolicyOperation::RemovePolicy(const String_t& originator, const String_t& i
     PolicyRecord policy = header->Snapshot();
     std::erase_if(policy.dataFiles, [&spared](const PolicyDataFile& file) { return spared.count(file.name) > 0; });
     const StoreJournal::Entry recorded = journal.RecordIfPossible(DescribeRemoval(policy));
-    SharedDataFiles::TellLeft(*Cache(), *header, spared);
+    SharedDataFiles::LogLeft(*Cache(), *header, spared);
     // A file that the document names twice is deleted once, and then not missing.
     for (const String_t& name : DistinctDataFiles(policy)) RemoveDataFile(originator, policy, name, failures);
     if (!RemoveHeaderFile(originator, policy, failures)) return;

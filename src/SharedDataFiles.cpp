@@ -88,7 +88,7 @@ class Lines {
 public:
     explicit Lines(const Subject& subject) : subject(subject) {}
 
-    void Say(const MessageOf<5>& row, const Shared& shared) {
+    void Log(const MessageOf<5>& row, const Shared& shared) {
         if (++count > SharedDataFiles::kMostLines) return;
         LumPalLog::Log(Make(row, subject.Place(shared.file).GetAbsolutePath(), Shown(subject.policy.name),
                             subject.policy.containerId, Shown(shared.other->GetName()),
@@ -112,13 +112,13 @@ const Word* FindWord(const String_t& value) {
     return nullptr;
 }
 
-/// Each install and removal reads the value: an unknown one is told when it is new.
-void TellUnknown(const String_t& value) {
-    struct Told {
+/// Each install and removal reads the value: an unknown one is logged when it is new.
+void LogUnknown(const String_t& value) {
+    struct Logged {
         LumPalThread::PlainMutex_t mutex;
         String_t value LUMPAL_GUARDED_BY(mutex);
     };
-    static Told& last = *new Told;  // never destroyed: threads may outlive it
+    static Logged& last = *new Logged;  // never destroyed: threads may outlive it
     const LumPalThread::PlainLock_t lock(last.mutex);
     if (value.IsNotEmpty() && value != last.value) LumPalLog::Log(Make(msg::SharedDataFilesUnknown, Shown(value)));
     last.value = value;
@@ -126,7 +126,7 @@ void TellUnknown(const String_t& value) {
 
 Rule RuleOf(const String_t& value) {
     const Word* const word = FindWord(value);
-    TellUnknown(word ? String_t() : value);
+    LogUnknown(word ? String_t() : value);
     return word ? word->rule : Rule::Allow;
 }
 
@@ -165,11 +165,11 @@ void SharedDataFiles::CheckInstall(PolicyContainerImpl& cache, const PolicyHeade
     }
 }
 
-void SharedDataFiles::TellReplaced(PolicyContainerImpl& cache, const PolicyHeaderImpl& policy,
-                                   const PolicyHeaderImpl* replaced) {
+void SharedDataFiles::LogReplaced(PolicyContainerImpl& cache, const PolicyHeaderImpl& policy,
+                                  const PolicyHeaderImpl* replaced) {
     const Subject subject(policy, replaced);
     Lines lines(subject);
-    for (const Shared& shared : FindShared(cache, subject)) lines.Say(msg::SharedDataFileReplaced, shared);
+    for (const Shared& shared : FindShared(cache, subject)) lines.Log(msg::SharedDataFileReplaced, shared);
     lines.End();
 }
 
@@ -182,8 +182,8 @@ SharedDataFiles::Names SharedDataFiles::Spare(PolicyContainerImpl& cache, const 
     return spared;
 }
 
-void SharedDataFiles::TellLeft(PolicyContainerImpl& cache, const PolicyHeaderImpl& policy, const Names& spared,
-                               const PolicyHeaderImpl* successor) {
+void SharedDataFiles::LogLeft(PolicyContainerImpl& cache, const PolicyHeaderImpl& policy, const Names& spared,
+                              const PolicyHeaderImpl* successor) {
     const Subject subject(policy, successor);
     Names brought;
     if (successor && successor->GetTypeName() == subject.policy.typeName) {
@@ -192,7 +192,7 @@ void SharedDataFiles::TellLeft(PolicyContainerImpl& cache, const PolicyHeaderImp
     Lines lines(subject);
     for (const Shared& each : FindShared(cache, subject)) {
         if (brought.count(each.file) > 0 || !subject.Place(each.file).Exists()) continue;
-        lines.Say(spared.count(each.file) > 0 ? msg::SharedDataFileSpared : msg::SharedDataFileLost, each);
+        lines.Log(spared.count(each.file) > 0 ? msg::SharedDataFileSpared : msg::SharedDataFileLost, each);
     }
     lines.End();
 }

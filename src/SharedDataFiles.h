@@ -42,8 +42,8 @@ public:
                              const PolicyHeaderImpl* replaced, const InstallOptionsImpl& options);
 
     /// Says which files of others an install is about to replace.
-    static void TellReplaced(PolicyContainerImpl& cache, const PolicyHeaderImpl& policy,
-                             const PolicyHeaderImpl* replaced);
+    static void LogReplaced(PolicyContainerImpl& cache, const PolicyHeaderImpl& policy,
+                            const PolicyHeaderImpl* replaced);
 
     /// The data files of an installed policy that stay when it goes or is replaced. None under Allow.
     /// @param successor  the policy that takes its place; may be null
@@ -52,8 +52,8 @@ public:
 
     /// Says which data files are about to stay when the policy goes, and which ones other policies are about to lose.
     /// @param spared  what Spare answered; of the files that the successor brings nothing is logged here
-    static void TellLeft(PolicyContainerImpl& cache, const PolicyHeaderImpl& policy, const Names& spared,
-                         const PolicyHeaderImpl* successor = nullptr);
+    static void LogLeft(PolicyContainerImpl& cache, const PolicyHeaderImpl& policy, const Names& spared,
+                        const PolicyHeaderImpl* successor = nullptr);
 };
 
 }  // namespace LumConf

@@ -1,5 +1,6 @@
 #include "StoreChange.h"
 
+#include <charconv>
 #include <set>
 #include <string>
 #include <string_view>
@@ -26,6 +27,15 @@ void AddLine(std::string& text, std::initializer_list<std::string_view> fields) 
         text += field;
     }
     text += '\n';
+}
+
+void AddPlaced(std::string& text, const StoreChange::Placed& file) {
+    const std::string waitingName = file.waitingName.ToUtf8(), type = file.place.typeName.ToUtf8(),
+                      name = file.place.name.ToUtf8();
+    const std::string_view folder = kWaitingWords[static_cast<int>(file.waiting)];
+    if (!file.former) return AddLine(text, {"place", folder, waitingName, type, name});
+    AddLine(text, {"place", folder, waitingName, type, name, std::to_string(file.former->node),
+                   std::to_string(file.former->size), std::to_string(file.former->modified)});
 }
 
 std::string_view TakeLine(std::string_view& text) {
@@ -71,9 +81,24 @@ bool ReadDeleted(const Fields& fields, StoreChange& change) {
     return true;
 }
 
+template <typename Number>
+bool ReadNumber(std::string_view field, Number& number) {
+    const auto [end, error] = std::from_chars(field.data(), field.data() + field.size(), number);
+    return error == std::errc() && end == field.data() + field.size();
+}
+
+// Where nothing stood, and in records of former versions, the fields are not there.
+bool ReadFormer(const Fields& fields, std::optional<StoreChange::Former>& former) {
+    if (fields.size() == 5) return true;
+    former.emplace();
+    return fields.size() == 8 && ReadNumber(fields[5], former->node) && ReadNumber(fields[6], former->size) &&
+           ReadNumber(fields[7], former->modified);
+}
+
 bool ReadPlaced(const Fields& fields, StoreChange& change) {
     StoreChange::Placed placed;
-    if (fields.size() != 5 || !ReadWaiting(fields[1], placed.waiting)) return false;
+    if (fields.size() < 5 || !ReadWaiting(fields[1], placed.waiting) || !ReadFormer(fields, placed.former))
+        return false;
     if (!ReadName(fields[2], placed.waitingName) || !ReadFile(fields[3], fields[4], placed.place)) return false;
     change.placed.push_back(std::move(placed));
     return true;
@@ -115,10 +140,7 @@ CharArray_t StoreChange::ToText() const {
     AddLine(text, {kFirstLine});
     AddLine(text, {"policy", typeName.ToUtf8(), id.ToUtf8()});
     for (const StoredFile& file : deleted) AddLine(text, {"delete", file.typeName.ToUtf8(), file.name.ToUtf8()});
-    for (const Placed& file : placed) {
-        AddLine(text, {"place", kWaitingWords[static_cast<int>(file.waiting)], file.waitingName.ToUtf8(),
-                       file.place.typeName.ToUtf8(), file.place.name.ToUtf8()});
-    }
+    for (const Placed& file : placed) AddPlaced(text, file);
     for (const String_t& type : emptied) AddLine(text, {"empty", type.ToUtf8()});
     AddLine(text, {kLastLine});
     return CharArray_t(text.data(), text.size());

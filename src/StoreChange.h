@@ -2,6 +2,8 @@
 /// What one change of one policy does to the files of the store.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "LumPalArray.h"
@@ -20,11 +22,18 @@ struct StoreChange {
     };
     /// The folder that a file waits in.
     enum class Waiting { Incoming, Temporary };
+    /// What stood in a place before the change (LumPalFileMark.h). Its mode may have changed meanwhile.
+    struct Former {
+        std::uint64_t node = 0, size = 0;
+        std::int64_t modified = 0;
+        bool operator==(const Former&) const = default;
+    };
     /// A file that takes its place in the store; what stands there goes.
     struct Placed {
         Waiting waiting;
         LumPalStr::String_t waitingName;
         StoredFile place;
+        std::optional<Former> former = {};  ///< nothing: whatever stands there later is this file
     };
 
     LumPalStr::String_t typeName, id;  ///< the policy, for messages

@@ -4,6 +4,7 @@
 #include <set>
 
 #include "DirectoryImpl.h"
+#include "LumPalFileMark.h"
 #include "LumPalLog.h"
 #include "LumPalWhole.h"
 #include "Messages.h"
@@ -97,11 +98,27 @@ File_t WaitingFile(const StoreChange::Placed& file) {
     return File_t(incoming ? paths::IncomingDirectory() : paths::TemporaryDirectory(), file.waitingName);
 }
 
+std::optional<StoreChange::Former> StandsIn(const File_t& place) {
+    const auto mark = LumPalIo::MarkOf(place, LumPalIo::Links::NotFollowed);
+    if (!mark) return std::nullopt;
+    return StoreChange::Former{mark->node, mark->size, mark->modified};
+}
+
+// By what stood there before, not by what is to stand there: between two file systems the new file is a copy, whose
+// number nobody knows in advance.
+void MarkFormer(StoreChange& change) {
+    for (StoreChange::Placed& file : change.placed) file.former = StandsIn(PlaceOf(file.place));
+}
+
+bool HasItsPlace(const StoreChange::Placed& file) {
+    const File_t place = PlaceOf(file.place);
+    return IsThere(place) && !(file.former && StandsIn(place) == file.former);
+}
+
 /// A file that neither waits nor has its place is lost, and the change cannot be finished any more.
 bool IsComplete(const StoreChange& change) {
-    return std::all_of(change.placed.begin(), change.placed.end(), [](const StoreChange::Placed& file) {
-        return IsThere(WaitingFile(file)) || IsThere(PlaceOf(file.place));
-    });
+    return std::all_of(change.placed.begin(), change.placed.end(),
+                       [](const StoreChange::Placed& file) { return IsThere(WaitingFile(file)) || HasItsPlace(file); });
 }
 
 // What is already done is done no more: a file that is gone was deleted, one that no longer waits has its place. As in
@@ -183,7 +200,9 @@ void FinishRecorded() {
 void StoreJournal::Write(const StoreChange& change) {
     const String_t path = RecordFile().GetAbsolutePath();
     try {
-        PutRecord(change.ToText());
+        StoreChange recorded = change;
+        MarkFormer(recorded);
+        PutRecord(recorded.ToText());
     } catch (const LumPalIo::NoSpaceException_t& e) {
         Forget();
         throw Because<LumPalIo::NoSpaceException_t>(msg::ChangeNotRecorded, change.id, change.typeName, path, e);

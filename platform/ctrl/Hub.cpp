@@ -199,7 +199,7 @@ void Hub::WarnOfQueue(const Component& component, const char* before, const char
     wire.Warn(before + Quoted(component.name) + behind + ": " + std::to_string(component.queue.size()) +
               " trigger(s) were not acknowledged, the first is " + Quoted(component.queue.front()->event) + ".");
 } catch (...) {
-    LumPalLog::SayLineIsLost();
+    LumPalLog::ReportLostLine();
 }
 
 void Hub::Finish(const TriggerPtr& trigger) noexcept {

@@ -21,6 +21,7 @@ class LUMPAL_API ConfigReader_t {
 public:
     /// Adds what the stream holds to the group.
     /// @param source  how errors name the stream (a path)
+    /// @throws SyntaxException_t; LumPalIo::IOException_t for more than 64 MiB, and what the stream throws
     static void Load(LumPalIo::InputStream_t stream, LumPalConfig::ConfigGroup_t& group,
                      const LumPalStr::String_t& source = LumPalStr::String_t());
 };

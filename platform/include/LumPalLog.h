@@ -71,8 +71,9 @@ struct LoggedError {
 };
 /// The last of them, at most ten, the newest last.
 LUMPAL_API std::vector<LoggedError> GetLastErrors();
-/// Says on standard error, without taking memory, that a line of the application log is lost: once in a second at most.
-LUMPAL_API void SayLineIsLost() noexcept;
+/// Reports on standard error, without taking memory, that a line of the application log is lost: once in a second at
+/// most.
+LUMPAL_API void ReportLostLine() noexcept;
 /// Log, for where memory may be out and nothing may be thrown: in catch clauses that end a thread's work, in
 /// destructors.
 /// @param make  makes the messages; called at once
@@ -81,7 +82,7 @@ void LogGuarded(Make&& make) noexcept {
     try {
         Log(make());
     } catch (...) {
-        SayLineIsLost();
+        ReportLostLine();
     }
 }
 

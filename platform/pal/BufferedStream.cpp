@@ -27,7 +27,7 @@ public:
         buffer.reserve(BufferSize);
     }
     ~BufferedOutput() override {
-        if (!closed) SayWhatIsLost("buffered bytes", [this] { WriteOut(); });
+        if (!closed) LogWhatIsLost("buffered bytes", [this] { WriteOut(); });
     }
 
     void Write(const char* bytes, std::size_t length) override {

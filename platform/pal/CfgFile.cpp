@@ -169,14 +169,20 @@ void WriteConfig(TextOutput& out, const Configuration_t& config, bool isFirst) {
 
 }  // namespace
 
+void RefuseTooLarge(const String_t& source) {
+    throw LumPalIo::IOException_t(LumPalMsg::CreateError_t("'%1' is too large: settings have at most %2 MiB.")
+                                  << source << static_cast<unsigned>(kLargestFile >> 20));
+}
+
 void ConfigReader_t::Load(LumPalIo::InputStream_t stream, ConfigGroup_t& group, const String_t& source) {
     // Settings of many policies are merged from memory: no copy of each.
     auto* const peekable = dynamic_cast<LumPalIo::PeekableInput*>(stream.GetImpl().get());
     const std::optional<std::string_view> kept = peekable ? peekable->TakeRest() : std::nullopt;
-    const LumPalArray::CharArray_t read =
-        kept ? LumPalArray::CharArray_t() : LumPalIo::ReadAtMost(stream, LumPalIo::kNoLimit);
+    const std::optional<LumPalArray::CharArray_t> read =
+        kept ? LumPalArray::CharArray_t() : LumPalIo::ReadWhole(stream, kLargestFile);
+    if (!read) RefuseTooLarge(source);
     Parser parser(source);
-    parser.Parse(kept ? *kept : read.View());
+    parser.Parse(kept ? *kept : read->View());
     group.MoveIn(parser.GetGroup());
 }
 

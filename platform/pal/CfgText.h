@@ -2,12 +2,18 @@
 /// How names and values stand in a line of the configuration's text form.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
 #include "LumPalStr.h"
 
 namespace LumPalCfgFile {
+
+/// Bytes of a text that is read or written: a file without end must not take all memory.
+inline constexpr std::uint64_t kLargestFile = 64u << 20;
+/// @param source  what is larger, as for ConfigReader_t::Load. @throws LumPalIo::IOException_t naming it
+[[noreturn]] void RefuseTooLarge(const LumPalStr::String_t& source);
 
 /// Whether a namespace or an attribute can be called so: not empty, and nothing in it that could
 /// break or forge a line (controls, line and paragraph separators).

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <string>
 
+#include "CfgText.h"
 #include "ConfigFiles.h"
 #include "Fault.h"
 #include "LumPalDurable.h"
@@ -67,11 +68,13 @@ std::size_t ReadSome(const Descriptor& file, char* target, std::size_t length) {
 }
 
 // A file that grows meanwhile is read to its new end.
-LumPalArray::CharArray_t ReadAll(const Descriptor& file, std::size_t expected) {
-    LumPalArray::CharArray_t bytes(expected + 1);
+LumPalArray::CharArray_t ReadAll(const Descriptor& file, const String_t& path, std::uint64_t expected) {
+    if (expected > LumPalCfgFile::kLargestFile) LumPalCfgFile::RefuseTooLarge(path);
+    LumPalArray::CharArray_t bytes(static_cast<std::size_t>(expected) + 1);
     std::size_t size = 0;
     while (const std::size_t count = ReadSome(file, bytes.GetData() + size, bytes.GetLength() - size)) {
         size += count;
+        if (size > LumPalCfgFile::kLargestFile) LumPalCfgFile::RefuseTooLarge(path);
         if (size == bytes.GetLength()) bytes.Resize(2 * size);
     }
     bytes.Resize(size);
@@ -121,7 +124,7 @@ FileSnapshot ReadSnapshot(const String_t& path) {
     struct stat status {};
     if (file->Get() < 0 || fstat(file->Get(), &status) != 0) file->Fail("Cannot open file");
     if (!S_ISREG(status.st_mode)) ThrowSystemError("Cannot read file", path, S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
-    return {FromStatus(status), ReadAll(*file, static_cast<std::size_t>(status.st_size)), file};
+    return {FromStatus(status), ReadAll(*file, path, static_cast<std::uint64_t>(status.st_size)), file};
 }
 
 void ReplaceFile(const String_t& folder, const String_t& name, const LumPalArray::CharArray_t& bytes) {

@@ -38,9 +38,11 @@ void Parse(const FileSnapshot& file, const String_t& path, ConfigGroup_t& group)
     LumPalCfgFile::ConfigReader_t::Load(CharArrayInputStream_t::Over(file.bytes), group, path);
 }
 
-LumPalArray::CharArray_t Serialize(const ConfigGroup_t& group) {
+/// What could not be read back is not written. @param path  where it is to stand
+LumPalArray::CharArray_t Serialize(const ConfigGroup_t& group, const String_t& path) {
     CharArrayOutputStream_t stream;
     LumPalCfgFile::ConfigWriter_t::Write(stream, group);
+    if (stream.Size() > LumPalCfgFile::kLargestFile) LumPalCfgFile::RefuseTooLarge(path);
     return stream.TakeCharArray();
 }
 
@@ -157,7 +159,7 @@ void ChangeLocalSettings(const String_t& folder, const std::deque<ConfigChange>&
     ConfigGroup_t group;
     Parse(file, folder + LocalFile, group);
     for (const ConfigChange& change : changes) Make(change, group);
-    const LumPalArray::CharArray_t bytes = Serialize(group);
+    const LumPalArray::CharArray_t bytes = Serialize(group, folder + LocalFile);
     // Nobody is woken for a change that changes nothing.
     if (bytes == file.bytes) return FlushFile(folder, LocalFile);
     ReplaceFile(folder, LocalFile, bytes);

@@ -134,7 +134,7 @@ public:
     FileOutput(const OpenFolder& folder, const char* name)
         : file(folder.Get(), name, folder.PathOf(name), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW) {}
     ~FileOutput() override {
-        SayWhatIsLost("a file", [this] { file.Close(); });
+        LogWhatIsLost("a file", [this] { file.Close(); });
     }
 
     void Write(const char* bytes, std::size_t length) override {

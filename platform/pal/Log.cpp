@@ -91,7 +91,7 @@ std::vector<LoggedError> GetLastErrors() {
     return TheProcess().application->GetErrors();
 }
 
-void SayLineIsLost() noexcept {
+void ReportLostLine() noexcept {
     static std::atomic<std::int64_t> nextSecond{0};
     using std::chrono::duration_cast, std::chrono::seconds, std::chrono::steady_clock;
     const std::int64_t now = duration_cast<seconds>(steady_clock::now().time_since_epoch()).count();

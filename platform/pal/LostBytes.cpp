@@ -6,7 +6,7 @@
 namespace LumPalIo {
 namespace {
 
-void Say(const char* what, const LumPalMsg::MessageList_t& reason) {
+void LogLost(const char* what, const LumPalMsg::MessageList_t& reason) {
     LumPalMsg::CreateError_t message(
         "A stream went without being closed, and the end of what was written (%1) is lost.");
     message << what;
@@ -16,14 +16,14 @@ void Say(const char* what, const LumPalMsg::MessageList_t& reason) {
 
 }  // namespace
 
-void SayWhatIsLost(const char* what, const std::function<void()>& lastStep) noexcept {
+void LogWhatIsLost(const char* what, const std::function<void()>& lastStep) noexcept {
     try {
         try {
             lastStep();
         } catch (const LumPalMsg::Exception_t& e) {
-            Say(what, e.GetMessageList());
+            LogLost(what, e.GetMessageList());
         } catch (const std::exception& e) {
-            Say(what, LumPalMsg::CreateError_t(LumPalStr::String_t::FromUtf8(e.what())));
+            LogLost(what, LumPalMsg::CreateError_t(LumPalStr::String_t::FromUtf8(e.what())));
         }
     } catch (...) {
         // Not even the log has room: nowhere is left where it could be said.

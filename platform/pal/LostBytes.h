@@ -8,6 +8,6 @@ namespace LumPalIo {
 
 /// For destructors: runs the last step of a stream; a failure goes to the application log, as nobody can catch it.
 /// @param what  what is lost, as "a file"
-void SayWhatIsLost(const char* what, const std::function<void()>& lastStep) noexcept;
+void LogWhatIsLost(const char* what, const std::function<void()>& lastStep) noexcept;
 
 }  // namespace LumPalIo

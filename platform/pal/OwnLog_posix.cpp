@@ -16,7 +16,7 @@ constexpr std::size_t kMaxBytes = 10u << 20;
 constexpr unsigned kOldFiles = 5;
 constexpr char kNotOpened[] = "The log of '%1' could not be opened.";
 
-void SayFailure(const char* text, const String_t& component, const LumPalMsg::Exception_t& reason) {
+void LogFailure(const char* text, const String_t& component, const LumPalMsg::Exception_t& reason) {
     CreateError_t message{String_t(text)};
     message << component;
     message.AddDetails(reason.GetMessageList());
@@ -46,7 +46,7 @@ public:
             const LumPalThread::PlainLock_t lock(mutex);
             AppendLocked(lines, messages.GetMessageCount(), now);
         } catch (const LumPalMsg::Exception_t& e) {
-            SayFailure("A line of the log of '%1' was lost.", component, e);
+            LogFailure("A line of the log of '%1' was lost.", component, e);
         }
     }
 
@@ -57,12 +57,12 @@ private:
             file.Open();
         } catch (const LumPalMsg::Exception_t& e) {
             if (!file.MayOpenLater()) throw;
-            SayFailure(kNotOpened, component, e);
+            LogFailure(kNotOpened, component, e);
         }
     }
     void AppendLocked(const std::string& lines, int count, LostLines::Moment now) LUMPAL_REQUIRES(mutex) {
         try {
-            TellWhatIsLostLocked(now);
+            LogWhatIsLostLocked(now);
             file.Append(lines);
         } catch (const LumPalMsg::Exception_t& e) {
             for (int i = 0; i < count; ++i) lost.Add(now, e.GetMessageList());
@@ -72,7 +72,7 @@ private:
             throw;
         }
     }
-    void TellWhatIsLostLocked(LostLines::Moment now) LUMPAL_REQUIRES(mutex) {
+    void LogWhatIsLostLocked(LostLines::Moment now) LUMPAL_REQUIRES(mutex) {
         if (!lost.Any()) return;
         file.Append(LogLines(lost.Notice(), DetailStyle::SameLine, now));
         lost = {};
@@ -91,7 +91,7 @@ std::shared_ptr<Log_t::Impl> OpenOwnLog(const String_t& directory, const String_
     try {
         return std::make_shared<OwnLog>(LumPalIo::File_t(directory, name).ToString(), component, options);
     } catch (const LumPalMsg::Exception_t& e) {
-        SayFailure(kNotOpened, component, e);
+        LogFailure(kNotOpened, component, e);
         return nullptr;
     }
 }

@@ -13,7 +13,7 @@ namespace {
 std::atomic<bool> stopping{false};
 
 struct Sleepers {
-    LumPalThread::PlainMutex_t mutex;
+    LumPalThread::PlainMutex_t mutex;  // unmarked: it orders the sleeping and the waking; the value is an atomic
     std::condition_variable woken;
 };
 

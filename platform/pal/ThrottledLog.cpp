@@ -26,7 +26,7 @@ void ThrottledLog::Warn(const char* text, const LumPalStr::String_t& detail) {
     Log(LumPalMsg::Message_t(message));
 }
 
-void ThrottledLog::Tell(std::chrono::steady_clock::time_point now) noexcept {
+void ThrottledLog::LogRestAt(std::chrono::steady_clock::time_point now) noexcept {
     unsigned count = 0;
     const char* text = "";
     {
@@ -45,7 +45,7 @@ void ThrottledLog::WarnGuarded(const char* text, const char* detail) noexcept {
     try {
         Warn(text, LumPalStr::String_t::FromUtf8(detail));
     } catch (...) {
-        SayLineIsLost();
+        ReportLostLine();
     }
 }
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "../pal/ThrottledLog.h"
+#include "LumPalFileMark.h"
 #include "LumPalKeys.h"
 #include "LumPalLog.h"
 #include "LumPalPlainMutex.h"
@@ -39,7 +40,7 @@ LumPalIo::File_t RightsFile() {
 /// Writes what is wrong with the file in full once: anybody may have it read again, as often as he likes. Any thread.
 class Complaints {
 public:
-    void Tell(const LumPalMsg::MessageList_t& messages) {
+    void Log(const LumPalMsg::MessageList_t& messages) {
         const LumPalThread::PlainLock_t lock(mutex);
         const String_t text = messages.Format(LumPalMsg::Text | LumPalMsg::Details);
         if (messages.GetMessageCount() == 0) {
@@ -52,7 +53,7 @@ public:
         }
     }
     /// Of a file that is as it was.
-    void TellAgain() {
+    void LogAgain() {
         const LumPalThread::PlainLock_t lock(mutex);
         if (last.IsNotEmpty()) Repeat();
     }
@@ -68,32 +69,45 @@ private:
 };
 
 using Content = std::optional<LumPalArray::CharArray_t>;
+using Mark = std::optional<LumPalIo::FileMark>;
+
+/// Some 40,000 senders; lumtrust writes no more either.
+constexpr std::uint64_t kLargestFile = 1u << 20;
 
 /// Of a file that is not there none.
 Content ReadContent() {
     const LumPalIo::File_t file = RightsFile();
     if (!file.Exists()) return std::nullopt;
-    return LumPalIo::ReadAtMost(LumPalIo::FileInputStream_t(file), LumPalIo::kNoLimit);
+    Content content = LumPalIo::ReadWhole(LumPalIo::FileInputStream_t(file), kLargestFile);
+    if (content) return content;
+    throw LumPalIo::IOException_t(LumPalMsg::CreateError_t("'%1' is too large: rights of at most %2 KiB are read.")
+                                  << file.GetAbsolutePath() << static_cast<int>(kLargestFile >> 10));
+}
+
+/// That of a file whose next change is sure to show in it.
+Mark MarkAtRest() {
+    const Mark mark = LumPalIo::MarkOf(RightsFile(), LumPalIo::Links::Followed);
+    return mark && LumPalIo::IsAtRest(*mark) ? mark : std::nullopt;
 }
 
 Rights RightsIn(const Content& content, Complaints& complaints) {
     const Rights rights =
         content ? Rights::Read(LumPalIo::CharArrayInputStream_t::Over(*content), RightsFile().ToString()) : Rights();
-    complaints.Tell(rights.GetProblems());
+    complaints.Log(rights.GetProblems());
     return rights;
 }
 
-void TellFailure(Complaints& complaints, const char* consequence, const LumPalMsg::Exception_t& cause) {
-    complaints.Tell(LumPalMsg::CreateError_t(String_t("Cannot load the rights from '%1': ") + consequence)
-                        .AddDetails(cause.GetMessageList())
-                    << RightsFile().GetAbsolutePath());
+void LogFailure(Complaints& complaints, const char* consequence, const LumPalMsg::Exception_t& cause) {
+    complaints.Log(LumPalMsg::CreateError_t(String_t("Cannot load the rights from '%1': ") + consequence)
+                       .AddDetails(cause.GetMessageList())
+                   << RightsFile().GetAbsolutePath());
 }
 
 /// The content's rights, or the given ones when it cannot be read.
 Rights RightsOr(const Rights& lastGood, const Content& content, Complaints& complaints, const char* consequence) try {
     return RightsIn(content, complaints);
 } catch (const LumPalMsg::Exception_t& e) {
-    TellFailure(complaints, consequence, e);
+    LogFailure(complaints, consequence, e);
     return lastGood;
 }
 
@@ -123,16 +137,20 @@ struct Authorizer::Impl {
     void Load(const char* consequence) {
         // One at a time: who read the file before a change must not set its rights behind who read it afterwards.
         const LumPalThread::PlainLock_t lock(loading);
+        const Mark mark = MarkAtRest();
+        if (mark && mark == seen) return complaints.LogAgain();
+        seen.reset();
         try {
             LoadLocked(ReadContent(), consequence);
+            seen = mark;
         } catch (const LumPalMsg::Exception_t& e) {
             known.reset();
-            TellFailure(complaints, consequence, e);
+            LogFailure(complaints, consequence, e);
         }
     }
     /// What is as it was is not read once more: anybody may ask for it, and others wait for the lock.
     void LoadLocked(Content content, const char* consequence) LUMPAL_REQUIRES(loading) {
-        if (content && known && content->View() == known->View()) return complaints.TellAgain();
+        if (content && known && content->View() == known->View()) return complaints.LogAgain();
         known.reset();
         Set(RightsOr(*Get(), content, complaints, consequence));
         known = std::move(content);
@@ -141,6 +159,7 @@ struct Authorizer::Impl {
     Complaints complaints;
     LumPalThread::PlainMutex_t loading;
     Content known LUMPAL_GUARDED_BY(loading);  ///< what was taken up, or found broken
+    Mark seen LUMPAL_GUARDED_BY(loading);      ///< of the file that held it; none when it may change unseen
     LumPalThread::PlainMutex_t mutex;
     std::shared_ptr<const Rights> rights LUMPAL_GUARDED_BY(mutex) = std::make_shared<Rights>();
 };

@@ -216,12 +216,13 @@ void OwnPair::RequireUsable(const String_t& source) const {
     SetPair(context.get(), *this, source, source);
 }
 
-bool IsStillLetIn(const ssl_st* connection, ssl_ctx_st* context, bool isChecked, std::string& refusal) {
+bool IsStillLetIn(const ssl_st* connection, ssl_ctx_st* context, bool isChecked, ProofEnd& end, std::string& refusal) {
     X509* const certificate = SSL_get0_peer_certificate(connection);
     if (!certificate) return true;
-    if (isChecked && X509_cmp_current_time(X509_get0_notAfter(certificate)) > 0) return true;
+    if (end == ProofEnd()) end = EndOfChain(SSL_get0_verified_chain(connection));
+    if (isChecked && std::chrono::system_clock::now() < end) return true;
     const int verdict = VerdictOnClient(certificate, SSL_get_peer_cert_chain(connection),
-                                        SSL_CTX_get_cert_store(context), SSL_CTX_get_security_level(context));
+                                        SSL_CTX_get_cert_store(context), SSL_CTX_get_security_level(context), &end);
     ERR_clear_error();
     if (verdict != X509_V_OK) refusal = X509_verify_cert_error_string(verdict);
     return verdict == X509_V_OK;

@@ -21,11 +21,13 @@ namespace LumSecCore {
 /// @throws KeyStoreException naming the file that cannot be used
 void ConfigureServer(ssl_ctx_st* context, const NodeIdentity& identity);
 
-/// Whether a client that was let in still would be: its certificate has not ended, and the trusted ones of the context
-/// vouch for it. A client without a certificate has nothing to lose.
-/// @param isChecked  the context vouched for it before: only the end of its time is looked at
+/// Whether a client that was let in still would be: neither its certificate nor one above it has ended, and the trusted
+/// ones of the context vouch for it. A client without a certificate has nothing to lose.
+/// @param isChecked  the context vouched for it before: only the end of its proof is looked at
+/// @param end        of its proof, kept by the caller from one call for the connection to the next; 1970 at first
 /// @param refusal    why not, for a log
-bool IsStillLetIn(const ssl_st* connection, ssl_ctx_st* context, bool isChecked, std::string& refusal);
+bool IsStillLetIn(const ssl_st* connection, ssl_ctx_st* context, bool isChecked,
+                  std::chrono::system_clock::time_point& end, std::string& refusal);
 
 /// The subject common name as UTF-8: empty when there is not exactly one, when it holds a control character or
 /// NUL, is longer than 255 bytes, or is reserved (LumSecAuth::IsReservedId).

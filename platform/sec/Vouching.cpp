@@ -4,6 +4,7 @@
 #include <openssl/x509_vfy.h>
 #include <openssl/x509v3.h>
 
+#include <algorithm>
 #include <memory>
 
 namespace LumSecCore {
@@ -96,7 +97,21 @@ int VerifyChain(X509_STORE_CTX* check) {
     return 0;
 }
 
-int VerdictOnClient(X509* certificate, void* chain, X509_STORE* trusted, int securityLevel) {
+ProofEnd EndOfChain(const void* chain) {
+    const auto* const certificates = static_cast<const STACK_OF(X509)*>(chain);
+    // Cut to the second first: what is left is counted in whole ones, and the end must not move behind the true one.
+    const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+    ProofEnd end = sk_X509_num(certificates) > 0 ? ProofEnd::max() : ProofEnd();
+    for (int i = 0; i < sk_X509_num(certificates); ++i) {
+        int days = 0, seconds = 0;
+        if (ASN1_TIME_diff(&days, &seconds, nullptr, X509_get0_notAfter(sk_X509_value(certificates, i))) != 1)
+            return ProofEnd();
+        end = std::min<ProofEnd>(end, now + std::chrono::hours(24) * days + std::chrono::seconds(seconds));
+    }
+    return end;
+}
+
+int VerdictOnClient(X509* certificate, void* chain, X509_STORE* trusted, int securityLevel, ProofEnd* end) {
     const std::unique_ptr<X509_STORE_CTX, decltype(&X509_STORE_CTX_free)> check(X509_STORE_CTX_new(),
                                                                                 X509_STORE_CTX_free);
     auto* const untrusted = static_cast<STACK_OF(X509)*>(chain);
@@ -106,7 +121,9 @@ int VerdictOnClient(X509* certificate, void* chain, X509_STORE* trusted, int sec
     X509_VERIFY_PARAM* const rules = X509_STORE_CTX_get0_param(check.get());
     X509_VERIFY_PARAM_set_depth(rules, kDeepestChain);
     X509_VERIFY_PARAM_set_auth_level(rules, securityLevel);
-    return VerifyChain(check.get()) == 1 ? X509_V_OK : X509_STORE_CTX_get_error(check.get());
+    if (VerifyChain(check.get()) != 1) return X509_STORE_CTX_get_error(check.get());
+    if (end) *end = EndOfChain(X509_STORE_CTX_get0_chain(check.get()));
+    return X509_V_OK;
 }
 
 }  // namespace LumSecCore

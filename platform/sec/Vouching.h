@@ -2,6 +2,8 @@
 /// Who vouches for whom: the one rule of the server, the client and the proof of policies.
 #pragma once
 
+#include <chrono>
+
 // The library's own names, so that none of its headers shows here.
 struct x509_st;
 struct x509_store_st;
@@ -25,9 +27,17 @@ void LetOnlyAuthoritiesVouch(x509_store_st* trusted);
 ///         authority
 int VerifyChain(x509_store_ctx_st* check);
 
+/// When a proof ends.
+using ProofEnd = std::chrono::system_clock::time_point;
+
+/// The earliest end in a chain (a STACK_OF(X509)) that was verified; 1970 for none.
+ProofEnd EndOfChain(const void* chain);
+
 /// What VerifyChain says of a certificate that a client shows; X509_V_OK when it is let in.
 /// @param chain          what came with it (a STACK_OF(X509)); may be null
 /// @param securityLevel  that of the TLS library (SSL_CTX_set_security_level)
-int VerdictOnClient(x509_st* certificate, void* chain, x509_store_st* trusted, int securityLevel);
+/// @param end            set when it is let in: until then it would be by the same trusted ones; may be null
+int VerdictOnClient(x509_st* certificate, void* chain, x509_store_st* trusted, int securityLevel,
+                    ProofEnd* end = nullptr);
 
 }  // namespace LumSecCore

@@ -196,7 +196,7 @@ private:
     }
 
     const RpcServer::Options options;
-    LumPalThread::PlainMutex_t oneCall;  ///< held during a call when calls run one after another
+    LumPalThread::PlainMutex_t oneCall;  // unmarked: it guards no member, but calls that run one after another
     mutable LumPalThread::PlainMutex_t mutex;
     std::map<String_t, Method> methods LUMPAL_GUARDED_BY(mutex);
     std::shared_ptr<const Description> description LUMPAL_GUARDED_BY(mutex);

@@ -53,7 +53,7 @@ void Session::Start() {
 }
 
 void Session::OnOpened(error_code error, std::size_t) {
-    core.handshakeLog.TellRest();
+    core.handshakeLog.LogRest();
     if (error) {
         static LumPalMetrics::Counter_t failed("lumconf_tls_handshakes_failed_total",
                                                "Connections that ended before their TLS handshake was done.");

@@ -4,6 +4,7 @@
 #include <boost/asio/write.hpp>
 #include <boost/beast/http/write.hpp>
 #include <boost/beast/ssl/ssl_stream.hpp>
+#include <chrono>
 
 #include "Connection_beast.h"
 #include "TlsIdentity.h"
@@ -31,7 +32,8 @@ public:
 
 private:
     const std::shared_ptr<net::ssl::context> settings;
-    std::shared_ptr<net::ssl::context> vouching;  ///< the last that vouched for the peer
+    std::shared_ptr<net::ssl::context> vouching;       ///< the last that vouched for the peer
+    std::chrono::system_clock::time_point endOfProof;  ///< see LumSecCore::IsStillLetIn
     beast::ssl_stream<beast::tcp_stream> stream;
 };
 
@@ -48,7 +50,9 @@ LumSecCore::Peer TlsConnection::GetPeer(std::string& refusal) {
 
 bool TlsConnection::IsPeerStillLetIn(std::shared_ptr<net::ssl::context> current, bool& renewed, std::string& refusal) {
     renewed = current != vouching;
-    if (!LumSecCore::IsStillLetIn(stream.native_handle(), current->native_handle(), !renewed, refusal)) return false;
+    if (!LumSecCore::IsStillLetIn(stream.native_handle(), current->native_handle(), !renewed, endOfProof, refusal)) {
+        return false;
+    }
     vouching = std::move(current);
     return true;
 }

@@ -132,9 +132,11 @@ def main():
     for path in files:
         if path not in state:
             visit(path, [path])
+    tests = [path for path in sorted((ROOT / "tests/unit").rglob("*")) if path.suffix in (".h", ".cpp")]
+    errors += [error for path in tests for error in too_long(path)]
     for error in errors:
         print(error)
-    return 1 if errors or not files else 0
+    return 1 if errors or not files or not tests else 0
 
 
 if __name__ == "__main__":

@@ -25,6 +25,9 @@ MARK = re.compile(r"\b(LUMPAL_(GUARDED_BY|REQUIRES|EXCLUDES|ACQUIRE|RELEASE|ASSE
 BARE = re.compile(r"\bstd::(recursive_|shared_|timed_)?(mutex|lock_guard|unique_lock|scoped_lock)\b")
 # They make the marked ones of them, and may name them.
 MAKERS = {"LumPalPlainMutex.h", "Mutex.cpp", "CondVar.cpp"}
+# A mutex that is a member guards others, or tells why none has its mark, beside it or above.
+MEMBER = re.compile(r"^\s+(?:mutable )?(?:LumPalThread::)?(?:Plain)?Mutex_t (\w+);(.*)$")
+UNMARKED = re.compile(r"// unmarked: \w+")
 INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.M)
 
 
@@ -49,6 +52,27 @@ def bare_mutexes(texts):
             for path, text in texts.items() if path.name not in MAKERS and BARE.search(text)]
 
 
+def is_excused(lines, number):
+    """Whether the line tells why, or the comment right above it."""
+    above = number - 1
+    while above >= 0 and lines[above].strip().startswith("//"):
+        above -= 1
+    return any(UNMARKED.search(line) for line in lines[above + 1:number + 1])
+
+
+def idle_mutexes(texts):
+    """Mutexes that no member of their class is guarded by."""
+    for path, text in texts.items():
+        lines = text.splitlines()
+        for number, line in enumerate(lines):
+            member = MEMBER.match(line)
+            if not member or path.name in DEFINING | MAKERS or is_excused(lines, number):
+                continue
+            if not re.search(rf"GUARDED_BY\((?:\w+(?:\.|->))*{member.group(1)}\)", text):
+                yield (f"{path.relative_to(ROOT)}:{number + 1} guards no member: mark what it guards, or write "
+                       "'// unmarked: why'")
+
+
 def compile_all(paths):
     with tempfile.TemporaryDirectory(prefix="lummarks.") as folder:
         def compile_one(path):
@@ -62,7 +86,7 @@ def compile_all(paths):
 def main():
     texts = product()
     paths = files_with_marks(texts)
-    errors = bare_mutexes(texts) + compile_all(paths)
+    errors = [*bare_mutexes(texts), *idle_mutexes(texts), *compile_all(paths)]
     for error in errors:
         print(error)
     return 1 if errors or not paths else 0

@@ -54,6 +54,7 @@ class Neighbour:
         program = subprocess.Popen(
             [*self.command, "taskset", "--cpu-list", str(processor), sys.executable, __file__, kind,
              self.node_address, str(port)], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        program.kind = kind
         self.programs.append(program)
         program.stdout.readline()
         return program

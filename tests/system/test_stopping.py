@@ -230,12 +230,15 @@ class WithInstallsUnderWay(StoppingTest):
         self.silent_consumer(node)
         prompt = node.consumer("*", name="prompt")
         callers = self.installs(node, 8)
+        before = prompt.events()
         self.assert_stops(node)
         for caller in callers:
             self.assertEqual(caller.wait().value(), wire.CONTROL)
         prompt.process.wait(PATIENCE_S)
-        told = [line for line in prompt.events() if "CHECK_POLICY" in line]
-        self.assertGreater(len(told), 0)
+        behind = prompt.events()[len(before):]
+        # The silent one held all others up, so that at most one had its turn before the signal.
+        told = {number for number in range(8) if any(f"p{number}" in line for line in behind)}
+        self.assertGreaterEqual(len(told), 7, prompt.events())
 
     def test_the_log_says_which_consumer_left_how_much_unacknowledged(self):
         node = self.node()

@@ -130,7 +130,8 @@ const StepRow kSteps[] = {
 INSTANTIATE_TEST_SUITE_P(Rows, NotifyStoreSteps, testing::ValuesIn(kSteps));
 
 TEST_F(NotifyStoreTest, ANumberThatIsNoKindIsRefused) {
-    for (int kind : {0, 5, -1}) EXPECT_RAISES(store.Insert(kind, "t", "a"), LumPalMsg::IllegalStateError_t, 92);
+    for (int kind : {0, 5, -1})
+        EXPECT_RAISES(store.Insert(static_cast<NotifyStore::Kind>(kind), "t", "a"), LumPalMsg::IllegalStateError_t, 92);
 }
 
 TEST_F(NotifyStoreTest, WithNobodyForTheCheckEventASendFailsWithTheReasonInside) {

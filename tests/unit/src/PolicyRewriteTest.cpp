@@ -3,6 +3,7 @@
 
 #include "Exceptions.h"
 #include "PolicyDocs.h"
+#include "RewriteChecks.h"
 
 namespace {
 
@@ -10,49 +11,13 @@ using LumConf::PolicyHeader;
 using LumConf::PolicyHeaderException;
 using LumPalMsg::IllegalStateError_t;
 using LumPalStr::String_t;
+using policydocs::Count;
 using policydocs::Doc;
+using policydocs::ExpectEqual;
+using policydocs::Holds;
 using policydocs::IdRaised;
 using policydocs::Parse;
 using policydocs::Rewrite;
-
-bool Holds(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
-
-int Count(const std::string& text, const std::string& part) {
-    int count = 0;
-    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
-    return count;
-}
-
-/// Every field of both headers is equal.
-void ExpectEqual(const PolicyHeader& a, const PolicyHeader& b) {
-    const LumConf::PolicyRecord x = a.GetImpl()->Snapshot(), y = b.GetImpl()->Snapshot();
-    EXPECT_EQ(x.containerId, y.containerId);
-    EXPECT_EQ(x.versionId, y.versionId);
-    EXPECT_EQ(x.name, y.name);
-    EXPECT_EQ(x.version, y.version);
-    EXPECT_EQ(x.description, y.description);
-    EXPECT_EQ(x.status, y.status);
-    EXPECT_EQ(x.owner, y.owner);
-    EXPECT_EQ(x.typeId, y.typeId);
-    EXPECT_EQ(x.typeVersion, y.typeVersion);
-    EXPECT_EQ(x.typeName, y.typeName);
-    EXPECT_EQ(x.categories, y.categories);
-    EXPECT_EQ(a.GetImpl()->GetRawSignatures(), b.GetImpl()->GetRawSignatures());
-    EXPECT_EQ(a.GetImpl()->GetRawCertificate(), b.GetImpl()->GetRawCertificate());
-    ASSERT_EQ(x.dataFiles.size(), y.dataFiles.size());
-    for (std::size_t i = 0; i < x.dataFiles.size(); ++i) {
-        EXPECT_EQ(x.dataFiles[i].name, y.dataFiles[i].name);
-        EXPECT_EQ(x.dataFiles[i].encoding, y.dataFiles[i].encoding);
-        EXPECT_EQ(x.dataFiles[i].checksum, y.dataFiles[i].checksum);
-    }
-    ASSERT_EQ(x.attributes.size(), y.attributes.size());
-    for (std::size_t i = 0; i < x.attributes.size(); ++i) {
-        EXPECT_EQ(x.attributes[i]->GetName(), y.attributes[i]->GetName());
-        EXPECT_EQ(x.attributes[i]->GetValue(), y.attributes[i]->GetValue());
-    }
-}
 
 TEST(PolicyRewrite, ADocumentKeepsItsMeaning) {
     const std::string text = policydocs::TestDocument("complete_header.xml");
@@ -351,82 +316,6 @@ TEST(PolicyRewrite, DeepUnknownElementsDoNotOutgrowTheirIndentation) {
     const std::string out = Rewrite(doc.Text(), Parse(doc.Text()));
     EXPECT_EQ(Count(out, "<a>"), levels);
     EXPECT_LT(out.size(), levels * 150u);
-}
-
-struct RepeatRow {
-    const char* what;
-    const char* element;  ///< stands in the document over and over
-    std::string policydocs::Doc::*where;
-};
-
-class PolicyRewriteRepeats : public testing::TestWithParam<RepeatRow> {
-protected:
-    /// Each value and each list is long, and `times` elements of the row's kind are not.
-    static std::string Text(int times) {
-        Doc doc;
-        doc.description = std::string(20000, 'd');
-        doc.certificate = std::string(20000, 'Q');
-        doc.categories.clear();
-        doc.attributes.clear();
-        for (int i = 0; i < 1000; ++i) {
-            doc.categories += "<category>c" + std::to_string(i) + "</category>";
-            doc.attributes += "<attribute><name>n</name><value>" + std::to_string(i) + "</value></attribute>";
-        }
-        for (int i = 0; i < times; ++i) doc.*GetParam().where += GetParam().element;
-        return doc.Text();
-    }
-};
-
-TEST_P(PolicyRewriteRepeats, ASecondElementIsFilledAsTheFirst) {
-    const std::string once = Text(0), twice = Text(1);
-    const PolicyHeader header = Parse(once);
-    const std::string output = Rewrite(twice, header);
-    ExpectEqual(Parse(output), header);
-    EXPECT_GT(output.size(), once.size() + 9000) << "the longest value or list stands there again";
-}
-
-TEST_P(PolicyRewriteRepeats, VeryManyElementsDoNotMultiplyALongValueOrAList) {
-    const std::string text = Text(5000);
-    const PolicyHeader header = Parse(Text(0));
-    const std::string output = Rewrite(text, header);
-    EXPECT_LT(output.size(), 32 * text.size());
-    ExpectEqual(Parse(output), header);
-    EXPECT_LT(Rewrite(output, header).size(), output.size() + 1000) << "a rewrite of a rewrite adds line ends";
-}
-
-const RepeatRow kRepeats[] = {
-    {"Field", "<description/>", &Doc::inPolicy},
-    {"FieldWithAnElementInside", "<description><unknown/></description>", &Doc::inPolicy},
-    {"Certificate", "<certificate/>", &Doc::inHeader},
-    {"Categories", "<categories/>", &Doc::inPolicy},
-    {"CategoriesWithOneEach", "<categories><category>c1</category></categories>", &Doc::inPolicy},
-    {"Attributes", "<attributes/>", &Doc::inPolicy},
-};
-INSTANTIATE_TEST_SUITE_P(Rows, PolicyRewriteRepeats, testing::ValuesIn(kRepeats),
-                         [](const auto& row) { return std::string(row.param.what); });
-
-TEST(PolicyRewrite, ListsThatADocumentLacksDoNotComeWithEachOfVeryManyPolicies) {
-    Doc doc;
-    doc.without = {"categories", "attributes"};
-    const PolicyHeader header = Parse(doc.Text());
-    for (int i = 0; i < 1000; ++i) header.SetCategory(String_t::FromUtf8("c" + std::to_string(i)));
-    for (int i = 0; i < 5000; ++i) doc.inHeader += "<policy/>";
-    const std::string output = Rewrite(doc.Text(), header);
-    EXPECT_LT(output.size(), 32 * (doc.Text().size() + 30000));
-    EXPECT_EQ(Parse(output).GetCategoryCount(), 1000);
-}
-
-TEST(PolicyRewrite, AValueThatStandsThereTooOftenIsLeftOutWithWhatStandsInside) {
-    Doc doc;
-    for (int i = 0; i < 40; ++i) doc.inPolicy += "<name>other<unknown>" + std::to_string(i) + "</unknown></name>";
-    doc.inPolicy += "<unknown>kept</unknown>";
-    const PolicyHeader header = Parse(doc.Text());
-    const std::string output = Rewrite(doc.Text(), header);
-    EXPECT_EQ(Count(output, "<name>") - Count(Rewrite(Doc().Text(), header), "<name>"), 15);
-    EXPECT_TRUE(Holds(output, "<unknown>14</unknown>"));
-    EXPECT_FALSE(Holds(output, "<unknown>15</unknown>"));
-    EXPECT_TRUE(Holds(output, "<unknown>kept</unknown>"));
-    ExpectEqual(Parse(output), header);
 }
 
 }  // namespace

@@ -13,6 +13,7 @@ StoreChange Example() {
                      {StoreChange::Waiting::Incoming,
                       LumPalStr::String_t::FromUtf8("d ä=1"),
                       {"files", LumPalStr::String_t::FromUtf8("d ä=1")}}};
+    change.placed[1].former = {18446744073709551615u, 7, -1};
     change.deleted = {{"old", "gone"}};
     return change;
 }
@@ -31,6 +32,8 @@ TEST(StoreChange, ARecordReadsBackAsItWasWritten) {
     ASSERT_EQ(back.placed.size(), 2u);
     EXPECT_EQ(back.placed[0].waiting, StoreChange::Waiting::Temporary);
     EXPECT_EQ(back.placed[1].place.name, change.placed[1].place.name);
+    EXPECT_EQ(back.placed[0].former, std::nullopt);
+    EXPECT_EQ(back.placed[1].former, change.placed[1].former);
     EXPECT_EQ(back.deleted, change.deleted);
     EXPECT_EQ(back.emptied, change.emptied);
 }
@@ -42,6 +45,15 @@ TEST(StoreChange, ARecordCutAnywhereIsNone) {
         int line = 0;
         EXPECT_FALSE(StoreChange::FromText(Bytes(text.substr(0, length)), back, line)) << length;
     }
+}
+
+TEST(StoreChange, ARecordWithoutWhatStoodInThePlacesReadsAsBefore) {
+    StoreChange back;
+    int line = 0;
+    const std::string text = "lumconf store change 1\nplace\tincoming\tx\tfiles\ta\nend\n";
+    ASSERT_TRUE(StoreChange::FromText(Bytes(text), back, line));
+    ASSERT_EQ(back.placed.size(), 1u);
+    EXPECT_EQ(back.placed[0].former, std::nullopt);
 }
 
 TEST(StoreChange, WhatIsNoRecordIsRefusedAndItsLineIsNamed) {
@@ -61,6 +73,9 @@ TEST(StoreChange, WhatIsNoRecordIsRefusedAndItsLineIsNamed) {
         {"too many fields", head + "delete\tfiles\ta\tb\nend\n", 2},
         {"an unknown folder", head + "place\toutgoing\tx\tfiles\ta\nend\n", 2},
         {"a waiting name that leads elsewhere", head + "place\tincoming\t../x\tfiles\ta\nend\n", 2},
+        {"half a former file", head + "place\tincoming\tx\tfiles\ta\t1\nend\n", 2},
+        {"a former file that is no number", head + "place\tincoming\tx\tfiles\ta\t1\t2x\t3\nend\n", 2},
+        {"a former file below zero", head + "place\tincoming\tx\tfiles\ta\t-1\t2\t3\nend\n", 2},
         {"a type that leads elsewhere", head + "empty\t.\nend\n", 2},
         {"an empty line", head + "\nend\n", 2},
         {"no end", head + "empty\tfiles\n", 2},

@@ -159,6 +159,41 @@ TEST(StoreCrash, AStartThatIsKilledWhileItFinishesAChangeIsFollowedByOneThatFini
     }
 }
 
+/// Starts the node and compares: a change that can be finished is, and of one that cannot nothing is touched any more.
+void ExpectNewOrUntouched(const Folder& folder, const std::string& node, const StoreChangeCase& change) {
+    InProcess([&] {
+        const std::vector<NodeTree> allowed = AllowedTrees(folder.Path(), change);
+        const NodeTree before = TreeOf(node + "/policies");
+        const NodeTree found = TreeAfterRestart(node);
+        const bool aside = fs::exists(node + "/spool/store.change.unreadable");
+        const std::string difference =
+            aside ? Difference(before, TreeOf(node + "/policies")) : Difference(allowed.back(), found);
+        if (!difference.empty()) throw std::runtime_error((aside ? "touched:\n" : "not the new one:\n") + difference);
+    });
+}
+
+TEST(StoreCrash, AChangeWhoseFilesAreGoneIsPutAsideAndNothingIsMixed) {
+    const std::set<std::string> tried{"an update", "a forced update", "a forced change of the type"};
+    const std::vector<std::vector<std::string>> cleared{
+        {"/tmp/conf_tmp"}, {"/spool/incoming"}, {"/tmp/conf_tmp", "/spool/incoming"}};
+    for (const StoreChangeCase& change : AllStoreChanges()) {
+        if (tried.count(change.what) == 0) continue;
+        const Folder folder;
+        const std::string node = folder.Path() + "/node";
+        for (const std::vector<std::string>& folders : cleared) {
+            bool over = false;
+            for (int nth = 1; !over && nth < 1000; ++nth) {
+                if (!KillChangeAt(nth, node, change, over)) continue;
+                for (const std::string& work : folders) ASSERT_GT(fs::remove_all(node + work), 0u) << work;
+                SCOPED_TRACE(std::string(change.what) + " killed before operation " + std::to_string(nth) +
+                             ", gone: " + folders.front() + " and " + std::to_string(folders.size() - 1) + " more");
+                ExpectNewOrUntouched(folder, node, change);
+                if (testing::Test::HasFailure()) return;
+            }
+        }
+    }
+}
+
 TEST_P(StoreCrash, BeforeTheAnswerAllThatItPromisesIsFlushed) {
     const StoreChangeCase& change = GetParam();
     InProcess([&] {

@@ -8,6 +8,7 @@
 
 #include "Faults.h"
 #include "Files.h"
+#include "FlushFollower.h"
 #include "ForkedProcess.h"
 #include "LumSecPki.h"
 #include "TempRoot.h"
@@ -89,15 +90,28 @@ void Prepare(const TempRoot& root) {
     InstallTrust("old", authority.Certificate());
 }
 
+/// The words of a command with its files in the root.
+std::vector<std::string> WordsAt(const TempRoot& root, std::vector<std::string> words) {
+    for (std::string& word : words)
+        if (word.starts_with("FILE/")) word = root.Native() + word.substr(4);
+    return words;
+}
+
+/// What a power cut behind a command that was done could take back of it.
+std::vector<std::string> UnflushedBy(const TempRoot& root, const std::vector<std::string>& words) {
+    const FlushFollower follower(root.Native(), {});
+    EXPECT_EQ(Run(WordsAt(root, words)), 0);
+    EXPECT_GT(follower.Flushes(), 0);
+    return follower.Faults();
+}
+
 /// Lets each flush of a command fail. @return how many there were
 int FailEachFlush(const Command& command, bool repeated) {
     int flushes = 0;
     ForEachFault([&](int nth) {
         const TempRoot root(kFastFolder);
         Prepare(root);
-        std::vector<std::string> words = command.words;
-        for (std::string& word : words)
-            if (word.starts_with("FILE/")) word = root.Native() + word.substr(4);
+        const std::vector<std::string> words = WordsAt(root, command.words);
         if (repeated) {
             EXPECT_EQ(Run(words), command.code);
         }
@@ -132,6 +146,27 @@ TEST(TrustFiles, AFlushThatFailsIsAFailureOfTheCommandAlsoWhenThereIsNothingToDo
         SCOPED_TRACE(command.words.front());
         EXPECT_GE(FailEachFlush(command, false), command.flushes);
         EXPECT_GE(FailEachFlush(command, true), command.flushesRepeated);
+    }
+}
+
+TEST(TrustFiles, BeforeACommandSaysThatItIsDoneAllOfItIsFlushed) {
+    const std::vector<std::vector<std::string>> commands = {
+        {"grant", "operator", "list"},
+        {"grant", "operator", "install"},
+        {"revoke", "operator", "list"},
+        {"revoke", "operator"},
+        {"trust", "FILE/ca.pem"},
+        {"trust", "FILE/ca.pem", "--alias", "other"},
+        {"untrust", "old"},
+        {"request", "--core-id", "node-1"},
+        {"request", "--core-id", "node-1", "-o", "FILE/node.csr"},
+        {"install", "FILE/node.pem", "--key", "FILE/node.key"},
+    };
+    const TempRoot root(kFastFolder);
+    Prepare(root);
+    for (const std::vector<std::string>& command : commands) {
+        SCOPED_TRACE(testing::PrintToString(command));
+        EXPECT_EQ(UnflushedBy(root, command), std::vector<std::string>());
     }
 }
 

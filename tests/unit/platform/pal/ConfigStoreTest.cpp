@@ -1,21 +1,17 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <atomic>
+#include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
+#include <functional>
+#include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
+#include "ConfigStoreForTest.h"
 #include "LumPalCfgFile.h"
 #include "LumPalConfig.h"
-#include "LumPalFault.h"
 #include "LumPalIo.h"
-#include "TempRoot.h"
 
 using LumPalCfgFile::SyntaxException_t;
 using LumPalConfig::ConfigBase_t;
@@ -26,40 +22,6 @@ using LumPalConfig::ConfigUpdate_t;
 using LumPalConfig::Configuration_t;
 using LumPalMsg::IllegalArgumentError_t;
 using LumPalStr::String_t;
-
-namespace {
-
-class ConfigStore : public testing::Test {
-protected:
-    std::string Folder() const { return root.Native() + "/etc/pal/config/"; }
-    std::string Local() const { return Folder() + "local_settings.ini"; }
-    std::string Policy() const { return Folder() + "policy_settings.ini"; }
-    std::string NewPolicy() const { return Folder() + "new_policy_settings.ini"; }
-
-    static void Put(const std::string& path, const std::string& text) {
-        std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-        std::ofstream(path, std::ios::binary) << text;
-    }
-    static std::string Text(const std::string& path) {
-        std::ostringstream text;
-        text << std::ifstream(path, std::ios::binary).rdbuf();
-        return text.str();
-    }
-    static String_t Value(const char* nameSpace, const char* name) {
-        return ConfigNamespace_t(nameSpace).Open().GetValue(name);
-    }
-    static void Set(const String_t& package, const char* nameSpace, const char* name, const String_t& value) {
-        Configuration_t config(nameSpace);
-        config.SetAttrValue(name, value);
-        ConfigUpdate_t update(package);
-        update.SetConfig(config);
-        update.Apply();
-    }
-
-    TempRoot root;
-};
-
-}  // namespace
 
 TEST_F(ConfigStore, AnAbsentDatabaseIsEmptyAndReadingMakesNothing) {
     EXPECT_EQ(ConfigNamespace_t("a").Open().GetAttrCount(), 0);
@@ -130,6 +92,49 @@ TEST_F(ConfigStore, ABrokenFileIsASyntaxErrorThatNamesIt) {
     EXPECT_THROW(ConfigBase_t::Open(""), SyntaxException_t);
     Put(Local(), "[a]\nk=2\n");
     EXPECT_EQ(Value("a", "k"), "2");
+}
+
+namespace {
+
+/// The text of the failure. @return empty without one
+std::string IoErrorOf(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const LumPalIo::IOException_t& e) {
+        return e.GetMessageList().Format(LumPalMsg::Text | LumPalMsg::Details).ToUtf8();
+    }
+    return {};
+}
+
+class Endless : public LumPalIo::InputStream_t::Impl {
+    std::int64_t Read(char* target, std::size_t length) override {
+        std::fill_n(target, length, '#');
+        return static_cast<std::int64_t>(length);
+    }
+};
+
+}  // namespace
+
+TEST_F(ConfigStore, AFileThatIsTooLargeIsAnErrorThatNamesIt) {
+    Put(Local(), "[a]\nk=1\n");
+    std::filesystem::resize_file(Local(), (64u << 20) + 1);
+    const std::string text = IoErrorOf([] { Value("a", "k"); });
+    EXPECT_NE(text.find("local_settings.ini' is too large: settings have at most 64 MiB."), text.npos) << text;
+}
+
+TEST_F(ConfigStore, AStreamWithoutEndIsAnErrorThatNamesItsSource) {
+    ConfigGroup_t group;
+    const LumPalIo::InputStream_t stream(std::make_shared<Endless>());
+    const std::string text = IoErrorOf([&] { LumPalCfgFile::ConfigReader_t::Load(stream, group, "the source"); });
+    EXPECT_EQ(text, "'the source' is too large: settings have at most 64 MiB.");
+}
+
+TEST_F(ConfigStore, SettingsThatCouldNotBeReadBackAreNotWritten) {
+    Set("", "a", "k", "old");
+    const std::string large(64u << 20, 'x');
+    const std::string text = IoErrorOf([&] { Set("", "a", "k", String_t::FromUtf8(large)); });
+    EXPECT_NE(text.find("local_settings.ini' is too large"), text.npos) << text;
+    EXPECT_EQ(Value("a", "k"), "old");
 }
 
 TEST_F(ConfigStore, AFolderInTheFilesPlaceIsAnIoError) {
@@ -286,123 +291,4 @@ TEST_F(ConfigStore, EveryValueSurvivesAnUpdate) {
     const String_t value = String_t(u" a\\b=\n[c]\r# \U0001F600 ") + String_t(char16_t(0xD800));
     Set("", "[x] =", "#k=", value);
     EXPECT_EQ(Value("[x] =", "#k="), value);
-}
-
-TEST_F(ConfigStore, UpdatesAtTheSameTimeLoseNothing) {
-    constexpr int Threads = 4, Each = 10;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < Threads; ++t) {
-        threads.emplace_back([t] {
-            for (int i = 0; i < Each; ++i) {
-                const std::string name = "k" + std::to_string(t) + "_" + std::to_string(i);
-                Set("", "a", name.c_str(), "1");
-            }
-        });
-    }
-    for (auto& thread : threads) thread.join();
-    EXPECT_EQ(ConfigNamespace_t("a").Open().GetAttrCount(), Threads * Each);
-}
-
-TEST_F(ConfigStore, UpdatesOfSeveralProcessesLoseNothing) {
-    constexpr int Processes = 3, Each = 20;
-    std::vector<pid_t> children;
-    for (int p = 0; p < Processes; ++p) {
-        const pid_t child = fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            int code = 0;
-            try {
-                for (int i = 0; i < Each; ++i) {
-                    const std::string name = "k" + std::to_string(p) + "_" + std::to_string(i);
-                    Set("", "a", name.c_str(), "1");
-                }
-            } catch (...) {
-                code = 1;
-            }
-            _exit(code);
-        }
-        children.push_back(child);
-    }
-    for (const pid_t child : children) {
-        int status = -1;
-        EXPECT_EQ(waitpid(child, &status, 0), child);
-        EXPECT_EQ(status, 0);
-    }
-    EXPECT_EQ(ConfigNamespace_t("a").Open().GetAttrCount(), Processes * Each);
-}
-
-TEST_F(ConfigStore, AReaderSeesTheOldFileOrTheNewOne) {
-    const auto writeBoth = [](const String_t& value) {
-        Configuration_t config("a");
-        for (const char* name : {"first", "last"}) config.SetAttrValue(name, value);
-        ConfigUpdate_t update("");
-        update.SetConfig(config);
-        update.Apply();
-    };
-    writeBoth("0");
-    std::atomic<bool> done{false};
-    std::thread writer([&] {
-        for (int i = 1; i < 40; ++i) writeBoth(LumPalStr::NumToStr(i));
-        done = true;
-    });
-    while (!done) {
-        const Configuration_t config = ConfigNamespace_t("a").Open();
-        ASSERT_EQ(config.GetAttrCount(), 2);
-        ASSERT_EQ(config.GetValue("first"), config.GetValue("last"));
-    }
-    writer.join();
-}
-
-namespace {
-
-std::atomic<int> operationsLeft{0};
-
-bool FailLast(const char*, const char*) {
-    return --operationsLeft == 0;
-}
-
-}  // namespace
-
-TEST_F(ConfigStore, AfterAnyFailureTheOldFileStandsOrTheNewOneDoes) {
-    Set("", "a", "k", "old");
-    int failures = 0;
-    for (int n = 1;; ++n) {
-        Set("", "a", "k", "old");
-        operationsLeft = n;
-        LumPalIo::SetFaultHookForTest(FailLast);
-        bool failed = false;
-        try {
-            Set("", "a", "k", "new");
-        } catch (const LumPalIo::IOException_t&) {
-            failed = true;
-        }
-        LumPalIo::SetFaultHookForTest(nullptr);
-        const std::string text = Text(Local());
-        EXPECT_TRUE(text == "[a]\nk=old\n" || text == "[a]\nk=new\n") << "operation " << n << ": " << text;
-        EXPECT_EQ(Value("a", "k"), text == "[a]\nk=old\n" ? "old" : "new") << "operation " << n;
-        if (operationsLeft > 0) break;
-        failures += failed;
-    }
-    EXPECT_GE(failures, 5);
-    EXPECT_EQ(Text(Local()), "[a]\nk=new\n");
-}
-
-TEST_F(ConfigStore, AfterAnyFailureOfATakeOverOneOfBothFilesStands) {
-    for (int n = 1;; ++n) {
-        Put(Policy(), "[a]\nk=old\n");
-        Put(NewPolicy(), "[a]\nk=new\n");
-        operationsLeft = n;
-        LumPalIo::SetFaultHookForTest(FailLast);
-        bool failed = false;
-        try {
-            ConfigUpdate_t("").Apply();
-        } catch (const LumPalIo::IOException_t&) {
-            failed = true;
-        }
-        LumPalIo::SetFaultHookForTest(nullptr);
-        const std::string text = Text(Policy());
-        EXPECT_TRUE(text == "[a]\nk=new\n" || (failed && text == "[a]\nk=old\n")) << "operation " << n << ": " << text;
-        if (operationsLeft > 0) break;
-        EXPECT_TRUE(failed) << "operation " << n;
-    }
 }

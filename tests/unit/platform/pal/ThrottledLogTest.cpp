@@ -12,9 +12,9 @@ TEST(ThrottledLog, WhatWasNotWrittenIsCountedAndToldAtTheEnd) {
     const CapturedLog log(root.Native());
     {
         LumPalLog::ThrottledLog throttled;
-        throttled.TellRest();
+        throttled.LogRest();
         for (int i = 0; i < 1000; ++i) throttled.Warn("It was refused: %1", "by this test");
-        throttled.TellRest();  // its time is not over
+        throttled.LogRest();  // its time is not over
         const std::string said = log.Text();
         EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1);
     }

@@ -200,6 +200,12 @@ TEST(SaxParser, ReportsTheEventsOfADocumentType) {
          "{resolve:null,t;skip:[dtd];resolve:null,s;skip:%p;<a></a>}"},
         {"an internal parameter entity is read",
          "<!DOCTYPE a [<!ENTITY % p \"<!ENTITY e 'x'>\">%p;]><a k='&e;'>1&e;2</a>", "{<a k='x'>'1x2'</a>}"},
+        {"two of one system id, each by its name",
+         "<!DOCTYPE a [<!ENTITY e SYSTEM 's'><!ENTITY f SYSTEM 's'>]><a>&f;&e;&f;</a>",
+         "{<a>resolve:null,s;skip:f;resolve:null,s;skip:e;resolve:null,s;skip:f;</a>}"},
+        {"also where one is a parameter entity, and with public ids",
+         "<!DOCTYPE a [<!ENTITY % p SYSTEM 's'><!ENTITY % q PUBLIC 'i' 's'><!ENTITY e SYSTEM 's'>%q;%p;]><a>&e;</a>",
+         "{resolve:i,s;skip:%q;resolve:null,s;skip:%p;<a>resolve:null,s;skip:e;</a>}"},
         {"an external entity within an internal one",
          "<!DOCTYPE a [<!ENTITY e '1&x;2'><!ENTITY x SYSTEM 's'>]><a>&e;</a>", "{<a>'1'resolve:null,s;skip:x;'2'</a>}"},
     });

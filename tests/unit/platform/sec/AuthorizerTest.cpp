@@ -165,14 +165,62 @@ TEST_F(AuthorizerTest, AFileThatGoesAndComesBackAsItWasGrantsTheSameAgain) {
 
 TEST_F(AuthorizerTest, AFileThatIsAsItWasIsNotTakenUpOnceMore) {
     std::string text = "[conf]\n";
-    for (int i = 0; i < 50000; ++i) text += "sender" + std::to_string(i) + "=install list\n";
+    for (int i = 0; i < 40000; ++i) text += "sender" + std::to_string(i) + "=install list\n";
     WriteRights(text);
     const auto begin = std::chrono::steady_clock::now();
     Authorizer authorizer;
     const auto once = std::chrono::steady_clock::now() - begin;
     for (int i = 0; i < 10; ++i) authorizer.Update();
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 4 * once) << "eleven times without it";
-    EXPECT_EQ(Held(authorizer, "sender49999"), 17u);
+    EXPECT_EQ(Held(authorizer, "sender39999"), 17u);
+}
+
+namespace {
+
+std::atomic<int> readings{0};
+
+bool CountReading(const char* operation, const char* path) {
+    if (std::string_view(operation) == "read" && std::string_view(path).ends_with("/authorization.ini")) ++readings;
+    return false;
+}
+
+}  // namespace
+
+TEST_F(AuthorizerTest, AFileThatWasLeftAloneIsNotOpenedOnceMore) {
+    // One that nobody has touched for a while.
+    const std::string place = root.Native() + "/etc/authorization.ini";
+    std::filesystem::create_directories(root.Native() + "/etc");
+    std::filesystem::create_symlink(LUM_TEST_DATA "/rights/authorization.ini", place);
+    Authorizer authorizer;
+    readings = 0;
+    LumPalIo::SetFaultHookForTest(CountReading);
+    for (int i = 0; i < 10; ++i) authorizer.Update();
+    EXPECT_EQ(readings, 0);
+    std::filesystem::remove(place);
+    WriteRights("[conf]\nsender=list\n");
+    authorizer.Update();
+    LumPalIo::SetFaultHookForTest(nullptr);
+    EXPECT_EQ(readings, 1);
+    EXPECT_EQ(Held(authorizer, "sender"), 16u);
+}
+
+TEST_F(AuthorizerTest, AChangeOfTheSameLengthRightBehindAnotherOneIsTakenUp) {
+    WriteRights("[conf]\nsender=list\n");
+    Authorizer authorizer;
+    for (int round = 0; round < 300; ++round) {
+        WriteRights(round % 2 ? "[conf]\nsender=list\n" : "[conf]\nsender=sign\n");
+        authorizer.Update();
+        ASSERT_EQ(Held(authorizer, "sender"), round % 2 ? 16u : 256u) << round;
+    }
+}
+
+TEST_F(AuthorizerTest, AFileThatIsTooLargeIsABrokenOne) {
+    WriteRights("[conf]\nsender=install\n");
+    Authorizer authorizer;
+    WriteRights("[conf]\nsender=list\n#" + std::string(1 << 20, 'x') + "\n");
+    authorizer.Update();
+    EXPECT_EQ(Held(authorizer, "sender"), 1u);
+    EXPECT_TRUE(log.Holds("authorization.ini' is too large: rights of at most 1024 KiB are read.")) << log.Text();
 }
 
 TEST_F(AuthorizerTest, ABrokenFileKeepsTheLastGoodRights) {

@@ -263,6 +263,63 @@ TEST_F(TlsHandshake, AClientWhoseCertificateEndsIsRefusedOnAnOpenConnectionToo) 
     EXPECT_TRUE(IsLogged("certificate has expired"));
 }
 
+namespace {
+
+/// The same authority with a certificate that ends soon.
+TestAuthority Ending(const TestAuthority& authority, long seconds) {
+    TestIdentity identity = authority.Self();
+    const auto input = [](const std::string& text) {
+        return BIO_new_mem_buf(text.data(), static_cast<int>(text.size()));
+    };
+    BIO *const keyText = input(identity.key), *const text = input(identity.certificate),
+               *const out = BIO_new(BIO_s_mem());
+    EVP_PKEY* const key = PEM_read_bio_PrivateKey(keyText, nullptr, nullptr, nullptr);
+    X509* const certificate = PEM_read_bio_X509(text, nullptr, nullptr, nullptr);
+    X509_gmtime_adj(X509_getm_notAfter(certificate), seconds);
+    X509_sign(certificate, key, EVP_sha256());
+    PEM_write_bio_X509(out, certificate);
+    char* bytes = nullptr;
+    const long length = BIO_get_mem_data(out, &bytes);
+    identity.certificate.assign(bytes, static_cast<std::size_t>(length));
+    X509_free(certificate);
+    EVP_PKEY_free(key);
+    for (BIO* const one : {keyText, text, out}) BIO_free(one);
+    return TestAuthority(identity);
+}
+
+}  // namespace
+
+TEST_F(TlsHandshake, AClientWhoseAuthorityEndsIsRefusedOnAnOpenConnectionToo) {
+    std::string first;
+    std::optional<TlsClient> client;
+    for (long seconds = 2; seconds < 300 && !Has(first, "from <operator>"); seconds *= 2) {
+        const TestAuthority ending = Ending(TestAuthority("ending"), seconds);
+        InstallTrust("ending", ending.Certificate());
+        server->server.SetIdentity(LumSecCore::NodeIdentity::Load());
+        client.emplace(server->GetPort());
+        first = client->Show(ending.Issue("operator", "")).Exchange();
+    }
+    ASSERT_TRUE(Has(first, "from <operator>")) << first;
+    std::string last;
+    EXPECT_TRUE(Eventually([&] { return !Has(last = client->ExchangeAgain(), "from <operator>"); }));
+    EXPECT_TRUE(Has(last, "HTTP/1.1 403")) << last;
+    EXPECT_TRUE(IsLogged("certificate has expired"));
+}
+
+TEST_F(TlsHandshake, WhoIsProvenByAnAuthorityOfTheSameKeyStaysUntilThatOneEnds) {
+    const TestAuthority lasting("twice");
+    InstallTrust("twice", lasting.Certificate());
+    server->server.SetIdentity(LumSecCore::NodeIdentity::Load());
+    TlsClient client(server->GetPort());
+    ASSERT_TRUE(Has(client.Show(lasting.Issue("operator", "")).Exchange(), "from <operator>"));
+    // The same key, vouched for anew with an end that comes sooner.
+    InstallTrust("twice", Ending(lasting, 3).Certificate());
+    server->server.SetIdentity(LumSecCore::NodeIdentity::Load());
+    std::string answer;
+    EXPECT_TRUE(Eventually([&] { return !Has(answer = client.ExchangeAgain(), "from <operator>"); }));
+    EXPECT_TRUE(Has(answer, "HTTP/1.1 403")) << answer;
+}
+
 TEST_F(TlsHandshake, OldProtocolsAreRefused) {
     for (const int version : {SSL3_VERSION, TLS1_VERSION, TLS1_1_VERSION}) {
         TlsClient client(server->GetPort());
