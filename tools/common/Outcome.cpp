@@ -98,6 +98,9 @@ const char* Outcome::Word() const {
             return "done, nobody told";
         case kSomeFailed:
             return "some failed";
+        case kInterrupted:
+        case kTerminated:
+            return wasBegun ? "unknown" : "not asked";
     }
     return "";
 }

@@ -21,8 +21,10 @@ struct MessageLine {
 struct Outcome {
     ExitCode code = kDone;
     std::vector<MessageLine> messages;
+    bool wasBegun = true;  ///< false: nothing was asked of anybody before the user ended it
 
-    /// "done", "nothing to do", "not found", "refused", "failed", "unreachable", "done, nobody told".
+    /// "done", "nothing to do", "not found", "refused", "failed", "unreachable", "done, nobody told", "unknown", "not
+    /// asked".
     const char* Word() const;
 };
 

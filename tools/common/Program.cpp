@@ -1,6 +1,7 @@
 #include "common/Program.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <iostream>
 #include <string>
 
@@ -9,6 +10,7 @@
 #include "LumPalRuntime.h"
 #include "common/ExitCode.h"
 #include "common/Outcome.h"
+#include "common/ProgramName.h"
 #include "common/Utf8Arguments.h"
 
 namespace lumtools {
@@ -60,15 +62,22 @@ int Work(const Program& program, CLI::App& app, const Actions& actions, std::vec
     return found == actions.end() ? kWrongUsage : RunAction(app, found->second);
 }
 
-int Ended(const Program& program, int code) {
+int Ended(int code) {
     if (std::cout.flush()) return code;
-    std::cerr << program.name << ": standard output cannot be written\n";
+    std::cerr << ProgramName() << ": standard output cannot be written\n";
     return code == kDone ? kFailed : code;
 }
 
 }  // namespace
 
+void EndNow(int code) {
+    const int ended = Ended(code);
+    std::cerr.flush();
+    std::_Exit(ended);
+}
+
 int RunProgram(const Program& program, int argc, char** argv) {
+    SetProgramName(program.name);
     // What a tool opens, a file of keys perhaps, must not take the number of a stream that is closed.
     LumPalConsole::OccupyStandardStreams();
     LumPalRuntime::KeepOutOfCoreImages();
@@ -87,7 +96,7 @@ int RunProgram(const Program& program, int argc, char** argv) {
     }
     app.footer(program.footer);
     for (const auto& [subcommand, action] : actions) subcommand->footer(program.footer);
-    return Ended(program, Work(program, app, actions, Arguments(argc, argv)));
+    return Ended(Work(program, app, actions, Arguments(argc, argv)));
 }
 
 }  // namespace lumtools

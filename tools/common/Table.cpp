@@ -12,6 +12,7 @@ namespace lumtools {
 namespace {
 
 constexpr int kGap = 2;
+constexpr const char* kEllipsis = "\u2026";
 /// A longer cell stands out of its column: as many blanks in every other line would fill a screen, or the memory.
 constexpr int kWidestColumn = 100;
 
@@ -41,6 +42,11 @@ const Range kWide[] = {{0x1100, 0x115F},   {0x2E80, 0x303E},   {0x3041, 0xA4CF},
                        {0x1F300, 0x1F64F}, {0x1F900, 0x1F9FF}, {0x20000, 0x3FFFD}};
 const Range kNone[] = {{0x0300, 0x036F}, {0x200B, 0x200F}, {0x20D0, 0x20FF}, {0xFE00, 0xFE0F}, {0xFE20, 0xFE2F}};
 
+int WidthOf(std::uint32_t point) {
+    if (IsIn(std::begin(kNone), std::end(kNone), point)) return 0;
+    return IsIn(std::begin(kWide), std::end(kWide), point) ? 2 : 1;
+}
+
 bool IsControl(std::uint32_t point) {
     // Line and paragraph separators and the bidirectional controls rearrange a terminal's line too.
     const Range controls[] = {{0, 0x1F}, {0x7F, 0x9F}, {0x2028, 0x202E}, {0x2066, 0x2069}};
@@ -51,12 +57,19 @@ bool IsControl(std::uint32_t point) {
 
 int DisplayWidth(const std::string& utf8) {
     int width = 0;
-    for (std::size_t at = 0; at < utf8.size();) {
-        const std::uint32_t point = Next(utf8, at);
-        if (IsIn(std::begin(kNone), std::end(kNone), point)) continue;
-        width += IsIn(std::begin(kWide), std::end(kWide), point) ? 2 : 1;
-    }
+    for (std::size_t at = 0; at < utf8.size();) width += WidthOf(Next(utf8, at));
     return width;
+}
+
+std::string Shortened(const std::string& utf8, int columns) {
+    int width = 0;
+    std::size_t cut = 0;  // behind what leaves room for the ellipsis
+    for (std::size_t at = 0; at < utf8.size();) {
+        width += WidthOf(Next(utf8, at));
+        if (width < columns) cut = at;
+        if (width > columns) return columns > 0 ? utf8.substr(0, cut) + kEllipsis : "";
+    }
+    return utf8;
 }
 
 std::string Printable(const std::string& utf8) {

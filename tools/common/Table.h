@@ -11,6 +11,9 @@ namespace lumtools {
 /// Columns of an UTF-8 text on a terminal: wide characters count two, combining ones none.
 int DisplayWidth(const std::string& utf8);
 
+/// The text, as far as it fits into so many columns; where it is cut, an ellipsis stands in the last one.
+std::string Shortened(const std::string& utf8, int columns);
+
 /// The text without control characters: what comes from a node cannot drive the terminal.
 std::string Printable(const std::string& utf8);
 /// The same for each line of several; each ends in a line feed.

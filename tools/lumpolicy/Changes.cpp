@@ -188,6 +188,7 @@ private:
 
     Answer Ask(const std::string& host) const override {
         Answer answer;
+        SetStep(host, row.name);
         answer.outcome = lumtools::Attempt([&] {
             if (dryRun) {
                 Foresee(host, answer);

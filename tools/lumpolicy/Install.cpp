@@ -159,6 +159,7 @@ private:
     Outcome WarnOfShared(const std::string& host, LumPalMsg::MessageList_t& all) const {
         LumPalMsg::MessageList_t shared;
         Outcome asked;
+        SetStep(host, "which data files it has");
         Attempt([&] { asked = given.AskNode(*forwarder, host, choices.targetId, shared); });
         Warn(shared);
         all.Add(shared);
@@ -169,6 +170,7 @@ private:
         Answer answer;
         answer.outcome = WarnOfShared(host, all);
         if (answer.outcome.code != lumtools::kDone) return answer;
+        SetStep(host, "a package of " + std::to_string(files.size()));
         answer.outcome = Attempt([&] { LumConf::PolicyPackage(*package).Install(Text(host), options); });
         if (answer.outcome.code != lumtools::kDone) return answer;
         answer.text = "installed a package of " + std::to_string(files.size()) + " on " + host + "\n";
@@ -181,19 +183,38 @@ private:
 
     /// The others go on when one fails.
     Answer SendEach(const std::string& host, LumPalMsg::MessageList_t& all) const {
-        Answer answer;
-        answer.fields["files"] = nlohmann::ordered_json::array();
+        AddKnown(host, [](Answer& known) { known.fields["files"] = nlohmann::ordered_json::array(); });
         const Outcome asked = WarnOfShared(host, all);
-        for (const auto& file : files) {
-            Outcome outcome = asked.code == lumtools::kDone ? Send(file, host) : asked;
-            NameFile(outcome, file);
-            answer.fields["files"].push_back(
-                {{"file", file}, {"result", outcome.Word()}, {"code", static_cast<int>(outcome.code)}});
-            if (outcome.code == lumtools::kDone) answer.text += "installed " + file + " on " + host + "\n";
-            Join(answer.outcome, outcome);
+        for (std::size_t i = 0; i < files.size(); ++i) {
+            SetStep(host, std::to_string(i) + " of " + std::to_string(files.size()) + " files, now " + files[i]);
+            Outcome outcome = asked.code == lumtools::kDone ? Send(files[i], host) : asked;
+            NameFile(outcome, files[i]);
+            AddKnown(host, [&](Answer& known) { AddFile(files[i], host, outcome, known); });
             if (outcome.code == lumtools::kUnreachable || outcome.code == lumtools::kWrongUsage) break;
         }
-        return answer;
+        return GetKnown(host);
+    }
+
+    static void AddFile(const std::string& file, const std::string& host, const Outcome& outcome, Answer& answer) {
+        answer.fields["files"].push_back(
+            {{"file", file}, {"result", outcome.Word()}, {"code", static_cast<int>(outcome.code)}});
+        if (outcome.code == lumtools::kDone) answer.text += "installed " + file + " on " + host + "\n";
+        Join(answer.outcome, outcome);
+    }
+
+    /// The file that was sent last, and those behind it.
+    void AddUnknown(Answer& known) const override {
+        if (isPackage || dryRun) return;
+        auto& list = known.fields["files"];
+        const std::size_t answered = list.size();
+        Outcome unknown{known.outcome.code, {}};
+        for (std::size_t i = answered; i < files.size(); ++i, unknown.wasBegun = false) {
+            list.push_back({{"file", files[i]}, {"result", unknown.Word()}, {"code", static_cast<int>(unknown.code)}});
+        }
+        if (answered >= files.size()) return;
+        known.outcome.messages.push_back({1, "Of " + std::to_string(files.size()) + " files " +
+                                                 std::to_string(answered) + " are answered, and of '" +
+                                                 files[answered] + "' it is unknown. Nothing behind it was sent."});
     }
 
     Answer Foresee(const std::string& host, LumPalMsg::MessageList_t& all) const {
