@@ -104,7 +104,7 @@ class ManyNodes(unittest.TestCase):
 
     def test_each_node_has_one_result_and_its_failure_names_it(self):
         hosts = self.hosts[:2] + self.dead[:1]
-        result = self.operator_runs("list", hosts=hosts)
+        result = self.operator_runs("show", "--all", hosts=hosts)
         self.assertIn(f"ERROR:    {self.dead[0]}: unreachable: ", result.err)
         self.assertIn(f"ERROR:    {self.hosts[0]}: not found: ", result.err)
         self.assertEqual(result.out.splitlines()[-1], "3 nodes: 2 not found, 1 unreachable")

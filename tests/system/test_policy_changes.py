@@ -69,7 +69,7 @@ class Changes(unittest.TestCase):
         for arguments in (["set-owner", "--all"], ["add-category", "--all"], ["add-category", " ", "--all"],
                           ["remove-category", "", "--all"], ["add-attribute", "word", "--all"],
                           ["remove-attribute", "word", "--all"], ["add-attribute", "=v", "--all"],
-                          ["enable"], ["disable", "--id", "a", "--name", "b"], ["enable", "a", "--all"]):
+                          ["enable"], ["enable", "a", "--all"]):
             with self.subTest(arguments=arguments):
                 result = self.change(*arguments, expected=WRONG_USAGE)
                 self.assertTrue(result.err, result)

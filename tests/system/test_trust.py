@@ -368,8 +368,7 @@ class Installed(TrustTest):
         self.assertNotIn("FAILED:", result.out)
 
     def test_files_and_installed_exclude_each_other(self):
-        for arguments in ((), ("--installed", "file"), ("file", "--id", "p1"), ("--id", "p1"),
-                          ("--installed", "--id", "p1", "--type", "a")):
+        for arguments in ((), ("--installed", "file"), ("file", "--id", "p1"), ("--id", "p1")):
             with self.subTest(arguments=arguments):
                 self.assertEqual(self.node.policy("verify", *arguments).code, WRONG_USAGE)
 

@@ -88,6 +88,7 @@ ExitCode HostCommand::Run() {
     }
     if (ChangesNodes()) LumPalConsole::OutliveReaders();
     AskAll();
+    PrintTogether();
     const std::vector<const Answer*> answers = GetAnswers();
     if (AsksMany()) PrintSummary();
     return CodeOf(answers);
@@ -155,6 +156,7 @@ void HostCommand::EndEarly(ExitCode code) {
         // Who was not asked is named together with all others of the kind, but to programs.
         if (!printed[i] && (json || phase != NodesWork::Phase::NotAsked)) PrintNode(i);
     }
+    PrintTogether();
     if (!json) PrintNotAsked(code);
     if (AsksMany()) PrintSummary();
     EndNow(code);
@@ -219,12 +221,19 @@ void HostCommand::Print(const std::string& host, const Answer& answer) const {
         return;
     }
     const bool many = AsksMany();
-    if (!quiet) {
+    if (!quiet && !IsShownTogether()) {
         if (many && answer.isBlock && !answer.text.empty()) std::cout << host << ":\n";
         std::cout << (many && answer.isBlock ? Indented(answer.text) : answer.text) << std::flush;
     }
     if (answer.outcome.code == kDone) return;
     PrintFailure(std::cerr, many ? host + ": " + answer.outcome.Word() : "", answer.outcome);
+}
+
+void HostCommand::PrintTogether() const {
+    if (json || quiet || !IsShownTogether()) return;
+    std::vector<std::pair<std::string, const Answer*>> answers;
+    for (std::size_t i = 0; i < hosts.size(); ++i) answers.emplace_back(hosts[i], &work->GetAnswer(i));
+    std::cout << ShowTogether(answers) << std::flush;
 }
 
 void HostCommand::PrintSummary() const {

@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "common/Command.h"
@@ -42,6 +43,12 @@ protected:
     virtual Answer Ask(const std::string& host) const = 0;
     /// Completes what is known of a node that was asked and has not answered, for a user who ends the command.
     virtual void AddUnknown(Answer& /*known*/) const {}
+    /// Whether what the nodes answer is shown as one text, when all have; failures are told as they come.
+    virtual bool IsShownTogether() const { return false; }
+    /// That text. @param answers  in the order in which the nodes were given
+    virtual std::string ShowTogether(const std::vector<std::pair<std::string, const Answer*>>& /*answers*/) const {
+        return "";
+    }
 
     // For Ask, on any thread:
     /// Says what the work with the node waits for.
@@ -64,6 +71,7 @@ private:
     std::vector<const Answer*> GetAnswers() const;
     void PrintUnsent(const Outcome& outcome) const;
     void Print(const std::string& host, const Answer& answer) const;
+    void PrintTogether() const;
     void PrintSummary() const;
     std::optional<std::chrono::seconds> GetTimeout() const;
 

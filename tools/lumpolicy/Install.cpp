@@ -238,7 +238,7 @@ private:
     /// decision.
     std::string Compare(const PolicyHeader& header, const std::string& host) const {
         const std::string name = NameOf(header), version = header.GetVersion().ToUtf8();
-        const auto sameId = ListOf(*forwarder, host, Selection().SetPolicyId(header.GetContainerId()));
+        const auto sameId = ListOf(*forwarder, host, Wanted(Selection().SetPolicyId(header.GetContainerId())));
         const auto sameName = ListNamed(header, host);
         if (sameId.IsEmpty() && sameName.IsEmpty()) {
             return lumtools::Printable("install " + name + ", version " + version + ", which is new to the node");
@@ -254,13 +254,16 @@ private:
         return lumtools::Printable(change + ": the node decides");
     }
 
+    static lumtools::Selections Wanted(const Selection& selection) { return lumtools::Selections({selection}); }
+
     static bool IsSamePolicy(const PolicyHeader& a, const PolicyHeader& b) {
         return a.GetContainerId() == b.GetContainerId();
     }
 
     LumConf::PolicyContainer ListNamed(const PolicyHeader& header, const std::string& host) const {
         if (header.GetName().IsEmpty() || header.GetTypeName().IsEmpty()) return {};
-        return ListOf(*forwarder, host, Selection().SetPolicyNameAndTypeName(header.GetName(), header.GetTypeName()));
+        return ListOf(*forwarder, host,
+                      Wanted(Selection().SetPolicyNameAndTypeName(header.GetName(), header.GetTypeName())));
     }
 
     std::vector<std::string> files;

@@ -106,7 +106,7 @@ void PrintTable(const ordered_json& entries) {
         table.Add({entry["kind"], entry["alias"], entry["subject"], entry["issuer"], entry["not_after"],
                    std::to_string(entry["days_left"].get<std::int64_t>()), Vouched(entry)});
     }
-    table.Print(std::cout);
+    table.Print(std::cout, lumtools::TableLayout::ForOutput());
 }
 
 int List(bool json) {

@@ -90,7 +90,7 @@ int Show(const Choices& choices) {
     if (choices.json) {
         std::cout << nlohmann::ordered_json{{"rights", senders}}.dump() << std::endl;
     } else {
-        table.Print(std::cout);
+        table.Print(std::cout, lumtools::TableLayout::ForOutput());
     }
     const LumPalMsg::MessageList_t wrong = LumSecAuth::FindWrongRights();
     if (wrong.GetMessageCount() > 0)
