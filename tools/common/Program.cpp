@@ -5,12 +5,12 @@
 #include <iostream>
 #include <string>
 
-#include "LumPalConsole.h"
 #include "LumPalDaemon.h"
 #include "LumPalRuntime.h"
 #include "common/ExitCode.h"
 #include "common/Outcome.h"
 #include "common/ProgramName.h"
+#include "common/StandardOutput.h"
 #include "common/Utf8Arguments.h"
 
 namespace lumtools {
@@ -63,9 +63,7 @@ int Work(const Program& program, CLI::App& app, const Actions& actions, std::vec
 }
 
 int Ended(int code) {
-    if (std::cout.flush()) return code;
-    std::cerr << ProgramName() << ": standard output cannot be written\n";
-    return code == kDone ? kFailed : code;
+    return !IsOutputWritten() && code == kDone ? kFailed : code;
 }
 
 }  // namespace
@@ -79,7 +77,7 @@ void EndNow(int code) {
 int RunProgram(const Program& program, int argc, char** argv) {
     SetProgramName(program.name);
     // What a tool opens, a file of keys perhaps, must not take the number of a stream that is closed.
-    LumPalConsole::OccupyStandardStreams();
+    OccupyStandardStreams();
     LumPalRuntime::KeepOutOfCoreImages();
     if (!AreArgumentsUtf8(program.name, argc, argv)) return kWrongUsage;
     LumPalRuntime::App_t::Init(argc, argv);
