@@ -52,7 +52,7 @@ class Changes(unittest.TestCase):
         self.install("a", owner="me", categories=["c"], attributes=[("k", "v")])
         for command in (["enable"], ["set-owner", "me"]):
             result = self.change(*command, "--all", expected=NOTHING_TO_DO)
-            self.assertTrue(result.err.startswith("NOTE: "), result)
+            self.assertTrue(result.err.startswith("lumpolicy: note: "), result)
         for command in (["add-category", "c"], ["remove-category", "x"], ["add-attribute", "k=v"],
                         ["remove-attribute", "k=x"]):
             self.change(*command, "--all", expected=NOT_FOUND)

@@ -8,6 +8,7 @@
 #include "LumPalKeys.h"
 #include "LumSecPki.h"
 #include "common/ExitCode.h"
+#include "common/NodeAccess.h"
 #include "common/Table.h"
 #include "lumtrust/Command.h"
 
@@ -110,6 +111,7 @@ void PrintTable(const ordered_json& entries) {
 }
 
 int List(bool json) {
+    lumtools::RequireOpenNode();
     ordered_json entries = ordered_json::array();
     for (const char* kind : {kOwn, kTrusted}) Collect(kind, entries);
     if (json) {

@@ -7,6 +7,7 @@
 #include "LumSecRights.h"
 #include "common/Arguments.h"
 #include "common/ExitCode.h"
+#include "common/NodeAccess.h"
 #include "common/Table.h"
 #include "lumtrust/Command.h"
 #include "lumtrust/RightsFile.h"
@@ -79,6 +80,7 @@ int Revoke(const Choices& choices) {
 }
 
 int Show(const Choices& choices) {
+    lumtools::RequireOpenNode();
     const RightsFile file;
     nlohmann::ordered_json senders = nlohmann::ordered_json::array();
     lumtools::Table table({"SENDER", "RIGHTS"});
