@@ -97,7 +97,7 @@ def make(name, text, preamble):
     section = 8 if name in DAEMONS else 1
     first, *rest = blocks(text)
     sentence = " ".join(first[1])
-    brief = re.split(r"[.,:;]", re.sub(r"\[([^\]]*)\]\([^)]*\)", r"\1", sentence))[0]
+    brief = re.split(r"[.:;]", re.sub(r"\[([^\]]*)\]\([^)]*\)", r"\1", sentence))[0]
     synopsis = next(lines for kind, lines in rest if kind == "code")
     page = Page(name, section)
     page.lines += [".SH NAME", f"{name} \\- {escaped(brief[0].lower() + brief[1:])}", ".SH SYNOPSIS"]

@@ -12,7 +12,6 @@
 #include "LumCtrl.h"
 #include "LumDepl.h"
 #include "LumPalConfig.h"
-#include "LumPalConsole.h"
 #include "LumPalDaemon.h"
 #include "LumPalIo.h"
 #include "LumPalKeys.h"
@@ -25,6 +24,8 @@
 #include "common/ClusterProduct.h"
 #include "common/NodeStatusText.h"
 #include "common/Outcome.h"
+#include "common/ProgramName.h"
+#include "common/StandardOutput.h"
 #include "common/Utf8Arguments.h"
 #include "lumconfd/ConfigCheck.h"
 #include "lumconfd/ExpiryWatch.h"
@@ -156,8 +157,8 @@ int TellStatus(int seconds) {
         std::cout << lumtools::TextOf(status) << std::flush;
         outcome = lumtools::Judge(status);
     }
-    if (outcome.code == lumtools::kDone) return kDone;
-    lumtools::PrintFailure(std::cerr, "lumconfd", outcome);
+    if (outcome.code == lumtools::kDone) return lumtools::IsOutputWritten() ? kDone : kFailed;
+    lumtools::PrintFailure(std::cerr, "", outcome);
     return kFailed;
 }
 
@@ -179,7 +180,8 @@ int Run(const LumPalRuntime::Signals_t& signals) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    LumPalConsole::OccupyStandardStreams();
+    lumtools::SetProgramName("lumconfd");
+    lumtools::OccupyStandardStreams();
     LumPalRuntime::KeepOutOfCoreImages();
     if (!lumtools::AreArgumentsUtf8("lumconfd", argc, argv)) return kWrongUsage;
     LumPalRuntime::App_t::Init(argc, argv);
@@ -207,11 +209,13 @@ int main(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
-        return app.exit(e) == 0 ? kDone : kWrongUsage;
+        if (app.exit(e) != 0) return kWrongUsage;
+        return lumtools::IsOutputWritten() ? kDone : kFailed;
     }
     try {
         if (!root.empty()) Dir_t::SetRoot(LumPalIo::File_t(String_t::FromUtf8(root)).GetAbsolutePath());
-        if (checkConfig) return lumconfd::CheckConfiguration(std::cout) ? kDone : kFailed;
+        if (checkConfig)
+            return lumconfd::CheckConfiguration(std::cout) && lumtools::IsOutputWritten() ? kDone : kFailed;
         if (tellStatus) return TellStatus(timeoutSeconds);
         LumPalRuntime::KeepNoLargeBlocks();
         const LumPalRuntime::Signals_t signals;

@@ -12,9 +12,10 @@
 
 #include "LumCtrl.h"
 #include "LumPalCmd.h"
-#include "LumPalConsole.h"
 #include "LumPalMsg.h"
 #include "LumPalRuntime.h"
+#include "common/ProgramName.h"
+#include "common/StandardOutput.h"
 #include "common/Utf8Arguments.h"
 
 namespace {
@@ -83,7 +84,8 @@ void Handle(const Choices& choices, const String_t& event, const String_t& value
     }
 }
 
-void Listen(const Choices& choices) {
+/// Whether all events could be printed.
+bool Listen(const Choices& choices) {
     std::vector<String_t> events;
     for (const std::string& event : choices.events) events.push_back(String_t::FromUtf8(event));
     LumCtrl::Component component(String_t::FromUtf8(choices.name), events.data(), static_cast<int>(events.size()));
@@ -92,9 +94,12 @@ void Listen(const Choices& choices) {
     for (std::uint64_t done = 0; !stopAsked && (choices.count == 0 || done < choices.count);) {
         if (!component.Next(event, value, kWaitMs)) continue;
         Handle(choices, event, value);
+        // What nobody could read is not acknowledged.
+        if (!lumtools::IsOutputWritten()) return false;
         component.Acknowledge();
         ++done;
     }
+    return true;
 }
 
 /// What is wrong with a number of events, empty when nothing is.
@@ -126,7 +131,8 @@ void Describe(CLI::App& app, Choices& choices) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    LumPalConsole::OccupyStandardStreams();
+    lumtools::SetProgramName("lumevents");
+    lumtools::OccupyStandardStreams();
     if (!lumtools::AreArgumentsUtf8("lumevents", argc, argv)) return kExitWrongUsage;
     LumPalRuntime::App_t::Init(argc, argv);
     Choices choices;
@@ -136,16 +142,16 @@ int main(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
-        return app.exit(e) == 0 ? 0 : kExitWrongUsage;
+        if (app.exit(e) != 0) return kExitWrongUsage;
+        return lumtools::IsOutputWritten() ? 0 : kExitFailed;
     }
     std::signal(SIGINT, AskToStop);
     std::signal(SIGTERM, AskToStop);
     try {
         if (!choices.root.empty()) LumPalRuntime::Dir_t::SetRoot(String_t::FromUtf8(choices.root));
-        Listen(choices);
+        return Listen(choices) ? 0 : kExitFailed;
     } catch (const LumPalMsg::Exception_t& failure) {
         std::cerr << "lumevents: " << failure.what() << std::endl;
         return kExitFailed;
     }
-    return 0;
 }

@@ -142,7 +142,7 @@ class CommandLine(DaemonTest):
                                    stderr=subprocess.PIPE)
         node.processes.append(process)
         self.assertIn(f"serving the node in {node.root}", process.stderr.readline())
-        self.assertEqual(node.policy("list").code, 4)
+        self.assertEqual(node.policy("list").code, 0)
 
 
 class OneDaemonForEachRoot(DaemonTest):
@@ -170,7 +170,7 @@ class OneDaemonForEachRoot(DaemonTest):
                          [ALREADY_RUNNING] * 4)
         serving = next(process for process in started if process.poll() is None)
         self.assertIn("serving the node", serving.stderr.readline())
-        self.assertEqual(node.policy("list").code, 4)
+        self.assertEqual(node.policy("list").code, 0)
 
     def test_a_daemon_that_was_killed_leaves_nothing_that_keeps_the_next_one_out(self):
         node = self.node()
@@ -191,7 +191,7 @@ class Readiness(DaemonTest):
                 manager = self.manager(name)
                 node.start(NOTIFY_SOCKET=str(name))
                 self.assertEqual(manager.state(), "READY=1")
-                self.assertEqual(node.policy("list").code, 4)
+                self.assertEqual(node.policy("list").code, 0)
                 node.daemon.send_signal(signal.SIGHUP)
                 self.assertEqual([manager.state(), manager.state()], ["RELOADING=1", "READY=1"])
                 self.assertEqual(node.stop(), STOPPED)
@@ -223,16 +223,16 @@ class Readiness(DaemonTest):
         first = self.node()
         second = self.node({"vox.http.ext.conf": {"SERVER_PORT": first.port}}, start=False)
         self.assertEqual(self.run_daemon(second).code, FAILED)
-        self.assertEqual(first.policy("list").code, 4)
+        self.assertEqual(first.policy("list").code, 0)
         second.settings["vox.http.ext.conf"]["SERVER_PORT"] = second.port
         second.write_settings()
         second.start()
-        self.assertEqual(second.policy("list").code, 4)
+        self.assertEqual(second.policy("list").code, 0)
 
     def test_a_manager_that_is_not_there_keeps_nothing_from_serving(self):
         node = self.node(start=False)
         node.start(NOTIFY_SOCKET=str(node.folder / "nobody"))
-        self.assertEqual(node.policy("list").code, 4)
+        self.assertEqual(node.policy("list").code, 0)
         self.assertEqual(node.stop(), STOPPED)
 
     def test_a_port_of_0_is_a_free_one_that_the_log_tells(self):
@@ -363,7 +363,7 @@ class Configuration(DaemonTest):
     def test_a_configuration_may_be_checked_while_the_daemon_serves(self):
         node = self.node()
         self.assertEqual(self.check(node).code, STOPPED)
-        self.assertEqual(node.policy("list").code, 4)
+        self.assertEqual(node.policy("list").code, 0)
 
     def test_what_is_wrong_is_told_line_by_line(self):
         for settings, words in (

@@ -40,7 +40,7 @@ class Warnings(DocumentTest):
                 result = self.node.policy("validate", *options, path)
                 self.assertEqual((result.code, result.out), (DONE, "" if options else f"complete: {path}\n"), result)
                 self.assertEqual(len(result.err.splitlines()), 1, result)
-                self.assertTrue(result.err.startswith("WARNING:"), result)
+                self.assertTrue(result.err.startswith("lumpolicy: warning: "), result)
                 self.assertIn(f"'{path}' {said}", result.err)
             answer = self.node.policy("validate", "--json", path)
             self.assertEqual((answer.code, answer.err), (DONE, ""), answer)

@@ -9,6 +9,7 @@ import unittest
 import pki
 from node import (DONE, NOT_FOUND, NOTHING_TO_DO, PATIENCE_S, REFUSED, TOOLS, UNREACHABLE, WRONG_USAGE, Node,
                   free_port, write_policy)
+from test_time_limits import Silent
 
 SOME_FAILED = 8
 LONG = int(os.environ.get("LUM_TRIAL_SECONDS", "2")) >= 60
@@ -103,9 +104,9 @@ class ManyNodes(unittest.TestCase):
 
     def test_each_node_has_one_result_and_its_failure_names_it(self):
         hosts = self.hosts[:2] + self.dead[:1]
-        result = self.operator_runs("list", hosts=hosts)
-        self.assertIn(f"ERROR:    {self.dead[0]}: unreachable: ", result.err)
-        self.assertIn(f"ERROR:    {self.hosts[0]}: not found: ", result.err)
+        result = self.operator_runs("show", "--all", hosts=hosts)
+        self.assertIn(f"lumpolicy: {self.dead[0]}: unreachable: ", result.err)
+        self.assertIn(f"lumpolicy: {self.hosts[0]}: not found: ", result.err)
         self.assertEqual(result.out.splitlines()[-1], "3 nodes: 2 not found, 1 unreachable")
         self.assertNotIn("\r", result.err, "a progress line is for terminals")
 
@@ -157,12 +158,16 @@ class ManyNodes(unittest.TestCase):
     def test_a_file_that_is_no_policy_is_said_once_and_nobody_is_asked(self):
         before = [node.audit() for node in self.nodes[:3]]
         result = self.operator_runs("install", "--package", "/nowhere_header.xml", hosts=self.hosts[:3])
-        self.assertEqual(result.err.count("ERROR:"), 1, result)
+        self.assertEqual(result.err.count("lumpolicy: "), 1, result)
         self.assertEqual([node.audit() for node in self.nodes[:3]], before)
 
     def test_a_terminal_sees_how_far_the_work_is_and_wrapped_messages(self):
+        silent = Silent()
+        self.addCleanup(silent.close)
+        hanging = f"127.0.0.1:{silent.port}"
         reader, terminal = pty.openpty()
-        process = subprocess.Popen([TOOLS / "lumpolicy", "list", "--host", self.hosts[0], "--host", self.dead[0]],
+        process = subprocess.Popen([TOOLS / "lumpolicy", "list", "--host", hanging, "--host", self.dead[0],
+                                    "--timeout", "3"],
                                    env=self.operator.environment(COLUMNS="40"), stdin=subprocess.DEVNULL,
                                    stdout=subprocess.DEVNULL, stderr=terminal)
         os.close(terminal)
@@ -173,11 +178,11 @@ class ManyNodes(unittest.TestCase):
         except OSError:
             pass  # the other end is closed
         os.close(reader)
-        self.assertEqual(process.wait(PATIENCE_S), SOME_FAILED)
+        self.assertEqual(process.wait(PATIENCE_S), UNREACHABLE)
         text = shown.decode()
-        self.assertIn("0 of 2 nodes", text)
+        self.assertIn("1 of 2 nodes (", text)
         lines = [line.split("\r\x1b[K")[-1] for line in text.replace("\r\n", "\n").split("\n")]
-        self.assertTrue(lines[0].startswith("ERROR:    127.0.0.1:"), lines)
+        self.assertTrue(lines[0].startswith("lumpolicy: 127.0.0.1:"), lines)
         self.assertLessEqual(max(map(len, lines)), 40, lines)
 
 

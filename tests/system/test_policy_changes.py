@@ -52,7 +52,7 @@ class Changes(unittest.TestCase):
         self.install("a", owner="me", categories=["c"], attributes=[("k", "v")])
         for command in (["enable"], ["set-owner", "me"]):
             result = self.change(*command, "--all", expected=NOTHING_TO_DO)
-            self.assertTrue(result.err.startswith("NOTE: "), result)
+            self.assertTrue(result.err.startswith("lumpolicy: note: "), result)
         for command in (["add-category", "c"], ["remove-category", "x"], ["add-attribute", "k=v"],
                         ["remove-attribute", "k=x"]):
             self.change(*command, "--all", expected=NOT_FOUND)
@@ -69,7 +69,7 @@ class Changes(unittest.TestCase):
         for arguments in (["set-owner", "--all"], ["add-category", "--all"], ["add-category", " ", "--all"],
                           ["remove-category", "", "--all"], ["add-attribute", "word", "--all"],
                           ["remove-attribute", "word", "--all"], ["add-attribute", "=v", "--all"],
-                          ["enable"], ["disable", "--id", "a", "--name", "b"], ["enable", "a", "--all"]):
+                          ["enable"], ["enable", "a", "--all"]):
             with self.subTest(arguments=arguments):
                 result = self.change(*arguments, expected=WRONG_USAGE)
                 self.assertTrue(result.err, result)
@@ -145,8 +145,12 @@ class Changes(unittest.TestCase):
         self.assertIn("would install name (type type, id a), version 2, which is new to the node", new.out)
         self.install("a", version="1", owner="me")
         path = write_policy(self.node.folder / "source", "a", version="2", owner="you")
-        old = self.node.policy("install", "--dry-run", path)
+        old = self.node.policy("install", "--dry-run", "--force-owner", path)
         self.assertIn("version 1 of owner 'me', by version 2 of owner 'you': the node decides", old.out)
+        refused = self.node.policy("install", "--dry-run", path)
+        self.assertEqual(refused.code, REFUSED, refused)
+        self.assertIn("would be refused: name (type type, id a)", refused.out)
+        self.assertIn("its owner 'you' is not 'me'", refused.err)
         self.assertEqual(self.one()["version"], "1")
         self.install("b", name="other")
         path = write_policy(self.node.folder / "source", "c", name="other")
@@ -155,9 +159,51 @@ class Changes(unittest.TestCase):
         self.assertIn(" under the id c: the node decides", self.node.policy("install", "-n", path).out)
         path = write_policy(self.node.folder / "source", "a", name="other")
         self.assertIn(", and to remove other (type type, id b), whose name it takes: the node decides",
-                      self.node.policy("install", "-n", path).out)
+                      self.node.policy("install", "-n", "--force-owner", path).out)
         for command in ("notify", "reinit"):
             self.assertIn("which the node alone", self.node.policy(command, "-n").out)
+
+    def foresee(self, *options, **fields):
+        path = write_policy(self.node.folder / "source", "a", **fields)
+        return self.node.policy("install", "--dry-run", "--json", *options, path)
+
+    def test_a_dry_run_of_an_install_tells_what_the_policy_would_be_with_its_options(self):
+        self.install("a", version="2", owner="me", status="disabled", categories=["old"], attributes=[("old", "1")])
+        fields = {"version": "3", "owner": "me", "categories": ["new"], "attributes": [("new", "1")]}
+        members = ("action", "status", "owner", "categories", "attributes")
+        for options in ((), ("--enable",), ("--enable", "--force-state"), ("--force",), ("--force", "--disable"),
+                        ("--force-categories", "--add-category", "more"),
+                        ("--force-categories", "--remove-all-categories"),
+                        ("--force-attributes", "--add-attribute", "k=v", "--remove-attribute", "new=1"),
+                        ("--force-owner", "--owner", "you"), ("--force", "--remove-owner"), ("--check-version",)):
+            with self.subTest(options=options):
+                self.assertEqual(self.node.policy("install", "--force", "--no-notify", write_policy(
+                    self.node.folder / "old", "a", version="2", owner="me", status="disabled", categories=["old"],
+                    attributes=[("old", "1")])).code, DONE)
+                change, = self.foresee(*options, **fields).json()["changes"]
+                self.assertEqual((change["action"], change["replaces"]["version"]), ("replace", "2"))
+                foreseen = [change[member] for member in members[1:]]
+                path = write_policy(self.node.folder / "source", "a", **fields)
+                self.assertEqual(self.node.policy("install", "--no-notify", *options, path).code, DONE)
+                there = self.one()
+                attributes = [f"{attribute['name']}={attribute['value']}" for attribute in there["attributes"]]
+                self.assertEqual(foreseen, [there["status"], there["owner"], there["categories"], attributes])
+
+    def test_a_dry_run_of_an_install_that_would_be_refused_says_so_and_ends_like_it(self):
+        self.install("a", version="2", owner="me")
+        for options, fields in ((("--check-version",), {"version": "2", "owner": "me"}),
+                                ((), {"version": "3", "owner": "you"}),
+                                (("--owner", "you"), {"version": "3", "owner": "me"}),
+                                ((), {"version": "3", "owner": "me", "type_name": "other"})):
+            with self.subTest(options=options, fields=fields):
+                foreseen = self.foresee(*options, **fields)
+                change, = foreseen.json()["changes"]
+                self.assertEqual(change["action"], "refuse")
+                self.assertIn("The node would refuse name", change["refused_because"])
+                path = write_policy(self.node.folder / "source", "a", **fields)
+                self.assertEqual(self.node.policy("install", "--no-notify", *options, path).code, foreseen.code)
+                self.assertIn(foreseen.code, (FAILED, REFUSED))
+        self.assertEqual(self.foresee("--force", "--check-version", version="1", owner="you").code, DONE)
 
     def test_show_prints_all_that_is_known_of_a_policy(self):
         self.install("a", files={"a.conf": b"x"}, owner="me", categories=["c"], attributes=[("k", "v")])

@@ -150,7 +150,7 @@ class Explain(OriginTest):
         self.await_merge("[n]\nk=2\n")
         (self.node.store / "configsettings/p-1.ini").unlink()
         result = self.run_tool("explain", "n", "k", words=["policy_settings.ini"])
-        self.assertIn("WARNING:", result.err)
+        self.assertIn("lumsettings: warning: ", result.err)
         self.assertIn("p-1.ini", result.err)
         answer = self.told("explain", "n", "k")
         self.assertIn("p-1.ini", " ".join(problem["text"] for problem in answer["problems"]))
@@ -214,7 +214,7 @@ class Diff(OriginTest):
         for arguments in (("--enable", "alpha"), ("--disable", "gamma"), ("--remove", "id-c"),
                           ("--disable", "beta", "--enable", "beta"), (self.policy_file("id-a", "[n]\nonly=a\n", name="alpha"),)):
             with self.subTest(arguments):
-                result = self.run_tool("diff", *arguments, code=NOTHING_TO_DO, words=["NOTE:     Nothing would change."])
+                result = self.run_tool("diff", *arguments, code=NOTHING_TO_DO, words=["lumsettings: note: Nothing would change."])
                 self.assertEqual(result.out, "")
         answer = self.told("diff", "--enable", "alpha", code=NOTHING_TO_DO)
         self.assertEqual((answer["changes"], answer["hidden"]), ([], []))
@@ -249,6 +249,9 @@ class Diff(OriginTest):
         broken = self.policy_file("e", "[n]\nk=1\n")
         (broken.parent / "e-0.ini").write_text("[n]\nk\n")
         self.run_tool("diff", broken, code=FAILED, words=["e-0.ini", "2"])
+        off = self.policy_file("o", "[n]\nk=1\n", status="disabled")
+        (off.parent / "o-0.ini").write_text("[n]\nk\n")
+        self.run_tool("diff", off, code=FAILED, words=["o-0.ini", "2"])
         (broken.parent / "e-0.ini").unlink()
         self.run_tool("diff", broken, code=FAILED, words=["e-0.ini"])
         broken.write_text("<header>")

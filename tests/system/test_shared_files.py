@@ -70,7 +70,7 @@ class SharedFiles(unittest.TestCase):
         self.assertEqual(self.install(node, "b", "--force", content=b"of b").code, DONE)
         self.assertEqual(self.both(node), b"of b")
 
-    WARNING = ("WARNING:  The data file 'both' of name of b (type type, id b) is also one of name of a (type type, id a), "
+    WARNING = ("lumpolicy: warning: The data file 'both' of name of b (type type, id b) is also one of name of a (type type, id a), "
                "which is installed on 'localhost'. A node keeps it once for both.\n")
 
     def test_the_tool_warns_before_it_sends_and_the_install_goes_on(self):
@@ -83,7 +83,7 @@ class SharedFiles(unittest.TestCase):
         self.assertEqual(self.install(node, "b", "--package").err, self.WARNING)
         answer = self.install(node, "b", "--json")
         self.assertEqual(answer.err, "")
-        self.assertEqual(answer.json()["warnings"], [{"level": 0, "text": self.WARNING[len("WARNING:  "):-1]}])
+        self.assertEqual(answer.json()["warnings"], [{"level": 0, "text": self.WARNING[len("lumpolicy: warning: "):-1]}])
         self.assertEqual(self.install(node, "c", "--json", files=("other",)).json()["warnings"], [])
         self.assertEqual(self.install(node, "d", type_name="another").err, "")
 
@@ -104,7 +104,7 @@ class SharedFiles(unittest.TestCase):
         result = node.policy("install", "--no-notify", *paths)
         self.assertEqual(result.code, DONE, result)
         self.assertEqual(result.err.count("is also one of a (type type, id a). A node keeps"), 10)
-        self.assertIn("WARNING:  There are 20 more such data files.", result.err)
+        self.assertIn("lumpolicy: warning: There are 20 more such data files.", result.err)
         installed = node.policy("install", "--no-notify", "--dry-run", paths[1])
         self.assertEqual(installed.err.count("which is installed on 'localhost'"), 10)
 
@@ -116,7 +116,7 @@ class SharedFiles(unittest.TestCase):
         again = write_policy(node.folder / "again", "a", {"both": b""}, name="changed")
         result = node.policy("validate", a, other, again, b)
         self.assertEqual(result.code, DONE, result)
-        self.assertEqual(result.err, "WARNING:  The data file 'both' of b (type type, id b) is also one of a (type type, "
+        self.assertEqual(result.err, "lumpolicy: warning: The data file 'both' of b (type type, id b) is also one of a (type type, "
                                      "id a). A node keeps it once for both.\n")
         self.assertEqual(result.out.count("complete: "), 4)
         answers = [json.loads(line) for line in node.policy("validate", "--json", a, other, b).out.splitlines()]

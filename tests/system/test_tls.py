@@ -10,7 +10,7 @@ import unittest
 
 import pki
 import wire
-from node import DONE, EXAMPLES, NOT_FOUND, REFUSED, UNREACHABLE, Node, wait_until
+from node import DONE, EXAMPLES, REFUSED, UNREACHABLE, Node, wait_until
 
 EXAMPLE = sorted(EXAMPLES.glob("*_header.xml"))[0]
 
@@ -66,7 +66,7 @@ class RemoteOperator(TlsTest):
                 self.assertEqual(len(listed.json()["policies"]), 1, listed)
                 self.assertEqual(client.policy("reinit", "--host", host).code, DONE)
                 self.assertEqual(client.policy("remove", "--all", "--no-notify", "--host", host).code, DONE)
-                self.assertEqual(client.policy("list", "--host", host).code, NOT_FOUND)
+                self.assertEqual(client.policy("list", "--host", host).code, DONE)
         audit = "\n".join(node.audit())
         self.assertIn("operator", audit)
         self.assertNotIn("local administrator", audit)
@@ -74,7 +74,7 @@ class RemoteOperator(TlsTest):
     def test_each_right_opens_its_operation_and_no_other(self):
         node = self.serving(operator="list")
         client = self.client(node, self.operator)
-        self.assertEqual(client.policy("list").code, NOT_FOUND)
+        self.assertEqual(client.policy("list").code, DONE)
         for arguments in (("install", EXAMPLE), ("remove", "--all"), ("notify",), ("reinit",)):
             with self.subTest(arguments=arguments):
                 result = client.policy(*arguments)
@@ -91,7 +91,7 @@ class RemoteOperator(TlsTest):
     def test_a_target_id_is_held_against_the_nodes_certificate(self):
         node = self.serving(operator="list")
         client = self.client(node, self.operator)
-        self.assertEqual(client.policy("list", "--target-id", "node-1").code, NOT_FOUND)
+        self.assertEqual(client.policy("list", "--target-id", "node-1").code, DONE)
         result = client.policy("list", "--target-id", "node-2")
         self.assertEqual(result.code, UNREACHABLE, result)
         self.assertIn("node-2", result.err)
@@ -272,7 +272,7 @@ class TheNodeItself(TlsTest):
             self.assertTrue(audit[i].endswith("completed successfully. Calling system: 'operator'"), audit[i])
             self.assertTrue(audit[i + 1].endswith(
                 "INFO CONFIG: Calling system 'operator' has changed by 'config set': [sec.core] 'CORE_ID'."), audit)
-        self.assertEqual(node.policy("list").code, NOT_FOUND)
+        self.assertEqual(node.policy("list").code, DONE)
 
 
 class Ports(TlsTest):

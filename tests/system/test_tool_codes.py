@@ -115,7 +115,8 @@ class Codes(ToolTest):
         self.assert_code(self.node.policy("enable", "--id", "a"), NOTHING_TO_DO)
 
     def test_not_found_says_whether_anything_is_installed(self):
-        empty = self.assert_code(self.node.policy("list"), NOT_FOUND)
+        self.assert_code(self.node.policy("list"), DONE)
+        empty = self.assert_code(self.node.policy("list", "--name", "none"), NOT_FOUND)
         self.assert_code(self.node.policy("remove", "--all"), NOT_FOUND)
         self.install("a")
         none = self.assert_code(self.node.policy("list", "--name", "none"), NOT_FOUND)

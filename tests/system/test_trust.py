@@ -248,7 +248,7 @@ class Refusals(TrustTest):
         verdict = self.assert_refused(path, "The signature is not correct for the policy data.")
         self.assertEqual([proof["code"] for proof in verdict["data_files"]], [FAILED, DONE])
         self.assert_code(self.node.policy("verify", path), FAILED, "FAILED: one", "proven: two",
-                         f"ERROR: Could not validate the signature for policy data file '{path.parent}/one'",
+                         f"lumpolicy: Could not validate the signature for policy data file '{path.parent}/one'",
                          "The signature is not correct for the policy data.")
 
     def test_an_issuer_that_is_not_trusted(self):
@@ -368,8 +368,7 @@ class Installed(TrustTest):
         self.assertNotIn("FAILED:", result.out)
 
     def test_files_and_installed_exclude_each_other(self):
-        for arguments in ((), ("--installed", "file"), ("file", "--id", "p1"), ("--id", "p1"),
-                          ("--installed", "--id", "p1", "--type", "a")):
+        for arguments in ((), ("--installed", "file"), ("file", "--id", "p1"), ("--id", "p1")):
             with self.subTest(arguments=arguments):
                 self.assertEqual(self.node.policy("verify", *arguments).code, WRONG_USAGE)
 

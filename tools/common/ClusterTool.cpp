@@ -5,9 +5,10 @@
 
 #include "ExitCode.h"
 #include "LumConfCluster/ClusterCliHandler.h"
-#include "LumPalConsole.h"
 #include "LumPalRuntime.h"
 #include "Outcome.h"
+#include "ProgramName.h"
+#include "StandardOutput.h"
 #include "Utf8Arguments.h"
 
 namespace lumtools {
@@ -27,12 +28,13 @@ int Process() {
 }  // namespace
 
 int RunClusterTool(const char* name, int argc, char** argv) {
-    LumPalConsole::OccupyStandardStreams();
+    SetProgramName(name);
+    OccupyStandardStreams();
     if (!AreArgumentsUtf8(name, argc, argv)) return kWrongUsage;
     LumPalRuntime::App_t::Init(argc, argv);
     const int code = Process();
     if (code == ClusterCliHandler::VersionWanted) std::printf("%s %s\n", name, LUM_VERSION);
-    if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return code;
+    if (!WasOutputClosed() && std::fflush(stdout) == 0 && !std::ferror(stdout)) return code;
     std::cerr << name << ": standard output cannot be written\n";
     return kFailed;
 }

@@ -1,8 +1,6 @@
 #include "common/HostCommand.h"
 
-#include <atomic>
 #include <iostream>
-#include <map>
 #include <sstream>
 
 #include "LumPalConfig.h"
@@ -10,12 +8,17 @@
 #include "LumPalKeys.h"
 #include "LumPalRuntime.h"
 #include "LumVoxRpc.h"
+#include "common/Interruption.h"
+#include "common/NodesText.h"
+#include "common/Program.h"
 
 namespace lumtools {
 
 namespace {
 
 constexpr std::chrono::seconds kLongestQuestion{60};
+constexpr std::chrono::milliseconds kTick{100};  // between two looks whether the user ends it
+constexpr int kSignalled = 128;
 
 nlohmann::ordered_json ToJson(const std::string& host, const Answer& answer) {
     nlohmann::ordered_json object;
@@ -32,39 +35,15 @@ std::string Indented(const std::string& text) {
     return out;
 }
 
-/// One line of standard error that says how far the work is; only on a terminal.
-class Progress {
-public:
-    explicit Progress(std::size_t count)
-        : count(count), shown(count > 1 && LumPalConsole::IsTerminal(LumPalConsole::Stream::Error)) {}
-    void Show(std::size_t done) const {
-        if (shown) std::cerr << "\r\033[K" << done << " of " << count << " nodes" << std::flush;
-    }
-    void Clear() const {
-        if (shown) std::cerr << "\r\033[K" << std::flush;
-    }
-
-private:
-    const std::size_t count;
-    const bool shown;
-};
-
-/// The exit code for many nodes. What was done already is no failure of many.
-ExitCode CodeOf(const std::map<ExitCode, int>& counts, std::size_t hosts) {
-    const auto count = [&counts](ExitCode code) {
-        const auto found = counts.find(code);
-        return found == counts.end() ? std::size_t{0} : static_cast<std::size_t>(found->second);
-    };
-    if (counts.size() == 1) return counts.begin()->first;
-    const std::size_t well = count(kDone) + count(kNothingToDo);
-    if (well == hosts) return kDone;
-    return well + count(kUntold) == hosts ? kUntold : kSomeFailed;
-}
-
 /// The node cannot say why it knows no sender: the caller alone sees that he has no proof to show.
 void AddHint(const std::string& host, Outcome& outcome) {
     if (outcome.code != lumtools::kRefused || host != "localhost" || LumVoxRpc::HasLocalSecret()) return;
-    if (LumPalConfig::ConfigNamespace_t(LumPalKeys::NsSecCmCert).Open().GetBool(LumPalKeys::CertInstalledKey)) return;
+    bool isCertified = true;  // settings that cannot be read say nothing
+    Attempt([&] {
+        const LumPalConfig::ConfigNamespace_t settings(LumPalKeys::NsSecCmCert);
+        isCertified = settings.Open().GetBool(LumPalKeys::CertInstalledKey);
+    });
+    if (isCertified) return;
     const std::string root = LumPalRuntime::Dir_t::Path(LumPalRuntime::Root).ToUtf8();
     outcome.messages.push_back({1, "This call proved nothing, since '" + LumVoxRpc::LocalSecretPath().ToUtf8() +
                                        "' cannot be read: run it as the user to whom the node's root '" + root +
@@ -72,10 +51,9 @@ void AddHint(const std::string& host, Outcome& outcome) {
                                        "serves."});
 }
 
-std::map<ExitCode, int> Count(const std::vector<Answer>& answers) {
-    std::map<ExitCode, int> counts;
-    for (const Answer& answer : answers) ++counts[answer.outcome.code];
-    return counts;
+/// A signal's number, as a shell tells it.
+ExitCode CodeOf(int signal) {
+    return signal == kInterrupted - kSignalled ? kInterrupted : kTerminated;
 }
 
 }  // namespace
@@ -109,10 +87,11 @@ ExitCode HostCommand::Run() {
         return prepared.code;
     }
     if (ChangesNodes()) LumPalConsole::OutliveReaders();
-    const std::vector<Answer> answers = AskAll();
-    if (hosts.size() == 1) return answers.front().outcome.code;
-    PrintSummary(answers);
-    return CodeOf(Count(answers), hosts.size());
+    AskAll();
+    PrintTogether();
+    const std::vector<const Answer*> answers = GetAnswers();
+    if (AsksMany()) PrintSummary();
+    return CodeOf(answers);
 }
 
 /// Who only asks need not wait as long as a change may take.
@@ -121,33 +100,108 @@ std::optional<std::chrono::seconds> HostCommand::GetTimeout() const {
     return given || ChangesNodes() ? given : kLongestQuestion;
 }
 
-/// A node's result is printed when those before it are.
-std::vector<Answer> HostCommand::AskAll() const {
-    std::vector<Answer> answers(hosts.size());
-    std::vector<std::atomic<bool>> ready(hosts.size());
-    std::size_t printed = 0;
-    const Progress progress(hosts.size());
-    const auto ask = [&](std::size_t index) {
-        const LumVoxRpc::CallBudget budget(GetTimeout());
-        answers[index] = Ask(hosts[index]);
-        AddHint(hosts[index], answers[index].outcome);
-        ready[index] = true;
-    };
-    progress.Show(0);
-    ForEach(hosts.size(), hostOptions.GetParallel(), ask, [&](std::size_t done) {
-        progress.Clear();
-        for (; printed < hosts.size() && ready[printed]; ++printed) Print(hosts[printed], answers[printed]);
-        if (done < hosts.size()) progress.Show(done);
-    });
+Answer HostCommand::AskWithin(std::size_t index) const {
+    const LumVoxRpc::CallBudget budget(GetTimeout());
+    Answer answer = Ask(hosts[index]);
+    AddHint(hosts[index], answer.outcome);
+    return answer;
+}
+
+void HostCommand::AskAll() {
+    const Interruption interruption;
+    for (std::size_t i = 0; i < hosts.size(); ++i) indexes[hosts[i]] = i;
+    printed.assign(hosts.size(), false);
+    line = std::make_unique<StatusLine>(!quiet);
+    work = std::make_unique<NodesWork>(hosts.size());
+    work->Start(hostOptions.GetParallel(), [this](std::size_t index) { return AskWithin(index); });
+    for (std::size_t arrived = 0; arrived < hosts.size();) {
+        const std::vector<std::size_t> fresh = work->TakeAnswered(kTick);
+        arrived += fresh.size();
+        if (!fresh.empty()) PrintArrived(fresh);
+        if (arrived < hosts.size() && Interruption::GetSignal() != 0) EndEarly(CodeOf(Interruption::GetSignal()));
+        if (arrived < hosts.size() && line->IsDue()) line->Show(TextOf(*work, hosts, line->GetElapsed()));
+    }
+    line->Clear();
+}
+
+/// Who looks on sees a result when it is there; else those before it go first.
+void HostCommand::PrintArrived(const std::vector<std::size_t>& arrived) {
+    line->Clear();
+    if (LumPalConsole::IsTerminal(LumPalConsole::Stream::Output)) {
+        for (const std::size_t index : arrived) PrintNode(index);
+        return;
+    }
+    while (firstUnprinted < hosts.size() && work->GetPhase(firstUnprinted) == NodesWork::Phase::Answered) {
+        PrintNode(firstUnprinted++);
+    }
+}
+
+void HostCommand::PrintNode(std::size_t index) {
+    Print(hosts[index], work->GetAnswer(index));
+    printed[index] = true;
+}
+
+std::vector<const Answer*> HostCommand::GetAnswers() const {
+    std::vector<const Answer*> answers;
+    for (std::size_t i = 0; i < hosts.size(); ++i) answers.push_back(&work->GetAnswer(i));
     return answers;
+}
+
+void HostCommand::EndEarly(ExitCode code) {
+    work->Close();
+    line->Clear();
+    for (std::size_t i = 0; i < hosts.size(); ++i) {
+        const NodesWork::Phase phase = work->GetPhase(i);
+        if (phase != NodesWork::Phase::Answered) FillUnknown(i, code);
+        // Who was not asked is named together with all others of the kind, but to programs.
+        if (!printed[i] && (json || phase != NodesWork::Phase::NotAsked)) PrintNode(i);
+    }
+    PrintTogether();
+    if (!json) PrintNotAsked(code);
+    if (AsksMany()) PrintSummary();
+    EndNow(code);
+}
+
+/// What was known before stands below the reason.
+void HostCommand::FillUnknown(std::size_t index, ExitCode code) {
+    Answer& answer = work->GetAnswer(index);
+    Outcome outcome{code, {}, work->GetPhase(index) == NodesWork::Phase::Asked};
+    const std::string host = "'" + hosts[index] + "'";
+    outcome.messages.push_back({0, !outcome.wasBegun ? "Ended before " + host + " was asked."
+                                   : ChangesNodes()  ? "Ended before " + host + " answered: the change may be done."
+                                                     : "Ended before " + host + " answered."});
+    for (const MessageLine& known : answer.outcome.messages) {
+        outcome.messages.push_back({known.level + 1, known.text});
+    }
+    answer.outcome = outcome;
+    if (outcome.wasBegun) AddUnknown(answer);
+}
+
+void HostCommand::PrintNotAsked(ExitCode code) const {
+    std::string names;
+    for (std::size_t i = 0; i < hosts.size(); ++i) {
+        if (work->GetPhase(i) == NodesWork::Phase::NotAsked) names += (names.empty() ? "" : ", ") + hosts[i];
+    }
+    if (!names.empty()) PrintFailure(std::cerr, "not asked", {code, {{0, names}}, false});
+}
+
+void HostCommand::SetStep(const std::string& host, const std::string& step) const {
+    work->SetStep(indexes.at(host), step);
+}
+
+void HostCommand::AddKnown(const std::string& host, const std::function<void(Answer&)>& add) const {
+    work->Add(indexes.at(host), add);
+}
+
+Answer HostCommand::GetKnown(const std::string& host) const {
+    return work->GetAdded(indexes.at(host));
 }
 
 void HostCommand::Warn(const LumPalMsg::MessageList_t& warnings) const {
     if (json || warnings.GetMessageCount() == 0) return;
     std::ostringstream text;
-    if (AsksMany() && LumPalConsole::IsTerminal(LumPalConsole::Stream::Error)) text << "\r\033[K";
     PrintWarnings(text, warnings);
-    std::cerr << text.str() << std::flush;  // in one piece: other threads write too
+    line->PrintAbove(text.str());  // in one piece: other threads write too
 }
 
 /// What is wrong with the arguments is said once, and concerns no node.
@@ -167,7 +221,7 @@ void HostCommand::Print(const std::string& host, const Answer& answer) const {
         return;
     }
     const bool many = AsksMany();
-    if (!quiet) {
+    if (!quiet && !IsShownTogether()) {
         if (many && answer.isBlock && !answer.text.empty()) std::cout << host << ":\n";
         std::cout << (many && answer.isBlock ? Indented(answer.text) : answer.text) << std::flush;
     }
@@ -175,15 +229,15 @@ void HostCommand::Print(const std::string& host, const Answer& answer) const {
     PrintFailure(std::cerr, many ? host + ": " + answer.outcome.Word() : "", answer.outcome);
 }
 
-void HostCommand::PrintSummary(const std::vector<Answer>& answers) const {
-    if (json || quiet) return;
-    std::cout << hosts.size() << " nodes";
-    const char* separator = ": ";
-    for (const auto& [code, count] : Count(answers)) {
-        std::cout << separator << count << " " << Outcome{code, {}}.Word();
-        separator = ", ";
-    }
-    std::cout << std::endl;
+void HostCommand::PrintTogether() const {
+    if (json || quiet || !IsShownTogether()) return;
+    std::vector<std::pair<std::string, const Answer*>> answers;
+    for (std::size_t i = 0; i < hosts.size(); ++i) answers.emplace_back(hosts[i], &work->GetAnswer(i));
+    std::cout << ShowTogether(answers) << std::flush;
+}
+
+void HostCommand::PrintSummary() const {
+    if (!json && !quiet) std::cout << SummaryOf(GetAnswers()) << std::endl;
 }
 
 }  // namespace lumtools

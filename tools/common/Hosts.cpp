@@ -1,15 +1,11 @@
 #include "common/Hosts.h"
 
 #include <algorithm>
-#include <atomic>
-#include <condition_variable>
 #include <fstream>
 #include <iostream>
 #include <set>
-#include <thread>
 
 #include "LumPalColumns.h"
-#include "LumPalPlainMutex.h"
 #include "common/Arguments.h"
 #include "common/Table.h"
 
@@ -63,41 +59,6 @@ std::vector<std::string> ReadHostsFile(const std::string& path) {
     return ReadHosts(in, "'" + path + "'");
 }
 
-/// Threads take the next index until none is left.
-class Workers {
-public:
-    Workers(std::size_t count, const std::function<void(std::size_t)>& job) : count(count), job(job) {}
-
-    void Run(std::size_t threads, const std::function<void(std::size_t)>& done) {
-        std::vector<std::jthread> pool;
-        for (std::size_t i = 0; i < std::min(threads, count); ++i) pool.emplace_back([this] { Work(); });
-        for (std::size_t told = 0; told < count;) {
-            LumPalThread::PlainLock_t lock(mutex);
-            while (finished <= told) changed.wait(lock.ForWait());
-            told = finished;
-            lock.Unlock();
-            done(told);
-        }
-    }
-
-private:
-    void Work() {
-        for (std::size_t index = next++; index < count; index = next++) {
-            job(index);
-            const LumPalThread::PlainLock_t lock(mutex);
-            ++finished;
-            changed.notify_one();
-        }
-    }
-
-    const std::size_t count;
-    const std::function<void(std::size_t)>& job;
-    std::atomic<std::size_t> next{0};
-    LumPalThread::PlainMutex_t mutex;
-    std::condition_variable changed;
-    std::size_t finished LUMPAL_GUARDED_BY(mutex) = 0;
-};
-
 }  // namespace
 
 void HostOptions::AddTo(CLI::App& command) {
@@ -136,11 +97,6 @@ std::vector<std::string> HostOptions::Make() const {
     std::copy_if(named.begin(), named.end(), std::back_inserter(once),
                  [&seen](const std::string& host) { return seen.insert(host).second; });
     return once;
-}
-
-void ForEach(std::size_t count, int parallel, const std::function<void(std::size_t)>& job,
-             const std::function<void(std::size_t)>& done) {
-    Workers(count, job).Run(static_cast<std::size_t>(parallel), done);
 }
 
 }  // namespace lumtools

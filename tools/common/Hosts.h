@@ -1,10 +1,9 @@
 /// @file
-/// The options that say which nodes a command asks, and asking many of them at once.
+/// The options that say which nodes a command asks.
 #pragma once
 
 #include <CLI/CLI.hpp>
 #include <chrono>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -31,10 +30,5 @@ private:
     int parallel = 16;
     int timeoutSeconds = 0;
 };
-
-/// Does the job for each index below `count`, on at most `parallel` threads at a time; `done` is called on the
-/// caller's thread after each, with the number of jobs that are done. The job must not throw.
-void ForEach(std::size_t count, int parallel, const std::function<void(std::size_t index)>& job,
-             const std::function<void(std::size_t doneCount)>& done);
 
 }  // namespace lumtools

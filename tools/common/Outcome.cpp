@@ -11,17 +11,24 @@
 #include "LumPalConsole.h"
 #include "LumPalMsg.h"
 #include "LumPalNet.h"
+#include "LumPalRuntime.h"
 #include "LumSecAuth.h"
 #include "MessageNumbers.h"
 #include "Utils.h"
 #include "common/Arguments.h"
+#include "common/NodeAccess.h"
+#include "common/ProgramName.h"
 #include "common/Table.h"
 
 namespace lumtools {
 
 namespace {
 
+using LumConf::Utils;
 using LumPalMsg::MessageList_t;
+using LumPalStr::String_t;
+
+constexpr const char* kWarning = "warning: ";
 
 /// A detail may itself hold lines: the words of a node, already indented there.
 void AddLines(const std::string& text, int level, std::vector<MessageLine>& lines) {
@@ -50,30 +57,45 @@ Outcome From(ExitCode code, const LumPalMsg::Exception_t& e) {
     return {code, LinesOf(e.GetMessageList())};
 }
 
-constexpr int kIndent = 10;  // behind the longest label
-
 /// What goes to no terminal is not wrapped: scripts search in it.
 int Width() {
     const int columns = LumPalConsole::Columns(LumPalConsole::Stream::Error);
     return columns > 0 ? columns : 1000000;
 }
 
-LumConf::Utils::MsgType LabelFor(ExitCode code) {
-    if (code == kNothingToDo) return LumConf::Utils::Note;
-    return code == kUntold ? LumConf::Utils::Warning : LumConf::Utils::Error;
+/// All that is said begins alike, whatever went wrong.
+String_t Prefix() {
+    const String_t name(ProgramName());
+    return name.IsEmpty() ? name : name + ": ";
 }
 
-void Print(std::ostream& out, const std::string& text, int indent, LumConf::Utils::MsgType label) {
-    out << LumConf::Utils::FormatStdOutput(Text(Printable(text)), indent, Width(), label).ToUtf8() << "\n";
+const char* KindOf(ExitCode code) {
+    if (code == kNothingToDo) return "note: ";
+    return code == kUntold ? kWarning : "";
 }
 
-void PrintOuter(std::ostream& out, const std::string& text, LumConf::Utils::MsgType label) {
-    Print(out, text, kIndent, label);
+void PrintOuter(std::ostream& out, const std::string& text) {
+    const int indent = static_cast<int>(Prefix().GetLength());
+    out << Utils::FormatOutput(Prefix().Left(indent > 0 ? indent - 1 : 0), Text(Printable(text)), indent, Width())
+               .ToUtf8()
+        << "\n";
 }
 
 /// It stands below what it belongs to: two columns to the right of it.
 void PrintDetail(std::ostream& out, const MessageLine& line) {
-    Print(out, line.text, kIndent + 2 * std::max(line.level, 1), LumConf::Utils::Bullet);
+    const int indent = static_cast<int>(Prefix().GetLength()) + 2 * std::max(line.level, 1);
+    out << Utils::FormatStdOutput(Text(Printable(line.text)), indent, Width(), Utils::Bullet).ToUtf8() << "\n";
+}
+
+Outcome Failed(const LumPalMsg::Exception_t& e) {
+    Outcome outcome = From(kFailed, e);
+    if (!IsNodeClosed()) return outcome;
+    for (MessageLine& line : outcome.messages) ++line.level;
+    const std::string root = LumPalRuntime::Dir_t::Path(LumPalRuntime::Root).ToUtf8();
+    outcome.messages.insert(outcome.messages.begin(),
+                            {0, "This user may not read the node's root '" + root + "': run it as the node's user."});
+    outcome.code = kRefused;
+    return outcome;
 }
 
 }  // namespace
@@ -98,6 +120,9 @@ const char* Outcome::Word() const {
             return "done, nobody told";
         case kSomeFailed:
             return "some failed";
+        case kInterrupted:
+        case kTerminated:
+            return wasBegun ? "unknown" : "not asked";
     }
     return "";
 }
@@ -128,7 +153,7 @@ Outcome Attempt(const std::function<void()>& request) {
     } catch (const LumPalMsg::IllegalArgumentError_t& e) {
         return From(kWrongUsage, e);
     } catch (const LumPalMsg::Exception_t& e) {
-        return From(kFailed, e);
+        return Failed(e);
     } catch (const CLI::Error&) {
         throw;  // the program says it together with its usage
     } catch (const std::bad_alloc&) {
@@ -148,7 +173,7 @@ void PrintFailure(std::ostream& out, const std::string& where, const Outcome& ou
     for (std::size_t i = 0; i < outcome.messages.size(); ++i) {
         const MessageLine& line = outcome.messages[i];
         if (i == 0) {
-            PrintOuter(out, (where.empty() ? "" : where + ": ") + line.text, LabelFor(outcome.code));
+            PrintOuter(out, KindOf(outcome.code) + (where.empty() ? "" : where + ": ") + line.text);
         } else {
             PrintDetail(out, line);
         }
@@ -157,7 +182,7 @@ void PrintFailure(std::ostream& out, const std::string& where, const Outcome& ou
 
 void PrintWarnings(std::ostream& out, const MessageList_t& messages) {
     for (const MessageLine& line : LinesOf(messages)) {
-        line.level == 0 ? PrintOuter(out, line.text, LumConf::Utils::Warning) : PrintDetail(out, line);
+        line.level == 0 ? PrintOuter(out, kWarning + line.text) : PrintDetail(out, line);
     }
 }
 

@@ -21,20 +21,24 @@ struct MessageLine {
 struct Outcome {
     ExitCode code = kDone;
     std::vector<MessageLine> messages;
+    bool wasBegun = true;  ///< false: nothing was asked of anybody before the user ended it
 
-    /// "done", "nothing to do", "not found", "refused", "failed", "unreachable", "done, nobody told".
+    /// "done", "nothing to do", "not found", "refused", "failed", "unreachable", "done, nobody told", "unknown", "not
+    /// asked".
     const char* Word() const;
 };
 
-/// Runs a request; what it raises becomes the outcome.
+/// Runs a request; what it raises becomes the outcome. What fails while this user may not look into the node's folders
+/// is refused, and told so.
 Outcome Attempt(const std::function<void()>& request);
 
 /// Each message of the list with its details below it.
 std::vector<MessageLine> LinesOf(const LumPalMsg::MessageList_t& messages);
 
-/// The outer message behind its label, each detail as an item below it, all wrapped at the width of the terminal that
-/// standard error goes to.
-/// @param where  stands before the outer message; may be empty
+/// The outer message behind the program's name, and behind "note: " when there was nothing to do, "warning: " when
+/// nobody was told; each detail as an item below it, all wrapped at the width of the terminal that standard error goes
+/// to.
+/// @param where  stands before the text of the outer message; may be empty
 void PrintFailure(std::ostream& out, const std::string& where, const Outcome& outcome);
 /// In the same form: each outer message is a warning.
 void PrintWarnings(std::ostream& out, const LumPalMsg::MessageList_t& messages);

@@ -1,21 +1,26 @@
 #include "common/Program.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <iostream>
 #include <string>
 
-#include "LumPalConsole.h"
 #include "LumPalDaemon.h"
 #include "LumPalRuntime.h"
 #include "common/ExitCode.h"
 #include "common/Outcome.h"
+#include "common/ProgramName.h"
+#include "common/StandardOutput.h"
+#include "common/Usage.h"
 #include "common/Utf8Arguments.h"
 
 namespace lumtools {
 
 namespace {
 
-int RunAction(CLI::App& app, const Action& action) {
+using Arguments = std::vector<std::string>;
+
+int RunAction(const CLI::App& app, const Action& action, const Arguments& arguments) {
     try {
         int code = kDone;
         const Outcome outcome = Attempt([&] { code = action(); });
@@ -23,14 +28,14 @@ int RunAction(CLI::App& app, const Action& action) {
         PrintFailure(std::cerr, "", outcome);
         return outcome.code;
     } catch (const CLI::Error& e) {
-        app.exit(e);
+        SayWrongUsage(app, e, arguments);
         return kWrongUsage;
     }
 }
 
 /// "help COMMAND" is "COMMAND --help", and "help" alone is "--help".
-std::vector<std::string> Arguments(int argc, char** argv) {
-    std::vector<std::string> arguments(argv + 1, argv + argc);
+Arguments ArgumentsOf(int argc, char** argv) {
+    Arguments arguments(argv + 1, argv + argc);
     if (arguments.empty() || arguments.front() != "help") return arguments;
     arguments.erase(arguments.begin());
     arguments.push_back("--help");
@@ -42,35 +47,47 @@ int SayUsage(const Program& program, const CLI::App& app) {
     return kWrongUsage;
 }
 
-int Work(const Program& program, CLI::App& app, const Actions& actions, std::vector<std::string> arguments) {
+/// The parser takes the arguments from the back.
+void Parse(CLI::App& app, Arguments arguments) {
+    std::reverse(arguments.begin(), arguments.end());
+    app.parse(std::move(arguments));
+}
+
+int Work(const Program& program, CLI::App& app, const Actions& actions, const Arguments& arguments) {
     if (arguments.empty()) return SayUsage(program, app);
     const auto isNamed = [&arguments](const CLI::App* command) { return command->check_name(arguments.front()); };
     if (!arguments.front().starts_with('-') && app.get_subcommands(isNamed).empty()) {
-        std::cerr << program.name << ": there is no command '" << arguments.front() << "'\n";
-        return SayUsage(program, app);
+        SayNoSuchCommand(app, arguments.front());
+        return kWrongUsage;
     }
     try {
-        std::reverse(arguments.begin(), arguments.end());  // the parser takes them from the back
-        app.parse(arguments);
+        Parse(app, arguments);
     } catch (const CLI::ParseError& e) {
-        return app.exit(e) == 0 ? kDone : kWrongUsage;
+        if (e.get_exit_code() == 0) return app.exit(e);  // help and version
+        SayWrongUsage(app, e, arguments);
+        return kWrongUsage;
     }
     const auto asked = [](const auto& row) { return row.first->parsed(); };
     const auto found = std::find_if(actions.begin(), actions.end(), asked);
-    return found == actions.end() ? kWrongUsage : RunAction(app, found->second);
+    return found == actions.end() ? kWrongUsage : RunAction(app, found->second, arguments);
 }
 
-int Ended(const Program& program, int code) {
-    if (std::cout.flush()) return code;
-    std::cerr << program.name << ": standard output cannot be written\n";
-    return code == kDone ? kFailed : code;
+int Ended(int code) {
+    return !IsOutputWritten() && code == kDone ? kFailed : code;
 }
 
 }  // namespace
 
+void EndNow(int code) {
+    const int ended = Ended(code);
+    std::cerr.flush();
+    std::_Exit(ended);
+}
+
 int RunProgram(const Program& program, int argc, char** argv) {
+    SetProgramName(program.name);
     // What a tool opens, a file of keys perhaps, must not take the number of a stream that is closed.
-    LumPalConsole::OccupyStandardStreams();
+    OccupyStandardStreams();
     LumPalRuntime::KeepOutOfCoreImages();
     if (!AreArgumentsUtf8(program.name, argc, argv)) return kWrongUsage;
     LumPalRuntime::App_t::Init(argc, argv);
@@ -87,7 +104,7 @@ int RunProgram(const Program& program, int argc, char** argv) {
     }
     app.footer(program.footer);
     for (const auto& [subcommand, action] : actions) subcommand->footer(program.footer);
-    return Ended(program, Work(program, app, actions, Arguments(argc, argv)));
+    return Ended(Work(program, app, actions, ArgumentsOf(argc, argv)));
 }
 
 }  // namespace lumtools

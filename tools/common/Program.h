@@ -27,4 +27,8 @@ struct Program {
 /// arrived: else a program that did all fails after all. @returns the exit code of the process
 int RunProgram(const Program& program, int argc, char** argv);
 
+/// Ends the process at once: nobody waits for threads that wait for others. What was printed counts as at the end of
+/// RunProgram, and is said; the code stays.
+[[noreturn]] void EndNow(int code);
+
 }  // namespace lumtools

@@ -1,19 +1,21 @@
 #include "common/SelectionOptions.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "common/Arguments.h"
 
 namespace lumtools {
 
+using LumConf::Selection;
+
 namespace {
 
 /// "name" means every policy with such an attribute, "name=value" that pair.
-void SelectAttribute(LumConf::Selection& selection, const std::string& attribute) {
+Selection OfAttribute(const std::string& attribute) {
     const auto [name, value] = SplitPair(attribute);
-    if (attribute.find('=') == std::string::npos) {
-        selection.SetPolicyAttribute(Text(name));
-    } else {
-        selection.SetPolicyAttribute(Text(name), Text(value));
-    }
+    if (attribute.find('=') == std::string::npos) return Selection().SetPolicyAttribute(Text(name));
+    return Selection().SetPolicyAttribute(Text(name), Text(value));
 }
 
 }  // namespace
@@ -25,12 +27,8 @@ void SelectionOptions::AddTo(CLI::App& command, Demand demanded) {
     command.add_option("--name", name, "Policies of this name; \"type:name\" is a name of a type")
         ->group(group)
         ->type_name("NAME");
-    command.add_option("--type", type, "Policies of this type; with --name both must match")
-        ->group(group)
-        ->type_name("TYPE");
-    command.add_option("--owner", owner, "Policies of this owner; with --name both must match")
-        ->group(group)
-        ->type_name("OWNER");
+    command.add_option("--type", type, "Policies of this type")->group(group)->type_name("TYPE");
+    command.add_option("--owner", owner, "Policies of this owner")->group(group)->type_name("OWNER");
     command.add_option("--category", category, "Policies in this category")->group(group)->type_name("CATEGORY");
     command.add_option("--attribute", attribute, "Policies with this attribute, or with this name and value")
         ->group(group)
@@ -38,36 +36,33 @@ void SelectionOptions::AddTo(CLI::App& command, Demand demanded) {
     command.add_flag("--all", all, "All policies")->group(group);
 }
 
-int SelectionOptions::Given() const {
-    return !id.empty() + !name.empty() + !type.empty() + !owner.empty() + !category.empty() + !attribute.empty() + all;
-}
-
 bool SelectionOptions::IsGiven() const {
-    return Given() > 0;
+    return all || IsNarrow();
 }
 
-LumConf::Selection SelectionOptions::Make() const {
-    LumConf::Selection selection;
-    const int given = Given();
-    if (given == 0 && demand == Demand::Yes) {
+bool SelectionOptions::IsNarrow() const {
+    const std::string* given[] = {&id, &name, &type, &owner, &category, &attribute};
+    return std::any_of(std::begin(given), std::end(given), [](const std::string* text) { return !text->empty(); });
+}
+
+Selections SelectionOptions::Make() const {
+    if (!IsGiven() && demand == Demand::Yes) {
         throw CLI::ValidationError(
             "which policies? Give --id, --name, --type, --owner, --category, --attribute or "
             "--all");
     }
-    if (!name.empty() && !type.empty() && given == 2) {
-        return selection.SetPolicyNameAndTypeName(Text(name), Text(type));
-    }
-    if (!owner.empty() && !name.empty() && given == 2) return selection.SetPolicyOwnerAndName(Text(owner), Text(name));
-    if (given > 1) {
-        throw CLI::ValidationError("of the options that select, only --name combines: with --type or with --owner");
-    }
-    if (!id.empty()) selection.SetPolicyId(Text(id));
-    if (!name.empty()) selection.SetPolicyName(Text(name));
-    if (!type.empty()) selection.SetPolicyTypeName(Text(type));
-    if (!owner.empty()) selection.SetPolicyOwner(Text(owner));
-    if (!category.empty()) selection.SetPolicyCategory(Text(category));
-    if (!attribute.empty()) SelectAttribute(selection, attribute);
-    return selection;
+    // The first one is what a node is asked for: the more it says, the less has to be listed.
+    std::vector<Selection> given;
+    const bool isTyped = !name.empty() && !type.empty(), isOwned = !name.empty() && !isTyped && !owner.empty();
+    if (!id.empty()) given.push_back(Selection().SetPolicyId(Text(id)));
+    if (isTyped) given.push_back(Selection().SetPolicyNameAndTypeName(Text(name), Text(type)));
+    if (isOwned) given.push_back(Selection().SetPolicyOwnerAndName(Text(owner), Text(name)));
+    if (!name.empty() && !isTyped && !isOwned) given.push_back(Selection().SetPolicyName(Text(name)));
+    if (!type.empty() && !isTyped) given.push_back(Selection().SetPolicyTypeName(Text(type)));
+    if (!category.empty()) given.push_back(Selection().SetPolicyCategory(Text(category)));
+    if (!attribute.empty()) given.push_back(OfAttribute(attribute));
+    if (!owner.empty() && !isOwned) given.push_back(Selection().SetPolicyOwner(Text(owner)));
+    return given.empty() ? Selections() : Selections(given);
 }
 
 }  // namespace lumtools

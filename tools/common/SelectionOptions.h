@@ -5,26 +5,26 @@
 #include <CLI/CLI.hpp>
 #include <string>
 
-#include "Selection.h"
+#include "common/Selections.h"
 
 namespace lumtools {
 
-/// --id, --name, --type, --owner, --category, --attribute, --all, and the pairs that combine: name with type,
-/// owner with name.
+/// --id, --name, --type, --owner, --category, --attribute and --all. Those that are given must all hold; --all holds of
+/// every policy.
 class SelectionOptions {
 public:
     /// Demand::Yes: a command that changes something is given no selection by default.
     enum class Demand { No, Yes };
     void AddTo(CLI::App& command, Demand demand);
-    /// @throws CLI::ValidationError for options that do not combine;
+    /// @throws CLI::ValidationError when one is demanded and none given;
     ///         LumPalMsg::IllegalArgumentError_t for a text that no selection can hold
-    LumConf::Selection Make() const;
+    Selections Make() const;
     /// Whether any of the options was given.
     bool IsGiven() const;
+    /// Whether any of them was given that leaves policies out.
+    bool IsNarrow() const;
 
 private:
-    int Given() const;
-
     std::string id, name, type, owner, category, attribute;
     bool all = false;
     Demand demand = Demand::No;

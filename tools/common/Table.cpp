@@ -2,18 +2,24 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
+#include <limits>
+#include <numeric>
 #include <ostream>
 #include <sstream>
 
 #include "LumPalColumns.h"
+#include "LumPalConsole.h"
 
 namespace lumtools {
 
 namespace {
 
 constexpr int kGap = 2;
+constexpr const char* kEllipsis = "\u2026";
 /// A longer cell stands out of its column: as many blanks in every other line would fill a screen, or the memory.
 constexpr int kWidestColumn = 100;
+constexpr int kNarrowestColumn = 4;
 
 /// The next code point, and the position behind it. The text is valid UTF-8: it comes from a String_t.
 std::uint32_t Next(const std::string& utf8, std::size_t& at) {
@@ -41,6 +47,34 @@ const Range kWide[] = {{0x1100, 0x115F},   {0x2E80, 0x303E},   {0x3041, 0xA4CF},
                        {0x1F300, 0x1F64F}, {0x1F900, 0x1F9FF}, {0x20000, 0x3FFFD}};
 const Range kNone[] = {{0x0300, 0x036F}, {0x200B, 0x200F}, {0x20D0, 0x20FF}, {0xFE00, 0xFE0F}, {0xFE20, 0xFE2F}};
 
+int WidthOf(std::uint32_t point) {
+    if (point < std::begin(kNone)->first) return 1;  // nearly all
+    if (IsIn(std::begin(kNone), std::end(kNone), point)) return 0;
+    return IsIn(std::begin(kWide), std::end(kWide), point) ? 2 : 1;
+}
+
+/// Makes the widest columns narrower until all fit, as far as something can still be read of each.
+void Narrow(std::vector<int>& widths, int columns) {
+    for (int& width : widths) width = std::min(width, columns);
+    const int gaps = kGap * (static_cast<int>(widths.size()) - 1);
+    while (std::accumulate(widths.begin(), widths.end(), gaps) > columns) {
+        const auto widest = std::max_element(widths.begin(), widths.end());
+        if (*widest <= kNarrowestColumn) return;
+        --*widest;
+    }
+}
+
+std::string Coloured(const std::string& text, Table::Mark mark) {
+    constexpr const char* kColours[] = {"", "\033[32m", "\033[33m", "\033[31m"};
+    const char* colour = kColours[static_cast<int>(mark)];
+    return *colour && !text.empty() ? colour + text + "\033[0m" : text;
+}
+
+bool IsColourWanted() {
+    const char *no = std::getenv("NO_COLOR"), *terminal = std::getenv("TERM");
+    return !(no && *no) && terminal && std::string(terminal) != "dumb";
+}
+
 bool IsControl(std::uint32_t point) {
     // Line and paragraph separators and the bidirectional controls rearrange a terminal's line too.
     const Range controls[] = {{0, 0x1F}, {0x7F, 0x9F}, {0x2028, 0x202E}, {0x2066, 0x2069}};
@@ -51,12 +85,19 @@ bool IsControl(std::uint32_t point) {
 
 int DisplayWidth(const std::string& utf8) {
     int width = 0;
-    for (std::size_t at = 0; at < utf8.size();) {
-        const std::uint32_t point = Next(utf8, at);
-        if (IsIn(std::begin(kNone), std::end(kNone), point)) continue;
-        width += IsIn(std::begin(kWide), std::end(kWide), point) ? 2 : 1;
-    }
+    for (std::size_t at = 0; at < utf8.size();) width += WidthOf(Next(utf8, at));
     return width;
+}
+
+std::string Shortened(const std::string& utf8, int columns) {
+    int width = 0;
+    std::size_t cut = 0;  // behind what leaves room for the ellipsis
+    for (std::size_t at = 0; at < utf8.size();) {
+        width += WidthOf(Next(utf8, at));
+        if (width < columns) cut = at;
+        if (width > columns) return columns > 0 ? utf8.substr(0, cut) + kEllipsis : "";
+    }
+    return utf8;
 }
 
 std::string Printable(const std::string& utf8) {
@@ -75,6 +116,11 @@ std::string PrintableLines(const std::string& lines) {
     return out;
 }
 
+TableLayout TableLayout::ForOutput() {
+    const int columns = LumPalConsole::Columns(LumPalConsole::Stream::Output);
+    return {columns, columns > 0 && IsColourWanted(), true};
+}
+
 Table::Table(std::vector<std::string> header) {
     rows.push_back(std::move(header));
 }
@@ -84,23 +130,43 @@ void Table::Add(std::vector<std::string> row) {
     rows.push_back(std::move(row));
 }
 
-void Table::Print(std::ostream& out) const {
+void Table::SetMarks(std::size_t column, Mark (*of)(const std::string&)) {
+    markedColumn = column;
+    markOf = of;
+}
+
+void Table::Print(std::ostream& out, const TableLayout& layout) const {
+    const std::vector<int> widths = WidthsFor(layout);
+    for (std::size_t i = layout.hasHeader ? 0 : 1; i < rows.size(); ++i) out << Line(rows[i], widths, layout, i == 0);
+}
+
+std::vector<int> Table::WidthsFor(const TableLayout& layout) const {
     std::vector<int> widths(rows.front().size());
-    for (const auto& row : rows) {
-        for (std::size_t i = 0; i < row.size(); ++i) {
-            const int width = DisplayWidth(row[i]);
-            if (width <= kWidestColumn) widths[i] = std::max(widths[i], width);
+    for (std::size_t r = layout.hasHeader ? 0 : 1; r < rows.size(); ++r) {
+        for (std::size_t i = 0; i < rows[r].size(); ++i) {
+            const int width = DisplayWidth(rows[r][i]);
+            if (width <= kWidestColumn || layout.columns > 0) widths[i] = std::max(widths[i], width);
         }
     }
-    for (const auto& row : rows) {
-        std::string line;
-        for (std::size_t i = 0; i < row.size(); ++i) {
-            line += row[i];
-            if (i + 1 < row.size()) line.append(std::max(widths[i] - DisplayWidth(row[i]), 0) + kGap, ' ');
-        }
-        line.resize(LumPalStr::TrimmedEnd(std::string_view(line), " ").size());
-        out << line << "\n";
+    if (layout.columns > 0) Narrow(widths, layout.columns);
+    return widths;
+}
+
+std::string Table::Line(const std::vector<std::string>& row, const std::vector<int>& widths, const TableLayout& layout,
+                        bool isHeader) const {
+    std::string line;
+    int column = 0;
+    const int end = layout.columns > 0 ? layout.columns : std::numeric_limits<int>::max();
+    for (std::size_t i = 0; i < row.size() && column < end; ++i) {
+        const std::string cell = layout.columns > 0 ? Shortened(row[i], std::min(widths[i], end - column)) : row[i];
+        const int width = DisplayWidth(cell), pad = std::max(widths[i] - width, 0) + kGap;
+        const bool isMarked = layout.isColoured && !isHeader && markOf && i == markedColumn;
+        line += isMarked ? Coloured(cell, markOf(row[i])) : cell;
+        if (i + 1 < row.size()) line.append(pad, ' ');
+        column += width + pad;
     }
+    line.resize(LumPalStr::TrimmedEnd(std::string_view(line), " ").size());
+    return line + "\n";
 }
 
 }  // namespace lumtools

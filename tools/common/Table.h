@@ -11,20 +11,45 @@ namespace lumtools {
 /// Columns of an UTF-8 text on a terminal: wide characters count two, combining ones none.
 int DisplayWidth(const std::string& utf8);
 
+/// The text, as far as it fits into so many columns; where it is cut, an ellipsis stands in the last one.
+std::string Shortened(const std::string& utf8, int columns);
+
 /// The text without control characters: what comes from a node cannot drive the terminal.
 std::string Printable(const std::string& utf8);
 /// The same for each line of several; each ends in a line feed.
 std::string PrintableLines(const std::string& lines);
 
+/// How a table is laid out.
+struct TableLayout {
+    int columns = 0;  ///< of a line; longer cells are shortened, the widest columns first. 0: as many as there are
+    bool isColoured = false;
+    bool hasHeader = true;
+
+    /// For standard output: as wide as its terminal, and in colours unless the environment says NO_COLOR or that the
+    /// terminal is dumb; elsewhere whole and plain.
+    static TableLayout ForOutput();
+};
+
 /// Rows of texts, each column as wide as its widest text.
 class Table {
 public:
+    /// How a cell stands out.
+    enum class Mark { None, Good, Doubtful, Bad };
+
     explicit Table(std::vector<std::string> header);
     void Add(std::vector<std::string> row);
-    void Print(std::ostream& out) const;
+    /// Marks the cells of a column.
+    void SetMarks(std::size_t column, Mark (*markOf)(const std::string& cell));
+    void Print(std::ostream& out, const TableLayout& layout = {}) const;
 
 private:
+    std::vector<int> WidthsFor(const TableLayout& layout) const;
+    std::string Line(const std::vector<std::string>& row, const std::vector<int>& widths, const TableLayout& layout,
+                     bool isHeader) const;
+
     std::vector<std::vector<std::string>> rows;
+    std::size_t markedColumn = 0;
+    Mark (*markOf)(const std::string&) = nullptr;
 };
 
 }  // namespace lumtools

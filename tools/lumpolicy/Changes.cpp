@@ -12,6 +12,7 @@
 
 namespace lumpolicy {
 
+using LumConf::PolicyContainer;
 using LumConf::PolicyForwarder;
 using LumConf::PolicyHeader;
 using LumConf::Selection;
@@ -174,7 +175,10 @@ private:
         CheckPair();
         request.argument = words;
         request.options.SetNotify(!noNotify).SetTargetID(Text(targetId));
-        return lumtools::Attempt([&] { request.selection = selectionOptions.Make(); });
+        return lumtools::Attempt([&] {
+            selections = selectionOptions.Make();
+            request.selection = selections.GetFirst();
+        });
     }
 
     /// An attribute without "=" would be sent with an empty value, which nobody means.
@@ -188,6 +192,8 @@ private:
 
     Answer Ask(const std::string& host) const override {
         Answer answer;
+        SetStep(host, row.name);
+        if (!dryRun && !selections.IsOne()) return SendEach(host);
         answer.outcome = lumtools::Attempt([&] {
             if (dryRun) {
                 Foresee(host, answer);
@@ -200,9 +206,54 @@ private:
         return answer;
     }
 
+    /// A request has one selection: several become one request for each policy that all of them mean.
+    Answer SendEach(const std::string& host) const {
+        PolicyContainer policies;
+        Answer answer;
+        answer.outcome = lumtools::Attempt([&] { policies = ListSome(*forwarder, host, selections, targetId); });
+        if (answer.outcome.code != lumtools::kDone) return answer;
+        AddKnown(host, [](Answer& known) { known.fields["policies"] = nlohmann::ordered_json::array(); });
+        std::vector<lumtools::Outcome> outcomes;
+        for (int i = 0; i < policies.GetCount(); ++i) {
+            SetStep(host, std::string(row.name) + ", " + std::to_string(i) + " of " +
+                              std::to_string(policies.GetCount()) + " policies");
+            outcomes.push_back(SendOne(host, policies.GetPolicyHeader(i)));
+            if (outcomes.back().code == lumtools::kUnreachable) break;
+        }
+        answer = GetKnown(host);
+        answer.outcome = Joined(outcomes);
+        if (answer.outcome.code == lumtools::kDone) answer.text = row.done + host + "\n";
+        return answer;
+    }
+
+    lumtools::Outcome SendOne(const std::string& host, const PolicyHeader& policy) const {
+        Request one = request;
+        one.selection.SetPolicyId(policy.GetContainerId());
+        const auto outcome = lumtools::Attempt([&] { row.send(*forwarder, Text(host), one); });
+        AddKnown(host, [&](Answer& known) {
+            known.fields["policies"].push_back({{"id", policy.GetContainerId().ToUtf8()},
+                                                {"result", outcome.Word()},
+                                                {"code", static_cast<int>(outcome.code)}});
+        });
+        return outcome;
+    }
+
+    /// A failure counts for all; that there was nothing to do only when there was for none.
+    static lumtools::Outcome Joined(const std::vector<lumtools::Outcome>& outcomes) {
+        lumtools::Outcome joined{lumtools::kNothingToDo, {}};
+        for (const lumtools::Outcome& one : outcomes) {
+            const bool isIdle = one.code == lumtools::kNothingToDo;
+            const bool isBetter = joined.code == lumtools::kNothingToDo || joined.code == lumtools::kDone;
+            if (isBetter && !isIdle) joined.code = one.code;
+            if (!isIdle) joined.messages.insert(joined.messages.end(), one.messages.begin(), one.messages.end());
+        }
+        if (joined.code == lumtools::kNothingToDo) joined.messages = outcomes.front().messages;
+        return joined;
+    }
+
     void Foresee(const std::string& host, Answer& answer) const {
         lumtools::BeginDryRun(answer);
-        const auto policies = ListSome(*forwarder, host, request.selection, targetId);
+        const auto policies = ListSome(*forwarder, host, selections, targetId);
         for (int i = 0; i < policies.GetCount(); ++i) {
             const PolicyHeader header = policies.GetPolicyHeader(i);
             const std::string change = row.change(header, request.argument);
@@ -219,6 +270,7 @@ private:
     SelectionOptions selectionOptions;
     std::string words, targetId;
     bool noNotify = false, dryRun = false;
+    lumtools::Selections selections;
     Request request;
     lumtools::Lazy<PolicyForwarder> forwarder;
 };

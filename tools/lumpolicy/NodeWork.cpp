@@ -36,6 +36,7 @@ private:
 
     Answer Ask(const std::string& host) const override {
         Answer answer;
+        SetStep(host, row.name);
         if (dryRun) answer.fields["dry_run"] = true;
         answer.text = (dryRun ? row.foreseen : row.done) + host + "\n";
         if (!dryRun) answer.outcome = lumtools::Attempt([&] { row.send(*forwarder->handle, Text(host)); });

@@ -17,9 +17,6 @@ using nlohmann::ordered_json;
 
 namespace {
 
-const char* const kMissingExplained =
-    "MISSING: data files that were not there when the node last read its store. Install these policies again.\n";
-
 std::string Line(const char* field, const LumPalStr::String_t& value) {
     std::string label = std::string(field) + ":";
     label.resize(14, ' ');
@@ -34,19 +31,6 @@ std::vector<std::string> MissingFiles(const PolicyHeader& header) {
         files.push_back(header.GetMissingDataFile(i).ToUtf8());
     }
     return files;
-}
-
-/// The first, and how many more there are; empty without any.
-std::string ShortOf(const std::vector<std::string>& files) {
-    if (files.empty()) return "";
-    return files.front() + (files.size() == 1 ? "" : " and " + std::to_string(files.size() - 1) + " more");
-}
-
-bool IsOneIncomplete(const PolicyContainer& policies) {
-    for (int i = 0; i < policies.GetCount(); ++i) {
-        if (policies.GetPolicyHeader(i).GetMissingDataFileCount() > 0) return true;
-    }
-    return false;
 }
 
 std::string Named(const LumPalStr::String_t& name) {
@@ -70,17 +54,22 @@ ordered_json ToJson(const PolicySigner& signer) {
 }
 
 PolicyContainer ListSome(const LumConf::PolicyForwarder& forwarder, const std::string& host,
-                         const LumConf::Selection& selection, const std::string& targetId) {
-    PolicyContainer policies = forwarder.List(Text(host), selection, Text(targetId));
+                         const lumtools::Selections& selections, const std::string& targetId) {
+    PolicyContainer policies = forwarder.List(Text(host), selections.GetFirst(), Text(targetId));
+    if (policies.IsEmpty()) {
+        throw LumConf::PolicyNotFoundError(LumPalMsg::CreateError_t("No policy with this id is installed on host '%1'.")
+                                           << Text(host));
+    }
+    selections.Narrow(policies);
     if (!policies.IsEmpty()) return policies;
-    throw LumConf::PolicyNotFoundError(LumPalMsg::CreateError_t("No policy with this id is installed on host '%1'.")
+    throw LumConf::PolicyNotFoundError(LumPalMsg::CreateError_t("No policy of host '%1' is meant by all of this.")
                                        << Text(host));
 }
 
 PolicyContainer ListOf(const LumConf::PolicyForwarder& forwarder, const std::string& host,
-                       const LumConf::Selection& selection, const std::string& targetId) {
+                       const lumtools::Selections& selections, const std::string& targetId) {
     try {
-        return forwarder.List(Text(host), selection, Text(targetId));
+        return ListSome(forwarder, host, selections, targetId);
     } catch (const LumConf::NoPoliciesInstalledError&) {
         return {};
     } catch (const LumConf::PolicyNotFoundError&) {
@@ -115,26 +104,6 @@ std::string CategoriesOf(const PolicyHeader& header) {
     std::string joined;
     for (int i = 0; i < header.GetCategoryCount(); ++i) joined += (i ? ", " : "") + header.GetCategory(i).ToUtf8();
     return joined;
-}
-
-std::string TableOf(const PolicyContainer& policies) {
-    const bool incomplete = IsOneIncomplete(policies);
-    std::vector<std::string> columns{"TYPE", "NAME", "VERSION", "STATUS", "OWNER", "CATEGORIES", "ID"};
-    if (incomplete) columns.push_back("MISSING");
-    lumtools::Table table(columns);
-    for (int i = 0; i < policies.GetCount(); ++i) {
-        const PolicyHeader header = policies.GetPolicyHeader(i);
-        std::vector<std::string> row{header.GetTypeName().ToUtf8(),   header.GetName().ToUtf8(),
-                                     header.GetVersion().ToUtf8(),    header.GetStatus().ToUtf8(),
-                                     header.GetOwner().ToUtf8(),      CategoriesOf(header),
-                                     header.GetContainerId().ToUtf8()};
-        if (incomplete) row.push_back(ShortOf(MissingFiles(header)));
-        table.Add(row);
-    }
-    std::ostringstream out;
-    table.Print(out);
-    if (incomplete) out << kMissingExplained;
-    return out.str();
 }
 
 std::string NameOf(const PolicyHeader& header) {

@@ -9,23 +9,20 @@
 #include "PolicyForwarder.h"
 #include "PolicyHeader.h"
 #include "PolicyProof.h"
-#include "Selection.h"
+#include "common/Selections.h"
 
 namespace lumpolicy {
 
 /// The selected policies of a node; an empty container also when the node has none.
 LumConf::PolicyContainer ListOf(const LumConf::PolicyForwarder& forwarder, const std::string& host,
-                                const LumConf::Selection& selection, const std::string& targetId = "");
+                                const lumtools::Selections& selections, const std::string& targetId = "");
 /// Likewise, but at least one. @throws LumConf::PolicyNotFoundError, also for an id, which a node answers with an
 ///         empty list; LumConf::NoPoliciesInstalledError
 LumConf::PolicyContainer ListSome(const LumConf::PolicyForwarder& forwarder, const std::string& host,
-                                  const LumConf::Selection& selection, const std::string& targetId);
+                                  const lumtools::Selections& selections, const std::string& targetId);
 
 /// What a list over the wire carries.
 nlohmann::ordered_json ToJson(const LumConf::PolicyHeader& header);
-
-/// One line a policy, in columns.
-std::string TableOf(const LumConf::PolicyContainer& policies);
 
 /// "backup (type cron, id 1a2b)", without control characters.
 std::string NameOf(const LumConf::PolicyHeader& header);

@@ -6,6 +6,7 @@
 #include "common/SelectionOptions.h"
 #include "common/Table.h"
 #include "lumpolicy/Command.h"
+#include "lumpolicy/PolicyTable.h"
 #include "lumpolicy/PolicyText.h"
 
 namespace lumpolicy {
@@ -21,44 +22,90 @@ namespace {
 /// A command that lists the selected policies and shows each of them.
 class Query : public HostCommand {
 protected:
-    explicit Query(CLI::App& command, SelectionOptions::Demand demand) : HostCommand(command) {
+    Query(CLI::App& command, SelectionOptions::Demand demand)
+        : HostCommand(command), isDemanded(demand == SelectionOptions::Demand::Yes) {
         selectionOptions.AddTo(command, demand);
         lumtools::AddTargetId(command, targetId);
     }
 
     virtual void Show(const PolicyContainer& policies, const std::string& host, Answer& answer) const = 0;
-
-private:
     lumtools::Outcome Prepare() override {
-        return lumtools::Attempt([&] { selection = selectionOptions.Make(); });
+        return lumtools::Attempt([&] { selections = selectionOptions.Make(); });
     }
 
+private:
     Answer Ask(const std::string& host) const override {
         Answer answer;
         answer.isBlock = true;
-        answer.outcome =
-            lumtools::Attempt([&] { Show(ListSome(*forwarder, host, selection, targetId), host, answer); });
+        answer.outcome = lumtools::Attempt([&] { Show(ListWanted(host), host, answer); });
         return answer;
     }
 
+    PolicyContainer ListWanted(const std::string& host) const {
+        try {
+            return ListSome(*forwarder, host, selections, targetId);
+        } catch (const LumConf::NoPoliciesInstalledError&) {
+            // A selection finds nothing then; all policies of the node are none.
+            if (selectionOptions.IsNarrow() || isDemanded) throw;
+            return {};
+        }
+    }
+
+    const bool isDemanded;
     SelectionOptions selectionOptions;
-    LumConf::Selection selection;
+    lumtools::Selections selections;
     std::string targetId;
     lumtools::Lazy<PolicyForwarder> forwarder;
 };
 
 class List : public Query {
 public:
-    explicit List(CLI::App& command) : Query(command, SelectionOptions::Demand::No) {}
+    explicit List(CLI::App& command) : Query(command, SelectionOptions::Demand::No) {
+        const std::string group = "How they are shown";
+        command.add_option("-o,--output", output, "table, wide (all columns, whole), name (TYPE:NAME), or json")
+            ->group(group)
+            ->type_name("FORM")
+            ->check(CLI::IsMember({"table", "wide", "name", "json"}));
+        command.add_option("--sort-by", form.sortBy, "type, name, version, status, owner, categories or id")
+            ->group(group)
+            ->type_name("KEY")
+            ->check(CLI::IsMember(SortKeys()));
+        command.add_flag("--no-headers", noHeaders, "Leave the line of headings out")->group(group);
+    }
 
 private:
+    lumtools::Outcome Prepare() override {
+        json = json || output == "json";
+        form.kind = output == "wide"   ? ListForm::Kind::Wide
+                    : output == "name" ? ListForm::Kind::Name
+                                       : ListForm::Kind::Table;
+        form.hasHeader = !noHeaders;
+        form.hasHosts = AsksMany();
+        return Query::Prepare();
+    }
+
+    bool IsShownTogether() const override { return true; }
+
     void Show(const PolicyContainer& policies, const std::string&, Answer& answer) const override {
-        answer.text = TableOf(policies);
         answer.fields["policies"] = ordered_json::array();
         for (int i = 0; i < policies.GetCount(); ++i) {
             answer.fields["policies"].push_back(ToJson(policies.GetPolicyHeader(i)));
         }
+        if (!form.sortBy.empty()) Sort(answer.fields["policies"], form.sortBy);
     }
+
+    /// Without any node that answered there is nothing to be headed.
+    std::string ShowTogether(const std::vector<std::pair<std::string, const Answer*>>& answers) const override {
+        std::vector<ListedNode> nodes;
+        for (const auto& [host, answer] : answers) {
+            if (answer->fields.contains("policies")) nodes.emplace_back(host, answer->fields["policies"]);
+        }
+        return nodes.empty() ? "" : ListText(nodes, form);
+    }
+
+    std::string output = "table";
+    bool noHeaders = false;
+    ListForm form;
 };
 
 /// What only the node's own store tells, as far as the caller may read it.

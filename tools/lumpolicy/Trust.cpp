@@ -160,13 +160,13 @@ public:
     }
 
     ExitCode Run() override {
-        const LumConf::Selection selection = selectionOptions.Make();
+        const lumtools::Selections selections = selectionOptions.Make();
         if (installed == !files.empty()) throw CLI::ValidationError("which policies? Give FILE... or --installed");
         if (!installed && selectionOptions.IsGiven())
             throw CLI::ValidationError("the options that select belong to --installed");
         Sum sum;
         if (installed) {
-            VerifyStore(selection, sum);
+            VerifyStore(selections, sum);
         } else {
             for (const std::string& file : files) Tell(VerifyFile(file), sum);
         }
@@ -175,20 +175,21 @@ public:
 
 private:
     /// A header that cannot be read is told; the others are proven all the same.
-    void VerifyStore(const LumConf::Selection& selection, Sum& sum) const {
+    void VerifyStore(const lumtools::Selections& selections, Sum& sum) const {
         const PolicyContainer policies;
         const Outcome reading = Attempt([&] { policies.CheckPolicy(); });
         if (reading.code != lumtools::kDone) TellFailure(reading, sum);
-        const Outcome selecting = Attempt([&] { VerifySelected(policies, selection, sum); });
+        const Outcome selecting = Attempt([&] { VerifySelected(policies, selections, sum); });
         if (selecting.code != lumtools::kDone) TellFailure(selecting, sum);
     }
 
-    void VerifySelected(const PolicyContainer& policies, const LumConf::Selection& selection, Sum& sum) const {
+    void VerifySelected(const PolicyContainer& policies, const lumtools::Selections& selections, Sum& sum) const {
         if (policies.IsEmpty())
             throw LumConf::NoPoliciesInstalledError(
                 LumPalMsg::CreateError_t("No policies are installed on this node."));
+        selections.Narrow(policies);
         LumConf::SelectionContainer selected;
-        selected.Init(policies, selection);
+        selected.Init(policies, selections.GetFirst());
         LumPalStr::String_t last;
         for (int i = 0; i < selected.GetCount(); ++i) {
             // A policy comes once for each attribute that was selected by its name.

@@ -44,6 +44,18 @@ void CheckFile(const PolicyContainer& policies, const std::string& file) {
                                "--remove before it");
 }
 
+/// Merges the policy of the file alone, as if it were enabled: what is wrong with its data shows now, and not when
+/// somebody enables it. @throws LumPalMsg::RuntimeException_t 208
+void CheckData(const LumPalIo::File_t& file) {
+    SettingsMerge alone;
+    for (int i = 0; i < alone.GetPolicies().GetCount(); ++i) {
+        alone.Disable(alone.GetPolicies().GetPolicyHeader(i).GetContainerId());
+    }
+    alone.Install(file);
+    alone.Enable(LumConf::PolicyHeader::Read(file).GetContainerId());
+    alone.Merge();
+}
+
 /// What would become of the settings of the node.
 struct Difference {
     std::vector<Change> changes;
@@ -115,6 +127,7 @@ private:
         for (const std::string& policy : removed) merge.Remove(IdOf(merge.GetPolicies(), policy));
         for (const std::string& file : files) {
             CheckFile(merge.GetPolicies(), file);
+            CheckData(LumPalIo::File_t(Text(file)));
             merge.Install(LumPalIo::File_t(Text(file)));
         }
         for (const std::string& policy : disabled) merge.Disable(IdOf(merge.GetPolicies(), policy));

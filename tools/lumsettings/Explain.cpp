@@ -61,7 +61,7 @@ std::string TextOf(const Setting& setting, const Value& inForce, const std::vect
         table.Add({source.state, Label(source), source.origin.dataFile.ToUtf8(), source.origin.policyId.ToUtf8(),
                    Escaped(source.origin.value)});
     }
-    table.Print(out);
+    table.Print(out, {lumtools::TableLayout::ForOutput().columns});
     return out.str();
 }
 

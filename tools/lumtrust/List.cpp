@@ -8,6 +8,7 @@
 #include "LumPalKeys.h"
 #include "LumSecPki.h"
 #include "common/ExitCode.h"
+#include "common/NodeAccess.h"
 #include "common/Table.h"
 #include "lumtrust/Command.h"
 
@@ -106,10 +107,11 @@ void PrintTable(const ordered_json& entries) {
         table.Add({entry["kind"], entry["alias"], entry["subject"], entry["issuer"], entry["not_after"],
                    std::to_string(entry["days_left"].get<std::int64_t>()), Vouched(entry)});
     }
-    table.Print(std::cout);
+    table.Print(std::cout, lumtools::TableLayout::ForOutput());
 }
 
 int List(bool json) {
+    lumtools::RequireOpenNode();
     ordered_json entries = ordered_json::array();
     for (const char* kind : {kOwn, kTrusted}) Collect(kind, entries);
     if (json) {

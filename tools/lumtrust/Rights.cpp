@@ -7,6 +7,7 @@
 #include "LumSecRights.h"
 #include "common/Arguments.h"
 #include "common/ExitCode.h"
+#include "common/NodeAccess.h"
 #include "common/Table.h"
 #include "lumtrust/Command.h"
 #include "lumtrust/RightsFile.h"
@@ -79,6 +80,7 @@ int Revoke(const Choices& choices) {
 }
 
 int Show(const Choices& choices) {
+    lumtools::RequireOpenNode();
     const RightsFile file;
     nlohmann::ordered_json senders = nlohmann::ordered_json::array();
     lumtools::Table table({"SENDER", "RIGHTS"});
@@ -90,7 +92,7 @@ int Show(const Choices& choices) {
     if (choices.json) {
         std::cout << nlohmann::ordered_json{{"rights", senders}}.dump() << std::endl;
     } else {
-        table.Print(std::cout);
+        table.Print(std::cout, lumtools::TableLayout::ForOutput());
     }
     const LumPalMsg::MessageList_t wrong = LumSecAuth::FindWrongRights();
     if (wrong.GetMessageCount() > 0)

@@ -7,9 +7,9 @@
 
 namespace {
 
-std::string Printed(const lumtools::Table& table) {
+std::string Printed(const lumtools::Table& table, const lumtools::TableLayout& layout = {}) {
     std::ostringstream out;
-    table.Print(out);
+    table.Print(out, layout);
     return out.str();
 }
 
@@ -36,6 +36,42 @@ TEST(Table, OneCellOfMegabytesDoesNotMakeAllOtherLinesAsLong) {
     table.Add({std::string(2000000, 'c'), "1"});
     for (int i = 0; i < 1000; ++i) table.Add({"short", "2"});
     EXPECT_LT(Printed(table).size(), 2200000u);
+}
+
+TEST(Table, TheWidestColumnsAreShortenedUntilALineFits) {
+    lumtools::Table table({"A", "B", "C"});
+    table.Add({std::string(20, 'a'), std::string(10, 'b'), "c"});
+    EXPECT_EQ(Printed(table, {.columns = 25}), "A           B           C\naaaaaaaaa\u2026  bbbbbbbbbb  c\n");
+    EXPECT_EQ(Printed(table, {.columns = 17}), "A       B       C\naaaaa\u2026  bbbbb\u2026  c\n");
+}
+
+TEST(Table, ALineIsCutWhereColumnsCannotBeNarrower) {
+    lumtools::Table table({"AAAAAAAA", "BBBBBBBB", "CCCCCCCC"});
+    EXPECT_EQ(Printed(table, {.columns = 14}), "AAA\u2026  BBB\u2026  C\u2026\n");
+}
+
+TEST(Table, AWideCharacterIsNotCutInHalf) {
+    EXPECT_EQ(lumtools::Shortened("\u30c7\u30a3\u30b9", 6), "\u30c7\u30a3\u30b9");
+    EXPECT_EQ(lumtools::Shortened("\u30c7\u30a3\u30b9", 5), "\u30c7\u30a3\u2026");
+    EXPECT_EQ(lumtools::Shortened("\u30c7\u30a3\u30b9", 4), "\u30c7\u2026");
+    EXPECT_EQ(lumtools::Shortened("ab", 0), "");
+}
+
+TEST(Table, MarksAreColouredAndTakeNoRoom) {
+    lumtools::Table table({"S", "B"});
+    table.Add({"on", "1"});
+    table.Add({"odd", "2"});
+    table.SetMarks(0, [](const std::string& cell) {
+        return cell == "on" ? lumtools::Table::Mark::Good : lumtools::Table::Mark::Bad;
+    });
+    EXPECT_EQ(Printed(table, {.isColoured = true}), "S    B\n\033[32mon\033[0m   1\n\033[31modd\033[0m  2\n");
+    EXPECT_EQ(Printed(table), "S    B\non   1\nodd  2\n");
+}
+
+TEST(Table, WithoutItsHeaderColumnsAreAsWideAsTheCells) {
+    lumtools::Table table({"LONG HEADING", "B"});
+    table.Add({"1", "2"});
+    EXPECT_EQ(Printed(table, {.hasHeader = false}), "1  2\n");
 }
 
 }  // namespace

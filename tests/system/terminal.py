@@ -1,0 +1,70 @@
+"""Programs at a terminal of a given size: what is on the screen, and keys that are pressed."""
+import fcntl
+import os
+import pty
+import re
+import select
+import struct
+import subprocess
+import termios
+import time
+
+from node import PATIENCE_S
+
+COLOUR = re.compile(r"\x1b\[\d*m")
+CTRL_C = b"\x03"
+
+
+class Terminal:
+    """A command whose three streams are a terminal of its own. A context manager that ends it."""
+
+    def __init__(self, command, environment, columns=80, output=None):
+        self.reader, terminal = pty.openpty()
+        fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
+        self.process = subprocess.Popen(
+            list(map(str, command)), env={"TERM": "xterm", **environment}, stdin=terminal,
+            stdout=terminal if output is None else output, stderr=terminal, start_new_session=True,
+            preexec_fn=lambda: fcntl.ioctl(0, termios.TIOCSCTTY, 0))
+        os.close(terminal)
+        self.shown = ""
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *exception):
+        if self.process.poll() is None:
+            self.process.kill()
+            self.process.wait()
+        os.close(self.reader)
+
+    def read(self, seconds):
+        """Whether something more may come."""
+        if not select.select([self.reader], [], [], seconds)[0]:
+            return True
+        try:
+            chunk = os.read(self.reader, 65536)
+        except OSError:  # the other end is closed
+            return False
+        self.shown += chunk.decode("utf-8", "replace")
+        return bool(chunk)
+
+    def await_text(self, text):
+        end = time.monotonic() + PATIENCE_S
+        while text not in self.shown:
+            assert self.read(0.1) or text in self.shown, f"ended without {text!r}:\n{self.shown!r}"
+            assert time.monotonic() < end, f"no {text!r} within {PATIENCE_S} s:\n{self.shown!r}"
+
+    def press(self, keys):
+        os.write(self.reader, keys)
+
+    def end(self):
+        """What the program ends with, when all it shows is read."""
+        end = time.monotonic() + PATIENCE_S
+        while self.read(0.1):
+            assert time.monotonic() < end, f"did not end within {PATIENCE_S} s:\n{self.shown!r}"
+        return self.process.wait(PATIENCE_S)
+
+    def lines(self):
+        """What stays on the screen, without colours."""
+        plain = COLOUR.sub("", self.shown).replace("\r\n", "\n")
+        return [line.split("\r\x1b[K")[-1] for line in plain.split("\n")]

@@ -1,0 +1,134 @@
+#!/usr/bin/python3
+"""Work that takes long: a terminal sees what it waits for, and who ends it is told what is known."""
+import json
+import signal
+import subprocess
+import unittest
+
+import pki
+from node import DONE, PATIENCE_S, TOOLS, UNREACHABLE, UNTOLD, Node, free_port, wait_until, write_policy
+from terminal import CTRL_C, Terminal
+from test_time_limits import Silent
+
+INTERRUPTED, TERMINATED = 130, 143
+
+
+class LongWork(unittest.TestCase):
+    def setUp(self):
+        self.node = Node()
+        self.addCleanup(self.node.close)
+        authority = pki.Authority()
+        self.addCleanup(authority.close)
+        pki.trust(self.node, authority)
+
+    def silent(self):
+        silent = Silent()
+        self.addCleanup(silent.close)
+        return silent
+
+    def terminal(self, *arguments, **keywords):
+        return Terminal(self.node.command("lumpolicy", *arguments), self.node.environment(), **keywords)
+
+    def started(self, *arguments):
+        process = subprocess.Popen(self.node.command("lumpolicy", *arguments), env=self.node.environment(),
+                                   stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        self.node.processes.append(process)
+        return process
+
+    def test_a_node_that_is_waited_for_is_shown_and_ctrl_c_says_that_its_answer_is_unknown(self):
+        host = f"127.0.0.1:{self.silent().port}"
+        with self.terminal("remove", "--all", "--host", host) as terminal:
+            terminal.await_text(f"waiting for {host} (")
+            terminal.press(CTRL_C)
+            self.assertEqual(terminal.end(), INTERRUPTED, terminal.shown)
+            self.assertIn("remove", terminal.shown)
+            left = " ".join("\n".join(terminal.lines()).split())
+            self.assertIn(f"Ended before '{host}' answered: the change may be done.", left)
+            self.assertNotIn("waiting for", left, "the line goes")
+
+    def test_results_of_many_come_as_they_come_and_ctrl_c_sums_up(self):
+        silent = [f"127.0.0.1:{self.silent().port}" for _ in range(2)]
+        hosts = [silent[0], "localhost", f"127.0.0.1:{free_port()}", silent[1]]
+        with self.terminal("reinit", *(word for host in hosts for word in ("--host", host))) as terminal:
+            terminal.await_text("read anew: the store of localhost")
+            terminal.await_text("2 of 4 nodes (")
+            terminal.await_text(f"waiting for {silent[0]}: reinit")
+            terminal.press(CTRL_C)
+            self.assertEqual(terminal.end(), INTERRUPTED, terminal.shown)
+            self.assertIn("4 nodes: 1 done, 1 unreachable, 2 unknown", terminal.lines())
+            self.assertLess(max(map(len, terminal.lines())), 81, terminal.lines())
+
+    def test_elsewhere_nothing_is_shown_meanwhile_and_the_order_is_kept(self):
+        silent = self.silent()
+        hosts = [f"127.0.0.1:{silent.port}", "localhost"]
+        result = self.node.policy("reinit", "--timeout", 2, *(word for host in hosts for word in ("--host", host)))
+        self.assertNotIn("waiting", result.err)
+        self.assertNotIn("\r", result.err + result.out)
+        answers = self.node.policy("reinit", "--timeout", 2, "--json",
+                                   *(word for host in hosts for word in ("--host", host))).out.splitlines()
+        self.assertEqual([json.loads(line)["host"] for line in answers], hosts)
+
+    def test_in_json_every_node_has_an_object_when_it_is_ended(self):
+        silent = self.silent()
+        dead, hanging = f"127.0.0.1:{free_port()}", f"127.0.0.1:{silent.port}"
+        hosts = ["localhost", dead, hanging, "node-of-nobody"]
+        for number, code in ((signal.SIGINT, INTERRUPTED), (signal.SIGTERM, TERMINATED)):
+            taken = len(silent.taken)
+            process = self.started("reinit", "--json", "--parallel", "1",
+                                   *(word for host in hosts for word in ("--host", host)))
+            wait_until(lambda: len(silent.taken) > taken, "the third one is asked")
+            process.send_signal(number)
+            out, err = process.communicate(timeout=PATIENCE_S)
+            self.assertEqual((process.returncode, err), (code, ""))
+            answers = [json.loads(line) for line in out.splitlines()]
+            self.assertEqual([(answer["host"], answer["result"], answer["code"]) for answer in answers],
+                             [("localhost", "done", DONE), (dead, "unreachable", UNREACHABLE),
+                              (hanging, "unknown", code), ("node-of-nobody", "not asked", code)])
+
+    def test_who_was_not_asked_is_named(self):
+        silent = self.silent()
+        process = self.started("reinit", "--parallel", "1", "--host", f"127.0.0.1:{silent.port}", "--host", "one",
+                               "--host", "two")
+        wait_until(lambda: silent.taken, "the first one is asked")
+        process.send_signal(signal.SIGINT)
+        out, err = process.communicate(timeout=PATIENCE_S)
+        self.assertEqual((process.returncode, out), (INTERRUPTED, "3 nodes: 1 unknown, 2 not asked\n"))
+        self.assertIn("not asked: one, two\n", err)
+
+    def held_install(self, *options):
+        """Three files; the consumer of the second one never ends."""
+        source = self.node.folder / "source"
+        files = [write_policy(source, policy_id, name=policy_id, type_name=type_name)
+                 for policy_id, type_name in (("a", "free"), ("b", "held"), ("c", "free"))]
+        script = self.node.folder / "command"
+        script.write_text(f'#!/bin/sh\ncd "{self.node.folder}"\n: > seen\n'
+                          'while [ ! -e gate ] && [ -e "$0" ]; do sleep 0.02; done\n')
+        script.chmod(0o755)
+        self.node.consumer("CHECK_POLICY:held", "FIRST_POLICY:held", arguments=("--exec", script))
+        self.addCleanup((self.node.folder / "gate").touch)
+        return ["install", *options, *files], files
+
+    def test_an_install_that_is_ended_reports_each_file(self):
+        arguments, files = self.held_install("--json")
+        process = self.started(*arguments)
+        wait_until((self.node.folder / "seen").exists, "the consumer is told")
+        process.send_signal(signal.SIGINT)
+        out, _ = process.communicate(timeout=PATIENCE_S)
+        self.assertEqual(process.returncode, INTERRUPTED)
+        answer = json.loads(out)
+        self.assertEqual((answer["result"], answer["code"]), ("unknown", INTERRUPTED))
+        self.assertEqual([(one["file"], one["result"]) for one in answer["files"]],
+                         list(zip(map(str, files), ("done, nobody told", "unknown", "not asked"))))
+        (self.node.folder / "gate").touch()
+
+    def test_a_consumer_that_hangs_shows_which_file_is_waited_for(self):
+        arguments, _ = self.held_install()
+        with self.terminal(*arguments, columns=200) as terminal:
+            terminal.await_text("1 of 3 files, now ")
+            (self.node.folder / "gate").touch()
+            self.assertEqual(terminal.end(), UNTOLD, terminal.shown)
+            self.assertTrue(any("installed " in line for line in terminal.lines()), terminal.lines())
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,75 @@
+#include "common/Usage.h"
+
+#include <algorithm>
+#include <iostream>
+
+#include "common/Nearest.h"
+#include "common/Outcome.h"
+#include "common/Table.h"
+
+namespace lumtools {
+
+namespace {
+
+const CLI::App& CommandIn(const CLI::App& app) {
+    const auto parsed = app.get_subcommands();
+    return parsed.empty() ? app : *parsed.front();
+}
+
+std::string ArgumentText(const CLI::Option& argument) {
+    const std::string text = argument.get_name(true) + (argument.get_items_expected_max() > 1 ? "..." : "");
+    return argument.get_required() ? " " + text : " [" + text + "]";
+}
+
+/// One line; the help has the rest.
+std::string UsageLine(const CLI::App& app) {
+    const CLI::App& command = CommandIn(app);
+    std::string line = "usage: " + app.get_name();
+    if (&command != &app) line += " " + command.get_name();
+    if (&command == &app && !app.get_subcommands([](const CLI::App*) { return true; }).empty()) line += " COMMAND";
+    for (const CLI::Option* option : command.get_options([](const CLI::Option* o) { return o->get_positional(); })) {
+        line += ArgumentText(*option);
+    }
+    const std::string help = &command == &app ? " --help" : " help " + command.get_name();
+    return line + " [OPTION...] ('" + app.get_name() + help + "' tells more)";
+}
+
+std::vector<std::string> OptionsOf(const CLI::App& command) {
+    std::vector<std::string> names;
+    for (const CLI::Option* option : command.get_options()) {
+        for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+    }
+    return names;
+}
+
+/// For the first option that the command does not have.
+std::string OptionSuggestion(const CLI::App& command, const std::vector<std::string>& arguments) {
+    const std::vector<std::string> options = OptionsOf(command);
+    for (const std::string& argument : arguments) {
+        const std::string name = argument.substr(0, argument.find('='));
+        if (!name.starts_with("--") || name.size() == 2) continue;
+        if (std::find(options.begin(), options.end(), name) == options.end()) return Suggestion(name, options);
+    }
+    return "";
+}
+
+void Say(const CLI::App& app, const std::string& what) {
+    PrintFailure(std::cerr, "", {kWrongUsage, {{0, what}}});
+    std::cerr << UsageLine(app) << std::endl;
+}
+
+}  // namespace
+
+void SayWrongUsage(const CLI::App& app, const CLI::Error& error, const std::vector<std::string>& arguments) {
+    const bool isUnexpected = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
+    Say(app, std::string(error.what()) + (isUnexpected ? OptionSuggestion(CommandIn(app), arguments) : ""));
+}
+
+void SayNoSuchCommand(const CLI::App& app, const std::string& command) {
+    std::vector<std::string> names{"help"};
+    for (const CLI::App* one : app.get_subcommands([](const CLI::App*) { return true; }))
+        names.push_back(one->get_name());
+    Say(app, "there is no command '" + Printable(command) + "'" + Suggestion(command, names));
+}
+
+}  // namespace lumtools
