@@ -12,6 +12,7 @@
 #include "LumCtrl.h"
 #include "LumDepl.h"
 #include "LumPalConfig.h"
+#include "LumPalConsole.h"
 #include "LumPalDaemon.h"
 #include "LumPalIo.h"
 #include "LumPalKeys.h"
