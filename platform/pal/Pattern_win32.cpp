@@ -1,0 +1,9 @@
+#include "LumPalPattern.h"
+
+namespace LumPalPattern {
+
+std::optional<bool> IsFound(const LumPalStr::String_t&, const LumPalStr::String_t&) {
+    return {};
+}
+
+}  // namespace LumPalPattern
