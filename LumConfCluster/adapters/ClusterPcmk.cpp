@@ -68,8 +68,8 @@ ClusterPcmk::ClusterPcmk(const ClusterProduct& product) : ClusterImpl(product.ty
 
 PcmkSight ClusterPcmk::See() const {
     const ToolLine line = Tool(Monitor).Words("-1 --output-as=xml");
-    PcmkSight sight = PcmkSightOf(line.Text(), PcmkTree(line.Text(), line.GetOutColl()));
-    if (sight.loose.empty()) return sight;
+    PcmkSight sight = PcmkSightOf(line.Text(), line.GetEnd());
+    if (!sight.NeedsConfiguration()) return sight;
     const XmlDataTree tree = ReadCib();
     PcmkCib(tree).PutTogether(sight);
     return sight;
@@ -77,7 +77,7 @@ PcmkSight ClusterPcmk::See() const {
 
 XmlDataTree ClusterPcmk::ReadCib() const {
     const ToolLine line = Tool(Configuration).Words("-Q");
-    return PcmkTree(line.Text(), line.GetOutColl());
+    return PcmkTree(line.Text(), line.GetEnd());
 }
 
 ClusterState ClusterPcmk::GetState() {

@@ -198,6 +198,21 @@ TEST_F(Pcmk, APromotableCloneIsActiveWhereItIsPromoted) {
     EXPECT_FALSE(group.IsEverywhere());
 }
 
+TEST_F(Pcmk, ABundleOfWhichNothingRunsIsPromotableWhereItIsConfiguredSo) {
+    const std::string replica = PcmkResourceText("x", "Stopped") + "</replica>";
+    node.SetResources("<bundle id='b'><replica id='0'>" + replica + "<replica id='1'>" + replica + "</bundle>");
+    const auto isEverywhere = [&](const std::string& container) {
+        node.SetCib("<resources><bundle id='b'>" + container + "<primitive id='x'/></bundle></resources>");
+        return Cluster().GetGroups()[0].IsEverywhere();
+    };
+    EXPECT_TRUE(isEverywhere("<docker replicas='2'/>"));
+    EXPECT_TRUE(isEverywhere("<docker promoted-max='0'/>"));
+    EXPECT_FALSE(isEverywhere("<docker promoted-max='1'/>"));
+    EXPECT_FALSE(isEverywhere("<podman masters='1'/>"));
+    node.SetCib("<resources><bundle id='other'><docker promoted-max='1'/></bundle></resources>");
+    EXPECT_TRUE(Cluster().GetGroups()[0].IsEverywhere());
+}
+
 TEST_F(Pcmk, AConfigurationMapsTheWordsOfGroups) {
     Configure("conf.cluster.RGState.PCMK", "Unmanaged", "online");
     Configure("conf.cluster.RGState.PCMK", "Partial", "UNKNOWN");
@@ -265,6 +280,43 @@ TEST_F(Pcmk, AReleaseThatIsTooOldIsNamedAsSuch) {
     EXPECT_NE(WhyNoGroups().find("Pacemaker 2.0.3 or later is needed"), std::string::npos);
     node.SetMonitor("<html/>");
     EXPECT_NE(WhyNoGroups().find("an element 'html' in place of its result"), std::string::npos);
+}
+
+TEST_F(Pcmk, AReleaseThatDoesNotKnowTheOptionIsNamedAsTooOldWithWhatItSaid) {
+    node.SetMonitor("", 64);
+    tools.Say(PcmkNode::kMonitor, "crm_mon: unrecognized option '--output-as=xml'\n\x1b[1mSee --help\n");
+    EXPECT_EQ(WhyNoGroups(),
+              "The command printed no XML and returned '64' (crm_mon: unrecognized option '--output-as=xml'  [1mSee "
+              "--help). Pacemaker 2.0.3 or later is needed: \"/usr/sbin/crm_mon\" -1 --output-as=xml");
+    node.SetMonitor("Cluster Summary:\n", 64);
+    EXPECT_NE(WhyNoGroups().find("Pacemaker 2.0.3 or later is needed"), std::string::npos);
+    node.SetMonitor("Stack: corosync\n");
+    tools.Say(PcmkNode::kMonitor, "");
+    EXPECT_NE(WhyNoGroups().find("returned '0' (it said nothing). Pacemaker 2.0.3 or later"), std::string::npos);
+}
+
+TEST_F(Pcmk, TheReasonOfAToolThatFailsIsReadInItsOwnWords) {
+    node.SetMonitor(
+        "<pacemaker-result><status code='102' message='Not connected'><errors><error>crm_mon: Connection to cluster "
+        "failed</error><error>Transport endpoint</error></errors></status></pacemaker-result>",
+        102);
+    EXPECT_EQ(WhyNoGroups(),
+              "The command told that it has failed with '102' (Not connected: crm_mon: Connection to cluster failed "
+              "Transport endpoint): \"/usr/sbin/crm_mon\" -1 --output-as=xml");
+    node.SetMonitor("", 102);
+    tools.Say(PcmkNode::kMonitor, "crm_mon: Not connected\n");
+    EXPECT_NE(WhyNoGroups().find("failed with '102' (crm_mon: Not connected)"), std::string::npos);
+    tools.Answer(PcmkNode::kAdmin, "", 102);
+    tools.Say(PcmkNode::kAdmin, "Signon to CIB failed: Transport endpoint is not connected\n");
+    EXPECT_EQ(Reason(MessagesOf<ClusterException>([] { Cluster(); })),
+              "The command told that it has failed with '102' (Signon to CIB failed: Transport endpoint is not "
+              "connected): \"/usr/sbin/cibadmin\" -Q");
+}
+
+TEST_F(Pcmk, AResultThatTellsOfSuccessCountsForNothingWhereTheToolFailed) {
+    node.SetMonitor("<pacemaker-result><summary/><nodes/><status code='0' message='OK'/></pacemaker-result>", 139);
+    EXPECT_EQ(Reason(MessagesOf<ClusterException>([] { Cluster().GetGroups(); })),
+              "The command was: \"/usr/sbin/crm_mon\" -1 --output-as=xml");
 }
 
 TEST_F(Pcmk, WhatIsNoDocumentIsAnError) {
