@@ -80,6 +80,10 @@ XmlDataTree ClusterPcmk::ReadCib() const {
     return PcmkTree(line.Text(), line.GetEnd());
 }
 
+String_t ClusterPcmk::GetLocalNodeName() const {
+    return ConfiguredNodeName().IsEmpty() ? localNodeName : String_t();
+}
+
 ClusterState ClusterPcmk::GetState() {
     return Reported(msg::ClusterLocalStateNotRead, msg::RhasStateFailed, [&] {
         const PcmkSight sight = See();

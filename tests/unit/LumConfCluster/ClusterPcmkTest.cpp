@@ -9,8 +9,13 @@
 #include "Configure.h"
 #include "EachToolFails.h"
 #include "Exceptions.h"
+#include "LumConfCluster/Applications.h"
 #include "LumConfCluster/Cluster.h"
+#include "LumConfCluster/ClusterBase.h"
+#include "LumConfCluster/ClusterUtil.h"
 #include "PcmkNode.h"
+#include "PolicyHeader.h"
+#include "PolicyHeaderImpl.h"
 #include "Raised.h"
 
 namespace {
@@ -211,6 +216,56 @@ TEST_F(Pcmk, ABundleOfWhichNothingRunsIsPromotableWhereItIsConfiguredSo) {
     EXPECT_FALSE(isEverywhere("<podman masters='1'/>"));
     node.SetCib("<resources><bundle id='other'><docker promoted-max='1'/></bundle></resources>");
     EXPECT_TRUE(Cluster().GetGroups()[0].IsEverywhere());
+}
+
+/// Nobody has configured what this node, whose host has another name, is called.
+class PcmkWithoutAName : public Pcmk {
+protected:
+    PcmkWithoutAName() {
+        Configure("conf.cluster", "CLUSTER_LOCAL_NODENAME", "");
+        tools.Answer("crm_node -n", "south\n");
+    }
+    static bool IsEnabledOnInstalling(const char* group) {
+        ClusterBase::SetClusterEnvDetected(true);
+        LumConf::PolicyHeader header;
+        header.SetAttribute(String_t("HARG:") + group, "");
+        header.GetImpl()->SetStatus("enabled");
+        ClusterUtil::ChangeHeader(header.GetImpl());
+        ClusterBase::SetClusterEnvDetected(false);
+        return header.GetStatus() == "enabled";
+    }
+};
+
+TEST_F(PcmkWithoutAName, TheClusterTellsIt) {
+    EXPECT_EQ(Cluster().GetLocalNodeName(), "south");
+    Configure("conf.cluster", "CLUSTER_LOCAL_NODENAME", "north");
+    EXPECT_EQ(Cluster().GetLocalNodeName(), "") << "that counts";
+}
+
+TEST_F(PcmkWithoutAName, APolicyOfAGroupThatIsHereStaysEnabled) {
+    EXPECT_TRUE(IsEnabledOnInstalling("web"));
+    tools.Answer("crm_node -n", "north\n");
+    EXPECT_FALSE(IsEnabledOnInstalling("web"));
+}
+
+TEST_F(PcmkWithoutAName, AnInstanceOfAGroupThatIsHereIsOnlineHere) {
+    WriteText(node.root.Native() + "/conf/conf/apminfo.xml",
+              "<APMClusterConfiguration><Application><Name>shop</Name><Instance><Name>till</Name><Package>web</Package>"
+              "</Instance></Application></APMClusterConfiguration>");
+    WriteText(node.root.Native() + "/bin/instrumentation/conf/shop.apm.xml",
+              "<APMApplicationConfiguration><Application/></APMApplicationConfiguration>");
+    const auto till = [] {
+        const Cluster cluster;
+        Applications applications;
+        applications.LoadConfig(cluster, cluster.GetGroups());
+        return applications[0].GetInstances()[0];
+    };
+    EXPECT_TRUE(till().IsActiveNodeLocal());
+    EXPECT_EQ(till().GetState(), InstanceState::Online);
+    EXPECT_EQ(till().GetLocalHost(), "south");
+    tools.Answer("crm_node -n", "north\n");
+    EXPECT_FALSE(till().IsActiveNodeLocal());
+    EXPECT_EQ(till().GetState(), InstanceState::Offline);
 }
 
 TEST_F(Pcmk, AConfigurationMapsTheWordsOfGroups) {
