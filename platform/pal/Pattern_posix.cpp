@@ -1,3 +1,4 @@
+// Patterns by the regular expressions of the C library.
 #include <regex.h>
 
 #include <memory>

@@ -1,3 +1,4 @@
+// Patterns where there are no clusters that have them.
 #include "LumPalPattern.h"
 
 namespace LumPalPattern {
