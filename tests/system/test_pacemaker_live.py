@@ -135,6 +135,22 @@ class OnThreeNodes(OnANewCluster):
                                         "-group", "web", "-activeNode")
             self.assertEqual((told.code, told.out), (code, "alpha\n" if code == DONE else ""), told)
 
+    @unittest.skipIf(os.geteuid() != 0, "only root can take another user id")
+    def test_a_daemon_of_a_user_in_the_group_of_the_cluster_follows_like_one_of_root(self):
+        self.addCleanup(self.restart_as, "root")
+        self.restart_as("nobody", "setpriv", "--reuid=nobody", "--regid=nogroup", "--groups=haclient")
+        self.nodes.await_looks(since_boot(), 2)
+        self.assertNotEqual(pathlib.Path(f"/proc/{children(self.nodes.alpha.daemon.pid)[0]}").stat().st_uid, 0)
+        self.assert_settled(self.nodes.place(web="beta"), web="beta")
+        self.assert_settled(self.nodes.place(web="alpha"))
+        self.assert_noted(alpha=["stop till", "start till"], beta=["start till", "stop till"])
+
+    def restart_as(self, user, *prefix):
+        """The daemon of alpha, whose files become the user's."""
+        self.nodes.alpha.stop()
+        subprocess.run(["chown", "--recursive", user, self.nodes.alpha.folder], check=True)
+        self.nodes.alpha.start(prefix)
+
     def test_two_groups_swap_their_nodes(self):
         moment = self.nodes.place(web="beta", database="alpha")
         self.assert_settled(moment, web="beta", database="alpha")
@@ -222,7 +238,7 @@ class OnThreeNodes(OnANewCluster):
         print(f"LUM_SEED={seed}", flush=True)
         chance = random.Random(seed)
         for number in range(FAIL_OVERS):
-            how = chance.choice((self.kill, self.cut, self.fail, self.stand_by))
+            how = chance.choice((self.kill, self.cut, self.let_fail, self.stand_by))
             with self.subTest(LUM_SEED=seed, number=number, how=how.__name__):
                 self.fail_over(how)
                 self.nodes.revive()
@@ -253,7 +269,7 @@ class OnThreeNodes(OnANewCluster):
     def cut(self, node):
         node.cut()
 
-    def fail(self, node):
+    def let_fail(self, node):
         node.fail("web")
         return self.nodes.forget_failures
 
