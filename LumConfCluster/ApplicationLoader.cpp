@@ -107,9 +107,13 @@ private:
 /// Reads the configuration once.
 class ConfigLoad {
 public:
-    ConfigLoad(ApplicationsImpl& applications, const ClusterResourceGroups& groups)
-        : applications(applications), groups(groups), local(LocalName::Read()), address(local.name) {}
-    void Run(const Cluster& cluster) {
+    ConfigLoad(ApplicationsImpl& applications, const Cluster& cluster, const ClusterResourceGroups& groups)
+        : applications(applications),
+          cluster(cluster),
+          groups(groups),
+          local(LocalName::Read().OrToldBy(cluster)),
+          address(local.name) {}
+    void Run() {
         const XmlFile list = Loaded(paths::ApplicationListFile());
         const XmlDataNode& document = list.tree[0];
         if (document.GetName() != kListTag) Raise<ClusterParserException>(msg::AppListFirstTag, list.path);
@@ -179,11 +183,12 @@ private:
         if (group.GetState() == RGState::Unknown) return InstanceState::Unknown;
         const String_t node = group.GetActiveNode().GetName();
         const bool isHere =
-            local.isConfigured ? group.GetState() == RGState::Online && local.name == node : address.IsOf(node);
+            local.isExact ? group.GetState() == RGState::Online && local.name == node : address.IsOf(node);
         return isHere ? InstanceState::Online : InstanceState::Offline;
     }
 
     ApplicationsImpl& applications;
+    const Cluster& cluster;
     const GroupsByName groups;
     const LocalName local;
     LocalAddress address;
@@ -202,7 +207,7 @@ template <class E>
 void LoadAPMConfig(ApplicationsImpl& applications, const Cluster& cluster, const ClusterResourceGroups& groups) {
     applications.Clear();
     try {
-        ConfigLoad(applications, groups).Run(cluster);
+        ConfigLoad(applications, cluster, groups).Run();
     } catch (const ClusterParserException&) {
         throw;
     } catch (const ClusterXmlDataTreeException&) {

@@ -33,6 +33,10 @@ String_t Cluster::GetName() const {
     return GetImpl()->GetName();
 }
 
+String_t Cluster::GetLocalNodeName() const {
+    return GetImpl()->GetLocalNodeName();
+}
+
 ClusterState Cluster::GetState() const {
     return GetImpl()->GetState();
 }

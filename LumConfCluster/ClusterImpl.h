@@ -24,6 +24,7 @@ class ClusterImpl : public LumPalRef::RefCounted_t {
 public:
     ~ClusterImpl() override;
     /// See Cluster.
+    virtual LumPalStr::String_t GetLocalNodeName() const { return {}; }
     virtual ClusterState GetState();
     virtual ClusterNodes GetNodes();
     virtual ClusterResourceGroups GetGroups();

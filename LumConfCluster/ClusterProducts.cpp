@@ -44,9 +44,7 @@ bool IsFile(const char* path) {
     return LumPalIo::File_t(path).Exists();
 }
 
-}  // namespace
-
-const std::array<ClusterProduct, 9> kClusterProducts{{
+constexpr ClusterProduct kRows[]{
     {ClusterType::Vcs, "VERITAS Cluster Server (VCS)", "/opt/VRTSvcs/bin/had", "", ".RGState.VCS", &Make<ClusterVcs>},
     {ClusterType::Sc, "Sun Cluster (SC)", "/usr/cluster/lib/sc/clexecd", "", ".RGState.SC", &Make<ClusterSc>},
     {ClusterType::Plsd, "Palisade (PLSD)", "/usr/lbin/plsd", "", ".RGState.PLSD", &Make<ClusterPlsd>},
@@ -58,7 +56,18 @@ const std::array<ClusterProduct, 9> kClusterProducts{{
     {ClusterType::Unknown, "Unknown", "", "", "", nullptr},
     {ClusterType::Pcmk, "Pacemaker (PCMK)", "/usr/sbin/pacemakerd", "/var/lib/pacemaker/cib/cib.xml", ".RGState.PCMK",
      &Make<ClusterPcmk>},
-}};
+};
+
+constexpr bool AreByNumber() {
+    std::int32_t number = 0;
+    return std::all_of(std::begin(kRows), std::end(kRows),
+                       [&](const ClusterProduct& row) { return row.type == static_cast<ClusterType>(number++); });
+}
+static_assert(AreByNumber());
+
+}  // namespace
+
+constinit const std::span<const ClusterProduct> kClusterProducts(kRows);
 
 const char* DisplayText(ClusterType type) noexcept {
     return RowOf(type).displayName;

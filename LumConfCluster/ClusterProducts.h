@@ -2,8 +2,8 @@
 /// The table of the cluster products.
 #pragma once
 
-#include <array>
 #include <functional>
+#include <span>
 
 #include "LumConfCluster/ClusterType.h"
 #include "LumPalStr.h"
@@ -24,7 +24,7 @@ struct ClusterProduct {
 };
 
 /// By their numbers.
-extern const std::array<ClusterProduct, 9> kClusterProducts;
+extern const std::span<const ClusterProduct> kClusterProducts;
 
 /// What the node belongs to when the product that is found decides, unless the configured one contradicts.
 /// @param configured  the value of CLUSTER_TYPE: any text

@@ -3,12 +3,9 @@
 #include <cstdio>
 
 #include "ConfBase.h"
-#include "Exceptions.h"
 #include "LumPalConsole.h"
-#include "Messages.h"
 #include "Names.h"
-#include "ToolRun.h"
-#include "Trace.h"
+#include "ToolFailure.h"
 
 namespace LumConfCluster {
 
@@ -26,25 +23,14 @@ String_t Tamed(String_t text) {
     return text;
 }
 
-template <class Running>
-auto Wrapped(Running&& running) {
-    try {
-        return running(ConfiguredToolLimits());
-    } catch (const LumPalMsg::Exception_t& e) {
-        const auto message = Make(msg::ToolFailed, e);
-        LUMCONF_TRACE(trace::Cluster, message.Format(LumPalMsg::Text | LumPalMsg::Details));
-        throw ClusterException(message);
-    }
-}
-
 }  // namespace
 
 String_t ClusterUtil::GetOut(const String_t& cmd) {
-    return Wrapped([&](const ToolLimits& limits) { return FirstLineOf(cmd, limits); });
+    return AsToolFailure([&](const ToolLimits& limits) { return FirstLineOf(cmd, limits); });
 }
 
 std::vector<String_t> ClusterUtil::GetOutColl(const String_t& cmd) {
-    return Wrapped([&](const ToolLimits& limits) { return AllLinesOf(cmd, limits); });
+    return AsToolFailure([&](const ToolLimits& limits) { return AllLinesOf(cmd, limits); });
 }
 
 void ClusterUtil::I18N_CreateMessage(const LumPalMsg::CreateMessage_t& message, bool toStdErr) {

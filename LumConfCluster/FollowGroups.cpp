@@ -42,7 +42,7 @@ private:
         }
     }
     bool IsHere(const String_t& node) const {
-        return local.isConfigured ? node == local.name : IsNameOfHost(node, local.name);
+        return local.isExact ? node == local.name : IsNameOfHost(node, local.name);
     }
 
     const ClusterResourceGroups& groups;

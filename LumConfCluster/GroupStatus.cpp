@@ -1,11 +1,10 @@
 // ClusterUtil: a policy's status by the groups that run here.
-#include "ConfBase.h"
 #include "Exceptions.h"
+#include "LocalNode.h"
 #include "LumConfCluster/Cluster.h"
 #include "LumConfCluster/ClusterBase.h"
 #include "LumConfCluster/ClusterUtil.h"
 #include "LumPalNet.h"
-#include "Names.h"
 #include "PolicyHeaderImpl.h"
 #include "Trace.h"
 
@@ -21,10 +20,9 @@ constexpr const char* kGroupPrefix = "HARG:";
 constexpr std::uint32_t kGroupPrefixLength = 5;
 constexpr const char* kNoGroup = "noHARG";
 
-bool IsLocal(const ClusterNode& node) {
-    const String_t configured = ConfBase::Get_NS_ConfCluster().Open().GetValue(names::ClusterLocalNodenameKey);
-    if (configured.IsNotEmpty()) return configured == node.GetName();
-    return InetAddress_t::GetLocalHost().GetHostName() == InetAddress_t(node.GetName()).GetHostName();
+bool IsLocal(const ClusterNode& node, const Cluster& cluster) {
+    const LocalName local = LocalName::Read().OrToldBy(cluster);
+    return local.name == (local.isExact ? node.GetName() : InetAddress_t(node.GetName()).GetHostName());
 }
 
 /// Walks the attributes of one header.
@@ -44,17 +42,18 @@ private:
         if (attribute.Left(kGroupPrefixLength) != kGroupPrefix) return false;
         try {
             // kept: the cluster is asked first, for the word of no group too
-            const ClusterResourceGroups groups = Cluster().GetGroups();
+            const Cluster cluster;
+            const ClusterResourceGroups groups = cluster.GetGroups();
             hasGroup = true;
             const String_t group = attribute.Mid(kGroupPrefixLength);
-            return group == kNoGroup || IsOnlineHere(groups[group]);
+            return group == kNoGroup || IsOnlineHere(groups[group], cluster);
         } catch (const ClusterNoGroupException& e) {
             LUMCONF_TRACE(trace::Cluster, e.GetMessageList());
             return false;
         }
     }
-    static bool IsOnlineHere(const ClusterResourceGroup& group) {
-        return group.GetState() == RGState::Online && IsLocal(group.GetActiveNode());
+    static bool IsOnlineHere(const ClusterResourceGroup& group, const Cluster& cluster) {
+        return group.GetState() == RGState::Online && IsLocal(group.GetActiveNode(), cluster);
     }
 
     PolicyHeaderImpl& header;

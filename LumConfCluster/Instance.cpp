@@ -9,7 +9,7 @@ using LumPalStr::String_t;
 
 bool InstanceImpl::IsNameLocal() const {
     const String_t active = activeNode.GetName();
-    return localNameConfigured ? active == localHost : IsNameOfHost(active, localHost);
+    return isLocalNameExact ? active == localHost : IsNameOfHost(active, localHost);
 }
 
 bool InstanceImpl::IsActiveNodeLocal() const {

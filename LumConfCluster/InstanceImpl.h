@@ -13,7 +13,7 @@ namespace LumConfCluster {
 class InstanceImpl final : public LumPalRef::RefCounted_t {
 public:
     InstanceImpl() : InstanceImpl(LocalName::Read()) {}
-    explicit InstanceImpl(const LocalName& local) : localNameConfigured(local.isConfigured), localHost(local.name) {}
+    explicit InstanceImpl(const LocalName& local) : isLocalNameExact(local.isExact), localHost(local.name) {}
     /// See Instance::IsActiveNodeLocal.
     bool IsActiveNodeLocal() const;
 
@@ -22,7 +22,7 @@ public:
     ClusterResourceGroup resourceGroup;
     ClusterNode activeNode;
     bool nodeLocalResponsible = false;
-    bool localNameConfigured;
+    bool isLocalNameExact;
     LumPalStr::String_t localHost;
 
 private:

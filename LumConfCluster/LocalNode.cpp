@@ -1,6 +1,7 @@
 #include "LocalNode.h"
 
 #include "ConfBase.h"
+#include "LumConfCluster/Cluster.h"
 #include "Names.h"
 #include "Trace.h"
 
@@ -33,6 +34,11 @@ LocalName LocalName::In(const LumPalConfig::Configuration_t& keys) {
     const String_t configured = keys.GetValue(names::ClusterLocalNodenameKey);
     if (configured.IsNotEmpty()) return {configured, true};
     return {InetAddress_t::GetLocalHost().GetHostName(), false};
+}
+
+LocalName LocalName::OrToldBy(const Cluster& cluster) const {
+    const String_t told = isExact ? String_t() : cluster.GetLocalNodeName();
+    return told.IsEmpty() ? *this : LocalName{told, true};
 }
 
 bool LocalAddress::IsOf(const String_t& node) {

@@ -12,6 +12,8 @@
 
 namespace LumConfCluster {
 
+class Cluster;
+
 /// This node's name, as "conf.cluster" had it when this was made.
 struct LocalName {
     /// CLUSTER_LOCAL_NODENAME, or the system's own name where it is empty.
@@ -19,8 +21,11 @@ struct LocalName {
     /// Likewise, of the namespace as it is open.
     static LocalName In(const LumPalConfig::Configuration_t& keys);
 
+    /// This one where it is configured, or the cluster's product tells none; else that.
+    LocalName OrToldBy(const Cluster& cluster) const;
+
     LumPalStr::String_t name;
-    bool isConfigured = false;
+    bool isExact = false;  ///< nodes are held against it to the letter; else their hosts are
 };
 
 /// Tells nodes of the cluster that are this one by their addresses. Each name is resolved once. One thread.

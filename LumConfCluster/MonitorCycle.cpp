@@ -178,7 +178,7 @@ void MonitorCycle::Follow(const LocalName& local) {
     if (LumPalRuntime::IsStopping()) return;
     before = now;
     surroundings.watcher.Seen(before.applications, before.read);
-    FollowGroups(groups, local, surroundings.list, *policies, warnings);
+    FollowGroups(groups, local.OrToldBy(cluster), surroundings.list, *policies, warnings);
     policies->NotifyEnableDisable(names::NsConfCluster);
 }
 

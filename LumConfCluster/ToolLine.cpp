@@ -2,9 +2,8 @@
 
 #include <algorithm>
 
-#include "Exceptions.h"
 #include "LumConfCluster/ClusterUtil.h"
-#include "Messages.h"
+#include "ToolFailure.h"
 
 namespace LumConfCluster {
 
@@ -47,6 +46,10 @@ String_t ToolLine::GetOut() const {
 
 std::vector<String_t> ToolLine::GetOutColl() const {
     return ClusterUtil::GetOutColl(line);
+}
+
+ToolEnd ToolLine::GetEnd() const {
+    return AsToolFailure([this](const ToolLimits& limits) { return EndOf(line, limits); });
 }
 
 }  // namespace LumConfCluster

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "LumPalStr.h"
+#include "ToolRun.h"
 
 namespace LumConfCluster {
 
@@ -26,6 +27,8 @@ public:
     /// See ClusterUtil.
     LumPalStr::String_t GetOut() const;
     std::vector<LumPalStr::String_t> GetOutColl() const;
+    /// As GetOutColl, but for a tool that tells of its failures itself: each exit code is taken.
+    ToolEnd GetEnd() const;
 
 private:
     LumPalStr::String_t line;

@@ -24,18 +24,30 @@ namespace {
 constexpr std::uint32_t kMsPerSecond = 1000;
 /// The process is to be gone within five seconds, with all that else it does.
 constexpr std::uint32_t kTimeToEndMs = 1000;
+constexpr std::size_t kMostSaidBytes = 1024;
 
 String_t TextOf(const CharArray_t& line) {
     return String_t::FromUtf8(std::string_view(line.GetData(), line.GetLength()));
 }
 
+/// As one line; control characters are for nobody's terminal.
+String_t AsLine(String_t text) {
+    for (std::uint32_t i = 0; i < text.GetLength(); ++i) {
+        const char16_t unit = text.GetAt(i);
+        if (unit < 0x20 || (unit >= 0x7F && unit < 0xA0)) text.SetAt(i, ' ');
+    }
+    while (text.IsNotEmpty() && text.LastChar() == u' ') text = text.Left(text.GetLength() - 1);
+    return text;
+}
+
 /// One run of a tool.
 class Run {
 public:
-    Run(const String_t& cmd, const ToolLimits& limits) : cmd(cmd), limits(limits) {
+    Run(const String_t& cmd, const ToolLimits& limits, LumPalCmd::Mode_e errors = LumPalCmd::Null)
+        : cmd(cmd), limits(limits) {
         LUMCONF_TRACE(trace::ClusterCliOutputs, String_t("run: ") + cmd);
         LumPalCmd::Command_t command(cmd, true);
-        command.RedirectError(LumPalCmd::Null).RedirectInput(LumPalCmd::Null).RedirectOutput(LumPalCmd::Pipe);
+        command.RedirectError(errors).RedirectInput(LumPalCmd::Null).RedirectOutput(LumPalCmd::Pipe);
         process = command.PutEnv("LANG", "C").LimitTime(limits.timeMs).EndOnStop().Execute();
         lines = LumPalIo::DataInputStream_t(LimitedStream::Over(process.GetStandardOutput(), limits.bytes));
     }
@@ -67,6 +79,20 @@ public:
         }
         LUMCONF_TRACE(trace::ClusterCliOutputs, line);
         return true;
+    }
+    std::vector<String_t> ReadLines() {
+        std::vector<String_t> all;
+        for (String_t line; ReadLine(line); all.push_back(line)) ExpectRoom(all.size());
+        return all;
+    }
+    /// The beginning of what it wrote to its error stream, once it has ended.
+    String_t ReadSaid() const {
+        CharArray_t bytes(kMostSaidBytes);
+        const std::int64_t count = process.GetStandardError().Read(bytes);
+        const auto length = static_cast<std::size_t>(std::max<std::int64_t>(count, 0));
+        const String_t said = AsLine(String_t::FromUtf8(std::string_view(bytes.GetData(), length)));
+        LUMCONF_TRACE(trace::ClusterCliOutputs, String_t("said: ") + said);
+        return said;
     }
     void DropTheRest() { lines.Close(); }
     int WaitFor() const {
@@ -122,10 +148,20 @@ String_t FirstLineOf(const String_t& cmd, const ToolLimits& limits) {
 std::vector<String_t> AllLinesOf(const String_t& cmd, const ToolLimits& limits) {
     Run run(cmd, limits);
     return run.Guarded([&] {
-        std::vector<String_t> lines;
-        for (String_t line; run.ReadLine(line); lines.push_back(line)) run.ExpectRoom(lines.size());
+        const std::vector<String_t> lines = run.ReadLines();
         run.ExpectSuccess();
         return lines;
+    });
+}
+
+ToolEnd EndOf(const String_t& cmd, const ToolLimits& limits) {
+    Run run(cmd, limits, LumPalCmd::Pipe);
+    return run.Guarded([&] {
+        ToolEnd end;
+        end.lines = run.ReadLines();
+        end.code = run.WaitFor();
+        end.said = run.ReadSaid();
+        return end;
     });
 }
 

@@ -23,12 +23,21 @@ struct ToolLimits {
 ToolLimits ConfiguredToolLimits();
 ToolLimits ConfiguredCommandLimits();
 
-/// Run one tool with the C locale, without input and without its error stream; see ClusterUtil::GetOut and
-/// ClusterUtil::GetOutColl. Block until it ends. Any thread. When the process is stopping the tool is asked to end, and
-/// ended by force after a second.
+/// Run one tool with the C locale, without input and, but for EndOf, without its error stream; see ClusterUtil::GetOut
+/// and ClusterUtil::GetOutColl. Block until it ends. Any thread. When the process is stopping the tool is asked to end,
+/// and ended by force after a second.
 /// @throws LumPalMsg::Exception_t  what went wrong, with the line
 LumPalStr::String_t FirstLineOf(const LumPalStr::String_t& cmd, const ToolLimits& limits);
 std::vector<LumPalStr::String_t> AllLinesOf(const LumPalStr::String_t& cmd, const ToolLimits& limits);
+/// How a tool has ended.
+struct ToolEnd {
+    std::vector<LumPalStr::String_t> lines;
+    int code = 0;
+    /// The beginning of what it wrote to its error stream, as one line without control characters.
+    LumPalStr::String_t said;
+};
+/// As AllLinesOf, but for a tool that tells of its failures itself: each exit code is taken.
+ToolEnd EndOf(const LumPalStr::String_t& cmd, const ToolLimits& limits);
 /// The same for a command of which nothing is read but how it ends: its exit code. What it prints is dropped.
 int ExitCodeOf(const LumPalStr::String_t& cmd, const ToolLimits& limits);
 

@@ -87,18 +87,22 @@ private:
 
 PcmkSight ClusterPcmk::See() const {
     const ToolLine line = Tool(Monitor).Words("-1 --output-as=xml");
-    return PcmkSightOf(line.Text(), PcmkTree(line.Text(), line.GetOutColl()));
+    return PcmkSightOf(line.Text(), line.GetEnd());
 }
 
 PcmkSight ClusterPcmk::SeeResources(Configured& configured) const {
     PcmkSight sight = See();
-    if (!sight.loose.empty()) configured.Get().PutTogether(sight);
+    if (sight.NeedsConfiguration()) configured.Get().PutTogether(sight);
     return sight;
 }
 
 XmlDataTree ClusterPcmk::ReadCib() const {
     const ToolLine line = Tool(Configuration).Words("-Q");
-    return PcmkTree(line.Text(), line.GetOutColl());
+    return PcmkTree(line.Text(), line.GetEnd());
+}
+
+String_t ClusterPcmk::GetLocalNodeName() const {
+    return ConfiguredNodeName().IsEmpty() ? localNodeName : String_t();
 }
 
 ClusterState ClusterPcmk::GetState() {

@@ -17,6 +17,8 @@ class ClusterPcmk final : public ClusterImpl {
 public:
     /// @throws LumConf::ClusterException PcmkNotMade
     explicit ClusterPcmk(const ClusterProduct& product);
+    /// What crm_node told: the cluster need not call a node as its host is called.
+    LumPalStr::String_t GetLocalNodeName() const override;
     /// Up when this node is on line and its partition has quorum; Unknown for a node that is unclean, still joins, or
     /// is none of the cluster's, and while nobody controls the cluster.
     /// @throws LumConf::ClusterException ClusterLocalStateNotRead

@@ -151,6 +151,17 @@ const XmlDataNode* PcmkCib::OutermostOf(const String_t& member) const {
     return found == holders.end() ? nullptr : found->second;
 }
 
+/// The container of a bundle tells it, in older releases by another word.
+bool PcmkCib::IsPromotable(const PcmkResource& resource) const {
+    const XmlDataNode* const found = resource.isBundle ? FindResource(resource.name) : nullptr;
+    for (int i = 0; found && i < found->ChildrenCount(); ++i) {
+        const XmlDataNode& container = (*found)[i];
+        if (std::max(AttributeOf(container, "promoted-max").ToInt(), AttributeOf(container, "masters").ToInt()) > 0)
+            return true;
+    }
+    return false;
+}
+
 void PcmkCib::PutTogether(PcmkSight& sight) const {
     std::map<String_t, std::size_t> places;
     for (std::size_t i = 0; i < sight.resources.size(); ++i) places.emplace(sight.resources[i].name, i);
@@ -162,6 +173,8 @@ void PcmkCib::PutTogether(PcmkSight& sight) const {
         Add(sight.resources[place->second], member);
     }
     sight.loose.clear();
+    for (PcmkResource& resource : sight.resources)
+        resource.isPromotable = resource.isPromotable || IsPromotable(resource);
 }
 
 bool PcmkCib::Means(const String_t& idOrTag, const std::set<String_t>& ids) const {

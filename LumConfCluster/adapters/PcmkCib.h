@@ -21,7 +21,8 @@ public:
     /// The parameter "ip" of the first IPaddr2 or IPaddr in a resource that stands in no other one; its own, or its
     /// template's; of a bundle the first address of its range. Empty without one.
     LumPalStr::String_t AddressOf(const LumPalStr::String_t& resource) const;
-    /// Puts what was told of by its node alone into the group where it belongs, or beside the others.
+    /// Puts what was told of by its node alone into the group where it belongs, or beside the others, and marks bundles
+    /// of which copies are to be promoted.
     void PutTogether(PcmkSight& sight) const;
     /// The part of the configuration with this name; null without it.
     const XmlDataNode* Section(const char* name) const;
@@ -35,6 +36,7 @@ public:
 
 private:
     void Index(const XmlDataNode& node);
+    bool IsPromotable(const PcmkResource& resource) const;
     const XmlDataNode* OutermostOf(const LumPalStr::String_t& member) const;
     const XmlDataNode* FindResource(const LumPalStr::String_t& id) const;
     const XmlDataNode* TemplateOf(const XmlDataNode& primitive) const;

@@ -19,6 +19,7 @@ using LumPalStr::String_t;
 
 namespace {
 
+constexpr int kUsageError = 64;
 constexpr const char* kMinusInfinity = "-1000000";
 
 bool Is(const XmlDataNode& node, const char* attribute) {
@@ -247,6 +248,21 @@ void ExpectResult(const String_t& tool, const XmlDataNode& root) {
     if (errors.IsNotEmpty()) LUMCONF_TRACE(trace::Cluster, errors);
 }
 
+[[noreturn]] void RaiseFailure(const String_t& tool, const ToolEnd& end) {
+    const String_t code = LumPalStr::NumToStr(end.code);
+    if (end.said.IsNotEmpty()) Raise<ClusterException>(msg::PcmkToolFailed, code, end.said, tool);
+    Raise<ClusterException>(msg::ToolReturned, code, Make(msg::ToolLineWas, tool));
+}
+
+/// A release that does not know the option for XML ends with an error of usage.
+void ExpectDocument(const String_t& tool, const ToolEnd& end) {
+    const auto isBegun = [](const String_t& line) { return line.Find("<") != LumPalStr::NotFound; };
+    if (std::any_of(end.lines.begin(), end.lines.end(), isBegun)) return;
+    if (end.code != 0 && end.code != kUsageError) RaiseFailure(tool, end);
+    const String_t said = end.said.IsEmpty() ? String_t("it said nothing") : end.said;
+    Raise<ClusterException>(msg::PcmkNoDocument, LumPalStr::NumToStr(end.code), said, tool);
+}
+
 }  // namespace
 
 String_t PcmkNode::Detail() const {
@@ -259,6 +275,14 @@ String_t PcmkNode::Detail() const {
     return detail;
 }
 
+/// Bundles without a running copy do not tell whether one of them is to be promoted.
+bool PcmkSight::NeedsConfiguration() const {
+    const auto isUntold = [](const PcmkResource& resource) {
+        return resource.isBundle && resource.isCloned && !resource.isPromotable;
+    };
+    return !loose.empty() || std::any_of(resources.begin(), resources.end(), isUntold);
+}
+
 XmlDataTree PcmkTree(const String_t& tool, const ToolLines& lines) {
     LumPalArray::CharArray_t text;
     for (const String_t& line : lines) {
@@ -268,6 +292,11 @@ XmlDataTree PcmkTree(const String_t& tool, const ToolLines& lines) {
     XmlDataTree tree;
     tree.LoadText(tool, text);
     return tree;
+}
+
+XmlDataTree PcmkTree(const String_t& tool, const ToolEnd& end) {
+    if (end.code != 0) RaiseFailure(tool, end);
+    return PcmkTree(tool, end.lines);
 }
 
 PcmkSight PcmkSightOf(const String_t& tool, const XmlDataTree& tree) {
@@ -293,6 +322,13 @@ PcmkSight PcmkSightOf(const String_t& tool, const XmlDataTree& tree) {
         const bool isOfPromotedOnly = Is(ban, "promoted-only") || Is(ban, "master_only");
         sight.bans.push_back({AttributeOf(ban, "resource"), AttributeOf(ban, "node"), isOfPromotedOnly});
     });
+    return sight;
+}
+
+PcmkSight PcmkSightOf(const String_t& tool, const ToolEnd& end) {
+    ExpectDocument(tool, end);
+    PcmkSight sight = PcmkSightOf(tool, PcmkTree(tool, end.lines));
+    if (end.code != 0) RaiseFailure(tool, end);
     return sight;
 }
 

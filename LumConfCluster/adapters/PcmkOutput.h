@@ -7,6 +7,7 @@
 
 #include "LumConfCluster/XmlDataTree.h"
 #include "LumPalStr.h"
+#include "ToolRun.h"
 #include "ToolText.h"
 
 namespace LumConfCluster {
@@ -63,6 +64,9 @@ struct PcmkSight {
     std::vector<PcmkBan> bans;
     /// What is told of below its node alone. Where it belongs is not told: see PcmkCib::PutTogether.
     std::vector<PcmkMember> loose;
+
+    /// Whether what is told leaves something to the configuration: see PcmkCib::PutTogether.
+    bool NeedsConfiguration() const;
 };
 
 /// The lines that a tool printed as a tree.
@@ -70,10 +74,19 @@ struct PcmkSight {
 /// @throws LumPalMsg::Exception_t for what is no XML, or more than a tree may hold
 XmlDataTree PcmkTree(const LumPalStr::String_t& tool, const ToolLines& lines);
 
+/// The same of a tool that has ended.
+/// @throws as above; for another exit code than 0 LumConf::ClusterException PcmkToolFailed with what the tool said, or
+///         ToolReturned when it said nothing
+XmlDataTree PcmkTree(const LumPalStr::String_t& tool, const ToolEnd& end);
+
 /// Of crm_mon.
 /// @param tool  what messages call it
 /// @throws LumConf::ClusterException PcmkTooOld for the document of a release before 2.0.3, PcmkNoResult for another
 ///         document, PcmkToolFailed for a result that tells of a failure, PcmkNothingTold for one without data
 PcmkSight PcmkSightOf(const LumPalStr::String_t& tool, const XmlDataTree& tree);
+/// The same of how it ended: the reason of a failure is what its document tells, or else what it said.
+/// @throws as both above; LumConf::ClusterException PcmkNoDocument for a release that knows no such option,
+///         PcmkToolFailed for another failure without a document, ToolReturned for one that no word tells of
+PcmkSight PcmkSightOf(const LumPalStr::String_t& tool, const ToolEnd& end);
 
 }  // namespace LumConfCluster

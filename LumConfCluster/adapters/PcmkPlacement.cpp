@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 
+#include "LumPalPattern.h"
 #include "XmlSearch.h"
 
 namespace LumConfCluster {
@@ -31,8 +33,9 @@ Truth TruthOf(bool is) {
 Truth Compared(const XmlDataNode& expression, const String_t& node) {
     const String_t operation = AttributeOf(expression, "operation"), value = AttributeOf(expression, "value");
     if (AttributeOf(expression, "attribute") != "#uname") return Truth::Untold;
-    if (operation == "eq") return TruthOf(value == node);
-    if (operation == "ne") return TruthOf(value != node);
+    const bool isSame = LumPalStr::Compare(value, node, true) == 0;
+    if (operation == "eq") return TruthOf(isSame);
+    if (operation == "ne") return TruthOf(!isSame);
     return Truth::Untold;
 }
 
@@ -62,14 +65,28 @@ bool CountsFor(const String_t& role, bool isPromotable) {
     return role.IsEmpty() || role == "Started";
 }
 
+/// What ends at one infinity stays there; the negative one is the stronger.
+int Sum(int score, int more) {
+    if (score <= -kInfinity || more <= -kInfinity) return -kInfinity;
+    if (score >= kInfinity || more >= kInfinity) return kInfinity;
+    return std::clamp(score + more, -kInfinity, kInfinity);
+}
+
+/// A pattern behind "!" means what it does not match. It is held against what stands in no other resource alone.
+Truth PatternMeans(const String_t& pattern, const String_t& resource) {
+    const bool isInverse = pattern.Left(1) == "!";
+    const std::optional<bool> isFound = LumPalPattern::IsFound(isInverse ? pattern.Mid(1) : pattern, resource);
+    return isFound ? TruthOf(*isFound != isInverse) : Truth::Untold;
+}
+
 /// What is said of one node.
 struct Verdict {
     bool isBanned = false, mayBeWanted = false, isListedAlone = false;
     int score = 0;
 
     void Add(int more) {
-        if (more <= -kInfinity) isBanned = true;
-        score = std::clamp(score + more, -kInfinity, kInfinity);
+        score = Sum(score, more);
+        isBanned = isBanned || score <= -kInfinity;
     }
     bool Lets(bool isOptIn) const { return !isBanned && (!isOptIn || score > 0 || mayBeWanted); }
 };
@@ -85,33 +102,44 @@ public:
             PcmkForEach(*constraints, "rsc_location", [this](const XmlDataNode& node) { Take(node); });
         for (const PcmkBan& ban : sight.bans) {
             if (ids.contains(ban.resource) && (resource.isPromotable || !ban.isOfPromotedOnly))
-                verdicts[ban.node].isBanned = true;
+                Of(ban.node).isBanned = true;
         }
         std::vector<String_t> nodes;
         for (const PcmkNode& node : sight.nodes) {
-            if (!node.isInContainer && IsLet(verdicts[node.name])) nodes.push_back(node.name);
+            if (!node.isInContainer && IsLet(Of(node.name))) nodes.push_back(node.name);
         }
         std::stable_sort(nodes.begin(), nodes.end(), [this](const String_t& one, const String_t& other) {
-            return verdicts[one].score > verdicts[other].score;
+            return Of(one).score > Of(other).score;
         });
         return nodes;
     }
 
 private:
+    /// The case of names does not count.
+    Verdict& Of(const String_t& node) { return verdicts[node.ToLower()]; }
     bool IsLet(const Verdict& verdict) const {
         return verdict.Lets(sight.isOptIn) && (!isExclusive || verdict.isListedAlone);
     }
 
     void Take(const XmlDataNode& constraint) {
         const String_t node = AttributeOf(constraint, "node");
-        if (AttributeOf(constraint, "rsc-pattern").IsNotEmpty()) return TakePattern(constraint, node);
-        if (!Concerns(constraint)) return;
-        if (node.IsNotEmpty()) TakeNode(constraint, verdicts[node]);
+        const Truth concerns = Concerns(constraint);
+        if (concerns == Truth::No) return;
+        if (concerns == Truth::Untold) return TakeUntold(constraint, node);
+        if (node.IsNotEmpty()) TakeNode(constraint, Of(node));
         PcmkForEach(constraint, "rule", [this](const XmlDataNode& rule) { TakeRule(cib.Referred(rule)); });
     }
-    /// A pattern is matched by crm_mon, which tells whom it keeps away.
-    void TakePattern(const XmlDataNode& constraint, const String_t& node) {
-        if (ScoreOf(AttributeOf(constraint, "score")) > 0) verdicts[node].mayBeWanted = true;
+    /// Whom it keeps away is told by crm_mon.
+    void TakeUntold(const XmlDataNode& constraint, const String_t& node) {
+        if (ScoreOf(AttributeOf(constraint, "score")) > 0) Of(node).mayBeWanted = true;
+        PcmkForEach(constraint, "rule", [this](const XmlDataNode& rule) { TakeUntoldRule(cib.Referred(rule)); });
+    }
+    void TakeUntoldRule(const XmlDataNode& rule) {
+        const bool mayBePositive =
+            AttributeOf(rule, "score-attribute").IsNotEmpty() || ScoreOf(AttributeOf(rule, "score")) > 0;
+        for (const PcmkNode& node : sight.nodes) {
+            if (mayBePositive && RuleHolds(rule, node.name) != Truth::No) Of(node.name).mayBeWanted = true;
+        }
     }
     void TakeNode(const XmlDataNode& constraint, Verdict& verdict) {
         verdict.Add(ScoreOf(AttributeOf(constraint, "score")));
@@ -122,14 +150,18 @@ private:
         const bool hasScore = AttributeOf(rule, "score-attribute").IsEmpty();
         const int score = hasScore ? ScoreOf(AttributeOf(rule, "score")) : 0;
         for (const PcmkNode& node : sight.nodes) {
-            Verdict& verdict = verdicts[node.name];
+            Verdict& verdict = Of(node.name);
             const Truth truth = RuleHolds(rule, node.name);
             if (truth == Truth::Yes && hasScore) verdict.Add(score);
             if (!hasScore || (truth == Truth::Untold && score > 0)) verdict.mayBeWanted = true;
         }
     }
-    bool Concerns(const XmlDataNode& constraint) const {
-        if (!CountsFor(AttributeOf(constraint, "role"), resource.isPromotable)) return false;
+    Truth Concerns(const XmlDataNode& constraint) const {
+        if (!CountsFor(AttributeOf(constraint, "role"), resource.isPromotable)) return Truth::No;
+        const String_t pattern = AttributeOf(constraint, "rsc-pattern");
+        return pattern.IsEmpty() ? TruthOf(Names(constraint)) : PatternMeans(pattern, resource.name);
+    }
+    bool Names(const XmlDataNode& constraint) const {
         bool concerns = cib.Means(AttributeOf(constraint, "rsc"), ids);
         PcmkForEach(constraint, "resource_set", [&](const XmlDataNode& set) {
             if (!CountsFor(AttributeOf(set, "role"), resource.isPromotable)) return;

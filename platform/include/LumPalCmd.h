@@ -29,6 +29,7 @@ public:
     Process_t() = default;
     /// The output, when it was redirected with Pipe; else a null stream. It ends with the program,
     /// also when a program that this one left running still holds its end. After Close what comes is dropped.
+    /// While one of the two is read the other is drained, as by WaitFor, unless somebody reads that too.
     LumPalIo::InputStream_t GetStandardOutput() const;
     LumPalIo::InputStream_t GetStandardError() const;
     /// The input, when it was redirected with Pipe; else a null stream. Writing to a program that

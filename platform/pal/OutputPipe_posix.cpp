@@ -54,7 +54,7 @@ std::int64_t OutputPipe::TryReadLocked(char* target, std::size_t length) {
     return ended ? kEnd : ReadSourceLocked(target, length);
 }
 
-std::int64_t OutputPipe::Read(char* target, std::size_t length, int end, const Deadline& deadline) {
+std::int64_t OutputPipe::Read(char* target, std::size_t length, int end, const Deadline& deadline, OutputPipe& other) {
     LumPalThread::PlainLock_t lock(mutex);
     for (bool last = false;; last = IsReadable(end)) {
         // The look at the program's end comes before the last try: what it wrote is there by then.
@@ -64,8 +64,9 @@ std::int64_t OutputPipe::Read(char* target, std::size_t length, int end, const D
         if (count != kNothingYet) return count;
         ++readers;
         lock.Unlock();
-        pollfd polled[2] = {{source.Get(), POLLIN, 0}, {end, POLLIN, 0}};
-        poll(polled, 2, deadline.LeftMs());
+        bool beingRead = false;
+        pollfd polled[3] = {{source.Get(), POLLIN, 0}, {end, POLLIN, 0}, {other.ToDrain(beingRead), POLLIN, 0}};
+        if (poll(polled, 3, deadline.LeftMs()) > 0 && polled[2].revents) other.Drain();
         lock.Lock();
         --readers;
     }

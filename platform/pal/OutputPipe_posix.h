@@ -22,11 +22,12 @@ public:
     explicit OutputPipe(LumPal::Descriptor source) : source(std::move(source)), piped(this->source.IsOpen()) {}
     bool IsPiped() const noexcept { return piped; }
     /// Blocks until there are bytes, the output ends or the program does.
-    /// @param end  readable when the program has ended
-    /// @return     the count, or -1 at the end
+    /// @param end    readable when the program has ended
+    /// @param other  what is drained meanwhile, unless somebody reads it, so that the program never waits for that
+    /// @return       the count, or -1 at the end
     /// @throws LumPalIo::IOException_t  after Close; where drained bytes were dropped
     /// @throws TimeLimitException_t  once the deadline is over
-    std::int64_t Read(char* target, std::size_t length, int end, const Deadline& deadline);
+    std::int64_t Read(char* target, std::size_t length, int end, const Deadline& deadline, OutputPipe& other);
     std::size_t Available();
     /// From now on reading is refused, and what comes is dropped.
     void Close();

@@ -11,9 +11,11 @@ namespace {
 class OutputReader : public InputStream_t::Impl {
 public:
     OutputReader(std::shared_ptr<Process_t::Impl> process, int stream)
-        : process(std::move(process)), pipe(this->process->GetOutput(stream)) {}
+        : process(std::move(process)),
+          pipe(this->process->GetOutput(stream)),
+          other(this->process->GetOutput(stream == STDOUT_FILENO ? STDERR_FILENO : STDOUT_FILENO)) {}
     std::int64_t Read(char* target, std::size_t length) override {
-        return pipe.Read(target, length, process->GetEnd(), process->GetDeadline());
+        return pipe.Read(target, length, process->GetEnd(), process->GetDeadline(), other);
     }
     std::size_t Available() override { return pipe.Available(); }
     void Close() override { pipe.Close(); }
@@ -21,6 +23,7 @@ public:
 private:
     const std::shared_ptr<Process_t::Impl> process;
     OutputPipe& pipe;
+    OutputPipe& other;
 };
 
 class InputWriter : public OutputStream_t::Impl {

@@ -36,7 +36,7 @@ def operation(member, number, name, interval, code):
 
 
 # Where an address stands.
-OWN, TEMPLATE, REFERRED = "own", "template", "referred"
+OWN, TEMPLATE, REFERRED, REFERRED_PAIR = "own", "template", "referred", "referred pair"
 
 
 @dataclass
@@ -46,6 +46,8 @@ class Member:
     style: str = OWN
     disabled: bool = False
     managed: bool = True
+    agent: str = "IPaddr2"  # of an address
+    blocks: bool = False  # when it fails
     where: dict = field(default_factory=dict)  # states by nodes
 
     def meta(self):
@@ -61,17 +63,28 @@ class Member:
         """What stands beside the resources."""
         if not self.address or self.style == OWN:
             return ""
-        return f'<template id="{self.id}-t" class="ocf" provider="heartbeat" type="IPaddr2">{self.attributes()}</template>'
+        return (f'<template id="{self.id}-t" class="ocf" provider="heartbeat" type="{self.agent}">{self.attributes()}'
+                "</template>")
+
+    def kind(self):
+        return (self.agent, "heartbeat") if self.address else ("Dummy", "pacemaker")
+
+    def operations(self):
+        return (f'<operations><op id="{self.id}-watch" name="monitor" interval="10s" on-fail="block"/></operations>'
+                if self.blocks else "")
 
     def text(self):
         if self.address and self.style == TEMPLATE:
-            return f'<primitive id="{self.id}" template="{self.id}-t">{self.meta()}</primitive>'
-        kind, provider = ("IPaddr2", "heartbeat") if self.address else ("Dummy", "pacemaker")
+            return f'<primitive id="{self.id}" template="{self.id}-t">{self.meta()}{self.operations()}</primitive>'
+        kind, provider = self.kind()
         attributes = self.attributes()
         if self.address and self.style == REFERRED:
             attributes = f'<instance_attributes id-ref="{self.id}-attributes"/>'
+        if self.address and self.style == REFERRED_PAIR:
+            attributes = (f'<instance_attributes id="{self.id}-own"><nvpair id-ref="{self.id}-ip" name="ip"/>'
+                          "</instance_attributes>")
         return (f'<primitive id="{self.id}" class="ocf" provider="{provider}" type="{kind}">{attributes}{self.meta()}'
-                "</primitive>")
+                f"{self.operations()}</primitive>")
 
 
 @dataclass
@@ -82,6 +95,7 @@ class Seen:
     address: str = ""
     local: str = "Offline"
     everywhere: bool = False
+    detail: str = ""
 
 
 class Shape:
@@ -92,7 +106,7 @@ class Shape:
         self.opt_in = self.random.random() < 0.2
         self.maintenance = self.random.random() < 0.1
         count = self.random.randint(1, 5)
-        self.nodes = {f"n{i}": ONLINE if i == 0 or self.random.random() < 0.5 else self.random.choice(list(NODE_STATES))
+        self.nodes = {self.random.choice("nN") + str(i): ONLINE if i == 0 or self.random.random() < 0.5 else self.random.choice(list(NODE_STATES))
                       for i in range(count)}
         self.local = self.random.choice(list(self.nodes))
         self.groups = {}  # kind and members by name
@@ -109,11 +123,13 @@ class Shape:
         address = self.random.choice([None, *members])
         if address and kind in ("primitive", "group"):
             address.address = f"192.0.2.{self.random.randint(1, 254)}"
-            address.style = self.random.choice([OWN, TEMPLATE, REFERRED])
+            address.style = self.random.choice([OWN, TEMPLATE, REFERRED, REFERRED_PAIR])
+            address.agent = self.random.choice(["IPaddr2", "IPaddr"])
         home = self.random.choice(list(self.nodes))
         for member in members:
             member.disabled = self.random.random() < 0.1
             member.managed = self.random.random() > 0.1
+            member.blocks = self.random.random() < 0.3
             if kind in ("clone", "promotable"):
                 self.draw_copies(member, kind)
             elif self.nodes[home] in (ONLINE, UNCLEAN, MAINTENANCE, STANDBY):
@@ -125,7 +141,8 @@ class Shape:
         for node in hosts:
             member.where[node] = self.random.choice([STARTED, STARTED, STOPPED])
         if kind == "promotable" and hosts and self.random.random() < 0.7:
-            member.where[self.random.choice(hosts)] = "promoted"
+            for node in self.random.sample(hosts, min(len(hosts), self.random.choice([1, 1, 1, 2]))):
+                member.where[node] = "promoted"
 
     def draw_locations(self):
         return [(self.random.choice(list(self.groups)), self.random.choice(list(self.nodes)),
@@ -167,6 +184,7 @@ class Shape:
 
     def location_text(self, number, location):
         group, node, score, is_rule = location
+        node = node.swapcase() if number % 2 else node  # their case does not count
         if is_rule:
             return (f'<rsc_location id="l{number}" rsc="{group}"><rule id="l{number}-r" score="{score}"><expression '
                     f'id="l{number}-e" attribute="#uname" operation="eq" value="{node}"/></rule></rsc_location>')
@@ -182,7 +200,7 @@ class Shape:
     def history(member, node):
         if node not in member.where:
             return ""
-        kind, provider = ("IPaddr2", "heartbeat") if member.address else ("Dummy", "pacemaker")
+        kind, provider = member.kind()
         operations = "".join(operation(member.id, number, *each)
                              for number, each in enumerate(OPERATIONS[member.where[node]], 5))
         return f'<lrm_resource id="{member.id}" class="ocf" provider="{provider}" type="{kind}">{operations}</lrm_resource>'
@@ -218,12 +236,16 @@ class Shape:
         home = next(iter(places), "")
         lost = home != "" and self.nodes[home] in (UNCLEAN, OFFLINE)
         local = home == self.local
-        if lost or any(FAILED in m.where.values() for m in count) or \
-                any(not self.is_managed(m, next((n for i, n in active if i == m.id), "")) for m in count):
-            return Seen("Unknown", local="Unknown" if local else "Offline")
+        failed = [m for m in count if FAILED in m.where.values()]
+        trouble = "Failed" if lost else "Blocked" if any(m.blocks for m in failed) else "Failed" if failed else ""
+        if any(not self.is_managed(m, next((n for i, n in active if i == m.id), "")) for m in count):
+            trouble = trouble or "Unmanaged"
+        if trouble:
+            return Seen("Unknown", local="Unknown" if local else "Offline", detail=trouble)
         wanted = [m for m in count if not m.disabled]
         whole = wanted and all(STARTED in m.where.values() for m in wanted)
-        return Seen("Online", home, local="Online" if local else "Offline") if whole else Seen("Offline")
+        return Seen("Online", home, local="Online" if local else "Offline") if whole else \
+            Seen("Offline", detail="Partial" if active else "")
 
     def copies(self, member, states):
         return [node for node, state in member.where.items() if state in states]
@@ -234,24 +256,31 @@ class Shape:
         if not member.managed or self.maintenance:
             wanted = not member.disabled or stopping
             here = self.local in running + stopping
-            return Seen("Unknown" if wanted else "Offline", local="Unknown" if here else "Offline", everywhere=True)
+            return Seen("Unknown" if wanted else "Offline", local="Unknown" if here else "Offline", everywhere=True,
+                        detail="Unmanaged" if wanted else "")
         return Seen("Online" if running else "Offline", local="Online" if self.local in running else "Offline",
-                    everywhere=True)
+                    everywhere=True, detail="Partial" if stopping else "")
 
     def seen_promotable(self, member):
         promoted = self.copies(member, ("promoted",))
         active = promoted + self.copies(member, (STARTED,))
         if not member.managed or self.maintenance:
             wanted = not member.disabled or active
-            return Seen("Unknown" if wanted else "Offline", local="Unknown" if self.local in active else "Offline")
+            return Seen("Unknown" if wanted else "Offline", local="Unknown" if self.local in active else "Offline",
+                        detail="Unmanaged" if wanted else "")
         if member.disabled or not promoted:
-            return Seen("Offline")
-        return Seen("Online", promoted[0], local="Online" if self.local in promoted else "Offline")
+            return Seen("Offline", detail="" if not active else "Partial" if member.disabled else "Unpromoted")
+        return Seen("Online", promoted[0] if len(promoted) == 1 else "", local="Online" if self.local in promoted else "Offline")
 
     def group_nodes(self, name):
-        scores = {}
-        for group, node, score, _ in self.locations:
-            if group == name:
-                scores.setdefault(node, []).append({"INFINITY": 10**6, "-INFINITY": -10**6}.get(score) or int(score))
-        allowed = [node for node in self.nodes if -10**6 not in scores.get(node, [])]
-        return {node for node in allowed if not self.opt_in or sum(scores.get(node, [])) > 0}
+        """Those with the highest score first."""
+        scores = {node: self.score(name, node) for node in self.nodes}
+        allowed = [node for node in self.nodes if scores[node] > -10**6 and (not self.opt_in or scores[node] > 0)]
+        return sorted(allowed, key=lambda node: -scores[node])
+
+    def score(self, name, node):
+        scores = [score for group, where, score, _ in self.locations if (group, where) == (name, node)]
+        for infinite, value in (("-INFINITY", -10**6), ("INFINITY", 10**6)):
+            if infinite in scores:
+                return value
+        return sum(map(int, scores))

@@ -28,6 +28,8 @@ public:
         std::filesystem::remove(notes / (call + ".code"));
         if (code != 0) WriteText(notes / (call + ".code"), std::to_string(code) + "\n");
     }
+    /// What the call writes to its error stream besides.
+    void Say(const std::string& call, const std::string& errors) { WriteText(notes / (call + ".said"), errors); }
     void Forget(const std::string& call) { std::filesystem::remove(notes / call); }
     /// Lets the n-th call from now on, the first one is 1, end with 7 and print nothing; 0: none.
     void FailAt(std::size_t number) {
@@ -65,6 +67,9 @@ private:
                       in +
                       "log)\" = \"$fail\" ] && exit 7\n"
                       "fi\n"
+                      "[ ! -f " +
+                      in + "\"$call.said\" ] || cat " + in +
+                      "\"$call.said\" >&2\n"
                       "[ -f " +
                       in +
                       "\"$call\" ] || exit 9\n"

@@ -68,7 +68,8 @@ def lay_over_programs(packages, looks):
     sbin, true = MEMORY / "usr/sbin", MEMORY / "usr/libexec/true"
     for folder in (sbin, true):
         folder.mkdir(parents=True)
-    shutil.copy(f"{packages}/usr/sbin/crm_node", true)
+    unpacked = pathlib.Path(packages) / "usr/sbin/crm_node"
+    shutil.copy(unpacked if unpacked.exists() else "/usr/sbin/crm_node", true)
     (sbin / "crm_node").write_text(NOTING_CRM_NODE.format(looks=looks))
     (sbin / "crm_node").chmod(0o755)
     mount("overlay", "/usr", "overlay", MS_RDONLY, f"lowerdir={MEMORY}/usr:{packages}/usr:/usr")
@@ -83,7 +84,8 @@ def name_users():
 
 
 def configure(name, folder):
-    libc.sethostname(name.encode(), len(name))
+    host = f"host-of-{name}".encode()  # which the cluster calls otherwise
+    libc.sethostname(host, len(host))
     name_users()
     for path in ("/run/crm", "/run/lock", "/run/resource-agents", "/run/heartbeat/rsctmp", "/var/lib/corosync"):
         os.makedirs(path, exist_ok=True)

@@ -4,20 +4,21 @@
 Whatever happens: from the second look on that a node begins after the last change, its policies are as the cluster is,
 and none is enabled on two nodes. What passes until then is measured and printed.
 """
+import json
 import os
 import pathlib
 import random
 import shutil
-import signal
 import subprocess
 import sys
+import tempfile
 import time
 import unittest
 
 import pacemaker_nodes
 import strangers
-from cluster_nodes import FOLLOWER_NAMES, FOLLOWERS
-from node import BUILD, DONE, FAILED, ROOT, SLOWNESS, TOOLS, wait_until
+from cluster_nodes import FOLLOWER_NAMES, FOLLOWERS, children
+from node import BUILD, DONE, FAILED, PATIENCE_S, ROOT, SLOWNESS, TOOLS, wait_until
 from pacemaker_files import NAMES
 from pacemaker_nodes import CALM, INTERVAL_MS, Nodes, since_boot
 
@@ -75,12 +76,25 @@ class OnANewCluster(unittest.TestCase):
                 self.assertRegex(told.out, pattern, f"{node.name}: {told}")
 
     def tell(self, what):
-        """For how long policies were enabled nowhere, and on two nodes, since the test began; both are compared with
-        nothing."""
+        """For how long policies were enabled nowhere, and on two nodes, since the test began; returns the latter, in
+        seconds."""
         watcher = self.nodes.watcher
         nowhere = max(watcher.length(name, self.begin, lambda where: where == ()) for name in FOLLOWER_NAMES)
         twice = max(watcher.length(name, self.begin, lambda where: where and len(where) > 1) for name in FOLLOWER_NAMES)
         print(f"{what}: enabled nowhere for {nowhere * 1e3:.0f} ms, on two nodes for {twice * 1e3:.0f} ms", flush=True)
+        return twice
+
+    def interval_and_tools(self, node):
+        """How long a daemon takes to see what has changed, in seconds, with a factor of 3 to spare."""
+        begin = time.monotonic()
+        self.assertEqual(node.tool("lumclusterinfo", "-all").code, DONE)
+        look_s = time.monotonic() - begin
+        print(f"interval {INTERVAL_MS} ms, lumclusterinfo -all {look_s * 1e3:.0f} ms", flush=True)
+        return 3 * SLOWNESS * (INTERVAL_MS / 1e3 + look_s)
+
+    def assert_noted(self, **words):
+        """What was noted on the nodes since the test began; nothing on the others."""
+        self.assertEqual({node.name: noted for node, noted in zip(self.nodes, self.notes()) if noted}, words)
 
 
 class OnThreeNodes(OnANewCluster):
@@ -92,18 +106,14 @@ class OnThreeNodes(OnANewCluster):
         self.tell("a group moves")
 
     def test_policies_are_right_one_interval_and_the_tools_behind_a_move(self):
-        begin = time.monotonic()
-        self.assertEqual(self.nodes.beta.tool("lumclusterinfo", "-all").code, DONE)
-        look_s = time.monotonic() - begin
-        late = []
+        limit_s, late = self.interval_and_tools(self.nodes.beta), []
         for name in ("beta", "gamma"):
             # The two clocks are the same but for the time that the machine has slept.
             moment, offset = self.nodes.place(web=name), since_boot() - time.monotonic()
             self.assert_settled(moment, web=name)
             late += [self.nodes.watcher.seen[follower][-1][0] + offset - moment for follower in FOLLOWERS["web"]]
-        print("policies were right", *(f"{each * 1e3:.0f}" for each in late), f"ms behind the move (interval "
-              f"{INTERVAL_MS} ms, lumclusterinfo -all {look_s * 1e3:.0f} ms)", flush=True)
-        self.assertLess(max(late), 3 * SLOWNESS * (INTERVAL_MS / 1e3 + look_s))
+        print("policies were right", *(f"{each * 1e3:.0f}" for each in late), "ms behind the move", flush=True)
+        self.assertLess(max(late), limit_s)
 
     def test_each_node_tells_why_its_policies_are_as_they_are(self):
         for node, here in ((self.nodes.alpha, True), (self.nodes.beta, False)):
@@ -125,6 +135,22 @@ class OnThreeNodes(OnANewCluster):
                                         "-group", "web", "-activeNode")
             self.assertEqual((told.code, told.out), (code, "alpha\n" if code == DONE else ""), told)
 
+    @unittest.skipIf(os.geteuid() != 0, "only root can take another user id")
+    def test_a_daemon_of_a_user_in_the_group_of_the_cluster_follows_like_one_of_root(self):
+        self.addCleanup(self.restart_as, "root")
+        self.restart_as("nobody", "setpriv", "--reuid=nobody", "--regid=nogroup", "--groups=haclient")
+        self.nodes.await_looks(since_boot(), 2)
+        self.assertNotEqual(pathlib.Path(f"/proc/{children(self.nodes.alpha.daemon.pid)[0]}").stat().st_uid, 0)
+        self.assert_settled(self.nodes.place(web="beta"), web="beta")
+        self.assert_settled(self.nodes.place(web="alpha"))
+        self.assert_noted(alpha=["stop till", "start till"], beta=["start till", "stop till"])
+
+    def restart_as(self, user, *prefix):
+        """The daemon of alpha, whose files become the user's."""
+        self.nodes.alpha.stop()
+        subprocess.run(["chown", "--recursive", user, self.nodes.alpha.folder], check=True)
+        self.nodes.alpha.start(prefix)
+
     def test_two_groups_swap_their_nodes(self):
         moment = self.nodes.place(web="beta", database="alpha")
         self.assert_settled(moment, web="beta", database="alpha")
@@ -145,6 +171,7 @@ class OnThreeNodes(OnANewCluster):
         self.nodes.stand_by("alpha")
         there, moment = self.nodes.await_place("web", "beta", "gamma")
         self.assert_settled(moment, web=there)
+        self.assert_noted(alpha=["stop till"], **{there: ["start till"]})
         self.assert_told("alpha +1 +Online \\(standby\\)", f"web +Online +\\w+ +{there} +10.98.0.101")
         self.tell("a node stands by")
 
@@ -153,7 +180,8 @@ class OnThreeNodes(OnANewCluster):
         self.nodes.alpha.fail("web")
         there, moment = self.nodes.await_place("web", "beta", "gamma")
         self.assert_settled(moment, web=there)
-        self.assertEqual(self.notes()[0], ["stop till"])
+        self.assert_noted(alpha=["stop till"], **{there: ["start till"]})
+        self.assertEqual([node.name for node in self.nodes if node.has_address("web")], [there])
         self.tell("a resource fails")
 
     def test_in_maintenance_nothing_is_enabled_and_all_is_followed_behind_it(self):
@@ -185,11 +213,12 @@ class OnThreeNodes(OnANewCluster):
         self.nodes.alpha.die()
         there, moment = self.nodes.await_place("web", "beta", "gamma")
         self.assert_settled(moment, web=there)
-        self.tell("a node is killed")
+        self.assertEqual(self.tell("a node is killed"), 0)
+        self.assert_noted(**{there: ["start till"]})
         self.assertEqual(self.nodes.alpha.status("web-checks"), "enabled", "nobody could tell it")
         self.nodes.revive()
         self.assert_settled(self.nodes.place(web=there), web=there)
-        self.assertEqual(self.notes()[0], [])
+        self.assert_noted(**{there: ["start till"]})
 
     def test_a_node_that_is_cut_off_loses_its_quorum_and_gives_up_what_it_has(self):
         self.nodes.alpha.cut()
@@ -198,7 +227,9 @@ class OnThreeNodes(OnANewCluster):
         self.assertEqual(self.nodes.alpha.see().find("summary/current_dc").get("with_quorum"), "false")
         self.assert_settled(since_boot(), web=there)
         self.assert_told("cluster .*, Down\n", "beta +2 +Offline", "web +Offline", nodes=[self.nodes.alpha])
-        self.tell("a node is cut off")
+        # What is cut off learns it at its next look, not before.
+        self.assertLess(self.tell("a node is cut off"), self.interval_and_tools(self.nodes.beta))
+        self.assert_noted(alpha=["stop till"], **{there: ["start till"]})
         self.nodes.revive()
         self.assert_settled(self.nodes.place(web=there), web=there)
 
@@ -207,7 +238,7 @@ class OnThreeNodes(OnANewCluster):
         print(f"LUM_SEED={seed}", flush=True)
         chance = random.Random(seed)
         for number in range(FAIL_OVERS):
-            how = chance.choice((self.kill, self.cut, self.fail, self.stand_by))
+            how = chance.choice((self.kill, self.cut, self.let_fail, self.stand_by))
             with self.subTest(LUM_SEED=seed, number=number, how=how.__name__):
                 self.fail_over(how)
                 self.nodes.revive()
@@ -215,11 +246,20 @@ class OnThreeNodes(OnANewCluster):
                 self.assert_settled(self.nodes.place(**places), **places)
 
     def fail_over(self, how):
-        """What holds the group web fails; returns when the group is on another node and what can be undone is."""
+        """What holds the group web fails; returns when the group is on another node, its commands have run there, and
+        what can be undone is."""
         node = getattr(self.nodes, pacemaker_nodes.running_on(self.nodes.alpha.see(), "web"))
         others = [other for other in self.nodes if other is not node]
+        before = {each.name: len(each.notes()) for each in self.nodes}
         undo = how(node)
-        self.nodes.await_place("web", *(other.name for other in others), asking=others)
+        there, _ = self.nodes.await_place("web", *(other.name for other in others), asking=others)
+        if node.is_there():
+            self.nodes.await_place("web", *(() if node.is_cut else (there,)), asking=[node])
+        self.nodes.await_looks(since_boot(), 2)
+        noted = {each.name: [line for line in each.notes()[before[each.name]:] if line.endswith("till")]
+                 for each in self.nodes}
+        wanted = {there: ["start till"]} | ({node.name: ["stop till"]} if node.is_there() else {})
+        self.assertEqual({name: lines for name, lines in noted.items() if lines}, wanted)
         if undo:
             undo()
 
@@ -229,7 +269,7 @@ class OnThreeNodes(OnANewCluster):
     def cut(self, node):
         node.cut()
 
-    def fail(self, node):
+    def let_fail(self, node):
         node.fail("web")
         return self.nodes.forget_failures
 
@@ -249,42 +289,115 @@ class OnTwoNodes(OnANewCluster):
         self.nodes.alpha.cut()
         self.nodes.await_places(**dict.fromkeys(CALM, ()))
         self.assert_settled(since_boot(), web=None, database=None)
-        self.tell("two nodes lose each other")
+        self.assertEqual(self.tell("two nodes lose each other"), 0)
+        self.assert_noted(alpha=["stop till"], beta=["stop stock"])
         self.nodes.revive()
         self.assert_settled(self.nodes.place(**CALM))
 
 
-class LeftBehind(unittest.TestCase):
-    def test_nothing_is_left_when_the_test_is_killed(self):
-        with subprocess.Popen([sys.executable, "-B", pacemaker_nodes.__file__, *NAMES[:2]], stdin=subprocess.PIPE,
-                              stdout=subprocess.PIPE, text=True) as trial:
-            self.addCleanup(trial.kill)
-            lines = [trial.stdout.readline().split() for _ in NAMES[:2]]
-            spaces = {os.readlink(f"/proc/{process}/ns/{kind}") for process in [trial.pid, *(line[1] for line in lines)]
-                      for kind in ("net", "mnt", "pid")} - {os.readlink(f"/proc/self/ns/{kind}") for kind in
-                                                            ("net", "mnt", "pid")}
-            for _, _, folder in lines:
-                self.addCleanup(shutil.rmtree, folder, ignore_errors=True)
-            wait_until(lambda: len(processes(spaces)) > 2 * 8, "the daemons of both run")
-            trial.send_signal(signal.SIGKILL)
-            trial.wait()
-        wait_until(lambda: not processes(spaces), "all of its processes end")
-        mounts = pathlib.Path("/proc/self/mountinfo").read_text()
-        self.assertEqual([folder for _, _, folder in lines if folder in mounts], [])
+# The second program of its kind that is started fails.
+FAILING_UNSHARE = """\
+#!/bin/sh
+[ -e '{folder}/first' ] && exit 1
+touch '{folder}/first'
+exec /usr/bin/unshare "$@"
+"""
 
 
-def processes(spaces):
-    """Those that are in one of the namespaces."""
-    found = []
-    for process in pathlib.Path("/proc").glob("[0-9]*"):
-        for kind in ("net", "mnt", "pid"):
+def family(process):
+    """The process and all below it."""
+    found = [str(process)]
+    for each in found:
+        try:
+            found += children(each)
+        except (FileNotFoundError, ProcessLookupError):
+            continue
+    return found
+
+
+def spaces_of(processes):
+    """All of their namespaces."""
+    found = set()
+    for process in processes:
+        for kind in os.listdir("/proc/self/ns"):
             try:
-                if os.readlink(process / "ns" / kind) in spaces:
-                    found.append(process.name)
-                    break
+                found.add(os.readlink(f"/proc/{process}/ns/{kind}"))
             except (FileNotFoundError, ProcessLookupError, PermissionError):
                 break
     return found
+
+
+def everybody():
+    return [path.name for path in pathlib.Path("/proc").glob("[0-9]*")]
+
+
+def traces():
+    """What there is here beside processes."""
+    links = json.loads(subprocess.run(["ip", "-j", "link"], check=True, capture_output=True).stdout)
+    named = subprocess.run(["ip", "netns"], check=True, capture_output=True, text=True).stdout
+    return pathlib.Path("/proc/self/mountinfo").read_text(), sorted(link["ifname"] for link in links), named
+
+
+class LeftBehind(unittest.TestCase):
+    def setUp(self):
+        held = tempfile.TemporaryDirectory(prefix="lumtrial.", ignore_cleanup_errors=True)
+        self.addCleanup(held.cleanup)
+        self.folder = pathlib.Path(held.name)
+        self.folder.chmod(0o755)
+        self.before = traces()
+
+    def start(self, **environment):
+        (self.folder / "nodes").mkdir()
+        trial = subprocess.Popen([sys.executable, "-B", pacemaker_nodes.__file__, *NAMES[:2]], stdin=subprocess.PIPE,
+                                 stdout=subprocess.PIPE, text=True,
+                                 env=dict(os.environ, TMPDIR=str(self.folder / "nodes"), **environment))
+        self.addCleanup(trial.__exit__, None, None, None)
+        self.addCleanup(trial.kill)
+        return trial
+
+    def start_nodes(self):
+        trial = self.start()
+        self.assertEqual([trial.stdout.readline().split()[0] for _ in NAMES[:2]], list(NAMES[:2]))
+        ours = spaces_of([os.getpid()])
+        wait_until(lambda: len(family(trial.pid)) > 2 * 8, "the daemons of both run")
+        self.spaces = spaces_of(family(trial.pid)) - ours
+        self.assertGreaterEqual(len(self.spaces), 1 + 2 * 5)
+        return trial
+
+    def assert_nothing_is_left(self, folders=()):
+        wait_until(lambda: not self.spaces & spaces_of(everybody()), "all of its processes end, and their namespaces")
+        wait_until(lambda: traces() == self.before, f"all is as before: {self.before}, {traces()}")
+        self.assertEqual(sorted(os.listdir(self.folder / "nodes")), sorted(folders))
+
+    def test_nothing_is_left_when_the_test_is_over(self):
+        trial = self.start_nodes()
+        trial.stdin.close()
+        self.assertEqual(trial.wait(PATIENCE_S), 0)
+        self.assert_nothing_is_left()
+
+    def test_nothing_is_left_when_the_test_is_asked_to_end(self):
+        trial = self.start_nodes()
+        trial.terminate()
+        self.assertEqual(trial.wait(PATIENCE_S), 0)
+        self.assert_nothing_is_left()
+
+    def test_nothing_but_folders_is_left_when_the_test_is_killed(self):
+        trial = self.start_nodes()
+        folders = os.listdir(self.folder / "nodes")
+        trial.kill()
+        trial.wait(PATIENCE_S)
+        self.assert_nothing_is_left(folders)
+
+    def test_nothing_is_left_when_a_node_cannot_be_started(self):
+        (self.folder / "unshare").write_text(FAILING_UNSHARE.format(folder=self.folder))
+        (self.folder / "unshare").chmod(0o755)
+        trial = self.start(PATH=f"{self.folder}:{os.environ['PATH']}")
+        ours, self.spaces = spaces_of([os.getpid()]), set()
+        while trial.poll() is None:
+            self.spaces |= spaces_of(family(trial.pid)) - ours
+        self.assertNotEqual(trial.returncode, 0)
+        self.assertGreaterEqual(len(self.spaces), 1 + 5, "the first one was there")
+        self.assert_nothing_is_left()
 
 
 if __name__ == "__main__":

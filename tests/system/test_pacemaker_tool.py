@@ -74,6 +74,21 @@ class Pacemaker(test_cluster_tool.OnACluster):
         self.assertEqual(len(cluster.calls("cibadmin")), 2, "the name, and the addresses of all groups")
         self.assertEqual(len(cluster.calls("crm_mon")), 3, "the state, the nodes and the groups")
 
+    def test_the_cluster_tells_what_it_calls_this_node_where_nobody_has_configured_it(self):
+        cluster = self.pacemaker(local=None, applications=True)
+        cluster.let("crm_node *", print="beta\n")  # the host is alpha
+        self.put_policy(cluster, "follows", "HARG:web")
+        self.put_policy(cluster, "stays", "HARG:database")
+        status = self.told(cluster, "status")
+        self.assertIn("this node beta (told by the cluster)\n", status)
+        self.assertRegex(status, "(?m)^beta +[0-9]+ +Online +this node$")
+        self.assertRegex(status, "(?m)^shop +till +web +Online +beta +here$")
+        told = self.json_of(cluster, "status")
+        self.assertEqual((told["local_name"], told["local_name_configured"]), ("beta", False))
+        self.assertIn("'beta' is 'beta' (told by the cluster)", self.told(cluster, "explain", "follows"))
+        self.assertIn("'alpha' is not 'beta' (told by the cluster)", self.told(cluster, "explain", "stays"))
+        self.assertIn("'beta' (told by the cluster) is a node of the cluster", self.told(cluster, "check", code=FAILED))
+
     def test_a_machine_that_has_the_package_alone_is_told_to_be_no_node(self):
         cluster = self.pacemaker(files=[])
         text = self.told(cluster, "check", code=FAILED)

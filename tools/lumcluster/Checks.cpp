@@ -170,8 +170,7 @@ void CheckTools(const Subject& subject, Findings& findings) {
 void CheckLocalName(const Subject& subject, Findings& findings) {
     const Sight& sight = subject.sight;
     if (!sight.isClusterSeen || sight.HasProblem(kNodes)) return;
-    const std::string name = "'" + sight.local.name + "'" +
-                             (sight.local.isConfigured ? " (CLUSTER_LOCAL_NODENAME)" : " (the system's own name)");
+    const std::string name = "'" + sight.local.name + "' (" + sight.local.Source() + ")";
     const bool isNode =
         std::any_of(sight.nodes.begin(), sight.nodes.end(), [](const NodeFacts& n) { return n.isLocal; });
     if (isNode) return findings.push_back({State::Ok, "local name", name + " is a node of the cluster", ""});
@@ -206,7 +205,7 @@ void CheckKeys(const Subject& subject, Findings& findings) {
 }
 
 void CheckWriteBack(const Subject& subject, Findings& findings) {
-    const std::string problem = WriteBackProblem(subject.sight.local);
+    const std::string problem = WriteBackProblem(LocalName::Of(subject.keys));
     const bool isNeeded = NeedsWriteBack(subject.keys, subject.sight);
     if (problem.empty()) {
         return findings.push_back({State::Ok, "write-back", "the monitor can set keys of this node itself", ""});

@@ -27,6 +27,11 @@ LocalName LocalName::Of(const Keys& keys) {
     return {InetAddress_t::GetLocalHost().GetHostName().ToUtf8(), false};
 }
 
+std::string LocalName::Source() const {
+    if (isConfigured) return LumPalKeys::ClusterLocalNodenameKey;
+    return isTold ? "told by the cluster" : "the system's own name";
+}
+
 bool HasAddress(const std::string& name) {
     try {
         const InetAddress_t address{Text(name)};
@@ -37,15 +42,14 @@ bool HasAddress(const std::string& name) {
 }
 
 Comparison Comparison::Of(const LocalName& local, const std::string& node, const Resolves& resolves) {
-    Comparison made{node, local.name, local.isConfigured, true, node == local.name};
+    Comparison made{node, local.name, local.Source(), local.isConfigured, true, node == local.name};
     // Another name is another node, whatever its address: nobody needs to be asked.
-    if (!made.isSame || local.isConfigured) return made;
+    if (!made.isSame || local.isConfigured || local.isTold) return made;
     made.hasAddress = made.isSame = resolves(node);
     return made;
 }
 
 std::string Comparison::Sentence() const {
-    const std::string source = isConfigured ? LumPalKeys::ClusterLocalNodenameKey : "the system's own name";
     if (node.empty()) return "no active node; this one is '" + local + "' (" + source + ")";
     if (!hasAddress) return "'" + node + "' is this node by its name (" + source + "), but has no address";
     return "'" + node + "' is " + (isSame ? "" : "not ") + "'" + local + "' (" + source + ")";

@@ -26,9 +26,12 @@ struct Keys {
 /// What this node is called.
 struct LocalName {
     std::string name;
-    bool isConfigured = false;  ///< by CLUSTER_LOCAL_NODENAME; else it is the system's own
+    bool isConfigured = false;  ///< by CLUSTER_LOCAL_NODENAME
+    bool isTold = false;        ///< by the cluster; else it is the system's own
 
     static LocalName Of(const Keys& keys);
+    /// Who says so: "CLUSTER_LOCAL_NODENAME", "told by the cluster" or "the system's own name".
+    std::string Source() const;
 };
 
 /// Whether the name service knows a name.
@@ -40,6 +43,7 @@ bool HasAddress(const std::string& name);
 /// must have an address besides.
 struct Comparison {
     std::string node, local;
+    std::string source;  ///< of the local one
     bool isConfigured = false, hasAddress = true, isSame = false;
 
     static Comparison Of(const LocalName& local, const std::string& node, const Resolves& resolves);

@@ -127,7 +127,7 @@ std::vector<std::string> Obstacles(const Follower& follower, const Keys& keys, c
         obstacles.push_back(why + "; what is behind that is not followed");
     }
     if (NeedsWriteBack(keys, sight)) {
-        const std::string problem = WriteBackProblem(sight.local);
+        const std::string problem = WriteBackProblem(LocalName::Of(keys));
         if (!problem.empty()) {
             obstacles.push_back("a cycle first sets CLUSTER_TYPE, which is '" + keys.type +
                                 "', and ends the monitor when that fails: " + problem);

@@ -85,6 +85,8 @@ private:
         sight.isClusterSeen = true;
         sight.product = DisplayText(cluster.GetType());
         sight.cluster = cluster.GetName().ToUtf8();
+        const std::string told = cluster.GetLocalNodeName().ToUtf8();
+        if (!told.empty()) sight.local = {told, false, true};
         if (!Try(kState, [&] { sight.state = DisplayText(cluster.GetState()); })) sight.state = kUnknown;
         Try(kNodes, [&] { TakeNodes(cluster.GetNodes()); });
         ClusterResourceGroups groups;

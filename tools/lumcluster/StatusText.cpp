@@ -31,7 +31,7 @@ std::string Lines(const Table& table) {
 std::string Head(const Sight& sight, const Follower& follower, const Keys& keys) {
     std::string text;
     if (sight.isClusterSeen) text += Line("cluster", sight.cluster + " (" + sight.product + "), " + sight.state);
-    text += Line("this node", sight.local.name + (sight.local.isConfigured ? "" : " (the system's own name)"));
+    text += Line("this node", sight.local.name + (sight.local.isConfigured ? "" : " (" + sight.local.Source() + ")"));
     text += Line("monitor", follower.Sentence());
     if (!keys.monitorMode.empty() && !keys.isMonitorModeOn)
         text += Line("", "MONITOR_MODE is off: nothing is switched");

@@ -27,6 +27,9 @@ public:
 
     ClusterType GetType() const;
     LumPalStr::String_t GetName() const;
+    /// What the product itself calls this node, where it tells that and CLUSTER_LOCAL_NODENAME does not; else empty:
+    /// the system's own name counts.
+    LumPalStr::String_t GetLocalNodeName() const;
     /// Whether the cluster runs on this node. @throws LumConf::ClusterException 236
     ClusterState GetState() const;
     /// All nodes. @throws LumConf::ClusterException (VERITAS: 338)

@@ -9,8 +9,13 @@
 #include "Configure.h"
 #include "EachToolFails.h"
 #include "Exceptions.h"
+#include "LumConfCluster/Applications.h"
 #include "LumConfCluster/Cluster.h"
-#include "PcmkNode.h"
+#include "LumConfCluster/ClusterBase.h"
+#include "LumConfCluster/ClusterUtil.h"
+#include "PcmkFixture.h"
+#include "PolicyHeader.h"
+#include "PolicyHeaderImpl.h"
 #include "Raised.h"
 
 namespace {
@@ -18,27 +23,6 @@ namespace {
 using namespace LumConfCluster;
 using LumConf::ClusterException;
 using LumPalStr::String_t;
-
-class Pcmk : public testing::Test {
-protected:
-    ClusterResourceGroup GroupOf(const std::string& elements) {
-        node.SetResources(elements);
-        return Cluster().GetGroups()[0];
-    }
-    /// What the innermost detail says.
-    static std::string Reason(LumPalMsg::MessageList_t messages) {
-        std::string text;
-        for (; messages.GetMessageCount() > 0; messages = messages.GetMessage(0).GetDetails())
-            text = messages.GetMessage(0).GetMessageText().ToUtf8();
-        return text;
-    }
-    std::string WhyNoGroups() {
-        return Reason(MessagesOf<ClusterException>([] { Cluster().GetGroups(); }));
-    }
-
-    PcmkNode node;
-    ToolScripts& tools = node.tools;
-};
 
 TEST_F(Pcmk, AsksEachToolOnceForEachQuestion) {
     const Cluster cluster;
@@ -221,6 +205,71 @@ TEST_F(Pcmk, APromotableCloneIsActiveWhereItIsPromoted) {
     EXPECT_FALSE(group.IsEverywhere());
 }
 
+TEST_F(Pcmk, ABundleOfWhichNothingRunsIsPromotableWhereItIsConfiguredSo) {
+    const std::string replica = PcmkResourceText("x", "Stopped") + "</replica>";
+    node.SetResources("<bundle id='b'><replica id='0'>" + replica + "<replica id='1'>" + replica + "</bundle>");
+    const auto isEverywhere = [&](const std::string& container) {
+        node.SetCib("<resources><bundle id='b'>" + container + "<primitive id='x'/></bundle></resources>");
+        return Cluster().GetGroups()[0].IsEverywhere();
+    };
+    EXPECT_TRUE(isEverywhere("<docker replicas='2'/>"));
+    EXPECT_TRUE(isEverywhere("<docker promoted-max='0'/>"));
+    EXPECT_FALSE(isEverywhere("<docker promoted-max='1'/>"));
+    EXPECT_FALSE(isEverywhere("<podman masters='1'/>"));
+    node.SetCib("<resources><bundle id='other'><docker promoted-max='1'/></bundle></resources>");
+    EXPECT_TRUE(Cluster().GetGroups()[0].IsEverywhere());
+}
+
+/// Nobody has configured what this node, whose host has another name, is called.
+class PcmkWithoutAName : public Pcmk {
+protected:
+    PcmkWithoutAName() {
+        Configure("conf.cluster", "CLUSTER_LOCAL_NODENAME", "");
+        tools.Answer("crm_node -n", "south\n");
+    }
+    static bool IsEnabledOnInstalling(const char* group) {
+        ClusterBase::SetClusterEnvDetected(true);
+        LumConf::PolicyHeader header;
+        header.SetAttribute(String_t("HARG:") + group, "");
+        header.GetImpl()->SetStatus("enabled");
+        ClusterUtil::ChangeHeader(header.GetImpl());
+        ClusterBase::SetClusterEnvDetected(false);
+        return header.GetStatus() == "enabled";
+    }
+};
+
+TEST_F(PcmkWithoutAName, TheClusterTellsIt) {
+    EXPECT_EQ(Cluster().GetLocalNodeName(), "south");
+    Configure("conf.cluster", "CLUSTER_LOCAL_NODENAME", "north");
+    EXPECT_EQ(Cluster().GetLocalNodeName(), "") << "that counts";
+}
+
+TEST_F(PcmkWithoutAName, APolicyOfAGroupThatIsHereStaysEnabled) {
+    EXPECT_TRUE(IsEnabledOnInstalling("web"));
+    tools.Answer("crm_node -n", "north\n");
+    EXPECT_FALSE(IsEnabledOnInstalling("web"));
+}
+
+TEST_F(PcmkWithoutAName, AnInstanceOfAGroupThatIsHereIsOnlineHere) {
+    WriteText(node.root.Native() + "/conf/conf/apminfo.xml",
+              "<APMClusterConfiguration><Application><Name>shop</Name><Instance><Name>till</Name><Package>web</Package>"
+              "</Instance></Application></APMClusterConfiguration>");
+    WriteText(node.root.Native() + "/bin/instrumentation/conf/shop.apm.xml",
+              "<APMApplicationConfiguration><Application/></APMApplicationConfiguration>");
+    const auto till = [] {
+        const Cluster cluster;
+        Applications applications;
+        applications.LoadConfig(cluster, cluster.GetGroups());
+        return applications[0].GetInstances()[0];
+    };
+    EXPECT_TRUE(till().IsActiveNodeLocal());
+    EXPECT_EQ(till().GetState(), InstanceState::Online);
+    EXPECT_EQ(till().GetLocalHost(), "south");
+    tools.Answer("crm_node -n", "north\n");
+    EXPECT_FALSE(till().IsActiveNodeLocal());
+    EXPECT_EQ(till().GetState(), InstanceState::Offline);
+}
+
 TEST_F(Pcmk, AConfigurationMapsTheWordsOfGroups) {
     Configure("conf.cluster.RGState.PCMK", "Unmanaged", "online");
     Configure("conf.cluster.RGState.PCMK", "Partial", "UNKNOWN");
@@ -256,107 +305,6 @@ TEST_F(Pcmk, TheNodesOfAGroupAreThoseThatNothingKeepsItFrom) {
     EXPECT_EQ(Names(cluster.GetGroupNodes("db")), (Texts{"north", "south", "east"}));
     EXPECT_EQ(cluster.GetGroupNodes("web-ip").Count(), 0) << "it is in a group";
     EXPECT_EQ(cluster.GetGroupNodes("-x \"").Count(), 0) << "no tool gets a name";
-}
-
-TEST_F(Pcmk, AToolThatTellsOfItsFailureHasFailedWhateverItsCode) {
-    const auto tell = [&](const std::string& inside) {
-        node.SetMonitor("<pacemaker-result>" + inside + "</pacemaker-result>");
-    };
-    const std::string data = "<summary/><nodes/>";
-    tell(data + "<status code='0' message='OK'/>");
-    EXPECT_EQ(Cluster().GetGroups().Count(), 0);
-    tell(data + "<status code='102' message='Not connected'><errors><error>no cluster</error></errors></status>");
-    EXPECT_EQ(WhyNoGroups(),
-              "The command told that it has failed with '102' (Not connected: no cluster): "
-              "\"/usr/sbin/crm_mon\" -1 --output-as=xml");
-    tell(
-        "<status code='0' message='OK'><errors><error>Could not connect to the CIB: No such device</error></errors>"
-        "</status>");
-    EXPECT_NE(WhyNoGroups().find("failed with '0' (Could not connect to the CIB: No such device)"), std::string::npos);
-    tell(data + "<status code='0' message='OK'><errors><error>no history</error></errors></status>");
-    EXPECT_EQ(Cluster().GetGroups().Count(), 0) << "what was told besides counts";
-    for (const char* inside : {"", "<summary/><nodes/>", "<status code='0'/>", "<nodes/><status code='0'/>"}) {
-        tell(inside);
-        EXPECT_NE(WhyNoGroups().find("told nothing of the cluster"), std::string::npos) << inside;
-    }
-    tell("<summary/><nodes/><status/>");
-    EXPECT_NE(WhyNoGroups().find("failed with ''"), std::string::npos);
-}
-
-TEST_F(Pcmk, AReleaseThatIsTooOldIsNamedAsSuch) {
-    node.SetMonitor(ReadText(LUM_TEST_DATA "/recorded/pcmk/crm_mon-old.xml"));
-    EXPECT_NE(WhyNoGroups().find("Pacemaker 2.0.3 or later is needed"), std::string::npos);
-    node.SetMonitor("<html/>");
-    EXPECT_NE(WhyNoGroups().find("an element 'html' in place of its result"), std::string::npos);
-}
-
-TEST_F(Pcmk, WhatIsNoDocumentIsAnError) {
-    for (const std::string& output :
-         {std::string(), std::string("Online: [ a ]\n"), std::string("<a>"), std::string("<a/><b/>"),
-          std::string("<!DOCTYPE a [<!ENTITY % e SYSTEM '/etc/passwd'> %e;]><a/>"),
-          std::string("<!DOCTYPE a SYSTEM 'http://127.0.0.1/x'><a>&b;</a>"), std::string("<a>\x01</a>"), [] {
-              std::string deep;
-              for (int i = 0; i < 1001; ++i) deep += "<a>";
-              return deep;
-          }()}) {
-        node.SetMonitor(output);
-        EXPECT_RAISES(Cluster().GetGroups(), ClusterException, 231);
-        EXPECT_RAISES(Cluster().GetNodes(), ClusterException, 224);
-        EXPECT_RAISES(Cluster().GetState(), ClusterException, 236);
-        EXPECT_RAISES(Cluster().GetGroupNodes("web"), ClusterException, 0);
-    }
-    node.SetMonitor("<pacemaker-result>" + std::string(33 << 20, ' ') + "</pacemaker-result>");
-    EXPECT_NE(WhyNoGroups().find("at most '33554432' bytes"), std::string::npos);
-    tools.Answer(PcmkNode::kAdmin, "x");
-    const auto messages = MessagesOf<ClusterException>([] { Cluster(); });
-    EXPECT_EQ(String_t(messages), "Can not instantiate Pacemaker cluster object.");
-}
-
-TEST_F(Pcmk, AnEntityBombDoesNotGrow) {
-    std::string bomb = "<!DOCTYPE a [<!ENTITY a0 'aaaaaaaaaaaaaaaaaaaa'>";
-    for (int i = 1; i < 30; ++i) {
-        const std::string former = "&a" + std::to_string(i - 1) + ";";
-        bomb += "<!ENTITY a" + std::to_string(i) + " '" + former + former + former + former + "'>";
-    }
-    node.SetMonitor(bomb + "]><pacemaker-result>&a29;</pacemaker-result>");
-    EXPECT_RAISES(Cluster().GetGroups(), ClusterException, 231);
-}
-
-TEST_F(Pcmk, NamesOfAnyKindAreGivenAsTheyAre) {
-    node.SetResources(PcmkResourceText("--help", "Started", "north") + PcmkResourceText("a b;c$(d)&quot;", "Stopped") +
-                      PcmkResourceText("", "Stopped"));
-    EXPECT_EQ(Names(Cluster().GetGroups()), (Texts{"--help", "a b;c$(d)\"", ""}));
-    EXPECT_EQ(Names(Cluster().GetGroupNodes("--help")), (Texts{"north", "south", "east"}));
-}
-
-TEST_F(Pcmk, ToolsRunBehindWhatTheEnvironmentSays) {
-    setenv("LUM_SUDO", "/usr/bin/env LUM_SEEN=1", 1);
-    EXPECT_EQ(Cluster().GetName(), "harbour");
-    setenv("LUM_SUDO", "/nowhere/sudo", 1);
-    EXPECT_RAISES(Cluster(), ClusterException, 0);
-    unsetenv("LUM_SUDO");
-}
-
-TEST_F(Pcmk, EachToolThatFailsIsAnErrorButForTheAddressesOfAList) {
-    EXPECT_EQ(AskAll(), 2);
-    tools.ForgetCalls();
-    AskAll();
-    EXPECT_EQ(tools.Calls(), (Texts{PcmkNode::kAdmin, PcmkNode::kMonitor, PcmkNode::kMonitor, PcmkNode::kMonitor,
-                                    PcmkNode::kAdmin, PcmkNode::kAdmin, PcmkNode::kMonitor, PcmkNode::kAdmin}));
-    // Errors of the product's own bear no number: what they are is told in other tests.
-    int raised = 0;
-    for (std::size_t failing = 1; failing <= 8; ++failing) {
-        tools.ForgetCalls();
-        tools.FailAt(failing);
-        try {
-            AskAll();
-        } catch (const ClusterException& e) {
-            ++raised;
-            EXPECT_NE(Reason(e.GetMessageList()), "");
-        }
-    }
-    tools.FailAt(0);
-    EXPECT_EQ(raised, 7);
 }
 
 }  // namespace

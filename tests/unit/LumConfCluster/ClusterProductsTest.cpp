@@ -33,14 +33,15 @@ constexpr Row kRows[]{
 };
 
 TEST(ClusterProducts, HaveTheirNamesFilesAndSuffixes) {
-    for (int value = 0; value < 9; ++value) {
+    ASSERT_EQ(kClusterProducts.size(), std::size(kRows));
+    for (int value = 0; value < static_cast<int>(std::size(kRows)); ++value) {
         const auto type = static_cast<ClusterType>(value);
         EXPECT_STREQ(DisplayText(type), kRows[value].name);
         EXPECT_STREQ(DaemonFile(type), kRows[value].daemon);
         EXPECT_STREQ(kClusterProducts[value].stateSuffix, kRows[value].suffix);
         EXPECT_EQ(kClusterProducts[value].type, type);
     }
-    EXPECT_STREQ(DisplayText(static_cast<ClusterType>(9)), "Unknown");
+    EXPECT_STREQ(DisplayText(static_cast<ClusterType>(std::size(kRows))), "Unknown");
     EXPECT_STREQ(DaemonFile(static_cast<ClusterType>(-1)), "");
 }
 

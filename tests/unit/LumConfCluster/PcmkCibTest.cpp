@@ -149,7 +149,12 @@ TEST(PcmkPlacement, AConstraintKeepsAGroupAway) {
                 {Location("rsc='m' node='b' score='-INFINITY'"), "ac"},
                 {Location("rsc='other' node='b' score='-INFINITY'"), "abc"},
                 {Location("rsc='tagged' node='b' score='-INFINITY'"), "ac"},
-                {Location("rsc='g' node='B' score='-INFINITY'"), "abc"},
+                {Location("rsc='g' node='B' score='-INFINITY'"), "ac"},
+                {Location("rsc='G' node='b' score='-INFINITY'"), "abc"},
+                {Location("rsc='g' node='b' score='-600000'") + Location("rsc='g' node='B' score='-600000'"), "ac"},
+                {Location("rsc='g' node='b' score='-600000'") + Location("rsc='g' node='b' score='600000'") +
+                     Location("rsc='g' node='b' score='-600000'"),
+                 "acb"},
                 {Location("rsc='g' node='b' score='-1000000'"), "ac"},
                 {Location("rsc='g' node='b' score='-9999999'"), "ac"},
                 {Location("rsc='g' node='b' score='-999999'"), "acb"},
@@ -166,6 +171,12 @@ TEST(PcmkPlacement, TheNodeWithTheHighestScoreComesFirst) {
     ExpectEach(
         {{Location("rsc='g' node='c' score='10'") + Location("rsc='g' node='b' score='5'"), "cba"},
          {Location("rsc='g' node='a' score='-5'"), "bca"},
+         {Location("rsc='g' node='C' score='4'") + Location("rsc='g' node='c' score='4'") +
+              Location("rsc='g' node='b' score='7'"),
+          "cba"},
+         {Location("rsc='g' node='c' score='INFINITY'") + Location("rsc='g' node='c' score='-5'") +
+              Location("rsc='g' node='b' score='INFINITY'"),
+          "bca"},
          {Location("rsc='g' node='c' score='INFINITY'") + Location("rsc='m' node='b' score='+INFINITY'"), "bca"}});
 }
 
@@ -176,7 +187,16 @@ TEST(PcmkPlacement, SetsAndPatternsAndBansCount) {
         {{Location("node='b' score='-INFINITY'", set), "ac"},
          {Location("node='b' score='-INFINITY'", "<resource_set role='Master'><resource_ref id='g'/></resource_set>"),
           "abc"},
-         {Location("rsc-pattern='.*' node='b' score='-INFINITY'"), "abc"},
+         {Location("rsc-pattern='.*' node='b' score='-INFINITY'"), "ac"},
+         {Location("rsc-pattern='^(g|h)$' node='B' score='-INFINITY'"), "ac"},
+         {Location("rsc-pattern='G' node='b' score='-INFINITY'"), "abc"},
+         {Location("rsc-pattern='^m$' node='b' score='-INFINITY'"), "abc"},
+         {Location("rsc-pattern='!^g$' node='b' score='-INFINITY'"), "abc"},
+         {Location("rsc-pattern='!^g$' node='b' score='-INFINITY'"), "ac", "p"},
+         {Location("rsc-pattern='^g$'", Rule("score='-INFINITY'", Named("eq", "B"))), "ac"},
+         {Location("rsc-pattern='^h$'", Rule("score='-INFINITY'", Named("eq", "b"))), "abc"},
+         {Location("rsc-pattern='g{1}' node='b' score='-INFINITY'"), "abc"},
+         {"", "ac", "g", false, "<bans><ban id='l' resource='g' node='B' weight='-1000000'/></bans>"},
          {"", "ac", "g", false, ban + "-1000000'/></bans>"},
          {"", "abc", "g", false, ban + "-10'/></bans>"},
          {"", "abc", "g", false, ban + "-1000000' promoted-only='true'/></bans>"},
@@ -192,6 +212,8 @@ TEST(PcmkPlacement, ARuleThatNamesNodesCounts) {
     };
     const std::string other = "<expression attribute='site' operation='eq' value='x'/>";
     ExpectEach({{rule("score='-INFINITY'", Named("eq", "b")), "ac"},
+                {rule("score='-INFINITY'", Named("eq", "B")), "ac"},
+                {rule("score='-INFINITY'", Named("ne", "B")), "b"},
                 {rule("score='-INFINITY'", Named("ne", "b")), "b"},
                 {rule("score='-INFINITY' boolean-op='or'", Named("eq", "b") + Named("eq", "c")), "a"},
                 {rule("score='-INFINITY' boolean-op='and'", Named("ne", "a") + Named("ne", "c")), "ac"},
@@ -210,15 +232,26 @@ TEST(PcmkPlacement, InAnOptInClusterOnlyAScoreLetsAGroupRun) {
     const auto in = [](const std::string& constraints, const char* nodes) {
         return Placed{constraints, nodes, "g", true, ""};
     };
-    ExpectEach({in("", ""), in(Location("rsc='g' node='b' score='1'"), "b"),
-                in(Location("rsc='m' node='b' score='INFINITY'"), "b"), in(Location("rsc='g' node='b' score='0'"), ""),
+    ExpectEach({in("", ""),
+                in(Location("rsc='g' node='b' score='1'"), "b"),
+                in(Location("rsc='m' node='b' score='INFINITY'"), "b"),
+                in(Location("rsc='g' node='b' score='0'"), ""),
                 in(Location("rsc='g' node='b' score='5'") + Location("rsc='g' node='b' score='-5'"), ""),
                 in(Location("rsc='g' node='b' score='5'") + Location("rsc='g' node='b' score='-INFINITY'"), ""),
                 in(Location("rsc='g'", Rule("score='7'", Named("ne", "b"))), "ac"),
                 in(Location("rsc='g'", Rule("score='7'", "<expression attribute='x'/>")), "abc"),
                 in(Location("rsc='g'", Rule("score='-7'", "<expression attribute='x'/>")), ""),
                 in(Location("rsc-pattern='g.*' node='b' score='7'"), "b"),
-                in(Location("rsc-pattern='g.*' node='b' score='-7'"), "")});
+                in(Location("rsc-pattern='g.*' node='b' score='-7'"), ""),
+                in(Location("rsc-pattern='^h' node='b' score='7'"), ""),
+                in(Location("rsc-pattern='^m$' node='b' score='7'"), ""),
+                in(Location("rsc-pattern='!^h' node='B' score='7'"), "b"),
+                in(Location("rsc-pattern='(' node='B' score='7'"), "b"),
+                in(Location("rsc-pattern='g{1}' node='b' score='7'"), "b"),
+                in(Location("rsc-pattern='g{1}'", Rule("score='7'", Named("ne", "b"))), "ac"),
+                in(Location("rsc-pattern='g{1}'", Rule("score='-7'", Named("ne", "b"))), ""),
+                in(Location("rsc-pattern='^g'", Rule("score='7'", Named("ne", "b"))), "ac"),
+                in(Location("rsc='g' node='B' score='-5'") + Location("rsc='g' node='b' score='9'"), "b")});
 }
 
 }  // namespace

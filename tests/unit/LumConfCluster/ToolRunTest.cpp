@@ -72,6 +72,17 @@ TEST_F(Tools, GiveTheFirstLineOrAll) {
     EXPECT_EQ(Utf8(ClusterUtil::GetOutColl(tool)), (Texts{"one", "two", "three"}));
 }
 
+TEST_F(Tools, TellHowTheyEndWhateverTheyWriteToBothStreams) {
+    const ToolEnd end = EndOf(Tool("echo one; printf 'no\\tgood\\n' >&2; echo two; exit 3"), {});
+    EXPECT_EQ(Utf8(end.lines), (Texts{"one", "two"}));
+    EXPECT_EQ(end.code, 3);
+    EXPECT_EQ(end.said, "no good");
+    const ToolEnd much = EndOf(Tool("yes error | head -c 20000000 >&2; yes line | head -c 1000000"), {});
+    EXPECT_EQ(much.lines.size(), 200000u) << "neither stream waits for the other";
+    EXPECT_EQ(much.said.GetLength(), 1024u);
+    EXPECT_EQ(EndOf(Tool("exit 0"), {}).said, "");
+}
+
 TEST_F(Tools, LinesComeWithoutTheirEnds) {
     EXPECT_EQ(Utf8(ClusterUtil::GetOutColl(Tool("printf 'a\\r\\n\\n b \\nlast'"))), (Texts{"a", "", " b ", "last"}));
     EXPECT_EQ(ClusterUtil::GetOut(Tool("printf 'no end'")), "no end");

@@ -23,7 +23,7 @@ struct FollowingNode : ServingNode {
 void EmptyKeysAreSet() {
     FollowingNode node("node-1");
     const LocalName local = node.Follow();
-    Expect(local.isConfigured && local.name == "127.0.0.1", "the local name");
+    Expect(local.isExact && local.name == "127.0.0.1", "the local name");
     for (const char* line : {"CLUSTER_TYPE=the product\n", "POLLING_INTERVAL=1234\n", "MONITOR_MODE=FALSE\n"})
         Expect(node.Holds(line), line + node.Settings());
     Expect(node.interval == 1234 && !node.mode, "the values are gone by at once");

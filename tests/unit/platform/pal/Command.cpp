@@ -164,6 +164,13 @@ TEST(Command, KeepsErrorsApartFromTheOutput) {
     EXPECT_EQ(ReadAll(process.GetStandardError()), "err\n");
 }
 
+TEST(Command, AProgramNeverWaitsForTheErrorsToBeReadWhileItsOutputIs) {
+    Process_t process =
+        Shell("head -c 1000000 /dev/zero >&2; echo out").RedirectOutput(Pipe).RedirectError(Pipe).Execute();
+    EXPECT_EQ(ReadAll(process.GetStandardOutput()), "out\n");
+    EXPECT_EQ(ReadAll(process.GetStandardError()).size(), 1000000u);
+}
+
 TEST(Command, WritesTheInput) {
     Process_t process = Command_t("cat").RedirectInput(Pipe).RedirectOutput(Pipe).Execute();
     LumPalIo::OutputStream_t input = process.GetStandardInput();
