@@ -79,7 +79,6 @@ std::optional<CharArray_t> BytesOf(const File_t& file) {
 }
 
 bool HaveEqualBytes(const File_t& oldFile, const File_t& newFile) {
-    if (oldFile.GetSize() != newFile.GetSize()) return false;
     const std::optional<CharArray_t> before = BytesOf(oldFile), after = BytesOf(newFile);
     return before && after && before->View() == after->View();
 }

@@ -35,6 +35,7 @@ protected:
     static Finding::State StateWith(const std::string& configured) {
         Subject subject;
         subject.sight.local = {"127.0.0.1", true};
+        subject.keys.localNodeName = "127.0.0.1";
         subject.sight.isClusterSeen = true;
         subject.sight.product = kProduct;
         subject.keys.type = configured;
