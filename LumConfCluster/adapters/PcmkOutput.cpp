@@ -251,7 +251,7 @@ void ExpectResult(const String_t& tool, const XmlDataNode& root) {
 [[noreturn]] void RaiseFailure(const String_t& tool, const ToolEnd& end) {
     const String_t code = LumPalStr::NumToStr(end.code);
     if (end.said.IsNotEmpty()) Raise<ClusterException>(msg::PcmkToolFailed, code, end.said, tool);
-    Raise<ClusterException>(msg::ToolReturned, code, Make(msg::ToolLineWas, tool));
+    Raise<ClusterException>(msg::ToolFailed, Make(msg::ToolReturned, code, Make(msg::ToolLineWas, tool)));
 }
 
 /// A release that does not know the option for XML ends with an error of usage.

@@ -102,7 +102,9 @@ TEST(Messages, NumbersKeepTheRangesOfTheirSubsystems) {
 TEST(Messages, OnlyTitlesPrefixesAndStartMessagesHaveNoSeverity) {
     const std::set<unsigned> bare = {1, 2, 3, 4, 65, 66, 154, 158, 173, 188, 363, 364, 667};
     for (const Row& row : Table()) {
-        EXPECT_EQ(row.severity == LumPalMsg::Severity_e::None, bare.count(row.id) > 0) << row.word;
+        // Rows of our own have no number; those that are only traced at a start have no severity either.
+        const bool isBare = row.id == 0 ? std::string(row.word).ends_with("Start") : bare.count(row.id) > 0;
+        EXPECT_EQ(row.severity == LumPalMsg::Severity_e::None, isBare) << row.word;
     }
 }
 
