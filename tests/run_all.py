@@ -10,6 +10,7 @@ import json
 import os
 import pathlib
 import re
+import signal
 import subprocess
 import sys
 import tempfile
@@ -187,6 +188,8 @@ def run_build(preset, options):
 
 
 def main():
+    # Started in the background of a shell, it would let the tests, and what they start, ignore Ctrl-C.
+    signal.signal(signal.SIGINT, signal.default_int_handler)
     parser = argparse.ArgumentParser()
     parser.add_argument("--build", required=True, type=pathlib.Path)
     parser.add_argument("--trial-seconds", type=int, default=2)

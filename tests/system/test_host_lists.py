@@ -26,11 +26,6 @@ def repeated(*words):
     return [word for host in words for word in ("--host", host)]
 
 
-def heed_interrupts():
-    """Whoever runs the tests in the background lets them ignore the signal, and what they start too."""
-    signal.signal(signal.SIGINT, signal.SIG_DFL)
-
-
 class HostLists(unittest.TestCase):
     def setUp(self):
         self.node = Node(start=False)
@@ -115,7 +110,7 @@ class HostLists(unittest.TestCase):
             host = f"127.0.0.1:{silent.getsockname()[1]}"
             process = subprocess.Popen([TOOLS / "lumpolicy", "enable", "--all", *repeated(host, *nobody(3))],
                                        env=self.node.environment(), stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                       stderr=subprocess.PIPE, preexec_fn=heed_interrupts)
+                                       stderr=subprocess.PIPE)
             self.node.processes.append(process)
             connection, _ = silent.accept()
             with connection:
