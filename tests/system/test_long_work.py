@@ -5,26 +5,18 @@ import signal
 import subprocess
 import unittest
 
-import pki
 from node import DONE, PATIENCE_S, TOOLS, UNREACHABLE, UNTOLD, Node, free_port, wait_until, write_policy
+from silent import CallsOthers
 from terminal import CTRL_C, Terminal
-from test_time_limits import Silent
 
 INTERRUPTED, TERMINATED = 130, 143
 
 
-class LongWork(unittest.TestCase):
+class LongWork(CallsOthers, unittest.TestCase):
     def setUp(self):
         self.node = Node()
         self.addCleanup(self.node.close)
-        authority = pki.Authority()
-        self.addCleanup(authority.close)
-        pki.trust(self.node, authority)
-
-    def silent(self):
-        silent = Silent()
-        self.addCleanup(silent.close)
-        return silent
+        self.trust_somebody()
 
     def terminal(self, *arguments, **keywords):
         return Terminal(self.node.command("lumpolicy", *arguments), self.node.environment(), **keywords)

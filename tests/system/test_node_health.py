@@ -1,17 +1,22 @@
 #!/usr/bin/python3
 """What a node tells of how it fares: the page for balancers, the metrics, and the status that people read."""
+import contextlib
 import http.client
 import re
 import subprocess
+import threading
 import time
 import unittest
 
+import requests
+from requests.auth import HTTPDigestAuth
+
 import pki
 import wire
-from node import DONE, EXAMPLES, FAILED, REFUSED, UNREACHABLE, WRONG_USAGE, Node, free_port, wait_until, write_policy
+from node import (DONE, EXAMPLES, FAILED, PATIENCE_S, REFUSED, UNREACHABLE, WRONG_USAGE, Node, free_port, wait_until,
+                  write_policy)
 
 BACKUP = EXAMPLES / "7c1f6a52-2d0e-4b39-9d77-0b6f8a1e4c11_header.xml"
-SETTINGS = sorted(EXAMPLES.glob("5e771a65-000*_header.xml"))
 
 
 def settings_policy(folder, text, policy_id="broken"):
@@ -23,6 +28,21 @@ class HealthTest(unittest.TestCase):
         node = Node(settings, **keywords)
         self.addCleanup(node.close)
         return node
+
+    def tls_node(self, rights=None):
+        """A node with a certificate, and what makes a client's context: of a caller with this name, or of nobody."""
+        authority = pki.Authority()
+        self.addCleanup(authority.close)
+        node = self.node(start=False)
+        pki.enroll(node, authority, "localhost")
+        node.write_rights(rights or {})
+        node.start()
+
+        def context(name=None):
+            made = pki.client_context(authority, authority.issue(name) if name else None)
+            made.check_hostname = False
+            return made
+        return node, context
 
     def get(self, node, path, method="GET", headers=None, context=None):
         """(status, headers, text)"""
@@ -67,26 +87,31 @@ class Page(HealthTest):
             self.assertEqual(self.get(node, path, headers={"Host": "elsewhere.example"})[0], 421)
 
     def test_over_tls_a_client_without_a_certificate_learns_that_it_serves(self):
-        authority = pki.Authority()
-        self.addCleanup(authority.close)
-        node = self.node(start=False)
-        pki.enroll(node, authority, "localhost")
-        node.start()
-        context = pki.client_context(authority)
-        context.check_hostname = False
-        self.assertEqual(self.get(node, "/healthz", context=context)[0], 200)
-        self.assertEqual(self.get(node, "/metrics", context=context)[0], 403)
+        node, context = self.tls_node()
+        self.assertEqual(self.get(node, "/healthz", context=context())[0], 200)
+        self.assertEqual(self.get(node, "/metrics", context=context())[0], 403)
 
     def test_ten_thousand_readers_hold_up_no_administrator(self):
         node = self.node()
-        opener = http.client.HTTPConnection("127.0.0.1", node.port, timeout=10)
-        self.addCleanup(opener.close)
-        start = time.monotonic()
-        for _ in range(10000):
-            opener.request("GET", "/healthz")
-            self.assertEqual(opener.getresponse().read(), b"ok\n")
-        self.assertEqual(node.policy("status").code, DONE)
-        self.assertLess(time.monotonic() - start, 300)
+        answers = []
+
+        def read_often():
+            with contextlib.closing(http.client.HTTPConnection("127.0.0.1", node.port, timeout=PATIENCE_S)) as reader:
+                for _ in range(2500):
+                    reader.request("GET", "/healthz")
+                    answers.append(reader.getresponse().read())
+
+        readers = [threading.Thread(target=read_often) for _ in range(4)]
+        for reader in readers:
+            reader.start()
+        asked = 0
+        while any(reader.is_alive() for reader in readers):
+            self.assertEqual(node.policy("status", "--timeout", "10").code, DONE)
+            asked += 1
+        for reader in readers:
+            reader.join()
+        self.assertGreater(asked, 0)
+        self.assertEqual((len(answers), set(answers)), (10000, {b"ok\n"}))
 
 
 class Metrics(HealthTest):
@@ -95,19 +120,17 @@ class Metrics(HealthTest):
         status, headers, _ = self.get(node, "/metrics")
         self.assertEqual(status, 401)
         self.assertTrue(headers["WWW-Authenticate"].startswith("Digest "))
+        secret = (node.root / "etc/local.secret").read_text()
+        for word, expected in ((secret, 200), ("0" * len(secret), 401)):
+            answer = requests.get(f"http://127.0.0.1:{node.port}/metrics", timeout=PATIENCE_S,
+                                  auth=HTTPDigestAuth(f"local-{node.port}", word))
+            self.assertEqual(answer.status_code, expected)
         self.assertIn('lumconf_policies{status="enabled"}', self.metrics(node))
 
     def test_over_tls_the_right_to_list_opens_them(self):
-        authority = pki.Authority()
-        self.addCleanup(authority.close)
-        node = self.node(start=False)
-        pki.enroll(node, authority, "localhost")
-        node.write_rights({"watcher": "list", "other": "install"})
-        node.start()
+        node, context = self.tls_node({"watcher": "list", "other": "install"})
         for name, expected in (("watcher", 200), ("other", 403), ("localhost", 403)):
-            context = pki.client_context(authority, authority.issue(name))
-            context.check_hostname = False
-            self.assertEqual(self.get(node, "/metrics", context=context)[0], expected, name)
+            self.assertEqual(self.get(node, "/metrics", context=context(name))[0], expected, name)
 
     def test_a_key_opens_them_to_this_host_while_it_is_set(self):
         node = self.node()
@@ -170,34 +193,20 @@ class Metrics(HealthTest):
         wait_until(lambda: self.metrics(node)["lumconf_settings_broken"] == 0, "the merge is mended")
 
     def test_the_end_of_each_certificate_is_told_in_seconds(self):
-        authority = pki.Authority()
-        self.addCleanup(authority.close)
-        node = self.node(start=False)
-        pki.enroll(node, authority, "localhost")
-        node.write_rights({"watcher": "list"})
-        node.start()
-        context = pki.client_context(authority, authority.issue("watcher"))
-        context.check_hostname = False
-        text = self.get(node, "/metrics", context=context)[2]
+        node, context = self.tls_node({"watcher": "list"})
+        text = self.get(node, "/metrics", context=context("watcher"))[2]
         for kind in ("own", "trusted"):
             left = float(re.search(rf'lumconf_certificate_seconds_left{{kind="{kind}",name="[^"]*"}} (\S+)', text).group(1))
             self.assertTrue(3600 < left < 40 * 365 * 86400, left)
 
     def test_a_handshake_that_fails_is_counted(self):
-        authority = pki.Authority()
-        self.addCleanup(authority.close)
-        node = self.node(start=False)
-        pki.enroll(node, authority, "localhost")
-        node.write_rights({"watcher": "list"})
-        node.start()
+        node, context = self.tls_node({"watcher": "list"})
         connection = http.client.HTTPConnection("127.0.0.1", node.port, timeout=10)
         self.addCleanup(connection.close)
         with self.assertRaises((OSError, http.client.HTTPException)):
             connection.request("GET", "/healthz")
             connection.getresponse()
-        context = pki.client_context(authority, authority.issue("watcher"))
-        context.check_hostname = False
-        self.assertIn("lumconf_tls_handshakes_failed_total 1", self.get(node, "/metrics", context=context)[2])
+        self.assertIn("lumconf_tls_handshakes_failed_total 1", self.get(node, "/metrics", context=context("watcher"))[2])
 
 
 class Status(HealthTest):

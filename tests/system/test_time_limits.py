@@ -1,58 +1,20 @@
 #!/usr/bin/python3
 """Nodes that hang: what a tool waits for them, and what it says then."""
 import signal
-import socket
-import threading
 import time
 import unittest
 
-import pki
 from node import SLOWNESS, UNREACHABLE, WRONG_USAGE, Node, free_port
+from silent import CallsOthers
 
 LIMIT_S = 2
 AT_MOST_S = 3 * LIMIT_S * SLOWNESS
 
 
-class Silent:
-    """Takes connections and says nothing; counts them."""
-
-    def __init__(self):
-        self.taken = []
-        self.listener = socket.create_server(("127.0.0.1", 0))
-        self.port = self.listener.getsockname()[1]
-        self.thread = threading.Thread(target=self.accept, daemon=True)
-        self.thread.start()
-
-    def accept(self):
-        while True:
-            try:
-                self.taken.append(self.listener.accept()[0])
-            except OSError:
-                return
-
-    def close(self):
-        self.listener.shutdown(socket.SHUT_RDWR)
-        self.listener.close()
-        self.thread.join()
-        for connection in self.taken:
-            connection.close()
-
-
-class TimeLimits(unittest.TestCase):
+class TimeLimits(CallsOthers, unittest.TestCase):
     def setUp(self):
         self.node = Node({"vox.http.ext.conf": {"CONNECT_TIMEOUT": LIMIT_S}})
         self.addCleanup(self.node.close)
-
-    def trust_somebody(self):
-        """Without anybody to trust no other node is called."""
-        authority = pki.Authority()
-        self.addCleanup(authority.close)
-        pki.trust(self.node, authority)
-
-    def silent(self):
-        silent = Silent()
-        self.addCleanup(silent.close)
-        return silent
 
     def hang(self):
         """The daemon goes on to hold its port, and does nothing."""
