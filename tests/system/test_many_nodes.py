@@ -9,7 +9,7 @@ import unittest
 import pki
 from node import (DONE, NOT_FOUND, NOTHING_TO_DO, PATIENCE_S, REFUSED, TOOLS, UNREACHABLE, WRONG_USAGE, Node,
                   free_port, write_policy)
-from test_time_limits import Silent
+from silent import Silent
 
 SOME_FAILED = 8
 LONG = int(os.environ.get("LUM_TRIAL_SECONDS", "2")) >= 60

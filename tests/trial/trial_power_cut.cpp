@@ -5,8 +5,10 @@
 #include <sys/ioctl.h>
 
 #include "ForkedProcess.h"
+#include "LumSecCore.h"
 #include "Mounts.h"
 #include "StoreChanges.h"
+#include "TracedProgram.h"
 
 namespace {
 
@@ -156,31 +158,141 @@ TEST_P(PowerCut, AtAnyFlushLeavesTheOldPolicyOrTheNewOneAndNothingElse) {
     }
 }
 
-/// Runs a program of the build for the node on the disk.
-void RunTool(const std::string& command) {
-    Run("cd " + TheDisk().Folder() + " && LUM_ROOT=" + TheDisk().Root() + " " + std::getenv("LUM_BUILD") + "/tools/" +
-        command + " >" + TheDisk().Folder() + "/output");
+using Words = std::vector<std::string>;
+
+/// Runs a tool of the build for the node on the disk, stopped at each of its flushes.
+/// @return its exit code; -1 when it was ended
+int RunTool(Words words, const std::function<bool(int)>& atFlush) {
+    TracedProgram tool([&] {
+        const std::string program = std::string(std::getenv("LUM_BUILD")) + "/tools/" + words[0];
+        std::vector<char*> arguments;
+        for (std::string& word : words) arguments.push_back(word.data());
+        arguments.push_back(nullptr);
+        setenv("LUM_ROOT", TheDisk().Root().c_str(), 1);
+        const int output = chdir(TheDisk().Folder().c_str()) == 0 ? open("output", O_CREAT | O_WRONLY, 0600) : -1;
+        if (dup2(output, STDOUT_FILENO) < 0) _exit(2);
+        execv(program.c_str(), arguments.data());
+    });
+    return tool.Run(atFlush);
 }
 
-TEST(PowerCut, RightAfterAChangeOfTrustTakesNothingOfItBack) {
-    ASSERT_TRUE(std::getenv("LUM_BUILD")) << "names the folder of the build whose programs are tried";
+int RunTool(const Words& words) {
+    return RunTool(words, [](int) { return true; });
+}
+
+/// The changes of trust that an operator makes of an empty node, one after another.
+const std::vector<Words>& TrustChanges() {
+    static const std::vector<Words> changes{
+        {"lumtrust", "trust", "authority/demonstration-authority.pem"},
+        {"lumtrust", "request", "--core-id", "node-1", "--host", "localhost", "-o", "node-1.csr"},
+        {"lumtrust", "issue", "authority", "node-1.csr", "-o", "node-1.pem"},
+        {"lumtrust", "install", "node-1.pem"},
+        {"lumtrust", "request", "--core-id", "node-1", "--host", "localhost", "-o", "again.csr"},
+        {"lumtrust", "issue", "authority", "again.csr", "-o", "again.pem"},
+        {"lumtrust", "install", "again.pem"},
+        {"lumtrust", "grant", "operator", "install", "list"},
+        {"lumtrust", "revoke", "operator", "install"},
+        {"lumtrust", "revoke", "operator"},
+        {"lumtrust", "untrust", "demonstration-authority"}};
+    return changes;
+}
+
+std::string TextOf(const Words& words) {
+    std::string text;
+    for (const std::string& word : words) text += word + " ";
+    return text;
+}
+
+class PowerCutOfTrust : public testing::Test {
+protected:
+    PowerCutOfTrust() {
+        if (!std::getenv("LUM_BUILD")) throw std::runtime_error("LUM_BUILD names the build whose programs are tried");
+        disk.Insert("empty");
+        fs::create_directory(disk.Root());
+        fs::remove_all(disk.Folder() + "/authority");
+        EXPECT_EQ(RunTool({"lumtrust", "init", "authority"}), 0);
+    }
+
     Disk& disk = TheDisk();
-    disk.Insert("empty");
-    fs::create_directory(disk.Root());
-    RunTool("lumtrust init authority");
-    const std::string authority = "authority/demonstration-authority.pem";
-    for (const std::string& command :
-         {"trust " + authority, std::string("request --core-id node-1 --host localhost -o node-1.csr"),
-          std::string("issue authority node-1.csr -o node-1.pem"), std::string("install node-1.pem"),
-          std::string("grant operator install list"), std::string("revoke operator install"),
-          std::string("revoke operator"), std::string("untrust demonstration-authority")}) {
-        SCOPED_TRACE(command);
-        RunTool("lumtrust " + command);
+};
+
+TEST_F(PowerCutOfTrust, RightAfterAChangeTakesNothingOfItBack) {
+    for (const Words& change : TrustChanges()) {
+        SCOPED_TRACE(TextOf(change));
+        EXPECT_EQ(RunTool(change), 0);
         const NodeTree answered = TreeOf(disk.Root());
         disk.Cut();
         disk.Restart();
         EXPECT_EQ(Difference(answered, TreeOf(disk.Root())), "");
     }
+}
+
+/// Whether the node on the disk finds a key for its certificate, wherever the change of both was interrupted.
+bool HasUsablePair() {
+    return InProcess([] {
+               LumPalRuntime::Dir_t::SetRoot(LumPalStr::String_t::FromUtf8(TheDisk().Root()));
+               LumSecCore::OwnPair::Load("node-1");
+           }) == 0;
+}
+
+/// What the node on the disk trusts, and as whom it is known: its files. What a run left aside the next one removes, or
+/// the daemon's start; a key is another one in each run, and may wait elsewhere as long as it is found.
+NodeTree Trust() {
+    NodeTree tree = TreeOf(TheDisk().Root());
+    const bool hasIdentity = tree.count("etc/keystore/own/node-1.pem") > 0;
+    std::erase_if(tree, [&](const auto& entry) {
+        const auto& [path, what] = entry;
+        return what.ends_with(" folder") || path.find("/.lumtrust") != std::string::npos ||
+               path.ends_with(".ini.tmp") || (hasIdentity && path.ends_with(".key"));
+    });
+    for (auto& [path, what] : tree)
+        if (path.ends_with(".key") && what.ends_with("-----END PRIVATE KEY-----\n")) what = "a whole key";
+    if (hasIdentity) tree["the key"] = HasUsablePair() ? "found" : "lost";
+    return tree;
+}
+
+/// The settings name an identity when all of it is there: until then they are the old ones.
+NodeTree BeforeSettings(const NodeTree& before, NodeTree after) {
+    const std::string settings = "etc/pal/config/local_settings.ini";
+    after.erase(settings);
+    if (before.count(settings)) after[settings] = before.at(settings);
+    return after;
+}
+
+/// Cuts the power at the n-th flush of a change. @return whether it had so many
+bool CutAtFlush(const Words& change, int nth) {
+    TheDisk().Insert("before");
+    const int code = RunTool(change, [nth](int flush) {
+        if (flush == nth) TheDisk().Cut();
+        return flush != nth;
+    });
+    EXPECT_TRUE(code == 0 || code == -1) << code;
+    if (code != 0) TheDisk().Restart();
+    return code != 0;
+}
+
+TEST_F(PowerCutOfTrust, AtAnyFlushOfAChangeLeavesTheOldTrustOrTheNewOneWithAKeyThatIsFoundAndTheChangeCanBeRepeated) {
+    std::size_t cuts = 0;
+    for (const Words& change : TrustChanges()) {
+        disk.SaveAs("before");
+        disk.Insert("before");
+        const NodeTree before = Trust();
+        EXPECT_EQ(RunTool(change), 0);
+        const NodeTree after = Trust();
+        for (int nth = 1; CutAtFlush(change, nth) && !HasFailure(); ++nth) {
+            SCOPED_TRACE(TextOf(change) + "at flush " + std::to_string(nth));
+            const NodeTree found = Trust();
+            EXPECT_TRUE(found == before || found == after || found == BeforeSettings(before, after))
+                << Difference(after, found);
+            ++cuts;
+            RunTool(change);
+            EXPECT_EQ(Difference(after, Trust()), "") << "repeated";
+        }
+        // A request that was made again asks for another key: the next changes go on from the last one.
+        disk.Insert("before");
+        EXPECT_EQ(RunTool(change), 0);
+    }
+    EXPECT_GT(cuts, TrustChanges().size());
 }
 
 std::string NameOf(const testing::TestParamInfo<StoreChangeCase>& info) {

@@ -274,11 +274,13 @@ TEST(HostileRequests, StrangersWhoseRequestsNeverEndLoseTheirPlaces) {
     const auto countEnded = [&] {
         return std::count_if(slow.begin(), slow.end(), [](const auto& one) { return HasEnded(*one); });
     };
-    // The first ones are refused: those who came before have only just begun; or let in, before they have.
-    const auto end = std::chrono::steady_clock::now() + 60s;
-    while (countEnded() == 0 && std::chrono::steady_clock::now() < end) {
-        RawHttp(server.GetPort()).Exchange(PostOf("/echo", "a"));
-    }
+    const auto waitUntil = [end = std::chrono::steady_clock::now() + 60s](const auto& holds) {
+        while (!holds() && std::chrono::steady_clock::now() < end) std::this_thread::yield();
+    };
+    waitUntil([&] { return server.server.GetConnectionCount() == slow.size(); });
+    // The first ones are refused: those who came before have only just begun.
+    waitUntil([&] { return RawHttp(server.GetPort()).Exchange(PostOf("/echo", "a")).status == 200; });
+    waitUntil([&] { return countEnded() > 0; });
     EXPECT_EQ(countEnded(), 1) << "any of them: they began at the same time";
     EXPECT_EQ(RawHttp(server.GetPort()).Exchange(PostOf("/echo", "a")).status, 200);
 }
