@@ -1,4 +1,4 @@
-// A proven caller's requests beside refused calls without end.
+// A proven caller's requests beside strangers' without end.
 #include <sched.h>
 
 #include <atomic>
@@ -15,12 +15,38 @@ namespace {
 
 constexpr int kConnections = 16;
 
-const std::string& RefusedCall() {
-    static const std::string call =
-        PostOf("/com.tessel.lum.conf.core/voxrpcserver",
-               "<e:Envelope xmlns:e='http://schemas.xmlsoap.org/soap/envelope/'><e:Body><list><PolicySelection>"
-               "<selection>8</selection><name/></PolicySelection></list></e:Body></e:Envelope>");
-    return call;
+/// What strangers do without end.
+struct Kind {
+    const char* row;
+    std::string request;
+    bool anew;  ///< on a connection of its own
+};
+
+constexpr char kServer[] = "/com.tessel.lum.conf.core/voxrpcserver";
+constexpr int kLargeBody = 1 << 20, kManyTypes = 100'000;
+
+std::string Call(const std::string& inner, const char* path = kServer) {
+    return PostOf(path, "<e:Envelope xmlns:e='http://schemas.xmlsoap.org/soap/envelope/'><e:Body>" + inner +
+                            "</e:Body></e:Envelope>");
+}
+
+std::string ListOf(const std::string& name) {
+    return "<list><PolicySelection><selection>8</selection><name>" + name + "</name></PolicySelection></list>";
+}
+
+std::string Question() {
+    std::string types;
+    for (int i = 0; i < kManyTypes; ++i) types += "type" + std::to_string(i) + " ";
+    return Call("<checkpolicy><types>" + types + "</types></checkpolicy>",
+                "/com.tessel.lum.conf.core/checkpolicy/voxrpcserver");
+}
+
+std::vector<Kind> Kinds() {
+    return {{"policyOp beside refused calls", Call(ListOf("")), false},
+            {"policyOp beside malformed calls", Call("<list><PolicySelection>"), false},
+            {"policyOp beside large bodies", Call(ListOf(std::string(kLargeBody, 'x'))), false},
+            {"policyOp beside long questions", Question(), false},
+            {"policyOp beside new connections", Call(ListOf("")), true}};
 }
 
 /// Where this process may run.
@@ -47,11 +73,10 @@ void RunOn(const cpu_set_t& processors) {
         sched_setaffinity(std::stoi(task.path().filename()), sizeof processors, &processors);
 }
 
-/// Connections that call and are refused, one call after another, on the last processor; all else is on the first one.
+/// Connections on which one request follows another, on the last processor; all else is on the first one.
 class Strangers {
 public:
-    explicit Strangers(unsigned port) : all(Processors()) {
-        for (int i = 0; i < kConnections; ++i) connections.push_back(std::make_unique<RawHttp>(port));
+    Strangers(const Kind& kind, unsigned port) : kind(kind), port(port), all(Processors()) {
         RunOn(Only(all, false));
         thread = std::thread([this] { Call(); });
         begun.wait(false);
@@ -66,16 +91,25 @@ private:
     void Call() {
         const cpu_set_t own = Only(all, true);
         sched_setaffinity(0, sizeof own, &own);
+        std::vector<std::unique_ptr<RawHttp>> connections(kConnections);
         while (!stop) {
-            for (const auto& connection : connections) connection->Send(RefusedCall());
-            for (const auto& connection : connections) connection->Receive();
+            for (auto& connection : connections) {
+                if (!connection) connection = std::make_unique<RawHttp>(port);
+                connection->Send(kind.request);
+            }
+            for (auto& connection : connections) {
+                // The node closes what it has refused with a body on its way.
+                const bool isClosed = connection->Receive().status == 0;
+                if (isClosed || kind.anew) connection.reset();
+            }
             begun = true;
             begun.notify_one();
         }
     }
 
+    const Kind& kind;
+    const unsigned port;
     const cpu_set_t all;
-    std::vector<std::unique_ptr<RawHttp>> connections;
     std::atomic<bool> begun{false}, stop{false};
     std::thread thread;
 };
@@ -92,10 +126,6 @@ double Middle(const Node& node, int requests) {
 void MeasureStrangers(Session& session) {
     const Node& node = Node::Get();
     const int requests = session.Choose(500, 5);
-    const auto beside = [&] {
-        const Strangers strangers(node.GetPort());
-        return Middle(node, requests);
-    };
     const auto alone = [&] {
         const cpu_set_t all = Processors();
         RunOn(Only(all, false));
@@ -103,8 +133,14 @@ void MeasureStrangers(Session& session) {
         RunOn(all);
         return seconds;
     };
-    const Pairs pairs = RunPairs(session.Choose(41, 1), beside, alone);
-    session.Add({"policyOp beside refused calls", pairs.Ratios(), 2, "the middle one " + Times(pairs)});
+    for (const Kind& kind : Kinds()) {
+        const auto beside = [&] {
+            const Strangers strangers(kind, node.GetPort());
+            return Middle(node, requests);
+        };
+        const Pairs pairs = RunPairs(session.Choose(41, 1), beside, alone);
+        session.Add({kind.row, pairs.Ratios(), 2, "the middle one " + Times(pairs)});
+    }
 }
 
 }  // namespace bench

@@ -35,6 +35,7 @@ def operation(member, number, name, interval, code):
             f'call-id="{-1 if code is None else number}" rc-code="{told}" op-status="{op_status}" interval="{interval}"/>')
 
 
+CLONED_GROUP = "clone of a group"
 # Where an address stands.
 OWN, TEMPLATE, REFERRED, REFERRED_PAIR = "own", "template", "referred", "referred pair"
 
@@ -117,8 +118,9 @@ class Shape:
     # Drawing
 
     def draw_group(self, name):
-        kind = self.random.choice(["primitive", "primitive", "group", "group", "group", "clone", "promotable"])
-        count = self.random.randint(1, 4) if kind == "group" else 1
+        kind = self.random.choice(["primitive", "primitive", "group", "group", "group", "clone", "promotable",
+                                   CLONED_GROUP])
+        count = self.random.randint(1, 4) if kind in ("group", CLONED_GROUP) else 1
         members = [Member(name if kind == "primitive" else f"{name}m{i}") for i in range(count)]
         address = self.random.choice([None, *members])
         if address and kind in ("primitive", "group"):
@@ -126,6 +128,9 @@ class Shape:
             address.style = self.random.choice([OWN, TEMPLATE, REFERRED, REFERRED_PAIR])
             address.agent = self.random.choice(["IPaddr2", "IPaddr"])
         home = self.random.choice(list(self.nodes))
+        if kind == CLONED_GROUP:
+            self.draw_group_copies(members)
+            return kind, members
         for member in members:
             member.disabled = self.random.random() < 0.1
             member.managed = self.random.random() > 0.1
@@ -143,6 +148,15 @@ class Shape:
         if kind == "promotable" and hosts and self.random.random() < 0.7:
             for node in self.random.sample(hosts, min(len(hosts), self.random.choice([1, 1, 1, 2]))):
                 member.where[node] = "promoted"
+
+    def draw_group_copies(self, members):
+        """On a node all members run, or none, or all but those behind the first."""
+        for node, state in self.nodes.items():
+            if state not in (ONLINE, STANDBY):
+                continue
+            running = self.random.choice([len(members), len(members), 0, 1])
+            for number, member in enumerate(members):
+                member.where[node] = STARTED if number < running else STOPPED
 
     def draw_locations(self):
         return [(self.random.choice(list(self.groups)), self.random.choice(list(self.nodes)),
@@ -179,6 +193,8 @@ class Shape:
             return inside
         if kind == "group":
             return f'<group id="{name}">{inside}</group>'
+        if kind == CLONED_GROUP:
+            return f'<clone id="{name}"><group id="{name}-each">{inside}</group></clone>'
         meta = f'<meta_attributes id="{name}-meta">{pair(name, "promotable", "true")}</meta_attributes>'
         return f'<clone id="{name}">{meta if kind == "promotable" else ""}{inside}</clone>'
 
@@ -225,6 +241,8 @@ class Shape:
             return self.seen_clone(members[0])
         if kind == "promotable":
             return self.seen_promotable(members[0])
+        if kind == CLONED_GROUP:
+            return self.seen_cloned_group(members)
         seen = self.seen_group(members)
         seen.address = next((member.address for member in members if member.address), "")
         return seen
@@ -260,6 +278,15 @@ class Shape:
                         detail="Unmanaged" if wanted else "")
         return Seen("Online" if running else "Offline", local="Online" if self.local in running else "Offline",
                     everywhere=True, detail="Partial" if stopping else "")
+
+    def seen_cloned_group(self, members):
+        started = [{node for node, state in member.where.items() if state == STARTED} for member in members]
+        whole, some = set.intersection(*started), set.union(*started)
+        if self.maintenance:
+            return Seen("Unknown", local="Unknown" if self.local in some else "Offline", everywhere=True,
+                        detail="Unmanaged")
+        return Seen("Online" if whole else "Offline", local="Online" if self.local in whole else "Offline",
+                    everywhere=True, detail="Partial" if some and not whole else "")
 
     def seen_promotable(self, member):
         promoted = self.copies(member, ("promoted",))
