@@ -45,7 +45,11 @@ install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man8)
 foreach(program lumpolicy lumsettings lumtrust lumevents lumclusterinfo lumappinstance lumcluster lumconfd)
   install(FILES packaging/completion/lumpolicy DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
     RENAME ${program})
+  install(FILES packaging/completion/lumpolicy.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d
+    RENAME ${program}.fish)
 endforeach()
+install(FILES packaging/completion/lumpolicy.zsh DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions
+  RENAME _lumpolicy)
 install(FILES packaging/conf.msg DESTINATION ${CMAKE_INSTALL_DATADIR}/lumconf)
 
 # The service manager's files. The prefix may be chosen as late as `cmake --install --prefix`, so the units' paths

@@ -122,7 +122,10 @@ void Describe(CLI::App& app, Choices& choices) {
                    "and acknowledge when it has ended (no shell is involved)")
         ->type_name("COMMAND");
     app.add_option("EVENT", choices.events, "Event to listen for; a \"*\" at its end stands for any rest")->required();
+    // The completion reads the events from here.
     app.footer(
+        "Events of policies: FIRST_POLICY:TYPE, CHECK_POLICY:TYPE, ENABLE_POLICY:TYPE, DISABLE_POLICY:TYPE,\n"
+        "REMOVE_POLICY:TYPE and LAST_POLICY:TYPE.\n"
         "Prints one line per event, the event and its value, and acknowledges it.\n"
         "Ends with 0 when --count is reached and on SIGINT or SIGTERM (a command that still runs is left to end\n"
         "by itself), with 1 when the control service cannot be reached or goes away, with 2 for wrong usage.");

@@ -174,6 +174,98 @@ class Ids(unittest.TestCase):
         self.assertEqual(offered("lumpolicy remove --id "), [])
 
 
+class Names(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.node = Node()
+        cls.addClassCleanup(cls.node.close)
+        for policy_id, name, type_name, owner in (("1", "cpu load", "collect", "team a"), ("2", "disk", "collect", "b"),
+                                                  ("3", "nightly", "backup", "")):
+            path = write_policy(cls.node.folder / "source", policy_id, name=name, type_name=type_name, owner=owner,
+                                categories=["all", f"only {policy_id}"], attributes=[("x", policy_id)])
+            assert cls.node.policy("install", "--no-notify", path).code == 0
+
+    def test_what_the_policies_of_the_node_hold_is_offered_once_each(self):
+        rows = {"--name ": ["cpu\\ load", "disk", "nightly"], "--type ": ["backup", "collect"], "--type=c": ["collect"],
+                "--owner ": ["b", "team\\ a"], "--category ": ["all", "only\\ 1", "only\\ 2", "only\\ 3"],
+                "--attribute ": ["x"]}
+        for typed, expected in rows.items():
+            self.assertEqual(offered(f"lumpolicy list {typed}", self.node), expected, typed)
+        self.assertEqual(offered("lumpolicy install --owner ", self.node), ["b", "team\\ a"])
+
+    def test_events_of_the_types_of_the_node_are_offered(self):
+        self.assertEqual(offered("lumevents C", self.node), ["CHECK_POLICY:backup", "CHECK_POLICY:collect"])
+        self.assertEqual(offered("lumevents --json FIRST_POLICY:backup LAST_POLICY:b", self.node), ["backup"])
+        self.assertEqual(len(offered("lumevents ", self.node)), 12)
+
+    def test_who_is_trusted_and_who_holds_rights_is_offered(self):
+        def trust(*arguments):
+            return subprocess.run([TOOLS / "lumtrust", *arguments], env=environment(self.node), cwd=self.node.folder,
+                                  stdin=subprocess.DEVNULL, capture_output=True, text=True, check=True)
+        trust("init", "authority")
+        trust("trust", "authority/demonstration-authority.pem")
+        trust("grant", "the operator", "list")
+        self.assertEqual(offered("lumtrust untrust ", self.node), ["demonstration-authority"])
+        for command in ("grant", "revoke"):
+            self.assertEqual(offered(f"lumtrust {command} t", self.node), ["the\\ operator"])
+            self.assertEqual(offered(f"lumtrust {command} somebody con", self.node), ["configget", "configset"])
+            self.assertEqual(len(offered(f"lumtrust {command} somebody install ", self.node)), 10)
+
+
+class OtherShells(unittest.TestCase):
+    """They ask the same file, run as a program."""
+
+    def ask(self, line, node=None, folder=None):
+        done = subprocess.run(["bash", COMPLETION, line], env=environment(node), cwd=folder, stdin=subprocess.DEVNULL,
+                              capture_output=True, text=True, check=True, timeout=4 * PATIENCE_S)
+        return done.stdout.splitlines()
+
+    def test_words_are_offered_whole_and_as_they_are(self):
+        with Node({"n.s": {"b c": "1"}}) as node:
+            path = write_policy(node.folder / "source", "1", name="cpu load")
+            self.assertEqual(node.policy("install", "--no-notify", path).code, 0)
+            self.assertEqual(self.ask("lumpolicy list --name ", node), ["cpu load"])
+            self.assertEqual(self.ask("lumpolicy list --name=c", node), ["--name=cpu load"])
+            self.assertEqual(self.ask("lumsettings set n.s ", node), ["b c="])
+        self.assertEqual(self.ask("lumpolicy rein"), ["reinit"])
+        self.assertEqual(self.ask("/nowhere/lumpolicy "), [])
+
+    def test_folders_end_with_a_slash(self):
+        with tempfile.TemporaryDirectory(prefix="lumcompletion.") as folder:
+            (pathlib.Path(folder) / "deeper").mkdir()
+            self.assertEqual(self.ask("lumpolicy install ", folder=folder), ["deeper/"])
+
+    def installed(self, folder):
+        """Where a packaged one lies."""
+        for name, place in (("lumpolicy", "bash-completion/completions/lumpolicy"),
+                            ("lumpolicy.zsh", "zsh/vendor-completions/_lumpolicy"),
+                            ("lumpolicy.fish", "fish/vendor_completions.d/lumpolicy.fish")):
+            target = pathlib.Path(folder) / place
+            target.parent.mkdir(parents=True)
+            target.write_bytes((COMPLETION.parent / name).read_bytes())
+        return pathlib.Path(folder)
+
+    def test_fish_offers_them(self):
+        with Node() as node, tempfile.TemporaryDirectory(prefix="lumcompletion.") as folder:
+            path = write_policy(node.folder / "source", "1", name="cpu load")
+            self.assertEqual(node.policy("install", "--no-notify", path).code, 0)
+            file = self.installed(folder) / "fish/vendor_completions.d/lumpolicy.fish"
+            for line, expected in (("lumpolicy rein", ["reinit"]), ("lumpolicy list --name ", ["cpu load"]),
+                                   ("true; lumpolicy remove-", ["remove-attribute", "remove-category"])):
+                done = subprocess.run(["fish", "--no-config", "-c", f"source '{file}'; complete -C '{line}'"],
+                                      env={**environment(node), "HOME": folder}, stdin=subprocess.DEVNULL,
+                                      capture_output=True, text=True, timeout=4 * PATIENCE_S)
+                self.assertEqual((sorted(done.stdout.splitlines()), done.stderr), (expected, ""), line)
+
+    def test_zsh_completes_at_the_tab_key(self):
+        with tempfile.TemporaryDirectory(prefix="lumcompletion.") as folder:
+            functions = self.installed(folder) / "zsh/vendor-completions"
+            inside = {**environment(), "HOME": folder, "TERM": "dumb"}
+            typed = f"fpath+=('{functions}'); autoload -U compinit; compinit -u -D\nlumpolicy rein\t--he\t\n"
+            shown = typed_into(["zsh", "-f", "-i"], inside, typed, b"Usage: lumpolicy reinit")
+            self.assertIn(b"Usage: lumpolicy reinit", shown)
+
+
 class Settings(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
@@ -206,34 +298,42 @@ class Settings(unittest.TestCase):
         self.assertEqual(offered("lumsettings get "), [])
 
 
+def read_until(terminal, wanted):
+    """What the terminal shows until it shows this, or until its end."""
+    shown, end = b"", time.monotonic() + PATIENCE_S
+    while (wanted is None or wanted not in shown) and time.monotonic() < end:
+        if not select.select([terminal], [], [], 1)[0]:
+            continue
+        try:
+            more = os.read(terminal, 65536)
+        except OSError:  # the shell has ended
+            break
+        if not more:
+            break
+        shown += more
+    return shown
+
+
+def typed_into(shell, inside, text, wanted):
+    """What an interactive shell shows until it shows what is wanted."""
+    pid, terminal = pty.fork()
+    if pid == 0:
+        os.execvpe(shell[0], shell, inside)
+    try:
+        os.write(terminal, text.encode())
+        return read_until(terminal, wanted)
+    finally:
+        os.write(terminal, b"\nexit\n")
+        read_until(terminal, None)
+        os.close(terminal)
+        os.waitpid(pid, 0)
+
+
 class TheShellItself(unittest.TestCase):
     def test_the_tab_key_completes_a_command_in_an_interactive_shell(self):
-        pid, terminal = pty.fork()
-        if pid == 0:
-            os.execvpe("bash", ["bash", "--norc", "--noprofile", "-i"], environment())
-        try:
-            os.write(terminal, f"source '{COMPLETION}'\n_lum_patience_s={PATIENCE_S}\nlumpolicy rein\t--he\t\n".encode())
-            self.assertIn(b"Usage: lumpolicy reinit", self.read_until(terminal, b"Usage: lumpolicy reinit"))
-        finally:
-            os.write(terminal, b"\nexit\n")
-            self.read_until(terminal, None)
-            os.close(terminal)
-            os.waitpid(pid, 0)
-
-    def read_until(self, terminal, wanted):
-        """What the terminal shows until it shows this, or until its end."""
-        shown, end = b"", time.monotonic() + PATIENCE_S
-        while (wanted is None or wanted not in shown) and time.monotonic() < end:
-            if not select.select([terminal], [], [], 1)[0]:
-                continue
-            try:
-                more = os.read(terminal, 65536)
-            except OSError:  # the shell has ended
-                break
-            if not more:
-                break
-            shown += more
-        return shown
+        typed = f"source '{COMPLETION}'\n_lum_patience_s={PATIENCE_S}\nlumpolicy rein\t--he\t\n"
+        shown = typed_into(["bash", "--norc", "--noprofile", "-i"], environment(), typed, b"Usage: lumpolicy reinit")
+        self.assertIn(b"Usage: lumpolicy reinit", shown)
 
 
 if __name__ == "__main__":

@@ -110,6 +110,10 @@ class InstalledTree(unittest.TestCase):
             self.assertEqual(len(list((self.prefix / "share/man").glob(f"man[18]/{program.name}.[18]"))), 1, program)
             completion = self.prefix / f"share/bash-completion/completions/{program.name}"
             self.assertIn(program.name, run("bash", "--norc", "-c", f"source '{completion}'; complete -p"))
+            fish = self.prefix / f"share/fish/vendor_completions.d/{program.name}.fish"
+            offers = run("fish", "--no-config", "-c", f"source '{fish}'; complete -C '{program.name} -'")
+            self.assertTrue(offers.strip(), f"{fish}: asks {completion} of this place")
+            self.assertIn(program.name, (self.prefix / "share/zsh/vendor-completions/_lumpolicy").read_text())
 
     def test_the_package_refuses_a_request_for_another_major_version(self):
         source = self.folder / "wrong"

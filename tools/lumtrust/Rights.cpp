@@ -19,6 +19,8 @@ using lumtools::Text;
 
 namespace {
 
+constexpr char kRights[] = "install, remove, enable, disable, list, modify, configget, configset, sign, all";
+
 struct Choices {
     std::string sender;
     std::vector<std::string> rights;
@@ -30,9 +32,7 @@ unsigned BitsOf(const std::vector<std::string>& words) {
     for (const std::string& word : words) {
         const auto right = LumSecAuth::RightBits(Text(word));
         if (!right || *right == 0) {
-            throw CLI::ValidationError("'" + word +
-                                       "' is no right: install, remove, enable, disable, list, modify, "
-                                       "configget, configset, sign or all");
+            throw CLI::ValidationError("'" + word + "' is no right: " + kRights);
         }
         bits |= *right;
     }
@@ -106,11 +106,13 @@ void AddRights(CLI::App& app, Actions& actions) {
     auto choices = std::make_shared<Choices>();
     CLI::App* grant = app.add_subcommand("grant", "Grant a sender rights on this node, besides those that it has");
     grant->add_option("SENDER", choices->sender, "The common name of the sender's certificate")->required();
-    grant->add_option("RIGHT", choices->rights, "A right by name or number")->required();
+    // The completion reads the names from here.
+    const std::string named = std::string("A right, by its number or its name: ") + kRights + ".";
+    grant->add_option("RIGHT", choices->rights, named)->required();
     actions.emplace_back(grant, [choices] { return Grant(*choices); });
     CLI::App* revoke = app.add_subcommand("revoke", "Take rights from a sender; all of them when none is named");
     revoke->add_option("SENDER", choices->sender, "The common name of the sender's certificate")->required();
-    revoke->add_option("RIGHT", choices->rights, "A right by name or number");
+    revoke->add_option("RIGHT", choices->rights, named);
     actions.emplace_back(revoke, [choices] { return Revoke(*choices); });
     CLI::App* rights = app.add_subcommand("rights", "List who holds which rights on this node");
     rights->add_flag("--json", choices->json, "Print one JSON object");
