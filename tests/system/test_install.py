@@ -111,7 +111,7 @@ class InstalledTree(unittest.TestCase):
             completion = self.prefix / f"share/bash-completion/completions/{program.name}"
             self.assertIn(program.name, run("bash", "--norc", "-c", f"source '{completion}'; complete -p"))
             fish = self.prefix / f"share/fish/vendor_completions.d/{program.name}.fish"
-            offers = run("fish", "--no-config", "-c", f"source '{fish}'; complete -C '{program.name} -'")
+            offers = run("fish", "--no-config", "-c", f"source '{fish}'; complete -C '{program} -'")
             self.assertTrue(offers.strip(), f"{fish}: asks {completion} of this place")
             self.assertIn(program.name, (self.prefix / "share/zsh/vendor-completions/_lumpolicy").read_text())
 
