@@ -1,4 +1,5 @@
 // What asking a cluster and following it costs beside the tools of its product.
+#include <optional>
 #include <sstream>
 #include <vector>
 
@@ -11,23 +12,31 @@ namespace {
 
 constexpr double kMostOfACore = 0.001;
 
+constexpr double kMostOfTools = 1.15;
+
 /// The fewer tools a product's groups cost, the more pairs there are.
 struct ProductRow {
     const char* product;
     const char* name;
     int pairs;
+    std::optional<double> goal = kMostOfTools;
 };
 
-constexpr ProductRow kProducts[]{{"vcs", "100 groups of VERITAS", 5},     {"sc", "100 groups of Sun", 5},
-                                 {"plsd", "100 groups of Palisade", 15},  {"hacmp", "100 groups of AIX", 101},
-                                 {"kes", "100 groups of Kestrel", 101},   {"rhas", "100 groups of Red Hat", 101},
-                                 {"pcmk", "100 groups of Pacemaker", 101}};
+// Pacemaker tells all of its groups in one document of each tool. The simulated tools print theirs in a few ms, the
+// true ones in a hundred.
+constexpr ProductRow kProducts[]{{"vcs", "100 groups of VERITAS", 5},
+                                 {"sc", "100 groups of Sun", 5},
+                                 {"plsd", "100 groups of Palisade", 15},
+                                 {"hacmp", "100 groups of AIX", 101},
+                                 {"kes", "100 groups of Kestrel", 101},
+                                 {"rhas", "100 groups of Red Hat", 101},
+                                 {"pcmk", "100 groups of Pacemaker", 101, std::nullopt}};
 
 void MeasureProducts(Session& session) {
-    for (const auto& [product, name, pairs] : kProducts) {
+    for (const auto& [product, name, pairs, goal] : kProducts) {
         const MeasuredCluster cluster{session.Choose(3, 2), session.Choose(100, 2), product, true};
         const Pairs groups = MeasureInCluster({"replay", cluster, session.Choose(pairs, 1)});
-        session.Add({name, groups.Ratios(), 1.15, Times(groups)});
+        session.Add({name, groups.Ratios(), goal, Times(groups)});
     }
 }
 
