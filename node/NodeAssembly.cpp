@@ -1,6 +1,5 @@
 #include "NodeAssembly.h"
 
-#include <memory>
 #include <utility>
 
 #include "AuditLog.h"
@@ -21,18 +20,22 @@ LumPalThread::Mutex_t& CreationMutex() {
     return mutex;
 }
 
-PolicyOperation* theInstance LUMPAL_GUARDED_BY(CreationMutex()) = nullptr;
-
-// The work folders are wiped and the store is changed: that must not happen beside another process that does so.
-PolicyOperation* BringUp() {
-    auto lock = std::make_unique<LumPalRuntime::RootLock_t>();
-    if (!lock->TryTake()) {
-        Raise<LumPalMsg::IllegalStateError_t>(msg::RootServedElsewhere, LumPalRuntime::RootLock_t::GetPath());
+/// The root is this process's alone: the work folders are wiped and the store is changed, and that must not happen
+/// beside another process that does so.
+struct TakenRoot {
+    TakenRoot() {
+        if (!lock.TryTake())
+            Raise<LumPalMsg::IllegalStateError_t>(msg::RootServedElsewhere, LumPalRuntime::RootLock_t::GetPath());
     }
-    auto* const made = new PolicyOperation(ProcessSurroundings());
-    static_cast<void>(lock.release());  // the process keeps it, as it does the object
-    return made;
-}
+    LumPalRuntime::RootLock_t lock;
+};
+
+/// What the process keeps to its end.
+struct Node : TakenRoot {
+    PolicyOperation operation{ProcessSurroundings()};
+};
+
+Node* theNode LUMPAL_GUARDED_BY(CreationMutex()) = nullptr;
 
 PolicyOperation::Surroundings Surround(PolicyWorker& worker, std::function<AuditLog&()> auditLog) {
     return {[&worker](JobKind kind, const String_t& ids) { worker.InsertJob(kind, ids); },
@@ -51,8 +54,8 @@ PolicyOperation::Surroundings ProcessSurroundings() {
 
 PolicyOperation* PolicyOperation::GetInstance() {
     const LumPalThread::MutexLock_t lock(CreationMutex());
-    if (!theInstance) theInstance = BringUp();
-    return theInstance;
+    if (!theNode) theNode = new Node;
+    return &theNode->operation;
 }
 
 }  // namespace LumConf
