@@ -132,7 +132,7 @@ def main():
     for path in files:
         if path not in state:
             visit(path, [path])
-    tests = [path for path in sorted((ROOT / "tests/unit").rglob("*")) if path.suffix in (".h", ".cpp")]
+    tests = [path for path in sorted((ROOT / "tests").rglob("*")) if path.suffix in (".h", ".cpp", ".py")]
     errors += [error for path in tests for error in too_long(path)]
     for error in errors:
         print(error)

@@ -2,8 +2,11 @@
 """What a node tells of how it fares: the page for balancers, the metrics, and the status that people read."""
 import contextlib
 import http.client
+import os
+import pathlib
 import re
 import subprocess
+import tempfile
 import threading
 import time
 import unittest
@@ -16,6 +19,7 @@ import wire
 from node import (DONE, EXAMPLES, FAILED, PATIENCE_S, REFUSED, UNREACHABLE, WRONG_USAGE, Node, free_port, wait_until,
                   write_policy)
 
+LONG = bool(os.environ.get("LUM_LONG"))
 BACKUP = EXAMPLES / "7c1f6a52-2d0e-4b39-9d77-0b6f8a1e4c11_header.xml"
 
 
@@ -275,6 +279,27 @@ class Status(HealthTest):
         self.assertIn("does not serve", told.err)
         self.assertEqual(node.policy("status").code, UNREACHABLE)
         self.assertEqual(node.tool("lumconfd", "--status", "--check-config").code, WRONG_USAGE)
+
+
+class Linted(HealthTest):
+    """What its makers' own tool says of the metrics. It is unpacked alone: no daemon of its package starts."""
+
+    def test_promtool_finds_nothing_wrong_with_the_metrics(self):
+        with tempfile.TemporaryDirectory(prefix="lumprom.") as folder:
+            subprocess.run(["apt-get", "-o", "APT::Sandbox::User=", "download", "-qq", "prometheus"], cwd=folder, check=True)
+            package, = pathlib.Path(folder).glob("*.deb")
+            subprocess.run(["dpkg", "-x", package, folder], check=True)
+            node = self.node({"conf.server": {"METRICS_ON_LOOPBACK": "true"}})
+            node.policy("install", BACKUP)
+            node.list()
+            _, _, text = self.get(node, "/metrics")
+            told = subprocess.run([f"{folder}/usr/bin/promtool", "check", "metrics"], input=text, text=True,
+                                  capture_output=True)
+            self.assertEqual((told.returncode, told.stdout, told.stderr), (0, "", ""))
+
+
+def load_tests(loader, suite, _):
+    return suite if LONG else unittest.TestSuite(each for each in suite if not any(isinstance(one, Linted) for one in each))
 
 
 if __name__ == "__main__":

@@ -4,21 +4,18 @@
 Whatever happens: from the second look on that a node begins after the last change, its policies are as the cluster is,
 and none is enabled on two nodes. What passes until then is measured and printed.
 """
-import json
 import os
 import pathlib
 import random
 import shutil
 import subprocess
-import sys
-import tempfile
 import time
 import unittest
 
 import pacemaker_nodes
 import strangers
 from cluster_nodes import FOLLOWER_NAMES, FOLLOWERS, children
-from node import BUILD, DONE, FAILED, PATIENCE_S, ROOT, SLOWNESS, TOOLS, wait_until
+from node import BUILD, DONE, FAILED, ROOT, SLOWNESS, TOOLS
 from pacemaker_files import NAMES
 from pacemaker_nodes import CALM, INTERVAL_MS, Nodes, since_boot
 
@@ -295,111 +292,6 @@ class OnTwoNodes(OnANewCluster):
         self.assert_noted(alpha=["stop till"], beta=["stop stock"])
         self.nodes.revive()
         self.assert_settled(self.nodes.place(**CALM))
-
-
-# The second program of its kind that is started fails.
-FAILING_UNSHARE = """\
-#!/bin/sh
-[ -e '{folder}/first' ] && exit 1
-touch '{folder}/first'
-exec /usr/bin/unshare "$@"
-"""
-
-
-def family(process):
-    """The process and all below it."""
-    found = [str(process)]
-    for each in found:
-        try:
-            found += children(each)
-        except (FileNotFoundError, ProcessLookupError):
-            continue
-    return found
-
-
-def spaces_of(processes):
-    """All of their namespaces."""
-    found = set()
-    for process in processes:
-        for kind in os.listdir("/proc/self/ns"):
-            try:
-                found.add(os.readlink(f"/proc/{process}/ns/{kind}"))
-            except (FileNotFoundError, ProcessLookupError, PermissionError):
-                break
-    return found
-
-
-def everybody():
-    return [path.name for path in pathlib.Path("/proc").glob("[0-9]*")]
-
-
-def traces():
-    """What there is here beside processes."""
-    links = json.loads(subprocess.run(["ip", "-j", "link"], check=True, capture_output=True).stdout)
-    named = subprocess.run(["ip", "netns"], check=True, capture_output=True, text=True).stdout
-    return pathlib.Path("/proc/self/mountinfo").read_text(), sorted(link["ifname"] for link in links), named
-
-
-class LeftBehind(unittest.TestCase):
-    def setUp(self):
-        held = tempfile.TemporaryDirectory(prefix="lumtrial.", ignore_cleanup_errors=True)
-        self.addCleanup(held.cleanup)
-        self.folder = pathlib.Path(held.name)
-        self.folder.chmod(0o755)
-        self.before = traces()
-
-    def start(self, **environment):
-        (self.folder / "nodes").mkdir()
-        trial = subprocess.Popen([sys.executable, "-B", pacemaker_nodes.__file__, *NAMES[:2]], stdin=subprocess.PIPE,
-                                 stdout=subprocess.PIPE, text=True,
-                                 env=dict(os.environ, TMPDIR=str(self.folder / "nodes"), **environment))
-        self.addCleanup(trial.__exit__, None, None, None)
-        self.addCleanup(trial.kill)
-        return trial
-
-    def start_nodes(self):
-        trial = self.start()
-        self.assertEqual([trial.stdout.readline().split()[0] for _ in NAMES[:2]], list(NAMES[:2]))
-        ours = spaces_of([os.getpid()])
-        wait_until(lambda: len(family(trial.pid)) > 2 * 8, "the daemons of both run")
-        self.spaces = spaces_of(family(trial.pid)) - ours
-        self.assertGreaterEqual(len(self.spaces), 1 + 2 * 5)
-        return trial
-
-    def assert_nothing_is_left(self, folders=()):
-        wait_until(lambda: not self.spaces & spaces_of(everybody()), "all of its processes end, and their namespaces")
-        wait_until(lambda: traces() == self.before, f"all is as before: {self.before}, {traces()}")
-        self.assertEqual(sorted(os.listdir(self.folder / "nodes")), sorted(folders))
-
-    def test_nothing_is_left_when_the_test_is_over(self):
-        trial = self.start_nodes()
-        trial.stdin.close()
-        self.assertEqual(trial.wait(PATIENCE_S), 0)
-        self.assert_nothing_is_left()
-
-    def test_nothing_is_left_when_the_test_is_asked_to_end(self):
-        trial = self.start_nodes()
-        trial.terminate()
-        self.assertEqual(trial.wait(PATIENCE_S), 0)
-        self.assert_nothing_is_left()
-
-    def test_nothing_but_folders_is_left_when_the_test_is_killed(self):
-        trial = self.start_nodes()
-        folders = os.listdir(self.folder / "nodes")
-        trial.kill()
-        trial.wait(PATIENCE_S)
-        self.assert_nothing_is_left(folders)
-
-    def test_nothing_is_left_when_a_node_cannot_be_started(self):
-        (self.folder / "unshare").write_text(FAILING_UNSHARE.format(folder=self.folder))
-        (self.folder / "unshare").chmod(0o755)
-        trial = self.start(PATH=f"{self.folder}:{os.environ['PATH']}")
-        ours, self.spaces = spaces_of([os.getpid()]), set()
-        while trial.poll() is None:
-            self.spaces |= spaces_of(family(trial.pid)) - ours
-        self.assertNotEqual(trial.returncode, 0)
-        self.assertGreaterEqual(len(self.spaces), 1 + 5, "the first one was there")
-        self.assert_nothing_is_left()
 
 
 if __name__ == "__main__":
