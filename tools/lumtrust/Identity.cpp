@@ -1,8 +1,9 @@
-// The commands request and install: the node's own key and certificate.
+// The commands request, withdraw and install: the node's own key and certificate.
 #include <iostream>
 #include <memory>
 
 #include "LumPalConfig.h"
+#include "LumPalDurable.h"
 #include "LumPalKeys.h"
 #include "LumSecAuth.h"
 #include "LumSecPki.h"
@@ -10,6 +11,7 @@
 #include "common/ExitCode.h"
 #include "common/Table.h"
 #include "lumtrust/Command.h"
+#include "lumtrust/Revoked.h"
 
 namespace lumtrust {
 
@@ -27,6 +29,7 @@ namespace {
 struct Choices {
     std::string coreId, output, certificate, key;
     std::vector<std::string> hosts;
+    bool force = false;
 };
 
 String_t CheckedCoreId(const std::string& id) {
@@ -39,26 +42,58 @@ std::string PathOf(const File_t& file) {
     return file.ToString().ToUtf8();
 }
 
-/// The key waits beside the one in use, which serves on until the certificate is there.
-int Request(const Choices& choices) {
+String_t CoreIdFor(const Choices& choices) {
     const std::string configured =
         LumPalConfig::ConfigNamespace_t(LumPalKeys::NsSecCore).Open().GetValue(LumPalKeys::CoreIdKey).ToUtf8();
-    const String_t coreId = CheckedCoreId(choices.coreId.empty() ? configured : choices.coreId);
+    return CheckedCoreId(choices.coreId.empty() ? configured : choices.coreId);
+}
+
+/// A certificate may be under way for the key that waits: without it that would be worth nothing.
+void RequireNoneWaiting(const String_t& coreId, const File_t& keyFile) {
+    if (!keyFile.Exists() && !keyFile.IsSymbolicLink()) return;
+    throw LumPalMsg::RuntimeException_t(
+        LumPalMsg::CreateError_t(
+            "A request for '%1' waits for its certificate already, since %2 (its key is '%3'): 'lumtrust install FILE' "
+            "takes the certificate in. 'lumtrust withdraw --core-id %1', or --force here, gives the key up; what is "
+            "issued for it is worth nothing then.")
+        << coreId << Text(WaitsSince(keyFile)) << keyFile.GetAbsolutePath());
+}
+
+/// The key waits beside the one in use, which serves on until the certificate is there.
+int Request(const Choices& choices) {
+    const String_t coreId = CoreIdFor(choices);
     std::vector<String_t> hosts;
     for (const std::string& host : choices.hosts) hosts.push_back(Text(host));
     const ChangeLock lock;
     FinishInstallation(coreId);
+    const File_t keyFile = StoreFile("requested", coreId, ".key");
+    if (!choices.force) RequireNoneWaiting(coreId, keyFile);
     const Key key = LumSecPki::NewKey();
     const CharArray_t request = LumSecPki::NewRequest(key, coreId, hosts);
-    const File_t keyFile = StoreFile("requested", coreId, ".key");
+    // First, so that no key waits for what could not be written, and keeps the next request away.
+    if (!choices.output.empty()) ReplaceFile(File_t(Text(choices.output)), request, kPublicMode);
     ReplaceFile(keyFile, LumSecPki::ToPem(key), kSecretMode);
     if (choices.output.empty()) {
         std::cout << request.View() << std::flush;
     } else {
-        ReplaceFile(File_t(Text(choices.output)), request, kPublicMode);
         std::cout << "wrote the request to " << Printable(choices.output) << "; the key waits in "
                   << Printable(PathOf(keyFile)) << std::endl;
     }
+    return lumtools::kDone;
+}
+
+int Withdraw(const Choices& choices) {
+    const String_t coreId = CoreIdFor(choices);
+    const ChangeLock lock;
+    FinishInstallation(coreId);
+    const File_t keyFile = StoreFile("requested", coreId, ".key");
+    if (!keyFile.Exists() && !keyFile.IsSymbolicLink()) {
+        FlushWithFolder(keyFile);
+        std::cerr << "lumtrust: no request for " << Printable("'" + coreId.ToUtf8() + "'") << " waits" << std::endl;
+        return lumtools::kNotFound;
+    }
+    LumPalIo::DeleteFile(keyFile);
+    std::cout << "withdrawn: " << Printable(coreId.ToUtf8()) << std::endl;
     return lumtools::kDone;
 }
 
@@ -122,6 +157,7 @@ int Install(const Choices& choices) {
     const std::vector<X509Certificate> chain = ReadCertificates(choices.certificate);
     const X509Certificate& certificate = chain.front();
     certificate.CheckValidity();
+    RequireNotRevoked(certificate);
     const String_t coreId = ChangeIdentity(choices, chain);
     std::cout << "installed: " << Printable(coreId.ToUtf8()) << ", valid until " << certificate.GetNotAfter().ToUtf8()
               << std::endl;
@@ -146,7 +182,11 @@ void AddIdentity(CLI::App& app, Actions& actions) {
         ->allow_extra_args(false);
     request->add_option("-o,--output", choices->output, "The file for the request (standard output)")
         ->type_name("FILE");
+    request->add_flag("--force", choices->force, "Take the place of a key that waits for its certificate");
     actions.emplace_back(request, [choices] { return Request(*choices); });
+    CLI::App* withdraw = app.add_subcommand("withdraw", "Give up a request whose key waits for its certificate");
+    withdraw->add_option("--core-id", choices->coreId, "The id that was requested (CORE_ID)")->type_name("ID");
+    actions.emplace_back(withdraw, [choices] { return Withdraw(*choices); });
     CLI::App* install = app.add_subcommand("install", "Install the node's certificate with its key");
     install->add_option("FILE", choices->certificate, "The certificate, PEM or DER")->required();
     install->add_option("--key", choices->key, "Its private key (default: the one that 'request' made)")

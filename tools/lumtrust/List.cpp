@@ -7,6 +7,7 @@
 #include "LumPalConfig.h"
 #include "LumPalKeys.h"
 #include "LumSecPki.h"
+#include "LumSecRevoked.h"
 #include "common/ExitCode.h"
 #include "common/NodeAccess.h"
 #include "common/Table.h"
@@ -14,7 +15,6 @@
 
 namespace lumtrust {
 
-using LumPalIo::DirLister_t;
 using LumPalIo::File_t;
 using LumSecCore::X509Certificate;
 using nlohmann::ordered_json;
@@ -40,8 +40,16 @@ bool AreSignersStrict() {
     return LumPalConfig::ConfigNamespace_t(LumPalKeys::NsConfCore).Open().GetBool(LumPalKeys::StrictSignersKey);
 }
 
+/// Of a list that is broken nobody can tell; it is told as such.
+bool IsRevoked(const X509Certificate& certificate) try {
+    return LumSecCore::RevocationList::Load()->Holds(LumSecCore::CertificateId::Of(certificate));
+} catch (const LumSecCore::KeyStoreException&) {
+    return true;
+}
+
 /// For whom a trusted certificate vouches now. Signers are looked up by the common name of their authority.
 std::vector<std::string> VouchesFor(const std::string& alias, const X509Certificate& certificate, bool first) {
+    if (IsRevoked(certificate)) return {};
     const bool inTime = IsInTime(certificate);
     if (!certificate.MayIssue()) return inTime ? std::vector<std::string>{"itself"} : std::vector<std::string>{};
     std::vector<std::string> whom;
@@ -56,6 +64,9 @@ ordered_json EntryOf(const std::string& kind, const std::string& alias, const X5
             {"kind", kind},
             {"subject", certificate.GetSubjectCN().ToUtf8()},
             {"issuer", certificate.GetIssuerCN().ToUtf8()},
+            {"serial", LumSecCore::CertificateId::Of(certificate).serial},
+            {"fingerprint", LumSecPki::FingerprintOf(certificate).ToUtf8()},
+            {"revoked", IsRevoked(certificate)},
             {"not_after", certificate.GetNotAfter().ToUtf8()},
             {"days_left", DaysLeft(certificate)}};
 }
@@ -79,18 +90,13 @@ std::vector<ordered_json> Entries(const std::string& kind, const File_t& file) {
 }
 
 void Collect(const std::string& kind, ordered_json& entries) {
-    const File_t folder(LumSecCore::KeyStoreDirectory() + LumPalStr::String_t::FromUtf8(kind));
-    if (!folder.IsDirectory()) return;
-    std::vector<File_t> files;
-    DirLister_t lister(folder, DirLister_t::Filter_t::Suffix(".pem"));
-    while (lister.Next()) files.push_back(lister.GetCurrentFile());
-    std::sort(files.begin(), files.end(), [](const File_t& a, const File_t& b) { return a.GetName() < b.GetName(); });
-    for (const File_t& file : files) {
+    for (const File_t& file : StoreFiles(kind.c_str(), ".pem")) {
         for (ordered_json& entry : Entries(kind, file)) entries.push_back(std::move(entry));
     }
 }
 
 std::string Vouched(const ordered_json& entry) {
+    if (entry["revoked"]) return "nobody: revoked";
     if (!entry.contains("vouches_for")) return "";
     std::string whom;
     for (const std::string word : entry["vouches_for"]) whom += (whom.empty() ? "" : ", ") + word;
@@ -119,6 +125,7 @@ int List(bool json) {
     } else {
         PrintTable(entries);
     }
+    LumSecCore::RevocationList::Load();  // what is wrong with it is told
     const bool broken = std::any_of(entries.begin(), entries.end(), [](const auto& e) { return e.contains("broken"); });
     return broken ? lumtools::kFailed : lumtools::kDone;
 }

@@ -8,6 +8,7 @@
 #include "common/ExitCode.h"
 #include "common/Table.h"
 #include "lumtrust/Command.h"
+#include "lumtrust/Revoked.h"
 
 namespace lumtrust {
 
@@ -39,6 +40,7 @@ int Trust(const Choices& choices) {
     if (certificates.size() > 1) Refuse("'%1' holds more than one certificate; trust each by itself.", choices.file);
     const X509Certificate& certificate = certificates.front();
     certificate.CheckValidity();
+    RequireNotRevoked(certificate);
     const std::string name = certificate.GetSubjectCN().ToUtf8();
     const LumPalStr::String_t alias = CheckedAlias(choices.alias.empty() ? name : choices.alias);
     Keep(alias, LumSecPki::ToPem(certificate), choices.replace);
