@@ -9,13 +9,14 @@ const char* const kFooter =
     "To be run as the user to whom the node's files belong.\n"
     "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 nothing to do, 4 not found.";
 
-const lumtools::Program kProgram{"lumtrust",
-                                 LUM_VERSION,
-                                 "Changes the keys, certificates and rights of the local node.",
-                                 nullptr,
-                                 kFooter,
-                                 {lumtrust::AddAuthority, lumtrust::AddIdentity, lumtrust::AddTrusted,
-                                  lumtrust::AddList, lumtrust::AddRights, lumtrust::AddRevoked}};
+const lumtools::Program kProgram{
+    "lumtrust",
+    LUM_VERSION,
+    "Changes the keys, certificates and rights of the local node.",
+    nullptr,
+    kFooter,
+    {lumtrust::AddAuthority, lumtrust::AddIdentity, lumtrust::AddTrusted, lumtrust::AddList, lumtrust::AddRights,
+     lumtrust::AddRevoked, lumtrust::AddStatus, lumtrust::AddEnroll}};
 
 }  // namespace
 

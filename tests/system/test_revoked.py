@@ -2,10 +2,12 @@
 """Certificates that a node accepts no longer, on each road, and requests that wait."""
 import os
 import pathlib
+import re
 import ssl
 import subprocess
 import unittest
 
+import pki
 import test_trust_tool
 import wire
 from node import (DONE, FAILED, NOT_FOUND, NOTHING_TO_DO, PATIENCE_S, TOOLS, WRONG_USAGE, wait_until, write_policy)
@@ -151,7 +153,7 @@ class Naming(TrustTest):
         self.assertEqual(path.stat().st_mode & 0o777, 0o644)
         path.write_text(path.read_text().replace("end 1", "end 2"))
         before = path.read_text()
-        for command in (("revoke", self.certificate), ("reinstate", self.certificate), ("revoked",), ("list",),
+        for command in (("revoke", self.certificate), ("reinstate", self.certificate), ("revoked",), ("list",), ("status",),
                         ("trust", self.certificate)):
             with self.subTest(command=command):
                 self.trust(*command, code=FAILED, words=["revoked.list' is broken in line 2: the number of lines is another"])
@@ -251,6 +253,95 @@ class Signers(TrustTest):
             self.assertIn(says, " ".join((verified.out + verified.err).split()))
             self.trust("reinstate", one)
         self.assertEqual(self.node.policy("verify", policy).code, DONE)
+
+
+class Status(TrustTest):
+    def test_the_status_tells_who_the_node_is_what_waits_and_whom_it_trusts(self):
+        self.trust("status", words=["identity: no core id, no certificate: loopback alone is served", "waiting: none",
+                                    "trusted: none", "revoked: 0 certificate(s)", "rights: 0 sender(s)"])
+        self.equip()
+        self.trust("request", "--core-id", "node-1")
+        self.trust("grant", "operator", "list")
+        self.trust("revoke", "--serial", "1", "--issuer", AUTHORITY)
+        said = self.trust("status", words=["waiting: node-1, requested 2", "vouches for callers, signers",
+                                           "revoked: 1 certificate(s)", "rights: 1 sender(s)"])
+        self.assertRegex(said.out, rf"identity: +node-1, valid until 2\S+, [67] day\(s\) left, issued by {AUTHORITY}\n")
+        told = self.trust("status", "--json").json()
+        self.assertEqual((told["core_id"], told["certificate"]["subject"], told["revoked"], told["senders"], told["problems"]),
+                         ("node-1", "node-1", 1, 1, []))
+        self.assertEqual(([row["core_id"] for row in told["waiting"]], [row["alias"] for row in told["trusted"]]),
+                         (["node-1"], [AUTHORITY]))
+
+    def test_what_is_wrong_is_told_and_fails(self):
+        self.equip()
+        self.trust("revoke", self.own(self.node, "node-1"), "--force")
+        self.trust("status", code=FAILED, words=["The node's own certificate is revoked here."])
+        self.keystore("own/node-1.key").write_text("broken")
+        self.assertEqual(len(self.trust("status", "--json", code=FAILED).json()["problems"]), 2)
+        self.keystore("own/node-1.pem").write_text("broken")
+        self.trust("status", code=FAILED, words=["its certificate cannot be read"])
+
+
+class Enrolment(TrustTest):
+    def commands(self):
+        readme = (pathlib.Path(__file__).parents[2] / "README.md").read_text(encoding="utf-8")
+        return re.search(r"<!-- demonstration -->\n```sh\n(.*?)```", readme, re.S).group(1)
+
+    def test_the_commands_of_the_readme_lead_from_nothing_to_a_call_over_the_network(self):
+        self.node.start()
+        commands = self.commands().replace("localhost", f"localhost:{self.node.port}")
+        done = subprocess.run(["bash", "-ec", commands], cwd=self.node.folder, capture_output=True, text=True,
+                              env=self.node.environment(PATH=f"{TOOLS}:{os.environ['PATH']}", HOME=str(self.node.folder)),
+                              timeout=PATIENCE_S)
+        self.assertEqual(done.returncode, DONE, done)
+        self.assertIn("installed: node-1", done.stdout)
+        self.assertIn("LUM_ROOT=", done.stdout)
+
+    def test_an_operator_has_a_folder_of_his_own_and_the_node_of_the_machine_stays_as_it_is(self):
+        self.equip()
+        before = {path: path.read_bytes() for path in self.node.root.rglob("*") if path.is_file()}
+        person = self.node.folder / "deep/person"
+        self.trust("operator", person, "--authority", self.authority(), "--core-id", "alice",
+                   words=["installed: alice", f"LUM_ROOT={person}"])
+        self.assertEqual(person.stat().st_mode & 0o777, 0o700)
+        after = {path: path.read_bytes() for path in self.node.root.rglob("*") if path.is_file()}
+        self.assertEqual(after, before)
+        self.trust("operator", person, "--authority", self.authority(), "--core-id", "alice")
+
+    def test_an_operator_takes_certificates_of_an_authority_that_is_there(self):
+        authority = pki.Authority()
+        self.addCleanup(authority.close)
+        certificate, key = authority.issue("alice")
+        person = self.node.folder / "person"
+        self.trust("operator", person, "--trust", authority.certificate, "--certificate", certificate, "--key", key,
+                   words=["installed: alice"])
+        self.trust("operator", person, "--authority", self.authority(), "--core-id", "alice", code=FAILED,
+                   words=["has a certificate of 'authority' already", "--force"])
+        for words in ((), ("--authority", "x"), ("--core-id", "alice"), ("--trust", authority.certificate),
+                      ("--authority", "x", "--core-id", "alice", "--trust", "y", "--certificate", "z")):
+            self.trust("operator", self.node.folder / "another", *words, code=WRONG_USAGE)
+        self.assertFalse((self.node.folder / "another").exists())
+
+    def test_the_root_of_a_node_is_no_operators_folder(self):
+        self.node.start()
+        self.trust("operator", self.node.root, "--authority", self.authority(), "--core-id", "alice", code=FAILED,
+                   words=["is the root of a node"])
+        self.assertFalse((self.node.root / "etc/keystore").exists())
+
+    def test_enrolling_again_renews_and_replaces_nobody_elses_certificate_unless_forced(self):
+        folder = self.node.folder / "ca"
+        self.trust("enroll", folder, "--core-id", "node-1", words=["made 'demonstration-authority'", "installed: node-1"])
+        first = self.own(self.node, "node-1").read_bytes()
+        self.trust("enroll", folder)
+        self.assertNotEqual(self.own(self.node, "node-1").read_bytes(), first)
+        other = self.node.folder / "other"
+        self.trust("enroll", other, code=FAILED, words=["--replace"])
+        authority = pki.Authority()
+        self.addCleanup(authority.close)
+        certificate, key = authority.issue("node-1")
+        self.trust("install", certificate, "--key", key)
+        self.trust("enroll", folder, code=FAILED, words=["has a certificate of 'authority' already", "--force"])
+        self.trust("enroll", folder, "--force")
 
 
 if __name__ == "__main__":

@@ -26,6 +26,8 @@ void AddTrusted(CLI::App& app, Actions& actions);
 void AddList(CLI::App& app, Actions& actions);
 void AddRights(CLI::App& app, Actions& actions);
 void AddRevoked(CLI::App& app, Actions& actions);
+void AddStatus(CLI::App& app, Actions& actions);
+void AddEnroll(CLI::App& app, Actions& actions);
 
 /// @throws LumPalMsg::RuntimeException_t with the text, its "%1" being the name
 [[noreturn]] void Refuse(const char* text, const std::string& name);

@@ -12,7 +12,7 @@
 #include "LumSecPki.h"
 #include "common/Arguments.h"
 #include "common/TrustReload.h"
-#include "lumtrust/Command.h"
+#include "lumtrust/Steps.h"
 
 namespace lumtrust {
 
@@ -151,7 +151,7 @@ void TellDaemon() {
     }
 }
 
-void TellDaemonOfKeys() {
+void RequireUsableKeys() {
     try {
         LumSecCore::NodeIdentity::Load().RequireUsable();
     } catch (const LumSecCore::KeyStoreException& e) {
@@ -160,6 +160,10 @@ void TellDaemonOfKeys() {
                           "used as they are.")
                 .AddDetails(e.GetMessageList()));
     }
+}
+
+void TellDaemonOfKeys() {
+    RequireUsableKeys();
     TellDaemon();
 }
 

@@ -10,8 +10,8 @@
 #include "common/Arguments.h"
 #include "common/ExitCode.h"
 #include "common/Table.h"
-#include "lumtrust/Command.h"
 #include "lumtrust/Revoked.h"
+#include "lumtrust/Steps.h"
 
 namespace lumtrust {
 
@@ -32,20 +32,8 @@ struct Choices {
     bool force = false;
 };
 
-String_t CheckedCoreId(const std::string& id) {
-    const String_t checked = CheckedAlias(id);
-    if (LumSecAuth::IsReservedId(checked)) Refuse("The id '%1' has a meaning of its own and can be no node's.", id);
-    return checked;
-}
-
 std::string PathOf(const File_t& file) {
     return file.ToString().ToUtf8();
-}
-
-String_t CoreIdFor(const Choices& choices) {
-    const std::string configured =
-        LumPalConfig::ConfigNamespace_t(LumPalKeys::NsSecCore).Open().GetValue(LumPalKeys::CoreIdKey).ToUtf8();
-    return CheckedCoreId(choices.coreId.empty() ? configured : choices.coreId);
 }
 
 /// A certificate may be under way for the key that waits: without it that would be worth nothing.
@@ -61,15 +49,13 @@ void RequireNoneWaiting(const String_t& coreId, const File_t& keyFile) {
 
 /// The key waits beside the one in use, which serves on until the certificate is there.
 int Request(const Choices& choices) {
-    const String_t coreId = CoreIdFor(choices);
-    std::vector<String_t> hosts;
-    for (const std::string& host : choices.hosts) hosts.push_back(Text(host));
+    const String_t coreId = CoreIdFor(choices.coreId);
     const ChangeLock lock;
     FinishInstallation(coreId);
     const File_t keyFile = StoreFile("requested", coreId, ".key");
     if (!choices.force) RequireNoneWaiting(coreId, keyFile);
     const Key key = LumSecPki::NewKey();
-    const CharArray_t request = LumSecPki::NewRequest(key, coreId, hosts);
+    const CharArray_t request = RequestFor(key, coreId, choices.hosts);
     // First, so that no key waits for what could not be written, and keeps the next request away.
     if (!choices.output.empty()) ReplaceFile(File_t(Text(choices.output)), request, kPublicMode);
     ReplaceFile(keyFile, LumSecPki::ToPem(key), kSecretMode);
@@ -83,7 +69,7 @@ int Request(const Choices& choices) {
 }
 
 int Withdraw(const Choices& choices) {
-    const String_t coreId = CoreIdFor(choices);
+    const String_t coreId = CoreIdFor(choices.coreId);
     const ChangeLock lock;
     FinishInstallation(coreId);
     const File_t keyFile = StoreFile("requested", coreId, ".key");
@@ -98,16 +84,15 @@ int Withdraw(const Choices& choices) {
 }
 
 /// The key that was given, else the one that waits for this certificate, else the one in use.
-Key FindKey(const Choices& choices, const X509Certificate& certificate, const String_t& coreId) {
-    std::vector<std::string> paths{PathOf(StoreFile("requested", coreId, ".key")),
-                                   PathOf(StoreFile("own", coreId, ".key"))};
-    if (!choices.key.empty()) paths = {choices.key};
-    for (const std::string& path : paths) {
-        if (choices.key.empty() && !File_t(Text(path)).Exists()) continue;
+Key FindKey(const Key& given, const X509Certificate& certificate, const String_t& coreId, const std::string& source) {
+    if (!given.IsNull() && LumSecPki::Match(certificate, given)) return given;
+    for (const char* part : {"requested", "own"}) {
+        const std::string path = PathOf(StoreFile(part, coreId, ".key"));
+        if (!given.IsNull() || !File_t(Text(path)).Exists()) continue;
         Key key = LumSecPki::ReadPrivateKey(ReadFile(path));
         if (LumSecPki::Match(certificate, key)) return key;
     }
-    Refuse("The certificate '%1' does not belong to the key.", choices.certificate);
+    Refuse("The certificate '%1' does not belong to the key.", source);
 }
 
 bool IsIssuedByTrusted(const X509Certificate& certificate) try {
@@ -139,15 +124,15 @@ CharArray_t TextOf(const std::vector<X509Certificate>& chain) {
 }
 
 /// @return the core id
-String_t ChangeIdentity(const Choices& choices, const std::vector<X509Certificate>& chain) {
+String_t ChangeIdentity(const std::vector<X509Certificate>& chain, const Key& given, const std::string& source) {
     const String_t coreId = CheckedCoreId(chain.front().GetSubjectCN().ToUtf8());
     const ChangeLock lock;
     FinishInstallation(coreId);
     // Both stand before the settings name them. A daemon that runs goes on with what it has until it is told.
-    const Key key = FindKey(choices, chain.front(), coreId);
+    const Key key = FindKey(given, chain.front(), coreId, source);
     const CharArray_t text = TextOf(chain);
     LumSecCore::OwnPair{std::string(text.View()), std::string(LumSecPki::ToPem(key).View())}.RequireUsable(
-        Text(choices.certificate));
+        Text(source));
     InstallPair(coreId, text, key);
     SetSettings(coreId);
     return coreId;
@@ -155,22 +140,44 @@ String_t ChangeIdentity(const Choices& choices, const std::vector<X509Certificat
 
 int Install(const Choices& choices) {
     const std::vector<X509Certificate> chain = ReadCertificates(choices.certificate);
-    const X509Certificate& certificate = chain.front();
-    certificate.CheckValidity();
-    RequireNotRevoked(certificate);
-    const String_t coreId = ChangeIdentity(choices, chain);
-    std::cout << "installed: " << Printable(coreId.ToUtf8()) << ", valid until " << certificate.GetNotAfter().ToUtf8()
-              << std::endl;
-    if (!IsIssuedByTrusted(certificate)) {
-        std::cout << "Note: its issuer is not trusted here; local tools will refuse the node's own certificate until "
-                     "'lumtrust trust' says otherwise."
-                  << std::endl;
-    }
+    const Key key = choices.key.empty() ? Key() : LumSecPki::ReadPrivateKey(ReadFile(choices.key));
+    InstallIdentity(chain, key, choices.certificate);
     TellDaemonOfKeys();
     return lumtools::kDone;
 }
 
 }  // namespace
+
+String_t CheckedCoreId(const std::string& id) {
+    const String_t checked = CheckedAlias(id);
+    if (LumSecAuth::IsReservedId(checked)) Refuse("The id '%1' has a meaning of its own and can be no node's.", id);
+    return checked;
+}
+
+String_t CoreIdFor(const std::string& given) {
+    if (!given.empty()) return CheckedCoreId(given);
+    return CheckedCoreId(
+        LumPalConfig::ConfigNamespace_t(LumPalKeys::NsSecCore).Open().GetValue(LumPalKeys::CoreIdKey).ToUtf8());
+}
+
+CharArray_t RequestFor(const Key& key, const String_t& coreId, const std::vector<std::string>& hosts) {
+    std::vector<String_t> names;
+    for (const std::string& host : hosts) names.push_back(Text(host));
+    return LumSecPki::NewRequest(key, coreId, names);
+}
+
+void InstallIdentity(const std::vector<X509Certificate>& chain, const Key& key, const std::string& source) {
+    const X509Certificate& certificate = chain.front();
+    certificate.CheckValidity();
+    RequireNotRevoked(certificate);
+    const String_t coreId = ChangeIdentity(chain, key, source);
+    std::cout << "installed: " << Printable(coreId.ToUtf8()) << ", valid until " << certificate.GetNotAfter().ToUtf8()
+              << std::endl;
+    if (IsIssuedByTrusted(certificate)) return;
+    std::cout << "Note: its issuer is not trusted here; local tools will refuse the node's own certificate until "
+                 "'lumtrust trust' says otherwise."
+              << std::endl;
+}
 
 void AddIdentity(CLI::App& app, Actions& actions) {
     auto choices = std::make_shared<Choices>();

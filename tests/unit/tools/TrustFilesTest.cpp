@@ -67,8 +67,12 @@ int Run(const std::vector<std::string>& words) {
     std::vector<const char*> arguments{"lumtrust"};
     for (const std::string& word : words) arguments.push_back(word.c_str());
     const lumtools::Program program{
-        "lumtrust", "", "",
-        nullptr,    "", {lumtrust::AddIdentity, lumtrust::AddTrusted, lumtrust::AddRights, lumtrust::AddRevoked}};
+        "lumtrust",
+        "",
+        "",
+        nullptr,
+        "",
+        {lumtrust::AddIdentity, lumtrust::AddTrusted, lumtrust::AddRights, lumtrust::AddRevoked, lumtrust::AddEnroll}};
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
     const int code =
@@ -154,6 +158,7 @@ TEST(TrustFiles, AFlushThatFailsIsAFailureOfTheCommandAlsoWhenThereIsNothingToDo
         {{"revoke", "FILE/leaf.pem"}, 0, 3, 2, 2},
         {{"reinstate", "FILE/leaf.pem"}, 4, 4, 2, 2},
         {{"reinstate", "FILE/revoked.pem"}, 0, 4, 2, 2},
+        {{"enroll", "FILE/authority", "--core-id", "node-1"}, 0, 0, 15, 8},
         {{"install", "FILE/node.pem", "--key", "FILE/node.key"}, 0, 0, 9, 6},
     };
     Identity();
@@ -180,6 +185,7 @@ TEST(TrustFiles, BeforeACommandSaysThatItIsDoneAllOfItIsFlushed) {
         {"revoke", "FILE/leaf.pem"},
         {"revoke", "FILE/node.pem", "--force"},
         {"reinstate", "FILE/node.pem"},
+        {"enroll", "FILE/authority", "--core-id", "node-1", "--force"},
     };
     const TempRoot root(kFastFolder);
     Prepare(root);
