@@ -7,6 +7,7 @@
 #include "LumPalConfig.h"
 #include "LumPalWhole.h"
 #include "LumSecCore.h"
+#include "LumSecRevoked.h"
 #include "Messages.h"
 #include "Names.h"
 #include "PlainName.h"
@@ -91,7 +92,19 @@ void CheckSigner(const X509Certificate& certificate) {
     if (!PolicyData::MaySign(alias)) Raise<SecCoreException>(msg::AliasMayNotSign, alias);
 }
 
-/// The certificate was issued by one that this node trusts.
+/// Whatever STRICT_SIGNERS says. A list that is broken is no failed check: nobody can tell who stands in it.
+void CheckNotRevoked(const X509Certificate& certificate, const X509Certificate& issuer) {
+    const auto revoked = LumSecCore::RevocationList::Load();
+    Check<SecCoreException>(
+        msg::CertificateNotValidated,
+        [&] {
+            revoked->Refuse(certificate);
+            revoked->Refuse(issuer);
+        },
+        issuer.GetSubjectCN());
+}
+
+/// The certificate was issued by one that this node trusts, and neither is revoked.
 void CheckIssuer(const X509Certificate& certificate) {
     const String_t issuer = certificate.GetIssuerCN();
     const LumSecCore::KeyStore store;
@@ -107,6 +120,7 @@ void CheckIssuer(const X509Certificate& certificate) {
     trusted.GetEncoded(known);
     const bool isItself = shown.View() == known.View();
     if (!issued || !(isItself || trusted.MayIssue())) Raise<SecCoreException>(msg::CertificateNotValidated, issuer);
+    CheckNotRevoked(certificate, trusted);
     Check<LumPalMsg::Exception_t>(
         msg::CertificateNotValidated,
         [&] {

@@ -2,21 +2,20 @@
 /// lumevents: listens to the control service and prints, or runs a command for, each event.
 #include <CLI/CLI.hpp>
 #include <chrono>
-#include <csignal>
-#include <cstdio>
-#include <cstdlib>
 #include <iostream>
 #include <nlohmann/json.hpp>
 #include <string>
-#include <vector>
+#include <thread>
 
-#include "LumCtrl.h"
 #include "LumPalCmd.h"
+#include "LumPalDaemon.h"
 #include "LumPalMsg.h"
 #include "LumPalRuntime.h"
+#include "common/Program.h"
 #include "common/ProgramName.h"
 #include "common/StandardOutput.h"
 #include "common/Utf8Arguments.h"
+#include "lumevents/Listener.h"
 
 namespace {
 
@@ -24,23 +23,14 @@ using LumPalStr::String_t;
 
 constexpr int kExitFailed = 1;
 constexpr int kExitWrongUsage = 2;
-/// How soon an end that a signal asked for between two waits is seen.
-constexpr std::uint32_t kWaitMs = 500;
-
-volatile std::sig_atomic_t stopAsked = 0;
-volatile std::sig_atomic_t commandRuns = 0;
-
-// A command may hang for good: who asks for the end does not wait for it.
-extern "C" void AskToStop(int) {
-    if (commandRuns) std::_Exit(0);
-    stopAsked = 1;
-}
+/// How long a command may take to end when it is asked to.
+constexpr std::uint32_t kGraceMs = 5000;
 
 struct Choices {
-    std::string root, name, command;
-    std::vector<std::string> events;
-    std::uint64_t count = 0;
-    bool json = false, quiet = false;
+    lumevents::ListenOptions listen;
+    std::string root, command;
+    unsigned timeoutSeconds = 0;
+    bool json = false;
 };
 
 /// Different for each run, so that two listeners never claim one name.
@@ -65,41 +55,55 @@ void Print(const Choices& choices, const String_t& event, const String_t& value)
     std::cout << OneLine(event.ToUtf8()) << tail << std::endl;
 }
 
-void RunCommand(const Choices& choices, const String_t& event, const String_t& value) {
-    LumPalCmd::Command_t command(String_t::FromUtf8(choices.command));
-    command.RedirectInput(LumPalCmd::Null).PutEnv("LUM_EVENT", event).PutEnv("LUM_VALUE", value);
-    commandRuns = 1;
-    const int code = stopAsked ? 0 : command.Execute().WaitFor();
-    commandRuns = 0;
-    if (code != 0 && !choices.quiet) std::cerr << "lumevents: the command ended with " << code << std::endl;
+/// A command that still runs when this program is to end is ended too, with all that it has started.
+int CodeOf(const LumPalCmd::Process_t& process) try {
+    return process.WaitFor();
+} catch (const LumPalCmd::StoppingException_t&) {
+    process.Terminate(kGraceMs);
+    throw;
 }
 
-void Handle(const Choices& choices, const String_t& event, const String_t& value) {
+LumPalCmd::Command_t CommandFor(const Choices& choices) {
+    return LumPalCmd::Command_t(String_t::FromUtf8(choices.command));
+}
+
+void RunCommand(const Choices& choices, const String_t& event, const String_t& value) {
+    LumPalCmd::Command_t command = CommandFor(choices);
+    command.RedirectInput(LumPalCmd::Null).PutEnv("LUM_EVENT", event).PutEnv("LUM_VALUE", value);
+    const int code = CodeOf(command.EndOnStop().EndWithParent().Execute());
+    if (code != 0 && !choices.listen.quiet) std::cerr << "lumevents: the command ended with " << code << std::endl;
+}
+
+/// @return whether the event is done
+bool Handle(const Choices& choices, const String_t& event, const String_t& value) {
     Print(choices, event, value);
-    if (choices.command.empty()) return;
+    if (!lumtools::IsOutputWritten()) return false;
+    if (choices.command.empty()) return true;
     try {
         RunCommand(choices, event, value);
+    } catch (const LumPalCmd::StoppingException_t&) {
+        return false;
     } catch (const LumPalMsg::Exception_t& failure) {
         std::cerr << "lumevents: " << failure.what() << std::endl;
     }
+    return true;
 }
 
 /// Whether all events could be printed.
 bool Listen(const Choices& choices) {
-    std::vector<String_t> events;
-    for (const std::string& event : choices.events) events.push_back(String_t::FromUtf8(event));
-    LumCtrl::Component component(String_t::FromUtf8(choices.name), events.data(), static_cast<int>(events.size()));
-    if (!choices.quiet) std::cerr << "registered" << std::endl;
-    String_t event, value;
-    for (std::uint64_t done = 0; !stopAsked && (choices.count == 0 || done < choices.count);) {
-        if (!component.Next(event, value, kWaitMs)) continue;
-        Handle(choices, event, value);
-        // What nobody could read is not acknowledged.
-        if (!lumtools::IsOutputWritten()) return false;
-        component.Acknowledge();
-        ++done;
-    }
-    return true;
+    const auto take = [&choices](const String_t& event, const String_t& value) {
+        return Handle(choices, event, value);
+    };
+    return lumevents::Listen(choices.listen, take) || LumPalRuntime::IsStopping();
+}
+
+/// What is wrong with a command, before anybody relies on it.
+std::string WhyNoCommand(const std::string& line) try {
+    if (line.empty()) return "";  // as good as none: a unit's file that names no command
+    LumPalCmd::Command_t(String_t::FromUtf8(line)).RequireProgram();
+    return "";
+} catch (const LumPalMsg::Exception_t& e) {
+    return e.what();
 }
 
 /// What is wrong with a number of events, empty when nothing is.
@@ -112,23 +116,51 @@ void Describe(CLI::App& app, Choices& choices) {
     app.set_version_flag("--version", "lumevents " LUM_VERSION);
     app.add_option("--root", choices.root, "Root folder of the node (else LUM_ROOT, else /var/opt/lum)")
         ->type_name("DIR");
-    app.add_option("--name", choices.name, "Name to register under (default: one that no other listener has)")
+    app.add_option("--name", choices.listen.name, "Name to register under (default: one that no other listener has)")
         ->type_name("NAME");
-    app.add_option("--count", choices.count, "End after so many events")->check(IsPositive)->type_name("N");
+    app.add_option("--count", choices.listen.count, "End after so many events")->check(IsPositive)->type_name("N");
     app.add_flag("--json", choices.json, "Print one JSON object per event");
-    app.add_flag("--quiet", choices.quiet, "Do not say \"registered\" on standard error");
+    app.add_flag("--quiet", choices.listen.quiet, "Do not say \"registered\" on standard error");
     app.add_option("--exec", choices.command,
                    "Run this command for each event, with LUM_EVENT and LUM_VALUE in its environment, "
                    "and acknowledge when it has ended (no shell is involved)")
+        ->check(WhyNoCommand)
         ->type_name("COMMAND");
-    app.add_option("EVENT", choices.events, "Event to listen for; a \"*\" at its end stands for any rest")->required();
+    app.add_option(
+           "--timeout", choices.timeoutSeconds,
+           "The longest time to wait for the control service, at the start and when it went away (default: none "
+           "at the start, later without end)")
+        ->check(CLI::Range(1, 86400))
+        ->type_name("SECONDS");
+    app.add_option("EVENT", choices.listen.events, "Event to listen for; a \"*\" at its end stands for any rest")
+        ->required();
     // The completion reads the events from here.
     app.footer(
         "Events of policies: FIRST_POLICY:TYPE, CHECK_POLICY:TYPE, ENABLE_POLICY:TYPE, DISABLE_POLICY:TYPE,\n"
         "REMOVE_POLICY:TYPE and LAST_POLICY:TYPE.\n"
-        "Prints one line per event, the event and its value, and acknowledges it.\n"
-        "Ends with 0 when --count is reached and on SIGINT or SIGTERM (a command that still runs is left to end\n"
-        "by itself), with 1 when the control service cannot be reached or goes away, with 2 for wrong usage.");
+        "Prints one line per event, the event and its value, and acknowledges it. When the daemon is started anew it\n"
+        "registers again and says so: events in between are missed.\n"
+        "Ends with 0 when --count is reached and on SIGINT or SIGTERM (a command that still runs is ended too),\n"
+        "with 1 when the control service cannot be reached, with 2 for wrong usage and a command that cannot be "
+        "started.");
+}
+
+/// Nobody joins it: it waits until the process ends.
+void TakeSignals() {
+    static const LumPalRuntime::Signals_t signals;
+    std::thread([] {
+        signals.Wait();
+        LumPalRuntime::SetStopping(true);
+    }).detach();
+}
+
+int Run(const Choices& choices) try {
+    TakeSignals();
+    if (!choices.root.empty()) LumPalRuntime::Dir_t::SetRoot(String_t::FromUtf8(choices.root));
+    return Listen(choices) ? 0 : kExitFailed;
+} catch (const LumPalMsg::Exception_t& failure) {
+    std::cerr << "lumevents: " << failure.what() << std::endl;
+    return kExitFailed;
 }
 
 }  // namespace
@@ -139,7 +171,7 @@ int main(int argc, char** argv) {
     if (!lumtools::AreArgumentsUtf8("lumevents", argc, argv)) return kExitWrongUsage;
     LumPalRuntime::App_t::Init(argc, argv);
     Choices choices;
-    choices.name = OwnName();
+    choices.listen.name = OwnName();
     CLI::App app("Listens to the events of the node's control service.", "lumevents");
     Describe(app, choices);
     try {
@@ -148,13 +180,6 @@ int main(int argc, char** argv) {
         if (app.exit(e) != 0) return kExitWrongUsage;
         return lumtools::IsOutputWritten() ? 0 : kExitFailed;
     }
-    std::signal(SIGINT, AskToStop);
-    std::signal(SIGTERM, AskToStop);
-    try {
-        if (!choices.root.empty()) LumPalRuntime::Dir_t::SetRoot(String_t::FromUtf8(choices.root));
-        return Listen(choices) ? 0 : kExitFailed;
-    } catch (const LumPalMsg::Exception_t& failure) {
-        std::cerr << "lumevents: " << failure.what() << std::endl;
-        return kExitFailed;
-    }
+    if (choices.timeoutSeconds > 0) choices.listen.patience = std::chrono::seconds(choices.timeoutSeconds);
+    lumtools::EndNow(Run(choices));
 }

@@ -15,7 +15,8 @@ const lumtools::Program kProgram{
     "Changes the keys, certificates and rights of the local node.",
     nullptr,
     kFooter,
-    {lumtrust::AddAuthority, lumtrust::AddIdentity, lumtrust::AddTrusted, lumtrust::AddList, lumtrust::AddRights}};
+    {lumtrust::AddAuthority, lumtrust::AddIdentity, lumtrust::AddTrusted, lumtrust::AddList, lumtrust::AddRights,
+     lumtrust::AddRevoked, lumtrust::AddStatus, lumtrust::AddEnroll}};
 
 }  // namespace
 

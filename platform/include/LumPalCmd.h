@@ -83,6 +83,14 @@ public:
     /// tenth of a second, and none is started any more. Where signals do not end this process by themselves
     /// (LumPalRuntime::TakesSignals), such a program leads a process group of its own too.
     Command_t& EndOnStop();
+    /// Asks each program that is started from now on to end (SIGTERM) when the thread that starts it ends, even by a
+    /// kill of this process; where the system has a program that does that (setpriv(1)), elsewhere nothing happens.
+    /// What the program starts is not asked.
+    Command_t& EndWithParent();
+    /// Demands that there is a program that this process may start, without starting it.
+    /// @throws LumPalIo::FileNotFoundException_t no such program; LumPalIo::IOException_t none that may be started;
+    ///         LumPalMsg::IllegalArgumentError_t as Execute
+    void RequireProgram() const;
     /// Starts the program with closed descriptors, default signals (none blocked) and the C locale. May be
     /// called again: each call starts one.
     /// @throws LumPalIo::FileNotFoundException_t no such program; LumPalIo::IOException_t; StoppingException_t;

@@ -36,7 +36,8 @@ struct LUMPAL_API NodeIdentity {
     /// @throws KeyStoreException when a certificate counts as installed and the core id is no alias
     ///         or a file of it is missing
     static NodeIdentity Load();
-    /// @throws KeyStoreException naming a file that a server would not take: broken, of another key, or too weak
+    /// @throws KeyStoreException naming a file that a server would not take: broken, of another key, or too weak; also
+    ///         the list of revoked certificates
     void RequireUsable() const;
 };
 
@@ -94,9 +95,9 @@ public:
     bool Verify(const Key& key) const;
     /// Demands of a signer all that a server demands of a client who shows this certificate: that both are valid now,
     /// the authority may vouch for others, and nothing in either forbids it or is critical and unknown (RFC 5280, 6.1);
-    /// and that its keyUsage, if there is one, lets it sign.
+    /// neither is revoked (RevocationList); and that its keyUsage, if there is one, lets it sign.
     /// @param authority  trusted, whether it is a root or not
-    /// @throws SecCoreException that says what is wrong
+    /// @throws SecCoreException that says what is wrong; KeyStoreException for a list of revoked ones that is broken
     void RequireVouchedBy(const X509Certificate& authority) const;
     /// Whether it may vouch for others: basicConstraints CA:TRUE, with keyCertSign where there is a keyUsage (RFC 5280,
     /// 4.2.1.9 and 4.2.1.3). No for one of version 1, which cannot say so.

@@ -23,6 +23,7 @@ struct SpawnPlan {
     std::map<std::string, std::string> environment;
     std::uint32_t limitMs = 0;
     bool endsOnStop = false;
+    bool endsWithParent = false;
     bool leadsGroup = false;  ///< a process group of its own
 };
 

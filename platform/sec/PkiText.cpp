@@ -131,6 +131,21 @@ bool IsAuthority(const X509Certificate& certificate) {
     return certificate.MayIssue();
 }
 
+LumPalStr::String_t FingerprintOf(const X509Certificate& certificate) {
+    if (certificate.IsNull()) Fail("There is no certificate.");
+    unsigned char digest[EVP_MAX_MD_SIZE];
+    unsigned length = 0;
+    if (X509_digest(certificate.GetImpl()->certificate.get(), EVP_sha256(), digest, &length) != 1)
+        Fail("The certificate has no fingerprint.");
+    std::string text;
+    for (unsigned i = 0; i < length; ++i) {
+        constexpr char digits[] = "0123456789abcdef";
+        text += digits[digest[i] >> 4];
+        text += digits[digest[i] & 15];
+    }
+    return LumPalStr::String_t::FromUtf8(text);
+}
+
 std::int64_t SecondsLeft(const X509Certificate& certificate) {
     return SecondsToEnd(certificate, nullptr);
 }

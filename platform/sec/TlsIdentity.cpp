@@ -14,6 +14,7 @@
 #include "LumPalIo.h"
 #include "LumSecAuth.h"
 #include "LumSecPki.h"
+#include "LumSecRevoked.h"
 #include "Vouching.h"
 
 namespace LumSecCore {
@@ -90,7 +91,7 @@ bool WasTakenAway(const String_t& path) {
 
 void SetTrusted(ssl_ctx_st* context, const NodeIdentity& identity) {
     X509_STORE* store = SSL_CTX_get_cert_store(context);
-    LetOnlyAuthoritiesVouch(store);
+    LetOnlyAuthoritiesVouch(store, RevocationList::Load());
     for (const String_t& path : identity.trustedPaths) {
         const std::string name = path.ToUtf8();
         const bool loaded = X509_STORE_load_file(store, name.c_str()) == 1;

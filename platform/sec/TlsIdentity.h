@@ -18,6 +18,7 @@ namespace LumSecCore {
 /// Makes a context a server's: TLS 1.2 or newer, forward-secret ciphers, no renegotiation, compression or
 /// resumption; the node's certificate and key; a client's certificate is asked for, not demanded, and one that
 /// no trusted certificate vouches for ends the handshake.
+/// Whoever is revoked (RevocationList) is refused likewise.
 /// @throws KeyStoreException naming the file that cannot be used
 void ConfigureServer(ssl_ctx_st* context, const NodeIdentity& identity);
 

@@ -6,6 +6,10 @@
 
 #include <algorithm>
 #include <memory>
+#include <new>
+#include <utility>
+
+#include "Revoked.h"
 
 namespace LumSecCore {
 
@@ -35,9 +39,50 @@ Certificates TrustedIssuers(X509_STORE_CTX* check, X509* certificate) {
     return named;
 }
 
-/// Of several of one name the one whose time it is, else the one that ends last, as the library has it.
-bool IsBetter(const X509* candidate, const X509* best) {
+using Revocations = std::shared_ptr<const RevocationList>;
+
+void FreeRevocations(void*, void* list, CRYPTO_EX_DATA*, int, long, void*) {
+    delete static_cast<Revocations*>(list);
+}
+
+/// Where a store keeps its list.
+int RevocationsPlace() {
+    static const int place =
+        CRYPTO_get_ex_new_index(CRYPTO_EX_INDEX_X509_STORE, 0, nullptr, nullptr, nullptr, FreeRevocations);
+    return place;
+}
+
+void Keep(X509_STORE* store, Revocations revoked) {
+    if (auto* const kept = static_cast<Revocations*>(X509_STORE_get_ex_data(store, RevocationsPlace()))) {
+        *kept = std::move(revoked);
+        return;
+    }
+    auto list = std::make_unique<Revocations>(std::move(revoked));
+    if (X509_STORE_set_ex_data(store, RevocationsPlace(), list.get()) != 1) throw std::bad_alloc();
+    static_cast<void>(list.release());  // the store frees it
+}
+
+/// A store that was never told whom to refuse lets nobody in.
+bool IsRevokedFor(const X509_STORE_CTX* check, const X509* certificate) {
+    X509_STORE* const store = X509_STORE_CTX_get0_store(check);
+    const auto* const list =
+        store ? static_cast<const Revocations*>(X509_STORE_get_ex_data(store, RevocationsPlace())) : nullptr;
+    return !list || !*list || IsRevoked(**list, certificate);
+}
+
+/// The first of the chain that is revoked, by its depth; none: -1.
+int FindRevoked(const X509_STORE_CTX* check) {
+    const STACK_OF(X509)* const chain = X509_STORE_CTX_get0_chain(check);
+    for (int i = 0; i < sk_X509_num(chain); ++i)
+        if (IsRevokedFor(check, sk_X509_value(chain, i))) return i;
+    return -1;
+}
+
+/// Of several of one name one that is not revoked, of these the one whose time it is, else the one that ends last, as
+/// the library has it.
+bool IsBetter(const X509_STORE_CTX* check, const X509* candidate, const X509* best) {
     if (!best) return true;
+    if (IsRevokedFor(check, candidate) != IsRevokedFor(check, best)) return IsRevokedFor(check, best);
     return IsInTime(candidate) != IsInTime(best) ? IsInTime(candidate) : EndsLater(candidate, best);
 }
 
@@ -46,7 +91,7 @@ int FindAuthority(X509** issuer, X509_STORE_CTX* check, X509* certificate) {
     X509* best = nullptr;
     for (int i = 0; i < sk_X509_num(named.get()); ++i) {
         X509* const candidate = sk_X509_value(named.get(), i);
-        if (IsAuthority(candidate) && IsBetter(candidate, best)) best = candidate;
+        if (IsAuthority(candidate) && IsBetter(check, candidate, best)) best = candidate;
     }
     if (best && X509_up_ref(best) != 1) return -1;
     *issuer = best;
@@ -81,14 +126,21 @@ bool IsAuthority(X509* certificate) {
     return is;
 }
 
-void LetOnlyAuthoritiesVouch(X509_STORE* trusted) {
+void LetOnlyAuthoritiesVouch(X509_STORE* trusted, Revocations revoked) {
+    Keep(trusted, std::move(revoked));
     X509_STORE_set_flags(trusted, X509_V_FLAG_PARTIAL_CHAIN);
     X509_STORE_set_get_issuer(trusted, FindAuthority);
 }
 
 int VerifyChain(X509_STORE_CTX* check) {
     const bool verified = X509_verify_cert(check) == 1;
-    if (verified && OnlyAuthoritiesVouched(check)) return 1;
+    if (verified && OnlyAuthoritiesVouched(check)) {
+        const int revoked = FindRevoked(check);
+        if (revoked < 0) return 1;
+        X509_STORE_CTX_set_error_depth(check, revoked);
+        X509_STORE_CTX_set_error(check, X509_V_ERR_CERT_REVOKED);
+        return 0;
+    }
     const int error = X509_STORE_CTX_get_error(check);
     if (verified || (IsMissingIssuer(error) && DoesSomebodyTrustedEndTheChain(check)))
         X509_STORE_CTX_set_error(check, X509_V_ERR_INVALID_CA);

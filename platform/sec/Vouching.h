@@ -3,6 +3,7 @@
 #pragma once
 
 #include <chrono>
+#include <memory>
 
 // The library's own names, so that none of its headers shows here.
 struct x509_st;
@@ -10,6 +11,8 @@ struct x509_store_st;
 struct x509_store_ctx_st;
 
 namespace LumSecCore {
+
+class RevocationList;
 
 /// Certificates above the one that is looked at.
 inline constexpr int kDeepestChain = 8;
@@ -20,11 +23,14 @@ bool IsAuthority(x509_st* certificate);
 
 /// Makes a store one whose authorities vouch for others and whose other certificates each for itself alone; what is
 /// trusted need not be a root.
-void LetOnlyAuthoritiesVouch(x509_store_st* trusted);
+/// @param revoked  count for nothing, trusted or not; VerifyChain refuses a chain that holds one of them. Of two
+///                 trusted ones of the same name the one that is not revoked vouches
+void LetOnlyAuthoritiesVouch(x509_store_st* trusted, std::shared_ptr<const RevocationList> revoked);
 
 /// As X509_verify_cert for a check over such a store, which it asks once more of the chain that was found.
 /// @return 1, or 0 with the reason in the context; 0 with X509_V_ERR_INVALID_CA when only somebody vouches who is no
-///         authority
+///         authority, and with X509_V_ERR_CERT_REVOKED when somebody in the chain is revoked, the trusted end included.
+///         That is asked last: of who would not be let in anyway nobody hears whether he is in the list
 int VerifyChain(x509_store_ctx_st* check);
 
 /// When a proof ends.

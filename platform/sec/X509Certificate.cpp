@@ -10,6 +10,7 @@
 #include <string>
 
 #include "Crypto.h"
+#include "LumSecRevoked.h"
 #include "TlsIdentity.h"
 #include "Vouching.h"
 
@@ -70,7 +71,7 @@ bool MaySignData(X509* certificate) {
 std::string WhyNoSigner(X509* certificate, X509* authority) {
     const std::unique_ptr<X509_STORE, decltype(&X509_STORE_free)> trusted(X509_STORE_new(), X509_STORE_free);
     if (!trusted || X509_STORE_add_cert(trusted.get(), authority) != 1) throw std::bad_alloc();
-    LetOnlyAuthoritiesVouch(trusted.get());
+    LetOnlyAuthoritiesVouch(trusted.get(), RevocationList::Load());
     const int verdict = VerdictOnClient(certificate, nullptr, trusted.get(), kSecurityLevel);
     ERR_clear_error();
     if (verdict != X509_V_OK) return X509_verify_cert_error_string(verdict);

@@ -74,11 +74,8 @@ void AddHeaders(List& headers) {
     headers.Add("Expect:");
 }
 
-CURLcode SetContext(CURL*, void* context, void* handle) {
-    auto* const tls = static_cast<SSL_CTX*>(context);
-    LumSecCore::LetOnlyAuthoritiesVouch(SSL_CTX_get_cert_store(tls));
-    SSL_CTX_set_cert_verify_callback(tls, &HttpClient::Handle::VerifyPeer, handle);
-    return CURLE_OK;
+CURLcode SetContext(CURL* curl, void* context, void* handle) {
+    return static_cast<CURLcode>(HttpClient::Handle::PrepareContext(curl, context, handle));
 }
 
 /// Whether it lists names of hosts, which the library then holds against the address. Without a list it would take the
@@ -199,6 +196,7 @@ void HttpClient::Handle::SetUpTls(const HttpTarget& target, const ClientIdentity
     Set(curl, CURLOPT_SSL_VERIFYPEER, 1L);
     Set(curl, CURLOPT_SSL_VERIFYHOST, 2L);
     targetId = target.targetId;
+    revoked = identity.revoked;
     Set(curl, CURLOPT_SSL_CTX_FUNCTION, &SetContext);
     Set(curl, CURLOPT_SSL_CTX_DATA, static_cast<void*>(this));
     if (identity.own.certificate.empty()) return;
@@ -211,6 +209,15 @@ void HttpClient::Handle::SetBody(const LumPalArray::CharArray_t& body) {
     Set(curl, CURLOPT_POST, 1L);
     Set(curl, CURLOPT_POSTFIELDS, body.GetData());
     Set(curl, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.GetLength()));
+}
+
+int HttpClient::Handle::PrepareContext(void*, void* context, void* self) try {
+    auto* const tls = static_cast<SSL_CTX*>(context);
+    LumSecCore::LetOnlyAuthoritiesVouch(SSL_CTX_get_cert_store(tls), static_cast<Handle*>(self)->revoked);
+    SSL_CTX_set_cert_verify_callback(tls, &VerifyPeer, self);
+    return CURLE_OK;
+} catch (const std::bad_alloc&) {
+    return CURLE_OUT_OF_MEMORY;
 }
 
 int HttpClient::Handle::VerifyPeer(x509_store_ctx_st* context, void* self) {

@@ -23,6 +23,8 @@ struct HttpClient::Handle {
     HttpAnswer Post(const HttpTarget& target, const ClientIdentity& identity, const LumPalArray::CharArray_t& body,
                     const ClientLimits& limits);
     const std::string& GetKey() const noexcept { return key; }
+    /// Called by the HTTP library for each connection: the rules by which its peer is looked at.
+    static int PrepareContext(void* curl, void* context, void* self);
     /// Called by the TLS library: whether the peer's certificate is good and bears the id.
     static int VerifyPeer(x509_store_ctx_st* context, void* self);
 
@@ -44,8 +46,9 @@ private:
     const std::string key;  ///< where the kept connection leads, and by whose identity
     void* const curl;       ///< the library's handle
     std::string targetId;   ///< whom the kept connection leads to; lives as long as the connection
-    std::string refusal;    ///< why the peer was refused
-    PeerProof proof;        ///< whether the peer knows the secret
+    std::shared_ptr<const LumSecCore::RevocationList> revoked;  ///< whom it may not lead to
+    std::string refusal;                                        ///< why the peer was refused
+    PeerProof proof;                                            ///< whether the peer knows the secret
     HttpAnswer answer;
     std::uint64_t mostBytes = 0;
     bool tooLong = false;

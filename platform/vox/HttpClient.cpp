@@ -36,7 +36,8 @@ std::string KeyOf(const HttpTarget& target, const ClientIdentity& identity) {
     const char separator = '\n';
     std::string key = (target.tls ? "tls " : "plain ") + target.host + separator + std::to_string(target.port);
     if (target.tls)
-        key += separator + target.targetId + separator + identity.own.certificate + separator + identity.trusted;
+        key += separator + target.targetId + separator + identity.own.certificate + separator + identity.trusted +
+               separator + identity.revoked->GetDigest();
     else
         key += separator + target.secret;
     return key;
@@ -60,6 +61,7 @@ ClientLimits ClientLimits::Load(const Configuration_t& configuration) {
 ClientIdentity ClientIdentity::Load(const LumSecCore::OwnPair& known) {
     const LumSecCore::NodeIdentity node = LumSecCore::NodeIdentity::Load();
     ClientIdentity identity;
+    identity.revoked = LumSecCore::RevocationList::Load();
     for (const LumPalStr::String_t& path : node.trustedPaths) identity.trusted += ContentIfThere(path) + '\n';
     if (!node.certificateInstalled) return identity;
     identity.own = LumSecCore::OwnPair::Load(node.coreId, known);

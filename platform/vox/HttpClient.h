@@ -12,6 +12,7 @@
 #include "LumPalConfig.h"
 #include "LumPalPlainMutex.h"
 #include "LumSecCore.h"
+#include "LumSecRevoked.h"
 
 namespace LumVoxRpc {
 
@@ -28,8 +29,9 @@ struct ClientLimits {
 
 /// Who the client is on a TLS connection, and whom it trusts.
 struct ClientIdentity {
-    std::string trusted;      ///< PEM texts, one behind the other
-    LumSecCore::OwnPair own;  ///< empty: the client shows no certificate
+    std::string trusted;                                        ///< PEM texts, one behind the other
+    LumSecCore::OwnPair own;                                    ///< empty: the client shows no certificate
+    std::shared_ptr<const LumSecCore::RevocationList> revoked;  ///< servers that are refused
     /// The node's own. @param known  the own pair of an identity that was loaded before
     /// @throws LumSecCore::KeyStoreException, LumPalIo::IOException_t
     static ClientIdentity Load(const LumSecCore::OwnPair& known);

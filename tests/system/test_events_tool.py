@@ -77,15 +77,27 @@ class EventsTool(unittest.TestCase):
             self.assertRegex(seen.read_text(), r"^CHECK_POLICY:\S+\|\S+$")
             self.assertEqual(listener.end()[0], 0)
 
-    def test_a_command_that_fails_or_is_not_there_is_said_and_the_event_acknowledged(self):
+    def test_a_command_that_fails_is_said_and_the_event_acknowledged(self):
         with Node() as node:
-            for command, word in (("/bin/false", "ended with 1"), ("/no/such/command", "/no/such/command")):
-                listener = Listener(node, "--exec", command, "--count", "1", "CHECK_POLICY:*")
-                subprocess.run([TOOLS / "lumpolicy", "remove", "--all"], env=node.environment(), capture_output=True)
-                self.assertEqual(install(node).returncode, DONE)
-                code, _, err = listener.end()
-                self.assertEqual(code, 0)
-                self.assertIn(word, err)
+            listener = Listener(node, "--exec", "/bin/false", "--count", "1", "CHECK_POLICY:*")
+            self.assertEqual(install(node).returncode, DONE)
+            code, _, err = listener.end()
+            self.assertEqual(code, 0)
+            self.assertIn("ended with 1", err)
+
+    def test_a_command_that_cannot_be_started_is_refused_before_anything_is_registered(self):
+        with Node() as node:
+            plain = node.folder / "plain"
+            plain.write_text("")
+            for command, why in (("/no/such/command", "No such file"), ("no-such-command-anywhere", "No such file"),
+                                 (f"{plain} word", "Permission denied"), (str(node.folder), "Permission denied"),
+                                 ("'unclosed\"", "quote"), ("  ", "")):
+                with self.subTest(command=command):
+                    done = run(node, "--exec", command, "*")
+                    self.assertEqual(done.returncode, WRONG_USAGE, done)
+                    self.assertNotIn("registered", done.stderr)
+                    self.assertIn("--exec", done.stderr)
+                    self.assertIn(why, done.stderr)
 
     def test_signals_end_it_with_0(self):
         with Node() as node:
@@ -94,33 +106,103 @@ class EventsTool(unittest.TestCase):
                 listener.process.send_signal(how)
                 self.assertEqual(listener.end()[0], 0)
 
-    def test_a_signal_ends_it_also_while_its_command_runs(self):
+    def run_hanging_command(self, node, name):
+        """A listener whose command hangs, with a child of its own; their process ids, and who waits for them."""
+        pids = node.folder / f"pids.{name}"
+        script = node.folder / "command"
+        script.write_text(f'#!/bin/sh\nsleep 1000 &\necho $$ $! > "{pids}.aside"\nmv "{pids}.aside" "{pids}"\nwait\n')
+        script.chmod(0o755)
+        listener = Listener(node, "--exec", str(script), "CHECK_POLICY:*")
+        run_tool(node, "remove", "--all", "--no-notify")
+        caller = subprocess.Popen([TOOLS / "lumpolicy", "install", EXAMPLE], env=node.environment(),
+                                  stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        node.processes.append(caller)
+        wait_until(pids.exists, "the command runs")
+        command, child = map(int, pids.read_text().split())
+        self.addCleanup(self.end, child)
+        return listener, caller, command, child
+
+    @staticmethod
+    def end(pid):
+        try:
+            with open(f"/proc/{pid}/cmdline", encoding="utf-8") as line:
+                if "sleep" in line.read():
+                    os.kill(pid, signal.SIGKILL)
+        except OSError:
+            pass
+
+    @staticmethod
+    def is_gone(pid):
+        try:
+            with open(f"/proc/{pid}/stat", encoding="utf-8") as status:
+                return status.read().rpartition(")")[2].split()[0] in "ZX"
+        except OSError:
+            return True
+
+    def test_a_signal_ends_it_with_its_command_and_all_that_this_has_started(self):
         with Node() as node:
-            for how in (signal.SIGINT, signal.SIGTERM):
-                gate, seen = node.folder / f"gate{how}", node.folder / f"seen{how}"
-                script = node.folder / "command"
-                script.write_text(f'#!/bin/sh\n: > "{seen}"\nwhile [ ! -e "{gate}" ]; do sleep 0.02; done\n'
-                                  f'rm "{seen}"\n')
-                script.chmod(0o755)
-                listener = Listener(node, "--exec", str(script), "CHECK_POLICY:*")
-                run_tool(node, "remove", "--all", "--no-notify")
-                caller = subprocess.Popen([TOOLS / "lumpolicy", "install", EXAMPLE], env=node.environment(),
-                                          stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-                node.processes.append(caller)
-                wait_until(seen.exists, "the command runs")
+            for how in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+                listener, caller, command, child = self.run_hanging_command(node, how)
                 listener.process.send_signal(how)
                 self.assertEqual(listener.process.wait(PATIENCE_S), 0)
-                gate.touch()
-                wait_until(lambda: not seen.exists(), "the command ends by itself")
+                for pid in (command, child):
+                    wait_until(lambda: self.is_gone(pid), "it is ended")
                 self.assertEqual(caller.wait(PATIENCE_S), UNTOLD)
 
-    def test_the_end_of_the_daemon_ends_it_with_1(self):
+    def test_its_command_ends_also_when_it_is_killed(self):
         with Node() as node:
-            listener = Listener(node, "*")
+            listener, caller, command, _ = self.run_hanging_command(node, "kill")
+            listener.process.kill()
+            wait_until(lambda: self.is_gone(command), "the command ends")
+            self.assertEqual(caller.wait(PATIENCE_S), UNTOLD)
+
+    def test_it_registers_again_with_the_next_daemon_and_says_once_that_events_were_missed(self):
+        with Node() as node:
+            listener = Listener(node, "--name", "mine", "--count", "2", "CHECK_POLICY:*")
+            for restart in (lambda: node.stop(), lambda: node.daemon.kill() or node.daemon.wait()):
+                restart()
+                self.assertIn("Waiting for it.", listener.process.stderr.readline())
+                node.start()
+                line = listener.process.stderr.readline()
+                while "registered again" not in line:
+                    self.assertNotEqual(line, "")
+                    line = listener.process.stderr.readline()
+                self.assertIn("events in between were missed", line)
+                run_tool(node, "remove", "--all", "--no-notify")
+                self.assertEqual(install(node).returncode, DONE)
+            code, out, err = listener.end()
+            self.assertEqual((code, len(out.splitlines())), (0, 2))
+            self.assertNotIn("went away", err)
+
+    def test_it_waits_for_the_daemon_as_long_as_it_is_told(self):
+        with Node(start=False) as node:
+            done = run(node, "--timeout", "1", "*")
+            self.assertEqual(done.returncode, 1)
+            self.assertIn("control.sock", done.stderr)
+            process = subprocess.Popen([TOOLS / "lumevents", "--timeout", str(PATIENCE_S), "--count", "1", "CHECK_POLICY:*"],
+                                       text=True, env=node.environment(), stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+            node.processes.append(process)
+            node.start()
+            while process.stderr.readline() != "registered\n":
+                self.assertIsNone(process.poll())
+            self.assertEqual(install(node).returncode, DONE)
+            self.assertEqual(process.wait(PATIENCE_S), 0)
+            process.communicate()
+            listener = Listener(node, "--timeout", "1", "*")
             node.stop()
             code, _, err = listener.end()
             self.assertEqual(code, 1)
             self.assertIn("went away", err)
+            for text in ("0", "-1", "x", ""):
+                self.assertEqual(run(node, "--timeout", text, "*").returncode, WRONG_USAGE)
+
+    def test_a_signal_ends_it_while_it_waits(self):
+        with Node() as node:
+            listener = Listener(node, "*")
+            node.stop()
+            self.assertIn("Waiting for it.", listener.process.stderr.readline())
+            listener.process.send_signal(signal.SIGTERM)
+            self.assertEqual(listener.end()[0], 0)
 
     def test_without_a_daemon_it_fails_and_says_why(self):
         with Node(start=False) as node:

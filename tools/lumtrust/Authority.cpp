@@ -6,7 +6,7 @@
 #include "common/Arguments.h"
 #include "common/ExitCode.h"
 #include "common/Table.h"
-#include "lumtrust/Command.h"
+#include "lumtrust/Steps.h"
 
 namespace lumtrust {
 
@@ -25,26 +25,16 @@ struct Choices {
     std::string folder, request, output;
 };
 
-File_t Part(const Choices& choices, const char* suffix) {
-    return File_t(File_t(Text(choices.folder)), LumPalStr::String_t(kAuthorityName) + suffix);
+File_t Part(const std::string& folder, const char* suffix) {
+    return File_t(File_t(Text(folder)), LumPalStr::String_t(kAuthorityName) + suffix);
 }
 
-int Init(const Choices& choices) {
-    const Key key = LumSecPki::NewKey();
-    const X509Certificate certificate = LumSecPki::NewAuthority(key, kAuthorityName, kAuthorityDays);
-    CreateFile(Part(choices, ".key"), LumSecPki::ToPem(key), kSecretMode);
-    CreateFile(Part(choices, ".pem"), LumSecPki::ToPem(certificate), kPublicMode);
-    std::cout << "made '" << kAuthorityName << "' in " << Printable(choices.folder) << ", valid until "
-              << certificate.GetNotAfter().ToUtf8()
-              << "\nFor demonstrations only: its key lies unprotected beside its certificate." << std::endl;
-    return lumtools::kDone;
+std::string PathOf(const std::string& folder, const char* suffix) {
+    return Part(folder, suffix).ToString().ToUtf8();
 }
 
 int Issue(const Choices& choices) {
-    const X509Certificate authority = ReadCertificates(Part(choices, ".pem").ToString().ToUtf8()).front();
-    const auto keyText = ReadFile(Part(choices, ".key").ToString().ToUtf8());
-    const X509Certificate issued =
-        LumSecPki::Issue(authority, LumSecPki::ReadPrivateKey(keyText), ReadFile(choices.request), kIssuedDays);
+    const X509Certificate issued = IssueBy(choices.folder, ReadFile(choices.request));
     const auto pem = LumSecPki::ToPem(issued);
     if (choices.output.empty()) {
         std::cout << pem.View() << std::flush;
@@ -58,11 +48,37 @@ int Issue(const Choices& choices) {
 
 }  // namespace
 
+X509Certificate ReadAuthority(const std::string& folder) {
+    return ReadCertificates(PathOf(folder, ".pem")).front();
+}
+
+bool HasAuthority(const std::string& folder) {
+    return Part(folder, ".pem").Exists() || Part(folder, ".key").Exists();
+}
+
+void MakeAuthority(const std::string& folder) {
+    const Key key = LumSecPki::NewKey();
+    const X509Certificate certificate = LumSecPki::NewAuthority(key, kAuthorityName, kAuthorityDays);
+    CreateFile(Part(folder, ".key"), LumSecPki::ToPem(key), kSecretMode);
+    CreateFile(Part(folder, ".pem"), LumSecPki::ToPem(certificate), kPublicMode);
+    std::cout << "made '" << kAuthorityName << "' in " << Printable(folder) << ", valid until "
+              << certificate.GetNotAfter().ToUtf8()
+              << "\nFor demonstrations only: its key lies unprotected beside its certificate." << std::endl;
+}
+
+X509Certificate IssueBy(const std::string& folder, const LumPalArray::CharArray_t& request) {
+    const Key key = LumSecPki::ReadPrivateKey(ReadFile(PathOf(folder, ".key")));
+    return LumSecPki::Issue(ReadAuthority(folder), key, request, kIssuedDays);
+}
+
 void AddAuthority(CLI::App& app, Actions& actions) {
     auto choices = std::make_shared<Choices>();
     CLI::App* init = app.add_subcommand("init", "Make an authority for demonstrations, never for real nodes");
     init->add_option("DIR", choices->folder, "The folder for its certificate and key")->required();
-    actions.emplace_back(init, [choices] { return Init(*choices); });
+    actions.emplace_back(init, [choices] {
+        MakeAuthority(choices->folder);
+        return lumtools::kDone;
+    });
     CLI::App* issue = app.add_subcommand("issue", "Let the authority for demonstrations issue a certificate");
     issue->add_option("DIR", choices->folder, "The authority's folder")->required();
     issue->add_option("REQUEST", choices->request, "The request")->required();

@@ -25,6 +25,9 @@ void AddIdentity(CLI::App& app, Actions& actions);
 void AddTrusted(CLI::App& app, Actions& actions);
 void AddList(CLI::App& app, Actions& actions);
 void AddRights(CLI::App& app, Actions& actions);
+void AddRevoked(CLI::App& app, Actions& actions);
+void AddStatus(CLI::App& app, Actions& actions);
+void AddEnroll(CLI::App& app, Actions& actions);
 
 /// @throws LumPalMsg::RuntimeException_t with the text, its "%1" being the name
 [[noreturn]] void Refuse(const char* text, const std::string& name);
@@ -64,6 +67,14 @@ private:
     LumPalRuntime::InstanceLock_t lock;
 };
 
+/// A time as "2026-11-21T10:00:00Z". @param seconds  since 1970
+std::string UtcTime(std::int64_t seconds);
+
+/// When a file of the key store was written, for people.
+std::string WaitsSince(const LumPalIo::File_t& file);
+
+/// The files of a part of the key store, by name. @param part  as below. @param suffix  with its dot
+std::vector<LumPalIo::File_t> StoreFiles(const char* part, const char* suffix);
 /// A file of the key store. @param part  "own", "trusted" or "requested"
 LumPalIo::File_t StoreFile(const char* part, const LumPalStr::String_t& alias, const char* suffix);
 /// An alias as it was given. @throws LumPalMsg::RuntimeException_t for one that is none

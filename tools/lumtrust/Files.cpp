@@ -1,14 +1,18 @@
 // Reading and replacing files, and telling the daemon about it.
+#include <algorithm>
+#include <array>
+#include <ctime>
 #include <iostream>
 
 #include "LumCtrl.h"
 #include "LumPalDurable.h"
+#include "LumPalFileMark.h"
 #include "LumPalRuntime.h"
 #include "LumPalWhole.h"
 #include "LumSecPki.h"
 #include "common/Arguments.h"
 #include "common/TrustReload.h"
-#include "lumtrust/Command.h"
+#include "lumtrust/Steps.h"
 
 namespace lumtrust {
 
@@ -21,7 +25,7 @@ using lumtools::Text;
 namespace {
 
 constexpr char kAsidePrefix[] = ".lumtrust";
-constexpr const char* kStoreParts[] = {"own", "trusted", "requested"};
+constexpr const char* kStoreParts[] = {"", "own", "trusted", "requested"};
 
 [[noreturn]] void CannotWrite(const File_t& file, const LumPalMsg::MessageList_t& reason) {
     throw LumPalIo::IOException_t(CreateError_t("The file '%1' cannot be written.").AddDetails(reason)
@@ -100,6 +104,30 @@ ChangeLock::ChangeLock() {
     RemoveLeftAside();
 }
 
+std::string UtcTime(std::int64_t seconds) {
+    const std::time_t time = static_cast<std::time_t>(seconds);
+    std::tm parts{};
+    gmtime_r(&time, &parts);
+    std::array<char, 64> text{};
+    return std::string(text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts));
+}
+
+std::string WaitsSince(const File_t& file) {
+    constexpr std::int64_t secondNs = 1'000'000'000;
+    const auto mark = LumPalIo::MarkOf(file, LumPalIo::Links::NotFollowed);
+    return mark ? UtcTime(mark->modified / secondNs) : "an unknown time";
+}
+
+std::vector<File_t> StoreFiles(const char* part, const char* suffix) {
+    std::vector<File_t> files;
+    const File_t folder(LumSecCore::KeyStoreDirectory() + part);
+    if (!folder.IsDirectory()) return files;
+    LumPalIo::DirLister_t lister(folder, LumPalIo::DirLister_t::Filter_t::Suffix(suffix));
+    while (lister.Next()) files.push_back(lister.GetCurrentFile());
+    std::sort(files.begin(), files.end(), [](const File_t& a, const File_t& b) { return a.GetName() < b.GetName(); });
+    return files;
+}
+
 File_t StoreFile(const char* part, const String_t& alias, const char* suffix) {
     return File_t(LumSecCore::KeyStoreDirectory() + part + File_t::Separator() + alias + suffix);
 }
@@ -123,7 +151,7 @@ void TellDaemon() {
     }
 }
 
-void TellDaemonOfKeys() {
+void RequireUsableKeys() {
     try {
         LumSecCore::NodeIdentity::Load().RequireUsable();
     } catch (const LumSecCore::KeyStoreException& e) {
@@ -132,6 +160,10 @@ void TellDaemonOfKeys() {
                           "used as they are.")
                 .AddDetails(e.GetMessageList()));
     }
+}
+
+void TellDaemonOfKeys() {
+    RequireUsableKeys();
     TellDaemon();
 }
 

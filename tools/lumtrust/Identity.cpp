@@ -1,15 +1,17 @@
-// The commands request and install: the node's own key and certificate.
+// The commands request, withdraw and install: the node's own key and certificate.
 #include <iostream>
 #include <memory>
 
 #include "LumPalConfig.h"
+#include "LumPalDurable.h"
 #include "LumPalKeys.h"
 #include "LumSecAuth.h"
 #include "LumSecPki.h"
 #include "common/Arguments.h"
 #include "common/ExitCode.h"
 #include "common/Table.h"
-#include "lumtrust/Command.h"
+#include "lumtrust/Revoked.h"
+#include "lumtrust/Steps.h"
 
 namespace lumtrust {
 
@@ -27,52 +29,70 @@ namespace {
 struct Choices {
     std::string coreId, output, certificate, key;
     std::vector<std::string> hosts;
+    bool force = false;
 };
-
-String_t CheckedCoreId(const std::string& id) {
-    const String_t checked = CheckedAlias(id);
-    if (LumSecAuth::IsReservedId(checked)) Refuse("The id '%1' has a meaning of its own and can be no node's.", id);
-    return checked;
-}
 
 std::string PathOf(const File_t& file) {
     return file.ToString().ToUtf8();
 }
 
+/// A certificate may be under way for the key that waits: without it that would be worth nothing.
+void RequireNoneWaiting(const String_t& coreId, const File_t& keyFile) {
+    if (!keyFile.Exists() && !keyFile.IsSymbolicLink()) return;
+    throw LumPalMsg::RuntimeException_t(
+        LumPalMsg::CreateError_t(
+            "A request for '%1' waits for its certificate already, since %2 (its key is '%3'): 'lumtrust install FILE' "
+            "takes the certificate in. 'lumtrust withdraw --core-id %1', or --force here, gives the key up; what is "
+            "issued for it is worth nothing then.")
+        << coreId << Text(WaitsSince(keyFile)) << keyFile.GetAbsolutePath());
+}
+
 /// The key waits beside the one in use, which serves on until the certificate is there.
 int Request(const Choices& choices) {
-    const std::string configured =
-        LumPalConfig::ConfigNamespace_t(LumPalKeys::NsSecCore).Open().GetValue(LumPalKeys::CoreIdKey).ToUtf8();
-    const String_t coreId = CheckedCoreId(choices.coreId.empty() ? configured : choices.coreId);
-    std::vector<String_t> hosts;
-    for (const std::string& host : choices.hosts) hosts.push_back(Text(host));
+    const String_t coreId = CoreIdFor(choices.coreId);
     const ChangeLock lock;
     FinishInstallation(coreId);
-    const Key key = LumSecPki::NewKey();
-    const CharArray_t request = LumSecPki::NewRequest(key, coreId, hosts);
     const File_t keyFile = StoreFile("requested", coreId, ".key");
+    if (!choices.force) RequireNoneWaiting(coreId, keyFile);
+    const Key key = LumSecPki::NewKey();
+    const CharArray_t request = RequestFor(key, coreId, choices.hosts);
+    // First, so that no key waits for what could not be written, and keeps the next request away.
+    if (!choices.output.empty()) ReplaceFile(File_t(Text(choices.output)), request, kPublicMode);
     ReplaceFile(keyFile, LumSecPki::ToPem(key), kSecretMode);
     if (choices.output.empty()) {
         std::cout << request.View() << std::flush;
     } else {
-        ReplaceFile(File_t(Text(choices.output)), request, kPublicMode);
         std::cout << "wrote the request to " << Printable(choices.output) << "; the key waits in "
                   << Printable(PathOf(keyFile)) << std::endl;
     }
     return lumtools::kDone;
 }
 
+int Withdraw(const Choices& choices) {
+    const String_t coreId = CoreIdFor(choices.coreId);
+    const ChangeLock lock;
+    FinishInstallation(coreId);
+    const File_t keyFile = StoreFile("requested", coreId, ".key");
+    if (!keyFile.Exists() && !keyFile.IsSymbolicLink()) {
+        FlushWithFolder(keyFile);
+        std::cerr << "lumtrust: no request for " << Printable("'" + coreId.ToUtf8() + "'") << " waits" << std::endl;
+        return lumtools::kNotFound;
+    }
+    LumPalIo::DeleteFile(keyFile);
+    std::cout << "withdrawn: " << Printable(coreId.ToUtf8()) << std::endl;
+    return lumtools::kDone;
+}
+
 /// The key that was given, else the one that waits for this certificate, else the one in use.
-Key FindKey(const Choices& choices, const X509Certificate& certificate, const String_t& coreId) {
-    std::vector<std::string> paths{PathOf(StoreFile("requested", coreId, ".key")),
-                                   PathOf(StoreFile("own", coreId, ".key"))};
-    if (!choices.key.empty()) paths = {choices.key};
-    for (const std::string& path : paths) {
-        if (choices.key.empty() && !File_t(Text(path)).Exists()) continue;
+Key FindKey(const Key& given, const X509Certificate& certificate, const String_t& coreId, const std::string& source) {
+    if (!given.IsNull() && LumSecPki::Match(certificate, given)) return given;
+    for (const char* part : {"requested", "own"}) {
+        const std::string path = PathOf(StoreFile(part, coreId, ".key"));
+        if (!given.IsNull() || !File_t(Text(path)).Exists()) continue;
         Key key = LumSecPki::ReadPrivateKey(ReadFile(path));
         if (LumSecPki::Match(certificate, key)) return key;
     }
-    Refuse("The certificate '%1' does not belong to the key.", choices.certificate);
+    Refuse("The certificate '%1' does not belong to the key.", source);
 }
 
 bool IsIssuedByTrusted(const X509Certificate& certificate) try {
@@ -104,15 +124,15 @@ CharArray_t TextOf(const std::vector<X509Certificate>& chain) {
 }
 
 /// @return the core id
-String_t ChangeIdentity(const Choices& choices, const std::vector<X509Certificate>& chain) {
+String_t ChangeIdentity(const std::vector<X509Certificate>& chain, const Key& given, const std::string& source) {
     const String_t coreId = CheckedCoreId(chain.front().GetSubjectCN().ToUtf8());
     const ChangeLock lock;
     FinishInstallation(coreId);
     // Both stand before the settings name them. A daemon that runs goes on with what it has until it is told.
-    const Key key = FindKey(choices, chain.front(), coreId);
+    const Key key = FindKey(given, chain.front(), coreId, source);
     const CharArray_t text = TextOf(chain);
     LumSecCore::OwnPair{std::string(text.View()), std::string(LumSecPki::ToPem(key).View())}.RequireUsable(
-        Text(choices.certificate));
+        Text(source));
     InstallPair(coreId, text, key);
     SetSettings(coreId);
     return coreId;
@@ -120,21 +140,44 @@ String_t ChangeIdentity(const Choices& choices, const std::vector<X509Certificat
 
 int Install(const Choices& choices) {
     const std::vector<X509Certificate> chain = ReadCertificates(choices.certificate);
-    const X509Certificate& certificate = chain.front();
-    certificate.CheckValidity();
-    const String_t coreId = ChangeIdentity(choices, chain);
-    std::cout << "installed: " << Printable(coreId.ToUtf8()) << ", valid until " << certificate.GetNotAfter().ToUtf8()
-              << std::endl;
-    if (!IsIssuedByTrusted(certificate)) {
-        std::cout << "Note: its issuer is not trusted here; local tools will refuse the node's own certificate until "
-                     "'lumtrust trust' says otherwise."
-                  << std::endl;
-    }
+    const Key key = choices.key.empty() ? Key() : LumSecPki::ReadPrivateKey(ReadFile(choices.key));
+    InstallIdentity(chain, key, choices.certificate);
     TellDaemonOfKeys();
     return lumtools::kDone;
 }
 
 }  // namespace
+
+String_t CheckedCoreId(const std::string& id) {
+    const String_t checked = CheckedAlias(id);
+    if (LumSecAuth::IsReservedId(checked)) Refuse("The id '%1' has a meaning of its own and can be no node's.", id);
+    return checked;
+}
+
+String_t CoreIdFor(const std::string& given) {
+    if (!given.empty()) return CheckedCoreId(given);
+    return CheckedCoreId(
+        LumPalConfig::ConfigNamespace_t(LumPalKeys::NsSecCore).Open().GetValue(LumPalKeys::CoreIdKey).ToUtf8());
+}
+
+CharArray_t RequestFor(const Key& key, const String_t& coreId, const std::vector<std::string>& hosts) {
+    std::vector<String_t> names;
+    for (const std::string& host : hosts) names.push_back(Text(host));
+    return LumSecPki::NewRequest(key, coreId, names);
+}
+
+void InstallIdentity(const std::vector<X509Certificate>& chain, const Key& key, const std::string& source) {
+    const X509Certificate& certificate = chain.front();
+    certificate.CheckValidity();
+    RequireNotRevoked(certificate);
+    const String_t coreId = ChangeIdentity(chain, key, source);
+    std::cout << "installed: " << Printable(coreId.ToUtf8()) << ", valid until " << certificate.GetNotAfter().ToUtf8()
+              << std::endl;
+    if (IsIssuedByTrusted(certificate)) return;
+    std::cout << "Note: its issuer is not trusted here; local tools will refuse the node's own certificate until "
+                 "'lumtrust trust' says otherwise."
+              << std::endl;
+}
 
 void AddIdentity(CLI::App& app, Actions& actions) {
     auto choices = std::make_shared<Choices>();
@@ -146,7 +189,11 @@ void AddIdentity(CLI::App& app, Actions& actions) {
         ->allow_extra_args(false);
     request->add_option("-o,--output", choices->output, "The file for the request (standard output)")
         ->type_name("FILE");
+    request->add_flag("--force", choices->force, "Take the place of a key that waits for its certificate");
     actions.emplace_back(request, [choices] { return Request(*choices); });
+    CLI::App* withdraw = app.add_subcommand("withdraw", "Give up a request whose key waits for its certificate");
+    withdraw->add_option("--core-id", choices->coreId, "The id that was requested (CORE_ID)")->type_name("ID");
+    actions.emplace_back(withdraw, [choices] { return Withdraw(*choices); });
     CLI::App* install = app.add_subcommand("install", "Install the node's certificate with its key");
     install->add_option("FILE", choices->certificate, "The certificate, PEM or DER")->required();
     install->add_option("--key", choices->key, "Its private key (default: the one that 'request' made)")

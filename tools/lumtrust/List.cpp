@@ -2,100 +2,19 @@
 #include <algorithm>
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 
-#include "LumPalConfig.h"
-#include "LumPalKeys.h"
-#include "LumSecPki.h"
+#include "LumSecRevoked.h"
 #include "common/ExitCode.h"
 #include "common/NodeAccess.h"
 #include "common/Table.h"
 #include "lumtrust/Command.h"
+#include "lumtrust/Entries.h"
 
 namespace lumtrust {
 
-using LumPalIo::DirLister_t;
-using LumPalIo::File_t;
-using LumSecCore::X509Certificate;
 using nlohmann::ordered_json;
 
 namespace {
-
-constexpr std::int64_t kDaySeconds = 86400;
-constexpr char kOwn[] = "own", kTrusted[] = "trusted";
-
-/// Whole days; the day on which it ends is 0, afterwards it is below that.
-std::int64_t DaysLeft(const X509Certificate& certificate) {
-    const std::int64_t seconds = LumSecPki::SecondsLeft(certificate);
-    return seconds >= 0 ? seconds / kDaySeconds : -((-seconds + kDaySeconds - 1) / kDaySeconds);
-}
-
-bool IsInTime(const X509Certificate& certificate) try {
-    return certificate.CheckValidity();
-} catch (const LumSecCore::SecCoreException&) {
-    return false;
-}
-
-bool AreSignersStrict() {
-    return LumPalConfig::ConfigNamespace_t(LumPalKeys::NsConfCore).Open().GetBool(LumPalKeys::StrictSignersKey);
-}
-
-/// For whom a trusted certificate vouches now. Signers are looked up by the common name of their authority.
-std::vector<std::string> VouchesFor(const std::string& alias, const X509Certificate& certificate, bool first) {
-    const bool inTime = IsInTime(certificate);
-    if (!certificate.MayIssue()) return inTime ? std::vector<std::string>{"itself"} : std::vector<std::string>{};
-    std::vector<std::string> whom;
-    if (inTime) whom.push_back("callers");
-    if (first && alias == certificate.GetSubjectCN().ToUtf8() && (inTime || !AreSignersStrict()))
-        whom.push_back("signers");
-    return whom;
-}
-
-ordered_json EntryOf(const std::string& kind, const std::string& alias, const X509Certificate& certificate) {
-    return {{"alias", alias},
-            {"kind", kind},
-            {"subject", certificate.GetSubjectCN().ToUtf8()},
-            {"issuer", certificate.GetIssuerCN().ToUtf8()},
-            {"not_after", certificate.GetNotAfter().ToUtf8()},
-            {"days_left", DaysLeft(certificate)}};
-}
-
-/// Of a file of trusted certificates each one counts for callers; behind the node's own stands only its chain.
-std::vector<ordered_json> Entries(const std::string& kind, const File_t& file) {
-    const std::string name = file.GetName().ToUtf8(), alias = name.substr(0, name.size() - 4);
-    try {
-        std::vector<ordered_json> entries;
-        for (const X509Certificate& certificate : ReadCertificates(file.ToString().ToUtf8())) {
-            if (!entries.empty() && kind != kTrusted) break;
-            const bool first = entries.empty();
-            entries.push_back(EntryOf(kind, alias, certificate));
-            if (kind == kTrusted) entries.back()["vouches_for"] = VouchesFor(alias, certificate, first);
-        }
-        return entries;
-    } catch (const LumPalMsg::Exception_t& e) {
-        const std::string why = e.GetMessageList().Format(LumPalMsg::BareText).ToUtf8();
-        return {{{"alias", alias}, {"kind", kind}, {"broken", why}}};
-    }
-}
-
-void Collect(const std::string& kind, ordered_json& entries) {
-    const File_t folder(LumSecCore::KeyStoreDirectory() + LumPalStr::String_t::FromUtf8(kind));
-    if (!folder.IsDirectory()) return;
-    std::vector<File_t> files;
-    DirLister_t lister(folder, DirLister_t::Filter_t::Suffix(".pem"));
-    while (lister.Next()) files.push_back(lister.GetCurrentFile());
-    std::sort(files.begin(), files.end(), [](const File_t& a, const File_t& b) { return a.GetName() < b.GetName(); });
-    for (const File_t& file : files) {
-        for (ordered_json& entry : Entries(kind, file)) entries.push_back(std::move(entry));
-    }
-}
-
-std::string Vouched(const ordered_json& entry) {
-    if (!entry.contains("vouches_for")) return "";
-    std::string whom;
-    for (const std::string word : entry["vouches_for"]) whom += (whom.empty() ? "" : ", ") + word;
-    return whom.empty() ? "nobody" : whom;
-}
 
 void PrintTable(const ordered_json& entries) {
     lumtools::Table table({"KIND", "ALIAS", "SUBJECT", "ISSUER", "VALID UNTIL", "DAYS LEFT", "VOUCHES FOR"});
@@ -105,7 +24,7 @@ void PrintTable(const ordered_json& entries) {
             continue;
         }
         table.Add({entry["kind"], entry["alias"], entry["subject"], entry["issuer"], entry["not_after"],
-                   std::to_string(entry["days_left"].get<std::int64_t>()), Vouched(entry)});
+                   std::to_string(entry["days_left"].get<std::int64_t>()), VouchesFor(entry)});
     }
     table.Print(std::cout, lumtools::TableLayout::ForOutput());
 }
@@ -113,12 +32,15 @@ void PrintTable(const ordered_json& entries) {
 int List(bool json) {
     lumtools::RequireOpenNode();
     ordered_json entries = ordered_json::array();
-    for (const char* kind : {kOwn, kTrusted}) Collect(kind, entries);
+    for (const char* part : {kOwnPart, kTrustedPart}) {
+        for (ordered_json& entry : EntriesOf(part)) entries.push_back(std::move(entry));
+    }
     if (json) {
         std::cout << ordered_json{{"certificates", entries}}.dump() << std::endl;
     } else {
         PrintTable(entries);
     }
+    LumSecCore::RevocationList::Load();  // what is wrong with it is told
     const bool broken = std::any_of(entries.begin(), entries.end(), [](const auto& e) { return e.contains("broken"); });
     return broken ? lumtools::kFailed : lumtools::kDone;
 }

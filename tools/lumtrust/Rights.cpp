@@ -10,6 +10,7 @@
 #include "common/NodeAccess.h"
 #include "common/Table.h"
 #include "lumtrust/Command.h"
+#include "lumtrust/Revoked.h"
 #include "lumtrust/RightsFile.h"
 
 namespace lumtrust {
@@ -24,7 +25,8 @@ constexpr char kRights[] = "install, remove, enable, disable, list, modify, conf
 struct Choices {
     std::string sender;
     std::vector<std::string> rights;
-    bool json = false;
+    CertificateChoice certificate;
+    bool json = false, force = false;
 };
 
 unsigned BitsOf(const std::vector<std::string>& words) {
@@ -75,7 +77,18 @@ int Grant(const Choices& choices) {
     return ChangeAndTell(choices.sender, BitsOf(choices.rights), 0);
 }
 
+/// A sender who holds rights goes before a certificate that is called like him.
+bool IsCertificateMeant(const Choices& choices) {
+    return choices.rights.empty() && LooksLikeCertificate(choices.sender) &&
+           !RightsFile().Get().contains(choices.sender);
+}
+
 int Revoke(const Choices& choices) {
+    const bool isNamed = choices.certificate.IsGiven();
+    if (isNamed == !choices.sender.empty())
+        throw CLI::ValidationError("either a sender, or a certificate is to be named");
+    if (isNamed) return RevokeCertificate(choices.certificate, choices.force);
+    if (IsCertificateMeant(choices)) return RevokeCertificate({choices.sender, "", ""}, choices.force);
     return ChangeAndTell(choices.sender, 0, choices.rights.empty() ? ~0u : BitsOf(choices.rights));
 }
 
@@ -110,9 +123,18 @@ void AddRights(CLI::App& app, Actions& actions) {
     const std::string named = std::string("A right, by its number or its name: ") + kRights + ".";
     grant->add_option("RIGHT", choices->rights, named)->required();
     actions.emplace_back(grant, [choices] { return Grant(*choices); });
-    CLI::App* revoke = app.add_subcommand("revoke", "Take rights from a sender; all of them when none is named");
-    revoke->add_option("SENDER", choices->sender, "The common name of the sender's certificate")->required();
+    CLI::App* revoke = app.add_subcommand(
+        "revoke", "Take rights from a sender, all when none is named; or let nobody in with a certificate");
+    revoke->add_option(
+        "SENDER", choices->sender,
+        "The common name of the sender's certificate; or the file or SHA-256 fingerprint of a certificate "
+        "that is revoked itself");
     revoke->add_option("RIGHT", choices->rights, named);
+    revoke
+        ->add_option("--certificate", choices->certificate.what, "Revoke this certificate, whatever it is called like")
+        ->type_name("FILE|FINGERPRINT");
+    AddSerialAndIssuer(*revoke, choices->certificate);
+    revoke->add_flag("--force", choices->force, "Also a certificate without which this node is let in nowhere");
     actions.emplace_back(revoke, [choices] { return Revoke(*choices); });
     CLI::App* rights = app.add_subcommand("rights", "List who holds which rights on this node");
     rights->add_flag("--json", choices->json, "Print one JSON object");

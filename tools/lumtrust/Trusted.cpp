@@ -8,6 +8,8 @@
 #include "common/ExitCode.h"
 #include "common/Table.h"
 #include "lumtrust/Command.h"
+#include "lumtrust/Revoked.h"
+#include "lumtrust/Steps.h"
 
 namespace lumtrust {
 
@@ -37,19 +39,7 @@ void Keep(const LumPalStr::String_t& alias, const LumPalArray::CharArray_t& pem,
 int Trust(const Choices& choices) {
     const std::vector<X509Certificate> certificates = ReadCertificates(choices.file);
     if (certificates.size() > 1) Refuse("'%1' holds more than one certificate; trust each by itself.", choices.file);
-    const X509Certificate& certificate = certificates.front();
-    certificate.CheckValidity();
-    const std::string name = certificate.GetSubjectCN().ToUtf8();
-    const LumPalStr::String_t alias = CheckedAlias(choices.alias.empty() ? name : choices.alias);
-    Keep(alias, LumSecPki::ToPem(certificate), choices.replace);
-    std::cout << "trusted: " << Printable(alias.ToUtf8() + " (" + name) << ", valid until "
-              << certificate.GetNotAfter().ToUtf8() << ")" << std::endl;
-    if (!certificate.MayIssue()) {
-        std::cout << "Note: it is no authority: it vouches for itself alone." << std::endl;
-    } else if (alias.ToUtf8() != name) {
-        std::cout << "Note: signers of policies that it issues are looked up as " << Printable("'" + name + "'")
-                  << ", not under this alias." << std::endl;
-    }
+    TrustCertificate(certificates.front(), choices.alias, choices.replace);
     TellDaemonOfKeys();
     return lumtools::kDone;
 }
@@ -70,6 +60,22 @@ int Untrust(const Choices& choices) {
 }
 
 }  // namespace
+
+void TrustCertificate(const X509Certificate& certificate, const std::string& givenAlias, bool replace) {
+    certificate.CheckValidity();
+    RequireNotRevoked(certificate);
+    const std::string name = certificate.GetSubjectCN().ToUtf8();
+    const LumPalStr::String_t alias = CheckedAlias(givenAlias.empty() ? name : givenAlias);
+    Keep(alias, LumSecPki::ToPem(certificate), replace);
+    std::cout << "trusted: " << Printable(alias.ToUtf8() + " (" + name) << ", valid until "
+              << certificate.GetNotAfter().ToUtf8() << ")" << std::endl;
+    if (!certificate.MayIssue()) {
+        std::cout << "Note: it is no authority: it vouches for itself alone." << std::endl;
+    } else if (alias.ToUtf8() != name) {
+        std::cout << "Note: signers of policies that it issues are looked up as " << Printable("'" + name + "'")
+                  << ", not under this alias." << std::endl;
+    }
+}
 
 void AddTrusted(CLI::App& app, Actions& actions) {
     auto choices = std::make_shared<Choices>();

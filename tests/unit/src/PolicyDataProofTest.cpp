@@ -5,6 +5,7 @@
 #include "Exceptions.h"
 #include "Faults.h"
 #include "SignedPolicy.h"
+#include "TestRevocations.h"
 #include "TraceLines.h"
 
 namespace LumConf {
@@ -236,6 +237,25 @@ protected:
              {33, 26},
              "could not be validated with the issuer CA name 'authority'.",
              certificate(Base64Of(authority.IssueBy("SHA1", "signer")))},
+            {"signer revoked",
+             "certificate, trust",
+             {33, 26, 0},
+             "The certificate of 'signer' (serial number",
+             [this] {
+                 const TestIdentity signer = authority.Issue("signer", "");
+                 Replace("certificate", Base64Of(signer));
+                 Revoke({signer.certificate});
+             }},
+            {"authority revoked",
+             "trust",
+             {33, 26, 0},
+             "of 'CN=authority') is revoked on this node.",
+             [this] { Revoke({authority.Certificate()}); }},
+            {"list of revoked certificates broken",
+             "trust",
+             {32, 0},
+             "revoked.list' is broken in line 1: it is cut off.",
+             [] { WriteKeyStore("revoked.list", "end"); }},
             {"a key that cannot verify",
              "certificate",
              {33, 28, 0},

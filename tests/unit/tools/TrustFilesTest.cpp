@@ -13,6 +13,7 @@
 #include "LumSecPki.h"
 #include "TempRoot.h"
 #include "TestPki.h"
+#include "TestRevocations.h"
 #include "common/Program.h"
 #include "lumtrust/Command.h"
 #include "lumtrust/RightsFile.h"
@@ -57,14 +58,21 @@ const Change kChanges[] = {
          lumtrust::InstallPair("node-1", Bytes(Identity().certificate),
                                LumSecPki::ReadPrivateKey(Bytes(Identity().key)));
      }},
+    {"a certificate is revoked",
+     [] { lumtrust::ReplaceFile(LumSecCore::RevocationList::Path(), Bytes("end 0\n"), 0644); }},
 };
 
 /// Runs a command as lumtrust's main function does, its words without the program's name. @return its exit code, or 1
 int Run(const std::vector<std::string>& words) {
     std::vector<const char*> arguments{"lumtrust"};
     for (const std::string& word : words) arguments.push_back(word.c_str());
-    const lumtools::Program program{"lumtrust", "", "",
-                                    nullptr,    "", {lumtrust::AddIdentity, lumtrust::AddTrusted, lumtrust::AddRights}};
+    const lumtools::Program program{
+        "lumtrust",
+        "",
+        "",
+        nullptr,
+        "",
+        {lumtrust::AddIdentity, lumtrust::AddTrusted, lumtrust::AddRights, lumtrust::AddRevoked, lumtrust::AddEnroll}};
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
     const int code =
@@ -88,6 +96,12 @@ void Prepare(const TempRoot& root) {
     WriteText(root.Native() + "/node.pem", Identity().certificate);
     WriteText(root.Native() + "/node.key", Identity().key);
     InstallTrust("old", authority.Certificate());
+    WriteKeyStore("requested/node-2.key", "waits");
+    static const std::string leaf = authority.Issue("leaf", "").certificate,
+                             revoked = authority.Issue("revoked", "").certificate;
+    WriteText(root.Native() + "/leaf.pem", leaf);
+    WriteText(root.Native() + "/revoked.pem", revoked);
+    Revoke({revoked});
 }
 
 /// The words of a command with its files in the root.
@@ -137,8 +151,14 @@ TEST(TrustFiles, AFlushThatFailsIsAFailureOfTheCommandAlsoWhenThereIsNothingToDo
         {{"revoke", "nobody"}, 3, 3, 0, 0},
         {{"trust", "FILE/ca.pem"}, 0, 0, 2, 2},
         {{"untrust", "old"}, 0, 4, 1, 1},
-        {{"request", "--core-id", "node-1"}, 0, 0, 2, 2},
-        {{"request", "--core-id", "node-1", "-o", "FILE/node.csr"}, 0, 0, 4, 4},
+        {{"request", "--core-id", "node-1"}, 0, 1, 2, 0},
+        {{"request", "--core-id", "node-1", "--force"}, 0, 0, 2, 2},
+        {{"request", "--core-id", "node-1", "-o", "FILE/node.csr", "--force"}, 0, 0, 4, 4},
+        {{"withdraw", "--core-id", "node-2"}, 0, 4, 1, 1},
+        {{"revoke", "FILE/leaf.pem"}, 0, 3, 2, 2},
+        {{"reinstate", "FILE/leaf.pem"}, 4, 4, 2, 2},
+        {{"reinstate", "FILE/revoked.pem"}, 0, 4, 2, 2},
+        {{"enroll", "FILE/authority", "--core-id", "node-1"}, 0, 0, 15, 8},
         {{"install", "FILE/node.pem", "--key", "FILE/node.key"}, 0, 0, 9, 6},
     };
     Identity();
@@ -159,8 +179,13 @@ TEST(TrustFiles, BeforeACommandSaysThatItIsDoneAllOfItIsFlushed) {
         {"trust", "FILE/ca.pem", "--alias", "other"},
         {"untrust", "old"},
         {"request", "--core-id", "node-1"},
-        {"request", "--core-id", "node-1", "-o", "FILE/node.csr"},
+        {"request", "--core-id", "node-1", "-o", "FILE/node.csr", "--force"},
+        {"withdraw", "--core-id", "node-1"},
         {"install", "FILE/node.pem", "--key", "FILE/node.key"},
+        {"revoke", "FILE/leaf.pem"},
+        {"revoke", "FILE/node.pem", "--force"},
+        {"reinstate", "FILE/node.pem"},
+        {"enroll", "FILE/authority", "--core-id", "node-1", "--force"},
     };
     const TempRoot root(kFastFolder);
     Prepare(root);
@@ -220,7 +245,8 @@ TEST(TrustFiles, TheNextFileInAFolderThatIsNotTheNodesTakesAwayWhatWasLeftThere)
 
 TEST(TrustFiles, WhatHasASimilarNameIsSomebodyElsesAndStays) {
     const TempRoot root;
-    const Paths folders{"etc/", "etc/keystore/own/", "etc/keystore/trusted/", "etc/keystore/requested/"};
+    const Paths folders{"etc/", "etc/keystore/", "etc/keystore/own/", "etc/keystore/trusted/",
+                        "etc/keystore/requested/"};
     const Paths foreign{".lumtrust", ".lumtrust.conf", ".lumtrustabcde", ".lumtrustabcdefg", "lumtrustabcdef"};
     for (const std::string& folder : folders) {
         WriteText(root.Native() + "/" + folder + ".lumtrustaB3dE6", "left");

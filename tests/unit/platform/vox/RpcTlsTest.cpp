@@ -6,6 +6,7 @@
 #include "LumVoxRpc.h"
 #include "TempRoot.h"
 #include "TestPki.h"
+#include "TestRevocations.h"
 
 using namespace LumVoxRpc;
 using namespace LumVoxSoap;
@@ -132,6 +133,33 @@ TEST_P(RpcTlsOfNoAuthority, ANodeIsRefusedUnlessItsOwnCertificateIsTrusted) {
 }
 
 INSTANTIATE_TEST_SUITE_P(EachKind, RpcTlsOfNoAuthority, testing::ValuesIn(kNoAuthorities));
+
+TEST_F(RpcTlsTest, ANodeWhoseCertificateIsRevokedIsRefusedAlsoOverAConnectionThatWasKept) {
+    const TestIdentity node1 = authority.Issue("node-1", kNames);
+    Serve(node1);
+    InstallTrust("authority", authority.Certificate());
+    EXPECT_EQ(Who(), "");
+    Revoke({authority.Issue("node-1", kNames).certificate});
+    EXPECT_EQ(Who(), "");
+    Revoke({node1.certificate});
+    EXPECT_TRUE(Has(FailureOf(), "the certificate of the host was refused: certificate revoked")) << FailureOf();
+    Revoke({});
+    EXPECT_EQ(Who(), "");
+    Revoke({authority.Certificate()});
+    EXPECT_TRUE(Has(FailureOf(), "the certificate of the host was refused: certificate revoked")) << FailureOf();
+}
+
+TEST_F(RpcTlsTest, NobodyIsCalledWhileNobodyCanTellWhoIsRevoked) {
+    Serve(authority.Issue("node-1", kNames));
+    InstallTrust("authority", authority.Certificate());
+    WriteKeyStore("revoked.list", "end 1\n");
+    try {
+        Who();
+        ADD_FAILURE() << "was answered";
+    } catch (const LumSecCore::KeyStoreException& e) {
+        EXPECT_TRUE(Has(e.what(), "revoked.list' is broken in line 1: the number of lines is another.")) << e.what();
+    }
+}
 
 TEST_F(RpcTlsTest, ANodeWhoseCertificateHasEndedIsRefused) {
     Serve(authority.Issue("node-1", kNames, -1));

@@ -1,0 +1,108 @@
+#include "lumevents/Listener.h"
+
+#include <algorithm>
+#include <iostream>
+#include <memory>
+
+#include "LumCtrl.h"
+#include "LumPalDaemon.h"
+#include "LumPalIo.h"
+
+namespace lumevents {
+
+using LumPalStr::String_t;
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+namespace {
+
+/// How soon an end that was asked for is seen.
+constexpr std::uint32_t kWaitMs = 100;
+constexpr milliseconds kFirstPause(50), kLongestPause(1000);
+
+class Listener {
+public:
+    Listener(const ListenOptions& options, const Take& take) : options(options), take(take) {
+        for (const std::string& event : options.events) events.push_back(String_t::FromUtf8(event));
+    }
+
+    bool Run() {
+        if (!Register(options.patience, "")) return true;
+        if (!options.quiet) std::cerr << "registered" << std::endl;
+        while (!IsDone()) {
+            try {
+                if (!HandleNext()) return false;
+            } catch (const LumPalIo::IOException_t& gone) {
+                if (IsDone() || !ComeBack(gone)) return true;
+            }
+        }
+        return true;
+    }
+
+private:
+    bool IsDone() const { return LumPalRuntime::IsStopping() || (options.count > 0 && handled >= options.count); }
+
+    bool HandleNext() {
+        String_t event, value;
+        if (!component->Next(event, value, kWaitMs)) return true;
+        // What nobody could read is not acknowledged.
+        if (!take(event, value)) return false;
+        ++handled;
+        component->Acknowledge();
+        return true;
+    }
+
+    /// @return false when the process is stopping
+    bool ComeBack(const LumPalIo::IOException_t& gone) {
+        component.reset();
+        std::cerr << "lumevents: " << gone.what() << " Waiting for it." << std::endl;
+        if (!Register(options.patience.value_or(std::chrono::hours(24 * 365 * 100)), gone.what())) return false;
+        std::cerr << "lumevents: registered again; events in between were missed" << std::endl;
+        return true;
+    }
+
+    /// Tries as long as that is allowed. @param said  the reason that was told last
+    /// @return false when the process is stopping
+    bool Register(std::optional<std::chrono::seconds> patience, std::string said) {
+        const Clock::time_point end = Clock::now() + patience.value_or(std::chrono::seconds(0));
+        milliseconds pause = kFirstPause;
+        while (!LumPalRuntime::IsStopping()) {
+            try {
+                component = std::make_unique<LumCtrl::Component>(String_t::FromUtf8(options.name), events.data(),
+                                                                 static_cast<int>(events.size()));
+                return true;
+            } catch (const LumPalIo::FileNotFoundException_t&) {
+                if (Clock::now() >= end) throw;  // no service: that is what is waited for
+            } catch (const LumPalIo::IOException_t& e) {
+                if (Clock::now() >= end) throw;
+                Say(e, said);
+            }
+            const auto left = std::chrono::ceil<milliseconds>(end - Clock::now());
+            LumPalRuntime::WaitForStopping(
+                static_cast<std::uint32_t>(std::clamp(left, milliseconds(1), pause).count()));
+            pause = std::min(2 * pause, kLongestPause);
+        }
+        return false;
+    }
+
+    /// A reason, such as a name that somebody else has taken; the same one once.
+    static void Say(const LumPalIo::IOException_t& reason, std::string& said) {
+        if (said == reason.what()) return;
+        said = reason.what();
+        std::cerr << "lumevents: " << said << std::endl;
+    }
+
+    const ListenOptions& options;
+    const Take& take;
+    std::vector<String_t> events;
+    std::uint64_t handled = 0;
+    std::unique_ptr<LumCtrl::Component> component;
+};
+
+}  // namespace
+
+bool Listen(const ListenOptions& options, const Take& take) {
+    return Listener(options, take).Run();
+}
+
+}  // namespace lumevents
