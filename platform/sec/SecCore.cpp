@@ -58,6 +58,12 @@ std::vector<String_t> TrustedFiles() {
 }
 
 void RequireAlias(const String_t& coreId) {
+    if (coreId.IsEmpty()) {
+        throw KeyStoreException(
+            LumPalMsg::CreateError_t("A certificate is said to be installed, but the node has no id: CORE_ID in "
+                                     "'sec.core' is empty.")
+                .AddDetails(LumPalMsg::CreateInfo_t("'lumtrust install' installs a certificate and sets the id.")));
+    }
     if (!IsAlias(coreId))
         throw KeyStoreException(
             LumPalMsg::CreateError_t(

@@ -5,6 +5,7 @@
 #include <openssl/x509.h>
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <utility>
@@ -29,11 +30,28 @@ constexpr std::size_t kLongestId = 255;
 constexpr const char* kCiphers = "ECDHE+AESGCM:ECDHE+CHACHA20:!aNULL";
 constexpr unsigned char kSessionContext[] = "lum";
 
+struct Reason {
+    int number;
+    const char* words;
+};
+
+/// Of the TLS library, when it does not take a certificate or a key.
+constexpr Reason kReasons[] = {
+    {SSL_R_EE_KEY_TOO_SMALL, "its key is too short"},
+    {SSL_R_CA_KEY_TOO_SMALL, "the key of its issuer is too short"},
+    {SSL_R_CA_MD_TOO_WEAK, "it is signed with a digest that is too weak"},
+};
+
 String_t LastReason() {
+    const unsigned long failure = ERR_peek_last_error();
     char text[256] = "";
-    ERR_error_string_n(ERR_peek_last_error(), text, sizeof text);
+    ERR_error_string_n(failure, text, sizeof text);
     ERR_clear_error();
-    return String_t::FromUtf8(text);
+    const auto row = std::find_if(std::begin(kReasons), std::end(kReasons), [failure](const Reason& known) {
+        return ERR_GET_LIB(failure) == ERR_LIB_SSL && ERR_GET_REASON(failure) == known.number;
+    });
+    const std::string words = row == std::end(kReasons) ? "the TLS library refuses it" : row->words;
+    return String_t::FromUtf8(words + " (" + text + ")");
 }
 
 void Require(bool success, const char* what, const String_t& path) {

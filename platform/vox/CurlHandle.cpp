@@ -1,16 +1,21 @@
 #include "CurlHandle.h"
 
 #include <curl/curl.h>
+#include <openssl/err.h>
 #include <openssl/ssl.h>
-#include <openssl/x509v3.h>
 
 #include <memory>
 #include <new>
 #include <type_traits>
+#include <vector>
 
 #include "../pal/SystemError.h"
+#include "CallFailure.h"
+#include "Crypto.h"
+#include "HostNames.h"
 #include "LumPalDaemon.h"
 #include "LumPalNet.h"
+#include "LumSecPki.h"
 #include "LumVoxSoap.h"
 #include "TlsIdentity.h"
 #include "Vouching.h"
@@ -21,6 +26,7 @@ namespace {
 using LumPalStr::String_t;
 
 constexpr int kStartsOver = 2;
+constexpr long kProbeMs = 2000;
 
 /// The library's own set-up, once for the process.
 CURL* NewHandle() {
@@ -74,25 +80,44 @@ void AddHeaders(List& headers) {
     headers.Add("Expect:");
 }
 
+/// Where a context keeps the handle that made it.
+int HandlePlace() {
+    static const int place = SSL_CTX_get_ex_new_index(0, nullptr, nullptr, nullptr, nullptr);
+    return place;
+}
+
 CURLcode SetContext(CURL* curl, void* context, void* handle) {
     return static_cast<CURLcode>(HttpClient::Handle::PrepareContext(curl, context, handle));
 }
 
-/// Whether it lists names of hosts, which the library then holds against the address. Without a list it would take the
-/// common name for one, but that is the id of a sender.
-bool NamesHosts(const X509* certificate) {
-    const std::unique_ptr<GENERAL_NAMES, decltype(&GENERAL_NAMES_free)> names(
-        static_cast<GENERAL_NAMES*>(X509_get_ext_d2i(certificate, NID_subject_alt_name, nullptr, nullptr)),
-        GENERAL_NAMES_free);
-    for (int i = 0; names && i < sk_GENERAL_NAME_num(names.get()); ++i) {
-        const int kind = sk_GENERAL_NAME_value(names.get(), i)->type;
-        if (kind == GEN_DNS || kind == GEN_IPADD) return true;
-    }
-    return false;
+LumSecCore::X509Certificate Shared(X509* certificate) {
+    if (!certificate || X509_up_ref(certificate) != 1) return {};
+    return LumSecCore::MakeCertificate(LumSecCore::CryptoPtr<X509>(certificate));
 }
 
-const char* Opening(bool connected) {
-    return connected ? "The connection to host '%1' port %2 failed: %3" : "Cannot connect to host '%1' port %2: %3";
+constexpr std::size_t kMostNamesTold = 8;
+
+std::string Joined(const std::vector<std::string>& names) {
+    std::string text;
+    for (std::size_t i = 0; i < names.size() && i < kMostNamesTold; ++i)
+        text += (i == 0 ? "'" : ", '") + names[i] + "'";
+    return names.size() > kMostNamesTold ? text + " and others" : text;
+}
+
+/// Of a peer who speaks no TLS at all.
+bool IsNoTls(unsigned long failure) {
+    const int reason = ERR_GET_REASON(failure);
+    return ERR_GET_LIB(failure) == ERR_LIB_SSL &&
+           (reason == SSL_R_WRONG_VERSION_NUMBER || reason == SSL_R_PACKET_LENGTH_TOO_LONG ||
+            reason == SSL_R_BAD_RECORD_TYPE || reason == SSL_R_HTTP_REQUEST);
+}
+
+[[noreturn]] void RaiseFailure(bool connected, const HttpTarget& target, const Explanation& why) {
+    LumPalMsg::CreateError_t message(connected ? "The connection to host '%1' port %2 failed: %3."
+                                               : "Cannot connect to host '%1' port %2: %3.");
+    message << String_t::FromUtf8(target.host) << target.port << String_t::FromUtf8(why.cause);
+    if (!why.advice.empty()) message.AddDetails(LumPalMsg::CreateInfo_t(String_t::FromUtf8(why.advice)));
+    throw LumPalNet::ConnectException_t(message);
 }
 
 }  // namespace
@@ -115,7 +140,7 @@ HttpAnswer HttpClient::Handle::Post(const HttpTarget& target, const ClientIdenti
     }
     if (code != CURLE_OK) {
         proof.Forget();
-        Fail(code, target, limits);
+        Fail(code, target, identity, limits);
     }
     long status = 0;
     curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
@@ -160,7 +185,8 @@ void HttpClient::Handle::SetUp(const HttpTarget& target, const ClientLimits& lim
     bytesMoved = 0;
     tooLong = false;
     error[0] = '\0';
-    refusal.clear();
+    refused = LumSecCore::X509Certificate();
+    seen = SeenFailure();
     Set(curl, CURLOPT_URL, UrlOf(target).c_str());
     Set(curl, CURLOPT_PROTOCOLS_STR, target.tls ? "https" : "http");
     Set(curl, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
@@ -184,9 +210,7 @@ void HttpClient::Handle::SetUp(const HttpTarget& target, const ClientLimits& lim
 
 void HttpClient::Handle::SetUpTls(const HttpTarget& target, const ClientIdentity& identity) {
     if (identity.trusted.find("-----BEGIN") == std::string::npos) {
-        throw LumPalNet::ConnectException_t(LumPalMsg::CreateError_t(Opening(false))
-                                            << String_t::FromUtf8(target.host) << target.port
-                                            << "no trusted certificate is installed on this node.");
+        RaiseFailure(false, target, {"no trusted certificate is installed on this node", kTrustAdvice});
     }
     // Nothing but the node's own trust counts, whatever the host system trusts.
     SetBlob(curl, CURLOPT_CAINFO_BLOB, identity.trusted);
@@ -215,30 +239,48 @@ int HttpClient::Handle::PrepareContext(void*, void* context, void* self) try {
     auto* const tls = static_cast<SSL_CTX*>(context);
     LumSecCore::LetOnlyAuthoritiesVouch(SSL_CTX_get_cert_store(tls), static_cast<Handle*>(self)->revoked);
     SSL_CTX_set_cert_verify_callback(tls, &VerifyPeer, self);
+    if (SSL_CTX_set_ex_data(tls, HandlePlace(), self) != 1) return CURLE_OUT_OF_MEMORY;
+    SSL_CTX_set_info_callback(tls, &SeeTls);
     return CURLE_OK;
 } catch (const std::bad_alloc&) {
     return CURLE_OUT_OF_MEMORY;
 }
 
-int HttpClient::Handle::VerifyPeer(x509_store_ctx_st* context, void* self) {
+int HttpClient::Handle::VerifyPeer(x509_store_ctx_st* context, void* self) try {
     auto& handle = *static_cast<Handle*>(self);
+    X509* const certificate = X509_STORE_CTX_get0_cert(context);
     if (LumSecCore::VerifyChain(context) != 1) {
-        handle.refusal = "the certificate of the host was refused: ";
-        handle.refusal += X509_verify_cert_error_string(X509_STORE_CTX_get_error(context));
+        X509* const refused = X509_STORE_CTX_get_current_cert(context);
+        handle.seen.verdict = X509_STORE_CTX_get_error(context);
+        handle.refused = Shared(refused ? refused : certificate);
         return 0;
     }
-    if (!NamesHosts(X509_STORE_CTX_get0_cert(context))) {
-        handle.refusal = "the certificate of the host was refused: it names no host";
-        X509_STORE_CTX_set_error(context, X509_V_ERR_APPLICATION_VERIFICATION);
-        return 0;
-    }
+    const std::vector<std::string> names = LumSecCore::HostNames(certificate);
+    handle.seen.hostNames = Joined(names);
+    // Without any the library would take the common name for one, but that is the id of a sender.
+    if (names.empty()) return handle.RefusePeer(context, "the certificate of the host was refused: it names no host");
     if (handle.targetId.empty()) return 1;
     std::string noName;
-    const std::string peer = LumSecCore::SenderId(X509_STORE_CTX_get0_cert(context), noName);
+    const std::string peer = LumSecCore::SenderId(certificate, noName);
     if (peer == handle.targetId) return 1;
-    handle.refusal = "the node there is not '" + handle.targetId + "' but '" + (peer.empty() ? noName : peer) + "'";
+    return handle.RefusePeer(
+        context, "the node there is not '" + handle.targetId + "' but '" + (peer.empty() ? noName : peer) + "'");
+} catch (const std::bad_alloc&) {
+    X509_STORE_CTX_set_error(context, X509_V_ERR_OUT_OF_MEM);
+    return 0;
+}
+
+int HttpClient::Handle::RefusePeer(x509_store_ctx_st* context, const std::string& reason) {
+    seen.refusal = reason;
     X509_STORE_CTX_set_error(context, X509_V_ERR_APPLICATION_VERIFICATION);
     return 0;
+}
+
+void HttpClient::Handle::SeeTls(const ssl_st* connection, int where, int value) {
+    auto& handle = *static_cast<Handle*>(SSL_CTX_get_ex_data(SSL_get_SSL_CTX(connection), HandlePlace()));
+    if (where == SSL_CB_READ_ALERT) handle.seen.alert = value & 0xFF;
+    const bool hasFailed = (where & SSL_CB_EXIT) != 0 && value <= 0;
+    if (hasFailed && IsNoTls(ERR_peek_error())) handle.seen.isOther = true;
 }
 
 std::size_t HttpClient::Handle::Collect(char* bytes, std::size_t size, std::size_t count, void* self) try {
@@ -258,7 +300,7 @@ std::size_t HttpClient::Handle::SeeHeader(char* bytes, std::size_t size, std::si
     auto& handle = *static_cast<Handle*>(self);
     const std::size_t length = size * count;
     if (handle.proof.Take({bytes, length})) return length;
-    handle.refusal = "what answers there does not know this node's local secret; nothing was sent";
+    handle.seen.refusal = "what answers there does not know this node's local secret; nothing was sent";
     return 0;
 } catch (const std::bad_alloc&) {
     return 0;
@@ -279,38 +321,63 @@ int HttpClient::Handle::Progress(void* self, std::int64_t, std::int64_t received
     return now - handle.lastMoved < handle.longestIdle && !LumPalRuntime::IsStopping() ? 0 : 1;
 }
 
-std::string HttpClient::Handle::Reason(int code, const ClientLimits& limits) const {
-    long number = 0;
-    curl_easy_getinfo(curl, CURLINFO_OS_ERRNO, &number);
-    std::int64_t requestBegun = 0;
-    curl_easy_getinfo(curl, CURLINFO_PRETRANSFER_TIME_T, &requestBegun);
-    const bool connected = requestBegun > 0;
-    if (!refusal.empty()) return refusal;
-    switch (code) {
-        case CURLE_COULDNT_RESOLVE_HOST:
-            return "the host name cannot be resolved";
-        case CURLE_COULDNT_CONNECT:
-            if (number != 0) return LumPalIo::SystemErrorText(static_cast<int>(number)).ToUtf8();
-            break;
-        case CURLE_OPERATION_TIMEDOUT:
-            if (limits.callSeconds > 0 && (connected || limits.callSeconds <= limits.connectSeconds)) {
-                return "no answer within " + std::to_string(limits.callSeconds) + " seconds";
-            }
-            return "no connection within " + std::to_string(limits.connectSeconds) + " seconds";
-        case CURLE_ABORTED_BY_CALLBACK:
-            if (LumPalRuntime::IsStopping()) return "this program ends";
-            return "no answer within " + std::to_string(limits.idleSeconds) + " seconds";
-        case CURLE_PEER_FAILED_VERIFICATION:
-            return std::string("the certificate of the host was refused: ") + error;
-        case CURLE_GOT_NOTHING:
-            return "the connection was closed without an answer";
-        default:
-            break;
-    }
-    return error[0] ? error : curl_easy_strerror(static_cast<CURLcode>(code));
+/// Another handle, so that nothing of the call's own is touched. Not a byte of a request is sent.
+bool HttpClient::Handle::SpeaksTls(const HttpTarget& target) {
+    const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> probe(NewHandle(), curl_easy_cleanup);
+    HttpTarget there = target;
+    there.tls = true;
+    Set(probe.get(), CURLOPT_URL, UrlOf(there).c_str());
+    Set(probe.get(), CURLOPT_PROTOCOLS_STR, "https");
+    Set(probe.get(), CURLOPT_NOSIGNAL, 1L);
+    Set(probe.get(), CURLOPT_NOPROXY, "*");
+    Set(probe.get(), CURLOPT_CONNECT_ONLY, 1L);
+    Set(probe.get(), CURLOPT_SSL_VERIFYPEER, 0L);
+    Set(probe.get(), CURLOPT_SSL_VERIFYHOST, 0L);
+    Set(probe.get(), CURLOPT_TIMEOUT_MS, kProbeMs);
+    return curl_easy_perform(probe.get()) == CURLE_OK;
 }
 
-void HttpClient::Handle::Fail(int code, const HttpTarget& target, const ClientLimits& limits) const {
+void HttpClient::Handle::SeeTime(const ClientLimits& limits) {
+    curl_off_t requestBegun = 0;
+    curl_easy_getinfo(curl, CURLINFO_PRETRANSFER_TIME_T, &requestBegun);
+    const bool connected = requestBegun > 0;
+    seen.isStopping = LumPalRuntime::IsStopping();
+    seen.wasConnected = true;
+    seen.seconds = limits.idleSeconds;
+    if (seen.code != CURLE_OPERATION_TIMEDOUT) return;
+    seen.isStopping = false;
+    seen.wasConnected = limits.callSeconds > 0 && (connected || limits.callSeconds <= limits.connectSeconds);
+    seen.seconds = seen.wasConnected ? limits.callSeconds : limits.connectSeconds;
+}
+
+void HttpClient::Handle::SeeCertificates(const ClientIdentity& identity) {
+    seen.issuer = refused.GetIssuerCN().ToUtf8();
+    seen.end = refused.GetNotAfter().ToUtf8();
+    if (identity.own.certificate.empty()) return;
+    const std::string& pem = identity.own.certificate;
+    const auto own = LumSecPki::ReadCertificate(LumPalArray::CharArray_t(pem.data(), pem.size()));
+    seen.ownIssuer = own.GetIssuerCN().ToUtf8();
+    if (LumSecPki::SecondsLeft(own) < 0) seen.ownEnd = own.GetNotAfter().ToUtf8();
+}
+
+/// Completes what was seen.
+void HttpClient::Handle::See(int code, const HttpTarget& target, const ClientIdentity& identity,
+                             const ClientLimits& limits) {
+    long number = 0;
+    curl_easy_getinfo(curl, CURLINFO_OS_ERRNO, &number);
+    seen.code = code;
+    seen.words = error[0] ? error : curl_easy_strerror(static_cast<CURLcode>(code));
+    if (number != 0) seen.system = LumPalIo::SystemErrorText(static_cast<int>(number)).ToUtf8();
+    seen.tls = target.tls;
+    seen.host = target.host;
+    SeeTime(limits);
+    if (target.tls) return SeeCertificates(identity);
+    const bool wasClosed = code == CURLE_GOT_NOTHING || code == CURLE_RECV_ERROR || code == CURLE_SEND_ERROR;
+    seen.isOther = wasClosed && SpeaksTls(target);
+}
+
+void HttpClient::Handle::Fail(int code, const HttpTarget& target, const ClientIdentity& identity,
+                              const ClientLimits& limits) {
     const String_t host = String_t::FromUtf8(target.host);
     if (code == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
     if (tooLong) {
@@ -320,8 +387,8 @@ void HttpClient::Handle::Fail(int code, const HttpTarget& target, const ClientLi
     }
     curl_off_t ready = 0;
     curl_easy_getinfo(curl, CURLINFO_PRETRANSFER_TIME_T, &ready);
-    throw LumPalNet::ConnectException_t(LumPalMsg::CreateError_t(Opening(ready != 0))
-                                        << host << target.port << String_t::FromUtf8(Reason(code, limits) + "."));
+    See(code, target, identity, limits);
+    RaiseFailure(ready != 0, target, Explain(seen));
 }
 
 }  // namespace LumVoxRpc

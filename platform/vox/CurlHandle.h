@@ -5,10 +5,12 @@
 #include <chrono>
 #include <string>
 
+#include "CallFailure.h"
 #include "HttpClient.h"
 #include "PeerProof.h"
 
 // The libraries' own names and sizes, so that none of their headers shows here.
+struct ssl_st;
 struct x509_store_ctx_st;
 
 namespace LumVoxRpc {
@@ -27,13 +29,20 @@ struct HttpClient::Handle {
     static int PrepareContext(void* curl, void* context, void* self);
     /// Called by the TLS library: whether the peer's certificate is good and bears the id.
     static int VerifyPeer(x509_store_ctx_st* context, void* self);
+    /// Called by the TLS library: what the peer says instead of going on.
+    static void SeeTls(const ssl_st* connection, int where, int value);
 
 private:
     void SetUp(const HttpTarget& target, const ClientLimits& limits);
     void SetUpTls(const HttpTarget& target, const ClientIdentity& identity);
     void SetBody(const LumPalArray::CharArray_t& body);
-    [[noreturn]] void Fail(int code, const HttpTarget& target, const ClientLimits& limits) const;
-    std::string Reason(int code, const ClientLimits& limits) const;
+    [[noreturn]] void Fail(int code, const HttpTarget& target, const ClientIdentity& identity,
+                           const ClientLimits& limits);
+    void See(int code, const HttpTarget& target, const ClientIdentity& identity, const ClientLimits& limits);
+    void SeeTime(const ClientLimits& limits);
+    void SeeCertificates(const ClientIdentity& identity);
+    static bool SpeaksTls(const HttpTarget& target);
+    int RefusePeer(x509_store_ctx_st* context, const std::string& reason);
     static int Progress(void* self, std::int64_t toReceive, std::int64_t received, std::int64_t toSend,
                         std::int64_t sent);
     static std::size_t Collect(char* bytes, std::size_t size, std::size_t count, void* self);
@@ -47,7 +56,8 @@ private:
     void* const curl;       ///< the library's handle
     std::string targetId;   ///< whom the kept connection leads to; lives as long as the connection
     std::shared_ptr<const LumSecCore::RevocationList> revoked;  ///< whom it may not lead to
-    std::string refusal;                                        ///< why the peer was refused
+    SeenFailure seen;                                           ///< of the last call
+    LumSecCore::X509Certificate refused;                        ///< of the peer, or above it
     PeerProof proof;                                            ///< whether the peer knows the secret
     HttpAnswer answer;
     std::uint64_t mostBytes = 0;

@@ -3,6 +3,7 @@
 
 #include <map>
 
+#include "CallFailure.h"
 #include "HttpClient.h"
 #include "LocalSecret.h"
 #include "LumPalKeys.h"
@@ -88,36 +89,29 @@ void RequireUtf8(const char* encoding) {
                                             << encoding);
 }
 
-const char* WordsFor(int status) {
-    switch (status) {
-        case 401:
-        case 403:
-            return "the request is not allowed";
-        case 404:
-            return "nothing is served at this address";
-        case 413:
-            return "the request is too long";
-        case 431:
-            return "the request's headers are too long";
-        case 503:
-            return "the host has too much to do";
-        default:
-            return "this is no answer to a call";
-    }
+/// An answer that is no success may still be a fault, which says more than the status.
+void RaiseFault(const HttpAnswer& answer) try {
+    LumVoxSoap::SOAPEnvelope().Read(LumPalIo::CharArrayInputStream_t::Over(answer.body), 0, nullptr);
+} catch (const LumVoxSoap::SOAPFaultException&) {
+    throw;
+} catch (const LumPalMsg::Exception_t&) {
+    // some page of text: the status must do
 }
 
-/// An answer that is no success may still be a fault, which says more than the status.
-[[noreturn]] void Refuse(const HttpTarget& target, const HttpAnswer& answer) {
+constexpr int kTooLarge = 413;
+
+[[noreturn]] void Refuse(const HttpTarget& target, const HttpAnswer& answer, std::size_t sentBytes) {
+    const Explanation why = ExplainStatus(answer.status, sentBytes);
+    LumPalMsg::CreateError_t message("Host '%1' port %2 answered with HTTP status %3: %4.");
+    message << String_t::FromUtf8(target.host) << target.port << answer.status << String_t::FromUtf8(why.cause);
     try {
-        LumVoxSoap::SOAPEnvelope().Read(LumPalIo::CharArrayInputStream_t::Over(answer.body), 0, nullptr);
-    } catch (const LumVoxSoap::SOAPFaultException&) {
-        throw;
-    } catch (const LumPalMsg::Exception_t&) {
-        // some page of text: the status must do
+        RaiseFault(answer);
+    } catch (const LumVoxSoap::SOAPFaultException& e) {
+        if (answer.status != kTooLarge) throw;
+        message.AddDetails(e.GetMessageList());
     }
-    throw LumVoxSoap::SOAPFormatException(
-        LumPalMsg::CreateError_t("Host '%1' port %2 answered with HTTP status %3: %4.")
-        << String_t::FromUtf8(target.host) << target.port << answer.status << WordsFor(answer.status));
+    if (!why.advice.empty()) message.AddDetails(LumPalMsg::CreateInfo_t(String_t::FromUtf8(why.advice)));
+    throw LumVoxSoap::SOAPFormatException(message);
 }
 
 }  // namespace
@@ -208,8 +202,11 @@ RpcResponse RpcCall::Invoke(int count, SOAPArg* const* results, const char* enco
             RequireServingNode(target);
         }
     }
-    const HttpAnswer answer = PostWithinBudget(*impl->client, target, request.TakeCharArray(), impl->limits);
-    if (answer.status != 200) Refuse(target, answer);
+    LumPalArray::CharArray_t body = request.TakeCharArray();
+    const std::size_t sentBytes = body.GetLength();
+    const HttpAnswer answer = PostWithinBudget(*impl->client, target, body, impl->limits);
+    body = LumPalArray::CharArray_t();  // no longer needed beside the answer
+    if (answer.status != 200) Refuse(target, answer, sentBytes);
     SOAPEnvelope().Read(LumPalIo::CharArrayInputStream_t::Over(answer.body), count, results);
     return RpcResponse(answer.status);
 }

@@ -1,6 +1,7 @@
 // The steps of a session that serve a request, or refuse it, and send the answer.
 #include <ctime>
 
+#include "LumPalKeys.h"
 #include "LumPalMetrics.h"
 #include "Session_beast.h"
 
@@ -16,6 +17,11 @@ std::string HttpDate() {
 }
 
 }  // namespace
+
+std::string Session::TooLarge() const {
+    return "The body is too large: this node takes " + std::to_string(core.limits.bodyBytes) + " bytes (" +
+           LumPalKeys::BodyLimitKey + " in '" + LumPalKeys::NsVoxHttp + "').";
+}
 
 /// Sends one answer to a session's loop, 503 when it goes without one.
 class Session::ReplyOnce {
@@ -57,7 +63,7 @@ void Session::Serve() {
 }
 
 void Session::RefuseFor(error_code error) {
-    if (error == http::error::body_limit) return Refuse(413, "The body is too large.");
+    if (error == http::error::body_limit) return Refuse(413, TooLarge());
     if (error == http::error::bad_version) return Refuse(505, kVersions);
     if (error == http::error::header_limit) return Refuse(431, "The header is too large.");
     if (error == boost::system::errc::not_enough_memory) return Refuse(503, kTooMuch);

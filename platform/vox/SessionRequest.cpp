@@ -174,7 +174,7 @@ void Session::OnBodyBytes(error_code error, std::size_t count) {
     buffer.commit(count);
     moved += count;
     // Tiny chunks with long extensions: the body stays small while the wire carries without end.
-    if (moved > 4 * core.limits.bodyBytes + (1u << 20)) return Refuse(413, "The body is too large.");
+    if (moved > 4 * core.limits.bodyBytes + (1u << 20)) return Refuse(413, TooLarge());
     ParseBody();
 }
 

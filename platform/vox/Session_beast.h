@@ -91,6 +91,7 @@ private:
     void Serve();
     void Refuse(unsigned status, std::string_view reason);
     void RefuseFor(error_code error);
+    std::string TooLarge() const;
     /// Answers a request that no handler has begun with.
     void GiveUp() { Refuse(503, core.closing ? "The node is stopping." : "The node cannot serve this now."); }
     void Respond(HttpResponse answer, bool keep);

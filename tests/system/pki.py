@@ -28,13 +28,27 @@ class Authority:
 
     def renew(self, path, start, end):
         """Writes a certificate of the same name and key that is valid at another time (YYYYMMDDHHMMSSZ)."""
-        request, settings = self.folder / "renew.csr", self.folder / "renew.cnf"
-        settings.write_text(f"[ca]\ndefault_ca=own\n[own]\ndatabase={self.folder}/index\nnew_certs_dir={self.folder}\n"
-                            "rand_serial=yes\ndefault_md=sha256\npolicy=any\nx509_extensions=authority\n"
-                            "[any]\ncommonName=supplied\n[authority]\nbasicConstraints=critical,CA:TRUE\n")
-        (self.folder / "index").write_text("")
+        request = self.folder / "renew.csr"
         openssl("req", "-new", "-key", self.key, "-subj", f"/CN={self.name}", "-out", request)
-        openssl("ca", "-batch", "-selfsign", "-config", settings, "-in", request, "-keyfile", self.key, "-startdate", start,
+        self.sign(request, path, start, end, "basicConstraints=critical,CA:TRUE", "-selfsign")
+
+    def issue_for(self, common_name, start, end, names="DNS:localhost,IP:127.0.0.1"):
+        """As issue, for another time than now."""
+        base = self.folder / f"{common_name}.then"
+        request, certificate, key = (pathlib.Path(f"{base}.{suffix}") for suffix in ("csr", "pem", "key"))
+        openssl("req", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-subj", f"/CN={common_name}",
+                "-keyout", key, "-out", request)
+        self.sign(request, certificate, start, end, f"basicConstraints=critical,CA:FALSE\nsubjectAltName={names}",
+                  "-cert", self.certificate)
+        return certificate, key
+
+    def sign(self, request, path, start, end, extensions, *options):
+        settings = self.folder / "sign.cnf"
+        settings.write_text(f"[ca]\ndefault_ca=own\n[own]\ndatabase={self.folder}/index\nnew_certs_dir={self.folder}\n"
+                            "rand_serial=yes\ndefault_md=sha256\npolicy=any\nx509_extensions=said\n"
+                            f"[any]\ncommonName=supplied\n[said]\n{extensions}\n")
+        (self.folder / "index").write_text("")
+        openssl("ca", "-batch", *options, "-config", settings, "-in", request, "-keyfile", self.key, "-startdate", start,
                 "-enddate", end, "-notext", "-out", path)
 
     def issue(self, common_name, names="DNS:localhost,IP:127.0.0.1", file_name=None, subject=None):

@@ -1,20 +1,20 @@
 #include "lumconfd/ConfigCheck.h"
 
-#include <algorithm>
-#include <climits>
 #include <functional>
-#include <initializer_list>
 #include <ostream>
 #include <set>
 
-#include "LumConfCluster/ClusterType.h"
 #include "LumPalConfig.h"
+#include "LumPalIo.h"
 #include "LumPalKeys.h"
 #include "LumPalMsg.h"
+#include "LumPalRuntime.h"
 #include "LumSecAuth.h"
 #include "LumSecCore.h"
 #include "LumVoxMsg.h"
-#include "lumconfd/DaemonKeys.h"
+#include "SettingsMerge.h"
+#include "common/KnownKeys.h"
+#include "lumconfd/CertificateCheck.h"
 
 namespace lumconfd {
 
@@ -24,99 +24,7 @@ using namespace LumPalKeys;
 using LumPalConfig::ConfigGroup_t;
 using LumPalConfig::Configuration_t;
 using LumPalStr::String_t;
-
-enum class Type { Boolean, Port, Count, AuditMode, SharedFiles, ListName, Servers, WaitTime, Product, Interval, Mode };
-
-/// A key whose value has a form.
-struct Key {
-    const char* nameSpace;
-    const char* name;
-    Type type;
-};
-
-const Key kKeys[] = {
-    {NsConfCore, AsyncControlNotifyKey, Type::Boolean},
-    {NsConfCore, CacheSettingsPoliciesKey, Type::Boolean},
-    {NsConfCore, ControlAckTimeoutKey, Type::Count},
-    {NsConfCore, StrictSignersKey, Type::Boolean},
-    {NsConfServer, AuditLoggingKey, Type::Boolean},
-    {NsConfServer, AuditLogModeKey, Type::AuditMode},
-    {NsConfServer, SharedDataFilesKey, Type::SharedFiles},
-    {NsConfServer, FormatPolicyListKey, Type::Boolean},
-    {NsConfServer, MergedPolicyListFilenameKey, Type::ListName},
-    {NsConfServer, LocateServerKey, Type::Boolean},
-    {NsConfServer, PingServerKey, Type::Servers},
-    {NsConfServer, WaitTimeKey, Type::WaitTime},
-    {NsConfCluster, ClusterTypeKey, Type::Product},
-    {NsConfCluster, ToolTimeoutKey, Type::Count},
-    {NsConfCluster, CommandTimeoutKey, Type::Count},
-    {NsConfCluster, MonitorModeKey, Type::Mode},
-    {NsConfCluster, PollingIntervalKey, Type::Interval},
-    {NsConfCluster, MaxRetriesForClusterUpKey, Type::Count},
-    {NsSecCmCert, CertInstalledKey, Type::Boolean},
-    {NsVoxHttp, LocalSecretHeaderKey, Type::Boolean},
-    {NsVoxHttp, TargetPortKey, Type::Port},
-    {NsVoxHttp, ConnectTimeoutKey, Type::Count},
-    {NsVoxHttp, RequestTimeoutKey, Type::Count},
-    {NsVoxHttp, ResponseLimitKey, Type::Count},
-};
-
-bool IsNumber(const std::string& text) {
-    return !text.empty() && text.size() <= 18 && text.find_first_not_of("0123456789") == std::string::npos;
-}
-
-bool IsInterval(const std::string& text) {
-    return text.empty() || (IsNumber(text) && std::stol(text) >= 1 && std::stol(text) <= INT_MAX);
-}
-
-/// In any case.
-bool IsOneOf(const String_t& value, std::initializer_list<const char*> words) {
-    return std::any_of(words.begin(), words.end(),
-                       [&value](const char* word) { return LumPalStr::Compare(value, String_t(word), true) == 0; });
-}
-
-bool IsBoolean(const String_t& value) {
-    return IsOneOf(value, {"true", "yes", "on", "1", "false", "no", "off", "0"});
-}
-
-/// Any other text expects nothing of the node, also the one that stands for none. It is hardly what was meant by it.
-bool IsProduct(const String_t& value) {
-    return value.IsEmpty() || LumConfCluster::NamedType(value) != LumConfCluster::ClusterType::Unknown;
-}
-
-const char* Wanted(Type type, const String_t& value) {
-    const std::string text = value.ToUtf8();
-    switch (type) {
-        case Type::Boolean:
-            return IsBoolean(value) ? nullptr : "true or false";
-        case Type::Port:
-            return IsNumber(text) && std::stol(text) <= 65535 ? nullptr : "a port from 0 to 65535";
-        case Type::Count:
-            return IsNumber(text) ? nullptr : "a number";
-        // Both spellings have a meaning, one at the start and one on a change.
-        case Type::AuditMode:
-            return text == "all" || text == "failure" || text == "FAILURE" ? nullptr : "all or failure";
-        case Type::SharedFiles:
-            return value.IsEmpty() || IsOneOf(value, {"allow", "keep", "refuse"}) ? nullptr : "allow, keep or refuse";
-        case Type::ListName:
-            return WantedListName(value);
-        case Type::Servers:
-            return WantedServers(value);
-        case Type::WaitTime:
-            return WantedWaitTime(value);
-        case Type::Product:
-            return IsProduct(value) ? nullptr
-                                    : "empty, or a product as docs/clusters.md names it; a monitor writes the one that "
-                                      "it sees over any "
-                                      "other text, and ends where the node has no certificate for that";
-        // What is empty of these is filled by a daemon that follows a cluster.
-        case Type::Interval:
-            return IsInterval(text) ? nullptr : "empty, or milliseconds from 1 to 2147483647";
-        case Type::Mode:
-            return value.IsEmpty() || IsBoolean(value) ? nullptr : "empty, true or false";
-    }
-    return nullptr;
-}
+using lumtools::KnownKey;
 
 /// Collects what is wrong.
 class Report {
@@ -139,6 +47,8 @@ public:
             Problem(e.what());
         }
     }
+    /// What may be meant so, and hardly is.
+    void Warn(const std::string& text) { out << "Warning: " << text << "\n"; }
     std::size_t GetCount() const { return problems.size(); }
 
 private:
@@ -146,17 +56,28 @@ private:
     std::set<std::string> problems;
 };
 
+/// The server itself tells what it would not take.
+bool IsOfTheServer(const KnownKey& key) {
+    return key.form == lumtools::ValueForm::Range || key.form == lumtools::ValueForm::Address;
+}
+
 void CheckKeys(const ConfigGroup_t& group, Report& report) {
-    for (const Key& key : kKeys) {
-        if (!group.HasConfig(key.nameSpace)) continue;
+    for (const KnownKey& key : lumtools::KnownKeys()) {
+        if (IsOfTheServer(key) || !group.HasConfig(key.nameSpace)) continue;
         const Configuration_t configuration = group.GetConfig(String_t(key.nameSpace));
         if (!configuration.HasAttr(key.name)) continue;
-        const String_t value = configuration.GetAttrValue(key.name);
-        if (const char* wanted = Wanted(key.type, value)) {
-            report.Problem(std::string("[") + key.nameSpace + "] " + key.name + "=" + value.ToUtf8() + ": must be " +
-                           wanted);
-        }
+        const std::string wrong = lumtools::WrongValue(key.nameSpace, key.name, configuration.GetAttrValue(key.name));
+        if (!wrong.empty()) report.Problem(wrong);
     }
+    for (const std::string& unknown : lumtools::UnknownKeys(group)) report.Warn(unknown);
+}
+
+/// A merge that the daemon gave up is seen in its log alone otherwise.
+void CheckMerge(Report& report) {
+    if (!LumPalIo::File_t(LumPalRuntime::Dir_t::Path(LumPalRuntime::Policies)).IsDirectory()) return;
+    const LumConfPar::SettingsMerge merge;
+    report.Problems(merge.GetProblems());
+    merge.Merge();
 }
 
 /// TLS takes keys that sign no policies. That is no mistake: few nodes sign.
@@ -179,13 +100,22 @@ void TellWhetherTheNodeSigns(std::ostream& out) {
 
 bool CheckConfiguration(std::ostream& out) {
     Report report(out);
+    out << "root: " << LumPalRuntime::Dir_t::Path(LumPalRuntime::Root).ToUtf8() << "\n";
     report.Step([&] { CheckKeys(LumPalConfig::ConfigBase_t::Open(""), report); });
     report.Step([&] {
         const auto server = LumPalConfig::ConfigNamespace_t(NsVoxHttp).Open();
         report.Problems(LumVoxMsg::FindWrongLimits(server));
+        const std::string apart = lumtools::PortsApart(server);
+        if (!apart.empty()) report.Problem(apart + ".");
     });
     report.Step([&] { report.Problems(LumSecAuth::FindWrongRights()); });
     report.Step([] { LumSecCore::NodeIdentity::Load().RequireUsable(); });
+    report.Step([&] {
+        const CertificateFindings found = FindInCertificates();
+        for (const std::string& problem : found.problems) report.Problem(problem);
+        for (const std::string& warning : found.warnings) report.Warn(warning);
+    });
+    report.Step([&] { CheckMerge(report); });
     TellWhetherTheNodeSigns(out);
     out << (report.GetCount() == 0 ? "the configuration is in order"
                                    : std::to_string(report.GetCount()) + " problem(s)")

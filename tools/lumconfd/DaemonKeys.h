@@ -25,14 +25,6 @@ struct DaemonKeys {
     bool operator==(const DaemonKeys& other) const;
 };
 
-/// Whether the text is a host, or a host with a port, and nothing else.
-bool IsHost(const std::string& text);
-
-/// What the value of a key must be, or null when it is in order.
-const char* WantedListName(const LumPalStr::String_t& value);
-const char* WantedServers(const LumPalStr::String_t& value);
-const char* WantedWaitTime(const LumPalStr::String_t& value);
-
 /// The keys as they are now. Any thread.
 class LiveKeys final : public LumPalConfig::ConfigChangeHandler_i {
 public:

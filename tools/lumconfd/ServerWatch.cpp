@@ -2,6 +2,7 @@
 
 #include "LumDepl.h"
 #include "LumPalLog.h"
+#include "common/KeyValues.h"
 
 namespace lumconfd {
 
@@ -17,7 +18,7 @@ constexpr std::chrono::seconds kPauseAfterFailure(1);
 
 /// Whether the host answers as a node does; if not, why.
 bool Answers(const std::string& host, MessageList_t& reasons) {
-    if (!IsHost(host)) {
+    if (!lumtools::IsServerName(host)) {
         reasons.Add(LumPalMsg::CreateError_t("'%1' is not the name of a host.") << String_t::FromUtf8(host));
         return false;
     }

@@ -1,0 +1,131 @@
+#!/usr/bin/python3
+"""What the tools say of calls that come to nothing: the cause in plain words, and what to do about it."""
+import os
+import re
+import unittest
+
+import pki
+from node import FAILED, UNREACHABLE, Node, write_policy
+
+THEN = "20200101000000Z", "20210101000000Z"
+TO_COME = "20900101000000Z", "20910101000000Z"
+# What the TLS and HTTP libraries say of themselves.
+RAW = re.compile(r"error:0|routines::|SSL_read|SSL routines|OpenSSL/|alert |errno|libcurl|curl")
+
+
+class Told(unittest.TestCase):
+    def told(self, result, code, *texts):
+        """The text, and the same in JSON, hold what is expected, and no raw text of a library."""
+        self.assertEqual(result.code, code, result)
+        said = " ".join(result.err.replace("*", " ").split())
+        for text in texts:
+            self.assertIn(text, said)
+        self.assertNotRegex(said, RAW)
+        return said
+
+    def told_alike(self, ask, code, *texts):
+        said = self.told(ask(), code, *texts)
+        messages = ask("--json").json()["messages"]
+        self.assertEqual(said.split(": ", 1)[1], " ".join(line["text"] for line in messages))
+
+
+class OverTls(Told):
+    @classmethod
+    def setUpClass(cls):
+        cls.authority, cls.foreign = pki.Authority("authority"), pki.Authority("foreign")
+        cls.addClassCleanup(cls.authority.close)
+        cls.addClassCleanup(cls.foreign.close)
+        cls.operator = cls.authority.issue("operator", "DNS:operator")
+        cls.node = cls.serving(cls, cls.authority.issue("node-1"))
+
+    def serving(self, issued, core_id="node-1"):
+        node = Node(start=False)
+        (self.addClassCleanup if isinstance(self, type) else self.addCleanup)(node.close)
+        pki.enroll(node, self.authority, core_id, issued)
+        node.write_rights({"operator": "enable"})
+        node.start()
+        return node
+
+    def client(self, issued=None, trusted=None):
+        client = Node(start=False)
+        self.addCleanup(client.close)
+        client.settings["vox.http.ext.conf"] = {"TARGET_PORT": self.node.port}
+        client.write_settings()
+        if trusted:
+            pki.trust(client, trusted)
+        if issued:
+            pki.install_identity(client, "operator", issued)
+        return client
+
+    def listing(self, client, host=None):
+        host = host or f"localhost:{self.node.port}"
+        return lambda *more: client.policy("list", "--host", host, *more)
+
+    def test_an_own_certificate_that_has_ended_is_told_with_its_end(self):
+        client = self.client(self.authority.issue_for("operator", *THEN), self.authority)
+        self.told_alike(self.listing(client), UNREACHABLE, "the certificate of this node has ended on 2021-01-01T00:00:00Z.",
+                        "'lumtrust request', then 'lumtrust install'.")
+
+    def test_a_host_that_does_not_know_the_own_authority_is_told_with_the_authority(self):
+        client = self.client(self.foreign.issue("operator"), self.authority)
+        self.told_alike(self.listing(client), UNREACHABLE,
+                        "the host refused the certificate of this node: its issuer 'foreign' is not trusted there",
+                        "'lumtrust trust FILE' there")
+
+    def test_an_authority_that_is_not_trusted_here_is_named(self):
+        client = self.client(self.operator, self.foreign)
+        self.told_alike(self.listing(client), UNREACHABLE,
+                        "the certificate of the host was refused: its issuer 'authority' is not trusted here",
+                        "'lumtrust trust FILE'")
+
+    def test_without_any_trusted_certificate_the_command_is_told(self):
+        self.told_alike(self.listing(self.client(self.operator)), UNREACHABLE,
+                        "no trusted certificate is installed on this node.", "'lumtrust trust FILE'")
+
+    def test_a_certificate_of_the_host_that_has_ended_or_not_begun_is_told(self):
+        client = self.client(self.operator, self.authority)
+        for times, said in ((THEN, "its time is over since 2021-01-01T00:00:00Z"),
+                            (TO_COME, "its time has not come yet")):
+            with self.subTest(times=times):
+                node = self.serving(self.authority.issue_for("node-2", *times), "node-2")
+                self.told_alike(self.listing(client, f"localhost:{node.port}"), UNREACHABLE,
+                                "the certificate of the host was refused: " + said, "clock")
+
+    def test_a_name_that_the_certificate_does_not_bear_is_told_with_those_that_it_bears(self):
+        client = self.client(self.operator, self.authority)
+        names = "DNS:node.example,IP:127.0.0.9,IP:fe80::1,DNS:" + "x" * 60
+        node = self.serving(self.authority.issue("node-3", names), "node-3")
+        for host in ("localhost", "127.0.0.1"):
+            with self.subTest(host=host):
+                self.told_alike(self.listing(client, f"{host}:{node.port}"), UNREACHABLE,
+                                f"it is not for '{host}' but for 'node.example', '127.0.0.9', 'fe80:0:0:0:0:0:0:1', ",
+                                f"'lumtrust request --host {host}' there")
+
+    def test_tls_to_a_port_that_speaks_none_is_told(self):
+        client = self.client(self.operator, self.authority)
+        with Node() as plain:
+            self.told_alike(self.listing(client, f"127.0.0.1:{plain.port}"), UNREACHABLE,
+                            "what serves there speaks no TLS.", "'localhost'", "'lumtrust install'")
+
+    def test_plain_http_to_a_port_that_speaks_tls_is_told(self):
+        with Node() as plain:
+            plain.settings["vox.http.ext.conf"]["TARGET_PORT"] = self.node.port
+            plain.write_settings()
+            self.told_alike(lambda *more: plain.policy("list", *more), UNREACHABLE, "what serves there speaks TLS",
+                            "TARGET_PORT", "--host NAME:PORT")
+
+
+class TooLarge(Told):
+    def test_a_body_beyond_the_limit_is_told_with_its_size_the_limit_and_the_key(self):
+        with Node(settings={"vox.http.ext.conf": {"BODY_LIMIT": 20000}}) as node:
+            for size in (40_000, 8_000_000):
+                with self.subTest(size=size):
+                    file = write_policy(node.folder / str(size), "large", files={"data": os.urandom(size)})
+                    said = self.told(node.policy("install", file), FAILED, "this node takes 20000 bytes",
+                                     "BODY_LIMIT in 'vox.http.ext.conf'", str(file))
+                    sent = int(re.search(r"body of (\d+) bytes is too large", said)[1])
+                    self.assertGreater(sent, size)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,303 @@
+#include "common/KnownKeys.h"
+
+#include <algorithm>
+#include <cctype>
+#include <climits>
+#include <initializer_list>
+#include <iterator>
+
+#include "LumConfCluster/ClusterType.h"
+#include "LumPalKeys.h"
+#include "common/KeyValues.h"
+#include "common/Nearest.h"
+
+namespace lumtools {
+
+using namespace LumPalKeys;
+using LumPalConfig::Configuration_t;
+using LumPalStr::String_t;
+
+namespace {
+
+using F = ValueForm;
+
+constexpr const char* kTruth = "truth";
+constexpr const char* kMs = "ms, 100 to 3600000";
+constexpr std::uint64_t kLeastMs = 100, kMostMs = 3600000;
+
+// clang-format off
+const KnownKey kKeys[] = {
+    {NsConfCore, AsyncControlNotifyKey, F::Truth, kTruth, "false", kAtOnce,
+     "CHECK_POLICY events do not wait for the consumers' acknowledgement"},
+    {NsConfCore, ControlAckTimeoutKey, F::Count, "seconds, 1 to 3600", "30", kAtOnce,
+     "how long such an event waits; 0 gives the default, more gives 3600"},
+    {NsConfCore, CacheSettingsPoliciesKey, F::Truth, kTruth, "false", kAtOnce,
+     "keep settings policies in memory"},
+    {NsConfCore, StrictSignersKey, F::Truth, kTruth, "false", kAtOnce,
+     "who signs a policy must pass all that a caller over TLS must"},
+
+    {NsConfServer, AuditLoggingKey, F::Truth, kTruth, "false", kAtOnce, "write the audit log"},
+    {NsConfServer, AuditLogModeKey, F::AuditMode, "word", "all", kAtOnce,
+     "what it holds: all, or failures alone (failure at the start, FAILURE on a change)"},
+    {NsConfServer, MetricsOnLoopbackKey, F::Truth, kTruth, "false", kAtOnce,
+     "/metrics is open to every program of this host"},
+    {NsConfServer, NoMultiplePoliciesKey, F::Text, "text", "empty", kAtOnce,
+     "types of which a node takes one policy at a time"},
+    {NsConfServer, SharedDataFilesKey, F::SharedFiles, "word", "allow", kAtOnce,
+     "what becomes of a data file that two policies of a type name: allow, keep or refuse"},
+    {NsConfServer, FormatPolicyListKey, F::Truth, kTruth, "false", kAtOnce, "keep the merged policy list up to date"},
+    {NsConfServer, MergedPolicyListFilenameKey, F::ListName, "file name, at most 251 bytes", "lum_policies.txt", kAtOnce,
+     "its name"},
+    {NsConfServer, PingServerKey, F::Servers, "hosts, with blanks between them; at most 16", "empty: none", kAtOnce,
+     "servers that the daemon asks for their inventory"},
+    {NsConfServer, LocateServerKey, F::Truth, kTruth, "false", kAtOnce,
+     "these hosts stand for one server: asked in their order until one answers"},
+    {NsConfServer, WaitTimeKey, F::WaitTime, "seconds, 1 to 86400", "60", kAtOnce, "the time between two such rounds"},
+
+    {NsSecCore, CoreIdKey, F::Text, "text", "empty",
+     "who is the node, and its certificate: on SIGHUP and by lumtrust; everything else at once",
+     "the node's id: names its key store entry"},
+    {NsSecCmCert, CertInstalledKey, F::Truth, kTruth, "false",
+     "the daemon: at its start (SIGHUP and lumtrust renew a certificate but move no port); tools: with each call",
+     "the node has a certificate: it speaks TLS, and so do its tools"},
+
+    {NsVoxHttp, ServerPortKey, F::Range, "0 to 65535", "7443", kAfterRestart,
+     "the port that the node serves; 0 takes a free one", 0, 65535},
+    {NsVoxHttp, BindAddressKey, F::Address, "IP address", "empty: all", kAfterRestart,
+     "where it is served with a certificate"},
+    {NsVoxHttp, IoThreadsKey, F::Range, "1 to 64", "2", kAfterRestart, "threads that move bytes", 1, 64},
+    {NsVoxHttp, WorkerThreadsKey, F::Range, "1 to 256", "8", kAfterRestart, "threads that work on calls, for each path",
+     1, 256},
+    {NsVoxHttp, HeaderLimitKey, F::Range, "bytes, 1024 to 1048576", "65536", kAfterRestart,
+     "largest header of a request", 1024, 1048576},
+    {NsVoxHttp, BodyLimitKey, F::Range, "bytes, 1024 to 2147483647", "67108864", kAfterRestart,
+     "largest body of a request", 1024, 2147483647},
+    {NsVoxHttp, BodyTotalLimitKey, F::Range, "bytes, 1048576 to 1099511627776", "536870912", kAfterRestart,
+     "all bodies, and large headers, together", 1048576, 1099511627776},
+    {NsVoxHttp, MaxConnectionsKey, F::Range, "1 to 1000000", "10000", kAfterRestart, "open connections", 1, 1000000},
+    {NsVoxHttp, MaxAddressConnectionsKey, F::Range, "1 to 1000000", "256", kAfterRestart,
+     "open connections from one address of callers who have proven nothing", 1, 1000000},
+    {NsVoxHttp, HandshakeTimeoutKey, F::Range, kMs, "10000", kAfterRestart, "longest TLS handshake", kLeastMs, kMostMs},
+    {NsVoxHttp, HeaderTimeoutKey, F::Range, kMs, "10000", kAfterRestart,
+     "longest time for a header from its first byte", kLeastMs, kMostMs},
+    {NsVoxHttp, BodyTimeoutKey, F::Range, kMs, "20000", kAfterRestart,
+     "longest time for a body, and more as MIN_RATE tells", kLeastMs, kMostMs},
+    {NsVoxHttp, IdleTimeoutKey, F::Range, kMs, "60000", kAfterRestart, "longest silence between requests", kLeastMs,
+     kMostMs},
+    {NsVoxHttp, WriteTimeoutKey, F::Range, kMs, "20000", kAfterRestart,
+     "longest time for taking an answer, and more as MIN_RATE tells", kLeastMs, kMostMs},
+    {NsVoxHttp, CloseTimeoutKey, F::Range, kMs, "2000", kAfterRestart,
+     "how long a stopping daemon waits for answers that are being sent", kLeastMs, kMostMs},
+    {NsVoxHttp, LocalSecretHeaderKey, F::Truth, kTruth, "true", kAfterRestart,
+     "a local caller may send the node's secret as it stands"},
+    {NsVoxHttp, MinRateKey, F::Range, "bytes, 1 to 1073741824", "4096", kAfterRestart,
+     "so many bytes that have moved add one second to the limits of a body and of an answer", 1, 1073741824},
+
+    {NsVoxHttp, TargetPortKey, F::Port, "port", "7443", kAtOnce, "the port that is called where the host names none"},
+    {NsVoxHttp, ConnectTimeoutKey, F::Count, "seconds", "10", kAtOnce,
+     "longest time for a connection, TLS handshake included"},
+    {NsVoxHttp, RequestTimeoutKey, F::Count, "seconds", "300", kAtOnce,
+     "longest time in which no byte moves while a call is out"},
+    {NsVoxHttp, CallTimeoutKey, F::Count, "seconds", "0: none", kAtOnce, "longest time for a call in all"},
+    {NsVoxHttp, ResponseLimitKey, F::Count, "bytes", "1073741824", kAtOnce, "largest answer"},
+
+    {NsConfCluster, ClusterTypeKey, F::Product, "text", "empty", kAtOnce,
+     "the product that the node is expected to belong to"},
+    {NsConfCluster, ClusterLocalNodenameKey, F::Text, "text", "empty", kAtOnce, "what the cluster calls this node"},
+    {NsConfCluster, PollingIntervalKey, F::Interval, "ms, 1 to 2147483647", "10000", kAtOnce,
+     "the time between two looks at the cluster", 1, INT_MAX},
+    {NsConfCluster, MonitorModeKey, F::TruthOrEmpty, kTruth, "true, once it is filled; until then false", kAtOnce,
+     "policies and commands follow the cluster"},
+    {NsConfCluster, MaxRetriesForClusterUpKey, F::Count, "number", "1", kAfterRestart,
+     "how often a start tries to see the cluster"},
+    {NsConfCluster, CommandTimeoutKey, F::Count, "seconds", "0: none", kAtOnce,
+     "the longest time for one command of an application"},
+    {NsConfCluster, ToolTimeoutKey, F::Count, "seconds", "0: none", kAtOnce,
+     "the longest time for one call of a product's tool"},
+};
+// clang-format on
+
+/// The namespaces of words for states, one for each product.
+constexpr const char* kStates = "conf.cluster.RGState.";
+
+bool IsDigits(const std::string& text) {
+    return !text.empty() && text.size() <= 18 && text.find_first_not_of("0123456789") == std::string::npos;
+}
+
+bool IsBetween(const std::string& text, std::uint64_t least, std::uint64_t most) {
+    return IsDigits(text) && std::stoull(text) >= least && std::stoull(text) <= most;
+}
+
+/// In any case.
+bool IsOneOf(const String_t& value, std::initializer_list<const char*> words) {
+    return std::any_of(words.begin(), words.end(),
+                       [&value](const char* word) { return LumPalStr::Compare(value, String_t(word), true) == 0; });
+}
+
+bool IsTruth(const String_t& value) {
+    return IsOneOf(value, {"true", "yes", "on", "1", "false", "no", "off", "0"});
+}
+
+/// Any other text expects nothing of the node, also the one that stands for none. It is hardly what was meant by it.
+bool IsProduct(const String_t& value) {
+    return value.IsEmpty() || LumConfCluster::NamedType(value) != LumConfCluster::ClusterType::Unknown;
+}
+
+std::string Trimmed(String_t value) {
+    return value.Trim().ToUtf8();
+}
+
+std::vector<std::string> Namespaces() {
+    std::vector<std::string> names;
+    for (const KnownKey& key : kKeys) {
+        if (names.empty() || names.back() != key.nameSpace) names.emplace_back(key.nameSpace);
+    }
+    return names;
+}
+
+std::vector<std::string> NamesIn(const std::string& nameSpace) {
+    std::vector<std::string> names;
+    for (const KnownKey& key : kKeys) {
+        if (nameSpace.empty() || key.nameSpace == nameSpace) names.emplace_back(key.name);
+    }
+    return names;
+}
+
+bool IsOurs(const std::string& nameSpace) {
+    const std::vector<std::string> names = Namespaces();
+    return std::find(names.begin(), names.end(), nameSpace) != names.end();
+}
+
+/// Nobody else's namespaces begin so.
+bool LooksLikeOurs(const std::string& nameSpace) {
+    if (nameSpace.starts_with(kStates)) return false;
+    const bool begins =
+        nameSpace.starts_with("conf.") || nameSpace.starts_with("sec.") || nameSpace.starts_with("vox.");
+    return begins || !NearestOf(nameSpace, Namespaces()).empty();
+}
+
+/// Keys are in capitals; who forgets that means them all the same.
+std::string Capitals(const std::string& name) {
+    std::string capitals = name;
+    std::transform(capitals.begin(), capitals.end(), capitals.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    return capitals;
+}
+
+std::string ShownName(const std::string& name) {
+    constexpr std::size_t most = 120;
+    return name.size() <= most ? name : name.substr(0, most) + "...";
+}
+
+std::string Sentence(const std::string& text, const std::string& typed, const std::vector<std::string>& words) {
+    const std::string suggestion = Suggestion(typed, words);
+    return text + (suggestion.empty() ? "." : suggestion);
+}
+
+void AddUnknownNames(const Configuration_t& configuration, std::vector<std::string>& sentences) {
+    const std::string nameSpace = configuration.GetNamespace().ToUtf8();
+    String_t name, value;
+    for (int i = 0; configuration.GetAttr(i, name, value); ++i) {
+        const std::string typed = name.ToUtf8();
+        if (FindKey(nameSpace, typed) || typed == BufferSizeKey) continue;
+        sentences.push_back(Sentence("Nobody reads a key '" + ShownName(typed) + "' of [" + nameSpace + "]",
+                                     Capitals(typed), NamesIn(nameSpace)));
+    }
+}
+
+}  // namespace
+
+std::span<const KnownKey> KnownKeys() {
+    return kKeys;
+}
+
+const KnownKey* FindKey(const std::string& nameSpace, const std::string& name) {
+    const auto found = std::find_if(std::begin(kKeys), std::end(kKeys), [&](const KnownKey& key) {
+        return nameSpace == key.nameSpace && name == key.name;
+    });
+    return found == std::end(kKeys) ? nullptr : &*found;
+}
+
+const char* WantedValue(const KnownKey& key, const String_t& value) {
+    switch (key.form) {
+        case F::Text:
+        case F::Address:  // the server tells it
+            return nullptr;
+        case F::Truth:
+            return IsTruth(value) ? nullptr : "true or false";
+        case F::TruthOrEmpty:
+            return value.IsEmpty() || IsTruth(value) ? nullptr : "empty, true or false";
+        case F::Port:
+            return IsBetween(value.ToUtf8(), 0, 65535) ? nullptr : "a port from 0 to 65535";
+        case F::Count:
+            return IsDigits(value.ToUtf8()) ? nullptr : "a number";
+        case F::Range:
+            return IsBetween(Trimmed(value), key.least, key.most) ? nullptr : key.kind;
+        // Both spellings have a meaning, one at the start and one on a change.
+        case F::AuditMode:
+            return value == "all" || value == "failure" || value == "FAILURE" ? nullptr : "all or failure";
+        case F::SharedFiles:
+            return value.IsEmpty() || IsOneOf(value, {"allow", "keep", "refuse"}) ? nullptr : "allow, keep or refuse";
+        case F::ListName:
+            return WantedListName(value);
+        case F::Servers:
+            return WantedServers(value);
+        case F::WaitTime:
+            return WantedWaitTime(value);
+        case F::Product:
+            return IsProduct(value)
+                       ? nullptr
+                       : "empty, or a product as docs/clusters.md names it; a monitor writes the one that "
+                         "it sees over any other text, and ends where the node has no certificate for that";
+        // What is empty of these is filled by a daemon that follows a cluster.
+        case F::Interval:
+            return value.IsEmpty() || IsBetween(value.ToUtf8(), key.least, key.most)
+                       ? nullptr
+                       : "empty, or milliseconds from 1 to 2147483647";
+    }
+    return nullptr;
+}
+
+std::string WrongValue(const std::string& nameSpace, const std::string& name, const String_t& value) {
+    const KnownKey* const key = FindKey(nameSpace, name);
+    const char* const wanted = key ? WantedValue(*key, value) : nullptr;
+    if (!wanted) return "";
+    return "[" + nameSpace + "] " + name + "=" + value.ToUtf8() + ": must be " + wanted;
+}
+
+std::string PortsApart(const Configuration_t& server) {
+    const auto port = [&server](const char* name) {
+        const KnownKey& key = *FindKey(NsVoxHttp, name);
+        if (!server.HasAttr(name)) return std::string(key.standard);
+        const std::string value = Trimmed(server.GetValue(name));
+        if (WantedValue(key, String_t::FromUtf8(value))) return std::string();
+        // A client takes 0 for no port.
+        return key.form == F::Port && std::stoul(value) == 0 ? std::string(key.standard)
+                                                             : std::to_string(std::stoul(value));
+    };
+    const std::string served = port(ServerPortKey), called = port(TargetPortKey);
+    if (served.empty() || called.empty() || served == called) return "";
+    return "The node serves port " + served + " (" + ServerPortKey + "), but its own tools call " + called + " (" +
+           TargetPortKey + ")";
+}
+
+std::vector<std::string> UnknownKeys(const LumPalConfig::ConfigGroup_t& group) {
+    std::vector<std::string> sentences;
+    for (int i = 0; i < group.GetConfigCount(); ++i) {
+        const Configuration_t configuration = group.GetConfig(i);
+        const std::string nameSpace = configuration.GetNamespace().ToUtf8();
+        if (IsOurs(nameSpace)) {
+            AddUnknownNames(configuration, sentences);
+        } else if (LooksLikeOurs(nameSpace)) {
+            sentences.push_back(
+                Sentence("Nobody reads a namespace [" + ShownName(nameSpace) + "]", nameSpace, Namespaces()));
+        }
+    }
+    return sentences;
+}
+
+std::string NoSuchKey(const std::string& name) {
+    return Sentence("There is no key '" + ShownName(name) + "'", Capitals(name), NamesIn(""));
+}
+
+}  // namespace lumtools

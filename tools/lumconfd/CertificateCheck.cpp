@@ -1,0 +1,80 @@
+#include "lumconfd/CertificateCheck.h"
+
+#include <cstdio>
+#include <filesystem>
+
+#include "LumPalIo.h"
+#include "LumPalWhole.h"
+#include "LumSecPki.h"
+
+namespace lumconfd {
+
+using LumPalStr::String_t;
+using LumSecCore::NodeIdentity;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr unsigned kOthers = 077;
+
+/// The first line of a message; empty for a certificate whose time it is.
+std::string WhyNotNow(const LumPalArray::CharArray_t& pem) try {
+    LumSecPki::ReadCertificate(pem).CheckValidity();
+    return "";
+} catch (const LumSecCore::SecCoreException& e) {
+    return e.GetMessageList().GetMessage(0).Format(LumPalMsg::BareText).ToUtf8();
+}
+
+std::string WhyNotNow(const String_t& path) {
+    return WhyNotNow(LumPalIo::ReadAtMost(LumPalIo::FileInputStream_t(path), LumSecPki::kLargestPemFile));
+}
+
+void CheckTrusted(const NodeIdentity& node, CertificateFindings& found) {
+    for (const String_t& path : node.trustedPaths) {
+        const std::string why = WhyNotNow(path);
+        if (!why.empty()) found.warnings.push_back("The trusted certificate '" + path.ToUtf8() + "': " + why);
+    }
+    if (!node.certificateInstalled || !node.trustedPaths.empty()) return;
+    found.warnings.emplace_back(
+        "No certificate is trusted: nobody can call this node, nor its own tools: 'lumtrust trust FILE'.");
+}
+
+void CheckOwn(const NodeIdentity& node, CertificateFindings& found) {
+    if (!node.certificateInstalled) return;
+    const std::string why = WhyNotNow(node.certificatePath);
+    if (why.empty()) return;
+    found.problems.push_back("The node's own certificate '" + node.certificatePath.ToUtf8() + "': " + why +
+                             " 'lumtrust request' and 'lumtrust install' bring a new one.");
+}
+
+void CheckMode(const fs::path& file, CertificateFindings& found) {
+    std::error_code error;
+    const unsigned mode = static_cast<unsigned>(fs::status(file, error).permissions()) & 0777u;
+    if (error || (mode & kOthers) == 0) return;
+    char octal[8] = "";
+    std::snprintf(octal, sizeof octal, "%04o", mode);
+    found.problems.push_back("The key file '" + file.string() + "' is open to others (mode " + octal +
+                             "): 'chmod 600 " + file.string() + "'.");
+}
+
+void CheckModes(const char* part, CertificateFindings& found) {
+    std::error_code error;
+    for (const fs::directory_entry& entry :
+         fs::directory_iterator((LumSecCore::KeyStoreDirectory() + part).ToUtf8(), error)) {
+        if (entry.path().extension() == ".key") CheckMode(entry.path(), found);
+    }
+}
+
+}  // namespace
+
+CertificateFindings FindInCertificates() {
+    CertificateFindings found;
+    for (const char* part : {"own", "requested"}) CheckModes(part, found);
+    const NodeIdentity node = NodeIdentity::Load();
+    CheckOwn(node, found);
+    CheckTrusted(node, found);
+    return found;
+}
+
+}  // namespace lumconfd
