@@ -4,6 +4,7 @@
 #include "LumPalCfgFile.h"
 #include "LumPalIo.h"
 #include "LumPalWhole.h"
+#include "ReturnValue.h"
 #include "common/Arguments.h"
 #include "common/Table.h"
 #include "lumsettings/Command.h"
@@ -65,6 +66,7 @@ private:
     }
 
     bool ChangesNodes() const override { return !dryRun; }
+    unsigned GetRight() const override { return dryRun ? LumConf::RightConfigGet : LumConf::RightConfigSet; }
 
     Answer Ask(const std::string& host) const override {
         Answer answer;
