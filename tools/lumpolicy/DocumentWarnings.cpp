@@ -42,7 +42,9 @@ void FillWarnings(nlohmann::ordered_json& object, const MessageList_t& warnings)
 }
 
 LumConf::PolicyCheck CheckFile(const std::string& file) {
-    const auto server = LumPalConfig::ConfigNamespace_t(LumPalKeys::NsVoxHttp).Open();
+    // Settings that cannot be read say nothing of the policy: then the usual limit counts.
+    LumPalConfig::Configuration_t server{LumPalStr::String_t(LumPalKeys::NsVoxHttp)};
+    lumtools::Attempt([&] { server = LumPalConfig::ConfigNamespace_t(LumPalKeys::NsVoxHttp).Open(); });
     return LumConf::PolicyCheck::Of(LumPalIo::File_t(lumtools::Text(file)), LumVoxMsg::LargestBody(server));
 }
 
