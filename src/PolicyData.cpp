@@ -8,6 +8,7 @@
 #include "LumPalWhole.h"
 #include "LumSecCore.h"
 #include "LumSecRevoked.h"
+#include "MessageNumbers.h"
 #include "Messages.h"
 #include "Names.h"
 #include "PlainName.h"
@@ -26,6 +27,9 @@ namespace {
 
 constexpr unsigned kRightToSign = 256;
 constexpr int kAlgorithm = 0;
+
+static_assert(msg::DataKeyStoreNotAccessible.id == kDataKeyStoreNotAccessible);
+static_assert(msg::DataSignatureNotValidated.id == kDataSignatureNotValidated);
 /// Far more than one with a long key takes. It is decoded and read again for each data file, of which there may be
 /// thousands.
 constexpr std::size_t kMostCertificateText = 65536;
@@ -80,6 +84,7 @@ CharArray_t DecodedCertificate(const PolicyHeaderImpl& header) {
 X509Certificate CertificateOf(const PolicyHeaderImpl& header) {
     const CharArray_t der =
         Check<LumPalMsg::Exception_t>(msg::CertificateNotDecoded, [&] { return DecodedCertificate(header); });
+    if (der.GetLength() == 0) throw Because<SecCoreException>(msg::CertificateNotConverted, Make(msg::PolicyNotSigned));
     const X509Certificate certificate =
         Check<LumPalMsg::RuntimeException_t>(msg::CertificateNotConverted, [&] { return X509Certificate(der); });
     // Kept: only the exception counts, not what is returned.

@@ -9,6 +9,7 @@
 #include "LumPalWhole.h"
 #include "LumPalXml.h"
 #include "LumSecCore.h"
+#include "MessageNumbers.h"
 #include "Messages.h"
 #include "Names.h"
 #include "PlainName.h"
@@ -29,6 +30,8 @@ using HeaderPtr = LumPalPtr::RefPtr_t<PolicyHeaderImpl>;
 namespace {
 
 constexpr int kAlgorithm = 0;
+
+static_assert(msg::CoreIdEmpty.id == kCoreIdEmpty && msg::SignKeyStoreErrors.id == kSignKeyStoreErrors);
 
 /// Whose key signs.
 struct Signer {

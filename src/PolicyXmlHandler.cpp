@@ -1,6 +1,7 @@
 #include "PolicyXmlHandler.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "Exceptions.h"
 #include "Messages.h"
@@ -55,6 +56,11 @@ void PolicyXmlHandler::StartChecking() {
     collects = true;
 }
 
+void PolicyXmlHandler::StartFinding() {
+    StartChecking();
+    finds = true;
+}
+
 void PolicyXmlHandler::StartRewriting(const LumPalXml::XmlWriter_t& output, const PolicyHeaderImpl* sourceHeader) {
     if (!sourceHeader) Raise<IllegalStateError_t>(msg::XmlHandlerNull);
     mode = Mode::Rewriting;
@@ -69,7 +75,10 @@ void PolicyXmlHandler::Reset() {
     newHeader = new PolicyHeaderImpl;
     newHeader->Clear();
     counts.fill(0);
-    collects = false;
+    collects = finds = false;
+    faults.clear();
+    places.fill(Place());
+    dataFilePlaces.clear();
     missing = LumPalMsg::MessageList_t();
     place = Element::None;
     unknownDepth = depth = 0;
@@ -100,9 +109,10 @@ void PolicyXmlHandler::StartElement(const String_t& uri, const String_t& localNa
     } else {
         place = found;
         ++counts[static_cast<std::size_t>(found)];
+        if (finds) NotePlace(found);
     }
     const bool isRoot = found == Element::Header;
-    if (isRoot) TestNamespace(uri);
+    if (isRoot) TryStep(found, [&] { TestNamespace(uri); });
     if (mode == Mode::Rewriting && IsCopied()) CopyStart(uri, localName, isRoot);
 }
 
@@ -116,12 +126,37 @@ void PolicyXmlHandler::EndElement(const String_t&, const String_t&, const String
     } else {
         const Row& row = document::RowOf(place);
         isField = row.kind == Kind::Field;
-        if (copied || !rewriting) EndKnown(row);
+        if (copied || !rewriting) TryStep(place, [&] { EndKnown(row); });
         place = row.parent;
     }
     if (copied) CopyEnd(isField);
     leaf = false;
     text.Clear();
+}
+
+void PolicyXmlHandler::NotePlace(Element element) {
+    if (!locator) return;
+    const Place here{locator->GetLineNumber(), locator->GetColumnNumber()};
+    places[static_cast<std::size_t>(element)] = here;
+    if (element == Element::FileName) dataFilePlaces.push_back(here);
+}
+
+/// Where an element that is not there should stand.
+PolicyXmlHandler::Place PolicyXmlHandler::PlaceAround(Element element) const {
+    do element = document::RowOf(element).parent;
+    while (element != Element::None && GetCount(element) == 0);
+    return element == Element::None ? Place() : GetPlace(element);
+}
+
+/// What a step raises is one fault among others, if it is to be found.
+template <class Step>
+void PolicyXmlHandler::TryStep(Element element, Step step) {
+    if (!finds) return step();
+    try {
+        step();
+    } catch (const LumPalMsg::Exception_t& e) {
+        faults.push_back({GetPlace(element), e.GetMessageList().GetMessage(0)});
+    }
 }
 
 void PolicyXmlHandler::EndKnown(const Row& row) {
@@ -148,6 +183,7 @@ void PolicyXmlHandler::TestRequiredElements() {
         if (excused || GetCount(required.element) > 0) continue;
         if (!collects) throw PolicyHeaderException(MakeUnchecked(required.missing));
         missing.Add(MakeUnchecked(required.missing));
+        faults.push_back({PlaceAround(required.element), MakeUnchecked(required.missing)});
     }
 }
 
@@ -200,8 +236,8 @@ void PolicyXmlHandler::ReadCertificate() {
 }
 
 void PolicyXmlHandler::ReadAttribute() {
-    newHeader->SetAttribute(attributeName, attributeValue);
-    attributeName = attributeValue = String_t();
+    const String_t name = std::exchange(attributeName, String_t());
+    newHeader->SetAttribute(name, std::exchange(attributeValue, String_t()));
 }
 
 // Rewriting. An element at depth n stands on a line of its own behind n blanks.

@@ -35,6 +35,27 @@ public:
     /// Reads likewise, but no missing element is an error: GetMissing tells of all of them.
     void StartChecking();
     const LumPalMsg::MessageList_t& GetMissing() const noexcept { return missing; }
+
+    /// Where an element begins, from 1; 0 for nowhere.
+    struct Place {
+        int line = 0, column = 0;
+    };
+    struct Fault {
+        Place place;
+        LumPalMsg::Message_t message;
+    };
+    /// Reads likewise, and what else would end it, but for a broken document, is no error either: GetFaults tells of
+    /// all of it, each with its place; of a missing element it is that of the one that should hold it.
+    void StartFinding();
+    const std::vector<Fault>& GetFaults() const noexcept { return faults; }
+    /// Of the last element of that kind, not None.
+    Place GetPlace(document::Element element) const { return places[static_cast<std::size_t>(element)]; }
+    /// Of the name of a data file, as the header counts them; known behind StartFinding alone.
+    Place GetDataFilePlace(std::size_t index) const {
+        return index < dataFilePlaces.size() ? dataFilePlaces[index] : Place();
+    }
+    using HeaderPtr = LumPalPtr::RefPtr_t<PolicyHeaderImpl>;
+
     /// How often a known element, not None, has stood at its place.
     int GetCount(document::Element element) const { return counts[static_cast<std::size_t>(element)]; }
     /// @param source  not owned; its values are taken now. @throws LumPalMsg::IllegalStateError_t XmlHandlerNull for
@@ -45,6 +66,7 @@ public:
     /// @throws LumPalMsg::IllegalStateError_t XmlHandlerNull when there is none
     LumPalPtr::RefPtr_t<PolicyHeaderImpl> TakeHeader();
 
+    void SetDocumentLocator(const LumPalXml::SAX::Locator_i* where) override { locator = where; }
     /// @throws LumPalMsg::IllegalStateError_t XmlHandlerNotInitialized when neither reading nor rewriting was started
     void StartDocument() override;
     /// @throws PolicyHeaderException for the first missing element, XmlSignatureCount after a rewrite
@@ -73,6 +95,10 @@ private:
     bool IsOneTooMany(Element element) const { return GetCount(element) > kMostRepeats; }
     bool IsTextWanted() const noexcept;
     void TestNamespace(const LumPalStr::String_t& uri) const;
+    void NotePlace(document::Element element);
+    Place PlaceAround(document::Element element) const;
+    template <class Step>
+    void TryStep(document::Element element, Step step);
     void TestRequiredElements();
 
     // Reading: what the end tags of the table do.
@@ -105,6 +131,11 @@ private:
     Mode mode = Mode::NotInitialized;
     unsigned long tolerance = 0;
     bool collects = false;  ///< missing elements are collected, not raised
+    bool finds = false;     ///< with all else that is wrong
+    std::vector<Fault> faults;
+    std::array<Place, document::kElementCount> places{};
+    std::vector<Place> dataFilePlaces;
+    const LumPalXml::SAX::Locator_i* locator = nullptr;  ///< not owned; valid while the parser runs
     LumPalMsg::MessageList_t missing;
     std::array<int, document::kElementCount> counts{};
     Element place = Element::None;  ///< the innermost open element that is known

@@ -3,6 +3,7 @@
 #include "Exceptions.h"
 #include "LumCtrl.h"
 #include "LumSecAuth.h"
+#include "MessageNumbers.h"
 #include "Messages.h"
 
 namespace LumConf {
@@ -63,6 +64,11 @@ const Row kInstallPackageRows[] = {
     {ReturnValue::ControlServiceErrors, msg::ForwardControlErrors, RaiseAs<LumCtrl::ControlException>},
     {kAnyOther, msg::ForwardPackageErrors, RaiseAs<PolicyRemoteException>},
 };
+
+static_assert(msg::ForwardInstallNotAllowed.id == kInstallNotAllowed);
+static_assert(msg::ForwardOperationNotAllowed.id == kOperationNotAllowed);
+static_assert(msg::ForwardListNotAllowed.id == kListNotAllowed);
+static_assert(msg::ForwardConfigNotAllowed.id == kSettingsNotAllowed);
 
 const Row* Find(const Row* row, int value) {
     while (row->value != kAnyOther && static_cast<int>(row->value) != value) ++row;

@@ -14,6 +14,8 @@ const char* const kUsage =
     "  explain NAMESPACE [NAME]       tell who sets values of this node, and what is overridden\n"
     "  diff FILE...                   tell what installing settings policies would change on this node\n"
     "  diff --disable POLICY          likewise of one that is installed; also --enable, --remove\n"
+    "  keys [NAMESPACE]               tell which keys a node knows\n"
+    "  describe KEY                   tell of one of them: what it does, what it may hold, when it counts\n"
     "--host HOST[:PORT] names a node (default: localhost). 'lumsettings help COMMAND' tells more.\n";
 
 const char* const kFooter =
@@ -21,13 +23,13 @@ const char* const kFooter =
     "6 the node could not be reached.\n"
     "For many nodes: the code that all have in common; 0 also when some had nothing to do; else 8.";
 
-const lumtools::Program kProgram{
-    "lumsettings",
-    LUM_VERSION,
-    "Reads, changes and explains the settings of nodes.",
-    kUsage,
-    kFooter,
-    {lumsettings::AddGet, lumsettings::AddChanges, lumsettings::AddExplain, lumsettings::AddDiff}};
+const lumtools::Program kProgram{"lumsettings",
+                                 LUM_VERSION,
+                                 "Reads, changes and explains the settings of nodes.",
+                                 kUsage,
+                                 kFooter,
+                                 {lumsettings::AddGet, lumsettings::AddChanges, lumsettings::AddExplain,
+                                  lumsettings::AddDiff, lumsettings::AddKeys}};
 
 }  // namespace
 

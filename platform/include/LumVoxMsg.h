@@ -128,5 +128,7 @@ public:
 /// What a messenger that serves with this configuration would not take as it stands: numbers that are none or out of
 /// their bounds, an address that is none. Empty when all is in order; nothing is logged.
 LUMPAL_API LumPalMsg::MessageList_t FindWrongLimits(const LumPalConfig::Configuration_t& configuration);
+/// The largest body of a request that such a messenger takes, in bytes: BODY_LIMIT, or its default.
+LUMPAL_API std::uint64_t LargestBody(const LumPalConfig::Configuration_t& configuration);
 
 }  // namespace LumVoxMsg

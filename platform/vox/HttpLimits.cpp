@@ -108,6 +108,11 @@ LumPalMsg::MessageList_t FindWrongLimits(const Configuration_t& configuration) {
     return checked.wrong;
 }
 
+std::uint64_t LargestBody(const Configuration_t& configuration) {
+    Checked checked{configuration, {}};
+    return Read(checked).bodyBytes;
+}
+
 bool HttpLimits::IsLoopback(const String_t& address) {
     boost::system::error_code error;
     return boost::asio::ip::make_address(address.ToUtf8(), error).is_loopback() && !error;

@@ -63,7 +63,7 @@ class Words(unittest.TestCase):
                 self.assertEqual(set(offered(f"lumpolicy {command} -")), options_in(help_of("lumpolicy", command)))
 
     def test_the_options_of_the_other_programs_are_offered(self):
-        for command in ("get", "set", "clear", "explain", "diff"):
+        for command in ("get", "set", "clear", "explain", "diff", "keys", "describe"):
             self.assertEqual(set(offered(f"lumsettings {command} -")), options_in(help_of("lumsettings", command)))
         for command in ("status", "explain", "check"):
             self.assertEqual(set(offered(f"lumcluster {command} -")), options_in(help_of("lumcluster", command)))
@@ -278,6 +278,11 @@ class Settings(unittest.TestCase):
         self.assertEqual(offered("lumsettings get --resource-group x --json n.t", self.node), ["n.t"])
         self.assertEqual(sorted(offered("lumsettings get ", self.node)),
                          ["conf.server", "n.s", "n.t", "vox.http.ext.conf"])
+
+    def test_keys_and_their_namespaces_are_offered_without_a_node(self):
+        self.assertEqual(offered("lumsettings describe AUDIT_"), ["AUDIT_LOGGING", "AUDIT_LOG_MODE"])
+        self.assertEqual(offered("lumsettings keys conf."), ["conf.cluster", "conf.core", "conf.server"])
+        self.assertEqual(offered("lumsettings keys conf.core "), [])
 
     def test_the_names_in_a_namespace_are_offered(self):
         self.assertEqual(offered("lumsettings get n.s ", self.node), ["b\\ c", "key"])

@@ -1,9 +1,139 @@
 #!/usr/bin/python3
-"""What is wrong with a node's configuration is told before it counts."""
+"""The keys of a node's configuration: the tools know each of them, say what is wrong with a value before it counts, and
+do not let their user lock himself out."""
+import pathlib
+import re
 import unittest
 
 import pki
-from node import DONE, FAILED, Node, write_policy
+from node import DONE, FAILED, NOT_FOUND, REFUSED, WRONG_USAGE, Node, write_policy
+
+PAPER = pathlib.Path(__file__).resolve().parents[2] / "docs/configuration.md"
+
+
+def told_keys():
+    """{(namespace, key): (kind, default, taken up)} as the paper has them, without its marks."""
+    told = {}
+    for namespace, section in re.findall(r"^## ([a-z.]+\.[a-z.]+)$(.*?)(?=^## )", PAPER.read_text(encoding="utf-8"),
+                                         re.M | re.S):
+        for row in re.findall(r"^\| `[A-Z0-9_]+` \| .*$", section, re.M):
+            name, kind, default, *_, counts = [cell.replace("`", "").strip() for cell in row.strip("| ").split(" | ")]
+            told[namespace, name] = kind, default, counts
+    return told
+
+
+class Keys(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.node = Node()
+        cls.addClassCleanup(cls.node.close)
+
+    def settings(self, *arguments):
+        return self.node.tool("lumsettings", *arguments)
+
+    def refused(self, code, words, *arguments):
+        before = (self.node.config / "local_settings.ini").read_text(encoding="utf-8")
+        result = self.settings(*arguments)
+        self.assertEqual(result.code, code, result)
+        for word in words:
+            self.assertIn(word, " ".join(result.err.split()))
+        self.assertEqual((self.node.config / "local_settings.ini").read_text(encoding="utf-8"), before)
+
+    def test_the_paper_and_the_tool_say_the_same_of_each_key(self):
+        told = told_keys()
+        known = {(key["namespace"], key["name"]): (key["kind"], key["default"], key["taken_up"])
+                 for key in self.settings("keys", "--json").json()["keys"]}
+        self.assertGreater(len(known), 40)
+        self.assertEqual(known, told)
+
+    def test_keys_are_listed_and_described_without_a_node(self):
+        listed = self.settings("keys", "conf.server")
+        self.assertEqual(listed.code, DONE, listed)
+        self.assertIn("WAIT_TIME", listed.out)
+        self.assertNotIn("SERVER_PORT", listed.out)
+        described = self.settings("describe", "SERVER_PORT")
+        self.assertEqual(described.code, DONE, described)
+        for word in ("[vox.http.ext.conf] SERVER_PORT", "0 to 65535", "7443", "after a restart",
+                     f"on this node: {self.node.port}"):
+            self.assertIn(word, described.out)
+        self.refused(NOT_FOUND, ["did you mean 'SERVER_PORT'?", "lumsettings keys"], "describe", "server_prot")
+        self.refused(NOT_FOUND, ["nothing"], "keys", "nothing")
+
+    def test_a_value_that_a_key_cannot_hold_is_refused_unless_it_is_forced(self):
+        for namespace, name, value, wanted in (
+                ("conf.server", "AUDIT_LOGGING", "perhaps", "true or false"),
+                ("conf.server", "WAIT_TIME", "0", "seconds from 1 to 86400"),
+                ("vox.http.ext.conf", "IO_THREADS", "65", "1 to 64"),
+                ("vox.http.ext.conf", "BODY_LIMIT", "64 MB", "bytes, 1024 to 2147483647"),
+                ("vox.http.ext.conf", "IDLE_TIMEOUT", "99", "ms, 100 to 3600000"),
+                ("conf.cluster", "POLLING_INTERVAL", "ten", "milliseconds from 1 to 2147483647")):
+            with self.subTest(name=name):
+                self.refused(WRONG_USAGE, [f"[{namespace}] {name}={value}: must be ", wanted, "--force"],
+                             "set", namespace, f"{name}={value}")
+        path = self.node.folder / "settings.ini"
+        path.write_text("[conf.server]\nWAIT_TIME=9\nLOCATE_SERVER=dance\n")
+        self.refused(WRONG_USAGE, ["LOCATE_SERVER=dance"], "set", "--from", path)
+        self.assertEqual(self.settings("set", "--force", "conf.server", "WAIT_TIME=0").code, DONE)
+        self.assertEqual(self.settings("clear", "conf.server", "WAIT_TIME").code, DONE)
+
+    def test_the_bounds_are_those_of_the_server(self):
+        for key in self.settings("keys", "vox.http.ext.conf", "--json").json()["keys"]:
+            bounds = re.search(r"(\d+) to (\d+)", key["kind"])
+            if not bounds:
+                continue
+            least, most = map(int, bounds.groups())
+            for value, is_good in ((least, True), (most, True), (least - 1, False), (most + 1, False)):
+                with self.subTest(key=key["name"], value=value), \
+                        Node({"vox.http.ext.conf": {key["name"]: value}}, start=False) as node:
+                    if key["name"] == "SERVER_PORT":
+                        node.settings["vox.http.ext.conf"]["TARGET_PORT"] = value
+                        node.write_settings()
+                    said = node.tool("lumconfd", "--check-config").out
+                    self.assertEqual(f"is no value for '{key['name']}'" in said, not is_good, said)
+
+    def test_a_key_or_namespace_that_nobody_reads_is_warned_of_with_the_nearest(self):
+        for namespace, name, said in (
+                ("conf.server", "AUDIT_LOGING", "Nobody reads a key 'AUDIT_LOGING' of [conf.server]; did you mean 'AUDIT_LOGGING'?"),
+                ("conf.server", "audit_logging", "did you mean 'AUDIT_LOGGING'?"),
+                ("conf.server", "ODD", "Nobody reads a key 'ODD' of [conf.server]."),
+                ("conf.sever", "AUDIT_LOGGING", "Nobody reads a namespace [conf.sever]; did you mean 'conf.server'?"),
+                ("vox.http.ext", "SERVER_PORT", "Nobody reads a namespace [vox.http.ext]")):
+            with self.subTest(namespace=namespace, name=name):
+                result = self.settings("set", namespace, f"{name}=1")
+                self.assertEqual(result.code, DONE, result)
+                self.assertIn(f"lumsettings: warning: ", result.err)
+                self.assertIn(said, result.err)
+                checked = self.node.tool("lumconfd", "--check-config")
+                self.assertEqual(checked.code, DONE, checked)
+                self.assertIn("Warning: Nobody reads", checked.out)
+                answer = self.settings("set", "--json", namespace, f"{name}=1")
+                self.assertEqual(answer.err, "")
+                self.assertIn(said.split(";")[0].rstrip("."), answer.json()["warnings"][0]["text"])
+                self.assertEqual(self.settings("clear", namespace, name).code, DONE)
+        for namespace in ("backup", "com.example.agent", "conf.cluster.RGState.VCS"):
+            self.assertEqual(self.settings("set", namespace, "ODD=1").err, "")
+            self.settings("clear", namespace)
+            self.assertNotIn(namespace, self.node.tool("lumconfd", "--check-config").out)
+
+    def test_a_change_that_would_lock_the_tools_out_is_refused_unless_it_is_forced(self):
+        for arguments, words in (
+                (("set", "vox.http.ext.conf", "TARGET_PORT=1"),
+                 [f"The node serves port {self.node.port} (SERVER_PORT), but its own tools call 1 (TARGET_PORT)", "--force"]),
+                (("set", "vox.http.ext.conf", "SERVER_PORT=1"), ["The node serves port 1 (SERVER_PORT)"]),
+                (("clear", "vox.http.ext.conf", "TARGET_PORT"), ["call 7443 (TARGET_PORT)"]),
+                (("set", "sec.cm.certificates", "CERT_INSTALLED=true"), ["CORE_ID is empty"]),
+                (("set", "-n", "sec.cm.certificates", "CERT_INSTALLED=yes"), ["CORE_ID is empty"])):
+            with self.subTest(arguments=arguments):
+                self.refused(REFUSED, ["could not reach it any more", *words], *arguments)
+        self.assertEqual(self.settings("set", "sec.core", "CORE_ID=node-1").code, DONE)
+        self.refused(REFUSED, ["node-1.pem"], "set", "sec.cm.certificates", "CERT_INSTALLED=true")
+        both = (f"SERVER_PORT={self.node.port}", f"TARGET_PORT={self.node.port}")
+        self.assertEqual(self.settings("set", "vox.http.ext.conf", *both).code, DONE)
+        self.assertEqual(self.settings("clear", "sec.core", "CORE_ID").code, DONE)
+        with Node() as other:
+            forced = other.tool("lumsettings", "set", "--force", "sec.cm.certificates", "CERT_INSTALLED=true")
+            self.assertEqual(forced.code, DONE, forced)
+            self.assertEqual(other.tool("lumsettings", "get").code, FAILED, "as it was said")
 
 
 class Check(unittest.TestCase):

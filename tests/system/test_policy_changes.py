@@ -210,7 +210,7 @@ class Changes(unittest.TestCase):
         out = self.node.policy("show", "--id", "a").out
         for line in ("id:           a", "name:         name", "version:      1", "status:       enabled",
                      "owner:        me", "type:         type", "category:     c", "attribute:    k=v",
-                     "data file:    a.conf (text/plain)", "signer:       no certificate that can be read"):
+                     "data file:    a.conf (text/plain)", "signer:       nobody: it is not signed"):
             self.assertIn(line, out.splitlines())
         policy = self.node.policy("show", "--id", "a", "--json").json()["policies"][0]
         self.assertEqual(policy["data_files"], [{"name": "a.conf", "encoding": "text/plain"}])

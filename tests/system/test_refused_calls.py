@@ -5,8 +5,9 @@ import re
 import unittest
 
 import pki
-from node import FAILED, UNREACHABLE, Node, write_policy
+from node import EXAMPLES, FAILED, REFUSED, UNREACHABLE, Node, write_policy
 
+EXAMPLE = sorted(EXAMPLES.glob("*_header.xml"))[0]
 THEN = "20200101000000Z", "20210101000000Z"
 TO_COME = "20900101000000Z", "20910101000000Z"
 # What the TLS and HTTP libraries say of themselves.
@@ -114,6 +115,29 @@ class OverTls(Told):
             self.told_alike(lambda *more: plain.policy("list", *more), UNREACHABLE, "what serves there speaks TLS",
                             "TARGET_PORT", "--host NAME:PORT")
 
+    def test_a_right_that_lacks_is_named_with_its_number_and_the_command_that_grants_it(self):
+        client = self.client(self.operator, self.authority)
+        for tool, arguments, name, number in (
+                ("lumpolicy", ("install", EXAMPLE), "install", 1), ("lumpolicy", ("remove", "--all"), "remove", 2),
+                ("lumpolicy", ("disable", "--all"), "disable", 8), ("lumpolicy", ("list",), "list", 16),
+                ("lumpolicy", ("add-category", "c", "--all"), "modify", 32), ("lumpolicy", ("notify",), "install", 1),
+                ("lumpolicy", ("reinit",), "modify", 32), ("lumpolicy", ("status",), "list", 16),
+                ("lumpolicy", ("install", "-n", EXAMPLE), "list", 16),
+                ("lumsettings", ("get", "conf.server"), "configget", 64),
+                ("lumsettings", ("set", "conf.server", "WAIT_TIME=9"), "configset", 128),
+                ("lumsettings", ("set", "-n", "conf.server", "WAIT_TIME=9"), "configget", 64),
+                ("lumsettings", ("clear", "conf.server"), "configset", 128)):
+            with self.subTest(tool=tool, arguments=arguments):
+                ask = lambda *more: client.tool(tool, *arguments, "--host", f"localhost:{self.node.port}", *more)
+                said = self.told(ask(), REFUSED, f"The right '{name}' ({number}) lacks.",
+                                 f"'lumtrust grant operator {name}' gives it.")
+                self.assertEqual(said.count(" lacks."), 1, said)
+                self.assertIn(f"The right '{name}' ({number}) lacks.", str(ask("--json").json()["messages"]))
+
+    def test_a_caller_without_a_certificate_learns_that_he_is_nobody(self):
+        client = self.client(trusted=self.authority)
+        self.told_alike(self.listing(client), REFUSED, "This caller is nobody there", "'lumtrust request'")
+
 
 class TooLarge(Told):
     def test_a_body_beyond_the_limit_is_told_with_its_size_the_limit_and_the_key(self):
@@ -125,6 +149,53 @@ class TooLarge(Told):
                                      "BODY_LIMIT in 'vox.http.ext.conf'", str(file))
                     sent = int(re.search(r"body of (\d+) bytes is too large", said)[1])
                     self.assertGreater(sent, size)
+
+
+class Keys(Told):
+    """Without any daemon."""
+
+    def setUp(self):
+        self.node = Node(start=False)
+        self.addCleanup(self.node.close)
+        self.file = write_policy(self.node.folder / "policy", "p", files={"a": b"a", "b": b"b"})
+
+    def test_a_policy_that_is_not_signed_is_called_so_once(self):
+        said = self.told(self.node.policy("verify", self.file), FAILED, f"{self.file}: The policy is not signed",
+                         "'lumpolicy sign'")
+        self.assertEqual(said.count("not signed"), 1, said)
+        answer = self.node.policy("verify", "--json", self.file).json()
+        self.assertIn("The policy is not signed", answer["messages"][0]["text"])
+        for one in answer["data_files"]:
+            self.assertIn("not signed", one["messages"][-1]["text"])
+        self.assertNotRegex(str(answer), RAW)
+
+    def test_a_node_without_an_id_is_told_how_to_get_one(self):
+        self.told(self.node.policy("sign", self.file), FAILED, "CORE_ID", "'lumtrust request --core-id ID'", "--alias")
+        self.node.settings["sec.cm.certificates"] = {"CERT_INSTALLED": "true"}
+        self.node.write_settings()
+        self.told(self.node.policy("list"), FAILED, "the node has no id: CORE_ID", "'lumtrust install'")
+
+    def test_a_node_without_any_key_is_told_how_to_get_one(self):
+        self.node.settings["sec.core"] = {"CORE_ID": "me"}
+        self.node.write_settings()
+        for made in (False, True):
+            if made:
+                (self.node.root / "etc/keystore/own").mkdir(parents=True)
+            with self.subTest(made=made):
+                self.told(self.node.policy("sign", self.file), FAILED, "'lumtrust request' makes a key", "P-384")
+
+    def test_a_key_that_does_not_sign_is_refused_with_the_kinds_that_do(self):
+        self.node.settings["sec.core"] = {"CORE_ID": "me"}
+        self.node.write_settings()
+        own = self.node.root / "etc/keystore/own"
+        own.mkdir(parents=True)
+        for kind in (("ED448",), ("RSA", "-pkeyopt", "rsa_keygen_bits:1024"),
+                     ("EC", "-pkeyopt", "ec_paramgen_curve:secp521r1")):
+            with self.subTest(kind=kind):
+                pki.openssl("genpkey", "-algorithm", *kind, "-out", own / "me.key")
+                pki.openssl("req", "-x509", "-key", own / "me.key", "-subj", "/CN=me", "-days", "1", "-out", own / "me.pem")
+                self.told(self.node.policy("sign", self.file), FAILED,
+                          "Keys that sign are RSA (2048 to 16384 bits), EC (P-256, P-384) and Ed25519.")
 
 
 if __name__ == "__main__":

@@ -143,7 +143,10 @@ class SharedFiles(unittest.TestCase):
         path = write_policy(node.folder / "source", "b", {"both": b""})
         answer = node.policy("install", "--json", "--host", f"127.0.0.1:{free_port()}", path)
         self.assertEqual(answer.code, UNREACHABLE, answer)
-        self.assertEqual(answer.json()["files"], [{"file": str(path), "result": "unreachable", "code": UNREACHABLE}])
+        told = answer.json()["files"]
+        self.assertEqual([(one["file"], one["result"], one["code"]) for one in told],
+                         [(str(path), "unreachable", UNREACHABLE)])
+        self.assertIn("Cannot connect", told[0]["messages"][0]["text"])
         package = node.policy("install", "--package", "--host", f"127.0.0.1:{free_port()}", path)
         self.assertEqual(package.code, UNREACHABLE, package)
 

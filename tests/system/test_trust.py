@@ -274,7 +274,7 @@ class Refusals(TrustTest):
     def test_a_document_that_is_not_signed(self):
         verdict = self.assert_refused(self.policy_file(), "Error in converting the policy certificate")
         self.assertIsNone(verdict["signer"])
-        self.assert_code(self.node.policy("verify", self.policy_file()), FAILED, "no certificate that can be read")
+        self.assert_code(self.node.policy("verify", self.policy_file()), FAILED, "not signed")
 
     def test_a_broken_certificate_or_signature(self):
         for tag, change, words in (("certificate", lambda text: "!!!!", "Error during decoding the policy certificate."),

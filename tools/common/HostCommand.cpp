@@ -3,11 +3,9 @@
 #include <iostream>
 #include <sstream>
 
-#include "LumPalConfig.h"
 #include "LumPalConsole.h"
-#include "LumPalKeys.h"
-#include "LumPalRuntime.h"
 #include "LumVoxRpc.h"
+#include "common/Advice.h"
 #include "common/Interruption.h"
 #include "common/NodesText.h"
 #include "common/Program.h"
@@ -33,22 +31,6 @@ std::string Indented(const std::string& text) {
     std::string out;
     for (std::string line; std::getline(in, line);) out += line.empty() ? "\n" : "  " + line + "\n";
     return out;
-}
-
-/// The node cannot say why it knows no sender: the caller alone sees that he has no proof to show.
-void AddHint(const std::string& host, Outcome& outcome) {
-    if (outcome.code != lumtools::kRefused || host != "localhost" || LumVoxRpc::HasLocalSecret()) return;
-    bool isCertified = true;  // settings that cannot be read say nothing
-    Attempt([&] {
-        const LumPalConfig::ConfigNamespace_t settings(LumPalKeys::NsSecCmCert);
-        isCertified = settings.Open().GetBool(LumPalKeys::CertInstalledKey);
-    });
-    if (isCertified) return;
-    const std::string root = LumPalRuntime::Dir_t::Path(LumPalRuntime::Root).ToUtf8();
-    outcome.messages.push_back({1, "This call proved nothing, since '" + LumVoxRpc::LocalSecretPath().ToUtf8() +
-                                       "' cannot be read: run it as the user to whom the node's root '" + root +
-                                       "' belongs, or as root, and with LUM_ROOT naming the root that the daemon "
-                                       "serves."});
 }
 
 /// A signal's number, as a shell tells it.
@@ -103,7 +85,7 @@ std::optional<std::chrono::seconds> HostCommand::GetTimeout() const {
 Answer HostCommand::AskWithin(std::size_t index) const {
     const LumVoxRpc::CallBudget budget(GetTimeout());
     Answer answer = Ask(hosts[index]);
-    AddHint(hosts[index], answer.outcome);
+    AddLackingRight(hosts[index], GetRight(), answer.outcome);
     return answer;
 }
 

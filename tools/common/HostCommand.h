@@ -39,6 +39,8 @@ protected:
     virtual Outcome Prepare() { return {}; }
     /// Whether it changes nodes: then it goes on to the last of them although nobody reads its output any more.
     virtual bool ChangesNodes() const { return false; }
+    /// The right that its requests take, of LumConf::Right; 0 for what needs none but those to install and to list.
+    virtual unsigned GetRight() const { return 0; }
     /// Asks one node. Called on several threads at once. Must not throw.
     virtual Answer Ask(const std::string& host) const = 0;
     /// Completes what is known of a node that was asked and has not answered, for a user who ends the command.

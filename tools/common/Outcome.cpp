@@ -15,6 +15,7 @@
 #include "LumSecAuth.h"
 #include "MessageNumbers.h"
 #include "Utils.h"
+#include "common/Advice.h"
 #include "common/Arguments.h"
 #include "common/NodeAccess.h"
 #include "common/ProgramName.h"
@@ -54,7 +55,12 @@ bool IsListMissing(const LumConf::PolicyNotFoundError& e) {
 }
 
 Outcome From(ExitCode code, const LumPalMsg::Exception_t& e) {
-    return {code, LinesOf(e.GetMessageList())};
+    const MessageList_t& messages = e.GetMessageList();
+    Outcome outcome{code, LinesOf(messages)};
+    if (messages.GetMessageCount() > 0) outcome.message = messages.GetMessage(0).GetId();
+    const std::string advice = AdviceOn(outcome.message);
+    if (!advice.empty()) outcome.messages.push_back({1, advice});
+    return outcome;
 }
 
 /// What goes to no terminal is not wrapped: scripts search in it.

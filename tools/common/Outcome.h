@@ -22,6 +22,7 @@ struct Outcome {
     ExitCode code = kDone;
     std::vector<MessageLine> messages;
     bool wasBegun = true;  ///< false: nothing was asked of anybody before the user ended it
+    unsigned message = 0;  ///< the number of the outer message in the catalogue; 0 for none
 
     /// "done", "nothing to do", "not found", "refused", "failed", "unreachable", "done, nobody told", "unknown", "not
     /// asked".
@@ -29,7 +30,7 @@ struct Outcome {
 };
 
 /// Runs a request; what it raises becomes the outcome. What fails while this user may not look into the node's folders
-/// is refused, and told so.
+/// is refused, and told so. Advice (Advice.h) stands below the messages.
 Outcome Attempt(const std::function<void()>& request);
 
 /// Each message of the list with its details below it.

@@ -3,6 +3,7 @@
 #include <sstream>
 
 #include "PolicyForwarder.h"
+#include "ReturnValue.h"
 #include "common/Arguments.h"
 #include "common/Lazy.h"
 #include "common/SelectionOptions.h"
@@ -84,22 +85,23 @@ std::string Unless(bool nothing, const std::string& change) {
 /// One command. `change` says what it would do to a policy, as the node lists it; empty for nothing.
 struct Row {
     const char *name, *help, *argument, *argumentHelp, *done;
+    unsigned right;
     void (*send)(const PolicyForwarder&, const String_t& host, const Request&);
     std::string (*change)(const PolicyHeader&, const std::string& argument);
 };
 
 const Row kRows[] = {
-    {"remove", "Remove installed policies", nullptr, nullptr, "removed from ",
+    {"remove", "Remove installed policies", nullptr, nullptr, "removed from ", LumConf::RightRemove,
      [](const PolicyForwarder& f, const String_t& host, const Request& r) { f.Remove(host, r.selection, r.options); },
      [](const PolicyHeader&, const std::string&) { return std::string("remove"); }},
-    {"enable", "Enable disabled policies", nullptr, nullptr, "enabled on ",
+    {"enable", "Enable disabled policies", nullptr, nullptr, "enabled on ", LumConf::RightEnable,
      [](const PolicyForwarder& f, const String_t& host, const Request& r) { f.Enable(host, r.selection, r.options); },
      [](const PolicyHeader& h, const std::string&) { return Unless(!h.IsDisabled(), "enable"); }},
-    {"disable", "Disable enabled policies", nullptr, nullptr, "disabled on ",
+    {"disable", "Disable enabled policies", nullptr, nullptr, "disabled on ", LumConf::RightDisable,
      [](const PolicyForwarder& f, const String_t& host, const Request& r) { f.Disable(host, r.selection, r.options); },
      [](const PolicyHeader& h, const std::string&) { return Unless(!h.IsEnabled(), "disable"); }},
     {"set-owner", "Give policies to an owner; an empty one takes the owner away", "OWNER", "The new owner",
-     "set the owner on ",
+     "set the owner on ", LumConf::RightModify,
      [](const PolicyForwarder& f, const String_t& host, const Request& r) {
          f.SetOwner(host, Text(r.argument), r.selection, r.options);
      },
@@ -108,7 +110,7 @@ const Row kRows[] = {
                        "change the owner '" + h.GetOwner().ToUtf8() + "' to '" + owner + "' of");
      }},
     {"add-category", "Put policies into categories", "CATEGORY", "A category; blanks part several in one word",
-     "added categories on ",
+     "added categories on ", LumConf::RightModify,
      [](const PolicyForwarder& f, const String_t& host, const Request& r) {
          f.AddCategory(host, Text(r.argument), r.selection, r.options);
      },
@@ -117,7 +119,7 @@ const Row kRows[] = {
          return Unless(added.empty(), "add '" + added + "' to");
      }},
     {"remove-category", "Take policies out of categories", "CATEGORY", "A category; blanks part several in one word",
-     "removed categories on ",
+     "removed categories on ", LumConf::RightModify,
      [](const PolicyForwarder& f, const String_t& host, const Request& r) {
          f.RemoveCategory(host, Text(r.argument), r.selection, r.options);
      },
@@ -126,6 +128,7 @@ const Row kRows[] = {
          return Unless(taken.empty(), "take '" + taken + "' from");
      }},
     {"clear-categories", "Take policies out of all categories", nullptr, nullptr, "cleared the categories on ",
+     LumConf::RightModify,
      [](const PolicyForwarder& f, const String_t& host, const Request& r) {
          f.RemoveAllCategories(host, r.selection, r.options);
      },
@@ -133,6 +136,7 @@ const Row kRows[] = {
          return Unless(h.GetCategoryCount() == 0, "take '" + CategoriesOf(h) + "' from");
      }},
     {"add-attribute", "Give policies an attribute", "NAME=VALUE", "The attribute", "added the attribute on ",
+     LumConf::RightModify,
      [](const PolicyForwarder& f, const String_t& host, const Request& r) {
          f.AddAttribute(host, Text(SplitPair(r.argument).first), Text(SplitPair(r.argument).second), r.selection,
                         r.options);
@@ -143,6 +147,7 @@ const Row kRows[] = {
          return Unless(HasAttribute(h, Trimmed(name) + "=" + Trimmed(value)), "add '" + pair + "' to");
      }},
     {"remove-attribute", "Take an attribute from policies", "NAME=VALUE", "The attribute", "removed the attribute on ",
+     LumConf::RightModify,
      [](const PolicyForwarder& f, const String_t& host, const Request& r) {
          f.RemoveAttribute(host, Text(SplitPair(r.argument).first), Text(SplitPair(r.argument).second), r.selection,
                            r.options);
@@ -151,6 +156,7 @@ const Row kRows[] = {
          return Unless(!HasAttribute(h, pair), "take '" + pair + "' from");
      }},
     {"clear-attributes", "Take all attributes from policies", nullptr, nullptr, "cleared the attributes on ",
+     LumConf::RightModify,
      [](const PolicyForwarder& f, const String_t& host, const Request& r) {
          f.RemoveAllAttributes(host, r.selection, r.options);
      },
@@ -189,11 +195,36 @@ private:
     }
 
     bool ChangesNodes() const override { return !dryRun; }
+    unsigned GetRight() const override { return row.right; }
 
     Answer Ask(const std::string& host) const override {
-        Answer answer;
         SetStep(host, row.name);
-        if (!dryRun && !selections.IsOne()) return SendEach(host);
+        Answer answer = !dryRun && !selections.IsOne() ? SendEach(host) : SendWhole(host);
+        if (answer.outcome.code == lumtools::kNothingToDo && IsOfStatus()) TellOddStatus(host, answer.outcome);
+        return answer;
+    }
+
+    bool IsOfStatus() const { return row.right == LumConf::RightEnable || row.right == LumConf::RightDisable; }
+
+    /// To a node such a policy is neither on nor off, so that there is nothing to switch.
+    void TellOddStatus(const std::string& host, lumtools::Outcome& outcome) const {
+        constexpr int mostTold = 10;
+        PolicyContainer policies;
+        lumtools::Attempt([&] { policies = ListSome(*forwarder, host, selections, targetId); });
+        int told = 0;
+        for (int i = 0; i < policies.GetCount() && told < mostTold; ++i) {
+            const PolicyHeader header = policies.GetPolicyHeader(i);
+            if (header.IsEnabled() || header.IsDisabled()) continue;
+            ++told;
+            outcome.messages.push_back({1, NameOf(header) + " has the status '" + header.GetStatus().ToUtf8() +
+                                               "', which is neither 'enabled' nor 'disabled'. Install it again: "
+                                               "'lumpolicy install --force-state --" +
+                                               row.name + " FILE'."});
+        }
+    }
+
+    Answer SendWhole(const std::string& host) const {
+        Answer answer;
         answer.outcome = lumtools::Attempt([&] {
             if (dryRun) {
                 Foresee(host, answer);
@@ -244,7 +275,7 @@ private:
         for (const lumtools::Outcome& one : outcomes) {
             const bool isIdle = one.code == lumtools::kNothingToDo;
             const bool isBetter = joined.code == lumtools::kNothingToDo || joined.code == lumtools::kDone;
-            if (isBetter && !isIdle) joined.code = one.code;
+            if (isBetter && !isIdle) joined = {one.code, joined.messages, true, one.message};
             if (!isIdle) joined.messages.insert(joined.messages.end(), one.messages.begin(), one.messages.end());
         }
         if (joined.code == lumtools::kNothingToDo) joined.messages = outcomes.front().messages;

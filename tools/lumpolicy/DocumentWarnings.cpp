@@ -1,21 +1,68 @@
 #include "lumpolicy/DocumentWarnings.h"
 
+#include "LumPalConfig.h"
+#include "LumPalKeys.h"
+#include "LumVoxMsg.h"
 #include "PolicyHeader.h"
 #include "common/Arguments.h"
-#include "common/Outcome.h"
 
 namespace lumpolicy {
 
-LumPalMsg::MessageList_t WarningsOf(const std::string& file) {
-    LumPalMsg::MessageList_t warnings;
+using LumConf::PolicyFault;
+using LumPalMsg::MessageList_t;
+using lumtools::MessageLine;
+
+namespace {
+
+std::vector<MessageLine> LinesOf(const PolicyFault& fault) {
+    std::vector<MessageLine> lines = lumtools::LinesOf(MessageList_t(fault.message));
+    if (fault.line == 0 || lines.empty()) return lines;
+    const std::string place = "Line " + std::to_string(fault.line) + ", column " + std::to_string(fault.column) + ": ";
+    lines.front().text = place + lines.front().text;
+    return lines;
+}
+
+nlohmann::ordered_json NumberOrNull(int number) {
+    return number == 0 ? nlohmann::ordered_json() : nlohmann::ordered_json(number);
+}
+
+}  // namespace
+
+MessageList_t WarningsOf(const std::string& file) {
+    MessageList_t warnings;
     lumtools::Attempt([&] { warnings = LumConf::PolicyHeader::FindWarnings(LumPalIo::File_t(lumtools::Text(file))); });
     return warnings;
 }
 
-void FillWarnings(nlohmann::ordered_json& object, const LumPalMsg::MessageList_t& warnings) {
+void FillWarnings(nlohmann::ordered_json& object, const MessageList_t& warnings) {
     object["warnings"] = nlohmann::ordered_json::array();
-    for (const lumtools::MessageLine& line : lumtools::LinesOf(warnings)) {
+    for (const MessageLine& line : lumtools::LinesOf(warnings)) {
         object["warnings"].push_back({{"level", line.level}, {"text", line.text}});
+    }
+}
+
+LumConf::PolicyCheck CheckFile(const std::string& file) {
+    // Settings that cannot be read say nothing of the policy: then the usual limit counts.
+    LumPalConfig::Configuration_t server{LumPalStr::String_t(LumPalKeys::NsVoxHttp)};
+    lumtools::Attempt([&] { server = LumPalConfig::ConfigNamespace_t(LumPalKeys::NsVoxHttp).Open(); });
+    return LumConf::PolicyCheck::Of(LumPalIo::File_t(lumtools::Text(file)), LumVoxMsg::LargestBody(server));
+}
+
+std::vector<MessageLine> LinesOf(const std::vector<PolicyFault>& faults) {
+    std::vector<MessageLine> all;
+    for (const PolicyFault& fault : faults) {
+        for (const MessageLine& line : LinesOf(fault)) all.push_back({line.level + 1, line.text});
+    }
+    return all;
+}
+
+void FillFaults(nlohmann::ordered_json& object, const std::vector<PolicyFault>& faults) {
+    object["faults"] = nlohmann::ordered_json::array();
+    for (const PolicyFault& fault : faults) {
+        object["faults"].push_back({{"line", NumberOrNull(fault.line)},
+                                    {"column", NumberOrNull(fault.column)},
+                                    {"text", fault.message.Format(LumPalMsg::BareText).ToUtf8()},
+                                    {"refused", fault.isRefused}});
     }
 }
 

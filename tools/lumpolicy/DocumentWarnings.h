@@ -1,11 +1,15 @@
 /// @file
-/// What is reported of policy files that can be used, but act otherwise than they look.
+/// What is reported of policy files before a node is asked: what can be used but acts otherwise than it looks, and all
+/// that a node would refuse.
 #pragma once
 
 #include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
 #include "LumPalMsg.h"
+#include "PolicyCheck.h"
+#include "common/Outcome.h"
 
 namespace lumpolicy {
 
@@ -14,5 +18,14 @@ LumPalMsg::MessageList_t WarningsOf(const std::string& file);
 
 /// The member "warnings", in the form of "messages"; an empty list when there are none.
 void FillWarnings(nlohmann::ordered_json& object, const LumPalMsg::MessageList_t& warnings);
+
+/// Holds a file and what lies beside it against this node's rules, its BODY_LIMIT among them.
+LumConf::PolicyCheck CheckFile(const std::string& file);
+
+/// Each fault as a line below the first, with its place.
+std::vector<lumtools::MessageLine> LinesOf(const std::vector<LumConf::PolicyFault>& faults);
+
+/// The member "faults": "line" and "column" (null for a fault without a place), "text", "refused".
+void FillFaults(nlohmann::ordered_json& object, const std::vector<LumConf::PolicyFault>& faults);
 
 }  // namespace lumpolicy

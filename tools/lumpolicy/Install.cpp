@@ -27,15 +27,18 @@ namespace {
 
 /// Some messages do not say which file they are about.
 void NameFile(lumtools::Outcome& outcome, const std::string& file) {
-    const bool isOfTheFile = outcome.code == lumtools::kFailed || outcome.code == lumtools::kRefused;
-    if (!isOfTheFile || outcome.messages.empty()) return;
+    const bool isOfTheNode = outcome.code == lumtools::kUnreachable || outcome.code == lumtools::kWrongUsage;
+    if (isOfTheNode || outcome.messages.empty()) return;
     std::string& text = outcome.messages.front().text;
     if (text.find(file) == text.npos) text = file + ": " + text;
 }
 
 /// The exit code of several files: the first that is no success.
 void Join(lumtools::Outcome& whole, const lumtools::Outcome& part) {
-    if (whole.code == lumtools::kDone) whole.code = part.code;
+    if (whole.code == lumtools::kDone) {
+        whole.code = part.code;
+        whole.message = part.message;
+    }
     whole.messages.insert(whole.messages.end(), part.messages.begin(), part.messages.end());
 }
 
@@ -54,13 +57,22 @@ private:
         for (const auto& file : files) {
             warnings.Add(WarningsOf(file));
             // What is wrong with a document, the node says.
-            Attempt([&] { warnings.Add(given.Add(PolicyHeader::Read(LumPalIo::File_t(Text(file))))); });
+            Attempt([&] { TakeWarnings(file, PolicyHeader::Read(LumPalIo::File_t(Text(file)))); });
         }
         if (!json) lumtools::PrintWarnings(std::cerr, warnings);
         return Attempt([&] {
             options = choices.Make();
             for (const auto& file : files) Take(LumPalIo::File_t(Text(file)));
         });
+    }
+
+    void TakeWarnings(const std::string& file, const PolicyHeader& header) {
+        warnings.Add(given.Add(header));
+        const bool isOdd = !header.IsEnabled() && !header.IsDisabled() && !choices.enable && !choices.disable;
+        if (!isOdd) return;
+        warnings.Add(LumPalMsg::CreateWarn_t("The policy file '%1' has the status '%2', which is neither 'enabled' nor "
+                                             "'disabled': a new policy will be neither on nor off.")
+                     << Text(file) << header.GetStatus());
     }
 
     void Take(const LumPalIo::File_t& file) {
@@ -118,8 +130,9 @@ private:
     }
 
     static void AddFile(const std::string& file, const std::string& host, const Outcome& outcome, Answer& answer) {
-        answer.fields["files"].push_back(
-            {{"file", file}, {"result", outcome.Word()}, {"code", static_cast<int>(outcome.code)}});
+        nlohmann::ordered_json object{{"file", file}};
+        Fill(object, outcome);
+        answer.fields["files"].push_back(std::move(object));
         if (outcome.code == lumtools::kDone) answer.text += "installed " + file + " on " + host + "\n";
         Join(answer.outcome, outcome);
     }
@@ -147,6 +160,9 @@ private:
             SetStep(host, std::to_string(i) + " of " + std::to_string(headers.size()) + " files, now " + files[i]);
             Outcome outcome = ForeseeOne(headers[i], host, answer);
             NameFile(outcome, files[i]);
+            nlohmann::ordered_json object{{"file", files[i]}};
+            Fill(object, outcome);
+            answer.fields["files"].push_back(std::move(object));
             Join(answer.outcome, outcome);
             if (outcome.code == lumtools::kUnreachable) return answer;
         }

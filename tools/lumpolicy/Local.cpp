@@ -4,7 +4,6 @@
 
 #include "LumPalIo.h"
 #include "PolicyContainer.h"
-#include "PolicyHeader.h"
 #include "common/Arguments.h"
 #include "common/Table.h"
 #include "lumpolicy/Command.h"
@@ -13,7 +12,6 @@
 
 namespace lumpolicy {
 
-using LumConf::PolicyHeader;
 using LumPalIo::File_t;
 using lumtools::Attempt;
 using lumtools::ExitCode;
@@ -22,30 +20,23 @@ using lumtools::Text;
 
 namespace {
 
-/// What a policy lacks, each a detail.
-std::vector<lumtools::MessageLine> FindLacks(const File_t& file, PolicyHeader& header) {
-    LumPalMsg::MessageList_t missing;
-    header = PolicyHeader::Read(file, missing);
-    std::vector<lumtools::MessageLine> lacks;
-    for (int i = 0; i < missing.GetMessageCount(); ++i) {
-        lacks.push_back({1, missing.GetMessage(i).Format(LumPalMsg::BareText).ToUtf8()});
-    }
-    for (int i = 0; i < header.GetDataFileCount(); ++i) {
-        const File_t data(file.GetParent(), header.GetDataFile(i));
-        if (!data.Exists() || data.IsDirectory())
-            lacks.push_back({1, "The data file '" + data.GetName().ToUtf8() + "' is not there."});
-    }
-    return lacks;
-}
-
 /// Everything that is wrong with a header file and the data files beside it.
-Outcome Validate(const std::string& name, PolicyHeader& header) {
-    std::vector<lumtools::MessageLine> lacks;
-    const Outcome reading = Attempt([&] { lacks = FindLacks(File_t(Text(name)), header); });
-    if (reading.code != lumtools::kDone) return {lumtools::kFailed, reading.messages};
-    if (lacks.empty()) return reading;
-    lacks.insert(lacks.begin(), {0, "The policy file '" + name + "' is not complete."});
-    return {lumtools::kFailed, lacks};
+struct Verdict {
+    LumConf::PolicyCheck check;
+    Outcome outcome;
+};
+
+Verdict Validate(const std::string& name) {
+    Verdict verdict;
+    const Outcome checking = Attempt([&] { verdict.check = CheckFile(name); });
+    if (checking.code != lumtools::kDone) {
+        verdict.outcome = {lumtools::kFailed, checking.messages};
+    } else if (!verdict.check.faults.empty()) {
+        verdict.outcome = {lumtools::kFailed, LinesOf(verdict.check.faults)};
+        verdict.outcome.messages.insert(verdict.outcome.messages.begin(),
+                                        {0, "The policy file '" + name + "' is not in order."});
+    }
+    return verdict;
 }
 
 class ValidateFiles : public Command {
@@ -58,20 +49,20 @@ public:
         ExitCode result = lumtools::kDone;
         GivenPolicies given;
         for (const std::string& file : files) {
-            PolicyHeader header;
-            const Outcome outcome = Validate(file, header);
-            if (result == lumtools::kDone) result = outcome.code;
+            const Verdict verdict = Validate(file);
+            if (result == lumtools::kDone) result = verdict.outcome.code;
             LumPalMsg::MessageList_t warnings = WarningsOf(file);
-            warnings.Add(given.Add(header));
-            Print(file, outcome, warnings);
+            warnings.Add(given.Add(verdict.check.header));
+            Print(file, verdict, warnings);
         }
         return result;
     }
 
 private:
-    void Print(const std::string& file, const Outcome& outcome, const LumPalMsg::MessageList_t& warnings) const {
+    void Print(const std::string& file, const Verdict& verdict, const LumPalMsg::MessageList_t& warnings) const {
+        const Outcome& outcome = verdict.outcome;
         if (json) {
-            std::cout << OneLine(FileAnswer(file, outcome, warnings)) << std::endl;
+            std::cout << OneLine(FileAnswer(file, verdict, warnings)) << std::endl;
             return;
         }
         lumtools::PrintWarnings(std::cerr, warnings);
@@ -82,10 +73,11 @@ private:
         }
     }
 
-    static nlohmann::ordered_json FileAnswer(const std::string& file, const Outcome& outcome,
+    static nlohmann::ordered_json FileAnswer(const std::string& file, const Verdict& verdict,
                                              const LumPalMsg::MessageList_t& warnings) {
         nlohmann::ordered_json object{{"file", file}};
-        Fill(object, outcome);
+        Fill(object, verdict.outcome);
+        FillFaults(object, verdict.check.faults);
         FillWarnings(object, warnings);
         return object;
     }

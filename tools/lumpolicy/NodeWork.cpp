@@ -2,6 +2,7 @@
 #include "LumPalPtr.h"
 #include "PolicyForwarder.h"
 #include "PolicyForwarderImpl.h"
+#include "ReturnValue.h"
 #include "common/Arguments.h"
 #include "common/Lazy.h"
 #include "lumpolicy/Command.h"
@@ -25,6 +26,7 @@ public:
     struct Row {
         const char *name, *help, *done, *foreseen;
         void (*send)(const Forwarder&, const LumPalStr::String_t& host);
+        unsigned right;
     };
 
     NodeWork(CLI::App& command, const Row& row) : HostCommand(command), row(row) {
@@ -33,6 +35,7 @@ public:
 
 private:
     bool ChangesNodes() const override { return !dryRun; }
+    unsigned GetRight() const override { return row.right; }
 
     Answer Ask(const std::string& host) const override {
         Answer answer;
@@ -52,10 +55,11 @@ private:
 const NodeWork::Row kRows[] = {
     {"notify", "Send what the node has queued for its consumers", "notified the consumers of ",
      "would send what is queued, which the node alone knows, to the consumers of ",
-     [](const NodeWork::Forwarder& f, const LumPalStr::String_t& host) { f.Notify(host); }},
+     [](const NodeWork::Forwarder& f, const LumPalStr::String_t& host) { f.Notify(host); }, LumConf::RightInstall},
     {"reinit", "Let the node read its store anew", "read anew: the store of ",
      "would read the store anew, which the node alone can look into, of ",
-     [](const NodeWork::Forwarder& f, const LumPalStr::String_t& host) { f.ReinitCache(host, ""); }},
+     [](const NodeWork::Forwarder& f, const LumPalStr::String_t& host) { f.ReinitCache(host, ""); },
+     LumConf::RightModify},
 };
 
 }  // namespace

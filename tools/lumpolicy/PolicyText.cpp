@@ -5,6 +5,7 @@
 #include "Exceptions.h"
 #include "LumPalColumns.h"
 #include "common/Arguments.h"
+#include "common/Outcome.h"
 #include "common/Table.h"
 
 namespace lumpolicy {
@@ -43,6 +44,16 @@ std::string Sentence(const PolicySigner& signer) {
     if (!signer.found) return "no certificate that can be read";
     return "signed by " + Named(signer.subject) + ", issued by " + Named(signer.issuer) + ", valid until " +
            signer.notAfter.ToUtf8();
+}
+
+bool IsUnsigned(const PolicyHeader& header) {
+    bool isEmpty = false;  // what cannot be decoded is something
+    lumtools::Attempt([&] { isEmpty = header.GetCertificate().GetLength() == 0; });
+    return isEmpty;
+}
+
+std::string SignerOf(const PolicyHeader& header) {
+    return IsUnsigned(header) ? "nobody: it is not signed" : Sentence(PolicySigner::Of(header));
 }
 
 ordered_json ToJson(const PolicySigner& signer) {

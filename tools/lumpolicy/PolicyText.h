@@ -35,6 +35,10 @@ std::string FieldsOf(const LumConf::PolicyHeader& header);
 
 /// "signed by 'x', issued by 'y', valid until ...", as the document says.
 std::string Sentence(const LumConf::PolicySigner& signer);
+/// Whether its document bears no certificate at all.
+bool IsUnsigned(const LumConf::PolicyHeader& header);
+/// The same sentence of a policy, also of one that is not signed.
+std::string SignerOf(const LumConf::PolicyHeader& header);
 /// Null when there is no certificate that can be read.
 nlohmann::ordered_json ToJson(const LumConf::PolicySigner& signer);
 

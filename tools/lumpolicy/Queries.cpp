@@ -143,7 +143,7 @@ StoredPart ReadStored(const PolicyContainer& store, const PolicyHeader& listed) 
     part.fields["signer"] = ToJson(LumConf::PolicySigner::Of(header));
     part.fields["data_files"] = ordered_json::array();
     part.text = "version id:   " + lumtools::Printable(header.GetVersionId().ToUtf8()) + "\n";
-    part.text += "signer:       " + lumtools::Printable(Sentence(LumConf::PolicySigner::Of(header))) + "\n";
+    part.text += "signer:       " + lumtools::Printable(SignerOf(header)) + "\n";
     for (int i = 0; i < header.GetDataFileCount(); ++i) {
         const std::string name = header.GetDataFile(i).ToUtf8(), encoding = header.GetDataFileEncoding(i).ToUtf8();
         part.fields["data_files"].push_back({{"name", name}, {"encoding", encoding}});

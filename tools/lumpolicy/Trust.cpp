@@ -4,6 +4,7 @@
 
 #include "Exceptions.h"
 #include "LumPalIo.h"
+#include "MessageNumbers.h"
 #include "PolicyContainer.h"
 #include "PolicyHeader.h"
 #include "PolicyProof.h"
@@ -105,6 +106,7 @@ struct Verdict {
     std::string label;    ///< says which policy
     ordered_json fields;  ///< likewise
     PolicySigner signer;
+    bool isUnsigned = false;
     LumConf::StrictSigners strict;
     std::vector<Proof> proofs;
     Outcome outcome;  ///< of the whole policy
@@ -116,10 +118,16 @@ using Prover = std::function<void(int index)>;
 /// that must not look like a proof.
 void ProveAll(const PolicyHeader& header, const Prover& prove, Verdict& verdict) {
     verdict.signer = PolicySigner::Of(header);
+    verdict.isUnsigned = IsUnsigned(header);
     verdict.strict = LumConf::StrictSigners::Of(header);
     for (int i = 0; i < header.GetDataFileCount(); ++i) {
         verdict.proofs.push_back({header.GetDataFile(i).ToUtf8(), Attempt([&] { prove(i); })});
         if (verdict.proofs.back().outcome.code != lumtools::kDone) verdict.outcome.code = lumtools::kFailed;
+    }
+    if (verdict.isUnsigned && !verdict.proofs.empty()) {
+        verdict.outcome = {
+            lumtools::kFailed,
+            {{0, "The policy is not signed: it bears no certificate."}, {1, "'lumpolicy sign' signs its data files."}}};
     }
     if (verdict.proofs.empty()) {
         verdict.outcome = {lumtools::kNothingToDo, {{0, "The policy has no data file: nothing of it is signed."}}};
@@ -127,7 +135,7 @@ void ProveAll(const PolicyHeader& header, const Prover& prove, Verdict& verdict)
 }
 
 Verdict VerifyFile(const std::string& name) {
-    Verdict verdict{name, {{"file", name}}, {}, {}, {}, {}};
+    Verdict verdict{name, {{"file", name}}, {}, false, {}, {}, {}};
     const Outcome reading = Attempt([&] {
         const File_t file(Text(name));
         const PolicyHeader header = PolicyHeader::Read(file, kAnythingMayBeMissing);
@@ -139,7 +147,7 @@ Verdict VerifyFile(const std::string& name) {
 }
 
 Verdict VerifyInstalled(const PolicyHeader& header) {
-    Verdict verdict{NameOf(header), {}, {}, {}, {}, {}};
+    Verdict verdict{NameOf(header), {}, {}, false, {}, {}, {}};
     verdict.fields = {{"id", header.GetContainerId().ToUtf8()},
                       {"name", header.GetName().ToUtf8()},
                       {"type", header.GetTypeName().ToUtf8()}};
@@ -239,7 +247,9 @@ private:
             if (!quiet) {
                 std::cout << "  " << (proven ? "proven: " : "FAILED: ") << lumtools::Printable(proof.file) << std::endl;
             }
-            if (!proven) lumtools::PrintFailure(std::cerr, "", proof.outcome);
+            // What holds for all of them is said once, behind them.
+            const bool isToldOfAll = verdict.isUnsigned && proof.outcome.message == LumConf::kDataSignatureNotValidated;
+            if (!proven && !isToldOfAll) lumtools::PrintFailure(std::cerr, "", proof.outcome);
         }
         if (!verdict.outcome.messages.empty()) {
             lumtools::PrintFailure(std::cerr, lumtools::Printable(verdict.label), verdict.outcome);
@@ -249,7 +259,8 @@ private:
     static void PrintHead(const Verdict& verdict) {
         std::cout << lumtools::Printable(verdict.label) << std::endl;
         if (verdict.proofs.empty()) return;
-        std::cout << "  " << lumtools::Printable(Sentence(verdict.signer)) << std::endl;
+        std::cout << "  " << (verdict.isUnsigned ? "not signed" : lumtools::Printable(Sentence(verdict.signer)))
+                  << std::endl;
         if (verdict.signer.found) {
             std::cout << "  " << (verdict.signer.maySign ? "may" : "may NOT") << " sign policies for this node"
                       << std::endl;

@@ -4,9 +4,13 @@
 #include "LumPalCfgFile.h"
 #include "LumPalIo.h"
 #include "LumPalWhole.h"
+#include "LumSecAuth.h"
+#include "ReturnValue.h"
 #include "common/Arguments.h"
+#include "common/KnownKeys.h"
 #include "common/Table.h"
 #include "lumsettings/Command.h"
+#include "lumsettings/LockOut.h"
 #include "lumsettings/SettingsText.h"
 
 namespace lumsettings {
@@ -43,9 +47,17 @@ protected:
     explicit ChangeCommand(CLI::App& command) : NodeCommand(command) {
         command.add_flag("-n,--dry-run", dryRun,
                          "Show what would change, as the node tells its settings; change nothing");
+        command.add_flag("--force", force,
+                         "Also values that a key cannot hold, and what locks the node's own tools out");
     }
     /// Reads the arguments.
     virtual void Read() = 0;
+    /// The keys that the request changes.
+    virtual ConfigGroup_t GetChanged(const ConfigGroup_t& told) const = 0;
+    /// Whether it is worth asking the node.
+    virtual bool MayConcernTools() const = 0;
+    /// The settings of a node behind it.
+    virtual ConfigGroup_t Then(const ConfigGroup_t& told) const = 0;
     virtual void Send(const std::string& host) const = 0;
     /// What the request would do to the settings that a node tells.
     virtual std::vector<Change> Foresee(const ConfigGroup_t& told) const = 0;
@@ -55,19 +67,26 @@ protected:
     virtual const char* Remark() const { return ""; }
 
     LumConfPar::SettingsForwarder::Options options;
+    bool force = false;
+    LumPalMsg::MessageList_t warnings;  ///< of what is given, whatever the node
 
 private:
     Outcome Prepare() override {
         return lumtools::Attempt([&] {
             options = Options();
             Read();
+            if (!json) lumtools::PrintWarnings(std::cerr, warnings);
         });
     }
 
     bool ChangesNodes() const override { return !dryRun; }
+    unsigned GetRight() const override { return dryRun ? LumConf::RightConfigGet : LumConf::RightConfigSet; }
 
     Answer Ask(const std::string& host) const override {
         Answer answer;
+        FillWarnings(answer);
+        answer.outcome = lumtools::Attempt([&] { RequireTools(host); });
+        if (answer.outcome.code != lumtools::kDone) return answer;
         answer.outcome = lumtools::Attempt([&] {
             if (dryRun) {
                 ShowForeseen(Foresee(forwarder->Get(Text(host), options)), answer);
@@ -78,6 +97,27 @@ private:
         });
         if (dryRun) lumtools::EndDryRun(host, answer);
         return answer;
+    }
+
+    void FillWarnings(Answer& answer) const {
+        for (const lumtools::MessageLine& line : lumtools::LinesOf(warnings)) {
+            answer.fields["warnings"].push_back({{"level", line.level}, {"text", line.text}});
+        }
+    }
+
+    /// The node does as it is told; the tools had to be mended by hand. A node that does not tell its settings is not
+    /// asked twice.
+    void RequireTools(const std::string& host) const {
+        if (force || IsOfGroup() || !MayConcernTools()) return;
+        ConfigGroup_t told;
+        const Outcome asked = lumtools::Attempt([&] { told = forwarder->Get(Text(host), options); });
+        if (asked.code != lumtools::kDone) return;
+        const std::string why = WhyLockedOut(GetChanged(told), Then(told), host == "localhost");
+        if (why.empty()) return;
+        throw LumSecAuth::NotAuthorizedException(
+            LumPalMsg::CreateError_t("Not done: the tools of '%1' could not reach it any more. %2")
+                .AddDetails(LumPalMsg::CreateInfo_t("--force does it all the same."))
+            << Text(host) << Text(why));
     }
 
     void ShowForeseen(const std::vector<Change>& changes, Answer& answer) const {
@@ -112,6 +152,37 @@ private:
             ReadFile();
         }
         CheckNames(group);
+        if (!IsOfGroup()) CheckKeys();
+    }
+
+    /// What nobody reads is hardly meant, but may be; a value that its key cannot hold does nothing but harm.
+    void CheckKeys() {
+        for (const std::string& unknown : lumtools::UnknownKeys(group)) {
+            warnings.Add(LumPalMsg::CreateWarn_t("%1") << Text(unknown));
+        }
+        for (int i = 0; !force && i < group.GetConfigCount(); ++i) {
+            const Configuration_t configuration = group.GetConfig(i);
+            String_t name, value;
+            for (int j = 0; configuration.GetAttr(j, name, value); ++j) {
+                const std::string wrong =
+                    lumtools::WrongValue(configuration.GetNamespace().ToUtf8(), name.ToUtf8(), value);
+                if (!wrong.empty())
+                    throw CLI::ValidationError(lumtools::Printable(wrong) + "; --force sets it all the same");
+            }
+        }
+    }
+
+    bool MayConcernTools() const override { return ConcernsTools(group); }
+    ConfigGroup_t GetChanged(const ConfigGroup_t&) const override { return group; }
+
+    ConfigGroup_t Then(const ConfigGroup_t& told) const override {
+        for (int i = 0; i < group.GetConfigCount(); ++i) {
+            const Configuration_t configuration = group.GetConfig(i);
+            String_t attribute, value;
+            for (int j = 0; configuration.GetAttr(j, attribute, value); ++j)
+                told.GetConfig(configuration.GetNamespace()).SetAttrValue(attribute, value);
+        }
+        return told;
     }
 
     void Add(const std::string& pair) {
@@ -175,6 +246,40 @@ private:
         const ConfigGroup_t group;
         group.GetConfig(Text(nameSpace)).SetAttrValue(name.empty() ? String_t("any") : Text(name), "");
         CheckNames(group);
+    }
+
+    bool MayConcernTools() const override { return ConcernsTools(AllKeys()); }
+
+    /// What the node does not tell is not there.
+    ConfigGroup_t GetChanged(const ConfigGroup_t& told) const override {
+        const ConfigGroup_t changed;
+        for (const Change& change : Foresee(told)) changed.GetConfig(change.nameSpace).SetAttrValue(change.name, "");
+        return changed;
+    }
+
+    /// As if no policy set it: the value that counts then is not known before.
+    ConfigGroup_t Then(const ConfigGroup_t& told) const override {
+        const ConfigGroup_t then, changed = GetChanged(told);
+        for (int i = 0; i < told.GetConfigCount(); ++i) {
+            const Configuration_t configuration = told.GetConfig(i);
+            String_t attribute, value;
+            for (int j = 0; configuration.GetAttr(j, attribute, value); ++j) {
+                const String_t space = configuration.GetNamespace();
+                if (!changed.HasConfig(space) || !changed.GetConfig(space).HasAttr(attribute))
+                    then.GetConfig(space).SetAttrValue(attribute, value);
+            }
+        }
+        return then;
+    }
+
+    /// All that the arguments may mean.
+    ConfigGroup_t AllKeys() const {
+        const ConfigGroup_t keys;
+        for (const lumtools::KnownKey& key : lumtools::KnownKeys()) {
+            if (nameSpace == key.nameSpace && (name.empty() || name == key.name))
+                keys.GetConfig(Text(key.nameSpace)).SetAttrValue(key.name, "");
+        }
+        return keys;
     }
 
     void Send(const std::string& host) const override {

@@ -19,6 +19,7 @@ void AddGet(CLI::App& app, Actions& actions);
 void AddChanges(CLI::App& app, Actions& actions);
 void AddExplain(CLI::App& app, Actions& actions);
 void AddDiff(CLI::App& app, Actions& actions);
+void AddKeys(CLI::App& app, Actions& actions);
 
 /// "the node in '...'", with its root: who runs with another LUM_ROOT than he thinks sees it.
 std::string ThisNode();
@@ -30,6 +31,7 @@ protected:
     LumConfPar::SettingsForwarder::Options Options() const;
     /// " of the resource group '...'", empty for the node's own settings.
     std::string OfGroup() const;
+    bool IsOfGroup() const { return !resourceGroup.empty(); }
     /// Whether a program reads what one node says: it gets it exactly. Else a node's words drive no terminal, and look
     /// like no other node's.
     bool IsForPrograms() const;

@@ -1,4 +1,5 @@
 // The command get.
+#include "ReturnValue.h"
 #include "common/Arguments.h"
 #include "common/Table.h"
 #include "lumsettings/Command.h"
@@ -22,6 +23,8 @@ public:
     }
 
 private:
+    unsigned GetRight() const override { return LumConf::RightConfigGet; }
+
     Outcome Prepare() override {
         return lumtools::Attempt([&] {
             options = Options();
