@@ -39,6 +39,8 @@ protected:
     virtual Outcome Prepare() { return {}; }
     /// Whether it changes nodes: then it goes on to the last of them although nobody reads its output any more.
     virtual bool ChangesNodes() const { return false; }
+    /// How it goes from node to node.
+    virtual Rollout GetRollout() const { return {}; }
     /// Asks one node. Called on several threads at once. Must not throw.
     virtual Answer Ask(const std::string& host) const = 0;
     /// Completes what is known of a node that was asked and has not answered, for a user who ends the command.
@@ -68,6 +70,7 @@ private:
     [[noreturn]] void EndEarly(ExitCode code);
     void FillUnknown(std::size_t index, ExitCode code);
     void PrintNotAsked(ExitCode code) const;
+    void PrintNotTried() const;
     std::vector<const Answer*> GetAnswers() const;
     void PrintUnsent(const Outcome& outcome) const;
     void Print(const std::string& host, const Answer& answer) const;
