@@ -15,6 +15,7 @@
 #include "ReportedStep.h"
 #include "RpcConfigHandler.h"
 #include "RpcNodeStatus.h"
+#include "RpcPolicyFiles.h"
 #include "RpcPolicyInstall.h"
 #include "RpcPolicyList.h"
 #include "RpcPolicyOp.h"
@@ -50,6 +51,7 @@ struct ConfigServer::Impl {
     LumConfPar::RpcConfigHandler configHandler;
     NodeCondition condition;
     NodePages pages;
+    RpcPolicyFiles filesHandler;
     RpcNodeStatus statusHandler{[this] { return condition.Read(); }};
     RpcServer mainServer;
     RpcServer checkServer;
@@ -73,6 +75,7 @@ void ConfigServer::Impl::CreateServers(const Configuration_t& configuration, con
     mainServer.Register(names::ListMethod, listHandler);
     mainServer.Register(names::ConfigOpMethod, configHandler);
     mainServer.Register(names::MgrConfMethod, ManagerConfigurationChanged);
+    mainServer.Register(names::PolicyFilesMethod, filesHandler);
     mainServer.Register(names::NodeStatusMethod, statusHandler);
     mainServer.Describe(DescribePolicyService());
     options.SetBasePath(checkPath);

@@ -146,6 +146,23 @@ PolicyContainer MessageForwarder::SendListNaming(const String_t& host, const Str
     return CallForList(call, names::ListMethod, target, {&selected, &dataFiles});
 }
 
+std::vector<StoredPolicy> MessageForwarder::SendFiles(const String_t& host, const String_t& targetId,
+                                                      const Selection& selection, StoredFiles what) const {
+    LUMCONF_BLOCK(trace::Message, "MessageForwarder::SendFiles");
+    String_t target = host;
+    const RpcCall call = CreateCall(target, targetId);
+    SelectionSoapArg selected(names::PolicySelection);
+    selected.SetSelection(selection, names::LocalHost);
+    SOAPArgInt kind(names::PolicyFilesMode, static_cast<int>(what));
+    Answer answer;
+    SOAPArgInt value(names::PolicySelectionRetValue, &answer.value);
+    SOAPArgUnicodeString text(names::PolicySelectionRetString, &answer.text);
+    SOAPArgByteArray files(names::PolicyFilesName);
+    Call(call, names::PolicyFilesMethod, {&selected, &kind}, {&value, &text, &files});
+    DecodeFiles(answer, target);
+    return StoredPolicy::Unpack(files.TakeValue());
+}
+
 NodeStatus MessageForwarder::SendStatus(const String_t& host, const String_t& targetId) const {
     LUMCONF_BLOCK(trace::Message, "MessageForwarder::SendStatus");
     String_t target = host;

@@ -14,6 +14,7 @@
 #include "PolicyContainer.h"
 #include "PolicyForwarder.h"
 #include "ReturnValue.h"
+#include "StoredPolicy.h"
 
 namespace LumConf {
 
@@ -57,6 +58,9 @@ public:
     PolicyContainer SendListNaming(const LumPalStr::String_t& host, const LumPalStr::String_t& targetId,
                                    const LumPalStr::String_t& typeName,
                                    const std::vector<LumPalStr::String_t>& dataFiles) const;
+    /// As SendList. The selection travels in the current numbering: who knows the question has it.
+    std::vector<StoredPolicy> SendFiles(const LumPalStr::String_t& host, const LumPalStr::String_t& targetId,
+                                        const Selection& selection, StoredFiles what) const;
     /// What SendList throws but the errors of a selection; PolicyRemoteException also of a node that does not know the
     /// question
     NodeStatus SendStatus(const LumPalStr::String_t& host, const LumPalStr::String_t& targetId) const;

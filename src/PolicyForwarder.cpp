@@ -156,6 +156,11 @@ PolicyContainer PolicyForwarder::ListNaming(const String_t& host, const String_t
     return impl->ListNaming(host, targetId, typeName, dataFiles);
 }
 
+std::vector<StoredPolicy> PolicyForwarder::ReadStored(const String_t& host, const Selection& selection,
+                                                      StoredFiles what, const String_t& targetId) const {
+    return impl->ReadStored(host, targetId, selection, what);
+}
+
 NodeStatus PolicyForwarder::GetStatus(const String_t& host, const String_t& targetId) const {
     return impl->GetStatus(host, targetId);
 }

@@ -83,6 +83,11 @@ PolicyContainer PolicyForwarderImpl::List(const String_t& host, const String_t& 
     return forwarder->SendList(names::ListMethod, RequestKind::List, host, targetId, selection);
 }
 
+std::vector<StoredPolicy> PolicyForwarderImpl::ReadStored(const String_t& host, const String_t& targetId,
+                                                          const Selection& selection, StoredFiles what) const {
+    return forwarder->SendFiles(host, targetId, selection, what);
+}
+
 NodeStatus PolicyForwarderImpl::GetStatus(const String_t& host, const String_t& targetId) const {
     return forwarder->SendStatus(host, targetId);
 }

@@ -16,6 +16,7 @@
 #include "SharedDataFiles.h"
 #include "StorePaths.h"
 #include "StoreSweep.h"
+#include "StoredFilesPack.h"
 #include "Trace.h"
 
 namespace LumConf {
@@ -158,6 +159,20 @@ PolicyContainer PolicyOperation::GetPolicyContainer(const String_t& originator, 
     const PolicyContainer result = Pick(*from, ids);
     Audit(originator, AuditLog::List, Outcome::Success);
     return result;
+}
+
+LumPalArray::CharArray_t PolicyOperation::PackStored(const String_t& originator, const Selection& selection,
+                                                     StoredFiles what) {
+    LUMCONF_BLOCK(trace::Policy, "PolicyOperation::PackStored");
+    const PolicyContainer policies = GetPolicyContainer(originator, selection);
+    StoredFilesPack pack(what);
+    for (int i = 0; i < policies.GetCount(); ++i) {
+        const MutexLock_t lock(mutex);
+        // What was installed anew since the selection was made is in the cache now.
+        const auto header = Cache()->Find(policies.GetPolicyHeader(i).GetContainerId());
+        if (header) pack.Add(installDirectory, header->Snapshot());
+    }
+    return pack.Take();
 }
 
 void PolicyOperation::ReinitCache(const String_t& originator) {

@@ -18,6 +18,7 @@
 #include "PolicyForwarder.h"
 #include "PolicyJob.h"
 #include "StoreJournal.h"
+#include "StoredPolicy.h"
 #include "UnwrittenChanges.h"
 
 namespace LumConf {
@@ -75,6 +76,13 @@ public:
     /// @throws NoPoliciesInstalledError NoPoliciesInstalled, PolicyNotFoundError ListNoPolicyFiles
     PolicyContainer GetPolicyContainer(const LumPalStr::String_t& originator, const Selection& selection,
                                        const std::vector<LumPalStr::String_t>& dataFiles = {});
+
+    /// The documents of the selected policies with their data files, or with the digests of these, as a package of the
+    /// transfer format (StoredFilesPack::Add); one that goes meanwhile is left out. Each is read while nothing changes
+    /// it; between two of them others are served.
+    /// @throws as GetPolicyContainer, StoredFilesPack::Add
+    LumPalArray::CharArray_t PackStored(const LumPalStr::String_t& originator, const Selection& selection,
+                                        StoredFiles what);
 
     /// Removes the selected policies. What could be removed stays removed; a failed notification is not reported.
     /// @throws NoPoliciesInstalledError NoPoliciesInstalled; PolicyNotFoundError RemoveNoPolicyFiles, and

@@ -43,6 +43,13 @@ const Row kListRows[] = {
     {kAnyOther, msg::ForwardUndefinedError, RaiseAs<PolicyRemoteException>},
 };
 
+const Row kFilesRows[] = {
+    {ReturnValue::NoPoliciesInstalled, msg::ForwardListNoPoliciesInstalled, RaiseAs<NoPoliciesInstalledError>},
+    {ReturnValue::NoPolicyFound, msg::ForwardListNoPoliciesFound, RaiseAs<PolicyNotFoundError>},
+    {ReturnValue::NotAuthorized, msg::ForwardFilesNotAllowed, RaiseAs<LumSecAuth::NotAuthorizedException>},
+    {kAnyOther, msg::ForwardUndefinedError, RaiseAs<PolicyRemoteException>},
+};
+
 const Row kConfigurationRows[] = {
     {ReturnValue::NotAuthorized, msg::ForwardConfigNotAllowed, RaiseAs<LumSecAuth::NotAuthorizedException>},
     {kAnyOther, msg::ForwardConfigUndefinedError, RaiseAs<SettingsRemoteException>},
@@ -107,6 +114,10 @@ void DecodeSelection(const Answer& answer, const String_t& host) {
 
 void DecodeList(const Answer& answer, const String_t& host) {
     if (!IsSuccess(answer)) RaiseRow(*Find(kListRows, answer.value), host, answer);
+}
+
+void DecodeFiles(const Answer& answer, const String_t& host) {
+    if (!IsSuccess(answer)) RaiseRow(*Find(kFilesRows, answer.value), host, answer);
 }
 
 void DecodeConfiguration(const Answer& answer, const String_t& host) {

@@ -19,6 +19,7 @@ void DecodeInstall(const Answer& answer, InstallMethod method, const LumPalStr::
                    const LumPalStr::String_t& host);
 void DecodeSelection(const Answer& answer, const LumPalStr::String_t& host);
 void DecodeList(const Answer& answer, const LumPalStr::String_t& host);
+void DecodeFiles(const Answer& answer, const LumPalStr::String_t& host);
 void DecodeConfiguration(const Answer& answer, const LumPalStr::String_t& host);
 
 }  // namespace LumConf

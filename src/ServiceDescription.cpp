@@ -53,6 +53,9 @@ Description DescribePolicyService() {
               {{names::PolicyOperationMode, wire::Number}, {names::ConfigPackageName, wire::Text}, settings},
               {{names::ConfigReturnValue, wire::Number}, {names::ConfigReturnString, wire::Text}, settings}},
              {names::MgrConfMethod, {}, {{"result", wire::Number}}},
+             {names::PolicyFilesMethod,
+              {selection, {names::PolicyFilesMode, wire::Number}},
+              {value, text, {names::PolicyFilesName, wire::Bytes}}},
              {names::NodeStatusMethod, {}, {value, text, {names::NodeStatusName, Own(names::NodeStatusName)}}}}};
 }
 

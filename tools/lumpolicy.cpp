@@ -7,6 +7,7 @@ namespace {
 const char* const kUsage =
     "usage: lumpolicy COMMAND [OPTION...]\n"
     "  install FILE...              install policies, or replace installed ones\n"
+    "  apply FILE|FOLDER...         make nodes have these policies\n"
     "  list, show                   list installed policies, show them in full\n"
     "  remove, enable, disable      do that to selected policies\n"
     "  set-owner OWNER              give them to an owner\n"
@@ -32,8 +33,8 @@ const lumtools::Program kProgram{
     "Installs, lists, changes and removes the policies of nodes.",
     kUsage,
     kExitCodes,
-    {lumpolicy::AddInstall, lumpolicy::AddQueries, lumpolicy::AddChanges, lumpolicy::AddNodeWork, lumpolicy::AddStatus,
-     lumpolicy::AddLocal, lumpolicy::AddTrust}};
+    {lumpolicy::AddInstall, lumpolicy::AddQueries, lumpolicy::AddChanges, lumpolicy::AddNodeWork, lumpolicy::AddApply,
+     lumpolicy::AddStatus, lumpolicy::AddLocal, lumpolicy::AddTrust}};
 
 }  // namespace
 

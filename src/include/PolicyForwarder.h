@@ -10,6 +10,7 @@
 #include "LumPalStr.h"
 #include "LumVoxMsg.h"
 #include "NodeStatus.h"
+#include "StoredPolicy.h"
 
 namespace LumConf {
 
@@ -118,6 +119,12 @@ public:
     PolicyContainer ListNaming(const LumPalStr::String_t& host, const LumPalStr::String_t& typeName,
                                const std::vector<LumPalStr::String_t>& dataFiles,
                                const LumPalStr::String_t& targetId) const;
+
+    /// The selected policies with their documents, and of their data files the digests (needs the right to list) or the
+    /// contents (the right to install too; 64 MiB in all). Throws as GetStatus, and as List for a selection without
+    /// policies; PolicyFileException, LumPalIo::IOException_t for an answer that is no package.
+    std::vector<StoredPolicy> ReadStored(const LumPalStr::String_t& host, const Selection& selection, StoredFiles what,
+                                         const LumPalStr::String_t& targetId) const;
 
     /// How the node fares. Needs the right to list. @throws as List, but the errors of a selection;
     /// LumVoxSoap::SOAPFaultException from a node of an older version, which does not know the question

@@ -41,6 +41,8 @@ public:
     void Notify(const LumPalStr::String_t& host) const;
     PolicyContainer List(const LumPalStr::String_t& host, const LumPalStr::String_t& targetId,
                          const Selection& selection) const;
+    std::vector<StoredPolicy> ReadStored(const LumPalStr::String_t& host, const LumPalStr::String_t& targetId,
+                                         const Selection& selection, StoredFiles what) const;
     NodeStatus GetStatus(const LumPalStr::String_t& host, const LumPalStr::String_t& targetId) const;
     PolicyContainer ListNaming(const LumPalStr::String_t& host, const LumPalStr::String_t& targetId,
                                const LumPalStr::String_t& typeName,

@@ -33,6 +33,11 @@ std::string Indented(const std::string& text) {
     return out;
 }
 
+/// Those are named together, but to programs.
+bool IsNotTried(const Outcome& outcome) {
+    return outcome.code == kFailed && !outcome.wasBegun;
+}
+
 /// A signal's number, as a shell tells it.
 ExitCode CodeOf(int signal) {
     return signal == kInterrupted - kSignalled ? kInterrupted : kTerminated;
@@ -71,6 +76,7 @@ ExitCode HostCommand::Run() {
     if (ChangesNodes()) LumPalConsole::OutliveReaders();
     AskAll();
     PrintTogether();
+    PrintNotTried();
     const std::vector<const Answer*> answers = GetAnswers();
     if (AsksMany()) PrintSummary();
     return CodeOf(answers);
@@ -95,7 +101,8 @@ void HostCommand::AskAll() {
     printed.assign(hosts.size(), false);
     line = std::make_unique<StatusLine>(!quiet);
     work = std::make_unique<NodesWork>(hosts.size());
-    work->Start(hostOptions.GetParallel(), [this](std::size_t index) { return AskWithin(index); });
+    work->Start(
+        hostOptions.GetParallel(), [this](std::size_t index) { return AskWithin(index); }, GetRollout());
     for (std::size_t arrived = 0; arrived < hosts.size();) {
         const std::vector<std::size_t> fresh = work->TakeAnswered(kTick);
         arrived += fresh.size();
@@ -139,6 +146,7 @@ void HostCommand::EndEarly(ExitCode code) {
         if (!printed[i] && (json || phase != NodesWork::Phase::NotAsked)) PrintNode(i);
     }
     PrintTogether();
+    PrintNotTried();
     if (!json) PrintNotAsked(code);
     if (AsksMany()) PrintSummary();
     EndNow(code);
@@ -165,6 +173,19 @@ void HostCommand::PrintNotAsked(ExitCode code) const {
         if (work->GetPhase(i) == NodesWork::Phase::NotAsked) names += (names.empty() ? "" : ", ") + hosts[i];
     }
     if (!names.empty()) PrintFailure(std::cerr, "not asked", {code, {{0, names}}, false});
+}
+
+void HostCommand::PrintNotTried() const {
+    std::string names;
+    Outcome outcome;
+    for (std::size_t i = 0; i < hosts.size(); ++i) {
+        if (!IsNotTried(work->GetAnswer(i).outcome)) continue;
+        outcome = work->GetAnswer(i).outcome;
+        names += (names.empty() ? "" : ", ") + hosts[i];
+    }
+    if (json || names.empty()) return;
+    outcome.messages.push_back({1, names});
+    PrintFailure(std::cerr, "", outcome);
 }
 
 void HostCommand::SetStep(const std::string& host, const std::string& step) const {
@@ -207,7 +228,7 @@ void HostCommand::Print(const std::string& host, const Answer& answer) const {
         if (many && answer.isBlock && !answer.text.empty()) std::cout << host << ":\n";
         std::cout << (many && answer.isBlock ? Indented(answer.text) : answer.text) << std::flush;
     }
-    if (answer.outcome.code == kDone) return;
+    if (answer.outcome.code == kDone || IsNotTried(answer.outcome)) return;
     PrintFailure(std::cerr, many ? host + ": " + answer.outcome.Word() : "", answer.outcome);
 }
 

@@ -41,6 +41,8 @@ protected:
     virtual bool ChangesNodes() const { return false; }
     /// The right that its requests take, of LumConf::Right; 0 for what needs none but those to install and to list.
     virtual unsigned GetRight() const { return 0; }
+    /// How it goes from node to node.
+    virtual Rollout GetRollout() const { return {}; }
     /// Asks one node. Called on several threads at once. Must not throw.
     virtual Answer Ask(const std::string& host) const = 0;
     /// Completes what is known of a node that was asked and has not answered, for a user who ends the command.
@@ -70,6 +72,7 @@ private:
     [[noreturn]] void EndEarly(ExitCode code);
     void FillUnknown(std::size_t index, ExitCode code);
     void PrintNotAsked(ExitCode code) const;
+    void PrintNotTried() const;
     std::vector<const Answer*> GetAnswers() const;
     void PrintUnsent(const Outcome& outcome) const;
     void Print(const std::string& host, const Answer& answer) const;

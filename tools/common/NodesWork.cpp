@@ -6,10 +6,26 @@ namespace lumtools {
 
 using LumPalThread::PlainLock_t;
 
+namespace {
+
+bool IsFailure(const Outcome& outcome) {
+    return outcome.code != kDone && outcome.code != kNothingToDo && outcome.code != kUntold;
+}
+
+Answer NotTried(std::size_t failed) {
+    Answer answer;
+    const std::string count = std::to_string(failed) + (failed == 1 ? " node has" : " nodes have");
+    answer.outcome = {kFailed, {{0, "Not tried, since " + count + " failed."}}, false};
+    return answer;
+}
+
+}  // namespace
+
 NodesWork::NodesWork(std::size_t count) : nodes(count) {}
 
-void NodesWork::Start(int parallel, std::function<Answer(std::size_t)> ask) {
+void NodesWork::Start(int parallel, std::function<Answer(std::size_t)> ask, const Rollout& how) {
     const PlainLock_t lock(mutex);
+    rollout = how;
     const std::size_t count = std::min(static_cast<std::size_t>(parallel), nodes.size());
     for (std::size_t i = 0; i < count; ++i) threads.emplace_back([this, ask] { Work(ask); });
 }
@@ -19,20 +35,38 @@ void NodesWork::Work(const std::function<Answer(std::size_t)>& ask) {
 }
 
 bool NodesWork::Begin(std::size_t& index) {
-    const PlainLock_t lock(mutex);
+    PlainLock_t lock(mutex);
+    while (IsHeldUp()) freed.wait(lock.ForWait());
     if (isClosed || next >= nodes.size()) return false;
     index = next++;
     nodes[index].phase = Phase::Asked;
     return true;
 }
 
+/// The next one is the first of a batch, and one before it has not answered.
+bool NodesWork::IsHeldUp() const {
+    const bool isWanted = !isClosed && next < nodes.size();
+    return isWanted && rollout.serial > 0 && next % rollout.serial == 0 && answered.size() < next;
+}
+
 void NodesWork::End(std::size_t index, Answer answer) {
     const PlainLock_t lock(mutex);
     if (isClosed) return;
+    if (IsFailure(answer.outcome)) ++failed;
+    Take(index, std::move(answer));
+    if (rollout.mostFailed && failed > *rollout.mostFailed) LeaveOut();
+    changed.notify_one();
+    freed.notify_all();
+}
+
+void NodesWork::Take(std::size_t index, Answer answer) {
     nodes[index].answer = std::move(answer);
     nodes[index].phase = Phase::Answered;
     answered.push_back(index);
-    changed.notify_one();
+}
+
+void NodesWork::LeaveOut() {
+    while (next < nodes.size()) Take(next++, NotTried(failed));
 }
 
 std::vector<std::size_t> NodesWork::TakeAnswered(std::chrono::milliseconds longest) {
@@ -48,6 +82,7 @@ std::vector<std::size_t> NodesWork::TakeAnswered(std::chrono::milliseconds longe
 void NodesWork::Close() {
     const PlainLock_t lock(mutex);
     isClosed = true;
+    freed.notify_all();
 }
 
 void NodesWork::SetStep(std::size_t index, const std::string& step) {

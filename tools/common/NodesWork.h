@@ -5,6 +5,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <functional>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -13,6 +14,12 @@
 #include "common/Command.h"
 
 namespace lumtools {
+
+/// How the work goes from node to node.
+struct Rollout {
+    std::size_t serial = 0;  ///< so many nodes are a batch: one begins when all before it have answered; 0: one batch
+    std::optional<std::size_t> mostFailed;  ///< when more have failed, no further node is asked
+};
 
 /// Nodes, each known by its index, and the threads that ask them. Any thread, but for Start and TakeAnswered: one.
 class NodesWork {
@@ -31,7 +38,8 @@ public:
     ~NodesWork() = default;
 
     /// Asks the nodes, at most `parallel` at a time. `ask` is called on several threads at once, and must not throw.
-    void Start(int parallel, std::function<Answer(std::size_t index)> ask);
+    /// Those that the rollout leaves out have answered that they were not tried.
+    void Start(int parallel, std::function<Answer(std::size_t index)> ask, const Rollout& rollout = {});
     /// The nodes that have answered since the call before, in the order of their answers. Waits for the first one, but
     /// not longer than given.
     std::vector<std::size_t> TakeAnswered(std::chrono::milliseconds longest);
@@ -61,10 +69,15 @@ private:
 
     void Work(const std::function<Answer(std::size_t)>& ask);
     bool Begin(std::size_t& index);
+    bool IsHeldUp() const LUMPAL_REQUIRES(mutex);
+    void Take(std::size_t index, Answer answer) LUMPAL_REQUIRES(mutex);
+    void LeaveOut() LUMPAL_REQUIRES(mutex);
     void End(std::size_t index, Answer answer);
 
     mutable LumPalThread::PlainMutex_t mutex;
-    std::condition_variable changed;
+    std::condition_variable changed, freed;
+    Rollout rollout LUMPAL_GUARDED_BY(mutex);
+    std::size_t failed LUMPAL_GUARDED_BY(mutex) = 0;
     std::vector<Node> nodes LUMPAL_GUARDED_BY(mutex);
     std::vector<std::size_t> answered LUMPAL_GUARDED_BY(mutex);
     std::size_t taken LUMPAL_GUARDED_BY(mutex) = 0;  ///< of those that have answered

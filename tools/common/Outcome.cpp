@@ -111,7 +111,7 @@ const char* Outcome::Word() const {
         case kDone:
             return "done";
         case kFailed:
-            return "failed";
+            return wasBegun ? "failed" : "not tried";
         case kWrongUsage:
             return "wrong usage";
         case kNothingToDo:

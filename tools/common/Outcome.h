@@ -21,11 +21,11 @@ struct MessageLine {
 struct Outcome {
     ExitCode code = kDone;
     std::vector<MessageLine> messages;
-    bool wasBegun = true;  ///< false: nothing was asked of anybody before the user ended it
+    bool wasBegun = true;  ///< false: nothing was asked of anybody before it was ended
     unsigned message = 0;  ///< the number of the outer message in the catalogue; 0 for none
 
     /// "done", "nothing to do", "not found", "refused", "failed", "unreachable", "done, nobody told", "unknown", "not
-    /// asked".
+    /// asked", "not tried".
     const char* Word() const;
 };
 

@@ -14,6 +14,7 @@ void AddInstall(CLI::App& app, Actions& actions);
 void AddChanges(CLI::App& app, Actions& actions);
 void AddQueries(CLI::App& app, Actions& actions);
 void AddNodeWork(CLI::App& app, Actions& actions);
+void AddApply(CLI::App& app, Actions& actions);
 void AddStatus(CLI::App& app, Actions& actions);
 void AddLocal(CLI::App& app, Actions& actions);
 void AddTrust(CLI::App& app, Actions& actions);
