@@ -121,6 +121,10 @@ class Files(TrustTest):
                 self.assertNotEqual(result.code, DONE, result)
         self.assertFalse(self.keystore("requested").exists())
 
+    def test_a_node_without_an_id_is_asked_for_one(self):
+        said = self.trust("request", code=FAILED, words=["has no id yet", "--core-id"])
+        self.assertNotIn("''", said.err)
+
     def test_a_certificate_without_its_key_is_not_installed_and_nothing_changes(self):
         self.equip()
         before = {name: self.keystore(name).read_bytes() for name in self.files()}

@@ -156,8 +156,13 @@ String_t CheckedCoreId(const std::string& id) {
 
 String_t CoreIdFor(const std::string& given) {
     if (!given.empty()) return CheckedCoreId(given);
-    return CheckedCoreId(
-        LumPalConfig::ConfigNamespace_t(LumPalKeys::NsSecCore).Open().GetValue(LumPalKeys::CoreIdKey).ToUtf8());
+    const std::string configured =
+        LumPalConfig::ConfigNamespace_t(LumPalKeys::NsSecCore).Open().GetValue(LumPalKeys::CoreIdKey).ToUtf8();
+    if (configured.empty()) {
+        throw LumPalMsg::RuntimeException_t(
+            LumPalMsg::CreateError_t("This node has no id yet (CORE_ID): give it one with '--core-id ID'."));
+    }
+    return CheckedCoreId(configured);
 }
 
 CharArray_t RequestFor(const Key& key, const String_t& coreId, const std::vector<std::string>& hosts) {
