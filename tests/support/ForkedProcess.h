@@ -8,17 +8,22 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <filesystem>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <thread>
 
 #include "LumPalFault.h"
 
 /// Runs a function in a copy of this process. Other threads do not run in the copy: what it uses must not wait for any.
 class ForkedProcess {
 public:
-    explicit ForkedProcess(const std::function<void()>& action) : id(fork()) {
+    explicit ForkedProcess(const std::function<void()>& action) : id(Copy()) {
         if (id < 0) throw std::runtime_error("cannot fork");
         if (id == 0) Run(action);
     }
@@ -41,6 +46,29 @@ public:
     }
 
 private:
+    /// What another thread has locked at the moment of the copy stays locked in it for ever: none may be at work then,
+    /// such as one that has just heard of a changed file.
+    static pid_t Copy() {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        while (!OtherThreadsSleep()) {
+            if (std::chrono::steady_clock::now() > end) throw std::runtime_error("other threads never sleep");
+            std::this_thread::sleep_for(std::chrono::microseconds(100));
+        }
+        return fork();
+    }
+    static bool OtherThreadsSleep() {
+        const std::string self = std::to_string(gettid());
+        for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
+            if (thread.path().filename() == self) continue;
+            std::ifstream file(thread.path() / "stat");
+            const std::string stat{std::istreambuf_iterator<char>(file), {}};
+            // A name in parentheses comes before the state; none of a thread that has just ended.
+            const std::size_t name = stat.rfind(')');
+            if (name != stat.npos && stat.substr(name, 3) != ") S") return false;
+        }
+        return true;
+    }
+
     [[noreturn]] static void Run(const std::function<void()>& action) {
         try {
             action();

@@ -234,7 +234,7 @@ class WithInstallsUnderWay(StoppingTest):
         self.assert_stops(node)
         for caller in callers:
             self.assertEqual(caller.wait().value(), wire.CONTROL)
-        prompt.process.wait(PATIENCE_S)
+        self.assertIn("Waiting for it", prompt.process.stderr.readline())
         behind = prompt.events()[len(before):]
         # The silent one held all others up, so that at most one had its turn before the signal.
         told = {number for number in range(8) if any(f"p{number}" in line for line in behind)}

@@ -123,7 +123,7 @@ protected:
              "'70000' bytes of Base64 text, and at most '65536' are read.",
              certificate(std::string(70000, 'A'))},
             {"no DER", "certificate", {33, 21, 0, 0}, "converting the policy certificate", certificate("Y2VydA==")},
-            {"no certificate", "certificate", {33, 21, 0, 0}, "converting the policy certificate", certificate("")},
+            {"no certificate", "certificate", {33, 21, 0}, "converting the policy certificate", certificate("")},
             {"ended",
              "certificate",
              {33, 22, 0},
