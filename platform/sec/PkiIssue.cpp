@@ -236,6 +236,8 @@ X509Certificate Issue(const X509Certificate& authority, const Key& authorityKey,
     Extend(made.get(), issuer, NID_key_usage, "critical,digitalSignature");
     Extend(made.get(), issuer, NID_ext_key_usage, "serverAuth,clientAuth");
     Extend(made.get(), issuer, NID_subject_key_identifier, "hash");
+    // Of two authorities that bear one name it tells which one issued (RFC 5280, 4.2.1.1).
+    if (X509_get0_subject_key_id(issuer)) Extend(made.get(), issuer, NID_authority_key_identifier, "keyid");
     TakeHosts(asked.get(), made.get());
     return Sign(std::move(made), authorityKey.GetImpl()->key.get());
 }

@@ -224,7 +224,15 @@ class Fleet(Smoke):
             self.assertIn('"rights":"list"', machine.run("runuser", "-u", "lum", "--", "lumtrust", "rights", "--json"))
             self.assertEqual(machine.run("find", "/tmp", "-name", "lumtrust.*"), "")
         self.play(trust(sender="operator", state="absent"), changed=1)
-        self.play(trust(alias="authority", state="absent"), changed=1)
+        lost = trust(revoked=authority.issue("laptop")[0].read_text())
+        self.play(lost, options=["--check"], changed=1)
+        self.play(lost, changed=1)
+        self.play(lost, changed=0)
+        self.play(trust(revoked=lost["tessel.lumconf.lum_trust"]["revoked"], state="absent"), changed=1)
+        refused = self.play(trust(alias="authority", state="absent"))
+        self.assertEqual(set(refused.count("failed").values()), {1}, refused.text)
+        self.assertIn("alone vouches for the certificate of this node", refused.text)
+        self.play(trust(alias="authority", state="absent", force=True), changed=1)
         self.play(trust(alias="authority", state="absent"), changed=0)
 
     def test_a_node_that_is_down_is_unreachable_and_holds_up_no_other(self):

@@ -87,11 +87,16 @@ class Naming(TrustTest):
                 again = self.trust("revoke", self.certificate, code=NOTHING_TO_DO, words=["revoked before"])
                 self.assertEqual(again.err, "")
                 self.assertEqual(len(self.revoked()), 1)
+                one = way[-1:] if way[0] == "--certificate" else way
+                self.assertEqual(self.trust("revoked", "--json", *one).json()["revoked"], self.revoked())
                 back = [word for word in way]
                 self.trust("reinstate", *(back if len(back) > 1 and back[0] != "--certificate" else back[-1:]),
                            words=["no longer revoked: "])
                 self.assertEqual(self.revoked(), [])
         self.trust("reinstate", self.certificate, code=NOT_FOUND, words=["not revoked: operator"])
+        self.trust("revoke", authority, "--force")
+        asked = self.trust("revoked", "--json", self.certificate, code=NOT_FOUND, words=["not revoked: operator"])
+        self.assertEqual(asked.json()["revoked"], [])
 
     def test_what_is_told_of_one_names_it_on_another_node(self):
         self.trust("revoke", self.certificate)

@@ -104,7 +104,7 @@ class Serving(TrustTest):
         with wire.Connection(self.node.port, self.context_of(client, "operator")) as connection:
             connection.send(request[:-10])
             self.trust("install", self.issue("node-1"))
-            self.trust("untrust", AUTHORITY)
+            self.trust("untrust", "--force", AUTHORITY)
             connection.send(request[-10:])
             self.assertEqual(connection.answer().value(), wire.NO_POLICIES)
 
@@ -148,15 +148,49 @@ class Serving(TrustTest):
         client = self.client()
         self.trust("grant", "operator", "list")
         self.assertEqual(client.policy("list").code, DONE)
-        self.trust("untrust", AUTHORITY)
+        self.trust("untrust", "--force", AUTHORITY)
         self.assertNotIn(client.policy("list").code, (DONE, NOT_FOUND))
+
+    def test_whoever_alone_vouches_for_the_node_is_not_given_up_unless_forced(self):
+        self.trust("trust", self.authority() / f"{AUTHORITY}.pem")
+        self.trust("untrust", AUTHORITY)
+        self.equip()
+        self.trust("trust", self.authority("other") / f"{AUTHORITY}.pem", "--alias", "other")
+        self.node.start()
+        self.trust("untrust", AUTHORITY, code=FAILED, words=["alone vouches for the certificate of this node", "--force"])
+        self.assertTrue(self.keystore(f"trusted/{AUTHORITY}.pem").exists())
+        self.assertEqual(self.node.list(), [])
+        self.trust("trust", self.authority() / f"{AUTHORITY}.pem", "--alias", "the same")
+        self.trust("untrust", AUTHORITY)
+        self.trust("untrust", "the same", code=FAILED, words=["alone vouches"])
+        self.trust("install", self.issue("node-1", folder=self.authority("other")))
+        self.trust("untrust", "the same")
+        self.assertEqual(self.node.list(), [])
+        self.trust("untrust", "other", "--force", words=["no longer trusted: other"])
+        self.assertEqual(self.files(), ["own/node-1.key", "own/node-1.pem"])
+
+    def test_authorities_of_one_name_are_told_apart(self):
+        self.equip()
+        self.node.start()
+        for alias in ("a", "z"):
+            self.trust("trust", self.authority(alias) / f"{AUTHORITY}.pem", "--alias", alias)
+            self.assertEqual(self.node.list(), [])
+        self.trust("install", self.issue("node-1", folder=self.authority("z")))
+        self.assertEqual(self.node.list(), [])
+
+    def test_a_node_whose_own_certificate_is_trusted_for_itself_keeps_it_unless_forced(self):
+        self.equip()
+        self.trust("trust", self.keystore("own/node-1.pem"), "--alias", "itself")
+        self.trust("untrust", AUTHORITY)
+        self.trust("untrust", "itself", code=FAILED, words=["alone vouches"])
+        self.trust("untrust", "itself", "--force")
 
     def test_trust_that_the_daemon_cannot_take_up_is_not_called_taken_up(self):
         self.equip()
         self.node.start()
         good = self.keystore("own/node-1.key").read_text()
         self.keystore("own/node-1.key").write_text("broken")
-        said = self.trust("untrust", AUTHORITY, code=FAILED, words=["does not count yet", "node-1.key"])
+        said = self.trust("untrust", "--force", AUTHORITY, code=FAILED, words=["does not count yet", "node-1.key"])
         self.assertNotIn("has taken it up", said.out)
         self.keystore("own/node-1.key").write_text(good)
         self.trust("trust", self.authority() / f"{AUTHORITY}.pem", words=["The running daemon has taken it up."])

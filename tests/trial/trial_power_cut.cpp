@@ -193,7 +193,7 @@ const std::vector<Words>& TrustChanges() {
         {"lumtrust", "grant", "operator", "install", "list"},
         {"lumtrust", "revoke", "operator", "install"},
         {"lumtrust", "revoke", "operator"},
-        {"lumtrust", "untrust", "demonstration-authority"}};
+        {"lumtrust", "untrust", "demonstration-authority", "--force"}};
     return changes;
 }
 

@@ -88,6 +88,15 @@ bool HasIssuedOneOf(const X509Certificate& authority, const std::vector<X509Cert
     return std::any_of(shown.begin(), shown.end(), [&](const auto& one) { return HasIssued(authority, one); });
 }
 
+/// Also one that is shown itself: trusted, it vouches for itself.
+bool VouchesForOneOf(const X509Certificate& trusted, const std::vector<X509Certificate>& shown) {
+    const std::string fingerprint = LumSecPki::FingerprintOf(trusted).ToUtf8();
+    const auto isItself = [&](const X509Certificate& one) {
+        return LumSecPki::FingerprintOf(one).ToUtf8() == fingerprint;
+    };
+    return HasIssuedOneOf(trusted, shown) || std::any_of(shown.begin(), shown.end(), isItself);
+}
+
 }  // namespace
 
 void AddSerialAndIssuer(CLI::App& command, CertificateChoice& choice) {
@@ -129,6 +138,19 @@ bool ServesThisNode(const CertificateId& id) {
             if (isMeant(authority) && HasIssuedOneOf(authority, shown)) return true;
     }
     return false;
+}
+
+bool IsLeftWithout(const File_t& trusted) {
+    const std::vector<X509Certificate> shown = Shown();
+    const auto vouches = [&shown](const File_t& file) {
+        const std::vector<X509Certificate> held = CertificatesIn(file);
+        return std::any_of(held.begin(), held.end(),
+                           [&shown](const X509Certificate& one) { return VouchesForOneOf(one, shown); });
+    };
+    if (shown.empty() || !vouches(trusted)) return false;
+    const std::vector<File_t> files = StoreFiles("trusted", ".pem");
+    return std::none_of(files.begin(), files.end(),
+                        [&](const File_t& file) { return file.GetName() != trusted.GetName() && vouches(file); });
 }
 
 }  // namespace lumtrust

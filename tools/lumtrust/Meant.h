@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <string>
 
+#include "LumPalIo.h"
 #include "LumSecRevoked.h"
 
 namespace lumtrust {
@@ -33,5 +34,10 @@ MeantCertificate FindMeant(const CertificateChoice& choice);
 
 /// Whether this node shows the certificate, or one that it vouches for: its own tools and its peers would be refused.
 bool ServesThisNode(const LumSecCore::CertificateId& id);
+
+/// Whether nothing else that is trusted vouches for what this node shows: without it, its own tools and its peers would
+/// refuse it.
+/// @param trusted  a file of the key store's trusted certificates
+bool IsLeftWithout(const LumPalIo::File_t& trusted);
 
 }  // namespace lumtrust

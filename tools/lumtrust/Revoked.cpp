@@ -51,11 +51,15 @@ int Reinstate(const CertificateChoice& choice) {
     return lumtools::kDone;
 }
 
-int Show(bool json) {
-    lumtools::RequireOpenNode();
+struct Shown {
+    CertificateChoice only;
+    bool json = false;
+};
+
+void Print(const std::vector<RevocationList::Entry>& entries, bool json) {
     nlohmann::ordered_json rows = nlohmann::ordered_json::array();
     lumtools::Table table({"SERIAL", "ISSUER", "SUBJECT", "REVOKED"});
-    for (const auto& [id, since, subject] : RevocationList::Load()->Get()) {
+    for (const auto& [id, since, subject] : entries) {
         rows.push_back({{"serial", id.serial}, {"issuer", id.issuer}, {"subject", subject}, {"since", since}});
         table.Add({id.serial, id.issuer, subject, since});
     }
@@ -64,6 +68,26 @@ int Show(bool json) {
     } else {
         table.Print(std::cout, lumtools::TableLayout::ForOutput());
     }
+}
+
+int ShowOne(const RevocationList& list, const Shown& shown) {
+    const MeantCertificate meant = FindMeant(shown.only);
+    std::vector<RevocationList::Entry> found;
+    for (const RevocationList::Entry& entry : list.Get()) {
+        RevocationList one;
+        one.Add(entry);
+        if (one.Holds(meant.id)) found.push_back(entry);
+    }
+    if (!found.empty() || shown.json) Print(found, shown.json);
+    if (found.empty()) std::cerr << "lumtrust: not revoked: " << TextOf(meant) << std::endl;
+    return found.empty() ? lumtools::kNotFound : lumtools::kDone;
+}
+
+int Show(const Shown& shown) {
+    lumtools::RequireOpenNode();
+    const auto list = RevocationList::Load();
+    if (shown.only.IsGiven()) return ShowOne(*list, shown);
+    Print(list->Get(), shown.json);
     return lumtools::kDone;
 }
 
@@ -94,10 +118,12 @@ void AddRevoked(CLI::App& app, Actions& actions) {
     reinstate->add_option("CERTIFICATE", choice->what, "Its file, or its SHA-256 fingerprint");
     AddSerialAndIssuer(*reinstate, *choice);
     actions.emplace_back(reinstate, [choice] { return Reinstate(*choice); });
-    auto json = std::make_shared<bool>(false);
+    auto shown = std::make_shared<Shown>();
     CLI::App* revoked = app.add_subcommand("revoked", "List the certificates that are revoked on this node");
-    revoked->add_flag("--json", *json, "Print one JSON object");
-    actions.emplace_back(revoked, [json] { return Show(*json); });
+    revoked->add_option("CERTIFICATE", shown->only.what, "Only this one: its file, or its SHA-256 fingerprint");
+    AddSerialAndIssuer(*revoked, shown->only);
+    revoked->add_flag("--json", shown->json, "Print one JSON object");
+    actions.emplace_back(revoked, [shown] { return Show(*shown); });
 }
 
 }  // namespace lumtrust

@@ -20,7 +20,7 @@ namespace {
 
 struct Choices {
     std::string file, alias;
-    bool replace = false;
+    bool replace = false, force = false;
 };
 
 bool IsSame(const LumPalIo::File_t& file, const LumPalArray::CharArray_t& pem) {
@@ -52,6 +52,12 @@ int Untrust(const Choices& choices) {
         std::cerr << "lumtrust: nothing is trusted under the alias " << Printable("'" + choices.alias + "'")
                   << std::endl;
         return lumtools::kNotFound;
+    }
+    if (!choices.force && IsLeftWithout(file)) {
+        Refuse(
+            "'%1' alone vouches for the certificate of this node: its own tools and its peers would refuse it, and it "
+            "them. Install a certificate of another authority first; --force trusts it no longer all the same.",
+            choices.alias);
     }
     LumPalIo::DeleteFile(file);
     std::cout << "no longer trusted: " << Printable(choices.alias) << std::endl;
@@ -87,6 +93,7 @@ void AddTrusted(CLI::App& app, Actions& actions) {
     actions.emplace_back(trust, [choices] { return Trust(*choices); });
     CLI::App* untrust = app.add_subcommand("untrust", "Trust a certificate no longer");
     untrust->add_option("ALIAS", choices->alias, "The entry's name")->required();
+    untrust->add_flag("--force", choices->force, "Also the one that alone vouches for this node's certificate");
     actions.emplace_back(untrust, [choices] { return Untrust(*choices); });
 }
 

@@ -24,6 +24,14 @@ options:
   key:
     description: The private key of I(own), if C(lumtrust request) did not make it on the node.
     type: str
+  revoked:
+    description: A certificate that the node is to accept no longer, whoever issued it. With I(state=absent) it is
+      accepted again.
+    type: str
+  force:
+    description: Revoke, or trust no longer, also a certificate without which the node itself is let in nowhere.
+    type: bool
+    default: false
   sender:
     description: The id of a sender, the common name of his certificate.
     type: str
@@ -34,7 +42,7 @@ options:
     elements: str
     choices: [install, remove, enable, disable, list, modify, configget, configset, sign, all]
   state:
-    description: Whether the trust, or the rights, are there.
+    description: Whether the trust, the revocation, or the rights, are there.
     choices: [present, absent]
     default: present
     type: str
@@ -49,6 +57,8 @@ EXAMPLES = r"""
 - tessel.lumconf.lum_trust:
     own: "{{ lookup('file', inventory_hostname + '.pem') }}"
     key: "{{ lookup('file', inventory_hostname + '.key') }}"
+- tessel.lumconf.lum_trust:
+    revoked: "{{ lookup('file', 'lost-laptop.pem') }}"
 - tessel.lumconf.lum_trust:
     sender: operator
     rights: [install, remove, list]
@@ -66,8 +76,8 @@ import shutil
 import tempfile
 
 from ansible.module_utils.basic import AnsibleModule
-from ansible_collections.tessel.lumconf.plugins.module_utils.tools import FAILED, NOT_FOUND, NOTHING_TO_DO, ROOT_OPTION, \
-    Tools
+from ansible_collections.tessel.lumconf.plugins.module_utils.tools import DONE, FAILED, NOT_FOUND, NOTHING_TO_DO, \
+    ROOT_OPTION, Tools
 
 RIGHTS = {"install": 1, "remove": 2, "enable": 4, "disable": 8, "list": 16, "modify": 32, "configget": 64, "configset": 128,
           "sign": 256}
@@ -143,7 +153,7 @@ class Trust:
 
     def untrust(self, aliases):
         for alias in aliases:
-            self.change("untrust", "--", alias)
+            self.change("untrust", *self.forced(), "--", alias)
         return {"changed": bool(aliases), "diff": {"before": "".join(alias + "\n" for alias in aliases), "after": ""}}
 
     def core_id(self):
@@ -157,6 +167,18 @@ class Trust:
         key = ["--key", self.file("own.key", self.wanted["key"])] if self.wanted["key"] else []
         self.change("install", self.file("own.pem", self.wanted["own"]), *key)
         return {"changed": True}
+
+    def forced(self):
+        return ["--force"] if self.wanted["force"] else []
+
+    def revocation(self):
+        self.given("revoked")
+        file = self.file("revoked.pem", self.wanted["revoked"])
+        code, _ = self.lumtrust("revoked", "--json", file, accepted=(NOT_FOUND,))
+        before, after = code == DONE, self.wanted["state"] == "present"
+        if before != after:
+            self.change(*(["revoke", *self.forced(), "--certificate"] if after else ["reinstate"]), file)
+        return {"changed": before != after}
 
     # Rights.
 
@@ -182,6 +204,8 @@ class Trust:
                 return self.trust()
             if self.wanted["own"]:
                 return self.own()
+            if self.wanted["revoked"]:
+                return self.revocation()
             if self.wanted["sender"]:
                 return self.rights()
             return self.untrust([alias for alias in self.aliases("trusted") if alias == self.wanted["alias"]])
@@ -194,11 +218,12 @@ def main():
     module = AnsibleModule(
         argument_spec=dict(
             ROOT_OPTION, trusted={"type": "str"}, alias={"type": "str"}, replace={"type": "bool", "default": False},
-            own={"type": "str"}, key={"type": "str", "no_log": True}, sender={"type": "str"},
+            own={"type": "str"}, key={"type": "str", "no_log": True}, revoked={"type": "str"},
+            force={"type": "bool", "default": False}, sender={"type": "str"},
             rights={"type": "list", "elements": "str", "choices": [*RIGHTS, "all"]},
             state={"choices": ["present", "absent"], "default": "present"}),
-        required_one_of=[("trusted", "own", "sender", "alias")],
-        mutually_exclusive=[("trusted", "own", "sender"), ("alias", "own", "sender")],
+        required_one_of=[("trusted", "own", "revoked", "sender", "alias")],
+        mutually_exclusive=[("trusted", "own", "revoked", "sender"), ("alias", "own", "revoked", "sender")],
         required_by={"key": ("own",), "rights": ("sender",)}, supports_check_mode=True)
     wanted = module.params
     if wanted["state"] == "present" and wanted["alias"] and not wanted["trusted"]:
