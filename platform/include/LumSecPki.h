@@ -39,6 +39,9 @@ LUMPAL_API bool IsAuthority(const LumSecCore::X509Certificate& certificate);
 LUMPAL_API bool NamesHost(const LumSecCore::X509Certificate& certificate, const LumPalStr::String_t& host);
 /// The SHA-256 of its encoding, in hexadecimal small letters. @throws LumSecCore::SecCoreException
 LUMPAL_API LumPalStr::String_t FingerprintOf(const LumSecCore::X509Certificate& certificate);
+/// The start of its validity as "2026-11-21T10:00:00Z" where that has not come yet, else empty.
+/// @throws LumSecCore::SecCoreException
+LUMPAL_API LumPalStr::String_t StartToCome(const LumSecCore::X509Certificate& certificate);
 /// Seconds until its validity ends, below 0 when it has ended. @throws LumSecCore::SecCoreException
 LUMPAL_API std::int64_t SecondsLeft(const LumSecCore::X509Certificate& certificate);
 /// The end of its validity in seconds since 1970-01-01T00:00:00Z. @throws LumSecCore::SecCoreException

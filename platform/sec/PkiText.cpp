@@ -5,6 +5,8 @@
 #include <openssl/pem.h>
 #include <openssl/x509v3.h>
 
+#include <ctime>
+
 #include "Crypto.h"
 #include "LumSecPki.h"
 #include "PkiFailure.h"
@@ -32,13 +34,17 @@ bool IsPem(const CharArray_t& bytes) {
 }
 
 /// @param from  null: now
-std::int64_t SecondsToEnd(const X509Certificate& certificate, const ASN1_TIME* from) {
+/// A time is null for now.
+std::int64_t SecondsBetween(const ASN1_TIME* from, const ASN1_TIME* to) {
     constexpr std::int64_t daySeconds = 86400;
-    if (certificate.IsNull()) Fail("There is no certificate.");
     int days = 0, seconds = 0;
-    const ASN1_TIME* end = X509_get0_notAfter(certificate.GetImpl()->certificate.get());
-    if (ASN1_TIME_diff(&days, &seconds, from, end) != 1) Fail("The certificate tells no end of its validity.");
+    if (ASN1_TIME_diff(&days, &seconds, from, to) != 1) Fail("The certificate tells no time of validity.");
     return days * daySeconds + seconds;
+}
+
+std::int64_t SecondsToEnd(const X509Certificate& certificate, const ASN1_TIME* from) {
+    if (certificate.IsNull()) Fail("There is no certificate.");
+    return SecondsBetween(from, X509_get0_notAfter(certificate.GetImpl()->certificate.get()));
 }
 
 /// Whether what the private key signs is proven by the public one. The halves of one key file need not belong together.
@@ -144,6 +150,16 @@ LumPalStr::String_t FingerprintOf(const X509Certificate& certificate) {
         text += digits[digest[i] & 15];
     }
     return LumPalStr::String_t::FromUtf8(text);
+}
+
+LumPalStr::String_t StartToCome(const X509Certificate& certificate) {
+    if (certificate.IsNull()) Fail("There is no certificate.");
+    const ASN1_TIME* start = X509_get0_notBefore(certificate.GetImpl()->certificate.get());
+    std::tm parts{};
+    if (SecondsBetween(nullptr, start) <= 0 || ASN1_TIME_to_tm(start, &parts) != 1) return "";
+    char text[32] = "";
+    std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
+    return LumPalStr::String_t(text);
 }
 
 std::int64_t SecondsLeft(const X509Certificate& certificate) {

@@ -143,6 +143,15 @@ bool IsOfTheConnection(int code) {
            code == CURLE_GOT_NOTHING;
 }
 
+/// Empty where the own certificate is in time, or was never shown.
+Explanation ExplainOwnTime(const SeenFailure& seen) {
+    if (!seen.tls || !IsOfTheConnection(seen.code)) return {};
+    if (!seen.ownEnd.empty()) return {"the certificate of this node has ended on " + seen.ownEnd, kNewCertificateHere};
+    if (seen.ownStart.empty()) return {};
+    return {"the certificate of this node is not valid before " + seen.ownStart,
+            "Look at the clock of this machine, unless the certificate is meant for later."};
+}
+
 Explanation ExplainTime(const SeenFailure& seen) {
     if (seen.isStopping) return {"this program ends", ""};
     return {
@@ -164,8 +173,7 @@ Explanation Explain(const SeenFailure& seen) {
     if (seen.code == CURLE_OPERATION_TIMEDOUT || seen.code == CURLE_ABORTED_BY_CALLBACK) return ExplainTime(seen);
     if (seen.code == CURLE_PEER_FAILED_VERIFICATION && !seen.hostNames.empty()) return ExplainNames(seen);
     if (seen.isOther) return ExplainOtherPort(seen);
-    if (seen.tls && !seen.ownEnd.empty() && IsOfTheConnection(seen.code))
-        return {"the certificate of this node has ended on " + seen.ownEnd, kNewCertificateHere};
+    if (const auto own = ExplainOwnTime(seen); !own.cause.empty()) return own;
     if (const Row* const row = Find(std::begin(kAlerts), std::end(kAlerts), seen.alert)) return Filled(*row, seen);
     return ExplainCode(seen);
 }

@@ -18,13 +18,14 @@ struct SeenFailure {
     int verdict = 0;      ///< on the certificate of the host, of the TLS library; 0: it is good, or none was seen
     bool isOther =
         false;  ///< it is another kind of port: it speaks no TLS to a client who does, or TLS to one who does not
-    bool isStopping = false;        ///< this program ends
-    std::string host;               ///< as it was called
-    std::string hostNames;          ///< those that its certificate bears, with commas
-    std::string issuer, end;        ///< of the certificate that was refused; may be empty
-    std::string ownIssuer, ownEnd;  ///< of the own certificate, the end only where it has come
-    unsigned seconds = 0;           ///< the limit that was reached
-    bool wasConnected = false;      ///< the limit was that of the answer
+    bool isStopping = false;  ///< this program ends
+    std::string host;         ///< as it was called
+    std::string hostNames;    ///< those that its certificate bears, with commas
+    std::string issuer, end;  ///< of the certificate that was refused; may be empty
+    /// Of the own certificate, the start only where it has not come yet, the end only where it has.
+    std::string ownIssuer, ownStart, ownEnd;
+    unsigned seconds = 0;       ///< the limit that was reached
+    bool wasConnected = false;  ///< the limit was that of the answer
 };
 
 /// Without a dot at its end; the advice is a sentence, or empty.

@@ -357,6 +357,7 @@ void HttpClient::Handle::SeeCertificates(const ClientIdentity& identity) {
     const std::string& pem = identity.own.certificate;
     const auto own = LumSecPki::ReadCertificate(LumPalArray::CharArray_t(pem.data(), pem.size()));
     seen.ownIssuer = own.GetIssuerCN().ToUtf8();
+    seen.ownStart = LumSecPki::StartToCome(own).ToUtf8();
     if (LumSecPki::SecondsLeft(own) < 0) seen.ownEnd = own.GetNotAfter().ToUtf8();
 }
 

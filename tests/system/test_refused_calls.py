@@ -67,6 +67,11 @@ class OverTls(Told):
         self.told_alike(self.listing(client), UNREACHABLE, "the certificate of this node has ended on 2021-01-01T00:00:00Z.",
                         "'lumtrust request', then 'lumtrust install'.")
 
+    def test_an_own_certificate_that_is_not_valid_yet_is_told_with_its_start(self):
+        client = self.client(self.authority.issue_for("operator", *TO_COME), self.authority)
+        self.told_alike(self.listing(client), UNREACHABLE,
+                        "the certificate of this node is not valid before 2090-01-01T00:00:00Z.", "clock")
+
     def test_a_host_that_does_not_know_the_own_authority_is_told_with_the_authority(self):
         client = self.client(self.foreign.issue("operator"), self.authority)
         self.told_alike(self.listing(client), UNREACHABLE,

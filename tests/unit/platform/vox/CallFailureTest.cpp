@@ -67,6 +67,20 @@ TEST(CallFailure, AnOwnCertificateThatHasEndedIsToldWhateverTheHostSays) {
     EXPECT_EQ(Explain(unreached).cause, "Connection refused");
 }
 
+TEST(CallFailure, AnOwnCertificateThatIsNotValidYetIsToldWhateverTheHostSays) {
+    for (const int alert : {-1, SSL3_AD_BAD_CERTIFICATE, SSL3_AD_CERTIFICATE_EXPIRED, SSL3_AD_CERTIFICATE_UNKNOWN}) {
+        SeenFailure seen = Seen(CURLE_SEND_ERROR);
+        seen.alert = alert;
+        seen.ownStart = "2090-01-01T00:00:00Z";
+        EXPECT_EQ(Explain(seen).cause, "the certificate of this node is not valid before 2090-01-01T00:00:00Z");
+        EXPECT_TRUE(Has(Explain(seen).advice, "clock"));
+    }
+    SeenFailure unreached = Seen(CURLE_COULDNT_CONNECT);
+    unreached.ownStart = "2090-01-01T00:00:00Z";
+    unreached.system = "Connection refused";
+    EXPECT_EQ(Explain(unreached).cause, "Connection refused");
+}
+
 TEST(CallFailure, AnotherNameIsToldWithThoseOfTheCertificate) {
     SeenFailure seen = Seen(CURLE_PEER_FAILED_VERIFICATION);
     seen.hostNames = "'a', 'b'";
