@@ -20,11 +20,8 @@
 #include "LumPalMsg.h"
 #include "LumPalRuntime.h"
 #include "LumVoxMsg.h"
-#include "LumVoxRpc.h"
-#include "PolicyForwarder.h"
+#include "NodeStatus.h"
 #include "common/ClusterProduct.h"
-#include "common/NodeStatusText.h"
-#include "common/Outcome.h"
 #include "common/ProgramName.h"
 #include "common/StandardOutput.h"
 #include "common/Utf8Arguments.h"
@@ -34,6 +31,7 @@
 #include "lumconfd/PolicyList.h"
 #include "lumconfd/ServerWatch.h"
 #include "lumconfd/StartGuard.h"
+#include "lumconfd/Status.h"
 #include "lumconfd/TrustReload.h"
 
 namespace {
@@ -149,18 +147,9 @@ int Serve(const LumPalRuntime::Signals_t& signals) {
     return kDone;
 }
 
-int TellStatus(int seconds) {
-    const LumVoxRpc::CallBudget budget{std::chrono::seconds(seconds)};
-    LumConf::NodeStatus status;
-    lumtools::Outcome outcome =
-        lumtools::Attempt([&] { status = LumConf::PolicyForwarder().GetStatus("localhost", ""); });
-    if (outcome.code == lumtools::kDone) {
-        std::cout << lumtools::TextOf(status) << std::flush;
-        outcome = lumtools::Judge(status);
-    }
-    if (outcome.code == lumtools::kDone) return lumtools::IsOutputWritten() ? kDone : kFailed;
-    lumtools::PrintFailure(std::cerr, "", outcome);
-    return kFailed;
+/// What was printed counts only when it has arrived.
+int Told(int code) {
+    return code == kDone && !lumtools::IsOutputWritten() ? static_cast<int>(kFailed) : code;
 }
 
 int Run(const LumPalRuntime::Signals_t& signals) {
@@ -189,24 +178,20 @@ int main(int argc, char** argv) {
     CLI::App app("Serves a node's policies: keeps them, takes requests on them, tells what changed.", "lumconfd");
     std::string root;
     bool checkConfig = false, tellStatus = false;
-    int timeoutSeconds = 60;
     // An empty one comes from a script's unset variable: the default root is not what was meant.
     app.add_option("--root", root, "Folder of the node (default: $LUM_ROOT, else /var/opt/lum)")
         ->type_name("DIR")
         ->check([](const std::string& text) { return std::string(text.empty() ? "the folder's name is empty" : ""); });
     app.add_flag("--check-config", checkConfig, "Check the configuration, say what is wrong, and end");
-    app.add_flag("--status", tellStatus, "Ask the daemon that serves this root how the node fares, and end")
-        ->excludes("--check-config");
-    app.add_option("--timeout", timeoutSeconds, "With --status: the longest time for that")
-        ->type_name("SECONDS")
-        ->capture_default_str()
-        ->needs("--status")
-        ->check(CLI::Range(1, 86400));
+    CLI::Option* const statusFlag =
+        app.add_flag("--status", tellStatus, "Ask the daemon that serves this root how the node fares, and end")
+            ->excludes("--check-config");
+    lumconfd::Status status(app, statusFlag);
     app.set_version_flag("--version", "lumconfd " LUM_VERSION);
     app.footer(
         "Runs in the foreground. SIGTERM and SIGINT stop it, SIGHUP takes up changed rights and keys.\n"
-        "Exit codes: 0 stopped as asked, 1 failed (--status: nobody serves, or something is wrong), 2 wrong usage, 3 "
-        "another daemon serves this root.");
+        "Exit codes: 0 stopped as asked, 1 failed (--status: nobody serves, or something is wrong), 2 wrong usage,\n"
+        "3 another daemon serves this root, 5 --status: this user has no right, 130 and 143 --status was ended.");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
@@ -217,7 +202,7 @@ int main(int argc, char** argv) {
         if (!root.empty()) Dir_t::SetRoot(LumPalIo::File_t(String_t::FromUtf8(root)).GetAbsolutePath());
         if (checkConfig)
             return lumconfd::CheckConfiguration(std::cout) && lumtools::IsOutputWritten() ? kDone : kFailed;
-        if (tellStatus) return TellStatus(timeoutSeconds);
+        if (tellStatus) return Told(status.Run());
         LumPalRuntime::KeepNoLargeBlocks();
         const LumPalRuntime::Signals_t signals;
         return Run(signals);

@@ -127,11 +127,16 @@ def check_environment():
                 yield f"docs/configuration.md: {name} of {path.relative_to(ROOT)} is not mentioned"
 
 
+# What names nodes, and is not there where the commands of a tool ask this node alone.
+OF_MANY_NODES = {"--host", "--hosts-file", "--parallel", "--target-id"}
+
+
 def options_of(tool):
     """Every option that a tool's sources declare, also those of the parts that it shares."""
+    missing = OF_MANY_NODES if any("Asks::ThisNode" in text_of(path) for path in files_of(tool)) else set()
     for path in files_of(tool) + shared_by(tool):
         for declared in re.findall(r'add_(?:option|flag)\w*\(\s*"([^"]+)"', text_of(path)):
-            yield from (word for word in declared.split(",") if word.startswith("-"))
+            yield from (word for word in declared.split(",") if word.startswith("-") and word not in missing)
 
 
 def files_of(tool):

@@ -233,6 +233,12 @@ class Status(HealthTest):
                          (1, "done", node.port, False, 0))
         self.assertAlmostEqual(told["started"], time.time(), delta=120)
         self.assertEqual((told["certificates"], told["errors"], told["settings_broken"]), ([], [], ""))
+        daemon = node.tool("lumconfd", "--status", "--json").json()
+        self.assertEqual(daemon.keys(), told.keys())
+        self.assertEqual((daemon["host"], daemon["result"], daemon["code"], daemon["port"]),
+                         ("localhost", "done", DONE, node.port))
+        self.assertEqual(node.tool("lumconfd", "--status", "--quiet").out, "")
+        self.assertEqual(node.tool("lumconfd", "--json").code, WRONG_USAGE)
 
     def test_what_has_to_be_mended_ends_it_with_a_failure(self):
         node = self.node()
@@ -277,6 +283,8 @@ class Status(HealthTest):
         told = node.tool("lumconfd", "--status")
         self.assertEqual(told.code, FAILED, told)
         self.assertIn("does not serve", told.err)
+        answer = node.tool("lumconfd", "--status", "--json")
+        self.assertEqual((answer.code, answer.json()["result"], answer.json()["code"]), (FAILED, "failed", FAILED))
         self.assertEqual(node.policy("status").code, UNREACHABLE)
         self.assertEqual(node.tool("lumconfd", "--status", "--check-config").code, WRONG_USAGE)
 

@@ -62,8 +62,8 @@ void EndDryRun(const std::string& host, Answer& answer) {
     answer.outcome = {kNothingToDo, {{0, "Nothing would change on '" + host + "'."}}};
 }
 
-HostCommand::HostCommand(CLI::App& command) : Command(command) {
-    hostOptions.AddTo(command);
+HostCommand::HostCommand(CLI::App& command, Asks asks) : Command(command) {
+    asks == Asks::ThisNode ? hostOptions.AddTimeoutTo(command) : hostOptions.AddTo(command);
 }
 
 ExitCode HostCommand::Run() {
@@ -155,16 +155,19 @@ void HostCommand::EndEarly(ExitCode code) {
 /// What was known before stands below the reason.
 void HostCommand::FillUnknown(std::size_t index, ExitCode code) {
     Answer& answer = work->GetAnswer(index);
-    Outcome outcome{code, {}, work->GetPhase(index) == NodesWork::Phase::Asked};
+    const bool wasAsked = work->GetPhase(index) == NodesWork::Phase::Asked;
+    const bool wasOnlyAsked = ChangesNodes() && work->WasOnlyAsked(index);
+    Outcome outcome{code, {}, wasAsked && !wasOnlyAsked};
     const std::string host = "'" + hosts[index] + "'";
-    outcome.messages.push_back({0, !outcome.wasBegun ? "Ended before " + host + " was asked."
-                                   : ChangesNodes()  ? "Ended before " + host + " answered: the change may be done."
-                                                     : "Ended before " + host + " answered."});
+    outcome.messages.push_back({0, !wasAsked        ? "Ended before " + host + " was asked."
+                                   : wasOnlyAsked   ? "Ended before " + host + " answered: nothing was sent."
+                                   : ChangesNodes() ? "Ended before " + host + " answered: the change may be done."
+                                                    : "Ended before " + host + " answered."});
     for (const MessageLine& known : answer.outcome.messages) {
         outcome.messages.push_back({known.level + 1, known.text});
     }
     answer.outcome = outcome;
-    if (outcome.wasBegun) AddUnknown(answer);
+    if (wasAsked) AddUnknown(answer);
 }
 
 void HostCommand::PrintNotAsked(ExitCode code) const {
@@ -190,6 +193,10 @@ void HostCommand::PrintNotTried() const {
 
 void HostCommand::SetStep(const std::string& host, const std::string& step) const {
     work->SetStep(indexes.at(host), step);
+}
+
+void HostCommand::SetQuestion(const std::string& host, const std::string& step) const {
+    work->SetQuestion(indexes.at(host), step);
 }
 
 void HostCommand::AddKnown(const std::string& host, const std::function<void(Answer&)>& add) const {

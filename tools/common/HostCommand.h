@@ -33,7 +33,9 @@ public:
     ExitCode Run() final;
 
 protected:
-    explicit HostCommand(CLI::App& command);
+    enum class Asks { AnyNodes, ThisNode };
+    /// What asks this node alone has none of the options that name nodes.
+    explicit HostCommand(CLI::App& command, Asks asks = Asks::AnyNodes);
     /// Checks the arguments and makes what all requests share, before any node is asked; none is after a failure.
     /// @throws CLI::Error
     virtual Outcome Prepare() { return {}; }
@@ -45,7 +47,8 @@ protected:
     virtual Rollout GetRollout() const { return {}; }
     /// Asks one node. Called on several threads at once. Must not throw.
     virtual Answer Ask(const std::string& host) const = 0;
-    /// Completes what is known of a node that was asked and has not answered, for a user who ends the command.
+    /// Completes what is known of a node that was asked and has not answered, for a user who ends the command. The
+    /// outcome was not begun where nothing was sent that may change it.
     virtual void AddUnknown(Answer& /*known*/) const {}
     /// Whether what the nodes answer is shown as one text, when all have; failures are told as they come.
     virtual bool IsShownTogether() const { return false; }
@@ -57,6 +60,8 @@ protected:
     // For Ask, on any thread:
     /// Says what the work with the node waits for.
     void SetStep(const std::string& host, const std::string& step) const;
+    /// Likewise, before the first step that may change the node: who ends the command meanwhile is told so.
+    void SetQuestion(const std::string& host, const std::string& step) const;
     /// Adds to what is known of a node, in case that its answer never comes.
     void AddKnown(const std::string& host, const std::function<void(Answer&)>& add) const;
     Answer GetKnown(const std::string& host) const;

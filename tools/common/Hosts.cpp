@@ -15,6 +15,7 @@ namespace {
 
 constexpr int kMostParallel = 256;
 constexpr int kLongestTimeout = 86400;
+constexpr char kGroup[] = "Which nodes";
 
 /// Whether the text stays the host when it becomes part of an address.
 bool IsHost(const std::string& text) {
@@ -62,24 +63,27 @@ std::vector<std::string> ReadHostsFile(const std::string& path) {
 }  // namespace
 
 void HostOptions::AddTo(CLI::App& command) {
-    const std::string group = "Which nodes";
     command
         .add_option("--host", hosts,
                     "A node: a name or an address, with a port when it is not the usual one; may be given often "
                     "[localhost]")
-        ->group(group)
+        ->group(kGroup)
         ->type_name("HOST[:PORT]")
         ->allow_extra_args(false);
     command.add_option("--hosts-file", file, "A file with one node a line; '-' is standard input")
-        ->group(group)
+        ->group(kGroup)
         ->type_name("FILE");
     command.add_option("--parallel", parallel, "How many nodes are asked at the same time")
-        ->group(group)
+        ->group(kGroup)
         ->type_name("N")
         ->capture_default_str()
         ->check(CLI::Range(1, kMostParallel));
+    AddTimeoutTo(command);
+    command.get_option("--timeout")->group(kGroup);
+}
+
+void HostOptions::AddTimeoutTo(CLI::App& command) {
     command.add_option("--timeout", timeoutSeconds, "The longest time for all the work with one node")
-        ->group(group)
         ->type_name("SECONDS")
         ->check(CLI::Range(1, kLongestTimeout));
 }

@@ -14,6 +14,8 @@ namespace lumtools {
 class HostOptions {
 public:
     void AddTo(CLI::App& command);
+    /// The last one alone: for a command about this node.
+    void AddTimeoutTo(CLI::App& command);
     /// The hosts in the order in which they were given, each once; "localhost" when none is named.
     /// @throws CLI::ValidationError for a file that cannot be read or names no host, or a host that is none
     std::vector<std::string> Make() const;

@@ -88,6 +88,19 @@ void NodesWork::Close() {
 void NodesWork::SetStep(std::size_t index, const std::string& step) {
     const PlainLock_t lock(mutex);
     nodes[index].step = step;
+    nodes[index].wasOnlyAsked = false;
+}
+
+void NodesWork::SetQuestion(std::size_t index, const std::string& step) {
+    const PlainLock_t lock(mutex);
+    Node& node = nodes[index];
+    node.wasOnlyAsked = node.wasOnlyAsked || node.step.empty();
+    node.step = step;
+}
+
+bool NodesWork::WasOnlyAsked(std::size_t index) const {
+    const PlainLock_t lock(mutex);
+    return nodes[index].wasOnlyAsked;
 }
 
 void NodesWork::Add(std::size_t index, const std::function<void(Answer&)>& add) {

@@ -48,6 +48,10 @@ public:
 
     /// What the node waits for from now on.
     void SetStep(std::size_t index, const std::string& step);
+    /// Likewise; and as long as there was no other step, the node was only asked, and nothing in it can have changed.
+    void SetQuestion(std::size_t index, const std::string& step);
+    /// Whether each step of the node was a question; not without any.
+    bool WasOnlyAsked(std::size_t index) const;
     /// Adds to what is known of a node that has not answered yet.
     void Add(std::size_t index, const std::function<void(Answer&)>& add);
     /// What was added so far.
@@ -65,6 +69,7 @@ private:
         Phase phase = Phase::NotAsked;
         Answer answer;
         std::string step;
+        bool wasOnlyAsked = false;
     };
 
     void Work(const std::function<Answer(std::size_t)>& ask);

@@ -42,6 +42,19 @@ private:
     LumPalThread::PlainMutex_t mutex;
 };
 
+TEST(NodesWork, ANodeWasOnlyAskedUntilAStepThatIsNoQuestion) {
+    NodesWork work(2);
+    EXPECT_FALSE(work.WasOnlyAsked(0)) << "nobody said what it was asked";
+    work.SetQuestion(0, "what it has");
+    work.SetQuestion(0, "what else it has");
+    EXPECT_TRUE(work.WasOnlyAsked(0));
+    EXPECT_FALSE(work.WasOnlyAsked(1));
+    work.SetStep(0, "the change");
+    EXPECT_FALSE(work.WasOnlyAsked(0));
+    work.SetQuestion(0, "what it has now");
+    EXPECT_FALSE(work.WasOnlyAsked(0)) << "a change was sent before";
+}
+
 TEST(NodesWork, ABatchBeginsWhenAllBeforeItHaveAnswered) {
     const Rolled rolled(std::vector<ExitCode>(10, kDone), 8, {3, {}});
     ASSERT_EQ(rolled.asked.size(), 10u);
