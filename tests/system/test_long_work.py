@@ -113,6 +113,32 @@ class LongWork(CallsOthers, unittest.TestCase):
                          list(zip(map(str, files), ("done, nobody told", "unknown", "not asked"))))
         (self.node.folder / "gate").touch()
 
+    def ended_at_the_first_question(self, *arguments):
+        silent = self.silent()
+        process = self.started(*arguments, "--host", f"127.0.0.1:{silent.port}")
+        wait_until(lambda: silent.taken, "the node is asked")
+        process.send_signal(signal.SIGINT)
+        out, err = process.communicate(timeout=PATIENCE_S)
+        self.assertEqual(process.returncode, INTERRUPTED, err)
+        return out, " ".join(err.split())
+
+    def test_a_change_that_is_ended_before_anything_was_sent_says_so(self):
+        file = str(write_policy(self.node.folder / "source", "a", name="a"))
+        for command in (("install", file), ("install", "--package", file), ("apply", file),
+                        ("remove", "--type", "a", "--owner", "b")):
+            with self.subTest(command):
+                _, err = self.ended_at_the_first_question(*command)
+                self.assertIn("answered: nothing was sent.", err)
+                self.assertNotIn("may be done", err)
+                self.assertNotIn("unknown", err)
+        for command in ("install", "apply"):
+            with self.subTest(command, json=True):
+                answer = json.loads(self.ended_at_the_first_question(command, "--json", file)[0])
+                self.assertEqual((answer["result"], answer["code"]), ("not asked", INTERRUPTED))
+                rows = answer["files" if command == "install" else "policies"]
+                self.assertEqual([(row["file"], row["result"], row["code"]) for row in rows],
+                                 [(file, "not asked", INTERRUPTED)])
+
     def test_a_consumer_that_hangs_shows_which_file_is_waited_for(self):
         arguments, _ = self.held_install()
         with self.terminal(*arguments, columns=200) as terminal:

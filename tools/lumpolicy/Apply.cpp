@@ -27,7 +27,7 @@ private:
     bool ChangesNodes() const override { return !choices.dryRun; }
     lumtools::Rollout GetRollout() const override { return rollout; }
     Answer Ask(const std::string& host) const override;
-    void AddUnknown(Answer& known) const override { report::EndEarly(known); }
+    void AddUnknown(Answer& known) const override { report::EndEarly(wanted, known); }
 
     std::vector<std::string> given;
     ApplyChoices choices;
@@ -82,7 +82,8 @@ Outcome Apply::Prepare() {
 
 Answer Apply::Ask(const std::string& host) const {
     const NodeApply::Sink sink{[&](const auto& add) { AddKnown(host, add); },
-                               [&](const std::string& step) { SetStep(host, step); }};
+                               [&](const std::string& step) { SetStep(host, step); },
+                               [&](const std::string& step) { SetQuestion(host, step); }};
     sink.add([](Answer& known) { known.isBlock = true; });
     const Outcome outcome = Attempt([&] { NodeApply(*forwarder, choices, wanted, host, sink).Run(); });
     Answer answer = GetKnown(host);

@@ -46,11 +46,14 @@ const Words& WordsOf(const ordered_json& row) {
     return kUnchanged;
 }
 
+ordered_json RowOf(const LumConf::PolicyHeader& header) {
+    return {{"id", header.GetContainerId().ToUtf8()},
+            {"name", header.GetName().ToUtf8()},
+            {"type", header.GetTypeName().ToUtf8()}};
+}
+
 ordered_json RowOf(const Step& step, const std::string& diff) {
-    const LumConf::PolicyHeader header = step.GetHeader();
-    ordered_json row{{"id", header.GetContainerId().ToUtf8()},
-                     {"name", header.GetName().ToUtf8()},
-                     {"type", header.GetTypeName().ToUtf8()}};
+    ordered_json row = RowOf(step.GetHeader());
     if (step.wanted) row["file"] = step.wanted->file;
     row["action"] = WordsOf(step.kind).action;
     for (const Difference& one : step.differences) {
@@ -112,6 +115,24 @@ void EndWell(ordered_json& row, const Outcome& outcome, Answer& answer) {
     if (row.contains("diff")) answer.text += PrintableDiff(row["diff"].get<std::string>());
 }
 
+/// Before the node has told what it has.
+void BeginUnplanned(const std::vector<DesiredPolicy>& wanted, Answer& answer) {
+    answer.fields["changed"] = false;
+    answer.fields["policies"] = ordered_json::array();
+    for (const DesiredPolicy& policy : wanted) {
+        ordered_json row = RowOf(policy.header);
+        row["file"] = policy.file;
+        answer.fields["policies"].push_back(std::move(row));
+    }
+}
+
+/// @param unknown  how many were sent and not answered
+std::string LeftText(int unknown, int unsent) {
+    if (unknown == 0) return "Of the policies that are left, " + std::to_string(unsent) + ", none was sent.";
+    return "Of " + std::to_string(unknown) + " policies that were sent it is unknown, and " + std::to_string(unsent) +
+           " were not sent.";
+}
+
 }  // namespace
 
 void Join(Outcome& whole, const Outcome& part) {
@@ -164,8 +185,8 @@ void Close(const std::string& host, Answer& answer) {
     answer.outcome = {lumtools::kNothingToDo, {{0, "Nothing has to change on '" + host + "'."}}};
 }
 
-void EndEarly(Answer& answer) {
-    if (!answer.fields.contains("policies")) return;
+void EndEarly(const std::vector<DesiredPolicy>& wanted, Answer& answer) {
+    if (!answer.fields.contains("policies")) BeginUnplanned(wanted, answer);
     const Outcome unknown{answer.outcome.code, {}, true}, notAsked{answer.outcome.code, {}, false};
     int counts[2] = {0, 0};
     for (ordered_json& row : answer.fields["policies"]) {
@@ -175,9 +196,7 @@ void EndEarly(Answer& answer) {
         ++counts[wasSent];
     }
     if (counts[1] > 0) answer.fields["changed"] = true;  // for all that is known
-    answer.outcome.messages.push_back({1, "Of " + std::to_string(counts[1]) +
-                                              " policies that were sent it is unknown, and " +
-                                              std::to_string(counts[0]) + " were not sent."});
+    answer.outcome.messages.push_back({1, LeftText(counts[1], counts[0])});
 }
 
 }  // namespace lumpolicy::report

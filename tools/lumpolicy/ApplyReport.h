@@ -23,8 +23,8 @@ void Send(std::size_t index, lumtools::Answer& answer);
 void End(std::size_t index, const lumtools::Outcome& outcome, lumtools::Answer& answer);
 /// All have ended.
 void Close(const std::string& host, lumtools::Answer& answer);
-/// The user has ended it, with the code that the answer bears.
-void EndEarly(lumtools::Answer& answer);
+/// The user has ended it, with the code that the answer bears. @param wanted  stand there where nothing was planned yet
+void EndEarly(const std::vector<DesiredPolicy>& wanted, lumtools::Answer& answer);
 
 /// A part's messages and code join the whole.
 void Join(lumtools::Outcome& whole, const lumtools::Outcome& part);

@@ -198,7 +198,6 @@ private:
     unsigned GetRight() const override { return row.right; }
 
     Answer Ask(const std::string& host) const override {
-        SetStep(host, row.name);
         Answer answer = !dryRun && !selections.IsOne() ? SendEach(host) : SendWhole(host);
         if (answer.outcome.code == lumtools::kNothingToDo && IsOfStatus()) TellOddStatus(host, answer.outcome);
         return answer;
@@ -224,6 +223,7 @@ private:
     }
 
     Answer SendWhole(const std::string& host) const {
+        SetStep(host, row.name);
         Answer answer;
         answer.outcome = lumtools::Attempt([&] {
             if (dryRun) {
@@ -239,6 +239,7 @@ private:
 
     /// A request has one selection: several become one request for each policy that all of them mean.
     Answer SendEach(const std::string& host) const {
+        SetQuestion(host, "which policies it has");
         PolicyContainer policies;
         Answer answer;
         answer.outcome = lumtools::Attempt([&] { policies = ListSome(*forwarder, host, selections, targetId); });

@@ -93,7 +93,7 @@ private:
     Outcome WarnOfShared(const std::string& host, LumPalMsg::MessageList_t& all) const {
         LumPalMsg::MessageList_t shared;
         Outcome asked;
-        SetStep(host, "which data files it has");
+        SetQuestion(host, "which data files it has");
         Attempt([&] { asked = given.AskNode(*forwarder, host, choices.targetId, shared); });
         Warn(shared);
         all.Add(shared);
@@ -142,11 +142,11 @@ private:
         if (isPackage || dryRun) return;
         auto& list = known.fields["files"];
         const std::size_t answered = list.size();
-        Outcome unknown{known.outcome.code, {}};
+        Outcome unknown{known.outcome.code, {}, known.outcome.wasBegun};
         for (std::size_t i = answered; i < files.size(); ++i, unknown.wasBegun = false) {
             list.push_back({{"file", files[i]}, {"result", unknown.Word()}, {"code", static_cast<int>(unknown.code)}});
         }
-        if (answered >= files.size()) return;
+        if (answered >= files.size() || !known.outcome.wasBegun) return;
         known.outcome.messages.push_back({1, "Of " + std::to_string(files.size()) + " files " +
                                                  std::to_string(answered) + " are answered, and of '" +
                                                  files[answered] + "' it is unknown. Nothing behind it was sent."});

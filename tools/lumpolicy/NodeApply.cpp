@@ -43,7 +43,7 @@ NodeApply::NodeApply(const LumConf::PolicyForwarder& forwarder, const ApplyChoic
     : forwarder(forwarder), choices(choices), wanted(wanted), host(host), sink(std::move(sink)) {}
 
 void NodeApply::Run() {
-    sink.setStep("which policies it has");
+    sink.setQuestion("which policies it has");
     has = ReadAll();
     steps = MakePlan(wanted, has, choices.pruning, choices.forceOwner);
     if (choices.dryRun) ForeseeTypes();
@@ -131,7 +131,7 @@ std::string NodeApply::DiffOf(const Step& step) const {
 std::vector<std::string> NodeApply::MakeDiffs() const {
     std::vector<std::string> diffs;
     for (const Step& step : steps) {
-        if (choices.showDiff) sink.setStep("the difference of " + CountOf(diffs.size(), steps.size()));
+        if (choices.showDiff) sink.setQuestion("the difference of " + CountOf(diffs.size(), steps.size()));
         diffs.push_back(DiffOf(step));
     }
     return diffs;

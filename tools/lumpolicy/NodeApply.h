@@ -29,6 +29,7 @@ public:
     struct Sink {
         std::function<void(const std::function<void(lumtools::Answer&)>&)> add;
         std::function<void(const std::string&)> setStep;
+        std::function<void(const std::string&)> setQuestion;  ///< before anything is sent
     };
 
     NodeApply(const LumConf::PolicyForwarder& forwarder, const ApplyChoices& choices,

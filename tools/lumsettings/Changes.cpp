@@ -91,6 +91,7 @@ private:
             if (dryRun) {
                 ShowForeseen(Foresee(forwarder->Get(Text(host), options)), answer);
             } else {
+                SetStep(host, "the change");
                 Send(host);
                 answer.text = lumtools::Printable(Done() + OfGroup() + " on " + host) + "\n";
             }
@@ -110,6 +111,7 @@ private:
     void RequireTools(const std::string& host) const {
         if (force || IsOfGroup() || !MayConcernTools()) return;
         ConfigGroup_t told;
+        SetQuestion(host, "its settings");
         const Outcome asked = lumtools::Attempt([&] { told = forwarder->Get(Text(host), options); });
         if (asked.code != lumtools::kDone) return;
         const std::string why = WhyLockedOut(GetChanged(told), Then(told), host == "localhost");
