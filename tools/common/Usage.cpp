@@ -1,11 +1,11 @@
 #include "common/Usage.h"
 
-#include <algorithm>
 #include <iostream>
 
 #include "common/Nearest.h"
 #include "common/Outcome.h"
 #include "common/Table.h"
+#include "common/UsageText.h"
 
 namespace lumtools {
 
@@ -34,42 +34,24 @@ std::string UsageLine(const CLI::App& app) {
     return line + " [OPTION...] ('" + app.get_name() + help + "' tells more)";
 }
 
-std::vector<std::string> OptionsOf(const CLI::App& command) {
-    std::vector<std::string> names;
-    for (const CLI::Option* option : command.get_options()) {
-        for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
-    }
-    return names;
-}
-
-/// For the first option that the command does not have.
-std::string OptionSuggestion(const CLI::App& command, const std::vector<std::string>& arguments) {
-    const std::vector<std::string> options = OptionsOf(command);
-    for (const std::string& argument : arguments) {
-        const std::string name = argument.substr(0, argument.find('='));
-        if (!name.starts_with("--") || name.size() == 2) continue;
-        if (std::find(options.begin(), options.end(), name) == options.end()) return Suggestion(name, options);
-    }
-    return "";
-}
-
-void Say(const CLI::App& app, const std::string& what) {
-    PrintFailure(std::cerr, "", {kWrongUsage, {{0, what}}});
+void Say(const CLI::App& app, const std::vector<std::string>& faults) {
+    Outcome outcome{kWrongUsage, {}};
+    for (const std::string& fault : faults) outcome.messages.push_back({0, fault});
+    PrintFailure(std::cerr, "", outcome);
     std::cerr << UsageLine(app) << std::endl;
 }
 
 }  // namespace
 
 void SayWrongUsage(const CLI::App& app, const CLI::Error& error, const std::vector<std::string>& arguments) {
-    const bool isUnexpected = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
-    Say(app, std::string(error.what()) + (isUnexpected ? OptionSuggestion(CommandIn(app), arguments) : ""));
+    Say(app, TextsOf(app, CommandIn(app), error, arguments));
 }
 
 void SayNoSuchCommand(const CLI::App& app, const std::string& command) {
     std::vector<std::string> names{"help"};
     for (const CLI::App* one : app.get_subcommands([](const CLI::App*) { return true; }))
         names.push_back(one->get_name());
-    Say(app, "there is no command '" + Printable(command) + "'" + Suggestion(command, names));
+    Say(app, {"there is no command '" + Printable(command) + "'" + Suggestion(command, names)});
 }
 
 }  // namespace lumtools

@@ -7,6 +7,7 @@
 #include "LumSecRights.h"
 #include "common/Arguments.h"
 #include "common/ExitCode.h"
+#include "common/Nearest.h"
 #include "common/NodeAccess.h"
 #include "common/Table.h"
 #include "lumtrust/Command.h"
@@ -20,7 +21,8 @@ using lumtools::Text;
 
 namespace {
 
-constexpr char kRights[] = "install, remove, enable, disable, list, modify, configget, configset, sign, all";
+const std::vector<std::string> kRights{"install", "remove",    "enable",    "disable", "list",
+                                       "modify",  "configget", "configset", "sign",    "all"};
 
 struct Choices {
     std::string sender;
@@ -29,12 +31,19 @@ struct Choices {
     bool json = false, force = false;
 };
 
+std::string AllRights() {
+    std::string text;
+    for (const std::string& right : kRights) text += (text.empty() ? "" : ", ") + right;
+    return text;
+}
+
 unsigned BitsOf(const std::vector<std::string>& words) {
     unsigned bits = 0;
     for (const std::string& word : words) {
         const auto right = LumSecAuth::RightBits(Text(word));
         if (!right || *right == 0) {
-            throw CLI::ValidationError("'" + word + "' is no right: " + kRights);
+            throw CLI::ValidationError("'" + word + "' is none of the rights, " + AllRights() +
+                                       lumtools::Suggestion(word, kRights));
         }
         bits |= *right;
     }
