@@ -106,6 +106,13 @@ LumPalMsg::CreateMessage_t AppInstanceUsage() {
                 "-vc", "-verifyConfig");
 }
 
+template <class Rows>
+void AddNames(const Rows& rows, std::vector<String_t>& names) {
+    for (const Option& option : rows) {
+        if (std::find(names.begin(), names.end(), option.name) == names.end()) names.emplace_back(option.name);
+    }
+}
+
 Applications LoadedApplications() {
     Applications applications;
     applications.LoadConfig();
@@ -252,6 +259,20 @@ void ClusterCliHandler::CheckInstanceDuplicates(const Applications& applications
         const int count = CountInGroup(applications[i].GetInstances(), instance);
         if (count > 1) Raise<ClusterInstanceException>(msg::InstanceDuplicates, count);
     }
+}
+
+std::vector<String_t> ClusterCliHandler::GetOptions(eCli cli) {
+    std::vector<String_t> names;
+    if (cli == eCli::ClusterInfo) {
+        AddNames(kOfClusterInfo, names);
+        AddNames(kOfCluster, names);
+        AddNames(kOfNode, names);
+        AddNames(kOfGroup, names);
+    } else {
+        AddNames(kOfAppInstance, names);
+        AddNames(std::initializer_list<Option>{kState, kHost, kNamespace}, names);
+    }
+    return names;
 }
 
 void ClusterCliHandler::Usage(eCli cli) {

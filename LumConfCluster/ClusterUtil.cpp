@@ -43,6 +43,10 @@ void ClusterUtil::I18N_CreateMessage(const LumPalMsg::CreateMessage_t& message, 
     std::fwrite(bytes, 1, bytes.GetLength(), toStdErr ? stderr : stdout);
 }
 
+void ClusterUtil::SetToolTimeout(std::int32_t seconds, const char* name) {
+    LumConfCluster::SetToolTimeout(seconds, name);
+}
+
 bool ClusterUtil::IsMonitorMode() {
     return ConfBase::Get_NS_ConfCluster().Open().GetBool(names::MonitorModeKey);
 }

@@ -1,6 +1,7 @@
 #include "ToolRun.h"
 
 #include <algorithm>
+#include <atomic>
 #include <limits>
 #include <string_view>
 
@@ -114,19 +115,38 @@ private:
     LumPalIo::DataInputStream_t lines;
 };
 
-ToolLimits LimitsOf(const char* key) {
-    const int seconds = std::max(ConfBase::Get_NS_ConfCluster().Open().GetInt(key), 0);
+struct GivenTimeout {
+    std::atomic<std::int32_t> seconds{0};  ///< 0: none
+    std::atomic<const char*> name{""};
+};
+
+GivenTimeout& Given() {
+    static GivenTimeout given;
+    return given;
+}
+
+ToolLimits LimitsOf(int seconds, const char* key) {
     constexpr std::uint32_t most = std::numeric_limits<std::uint32_t>::max() / kMsPerSecond;
     ToolLimits limits;
-    limits.timeMs = std::min(static_cast<std::uint32_t>(seconds), most) * kMsPerSecond;
+    limits.timeMs = std::min(static_cast<std::uint32_t>(std::max(seconds, 0)), most) * kMsPerSecond;
     limits.timeKey = key;
     return limits;
+}
+
+ToolLimits LimitsOf(const char* key) {
+    return LimitsOf(ConfBase::Get_NS_ConfCluster().Open().GetInt(key), key);
 }
 
 }  // namespace
 
 ToolLimits ConfiguredToolLimits() {
+    if (const std::int32_t seconds = Given().seconds) return LimitsOf(seconds, Given().name);
     return LimitsOf(names::ToolTimeoutKey);
+}
+
+void SetToolTimeout(std::int32_t seconds, const char* name) {
+    Given().name = name;
+    Given().seconds = seconds;
 }
 
 ToolLimits ConfiguredCommandLimits() {

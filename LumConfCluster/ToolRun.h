@@ -15,12 +15,14 @@ struct ToolLimits {
     std::uint32_t timeMs = 0;  ///< 0 is none
     std::size_t bytes = std::size_t{64} << 20;
     std::size_t lines = 1000000;
-    const char* timeKey = "";  ///< of "conf.cluster", where the time comes from
+    const char* timeKey = "";  ///< of "conf.cluster", where the time comes from, or what was set in its place
 };
 
 /// Those of this node: TOOL_TIMEOUT of "conf.cluster", and COMMAND_TIMEOUT for the commands of applications.
 /// @throws as LumPalConfig::ConfigNamespace_t::Open
 ToolLimits ConfiguredToolLimits();
+/// What ConfiguredToolLimits gives from now on; see ClusterUtil::SetToolTimeout.
+void SetToolTimeout(std::int32_t seconds, const char* name);
 ToolLimits ConfiguredCommandLimits();
 
 /// Run one tool with the C locale, without input and, but for EndOf, without its error stream; see ClusterUtil::GetOut

@@ -18,8 +18,12 @@ const char* const kFooter =
     "Exit codes: 0 done, 1 failed (check: something is wrong), 2 wrong usage, 4 there is no such policy.";
 
 const lumtools::Program kProgram{
-    "lumcluster", LUM_VERSION, "Tells of this node's cluster, and of the policies that follow it.",
-    kUsage,       kFooter,     {lumcluster::AddStatus, lumcluster::AddExplain, lumcluster::AddCheck}};
+    "lumcluster",
+    LUM_VERSION,
+    "Tells of this node's cluster, and of the policies that follow it.",
+    kUsage,
+    kFooter,
+    {lumcluster::AddStatus, lumcluster::AddExplain, lumcluster::AddCheck, lumcluster::AddPatience}};
 
 }  // namespace
 

@@ -16,7 +16,7 @@ const lumtools::Program kProgram{
     nullptr,
     kFooter,
     {lumtrust::AddAuthority, lumtrust::AddIdentity, lumtrust::AddTrusted, lumtrust::AddList, lumtrust::AddRights,
-     lumtrust::AddRevoked, lumtrust::AddStatus, lumtrust::AddEnroll}};
+     lumtrust::AddRevoked, lumtrust::AddStatus, lumtrust::AddEnroll, lumtrust::AddPatience}};
 
 }  // namespace
 

@@ -9,8 +9,6 @@ namespace {
 using LumPalMsg::CreateError_t;
 using LumPalStr::String_t;
 
-constexpr std::uint32_t kRegistrationMs = 30000;
-
 LumPalIo::IOException_t Refusal(const String_t& name, const String_t& reason) {
     return LumPalIo::IOException_t(CreateError_t("The component '%1' cannot be registered: %2.") << name << reason);
 }
@@ -28,7 +26,8 @@ struct Component::Impl {
     }
 };
 
-Component::Component(const String_t& name, const String_t* events, int count) : impl(std::make_unique<Impl>()) {
+Component::Component(const String_t& name, const String_t* events, int count, std::uint32_t milliseconds)
+    : impl(std::make_unique<Impl>()) {
     if (count < 1)
         throw LumPalMsg::IllegalArgumentError_t(CreateError_t("A component needs an event to register for."));
     Frame frame{FrameKind::Register, 0, {name.ToUtf8()}};
@@ -36,7 +35,7 @@ Component::Component(const String_t& name, const String_t* events, int count) : 
     impl->socket = ConnectTo(SocketPath());
     SendAll(impl->socket, frame.Encode());
     WaitResult result;
-    do result = impl->Wait(kRegistrationMs, frame);
+    do result = impl->Wait(milliseconds, frame);
     while (result == WaitResult::Interrupted);
     if (result != WaitResult::Frame) throw Refusal(name, "the control service does not answer");
     const bool done = frame.number == static_cast<std::uint32_t>(ReplyCode::Done);

@@ -24,7 +24,7 @@ void CheckNode(const String_t& targetId) {
     throw TargetException(CreateError_t("The node '%1' is not this one.") << targetId);
 }
 
-Frame Ask(const Frame& question, std::uint32_t limitMs) {
+Frame Ask(const Frame& question, std::uint32_t patienceMs) {
     const std::string bytes = question.Encode();
     if (bytes.size() > FrameBuffer::kLongestFrame) throw ControlException(CreateError_t("The trigger is too long."));
     const Descriptor socket = ConnectTo(SocketPath());
@@ -32,7 +32,7 @@ Frame Ask(const Frame& question, std::uint32_t limitMs) {
     FrameBuffer buffer;
     Frame answer;
     for (;;) {
-        switch (WaitForFrame(socket, buffer, limitMs + kGraceMs, answer)) {
+        switch (WaitForFrame(socket, buffer, patienceMs, answer)) {
             case WaitResult::Frame:
                 return answer;
             case WaitResult::Interrupted:
@@ -74,11 +74,13 @@ void NotifyWithin(const String_t& event, const String_t& value, const String_t& 
                   std::uint32_t milliseconds) {
     CheckNode(options.targetId);
     const std::uint32_t limitMs = options.asynchronous ? 0 : std::max(milliseconds, 1u);
-    Judge(Ask(Frame{FrameKind::Trigger, limitMs, {event.ToUtf8(), value.ToUtf8(), target.ToUtf8()}}, limitMs));
+    const std::uint32_t patienceMs = options.timeout > 0 ? options.timeout : limitMs + kGraceMs;
+    Judge(Ask(Frame{FrameKind::Trigger, limitMs, {event.ToUtf8(), value.ToUtf8(), target.ToUtf8()}}, patienceMs));
 }
 
 void Control::Notify(const String_t& event, const String_t& value, const String_t& target, const Options& options) {
-    NotifyWithin(event, value, target, options, options.asynchronous ? 0 : AcknowledgeLimitMs());
+    const bool isLimited = options.asynchronous || options.timeout > 0;
+    NotifyWithin(event, value, target, options, isLimited ? options.timeout : AcknowledgeLimitMs());
 }
 
 }  // namespace LumCtrl

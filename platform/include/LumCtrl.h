@@ -32,8 +32,15 @@ public:
             targetId = id;
             return *this;
         }
+        /// The longest time for all of it, at least 1; without it CONTROL_ACK_TIMEOUT counts for the components, and
+        /// the service itself is waited for a little longer.
+        Options& SetTimeout(std::uint32_t milliseconds) {
+            timeout = milliseconds > 0 ? milliseconds : 1;
+            return *this;
+        }
         bool asynchronous = false;
         LumPalStr::String_t targetId;
+        std::uint32_t timeout = 0;  ///< milliseconds; 0: none was set
     };
     /// Hands a trigger to the control service of the local host. Each component gets its triggers in the order
     /// in which they were handed over, synchronous or not, the next one when it has acknowledged the last.
@@ -80,10 +87,14 @@ private:
 /// A component's side: registers under a name for events and gets them in order.
 class LUMPAL_API Component {
 public:
+    /// How long a service may take to answer, unless the caller says otherwise.
+    static constexpr std::uint32_t kRegistrationMs = 30000;
     /// @param name    one that no other component of the node bears now
     /// @param events  exact names, or a prefix with "*" at the end ("CHECK_POLICY:*"); at least one
-    /// @throws LumPalIo::IOException_t when no service runs or it refuses the name or an event
-    Component(const LumPalStr::String_t& name, const LumPalStr::String_t* events, int count);
+    /// @param milliseconds  how long the service may take to answer
+    /// @throws LumPalIo::IOException_t when no service runs, it does not answer, or it refuses the name or an event
+    Component(const LumPalStr::String_t& name, const LumPalStr::String_t* events, int count,
+              std::uint32_t milliseconds = kRegistrationMs);
     ~Component();
     Component(const Component&) = delete;
     Component& operator=(const Component&) = delete;

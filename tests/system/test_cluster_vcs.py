@@ -361,6 +361,16 @@ class HostileTools(OnACluster):
                 self.assertRegex(detail, f"{late}|more than '67108864' bytes" if conduct.get("print") == "y" else late)
                 self.assertFalse(cluster.was_anybody_left())
 
+    def test_the_limit_of_a_call_goes_before_that_of_the_node(self):
+        cluster = self.cluster()
+        cluster.configure(TOOL_TIMEOUT=60 * SLOWNESS)
+        cluster.let("haclus *", hang=True)
+        self.assert_fails(self.info(cluster, "-timeout 1 -cluster -name"), TOOL_FAILED,
+                          "took longer than '1' seconds, the limit -timeout")
+        result = cluster.run(str(TOOLS / "lumcluster"), "status", "--timeout", "1")
+        self.assertIn("took longer than '1' seconds, the limit --timeout", " ".join(result.err.split()))
+        self.assertFalse(cluster.was_anybody_left())
+
     def test_a_limit_does_no_harm_to_tools_that_end(self):
         cluster = self.cluster()
         cluster.configure(TOOL_TIMEOUT=60 * SLOWNESS)

@@ -1,11 +1,13 @@
 #!/usr/bin/python3
 """Nodes that hang: what a tool waits for them, and what it says then."""
+import fcntl
 import signal
 import time
 import unittest
 
-from node import SLOWNESS, UNREACHABLE, WRONG_USAGE, Node, free_port
+from node import DONE, FAILED, SLOWNESS, UNREACHABLE, WRONG_USAGE, Node, free_port
 from silent import CallsOthers
+from terminal import CTRL_C, Terminal
 
 LIMIT_S = 2
 AT_MOST_S = 3 * LIMIT_S * SLOWNESS
@@ -40,6 +42,45 @@ class TimeLimits(CallsOthers, unittest.TestCase):
         result = self.ends_in_time("lumconfd", "--status", "--timeout", LIMIT_S)
         self.assertEqual(result.code, 1, result)
 
+    def test_a_listener_waits_for_a_daemon_that_hangs_as_long_as_is_asked(self):
+        self.hang()
+        result = self.ends_in_time("lumevents", "--timeout", LIMIT_S, "*")
+        self.assertEqual(result.code, FAILED, result)
+        self.assertIn("the control service does not answer", result.err)
+
+    def test_a_change_of_trust_waits_for_a_daemon_that_hangs_as_long_as_is_asked(self):
+        self.hang()
+        for arguments in (("grant", "somebody", "list"), ("revoke", "somebody")):
+            result = self.ends_in_time("lumtrust", *arguments, "--timeout", LIMIT_S)
+            self.assertEqual(result.code, FAILED, result)
+            self.assertIn("The change was made, but the running daemon did not take it up", result.err)
+
+    def test_a_change_of_trust_waits_for_another_one_as_long_as_is_asked(self):
+        with open(self.node.root / "etc/lumtrust.lock", "w", encoding="utf-8") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            result = self.ends_in_time("lumtrust", "grant", "somebody", "list", "--timeout", LIMIT_S)
+        self.assertEqual(result.code, FAILED, result)
+        self.assertIn("Nothing was changed: another lumtrust holds", result.err)
+        self.assertNotIn("somebody", self.node.tool("lumtrust", "rights").out)
+
+    def test_a_change_of_trust_shows_that_it_waits_for_the_daemon(self):
+        self.hang()
+        command = self.node.command("lumtrust", "grant", "somebody", "list")
+        with Terminal(command, self.node.environment()) as terminal:
+            terminal.await_text("waiting for the running daemon (")
+            self.node.daemon.send_signal(signal.SIGCONT)
+            self.assertEqual(terminal.end(), DONE, terminal.shown)
+            self.assertIn("The running daemon has taken it up.", terminal.lines())
+            self.assertNotIn("waiting for", "\n".join(terminal.lines()), "the line goes")
+
+    def test_the_status_of_a_daemon_that_hangs_shows_what_it_waits_for_until_ctrl_c(self):
+        self.hang()
+        with Terminal(self.node.command("lumconfd", "--status"), self.node.environment()) as terminal:
+            terminal.await_text("waiting for localhost (")
+            terminal.press(CTRL_C)
+            self.assertEqual(terminal.end(), 128 + signal.SIGINT, terminal.shown)
+            self.assertIn("lumconfd: Ended before 'localhost' answered.", terminal.lines())
+
     def test_a_node_that_hangs_is_tried_once_for_all_the_work_with_it(self):
         self.trust_somebody()
         silent = self.silent()
@@ -57,6 +98,12 @@ class TimeLimits(CallsOthers, unittest.TestCase):
     def test_a_limit_that_is_none_is_refused(self):
         for limit in ("0", "-1", "86401", "soon", ""):
             self.assertEqual(self.node.policy("list", "--timeout", limit).code, WRONG_USAGE, limit)
+            self.assertEqual(self.node.tool("lumtrust", "grant", "a", "list", "--timeout", limit).code, WRONG_USAGE)
+            self.assertEqual(self.node.tool("lumcluster", "status", "--timeout", limit).code, WRONG_USAGE)
+            for tool in ("lumclusterinfo", "lumappinstance"):
+                result = self.node.tool(tool, "-timeout", limit, "-version")
+                self.assertEqual((result.code, result.out), (WRONG_USAGE, ""), result)
+                self.assertIn("-timeout needs a number of seconds from 1 to 86400", result.err)
         self.assertEqual(self.node.tool("lumconfd", "--timeout", "5").code, WRONG_USAGE)
         self.assertEqual(self.node.policy("list", "--host", f"127.0.0.1:{free_port()}", "--timeout", "5").code, UNREACHABLE)
 

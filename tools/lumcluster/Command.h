@@ -13,6 +13,8 @@ using lumtools::AddCommand, lumtools::IsGiven, lumtools::OneLine;
 void AddStatus(CLI::App& app, Actions& actions);
 void AddExplain(CLI::App& app, Actions& actions);
 void AddCheck(CLI::App& app, Actions& actions);
+/// --timeout for each of them; behind all others.
+void AddPatience(CLI::App& app, Actions& actions);
 
 /// Of what every JSON object says as "schema"; members are added, and never change or go, without a new number.
 inline constexpr int kSchema = 1;

@@ -18,6 +18,7 @@ namespace {
 
 /// How soon an end that was asked for is seen.
 constexpr std::uint32_t kWaitMs = 100;
+constexpr std::uint32_t kLongestAnswerMs = LumCtrl::Component::kRegistrationMs;
 constexpr milliseconds kFirstPause(50), kLongestPause(1000);
 
 class Listener {
@@ -69,7 +70,8 @@ private:
         while (!LumPalRuntime::IsStopping()) {
             try {
                 component = std::make_unique<LumCtrl::Component>(String_t::FromUtf8(options.name), events.data(),
-                                                                 static_cast<int>(events.size()));
+                                                                 static_cast<int>(events.size()),
+                                                                 patience ? LeftMs(end) : kLongestAnswerMs);
                 return true;
             } catch (const LumPalIo::FileNotFoundException_t&) {
                 if (Clock::now() >= end) throw;  // no service: that is what is waited for
@@ -83,6 +85,12 @@ private:
             pause = std::min(2 * pause, kLongestPause);
         }
         return false;
+    }
+
+    /// How long one answer of a service may take, within the patience.
+    static std::uint32_t LeftMs(Clock::time_point end) {
+        const auto left = std::chrono::ceil<milliseconds>(end - Clock::now());
+        return static_cast<std::uint32_t>(std::clamp(left, milliseconds(1), milliseconds(kLongestAnswerMs)).count());
     }
 
     /// A reason, such as a name that somebody else has taken; the same one once.

@@ -3,6 +3,8 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <chrono>
+#include <optional>
 #include <string>
 
 #include "LumPalArray.h"
@@ -28,6 +30,10 @@ void AddRights(CLI::App& app, Actions& actions);
 void AddRevoked(CLI::App& app, Actions& actions);
 void AddStatus(CLI::App& app, Actions& actions);
 void AddEnroll(CLI::App& app, Actions& actions);
+/// --timeout for those that tell the daemon; behind all others.
+void AddPatience(CLI::App& app, Actions& actions);
+/// What --timeout says; none when it was not given.
+std::optional<std::chrono::seconds> GetPatience();
 
 /// @throws LumPalMsg::RuntimeException_t with the text, its "%1" being the name
 [[noreturn]] void Refuse(const char* text, const std::string& name);
@@ -60,7 +66,7 @@ void FinishInstallation(const LumPalStr::String_t& coreId);
 class ChangeLock {
 public:
     /// @throws LumPalIo::IOException_t, LumPalMsg::RuntimeException_t when the node belongs to another user, who could
-    ///         not read what this one writes
+    ///         not read what this one writes; likewise when the next one has waited as long as it may
     ChangeLock();
 
 private:

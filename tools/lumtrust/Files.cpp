@@ -1,17 +1,16 @@
-// Reading and replacing files, and telling the daemon about it.
+// Reading and replacing files, one change after the other.
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <ctime>
-#include <iostream>
+#include <thread>
 
-#include "LumCtrl.h"
 #include "LumPalDurable.h"
 #include "LumPalFileMark.h"
 #include "LumPalRuntime.h"
 #include "LumPalWhole.h"
 #include "LumSecPki.h"
 #include "common/Arguments.h"
-#include "common/TrustReload.h"
 #include "lumtrust/Steps.h"
 
 namespace lumtrust {
@@ -42,6 +41,18 @@ void RemoveLeftAside() {
     LumPalIo::RemoveLeftAside(File_t(LumPalRuntime::Dir_t::Path(LumPalRuntime::Etc)), kAsidePrefix);
     for (const char* part : kStoreParts) {
         LumPalIo::RemoveLeftAside(File_t(LumSecCore::KeyStoreDirectory() + part), kAsidePrefix);
+    }
+}
+
+void Take(LumPalRuntime::InstanceLock_t& lock, const String_t& path) {
+    constexpr std::chrono::milliseconds pause(20);
+    const auto patience = GetPatience();
+    if (!patience) return lock.Lock(path);
+    const auto end = std::chrono::steady_clock::now() + *patience;
+    while (!lock.TryLock(path)) {
+        if (std::chrono::steady_clock::now() >= end)
+            Refuse("Nothing was changed: another lumtrust holds '%1' and has not ended in time.", path.ToUtf8());
+        std::this_thread::sleep_for(pause);
     }
 }
 
@@ -100,7 +111,7 @@ ChangeLock::ChangeLock() {
     }
     const File_t folder(LumPalRuntime::Dir_t::Path(LumPalRuntime::Etc));
     MakeFolder(folder);
-    lock.Lock(File_t(folder, "lumtrust.lock").ToString());
+    Take(lock, File_t(folder, "lumtrust.lock").ToString());
     RemoveLeftAside();
 }
 
@@ -136,35 +147,6 @@ String_t CheckedAlias(const std::string& alias) {
     String_t name = Text(alias);
     if (!LumSecCore::IsAlias(name)) Refuse("'%1' cannot name an entry of the key store.", alias);
     return name;
-}
-
-void TellDaemon() {
-    try {
-        LumCtrl::Control::Notify(lumtools::kReloadEvent, "", lumtools::kReloadComponent, {});
-        std::cout << "The running daemon has taken it up." << std::endl;
-    } catch (const LumPalIo::IOException_t&) {
-        std::cout << "No daemon serves this root; it counts from the next start on." << std::endl;
-    } catch (const LumCtrl::ControlException& e) {
-        throw LumPalMsg::RuntimeException_t(
-            CreateError_t("The change was made, but the running daemon did not take it up; reload it.")
-                .AddDetails(e.GetMessageList()));
-    }
-}
-
-void RequireUsableKeys() {
-    try {
-        LumSecCore::NodeIdentity::Load().RequireUsable();
-    } catch (const LumSecCore::KeyStoreException& e) {
-        throw LumPalMsg::RuntimeException_t(
-            CreateError_t("The change was made, but it does not count yet: the node's keys and certificates cannot be "
-                          "used as they are.")
-                .AddDetails(e.GetMessageList()));
-    }
-}
-
-void TellDaemonOfKeys() {
-    RequireUsableKeys();
-    TellDaemon();
 }
 
 }  // namespace lumtrust

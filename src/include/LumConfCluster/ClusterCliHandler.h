@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "Applications.h"
 #include "Export.h"
@@ -49,6 +50,8 @@ public:
     /// Raises where an application has more than one instance in the resource group of this name.
     /// @throws LumConf::ClusterInstanceException 362
     static void CheckInstanceDuplicates(const Applications& applications, const LumPalStr::String_t& instance);
+    /// Each option of the tool, wherever it may stand, in its long form.
+    static std::vector<LumPalStr::String_t> GetOptions(eCli cli);
     /// Prints how the tool is called.
     static void Usage(eCli cli);
 

@@ -23,6 +23,10 @@ public:
     /// What FormatOutputString puts first; for any other value nothing.
     enum class MsgType : std::int32_t { Info, Note, Warning, Error };
 
+    /// From now on, and in this process alone, a product's tool may take so long, whatever TOOL_TIMEOUT says.
+    /// @param seconds  at least 1. @param name  what the limit is called in messages; it stays as long as the process
+    static void SetToolTimeout(std::int32_t seconds, const char* name);
+
     /// Runs one line of a product's tool, and returns the first line that it prints; the others are dropped.
     /// Blocks until the tool ends, without limit unless TOOL_TIMEOUT of "conf.cluster" (seconds) sets one.
     /// @param cmd  the program and its words, in double quotes where they hold blanks; no shell is involved

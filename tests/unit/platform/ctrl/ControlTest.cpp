@@ -6,7 +6,9 @@
 
 #include "ControlTest.h"
 #include "Frame.h"
+#include "LocalSocket.h"
 #include "LumPalIo.h"
+#include "LumPalRuntime.h"
 #include "Notify.h"
 
 using namespace LumCtrl;
@@ -83,6 +85,21 @@ TEST_F(ControlTest, AComponentThatDoesNotAcknowledgeInTimeIsNamed) {
     EXPECT_EQ(TextOf([&] { NotifyWithin("E", "", "", synchronous, 1); }),
               "The trigger was not acknowledged: 'sleeper' did not acknowledge in time.");
     ASSERT_TRUE(component.Next(event, value, kLongMs)) << "a late trigger still arrives";
+}
+
+TEST_F(ControlTest, AServiceThatSaysNothingIsWaitedForAsLongAsTheCallerSays) {
+    LumPalIo::File_t(LumPalRuntime::Dir_t::Path(LumPalRuntime::Spool)).Mkdirs();
+    const Descriptor silent = ListenAt(SocketPath());
+    EXPECT_THROW(Component("c", &all, 1, 1), LumPalIo::IOException_t);
+    EXPECT_EQ(TextOf([&] { Control::Notify("E", "", "", Control::Options().SetTimeout(1)); }),
+              "The control service does not answer.");
+}
+
+TEST_F(ControlTest, ATimeoutOfTheCallerGoesBeforeThatOfTheNode) {
+    service.Start();
+    Component component("sleeper", &all, 1);
+    EXPECT_THROW(Control::Notify("E", "", "", Control::Options().SetTimeout(1)), ControlException);
+    EXPECT_NO_THROW(Control::Notify("E", "", "", Control::Options(asynchronous).SetTimeout(kLongMs)));
 }
 
 TEST_F(ControlTest, AComponentThatGoesWhileATriggerWaitsIsNamed) {
