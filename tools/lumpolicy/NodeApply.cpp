@@ -6,10 +6,10 @@
 
 #include "Exceptions.h"
 #include "LumSecAuth.h"
-#include "LumVoxSoap.h"
 #include "PolicyPackage.h"
 #include "common/Arguments.h"
 #include "lumpolicy/ApplyReport.h"
+#include "lumpolicy/NodeStored.h"
 #include "lumpolicy/PolicyDiff.h"
 #include "lumpolicy/PolicyText.h"
 
@@ -84,18 +84,9 @@ std::vector<StoredPolicy> NodeApply::ReadAll() const {
     return policies;
 }
 
-/// A node that has none of them is no failure.
-std::vector<StoredPolicy> NodeApply::Read(const Selection& selection, StoredFiles what) const try {
-    return forwarder.ReadStored(Text(host), selection, what, Text(choices.targetId));
-} catch (const LumConf::NoPoliciesInstalledError&) {
-    return {};
-} catch (const LumConf::PolicyNotFoundError&) {
-    return {};
-} catch (const LumVoxSoap::SOAPFaultException& e) {
-    throw LumVoxSoap::SOAPFaultException(
-        LumPalMsg::CreateError_t("The node does not tell what its policies hold: it is of an older version. 'lumpolicy "
-                                 "install' needs nothing of that.")
-            .AddDetails(e.GetMessageList()));
+std::vector<StoredPolicy> NodeApply::Read(const Selection& selection, StoredFiles what) const {
+    return ReadFromNode(forwarder, host, selection, what, choices.targetId,
+                        " 'lumpolicy install' needs nothing of that.");
 }
 
 /// What is new under its type may be there under another one.
