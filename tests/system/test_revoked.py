@@ -270,7 +270,7 @@ class Status(TrustTest):
         self.trust("revoke", "--serial", "1", "--issuer", AUTHORITY)
         said = self.trust("status", words=["waiting: node-1, requested 2", "vouches for callers, signers",
                                            "revoked: 1 certificate(s)", "rights: 1 sender(s)"])
-        self.assertRegex(said.out, rf"identity: +node-1, valid until 2\S+, [67] day\(s\) left, issued by {AUTHORITY}\n")
+        self.assertRegex(said.out, rf"identity: +node-1, valid until 2\S+, ends in [67] days, issued by {AUTHORITY}\n")
         told = self.trust("status", "--json").json()
         self.assertEqual((told["core_id"], told["certificate"]["subject"], told["revoked"], told["senders"], told["problems"]),
                          ("node-1", "node-1", 1, 1, []))
