@@ -5,7 +5,6 @@
 #include <functional>
 #include <iostream>
 #include <memory>
-#include <sstream>
 #include <string>
 
 #include "ConfigServer.h"
@@ -26,7 +25,9 @@
 #include "common/NodeStatusText.h"
 #include "common/Outcome.h"
 #include "common/ProgramName.h"
+#include "common/Said.h"
 #include "common/StandardOutput.h"
+#include "common/Usage.h"
 #include "common/Utf8Arguments.h"
 #include "lumconfd/ConfigCheck.h"
 #include "lumconfd/ExpiryWatch.h"
@@ -47,10 +48,7 @@ constexpr std::chrono::milliseconds kTimeForMonitor(2000);
 enum ExitCode { kDone = 0, kFailed = 1, kWrongUsage = 2, kAlreadyRunning = 3 };
 
 int Fail(ExitCode code, const std::string& reason) {
-    // Lines of a reason are lines of the journal, each with its mark.
-    std::istringstream lines("lumconfd: " + reason);
-    for (std::string line; std::getline(lines, line);)
-        std::cerr << LumPalConsole::JournalMark(LumPalConsole::Priority::Error) << line << "\n";
+    lumtools::Say(LumPalConsole::Priority::Error, reason);
     return code;
 }
 
@@ -129,8 +127,8 @@ int Serve(const LumPalRuntime::Signals_t& signals) {
     const auto reload = [&] { Reload(server, messenger, expiryWatch); };
     lumconfd::TrustReload trustReload(reload);
     lumconfd::MonitorKeeper monitorKeeper;
-    std::cerr << LumPalConsole::JournalMark(LumPalConsole::Priority::Info) << "lumconfd: serving the node in "
-              << Dir_t::Path(LumPalRuntime::Root).ToUtf8() << " on port " << server.GetPort() << std::endl;
+    lumtools::Say(LumPalConsole::Priority::Info, "serving the node in " + Dir_t::Path(LumPalRuntime::Root).ToUtf8() +
+                                                     " on port " + std::to_string(server.GetPort()));
     LumPalRuntime::NotifyServiceManager("READY=1");
     WaitForStop(reload, signals);
     LumPalRuntime::NotifyServiceManager("STOPPING=1");
@@ -207,12 +205,7 @@ int main(int argc, char** argv) {
         "Runs in the foreground. SIGTERM and SIGINT stop it, SIGHUP takes up changed rights and keys.\n"
         "Exit codes: 0 stopped as asked, 1 failed (--status: nobody serves, or something is wrong), 2 wrong usage, 3 "
         "another daemon serves this root.");
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& e) {
-        if (app.exit(e) != 0) return kWrongUsage;
-        return lumtools::IsOutputWritten() ? kDone : kFailed;
-    }
+    if (const auto end = lumtools::EndOfArguments(app, argc, argv)) return *end;
     try {
         if (!root.empty()) Dir_t::SetRoot(LumPalIo::File_t(String_t::FromUtf8(root)).GetAbsolutePath());
         if (checkConfig)

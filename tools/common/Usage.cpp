@@ -3,8 +3,11 @@
 #include <algorithm>
 #include <iostream>
 
+#include "LumPalConsole.h"
+#include "common/ExitCode.h"
 #include "common/Nearest.h"
 #include "common/Outcome.h"
+#include "common/StandardOutput.h"
 #include "common/Table.h"
 
 namespace lumtools {
@@ -55,7 +58,7 @@ std::string OptionSuggestion(const CLI::App& command, const std::vector<std::str
 
 void Say(const CLI::App& app, const std::string& what) {
     PrintFailure(std::cerr, "", {kWrongUsage, {{0, what}}});
-    std::cerr << UsageLine(app) << std::endl;
+    std::cerr << LumPalConsole::JournalMark(LumPalConsole::Priority::Info) << UsageLine(app) << std::endl;
 }
 
 }  // namespace
@@ -70,6 +73,20 @@ void SayNoSuchCommand(const CLI::App& app, const std::string& command) {
     for (const CLI::App* one : app.get_subcommands([](const CLI::App*) { return true; }))
         names.push_back(one->get_name());
     Say(app, "there is no command '" + Printable(command) + "'" + Suggestion(command, names));
+}
+
+std::optional<int> EndOfArguments(CLI::App& app, int argc, char** argv) {
+    try {
+        app.parse(argc, argv);
+        return std::nullopt;
+    } catch (const CLI::ParseError& e) {
+        if (e.get_exit_code() != 0) {
+            SayWrongUsage(app, e, {argv + 1, argv + argc});
+            return kWrongUsage;
+        }
+        app.exit(e);  // help and version
+        return IsOutputWritten() ? kDone : kFailed;
+    }
 }
 
 }  // namespace lumtools

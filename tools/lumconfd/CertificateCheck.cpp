@@ -6,6 +6,7 @@
 #include "LumPalIo.h"
 #include "LumPalWhole.h"
 #include "LumSecPki.h"
+#include "lumconfd/RevokedHere.h"
 
 namespace lumconfd {
 
@@ -48,6 +49,15 @@ void CheckOwn(const NodeIdentity& node, CertificateFindings& found) {
                              " 'lumtrust request' and 'lumtrust install' bring a new one.");
 }
 
+void CheckRevoked(const NodeIdentity& node, CertificateFindings& found) try {
+    for (const RevokedHere& revoked : FindRevoked(node)) {
+        const bool isWarning = revoked.kind == RevokedHere::Kind::Trusted;
+        (isWarning ? found.warnings : found.problems).push_back(revoked.Text().Format(LumPalMsg::BareText).ToUtf8());
+    }
+} catch (const LumSecCore::KeyStoreException&) {
+    // A list that is broken is told as what a server would not take.
+}
+
 void CheckMode(const fs::path& file, CertificateFindings& found) {
     std::error_code error;
     const unsigned mode = static_cast<unsigned>(fs::status(file, error).permissions()) & 0777u;
@@ -74,6 +84,7 @@ CertificateFindings FindInCertificates() {
     const NodeIdentity node = NodeIdentity::Load();
     CheckOwn(node, found);
     CheckTrusted(node, found);
+    CheckRevoked(node, found);
     return found;
 }
 
