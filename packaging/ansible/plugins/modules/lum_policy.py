@@ -69,8 +69,8 @@ id:
   returned: when a policy is or was there
   type: str
 differences:
-  description: The fields and data files that differed.
-  returned: when it was installed already and changed
+  description: The fields and data files that differed, of a policy that was there already.
+  returned: with state=present
   type: list
 """
 import json
