@@ -23,6 +23,7 @@
 #include "LumVoxRpc.h"
 #include "PolicyForwarder.h"
 #include "common/ClusterProduct.h"
+#include "common/NodeAccess.h"
 #include "common/NodeStatusText.h"
 #include "common/Outcome.h"
 #include "common/ProgramName.h"
@@ -44,7 +45,7 @@ using LumPalStr::String_t;
 /// A part of the five seconds in which the daemon stops.
 constexpr std::chrono::milliseconds kTimeForMonitor(2000);
 
-enum ExitCode { kDone = 0, kFailed = 1, kWrongUsage = 2, kAlreadyRunning = 3 };
+enum ExitCode { kDone = 0, kFailed = 1, kWrongUsage = 2, kAlreadyRunning = 3, kRefused = 5 };
 
 int Fail(ExitCode code, const std::string& reason) {
     // Lines of a reason are lines of the journal, each with its mark.
@@ -52,6 +53,12 @@ int Fail(ExitCode code, const std::string& reason) {
     for (std::string line; std::getline(lines, line);)
         std::cerr << LumPalConsole::JournalMark(LumPalConsole::Priority::Error) << line << "\n";
     return code;
+}
+
+/// What failed while this user may not look into the node failed for that.
+int FailFor(const std::exception& e) {
+    if (!lumtools::IsNodeClosed()) return Fail(kFailed, e.what());
+    return Fail(kRefused, lumtools::ClosedNodeText() + "\n" + e.what());
 }
 
 LumVoxMsg::Messenger MakeMessenger() {
@@ -160,7 +167,7 @@ int TellStatus(int seconds) {
     }
     if (outcome.code == lumtools::kDone) return lumtools::IsOutputWritten() ? kDone : kFailed;
     lumtools::PrintFailure(std::cerr, "", outcome);
-    return kFailed;
+    return outcome.code == lumtools::kRefused ? kRefused : kFailed;
 }
 
 int Run(const LumPalRuntime::Signals_t& signals) {
@@ -206,7 +213,7 @@ int main(int argc, char** argv) {
     app.footer(
         "Runs in the foreground. SIGTERM and SIGINT stop it, SIGHUP takes up changed rights and keys.\n"
         "Exit codes: 0 stopped as asked, 1 failed (--status: nobody serves, or something is wrong), 2 wrong usage, 3 "
-        "another daemon serves this root.");
+        "another daemon serves this root, 5 this user may not read the root.");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
@@ -215,13 +222,15 @@ int main(int argc, char** argv) {
     }
     try {
         if (!root.empty()) Dir_t::SetRoot(LumPalIo::File_t(String_t::FromUtf8(root)).GetAbsolutePath());
-        if (checkConfig)
+        if (checkConfig) {
+            lumtools::RequireOpenNode();  // else each of its files would be a problem of its own
             return lumconfd::CheckConfiguration(std::cout) && lumtools::IsOutputWritten() ? kDone : kFailed;
+        }
         if (tellStatus) return TellStatus(timeoutSeconds);
         LumPalRuntime::KeepNoLargeBlocks();
         const LumPalRuntime::Signals_t signals;
         return Run(signals);
     } catch (const std::exception& e) {
-        return Fail(kFailed, e.what());
+        return FailFor(e);
     }
 }
