@@ -8,6 +8,7 @@
 #include "LumSecAuth.h"
 #include "LumVoxSoap.h"
 #include "PolicyPackage.h"
+#include "ReturnValue.h"
 #include "common/Arguments.h"
 #include "lumpolicy/ApplyReport.h"
 #include "lumpolicy/PolicyDiff.h"
@@ -73,7 +74,7 @@ std::vector<Selection> NodeApply::SelectionsOf() const {
     return selections;
 }
 
-std::vector<StoredPolicy> NodeApply::ReadAll() const {
+std::vector<StoredPolicy> NodeApply::ReadAll() {
     std::vector<StoredPolicy> policies;
     std::set<LumPalStr::String_t> ids;
     for (const Selection& selection : SelectionsOf()) {
@@ -85,12 +86,16 @@ std::vector<StoredPolicy> NodeApply::ReadAll() const {
 }
 
 /// A node that has none of them is no failure.
-std::vector<StoredPolicy> NodeApply::Read(const Selection& selection, StoredFiles what) const try {
+std::vector<StoredPolicy> NodeApply::Read(const Selection& selection, StoredFiles what) try {
     return forwarder.ReadStored(Text(host), selection, what, Text(choices.targetId));
 } catch (const LumConf::NoPoliciesInstalledError&) {
     return {};
 } catch (const LumConf::PolicyNotFoundError&) {
     return {};
+} catch (const LumSecAuth::NotAuthorizedException&) {
+    // Contents are asked for after the digests alone, so that of both rights the one for them is there.
+    lackingRight = what == StoredFiles::Contents ? LumConf::RightInstall : LumConf::RightList;
+    throw;
 } catch (const LumVoxSoap::SOAPFaultException& e) {
     throw LumVoxSoap::SOAPFaultException(
         LumPalMsg::CreateError_t("The node does not tell what its policies hold: it is of an older version. 'lumpolicy "
@@ -115,7 +120,7 @@ void NodeApply::ForeseeTypes() {
     }
 }
 
-std::string NodeApply::DiffOf(const Step& step) const {
+std::string NodeApply::DiffOf(const Step& step) {
     if (!choices.showDiff || !IsWork(step)) return "";
     const std::string name = NameOf(step.GetHeader());
     if (step.kind == Step::Kind::Change && !IsOfData(step.differences))
@@ -128,7 +133,7 @@ std::string NodeApply::DiffOf(const Step& step) const {
     return UnifiedDiff(name, node, step.wanted ? PolicySide(*step.wanted) : PolicySide());
 }
 
-std::vector<std::string> NodeApply::MakeDiffs() const {
+std::vector<std::string> NodeApply::MakeDiffs() {
     std::vector<std::string> diffs;
     for (const Step& step : steps) {
         if (choices.showDiff) sink.setStep("the difference of " + CountOf(diffs.size(), steps.size()));
