@@ -1,11 +1,13 @@
 #!/usr/bin/python3
 """validate says what a node refuses, with its place, and a node does refuse it; install of several files says which."""
 import json
+import os
 import pathlib
 import unittest
 
 from node import DONE, FAILED, NOTHING_TO_DO, Node, write_policy
 
+STRANGER = 65534  # a user to whom nothing belongs
 SETTINGS = {"vox.http.ext.conf": {"BODY_LIMIT": "100000"}}
 
 
@@ -81,9 +83,12 @@ class Refused(Files):
     def test_entities_and_broken_xml(self):
         path = self.write(("<version>1<", "<version>&nothing;<"))
         self.one(path, "entity", "&nothing;")
-        faults = self.faults(self.write(("</version>", "")))
+        path = self.write(("</version>", ""))
+        faults = self.faults(path)
         self.assertEqual(len(faults), 1, faults)
         self.assertGreater(faults[0]["line"], 1)
+        said = self.node.policy("validate", path).err
+        self.assertEqual(said.lower().count("line "), 1, said)
 
     def test_data_files_that_are_not_there_or_stand_twice(self):
         path = self.write()
@@ -91,6 +96,20 @@ class Refused(Files):
         self.one(path, "The data file 'data' is not there.", "<file_name>")
         path = self.write(("<signature/>", "<signature/><file_name>data</file_name><encoding/><checksum/><signature/>"))
         self.one(path, "Another file of the same policy has it too", "<files>")
+
+    def test_data_files_that_cannot_be_opened(self):
+        path = self.write()
+        (path.parent / "data").unlink()
+        os.mkfifo(path.parent / "data")
+        self.one(path, f"{path.parent}/data", "<file_name>")
+
+    def test_data_files_that_this_user_may_not_read(self):
+        path = self.write()
+        (path.parent / "data").chmod(0o600)
+        self.node.folder.chmod(0o755)
+        answer = self.node.policy("validate", "--json", path, user=STRANGER)
+        self.assertEqual(answer.code, FAILED, answer)
+        self.assertIn(f"'{path.parent}/data': Permission denied", answer.json()["faults"][0]["text"])
 
     def test_a_signature_that_lacks(self):
         self.one(self.write(("<signature/>", "")), "number of data files found is not equal", "<files>")
@@ -109,7 +128,28 @@ class Odd(Files):
         path = self.write(files={"a.ini": b"[a]\nx=1\n", "b.ini": b"[a]\n\nnonsense\n"}, type_name="configsettings")
         faults = self.faults(path)
         self.assertEqual(len(faults), 1, faults)
-        self.assertRegex(faults[0]["text"], "Line 3 of '.*b.ini'")
+        self.assertIn("Line 3, column 1 of 'b.ini' is no comment", faults[0]["text"])
+        self.assertEqual([faults[0][name] for name in ("file", "line", "column")], ["b.ini", 3, 1])
+
+    def test_all_lines_of_settings_that_are_none_are_told_at_once_each_once_with_their_places(self):
+        path = self.write(files={"a.ini": b"x=1\n[a]\n  nonsense\r\ny=\\q\n", "b.ini": b"[b\nz=1\n\xff\n"},
+                          type_name="configsettings")
+        text = path.read_text(encoding="utf-8").replace("<status>enabled<", "<status>on<")
+        path.write_text(text, encoding="utf-8")
+        faults = self.faults(path)
+        self.assertEqual([(fault["file"], fault["line"], fault["column"]) for fault in faults[1:]],
+                         [("a.ini", 1, 1), ("a.ini", 3, 3), ("a.ini", 4, 1), ("b.ini", 1, 1), ("b.ini", 3, 1)], faults)
+        self.assertIn("'on'", faults[0]["text"], "the header's own stand first")
+        self.assertIsNone(faults[0]["file"])
+        said = " ".join(self.node.policy("validate", path).err.split())
+        for place in ("Line 1, column 1 of 'a.ini'", "Line 3, column 3 of 'a.ini'", "Line 3, column 1 of 'b.ini'"):
+            self.assertEqual(said.count(place), 1, said)
+
+    def test_of_a_large_file_that_is_no_settings_at_all_the_first_lines_are_told_and_that_there_are_more(self):
+        path = self.write(files={"a.ini": b"[a]\n" + b"n\n" * 5000}, type_name="configsettings")
+        faults = self.faults(path)
+        self.assertEqual(len(faults), 1001, faults[:3])
+        self.assertIn("More lines of 'a.ini' are refused.", faults[-1]["text"])
 
     def test_everything_is_told_at_once_and_each_thing_once(self):
         path = self.write(("<container_id>", "<container_id>a/"), files={"one": b"", "two": b""}, status="on",
