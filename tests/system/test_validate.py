@@ -188,6 +188,45 @@ class Odd(Files):
         already = self.node.policy("enable", "--id", policy_id)
         self.assertNotIn("neither", already.err)
 
+    def test_a_status_that_is_neither_word_is_named_beside_policies_that_were_switched(self):
+        odd = self.write(("<name>name<", "<name>odd<"), status="Enabled", type_name="some", files={"odd": b""})
+        plain = self.write(("<name>name<", "<name>plain<"), type_name="some", files={"plain": b""})
+        for path in odd, plain:
+            self.assertEqual(self.node.policy("install", "--no-notify", path).code, DONE)
+        selected = ("--no-notify", "--type", "some")
+        for command, options in (("disable", ("-n",)), ("disable", ()), ("enable", ("--owner", "owner"))):
+            with self.subTest(command=command, options=options):
+                result = self.node.policy(command, *selected, *options)
+                self.assertEqual(result.code, DONE, result)
+                said = " ".join(result.err.split())
+                self.assertIn("lumpolicy: warning: odd (type some", said)
+                self.assertIn(f"lumpolicy install --force-state --{command} FILE", said)
+                self.assertNotIn("plain", said)
+        self.assertEqual(self.node.policy("disable", *selected).code, DONE)
+        answer = self.node.policy("enable", "--json", *selected).json()
+        self.assertEqual(len(answer["warnings"]), 1, answer)
+        self.assertIs(answer["changed"], True)
+        answer = self.node.policy("enable", "--json", *selected).json()
+        self.assertEqual((answer["changed"], answer["code"], answer["warnings"]), (False, NOTHING_TO_DO, []))
+
+    def test_every_change_says_whether_it_changed_anything(self):
+        path = self.write(type_name="told")
+        policy_id = path.name.removesuffix("_header.xml")
+        selected = ("--no-notify", "--id", policy_id)
+        for arguments, changed in ((("install", "--no-notify", path), True),
+                                   (("install", "--no-notify", "--package", path), True),
+                                   (("install", "--no-notify", "/nowhere_header.xml"), None),
+                                   (("install", "--no-notify", "/nowhere_header.xml", path), True),
+                                   (("install", "--no-notify", "--check-version", path), False),
+                                   (("enable", *selected), False), (("disable", *selected), True),
+                                   (("add-category", "a", *selected), True), (("add-category", "a", *selected), False),
+                                   (("disable", *selected, "--type", "told"), False),
+                                   (("enable", *selected, "--type", "told"), True),
+                                   (("remove", *selected), True), (("remove", *selected), False)):
+            with self.subTest(arguments=arguments):
+                answer = self.node.policy(*arguments, "--json").json()
+                self.assertIs(answer["changed"], changed, answer)
+
     def test_install_of_several_files_says_which_failed_and_why(self):
         good, bad, absent = self.write(), self.write(("<name>type<", "<name>../type<")), self.node.folder / "x_header.xml"
         result = self.node.policy("install", "--no-notify", good, bad, absent)
@@ -200,6 +239,37 @@ class Odd(Files):
         self.assertEqual(told[good]["messages"], [])
         self.assertIn("../type", json.dumps(told[bad]["messages"]))
         self.assertIn("x_header.xml", json.dumps(told[absent]["messages"]))
+
+    def test_a_package_that_failed_says_which_files_are_the_reason(self):
+        self.addCleanup(self.node.policy, "remove", "--all", "--no-notify")
+        good, bad = self.write(), self.write(("<name>type<", "<name>../type<"))
+        lacking, absent = self.write(), self.node.folder / "x_header.xml"
+        (lacking.parent / "data").unlink()
+        for guilty, files in (([bad], (good, bad)), ([lacking], (good, lacking)), ([absent], (good, absent)),
+                              ([bad, lacking], (bad, good, lacking))):
+            is_sent = guilty == [bad]
+            with self.subTest(guilty=guilty):
+                result = self.node.policy("install", "--package", "--no-notify", *files)
+                self.assertEqual(result.code, FAILED, result)
+                for path in guilty:
+                    self.assertIn(str(path), result.err)
+                self.assertNotIn(str(good), result.err)
+                answer = self.node.policy("install", "--package", "--no-notify", "--json", *files).json()
+                self.assertEqual([path for path in files if str(path) in json.dumps(answer["messages"])], guilty)
+                if not is_sent:
+                    continue
+                self.assertIsNone(answer["changed"])
+                told = {pathlib.Path(one["file"]): one for one in answer["files"]}
+                self.assertEqual(list(told), list(files))
+                self.assertEqual([told[path]["result"] for path in files], ["unknown", "failed"])
+                self.assertTrue(all(told[path]["messages"] for path in guilty), told)
+
+    def test_a_package_that_is_installed_names_its_files(self):
+        self.addCleanup(self.node.policy, "remove", "--all", "--no-notify")
+        files = [self.write(), self.write()]
+        answer = self.node.policy("install", "--package", "--no-notify", "--json", *files).json()
+        self.assertEqual([(pathlib.Path(one["file"]), one["result"], one["code"]) for one in answer["files"]],
+                         [(path, "done", DONE) for path in files])
 
 
 if __name__ == "__main__":
