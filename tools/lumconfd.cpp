@@ -22,6 +22,7 @@
 #include "LumVoxRpc.h"
 #include "PolicyForwarder.h"
 #include "common/ClusterProduct.h"
+#include "common/NodeAccess.h"
 #include "common/NodeStatusText.h"
 #include "common/Outcome.h"
 #include "common/ProgramName.h"
@@ -45,11 +46,17 @@ using LumPalStr::String_t;
 /// A part of the five seconds in which the daemon stops.
 constexpr std::chrono::milliseconds kTimeForMonitor(2000);
 
-enum ExitCode { kDone = 0, kFailed = 1, kWrongUsage = 2, kAlreadyRunning = 3 };
+enum ExitCode { kDone = 0, kFailed = 1, kWrongUsage = 2, kAlreadyRunning = 3, kRefused = 5 };
 
 int Fail(ExitCode code, const std::string& reason) {
     lumtools::Say(LumPalConsole::Priority::Error, reason);
     return code;
+}
+
+/// What failed while this user may not look into the node failed for that.
+int FailFor(const std::exception& e) {
+    if (!lumtools::IsNodeClosed()) return Fail(kFailed, e.what());
+    return Fail(kRefused, lumtools::ClosedNodeText() + "\n" + e.what());
 }
 
 LumVoxMsg::Messenger MakeMessenger() {
@@ -158,7 +165,7 @@ int TellStatus(int seconds) {
     }
     if (outcome.code == lumtools::kDone) return lumtools::IsOutputWritten() ? kDone : kFailed;
     lumtools::PrintFailure(std::cerr, "", outcome);
-    return kFailed;
+    return outcome.code == lumtools::kRefused ? kRefused : kFailed;
 }
 
 int Run(const LumPalRuntime::Signals_t& signals) {
@@ -204,17 +211,19 @@ int main(int argc, char** argv) {
     app.footer(
         "Runs in the foreground. SIGTERM and SIGINT stop it, SIGHUP takes up changed rights and keys.\n"
         "Exit codes: 0 stopped as asked, 1 failed (--status: nobody serves, or something is wrong), 2 wrong usage, 3 "
-        "another daemon serves this root.");
+        "another daemon serves this root, 5 this user may not read the root.");
     if (const auto end = lumtools::EndOfArguments(app, argc, argv)) return *end;
     try {
         if (!root.empty()) Dir_t::SetRoot(LumPalIo::File_t(String_t::FromUtf8(root)).GetAbsolutePath());
-        if (checkConfig)
+        if (checkConfig) {
+            lumtools::RequireOpenNode();  // else each of its files would be a problem of its own
             return lumconfd::CheckConfiguration(std::cout) && lumtools::IsOutputWritten() ? kDone : kFailed;
+        }
         if (tellStatus) return TellStatus(timeoutSeconds);
         LumPalRuntime::KeepNoLargeBlocks();
         const LumPalRuntime::Signals_t signals;
         return Run(signals);
     } catch (const std::exception& e) {
-        return Fail(kFailed, e.what());
+        return FailFor(e);
     }
 }

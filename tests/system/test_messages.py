@@ -71,12 +71,23 @@ class Messages(unittest.TestCase):
         self.addCleanup(self.node.root.chmod, self.node.root.stat().st_mode)
         self.node.root.chmod(0o700)
         for tool, *arguments in (("lumsettings", "explain", "conf.server"), ("lumpolicy", "list"),
-                                 ("lumpolicy", "verify", "--installed"), ("lumtrust", "rights")):
+                                 ("lumpolicy", "verify", "--installed"), ("lumpolicy", "verify", "--installed", "--all"),
+                                 ("lumpolicy", "dump", "-o", self.open_folder() / "list"), ("lumtrust", "rights"),
+                                 ("lumconfd",), ("lumconfd", "--check-config"), ("lumconfd", "--status")):
             with self.subTest(tool=tool, arguments=arguments):
                 result = self.node.tool(tool, *arguments, user=STRANGER)
                 self.assertEqual(result.code, REFUSED, result)
                 self.assertIn("run it as the node's user", result.err)
                 self.assertIn(str(self.node.root), result.err)
+                self.assertNotIn("No policies are installed", result.err)
+                self.assertNotIn("in order", result.out)
+
+    def open_folder(self):
+        """A folder in which everybody may write."""
+        folder = self.node.folder / "open"
+        folder.mkdir(exist_ok=True)
+        folder.chmod(0o777)
+        return folder
 
 
 if __name__ == "__main__":

@@ -12,7 +12,6 @@
 #include "LumPalConsole.h"
 #include "LumPalMsg.h"
 #include "LumPalNet.h"
-#include "LumPalRuntime.h"
 #include "LumSecAuth.h"
 #include "MessageNumbers.h"
 #include "Utils.h"
@@ -111,9 +110,7 @@ Outcome Failed(const LumPalMsg::Exception_t& e) {
     Outcome outcome = From(kFailed, e);
     if (!IsNodeClosed()) return outcome;
     for (MessageLine& line : outcome.messages) ++line.level;
-    const std::string root = LumPalRuntime::Dir_t::Path(LumPalRuntime::Root).ToUtf8();
-    outcome.messages.insert(outcome.messages.begin(),
-                            {0, "This user may not read the node's root '" + root + "': run it as the node's user."});
+    outcome.messages.insert(outcome.messages.begin(), {0, ClosedNodeText()});
     outcome.code = kRefused;
     return outcome;
 }

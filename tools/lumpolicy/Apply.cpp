@@ -3,6 +3,8 @@
 #include <iostream>
 
 #include "PolicyForwarder.h"
+#include "ReturnValue.h"
+#include "common/Advice.h"
 #include "common/Arguments.h"
 #include "common/Lazy.h"
 #include "lumpolicy/ApplyReport.h"
@@ -26,6 +28,7 @@ protected:
     explicit DesiredCommand(CLI::App& command);
     Outcome Prepare() override;
     bool ChangesNodes() const override { return !choices.dryRun; }
+    unsigned GetRight() const override { return LumConf::RightRemove; }  // its one change that is no install
     lumtools::Rollout GetRollout() const override { return rollout; }
     Answer Ask(const std::string& host) const override;
     void AddUnknown(Answer& known) const override { report::EndEarly(known); }
@@ -73,7 +76,10 @@ Answer DesiredCommand::Ask(const std::string& host) const {
     const NodeApply::Sink sink{[&](const auto& add) { AddKnown(host, add); },
                                [&](const std::string& step) { SetStep(host, step); }};
     sink.add([](Answer& known) { known.isBlock = true; });
-    const Outcome outcome = Attempt([&] { NodeApply(*forwarder, choices, wanted, host, sink).Run(); });
+    NodeApply work(*forwarder, choices, wanted, host, sink);
+    Outcome outcome = Attempt([&] { work.Run(); });
+    if (work.GetLackingRight() != 0 && outcome.code == lumtools::kRefused)
+        lumtools::AddRight(host, work.GetLackingRight(), outcome);
     Answer answer = GetKnown(host);
     report::Join(answer.outcome, outcome);
     FillWarnings(answer.fields, warnings);

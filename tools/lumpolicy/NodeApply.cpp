@@ -7,6 +7,7 @@
 #include "Exceptions.h"
 #include "LumSecAuth.h"
 #include "PolicyPackage.h"
+#include "ReturnValue.h"
 #include "common/Arguments.h"
 #include "lumpolicy/ApplyReport.h"
 #include "lumpolicy/NodeStored.h"
@@ -73,7 +74,7 @@ std::vector<Selection> NodeApply::SelectionsOf() const {
     return selections;
 }
 
-std::vector<StoredPolicy> NodeApply::ReadAll() const {
+std::vector<StoredPolicy> NodeApply::ReadAll() {
     std::vector<StoredPolicy> policies;
     std::set<LumPalStr::String_t> ids;
     for (const Selection& selection : SelectionsOf()) {
@@ -84,9 +85,13 @@ std::vector<StoredPolicy> NodeApply::ReadAll() const {
     return policies;
 }
 
-std::vector<StoredPolicy> NodeApply::Read(const Selection& selection, StoredFiles what) const {
+std::vector<StoredPolicy> NodeApply::Read(const Selection& selection, StoredFiles what) try {
     return ReadFromNode(forwarder, host, selection, what, choices.targetId,
                         " 'lumpolicy install' needs nothing of that.");
+} catch (const LumSecAuth::NotAuthorizedException&) {
+    // Contents are asked for after the digests alone, so that of both rights the one for them is there.
+    lackingRight = what == StoredFiles::Contents ? LumConf::RightInstall : LumConf::RightList;
+    throw;
 }
 
 /// What is new under its type may be there under another one.
@@ -106,7 +111,7 @@ void NodeApply::ForeseeTypes() {
     }
 }
 
-std::string NodeApply::DiffOf(const Step& step) const {
+std::string NodeApply::DiffOf(const Step& step) {
     if (!choices.showDiff || !IsWork(step)) return "";
     const std::string name = NameOf(step.GetHeader());
     if (step.kind == Step::Kind::Change && !IsOfData(step.differences))
@@ -119,7 +124,7 @@ std::string NodeApply::DiffOf(const Step& step) const {
     return UnifiedDiff(name, node, step.wanted ? PolicySide(*step.wanted) : PolicySide());
 }
 
-std::vector<std::string> NodeApply::MakeDiffs() const {
+std::vector<std::string> NodeApply::MakeDiffs() {
     std::vector<std::string> diffs;
     for (const Step& step : steps) {
         if (choices.showDiff) sink.setStep("the difference of " + CountOf(diffs.size(), steps.size()));
