@@ -1,5 +1,6 @@
 #!/usr/bin/python3
 """What the tab key offers in bash for the command lines of the programs."""
+import json
 import os
 import pathlib
 import pty
@@ -27,9 +28,26 @@ def environment(node=None):
     return {**inherited, "PATH": f"{TOOLS}:{os.environ['PATH']}", "LC_ALL": "C.UTF-8"}
 
 
+def last_word(line):
+    """As bash parts words for completion: behind a blank, "=", ":" or the quote that is open."""
+    begin = quote = skip = 0
+    for at, char in enumerate(line):
+        if skip:
+            skip = 0
+        elif quote:
+            quote = quote if char != quote else 0
+        elif char == "\\":
+            skip = 1
+        elif char in "'\"":
+            begin, quote = at + 1, char
+        elif char in " =:":
+            begin = at + 1
+    return line[begin:]
+
+
 def offered(line, node=None, folder=None):
     """What is offered at the end of the line."""
-    word = re.split(r"[\s=:]", line)[-1]  # as bash parts words for completion
+    word = last_word(line)
     done = subprocess.run(["bash", "--norc", "-c", SCRIPT, "bash", COMPLETION, line, word, str(PATIENCE_S)],
                           env=environment(node), cwd=folder, stdin=subprocess.DEVNULL, capture_output=True, text=True,
                           timeout=4 * PATIENCE_S)
@@ -97,6 +115,13 @@ class Words(unittest.TestCase):
                      "lumappinstance -i till -st -an shop ", "lumappinstance -is -an shop -", "lumappinstance -help -"):
             self.assertEqual(offered(line), [], f"{line}: here is no cluster")
 
+    def test_the_words_that_an_option_may_take_are_offered(self):
+        for line in ("lumpolicy list -o ", "lumpolicy list --output ", "lumpolicy list --output="):
+            self.assertEqual(offered(line), ["table", "wide", "name", "json"], line)
+        self.assertEqual(offered("lumpolicy list --sort-by "),
+                         ["type", "name", "version", "status", "owner", "categories", "id"])
+        self.assertEqual(offered("lumpolicy list --json --sort-by=ca"), ["categories"])
+
     def test_options_stand_behind_other_words_too(self):
         self.assertEqual(offered("lumpolicy install --force-s"), ["--force-state"])
         self.assertEqual(offered("lumpolicy list --json --type backup --par"), ["--parallel"])
@@ -139,9 +164,13 @@ class Files(unittest.TestCase):
             self.assertEqual(sorted(offered(line, folder=self.folder)), everything, line)
         self.assertEqual(offered("lumpolicy list --hosts-file no", folder=self.folder), ["nodes"])
 
-    def test_folders_are_offered_for_a_root(self):
-        for tool in ("lumevents", "lumconfd"):
-            self.assertEqual(offered(f"{tool} --root ", folder=self.folder), ["deeper"])
+    def test_folders_are_offered_where_one_is_wanted(self):
+        for line in ("lumevents --root ", "lumconfd --root ", "lumtrust operator --authority ", "lumtrust init "):
+            self.assertEqual(offered(line, folder=self.folder), ["deeper"], line)
+
+    def test_a_name_in_quotes_is_offered_as_a_name(self):
+        for line in ("lumpolicy install b\\ c", "lumpolicy install 'b c", 'lumpolicy install a_header.xml "b '):
+            self.assertEqual(offered(line, folder=self.folder), ["b c_header.xml"], line)
 
     def test_a_folder_is_offered_once(self):
         (self.folder / "odd_header.xml").mkdir()
@@ -193,6 +222,33 @@ class Names(unittest.TestCase):
             self.assertEqual(offered(f"lumpolicy list {typed}", self.node), expected, typed)
         self.assertEqual(offered("lumpolicy install --owner ", self.node), ["b", "team\\ a"])
 
+    def test_what_they_hold_is_offered_for_changes_of_it(self):
+        self.assertEqual(offered("lumpolicy set-owner --id 1 ", self.node), ["b", "team\\ a"])
+        self.assertEqual(offered("lumpolicy set-owner b ", self.node), [], "there is no second owner")
+        for command in ("add-category", "remove-category", "install --add-category", "install --remove-category"):
+            self.assertEqual(offered(f"lumpolicy {command} a", self.node), ["all"], command)
+        for command in ("add-attribute", "remove-attribute", "install --add-attribute", "install --remove-attribute"):
+            self.assertEqual(offered(f"lumpolicy {command} ", self.node), ["x="], command)
+            self.assertEqual(offered(f"lumpolicy {command} x=", self.node), ["1", "2", "3"], command)
+        self.assertEqual(offered("lumpolicy list --attribute x=", self.node), ["1", "2", "3"])
+
+    def test_a_half_typed_name_with_a_blank_is_completed(self):
+        for typed in ("--name cpu\\ l", "--name=cpu\\ l", "--json --name 'disk' --name cpu\\ "):
+            self.assertEqual(offered(f"lumpolicy list {typed}", self.node), ["cpu\\ load"], typed)
+        for typed in ("--name 'cpu l", '--name "cpu l', "--name='cpu l"):
+            self.assertEqual(offered(f"lumpolicy list {typed}", self.node), ["cpu load"], "an open quote does it")
+        self.assertEqual(offered("lumpolicy set-owner --name 'cpu load' t", self.node), ["team\\ a"])
+
+    def test_a_quote_cannot_be_broken_out_of(self):
+        with Node() as node:
+            for number, name in enumerate(("q'$(x)`y", "z!!")):
+                path = write_policy(node.folder / "source", str(number), name=name)
+                self.assertEqual(node.policy("install", "--no-notify", path).code, 0)
+            self.assertEqual(offered("lumpolicy list --name 'q", node), [r"q'\''$(x)`y"])
+            self.assertEqual(offered('lumpolicy list --name "q', node), [r"q'\$(x)\`y"])
+            self.assertEqual(offered("lumpolicy list --name 'z", node), ["z!!"])
+            self.assertEqual(offered('lumpolicy list --name "z', node), [], "the shell would read its history there")
+
     def test_events_of_the_types_of_the_node_are_offered(self):
         self.assertEqual(offered("lumevents C", self.node), ["CHECK_POLICY:backup", "CHECK_POLICY:collect"])
         self.assertEqual(offered("lumevents --json FIRST_POLICY:backup LAST_POLICY:b", self.node), ["backup"])
@@ -206,10 +262,58 @@ class Names(unittest.TestCase):
         trust("trust", "authority/demonstration-authority.pem")
         trust("grant", "the operator", "list")
         self.assertEqual(offered("lumtrust untrust ", self.node), ["demonstration-authority"])
+        self.assertEqual(offered("lumtrust grant t", self.node), ["the\\ operator"])
+        self.assertEqual(offered("lumtrust revoke the", self.node), ["the operator"], "the shell quotes it like a file")
         for command in ("grant", "revoke"):
-            self.assertEqual(offered(f"lumtrust {command} t", self.node), ["the\\ operator"])
             self.assertEqual(offered(f"lumtrust {command} somebody con", self.node), ["configget", "configset"])
             self.assertEqual(len(offered(f"lumtrust {command} somebody install ", self.node)), 10)
+
+
+class Certificates(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.node = Node()
+        cls.addClassCleanup(cls.node.close)
+        cls.work = cls.node.folder / "work"
+        (cls.work / "deeper").mkdir(parents=True)
+        for name in ("stolen.pem", "stolen.key", "notes.txt", "b c.crt"):
+            (cls.work / name).write_text("")
+        cls.trust("enroll", cls.node.folder / "authority", "--core-id", "node-1")
+        listed = json.loads(cls.trust("list", "--json"))["certificates"]
+        cls.fingerprints = {entry["kind"]: entry["fingerprint"] for entry in listed}
+
+    @classmethod
+    def trust(cls, *arguments):
+        return subprocess.run([TOOLS / "lumtrust", *arguments], env=environment(cls.node), stdin=subprocess.DEVNULL,
+                              capture_output=True, text=True, check=True).stdout
+
+    def offered(self, line):
+        return sorted(offered(line, self.node, self.work))
+
+    def test_only_what_is_trusted_can_be_trusted_no_longer(self):
+        self.assertEqual(self.offered("lumtrust untrust "), ["demonstration-authority"])
+
+    def test_only_an_own_key_signs(self):
+        self.assertEqual(self.offered("lumpolicy sign --alias "), ["node-1"])
+
+    def test_certificates_are_offered_where_one_is_revoked_or_reinstated(self):
+        files = ["b c.crt", "deeper", "stolen.pem"]
+        trusted = self.fingerprints["trusted"]
+        self.assertEqual(self.offered("lumtrust revoke "), sorted([*files, trusted]))
+        self.assertEqual(self.offered("lumtrust revoke --certificate "), sorted([*files, trusted]))
+        self.assertEqual(self.offered(f"lumtrust revoke {trusted[:6]}"), [trusted])
+        self.assertEqual(self.offered("lumtrust revoke --serial 1 --issuer "),
+                         sorted([*files, "demonstration-authority"]))
+        self.assertEqual(self.offered("lumtrust reinstate "), files, "nothing is revoked")
+        self.trust("revoke", "--serial", "12", "--issuer", "CN=x y")
+        self.trust("revoke", "--certificate", trusted, "--force")
+        try:
+            self.assertEqual(self.offered("lumtrust reinstate "), sorted([*files, trusted]))
+            self.assertIn("12", self.offered("lumtrust reinstate --serial "))
+            self.assertIn("CN=x y", self.offered("lumtrust reinstate --issuer "))
+        finally:
+            self.trust("reinstate", trusted)
+            self.trust("reinstate", "--serial", "12", "--issuer", "CN=x y")
 
 
 class OtherShells(unittest.TestCase):
@@ -251,19 +355,40 @@ class OtherShells(unittest.TestCase):
             self.assertEqual(node.policy("install", "--no-notify", path).code, 0)
             file = self.installed(folder) / "fish/vendor_completions.d/lumpolicy.fish"
             for line, expected in (("lumpolicy rein", ["reinit"]), ("lumpolicy list --name ", ["cpu load"]),
+                                   ("lumpolicy list --name cpu\\ l", ["cpu load"]),
+                                   ('lumpolicy list --name "cpu l', ["cpu load"]),
+                                   ("LUM_OTHER=~/x lumpolicy rein", ["reinit"]),
                                    ("true; lumpolicy remove-", ["remove-attribute", "remove-category"])):
-                done = subprocess.run(["fish", "--no-config", "-c", f"source '{file}'; complete -C '{line}'"],
+                done = subprocess.run(["fish", "--no-config", "-c", f"source '{file}'; complete -C $argv", line],
                                       env={**environment(node), "HOME": folder}, stdin=subprocess.DEVNULL,
                                       capture_output=True, text=True, timeout=4 * PATIENCE_S)
                 self.assertEqual((sorted(done.stdout.splitlines()), done.stderr), (expected, ""), line)
 
     def test_zsh_completes_at_the_tab_key(self):
+        wanted = b"Usage: lumpolicy reinit"
+        self.assertIn(wanted, self.shown_by_zsh("lumpolicy rein\t--he\t\n", wanted))
+
+    def test_zsh_completes_the_command_that_the_cursor_stands_in(self):
+        for before in ("true; ", "LUM_OTHER=~/x ", "true && LUM_OTHER='a b' ", "lumpolicy list | "):
+            with self.subTest(before):
+                wanted = b"Usage: lumpolicy reinit"
+                self.assertIn(wanted, self.shown_by_zsh(f"{before}lumpolicy rein\t--he\t\n", wanted))
+
+    def test_zsh_completes_a_half_typed_name_with_a_blank(self):
+        with Node() as node:
+            path = write_policy(node.folder / "source", "1", name="cpu load")
+            self.assertEqual(node.policy("install", "--no-notify", path).code, 0)
+            for typed in ("--name cpu\\ l", "--name 'cpu l", '--name "cpu l', "--name=cpu\\ l", "--name='cpu l"):
+                with self.subTest(typed):
+                    line = f"lumpolicy list -o name {typed}\t\n"
+                    self.assertIn(b"type:cpu load", self.shown_by_zsh(line, b"type:cpu load", node))
+
+    def shown_by_zsh(self, typed, wanted, node=None):
         with tempfile.TemporaryDirectory(prefix="lumcompletion.") as folder:
             functions = self.installed(folder) / "zsh/vendor-completions"
-            inside = {**environment(), "HOME": folder, "TERM": "dumb"}
-            typed = f"fpath+=('{functions}'); autoload -U compinit; compinit -u -D\nlumpolicy rein\t--he\t\n"
-            shown = typed_into(["zsh", "-f", "-i"], inside, typed, b"Usage: lumpolicy reinit")
-            self.assertIn(b"Usage: lumpolicy reinit", shown)
+            inside = {**environment(node), "HOME": folder, "TERM": "dumb"}
+            begin = f"fpath+=('{functions}'); autoload -U compinit; compinit -u -D\n"
+            return typed_into(["zsh", "-f", "-i"], inside, begin + typed, wanted)
 
 
 class Settings(unittest.TestCase):
@@ -278,6 +403,15 @@ class Settings(unittest.TestCase):
         self.assertEqual(offered("lumsettings get --resource-group x --json n.t", self.node), ["n.t"])
         self.assertEqual(sorted(offered("lumsettings get ", self.node)),
                          ["conf.server", "n.s", "n.t", "vox.http.ext.conf"])
+
+    def test_known_keys_are_offered_where_one_is_set(self):
+        self.assertEqual(offered("lumsettings set conf.", self.node), ["conf.cluster", "conf.core", "conf.server"])
+        known = offered("lumsettings set conf.server ", self.node)
+        self.assertIn("AUDIT_LOGGING=", known)
+        self.assertNotIn("STRICT_SIGNERS=", known, "that one is of another namespace")
+        self.assertEqual(offered("lumsettings set conf.core STRICT_", self.node), ["STRICT_SIGNERS="])
+        self.assertEqual(offered("lumsettings set conf.server AUDIT_LOGGING=true AUDIT_LOG_", self.node),
+                         ["AUDIT_LOG_MODE="])
 
     def test_keys_and_their_namespaces_are_offered_without_a_node(self):
         self.assertEqual(offered("lumsettings describe AUDIT_"), ["AUDIT_LOGGING", "AUDIT_LOG_MODE"])
@@ -339,6 +473,18 @@ class TheShellItself(unittest.TestCase):
         typed = f"source '{COMPLETION}'\n_lum_patience_s={PATIENCE_S}\nlumpolicy rein\t--he\t\n"
         shown = typed_into(["bash", "--norc", "--noprofile", "-i"], environment(), typed, b"Usage: lumpolicy reinit")
         self.assertIn(b"Usage: lumpolicy reinit", shown)
+
+
+    def test_the_tab_key_completes_a_half_typed_name_with_a_blank(self):
+        with Node() as node:
+            path = write_policy(node.folder / "source", "1", name="cpu load")
+            self.assertEqual(node.policy("install", "--no-notify", path).code, 0)
+            for typed in ("--name cpu\\ l", "--name 'cpu l", '--name "cpu l', "--name=cpu\\ l", "--name='cpu l"):
+                with self.subTest(typed):
+                    line = f"source '{COMPLETION}'\n_lum_patience_s={PATIENCE_S}\nlumpolicy list -o name {typed}\t\n"
+                    shown = typed_into(["bash", "--norc", "--noprofile", "-i"], environment(node), line,
+                                       b"type:cpu load")
+                    self.assertIn(b"type:cpu load", shown)
 
 
 if __name__ == "__main__":
