@@ -1,58 +1,14 @@
 #!/usr/bin/python3
 """What the tab key offers in bash for the command lines of the programs."""
 import json
-import os
 import pathlib
-import pty
 import re
-import select
 import subprocess
 import tempfile
-import time
 import unittest
 
-from node import EXAMPLES, PATIENCE_S, ROOT, TOOLS, Node, write_policy
-
-COMPLETION = ROOT / "packaging/completion/lumpolicy"
-SCRIPT = """
-source "$1"
-_lum_patience_s=$4
-COMP_LINE=$2 COMP_POINT=${#2}
-_lum "${2%% *}" "$3" ""
-printf '%s\\n' "${COMPREPLY[@]}"
-"""
-
-
-def environment(node=None):
-    inherited = node.environment() if node else dict(os.environ, LUM_ROOT="/nowhere")
-    return {**inherited, "PATH": f"{TOOLS}:{os.environ['PATH']}", "LC_ALL": "C.UTF-8"}
-
-
-def last_word(line):
-    """As bash parts words for completion: behind a blank, "=", ":" or the quote that is open."""
-    begin = quote = skip = 0
-    for at, char in enumerate(line):
-        if skip:
-            skip = 0
-        elif quote:
-            quote = quote if char != quote else 0
-        elif char == "\\":
-            skip = 1
-        elif char in "'\"":
-            begin, quote = at + 1, char
-        elif char in " =:":
-            begin = at + 1
-    return line[begin:]
-
-
-def offered(line, node=None, folder=None):
-    """What is offered at the end of the line."""
-    word = last_word(line)
-    done = subprocess.run(["bash", "--norc", "-c", SCRIPT, "bash", COMPLETION, line, word, str(PATIENCE_S)],
-                          env=environment(node), cwd=folder, stdin=subprocess.DEVNULL, capture_output=True, text=True,
-                          timeout=4 * PATIENCE_S)
-    assert done.returncode == 0 and not done.stderr, done
-    return done.stdout.split("\n")[:-1] if done.stdout != "\n" else []
+from completion import environment, offered
+from node import EXAMPLES, TOOLS, Node, write_policy
 
 
 def help_of(*command):
@@ -316,81 +272,6 @@ class Certificates(unittest.TestCase):
             self.trust("reinstate", "--serial", "12", "--issuer", "CN=x y")
 
 
-class OtherShells(unittest.TestCase):
-    """They ask the same file, run as a program."""
-
-    def ask(self, line, node=None, folder=None):
-        done = subprocess.run(["bash", COMPLETION, line], env=environment(node), cwd=folder, stdin=subprocess.DEVNULL,
-                              capture_output=True, text=True, check=True, timeout=4 * PATIENCE_S)
-        return done.stdout.splitlines()
-
-    def test_words_are_offered_whole_and_as_they_are(self):
-        with Node({"n.s": {"b c": "1"}}) as node:
-            path = write_policy(node.folder / "source", "1", name="cpu load")
-            self.assertEqual(node.policy("install", "--no-notify", path).code, 0)
-            self.assertEqual(self.ask("lumpolicy list --name ", node), ["cpu load"])
-            self.assertEqual(self.ask("lumpolicy list --name=c", node), ["--name=cpu load"])
-            self.assertEqual(self.ask("lumsettings set n.s ", node), ["b c="])
-        self.assertEqual(self.ask("lumpolicy rein"), ["reinit"])
-        self.assertEqual(self.ask("/nowhere/lumpolicy "), [])
-
-    def test_folders_end_with_a_slash(self):
-        with tempfile.TemporaryDirectory(prefix="lumcompletion.") as folder:
-            (pathlib.Path(folder) / "deeper").mkdir()
-            self.assertEqual(self.ask("lumpolicy install ", folder=folder), ["deeper/"])
-
-    def installed(self, folder):
-        """Where a packaged one lies."""
-        for name, place in (("lumpolicy", "bash-completion/completions/lumpolicy"),
-                            ("lumpolicy.zsh", "zsh/vendor-completions/_lumpolicy"),
-                            ("lumpolicy.fish", "fish/vendor_completions.d/lumpolicy.fish")):
-            target = pathlib.Path(folder) / place
-            target.parent.mkdir(parents=True)
-            target.write_bytes((COMPLETION.parent / name).read_bytes())
-        return pathlib.Path(folder)
-
-    def test_fish_offers_them(self):
-        with Node() as node, tempfile.TemporaryDirectory(prefix="lumcompletion.") as folder:
-            path = write_policy(node.folder / "source", "1", name="cpu load")
-            self.assertEqual(node.policy("install", "--no-notify", path).code, 0)
-            file = self.installed(folder) / "fish/vendor_completions.d/lumpolicy.fish"
-            for line, expected in (("lumpolicy rein", ["reinit"]), ("lumpolicy list --name ", ["cpu load"]),
-                                   ("lumpolicy list --name cpu\\ l", ["cpu load"]),
-                                   ('lumpolicy list --name "cpu l', ["cpu load"]),
-                                   ("LUM_OTHER=~/x lumpolicy rein", ["reinit"]),
-                                   ("true; lumpolicy remove-", ["remove-attribute", "remove-category"])):
-                done = subprocess.run(["fish", "--no-config", "-c", f"source '{file}'; complete -C $argv", line],
-                                      env={**environment(node), "HOME": folder}, stdin=subprocess.DEVNULL,
-                                      capture_output=True, text=True, timeout=4 * PATIENCE_S)
-                self.assertEqual((sorted(done.stdout.splitlines()), done.stderr), (expected, ""), line)
-
-    def test_zsh_completes_at_the_tab_key(self):
-        wanted = b"Usage: lumpolicy reinit"
-        self.assertIn(wanted, self.shown_by_zsh("lumpolicy rein\t--he\t\n", wanted))
-
-    def test_zsh_completes_the_command_that_the_cursor_stands_in(self):
-        for before in ("true; ", "LUM_OTHER=~/x ", "true && LUM_OTHER='a b' ", "lumpolicy list | "):
-            with self.subTest(before):
-                wanted = b"Usage: lumpolicy reinit"
-                self.assertIn(wanted, self.shown_by_zsh(f"{before}lumpolicy rein\t--he\t\n", wanted))
-
-    def test_zsh_completes_a_half_typed_name_with_a_blank(self):
-        with Node() as node:
-            path = write_policy(node.folder / "source", "1", name="cpu load")
-            self.assertEqual(node.policy("install", "--no-notify", path).code, 0)
-            for typed in ("--name cpu\\ l", "--name 'cpu l", '--name "cpu l', "--name=cpu\\ l", "--name='cpu l"):
-                with self.subTest(typed):
-                    line = f"lumpolicy list -o name {typed}\t\n"
-                    self.assertIn(b"type:cpu load", self.shown_by_zsh(line, b"type:cpu load", node))
-
-    def shown_by_zsh(self, typed, wanted, node=None):
-        with tempfile.TemporaryDirectory(prefix="lumcompletion.") as folder:
-            functions = self.installed(folder) / "zsh/vendor-completions"
-            inside = {**environment(node), "HOME": folder, "TERM": "dumb"}
-            begin = f"fpath+=('{functions}'); autoload -U compinit; compinit -u -D\n"
-            return typed_into(["zsh", "-f", "-i"], inside, begin + typed, wanted)
-
-
 class Settings(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
@@ -435,56 +316,6 @@ class Settings(unittest.TestCase):
 
     def test_without_a_node_nothing_is_offered_and_nothing_said(self):
         self.assertEqual(offered("lumsettings get "), [])
-
-
-def read_until(terminal, wanted):
-    """What the terminal shows until it shows this, or until its end."""
-    shown, end = b"", time.monotonic() + PATIENCE_S
-    while (wanted is None or wanted not in shown) and time.monotonic() < end:
-        if not select.select([terminal], [], [], 1)[0]:
-            continue
-        try:
-            more = os.read(terminal, 65536)
-        except OSError:  # the shell has ended
-            break
-        if not more:
-            break
-        shown += more
-    return shown
-
-
-def typed_into(shell, inside, text, wanted):
-    """What an interactive shell shows until it shows what is wanted."""
-    pid, terminal = pty.fork()
-    if pid == 0:
-        os.execvpe(shell[0], shell, inside)
-    try:
-        os.write(terminal, text.encode())
-        return read_until(terminal, wanted)
-    finally:
-        os.write(terminal, b"\nexit\n")
-        read_until(terminal, None)
-        os.close(terminal)
-        os.waitpid(pid, 0)
-
-
-class TheShellItself(unittest.TestCase):
-    def test_the_tab_key_completes_a_command_in_an_interactive_shell(self):
-        typed = f"source '{COMPLETION}'\n_lum_patience_s={PATIENCE_S}\nlumpolicy rein\t--he\t\n"
-        shown = typed_into(["bash", "--norc", "--noprofile", "-i"], environment(), typed, b"Usage: lumpolicy reinit")
-        self.assertIn(b"Usage: lumpolicy reinit", shown)
-
-
-    def test_the_tab_key_completes_a_half_typed_name_with_a_blank(self):
-        with Node() as node:
-            path = write_policy(node.folder / "source", "1", name="cpu load")
-            self.assertEqual(node.policy("install", "--no-notify", path).code, 0)
-            for typed in ("--name cpu\\ l", "--name 'cpu l", '--name "cpu l', "--name=cpu\\ l", "--name='cpu l"):
-                with self.subTest(typed):
-                    line = f"source '{COMPLETION}'\n_lum_patience_s={PATIENCE_S}\nlumpolicy list -o name {typed}\t\n"
-                    shown = typed_into(["bash", "--norc", "--noprofile", "-i"], environment(node), line,
-                                       b"type:cpu load")
-                    self.assertIn(b"type:cpu load", shown)
 
 
 if __name__ == "__main__":
