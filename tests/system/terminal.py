@@ -8,11 +8,20 @@ import struct
 import subprocess
 import termios
 import time
+import unicodedata
 
 from node import PATIENCE_S
 
+JOINED_JAMO = range(0x1160, 0x1200)
 COLOUR = re.compile(r"\x1b\[\d*m")
 CTRL_C = b"\x03"
+
+
+def columns_of(line):
+    """Columns that a line without control characters takes on a screen."""
+    unseen = ("Mn", "Me", "Cf")
+    return sum(0 if unicodedata.category(char) in unseen or ord(char) in JOINED_JAMO else
+               2 if unicodedata.east_asian_width(char) in "WF" else 1 for char in line)
 
 
 class Terminal:

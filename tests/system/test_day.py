@@ -4,7 +4,7 @@ import re
 import unittest
 
 from node import DONE, EXAMPLES, NOT_FOUND, NOTHING_TO_DO, UNREACHABLE, WRONG_USAGE, Node, wait_until
-from terminal import COLOUR, CTRL_C, Terminal
+from terminal import COLOUR, CTRL_C, Terminal, columns_of
 
 COLLECTED = sorted(EXAMPLES.glob("1a2b*_header.xml"))
 BACKUP, = EXAMPLES.glob("7c1f*_header.xml")
@@ -30,7 +30,7 @@ class Day(unittest.TestCase):
         self.assertEqual(terminal.end(), code, terminal.shown)
         self.assertNotRegex(terminal.shown, OTHER_KEYS)
         if fits:
-            self.assertLessEqual(max(map(len, terminal.lines())), columns, terminal.shown)
+            self.assertLessEqual(max(map(columns_of, terminal.lines())), columns, terminal.shown)
         return terminal.shown.replace("\r\n", "\n")
 
     def plain(self, *words, **keywords):
