@@ -8,14 +8,23 @@ import struct
 import subprocess
 import termios
 import time
+import unicodedata
 import unittest
 
 from node import DONE, PATIENCE_S
 
+JOINED_JAMO = range(0x1160, 0x1200)
 COLOUR = re.compile(r"\x1b\[\d*m")
 CTRL_C = b"\x03"
 # What else of a terminal's own language than colours and a line that is taken back may not be on a screen.
 OTHER_KEYS = re.compile(r"\x1b(?!\[\d*m|\[K)")
+
+
+def columns_of(line):
+    """Columns that a line without control characters takes on a screen."""
+    unseen = ("Mn", "Me", "Cf")
+    return sum(0 if unicodedata.category(char) in unseen or ord(char) in JOINED_JAMO else
+               2 if unicodedata.east_asian_width(char) in "WF" else 1 for char in line)
 
 
 class Terminal:
@@ -89,7 +98,7 @@ class Screens(unittest.TestCase):
         self.assertEqual(terminal.end(), code, terminal.shown)
         self.assertNotRegex(terminal.shown, OTHER_KEYS)
         if fits:
-            self.assertLessEqual(max(map(len, terminal.lines())), columns, terminal.shown)
+            self.assertLessEqual(max(map(columns_of, terminal.lines())), columns, terminal.shown)
         return terminal.shown.replace("\r\n", "\n")
 
     def plain(self, *words, **keywords):
