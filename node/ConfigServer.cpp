@@ -45,6 +45,11 @@ Messenger::Options OwnMessenger() {
 
 /// In order of construction: the first handler brings the policy side up.
 struct ConfigServer::Impl {
+    Impl() = default;
+    ~Impl() { condition.SetMessenger({}); }
+    Impl(const Impl&) = delete;
+    Impl& operator=(const Impl&) = delete;
+
     RpcPolicyInstall installHandler;
     RpcPolicyOp operationHandler;
     RpcPolicyList listHandler;
@@ -89,10 +94,10 @@ void ConfigServer::Impl::Serve(const Messenger& road) {
     messenger.TellOfRefusals([](const LumPalStr::String_t& sender, const LumPalStr::String_t& path) {
         AuditLog::GetInstance().LogAuthorizationError(sender, path);
     });
+    condition.SetMessenger(messenger);
     messenger.Register(mainServer, true, kIdentifiedByTransport);
     messenger.Register(checkServer, true, kIdentifiedByTransport);
     pages.ServeOn(messenger);
-    condition.SetPort(messenger.GetPort());
 }
 
 void ConfigServer::Start() {

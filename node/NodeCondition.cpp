@@ -1,9 +1,11 @@
 #include "NodeCondition.h"
 
 #include <ctime>
+#include <utility>
 
 #include "LumCtrl.h"
 #include "LumPalConfig.h"
+#include "LumPalKeys.h"
 #include "LumPalLog.h"
 #include "LumPalWhole.h"
 #include "LumSecCore.h"
@@ -14,9 +16,11 @@
 
 namespace LumConf {
 
+using LumPalConfig::ConfigNamespace_t;
 using LumPalMetrics::Sample;
 using LumPalStr::String_t;
 using LumSecCore::NodeIdentity;
+using LumSecCore::X509Certificate;
 
 namespace {
 
@@ -24,21 +28,26 @@ std::int64_t Now() {
     return std::time(nullptr);
 }
 
-/// The certificates of a file; none when it cannot be read, which the reload of keys and `lumtrust list` tell.
-void AddCertificates(const char* kind, const String_t& path, std::vector<NodeStatus::Certificate>& found) try {
+NodeStatus::Certificate Told(const char* kind, const X509Certificate& certificate) {
+    return {kind, certificate.GetSubjectCN(), LumSecPki::EndSeconds(certificate)};
+}
+
+/// Those of a file that are trusted; none when it cannot be read, which the reload of keys and `lumtrust list` tell.
+void AddTrusted(const String_t& path, std::vector<NodeStatus::Certificate>& found) try {
     const LumPalIo::FileInputStream_t file{LumPalIo::File_t(path)};
     const auto bytes = LumPalIo::ReadWhole(file, LumSecPki::kLargestPemFile);
     if (!bytes) return;
-    for (const LumSecCore::X509Certificate& certificate : LumSecPki::ReadCertificates(*bytes)) {
-        found.push_back({kind, certificate.GetSubjectCN(), LumSecPki::EndSeconds(certificate)});
+    for (const X509Certificate& certificate : LumSecPki::ReadCertificates(*bytes)) {
+        found.push_back(Told("trusted", certificate));
     }
 } catch (const LumPalMsg::Exception_t&) {
 }
 
-std::vector<NodeStatus::Certificate> ReadCertificates(const NodeIdentity& identity) {
+/// @param shown  by the port: the key store and the settings may be ahead of it
+std::vector<NodeStatus::Certificate> CertificatesBeside(const std::vector<X509Certificate>& shown) {
     std::vector<NodeStatus::Certificate> found;
-    if (identity.certificateInstalled) AddCertificates("own", identity.certificatePath, found);
-    for (const String_t& path : identity.trustedPaths) AddCertificates("trusted", path, found);
+    for (const X509Certificate& own : shown) found.push_back(Told("own", own));
+    for (const String_t& path : NodeIdentity::FindTrusted()) AddTrusted(path, found);
     return found;
 }
 
@@ -57,7 +66,8 @@ std::vector<Sample> One(double value) {
 }  // namespace
 
 NodeCondition::NodeCondition()
-    : started(Now()),
+    : health(NodeHealth::GetInstance()),
+      started(Now()),
       info("lumconf_build_info", "The version that runs.",
            [] {
                return std::vector<Sample>{{{{"version", LUM_VERSION}}, 1}};
@@ -69,14 +79,25 @@ NodeCondition::NodeCondition()
       missing("lumconf_policies_missing_files", "Policies of which data files were missing when the store was read.",
               [] { return One(PolicyOperation::GetInstance()->CountByStatus().missingFiles); }),
       broken("lumconf_settings_broken", "1 while the settings policies cannot be merged.",
-             [] { return One(NodeHealth::GetInstance().WhySettingsAreBroken().IsEmpty() ? 0 : 1); }),
+             [this] { return One(health.WhySettingsAreBroken().IsEmpty() ? 0 : 1); }),
       queued("lumconf_notifications_queued", "Changes that wait for the next notification.",
-             [] { return One(static_cast<double>(NodeHealth::GetInstance().GetQueued())); }),
+             [this] { return One(static_cast<double>(health.GetQueued())); }),
       consumers("lumconf_consumers", "Programs that listen to the control service.", [this] { return AskConsumers(); }),
       certificates("lumconf_certificate_seconds_left", "Seconds until a certificate ends; below 0 when it has ended.",
                    [this] { return AskCertificates(); }) {}
 
 NodeCondition::~NodeCondition() = default;
+
+void NodeCondition::SetMessenger(const LumVoxMsg::Messenger& value) {
+    LumVoxMsg::Messenger former = value;  // whose end waits for calls that may wait for this lock
+    const LumPalThread::PlainLock_t lock(mutex);
+    std::swap(messenger, former);
+}
+
+std::vector<X509Certificate> NodeCondition::GetShown() const {
+    const LumPalThread::PlainLock_t lock(mutex);
+    return messenger.GetCertificates();
+}
 
 void NodeCondition::SetMore(std::function<void(NodeStatus&)> add) {
     const LumPalThread::PlainLock_t lock(mutex);
@@ -84,24 +105,24 @@ void NodeCondition::SetMore(std::function<void(NodeStatus&)> add) {
 }
 
 NodeStatus NodeCondition::Read() const {
-    const NodeIdentity identity = NodeIdentity::Load();
+    const std::vector<X509Certificate> shown = GetShown();
     const PolicyContainerImpl::Counts counts = PolicyOperation::GetInstance()->CountByStatus();
     NodeStatus status;
     status.version = LUM_VERSION;
-    status.coreId = identity.coreId;
+    status.coreId = ConfigNamespace_t(LumPalKeys::NsSecCore).Open().GetValue(LumPalKeys::CoreIdKey);
     status.started = started;
-    status.port = port;
-    status.tls = identity.certificateInstalled;
+    status.tls = !shown.empty();
     status.policies = counts.all;
     status.enabled = counts.enabled;
     status.disabled = counts.disabled;
     status.missingFiles = counts.missingFiles;
-    status.settingsBroken = NodeHealth::GetInstance().WhySettingsAreBroken();
-    status.queued = static_cast<std::uint32_t>(NodeHealth::GetInstance().GetQueued());
+    status.settingsBroken = health.WhySettingsAreBroken();
+    status.queued = static_cast<std::uint32_t>(health.GetQueued());
     status.consumers = LumCtrl::Service::CountComponents();
-    status.certificates = ReadCertificates(identity);
+    status.certificates = CertificatesBeside(shown);
     status.errors = LastErrors();
     const LumPalThread::PlainLock_t lock(mutex);
+    status.port = messenger.GetPort();
     if (more) more(status);
     return status;
 }
@@ -124,7 +145,7 @@ std::vector<Sample> NodeCondition::AskConsumers() const {
 /// Of several with one name the one that ends first: two values with equal labels cannot be told apart.
 std::vector<Sample> NodeCondition::AskCertificates() const {
     std::map<std::pair<std::string, std::string>, std::int64_t> ends;
-    for (const NodeStatus::Certificate& certificate : ReadCertificates(NodeIdentity::Load())) {
+    for (const NodeStatus::Certificate& certificate : CertificatesBeside(GetShown())) {
         const auto [place, isNew] =
             ends.try_emplace({certificate.kind.ToUtf8(), certificate.name.ToUtf8()}, certificate.end);
         place->second = std::min(place->second, certificate.end);

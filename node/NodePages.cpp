@@ -3,6 +3,7 @@
 
 #include "Authorization.h"
 #include "LumPalConfig.h"
+#include "LumPalDaemon.h"
 #include "LumPalMetrics.h"
 #include "Names.h"
 #include "NodeCondition.h"
@@ -38,7 +39,8 @@ NodePages::~NodePages() = default;
 
 void NodePages::ServeOn(LumVoxMsg::Messenger& messenger) const {
     messenger.Serve(Page{"/healthz", "text/plain; charset=utf-8", [](const PageReader&) { return true; },
-                         [](const PageReader&) { return true; }, [] { return std::string("ok\n"); }});
+                         [](const PageReader&) { return true; }, [] { return std::string("ok\n"); },
+                         [] { return !LumPalRuntime::IsStopping(); }});
     messenger.Serve(Page{"/metrics", LumPalMetrics::kTextType,
                          [key = key](const PageReader& reader) { return reader.onLoopback && key->IsOpen(); },
                          [](const PageReader& reader) {

@@ -1,11 +1,13 @@
 #include "NodeHealth.h"
 
-#include "LumPalMetrics.h"
-
 namespace LumConf {
 
-using LumPalMetrics::Counter_t;
 using LumPalStr::String_t;
+
+NodeHealth::NodeHealth() {
+    notificationsFailed.BeginAtZero();
+    mergesFailed.BeginAtZero();
+}
 
 NodeHealth& NodeHealth::GetInstance() {
     static NodeHealth& instance = *new NodeHealth;  // never destroyed: threads note until the process is over
@@ -13,8 +15,7 @@ NodeHealth& NodeHealth::GetInstance() {
 }
 
 void NodeHealth::NotificationFailed() noexcept {
-    static Counter_t failed("lumconf_notifications_failed_total", "Events that did not reach a consumer, or had none.");
-    failed.Add();
+    notificationsFailed.Add();
 }
 
 void NodeHealth::SettingsMerged() noexcept {
@@ -23,9 +24,7 @@ void NodeHealth::SettingsMerged() noexcept {
 }
 
 void NodeHealth::SettingsFailed(const LumPalMsg::MessageList_t& why) noexcept {
-    static Counter_t failed("lumconf_settings_merge_failures_total",
-                            "Times that the settings policies were not merged.");
-    failed.Add();
+    mergesFailed.Add();
     LumPalMetrics::Guarded([&] {
         const String_t text = why.Format(LumPalMsg::Text | LumPalMsg::Details);
         const LumPalThread::PlainLock_t lock(mutex);

@@ -5,13 +5,15 @@
 #include <atomic>
 #include <cstddef>
 
+#include "LumPalMetrics.h"
 #include "LumPalMsg.h"
 #include "LumPalPlainMutex.h"
 #include "LumPalStr.h"
 
 namespace LumConf {
 
-/// Noted where it happens, read by whoever tells the operator. One for the process. Any thread.
+/// Noted where it happens, read by whoever tells the operator. One for the process, whose counters are told from its
+/// first use on. Any thread.
 class NodeHealth {
 public:
     static NodeHealth& GetInstance();
@@ -29,6 +31,12 @@ public:
     LumPalStr::String_t WhySettingsAreBroken() const;
 
 private:
+    NodeHealth();
+
+    LumPalMetrics::Counter_t notificationsFailed{"lumconf_notifications_failed_total",
+                                                 "Events that did not reach a consumer, or had none."};
+    LumPalMetrics::Counter_t mergesFailed{"lumconf_settings_merge_failures_total",
+                                          "Times that the settings policies were not merged."};
     std::atomic<std::size_t> queued{0};
     mutable LumPalThread::PlainMutex_t mutex;
     LumPalStr::String_t broken LUMPAL_GUARDED_BY(mutex);

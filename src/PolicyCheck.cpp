@@ -1,9 +1,11 @@
 #include "PolicyCheck.h"
 
 #include <algorithm>
+#include <set>
 
 #include "AttributeCheck.h"
 #include "LumPalCfgFile.h"
+#include "LumPalPlainFile.h"
 #include "LumPalXml.h"
 #include "Messages.h"
 #include "Names.h"
@@ -23,6 +25,9 @@ namespace {
 
 using Place = PolicyXmlHandler::Place;
 
+/// Of one data file: one that is no settings file at all would be told line by line.
+constexpr std::size_t kMostBadLines = 1000;
+
 /// The checks of one policy, and what they have found.
 class Checker {
 public:
@@ -39,16 +44,21 @@ private:
         }
     }
     void Add(Place place, const Message_t& message, bool isRefused = true) {
-        faults.push_back({place.line, place.column, message, isRefused});
+        faults.push_back({place.line, place.column, message, isRefused, {}});
     }
     bool ReadDocument();
     void CheckValues();
     void CheckSearched(Element element, const char* what, const String_t& name);
     void CheckStatus();
     void CheckData();
+    void CheckOpens(const String_t& name, Place place);
     void CheckNames(const std::vector<String_t>& names);
     void CheckSizes(const std::vector<String_t>& names);
     void CheckSettings(const std::vector<String_t>& names);
+    void CheckSettingsOf(const String_t& name);
+    void AddInFile(const String_t& name, Place place, const Message_t& message) {
+        faults.push_back({place.line, place.column, message, true, name});
+    }
     File_t DataFile(const String_t& name) const { return File_t(File_t(file.GetAbsolutePath()).GetParentFile(), name); }
 
     const File_t file;
@@ -72,12 +82,14 @@ bool IsThere(const File_t& file) {
 }
 
 bool StandsBefore(const PolicyFault& a, const PolicyFault& b) {
+    if (a.file.IsEmpty() != b.file.IsEmpty()) return a.file.IsEmpty();
+    if (a.file.IsNotEmpty()) return false;  // as they were found
     if ((a.line == 0) != (b.line == 0)) return b.line == 0;
     return a.line != b.line ? a.line < b.line : a.column < b.column;
 }
 
 bool IsSame(const PolicyFault& a, const PolicyFault& b) {
-    return a.line == b.line && a.column == b.column &&
+    return a.file == b.file && a.line == b.line && a.column == b.column &&
            a.message.Format(LumPalMsg::BareText) == b.message.Format(LumPalMsg::BareText);
 }
 
@@ -164,9 +176,15 @@ void Checker::CheckNames(const std::vector<String_t>& names) {
         Try(place, [&] { CheckDataFileName(names[i]); });
         if (faults.size() > before) continue;
         good.push_back(names[i]);
-        if (!IsThere(DataFile(names[i]))) Add(place, Make(msg::DataFileAbsent, Shown(names[i])));
+        CheckOpens(names[i], place);
     }
     Try(handler.GetPlace(Element::Files), [&] { CheckDataFileNames(good); });
+}
+
+/// An install opens it too, also where it has no size.
+void Checker::CheckOpens(const String_t& name, Place place) {
+    if (!IsThere(DataFile(name))) return Add(place, Make(msg::DataFileAbsent, Shown(name)));
+    Try(place, [&] { LumPalIo::OpenPlainFile(DataFile(name)); });
 }
 
 void Checker::CheckSizes(const std::vector<String_t>& names) {
@@ -187,13 +205,25 @@ void Checker::CheckSizes(const std::vector<String_t>& names) {
 
 /// As the node merges them: one bad line, and it keeps the settings that it has.
 void Checker::CheckSettings(const std::vector<String_t>& names) {
+    std::set<String_t> looked;
     for (const String_t& name : names) {
-        if (!IsPlainName(name) || !IsThere(DataFile(name))) continue;
-        Try({}, [&] {
-            const LumPalIo::FileInputStream_t stream(DataFile(name).GetAbsolutePath());
-            LumPalConfig::ConfigGroup_t group;
-            LumPalCfgFile::ConfigReader_t::Load(stream, group, DataFile(name).GetAbsolutePath());
-        });
+        if (IsPlainName(name) && IsThere(DataFile(name)) && looked.insert(name).second) CheckSettingsOf(name);
+    }
+}
+
+/// What cannot be opened is told already.
+void Checker::CheckSettingsOf(const String_t& name) {
+    LumPalIo::InputStream_t stream;
+    try {
+        stream = LumPalIo::OpenPlainFile(DataFile(name));
+    } catch (const LumPalMsg::Exception_t&) {
+        return;
+    }
+    try {
+        for (const auto& bad : LumPalCfgFile::ConfigReader_t::FindBadLines(stream, kMostBadLines, Shown(name)))
+            AddInFile(name, {static_cast<int>(bad.line), static_cast<int>(bad.column)}, bad.message);
+    } catch (const LumPalMsg::Exception_t& e) {
+        AddInFile(name, {}, e.GetMessageList().GetMessage(0));
     }
 }
 

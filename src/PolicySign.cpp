@@ -9,6 +9,7 @@
 #include "LumPalWhole.h"
 #include "LumPalXml.h"
 #include "LumSecCore.h"
+#include "LumSecPki.h"
 #include "MessageNumbers.h"
 #include "Messages.h"
 #include "Names.h"
@@ -25,6 +26,7 @@ using LumPalIo::File_t;
 using LumPalMsg::Exception_t;
 using LumPalMsg::RuntimeException_t;
 using LumPalStr::String_t;
+using LumSecCore::Key;
 using HeaderPtr = LumPalPtr::RefPtr_t<PolicyHeaderImpl>;
 
 namespace {
@@ -36,7 +38,7 @@ static_assert(msg::CoreIdEmpty.id == kCoreIdEmpty && msg::SignKeyStoreErrors.id 
 /// Whose key signs.
 struct Signer {
     LumSecCore::X509Certificate certificate;
-    LumSecCore::Key key;
+    Key key;
 };
 
 void CheckFile(const File_t& file) {
@@ -67,6 +69,13 @@ void DropFormerSignatures(const File_t& file, PolicyHeaderImpl& header) {
     }
 }
 
+/// What another key signs, nobody can prove. Only a key whose installation was interrupted lies elsewhere.
+Key BelongingKey(const String_t& alias, const Key& key, const LumSecCore::X509Certificate& certificate) {
+    if (LumSecPki::Match(certificate, key)) return key;
+    const std::string pem = LumSecCore::OwnPair::Load(alias).key;
+    return LumSecPki::ReadPrivateKey(CharArray_t(pem.data(), pem.size()));
+}
+
 /// The certificate beside the private key: a trusted one of the same name is somebody else's.
 Signer FindSigner(const File_t& file, const CharArray_t& alias) {
     try {
@@ -75,6 +84,7 @@ Signer FindSigner(const File_t& file, const CharArray_t& alias) {
         Signer signer;
         store.GetOwnCertificate(name, signer.certificate);
         store.GetPrivateKey(name, signer.key);
+        signer.key = BelongingKey(name, signer.key, signer.certificate);
         return signer;
     } catch (const Exception_t& e) {
         throw Because<LumSecCore::KeyStoreException>(msg::SignKeyStoreErrors, file.GetAbsolutePath(), e);

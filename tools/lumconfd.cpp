@@ -5,7 +5,6 @@
 #include <functional>
 #include <iostream>
 #include <memory>
-#include <sstream>
 #include <string>
 
 #include "ConfigServer.h"
@@ -22,8 +21,11 @@
 #include "LumVoxMsg.h"
 #include "NodeStatus.h"
 #include "common/ClusterProduct.h"
+#include "common/NodeAccess.h"
 #include "common/ProgramName.h"
+#include "common/Said.h"
 #include "common/StandardOutput.h"
+#include "common/Usage.h"
 #include "common/Utf8Arguments.h"
 #include "lumconfd/ConfigCheck.h"
 #include "lumconfd/ExpiryWatch.h"
@@ -42,14 +44,17 @@ using LumPalStr::String_t;
 /// A part of the five seconds in which the daemon stops.
 constexpr std::chrono::milliseconds kTimeForMonitor(2000);
 
-enum ExitCode { kDone = 0, kFailed = 1, kWrongUsage = 2, kAlreadyRunning = 3 };
+enum ExitCode { kDone = 0, kFailed = 1, kWrongUsage = 2, kAlreadyRunning = 3, kRefused = 5 };
 
 int Fail(ExitCode code, const std::string& reason) {
-    // Lines of a reason are lines of the journal, each with its mark.
-    std::istringstream lines("lumconfd: " + reason);
-    for (std::string line; std::getline(lines, line);)
-        std::cerr << LumPalConsole::JournalMark(LumPalConsole::Priority::Error) << line << "\n";
+    lumtools::Say(LumPalConsole::Priority::Error, reason);
     return code;
+}
+
+/// What failed while this user may not look into the node failed for that.
+int FailFor(const std::exception& e) {
+    if (!lumtools::IsNodeClosed()) return Fail(kFailed, e.what());
+    return Fail(kRefused, lumtools::ClosedNodeText() + "\n" + e.what());
 }
 
 LumVoxMsg::Messenger MakeMessenger() {
@@ -127,8 +132,8 @@ int Serve(const LumPalRuntime::Signals_t& signals) {
     const auto reload = [&] { Reload(server, messenger, expiryWatch); };
     lumconfd::TrustReload trustReload(reload);
     lumconfd::MonitorKeeper monitorKeeper;
-    std::cerr << LumPalConsole::JournalMark(LumPalConsole::Priority::Info) << "lumconfd: serving the node in "
-              << Dir_t::Path(LumPalRuntime::Root).ToUtf8() << " on port " << server.GetPort() << std::endl;
+    lumtools::Say(LumPalConsole::Priority::Info, "serving the node in " + Dir_t::Path(LumPalRuntime::Root).ToUtf8() +
+                                                     " on port " + std::to_string(server.GetPort()));
     LumPalRuntime::NotifyServiceManager("READY=1");
     WaitForStop(reload, signals);
     LumPalRuntime::NotifyServiceManager("STOPPING=1");
@@ -191,22 +196,20 @@ int main(int argc, char** argv) {
     app.footer(
         "Runs in the foreground. SIGTERM and SIGINT stop it, SIGHUP takes up changed rights and keys.\n"
         "Exit codes: 0 stopped as asked, 1 failed (--status: nobody serves, or something is wrong), 2 wrong usage,\n"
-        "3 another daemon serves this root, 5 --status: this user has no right, 130 and 143 --status was ended.");
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& e) {
-        if (app.exit(e) != 0) return kWrongUsage;
-        return lumtools::IsOutputWritten() ? kDone : kFailed;
-    }
+        "3 another daemon serves this root, 5 this user may not read the root, or --status: has no right, 130 and 143\n"
+        "--status was ended.");
+    if (const auto end = lumtools::EndOfArguments(app, argc, argv)) return *end;
     try {
         if (!root.empty()) Dir_t::SetRoot(LumPalIo::File_t(String_t::FromUtf8(root)).GetAbsolutePath());
-        if (checkConfig)
+        if (checkConfig) {
+            lumtools::RequireOpenNode();  // else each of its files would be a problem of its own
             return lumconfd::CheckConfiguration(std::cout) && lumtools::IsOutputWritten() ? kDone : kFailed;
+        }
         if (tellStatus) return Told(status.Run());
         LumPalRuntime::KeepNoLargeBlocks();
         const LumPalRuntime::Signals_t signals;
         return Run(signals);
     } catch (const std::exception& e) {
-        return Fail(kFailed, e.what());
+        return FailFor(e);
     }
 }

@@ -8,17 +8,21 @@
 #include <thread>
 
 #include "LumPalCmd.h"
+#include "LumPalConsole.h"
 #include "LumPalDaemon.h"
 #include "LumPalMsg.h"
 #include "LumPalRuntime.h"
 #include "common/Program.h"
 #include "common/ProgramName.h"
+#include "common/Said.h"
 #include "common/StandardOutput.h"
+#include "common/Usage.h"
 #include "common/Utf8Arguments.h"
 #include "lumevents/Listener.h"
 
 namespace {
 
+using LumPalConsole::Priority;
 using LumPalStr::String_t;
 
 constexpr int kExitFailed = 1;
@@ -55,7 +59,7 @@ void Print(const Choices& choices, const String_t& event, const String_t& value)
     std::cout << OneLine(event.ToUtf8()) << tail << std::endl;
 }
 
-/// A command that still runs when this program is to end is ended too, with all that it has started.
+/// A command that still runs when this program is to end is ended too, with its process group.
 int CodeOf(const LumPalCmd::Process_t& process) try {
     return process.WaitFor();
 } catch (const LumPalCmd::StoppingException_t&) {
@@ -71,7 +75,8 @@ void RunCommand(const Choices& choices, const String_t& event, const String_t& v
     LumPalCmd::Command_t command = CommandFor(choices);
     command.RedirectInput(LumPalCmd::Null).PutEnv("LUM_EVENT", event).PutEnv("LUM_VALUE", value);
     const int code = CodeOf(command.EndOnStop().EndWithParent().Execute());
-    if (code != 0 && !choices.listen.quiet) std::cerr << "lumevents: the command ended with " << code << std::endl;
+    if (code != 0 && !choices.listen.quiet)
+        lumtools::Say(Priority::Warning, "the command ended with " + std::to_string(code));
 }
 
 /// @return whether the event is done
@@ -84,7 +89,7 @@ bool Handle(const Choices& choices, const String_t& event, const String_t& value
     } catch (const LumPalCmd::StoppingException_t&) {
         return false;
     } catch (const LumPalMsg::Exception_t& failure) {
-        std::cerr << "lumevents: " << failure.what() << std::endl;
+        lumtools::Say(Priority::Error, failure.what());
     }
     return true;
 }
@@ -104,6 +109,10 @@ std::string WhyNoCommand(const std::string& line) try {
     return "";
 } catch (const LumPalMsg::Exception_t& e) {
     return e.what();
+}
+
+std::string IsNotEmpty(const std::string& event) {
+    return event.empty() ? "an event's name is empty" : "";
 }
 
 /// What is wrong with a number of events, empty when nothing is.
@@ -133,14 +142,16 @@ void Describe(CLI::App& app, Choices& choices) {
         ->check(CLI::Range(1, 86400))
         ->type_name("SECONDS");
     app.add_option("EVENT", choices.listen.events, "Event to listen for; a \"*\" at its end stands for any rest")
-        ->required();
+        ->required()
+        ->check(IsNotEmpty);
     // The completion reads the events from here.
     app.footer(
         "Events of policies: FIRST_POLICY:TYPE, CHECK_POLICY:TYPE, ENABLE_POLICY:TYPE, DISABLE_POLICY:TYPE,\n"
         "REMOVE_POLICY:TYPE and LAST_POLICY:TYPE.\n"
         "Prints one line per event, the event and its value, and acknowledges it. When the daemon is started anew it\n"
         "registers again and says so: events in between are missed.\n"
-        "Ends with 0 when --count is reached and on SIGINT or SIGTERM (a command that still runs is ended too),\n"
+        "Ends with 0 when --count is reached and on SIGINT or SIGTERM (a command that still runs is ended\n"
+        "too, with its process group),\n"
         "with 1 when the control service cannot be reached, with 2 for wrong usage and a command that cannot be "
         "started.");
 }
@@ -159,7 +170,7 @@ int Run(const Choices& choices) try {
     if (!choices.root.empty()) LumPalRuntime::Dir_t::SetRoot(String_t::FromUtf8(choices.root));
     return Listen(choices) ? 0 : kExitFailed;
 } catch (const LumPalMsg::Exception_t& failure) {
-    std::cerr << "lumevents: " << failure.what() << std::endl;
+    lumtools::Say(Priority::Error, failure.what());
     return kExitFailed;
 }
 
@@ -174,12 +185,7 @@ int main(int argc, char** argv) {
     choices.listen.name = OwnName();
     CLI::App app("Listens to the events of the node's control service.", "lumevents");
     Describe(app, choices);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& e) {
-        if (app.exit(e) != 0) return kExitWrongUsage;
-        return lumtools::IsOutputWritten() ? 0 : kExitFailed;
-    }
+    if (const auto end = lumtools::EndOfArguments(app, argc, argv)) return *end;
     if (choices.timeoutSeconds > 0) choices.listen.patience = std::chrono::seconds(choices.timeoutSeconds);
     lumtools::EndNow(Run(choices));
 }

@@ -8,6 +8,8 @@ const char* const kUsage =
     "usage: lumpolicy COMMAND [OPTION...]\n"
     "  install FILE...              install policies, or replace installed ones\n"
     "  apply FILE|FOLDER...         make nodes have these policies\n"
+    "  export DIR                   write policies of a node into a new folder\n"
+    "  import DIR                   put what was exported onto nodes\n"
     "  list, show                   list installed policies, show them in full\n"
     "  remove, enable, disable      do that to selected policies\n"
     "  set-owner OWNER              give them to an owner\n"
@@ -34,7 +36,7 @@ const lumtools::Program kProgram{
     kUsage,
     kExitCodes,
     {lumpolicy::AddInstall, lumpolicy::AddQueries, lumpolicy::AddChanges, lumpolicy::AddNodeWork, lumpolicy::AddApply,
-     lumpolicy::AddStatus, lumpolicy::AddLocal, lumpolicy::AddTrust}};
+     lumpolicy::AddExport, lumpolicy::AddStatus, lumpolicy::AddLocal, lumpolicy::AddTrust}};
 
 }  // namespace
 

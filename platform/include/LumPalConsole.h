@@ -14,12 +14,16 @@ enum class Stream { Output, Error };
 LUMPAL_API bool IsTerminal(Stream stream);
 
 /// Columns of the terminal that the stream goes to: what the terminal says, else the environment's COLUMNS, else 80;
-/// at least 40. 0 when the stream goes to no terminal. Any thread.
+/// at least 1. 0 when the stream goes to no terminal. Any thread.
 LUMPAL_API int Columns(Stream stream);
 
 /// Lines of that terminal: what it says, else the environment's LINES, else 24; at least 2. 0 when the stream goes to
 /// no terminal. Any thread.
 LUMPAL_API int Rows(Stream stream);
+
+/// Columns that a code point takes on a terminal: 2 where East Asian texts set it wide (UAX #11), as emoji; 0 for marks
+/// that stand on what is before them and for format characters that are not seen; else 1. Any thread.
+LUMPAL_API int ColumnsOf(char32_t point) noexcept;
 
 /// How urgent a line is, by the numbers of syslog(3).
 enum class Priority { Error = 3, Warning = 4, Info = 6 };

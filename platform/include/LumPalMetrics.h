@@ -31,6 +31,9 @@ public:
     /// @param name  of Prometheus: letters, digits and "_", ending in "_total"; one that no other object bears
     /// @param help  a sentence for people
     Counter_t(const char* name, const char* help);
+    /// It is told from now on as 0, for a counter without labels: a first event that is the first to be told is no
+    /// growth to whoever watches. Without memory for it nothing happens.
+    void BeginAtZero() noexcept;
     /// Adds one. Without memory for a combination that is new it is not counted.
     void Add(const Labels& labels = {}) noexcept;
 

@@ -36,6 +36,8 @@ struct LUMPAL_API NodeIdentity {
     /// @throws KeyStoreException when a certificate counts as installed and the core id is no alias
     ///         or a file of it is missing
     static NodeIdentity Load();
+    /// The trusted paths alone, also where the rest cannot be loaded.
+    static std::vector<LumPalStr::String_t> FindTrusted();
     /// @throws KeyStoreException naming a file that a server would not take: broken, of another key, or too weak; also
     ///         the list of revoked certificates
     void RequireUsable() const;

@@ -34,6 +34,9 @@ LUMPAL_API LumPalArray::CharArray_t ToPem(const LumSecCore::Key& privateKey);
 LUMPAL_API bool Match(const LumSecCore::X509Certificate& certificate, const LumSecCore::Key& privateKey);
 /// As X509Certificate::MayIssue.
 LUMPAL_API bool IsAuthority(const LumSecCore::X509Certificate& certificate);
+/// Why the TLS library lets nobody in whom this trusted certificate vouches for: its key is too short, or, unless it
+/// signed itself, its signature has too weak a digest. Empty when it is strong enough. @throws std::bad_alloc
+LUMPAL_API LumPalStr::String_t WhyTooWeak(const LumSecCore::X509Certificate& certificate);
 /// Whether it lists the host among its names or addresses (RFC 5280, 4.2.1.6), as a client who connects there demands;
 /// the common name is none of them.
 LUMPAL_API bool NamesHost(const LumSecCore::X509Certificate& certificate, const LumPalStr::String_t& host);

@@ -5,11 +5,13 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "LumPalConfig.h"
 #include "LumPalExport.h"
 #include "LumPalMsg.h"
 #include "LumPalStr.h"
+#include "LumSecCore.h"
 #include "LumVoxCore.h"
 
 namespace LumVoxMsg {
@@ -56,6 +58,8 @@ struct Page {
     std::function<bool(const PageReader&)> mayRead;
     /// The document. On a worker's thread, several at once; what it throws is logged and answered with 500.
     std::function<std::string()> read;
+    /// Whether there is a document for now; else a reader is answered with 503. None: always. As `read`.
+    std::function<bool()> isReady{};
 };
 
 /// A handle; copies share one messenger. The first registered handler opens the port;
@@ -118,6 +122,9 @@ public:
     bool IsServing() const;
     /// The bound port; 0 when not serving. (A configured port 0 takes a free one.)
     unsigned GetPort() const;
+    /// The certificate that the port shows, with the chain behind it, whatever the configuration says by now; none when
+    /// it is served plain, or not at all.
+    std::vector<LumSecCore::X509Certificate> GetCertificates() const;
     /// Takes a changed key, certificate and trust for new connections; those in flight go on.
     void ReloadIdentity();
 

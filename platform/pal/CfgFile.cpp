@@ -28,15 +28,22 @@ String_t ToString(std::u16string_view text) {
     return {text.data(), static_cast<std::uint32_t>(text.size())};
 }
 
+/// What ends the reading of one line.
+struct Refusal {
+    const char* reason;
+};
+
 /// Reads lines into a group of its own, so that a bad line leaves the caller's group as it was.
 class Parser {
 public:
-    explicit Parser(const String_t& source) : source(source) {}
-    void Parse(std::string_view text);
+    /// @param take  called as take(number, bytes, reason) for a line that is refused; false ends the work
+    template <class Take>
+    void Parse(std::string_view text, Take take);
     ConfigGroup_t& GetGroup() noexcept { return group; }
 
 private:
-    [[noreturn]] void Fail(const char* reason) const;
+    [[noreturn]] static void Fail(const char* reason) { throw Refusal{reason}; }
+    void SkipNamespace(std::string_view bytes);
     void Decode(std::string_view bytes);
     void ParseLine(std::string_view bytes);
     void ParseNamespace(std::u16string_view text);
@@ -44,7 +51,6 @@ private:
     std::u16string_view Plain(std::u16string_view text);
     String_t Name(std::u16string_view text);
 
-    const String_t& source;
     unsigned long lineNumber = 0;
     std::u16string line, plain;  // used again for each line
     bool hasEscapes = false;     // the line
@@ -52,19 +58,27 @@ private:
     ConfigGroup_t group;
 };
 
-void Parser::Fail(const char* reason) const {
-    const String_t name = source.IsEmpty() ? String_t("the configuration") : source;
-    // The line itself is not shown: what it holds may be a secret.
-    throw SyntaxException_t(LumPalMsg::CreateError_t("Line %1 of '%2' %3.")
-                            << LumPalStr::NumToStr(lineNumber) << name << reason);
+constexpr std::string_view kBlanks = " \t";
+
+/// The settings below a namespace that cannot be read are not those of the one before it.
+void Parser::SkipNamespace(std::string_view bytes) {
+    const std::size_t first = bytes.find_first_not_of(kBlanks);
+    if (first != bytes.npos && bytes[first] == '[') current = Configuration_t(String_t("skipped"));
 }
 
-void Parser::Parse(std::string_view text) {
+template <class Take>
+void Parser::Parse(std::string_view text, Take take) {
     if (text.substr(0, ByteOrderMark.size()) == ByteOrderMark) text.remove_prefix(ByteOrderMark.size());
     while (!text.empty()) {
         const std::size_t end = text.find('\n');
+        const std::string_view bytes = text.substr(0, end);
         ++lineNumber;
-        ParseLine(text.substr(0, end));
+        try {
+            ParseLine(bytes);
+        } catch (const Refusal& refusal) {
+            if (!take(lineNumber, bytes, refusal.reason)) return;
+            SkipNamespace(bytes);
+        }
         text = end == std::string_view::npos ? std::string_view() : text.substr(end + 1);
     }
 }
@@ -174,16 +188,60 @@ void RefuseTooLarge(const String_t& source) {
                                   << source << static_cast<unsigned>(kLargestFile >> 20));
 }
 
+namespace {
+
+String_t NameOf(const String_t& source) {
+    return source.IsEmpty() ? String_t("the configuration") : source;
+}
+
+/// All bytes of a stream.
+class WholeText {
+public:
+    WholeText(LumPalIo::InputStream_t stream, const String_t& source) {
+        // Settings of many policies are merged from memory: no copy of each.
+        auto* const peekable = dynamic_cast<LumPalIo::PeekableInput*>(stream.GetImpl().get());
+        kept = peekable ? peekable->TakeRest() : std::nullopt;
+        if (!kept) read = LumPalIo::ReadWhole(stream, kLargestFile);
+        if (!kept && !read) RefuseTooLarge(source);
+    }
+    std::string_view Get() const { return kept ? *kept : read->View(); }
+
+private:
+    std::optional<std::string_view> kept;
+    std::optional<LumPalArray::CharArray_t> read;
+};
+
+}  // namespace
+
 void ConfigReader_t::Load(LumPalIo::InputStream_t stream, ConfigGroup_t& group, const String_t& source) {
-    // Settings of many policies are merged from memory: no copy of each.
-    auto* const peekable = dynamic_cast<LumPalIo::PeekableInput*>(stream.GetImpl().get());
-    const std::optional<std::string_view> kept = peekable ? peekable->TakeRest() : std::nullopt;
-    const std::optional<LumPalArray::CharArray_t> read =
-        kept ? LumPalArray::CharArray_t() : LumPalIo::ReadWhole(stream, kLargestFile);
-    if (!read) RefuseTooLarge(source);
-    Parser parser(source);
-    parser.Parse(kept ? *kept : read->View());
+    const WholeText text(stream, source);
+    Parser parser;
+    parser.Parse(text.Get(), [&](unsigned long number, std::string_view, const char* reason) -> bool {
+        // The line itself is not shown: what it holds may be a secret.
+        throw SyntaxException_t(LumPalMsg::CreateError_t("Line %1 of '%2' %3.")
+                                << LumPalStr::NumToStr(number) << NameOf(source) << reason);
+    });
     group.MoveIn(parser.GetGroup());
+}
+
+std::vector<BadLine_t> ConfigReader_t::FindBadLines(LumPalIo::InputStream_t stream, std::size_t most,
+                                                    const String_t& source) {
+    const WholeText text(stream, source);
+    std::vector<BadLine_t> found;
+    const auto take = [&](unsigned long number, std::string_view bytes, const char* reason) {
+        if (found.size() == most) {
+            found.push_back({0, 0, LumPalMsg::CreateError_t("More lines of '%1' are refused.") << NameOf(source)});
+            return false;
+        }
+        const unsigned long column = bytes.find_first_not_of(kBlanks) + 1;
+        found.push_back({number, column,
+                         LumPalMsg::CreateError_t("Line %1, column %2 of '%3' %4.")
+                             << LumPalStr::NumToStr(number) << LumPalStr::NumToStr(column) << NameOf(source)
+                             << reason});
+        return true;
+    };
+    Parser().Parse(text.Get(), take);
+    return found;
 }
 
 void ConfigWriter_t::Write(LumPalIo::OutputStream_t stream, const ConfigGroup_t& group) {

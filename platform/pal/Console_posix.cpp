@@ -15,7 +15,7 @@ namespace LumPalConsole {
 
 namespace {
 
-constexpr int kUsual = 80, kLeast = 40, kMost = 1000;
+constexpr int kUsual = 80, kLeast = 1, kMost = 1000;
 constexpr int kUsualRows = 24, kLeastRows = 2;
 
 int Descriptor(Stream stream) {

@@ -57,6 +57,10 @@ Everything& TheMetrics() {
 Counter_t::Counter_t(const char* name, const char* help)
     : family(&prometheus::BuildCounter().Name(name).Help(help).Register(TheMetrics().registry)) {}
 
+void Counter_t::BeginAtZero() noexcept {
+    Guarded([&] { static_cast<prometheus::Family<prometheus::Counter>*>(family)->Add({}); });
+}
+
 void Counter_t::Add(const Labels& labels) noexcept {
     Guarded([&] { static_cast<prometheus::Family<prometheus::Counter>*>(family)->Add(labels).Increment(); });
 }

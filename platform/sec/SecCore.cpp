@@ -47,16 +47,6 @@ String_t KeyFile(const String_t& coreId) {
     return ExistingFile(waits ? "requested" : "own", name);
 }
 
-std::vector<String_t> TrustedFiles() {
-    std::vector<String_t> paths;
-    const File_t folder(KeyStoreDirectory() + "trusted");
-    if (!folder.IsDirectory()) return paths;
-    DirLister_t lister(folder, DirLister_t::Filter_t::Suffix(".pem"));
-    while (lister.Next()) paths.push_back(lister.GetCurrentFile().ToString());
-    std::sort(paths.begin(), paths.end());
-    return paths;
-}
-
 void RequireAlias(const String_t& coreId) {
     if (coreId.IsEmpty()) {
         throw KeyStoreException(
@@ -83,12 +73,22 @@ String_t KeyStoreDirectory() {
     return LumPalRuntime::Dir_t::Path(LumPalRuntime::Etc, "keystore");
 }
 
+std::vector<String_t> NodeIdentity::FindTrusted() {
+    std::vector<String_t> paths;
+    const File_t folder(KeyStoreDirectory() + "trusted");
+    if (!folder.IsDirectory()) return paths;
+    DirLister_t lister(folder, DirLister_t::Filter_t::Suffix(".pem"));
+    while (lister.Next()) paths.push_back(lister.GetCurrentFile().ToString());
+    std::sort(paths.begin(), paths.end());
+    return paths;
+}
+
 NodeIdentity NodeIdentity::Load() {
     NodeIdentity identity;
     identity.coreId = LumPalConfig::ConfigNamespace_t(LumPalKeys::NsSecCore).Open().GetValue(LumPalKeys::CoreIdKey);
     identity.certificateInstalled =
         LumPalConfig::ConfigNamespace_t(LumPalKeys::NsSecCmCert).Open().GetBool(LumPalKeys::CertInstalledKey);
-    identity.trustedPaths = TrustedFiles();
+    identity.trustedPaths = FindTrusted();
     if (!identity.certificateInstalled) return identity;
     RequireAlias(identity.coreId);
     identity.certificatePath = ExistingFile("own", identity.coreId + ".pem");

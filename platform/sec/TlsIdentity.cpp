@@ -222,6 +222,20 @@ void ConfigureServer(ssl_ctx_st* context, const NodeIdentity& identity) {
     SetMark(context, identity.coreId);
 }
 
+std::vector<X509Certificate> ShownCertificates(ssl_ctx_st* context) {
+    std::vector<X509Certificate> shown;
+    const auto add = [&shown](X509* certificate) {
+        if (X509_up_ref(certificate) == 1) shown.push_back(MakeCertificate(CryptoPtr<X509>(certificate)));
+    };
+    X509* const own = SSL_CTX_get0_certificate(context);
+    if (!own) return shown;
+    add(own);
+    STACK_OF(X509)* chain = nullptr;
+    SSL_CTX_get0_chain_certs(context, &chain);
+    for (int i = 0; i < sk_X509_num(chain); ++i) add(sk_X509_value(chain, i));
+    return shown;
+}
+
 void NodeIdentity::RequireUsable() const {
     const Context context = NewContext();
     ERR_clear_error();
@@ -302,3 +316,14 @@ std::string WhyNobody(const x509_st* certificate, const NodeIdentity& node) {
 }
 
 }  // namespace LumSecCore
+
+LumPalStr::String_t LumSecPki::WhyTooWeak(const LumSecCore::X509Certificate& certificate) {
+    using namespace LumSecCore;
+    if (certificate.IsNull()) return {};
+    const Context context = NewContext();
+    ERR_clear_error();
+    if (SSL_CTX_add1_chain_cert(context.get(), certificate.GetImpl()->certificate.get()) == 1) return {};
+    const bool isOfKey = ERR_GET_REASON(ERR_peek_last_error()) == SSL_R_CA_KEY_TOO_SMALL;
+    const LumPalStr::String_t reason = LastReason();
+    return isOfKey ? LumPalStr::String_t("its key is too short") : reason;
+}

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <string>
+#include <vector>
 
 #include "LumSecCore.h"
 
@@ -21,6 +22,9 @@ namespace LumSecCore {
 /// Whoever is revoked (RevocationList) is refused likewise.
 /// @throws KeyStoreException naming the file that cannot be used
 void ConfigureServer(ssl_ctx_st* context, const NodeIdentity& identity);
+
+/// The certificate that a context shows, with the chain behind it; none for a context without.
+std::vector<X509Certificate> ShownCertificates(ssl_ctx_st* context);
 
 /// Whether a client that was let in still would be: neither its certificate nor one above it has ended, and the trusted
 /// ones of the context vouch for it. A client without a certificate has nothing to lose.

@@ -1,6 +1,7 @@
 #include "HttpServer.h"
 
 #include "HttpServerCore_beast.h"
+#include "TlsIdentity.h"
 
 namespace LumVoxMsg {
 
@@ -19,6 +20,10 @@ void HttpServer::Bind(const std::string& address, unsigned port) {
 }
 unsigned HttpServer::GetPort() const noexcept {
     return core->port;
+}
+std::vector<LumSecCore::X509Certificate> HttpServer::GetCertificates() const {
+    const auto tls = core->GetTls();
+    return tls ? LumSecCore::ShownCertificates(tls->native_handle()) : std::vector<LumSecCore::X509Certificate>();
 }
 void HttpServer::StopAccepting() {
     core->StopAccepting();

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "Blocks.h"
 #include "HttpLimits.h"
@@ -91,6 +92,8 @@ public:
     void Start();
     /// The bound port.
     unsigned GetPort() const noexcept;
+    /// The certificate that new connections are shown, with the chain behind it; none when they are plain.
+    std::vector<LumSecCore::X509Certificate> GetCertificates() const;
     /// Takes no memory. Closes the port and every connection that waits for or receives a request; a request that has
     /// arrived whole is still answered. No request reaches the handler after it returns.
     void StopAccepting();

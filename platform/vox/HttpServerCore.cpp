@@ -26,11 +26,19 @@ LumPalNet::ConnectException_t CannotListen(const tcp::endpoint& endpoint, const 
                                          << String_t::FromUtf8(error.message()));
 }
 
+LumPalMetrics::Counter_t& FailedHandshakes() {
+    static LumPalMetrics::Counter_t failed("lumconf_tls_handshakes_failed_total",
+                                           "Connections that ended before their TLS handshake was done.");
+    failed.BeginAtZero();
+    return failed;
+}
+
 }  // namespace
 
 HttpServer::Core::Core(const HttpLimits& limits, HttpHandler& handler)
     : limits(limits),
       handler(handler),
+      handshakesFailed(FailedHandshakes()),
       admission(limits.connections, limits.addressConnections),
       // Callers that proved nothing have a share of their own, so that they cannot keep others out.
       namedBudget(std::make_shared<MemoryBudget>(limits.allBodiesBytes / 4 * 3)),

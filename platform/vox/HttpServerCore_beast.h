@@ -15,6 +15,7 @@
 #include "Admission.h"
 #include "HttpServer.h"
 #include "Lane_beast.h"
+#include "LumPalMetrics.h"
 #include "LumPalPlainMutex.h"
 
 namespace LumVoxMsg {
@@ -44,6 +45,7 @@ public:
 
     const HttpLimits limits;
     HttpHandler& handler;
+    LumPalMetrics::Counter_t& handshakesFailed;  ///< of the process
     Admission admission;
     const std::shared_ptr<MemoryBudget> namedBudget, namelessBudget;
     std::atomic<bool> closing{false};

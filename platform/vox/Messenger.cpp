@@ -87,6 +87,11 @@ unsigned Messenger::Impl::GetPort() {
     return server && !closed ? server->GetPort() : 0;
 }
 
+std::vector<LumSecCore::X509Certificate> Messenger::Impl::GetCertificates() {
+    const auto open = GetServer();
+    return open ? open->GetCertificates() : std::vector<LumSecCore::X509Certificate>();
+}
+
 void Messenger::Impl::ReloadIdentity() {
     if (const auto serving = GetServer()) serving->ReloadIdentity();
 }
@@ -128,6 +133,10 @@ bool Messenger::IsServing() const {
 
 unsigned Messenger::GetPort() const {
     return GetImpl() ? GetImpl()->GetPort() : 0;
+}
+
+std::vector<LumSecCore::X509Certificate> Messenger::GetCertificates() const {
+    return GetImpl() ? GetImpl()->GetCertificates() : std::vector<LumSecCore::X509Certificate>();
 }
 
 void Messenger::ReloadIdentity() {

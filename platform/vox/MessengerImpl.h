@@ -31,6 +31,7 @@ public:
     void StopReceiving();
     void Close();
     unsigned GetPort();
+    std::vector<LumSecCore::X509Certificate> GetCertificates();
     void ReloadIdentity();
 
 private:

@@ -310,6 +310,7 @@ void MessengerServer::Describe(Route& route, const HttpRequest& request, const H
 
 void MessengerServer::Show(const std::shared_ptr<Route>& route, const HttpRequest& request, const HttpReply& reply) {
     route->PoolFor(request.sender).Submit([this, &page = *route->page, reader = ReaderOf(request), reply] {
+        if (page.isReady && !page.isReady()) return reply(Error(503, "The node is not ready."));
         bool allowed = true;
         Access::Response response = Handled(page.path, [&](Access::Response& unfinished) {
             allowed = page.isOpenTo(reader) || page.mayRead(reader);

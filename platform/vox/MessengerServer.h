@@ -31,6 +31,8 @@ public:
     /// @throws LumPalNet::ConnectException_t, LumSecCore::KeyStoreException, LumPalIo::IOException_t
     void Open();
     unsigned GetPort() const noexcept { return http.GetPort(); }
+    /// As Messenger::GetCertificates.
+    std::vector<LumSecCore::X509Certificate> GetCertificates() const { return http.GetCertificates(); }
     /// As Messenger::ReloadIdentity.
     void ReloadIdentity();
     /// As Messenger::TellOfRefusals.

@@ -5,7 +5,6 @@
 #include <sstream>
 
 #include "FreedMemory.h"
-#include "LumPalMetrics.h"
 #include "LumPalStr.h"
 
 namespace LumVoxMsg {
@@ -55,9 +54,7 @@ void Session::Start() {
 void Session::OnOpened(error_code error, std::size_t) {
     core.handshakeLog.LogRest();
     if (error) {
-        static LumPalMetrics::Counter_t failed("lumconf_tls_handshakes_failed_total",
-                                               "Connections that ended before their TLS handshake was done.");
-        if (connection->IsTls()) failed.Add();
+        if (connection->IsTls()) core.handshakesFailed.Add();
         if (error.category() == net::error::get_ssl_category())
             core.handshakeLog.Warn("A TLS handshake was refused: %1",
                                    String_t::FromUtf8(peer.address + ": " + connection->WhyRefused(error)));

@@ -14,11 +14,13 @@ namespace LumConf {
 
 /// One thing that is wrong. A value.
 struct LUMCONF_API PolicyFault {
-    /// Where in the header document, from 1; 0 for what has no place there.
+    /// Where in the file, from 1; 0 for what has no place there.
     int line = 0, column = 0;
     LumPalMsg::Message_t message;
     /// false: a node installs it, but it will not do what it looks like.
     bool isRefused = true;
+    /// The data file that it stands in; empty for the header document. Its message names the place by itself.
+    LumPalStr::String_t file;
 };
 
 /// A header document and its data files, held against all that a node demands of them, by the node's own checks. What
@@ -26,12 +28,11 @@ struct LUMCONF_API PolicyFault {
 struct LUMCONF_API PolicyCheck {
     /// As far as it can be read.
     PolicyHeader header;
-    /// In the order of their places, those without a place at the end. Each once.
+    /// In the order of their places, those without a place behind them, those of data files at the end. Each once.
     std::vector<PolicyFault> faults;
 
     /// @param headerFile  the document; the data files lie beside it
     /// @param mostBytes   the largest body of a request that the node takes
-    /// @throws LumPalIo::IOException_t for a data file of a settings policy that cannot be read
     static PolicyCheck Of(const LumPalIo::File_t& headerFile, std::uint64_t mostBytes);
 };
 

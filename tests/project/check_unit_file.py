@@ -31,7 +31,7 @@ WANTED = {
             "Environment": "LUM_ROOT=/var/opt/lum", "Restart": "always", "RestartPreventExitStatus": "2",
             "NoNewPrivileges": "yes",
         },
-        "Install": {"WantedBy": "multi-user.target"},
+        "Install": {"WantedBy": "multi-user.target lumconfd.service"},
     },
 }
 

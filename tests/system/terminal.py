@@ -8,11 +8,23 @@ import struct
 import subprocess
 import termios
 import time
+import unicodedata
+import unittest
 
-from node import PATIENCE_S
+from node import DONE, PATIENCE_S
 
+JOINED_JAMO = range(0x1160, 0x1200)
 COLOUR = re.compile(r"\x1b\[\d*m")
 CTRL_C = b"\x03"
+# What else of a terminal's own language than colours and a line that is taken back may not be on a screen.
+OTHER_KEYS = re.compile(r"\x1b(?!\[\d*m|\[K)")
+
+
+def columns_of(line):
+    """Columns that a line without control characters takes on a screen."""
+    unseen = ("Mn", "Me", "Cf")
+    return sum(0 if unicodedata.category(char) in unseen or ord(char) in JOINED_JAMO else
+               2 if unicodedata.east_asian_width(char) in "WF" else 1 for char in line)
 
 
 class Terminal:
@@ -68,3 +80,26 @@ class Terminal:
         """What stays on the screen, without colours."""
         plain = COLOUR.sub("", self.shown).replace("\r\n", "\n")
         return [line.split("\r\x1b[K")[-1] for line in plain.split("\n")]
+
+
+class Screens(unittest.TestCase):
+    """Commands that an operator types, each at a terminal of its own; what uses it sets its node."""
+
+    node = None
+
+    def open(self, tool, *arguments, columns=80, **environment):
+        terminal = Terminal(self.node.command(tool, *arguments), self.node.environment(**environment), columns=columns)
+        self.addCleanup(terminal.__exit__)
+        return terminal
+
+    def on_screen(self, tool, *arguments, code=DONE, columns=80, fits=True, **environment):
+        """Types a command. @return what is on the screen when it has ended, with the colours"""
+        terminal = self.open(tool, *arguments, columns=columns, **environment)
+        self.assertEqual(terminal.end(), code, terminal.shown)
+        self.assertNotRegex(terminal.shown, OTHER_KEYS)
+        if fits:
+            self.assertLessEqual(max(map(columns_of, terminal.lines())), columns, terminal.shown)
+        return terminal.shown.replace("\r\n", "\n")
+
+    def plain(self, *words, **keywords):
+        return COLOUR.sub("", self.on_screen(*words, **keywords))

@@ -6,31 +6,20 @@ import os
 import pathlib
 import re
 import shutil
-import subprocess
 import tempfile
 import unittest
 
 import pki
 from machines import BareSystem, Machine, ManagedMachine
 from node import EXAMPLES, PATIENCE_S, ROOT, wait_until, write_policy
+from plays import COLLECTION, Ansible, policy, setting, trust
 from test_packages import make, needed
 
 LONG = bool(os.environ.get("LUM_LONG"))
 BACKUP = EXAMPLES / "7c1f6a52-2d0e-4b39-9d77-0b6f8a1e4c11_header.xml"
-COLLECTION = ROOT / "packaging/ansible"
+# In an order in which they could not be installed one by one.
+INSTALLED = ("lumconf", "liblumconf1")
 MODULES = ("lum_policy", "lum_setting", "lum_trust")
-
-
-class Played:
-    """What came of a play: its output, and the counts of each host."""
-
-    def __init__(self, done):
-        self.code, self.text = done.returncode, done.stdout + done.stderr
-        self.recap = {host: {word: int(number) for word, number in re.findall(r"(\w+)=(\d+)", counts)}
-                      for host, counts in re.findall(r"^(\S+) +: (ok=.*)$", done.stdout, re.M)}
-
-    def count(self, word):
-        return {host: counts[word] for host, counts in self.recap.items()}
 
 
 class Plays(unittest.TestCase):
@@ -44,20 +33,9 @@ class Plays(unittest.TestCase):
         cls.packages = make(cls.folder / "packages")
         cls.system = BareSystem("python3", "python3-apt", "apt", *needed(cls.packages))
         cls.addClassCleanup(cls.system.close)
-        cls.environment = {"PATH": os.environ["PATH"], "HOME": str(cls.folder), "LANG": "C.UTF-8", "ANSIBLE_NOCOLOR": "1",
-                           "ANSIBLE_COLLECTIONS_PATH": str(cls.folder / "collections"), "ANSIBLE_PIPELINING": "1",
-                           "ANSIBLE_CONNECTION_PLUGINS": str(cls.folder / "connection"), "COLUMNS": "1000"}
         (cls.folder / "connection").mkdir()
         shutil.copy(ROOT / "tests/system/ansible_nsenter.py", cls.folder / "connection/nsenter.py")
-        cls.ansible("ansible-galaxy", "collection", "install", COLLECTION, "-p", cls.folder / "collections")
-
-    @classmethod
-    def ansible(cls, *command):
-        done = subprocess.run([str(word) for word in command], env=cls.environment, cwd=cls.folder, capture_output=True,
-                              text=True, stdin=subprocess.DEVNULL, timeout=20 * PATIENCE_S)
-        if done.returncode not in (0, 2, 4):
-            raise AssertionError(f"{command} ended with {done.returncode}:\n{done.stdout}{done.stderr}")
-        return done
+        cls.ansible = Ansible(cls.folder, ANSIBLE_PIPELINING="1", ANSIBLE_CONNECTION_PLUGINS=str(cls.folder / "connection"))
 
     def setUp(self):
         self.machines = {}
@@ -65,22 +43,18 @@ class Plays(unittest.TestCase):
             self.machines[name] = self.kind(self.system, name)
             self.addCleanup(self.machines[name].close)
         rows = [f"{name} ansible_machine_pid={machine.pid}\n" for name, machine in self.machines.items()]
-        (self.folder / "hosts").write_text("[all:vars]\nansible_connection=nsenter\n"
-                                           "ansible_python_interpreter=/usr/bin/python3\n[all]\n" + "".join(rows))
+        self.hosts = "ansible_connection=nsenter\n[all]\n" + "".join(rows)
 
-    def play(self, *tasks, roles=(), options=(), changed=None, **variables):
+    def play(self, *tasks, changed=None, **keywords):
         """changed: how many tasks of each host must have changed something; then none may have failed."""
-        book = self.folder / "play.yml"
-        book.write_text(json.dumps([{"hosts": "all", "gather_facts": False, "roles": list(roles), "tasks": list(tasks),
-                                     "vars": variables}]))
-        played = Played(self.ansible("ansible-playbook", "-i", self.folder / "hosts", "-v", *options, book))
+        played = self.ansible.play(self.hosts, tasks, **keywords)
         if changed is not None:
             self.assertEqual(played.code, 0, played.text)
             self.assertEqual(played.count("changed"), dict.fromkeys(self.machines, changed), played.text)
         return played
 
-    def set_up(self, **keywords):
-        paths = [str(self.packages[name]) for name in ("liblumconf1", "lumconf")]
+    def set_up(self, packages=None, **keywords):
+        paths = [str((packages or self.packages)[name]) for name in INSTALLED]
         return self.play(roles=["tessel.lumconf.node"], lumconf_packages=paths, **keywords)
 
     def start(self):
@@ -92,19 +66,6 @@ class Plays(unittest.TestCase):
 
     def stop(self, name):
         self.machines[name].run("start-stop-daemon", "--stop", "--exec", "/usr/bin/lumconfd", "--retry", PATIENCE_S)
-
-
-def policy(**options):
-    return {"tessel.lumconf.lum_policy": {name: str(value) if isinstance(value, pathlib.Path) else value
-                                          for name, value in options.items()}}
-
-
-def setting(**options):
-    return {"tessel.lumconf.lum_setting": options}
-
-
-def trust(**options):
-    return {"tessel.lumconf.lum_trust": options}
 
 
 AUDIT = setting(namespace="conf.server", settings={"AUDIT_LOGGING": True, "AUDIT_LOG_MODE": "all"})
@@ -125,7 +86,7 @@ class Smoke(Plays):
 
     def test_the_papers_tell_every_option_and_variable(self):
         for name in MODULES:
-            told = json.loads(self.ansible("ansible-doc", "--json", f"tessel.lumconf.{name}").stdout)
+            told = json.loads(self.ansible.run("ansible-doc", "--json", f"tessel.lumconf.{name}").stdout)
             options = set(told[f"tessel.lumconf.{name}"]["doc"]["options"])
             source = (COLLECTION / f"plugins/modules/{name}.py").read_text()
             taken = set(re.findall(r'(\w+)=\{"(?:type|choices)"', source)) | {"root"}
@@ -154,6 +115,31 @@ class Managed(Plays):
         self.assertIn("node-1", machine.run("runuser", "-u", "lum", "--", "lumtrust", "list"))
         self.play(policy(src=BACKUP), changed=1)
 
+    def test_other_versions_are_installed_in_one_go_and_only_when_they_differ(self):
+        self.set_up()
+        self.play(policy(src=BACKUP), changed=1)
+        second = make(self.folder / "second", "--version", "1.0.1")
+        self.set_up(packages=second, options=["--check"], changed=1)
+        self.assert_runs("1.0.0")
+        self.set_up(packages=second, changed=2)
+        self.assert_runs("1.0.1")
+        self.set_up(packages=second, changed=0)
+        older = self.set_up()
+        self.assertEqual(older.count("failed"), {"one": 1}, older.text)
+        self.assert_runs("1.0.1")
+        self.set_up(lumconf_allow_downgrade=True, options=["--check"], changed=1)
+        self.assert_runs("1.0.1")
+        self.set_up(lumconf_allow_downgrade=True, changed=1)
+        self.assert_runs("1.0.0")
+
+    def assert_runs(self, version):
+        machine = self.machines["one"]
+        for name in INSTALLED:
+            self.assertEqual(machine.run("dpkg-query", "--show", "--showformat=${db:Status-Status} ${Version}", name),
+                             f"installed {version}")
+        self.assertEqual(machine.run("systemctl", "is-active", "lumconfd"), "active\n")
+        self.assertIn("nightly-backup", machine.run("lumpolicy", "list"))
+
 
 class Fleet(Smoke):
     NAMES = ("one", "two", "three", "four", "five")
@@ -171,7 +157,7 @@ class Fleet(Smoke):
         for line in ("+first", "+AUDIT_LOGGING=true", "+list"):
             self.assertIn(line, checked.text)
         for machine in self.machines.values():
-            machine.run("lumpolicy", "list", code=4)
+            self.assertEqual(machine.run("find", "/var/opt/lum", "-name", "*_header.xml"), "")
             machine.run("lumsettings", "get", "conf.server", "AUDIT_LOGGING", code=4)
             self.assertEqual(machine.run("runuser", "-u", "lum", "--", "lumtrust", "rights", "--json"), '{"rights":[]}\n')
 
@@ -216,6 +202,9 @@ class Fleet(Smoke):
         certificate, key = authority.issue("node-1")
         tasks = (trust(trusted=authority.certificate.read_text()), trust(own=certificate.read_text(), key=key.read_text()),
                  trust(sender="operator", rights=["list", "install"]))
+        self.play(*tasks, options=["--check"], changed=3)
+        for machine in self.machines.values():
+            self.assertEqual(machine.run("runuser", "-u", "lum", "--", "lumtrust", "list", "--json"), '{"certificates":[]}\n')
         played = self.play(*tasks, changed=3)
         self.assertNotIn(key.read_text().splitlines()[2], played.text)
         self.play(*tasks, changed=0)
@@ -223,6 +212,7 @@ class Fleet(Smoke):
         for machine in self.machines.values():
             self.assertIn('"rights":"list"', machine.run("runuser", "-u", "lum", "--", "lumtrust", "rights", "--json"))
             self.assertEqual(machine.run("find", "/tmp", "-name", "lumtrust.*"), "")
+            self.assertEqual(machine.run("find", "/var/opt/lum", "-not", "-user", "lum"), "")
         self.play(trust(sender="operator", state="absent"), changed=1)
         lost = trust(revoked=authority.issue("laptop")[0].read_text())
         self.play(lost, options=["--check"], changed=1)
@@ -266,7 +256,7 @@ class Fleet(Smoke):
                 self.assertEqual(set(played.count("failed").values()), {1}, played.text)
                 self.assertIn(sign, played.text)
         for machine in self.machines.values():
-            machine.run("lumpolicy", "list", code=4)
+            self.assertEqual(machine.run("find", "/var/opt/lum", "-name", "*_header.xml"), "")
 
 
 def load_tests(loader, _tests, _pattern):

@@ -39,7 +39,9 @@ class Configuration(DaemonTest):
                 ({"sec.core": {"CORE_ID": "node"}, "sec.cm.certificates": {"CERT_INSTALLED": "true"}},
                  ["node.pem"]),
                 ({"sec.core": {"CORE_ID": "../node"}, "sec.cm.certificates": {"CERT_INSTALLED": "true"}},
-                 ["../node"])):
+                 ["../node"]),
+                ({"sec.core": {"CORE_ID": "../node"}}, ["[sec.core] CORE_ID=../node: must be empty, or a plain file name"]),
+                ({"vox.http.ext.conf": {"CONNECT_TIMEOUT": "2147484"}}, ["CONNECT_TIMEOUT=2147484", "at most 2147483"])):
             with self.subTest(settings=settings), Node(settings, start=False) as node:
                 result = self.check(node)
                 self.assertEqual(result.code, FAILED, result)

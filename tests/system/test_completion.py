@@ -1,40 +1,14 @@
 #!/usr/bin/python3
 """What the tab key offers in bash for the command lines of the programs."""
-import os
+import json
 import pathlib
-import pty
 import re
-import select
 import subprocess
 import tempfile
-import time
 import unittest
 
-from node import EXAMPLES, PATIENCE_S, ROOT, TOOLS, Node, write_policy
-
-COMPLETION = ROOT / "packaging/completion/lumpolicy"
-SCRIPT = """
-source "$1"
-_lum_patience_s=$4
-COMP_LINE=$2 COMP_POINT=${#2}
-_lum "${2%% *}" "$3" ""
-printf '%s\\n' "${COMPREPLY[@]}"
-"""
-
-
-def environment(node=None):
-    inherited = node.environment() if node else dict(os.environ, LUM_ROOT="/nowhere")
-    return {**inherited, "PATH": f"{TOOLS}:{os.environ['PATH']}", "LC_ALL": "C.UTF-8"}
-
-
-def offered(line, node=None, folder=None):
-    """What is offered at the end of the line."""
-    word = re.split(r"[\s=:]", line)[-1]  # as bash parts words for completion
-    done = subprocess.run(["bash", "--norc", "-c", SCRIPT, "bash", COMPLETION, line, word, str(PATIENCE_S)],
-                          env=environment(node), cwd=folder, stdin=subprocess.DEVNULL, capture_output=True, text=True,
-                          timeout=4 * PATIENCE_S)
-    assert done.returncode == 0 and not done.stderr, done
-    return done.stdout.split("\n")[:-1] if done.stdout != "\n" else []
+from completion import environment, offered
+from node import EXAMPLES, TOOLS, Node, write_policy
 
 
 def help_of(*command):
@@ -97,6 +71,13 @@ class Words(unittest.TestCase):
                      "lumappinstance -i till -st -an shop ", "lumappinstance -is -an shop -", "lumappinstance -help -"):
             self.assertEqual(offered(line), [], f"{line}: here is no cluster")
 
+    def test_the_words_that_an_option_may_take_are_offered(self):
+        for line in ("lumpolicy list -o ", "lumpolicy list --output ", "lumpolicy list --output="):
+            self.assertEqual(offered(line), ["table", "wide", "name", "json"], line)
+        self.assertEqual(offered("lumpolicy list --sort-by "),
+                         ["type", "name", "version", "status", "owner", "categories", "id"])
+        self.assertEqual(offered("lumpolicy list --json --sort-by=ca"), ["categories"])
+
     def test_options_stand_behind_other_words_too(self):
         self.assertEqual(offered("lumpolicy install --force-s"), ["--force-state"])
         self.assertEqual(offered("lumpolicy list --json --type backup --par"), ["--parallel"])
@@ -139,9 +120,13 @@ class Files(unittest.TestCase):
             self.assertEqual(sorted(offered(line, folder=self.folder)), everything, line)
         self.assertEqual(offered("lumpolicy list --hosts-file no", folder=self.folder), ["nodes"])
 
-    def test_folders_are_offered_for_a_root(self):
-        for tool in ("lumevents", "lumconfd"):
-            self.assertEqual(offered(f"{tool} --root ", folder=self.folder), ["deeper"])
+    def test_folders_are_offered_where_one_is_wanted(self):
+        for line in ("lumevents --root ", "lumconfd --root ", "lumtrust operator --authority ", "lumtrust init "):
+            self.assertEqual(offered(line, folder=self.folder), ["deeper"], line)
+
+    def test_a_name_in_quotes_is_offered_as_a_name(self):
+        for line in ("lumpolicy install b\\ c", "lumpolicy install 'b c", 'lumpolicy install a_header.xml "b '):
+            self.assertEqual(offered(line, folder=self.folder), ["b c_header.xml"], line)
 
     def test_a_folder_is_offered_once(self):
         (self.folder / "odd_header.xml").mkdir()
@@ -193,6 +178,33 @@ class Names(unittest.TestCase):
             self.assertEqual(offered(f"lumpolicy list {typed}", self.node), expected, typed)
         self.assertEqual(offered("lumpolicy install --owner ", self.node), ["b", "team\\ a"])
 
+    def test_what_they_hold_is_offered_for_changes_of_it(self):
+        self.assertEqual(offered("lumpolicy set-owner --id 1 ", self.node), ["b", "team\\ a"])
+        self.assertEqual(offered("lumpolicy set-owner b ", self.node), [], "there is no second owner")
+        for command in ("add-category", "remove-category", "install --add-category", "install --remove-category"):
+            self.assertEqual(offered(f"lumpolicy {command} a", self.node), ["all"], command)
+        for command in ("add-attribute", "remove-attribute", "install --add-attribute", "install --remove-attribute"):
+            self.assertEqual(offered(f"lumpolicy {command} ", self.node), ["x="], command)
+            self.assertEqual(offered(f"lumpolicy {command} x=", self.node), ["1", "2", "3"], command)
+        self.assertEqual(offered("lumpolicy list --attribute x=", self.node), ["1", "2", "3"])
+
+    def test_a_half_typed_name_with_a_blank_is_completed(self):
+        for typed in ("--name cpu\\ l", "--name=cpu\\ l", "--json --name 'disk' --name cpu\\ "):
+            self.assertEqual(offered(f"lumpolicy list {typed}", self.node), ["cpu\\ load"], typed)
+        for typed in ("--name 'cpu l", '--name "cpu l', "--name='cpu l"):
+            self.assertEqual(offered(f"lumpolicy list {typed}", self.node), ["cpu load"], "an open quote does it")
+        self.assertEqual(offered("lumpolicy set-owner --name 'cpu load' t", self.node), ["team\\ a"])
+
+    def test_a_quote_cannot_be_broken_out_of(self):
+        with Node() as node:
+            for number, name in enumerate(("q'$(x)`y", "z!!")):
+                path = write_policy(node.folder / "source", str(number), name=name)
+                self.assertEqual(node.policy("install", "--no-notify", path).code, 0)
+            self.assertEqual(offered("lumpolicy list --name 'q", node), [r"q'\''$(x)`y"])
+            self.assertEqual(offered('lumpolicy list --name "q', node), [r"q'\$(x)\`y"])
+            self.assertEqual(offered("lumpolicy list --name 'z", node), ["z!!"])
+            self.assertEqual(offered('lumpolicy list --name "z', node), [], "the shell would read its history there")
+
     def test_events_of_the_types_of_the_node_are_offered(self):
         self.assertEqual(offered("lumevents C", self.node), ["CHECK_POLICY:backup", "CHECK_POLICY:collect"])
         self.assertEqual(offered("lumevents --json FIRST_POLICY:backup LAST_POLICY:b", self.node), ["backup"])
@@ -206,64 +218,58 @@ class Names(unittest.TestCase):
         trust("trust", "authority/demonstration-authority.pem")
         trust("grant", "the operator", "list")
         self.assertEqual(offered("lumtrust untrust ", self.node), ["demonstration-authority"])
+        self.assertEqual(offered("lumtrust grant t", self.node), ["the\\ operator"])
+        self.assertEqual(offered("lumtrust revoke the", self.node), ["the operator"], "the shell quotes it like a file")
         for command in ("grant", "revoke"):
-            self.assertEqual(offered(f"lumtrust {command} t", self.node), ["the\\ operator"])
             self.assertEqual(offered(f"lumtrust {command} somebody con", self.node), ["configget", "configset"])
             self.assertEqual(len(offered(f"lumtrust {command} somebody install ", self.node)), 10)
 
 
-class OtherShells(unittest.TestCase):
-    """They ask the same file, run as a program."""
+class Certificates(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.node = Node()
+        cls.addClassCleanup(cls.node.close)
+        cls.work = cls.node.folder / "work"
+        (cls.work / "deeper").mkdir(parents=True)
+        for name in ("stolen.pem", "stolen.key", "notes.txt", "b c.crt"):
+            (cls.work / name).write_text("")
+        cls.trust("enroll", cls.node.folder / "authority", "--core-id", "node-1")
+        listed = json.loads(cls.trust("list", "--json"))["certificates"]
+        cls.fingerprints = {entry["kind"]: entry["fingerprint"] for entry in listed}
 
-    def ask(self, line, node=None, folder=None):
-        done = subprocess.run(["bash", COMPLETION, line], env=environment(node), cwd=folder, stdin=subprocess.DEVNULL,
-                              capture_output=True, text=True, check=True, timeout=4 * PATIENCE_S)
-        return done.stdout.splitlines()
+    @classmethod
+    def trust(cls, *arguments):
+        return subprocess.run([TOOLS / "lumtrust", *arguments], env=environment(cls.node), stdin=subprocess.DEVNULL,
+                              capture_output=True, text=True, check=True).stdout
 
-    def test_words_are_offered_whole_and_as_they_are(self):
-        with Node({"n.s": {"b c": "1"}}) as node:
-            path = write_policy(node.folder / "source", "1", name="cpu load")
-            self.assertEqual(node.policy("install", "--no-notify", path).code, 0)
-            self.assertEqual(self.ask("lumpolicy list --name ", node), ["cpu load"])
-            self.assertEqual(self.ask("lumpolicy list --name=c", node), ["--name=cpu load"])
-            self.assertEqual(self.ask("lumsettings set n.s ", node), ["b c="])
-        self.assertEqual(self.ask("lumpolicy rein"), ["reinit"])
-        self.assertEqual(self.ask("/nowhere/lumpolicy "), [])
+    def offered(self, line):
+        return sorted(offered(line, self.node, self.work))
 
-    def test_folders_end_with_a_slash(self):
-        with tempfile.TemporaryDirectory(prefix="lumcompletion.") as folder:
-            (pathlib.Path(folder) / "deeper").mkdir()
-            self.assertEqual(self.ask("lumpolicy install ", folder=folder), ["deeper/"])
+    def test_only_what_is_trusted_can_be_trusted_no_longer(self):
+        self.assertEqual(self.offered("lumtrust untrust "), ["demonstration-authority"])
 
-    def installed(self, folder):
-        """Where a packaged one lies."""
-        for name, place in (("lumpolicy", "bash-completion/completions/lumpolicy"),
-                            ("lumpolicy.zsh", "zsh/vendor-completions/_lumpolicy"),
-                            ("lumpolicy.fish", "fish/vendor_completions.d/lumpolicy.fish")):
-            target = pathlib.Path(folder) / place
-            target.parent.mkdir(parents=True)
-            target.write_bytes((COMPLETION.parent / name).read_bytes())
-        return pathlib.Path(folder)
+    def test_only_an_own_key_signs(self):
+        self.assertEqual(self.offered("lumpolicy sign --alias "), ["node-1"])
 
-    def test_fish_offers_them(self):
-        with Node() as node, tempfile.TemporaryDirectory(prefix="lumcompletion.") as folder:
-            path = write_policy(node.folder / "source", "1", name="cpu load")
-            self.assertEqual(node.policy("install", "--no-notify", path).code, 0)
-            file = self.installed(folder) / "fish/vendor_completions.d/lumpolicy.fish"
-            for line, expected in (("lumpolicy rein", ["reinit"]), ("lumpolicy list --name ", ["cpu load"]),
-                                   ("true; lumpolicy remove-", ["remove-attribute", "remove-category"])):
-                done = subprocess.run(["fish", "--no-config", "-c", f"source '{file}'; complete -C '{line}'"],
-                                      env={**environment(node), "HOME": folder}, stdin=subprocess.DEVNULL,
-                                      capture_output=True, text=True, timeout=4 * PATIENCE_S)
-                self.assertEqual((sorted(done.stdout.splitlines()), done.stderr), (expected, ""), line)
-
-    def test_zsh_completes_at_the_tab_key(self):
-        with tempfile.TemporaryDirectory(prefix="lumcompletion.") as folder:
-            functions = self.installed(folder) / "zsh/vendor-completions"
-            inside = {**environment(), "HOME": folder, "TERM": "dumb"}
-            typed = f"fpath+=('{functions}'); autoload -U compinit; compinit -u -D\nlumpolicy rein\t--he\t\n"
-            shown = typed_into(["zsh", "-f", "-i"], inside, typed, b"Usage: lumpolicy reinit")
-            self.assertIn(b"Usage: lumpolicy reinit", shown)
+    def test_certificates_are_offered_where_one_is_revoked_or_reinstated(self):
+        files = ["b c.crt", "deeper", "stolen.pem"]
+        trusted = self.fingerprints["trusted"]
+        self.assertEqual(self.offered("lumtrust revoke "), sorted([*files, trusted]))
+        self.assertEqual(self.offered("lumtrust revoke --certificate "), sorted([*files, trusted]))
+        self.assertEqual(self.offered(f"lumtrust revoke {trusted[:6]}"), [trusted])
+        self.assertEqual(self.offered("lumtrust revoke --serial 1 --issuer "),
+                         sorted([*files, "demonstration-authority"]))
+        self.assertEqual(self.offered("lumtrust reinstate "), files, "nothing is revoked")
+        self.trust("revoke", "--serial", "12", "--issuer", "CN=x y")
+        self.trust("revoke", "--certificate", trusted, "--force")
+        try:
+            self.assertEqual(self.offered("lumtrust reinstate "), sorted([*files, trusted]))
+            self.assertIn("12", self.offered("lumtrust reinstate --serial "))
+            self.assertIn("CN=x y", self.offered("lumtrust reinstate --issuer "))
+        finally:
+            self.trust("reinstate", trusted)
+            self.trust("reinstate", "--serial", "12", "--issuer", "CN=x y")
 
 
 class Settings(unittest.TestCase):
@@ -278,6 +284,15 @@ class Settings(unittest.TestCase):
         self.assertEqual(offered("lumsettings get --resource-group x --json n.t", self.node), ["n.t"])
         self.assertEqual(sorted(offered("lumsettings get ", self.node)),
                          ["conf.server", "n.s", "n.t", "vox.http.ext.conf"])
+
+    def test_known_keys_are_offered_where_one_is_set(self):
+        self.assertEqual(offered("lumsettings set conf.", self.node), ["conf.cluster", "conf.core", "conf.server"])
+        known = offered("lumsettings set conf.server ", self.node)
+        self.assertIn("AUDIT_LOGGING=", known)
+        self.assertNotIn("STRICT_SIGNERS=", known, "that one is of another namespace")
+        self.assertEqual(offered("lumsettings set conf.core STRICT_", self.node), ["STRICT_SIGNERS="])
+        self.assertEqual(offered("lumsettings set conf.server AUDIT_LOGGING=true AUDIT_LOG_", self.node),
+                         ["AUDIT_LOG_MODE="])
 
     def test_keys_and_their_namespaces_are_offered_without_a_node(self):
         self.assertEqual(offered("lumsettings describe AUDIT_"), ["AUDIT_LOGGING", "AUDIT_LOG_MODE"])
@@ -301,44 +316,6 @@ class Settings(unittest.TestCase):
 
     def test_without_a_node_nothing_is_offered_and_nothing_said(self):
         self.assertEqual(offered("lumsettings get "), [])
-
-
-def read_until(terminal, wanted):
-    """What the terminal shows until it shows this, or until its end."""
-    shown, end = b"", time.monotonic() + PATIENCE_S
-    while (wanted is None or wanted not in shown) and time.monotonic() < end:
-        if not select.select([terminal], [], [], 1)[0]:
-            continue
-        try:
-            more = os.read(terminal, 65536)
-        except OSError:  # the shell has ended
-            break
-        if not more:
-            break
-        shown += more
-    return shown
-
-
-def typed_into(shell, inside, text, wanted):
-    """What an interactive shell shows until it shows what is wanted."""
-    pid, terminal = pty.fork()
-    if pid == 0:
-        os.execvpe(shell[0], shell, inside)
-    try:
-        os.write(terminal, text.encode())
-        return read_until(terminal, wanted)
-    finally:
-        os.write(terminal, b"\nexit\n")
-        read_until(terminal, None)
-        os.close(terminal)
-        os.waitpid(pid, 0)
-
-
-class TheShellItself(unittest.TestCase):
-    def test_the_tab_key_completes_a_command_in_an_interactive_shell(self):
-        typed = f"source '{COMPLETION}'\n_lum_patience_s={PATIENCE_S}\nlumpolicy rein\t--he\t\n"
-        shown = typed_into(["bash", "--norc", "--noprofile", "-i"], environment(), typed, b"Usage: lumpolicy reinit")
-        self.assertIn(b"Usage: lumpolicy reinit", shown)
 
 
 if __name__ == "__main__":

@@ -4,37 +4,18 @@ import re
 import unittest
 
 from node import DONE, EXAMPLES, NOT_FOUND, NOTHING_TO_DO, UNREACHABLE, WRONG_USAGE, Node, wait_until
-from terminal import COLOUR, CTRL_C, Terminal
+from terminal import CTRL_C, OTHER_KEYS, Screens
 
 COLLECTED = sorted(EXAMPLES.glob("1a2b*_header.xml"))
 BACKUP, = EXAMPLES.glob("7c1f*_header.xml")
 SETTINGS = sorted(EXAMPLES.glob("5e771a65*_header.xml"))
 GREEN, YELLOW = "\x1b[32m", "\x1b[33m"
-# What of a terminal's own language may be on the screen: colours, and a line that is taken back.
-OTHER_KEYS = re.compile(r"\x1b(?!\[\d*m|\[K)")
 
 
-class Day(unittest.TestCase):
+class Day(Screens):
     def setUp(self):
         self.node = Node()
         self.addCleanup(self.node.close)
-
-    def open(self, tool, *arguments, columns=80, **environment):
-        terminal = Terminal(self.node.command(tool, *arguments), self.node.environment(**environment), columns=columns)
-        self.addCleanup(terminal.__exit__)
-        return terminal
-
-    def on_screen(self, tool, *arguments, code=DONE, columns=80, fits=True, **environment):
-        """Types a command. @return what is on the screen when it has ended, with the colours"""
-        terminal = self.open(tool, *arguments, columns=columns, **environment)
-        self.assertEqual(terminal.end(), code, terminal.shown)
-        self.assertNotRegex(terminal.shown, OTHER_KEYS)
-        if fits:
-            self.assertLessEqual(max(map(len, terminal.lines())), columns, terminal.shown)
-        return terminal.shown.replace("\r\n", "\n")
-
-    def plain(self, *words, **keywords):
-        return COLOUR.sub("", self.on_screen(*words, **keywords))
 
     def installed(self):
         self.on_screen("lumpolicy", "install", "--no-notify", "--package", *COLLECTED, fits=False)

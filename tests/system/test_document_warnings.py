@@ -124,7 +124,7 @@ class MissingText(DocumentTest):
                         ("install", "--dry-run"), ("sign", "--alias", "nobody")):
             result = self.node.policy(*command, path)
             self.assertEqual(result.code, FAILED, result)
-            self.assertRegex(result.err.replace("\n", " "), r"line '?\d+'?,\s+column '?\d+", result)
+            self.assertRegex(result.err.replace("\n", " "), r"[Ll]ine '?\d+'?,\s+column '?\d+", result)
         self.assertEqual(self.node.list(), [])
 
     def test_a_skipped_entity_is_refused_with_line_and_column(self):

@@ -139,7 +139,7 @@ class EventsTool(unittest.TestCase):
         except OSError:
             return True
 
-    def test_a_signal_ends_it_with_its_command_and_all_that_this_has_started(self):
+    def test_a_signal_ends_it_with_its_command_and_the_process_group_of_this(self):
         with Node() as node:
             for how in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
                 listener, caller, command, child = self.run_hanging_command(node, how)

@@ -1,12 +1,14 @@
 #!/usr/bin/python3
 """What the daemon says where the service manager keeps it: priorities for the journal, times for everybody else."""
 import os
+import pathlib
 import re
 import subprocess
 import unittest
 
-from node import TOOLS, Node, header
+from node import EXAMPLES, PATIENCE_S, TOOLS, Node, header, wait_until
 
+EXAMPLE = sorted(EXAMPLES.glob("*_header.xml"))[0]
 TIME = re.compile(r"\d{4}-\d\d-\d\dT")
 
 
@@ -57,6 +59,46 @@ class Journal(unittest.TestCase):
         text = (self.node.folder / "said").read_text()
         self.assertEqual(code, 1, text)
         self.assertRegex(text.splitlines()[-1], "^<3>lumconfd: cannot make the root")
+
+    def stream(self, name):
+        """A file, and the environment of a program whose standard error goes there as if it were the journal."""
+        stream = open(self.node.folder / name, "w+", encoding="utf-8")
+        self.addCleanup(stream.close)
+        status = os.fstat(stream.fileno())
+        return stream, self.node.environment(JOURNAL_STREAM=f"{status.st_dev}:{status.st_ino}")
+
+    def said(self, stream):
+        return pathlib.Path(stream.name).read_text(encoding="utf-8").splitlines()
+
+    def test_what_follows_events_says_how_urgent_each_line_is(self):
+        self.node.start()
+        stream, environment = self.stream("listener")
+        listener = subprocess.Popen([TOOLS / "lumevents", "--exec", "/bin/false", "CHECK_POLICY:*"], stderr=stream,
+                                    stdout=subprocess.DEVNULL, env=environment)
+        self.node.processes.append(listener)
+        wait_until(lambda: self.said(stream), "it is registered")
+        self.node.policy("install", EXAMPLE)
+        self.node.stop()
+        wait_until(lambda: any("Waiting for it." in line for line in self.said(stream)), "it has seen the daemon go")
+        self.node.start()
+        wait_until(lambda: "registered again" in self.said(stream)[-1], "it is registered again")
+        listener.terminate()
+        self.assertEqual(listener.wait(PATIENCE_S), 0)
+        for line, begin in zip(self.said(stream), ("<6>registered", "<4>lumevents: the command ended with 1", "<4>lumevents: ")):
+            self.assertTrue(line.startswith(begin), self.said(stream))
+        self.assertRegex(self.said(stream)[-1], "^<4>lumevents: registered again")
+
+    def test_why_a_program_cannot_do_its_work_is_an_error_of_the_journal(self):
+        for number, arguments in enumerate((("lumevents", "*"), ("lumevents", "--exec", "/no/such/command", "*"),
+                                            ("lumconfd", "--what"), ("lumpolicy", "list"))):
+            with self.subTest(arguments):
+                stream, environment = self.stream(f"said.{number}")
+                done = subprocess.run([TOOLS / arguments[0], *arguments[1:]], stderr=stream, env=environment,
+                                      stdout=subprocess.DEVNULL)
+                self.assertNotEqual(done.returncode, 0)
+                self.assertTrue(self.said(stream)[0].startswith(f"<3>{arguments[0]}: "), self.said(stream))
+                for line in self.said(stream):
+                    self.assertRegex(line, "^<[36]>")
 
 
 if __name__ == "__main__":

@@ -66,6 +66,18 @@ class Keys(unittest.TestCase):
                 ("vox.http.ext.conf", "IO_THREADS", "65", "1 to 64"),
                 ("vox.http.ext.conf", "BODY_LIMIT", "64 MB", "bytes, 1024 to 2147483647"),
                 ("vox.http.ext.conf", "IDLE_TIMEOUT", "99", "ms, 100 to 3600000"),
+                ("conf.core", "CONTROL_ACK_TIMEOUT", "3601", "seconds, 1 to 3600"),
+                ("sec.core", "CORE_ID", "../x", "a plain file name"),
+                ("sec.core", "CORE_ID", "a/b", "a plain file name"),
+                ("sec.core", "CORE_ID", "x" * 201, "at most 200 bytes"),
+                ("vox.http.ext.conf", "BIND_ADDRESS", "nonsense", "an IP address, or empty"),
+                ("vox.http.ext.conf", "BIND_ADDRESS", "10.0.0.256", "an IP address, or empty"),
+                ("vox.http.ext.conf", "CONNECT_TIMEOUT", "2147484", "seconds, at most 2147483"),
+                ("vox.http.ext.conf", "REQUEST_TIMEOUT", "999999999999999999", "seconds, at most 2147483647"),
+                ("vox.http.ext.conf", "CALL_TIMEOUT", "2147483648", "seconds, at most 2147483647"),
+                ("vox.http.ext.conf", "RESPONSE_LIMIT", "9" * 30, "a number"),
+                ("conf.cluster", "TOOL_TIMEOUT", "4294968", "seconds, at most 4294967"),
+                ("conf.cluster", "COMMAND_TIMEOUT", "4294968", "seconds, at most 4294967"),
                 ("conf.cluster", "POLLING_INTERVAL", "ten", "milliseconds from 1 to 2147483647")):
             with self.subTest(name=name):
                 self.refused(WRONG_USAGE, [f"[{namespace}] {name}={value}: must be ", wanted, "--force"],
@@ -75,6 +87,20 @@ class Keys(unittest.TestCase):
         self.refused(WRONG_USAGE, ["LOCATE_SERVER=dance"], "set", "--from", path)
         self.assertEqual(self.settings("set", "--force", "conf.server", "WAIT_TIME=0").code, DONE)
         self.assertEqual(self.settings("clear", "conf.server", "WAIT_TIME").code, DONE)
+
+    def test_a_value_at_its_bound_is_taken(self):
+        for namespace, name, values in (
+                ("vox.http.ext.conf", "BIND_ADDRESS", ("127.0.0.1", "::1", "")),
+                ("vox.http.ext.conf", "CONNECT_TIMEOUT", ("2147483",)),
+                ("vox.http.ext.conf", "CALL_TIMEOUT", ("2147483647", "0")),
+                ("conf.core", "CONTROL_ACK_TIMEOUT", ("3600", "0")),
+                ("sec.core", "CORE_ID", ("node-1", "x" * 200, "a b", ""))):
+            for value in values:
+                with self.subTest(name=name, value=value):
+                    result = self.settings("set", namespace, f"{name}={value}")
+                    self.assertEqual((result.code, result.err), (DONE, ""), result)
+                    self.assertEqual(self.settings("get", namespace).code, DONE, "the tools still reach the node")
+            self.assertEqual(self.settings("clear", namespace, name).code, DONE)
 
     def test_the_bounds_are_those_of_the_server(self):
         for key in self.settings("keys", "vox.http.ext.conf", "--json").json()["keys"]:
@@ -97,6 +123,12 @@ class Keys(unittest.TestCase):
                 ("conf.server", "audit_logging", "did you mean 'AUDIT_LOGGING'?"),
                 ("conf.server", "ODD", "Nobody reads a key 'ODD' of [conf.server]."),
                 ("conf.sever", "AUDIT_LOGGING", "Nobody reads a namespace [conf.sever]; did you mean 'conf.server'?"),
+                ("conf.server", "server_port", "of [conf.server]; 'SERVER_PORT' is a key of [vox.http.ext.conf]."),
+                ("conf.core", "WAIT_TIM", "of [conf.core]; 'WAIT_TIME' is a key of [conf.server]."),
+                ("CONF.SERVER", "ODD", "Nobody reads a namespace [CONF.SERVER]; did you mean 'conf.server'?"),
+                ("Sec.Core", "CORE_ID", "Nobody reads a namespace [Sec.Core]; did you mean 'sec.core'?"),
+                ("vox.http.transport", "SERVER_PORT",
+                 "Nobody reads a namespace [vox.http.transport]; 'SERVER_PORT' is a key of [vox.http.ext.conf]."),
                 ("vox.http.ext", "SERVER_PORT", "Nobody reads a namespace [vox.http.ext]")):
             with self.subTest(namespace=namespace, name=name):
                 result = self.settings("set", namespace, f"{name}=1")
@@ -197,6 +229,21 @@ class Check(unittest.TestCase):
                     own / "node-1.key", "-out", own / "node-1.pem")
         pki.enroll(node, self.authority, "node-1", (own / "node-1.pem", own / "node-1.key"))
         self.checked(node, FAILED, "its key is too short", "1 problem(s)")
+
+    def test_a_weak_trusted_certificate_is_warned_of(self):
+        for made, said in ((("rsa:1024", "-sha1"), "its key is too short"), (("rsa:2048", "-sha256"), None)):
+            with self.subTest(made=made):
+                node = self.node(self.issued)
+                trusted = node.root / "etc/keystore/trusted/old.pem"
+                pki.openssl("req", "-x509", "-newkey", *made, "-nodes", "-subj", "/CN=old", "-days", "1", "-keyout",
+                            node.folder / "old.key", "-out", trusted)
+                # One behind a good one counts too.
+                trusted.write_bytes(self.authority.certificate.read_bytes() + trusted.read_bytes())
+                said_of_it = self.checked(node, DONE)
+                if said:
+                    self.assertIn(f"Warning: The trusted certificate '{trusted}': {said}", said_of_it)
+                else:
+                    self.assertNotIn("Warning", said_of_it)
 
     def test_key_files_that_others_may_read_are_told(self):
         node = self.node(self.issued)

@@ -25,7 +25,16 @@ class Messages(unittest.TestCase):
                 ("lumsettings", ("gte",), "did you mean 'get'?"),
                 ("lumsettings", ("get", "--jsno"), "did you mean '--json'?"),
                 ("lumtrust", ("lits",), "did you mean 'list'?"),
-                ("lumcluster", ("statsu",), "did you mean 'status'?")):
+                ("lumcluster", ("statsu",), "did you mean 'status'?"),
+                ("lumconfd", ("--chek-config",), "did you mean '--check-config'?"),
+                ("lumconfd", ("start",), "start"),
+                ("lumconfd", ("--timeout", "5"), "--status"),
+                ("lumconfd", ("--root", ""), "the folder's name is empty"),
+                ("lumevents", ("--jsno", "*"), "did you mean '--json'?"),
+                ("lumevents", ("--exec", "/no/such/command", "*"), "--exec: "),
+                ("lumevents", (), "EVENT is required"),
+                ("lumevents", ("",), "EVENT: an event's name is empty"),
+                ("lumevents", ("CHECK_POLICY:*", ""), "EVENT: an event's name is empty")):
             with self.subTest(tool=tool, arguments=arguments):
                 result = self.node.tool(tool, *arguments)
                 self.assertEqual((result.code, result.out), (WRONG_USAGE, ""), result)
@@ -38,6 +47,7 @@ class Messages(unittest.TestCase):
 
     def test_the_line_of_usage_names_the_arguments(self):
         self.assertIn("usage: lumpolicy install FILE... [OPTION...]", self.node.policy("install").err)
+        self.assertIn("usage: lumevents EVENT... [OPTION...]", self.node.tool("lumevents").err)
         self.assertIn("usage: lumsettings get [NAMESPACE] [NAME] [OPTION...]",
                       self.node.tool("lumsettings", "get", "--what").err)
 
@@ -46,6 +56,7 @@ class Messages(unittest.TestCase):
                                  ("lumpolicy", "install", "/nowhere_header.xml"), ("lumsettings", "get", "nothing"),
                                  ("lumsettings", "diff", "/nowhere"), ("lumtrust", "untrust", "nobody"),
                                  ("lumcluster", "explain", "nothing"), ("lumconfd", "--root=/proc/nowhere"),
+                                 ("lumconfd", "--what"), ("lumevents", "--root=/proc/nowhere", "*"),
                                  ("lumclusterinfo", "-all"), ("lumappinstance", "-instances")):
             with self.subTest(tool=tool, arguments=arguments):
                 result = self.node.tool(tool, *arguments)
@@ -60,12 +71,23 @@ class Messages(unittest.TestCase):
         self.addCleanup(self.node.root.chmod, self.node.root.stat().st_mode)
         self.node.root.chmod(0o700)
         for tool, *arguments in (("lumsettings", "explain", "conf.server"), ("lumpolicy", "list"),
-                                 ("lumpolicy", "verify", "--installed"), ("lumtrust", "rights")):
+                                 ("lumpolicy", "verify", "--installed"), ("lumpolicy", "verify", "--installed", "--all"),
+                                 ("lumpolicy", "dump", "-o", self.open_folder() / "list"), ("lumtrust", "rights"),
+                                 ("lumconfd",), ("lumconfd", "--check-config"), ("lumconfd", "--status")):
             with self.subTest(tool=tool, arguments=arguments):
                 result = self.node.tool(tool, *arguments, user=STRANGER)
                 self.assertEqual(result.code, REFUSED, result)
                 self.assertIn("run it as the node's user", result.err)
                 self.assertIn(str(self.node.root), result.err)
+                self.assertNotIn("No policies are installed", result.err)
+                self.assertNotIn("in order", result.out)
+
+    def open_folder(self):
+        """A folder in which everybody may write."""
+        folder = self.node.folder / "open"
+        folder.mkdir(exist_ok=True)
+        folder.chmod(0o777)
+        return folder
 
 
 if __name__ == "__main__":

@@ -5,6 +5,7 @@ import http.client
 import os
 import pathlib
 import re
+import signal
 import subprocess
 import tempfile
 import threading
@@ -35,7 +36,7 @@ class HealthTest(unittest.TestCase):
 
     def tls_node(self, rights=None):
         """A node with a certificate, and what makes a client's context: of a caller with this name, or of nobody."""
-        authority = pki.Authority()
+        authority = self.authority = pki.Authority()
         self.addCleanup(authority.close)
         node = self.node(start=False)
         pki.enroll(node, authority, "localhost")
@@ -196,6 +197,11 @@ class Metrics(HealthTest):
         node.policy("remove", "--id", "broken")
         wait_until(lambda: self.metrics(node)["lumconf_settings_broken"] == 0, "the merge is mended")
 
+    def test_counters_without_labels_are_told_before_their_first_event(self):
+        metrics = self.metrics(self.node())
+        for name in ("notifications_failed", "settings_merge_failures", "tls_handshakes_failed"):
+            self.assertEqual(metrics[f"lumconf_{name}_total"], 0, name)
+
     def test_the_end_of_each_certificate_is_told_in_seconds(self):
         node, context = self.tls_node({"watcher": "list"})
         text = self.get(node, "/metrics", context=context("watcher"))[2]
@@ -251,6 +257,32 @@ class Status(HealthTest):
         self.assertIn("settings policies cannot be merged", told.err)
         self.assertRegex(told.out, r"(?m)^error +\d{4}-\d\d-\d\d ")
         self.assertEqual(node.tool("lumconfd", "--status").code, FAILED)
+
+    def test_it_tells_how_the_port_is_served_and_not_what_the_settings_say_by_now(self):
+        node, context = self.tls_node({"watcher": "list"})
+        issued = self.authority.issue("watcher")
+        home = self.node(start=False)
+        pki.enroll(home, self.authority, "watcher", issued)
+        def told(*arguments):
+            return home.policy("status", "--host", f"localhost:{node.port}", *arguments)
+        def certificates():
+            return [(one["kind"], one["name"], one["end"]) for one in told("--json").json()["certificates"]]
+        before = certificates()
+        self.assertEqual([kind for kind, *_ in before], ["own", "trusted"])
+        node.settings["sec.cm.certificates"]["CERT_INSTALLED"] = "false"
+        node.write_settings()
+        for how in ("at once", "after a reload"):
+            with self.subTest(how):
+                self.assertRegex(told().out, rf"(?m)^port +{node.port}, TLS")
+                self.assertEqual(certificates(), before)
+                metrics = self.get(node, "/metrics", context=context("watcher"))[2]
+                self.assertIn('lumconf_certificate_seconds_left{kind="own",name="localhost"}', metrics)
+                node.daemon.send_signal(signal.SIGHUP)
+                wait_until(lambda: "keeps its identity" in node.log, "the settings are looked at")
+        node.settings["sec.cm.certificates"]["CERT_INSTALLED"] = "true"
+        node.write_settings()
+        (node.root / "etc/keystore/own/localhost.pem").unlink()
+        self.assertEqual(certificates(), before)
 
     def test_it_is_told_while_the_node_waits_for_a_consumer(self):
         node = self.node({"conf.core": {"CONTROL_ACK_TIMEOUT": "20"}})

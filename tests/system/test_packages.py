@@ -205,10 +205,10 @@ class Services(Packaged):
         return self.machine.run("journalctl", "--no-pager", "--output=cat", f"--unit={unit}", *options)
 
     def follow(self, name, events, command):
-        """Starts a unit for events, and waits until it listens."""
+        """Starts a unit for events, now and with each start, and waits until it listens."""
         path = self.machine.path(f"/etc/lumevents/{name}")
         path.write_text(f'LUM_EVENTS="{events}"\nLUM_COMMAND="{command}"\n')
-        self.machine.run("systemctl", "start", f"lumevents@{name}")
+        self.machine.run("systemctl", "enable", "--now", f"lumevents@{name}")
         self.await_listener()
 
     def await_listener(self):
@@ -255,6 +255,9 @@ class Services(Packaged):
         self.assertIn("\nREMOVE_POLICY:backup\n", self.journal("lumevents@all"))
         self.machine.run("systemctl", "stop", "lumconfd")
         self.assertEqual(self.machine.run("systemctl", "is-active", "lumevents@all", code=3), "inactive\n")
+        self.machine.run("systemctl", "start", "lumconfd")
+        self.await_listener()
+        self.assertEqual(self.machine.run("systemctl", "is-active", "lumevents@all"), "active\n")
 
     def test_an_upgrade_starts_the_daemon_anew_and_a_removal_stops_it(self):
         self.install()

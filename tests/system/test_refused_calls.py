@@ -139,6 +139,28 @@ class OverTls(Told):
                 self.assertEqual(said.count(" lacks."), 1, said)
                 self.assertIn(f"The right '{name}' ({number}) lacks.", str(ask("--json").json()["messages"]))
 
+    def test_apply_names_the_right_that_lacks_at_each_of_its_steps(self):
+        client = self.client(self.operator, self.authority)
+        node = self.serving(self.authority.issue("node-4"), "node-4")
+        held = write_policy(client.folder / "held", "held", files={"data": b"old"})
+        more = write_policy(client.folder / "more", "more", name="more", files={"more": b""})
+        changed = write_policy(client.folder / "changed", "held", files={"data": b"new"})
+        for path in held, more:
+            self.assertEqual(node.policy("install", "--no-notify", path).code, 0)
+        for rights, options, name, number in (
+                ("enable", (changed,), "list", 16), ("list", (changed,), "install", 1),
+                ("list", (changed, "--diff"), "install", 1),
+                ("list install", (held, "--prune", "--type", "type"), "remove", 2)):
+            with self.subTest(rights=rights, options=options):
+                node.write_rights({"operator": rights})
+                node.stop()
+                node.start()
+                ask = lambda *form: client.policy("apply", "--no-notify", *options, "--host", f"localhost:{node.port}",
+                                                  *form)
+                said = self.told(ask(), REFUSED, f"The right '{name}' ({number}) lacks.",
+                                 f"'lumtrust grant operator {name}' gives it.")
+                self.assertEqual(said.count(" lacks."), 1, said)
+
     def test_a_caller_without_a_certificate_learns_that_he_is_nobody(self):
         client = self.client(trusted=self.authority)
         self.told_alike(self.listing(client), REFUSED, "This caller is nobody there", "'lumtrust request'")

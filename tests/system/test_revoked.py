@@ -10,7 +10,8 @@ import unittest
 import pki
 import test_trust_tool
 import wire
-from node import (DONE, FAILED, NOT_FOUND, NOTHING_TO_DO, PATIENCE_S, TOOLS, WRONG_USAGE, wait_until, write_policy)
+from node import (DONE, EXAMPLES, FAILED, NOT_FOUND, NOTHING_TO_DO, PATIENCE_S, TOOLS, WRONG_USAGE, wait_until,
+                  write_policy)
 from test_trust_tool import AUTHORITY
 
 REVOKED = "certificate revoked"
@@ -270,7 +271,7 @@ class Status(TrustTest):
         self.trust("revoke", "--serial", "1", "--issuer", AUTHORITY)
         said = self.trust("status", words=["waiting: node-1, requested 2", "vouches for callers, signers",
                                            "revoked: 1 certificate(s)", "rights: 1 sender(s)"])
-        self.assertRegex(said.out, rf"identity: +node-1, valid until 2\S+, [67] day\(s\) left, issued by {AUTHORITY}\n")
+        self.assertRegex(said.out, rf"identity: +node-1, valid until 2\S+, ends in [67] days, issued by {AUTHORITY}\n")
         told = self.trust("status", "--json").json()
         self.assertEqual((told["core_id"], told["certificate"]["subject"], told["revoked"], told["senders"], told["problems"]),
                          ("node-1", "node-1", 1, 1, []))
@@ -332,6 +333,31 @@ class Enrolment(TrustTest):
         self.trust("operator", self.node.root, "--authority", self.authority(), "--core-id", "alice", code=FAILED,
                    words=["is the root of a node"])
         self.assertFalse((self.node.root / "etc/keystore").exists())
+
+    def test_nor_is_one_that_was_made_and_never_started(self):
+        enrolled, ruled, filled = (self.make_node() for _ in range(3))
+        self.trust("enroll", self.authority(), "--core-id", "node-2", node=enrolled)
+        self.trust("grant", "operator", "list", node=ruled)
+        write_policy(filled.store / "type", "a")
+        for node, words in ((enrolled, ["is the folder of 'node-2'", "a folder of his own"]),
+                            (ruled, ["is the root of a node"]), (filled, ["is the root of a node"])):
+            before = {path: path.read_bytes() for path in node.root.rglob("*") if path.is_file()}
+            for force in ((), ("--force",)):
+                self.trust("operator", node.root, "--authority", self.authority(), "--core-id", "alice", *force,
+                           code=FAILED, words=words)
+            self.assertEqual({path: path.read_bytes() for path in node.root.rglob("*") if path.is_file()}, before)
+
+    def test_a_folder_that_an_operator_has_used_is_renewed(self):
+        self.equip()
+        self.node.start()
+        self.trust("grant", "alice", "list")
+        person = self.node.folder / "person"
+        for _ in range(2):
+            self.trust("operator", person, "--authority", self.authority(), "--core-id", "alice")
+            for arguments in (("list", "--host", f"localhost:{self.node.port}"), ("validate", EXAMPLES), ("verify", "--installed")):
+                self.node.policy(*arguments, environment=self.node.environment(LUM_ROOT=str(person)))
+        self.trust("operator", person, "--authority", self.authority(), "--core-id", "bob", code=FAILED,
+                   words=["is the folder of 'alice'"])
 
     def test_enrolling_again_renews_and_replaces_nobody_elses_certificate_unless_forced(self):
         folder = self.node.folder / "ca"

@@ -135,6 +135,13 @@ class Files(TrustTest):
         self.trust("install", certificate, "--key", other, code=FAILED, words=["does not belong to the key"])
         self.assertEqual({name: self.keystore(name).read_bytes() for name in self.files()}, before)
 
+    def test_a_node_without_any_key_is_told_so_and_where_one_comes_from(self):
+        certificate = self.issue("node-1", self.make_node())
+        said = self.trust("install", certificate, code=FAILED, words=["has no key for 'node-1'", "--key FILE",
+                                                                      "lumtrust request"])
+        self.assertNotIn("does not belong", said.err)
+        self.assertEqual(self.files(), [])
+
     def test_what_is_no_certificate_is_neither_installed_nor_trusted(self):
         broken = self.node.folder / "broken"
         for content in (b"", b"text", b"-----BEGIN CERTIFICATE-----\nAAAA\n-----END CERTIFICATE-----\n", b"0" * 2**21):

@@ -1,11 +1,13 @@
 #!/usr/bin/python3
 """validate says what a node refuses, with its place, and a node does refuse it; install of several files says which."""
 import json
+import os
 import pathlib
 import unittest
 
 from node import DONE, FAILED, NOTHING_TO_DO, Node, write_policy
 
+STRANGER = 65534  # a user to whom nothing belongs
 SETTINGS = {"vox.http.ext.conf": {"BODY_LIMIT": "100000"}}
 
 
@@ -81,9 +83,12 @@ class Refused(Files):
     def test_entities_and_broken_xml(self):
         path = self.write(("<version>1<", "<version>&nothing;<"))
         self.one(path, "entity", "&nothing;")
-        faults = self.faults(self.write(("</version>", "")))
+        path = self.write(("</version>", ""))
+        faults = self.faults(path)
         self.assertEqual(len(faults), 1, faults)
         self.assertGreater(faults[0]["line"], 1)
+        said = self.node.policy("validate", path).err
+        self.assertEqual(said.lower().count("line "), 1, said)
 
     def test_data_files_that_are_not_there_or_stand_twice(self):
         path = self.write()
@@ -91,6 +96,20 @@ class Refused(Files):
         self.one(path, "The data file 'data' is not there.", "<file_name>")
         path = self.write(("<signature/>", "<signature/><file_name>data</file_name><encoding/><checksum/><signature/>"))
         self.one(path, "Another file of the same policy has it too", "<files>")
+
+    def test_data_files_that_cannot_be_opened(self):
+        path = self.write()
+        (path.parent / "data").unlink()
+        os.mkfifo(path.parent / "data")
+        self.one(path, f"{path.parent}/data", "<file_name>")
+
+    def test_data_files_that_this_user_may_not_read(self):
+        path = self.write()
+        (path.parent / "data").chmod(0o600)
+        self.node.folder.chmod(0o755)
+        answer = self.node.policy("validate", "--json", path, user=STRANGER)
+        self.assertEqual(answer.code, FAILED, answer)
+        self.assertIn(f"'{path.parent}/data': Permission denied", answer.json()["faults"][0]["text"])
 
     def test_a_signature_that_lacks(self):
         self.one(self.write(("<signature/>", "")), "number of data files found is not equal", "<files>")
@@ -109,7 +128,28 @@ class Odd(Files):
         path = self.write(files={"a.ini": b"[a]\nx=1\n", "b.ini": b"[a]\n\nnonsense\n"}, type_name="configsettings")
         faults = self.faults(path)
         self.assertEqual(len(faults), 1, faults)
-        self.assertRegex(faults[0]["text"], "Line 3 of '.*b.ini'")
+        self.assertIn("Line 3, column 1 of 'b.ini' is no comment", faults[0]["text"])
+        self.assertEqual([faults[0][name] for name in ("file", "line", "column")], ["b.ini", 3, 1])
+
+    def test_all_lines_of_settings_that_are_none_are_told_at_once_each_once_with_their_places(self):
+        path = self.write(files={"a.ini": b"x=1\n[a]\n  nonsense\r\ny=\\q\n", "b.ini": b"[b\nz=1\n\xff\n"},
+                          type_name="configsettings")
+        text = path.read_text(encoding="utf-8").replace("<status>enabled<", "<status>on<")
+        path.write_text(text, encoding="utf-8")
+        faults = self.faults(path)
+        self.assertEqual([(fault["file"], fault["line"], fault["column"]) for fault in faults[1:]],
+                         [("a.ini", 1, 1), ("a.ini", 3, 3), ("a.ini", 4, 1), ("b.ini", 1, 1), ("b.ini", 3, 1)], faults)
+        self.assertIn("'on'", faults[0]["text"], "the header's own stand first")
+        self.assertIsNone(faults[0]["file"])
+        said = " ".join(self.node.policy("validate", path).err.split())
+        for place in ("Line 1, column 1 of 'a.ini'", "Line 3, column 3 of 'a.ini'", "Line 3, column 1 of 'b.ini'"):
+            self.assertEqual(said.count(place), 1, said)
+
+    def test_of_a_large_file_that_is_no_settings_at_all_the_first_lines_are_told_and_that_there_are_more(self):
+        path = self.write(files={"a.ini": b"[a]\n" + b"n\n" * 5000}, type_name="configsettings")
+        faults = self.faults(path)
+        self.assertEqual(len(faults), 1001, faults[:3])
+        self.assertIn("More lines of 'a.ini' are refused.", faults[-1]["text"])
 
     def test_everything_is_told_at_once_and_each_thing_once(self):
         path = self.write(("<container_id>", "<container_id>a/"), files={"one": b"", "two": b""}, status="on",
@@ -148,6 +188,45 @@ class Odd(Files):
         already = self.node.policy("enable", "--id", policy_id)
         self.assertNotIn("neither", already.err)
 
+    def test_a_status_that_is_neither_word_is_named_beside_policies_that_were_switched(self):
+        odd = self.write(("<name>name<", "<name>odd<"), status="Enabled", type_name="some", files={"odd": b""})
+        plain = self.write(("<name>name<", "<name>plain<"), type_name="some", files={"plain": b""})
+        for path in odd, plain:
+            self.assertEqual(self.node.policy("install", "--no-notify", path).code, DONE)
+        selected = ("--no-notify", "--type", "some")
+        for command, options in (("disable", ("-n",)), ("disable", ()), ("enable", ("--owner", "owner"))):
+            with self.subTest(command=command, options=options):
+                result = self.node.policy(command, *selected, *options)
+                self.assertEqual(result.code, DONE, result)
+                said = " ".join(result.err.split())
+                self.assertIn("lumpolicy: warning: odd (type some", said)
+                self.assertIn(f"lumpolicy install --force-state --{command} FILE", said)
+                self.assertNotIn("plain", said)
+        self.assertEqual(self.node.policy("disable", *selected).code, DONE)
+        answer = self.node.policy("enable", "--json", *selected).json()
+        self.assertEqual(len(answer["warnings"]), 1, answer)
+        self.assertIs(answer["changed"], True)
+        answer = self.node.policy("enable", "--json", *selected).json()
+        self.assertEqual((answer["changed"], answer["code"], answer["warnings"]), (False, NOTHING_TO_DO, []))
+
+    def test_every_change_says_whether_it_changed_anything(self):
+        path = self.write(type_name="told")
+        policy_id = path.name.removesuffix("_header.xml")
+        selected = ("--no-notify", "--id", policy_id)
+        for arguments, changed in ((("install", "--no-notify", path), True),
+                                   (("install", "--no-notify", "--package", path), True),
+                                   (("install", "--no-notify", "/nowhere_header.xml"), None),
+                                   (("install", "--no-notify", "/nowhere_header.xml", path), True),
+                                   (("install", "--no-notify", "--check-version", path), False),
+                                   (("enable", *selected), False), (("disable", *selected), True),
+                                   (("add-category", "a", *selected), True), (("add-category", "a", *selected), False),
+                                   (("disable", *selected, "--type", "told"), False),
+                                   (("enable", *selected, "--type", "told"), True),
+                                   (("remove", *selected), True), (("remove", *selected), False)):
+            with self.subTest(arguments=arguments):
+                answer = self.node.policy(*arguments, "--json").json()
+                self.assertIs(answer["changed"], changed, answer)
+
     def test_install_of_several_files_says_which_failed_and_why(self):
         good, bad, absent = self.write(), self.write(("<name>type<", "<name>../type<")), self.node.folder / "x_header.xml"
         result = self.node.policy("install", "--no-notify", good, bad, absent)
@@ -160,6 +239,37 @@ class Odd(Files):
         self.assertEqual(told[good]["messages"], [])
         self.assertIn("../type", json.dumps(told[bad]["messages"]))
         self.assertIn("x_header.xml", json.dumps(told[absent]["messages"]))
+
+    def test_a_package_that_failed_says_which_files_are_the_reason(self):
+        self.addCleanup(self.node.policy, "remove", "--all", "--no-notify")
+        good, bad = self.write(), self.write(("<name>type<", "<name>../type<"))
+        lacking, absent = self.write(), self.node.folder / "x_header.xml"
+        (lacking.parent / "data").unlink()
+        for guilty, files in (([bad], (good, bad)), ([lacking], (good, lacking)), ([absent], (good, absent)),
+                              ([bad, lacking], (bad, good, lacking))):
+            is_sent = guilty == [bad]
+            with self.subTest(guilty=guilty):
+                result = self.node.policy("install", "--package", "--no-notify", *files)
+                self.assertEqual(result.code, FAILED, result)
+                for path in guilty:
+                    self.assertIn(str(path), result.err)
+                self.assertNotIn(str(good), result.err)
+                answer = self.node.policy("install", "--package", "--no-notify", "--json", *files).json()
+                self.assertEqual([path for path in files if str(path) in json.dumps(answer["messages"])], guilty)
+                if not is_sent:
+                    continue
+                self.assertIsNone(answer["changed"])
+                told = {pathlib.Path(one["file"]): one for one in answer["files"]}
+                self.assertEqual(list(told), list(files))
+                self.assertEqual([told[path]["result"] for path in files], ["unknown", "failed"])
+                self.assertTrue(all(told[path]["messages"] for path in guilty), told)
+
+    def test_a_package_that_is_installed_names_its_files(self):
+        self.addCleanup(self.node.policy, "remove", "--all", "--no-notify")
+        files = [self.write(), self.write()]
+        answer = self.node.policy("install", "--package", "--no-notify", "--json", *files).json()
+        self.assertEqual([(pathlib.Path(one["file"]), one["result"], one["code"]) for one in answer["files"]],
+                         [(path, "done", DONE) for path in files])
 
 
 if __name__ == "__main__":

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
 
 #include "LumPalConfig.h"
 #include "LumPalKeys.h"
@@ -47,10 +48,13 @@ const Row kAdvice[] = {
      "This node trusts nobody yet: 'lumtrust trust FILE' takes in the certificate of an authority."},
 };
 
-const Refusal* FindRefusal(unsigned message) {
+/// @param byCommand  the right that the command asked for
+/// @return none for what was refused for another reason than a right
+std::optional<unsigned> RightOf(const Outcome& outcome, unsigned byCommand) {
     const auto found = std::find_if(std::begin(kRefusals), std::end(kRefusals),
-                                    [message](const Refusal& row) { return row.message == message; });
-    return found == std::end(kRefusals) ? nullptr : found;
+                                    [&](const Refusal& row) { return row.message == outcome.message; });
+    if (found == std::end(kRefusals)) return std::nullopt;
+    return found->right == kByCommand ? byCommand : found->right;
 }
 
 /// Settings that cannot be read say nothing: then the node has a certificate as far as is known.
@@ -95,11 +99,14 @@ std::string AdviceOn(unsigned message) {
     return found == std::end(kAdvice) ? "" : found->advice;
 }
 
-void AddLackingRight(const std::string& host, unsigned right, Outcome& outcome) {
-    const Refusal* const refusal = FindRefusal(outcome.message);
-    if (outcome.code != kRefused || !refusal) return;
-    const std::string text = Lacking(host, refusal->right == kByCommand ? right : refusal->right);
+void AddRight(const std::string& host, unsigned right, Outcome& outcome) {
+    const std::string text = Lacking(host, right);
     if (!text.empty()) outcome.messages.push_back({1, text});
+}
+
+void AddLackingRight(const std::string& host, unsigned right, Outcome& outcome) {
+    const std::optional<unsigned> wanted = RightOf(outcome, right);
+    if (outcome.code == kRefused && wanted) AddRight(host, *wanted, outcome);
 }
 
 }  // namespace lumtools

@@ -85,7 +85,7 @@ ExitCode HostCommand::Run() {
 /// Who only asks need not wait as long as a change may take.
 std::optional<std::chrono::seconds> HostCommand::GetTimeout() const {
     const auto given = hostOptions.GetTimeout();
-    return given || ChangesNodes() ? given : kLongestQuestion;
+    return given || TakesLong() ? given : kLongestQuestion;
 }
 
 Answer HostCommand::AskWithin(std::size_t index) const {

@@ -41,6 +41,8 @@ protected:
     virtual Outcome Prepare() { return {}; }
     /// Whether it changes nodes: then it goes on to the last of them although nobody reads its output any more.
     virtual bool ChangesNodes() const { return false; }
+    /// Whether all the work with a node may take longer than a question does.
+    virtual bool TakesLong() const { return ChangesNodes(); }
     /// The right that its requests take, of LumConf::Right; 0 for what needs none but those to install and to list.
     virtual unsigned GetRight() const { return 0; }
     /// How it goes from node to node.

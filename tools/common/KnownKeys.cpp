@@ -8,6 +8,8 @@
 
 #include "LumConfCluster/ClusterType.h"
 #include "LumPalKeys.h"
+#include "LumSecCore.h"
+#include "LumVoxMsg.h"
 #include "common/KeyValues.h"
 #include "common/Nearest.h"
 
@@ -30,7 +32,7 @@ const KnownKey kKeys[] = {
     {NsConfCore, AsyncControlNotifyKey, F::Truth, kTruth, "false", kAtOnce,
      "CHECK_POLICY events do not wait for the consumers' acknowledgement"},
     {NsConfCore, ControlAckTimeoutKey, F::Count, "seconds, 1 to 3600", "30", kAtOnce,
-     "how long such an event waits; 0 gives the default, more gives 3600"},
+     "how long such an event waits; 0 gives the default, more gives 3600", 0, 3600},
     {NsConfCore, CacheSettingsPoliciesKey, F::Truth, kTruth, "false", kAtOnce,
      "keep settings policies in memory"},
     {NsConfCore, StrictSignersKey, F::Truth, kTruth, "false", kAtOnce,
@@ -54,7 +56,7 @@ const KnownKey kKeys[] = {
      "these hosts stand for one server: asked in their order until one answers"},
     {NsConfServer, WaitTimeKey, F::WaitTime, "seconds, 1 to 86400", "60", kAtOnce, "the time between two such rounds"},
 
-    {NsSecCore, CoreIdKey, F::Text, "text", "empty",
+    {NsSecCore, CoreIdKey, F::CoreId, "text", "empty",
      "who is the node, and its certificate: on SIGHUP and by lumtrust; everything else at once",
      "the node's id: names its key store entry"},
     {NsSecCmCert, CertInstalledKey, F::Truth, kTruth, "false",
@@ -94,12 +96,13 @@ const KnownKey kKeys[] = {
      "so many bytes that have moved add one second to the limits of a body and of an answer", 1, 1073741824},
 
     {NsVoxHttp, TargetPortKey, F::Port, "port", "7443", kAtOnce, "the port that is called where the host names none"},
-    {NsVoxHttp, ConnectTimeoutKey, F::Count, "seconds", "10", kAtOnce,
-     "longest time for a connection, TLS handshake included"},
-    {NsVoxHttp, RequestTimeoutKey, F::Count, "seconds", "300", kAtOnce,
-     "longest time in which no byte moves while a call is out"},
-    {NsVoxHttp, CallTimeoutKey, F::Count, "seconds", "0: none", kAtOnce, "longest time for a call in all"},
-    {NsVoxHttp, ResponseLimitKey, F::Count, "bytes", "1073741824", kAtOnce, "largest answer"},
+    {NsVoxHttp, ConnectTimeoutKey, F::Count, "seconds, at most 2147483", "10", kAtOnce,
+     "longest time for a connection, TLS handshake included", 0, INT_MAX / 1000},
+    {NsVoxHttp, RequestTimeoutKey, F::Count, "seconds, at most 2147483647", "300", kAtOnce,
+     "longest time in which no byte moves while a call is out", 0, INT_MAX},
+    {NsVoxHttp, CallTimeoutKey, F::Count, "seconds, at most 2147483647", "0: none", kAtOnce, "longest time for a call in all",
+     0, INT_MAX},
+    {NsVoxHttp, ResponseLimitKey, F::Count, "bytes, at most 2147483647", "1073741824", kAtOnce, "largest answer", 0, INT_MAX},
 
     {NsConfCluster, ClusterTypeKey, F::Product, "text", "empty", kAtOnce,
      "the product that the node is expected to belong to"},
@@ -108,12 +111,12 @@ const KnownKey kKeys[] = {
      "the time between two looks at the cluster", 1, INT_MAX},
     {NsConfCluster, MonitorModeKey, F::TruthOrEmpty, kTruth, "true, once it is filled; until then false", kAtOnce,
      "policies and commands follow the cluster"},
-    {NsConfCluster, MaxRetriesForClusterUpKey, F::Count, "number", "1", kAfterRestart,
-     "how often a start tries to see the cluster"},
-    {NsConfCluster, CommandTimeoutKey, F::Count, "seconds", "0: none", kAtOnce,
-     "the longest time for one command of an application"},
-    {NsConfCluster, ToolTimeoutKey, F::Count, "seconds", "0: none", kAtOnce,
-     "the longest time for one call of a product's tool"},
+    {NsConfCluster, MaxRetriesForClusterUpKey, F::Count, "number, at most 2147483647", "1", kAfterRestart,
+     "how often a start tries to see the cluster", 0, INT_MAX},
+    {NsConfCluster, CommandTimeoutKey, F::Count, "seconds, at most 4294967", "0: none", kAtOnce,
+     "the longest time for one command of an application", 0, UINT_MAX / 1000},
+    {NsConfCluster, ToolTimeoutKey, F::Count, "seconds, at most 4294967", "0: none", kAtOnce,
+     "the longest time for one call of a product's tool", 0, UINT_MAX / 1000},
 };
 // clang-format on
 
@@ -126,6 +129,14 @@ bool IsDigits(const std::string& text) {
 
 bool IsBetween(const std::string& text, std::uint64_t least, std::uint64_t most) {
     return IsDigits(text) && std::stoull(text) >= least && std::stoull(text) <= most;
+}
+
+/// As the server takes it.
+bool IsAddress(const String_t& value) {
+    const LumPalConfig::ConfigGroup_t group;
+    Configuration_t server = group.GetConfig(String_t(NsVoxHttp));
+    server.SetAttrValue(BindAddressKey, value);
+    return LumVoxMsg::FindWrongLimits(server).GetMessageCount() == 0;
 }
 
 /// In any case.
@@ -168,20 +179,30 @@ bool IsOurs(const std::string& nameSpace) {
     return std::find(names.begin(), names.end(), nameSpace) != names.end();
 }
 
-/// Nobody else's namespaces begin so.
-bool LooksLikeOurs(const std::string& nameSpace) {
-    if (nameSpace.starts_with(kStates)) return false;
-    const bool begins =
-        nameSpace.starts_with("conf.") || nameSpace.starts_with("sec.") || nameSpace.starts_with("vox.");
-    return begins || !NearestOf(nameSpace, Namespaces()).empty();
+std::string InCase(const std::string& name, int (*change)(int)) {
+    std::string changed = name;
+    std::transform(changed.begin(), changed.end(), changed.begin(),
+                   [change](unsigned char c) { return static_cast<char>(change(c)); });
+    return changed;
 }
 
 /// Keys are in capitals; who forgets that means them all the same.
 std::string Capitals(const std::string& name) {
-    std::string capitals = name;
-    std::transform(capitals.begin(), capitals.end(), capitals.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    return capitals;
+    return InCase(name, &std::toupper);
+}
+
+/// Namespaces are not, but for parts that no key of ours has.
+std::string Small(const std::string& name) {
+    return InCase(name, &std::tolower);
+}
+
+/// Nobody else's namespaces begin so.
+bool LooksLikeOurs(const std::string& typed) {
+    if (typed.starts_with(kStates)) return false;
+    const std::string nameSpace = Small(typed);
+    const bool begins =
+        nameSpace.starts_with("conf.") || nameSpace.starts_with("sec.") || nameSpace.starts_with("vox.");
+    return begins || !NearestOf(nameSpace, Namespaces()).empty();
 }
 
 std::string ShownName(const std::string& name) {
@@ -194,15 +215,48 @@ std::string Sentence(const std::string& text, const std::string& typed, const st
     return text + (suggestion.empty() ? "." : suggestion);
 }
 
+/// The key of this name, in any case, of whatever namespace.
+const KnownKey* FindAnywhere(const std::string& typed) {
+    const auto found = std::find_if(std::begin(kKeys), std::end(kKeys),
+                                    [name = Capitals(typed)](const KnownKey& key) { return name == key.name; });
+    return found == std::end(kKeys) ? nullptr : &*found;
+}
+
+std::string Belongs(const KnownKey& key) {
+    return std::string("; '") + key.name + "' is a key of [" + key.nameSpace + "]";
+}
+
+/// The name itself, where it is that of a key elsewhere, before one that only looks like it.
+std::string UnknownName(const std::string& nameSpace, const std::string& typed) {
+    const std::string text = "Nobody reads a key '" + ShownName(typed) + "' of [" + nameSpace + "]";
+    const KnownKey* const elsewhere = FindAnywhere(typed);
+    if (elsewhere && nameSpace != elsewhere->nameSpace) return text + Belongs(*elsewhere) + ".";
+    const std::string suggestion = Suggestion(Capitals(typed), NamesIn(nameSpace));
+    if (!suggestion.empty()) return text + suggestion;
+    const KnownKey* const near = FindAnywhere(NearestOf(Capitals(typed), NamesIn("")));
+    return text + (near ? Belongs(*near) : "") + ".";
+}
+
 void AddUnknownNames(const Configuration_t& configuration, std::vector<std::string>& sentences) {
     const std::string nameSpace = configuration.GetNamespace().ToUtf8();
     String_t name, value;
     for (int i = 0; configuration.GetAttr(i, name, value); ++i) {
         const std::string typed = name.ToUtf8();
         if (FindKey(nameSpace, typed) || typed == BufferSizeKey) continue;
-        sentences.push_back(Sentence("Nobody reads a key '" + ShownName(typed) + "' of [" + nameSpace + "]",
-                                     Capitals(typed), NamesIn(nameSpace)));
+        sentences.push_back(UnknownName(nameSpace, typed));
     }
+}
+
+/// By its own name, else by the first key in it that is known.
+std::string UnknownNamespace(const Configuration_t& configuration) {
+    const std::string nameSpace = configuration.GetNamespace().ToUtf8();
+    const std::string text = "Nobody reads a namespace [" + ShownName(nameSpace) + "]";
+    const std::string suggestion = Suggestion(Small(nameSpace), Namespaces());
+    if (!suggestion.empty()) return text + suggestion;
+    const KnownKey* known = nullptr;
+    String_t name, value;
+    for (int i = 0; !known && configuration.GetAttr(i, name, value); ++i) known = FindAnywhere(name.ToUtf8());
+    return text + (known ? Belongs(*known) : "") + ".";
 }
 
 }  // namespace
@@ -221,8 +275,13 @@ const KnownKey* FindKey(const std::string& nameSpace, const std::string& name) {
 const char* WantedValue(const KnownKey& key, const String_t& value) {
     switch (key.form) {
         case F::Text:
-        case F::Address:  // the server tells it
             return nullptr;
+        case F::Address:
+            return IsAddress(value) ? nullptr : "an IP address, or empty";
+        case F::CoreId:
+            return value.IsEmpty() || LumSecCore::IsAlias(value)
+                       ? nullptr
+                       : "empty, or a plain file name of at most 200 bytes: it names a certificate and its key";
         case F::Truth:
             return IsTruth(value) ? nullptr : "true or false";
         case F::TruthOrEmpty:
@@ -230,7 +289,8 @@ const char* WantedValue(const KnownKey& key, const String_t& value) {
         case F::Port:
             return IsBetween(value.ToUtf8(), 0, 65535) ? nullptr : "a port from 0 to 65535";
         case F::Count:
-            return IsDigits(value.ToUtf8()) ? nullptr : "a number";
+            if (!IsDigits(value.ToUtf8())) return "a number";
+            return IsBetween(value.ToUtf8(), 0, key.most) ? nullptr : key.kind;
         case F::Range:
             return IsBetween(Trimmed(value), key.least, key.most) ? nullptr : key.kind;
         // Both spellings have a meaning, one at the start and one on a change.
@@ -265,20 +325,22 @@ std::string WrongValue(const std::string& nameSpace, const std::string& name, co
     return "[" + nameSpace + "] " + name + "=" + value.ToUtf8() + ": must be " + wanted;
 }
 
+unsigned CalledPort(const Configuration_t& server) {
+    const KnownKey& key = *FindKey(NsVoxHttp, TargetPortKey);
+    if (!server.HasAttr(TargetPortKey)) return static_cast<unsigned>(std::stoul(key.standard));
+    const std::string value = Trimmed(server.GetValue(TargetPortKey));
+    if (WantedValue(key, String_t::FromUtf8(value))) return 0;
+    // A client takes 0 for no port.
+    return static_cast<unsigned>(std::stoul(std::stoul(value) == 0 ? key.standard : value));
+}
+
 std::string PortsApart(const Configuration_t& server) {
-    const auto port = [&server](const char* name) {
-        const KnownKey& key = *FindKey(NsVoxHttp, name);
-        if (!server.HasAttr(name)) return std::string(key.standard);
-        const std::string value = Trimmed(server.GetValue(name));
-        if (WantedValue(key, String_t::FromUtf8(value))) return std::string();
-        // A client takes 0 for no port.
-        return key.form == F::Port && std::stoul(value) == 0 ? std::string(key.standard)
-                                                             : std::to_string(std::stoul(value));
-    };
-    const std::string served = port(ServerPortKey), called = port(TargetPortKey);
-    if (served.empty() || called.empty() || served == called) return "";
-    return "The node serves port " + served + " (" + ServerPortKey + "), but its own tools call " + called + " (" +
-           TargetPortKey + ")";
+    const KnownKey& key = *FindKey(NsVoxHttp, ServerPortKey);
+    const std::string value = server.HasAttr(ServerPortKey) ? Trimmed(server.GetValue(ServerPortKey)) : key.standard;
+    const unsigned called = CalledPort(server);
+    if (called == 0 || WantedValue(key, String_t::FromUtf8(value)) || std::stoul(value) == called) return "";
+    return "The node serves port " + std::to_string(std::stoul(value)) + " (" + ServerPortKey +
+           "), but its own tools call " + std::to_string(called) + " (" + TargetPortKey + ")";
 }
 
 std::vector<std::string> UnknownKeys(const LumPalConfig::ConfigGroup_t& group) {
@@ -289,8 +351,7 @@ std::vector<std::string> UnknownKeys(const LumPalConfig::ConfigGroup_t& group) {
         if (IsOurs(nameSpace)) {
             AddUnknownNames(configuration, sentences);
         } else if (LooksLikeOurs(nameSpace)) {
-            sentences.push_back(
-                Sentence("Nobody reads a namespace [" + ShownName(nameSpace) + "]", nameSpace, Namespaces()));
+            sentences.push_back(UnknownNamespace(configuration));
         }
     }
     return sentences;

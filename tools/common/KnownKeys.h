@@ -18,9 +18,10 @@ enum class ValueForm {
     Truth,
     TruthOrEmpty,
     Port,
-    Count,  ///< a number from 0 on
+    Count,  ///< a number from 0 to `most`
     Range,  ///< a number from `least` to `most`
     Address,
+    CoreId,
     AuditMode,
     SharedFiles,
     ListName,
@@ -56,6 +57,8 @@ const char* WantedValue(const KnownKey& key, const LumPalStr::String_t& value);
 /// known.
 std::string WrongValue(const std::string& nameSpace, const std::string& name, const LumPalStr::String_t& value);
 
+/// The port that the node's own tools call, by its "vox.http.ext.conf"; 0 for a value that is no port.
+unsigned CalledPort(const LumPalConfig::Configuration_t& server);
 /// Why the node's own tools would call a port that it does not serve, by its "vox.http.ext.conf"; empty when they would
 /// not, and for values that are no ports.
 std::string PortsApart(const LumPalConfig::Configuration_t& server);

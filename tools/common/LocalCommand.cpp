@@ -16,7 +16,7 @@ ExitCode LocalCommand::Run() {
         if (!answer.fields.is_null()) object.update(answer.fields);
         std::cout << OneLine(object) << std::endl;
     } else {
-        if (!quiet) std::cout << PrintableLines(answer.text) << std::flush;
+        if (!quiet) std::cout << (IsPrintable() ? answer.text : PrintableLines(answer.text)) << std::flush;
         if (answer.outcome.code != kDone) PrintFailure(std::cerr, "", answer.outcome);
     }
     return answer.outcome.code;

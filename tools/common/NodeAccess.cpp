@@ -19,6 +19,11 @@ bool IsNodeClosed() {
     return false;
 }
 
+std::string ClosedNodeText() {
+    return "This user may not read the node's root '" + Dir_t::Path(LumPalRuntime::Root).ToUtf8() +
+           "': run it as the node's user.";
+}
+
 void RequireOpenNode() {
     if (!IsNodeClosed()) return;
     throw LumPalMsg::RuntimeException_t(LumPalMsg::CreateError_t("The permission is denied."));

@@ -1,11 +1,11 @@
 #include "common/NodeStatusText.h"
 
-#include <algorithm>
 #include <array>
 #include <ctime>
 #include <sstream>
 
 #include "common/Table.h"
+#include "common/TimeSpan.h"
 
 namespace lumtools {
 
@@ -14,25 +14,12 @@ using nlohmann::ordered_json;
 
 namespace {
 
-constexpr std::int64_t kDaySeconds = 86400, kHourSeconds = 3600, kMinuteSeconds = 60;
-
 std::string LocalTime(std::int64_t moment) {
     const std::time_t time = static_cast<std::time_t>(moment);
     std::tm parts{};
     std::array<char, 64> text{};
     if (!localtime_r(&time, &parts)) return std::to_string(moment);
     return std::string(text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &parts));
-}
-
-/// In its largest unit: "3 days".
-std::string Span(std::int64_t seconds) {
-    const auto counted = [](std::int64_t count, const char* unit) {
-        return std::to_string(count) + " " + unit + (count == 1 ? "" : "s");
-    };
-    if (seconds >= kDaySeconds) return counted(seconds / kDaySeconds, "day");
-    if (seconds >= kHourSeconds) return counted(seconds / kHourSeconds, "hour");
-    if (seconds >= kMinuteSeconds) return counted(seconds / kMinuteSeconds, "minute");
-    return counted(std::max<std::int64_t>(seconds, 0), "second");
 }
 
 std::int64_t Now() {
@@ -54,11 +41,6 @@ std::string PoliciesOf(const NodeStatus& status) {
     return text;
 }
 
-std::string EndOf(const NodeStatus::Certificate& certificate) {
-    const std::int64_t left = certificate.end - Now();
-    return left > 0 ? "ends in " + Span(left) : "ENDED " + Span(-left) + " ago";
-}
-
 std::string Name(const NodeStatus::Certificate& certificate) {
     return certificate.kind.ToUtf8() + " '" + certificate.name.ToUtf8() + "'";
 }
@@ -74,12 +56,12 @@ std::string Several(const char* label, const std::string& lines) {
 }  // namespace
 
 std::string TextOf(const NodeStatus& status) {
-    std::string text = Line("serving", "version " + status.version.ToUtf8() + ", for " + Span(Now() - status.started) +
-                                           ", since " + LocalTime(status.started));
+    std::string text = Line("serving", "version " + status.version.ToUtf8() + ", for " +
+                                           SpanText(Now() - status.started) + ", since " + LocalTime(status.started));
     if (status.coreId.IsNotEmpty()) text += Line("core id", status.coreId.ToUtf8());
     text += Line("port", std::to_string(status.port) + (status.tls ? ", TLS" : ", plain, on loopback alone"));
     for (const NodeStatus::Certificate& certificate : status.certificates) {
-        text += Line("certificate", Name(certificate) + " " + EndOf(certificate));
+        text += Line("certificate", Name(certificate) + " " + EndText(certificate.end - Now()));
     }
     text += Line("policies", PoliciesOf(status));
     text += status.settingsBroken.IsEmpty() ? Line("settings", "merged")

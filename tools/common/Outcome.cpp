@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <iostream>
 #include <new>
 #include <ostream>
 #include <sstream>
@@ -11,7 +12,6 @@
 #include "LumPalConsole.h"
 #include "LumPalMsg.h"
 #include "LumPalNet.h"
-#include "LumPalRuntime.h"
 #include "LumSecAuth.h"
 #include "MessageNumbers.h"
 #include "Utils.h"
@@ -26,6 +26,7 @@ namespace lumtools {
 namespace {
 
 using LumConf::Utils;
+using LumPalConsole::Priority;
 using LumPalMsg::MessageList_t;
 using LumPalStr::String_t;
 
@@ -80,26 +81,36 @@ const char* KindOf(ExitCode code) {
     return code == kUntold ? kWarning : "";
 }
 
-void PrintOuter(std::ostream& out, const std::string& text) {
+Priority PriorityOf(ExitCode code) {
+    if (code == kNothingToDo) return Priority::Info;
+    return code == kUntold ? Priority::Warning : Priority::Error;
+}
+
+/// Where standard error is the journal a text is one line: it is not wrapped there.
+std::string_view MarkFor(const std::ostream& out, Priority priority) {
+    return &out == &std::cerr ? LumPalConsole::JournalMark(priority) : std::string_view();
+}
+
+void PrintOuter(std::ostream& out, Priority priority, const std::string& text) {
     const int indent = static_cast<int>(Prefix().GetLength());
-    out << Utils::FormatOutput(Prefix().Left(indent > 0 ? indent - 1 : 0), Text(Printable(text)), indent, Width())
+    out << MarkFor(out, priority)
+        << Utils::FormatOutput(Prefix().Left(indent > 0 ? indent - 1 : 0), Text(Printable(text)), indent, Width())
                .ToUtf8()
         << "\n";
 }
 
 /// It stands below what it belongs to: two columns to the right of it.
-void PrintDetail(std::ostream& out, const MessageLine& line) {
+void PrintDetail(std::ostream& out, Priority priority, const MessageLine& line) {
     const int indent = static_cast<int>(Prefix().GetLength()) + 2 * std::max(line.level, 1);
-    out << Utils::FormatStdOutput(Text(Printable(line.text)), indent, Width(), Utils::Bullet).ToUtf8() << "\n";
+    out << MarkFor(out, priority)
+        << Utils::FormatStdOutput(Text(Printable(line.text)), indent, Width(), Utils::Bullet).ToUtf8() << "\n";
 }
 
 Outcome Failed(const LumPalMsg::Exception_t& e) {
     Outcome outcome = From(kFailed, e);
     if (!IsNodeClosed()) return outcome;
     for (MessageLine& line : outcome.messages) ++line.level;
-    const std::string root = LumPalRuntime::Dir_t::Path(LumPalRuntime::Root).ToUtf8();
-    outcome.messages.insert(outcome.messages.begin(),
-                            {0, "This user may not read the node's root '" + root + "': run it as the node's user."});
+    outcome.messages.insert(outcome.messages.begin(), {0, ClosedNodeText()});
     outcome.code = kRefused;
     return outcome;
 }
@@ -176,19 +187,21 @@ std::vector<MessageLine> LinesOf(const MessageList_t& messages) {
 }
 
 void PrintFailure(std::ostream& out, const std::string& where, const Outcome& outcome) {
+    const Priority priority = PriorityOf(outcome.code);
     for (std::size_t i = 0; i < outcome.messages.size(); ++i) {
         const MessageLine& line = outcome.messages[i];
         if (i == 0) {
-            PrintOuter(out, KindOf(outcome.code) + (where.empty() ? "" : where + ": ") + line.text);
+            PrintOuter(out, priority, KindOf(outcome.code) + (where.empty() ? "" : where + ": ") + line.text);
         } else {
-            PrintDetail(out, line);
+            PrintDetail(out, priority, line);
         }
     }
 }
 
 void PrintWarnings(std::ostream& out, const MessageList_t& messages) {
     for (const MessageLine& line : LinesOf(messages)) {
-        line.level == 0 ? PrintOuter(out, kWarning + line.text) : PrintDetail(out, line);
+        line.level == 0 ? PrintOuter(out, Priority::Warning, kWarning + line.text)
+                        : PrintDetail(out, Priority::Warning, line);
     }
 }
 

@@ -38,7 +38,7 @@ std::vector<MessageLine> LinesOf(const LumPalMsg::MessageList_t& messages);
 
 /// The outer message behind the program's name, and behind "note: " when there was nothing to do, "warning: " when
 /// nobody was told; each detail as an item below it, all wrapped at the width of the terminal that standard error goes
-/// to.
+/// to. Where std::cerr is the journal each line bears its priority (LumPalConsole::JournalMark).
 /// @param where  stands before the text of the outer message; may be empty
 void PrintFailure(std::ostream& out, const std::string& where, const Outcome& outcome);
 /// In the same form: each outer message is a warning.

@@ -27,7 +27,7 @@ bool IsOutputClosed() {
 void OccupyStandardStreams() {
     wasClosed = IsOutputClosed();
     LumPalConsole::OccupyStandardStreams();
-    static Closed closed;
+    static Closed& closed = *new Closed;  // never destroyed: the library flushes the stream behind all destructors
     if (wasClosed) std::cout.rdbuf(&closed);
 }
 

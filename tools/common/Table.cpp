@@ -41,33 +41,14 @@ bool IsIn(const Range* begin, const Range* end, std::uint32_t point) {
     return std::any_of(begin, end, [point](const Range& r) { return point >= r.first && point <= r.last; });
 }
 
-// The main blocks of East Asian Wide (UAX #11) and of nonspacing marks.
-const Range kWide[] = {{0x1100, 0x115F},   {0x2E80, 0x303E},   {0x3041, 0xA4CF},  {0xAC00, 0xD7A3},
-                       {0xF900, 0xFAFF},   {0xFE30, 0xFE6F},   {0xFF00, 0xFF60},  {0xFFE0, 0xFFE6},
-                       {0x1F300, 0x1F64F}, {0x1F900, 0x1F9FF}, {0x20000, 0x3FFFD}};
-const Range kNone[] = {{0x0300, 0x036F}, {0x200B, 0x200F}, {0x20D0, 0x20FF}, {0xFE00, 0xFE0F}, {0xFE20, 0xFE2F}};
-
-int WidthOf(std::uint32_t point) {
-    if (point < std::begin(kNone)->first) return 1;  // nearly all
-    if (IsIn(std::begin(kNone), std::end(kNone), point)) return 0;
-    return IsIn(std::begin(kWide), std::end(kWide), point) ? 2 : 1;
-}
-
-/// Makes the widest columns narrower until all fit, as far as something can still be read of each.
-void Narrow(std::vector<int>& widths, int columns) {
-    for (int& width : widths) width = std::min(width, columns);
-    const int gaps = kGap * (static_cast<int>(widths.size()) - 1);
-    while (std::accumulate(widths.begin(), widths.end(), gaps) > columns) {
-        const auto widest = std::max_element(widths.begin(), widths.end());
-        if (*widest <= kNarrowestColumn) return;
-        --*widest;
+/// The widest of the columns that can be narrower; null when none can.
+int* WidestOf(std::vector<int>& widths, const std::set<std::size_t>& excluded) {
+    int* widest = nullptr;
+    for (std::size_t i = 0; i < widths.size(); ++i) {
+        if (widths[i] <= kNarrowestColumn || excluded.contains(i)) continue;
+        if (!widest || widths[i] > *widest) widest = &widths[i];
     }
-}
-
-std::string Coloured(const std::string& text, Table::Mark mark) {
-    constexpr const char* kColours[] = {"", "\033[32m", "\033[33m", "\033[31m"};
-    const char* colour = kColours[static_cast<int>(mark)];
-    return *colour && !text.empty() ? colour + text + "\033[0m" : text;
+    return widest;
 }
 
 bool IsColourWanted() {
@@ -85,7 +66,7 @@ bool IsControl(std::uint32_t point) {
 
 int DisplayWidth(const std::string& utf8) {
     int width = 0;
-    for (std::size_t at = 0; at < utf8.size();) width += WidthOf(Next(utf8, at));
+    for (std::size_t at = 0; at < utf8.size();) width += LumPalConsole::ColumnsOf(Next(utf8, at));
     return width;
 }
 
@@ -93,7 +74,7 @@ std::string Shortened(const std::string& utf8, int columns) {
     int width = 0;
     std::size_t cut = 0;  // behind what leaves room for the ellipsis
     for (std::size_t at = 0; at < utf8.size();) {
-        width += WidthOf(Next(utf8, at));
+        width += LumPalConsole::ColumnsOf(Next(utf8, at));
         if (width < columns) cut = at;
         if (width > columns) return columns > 0 ? utf8.substr(0, cut) + kEllipsis : "";
     }
@@ -121,6 +102,12 @@ TableLayout TableLayout::ForOutput() {
     return {columns, columns > 0 && IsColourWanted(), true};
 }
 
+std::string Marked(const std::string& text, Mark mark, const TableLayout& layout) {
+    constexpr const char* kColours[] = {"", "\033[32m", "\033[33m", "\033[31m"};
+    const char* colour = kColours[static_cast<int>(mark)];
+    return layout.isColoured && *colour && !text.empty() ? colour + text + "\033[0m" : text;
+}
+
 Table::Table(std::vector<std::string> header) {
     rows.push_back(std::move(header));
 }
@@ -130,9 +117,12 @@ void Table::Add(std::vector<std::string> row) {
     rows.push_back(std::move(row));
 }
 
-void Table::SetMarks(std::size_t column, Mark (*of)(const std::string&)) {
-    markedColumn = column;
-    markOf = of;
+void Table::SetMarks(std::size_t column, Mark (*markOf)(const std::string&)) {
+    marks[column] = markOf;
+}
+
+void Table::KeepWhole(std::size_t column) {
+    kept.insert(column);
 }
 
 void Table::Print(std::ostream& out, const TableLayout& layout) const {
@@ -152,6 +142,18 @@ std::vector<int> Table::WidthsFor(const TableLayout& layout) const {
     return widths;
 }
 
+/// Makes the widest columns narrower until all fit, as far as something can still be read of each.
+void Table::Narrow(std::vector<int>& widths, int columns) const {
+    for (int& width : widths) width = std::min(width, columns);
+    const int gaps = kGap * (static_cast<int>(widths.size()) - 1);
+    while (std::accumulate(widths.begin(), widths.end(), gaps) > columns) {
+        int* widest = WidestOf(widths, kept);
+        if (!widest) widest = WidestOf(widths, {});
+        if (!widest) return;
+        --*widest;
+    }
+}
+
 std::string Table::Line(const std::vector<std::string>& row, const std::vector<int>& widths, const TableLayout& layout,
                         bool isHeader) const {
     std::string line;
@@ -160,8 +162,8 @@ std::string Table::Line(const std::vector<std::string>& row, const std::vector<i
     for (std::size_t i = 0; i < row.size() && column < end; ++i) {
         const std::string cell = layout.columns > 0 ? Shortened(row[i], std::min(widths[i], end - column)) : row[i];
         const int width = DisplayWidth(cell), pad = std::max(widths[i] - width, 0) + kGap;
-        const bool isMarked = layout.isColoured && !isHeader && markOf && i == markedColumn;
-        line += isMarked ? Coloured(cell, markOf(row[i])) : cell;
+        const auto mark = isHeader ? marks.end() : marks.find(i);
+        line += mark == marks.end() ? cell : Marked(cell, mark->second(row[i]), layout);
         if (i + 1 < row.size()) line.append(pad, ' ');
         column += width + pad;
     }

@@ -3,6 +3,8 @@
 #pragma once
 
 #include <iosfwd>
+#include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -30,26 +32,34 @@ struct TableLayout {
     static TableLayout ForOutput();
 };
 
+/// How a text stands out.
+enum class Mark { None, Good, Doubtful, Bad };
+
+/// The text in the colour of its mark, where the layout is coloured. Its own control characters stay in it.
+std::string Marked(const std::string& text, Mark mark, const TableLayout& layout);
+
 /// Rows of texts, each column as wide as its widest text.
 class Table {
 public:
-    /// How a cell stands out.
-    enum class Mark { None, Good, Doubtful, Bad };
+    using Mark = lumtools::Mark;
 
     explicit Table(std::vector<std::string> header);
     void Add(std::vector<std::string> row);
-    /// Marks the cells of a column.
+    /// Marks the cells of a column, by what they hold before they are shortened.
     void SetMarks(std::size_t column, Mark (*markOf)(const std::string& cell));
+    /// Shortens the cells of a column only when those of all other columns cannot be shorter.
+    void KeepWhole(std::size_t column);
     void Print(std::ostream& out, const TableLayout& layout = {}) const;
 
 private:
     std::vector<int> WidthsFor(const TableLayout& layout) const;
+    void Narrow(std::vector<int>& widths, int columns) const;
     std::string Line(const std::vector<std::string>& row, const std::vector<int>& widths, const TableLayout& layout,
                      bool isHeader) const;
 
     std::vector<std::vector<std::string>> rows;
-    std::size_t markedColumn = 0;
-    Mark (*markOf)(const std::string&) = nullptr;
+    std::map<std::size_t, Mark (*)(const std::string&)> marks;  ///< by their columns
+    std::set<std::size_t> kept;                                 ///< columns
 };
 
 }  // namespace lumtools

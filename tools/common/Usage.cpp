@@ -2,8 +2,11 @@
 
 #include <iostream>
 
+#include "LumPalConsole.h"
+#include "common/ExitCode.h"
 #include "common/Nearest.h"
 #include "common/Outcome.h"
+#include "common/StandardOutput.h"
 #include "common/Table.h"
 #include "common/UsageText.h"
 
@@ -38,7 +41,7 @@ void Say(const CLI::App& app, const std::vector<std::string>& faults) {
     Outcome outcome{kWrongUsage, {}};
     for (const std::string& fault : faults) outcome.messages.push_back({0, fault});
     PrintFailure(std::cerr, "", outcome);
-    std::cerr << UsageLine(app) << std::endl;
+    std::cerr << LumPalConsole::JournalMark(LumPalConsole::Priority::Info) << UsageLine(app) << std::endl;
 }
 
 }  // namespace
@@ -52,6 +55,20 @@ void SayNoSuchCommand(const CLI::App& app, const std::string& command) {
     for (const CLI::App* one : app.get_subcommands([](const CLI::App*) { return true; }))
         names.push_back(one->get_name());
     Say(app, {"there is no command '" + Printable(command) + "'" + Suggestion(command, names)});
+}
+
+std::optional<int> EndOfArguments(CLI::App& app, int argc, char** argv) {
+    try {
+        app.parse(argc, argv);
+        return std::nullopt;
+    } catch (const CLI::ParseError& e) {
+        if (e.get_exit_code() != 0) {
+            SayWrongUsage(app, e, {argv + 1, argv + argc});
+            return kWrongUsage;
+        }
+        app.exit(e);  // help and version
+        return IsOutputWritten() ? kDone : kFailed;
+    }
 }
 
 }  // namespace lumtools

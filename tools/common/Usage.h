@@ -3,6 +3,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,5 +14,9 @@ namespace lumtools {
 void SayWrongUsage(const CLI::App& app, const CLI::Error& error, const std::vector<std::string>& arguments);
 /// The same for a command that there is not.
 void SayNoSuchCommand(const CLI::App& app, const std::string& command);
+
+/// Reads the arguments of a program without commands. What is wrong with them is said, and help and version are
+/// printed. @returns the exit code with which the process is to end then; none when it has to work
+std::optional<int> EndOfArguments(CLI::App& app, int argc, char** argv);
 
 }  // namespace lumtools

@@ -15,9 +15,11 @@ public:
     }
 
 private:
+    bool IsPrintable() const override { return true; }
+
     void Work(Answer& answer) const override {
         const Findings findings = CheckAll(Subject::Take());
-        answer.text = TextOf(findings, !onlyProblems);
+        answer.text = TextOf(findings, !onlyProblems, lumtools::TableLayout::ForOutput());
         answer.fields["schema"] = kSchema;
         answer.fields["checks"] = ToJson(findings);
         const auto count = std::count_if(findings.begin(), findings.end(),

@@ -235,6 +235,25 @@ const char* DisplayText(State state) noexcept {
     return "";
 }
 
+namespace {
+
+lumtools::Mark MarkOf(State state) {
+    using lumtools::Mark;
+    constexpr Mark kMarks[] = {Mark::Good, Mark::None, Mark::Doubtful, Mark::Bad};
+    return kMarks[static_cast<int>(state)];
+}
+
+std::string LinesOf(const Finding& finding, const lumtools::TableLayout& layout) {
+    constexpr std::size_t kIndent = 9;
+    const std::string word = DisplayText(finding.state);
+    std::string text = lumtools::Marked(word, MarkOf(finding.state), layout) + std::string(kIndent - word.size(), ' ') +
+                       lumtools::PrintableLines(finding.check + ": " + finding.finding);
+    if (!finding.advice.empty()) text += std::string(kIndent, ' ') + lumtools::PrintableLines("-> " + finding.advice);
+    return text;
+}
+
+}  // namespace
+
 Findings CheckAll(const Subject& subject) {
     Findings findings;
     for (auto* check : {CheckProduct, CheckUser, CheckTools, CheckLocalName, CheckKeys, CheckWriteBack,
@@ -244,14 +263,10 @@ Findings CheckAll(const Subject& subject) {
     return findings;
 }
 
-std::string TextOf(const Findings& findings, bool isEverythingWanted) {
+std::string TextOf(const Findings& findings, bool isEverythingWanted, const lumtools::TableLayout& layout) {
     std::string text;
     for (const Finding& finding : findings) {
-        if (!isEverythingWanted && finding.state == State::Ok) continue;
-        std::string label = DisplayText(finding.state);
-        label.resize(9, ' ');
-        text += label + finding.check + ": " + finding.finding + "\n";
-        if (!finding.advice.empty()) text += std::string(9, ' ') + "-> " + finding.advice + "\n";
+        if (isEverythingWanted || finding.state != State::Ok) text += LinesOf(finding, layout);
     }
     return text;
 }

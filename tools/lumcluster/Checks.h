@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "PolicyContainer.h"
+#include "common/Table.h"
 #include "lumcluster/Facts.h"
 #include "lumcluster/Follower.h"
 #include "lumcluster/Look.h"
@@ -61,8 +62,8 @@ void CheckPolicies(const Subject& subject, Findings& findings);
 /// All of them, in the order in which one would mend what is wrong.
 Findings CheckAll(const Subject& subject);
 
-/// A line for each, with what to do below it. May hold control characters.
-std::string TextOf(const Findings& findings, bool isEverythingWanted);
+/// A line for each, with what to do below it, without control characters but the colours of the layout.
+std::string TextOf(const Findings& findings, bool isEverythingWanted, const lumtools::TableLayout& layout = {});
 nlohmann::ordered_json ToJson(const Findings& findings);
 
 }  // namespace lumcluster

@@ -2,6 +2,7 @@
 #include "Exceptions.h"
 #include "PolicyContainer.h"
 #include "common/Arguments.h"
+#include "common/TableOptions.h"
 #include "lumcluster/Command.h"
 #include "lumcluster/Follower.h"
 #include "lumcluster/Look.h"
@@ -22,9 +23,12 @@ public:
         command.add_option("POLICY", wanted, "Its id, its name, or its type and name as TYPE:NAME")
             ->required()
             ->check(IsGiven);
+        tableOptions.AddTo(command, json);
     }
 
 private:
+    bool IsPrintable() const override { return true; }
+
     void Work(Answer& answer) const override {
         const PolicyContainer store;
         ReadStore(store, answer);
@@ -63,12 +67,12 @@ private:
         return found;
     }
 
-    static void Tell(const PolicyHeader& policy, const Sight& sight, const std::vector<std::string>& obstacles,
-                     Answer& answer) {
+    void Tell(const PolicyHeader& policy, const Sight& sight, const std::vector<std::string>& obstacles,
+              Answer& answer) const {
         const Explanation explanation = Explain(policy, sight, HasAddress);
         std::vector<std::string> all = obstacles;
         if (!explanation.brokenBy.empty()) all.push_back(explanation.brokenBy);
-        answer.text += (answer.text.empty() ? "" : "\n") + TextOf(explanation, all);
+        answer.text += (answer.text.empty() ? "" : "\n") + TextOf(explanation, all, tableOptions.GetLayout());
         answer.fields["policies"].push_back(ToJson(explanation, all));
     }
 
@@ -82,6 +86,7 @@ private:
                << Text(wanted);
     }
 
+    lumtools::TableOptions tableOptions;
     std::string wanted;
 };
 

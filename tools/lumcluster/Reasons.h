@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "PolicyHeader.h"
+#include "common/Table.h"
 #include "lumcluster/Facts.h"
 
 namespace lumcluster {
@@ -66,7 +67,8 @@ bool Means(const std::string& listed, const LumConf::PolicyHeader& policy);
 Explanation Explain(const LumConf::PolicyHeader& policy, const Sight& sight, const Resolves& resolves);
 
 /// For people, in lines. May hold control characters.
-std::string TextOf(const Explanation& explanation, const std::vector<std::string>& obstacles);
+std::string TextOf(const Explanation& explanation, const std::vector<std::string>& obstacles,
+                   const lumtools::TableLayout& layout = {});
 nlohmann::ordered_json ToJson(const Explanation& explanation, const std::vector<std::string>& obstacles);
 
 }  // namespace lumcluster

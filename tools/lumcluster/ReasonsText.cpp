@@ -1,8 +1,8 @@
 // Explanations for people and for programs.
 #include <sstream>
 
-#include "common/Table.h"
 #include "lumcluster/Reasons.h"
+#include "lumcluster/StateMarks.h"
 
 namespace lumcluster {
 
@@ -26,13 +26,14 @@ void AddRows(const Listing& listing, lumtools::Table& table) {
         table.Add({by, "", "", "", "", "it has no instances, and leaves its policies alone"});
 }
 
-std::string Ties(const Explanation& explanation) {
+std::string Ties(const Explanation& explanation, const lumtools::TableLayout& layout) {
     if (!explanation.IsTied()) return "";
     lumtools::Table table({"TIED BY", "GROUP", "STATE", "ACTIVE NODE", "HERE", "BECAUSE"});
     for (const Listing& listing : explanation.listings) AddRows(listing, table);
     for (const Tie& tie : explanation.attributes) AddRow(tie, tie.by, table);
     std::ostringstream out;
-    table.Print(out);
+    table.SetMarks(2, MarkOfState);
+    table.Print(out, layout);
     return out.str();
 }
 
@@ -105,16 +106,17 @@ ordered_json NextCycleToJson(const Explanation& explanation) {
 
 }  // namespace
 
-std::string TextOf(const Explanation& explanation, const std::vector<std::string>& obstacles) {
-    std::string text = explanation.name + " (type " + explanation.typeName + ", id " + explanation.id + ") is " +
-                       explanation.status + " on this node.\n";
+std::string TextOf(const Explanation& explanation, const std::vector<std::string>& obstacles,
+                   const lumtools::TableLayout& layout) {
+    std::string text = lumtools::Printable(explanation.name + " (type " + explanation.typeName + ", id " +
+                                           explanation.id + ") is " + explanation.status + " on this node.") +
+                       "\n";
     if (!explanation.IsTied() && explanation.unknownBecause.empty()) {
         return text + "Nothing ties it to a resource group: it is never switched.\n";
     }
-    text += Ties(explanation) + WhatIsNotKnown(explanation);
-    text += NextCycle(explanation);
-    for (const std::string& obstacle : obstacles) text += "Not now: " + obstacle + ".\n";
-    return text;
+    std::string rest = WhatIsNotKnown(explanation) + NextCycle(explanation);
+    for (const std::string& obstacle : obstacles) rest += "Not now: " + obstacle + ".\n";
+    return text + Ties(explanation, layout) + lumtools::PrintableLines(rest);
 }
 
 ordered_json ToJson(const Explanation& explanation, const std::vector<std::string>& obstacles) {

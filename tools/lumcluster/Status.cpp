@@ -7,7 +7,7 @@
 
 #include "LumPalConsole.h"
 #include "LumPalDaemon.h"
-#include "common/Table.h"
+#include "common/TableOptions.h"
 #include "lumcluster/Changes.h"
 #include "lumcluster/Command.h"
 #include "lumcluster/Look.h"
@@ -37,7 +37,7 @@ struct View {
 
     explicit View(Addresses& addresses)
         : keys(Keys::Read()), sight(Look(keys, &addresses)), follower(Follower::Read()) {}
-    std::string Text() const { return TextOf(sight, follower, keys); }
+    std::string Text(const lumtools::TableLayout& layout) const { return TextOf(sight, follower, keys, layout); }
     /// The first problem is the answer's failure.
     lumtools::Outcome GetOutcome() const {
         return sight.problems.empty() ? lumtools::Outcome() : sight.problems.front().outcome;
@@ -54,6 +54,7 @@ public:
             ->type_name("SECONDS")
             ->check(CLI::Range(1, kMostSeconds))
             ->needs(watchFlag);
+        tableOptions.AddTo(command, json);
     }
 
     ExitCode Run() override {
@@ -64,10 +65,12 @@ public:
     }
 
 private:
+    bool IsPrintable() const override { return true; }
+
     void Work(Answer& answer) const override {
         Addresses addresses;
         const View view(addresses);
-        answer.text = view.Text();
+        answer.text = view.Text(tableOptions.GetLayout());
         answer.fields = ToJson(view.sight, view.follower, view.keys);
         answer.outcome = view.GetOutcome();
     }
@@ -93,11 +96,11 @@ private:
         screen->Close();
     }
 
-    static std::string Drawing(Addresses& addresses) {
+    std::string Drawing(Addresses& addresses) const {
         std::string text = Now() + "\n";
         const lumtools::Outcome outcome = lumtools::Attempt([&] {
             const View view(addresses);
-            text += view.Text();
+            text += view.Text(tableOptions.GetLayout());
             for (const Problem& problem : view.sight.problems) text += Lines(problem.what, problem.outcome);
         });
         if (outcome.code != lumtools::kDone) text += Lines("configuration", outcome);
@@ -137,6 +140,7 @@ private:
         std::cout << (json ? OneLine(ToJson(change, Now())) : LineOf(change, Now())) << std::endl;
     }
 
+    lumtools::TableOptions tableOptions;
     bool watches = false;
     int seconds = 0;
 };

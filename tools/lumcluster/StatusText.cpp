@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <sstream>
 
-#include "common/Table.h"
 #include "lumcluster/Command.h"
+#include "lumcluster/StateMarks.h"
 
 namespace lumcluster {
 
 using lumtools::Printable;
-using lumtools::Table;
+using lumtools::Table, lumtools::TableLayout;
 using nlohmann::ordered_json;
 
 namespace {
@@ -22,9 +22,10 @@ std::string Line(const char* label, const std::string& text) {
     return line + Printable(text) + "\n";
 }
 
-std::string Lines(const Table& table) {
+std::string Lines(Table& table, const TableLayout& layout) {
+    table.KeepWhole(0);
     std::ostringstream out;
-    table.Print(out);
+    table.Print(out, layout);
     return "\n" + out.str();
 }
 
@@ -38,25 +39,28 @@ std::string Head(const Sight& sight, const Follower& follower, const Keys& keys)
     return text;
 }
 
-std::string NodesOf(const Sight& sight) {
+std::string NodesOf(const Sight& sight, const TableLayout& layout) {
     Table table({"NODE", "ID", "STATE", ""});
     for (const NodeFacts& node : sight.nodes) {
         table.Add({node.name, node.id == kUnknownId ? "?" : std::to_string(node.id),
                    StateWithDetail(node.state, node.detail), node.isLocal ? "this node" : ""});
     }
-    return sight.nodes.empty() ? "" : Lines(table);
+    table.SetMarks(2, MarkOfState);
+    return sight.nodes.empty() ? "" : Lines(table, layout);
 }
 
-std::string GroupsOf(const Sight& sight) {
+std::string GroupsOf(const Sight& sight, const TableLayout& layout) {
     Table table({"GROUP", "STATE", "HERE", "ACTIVE NODE", "ADDRESS"});
     for (const GroupFacts& group : sight.groups) {
         table.Add({group.name, StateWithDetail(group.state, group.detail), group.localState, group.activeNode,
                    group.address.value_or("?")});
     }
-    return sight.groups.empty() ? "" : Lines(table);
+    table.SetMarks(1, MarkOfState);
+    table.SetMarks(2, MarkOfStateHere);
+    return sight.groups.empty() ? "" : Lines(table, layout);
 }
 
-std::string ApplicationsOf(const Sight& sight) {
+std::string ApplicationsOf(const Sight& sight, const TableLayout& layout) {
     Table table({"APPLICATION", "INSTANCE", "GROUP", "STATE", "ACTIVE NODE", ""});
     for (const ApplicationFacts& application : sight.applications) {
         for (const InstanceFacts& instance : application.instances) {
@@ -65,17 +69,18 @@ std::string ApplicationsOf(const Sight& sight) {
         }
         if (application.instances.empty()) table.Add({application.name, "", "", "", "", ""});
     }
-    return sight.applications.empty() ? "" : Lines(table);
+    table.SetMarks(3, MarkOfState);
+    return sight.applications.empty() ? "" : Lines(table, layout);
 }
 
 /// Their commands have not run where they are now.
-std::string ChangedUnwatched(const Follower& follower) {
+std::string ChangedUnwatched(const Follower& follower, const TableLayout& layout) {
     if (!follower.record || follower.record->changed.empty()) return "";
     Table table({"CHANGED SIDES UNWATCHED", "INSTANCE", "GROUP", ""});
     for (const lumtools::InstanceSide& side : follower.record->changed) {
         table.Add({side.application, side.name, side.group, side.here ? "has come" : "has left"});
     }
-    return Lines(table);
+    return Lines(table, layout);
 }
 
 ordered_json ToJson(const NodeFacts& node) {
@@ -127,9 +132,9 @@ ordered_json ToJson(const Problem& problem) {
 
 }  // namespace
 
-std::string TextOf(const Sight& sight, const Follower& follower, const Keys& keys) {
-    return Head(sight, follower, keys) + NodesOf(sight) + GroupsOf(sight) + ApplicationsOf(sight) +
-           ChangedUnwatched(follower);
+std::string TextOf(const Sight& sight, const Follower& follower, const Keys& keys, const TableLayout& layout) {
+    return Head(sight, follower, keys) + NodesOf(sight, layout) + GroupsOf(sight, layout) +
+           ApplicationsOf(sight, layout) + ChangedUnwatched(follower, layout);
 }
 
 ordered_json ToJson(const Sight& sight, const Follower& follower, const Keys& keys) {

@@ -6,6 +6,7 @@
 #include "LumPalIo.h"
 #include "LumPalWhole.h"
 #include "LumSecPki.h"
+#include "lumconfd/RevokedHere.h"
 
 namespace lumconfd {
 
@@ -30,10 +31,24 @@ std::string WhyNotNow(const String_t& path) {
     return WhyNotNow(LumPalIo::ReadAtMost(LumPalIo::FileInputStream_t(path), LumSecPki::kLargestPemFile));
 }
 
+/// All that the file holds: who hangs on a weak one is refused. What cannot be read is told elsewhere.
+void CheckStrength(const String_t& path, CertificateFindings& found) try {
+    const auto pem = LumPalIo::ReadAtMost(LumPalIo::FileInputStream_t(path), LumSecPki::kLargestPemFile);
+    for (const LumSecCore::X509Certificate& certificate : LumSecPki::ReadCertificates(pem)) {
+        const std::string why = LumSecPki::WhyTooWeak(certificate).ToUtf8();
+        if (why.empty()) continue;
+        found.warnings.push_back(
+            "The trusted certificate '" + path.ToUtf8() + "': " + why +
+            ". Nobody is let in for whom it vouches: a new one is needed, and what it issued too.");
+    }
+} catch (const LumPalMsg::Exception_t&) {
+}
+
 void CheckTrusted(const NodeIdentity& node, CertificateFindings& found) {
     for (const String_t& path : node.trustedPaths) {
         const std::string why = WhyNotNow(path);
         if (!why.empty()) found.warnings.push_back("The trusted certificate '" + path.ToUtf8() + "': " + why);
+        CheckStrength(path, found);
     }
     if (!node.certificateInstalled || !node.trustedPaths.empty()) return;
     found.warnings.emplace_back(
@@ -46,6 +61,15 @@ void CheckOwn(const NodeIdentity& node, CertificateFindings& found) {
     if (why.empty()) return;
     found.problems.push_back("The node's own certificate '" + node.certificatePath.ToUtf8() + "': " + why +
                              " 'lumtrust request' and 'lumtrust install' bring a new one.");
+}
+
+void CheckRevoked(const NodeIdentity& node, CertificateFindings& found) try {
+    for (const RevokedHere& revoked : FindRevoked(node)) {
+        const bool isWarning = revoked.kind == RevokedHere::Kind::Trusted;
+        (isWarning ? found.warnings : found.problems).push_back(revoked.Text().Format(LumPalMsg::BareText).ToUtf8());
+    }
+} catch (const LumSecCore::KeyStoreException&) {
+    // A list that is broken is told as what a server would not take.
 }
 
 void CheckMode(const fs::path& file, CertificateFindings& found) {
@@ -74,6 +98,7 @@ CertificateFindings FindInCertificates() {
     const NodeIdentity node = NodeIdentity::Load();
     CheckOwn(node, found);
     CheckTrusted(node, found);
+    CheckRevoked(node, found);
     return found;
 }
 

@@ -56,14 +56,16 @@ private:
     std::set<std::string> problems;
 };
 
-/// The server itself tells what it would not take.
-bool IsOfTheServer(const KnownKey& key) {
-    return key.form == lumtools::ValueForm::Range || key.form == lumtools::ValueForm::Address;
+/// The server itself tells what it would not take, and so does the key store once a certificate counts as installed.
+bool IsToldElsewhere(const KnownKey& key, const ConfigGroup_t& group) {
+    using Form = lumtools::ValueForm;
+    if (key.form == Form::CoreId) return group.GetConfig(String_t(NsSecCmCert)).GetBool(CertInstalledKey);
+    return key.form == Form::Range || key.form == Form::Address;
 }
 
 void CheckKeys(const ConfigGroup_t& group, Report& report) {
     for (const KnownKey& key : lumtools::KnownKeys()) {
-        if (IsOfTheServer(key) || !group.HasConfig(key.nameSpace)) continue;
+        if (IsToldElsewhere(key, group) || !group.HasConfig(key.nameSpace)) continue;
         const Configuration_t configuration = group.GetConfig(String_t(key.nameSpace));
         if (!configuration.HasAttr(key.name)) continue;
         const std::string wrong = lumtools::WrongValue(key.nameSpace, key.name, configuration.GetAttrValue(key.name));

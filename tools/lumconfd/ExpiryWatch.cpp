@@ -21,6 +21,7 @@ ExpiryWatch::ExpiryWatch()
       thread("ExpiryWatch", {"The ends of the node's certificates cannot be looked at now: %1", kInterval},
              [this](LumPalThread::Bell_t&) {
                  expiry.Look();
+                 revoked.Look();
                  return kInterval;
              }) {
     thread.Start();

@@ -1,9 +1,10 @@
 /// @file
-/// Looks at the node's certificates as long as the daemon runs.
+/// Looks at the node's certificates, for those that end and those that are revoked, as long as the daemon runs.
 #pragma once
 
 #include "LumPalBell.h"
 #include "lumconfd/Expiry.h"
+#include "lumconfd/RevokedHere.h"
 
 namespace lumconfd {
 
@@ -19,7 +20,9 @@ public:
     void Reloaded() { thread.Ring(); }
 
 private:
-    Expiry expiry;  ///< the thread's own
+    // The thread's own.
+    Expiry expiry;
+    RevokedLog revoked;
     LumPalThread::StepThread_t thread;
 };
 

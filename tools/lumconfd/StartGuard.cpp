@@ -1,9 +1,8 @@
 #include "lumconfd/StartGuard.h"
 
 #include <cstdlib>
-#include <iostream>
 
-#include "LumPalConsole.h"
+#include "common/Said.h"
 
 namespace lumconfd {
 
@@ -14,8 +13,7 @@ constexpr std::chrono::milliseconds kPause(50);
 void EndIfStopPending(const LumPalRuntime::Signals_t& signals) {
     if (!signals.IsStopPending()) return;
     LumPalRuntime::NotifyServiceManager("STOPPING=1");
-    std::cerr << LumPalConsole::JournalMark(LumPalConsole::Priority::Info) << "lumconfd: told to stop before it served"
-              << std::endl;
+    lumtools::Say(LumPalConsole::Priority::Info, "told to stop before it served");
     std::_Exit(EXIT_SUCCESS);
 }
 

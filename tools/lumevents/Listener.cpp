@@ -7,9 +7,11 @@
 #include "LumCtrl.h"
 #include "LumPalDaemon.h"
 #include "LumPalIo.h"
+#include "common/Said.h"
 
 namespace lumevents {
 
+using LumPalConsole::Priority;
 using LumPalStr::String_t;
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
@@ -29,7 +31,7 @@ public:
 
     bool Run() {
         if (!Register(options.patience, "")) return true;
-        if (!options.quiet) std::cerr << "registered" << std::endl;
+        if (!options.quiet) std::cerr << LumPalConsole::JournalMark(Priority::Info) << "registered" << std::endl;
         while (!IsDone()) {
             try {
                 if (!HandleNext()) return false;
@@ -56,9 +58,9 @@ private:
     /// @return false when the process is stopping
     bool ComeBack(const LumPalIo::IOException_t& gone) {
         component.reset();
-        std::cerr << "lumevents: " << gone.what() << " Waiting for it." << std::endl;
+        lumtools::Say(Priority::Warning, std::string(gone.what()) + " Waiting for it.");
         if (!Register(options.patience.value_or(std::chrono::hours(24 * 365 * 100)), gone.what())) return false;
-        std::cerr << "lumevents: registered again; events in between were missed" << std::endl;
+        lumtools::Say(Priority::Warning, "registered again; events in between were missed");
         return true;
     }
 
@@ -97,7 +99,7 @@ private:
     static void Say(const LumPalIo::IOException_t& reason, std::string& said) {
         if (said == reason.what()) return;
         said = reason.what();
-        std::cerr << "lumevents: " << said << std::endl;
+        lumtools::Say(Priority::Warning, said);
     }
 
     const ListenOptions& options;

@@ -1,7 +1,11 @@
-// The command that makes nodes have the policies that are wanted.
+// The commands that make nodes have the policies that are wanted: apply, and import of what export wrote.
+#include <filesystem>
 #include <iostream>
 
 #include "PolicyForwarder.h"
+#include "ReturnValue.h"
+#include "common/Advice.h"
+#include "common/Arguments.h"
 #include "common/Lazy.h"
 #include "lumpolicy/ApplyReport.h"
 #include "lumpolicy/Command.h"
@@ -18,20 +22,21 @@ namespace {
 
 constexpr int kMostNodes = 1000000;
 
-class Apply : public HostCommand {
-public:
-    explicit Apply(CLI::App& command);
-
-private:
+/// What apply and import have in common.
+class DesiredCommand : public HostCommand {
+protected:
+    explicit DesiredCommand(CLI::App& command);
     Outcome Prepare() override;
     bool ChangesNodes() const override { return !choices.dryRun; }
+    unsigned GetRight() const override { return LumConf::RightRemove; }  // its one change that is no install
     lumtools::Rollout GetRollout() const override { return rollout; }
     Answer Ask(const std::string& host) const override;
     void AddUnknown(Answer& known) const override { report::EndEarly(wanted, known); }
 
     std::vector<std::string> given;
     ApplyChoices choices;
-    bool prune = false;
+
+private:
     int serial = 0, mostFailed = -1;
     lumtools::Rollout rollout;
     std::vector<DesiredPolicy> wanted;
@@ -39,20 +44,9 @@ private:
     lumtools::Lazy<LumConf::PolicyForwarder> forwarder;
 };
 
-Apply::Apply(CLI::App& c) : HostCommand(c) {
-    c.add_option("FILE", given, "Header files (<id>_header.xml), or folders of them; the data files lie beside them")
-        ->required();
+DesiredCommand::DesiredCommand(CLI::App& c) : HostCommand(c) {
     c.add_flag("-n,--dry-run", choices.dryRun, "Say what would change; change nothing");
     c.add_flag("--diff", choices.showDiff, "Show each change as a unified diff of the header's fields and the data");
-    auto* pruning = c.add_flag("--prune", prune, "Remove the policies of --type and --category that are not given");
-    c.add_option("--type", choices.pruning.type, "What --prune looks at")
-        ->type_name("TYPE")
-        ->needs(pruning)
-        ->check(lumtools::IsGiven);
-    c.add_option("--category", choices.pruning.category, "What --prune looks at")
-        ->type_name("CATEGORY")
-        ->needs(pruning)
-        ->check(lumtools::IsGiven);
     c.add_flag("--force-owner", choices.forceOwner, "Change policies of other owners too");
     c.add_flag("--no-notify", choices.noNotify, "Queue the notification of consumers; 'lumpolicy notify' sends it");
     c.add_option("--serial", serial, "Begin with the next N nodes when the N before them have answered")
@@ -64,9 +58,7 @@ Apply::Apply(CLI::App& c) : HostCommand(c) {
     lumtools::AddTargetId(c, choices.targetId);
 }
 
-Outcome Apply::Prepare() {
-    if (prune && !choices.pruning.IsWanted())
-        throw CLI::ValidationError("--prune needs --type or --category: it removes nothing beyond them");
+Outcome DesiredCommand::Prepare() {
     rollout.serial = static_cast<std::size_t>(serial);
     if (mostFailed >= 0) rollout.mostFailed = static_cast<std::size_t>(mostFailed);
     return Attempt([&] {
@@ -80,22 +72,74 @@ Outcome Apply::Prepare() {
     });
 }
 
-Answer Apply::Ask(const std::string& host) const {
+Answer DesiredCommand::Ask(const std::string& host) const {
     const NodeApply::Sink sink{[&](const auto& add) { AddKnown(host, add); },
                                [&](const std::string& step) { SetStep(host, step); },
                                [&](const std::string& step) { SetQuestion(host, step); }};
     sink.add([](Answer& known) { known.isBlock = true; });
-    const Outcome outcome = Attempt([&] { NodeApply(*forwarder, choices, wanted, host, sink).Run(); });
+    NodeApply work(*forwarder, choices, wanted, host, sink);
+    Outcome outcome = Attempt([&] { work.Run(); });
+    if (work.GetLackingRight() != 0 && outcome.code == lumtools::kRefused)
+        lumtools::AddRight(host, work.GetLackingRight(), outcome);
     Answer answer = GetKnown(host);
     report::Join(answer.outcome, outcome);
     FillWarnings(answer.fields, warnings);
     return answer;
 }
 
+class Apply : public DesiredCommand {
+public:
+    explicit Apply(CLI::App& command);
+
+private:
+    Outcome Prepare() override {
+        if (prune && !choices.pruning.IsWanted())
+            throw CLI::ValidationError("--prune needs --type or --category: it removes nothing beyond them");
+        return DesiredCommand::Prepare();
+    }
+
+    bool prune = false;
+};
+
+Apply::Apply(CLI::App& c) : DesiredCommand(c) {
+    c.add_option("FILE", given, "Header files (<id>_header.xml), or folders of them; the data files lie beside them")
+        ->required();
+    auto* pruning = c.add_flag("--prune", prune, "Remove the policies of --type and --category that are not given");
+    c.add_option("--type", choices.pruning.type, "What --prune looks at")
+        ->type_name("TYPE")
+        ->needs(pruning)
+        ->check(lumtools::IsGiven);
+    c.add_option("--category", choices.pruning.category, "What --prune looks at")
+        ->type_name("CATEGORY")
+        ->needs(pruning)
+        ->check(lumtools::IsGiven);
+}
+
+/// Without anything that removes: what the node has besides stays.
+class Import : public DesiredCommand {
+public:
+    explicit Import(CLI::App& command) : DesiredCommand(command) {
+        given.resize(1);
+        command.add_option("DIR", given.front(), "The folder that export has made")->required();
+    }
+
+private:
+    Outcome Prepare() override {
+        const Outcome looked = Attempt([&] {
+            std::error_code error;
+            if (std::filesystem::is_directory(given.front(), error)) return;
+            throw LumPalMsg::IllegalArgumentError_t(LumPalMsg::CreateError_t("'%1' is no folder.")
+                                                    << lumtools::Text(given.front()));
+        });
+        return looked.code == lumtools::kDone ? DesiredCommand::Prepare() : looked;
+    }
+};
+
 }  // namespace
 
 void AddApply(CLI::App& app, Actions& actions) {
     AddCommand<Apply>(app, actions, "apply", "Make nodes have these policies: install or change what differs");
+    AddCommand<Import>(app, actions, "import", "Put the policies that export wrote onto nodes, as apply does");
 }
 
 }  // namespace lumpolicy

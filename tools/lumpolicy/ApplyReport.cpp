@@ -137,7 +137,10 @@ std::string LeftText(int unknown, int unsent) {
 
 void Join(Outcome& whole, const Outcome& part) {
     const bool isWorse = part.code != lumtools::kDone && part.code != lumtools::kUntold;
-    if (whole.code == lumtools::kDone || (whole.code == lumtools::kUntold && isWorse)) whole.code = part.code;
+    if (whole.code == lumtools::kDone || (whole.code == lumtools::kUntold && isWorse)) {
+        whole.code = part.code;
+        whole.message = part.message;
+    }
     whole.messages.insert(whole.messages.end(), part.messages.begin(), part.messages.end());
 }
 

@@ -8,7 +8,9 @@
 #include "common/Lazy.h"
 #include "common/SelectionOptions.h"
 #include "common/Table.h"
+#include "lumpolicy/Changed.h"
 #include "lumpolicy/Command.h"
+#include "lumpolicy/DocumentWarnings.h"
 #include "lumpolicy/PolicyText.h"
 
 namespace lumpolicy {
@@ -170,6 +172,7 @@ public:
     Change(CLI::App& command, const Row& row) : HostCommand(command), row(row) {
         if (row.argument) command.add_option(row.argument, words, row.argumentHelp)->required()->expected(1);
         selectionOptions.AddTo(command, SelectionOptions::Demand::Yes);
+        idOption = command.get_option("--id");
         command.add_flag("-n,--dry-run", dryRun,
                          "Show what would change, as the node lists its policies; change nothing");
         command.add_flag("--no-notify", noNotify, "Queue the notification of consumers; 'lumpolicy notify' sends it");
@@ -199,27 +202,44 @@ private:
 
     Answer Ask(const std::string& host) const override {
         Answer answer = !dryRun && !selections.IsOne() ? SendEach(host) : SendWhole(host);
-        if (answer.outcome.code == lumtools::kNothingToDo && IsOfStatus()) TellOddStatus(host, answer.outcome);
+        if (!dryRun && !answer.fields.contains("changed")) answer.fields["changed"] = WasChanged(answer.outcome.code);
+        if (IsOfStatus()) TellOddStatus(host, answer);
         return answer;
     }
 
     bool IsOfStatus() const { return row.right == LumConf::RightEnable || row.right == LumConf::RightDisable; }
 
     /// To a node such a policy is neither on nor off, so that there is nothing to switch.
-    void TellOddStatus(const std::string& host, lumtools::Outcome& outcome) const {
+    void TellOddStatus(const std::string& host, Answer& answer) const {
+        lumtools::Outcome& outcome = answer.outcome;
+        const bool isIdle = outcome.code == lumtools::kNothingToDo;
+        const bool isDone = outcome.code == lumtools::kDone || outcome.code == lumtools::kUntold;
+        // One policy that was switched had the other status.
+        if (!isIdle && (!isDone || (idOption->count() > 0 && !dryRun))) return FillWarnings(answer.fields, {});
+        const LumPalMsg::MessageList_t odd = FindOddStatus(host);
+        if (isIdle) {
+            for (const auto& line : lumtools::LinesOf(odd)) outcome.messages.push_back({line.level + 1, line.text});
+        } else {
+            Warn(odd);
+        }
+        FillWarnings(answer.fields, isIdle ? LumPalMsg::MessageList_t() : odd);
+    }
+
+    LumPalMsg::MessageList_t FindOddStatus(const std::string& host) const {
         constexpr int mostTold = 10;
         PolicyContainer policies;
+        SetStep(host, "which policies have another status");
         lumtools::Attempt([&] { policies = ListSome(*forwarder, host, selections, targetId); });
-        int told = 0;
-        for (int i = 0; i < policies.GetCount() && told < mostTold; ++i) {
+        LumPalMsg::MessageList_t odd;
+        for (int i = 0; i < policies.GetCount() && odd.GetMessageCount() < mostTold; ++i) {
             const PolicyHeader header = policies.GetPolicyHeader(i);
             if (header.IsEnabled() || header.IsDisabled()) continue;
-            ++told;
-            outcome.messages.push_back({1, NameOf(header) + " has the status '" + header.GetStatus().ToUtf8() +
-                                               "', which is neither 'enabled' nor 'disabled'. Install it again: "
-                                               "'lumpolicy install --force-state --" +
-                                               row.name + " FILE'."});
+            odd.Add(
+                LumPalMsg::CreateWarn_t("%1 has the status '%2', which is neither 'enabled' nor 'disabled'. Install "
+                                        "it again: 'lumpolicy install --force-state --%3 FILE'.")
+                << Text(NameOf(header)) << header.GetStatus() << row.name);
         }
+        return odd;
     }
 
     Answer SendWhole(const std::string& host) const {
@@ -253,6 +273,7 @@ private:
             if (outcomes.back().code == lumtools::kUnreachable) break;
         }
         answer = GetKnown(host);
+        answer.fields["changed"] = WasAnyChanged(outcomes);
         answer.outcome = Joined(outcomes);
         if (answer.outcome.code == lumtools::kDone) answer.text = row.done + host + "\n";
         return answer;
@@ -268,6 +289,12 @@ private:
                                                 {"code", static_cast<int>(outcome.code)}});
         });
         return outcome;
+    }
+
+    static nlohmann::ordered_json WasAnyChanged(const std::vector<lumtools::Outcome>& outcomes) {
+        nlohmann::ordered_json whole = false;
+        for (const lumtools::Outcome& one : outcomes) JoinChanged(WasChanged(one.code), whole);
+        return whole;
     }
 
     /// A failure counts for all; that there was nothing to do only when there was for none.
@@ -300,6 +327,7 @@ private:
 
     const Row& row;
     SelectionOptions selectionOptions;
+    const CLI::Option* idOption = nullptr;
     std::string words, targetId;
     bool noNotify = false, dryRun = false;
     lumtools::Selections selections;

@@ -15,6 +15,7 @@ void AddChanges(CLI::App& app, Actions& actions);
 void AddQueries(CLI::App& app, Actions& actions);
 void AddNodeWork(CLI::App& app, Actions& actions);
 void AddApply(CLI::App& app, Actions& actions);
+void AddExport(CLI::App& app, Actions& actions);
 void AddStatus(CLI::App& app, Actions& actions);
 void AddLocal(CLI::App& app, Actions& actions);
 void AddTrust(CLI::App& app, Actions& actions);

@@ -178,7 +178,8 @@ void ClaimAll(const DesiredPolicy& policy, Claims& claims) {
 
 void CollectHeaders(const std::filesystem::path& folder, Values& found) {
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        if (entry.path().string().ends_with(kHeaderSuffix)) found.push_back(entry.path().string());
+        if (entry.path().string().ends_with(kHeaderSuffix) && !entry.is_directory())
+            found.push_back(entry.path().string());
     }
 }
 

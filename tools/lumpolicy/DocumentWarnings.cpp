@@ -14,16 +14,26 @@ using lumtools::MessageLine;
 
 namespace {
 
+/// The message of a document that cannot be parsed ends in the place and the reason.
+std::string WithoutPlace(const std::string& text, const std::string& place) {
+    const std::size_t at = text.find(place);
+    return at == text.npos ? text : text.substr(at + place.size());
+}
+
 std::vector<MessageLine> LinesOf(const PolicyFault& fault) {
     std::vector<MessageLine> lines = lumtools::LinesOf(MessageList_t(fault.message));
-    if (fault.line == 0 || lines.empty()) return lines;
-    const std::string place = "Line " + std::to_string(fault.line) + ", column " + std::to_string(fault.column) + ": ";
-    lines.front().text = place + lines.front().text;
+    if (fault.line == 0 || fault.file.IsNotEmpty() || lines.empty()) return lines;
+    const std::string place = "ine " + std::to_string(fault.line) + ", column " + std::to_string(fault.column) + ": ";
+    lines.front().text = "L" + place + WithoutPlace(lines.front().text, "l" + place);
     return lines;
 }
 
 nlohmann::ordered_json NumberOrNull(int number) {
     return number == 0 ? nlohmann::ordered_json() : nlohmann::ordered_json(number);
+}
+
+nlohmann::ordered_json TextOrNull(const LumPalStr::String_t& text) {
+    return text.IsEmpty() ? nlohmann::ordered_json() : nlohmann::ordered_json(text.ToUtf8());
 }
 
 }  // namespace
@@ -59,7 +69,8 @@ std::vector<MessageLine> LinesOf(const std::vector<PolicyFault>& faults) {
 void FillFaults(nlohmann::ordered_json& object, const std::vector<PolicyFault>& faults) {
     object["faults"] = nlohmann::ordered_json::array();
     for (const PolicyFault& fault : faults) {
-        object["faults"].push_back({{"line", NumberOrNull(fault.line)},
+        object["faults"].push_back({{"file", TextOrNull(fault.file)},
+                                    {"line", NumberOrNull(fault.line)},
                                     {"column", NumberOrNull(fault.column)},
                                     {"text", fault.message.Format(LumPalMsg::BareText).ToUtf8()},
                                     {"refused", fault.isRefused}});

@@ -25,7 +25,8 @@ LumConf::PolicyCheck CheckFile(const std::string& file);
 /// Each fault as a line below the first, with its place.
 std::vector<lumtools::MessageLine> LinesOf(const std::vector<LumConf::PolicyFault>& faults);
 
-/// The member "faults": "line" and "column" (null for a fault without a place), "text", "refused".
+/// The member "faults": "file" (the data file; null for the header), "line" and "column" (null for a fault without a
+/// place), "text", "refused".
 void FillFaults(nlohmann::ordered_json& object, const std::vector<LumConf::PolicyFault>& faults);
 
 }  // namespace lumpolicy

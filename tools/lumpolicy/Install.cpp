@@ -8,10 +8,12 @@
 #include "Selection.h"
 #include "common/Arguments.h"
 #include "common/Lazy.h"
+#include "lumpolicy/Changed.h"
 #include "lumpolicy/Command.h"
 #include "lumpolicy/DocumentWarnings.h"
 #include "lumpolicy/ForeseenInstall.h"
 #include "lumpolicy/InstallChoices.h"
+#include "lumpolicy/PackageFiles.h"
 #include "lumpolicy/PolicyText.h"
 #include "lumpolicy/SharedFiles.h"
 
@@ -60,10 +62,23 @@ private:
             Attempt([&] { TakeWarnings(file, PolicyHeader::Read(LumPalIo::File_t(Text(file)))); });
         }
         if (!json) lumtools::PrintWarnings(std::cerr, warnings);
-        return Attempt([&] {
-            options = choices.Make();
-            for (const auto& file : files) Take(LumPalIo::File_t(Text(file)));
-        });
+        const Outcome made = Attempt([&] { options = choices.Make(); });
+        return made.code == lumtools::kDone ? TakeAll() : made;
+    }
+
+    Outcome TakeAll() {
+        for (const auto& file : files) {
+            Outcome taken = Attempt([&] { Take(LumPalIo::File_t(Text(file))); });
+            if (taken.code == lumtools::kDone) continue;
+            NameFile(taken, file);
+            if (!isPackage) return taken;
+            Answer unsent{taken, "", false, {}};
+            unsent.outcome.wasBegun = false;
+            TellPackage(files, unsent);
+            taken.messages = unsent.outcome.messages;
+            return taken;
+        }
+        return {};
     }
 
     void TakeWarnings(const std::string& file, const PolicyHeader& header) {
@@ -106,6 +121,8 @@ private:
         if (answer.outcome.code != lumtools::kDone) return answer;
         SetStep(host, "a package of " + std::to_string(files.size()));
         answer.outcome = Attempt([&] { LumConf::PolicyPackage(*package).Install(Text(host), options); });
+        answer.fields["changed"] = WasChanged(answer.outcome.code);
+        TellPackage(files, answer);
         if (answer.outcome.code != lumtools::kDone) return answer;
         answer.text = "installed a package of " + std::to_string(files.size()) + " on " + host + "\n";
         return answer;
@@ -117,7 +134,10 @@ private:
 
     /// The others go on when one fails.
     Answer SendEach(const std::string& host, LumPalMsg::MessageList_t& all) const {
-        AddKnown(host, [](Answer& known) { known.fields["files"] = nlohmann::ordered_json::array(); });
+        AddKnown(host, [](Answer& known) {
+            known.fields["changed"] = false;
+            known.fields["files"] = nlohmann::ordered_json::array();
+        });
         const Outcome asked = WarnOfShared(host, all);
         for (std::size_t i = 0; i < files.size(); ++i) {
             SetStep(host, std::to_string(i) + " of " + std::to_string(files.size()) + " files, now " + files[i]);
@@ -133,6 +153,7 @@ private:
         nlohmann::ordered_json object{{"file", file}};
         Fill(object, outcome);
         answer.fields["files"].push_back(std::move(object));
+        JoinChanged(WasChanged(outcome.code), answer.fields["changed"]);
         if (outcome.code == lumtools::kDone) answer.text += "installed " + file + " on " + host + "\n";
         Join(answer.outcome, outcome);
     }
@@ -142,6 +163,7 @@ private:
         if (isPackage || dryRun) return;
         auto& list = known.fields["files"];
         const std::size_t answered = list.size();
+        if (answered < files.size()) JoinChanged(nullptr, known.fields["changed"]);
         Outcome unknown{known.outcome.code, {}, known.outcome.wasBegun};
         for (std::size_t i = answered; i < files.size(); ++i, unknown.wasBegun = false) {
             list.push_back({{"file", files[i]}, {"result", unknown.Word()}, {"code", static_cast<int>(unknown.code)}});

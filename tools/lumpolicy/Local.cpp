@@ -5,6 +5,7 @@
 #include "LumPalIo.h"
 #include "PolicyContainer.h"
 #include "common/Arguments.h"
+#include "common/NodeAccess.h"
 #include "common/Table.h"
 #include "lumpolicy/Command.h"
 #include "lumpolicy/DocumentWarnings.h"
@@ -95,7 +96,10 @@ public:
     }
 
     ExitCode Run() override {
-        const Outcome outcome = Attempt([&] { LumConf::PolicyContainer::Dump(File_t(Text(output)), Text(type)); });
+        const Outcome outcome = Attempt([&] {
+            lumtools::RequireOpenNode();  // else its store would look empty
+            LumConf::PolicyContainer::Dump(File_t(Text(output)), Text(type));
+        });
         if (outcome.code != lumtools::kDone) {
             lumtools::PrintFailure(std::cerr, "", outcome);
         } else if (!quiet) {

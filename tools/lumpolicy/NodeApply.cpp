@@ -6,10 +6,11 @@
 
 #include "Exceptions.h"
 #include "LumSecAuth.h"
-#include "LumVoxSoap.h"
 #include "PolicyPackage.h"
+#include "ReturnValue.h"
 #include "common/Arguments.h"
 #include "lumpolicy/ApplyReport.h"
+#include "lumpolicy/NodeStored.h"
 #include "lumpolicy/PolicyDiff.h"
 #include "lumpolicy/PolicyText.h"
 
@@ -73,7 +74,7 @@ std::vector<Selection> NodeApply::SelectionsOf() const {
     return selections;
 }
 
-std::vector<StoredPolicy> NodeApply::ReadAll() const {
+std::vector<StoredPolicy> NodeApply::ReadAll() {
     std::vector<StoredPolicy> policies;
     std::set<LumPalStr::String_t> ids;
     for (const Selection& selection : SelectionsOf()) {
@@ -84,18 +85,13 @@ std::vector<StoredPolicy> NodeApply::ReadAll() const {
     return policies;
 }
 
-/// A node that has none of them is no failure.
-std::vector<StoredPolicy> NodeApply::Read(const Selection& selection, StoredFiles what) const try {
-    return forwarder.ReadStored(Text(host), selection, what, Text(choices.targetId));
-} catch (const LumConf::NoPoliciesInstalledError&) {
-    return {};
-} catch (const LumConf::PolicyNotFoundError&) {
-    return {};
-} catch (const LumVoxSoap::SOAPFaultException& e) {
-    throw LumVoxSoap::SOAPFaultException(
-        LumPalMsg::CreateError_t("The node does not tell what its policies hold: it is of an older version. 'lumpolicy "
-                                 "install' needs nothing of that.")
-            .AddDetails(e.GetMessageList()));
+std::vector<StoredPolicy> NodeApply::Read(const Selection& selection, StoredFiles what) try {
+    return ReadFromNode(forwarder, host, selection, what, choices.targetId,
+                        " 'lumpolicy install' needs nothing of that.");
+} catch (const LumSecAuth::NotAuthorizedException&) {
+    // Contents are asked for after the digests alone, so that of both rights the one for them is there.
+    lackingRight = what == StoredFiles::Contents ? LumConf::RightInstall : LumConf::RightList;
+    throw;
 }
 
 /// What is new under its type may be there under another one.
@@ -115,7 +111,7 @@ void NodeApply::ForeseeTypes() {
     }
 }
 
-std::string NodeApply::DiffOf(const Step& step) const {
+std::string NodeApply::DiffOf(const Step& step) {
     if (!choices.showDiff || !IsWork(step)) return "";
     const std::string name = NameOf(step.GetHeader());
     if (step.kind == Step::Kind::Change && !IsOfData(step.differences))
@@ -128,7 +124,7 @@ std::string NodeApply::DiffOf(const Step& step) const {
     return UnifiedDiff(name, node, step.wanted ? PolicySide(*step.wanted) : PolicySide());
 }
 
-std::vector<std::string> NodeApply::MakeDiffs() const {
+std::vector<std::string> NodeApply::MakeDiffs() {
     std::vector<std::string> diffs;
     for (const Step& step : steps) {
         if (choices.showDiff) sink.setQuestion("the difference of " + CountOf(diffs.size(), steps.size()));

@@ -37,6 +37,8 @@ public:
     /// Asks, plans, sends; the sink has all that is to be said. @throws what asking the node throws: then nothing has
     /// changed
     void Run();
+    /// For a Run that threw: the right that the question for its files took, 0 when nothing was refused.
+    unsigned GetLackingRight() const { return lackingRight; }
 
 private:
     using Outcome = lumtools::Outcome;
@@ -46,11 +48,11 @@ private:
 
     static Status StatusOf(const DesiredPolicy& policy);
     std::vector<LumConf::Selection> SelectionsOf() const;
-    std::vector<LumConf::StoredPolicy> Read(const LumConf::Selection& selection, LumConf::StoredFiles what) const;
-    std::vector<LumConf::StoredPolicy> ReadAll() const;
+    std::vector<LumConf::StoredPolicy> Read(const LumConf::Selection& selection, LumConf::StoredFiles what);
+    std::vector<LumConf::StoredPolicy> ReadAll();
     void ForeseeTypes();
-    std::string DiffOf(const Step& step) const;
-    std::vector<std::string> MakeDiffs() const;
+    std::string DiffOf(const Step& step);
+    std::vector<std::string> MakeDiffs();
     bool IsWork(const Step& step) const;
     void Foresee();
     void RefuseForeseen();
@@ -79,6 +81,7 @@ private:
     std::size_t ended = 0;
     bool isOver = false;  ///< the node takes nothing more: it cannot be reached, or the caller has no right
     bool hasFailed = false;
+    unsigned lackingRight = 0;
     Outcome last;  ///< why it is over
 };
 

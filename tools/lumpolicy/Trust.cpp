@@ -187,6 +187,7 @@ private:
         const PolicyContainer policies;
         const Outcome reading = Attempt([&] { policies.CheckPolicy(); });
         if (reading.code != lumtools::kDone) TellFailure(reading, sum);
+        if (reading.code == lumtools::kRefused) return;  // of a store that is closed nothing is known
         const Outcome selecting = Attempt([&] { VerifySelected(policies, selections, sum); });
         if (selecting.code != lumtools::kDone) TellFailure(selecting, sum);
     }

@@ -1,14 +1,17 @@
 // The commands enroll and operator: all that it takes to be called, or to call.
+#include <algorithm>
 #include <iostream>
 #include <memory>
 
+#include "LumPalConfig.h"
 #include "LumPalDaemon.h"
+#include "LumPalKeys.h"
 #include "LumPalRuntime.h"
 #include "LumSecPki.h"
 #include "common/Arguments.h"
 #include "common/ExitCode.h"
 #include "common/Table.h"
-#include "lumtrust/Entries.h"
+#include "lumtrust/RightsFile.h"
 #include "lumtrust/Steps.h"
 
 namespace lumtrust {
@@ -57,10 +60,27 @@ int Enroll(Choices choices) {
     return lumtools::kDone;
 }
 
-/// The operator's tools must not find a node there, nor become one.
-void RequireNoNode(const std::string& root) {
-    if (File_t(LumPalRuntime::RootLock_t::GetPath()).Exists())
-        Refuse("'%1' is the root of a node; an operator has a folder of his own.", root);
+/// What daemons leave in their root, and what is put there for them alone.
+bool HasWhatNodesHave() {
+    const File_t files[] = {File_t(LumPalRuntime::RootLock_t::GetPath()), RightsFile::Path(),
+                            File_t(Dir_t::Path(LumPalRuntime::Policies))};
+    return std::any_of(std::begin(files), std::end(files), [](const File_t& file) { return file.Exists(); });
+}
+
+/// The operator's tools must not find a node there, nor become one. A node that was only enrolled is known by its id.
+void RequireNoNode(const std::string& root, const std::string& operatorId) {
+    if (HasWhatNodesHave()) Refuse("'%1' is the root of a node; an operator has a folder of his own.", root);
+    const std::string owner =
+        LumPalConfig::ConfigNamespace_t(LumPalKeys::NsSecCore).Open().GetValue(LumPalKeys::CoreIdKey).ToUtf8();
+    if (owner.empty() || owner == operatorId) return;
+    throw LumPalMsg::RuntimeException_t(
+        LumPalMsg::CreateError_t("'%1' is the folder of '%2' (CORE_ID); an operator has a folder of his own.")
+        << Text(root) << Text(owner));
+}
+
+std::string OperatorIdOf(const Choices& choices) {
+    if (!choices.coreId.empty()) return choices.coreId;
+    return ReadCertificates(choices.certificate).front().GetSubjectCN().ToUtf8();
 }
 
 /// Makes what is missing, for its owner alone.
@@ -86,9 +106,10 @@ int Operator(Choices choices) {
         throw CLI::ValidationError("operator needs either --authority and --core-id, or --trust and --certificate");
     for (std::string* path : {&choices.authority, &choices.trusted, &choices.certificate, &choices.key})
         if (!path->empty()) *path = File_t(Text(*path)).GetAbsolutePath().ToUtf8();
+    const std::string operatorId = OperatorIdOf(choices);
     const File_t root(File_t(Text(choices.root)).GetAbsolutePath());
     Dir_t::SetRoot(root.ToString());
-    RequireNoNode(choices.root);
+    RequireNoNode(choices.root, operatorId);
     MakeRoot(root);
     isOurs ? EnrollBy(choices) : TakeIn(choices);
     RequireUsableKeys();

@@ -17,8 +17,7 @@ namespace {
 constexpr std::int64_t kDaySeconds = 86400;
 
 /// Whole days; the day on which it ends is 0, afterwards it is below that.
-std::int64_t DaysLeft(const X509Certificate& certificate) {
-    const std::int64_t seconds = LumSecPki::SecondsLeft(certificate);
+std::int64_t DaysLeft(std::int64_t seconds) {
     return seconds >= 0 ? seconds / kDaySeconds : -((-seconds + kDaySeconds - 1) / kDaySeconds);
 }
 
@@ -52,6 +51,7 @@ std::vector<std::string> WhomFor(const std::string& alias, const X509Certificate
 }
 
 ordered_json EntryOf(const std::string& kind, const std::string& alias, const X509Certificate& certificate) {
+    const std::int64_t seconds = LumSecPki::SecondsLeft(certificate);
     return {{"alias", alias},
             {"kind", kind},
             {"subject", certificate.GetSubjectCN().ToUtf8()},
@@ -60,7 +60,8 @@ ordered_json EntryOf(const std::string& kind, const std::string& alias, const X5
             {"fingerprint", LumSecPki::FingerprintOf(certificate).ToUtf8()},
             {"revoked", IsRevoked(certificate)},
             {"not_after", certificate.GetNotAfter().ToUtf8()},
-            {"days_left", DaysLeft(certificate)}};
+            {"days_left", DaysLeft(seconds)},
+            {"seconds_left", seconds}};
 }
 
 /// Of a file of trusted certificates each one counts for callers; behind the node's own stands only its chain.

@@ -11,9 +11,10 @@ namespace lumtrust {
 /// Parts of the key store.
 inline constexpr char kOwnPart[] = "own", kTrustedPart[] = "trusted";
 
-/// An object for each certificate: alias, kind, subject, issuer, serial, fingerprint, not_after, days_left, revoked,
-/// and of a trusted one for whom it vouches now (vouches_for). Of a file that cannot be read: alias, kind, and why
-/// (broken). Of a file of trusted certificates each one counts; behind the node's own stands only its chain.
+/// An object for each certificate: alias, kind, subject, issuer, serial, fingerprint, not_after, days_left,
+/// seconds_left, revoked, and of a trusted one for whom it vouches now (vouches_for). Of a file that cannot be read:
+/// alias, kind, and why (broken). Of a file of trusted certificates each one counts; behind the node's own stands only
+/// its chain.
 /// @param part  one of the above
 std::vector<nlohmann::ordered_json> EntriesOf(const std::string& part);
 

@@ -86,12 +86,19 @@ int Withdraw(const Choices& choices) {
 /// The key that was given, else the one that waits for this certificate, else the one in use.
 Key FindKey(const Key& given, const X509Certificate& certificate, const String_t& coreId, const std::string& source) {
     if (!given.IsNull() && LumSecPki::Match(certificate, given)) return given;
+    bool hasKey = !given.IsNull();
     for (const char* part : {"requested", "own"}) {
         const std::string path = PathOf(StoreFile(part, coreId, ".key"));
         if (!given.IsNull() || !File_t(Text(path)).Exists()) continue;
+        hasKey = true;
         Key key = LumSecPki::ReadPrivateKey(ReadFile(path));
         if (LumSecPki::Match(certificate, key)) return key;
     }
+    if (!hasKey)
+        Refuse(
+            "This node has no key for '%1': name the certificate's own by '--key FILE', or make one by 'lumtrust "
+            "request' and let a certificate be issued for that.",
+            coreId.ToUtf8());
     Refuse("The certificate '%1' does not belong to the key.", source);
 }
 

@@ -21,14 +21,10 @@ namespace {
 
 constexpr char kDomain[] = "conf";
 
-LumPalIo::File_t PathOfRights() {
-    return LumPalIo::File_t(LumPalRuntime::Dir_t::Path(LumPalRuntime::Etc) + "authorization.ini");
-}
-
 ConfigGroup_t Parse(const std::string& text) {
     ConfigGroup_t group;
     LumPalIo::CharArrayInputStream_t stream{CharArray_t(text.data(), text.size())};
-    LumPalCfgFile::ConfigReader_t::Load(stream, group, PathOfRights().GetAbsolutePath());
+    LumPalCfgFile::ConfigReader_t::Load(stream, group, RightsFile::Path().GetAbsolutePath());
     return group;
 }
 
@@ -74,9 +70,13 @@ std::string LineFor(const std::string& sender, unsigned rights) {
 
 }  // namespace
 
+LumPalIo::File_t RightsFile::Path() {
+    return LumPalIo::File_t(LumPalRuntime::Dir_t::Path(LumPalRuntime::Etc) + "authorization.ini");
+}
+
 RightsFile::RightsFile() {
-    if (!PathOfRights().Exists()) return;
-    text = std::string(ReadFile(PathOfRights().ToString().ToUtf8()).View());
+    if (!RightsFile::Path().Exists()) return;
+    text = std::string(ReadFile(RightsFile::Path().ToString().ToUtf8()).View());
     const ConfigGroup_t group = Parse(text);
     if (!group.HasConfig(kDomain)) return;
     String_t sender, words;
@@ -89,7 +89,7 @@ RightsFile::RightsFile() {
 }
 
 void RightsFile::Flush() {
-    FlushWithFolder(PathOfRights());
+    FlushWithFolder(RightsFile::Path());
 }
 
 void RightsFile::Set(const std::string& sender, unsigned rights) {
@@ -112,7 +112,7 @@ void RightsFile::Set(const std::string& sender, unsigned rights) {
         }
     }
     if (!written && rights) changed += "[" + std::string(kDomain) + "]\n" + added;
-    ReplaceFile(PathOfRights(), CharArray_t(changed.data(), changed.size()), kPublicMode);
+    ReplaceFile(RightsFile::Path(), CharArray_t(changed.data(), changed.size()), kPublicMode);
     text = changed;
     rights ? static_cast<void>(bits[sender] = rights) : static_cast<void>(bits.erase(sender));
 }

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "LumPalArray.h"
+#include "LumPalIo.h"
 #include "LumPalStr.h"
 
 namespace lumtrust {
@@ -15,6 +16,8 @@ namespace lumtrust {
 /// are when a sender's rights are changed.
 class RightsFile {
 public:
+    /// Of the current root.
+    static LumPalIo::File_t Path();
     /// Reads the file; one that is not there is empty. A word that is no right grants nothing.
     /// @throws LumPalCfgFile::SyntaxException_t, LumPalIo::IOException_t
     RightsFile();

@@ -8,6 +8,7 @@
 #include "common/ExitCode.h"
 #include "common/NodeAccess.h"
 #include "common/Table.h"
+#include "common/TimeSpan.h"
 #include "lumtrust/Command.h"
 #include "lumtrust/Entries.h"
 #include "lumtrust/RightsFile.h"
@@ -77,10 +78,8 @@ ordered_json Look() {
 }
 
 std::string TimeLeft(const ordered_json& entry) {
-    const auto days = entry["days_left"].get<std::int64_t>();
-    const std::string left =
-        days < 0 ? "ended " + std::to_string(-days) + " day(s) ago" : std::to_string(days) + " day(s) left";
-    return "valid until " + entry["not_after"].get<std::string>() + ", " + left;
+    return "valid until " + entry["not_after"].get<std::string>() + ", " +
+           lumtools::EndText(entry["seconds_left"].get<std::int64_t>());
 }
 
 std::string OwnText(const ordered_json& told) {

@@ -6,6 +6,7 @@
 #include "Faults.h"
 #include "LumCtrl.h"
 #include "LumPalCfgFile.h"
+#include "LumPalDaemon.h"
 #include "PolicyWorker.h"
 #include "RpcPolicyInstall.h"
 #include "RpcPolicyList.h"
@@ -106,6 +107,21 @@ TEST_F(ConfigServerTest, TheServersCarryTheWholePathBelowTheMessengersOwn) {
     EXPECT_EQ(StatusOf(server->GetPort(), std::string("/deeper") + kMain), 200);
     EXPECT_EQ(StatusOf(server->GetPort(), std::string("/deeper") + kCheck, "checkpolicy"), 200);
     EXPECT_EQ(StatusOf(server->GetPort(), kMain), 404);
+}
+
+TEST_F(ConfigServerTest, WhileTheProcessIsStoppingItSaysThatItIsNotReady) {
+    server->Start();
+    const auto health = [&] {
+        RawSocket reader(server->GetPort());
+        reader.Send("GET /healthz HTTP/1.1\r\nHost: localhost\r\n\r\n");
+        return reader.ReceiveSome().substr(0, 12);
+    };
+    EXPECT_EQ(health(), "HTTP/1.1 200");
+    LumPalRuntime::SetStopping(true);
+    const std::string stopping = health();
+    LumPalRuntime::SetStopping(false);
+    EXPECT_EQ(stopping, "HTTP/1.1 503");
+    EXPECT_EQ(health(), "HTTP/1.1 200");
 }
 
 TEST_F(ConfigServerTest, EachMethodStandsOnItsServerAlone) {

@@ -14,9 +14,18 @@
 
 namespace {
 bool encodingFails = false;
+int signaturesLeft = -1;  // until one fails; none does below 0
 }  // namespace
 
-// Stands before the one of the crypto library, which fails only without memory.
+// These stand before those of the crypto library, which fail only without memory.
+extern "C" __attribute__((visibility("default"))) int EVP_DigestSignFinal(EVP_MD_CTX* context, unsigned char* signature,
+                                                                          size_t* length) {
+    if (signature && signaturesLeft >= 0 && signaturesLeft-- == 0) return 0;
+    static const auto real =
+        reinterpret_cast<int (*)(EVP_MD_CTX*, unsigned char*, size_t*)>(dlsym(RTLD_NEXT, "EVP_DigestSignFinal"));
+    return real(context, signature, length);
+}
+
 extern "C" __attribute__((visibility("default"))) int i2d_X509(const X509* certificate, unsigned char** bytes) {
     if (encodingFails) return -1;
     static const auto real = reinterpret_cast<int (*)(const X509*, unsigned char**)>(dlsym(RTLD_NEXT, "i2d_X509"));
@@ -125,9 +134,18 @@ std::string EvenKey() {
     return std::string(bytes, static_cast<std::size_t>(length));
 }
 
-TEST_F(SigningFault, AKeyThatMakesNoSignatureIsToldWithTheFile) {
+TEST_F(SigningFault, AKeyThatMakesNoSignatureIsToldBeforeTheFirstFile) {
     WriteKeyStore("own/signer.key", EvenKey());
+    const auto list = MessagesOf<LumSecCore::KeyStoreException>([&] { SignIt(); });
+    EXPECT_THAT(Chain(list), ElementsAre(45, 0));
+    EXPECT_THAT(TextOf(list), HasSubstr("own/signer.key' cannot be used"));
+    EXPECT_EQ(Document(), before);
+}
+
+TEST_F(SigningFault, ASignatureThatCannotBeMadeIsToldWithTheFile) {
+    signaturesLeft = 1;  // the proof that the key is that of the certificate
     const auto list = MessagesOf<RuntimeException_t>([&] { SignIt(); });
+    signaturesLeft = -1;
     EXPECT_EQ(Chain(list).at(0), 49u);
     EXPECT_GE(Chain(list).size(), 2u);
     EXPECT_THAT(TextOf(list), HasSubstr("Could not create the signature for policy data file 'one'."));

@@ -111,6 +111,14 @@ TEST_F(Signing, AKeyStoreWithoutTheEntryIsToldWithTheCause) {
     EXPECT_THAT(Refused<KeyStoreException>({45, 0}), HasSubstr(told));
 }
 
+TEST_F(Signing, AKeyThatIsNotThatOfTheCertificateSignsNothing) {
+    WriteKeyStore("own/signer.pem", authority.Issue("signer", "").certificate);
+    WriteKeyStore("own/signer.key", authority.Issue("signer", "").key);
+    const std::string told = Refused<KeyStoreException>({45, 0});
+    EXPECT_THAT(told, HasSubstr("own/signer.key' cannot be used: it does not belong to the certificate"));
+    EXPECT_THAT(told, HasSubstr("own/signer.pem'"));
+}
+
 TEST_F(Signing, ATrustedCertificateOfTheSameNameIsSomebodyElses) {
     Own(authority.Issue("signer", ""));
     InstallTrust("signer", TestAuthority("signer").Certificate());

@@ -57,7 +57,7 @@ TEST(ClusterKeys, AWrongValueIsToldWithItsKey) {
         EXPECT_NE(
             SaidOf("CLUSTER_TYPE", product).find("[conf.cluster] CLUSTER_TYPE=" + std::string(product) + ": must be"),
             std::string::npos);
-    for (const char* seconds : {"soon", "-1", "", "10s"})
+    for (const char* seconds : {"soon", "-1", "", "10s", "4294968"})
         EXPECT_NE(
             SaidOf("TOOL_TIMEOUT", seconds).find("[conf.cluster] TOOL_TIMEOUT=" + std::string(seconds) + ": must be"),
             std::string::npos);

@@ -161,6 +161,11 @@ TEST_F(DesiredStateTest, TwoThatCannotBothBeThereAreRefused) {
     EXPECT_EQ(ReadDesired({a, elsewhere}).size(), 2u) << "of another type it is another file";
 }
 
+TEST_F(DesiredStateTest, AFolderIsNoHeaderWhateverItsNameIs) {
+    const std::string header = Write(Policy(), "/odd_header.xml");
+    EXPECT_THAT(FindHeaders({folder}), ElementsAre(header));
+}
+
 TEST_F(DesiredStateTest, OfAFolderItsHeadersAreTakenInOrder) {
     for (const char* id : {"b", "c", "a"}) Write(Policy(id));
     std::ofstream(folder + "/notes.xml") << "nothing";

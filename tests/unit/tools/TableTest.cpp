@@ -68,6 +68,47 @@ TEST(Table, MarksAreColouredAndTakeNoRoom) {
     EXPECT_EQ(Printed(table), "S    B\non   1\nodd  2\n");
 }
 
+TEST(Table, SeveralColumnsMayBeMarked) {
+    lumtools::Table table({"A", "B"});
+    table.Add({"x", "y"});
+    table.SetMarks(0, [](const std::string&) { return lumtools::Mark::Good; });
+    table.SetMarks(1, [](const std::string&) { return lumtools::Mark::Doubtful; });
+    EXPECT_EQ(Printed(table, {.isColoured = true}), "A  B\n\033[32mx\033[0m  \033[33my\033[0m\n");
+}
+
+TEST(Table, AColumnThatIsKeptIsShortenedLast) {
+    lumtools::Table table({"A", "B"});
+    table.Add({std::string(10, 'a'), std::string(8, 'b')});
+    table.KeepWhole(0);
+    EXPECT_EQ(Printed(table, {.columns = 17}), "A           B\naaaaaaaaaa  bbbb\u2026\n");
+    EXPECT_EQ(Printed(table, {.columns = 13}), "A        B\naaaaaa\u2026  bbb\u2026\n");
+}
+
+TEST(Table, ALineNeverTakesMoreColumnsThanThereAre) {
+    lumtools::Table table({"A", "B", "C"});
+    std::string rockets;
+    for (int i = 0; i < 20; ++i) rockets += "\U0001F680";
+    table.Add({"x", rockets, "y"});
+    for (int columns = 1; columns < 60; ++columns) {
+        std::istringstream lines(Printed(table, {.columns = columns}));
+        for (std::string line; std::getline(lines, line);) EXPECT_LE(lumtools::DisplayWidth(line), columns) << line;
+    }
+}
+
+TEST(Table, ACharacterIsAsWideAsATerminalShowsIt) {
+    using lumtools::DisplayWidth;
+    for (const char* wide : {"\U0001F680", "\U0001F7E2", "\U0001FAE0", "\u231A", "\u26A1", "\u30C7", "\uFF21", "\uD55C",
+                             "\U0001F6D2", "\u1112"}) {
+        EXPECT_EQ(DisplayWidth(wide), 2) << wide;
+    }
+    for (const char* none : {"\u0301", "\u0651", "\u0E31", "\u200D", "\uFE0F", "\u1161", "\u11AB", "\u20DD"}) {
+        EXPECT_EQ(DisplayWidth(none), 0) << none;
+    }
+    for (const char* one : {"a", "\u00E9", "\u00AD", "\u0416", "\u2026", "\u2713", "\uFF71", "\U0001D400"}) {
+        EXPECT_EQ(DisplayWidth(one), 1) << one;
+    }
+}
+
 TEST(Table, WithoutItsHeaderColumnsAreAsWideAsTheCells) {
     lumtools::Table table({"LONG HEADING", "B"});
     table.Add({"1", "2"});

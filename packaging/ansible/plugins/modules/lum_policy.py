@@ -5,7 +5,8 @@ module: lum_policy
 short_description: installs, changes and removes policies of a LumConf node
 description:
   - Makes the node on which it runs have a policy as its document says, with its data files, or have it no more.
-  - Nothing is sent to the node when the installed policy is the same already, data files included.
+  - What is to change is found, shown and done by C(lumpolicy apply). Nothing is sent to the node when the installed
+    policy is the same already, data files included.
   - A node whose daemon does not answer is unreachable, not failed.
 options:
   src:
@@ -32,7 +33,9 @@ options:
     default: present
     type: str
   status:
-    description: Whether it is enabled. Without it what the document says counts.
+    description:
+      - Whether it is enabled. Without it what the document says counts. When a cluster switches the policy on and off
+        (an attribute C(HARG:)), it is left as it is then; a status that is given here counts all the same.
     choices: [enabled, disabled]
     type: str
   owner:
@@ -66,152 +69,114 @@ id:
   returned: when a policy is or was there
   type: str
 differences:
-  description: The fields and data files that differed.
-  returned: when it was installed already and changed
+  description: The fields and data files that differed, of a policy that was there already.
+  returned: with state=present
   type: list
 """
 import json
-import os
+import shutil
+import tempfile
 
 from ansible.module_utils.basic import AnsibleModule
 from ansible_collections.tessel.lumconf.plugins.module_utils.document import Document, DocumentError
-from ansible_collections.tessel.lumconf.plugins.module_utils.tools import DONE, NOT_FOUND, NOTHING_TO_DO, ROOT_OPTION, \
-    UNTOLD, Tools
+from ansible_collections.tessel.lumconf.plugins.module_utils.tools import NOT_FOUND, NOTHING_TO_DO, ROOT_OPTION, UNTOLD, \
+    Tools
 
-LARGEST_SHOWN = 100000
+OWN = ("status", "owner")  # what a play may say instead of the document
+
+
+def shown(policy):
+    return json.dumps(policy, indent=1, ensure_ascii=False) + "\n" if policy else ""
 
 
 class Policy:
     def __init__(self, module):
         self.module, self.wanted = module, module.params
         self.tools = Tools(module)
-
-    # What is there, and what is meant.
+        self.own = {name: self.wanted[name] for name in OWN if self.wanted[name] is not None}
 
     def selection(self):
+        if self.wanted["src"]:
+            return ["--id=" + Document(self.wanted["src"]).id]
         if self.wanted["id"]:
             return ["--id=" + self.wanted["id"]]
         return ["--name=" + self.wanted["name"], "--type=" + self.wanted["type"]]
 
-    def installed(self, *selection):
-        """The document in the node's store of the policy that the node lists; None when there is none."""
-        code, told = self.tools.run("lumpolicy", "list", "--json", *selection, accepted=(NOT_FOUND,))
-        if code == NOT_FOUND or not told.get("policies"):
-            return None
-        policy = told["policies"][0]
-        return Document(os.path.join(self.tools.root, "policies", policy["type"]["name"], policy["id"] + "_header.xml"))
+    def installed(self, selection):
+        """The policy as the node lists it; None when there is none."""
+        _, told = self.tools.run("lumpolicy", "list", "--json", *selection, accepted=(NOT_FOUND,))
+        return next(iter(told.get("policies", [])), None)
 
-    def meant(self):
-        document = Document(self.wanted["src"])
-        self.tools.run("lumpolicy", "validate", "--json", "--", document.path)
-        for name in ("status", "owner"):
-            if self.wanted[name] is not None:
-                document.fields[name] = self.wanted[name]
-        return document
-
-    @staticmethod
-    def differences(was, wanted):
-        found = [name for name in wanted.fields if was.fields[name] != wanted.fields[name]]
-        was_files, files = was.contents(), wanted.contents()
-        return found + sorted("data file " + name for name in files if was_files.get(name) != files[name])
-
-    # What is shown of it.
-
-    def shown(self, document):
-        return json.dumps(document.fields, indent=1, ensure_ascii=False) + "\n" if document else ""
-
-    @staticmethod
-    def text(content):
-        if content is None:
-            return ""
-        try:
-            return content.decode("utf-8") if len(content) <= LARGEST_SHOWN else "(%d bytes)\n" % len(content)
-        except UnicodeDecodeError:
-            return "(%d bytes)\n" % len(content)
-
-    def diff(self, was, wanted):
-        old = was.contents() if was else {}
-        new = wanted.contents() if wanted else {}
-        name = (wanted or was).fields["id"]
-        rows = [{"before_header": name, "after_header": name, "before": self.shown(was), "after": self.shown(wanted)}]
-        for file in sorted({*old, *new}):
-            if old.get(file) != new.get(file):
-                rows.append({"before_header": file, "after_header": file, "before": self.text(old.get(file)),
-                             "after": self.text(new.get(file))})
-        return rows
-
-    # The changes.
-
-    def change(self, *arguments, notify=True):
-        if self.module.check_mode:
-            return
-        told_later = [] if self.wanted["notify"] or not notify else ["--no-notify"]
-        code, told = self.tools.run("lumpolicy", arguments[0], "--json", *told_later, *arguments[1:], accepted=(UNTOLD, NOTHING_TO_DO))
-        self.tools.warn(told)
+    def tell(self, command, *arguments):
+        """Has the node change something; returns what it told."""
+        later = [] if self.wanted["notify"] else ["--no-notify"]
+        code, told = self.tools.run("lumpolicy", command, "--json", *later, *arguments, accepted=(UNTOLD, NOTHING_TO_DO))
         if code == UNTOLD:
-            self.module.warn(" ".join(message["text"] for message in told["messages"]))
+            self.tools.warn(" ".join(message["text"] for message in told["messages"]))
+        return told
 
-    def set_status(self, document):
-        self.change("enable" if self.wanted["status"] == "enabled" else "disable", "--id=" + document.fields["id"])
+    def change(self, *arguments):
+        if not self.module.check_mode:
+            self.tell(*arguments)
 
-    def set_owner(self, document):
-        self.change("set-owner", "--id=" + document.fields["id"], "--", self.wanted["owner"])
+    def set_status(self, policy):
+        self.change("enable" if self.wanted["status"] == "enabled" else "disable", "--id=" + policy["id"])
 
-    def install(self, document):
-        options = ["--force"]
-        if self.wanted["status"]:
-            options.append("--enable" if self.wanted["status"] == "enabled" else "--disable")
-        if self.wanted["owner"] == "":
-            options.append("--remove-owner")
-        elif self.wanted["owner"]:
-            options.append("--owner=" + self.wanted["owner"])
-        self.change("install", *options, "--", document.path)
+    def set_owner(self, policy):
+        self.change("set-owner", "--id=" + policy["id"], "--", self.wanted["owner"])
 
-    def refuse_another_owner(self, was, wanted):
-        owner = was.fields["owner"]
-        if owner and owner != wanted.fields["owner"] and not self.wanted["force_owner"]:
-            self.module.fail_json(msg="the policy '%s' belongs to '%s', not to '%s': force_owner replaces it nevertheless" %
-                                  (was.fields["name"], owner, wanted.fields["owner"]))
+    # With a document.
+
+    def apply(self, path):
+        """Has the node take the policy over; the answer's row of it, and what the module returns."""
+        self.tools.run("lumpolicy", "validate", "--json", "--", path)
+        options = [("--diff", self.module._diff), ("--dry-run", self.module.check_mode),
+                   ("--force-owner", self.wanted["force_owner"])]
+        told = self.tell("apply", *[name for name, is_wanted in options if is_wanted], "--", path)
+        row = next(row for row in told["policies"] if row.get("file") == path)
+        return {"changed": told["changed"], "id": row["id"],
+                "differences": [difference["field"] for difference in row.get("differences", [])],
+                "diff": {"prepared": "".join(row.get("diff", "") for row in told["policies"])}}
+
+    def insist_on_status(self, result):
+        """What a play says itself counts also where a cluster switches the policy on and off."""
+        policy = self.installed(["--id=" + result["id"]])
+        if not policy or policy["status"] == self.wanted["status"] or "status" in result["differences"]:
+            return
+        self.set_status(policy)
+        result["changed"] = True
+        result["differences"].append("status")
+        result["diff"]["prepared"] += "-status: %s\n+status: %s\n" % (policy["status"], self.wanted["status"])
 
     def make_present(self):
-        wanted = self.meant()
-        was = self.installed("--id=" + wanted.fields["id"]) or \
-            self.installed("--name=" + wanted.fields["name"], "--type=" + wanted.fields["type"])
-        found = self.differences(was, wanted) if was else []
-        if was and not found:
-            return {"changed": False, "id": wanted.fields["id"]}
-        if was:
-            self.refuse_another_owner(was, wanted)
-        diff = self.diff(was, wanted)
-        if found == ["status"] and self.wanted["status"]:
-            self.set_status(was)
-        else:
-            self.install(wanted)
-        return {"changed": True, "id": wanted.fields["id"], "differences": found, "diff": diff}
+        folder = tempfile.mkdtemp(prefix="lumpolicy.", dir=self.module.tmpdir)
+        try:
+            document = Document(self.wanted["src"])
+            result = self.apply(document.copy(folder, self.own) if self.own else document.path)
+        finally:
+            shutil.rmtree(folder, ignore_errors=True)
+        if self.wanted["status"]:
+            self.insist_on_status(result)
+        return result
+
+    # Without one.
 
     def change_installed(self):
-        was = self.installed(*self.selection())
+        was = self.installed(self.selection())
         if not was:
             self.module.fail_json(msg="no such policy is installed; src installs one")
-        wanted = Document(was.path)
-        found = []
-        for name, change in (("status", self.set_status), ("owner", self.set_owner)):
-            if self.wanted[name] is not None and self.wanted[name] != was.fields[name]:
-                wanted.fields[name] = self.wanted[name]
-                found.append((name, change))
-        diff = self.diff(was, wanted)
-        for _, change in found:
-            change(was)
-        return {"changed": bool(found), "id": was.fields["id"], "differences": [name for name, _ in found], "diff": diff}
+        found = [name for name in self.own if self.own[name] != was[name]]
+        for name in found:
+            getattr(self, "set_" + name)(was)
+        return {"changed": bool(found), "id": was["id"], "differences": found,
+                "diff": {"before": shown(was), "after": shown(dict(was, **self.own))}}
 
     def make_absent(self):
-        was = self.installed(*(["--id=" + Document(self.wanted["src"]).fields["id"]] if self.wanted["src"]
-                               else self.selection()))
+        was = self.installed(self.selection())
         if not was:
             return {"changed": False}
-        diff = self.diff(was, None)
-        self.change("remove", "--id=" + was.fields["id"])
-        return {"changed": True, "id": was.fields["id"], "diff": diff}
+        self.change("remove", "--id=" + was["id"])
+        return {"changed": True, "id": was["id"], "diff": {"before": shown(was), "after": ""}}
 
     def run(self):
         if self.wanted["state"] == "absent":

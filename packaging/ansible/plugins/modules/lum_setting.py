@@ -7,6 +7,7 @@ description:
   - Makes the node on which it runs have local settings of a namespace, or have them no more.
   - Local settings stand over those of policies; clearing one lets what policies say count again.
   - A node whose daemon does not answer is unreachable, not failed.
+  - A key that nobody reads is set with a warning; a value that a key cannot hold is refused, in a check too.
 options:
   namespace:
     description: The namespace of the settings.
@@ -24,6 +25,10 @@ options:
     choices: [present, absent]
     default: present
     type: str
+  force:
+    description: Set also values that a key cannot hold, and change also what locks the node's own tools out.
+    type: bool
+    default: false
   root:
     description: The node's root.
     type: path
@@ -45,7 +50,8 @@ changed_settings:
   type: list
 """
 from ansible.module_utils.basic import AnsibleModule
-from ansible_collections.tessel.lumconf.plugins.module_utils.tools import FAILED, NOT_FOUND, ROOT_OPTION, Tools, lines
+from ansible_collections.tessel.lumconf.plugins.module_utils.tools import FAILED, NOT_FOUND, NOTHING_TO_DO, \
+    REFUSED, ROOT_OPTION, Tools, lines
 
 
 def text_of(value):
@@ -82,19 +88,26 @@ def change(module, tools, before):
         [["clear", namespace, name] for name in there]
 
 
+def make(module, tools, command):
+    """In a check the node is asked what it would do."""
+    options = (["--dry-run"] if module.check_mode else []) + (["--force"] if module.params["force"] else [])
+    tools.run("lumsettings", command[0], "--json", *options, "--", *command[1:], accepted=(NOTHING_TO_DO,),
+              foreseen=(REFUSED,) if module.check_mode else ())
+
+
 def main():
     module = AnsibleModule(
         argument_spec=dict(
             ROOT_OPTION, namespace={"type": "str", "required": True}, settings={"type": "dict"},
-            names={"type": "list", "elements": "str"}, state={"choices": ["present", "absent"], "default": "present"}),
+            names={"type": "list", "elements": "str"}, force={"type": "bool", "default": False},
+            state={"choices": ["present", "absent"], "default": "present"}),
         required_if=[("state", "present", ("settings",))], mutually_exclusive=[("settings", "names")],
         supports_check_mode=True)
     tools = Tools(module)
     before = local_settings(tools, module.params["namespace"])
     after, commands = change(module, tools, before)
-    if not module.check_mode:
-        for command in commands:
-            tools.run("lumsettings", command[0], "--json", "--", *command[1:])
+    for command in commands:
+        make(module, tools, command)
     changed = sorted(name for name in {*before, *after} if before.get(name) != after.get(name))
     module.exit_json(changed=bool(changed), changed_settings=changed,
                      diff={"before": lines(before), "after": lines(after),

@@ -7,6 +7,8 @@ description:
   - Makes the node on which it runs trust a certificate, bear a certificate of its own, or grant a sender rights.
   - Certificates and keys are given as PEM texts, by C(lookup('file', ...)) for example. They are compared by what they
     hold. A daemon that runs takes a change up at once.
+  - In a check the change is made in a copy of the node's keys and settings, so that what would be refused is refused. Of
+    what may depend on other tasks, to revoke and to trust no longer, a refusal is a warning then.
 options:
   trusted:
     description: A certificate to trust.
@@ -71,8 +73,8 @@ rights:
 """
 import os
 import re
-import ssl
 import shutil
+import ssl
 import tempfile
 
 from ansible.module_utils.basic import AnsibleModule
@@ -81,6 +83,7 @@ from ansible_collections.tessel.lumconf.plugins.module_utils.tools import DONE, 
 
 RIGHTS = {"install": 1, "remove": 2, "enable": 4, "disable": 8, "list": 16, "modify": 32, "configget": 64, "configset": 128,
           "sign": 256}
+SHOWN = ("subject", "issuer", "not_after", "fingerprint")
 CERTIFICATE = re.compile("-----BEGIN CERTIFICATE-----.*?-----END CERTIFICATE-----", re.S)
 
 
@@ -93,14 +96,31 @@ class Trust:
     def __init__(self, module):
         self.module, self.wanted = module, module.params
         self.tools = Tools(module)
-        self.folder = None
+        self.folder = self.rehearsal = None
 
-    def lumtrust(self, *arguments, accepted=()):
-        return self.tools.run("lumtrust", *arguments, accepted=accepted, as_owner=True)
+    def lumtrust(self, *arguments, **keywords):
+        return self.tools.run("lumtrust", *arguments, as_owner=True, **keywords)
 
-    def change(self, *arguments):
-        if not self.module.check_mode:
-            self.lumtrust(*arguments, accepted=(NOTHING_TO_DO,))
+    def change(self, *arguments, foreseen=()):
+        """foreseen: what else it may end with in a check, where the tasks before have changed nothing."""
+        if self.module.check_mode:
+            self.rehearse()
+        self.lumtrust(*arguments, accepted=(NOTHING_TO_DO,), foreseen=foreseen if self.module.check_mode else ())
+
+    def rehearse(self):
+        """From here on the tools see a copy of the node, made by its user: a stranger's links lead him nowhere."""
+        if self.rehearsal:
+            return
+        self.rehearsal = os.path.join(self.own_folder(), "node")
+        os.mkdir(self.rehearsal, 0o700)
+        self.give(self.rehearsal)
+        there = os.path.join(self.tools.root, "etc")
+        if os.path.isdir(there):
+            command = [*self.tools.command("cp", as_owner=True), "--archive", there, self.rehearsal]
+            code, _, err = self.module.run_command(command)
+            if code != DONE:
+                self.module.fail_json(msg="the node's keys cannot be copied for a check: " + err.strip())
+        os.environ["LUM_ROOT"] = self.rehearsal
 
     def given(self, option):
         """What the certificates of an option hold."""
@@ -112,16 +132,22 @@ class Trust:
             self.module.fail_json(msg="%s holds no certificate in PEM" % option)
         return found
 
-    def file(self, name, text):
-        """A file that the node's user alone can read; it goes with the module."""
+    def own_folder(self):
+        """What is in it the node's user can read, and nobody can put something else there; it goes with the module."""
         if not self.folder:
             self.folder = tempfile.mkdtemp(prefix="lumtrust.")
-        path = os.path.join(self.folder, name)
+            os.chmod(self.folder, 0o711 if self.tools.owner() else 0o700)
+        return self.folder
+
+    def give(self, path):
+        if self.tools.owner():
+            shutil.chown(path, self.tools.owner())
+
+    def file(self, name, text):
+        path = os.path.join(self.own_folder(), name)
         with open(os.open(path, os.O_WRONLY | os.O_CREAT | os.O_EXCL, 0o600), "w", encoding="utf-8") as file:
             file.write(text)
-        if self.tools.owner():
-            for place in (path, self.folder):
-                shutil.chown(place, self.tools.owner())
+        self.give(path)
         return path
 
     # The certificates that the node has.
@@ -134,10 +160,25 @@ class Trust:
         except (OSError, ValueError):
             return []
 
-    def aliases(self, kind):
+    def listed(self, kind):
         """One whose certificate is broken is told with the exit code of a failure."""
         _, told = self.lumtrust("list", "--json", accepted=(FAILED,))
-        return sorted({entry["alias"] for entry in told.get("certificates", []) if entry["kind"] == kind})
+        return [entry for entry in told.get("certificates", []) if entry["kind"] == kind]
+
+    def aliases(self, kind):
+        return sorted({entry["alias"] for entry in self.listed(kind)})
+
+    def shown(self, kind):
+        """A line for each that the node has, for a difference."""
+        return "".join("%s: %s\n" % (entry["alias"], " ".join("%s=%s" % (name, entry[name]) for name in SHOWN if name in entry))
+                       for entry in self.listed(kind))
+
+    def change_listed(self, kind, *command, **keywords):
+        """Returns what the module returns of a change of certificates."""
+        before = self.shown(kind)
+        self.change(*command, **keywords)
+        return {"changed": True, "diff": {"before": before, "after": self.shown(kind), "before_header": kind,
+                                          "after_header": kind}}
 
     def trust(self):
         given = self.given("trusted")
@@ -145,15 +186,15 @@ class Trust:
         found = [alias for alias in names if self.stored("trusted", alias) == given]
         if self.wanted["state"] == "absent":
             return self.untrust(found)
-        if not found:
-            options = ["--alias=" + self.wanted["alias"]] if self.wanted["alias"] else []
-            options += ["--replace"] if self.wanted["replace"] else []
-            self.change("trust", *options, self.file("trusted.pem", self.wanted["trusted"]))
-        return {"changed": not found}
+        if found:
+            return {"changed": False}
+        options = ["--alias=" + self.wanted["alias"]] if self.wanted["alias"] else []
+        options += ["--replace"] if self.wanted["replace"] else []
+        return self.change_listed("trusted", "trust", *options, self.file("trusted.pem", self.wanted["trusted"]))
 
     def untrust(self, aliases):
         for alias in aliases:
-            self.change("untrust", *self.forced(), "--", alias)
+            self.change("untrust", *self.forced(), "--", alias, foreseen=(FAILED,))
         return {"changed": bool(aliases), "diff": {"before": "".join(alias + "\n" for alias in aliases), "after": ""}}
 
     def core_id(self):
@@ -165,8 +206,7 @@ class Trust:
         if before and self.stored("own", before) == given:
             return {"changed": False}
         key = ["--key", self.file("own.key", self.wanted["key"])] if self.wanted["key"] else []
-        self.change("install", self.file("own.pem", self.wanted["own"]), *key)
-        return {"changed": True}
+        return self.change_listed("own", "install", self.file("own.pem", self.wanted["own"]), *key)
 
     def forced(self):
         return ["--force"] if self.wanted["force"] else []
@@ -177,7 +217,8 @@ class Trust:
         code, _ = self.lumtrust("revoked", "--json", file, accepted=(NOT_FOUND,))
         before, after = code == DONE, self.wanted["state"] == "present"
         if before != after:
-            self.change(*(["revoke", *self.forced(), "--certificate"] if after else ["reinstate"]), file)
+            command = ["revoke", *self.forced(), "--certificate"] if after else ["reinstate"]
+            self.change(*command, file, foreseen=(FAILED,))
         return {"changed": before != after}
 
     # Rights.

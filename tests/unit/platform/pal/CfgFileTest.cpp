@@ -127,6 +127,30 @@ TEST(ConfigReader, ABadLineIsNamedAndLeavesTheGroupAsItWas) {
     }
 }
 
+TEST(ConfigReader, FindsAllBadLinesAtOnceEachWithItsPlace) {
+    const auto find = [](const std::string& text, std::size_t most) {
+        std::string places;
+        const LumPalArray::CharArray_t bytes(text.data(), text.size());
+        for (const auto& bad : ConfigReader_t::FindBadLines(LumPalIo::CharArrayInputStream_t(bytes), most))
+            places += std::to_string(bad.line) + ":" + std::to_string(bad.column) + " ";
+        return places;
+    };
+    const struct {
+        const char *says, *text, *places;
+    } rows[] = {
+        {"nothing", "", ""},
+        {"all is well", "\xEF\xBB\xBF# a\n[a]\nx=1\n", ""},
+        {"before the first namespace", "x=1\ny=1\n[a]\nz=1", "1:1 2:1 "},
+        {"below a namespace that cannot be read", "[a\nx=1\n[]\ny=1\n", "1:1 3:1 "},
+        {"behind blanks and in the last line", "[a]\r\n \tb\r\n=c", "2:3 3:1 "},
+        {"no UTF-8 and no escape", "[a]\n\xFF\nx=\\q\n", "2:1 3:1 "},
+    };
+    for (const auto& row : rows) EXPECT_EQ(find(row.text, 100), row.places) << row.says;
+    EXPECT_EQ(find("a\nb\nc\n", 2), "1:1 2:1 0:0 ");
+    EXPECT_EQ(find("a\nb\n", 2), "1:1 2:1 ");
+    EXPECT_EQ(find("a\n", 0), "0:0 ");
+}
+
 TEST(ConfigReader, AnErrorDoesNotShowTheLine) {
     try {
         Loaded("[a]\npassword s3cret\n");

@@ -25,6 +25,16 @@ TEST(Metrics, ACounterGrowsByItsLabels) {
     EXPECT_TRUE(Holds("test_counted_total{kind=\"b\"} 1"));
 }
 
+TEST(Metrics, ACounterWithoutLabelsIsToldBeforeItsFirstEventWhenItBeginsAtZero) {
+    Counter_t counter("test_begun_total", "What has not happened.");
+    EXPECT_FALSE(Holds("test_begun_total 0"));
+    counter.BeginAtZero();
+    EXPECT_TRUE(Holds("test_begun_total 0"));
+    counter.Add();
+    counter.BeginAtZero();
+    EXPECT_TRUE(Holds("test_begun_total 1"));
+}
+
 TEST(Metrics, ALabelsTextIsEscaped) {
     Counter_t counter("test_escaped_total", "Escapes.");
     counter.Add({{"text", "a\"b\\c\nd"}});

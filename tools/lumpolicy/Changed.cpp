@@ -1,0 +1,24 @@
+#include "lumpolicy/Changed.h"
+
+namespace lumpolicy {
+
+nlohmann::ordered_json WasChanged(lumtools::ExitCode code) {
+    switch (code) {
+        case lumtools::kDone:
+        case lumtools::kUntold:
+            return true;
+        case lumtools::kWrongUsage:
+        case lumtools::kNothingToDo:
+        case lumtools::kNotFound:
+        case lumtools::kRefused:
+            return false;
+        default:
+            return nullptr;  // some may be done, or an answer lacks
+    }
+}
+
+void JoinChanged(const nlohmann::ordered_json& part, nlohmann::ordered_json& whole) {
+    if (part == true || (part.is_null() && whole != true)) whole = part;
+}
+
+}  // namespace lumpolicy

@@ -1,0 +1,16 @@
+/// @file
+/// The member "changed" of an answer: whether the node's policies are otherwise than before.
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include "common/ExitCode.h"
+
+namespace lumpolicy {
+
+/// true, false, or null where it is not known, as a request ended.
+nlohmann::ordered_json WasChanged(lumtools::ExitCode code);
+/// Of several: what was changed counts most, then what is not known.
+void JoinChanged(const nlohmann::ordered_json& part, nlohmann::ordered_json& whole);
+
+}  // namespace lumpolicy
