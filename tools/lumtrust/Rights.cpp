@@ -129,7 +129,7 @@ void AddRights(CLI::App& app, Actions& actions) {
     CLI::App* grant = app.add_subcommand("grant", "Grant a sender rights on this node, besides those that it has");
     grant->add_option("SENDER", choices->sender, "The common name of the sender's certificate")->required();
     // The completion reads the names from here.
-    const std::string named = std::string("A right, by its number or its name: ") + kRights + ".";
+    const std::string named = "A right, by its number or its name: " + AllRights() + ".";
     grant->add_option("RIGHT", choices->rights, named)->required();
     actions.emplace_back(grant, [choices] { return Grant(*choices); });
     CLI::App* revoke = app.add_subcommand(
