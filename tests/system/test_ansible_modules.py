@@ -206,7 +206,7 @@ class Trusted(ModulesTest):
                              (trust(trusted=nonsense), "cannot be read as a certificate"),
                              (trust(revoked=nonsense), "cannot be read as a certificate"),
                              (trust(own=self.certificate, key=other), "does not belong to the key"),
-                             (trust(own=self.certificate), "does not belong to the key"),
+                             (trust(own=self.certificate), "has no key for 'node-1'"),
                              (trust(trusted="nonsense"), "holds no certificate")):
             with self.subTest(sign):
                 self.assert_refused(wanted, sign)

@@ -123,7 +123,7 @@ class LongWork(CallsOthers, unittest.TestCase):
         return out, " ".join(err.split())
 
     def test_a_change_that_is_ended_before_anything_was_sent_says_so(self):
-        file = str(write_policy(self.node.folder / "source", "a", name="a"))
+        file = str(write_policy(self.node.folder / "source", "a", {"a.conf": b"data"}, name="a"))
         for command in (("install", file), ("install", "--package", file), ("apply", file),
                         ("remove", "--type", "a", "--owner", "b")):
             with self.subTest(command):

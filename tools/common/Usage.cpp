@@ -38,9 +38,7 @@ std::string UsageLine(const CLI::App& app) {
 }
 
 void Say(const CLI::App& app, const std::vector<std::string>& faults) {
-    Outcome outcome{kWrongUsage, {}};
-    for (const std::string& fault : faults) outcome.messages.push_back({0, fault});
-    PrintFailure(std::cerr, "", outcome);
+    for (const std::string& fault : faults) PrintFailure(std::cerr, "", {kWrongUsage, {{0, fault}}});
     std::cerr << LumPalConsole::JournalMark(LumPalConsole::Priority::Info) << UsageLine(app) << std::endl;
 }
 

@@ -1,10 +1,8 @@
 // What is told to the running daemon, and how long it may take.
-#include <condition_variable>
 #include <iostream>
-#include <system_error>
-#include <thread>
 
 #include "LumCtrl.h"
+#include "LumPalBell.h"
 #include "common/StatusLine.h"
 #include "common/TrustReload.h"
 #include "lumtrust/Command.h"
@@ -35,29 +33,31 @@ LumCtrl::Control::Options PatienceOptions() {
 /// Says at a terminal what is waited for, once that takes long, as long as it lives.
 class Notice {
 public:
-    Notice() {
+    Notice()
+        : teller("LumTrust:Notice", {"What is waited for cannot be shown: %1", StatusLine::kPatience},
+                 [this](LumPalThread::Bell_t&) { return Tell(); }) {
         try {
-            teller = std::jthread([this](const std::stop_token& ended) { Tell(ended); });
-        } catch (const std::system_error&) {
+            teller.Start();
+        } catch (const LumPalMsg::RuntimeException_t&) {
             // Without a thread nothing is shown; the change goes on.
         }
     }
+    ~Notice() {
+        teller.Finish();
+        line.Clear();
+    }
+    Notice(const Notice&) = delete;
+    Notice& operator=(const Notice&) = delete;
 
 private:
-    void Tell(const std::stop_token& ended) {
-        std::mutex mutex;
-        std::condition_variable_any changed;
-        std::unique_lock<std::mutex> lock(mutex);
-        while (!ended.stop_requested()) {
-            changed.wait_for(lock, ended, StatusLine::kPatience, [] { return false; });
-            if (!ended.stop_requested() && line.IsDue())
-                line.Show("waiting for the running daemon (" + std::to_string(line.GetElapsed().count()) + " s)");
-        }
-        line.Clear();
+    std::chrono::milliseconds Tell() {
+        if (line.IsDue())
+            line.Show("waiting for the running daemon (" + std::to_string(line.GetElapsed().count()) + " s)");
+        return StatusLine::kPatience;
     }
 
     StatusLine line{true};
-    std::jthread teller;  // the last member: it uses the other one
+    LumPalThread::StepThread_t teller;
 };
 
 }  // namespace
