@@ -6,6 +6,7 @@ import time
 import unittest
 
 import pki
+from machines import ALONE
 from node import (DONE, EXAMPLES, FAILED, NOT_FOUND, NOTHING_TO_DO, PATIENCE_S, REFUSED, SLOWNESS, WRONG_USAGE, Node,
                   write_policy)
 
@@ -158,8 +159,8 @@ class Export(ExportTest):
         self.install("b", {"b.conf": bytes(1 << 20)})
         script = ('mount -t tmpfs -o size=256k tmpfs "$1" && cd "$1" && shift && "$@" exported; code=$?\n'
                   'echo "left: $(ls -A)"; exit $code')
-        alone = ["--mount", *(["--map-root-user"] if os.getuid() else [])]
-        result = subprocess.run(["unshare", *alone, "sh", "-c", script, "sh", self.place,
+        user = ["--map-root-user"] if os.getuid() else []
+        result = subprocess.run(["unshare", *user, *ALONE, "sh", "-c", script, "sh", self.place,
                                  *self.node.command("lumpolicy", "export")], env=self.node.environment(),
                                 stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=PATIENCE_S)
         self.assertEqual((result.returncode, result.stdout), (FAILED, "left: \n"), result.stderr)
