@@ -2,8 +2,10 @@
 /// Everything that changes the store of a node, as a list: tests cut each change short somewhere.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cctype>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -372,4 +374,14 @@ inline std::vector<NodeTree> AllowedTrees(const std::string& base, const StoreCh
     }
     std::filesystem::remove_all(root);
     return trees;
+}
+
+/// What a change is called in the name of a test: "an update" as "anUpdate".
+inline std::string NameOfChange(const testing::TestParamInfo<StoreChangeCase>& info) {
+    std::string name = info.param.what;
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        if (name[i] == ' ' && i + 1 < name.size()) name[i + 1] = static_cast<char>(std::toupper(name[i + 1]));
+    }
+    std::erase_if(name, [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); });
+    return name;
 }

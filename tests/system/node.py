@@ -195,6 +195,14 @@ class Node:
     def consumer(self, *events, name="consumer", arguments=()):
         return Consumer(self, name, events, arguments)
 
+    def held_consumer(self, *events):
+        """One whose command makes the file "seen" in the node's folder, and ends when the file "gate" is there."""
+        script = self.folder / "command"
+        script.write_text(f'#!/bin/sh\ncd "{self.folder}"\n: > seen\n'
+                          'while [ ! -e gate ] && [ -e "$0" ]; do sleep 0.02; done\n')
+        script.chmod(0o755)
+        return self.consumer(*events, arguments=("--exec", script))
+
 
 class Consumer:
     """A component registered with the node's control service; its events are read as they come."""

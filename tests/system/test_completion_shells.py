@@ -8,6 +8,9 @@ import unittest
 from completion import COMPLETION, environment, typed_into
 from node import PATIENCE_S, Node, write_policy
 
+# The name "cpu load", as far as a person gets before the tab key.
+HALF_TYPED = ("--name cpu\\ l", "--name 'cpu l", '--name "cpu l', "--name=cpu\\ l", "--name='cpu l")
+
 
 class OtherShells(unittest.TestCase):
     """They ask the same file, run as a program."""
@@ -71,7 +74,7 @@ class OtherShells(unittest.TestCase):
         with Node() as node:
             path = write_policy(node.folder / "source", "1", name="cpu load")
             self.assertEqual(node.policy("install", "--no-notify", path).code, 0)
-            for typed in ("--name cpu\\ l", "--name 'cpu l", '--name "cpu l', "--name=cpu\\ l", "--name='cpu l"):
+            for typed in HALF_TYPED:
                 with self.subTest(typed):
                     line = f"lumpolicy list -o name {typed}\t\n"
                     self.assertIn(b"type:cpu load", self.shown_by_zsh(line, b"type:cpu load", node))
@@ -95,7 +98,7 @@ class TheShellItself(unittest.TestCase):
         with Node() as node:
             path = write_policy(node.folder / "source", "1", name="cpu load")
             self.assertEqual(node.policy("install", "--no-notify", path).code, 0)
-            for typed in ("--name cpu\\ l", "--name 'cpu l", '--name "cpu l', "--name=cpu\\ l", "--name='cpu l"):
+            for typed in HALF_TYPED:
                 with self.subTest(typed):
                     line = f"source '{COMPLETION}'\n_lum_patience_s={PATIENCE_S}\nlumpolicy list -o name {typed}\t\n"
                     shown = typed_into(["bash", "--norc", "--noprofile", "-i"], environment(node), line,

@@ -92,11 +92,7 @@ class LongWork(CallsOthers, unittest.TestCase):
         source = self.node.folder / "source"
         files = [write_policy(source, policy_id, name=policy_id, type_name=type_name)
                  for policy_id, type_name in (("a", "free"), ("b", "held"), ("c", "free"))]
-        script = self.node.folder / "command"
-        script.write_text(f'#!/bin/sh\ncd "{self.node.folder}"\n: > seen\n'
-                          'while [ ! -e gate ] && [ -e "$0" ]; do sleep 0.02; done\n')
-        script.chmod(0o755)
-        self.node.consumer("CHECK_POLICY:held", "FIRST_POLICY:held", arguments=("--exec", script))
+        self.node.held_consumer("CHECK_POLICY:held", "FIRST_POLICY:held")
         self.addCleanup((self.node.folder / "gate").touch)
         return ["install", *options, *files], files
 

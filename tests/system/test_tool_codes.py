@@ -318,21 +318,14 @@ class Options(ToolTest):
 class SlowConsumer(ToolTest):
     settings = {"conf.core": {"CONTROL_ACK_TIMEOUT": "1"}}
 
-    def gated_consumer(self):
-        script = self.node.folder / "command"
-        script.write_text(f'#!/bin/sh\ncd "{self.node.folder}"\n: > seen\n'
-                          'while [ ! -e gate ] && [ -e "$0" ]; do sleep 0.02; done\n')
-        script.chmod(0o755)
-        return self.node.consumer("*", arguments=("--exec", script))
-
     def test_one_that_never_answers_costs_the_limit_and_the_policy_is_installed(self):
-        self.gated_consumer()
+        self.node.held_consumer("*")
         self.assert_code(self.node.policy("install", self.policy_file("a")), UNTOLD)
         self.assertEqual([policy["id"] for policy in self.node.list()], ["a"])
         (self.node.folder / "gate").touch()
 
     def test_one_that_goes_away_is_not_waited_for(self):
-        consumer = self.gated_consumer()
+        consumer = self.node.held_consumer("*")
         results = []
         caller = threading.Thread(target=lambda: results.append(self.node.policy("install", self.policy_file("a"))))
         caller.start()
@@ -344,10 +337,9 @@ class SlowConsumer(ToolTest):
 
 
 class PatientNode(ToolTest):
-    gated_consumer = SlowConsumer.gated_consumer
 
     def test_a_consumer_may_ask_for_policies_while_a_trigger_waits_for_it(self):
-        self.gated_consumer()
+        self.node.held_consumer("*")
         results = []
         caller = threading.Thread(target=lambda: results.append(self.node.policy("install", self.policy_file("a"))))
         caller.start()

@@ -295,15 +295,6 @@ TEST_F(PowerCutOfTrust, AtAnyFlushOfAChangeLeavesTheOldTrustOrTheNewOneWithAKeyT
     EXPECT_GT(cuts, TrustChanges().size());
 }
 
-std::string NameOf(const testing::TestParamInfo<StoreChangeCase>& info) {
-    std::string name = info.param.what;
-    for (std::size_t i = 0; i < name.size(); ++i) {
-        if (name[i] == ' ' && i + 1 < name.size()) name[i + 1] = static_cast<char>(std::toupper(name[i + 1]));
-    }
-    std::erase_if(name, [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); });
-    return name;
-}
-
-INSTANTIATE_TEST_SUITE_P(Every, PowerCut, testing::ValuesIn(AllStoreChanges()), NameOf);
+INSTANTIATE_TEST_SUITE_P(Every, PowerCut, testing::ValuesIn(AllStoreChanges()), NameOfChange);
 
 }  // namespace

@@ -6,12 +6,10 @@
 #include <filesystem>
 #include <optional>
 
-#include "CapturedLog.h"
 #include "Configure.h"
-#include "EchoServer.h"
 #include "Files.h"
+#include "NamingServer.h"
 #include "RawHttp.h"
-#include "TempRoot.h"
 #include "TestPki.h"
 #include "TlsClient.h"
 
@@ -21,28 +19,10 @@ using LumVoxMsg::HttpResponse;
 
 namespace {
 
-struct TlsHandshake : testing::Test {
-    TempRoot root;
-    CapturedLog log{root.Native()};
-    TestAuthority authority{"authority"};
-    std::unique_ptr<EchoServer> server = NewServer();
-
-    std::unique_ptr<EchoServer> NewServer() {
-        InstallIdentity("node-1", authority.Issue("node-1", "DNS:localhost"));
-        InstallTrust("authority", authority.Certificate());
-        const LumSecCore::NodeIdentity identity = LumSecCore::NodeIdentity::Load();
-        auto made = std::make_unique<EchoServer>(LumVoxMsg::HttpLimits(), &identity);
-        made->onServe = [](HttpRequest& request, const HttpReply& reply) {
-            reply(HttpResponse{200, "text/plain", {}, LumVoxMsg::MakeBlocks("from <" + request.sender + ">")});
-        };
-        return made;
-    }
+struct TlsHandshake : NamingServer {
     static void RemoveTrust(const std::string& alias) {
         const std::string store = LumSecCore::KeyStoreDirectory().ToUtf8();
         std::filesystem::remove(store + "trusted/" + alias + ".pem");
-    }
-    bool IsLogged(const std::string& words) {
-        return Eventually([&] { return log.Holds(words); });
     }
 };
 

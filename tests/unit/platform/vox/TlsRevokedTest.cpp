@@ -2,43 +2,21 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "CapturedLog.h"
 #include "Configure.h"
-#include "EchoServer.h"
-#include "TempRoot.h"
+#include "NamingServer.h"
 #include "TestPki.h"
 #include "TestRevocations.h"
 #include "TlsClient.h"
 
-using LumVoxMsg::HttpReply;
-using LumVoxMsg::HttpRequest;
-using LumVoxMsg::HttpResponse;
 using testing::HasSubstr;
 
 namespace {
 
-struct TlsRevoked : testing::Test {
-    TempRoot root;
-    CapturedLog log{root.Native()};
-    TestAuthority authority{"authority"};
+struct TlsRevoked : NamingServer {
     const TestIdentity operators = authority.Issue("operator", "");
-    std::unique_ptr<EchoServer> server = NewServer();
 
-    std::unique_ptr<EchoServer> NewServer() {
-        InstallIdentity("node-1", authority.Issue("node-1", "DNS:localhost"));
-        InstallTrust("authority", authority.Certificate());
-        const LumSecCore::NodeIdentity identity = LumSecCore::NodeIdentity::Load();
-        auto made = std::make_unique<EchoServer>(LumVoxMsg::HttpLimits(), &identity);
-        made->onServe = [](HttpRequest& request, const HttpReply& reply) {
-            reply(HttpResponse{200, "text/plain", {}, LumVoxMsg::MakeBlocks("from <" + request.sender + ">")});
-        };
-        return made;
-    }
     void Reload() { server->server.SetIdentity(LumSecCore::NodeIdentity::Load()); }
     std::string Answer(const TestIdentity& shown) { return TlsClient(server->GetPort()).Show(shown).Exchange(); }
-    bool IsLogged(const std::string& words) {
-        return Eventually([&] { return log.Holds(words); });
-    }
 };
 
 constexpr char kAlert[] = "sslv3 alert certificate revoked";
