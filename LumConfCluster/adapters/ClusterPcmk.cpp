@@ -6,6 +6,8 @@
 #include "ClusterNodeImpl.h"
 #include "ClusterProducts.h"
 #include "ClusterResourceGroupImpl.h"
+#include "LumPalThread.h"
+#include "PcmkHistory.h"
 #include "PcmkPlacement.h"
 #include "Reported.h"
 #include "Tried.h"
@@ -29,6 +31,16 @@ constexpr StateWords<RGState>::Row kGroupWords[]{
 /// They stand for themselves: there is nothing to add to the state.
 constexpr const char* kPlainWords[]{pcmkWords::kStarted, pcmkWords::kPromoted, pcmkWords::kStopped};
 
+/// Of these something that should run does not.
+constexpr const char* kMissing[]{pcmkWords::kStopped, pcmkWords::kPartial, pcmkWords::kUnpromoted};
+
+/// Until the next look, in milliseconds. A history is written anew within some ten of them, and a probe is begun.
+constexpr std::uint32_t kPauses[]{50, 100, 200, 400};
+
+bool IsOneOf(const char* word, const auto& words) {
+    return std::any_of(std::begin(words), std::end(words), [&](const char* each) { return String_t(word) == each; });
+}
+
 /// One in standby or maintenance is on line: it belongs to the cluster and tells what runs on it.
 NodeState StateOf(const PcmkNode& node) {
     if (node.isUnclean || node.isPending) return NodeState::Unknown;
@@ -46,8 +58,12 @@ ClusterNodes NodesOf(const PcmkSight& sight) {
 }
 
 String_t DetailOf(const char* word) {
-    const auto isPlain = [&](const char* plain) { return String_t(word) == plain; };
-    return std::any_of(std::begin(kPlainWords), std::end(kPlainWords), isPlain) ? String_t("") : String_t(word);
+    return IsOneOf(word, kPlainWords) ? String_t("") : String_t(word);
+}
+
+/// What no policy can follow is not waited for.
+bool IsEverywhere(const PcmkResource& resource) {
+    return resource.isCloned && !resource.isPromotable;
 }
 
 }  // namespace
@@ -72,15 +88,19 @@ class ClusterPcmk::Configured {
 public:
     explicit Configured(const ClusterPcmk& cluster) : cluster(cluster) {}
     const PcmkCib& Get() {
-        if (!cib) {
-            tree = cluster.ReadCib();
-            cib.emplace(tree);
-        }
+        if (!cib) cib.emplace(GetTree());
         return *cib;
+    }
+    /// With what the cluster remembers.
+    const XmlDataTree& GetTree() {
+        if (!isRead) tree = cluster.ReadCib();
+        isRead = true;
+        return tree;
     }
 
 private:
     const ClusterPcmk& cluster;
+    bool isRead = false;
     XmlDataTree tree;
     std::optional<PcmkCib> cib;
 };
@@ -131,25 +151,51 @@ ClusterResourceGroup ClusterPcmk::MakeGroup(const PcmkResource& resource, std::u
     record.state = GroupStateOf(state.word);
     record.localState = GroupStateOf(states.WordOn(resource, localNodeName));
     record.detail = DetailOf(state.word);
-    record.isEverywhere = resource.isCloned && !resource.isPromotable;
+    record.isEverywhere = IsEverywhere(resource);
     if (record.state == RGState::Online) record.activeNode = nodes.Find(state.node);
     return group;
 }
 
+/// Where nobody tells what is remembered, the word of crm_mon holds.
+bool ClusterPcmk::LeavesOpen(const PcmkSight& sight, Configured& configured) {
+    const PcmkStates states(sight.nodes);
+    std::vector<PcmkResource> missing;
+    std::copy_if(
+        sight.resources.begin(), sight.resources.end(), std::back_inserter(missing),
+        [&](const PcmkResource& one) { return !IsEverywhere(one) && IsOneOf(states.Whole(one).word, kMissing); });
+    bool isOpen = false;
+    if (missing.empty()) return isOpen;
+    Tried([&] {
+        const PcmkHistory history(configured.GetTree());
+        isOpen = std::any_of(missing.begin(), missing.end(),
+                             [&](const PcmkResource& one) { return history.LeavesOpen(one, sight.nodes); });
+    });
+    return isOpen;
+}
+
+ClusterResourceGroups ClusterPcmk::GroupsOf(const PcmkSight& sight, Configured& configured) {
+    const PcmkStates states(sight.nodes);
+    NodesByName nodes([&] { return NodesOf(sight); });
+    const ClusterResourceGroups groups;
+    for (const PcmkResource& resource : sight.resources) {
+        const auto id = static_cast<std::uint16_t>(groups.Count());
+        groups.GetImpl()->Add(MakeGroup(resource, id, states, nodes));
+    }
+    // Whoever wants an address asks again where it could not be had.
+    Tried([&] { AddAddresses(groups, configured); });
+    return groups;
+}
+
 ClusterResourceGroups ClusterPcmk::GetGroups() {
     return Reported(msg::ClusterGroupsNotRead, msg::RhasGroupsFailed, [&] {
-        Configured configured(*this);
-        const PcmkSight sight = SeeResources(configured);
-        const PcmkStates states(sight.nodes);
-        NodesByName nodes([&] { return NodesOf(sight); });
-        const ClusterResourceGroups groups;
-        for (const PcmkResource& resource : sight.resources) {
-            const auto id = static_cast<std::uint16_t>(groups.Count());
-            groups.GetImpl()->Add(MakeGroup(resource, id, states, nodes));
+        for (const std::uint32_t pause : kPauses) {
+            Configured configured(*this);
+            const PcmkSight sight = SeeResources(configured);
+            if (!LeavesOpen(sight, configured)) return GroupsOf(sight, configured);
+            LumPalThread::Thread_t::Sleep(pause);
         }
-        // Whoever wants an address asks again where it could not be had.
-        Tried([&] { AddAddresses(groups, configured); });
-        return groups;
+        Configured configured(*this);
+        return GroupsOf(SeeResources(configured), configured);
     });
 }
 

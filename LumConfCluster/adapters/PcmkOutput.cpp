@@ -90,11 +90,6 @@ PcmkCopy MembersOf(const XmlDataNode& parent) {
     return copy;
 }
 
-/// Copies of a group bear its name with a number behind it.
-String_t WithoutNumber(const String_t& id) {
-    return id.Left(id.ReverseFind(":"));
-}
-
 bool IsConnection(const PcmkMember& member) {
     return member.agent == "ocf:pacemaker:remote" || member.agent == "ocf::pacemaker:remote";
 }
@@ -126,7 +121,7 @@ PcmkResource CloneOf(const XmlDataNode& node) {
     for (const PcmkMember& member : MembersOf(node)) clone.copies.push_back({member});
     ForEach(node, "group", [&](const XmlDataNode& group) {
         clone.copies.push_back(MembersOf(group));
-        clone.inner.push_back(WithoutNumber(AttributeOf(group, "id")));
+        clone.inner.push_back(PcmkWithoutNumber(AttributeOf(group, "id")));
     });
     return clone;
 }
@@ -264,6 +259,10 @@ void ExpectDocument(const String_t& tool, const ToolEnd& end) {
 }
 
 }  // namespace
+
+String_t PcmkWithoutNumber(const String_t& id) {
+    return id.Left(id.ReverseFind(":"));
+}
 
 String_t PcmkNode::Detail() const {
     String_t detail;

@@ -36,6 +36,9 @@ struct PcmkMember {
     bool IsActive() const noexcept { return !nodes.empty(); }
 };
 
+/// Of the copies of a clone, which bear a number behind it, the id that they share.
+LumPalStr::String_t PcmkWithoutNumber(const LumPalStr::String_t& id);
+
 /// Members that belong on one node.
 using PcmkCopy = std::vector<PcmkMember>;
 

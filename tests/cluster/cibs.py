@@ -114,6 +114,7 @@ class Shape:
         for i in range(self.random.randint(0, 5)):
             self.groups[f"g{i}"] = self.draw_group(f"g{i}")
         self.locations = self.draw_locations()
+        self.unwritten = self.draw_unwritten()
 
     # Drawing
 
@@ -163,6 +164,14 @@ class Shape:
                  self.random.choice(["-INFINITY", "INFINITY", "100", "-100"]), self.random.random() < 0.3)
                 for _ in range(self.random.randint(0, 4) if self.groups else 0)]
 
+    def draw_unwritten(self):
+        """In one cluster of thirty the history of a node is gone, and so all that ran there."""
+        unwritten = self.random.choice(list(self.nodes)) if self.random.random() < 1 / 30 else ""
+        for _, members in self.groups.values():
+            for member in members:
+                member.where.pop(unwritten, None)
+        return unwritten
+
     # The text
 
     def cib(self):
@@ -209,16 +218,16 @@ class Shape:
     def status_text(self, number, node):
         name, state = node
         resources = "".join(self.history(member, name) for _, members in self.groups.values() for member in members)
-        return (f'<node_state id="{number}" uname="{name}" {NODE_STATES[state][0]}><lrm id="{number}"><lrm_resources>'
-                f'{resources}</lrm_resources></lrm></node_state>')
+        history = f'<lrm id="{number}"><lrm_resources>{resources}</lrm_resources></lrm>' if name != self.unwritten else ""
+        return f'<node_state id="{number}" uname="{name}" {NODE_STATES[state][0]}>{history}</node_state>'
 
-    @staticmethod
-    def history(member, node):
-        if node not in member.where:
+    def history(self, member, node):
+        """Where it is not, it has been probed, as long as somebody was there to be asked."""
+        if node not in member.where and self.nodes[node] in (PENDING, OFFLINE, UNCLEAN):
             return ""
         kind, provider = member.kind()
         operations = "".join(operation(member.id, number, *each)
-                             for number, each in enumerate(OPERATIONS[member.where[node]], 5))
+                             for number, each in enumerate(OPERATIONS[member.where.get(node, STOPPED)], 5))
         return f'<lrm_resource id="{member.id}" class="ocf" provider="{provider}" type="{kind}">{operations}</lrm_resource>'
 
     # What is to be seen

@@ -7,6 +7,7 @@
 
 #include "FuzzedLines.h"
 #include "LumPalMsg.h"
+#include "adapters/PcmkHistory.h"
 #include "adapters/PcmkPlacement.h"
 #include "adapters/PcmkStates.h"
 
@@ -22,13 +23,14 @@ void ExpectKnown(std::string_view word) {
     std::abort();
 }
 
-void LookAt(const PcmkSight& sight, const PcmkCib& cib) {
+void LookAt(const PcmkSight& sight, const PcmkCib& cib, const PcmkHistory& history) {
     const PcmkStates states(sight.nodes);
     for (const PcmkResource& resource : sight.resources) {
         const PcmkState state = states.Whole(resource);
         ExpectKnown(state.word);
         ExpectKnown(states.WordOn(resource, state.node));
         cib.AddressOf(resource.name);
+        history.LeavesOpen(resource, sight.nodes);
         if (PcmkNodesOf(resource, sight, cib).size() > sight.nodes.size()) std::abort();
     }
 }
@@ -40,11 +42,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     try {
         const XmlDataTree tree = PcmkTree("tool", output.lines);
         const PcmkCib cib(tree);
+        const PcmkHistory history(tree);
         cib.ClusterName();
         PcmkSight sight = PcmkSightOf("tool", tree);
-        LookAt(sight, cib);
+        LookAt(sight, cib, history);
         cib.PutTogether(sight);
-        LookAt(sight, cib);
+        LookAt(sight, cib, history);
     } catch (const LumPalMsg::Exception_t&) {
     }
     return 0;

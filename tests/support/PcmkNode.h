@@ -54,14 +54,12 @@ public:
     /// What stands behind the resources.
     void SetRest(const std::string& elements) { rest = elements, Tell(); }
     void SetMonitor(const std::string& output, int code = 0) { tools.Answer(kMonitor, output, code); }
+    /// At the next look alone these resources are told.
+    void SetResourcesOnce(const std::string& elements) { tools.AnswerOnce(kMonitor, Sight(elements)); }
     /// What stands in the configuration behind its properties.
-    void SetCib(const std::string& elements) {
-        tools.Answer(kAdmin,
-                     "<cib epoch='1'><configuration><crm_config><cluster_property_set id='o'>"
-                     "<nvpair id='o1' name='dc-version' value='2.1.5'/>"
-                     "<nvpair id='o2' name='cluster-name' value='harbour'/></cluster_property_set></crm_config>" +
-                         elements + "</configuration><status/></cib>\n");
-    }
+    void SetCib(const std::string& elements) { configured = elements, TellCib(); }
+    /// What stands in the status.
+    void SetStatus(const std::string& elements) { status = elements, TellCib(); }
     /// A node as crm_mon tells it.
     static std::string Node(const std::string& name, const std::string& id, const std::string& flags) {
         return "<node name='" + name + "' id='" + id + "' " + flags + "/>\n";
@@ -72,15 +70,24 @@ public:
     static constexpr const char* kCib = "/var/lib/pacemaker/cib/cib.xml";
 
 private:
-    void Tell() {
-        SetMonitor("<pacemaker-result api-version='2.25' request='crm_mon'>\n<summary>" + summary +
-                   "</summary>\n<nodes>" + nodes + "</nodes>\n<resources>" + resources + "</resources>\n" + rest +
-                   "<status code='0' message='OK'/>\n</pacemaker-result>\n");
+    std::string Sight(const std::string& shown) const {
+        return "<pacemaker-result api-version='2.25' request='crm_mon'>\n<summary>" + summary + "</summary>\n<nodes>" +
+               nodes + "</nodes>\n<resources>" + shown + "</resources>\n" + rest +
+               "<status code='0' message='OK'/>\n</pacemaker-result>\n";
+    }
+    void Tell() { SetMonitor(Sight(resources)); }
+    void TellCib() {
+        tools.Answer(kAdmin,
+                     "<cib epoch='1'><configuration><crm_config><cluster_property_set id='o'>"
+                     "<nvpair id='o1' name='dc-version' value='2.1.5'/>"
+                     "<nvpair id='o2' name='cluster-name' value='harbour'/></cluster_property_set></crm_config>" +
+                         configured + "</configuration><status>" + status + "</status></cib>\n");
     }
 
     OwnFolder usr{"/usr"};
     OwnFolder var{"/var"};
-    std::string summary = "<current_dc present='true' name='south' with_quorum='true'/>", resources, rest;
+    std::string summary = "<current_dc present='true' name='south' with_quorum='true'/>", resources, rest, configured,
+                status;
     std::string nodes = Node("north", "1", "online='true' type='member'") +
                         Node("south", "2", "online='true' type='member'") +
                         Node("east", "3", "online='false' type='member'");

@@ -28,6 +28,8 @@ public:
         std::filesystem::remove(notes / (call + ".code"));
         if (code != 0) WriteText(notes / (call + ".code"), std::to_string(code) + "\n");
     }
+    /// What the next call prints, and ends with 0; from then on it answers as before.
+    void AnswerOnce(const std::string& call, const std::string& output) { WriteText(notes / (call + ".once"), output); }
     /// What the call writes to its error stream besides.
     void Say(const std::string& call, const std::string& errors) { WriteText(notes / (call + ".said"), errors); }
     void Forget(const std::string& call) { std::filesystem::remove(notes / call); }
@@ -70,6 +72,10 @@ private:
                       "[ ! -f " +
                       in + "\"$call.said\" ] || cat " + in +
                       "\"$call.said\" >&2\n"
+                      "if [ -f " +
+                      in + "\"$call.once\" ]; then mv " + in + "\"$call.once\" " + in + "\"$call.now\" && exec cat " +
+                      in +
+                      "\"$call.now\"; fi\n"
                       "[ -f " +
                       in +
                       "\"$call\" ] || exit 9\n"

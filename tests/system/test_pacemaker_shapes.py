@@ -121,6 +121,7 @@ class Shapes(unittest.TestCase):
         for what in (lambda each: each.everywhere, lambda each: each.address, lambda each: each.local == "Online",
                      lambda each: each.local == "Unknown"):
             self.assertGreater(sum(bool(what(each)) for each in seen), COUNT // 20)
+        self.assertTrue(any(shape.unwritten for shape, _ in self.shapes.values()))
 
 
 if __name__ == "__main__":

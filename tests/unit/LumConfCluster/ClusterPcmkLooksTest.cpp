@@ -1,0 +1,114 @@
+// A group that Pacemaker tells to run nowhere, though it cannot know that, is looked for again.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "ClusterSeen.h"
+#include "LumConfCluster/Cluster.h"
+#include "PcmkFixture.h"
+#include "PcmkHistoryText.h"
+
+namespace {
+
+using namespace LumConfCluster;
+using namespace pcmkHistory;
+
+class PcmkLooks : public Pcmk {
+protected:
+    static std::string Web(const std::string& role, const std::string& where) {
+        return "<group id='web'>" + PcmkResourceText("web-ip", role, where) +
+               PcmkResourceText("web-server", role, where) + "</group>";
+    }
+    static std::string History(const char* operation, int code) {
+        return Resource("web-ip", Ended(operation, 5, code)) + Resource("web-server", Ended(operation, 6, code));
+    }
+    /// Each look asks both tools.
+    void ExpectLooks(std::size_t count) {
+        EXPECT_EQ(tools.Count(PcmkNode::kMonitor), count);
+        EXPECT_EQ(tools.Count(PcmkNode::kAdmin), count);
+    }
+    ClusterResourceGroup Look() {
+        const Cluster cluster;
+        tools.ForgetCalls();
+        return cluster.GetGroups()["web"];
+    }
+    const std::string stopped = Web("Stopped", ""), running = Web("Started", "south");
+    const std::string idle = History("monitor", 7), active = History("start", 0);
+};
+
+TEST_F(PcmkLooks, OneThatIsNowhereForAMomentIsNotTakenForStopped) {
+    node.SetResources(running);
+    for (const std::string& south : {Node("south", active), NodeWithout("south"), Node("south", "")}) {
+        node.SetStatus(Node("north", idle) + south);
+        node.SetResourcesOnce(stopped);
+        const ClusterResourceGroup web = Look();
+        EXPECT_EQ(web.GetState(), RGState::Online) << south;
+        EXPECT_EQ(web.GetActiveNode().GetName(), "south");
+        EXPECT_EQ(web.GetVirtualIP(), "10.0.0.7");
+        ExpectLooks(2);
+    }
+}
+
+TEST_F(PcmkLooks, OneOfWhichAMemberIsNowhereForAMomentIsNotTakenForStopped) {
+    node.SetResources(running);
+    node.SetStatus(Node("north", idle) + Node("south", active));
+    node.SetResourcesOnce("<group id='web'>" + PcmkResourceText("web-ip", "Started", "south") +
+                          PcmkResourceText("web-server", "Stopped") + "</group>");
+    EXPECT_EQ(Look().GetState(), RGState::Online);
+    ExpectLooks(2);
+}
+
+TEST_F(PcmkLooks, OneOfWhichThePromotedCopyIsNowhereForAMomentIsNotTakenForUnpromoted) {
+    const auto clone = [](const std::string& south) {
+        return "<clone id='web' multi_state='true'>" + PcmkResourceText("x", "Unpromoted", "north") + south +
+               "</clone>";
+    };
+    node.SetStatus(Node("north", Resource("x", Ended("start", 5, 0))) +
+                   Node("south", Resource("x", Ended("promote", 7, 0))));
+    node.SetResources(clone(PcmkResourceText("x", "Promoted", "south")));
+    node.SetResourcesOnce(clone(PcmkResourceText("x", "Stopped")));
+    EXPECT_EQ(Look().GetActiveNode().GetName(), "south");
+    ExpectLooks(2);
+}
+
+TEST_F(PcmkLooks, OneThatStaysNowhereIsBelievedToBeStoppedWithTheFifthLook) {
+    node.SetResources(stopped);
+    for (const std::string& south : {NodeWithout("south"), Node("south", active), Node("south", ""),
+                                     Node("south", Resource("web-ip", Begun("monitor", "0")))}) {
+        node.SetStatus(Node("north", idle) + south);
+        const ClusterResourceGroup web = Look();
+        EXPECT_EQ(web.GetState(), RGState::Offline) << south;
+        EXPECT_EQ(web.GetLocalState(), RGState::Offline);
+        EXPECT_EQ(web.GetVirtualIP(), "10.0.0.7");
+        ExpectLooks(5);
+    }
+}
+
+TEST_F(PcmkLooks, OneThatIsKnownToBeStoppedIsAskedForOnce) {
+    node.SetResources(stopped);
+    node.SetStatus(Node("north", idle) + Node("south", History("stop", 0)) + NodeWithout("east"));
+    EXPECT_EQ(Look().GetState(), RGState::Offline);
+    ExpectLooks(1);
+}
+
+TEST_F(PcmkLooks, WhatRunsOrNeedNotRunIsAskedForOnceHoweverTheHistoryStands) {
+    node.SetStatus(NodeWithout("north") + NodeWithout("south"));
+    const std::string disabled = PcmkResourceText("web", "Stopped", "", "target_role='Stopped'");
+    const std::string failed = PcmkResourceText("web", "Started", "south", "failed='true'");
+    const std::string clone = "<clone id='web' multi_state='false'>" + PcmkResourceText("x", "Stopped") + "</clone>";
+    for (const std::string& resource : {running, disabled, failed, clone}) {
+        node.SetResources(resource);
+        Look();
+        ExpectLooks(1);
+    }
+}
+
+TEST_F(PcmkLooks, WhereNobodyTellsTheHistoryTheFirstLookIsBelieved) {
+    node.SetResources(stopped);
+    const Cluster cluster;
+    tools.Answer(PcmkNode::kAdmin, "", 1);
+    EXPECT_EQ(cluster.GetGroups()["web"].GetState(), RGState::Offline);
+    EXPECT_EQ(tools.Count(PcmkNode::kMonitor), 1u);
+}
+
+}  // namespace
