@@ -3,11 +3,13 @@
 
 #include "PolicyForwarder.h"
 #include "common/Lazy.h"
+#include "common/LockOut.h"
 #include "lumpolicy/ApplyReport.h"
 #include "lumpolicy/Command.h"
 #include "lumpolicy/DocumentWarnings.h"
 #include "lumpolicy/NodeApply.h"
 #include "lumpolicy/SharedFiles.h"
+#include "lumpolicy/ToolsGuard.h"
 
 namespace lumpolicy {
 
@@ -31,7 +33,7 @@ private:
 
     std::vector<std::string> given;
     ApplyChoices choices;
-    bool prune = false;
+    bool prune = false, force = false;
     int serial = 0, mostFailed = -1;
     lumtools::Rollout rollout;
     std::vector<DesiredPolicy> wanted;
@@ -54,6 +56,7 @@ Apply::Apply(CLI::App& c) : HostCommand(c) {
         ->needs(pruning)
         ->check(lumtools::IsGiven);
     c.add_flag("--force-owner", choices.forceOwner, "Change policies of other owners too");
+    c.add_flag("--force", force, "Also what locks the node's own tools out");
     c.add_flag("--no-notify", choices.noNotify, "Queue the notification of consumers; 'lumpolicy notify' sends it");
     c.add_option("--serial", serial, "Begin with the next N nodes when the N before them have answered")
         ->type_name("N")
@@ -84,7 +87,14 @@ Answer Apply::Ask(const std::string& host) const {
     const NodeApply::Sink sink{[&](const auto& add) { AddKnown(host, add); },
                                [&](const std::string& step) { SetStep(host, step); }};
     sink.add([](Answer& known) { known.isBlock = true; });
-    const Outcome outcome = Attempt([&] { NodeApply(*forwarder, choices, wanted, host, sink).Run(); });
+    const Outcome outcome = Attempt([&] {
+        if (!force) {
+            lumtools::RequireTools(host, choices.targetId, [&](LumConfPar::SettingsMerge& merge) {
+                ImagineWanted(merge, wanted, choices.pruning);
+            });
+        }
+        NodeApply(*forwarder, choices, wanted, host, sink).Run();
+    });
     Answer answer = GetKnown(host);
     report::Join(answer.outcome, outcome);
     FillWarnings(answer.fields, warnings);
