@@ -6,7 +6,8 @@ import re
 import unittest
 
 import pki
-from node import DONE, FAILED, NOT_FOUND, REFUSED, WRONG_USAGE, Node, write_policy
+from node import (DONE, FAILED, NOTHING_TO_DO, NOT_FOUND, REFUSED, UNREACHABLE, WRONG_USAGE, Node, free_port, wait_until,
+                  write_policy)
 
 PAPER = pathlib.Path(__file__).resolve().parents[2] / "docs/configuration.md"
 
@@ -148,11 +149,16 @@ class Keys(unittest.TestCase):
             self.assertNotIn(namespace, self.node.tool("lumconfd", "--check-config").out)
 
     def test_a_change_that_would_lock_the_tools_out_is_refused_unless_it_is_forced(self):
+        free = free_port()
         for arguments, words in (
                 (("set", "vox.http.ext.conf", "TARGET_PORT=1"),
                  [f"The node serves port {self.node.port} (SERVER_PORT), but its own tools call 1 (TARGET_PORT)", "--force"]),
                 (("set", "vox.http.ext.conf", "SERVER_PORT=1"), ["The node serves port 1 (SERVER_PORT)"]),
+                (("set", "vox.http.ext.conf", f"SERVER_PORT={free}", f"TARGET_PORT={free}"),
+                 [f"It serves port {self.node.port} until it is started again", f"would call port {free} (TARGET_PORT) at once",
+                  "Start the daemon again", "--force"]),
                 (("clear", "vox.http.ext.conf", "TARGET_PORT"), ["call 7443 (TARGET_PORT)"]),
+                (("clear", "vox.http.ext.conf"), ["call port 7443 (TARGET_PORT) at once"]),
                 (("set", "sec.cm.certificates", "CERT_INSTALLED=true"), ["CORE_ID is empty"]),
                 (("set", "-n", "sec.cm.certificates", "CERT_INSTALLED=yes"), ["CORE_ID is empty"])):
             with self.subTest(arguments=arguments):
@@ -166,6 +172,107 @@ class Keys(unittest.TestCase):
             forced = other.tool("lumsettings", "set", "--force", "sec.cm.certificates", "CERT_INSTALLED=true")
             self.assertEqual(forced.code, DONE, forced)
             self.assertEqual(other.tool("lumsettings", "get").code, FAILED, "as it was said")
+
+    def test_a_node_moves_to_another_port_by_force_and_a_restart(self):
+        with Node() as node:
+            port = free_port()
+            moved = node.tool("lumsettings", "set", "--force", "vox.http.ext.conf", f"SERVER_PORT={port}", f"TARGET_PORT={port}")
+            self.assertEqual(moved.code, DONE, moved)
+            self.assertEqual(node.policy("status").code, UNREACHABLE, "as it was said")
+            node.stop()
+            node.start()
+            self.assertIn(f" {port}, plain", node.policy("status").out)
+
+    def test_tools_speak_tls_as_long_as_the_daemon_does_and_no_longer(self):
+        authority = pki.Authority()
+        self.addCleanup(authority.close)
+        with Node(start=False) as node:
+            pki.enroll(node, authority, "localhost")
+            node.start()
+            for arguments in (("set", "sec.cm.certificates", "CERT_INSTALLED=false"),
+                              ("set", "sec.cm.certificates", "CERT_INSTALLED=no"),
+                              ("clear", "sec.cm.certificates"), ("clear", "sec.cm.certificates", "CERT_INSTALLED")):
+                with self.subTest(arguments=arguments):
+                    result = node.tool("lumsettings", *arguments)
+                    self.assertEqual(result.code, REFUSED, result)
+                    self.assertIn("It is served with TLS until it is started again", " ".join(result.err.split()))
+                    self.assertEqual(node.tool("lumsettings", "get").code, DONE)
+            self.assertEqual(node.tool("lumsettings", "set", "sec.cm.certificates", "CERT_INSTALLED=yes").code, DONE)
+        with Node() as node:
+            pki.enroll(node, authority, "localhost")
+            for key in ("CORE_ID", "CERT_INSTALLED"):
+                node.settings["sec.core" if key == "CORE_ID" else "sec.cm.certificates"].pop(key)
+            node.write_settings()
+            self.assertEqual(node.tool("lumsettings", "set", "sec.core", "CORE_ID=localhost").code, DONE)
+            result = node.tool("lumsettings", "set", "sec.cm.certificates", "CERT_INSTALLED=true")
+            self.assertEqual(result.code, REFUSED, result)
+            self.assertIn("It is served without TLS until it is started again", " ".join(result.err.split()))
+
+
+class SettingsPolicies(unittest.TestCase):
+    """They change the settings of the node as well, and are held to the same."""
+
+    def setUp(self):
+        self.node = Node()
+        self.addCleanup(self.node.close)
+        self.source = self.node.folder / "source"
+
+    def policy(self, policy_id, text, **fields):
+        return write_policy(self.source, policy_id, {f"{policy_id}.ini": text.encode()}, name=policy_id, owner="",
+                            type_name="configsettings", **fields)
+
+    def by_policies(self):
+        """Without local ports: those of policies count."""
+        port = self.node.port
+        self.node.policy("install", self.policy("base", f"[vox.http.ext.conf]\nSERVER_PORT={port}\nTARGET_PORT={port}\n"))
+        path = self.node.config / "policy_settings.ini"
+        wait_until(lambda: path.exists() and "TARGET_PORT" in path.read_text(), "the policy is merged")
+        self.node.settings.pop("vox.http.ext.conf")
+        self.node.write_settings()
+
+    def refused(self, *arguments):
+        before = self.node.stored()
+        result = self.node.policy(*arguments)
+        self.assertEqual(result.code, REFUSED, result)
+        self.assertIn("the tools of 'localhost' could not reach it any more", " ".join(result.err.split()))
+        self.assertIn("--force", result.err)
+        self.assertEqual(self.node.stored(), before)
+        self.assertEqual(self.node.policy("status").code, DONE)
+
+    def test_one_that_would_lock_the_tools_out_is_not_installed(self):
+        self.by_policies()
+        wrong = self.policy("wrong", "[vox.http.ext.conf]\nTARGET_PORT=1\n")
+        for arguments in (("install", wrong), ("install", "--package", wrong), ("install", "--dry-run", wrong),
+                          ("install", "--enable", wrong), ("apply", wrong), ("apply", "--dry-run", wrong)):
+            with self.subTest(arguments=arguments):
+                self.refused(*arguments)
+        disabled = self.node.policy("install", "--disable", "--no-notify", wrong)
+        self.assertEqual(disabled.code, DONE, disabled)
+        for arguments in (("enable", "--id", "wrong"), ("enable", "--type", "configsettings"),
+                          ("enable", "--name", "wrong", "--name", "base"), ("enable", "--all"),
+                          ("install", "--enable", "--force-state", wrong), ("apply", wrong)):
+            with self.subTest(arguments=arguments):
+                self.refused(*arguments)
+
+    def test_one_by_which_the_tools_reach_the_node_is_neither_removed_nor_disabled(self):
+        self.by_policies()
+        empty = self.policy("other", "[n]\na=1\n")
+        for arguments in (("remove", "--id", "base"), ("disable", "--id", "base"), ("disable", "--all"),
+                          ("remove", "--type", "configsettings"),
+                          ("apply", "--prune", "--type", "configsettings", empty)):
+            with self.subTest(arguments=arguments):
+                self.refused(*arguments)
+        forced = self.node.policy("remove", "--force", "--no-notify", "--id", "base")
+        self.assertEqual(forced.code, DONE, forced)
+
+    def test_what_does_not_concern_the_tools_and_what_local_settings_hide_is_done(self):
+        for policy_id, text in (("other", "[n]\na=1\n"), ("hidden", "[vox.http.ext.conf]\nTARGET_PORT=1\n")):
+            path = self.policy(policy_id, text)
+            for arguments in (("install", path), ("disable", "--id", policy_id), ("enable", "--id", policy_id),
+                              ("apply", path), ("remove", "--id", policy_id)):
+                with self.subTest(policy=policy_id, arguments=arguments):
+                    self.assertIn(self.node.policy(*arguments).code, (DONE, NOTHING_TO_DO))
+        self.assertEqual(self.node.stored(), [])
 
 
 class Check(unittest.TestCase):

@@ -7,11 +7,13 @@
 #include "common/Advice.h"
 #include "common/Arguments.h"
 #include "common/Lazy.h"
+#include "common/LockOut.h"
 #include "lumpolicy/ApplyReport.h"
 #include "lumpolicy/Command.h"
 #include "lumpolicy/DocumentWarnings.h"
 #include "lumpolicy/NodeApply.h"
 #include "lumpolicy/SharedFiles.h"
+#include "lumpolicy/ToolsGuard.h"
 
 namespace lumpolicy {
 
@@ -37,6 +39,7 @@ protected:
     ApplyChoices choices;
 
 private:
+    bool force = false;
     int serial = 0, mostFailed = -1;
     lumtools::Rollout rollout;
     std::vector<DesiredPolicy> wanted;
@@ -48,6 +51,7 @@ DesiredCommand::DesiredCommand(CLI::App& c) : HostCommand(c) {
     c.add_flag("-n,--dry-run", choices.dryRun, "Say what would change; change nothing");
     c.add_flag("--diff", choices.showDiff, "Show each change as a unified diff of the header's fields and the data");
     c.add_flag("--force-owner", choices.forceOwner, "Change policies of other owners too");
+    c.add_flag("--force", force, "Also what locks the node's own tools out");
     c.add_flag("--no-notify", choices.noNotify, "Queue the notification of consumers; 'lumpolicy notify' sends it");
     c.add_option("--serial", serial, "Begin with the next N nodes when the N before them have answered")
         ->type_name("N")
@@ -78,7 +82,14 @@ Answer DesiredCommand::Ask(const std::string& host) const {
                                [&](const std::string& step) { SetQuestion(host, step); }};
     sink.add([](Answer& known) { known.isBlock = true; });
     NodeApply work(*forwarder, choices, wanted, host, sink);
-    Outcome outcome = Attempt([&] { work.Run(); });
+    Outcome outcome = Attempt([&] {
+        if (!force) {
+            lumtools::RequireTools(host, choices.targetId, [&](LumConfPar::SettingsMerge& merge) {
+                ImagineWanted(merge, wanted, choices.pruning);
+            });
+        }
+        work.Run();
+    });
     if (work.GetLackingRight() != 0 && outcome.code == lumtools::kRefused)
         lumtools::AddRight(host, work.GetLackingRight(), outcome);
     Answer answer = GetKnown(host);

@@ -6,12 +6,14 @@
 #include "ReturnValue.h"
 #include "common/Arguments.h"
 #include "common/Lazy.h"
+#include "common/LockOut.h"
 #include "common/SelectionOptions.h"
 #include "common/Table.h"
 #include "lumpolicy/Changed.h"
 #include "lumpolicy/Command.h"
 #include "lumpolicy/DocumentWarnings.h"
 #include "lumpolicy/PolicyText.h"
+#include "lumpolicy/ToolsGuard.h"
 
 namespace lumpolicy {
 
@@ -90,18 +92,22 @@ struct Row {
     unsigned right;
     void (*send)(const PolicyForwarder&, const String_t& host, const Request&);
     std::string (*change)(const PolicyHeader&, const std::string& argument);
+    /// What it does to settings policies, for one that changes what they come to.
+    void (LumConfPar::SettingsMerge::*imagine)(const String_t& ids) = nullptr;
 };
 
 const Row kRows[] = {
     {"remove", "Remove installed policies", nullptr, nullptr, "removed from ", LumConf::RightRemove,
      [](const PolicyForwarder& f, const String_t& host, const Request& r) { f.Remove(host, r.selection, r.options); },
-     [](const PolicyHeader&, const std::string&) { return std::string("remove"); }},
+     [](const PolicyHeader&, const std::string&) { return std::string("remove"); }, &LumConfPar::SettingsMerge::Remove},
     {"enable", "Enable disabled policies", nullptr, nullptr, "enabled on ", LumConf::RightEnable,
      [](const PolicyForwarder& f, const String_t& host, const Request& r) { f.Enable(host, r.selection, r.options); },
-     [](const PolicyHeader& h, const std::string&) { return Unless(!h.IsDisabled(), "enable"); }},
+     [](const PolicyHeader& h, const std::string&) { return Unless(!h.IsDisabled(), "enable"); },
+     &LumConfPar::SettingsMerge::Enable},
     {"disable", "Disable enabled policies", nullptr, nullptr, "disabled on ", LumConf::RightDisable,
      [](const PolicyForwarder& f, const String_t& host, const Request& r) { f.Disable(host, r.selection, r.options); },
-     [](const PolicyHeader& h, const std::string&) { return Unless(!h.IsEnabled(), "disable"); }},
+     [](const PolicyHeader& h, const std::string&) { return Unless(!h.IsEnabled(), "disable"); },
+     &LumConfPar::SettingsMerge::Disable},
     {"set-owner", "Give policies to an owner; an empty one takes the owner away", "OWNER", "The new owner",
      "set the owner on ", LumConf::RightModify,
      [](const PolicyForwarder& f, const String_t& host, const Request& r) {
@@ -176,6 +182,7 @@ public:
         command.add_flag("-n,--dry-run", dryRun,
                          "Show what would change, as the node lists its policies; change nothing");
         command.add_flag("--no-notify", noNotify, "Queue the notification of consumers; 'lumpolicy notify' sends it");
+        if (row.imagine) command.add_flag("--force", force, "Also what locks the node's own tools out");
         lumtools::AddTargetId(command, targetId);
     }
 
@@ -201,10 +208,25 @@ private:
     unsigned GetRight() const override { return row.right; }
 
     Answer Ask(const std::string& host) const override {
+        Answer refused;
+        refused.outcome = GuardTools(host);
+        if (refused.outcome.code != lumtools::kDone) return refused;
         Answer answer = !dryRun && !selections.IsOne() ? SendEach(host) : SendWhole(host);
         if (!dryRun && !answer.fields.contains("changed")) answer.fields["changed"] = WasChanged(answer.outcome.code);
         if (IsOfStatus()) TellOddStatus(host, answer);
         return answer;
+    }
+
+    /// The node is asked which ones are meant where it has settings policies at all.
+    lumtools::Outcome GuardTools(const std::string& host) const {
+        if (force || !row.imagine) return {};
+        return lumtools::Attempt([&] {
+            lumtools::RequireTools(host, targetId, [&](LumConfPar::SettingsMerge& merge) {
+                if (merge.GetPolicies().GetCount() == 0) return;
+                const String_t ids = SettingsIdsAmong(ListSome(*forwarder, host, selections, targetId));
+                if (!ids.IsEmpty()) (merge.*row.imagine)(ids);
+            });
+        });
     }
 
     bool IsOfStatus() const { return row.right == LumConf::RightEnable || row.right == LumConf::RightDisable; }
@@ -329,7 +351,7 @@ private:
     SelectionOptions selectionOptions;
     const CLI::Option* idOption = nullptr;
     std::string words, targetId;
-    bool noNotify = false, dryRun = false;
+    bool noNotify = false, dryRun = false, force = false;
     lumtools::Selections selections;
     Request request;
     lumtools::Lazy<PolicyForwarder> forwarder;

@@ -9,6 +9,7 @@
 #include "common/Arguments.h"
 #include "common/Lazy.h"
 #include "lumpolicy/Changed.h"
+#include "common/LockOut.h"
 #include "lumpolicy/Command.h"
 #include "lumpolicy/DocumentWarnings.h"
 #include "lumpolicy/ForeseenInstall.h"
@@ -16,6 +17,7 @@
 #include "lumpolicy/PackageFiles.h"
 #include "lumpolicy/PolicyText.h"
 #include "lumpolicy/SharedFiles.h"
+#include "lumpolicy/ToolsGuard.h"
 
 namespace lumpolicy {
 
@@ -83,6 +85,7 @@ private:
 
     void TakeWarnings(const std::string& file, const PolicyHeader& header) {
         warnings.Add(given.Add(header));
+        hasSettings = hasSettings || IsOfSettings(header);
         const bool isOdd = !header.IsEnabled() && !header.IsDisabled() && !choices.enable && !choices.disable;
         if (!isOdd) return;
         warnings.Add(LumPalMsg::CreateWarn_t("The policy file '%1' has the status '%2', which is neither 'enabled' nor "
@@ -99,9 +102,21 @@ private:
 
     Answer Ask(const std::string& host) const override {
         LumPalMsg::MessageList_t all = warnings;
+        Answer refused;
+        refused.outcome = GuardTools(host);
+        if (refused.outcome.code != lumtools::kDone) return refused;
         Answer answer = dryRun ? Foresee(host, all) : isPackage ? SendPackage(host, all) : SendEach(host, all);
         FillWarnings(answer.fields, all);
         return answer;
+    }
+
+    /// Before the first is sent.
+    Outcome GuardTools(const std::string& host) const {
+        if (choices.force || !hasSettings) return {};
+        return Attempt([&] {
+            lumtools::RequireTools(host, choices.targetId,
+                                   [&](LumConfPar::SettingsMerge& merge) { ImagineInstalls(merge, files, choices); });
+        });
     }
 
     /// Warns of what would become of the data files of other policies on the node. @return done, or unreachable
@@ -217,7 +232,7 @@ private:
     }
 
     std::vector<std::string> files;
-    bool isPackage = false, dryRun = false;
+    bool isPackage = false, dryRun = false, hasSettings = false;
     InstallChoices choices;
     LumConf::InstallOptions options;
     std::vector<PolicyHeader> headers;

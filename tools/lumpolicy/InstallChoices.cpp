@@ -37,7 +37,9 @@ void InstallChoices::AddTo(CLI::App& c) {
         ->group(policy);
     c.add_flag("--check-version", checkVersion, "Refuse a version that does not sort above the installed one")
         ->group(installed);
-    c.add_flag("--force", force, "Replace it without any check; nothing is taken over from it")->group(installed);
+    c.add_flag("--force", force,
+               "Replace it without any check; nothing is taken over from it. Also what locks the node's own tools out")
+        ->group(installed);
     c.add_flag("--force-owner", forceOwner, "Replace it although the owners differ")->group(installed);
     c.add_flag("--force-state", forceState, "The status of --enable wins over the installed one; without it: disabled")
         ->group(installed);

@@ -4,13 +4,12 @@
 #include "LumPalCfgFile.h"
 #include "LumPalIo.h"
 #include "LumPalWhole.h"
-#include "LumSecAuth.h"
 #include "ReturnValue.h"
 #include "common/Arguments.h"
 #include "common/KnownKeys.h"
+#include "common/LockOut.h"
 #include "common/Table.h"
 #include "lumsettings/Command.h"
-#include "lumsettings/LockOut.h"
 #include "lumsettings/SettingsText.h"
 
 namespace lumsettings {
@@ -114,12 +113,10 @@ private:
         SetQuestion(host, "its settings");
         const Outcome asked = lumtools::Attempt([&] { told = forwarder->Get(Text(host), options); });
         if (asked.code != lumtools::kDone) return;
-        const std::string why = WhyLockedOut(GetChanged(told), Then(told), host == "localhost");
-        if (why.empty()) return;
-        throw LumSecAuth::NotAuthorizedException(
-            LumPalMsg::CreateError_t("Not done: the tools of '%1' could not reach it any more. %2")
-                .AddDetails(LumPalMsg::CreateInfo_t("--force does it all the same."))
-            << Text(host) << Text(why));
+        const ConfigGroup_t changed = GetChanged(told);
+        if (!lumtools::ConcernsTools(changed)) return;
+        const auto now = lumtools::AskHowServed(host, TargetId());
+        lumtools::RefuseLockOut(host, lumtools::WhyLockedOut(changed, Then(told), now, host == "localhost"));
     }
 
     void ShowForeseen(const std::vector<Change>& changes, Answer& answer) const {
@@ -174,7 +171,7 @@ private:
         }
     }
 
-    bool MayConcernTools() const override { return ConcernsTools(group); }
+    bool MayConcernTools() const override { return lumtools::ConcernsTools(group); }
     ConfigGroup_t GetChanged(const ConfigGroup_t&) const override { return group; }
 
     ConfigGroup_t Then(const ConfigGroup_t& told) const override {
@@ -250,7 +247,7 @@ private:
         CheckNames(group);
     }
 
-    bool MayConcernTools() const override { return ConcernsTools(AllKeys()); }
+    bool MayConcernTools() const override { return lumtools::ConcernsTools(AllKeys()); }
 
     /// What the node does not tell is not there.
     ConfigGroup_t GetChanged(const ConfigGroup_t& told) const override {

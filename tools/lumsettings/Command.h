@@ -31,6 +31,7 @@ protected:
     LumConfPar::SettingsForwarder::Options Options() const;
     /// " of the resource group '...'", empty for the node's own settings.
     std::string OfGroup() const;
+    const std::string& TargetId() const { return targetId; }
     bool IsOfGroup() const { return !resourceGroup.empty(); }
     /// Whether a program reads what one node says: it gets it exactly. Else a node's words drive no terminal, and look
     /// like no other node's.
