@@ -57,12 +57,13 @@ struct ConfigServer::Impl {
     NodeCondition condition;
     NodePages pages;
     RpcPolicyFiles filesHandler;
-    RpcNodeStatus statusHandler{[this] { return condition.Read(); }};
+    RpcNodeStatus statusHandler{[this] { return ReadStatus(); }};
     RpcServer mainServer;
     RpcServer checkServer;
     Messenger messenger;  ///< the last handle of one of our own: it closes before the handlers go
 
     void CreateServers(const Configuration_t& configuration, const char* mainPath, const char* checkPath);
+    NodeStatus ReadStatus() const;
     /// Takes the messenger and opens the road.
     void Serve(const Messenger& road);
 };
@@ -87,6 +88,13 @@ void ConfigServer::Impl::CreateServers(const Configuration_t& configuration, con
     checkServer = RpcServer(configuration, options);
     checkServer.Register(names::CheckPolicyMethod, CheckPolicy);
     checkServer.Describe(DescribeCheckService());
+}
+
+NodeStatus ConfigServer::Impl::ReadStatus() const {
+    NodeStatus status = condition.Read();
+    status.onLoopbackAlone = messenger.IsOnLoopbackAlone();
+    status.awaitsRestart = messenger.AwaitsRestart();
+    return status;
 }
 
 void ConfigServer::Impl::Serve(const Messenger& road) {

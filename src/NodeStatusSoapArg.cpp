@@ -42,6 +42,12 @@ constexpr Field Number(const char* name, const char* type) {
             [](const String_t& text, NodeStatus& to) { Read(text, to.*Member); }};
 }
 
+template <auto Member>
+constexpr Field Truth(const char* name) {
+    return {name, wire::Truth, [](const NodeStatus& from) { return String_t(from.*Member ? "true" : "false"); },
+            [](const String_t& text, NodeStatus& to) { to.*Member = text == "true" || text == "1"; }};
+}
+
 constexpr const char *kCount = "xsd:unsignedInt", *kMoment = "xsd:long";
 
 constexpr Field kFields[] = {
@@ -49,8 +55,9 @@ constexpr Field kFields[] = {
     Text<&NodeStatus::coreId>("core_id"),
     Number<&NodeStatus::started>("started", kMoment),
     Number<&NodeStatus::port>("port", kCount),
-    {"tls", wire::Truth, [](const NodeStatus& from) { return String_t(from.tls ? "true" : "false"); },
-     [](const String_t& text, NodeStatus& to) { to.tls = text == "true" || text == "1"; }},
+    Truth<&NodeStatus::tls>("tls"),
+    Truth<&NodeStatus::onLoopbackAlone>("on_loopback_alone"),
+    Truth<&NodeStatus::awaitsRestart>("awaits_restart"),
     Number<&NodeStatus::policies>("policies", kCount),
     Number<&NodeStatus::enabled>("policies_enabled", kCount),
     Number<&NodeStatus::disabled>("policies_disabled", kCount),

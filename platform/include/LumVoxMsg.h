@@ -127,6 +127,11 @@ public:
     std::vector<LumSecCore::X509Certificate> GetCertificates() const;
     /// Takes a changed key, certificate and trust for new connections; those in flight go on.
     void ReloadIdentity();
+    /// Whether the last ReloadIdentity found what only a new start takes up: a certificate on a port that was opened
+    /// plain, and stays on loopback alone, or none any more on one that was opened for TLS, and stays so.
+    bool AwaitsRestart() const;
+    /// Whether the port is open to this host alone: it was opened plain.
+    bool IsOnLoopbackAlone() const;
 
     class Impl;
     Impl* GetImpl() const;

@@ -96,6 +96,16 @@ void Messenger::Impl::ReloadIdentity() {
     if (const auto serving = GetServer()) serving->ReloadIdentity();
 }
 
+bool Messenger::Impl::AwaitsRestart() {
+    const auto serving = GetServer();
+    return serving && serving->AwaitsRestart();
+}
+
+bool Messenger::Impl::IsOnLoopbackAlone() {
+    const auto serving = GetServer();
+    return serving && serving->IsOnLoopbackAlone();
+}
+
 Messenger::Messenger(const LumPalConfig::Configuration_t& configuration, const Options& options)
     : Object(new Impl(configuration, options)) {}
 
@@ -141,6 +151,14 @@ std::vector<LumSecCore::X509Certificate> Messenger::GetCertificates() const {
 
 void Messenger::ReloadIdentity() {
     if (GetImpl()) GetImpl()->ReloadIdentity();
+}
+
+bool Messenger::AwaitsRestart() const {
+    return GetImpl() && GetImpl()->AwaitsRestart();
+}
+
+bool Messenger::IsOnLoopbackAlone() const {
+    return GetImpl() && GetImpl()->IsOnLoopbackAlone();
 }
 
 }  // namespace LumVoxMsg

@@ -33,6 +33,8 @@ public:
     unsigned GetPort();
     std::vector<LumSecCore::X509Certificate> GetCertificates();
     void ReloadIdentity();
+    bool AwaitsRestart();
+    bool IsOnLoopbackAlone();
 
 private:
     std::shared_ptr<MessengerServer> GetServer();

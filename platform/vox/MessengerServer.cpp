@@ -168,24 +168,36 @@ void MessengerServer::OpenPlain() {
     http.Bind(kLoopbackAddress, limits.port);
     callers.Open(http.GetPort());
     const LumPalThread::PlainLock_t lock(mutex);
-    plain = true;
+    plain = openedPlain = true;
 }
 
 void MessengerServer::ReloadIdentity() {
     const NodeIdentity identity = NodeIdentity::Load();
     const LumPalThread::PlainLock_t lock(mutex);
     if (!identity.certificateInstalled) {
+        awaitsRestart = !plain;
         if (!plain)
             LumPalLog::Log(LumPalMsg::CreateWarn_t(String_t(
                 "No certificate is installed any more; the server keeps its identity until it is restarted.")));
         return;
     }
     http.SetIdentity(identity);
+    awaitsRestart = openedPlain;
     if (!plain) return;
     plain = false;
     callers.Close();
     LumPalLog::Log(LumPalMsg::CreateWarn_t(
         String_t("A certificate was installed; the server listens on loopback alone until it is restarted.")));
+}
+
+bool MessengerServer::AwaitsRestart() {
+    const LumPalThread::PlainLock_t lock(mutex);
+    return awaitsRestart;
+}
+
+bool MessengerServer::IsOnLoopbackAlone() {
+    const LumPalThread::PlainLock_t lock(mutex);
+    return openedPlain;
 }
 
 void MessengerServer::StopReceiving() {

@@ -35,6 +35,10 @@ public:
     std::vector<LumSecCore::X509Certificate> GetCertificates() const { return http.GetCertificates(); }
     /// As Messenger::ReloadIdentity.
     void ReloadIdentity();
+    /// As Messenger::AwaitsRestart.
+    bool AwaitsRestart();
+    /// As Messenger::IsOnLoopbackAlone.
+    bool IsOnLoopbackAlone();
     /// As Messenger::TellOfRefusals.
     void TellOfRefusals(RefusalListener listener);
     /// As Messenger::StopReceiving.
@@ -82,6 +86,8 @@ private:
     std::map<std::string, std::shared_ptr<Route>> routes LUMPAL_GUARDED_BY(mutex);
     RefusalListener refusals LUMPAL_GUARDED_BY(mutex);
     bool plain LUMPAL_GUARDED_BY(mutex) = false;
+    bool openedPlain LUMPAL_GUARDED_BY(mutex) = false;
+    bool awaitsRestart LUMPAL_GUARDED_BY(mutex) = false;
     bool refusing LUMPAL_GUARDED_BY(mutex) = false;
     bool closed LUMPAL_GUARDED_BY(mutex) = false;
     HttpServer http;  ///< last: its threads use what stands above

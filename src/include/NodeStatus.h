@@ -25,7 +25,9 @@ struct LUMCONF_API NodeStatus {
     LumPalStr::String_t version, coreId;
     std::int64_t started = 0;
     std::uint32_t port = 0;
-    bool tls = false;  ///< whether the port is served with TLS
+    bool tls = false;              ///< the port is served with TLS
+    bool onLoopbackAlone = false;  ///< the port is open to the node itself alone, as without a certificate
+    bool awaitsRestart = false;    ///< a certificate has come or gone: a new start serves the port otherwise
     std::uint32_t policies = 0, enabled = 0, disabled = 0, missingFiles = 0;
     LumPalStr::String_t settingsBroken;  ///< why the settings policies are not merged; empty when they are
     std::uint32_t queued = 0;            ///< changes that consumers will be told of with the next notification

@@ -1,5 +1,7 @@
 #!/usr/bin/python3
-"""What a node tells of its own certificates: those that are revoked, and those that end."""
+"""What a node tells of its own certificates: those that are revoked, those that end, those that count after a restart."""
+import re
+import signal
 import unittest
 
 import test_trust_tool
@@ -85,6 +87,30 @@ class Told(TrustTest):
         told = self.node.policy("status")
         self.assertRegex(told.out, r"(?m)^certificate +own 'node-1' ends in 6 days$")
         self.assertAlmostEqual(self.trust("status", "--json").json()["certificate"]["seconds_left"], 7 * 86400, delta=3600)
+
+    def line(self, client, *host):
+        """What the status says of the port, and whether a restart is awaited."""
+        text = client.policy("status", *host).out
+        told = client.policy("status", *host, "--json").json()
+        return re.search(r"(?m)^ *port +(.*)$", text).group(1), (told["tls"], told["on_loopback_alone"], told["awaits_restart"])
+
+    def test_the_status_says_what_the_port_is_until_a_restart(self):
+        bare = self.make_node()
+        bare.start()
+        port = bare.port
+        self.assertEqual(self.line(bare), (f"{port}, plain, on loopback alone", (False, True, False)))
+        self.equip("node-2", node=bare)
+        self.assertEqual(self.line(bare), (f"{port}, TLS, on loopback alone until a restart", (True, True, True)))
+        self.assertEqual(bare.stop(), 0)
+        bare.start()
+        port = bare.port
+        self.assertEqual(self.line(bare), (f"{port}, TLS", (True, False, False)))
+        self.trust("grant", "node-1", "list", node=bare)
+        self.assertEqual(bare.tool("lumsettings", "set", "--force", "sec.cm.certificates", "CERT_INSTALLED=false").code, DONE)
+        bare.daemon.send_signal(signal.SIGHUP)
+        wait_until(lambda: "keeps its identity until it is restarted" in bare.log, "it is taken up")
+        self.assertEqual(self.line(self.node, "--host", f"localhost:{port}"),
+                         (f"{port}, TLS until a restart, then plain on loopback alone", (True, False, True)))
 
 
 if __name__ == "__main__":

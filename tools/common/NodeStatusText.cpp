@@ -45,6 +45,14 @@ std::string Name(const NodeStatus::Certificate& certificate) {
     return certificate.kind.ToUtf8() + " '" + certificate.name.ToUtf8() + "'";
 }
 
+/// How the port is served.
+std::string RoadOf(const NodeStatus& status) {
+    if (!status.tls) return "plain, on loopback alone";
+    if (!status.awaitsRestart) return "TLS";
+    return status.onLoopbackAlone ? "TLS, on loopback alone until a restart"
+                                  : "TLS until a restart, then plain on loopback alone";
+}
+
 /// A text of several lines, the following ones below the first.
 std::string Several(const char* label, const std::string& lines) {
     std::istringstream in(lines);
@@ -59,7 +67,7 @@ std::string TextOf(const NodeStatus& status) {
     std::string text = Line("serving", "version " + status.version.ToUtf8() + ", for " +
                                            SpanText(Now() - status.started) + ", since " + LocalTime(status.started));
     if (status.coreId.IsNotEmpty()) text += Line("core id", status.coreId.ToUtf8());
-    text += Line("port", std::to_string(status.port) + (status.tls ? ", TLS" : ", plain, on loopback alone"));
+    text += Line("port", std::to_string(status.port) + ", " + RoadOf(status));
     for (const NodeStatus::Certificate& certificate : status.certificates) {
         text += Line("certificate", Name(certificate) + " " + EndText(certificate.end - Now()));
     }
@@ -82,6 +90,8 @@ ordered_json ToJson(const NodeStatus& status) {
                         {"started", status.started},
                         {"port", status.port},
                         {"tls", status.tls},
+                        {"on_loopback_alone", status.onLoopbackAlone},
+                        {"awaits_restart", status.awaitsRestart},
                         {"policies", status.policies},
                         {"policies_enabled", status.enabled},
                         {"policies_disabled", status.disabled},

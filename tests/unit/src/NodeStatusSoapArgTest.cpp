@@ -21,6 +21,8 @@ NodeStatus Full() {
     status.started = 1700000000;
     status.port = 7443;
     status.tls = true;
+    status.onLoopbackAlone = true;
+    status.awaitsRestart = true;
     status.policies = 9;
     status.enabled = 5;
     status.disabled = 3;
@@ -43,6 +45,8 @@ TEST(NodeStatusSoapArg, EachFieldSurvivesTheWay) {
     EXPECT_EQ(got.started, sent.started);
     EXPECT_EQ(got.port, sent.port);
     EXPECT_EQ(got.tls, sent.tls);
+    EXPECT_EQ(got.onLoopbackAlone, sent.onLoopbackAlone);
+    EXPECT_EQ(got.awaitsRestart, sent.awaitsRestart);
     EXPECT_EQ(got.policies, sent.policies);
     EXPECT_EQ(got.enabled, sent.enabled);
     EXPECT_EQ(got.disabled, sent.disabled);
@@ -72,6 +76,7 @@ TEST(NodeStatusSoapArg, WhatDoesNotComeStaysEmptyAndWhatIsNotKnownIsPassedOver) 
     EXPECT_EQ(got.version, "");
     EXPECT_EQ(got.port, 0u);
     EXPECT_TRUE(got.tls);
+    EXPECT_FALSE(got.awaitsRestart);
     EXPECT_TRUE(got.certificates.empty());
 }
 
