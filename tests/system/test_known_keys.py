@@ -249,7 +249,7 @@ class SettingsPolicies(unittest.TestCase):
         disabled = self.node.policy("install", "--disable", "--no-notify", wrong)
         self.assertEqual(disabled.code, DONE, disabled)
         for arguments in (("enable", "--id", "wrong"), ("enable", "--type", "configsettings"),
-                          ("enable", "--name", "wrong", "--name", "base"), ("enable", "--all"),
+                          ("enable", "--all"),
                           ("install", "--enable", "--force-state", wrong), ("apply", wrong)):
             with self.subTest(arguments=arguments):
                 self.refused(*arguments)

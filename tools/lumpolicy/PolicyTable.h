@@ -25,6 +25,7 @@ using ListedNode = std::pair<std::string, nlohmann::ordered_json>;
 std::vector<std::string> SortKeys();
 
 /// Sorts policies; those that are equal in it by type, name and id. @param policies  an array
+/// @param sortBy  a word of SortKeys; empty: by type, name and id
 void Sort(nlohmann::ordered_json& policies, const std::string& sortBy);
 
 /// One line a policy: in columns that fit standard output, in all columns whole, or its type and name alone. The nodes

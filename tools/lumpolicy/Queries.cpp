@@ -4,7 +4,7 @@
 #include "PolicyForwarder.h"
 #include "common/Lazy.h"
 #include "common/SelectionOptions.h"
-#include "common/Table.h"
+#include "common/TableOptions.h"
 #include "lumpolicy/Command.h"
 #include "lumpolicy/PolicyTable.h"
 #include "lumpolicy/PolicyText.h"
@@ -62,10 +62,9 @@ class List : public Query {
 public:
     explicit List(CLI::App& command) : Query(command, SelectionOptions::Demand::No) {
         const std::string group = "How they are shown";
-        command.add_option("-o,--output", output, "table, wide (all columns, whole), name (TYPE:NAME), or json")
-            ->group(group)
-            ->type_name("FORM")
-            ->check(CLI::IsMember({"table", "wide", "name", "json"}));
+        lumtools::AddForms(command, output, {"table", "wide", "name", "json"},
+                           "table, wide (all columns, whole), name (TYPE:NAME), or json")
+            ->group(group);
         command.add_option("--sort-by", form.sortBy, "type, name, version, status, owner, categories or id")
             ->group(group)
             ->type_name("KEY")
@@ -91,7 +90,7 @@ private:
         for (int i = 0; i < policies.GetCount(); ++i) {
             answer.fields["policies"].push_back(ToJson(policies.GetPolicyHeader(i)));
         }
-        if (!form.sortBy.empty()) Sort(answer.fields["policies"], form.sortBy);
+        if (json) Sort(answer.fields["policies"], form.sortBy);  // a table is sorted when all nodes have answered
     }
 
     /// Without any node that answered there is nothing to be headed.

@@ -4,7 +4,9 @@
 #include "common/Arguments.h"
 #include "common/Lazy.h"
 #include "common/NodeStatusText.h"
+#include "common/TableOptions.h"
 #include "lumpolicy/Command.h"
+#include "lumpolicy/StatusTable.h"
 
 namespace lumpolicy {
 
@@ -16,9 +18,30 @@ namespace {
 
 class Status : public HostCommand {
 public:
-    explicit Status(CLI::App& command) : HostCommand(command) { lumtools::AddTargetId(command, targetId); }
+    explicit Status(CLI::App& command) : HostCommand(command) {
+        lumtools::AddTargetId(command, targetId);
+        lumtools::AddForms(command, form, {"text", "table", "wide", "json"},
+                           "text (of one node), table (of several), wide (all columns, whole), or json");
+        command.add_flag("--no-headers", noHeaders, "Leave the line of headings out");
+    }
 
 private:
+    lumtools::Outcome Prepare() override {
+        json = json || form == "json";
+        if (form.empty()) form = AsksMany() ? "table" : "text";
+        return {};
+    }
+
+    bool IsShownTogether() const override { return form != "text"; }
+
+    std::string ShowTogether(const std::vector<std::pair<std::string, const Answer*>>& answers) const override {
+        lumtools::TableLayout layout = lumtools::TableLayout::ForOutput();
+        const bool isWide = form == "wide";
+        if (isWide) layout.columns = 0;
+        layout.hasHeader = !noHeaders;
+        return StatusTable(answers, isWide, layout);
+    }
+
     Answer Ask(const std::string& host) const override {
         Answer answer;
         answer.isBlock = true;
@@ -39,7 +62,8 @@ private:
                 .AddDetails(e.GetMessageList()));
     }
 
-    std::string targetId;
+    std::string targetId, form;
+    bool noHeaders = false;
     lumtools::Lazy<PolicyForwarder> forwarder;
 };
 

@@ -3,7 +3,7 @@
 #include <sstream>
 
 #include "common/Arguments.h"
-#include "common/Table.h"
+#include "common/TableOptions.h"
 #include "lumsettings/Command.h"
 #include "lumsettings/NodeSettings.h"
 #include "lumsettings/SettingsText.h"
@@ -51,17 +51,24 @@ std::string Label(const Source& source) {
     return kind == "policy" ? "policy " + source.origin.policyName.ToUtf8() : kind;
 }
 
-std::string TextOf(const Setting& setting, const Value& inForce, const std::vector<Source>& sources) {
+lumtools::Mark MarkOf(const std::string& state) {
+    if (state == kInForce) return lumtools::Mark::Good;
+    return state == kNotYet ? lumtools::Mark::Doubtful : lumtools::Mark::None;
+}
+
+std::string TextOf(const Setting& setting, const Value& inForce, const std::vector<Source>& sources,
+                   const lumtools::TableLayout& layout) {
     std::ostringstream out;
     const std::string line = LineOf(setting.first, setting.second, inForce.value_or(""));
-    out << (inForce ? line : line.substr(0, line.size() - 1) + " is not set") << "\n";
+    out << lumtools::PrintableLines(inForce ? line : line.substr(0, line.size() - 1) + " is not set");
     // Values come last: a long one moves no other column.
     lumtools::Table table({"STATE", "SET BY", "DATA FILE", "POLICY ID", "VALUE"});
     for (const Source& source : sources) {
         table.Add({source.state, Label(source), source.origin.dataFile.ToUtf8(), source.origin.policyId.ToUtf8(),
                    Escaped(source.origin.value)});
     }
-    table.Print(out, {lumtools::TableLayout::ForOutput().columns});
+    table.SetMarks(0, MarkOf);
+    table.Print(out, layout);
     return out.str();
 }
 
@@ -79,9 +86,12 @@ public:
     explicit Explain(CLI::App& command) : LocalCommand(command) {
         command.add_option("NAMESPACE", nameSpace, "The namespace")->required()->check(IsGiven);
         command.add_option("NAME", name, "Only this setting")->check(IsGiven);
+        tableOptions.AddTo(command, json);
     }
 
 private:
+    bool IsPrintable() const override { return true; }
+
     void Work(Answer& answer) const override {
         const NodeSettings node;
         answer.fields["settings"] = ordered_json::array();
@@ -118,10 +128,10 @@ private:
         return settings;
     }
 
-    static void Tell(const Setting& setting, const NodeSettings& node, const MergedSettings& merged, Answer& answer) {
+    void Tell(const Setting& setting, const NodeSettings& node, const MergedSettings& merged, Answer& answer) const {
         const std::vector<Source> sources = SourcesOf(setting, node, merged);
         const Value inForce = node.InForce(setting);
-        answer.text += (answer.text.empty() ? "" : "\n") + TextOf(setting, inForce, sources);
+        answer.text += (answer.text.empty() ? "" : "\n") + TextOf(setting, inForce, sources, tableOptions.GetLayout());
         ordered_json object{{"namespace", setting.first.ToUtf8()}, {"name", setting.second.ToUtf8()}};
         if (inForce) object["value"] = inForce->ToUtf8();
         object["sources"] = ordered_json::array();
@@ -134,6 +144,7 @@ private:
                             : "Nobody sets [" + nameSpace + "] " + name + " on " + ThisNode() + ": its default counts.";
     }
 
+    lumtools::TableOptions tableOptions;
     std::string nameSpace, name;
 };
 

@@ -3,7 +3,7 @@
 
 #include "common/Arguments.h"
 #include "common/KnownKeys.h"
-#include "common/Table.h"
+#include "common/TableOptions.h"
 #include "lumsettings/Command.h"
 #include "lumsettings/NodeSettings.h"
 
@@ -24,6 +24,7 @@ class Keys : public LocalCommand {
 public:
     explicit Keys(CLI::App& command) : LocalCommand(command) {
         command.add_option("NAMESPACE", nameSpace, "Only the keys of this namespace")->check(IsGiven);
+        tableOptions.AddTo(command, json);
     }
 
 private:
@@ -39,11 +40,13 @@ private:
             answer.outcome = {lumtools::kNotFound, {{0, "The node's own namespaces hold no '" + nameSpace + "'."}}};
             return;
         }
+        table.KeepWhole(1);
         std::ostringstream text;
-        table.Print(text, {lumtools::TableLayout::ForOutput().columns});
+        table.Print(text, tableOptions.GetLayout());
         answer.text = text.str();
     }
 
+    lumtools::TableOptions tableOptions;
     std::string nameSpace;
 };
 

@@ -6,7 +6,7 @@
 #include "LumSecRevoked.h"
 #include "common/ExitCode.h"
 #include "common/NodeAccess.h"
-#include "common/Table.h"
+#include "common/TableOptions.h"
 #include "lumtrust/Command.h"
 #include "lumtrust/Entries.h"
 
@@ -16,7 +16,14 @@ using nlohmann::ordered_json;
 
 namespace {
 
-void PrintTable(const ordered_json& entries) {
+constexpr std::size_t kAliasColumn = 1, kEndColumn = 4;
+
+struct Shown {
+    bool json = false;
+    lumtools::TableOptions table;
+};
+
+void PrintTable(const ordered_json& entries, const lumtools::TableLayout& layout) {
     lumtools::Table table({"KIND", "ALIAS", "SUBJECT", "ISSUER", "VALID UNTIL", "DAYS LEFT", "VOUCHES FOR"});
     for (const ordered_json& entry : entries) {
         if (entry.contains("broken")) {
@@ -26,19 +33,21 @@ void PrintTable(const ordered_json& entries) {
         table.Add({entry["kind"], entry["alias"], entry["subject"], entry["issuer"], entry["not_after"],
                    std::to_string(entry["days_left"].get<std::int64_t>()), VouchesFor(entry)});
     }
-    table.Print(std::cout, lumtools::TableLayout::ForOutput());
+    table.KeepWhole(kAliasColumn);
+    table.KeepWhole(kEndColumn);
+    table.Print(std::cout, layout);
 }
 
-int List(bool json) {
+int List(const Shown& shown) {
     lumtools::RequireOpenNode();
     ordered_json entries = ordered_json::array();
     for (const char* part : {kOwnPart, kTrustedPart}) {
         for (ordered_json& entry : EntriesOf(part)) entries.push_back(std::move(entry));
     }
-    if (json) {
+    if (shown.json) {
         std::cout << ordered_json{{"certificates", entries}}.dump() << std::endl;
     } else {
-        PrintTable(entries);
+        PrintTable(entries, shown.table.GetLayout());
     }
     LumSecCore::RevocationList::Load();  // what is wrong with it is told
     const bool broken = std::any_of(entries.begin(), entries.end(), [](const auto& e) { return e.contains("broken"); });
@@ -48,10 +57,11 @@ int List(bool json) {
 }  // namespace
 
 void AddList(CLI::App& app, Actions& actions) {
-    auto json = std::make_shared<bool>(false);
+    auto shown = std::make_shared<Shown>();
     CLI::App* list = app.add_subcommand("list", "List the node's own certificates and those that it trusts");
-    list->add_flag("--json", *json, "Print one JSON object");
-    actions.emplace_back(list, [json] { return List(*json); });
+    list->add_flag("--json", shown->json, "Print one JSON object");
+    shown->table.AddTo(*list, shown->json);
+    actions.emplace_back(list, [shown] { return List(*shown); });
 }
 
 }  // namespace lumtrust
