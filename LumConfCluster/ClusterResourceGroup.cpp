@@ -37,6 +37,10 @@ String_t ClusterResourceGroup::GetDetail() const {
     return GetImpl()->detail;
 }
 
+bool ClusterResourceGroup::IsSettled() const {
+    return GetImpl()->isSettled;
+}
+
 bool ClusterResourceGroup::IsEverywhere() const {
     return GetImpl()->isEverywhere;
 }

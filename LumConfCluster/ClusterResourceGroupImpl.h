@@ -19,6 +19,7 @@ public:
     RGState localState = RGState::Unknown;
     LumPalStr::String_t detail;
     bool isEverywhere = false;
+    bool isSettled = true;
     LumPalStr::String_t virtualIP;
     ClusterNode activeNode;
     std::int32_t virtualIPKnown = -1;  ///< below 0: not fetched yet; 0: a null text was fetched; 1: virtualIP is valid

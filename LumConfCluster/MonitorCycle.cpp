@@ -1,6 +1,7 @@
 #include "MonitorCycle.h"
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 #include "ConfBase.h"
@@ -74,9 +75,13 @@ void MonitorCycle::Load(LastLook& look, const Cluster& cluster, const ClusterRes
     ReportLoaded(failure);
 }
 
+ClusterResourceGroups MonitorCycle::LookAt(const Cluster& cluster) {
+    return lastKnown.Settle(cluster.GetGroups(), std::chrono::steady_clock::now());
+}
+
 void MonitorCycle::LoadFirst(const Cluster& cluster) {
     try {
-        Load(before, cluster, cluster.GetGroups());
+        Load(before, cluster, LookAt(cluster));
     } catch (const Exception_t& e) {
         LUMCONF_TRACE(trace::Cluster, e.GetMessageList());
         before.read = MonitorWatcher::Look::Partial;
@@ -169,7 +174,7 @@ void MonitorCycle::Cycle() {
 
 void MonitorCycle::Follow(const LocalName& local) {
     const Cluster cluster;
-    const ClusterResourceGroups groups = cluster.GetGroups();
+    const ClusterResourceGroups groups = LookAt(cluster);
     LastLook now;
     Load(now, cluster, groups);
     if (LumPalRuntime::IsStopping()) return;  // as at the start

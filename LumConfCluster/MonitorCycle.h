@@ -8,6 +8,7 @@
 
 #include "FollowApplications.h"
 #include "FollowGroups.h"
+#include "LastKnownGroups.h"
 #include "LumConfCluster/Applications.h"
 #include "LumConfCluster/Cluster.h"
 #include "LumConfCluster/ClusterResourceGroups.h"
@@ -51,6 +52,8 @@ public:
 private:
     bool SeeCluster();
     void Load(LastLook& look, const Cluster& cluster, const ClusterResourceGroups& groups);
+    /// What the cluster cannot know yet counts as it was.
+    ClusterResourceGroups LookAt(const Cluster& cluster);
     void LoadFirst(const Cluster& cluster);
     /// Where it is not as it was before.
     /// @param failure  empty when the applications were read
@@ -68,6 +71,7 @@ private:
     const Surroundings surroundings;
     LumConf::PolicyOperation* policies = nullptr;  ///< null until the cluster was seen
     LastLook before;
+    LastKnownGroups lastKnown;
     MonitorWarnings warnings;
     LumPalMsg::MessageList_t lastFailure;  ///< of the attempts to see the cluster
     LumPalStr::String_t loadFailure;       ///< why the applications could not be read; empty when they could

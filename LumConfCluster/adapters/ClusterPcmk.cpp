@@ -1,12 +1,12 @@
 #include "ClusterPcmk.h"
 
 #include <algorithm>
+#include <map>
 #include <optional>
 
 #include "ClusterNodeImpl.h"
 #include "ClusterProducts.h"
 #include "ClusterResourceGroupImpl.h"
-#include "LumPalThread.h"
 #include "PcmkHistory.h"
 #include "PcmkPlacement.h"
 #include "Reported.h"
@@ -26,16 +26,14 @@ constexpr StateWords<RGState>::Row kGroupWords[]{
     {pcmkWords::kStarted, RGState::Online},    {pcmkWords::kPromoted, RGState::Online},
     {pcmkWords::kStopped, RGState::Offline},   {pcmkWords::kUnpromoted, RGState::Offline},
     {pcmkWords::kPartial, RGState::Offline},   {pcmkWords::kFailed, RGState::Unknown},
-    {pcmkWords::kUnmanaged, RGState::Unknown}, {pcmkWords::kBlocked, RGState::Unknown}};
+    {pcmkWords::kUnmanaged, RGState::Unknown}, {pcmkWords::kBlocked, RGState::Unknown},
+    {pcmkWords::kUnprobed, RGState::Unknown}};
 
 /// They stand for themselves: there is nothing to add to the state.
 constexpr const char* kPlainWords[]{pcmkWords::kStarted, pcmkWords::kPromoted, pcmkWords::kStopped};
 
 /// Of these something that should run does not.
 constexpr const char* kMissing[]{pcmkWords::kStopped, pcmkWords::kPartial, pcmkWords::kUnpromoted};
-
-/// Until the next look, in milliseconds. A history is written anew within some ten of them, and a probe is begun.
-constexpr std::uint32_t kPauses[]{50, 100, 200, 400};
 
 bool IsOneOf(const char* word, const auto& words) {
     return std::any_of(std::begin(words), std::end(words), [&](const char* each) { return String_t(word) == each; });
@@ -61,7 +59,7 @@ String_t DetailOf(const char* word) {
     return IsOneOf(word, kPlainWords) ? String_t("") : String_t(word);
 }
 
-/// What no policy can follow is not waited for.
+/// What no policy can follow raises no doubt.
 bool IsEverywhere(const PcmkResource& resource) {
     return resource.isCloned && !resource.isPromotable;
 }
@@ -152,50 +150,76 @@ ClusterResourceGroup ClusterPcmk::MakeGroup(const PcmkResource& resource, std::u
     record.localState = GroupStateOf(states.WordOn(resource, localNodeName));
     record.detail = DetailOf(state.word);
     record.isEverywhere = IsEverywhere(resource);
+    record.isSettled = !state.isOnSeveral;
     if (record.state == RGState::Online) record.activeNode = nodes.Find(state.node);
     return group;
 }
 
-/// Where nobody tells what is remembered, the word of crm_mon holds.
-bool ClusterPcmk::LeavesOpen(const PcmkSight& sight, Configured& configured) {
-    const PcmkStates states(sight.nodes);
-    std::vector<PcmkResource> missing;
-    std::copy_if(
-        sight.resources.begin(), sight.resources.end(), std::back_inserter(missing),
-        [&](const PcmkResource& one) { return !IsEverywhere(one) && IsOneOf(states.Whole(one).word, kMissing); });
-    bool isOpen = false;
-    if (missing.empty()) return isOpen;
-    Tried([&] {
+/// What both tools told, one behind the other.
+class ClusterPcmk::Look {
+public:
+    explicit Look(const ClusterPcmk& cluster) : configured(cluster), sight(cluster.SeeResources(configured)) {
+        const PcmkStates states(sight.nodes);
+        for (const PcmkResource& resource : sight.resources) {
+            const bool isMissing = !IsEverywhere(resource) && IsOneOf(states.Whole(resource).word, kMissing);
+            if (isMissing) missing.push_back(&resource);
+        }
+        // Where nobody tells the history, the word of crm_mon holds.
+        if (!missing.empty()) Tried([&] { AddDoubts(); });
+    }
+    Look(const Look&) = delete;
+    Look& operator=(const Look&) = delete;
+
+    bool IsOutdated() const {
+        return std::any_of(doubts.begin(), doubts.end(),
+                           [](const auto& each) { return each.second == PcmkDoubt::RunsByNow; });
+    }
+    bool IsUnprobed(const PcmkResource& resource) const {
+        const auto found = doubts.find(&resource);
+        return found != doubts.end() && found->second == PcmkDoubt::Unprobed;
+    }
+
+    Configured configured;
+    const PcmkSight sight;
+
+private:
+    void AddDoubts() {
         const PcmkHistory history(configured.GetTree());
-        isOpen = std::any_of(missing.begin(), missing.end(),
-                             [&](const PcmkResource& one) { return history.LeavesOpen(one, sight.nodes); });
-    });
-    return isOpen;
+        for (const PcmkResource* const one : missing) doubts.emplace(one, history.DoubtOf(*one, sight.nodes));
+    }
+
+    std::vector<const PcmkResource*> missing;
+    std::map<const PcmkResource*, PcmkDoubt> doubts;
+};
+
+/// It may be anywhere, here too.
+void ClusterPcmk::MarkUnprobed(const ClusterResourceGroup& group) {
+    ClusterResourceGroupImpl& record = *group.GetImpl();
+    record.state = record.localState = GroupStateOf(pcmkWords::kUnprobed);
+    record.detail = pcmkWords::kUnprobed;
+    record.isSettled = false;
 }
 
-ClusterResourceGroups ClusterPcmk::GroupsOf(const PcmkSight& sight, Configured& configured) {
-    const PcmkStates states(sight.nodes);
-    NodesByName nodes([&] { return NodesOf(sight); });
+ClusterResourceGroups ClusterPcmk::GroupsOf(Look& look) {
+    const PcmkStates states(look.sight.nodes);
+    NodesByName nodes([&] { return NodesOf(look.sight); });
     const ClusterResourceGroups groups;
-    for (const PcmkResource& resource : sight.resources) {
+    for (const PcmkResource& resource : look.sight.resources) {
         const auto id = static_cast<std::uint16_t>(groups.Count());
         groups.GetImpl()->Add(MakeGroup(resource, id, states, nodes));
+        if (look.IsUnprobed(resource)) MarkUnprobed(groups[id]);
     }
     // Whoever wants an address asks again where it could not be had.
-    Tried([&] { AddAddresses(groups, configured); });
+    Tried([&] { AddAddresses(groups, look.configured); });
     return groups;
 }
 
 ClusterResourceGroups ClusterPcmk::GetGroups() {
     return Reported(msg::ClusterGroupsNotRead, msg::RhasGroupsFailed, [&] {
-        for (const std::uint32_t pause : kPauses) {
-            Configured configured(*this);
-            const PcmkSight sight = SeeResources(configured);
-            if (!LeavesOpen(sight, configured)) return GroupsOf(sight, configured);
-            LumPalThread::Thread_t::Sleep(pause);
-        }
-        Configured configured(*this);
-        return GroupsOf(SeeResources(configured), configured);
+        Look look(*this);
+        if (!look.IsOutdated()) return GroupsOf(look);
+        Look again(*this);
+        return GroupsOf(again);
     });
 }
 

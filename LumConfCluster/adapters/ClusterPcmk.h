@@ -13,8 +13,7 @@ namespace LumConfCluster {
 struct ClusterProduct;
 
 /// Asks crm_mon for what runs where, and cibadmin for what is configured: each once for a question. Where something
-/// that should run is told to run nowhere, and what the cluster remembers leaves that open (PcmkHistory), both are
-/// asked again, at most four times within a second; the last look is believed.
+/// that should run is told to run nowhere, and has been found since, both are asked once more (PcmkHistory).
 class ClusterPcmk final : public ClusterImpl {
 public:
     /// @throws LumConf::ClusterException PcmkNotMade
@@ -36,12 +35,13 @@ public:
 
 private:
     class Configured;
+    class Look;
     /// Without the resources that are told of by their nodes alone, where nobody asks for them.
     PcmkSight See() const;
     PcmkSight SeeResources(Configured& configured) const;
     XmlDataTree ReadCib() const;
-    static bool LeavesOpen(const PcmkSight& sight, Configured& configured);
-    ClusterResourceGroups GroupsOf(const PcmkSight& sight, Configured& configured);
+    ClusterResourceGroups GroupsOf(Look& look);
+    void MarkUnprobed(const ClusterResourceGroup& group);
     ClusterResourceGroup MakeGroup(const PcmkResource& resource, std::uint16_t id, const PcmkStates& states,
                                    NodesByName& nodes);
     static void AddAddresses(const ClusterResourceGroups& groups, Configured& configured);

@@ -36,7 +36,26 @@ bool IsTold(const PcmkResource& resource, const String_t& member, const String_t
                        [&](const PcmkCopy& copy) { return std::any_of(copy.begin(), copy.end(), isThere); });
 }
 
-/// Of another node nothing runs that counts, or somebody else tells it.
+/// An operation that has not ended bears no number of its own.
+PcmkDoubt DoubtBy(const XmlDataNode& operations) {
+    int latest = -1;
+    bool isActive = false, isProbing = false;
+    PcmkForEach(operations, "lrm_rsc_op", [&](const XmlDataNode& one) {
+        const String_t name = AttributeOf(one, "operation");
+        if (AttributeOf(one, "op-status") == "-1") {
+            isProbing = isProbing || (name == "monitor" && AttributeOf(one, "interval") == "0");
+            return;
+        }
+        const int number = AttributeOf(one, "call-id").ToInt();
+        if (number <= latest) return;
+        latest = number;
+        isActive = IsOneOf(name, kOfRunning) && IsOneOf(AttributeOf(one, "rc-code"), kRuns);
+    });
+    if (isProbing) return PcmkDoubt::Unprobed;
+    return isActive ? PcmkDoubt::RunsByNow : PcmkDoubt::None;
+}
+
+/// On another node nothing runs that counts, or somebody else tells it.
 bool Counts(const PcmkNode& node) {
     return node.isOnline && !node.isPending && !node.isUnclean && !node.isInContainer;
 }
@@ -53,60 +72,42 @@ PcmkHistory::PcmkHistory(const XmlDataTree& tree) {
 }
 
 void PcmkHistory::Take(const XmlDataNode& nodeState) {
-    std::optional<Lefts>& lefts = byNode[AttributeOf(nodeState, "uname")];
+    std::optional<Doubts>& doubts = byNode[AttributeOf(nodeState, "uname")];
     PcmkForEach(nodeState, "lrm", [&](const XmlDataNode& history) {
-        lefts.emplace();
+        doubts.emplace();
         PcmkForEach(history, "lrm_resources", [&](const XmlDataNode& list) {
             PcmkForEach(list, "lrm_resource", [&](const XmlDataNode& resource) {
-                lefts->insert_or_assign(AttributeOf(resource, "id"), LeftBy(resource));
+                doubts->insert_or_assign(AttributeOf(resource, "id"), DoubtBy(resource));
             });
         });
     });
 }
 
-/// An operation that has not ended bears no number of its own.
-PcmkHistory::Left PcmkHistory::LeftBy(const XmlDataNode& operations) {
-    int latest = -1;
-    bool isActive = false, isProbing = false;
-    PcmkForEach(operations, "lrm_rsc_op", [&](const XmlDataNode& one) {
-        const String_t name = AttributeOf(one, "operation");
-        if (AttributeOf(one, "op-status") == "-1") {
-            isProbing = isProbing || (name == "monitor" && AttributeOf(one, "interval") == "0");
-            return;
-        }
-        const int number = AttributeOf(one, "call-id").ToInt();
-        if (number <= latest) return;
-        latest = number;
-        isActive = IsOneOf(name, kOfRunning) && IsOneOf(AttributeOf(one, "rc-code"), kRuns);
-    });
-    if (isProbing) return Left::Probing;
-    return isActive ? Left::Active : Left::Idle;
-}
-
-bool PcmkHistory::MayBeOn(const String_t& member, const PcmkNode& node, bool hasHistory) const {
+PcmkDoubt PcmkHistory::DoubtOn(const PcmkNode& node, const String_t& member, bool isInBundle) const {
     const auto known = byNode.find(node.name);
-    if (known == byNode.end()) return false;
+    if (known == byNode.end()) return PcmkDoubt::None;
     // A remote node has no history before its first operation.
-    if (!known->second) return !node.isRemote;
+    if (!known->second) return node.isRemote ? PcmkDoubt::None : PcmkDoubt::Unprobed;
     // Copies of a clone share their history, unless each is one of its own.
     for (const String_t& id : {member, PcmkWithoutNumber(member)}) {
         const auto found = known->second->find(id);
-        if (found != known->second->end()) return found->second != Left::Idle;
+        if (found != known->second->end()) return found->second;
     }
-    return hasHistory && isAllProbed;
+    // What is in a container of a bundle is remembered with the container.
+    return isAllProbed && !isInBundle ? PcmkDoubt::Unprobed : PcmkDoubt::None;
 }
 
-bool PcmkHistory::LeavesOpen(const PcmkResource& resource, const std::vector<PcmkNode>& nodes) const {
-    const auto isOpen = [&](const PcmkMember& member) {
-        if (!member.isWanted || (member.IsActive() && !resource.isCloned)) return false;
-        return std::any_of(nodes.begin(), nodes.end(), [&](const PcmkNode& node) {
-            // What is in a container of a bundle is remembered with the container.
-            return Counts(node) && !IsTold(resource, member.id, node.name) &&
-                   MayBeOn(member.id, node, !resource.isBundle);
-        });
+PcmkDoubt PcmkHistory::DoubtOf(const PcmkResource& resource, const std::vector<PcmkNode>& nodes) const {
+    PcmkDoubt doubt = PcmkDoubt::None;
+    const auto take = [&](const PcmkMember& member) {
+        if (!member.isWanted || (member.IsActive() && !resource.isCloned)) return;
+        for (const PcmkNode& node : nodes) {
+            if (!Counts(node) || IsTold(resource, member.id, node.name)) continue;
+            doubt = std::max(doubt, DoubtOn(node, member.id, resource.isBundle));
+        }
     };
-    return std::any_of(resource.copies.begin(), resource.copies.end(),
-                       [&](const PcmkCopy& copy) { return std::any_of(copy.begin(), copy.end(), isOpen); });
+    for (const PcmkCopy& copy : resource.copies) std::for_each(copy.begin(), copy.end(), take);
+    return doubt;
 }
 
 }  // namespace LumConfCluster

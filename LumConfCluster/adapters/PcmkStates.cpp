@@ -80,10 +80,10 @@ PcmkState PcmkStates::StateOf(const PcmkCopy& all) const {
     const PcmkCopy copy = ThatCount(all);
     const std::set<String_t> nodes = NodesOf(copy);
     const String_t node = nodes.size() == 1 ? *nodes.begin() : String_t("");
-    if (const char* const trouble = TroubleOf(copy)) return {trouble, node};
-    if (nodes.empty()) return {kStopped, node};
-    if (nodes.size() > 1 || !IsWhole(copy)) return {kPartial, node};
-    return {WordOfWhole(copy), node};
+    if (const char* const trouble = TroubleOf(copy)) return {trouble, false, node};
+    if (nodes.empty()) return {kStopped, false, node};
+    if (nodes.size() > 1) return {kPartial, true, node};
+    return {IsWhole(copy) ? WordOfWhole(copy) : kPartial, false, node};
 }
 
 PcmkState PcmkStates::BestOf(const PcmkResource& resource) const {
@@ -104,7 +104,7 @@ PcmkState PcmkStates::PromotedOf(const PcmkResource& resource) const {
         if (!IsOf(copy, PcmkRole::Promoted)) continue;
         const PcmkState state = StateOf(copy);
         if (state.word != std::string_view(kPromoted)) return state;
-        promoted = ++count == 1 ? state : PcmkState{state.word, ""};
+        promoted = ++count == 1 ? state : PcmkState{state.word, false, ""};
     }
     return promoted;
 }

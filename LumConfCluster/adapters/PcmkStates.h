@@ -13,12 +13,15 @@ namespace LumConfCluster {
 namespace pcmkWords {
 inline constexpr char kStarted[] = "Started", kStopped[] = "Stopped", kPromoted[] = "Promoted",
                       kUnpromoted[] = "Unpromoted", kFailed[] = "Failed", kPartial[] = "Partial",
-                      kUnmanaged[] = "Unmanaged", kBlocked[] = "Blocked";
+                      kUnmanaged[] = "Unmanaged", kBlocked[] = "Blocked", kUnprobed[] = "Unprobed";
 }  // namespace pcmkWords
 
 /// How a resource stands, and where.
 struct PcmkState {
     const char* word = pcmkWords::kStopped;
+    /// Of what belongs on one node and is on several, which is none of a failure. It passes: a node that comes back
+    /// brings its old history along, and Pacemaker ends what really is so.
+    bool isOnSeveral = false;
     LumPalStr::String_t node;  ///< the one where it is; empty for none or several, and for copies without a first one
 };
 

@@ -3,6 +3,7 @@
 #include <openssl/err.h>
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
+#include <openssl/x509v3.h>
 
 #include <algorithm>
 #include <iterator>
@@ -107,6 +108,16 @@ bool WasTakenAway(const String_t& path) {
     return true;
 }
 
+/// The library would read a certificate's extensions at its first use, which is in a handshake of any thread.
+void ReadExtensions(X509_STORE* store) {
+    const STACK_OF(X509_OBJECT)* const all = X509_STORE_get0_objects(store);
+    for (int i = 0; i < sk_X509_OBJECT_num(all); ++i) {
+        X509* const certificate = X509_OBJECT_get0_X509(sk_X509_OBJECT_value(all, i));
+        if (certificate) X509_check_purpose(certificate, -1, 0);
+    }
+    ERR_clear_error();
+}
+
 void SetTrusted(ssl_ctx_st* context, const NodeIdentity& identity) {
     X509_STORE* store = SSL_CTX_get_cert_store(context);
     LetOnlyAuthoritiesVouch(store, RevocationList::Load());
@@ -116,6 +127,7 @@ void SetTrusted(ssl_ctx_st* context, const NodeIdentity& identity) {
         if (!loaded && WasTakenAway(path)) continue;
         Require(loaded, "The trusted certificate", path);
     }
+    ReadExtensions(store);
     SSL_CTX_set_verify(context, SSL_VERIFY_PEER, nullptr);
     SSL_CTX_set_cert_verify_callback(context, VerifyShown, nullptr);
     SSL_CTX_set_verify_depth(context, kDeepestChain);

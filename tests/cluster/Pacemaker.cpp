@@ -9,6 +9,9 @@
 namespace sim {
 namespace {
 
+/// Of a group on a system that does not know what runs there: its history is gone.
+constexpr const char* kUnprobed = "unprobed";
+
 /// A state as attributes of a resource.
 const StateNames kFlags{{"unknown", "managed=\"false\""}, {"faulted", "failed=\"true\""}};
 
@@ -53,7 +56,7 @@ std::string ResourceText(const std::string& id, const char* agent, const std::st
 /// Where something of it is, and how it is there.
 std::pair<std::string, std::string> PlaceOf(const Group& group) {
     for (const auto& [system, state] : group.states) {
-        if (state != "offline") return {system, state};
+        if (state != "offline" && state != kUnprobed) return {system, state};
     }
     return {"", group.state};
 }
@@ -120,6 +123,14 @@ std::string LocationsOf(const Group& group, const Description& cluster) {
     return text;
 }
 
+std::string StatusText(const Group& group) {
+    std::string text;
+    for (const auto& [system, state] : group.states) {
+        if (state == kUnprobed) text += "<node_state" + Attribute("uname", system) + "/>";
+    }
+    return text;
+}
+
 Answer CibAdmin(const Description& cluster, const Words& words) {
     if (words != Words{"-Q"}) return Refused("cibadmin: not understood", 64);
     return {"<cib epoch=\"1\">\n  <configuration>\n    <crm_config><cluster_property_set id=\"options\">" +
@@ -127,7 +138,8 @@ Answer CibAdmin(const Description& cluster, const Words& words) {
                 "</cluster_property_set></crm_config>\n    <resources>\n" + Each(cluster.groups, ConfiguredText) +
                 "    </resources>\n    <constraints>\n" +
                 Each(cluster.groups, [&](const Group& group) { return LocationsOf(group, cluster); }) +
-                "    </constraints>\n  </configuration>\n  <status/>\n</cib>\n",
+                "    </constraints>\n  </configuration>\n  <status>" + Each(cluster.groups, StatusText) +
+                "</status>\n</cib>\n",
             "", 0};
 }
 

@@ -165,8 +165,8 @@ class Shape:
                 for _ in range(self.random.randint(0, 4) if self.groups else 0)]
 
     def draw_unwritten(self):
-        """In one cluster of thirty the history of a node is gone, and so all that ran there."""
-        unwritten = self.random.choice(list(self.nodes)) if self.random.random() < 1 / 30 else ""
+        """In one cluster of ten the history of a node is gone, and so all that ran there."""
+        unwritten = self.random.choice(list(self.nodes)) if self.random.random() < 0.1 else ""
         for _, members in self.groups.values():
             for member in members:
                 member.where.pop(unwritten, None)
@@ -271,8 +271,15 @@ class Shape:
             return Seen("Unknown", local="Unknown" if local else "Offline", detail=trouble)
         wanted = [m for m in count if not m.disabled]
         whole = wanted and all(STARTED in m.where.values() for m in wanted)
-        return Seen("Online", home, local="Online" if local else "Offline") if whole else \
-            Seen("Offline", detail="Partial" if active else "")
+        if whole:
+            return Seen("Online", home, local="Online" if local else "Offline")
+        if self.is_doubted(m for m in wanted if not any(id == m.id for id, _ in active)):
+            return Seen("Unknown", local="Unknown", detail="Unprobed")
+        return Seen("Offline", detail="Partial" if active else "")
+
+    def is_doubted(self, missing):
+        """Whether one of these may be on the node whose history is gone."""
+        return self.nodes.get(self.unwritten) in (ONLINE, STANDBY, MAINTENANCE) and any(True for _ in missing)
 
     def copies(self, member, states):
         return [node for node, state in member.where.items() if state in states]
@@ -304,6 +311,8 @@ class Shape:
             wanted = not member.disabled or active
             return Seen("Unknown" if wanted else "Offline", local="Unknown" if self.local in active else "Offline",
                         detail="Unmanaged" if wanted else "")
+        if not member.disabled and not promoted and self.is_doubted([member]):
+            return Seen("Unknown", local="Unknown", detail="Unprobed")
         if member.disabled or not promoted:
             return Seen("Offline", detail="" if not active else "Partial" if member.disabled else "Unpromoted")
         return Seen("Online", promoted[0] if len(promoted) == 1 else "", local="Online" if self.local in promoted else "Offline")

@@ -30,7 +30,7 @@ void LookAt(const PcmkSight& sight, const PcmkCib& cib, const PcmkHistory& histo
         ExpectKnown(state.word);
         ExpectKnown(states.WordOn(resource, state.node));
         cib.AddressOf(resource.name);
-        history.LeavesOpen(resource, sight.nodes);
+        history.DoubtOf(resource, sight.nodes);
         if (PcmkNodesOf(resource, sight, cib).size() > sight.nodes.size()) std::abort();
     }
 }

@@ -121,7 +121,7 @@ private:
         if (file < 0 || write(file, half.data(), half.size()) < 0) _exit(3);
     }
 
-    inline static int left = 0;
+    inline static std::atomic<int> left = 0;  ///< counted by every thread of the process
     inline static bool tears = false;
     inline static bool apart = false;
 };

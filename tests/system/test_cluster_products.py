@@ -7,7 +7,7 @@ from dataclasses import dataclass, field
 
 import test_cluster_daemon
 from cluster import red_hat_files
-from node import SLOWNESS, TOOLS
+from node import SLOWNESS, TOOLS, wait_until
 from test_cluster_daemon import QUICK_MS
 from test_cluster_info import DONE, FAILED, OnACluster, listing
 
@@ -156,6 +156,57 @@ class Following(test_cluster_daemon.OnACluster):
         self.assertNotIn("ERROR", node.log)
         self.stop(node)
         self.assertFalse(cluster.was_anybody_left())
+
+
+class WhatPacemakerHasYetToLookFor(test_cluster_daemon.OnACluster):
+    """Its own history of what runs on a node is gone for a while: when nodes join, and when a resource is refreshed."""
+
+    def follow(self):
+        """A node whose cluster has lost the history of the group web while that runs there, and some looks later."""
+        cluster = self.cluster(product="pcmk", files=[CIB])
+        node = self.node(cluster, start=False, POLLING_INTERVAL=QUICK_MS)
+        self.notes = node.folder / "notes"
+        self.applications(node, "web", [f'/bin/sh -c "echo start &gt;&gt; {self.notes}; echo"'],
+                          [f'/bin/sh -c "echo stop &gt;&gt; {self.notes}; echo"'], ["listed"])
+        self.start(node)
+        self.await_phase(node, "watching")
+        self.install(node, "grouped", "HARG:web")
+        self.install(node, "listed")
+        self.move(cluster, "web", "alpha")
+        for policy in ("grouped", "listed"):
+            self.await_status(node, policy, "enabled")
+        cluster.group("web")["states"] = {"alpha": "unprobed"}
+        cluster.write()
+        self.await_looks(cluster)
+        return node
+
+    @staticmethod
+    def await_looks(cluster, count=3):
+        cluster.forget_calls()
+        wait_until(lambda: cluster.calls().count("crm_mon -1 --output-as=xml") > count, f"{count} looks")
+
+    def tell(self, node, *words):
+        return node.cluster.run(TOOLS / "lumcluster", *words, environment=node.environment()).out
+
+    def test_it_keeps_its_policies_and_runs_no_command_until_it_is_found(self):
+        node = self.follow()
+        self.assertEqual([self.status(node, policy) for policy in ("grouped", "listed")], ["enabled", "enabled"])
+        self.move(node.cluster, "web", "alpha")
+        self.await_looks(node.cluster)
+        self.assertEqual(self.notes.read_text(), "start\n")
+        self.move(node.cluster, "web", "beta")
+        for policy in ("grouped", "listed"):
+            self.await_status(node, policy, "disabled")
+        self.assertEqual(self.notes.read_text(), "start\nstop\n")
+        self.assertNotIn("ERROR", node.log)
+
+    def test_people_are_told_that_it_is_not_known_and_what_comes_of_it(self):
+        node = self.follow()
+        self.assertRegex(self.tell(node, "status"), r"(?m)^web +Unknown \(Unprobed\) +Unknown")
+        for policy in ("grouped", "listed"):
+            told = self.tell(node, "explain", policy)
+            self.assertIn("the cluster does not know yet where it runs: it counts as it was at the last look", told)
+            self.assertIn("The next cycle leaves it alone.", told)
 
 
 class RedHatReleases(OnACluster):

@@ -14,7 +14,7 @@ from node import IS_SANITIZED, PATIENCE_S, Node, header, wait_until
 MEGABYTE = 1 << 20
 
 # A sanitizer keeps what was freed, and a shadow of everything: there only a growth without bound can be seen.
-MOST_TIMES = 40 if IS_SANITIZED else 4
+MOST_TIMES = 80 if IS_SANITIZED else 4
 MOST_KEPT = (10 << 30 if IS_SANITIZED else 10 * MEGABYTE)
 LARGE = (60 if os.environ.get("LUM_LONG") else 24) * MEGABYTE
 RAW = LARGE * 3 // 4  # as base64 it has so many bytes

@@ -66,6 +66,7 @@ struct GroupFacts {
     std::optional<std::string> address;  ///< nothing when it could not be had
     std::string detail = {};             ///< what the product says beyond the state
     bool isEverywhere = false;           ///< copies on several nodes: nothing can follow it
+    bool isSettled = true;               ///< the cluster could know where it runs
 };
 
 struct InstanceFacts {

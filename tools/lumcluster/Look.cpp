@@ -37,7 +37,8 @@ GroupFacts FactsOf(const ClusterResourceGroup& group) {
             group.GetActiveNode().GetName().ToUtf8(),
             KnownAddressOf(group),
             group.GetDetail().ToUtf8(),
-            group.IsEverywhere()};
+            group.IsEverywhere(),
+            group.IsSettled()};
 }
 
 InstanceFacts FactsOf(const Instance& instance) {

@@ -59,6 +59,7 @@ private:
         tie.isGroupKnown = true;
         tie.state = group->state;
         tie.activeNode = group->activeNode;
+        tie.isSettled = group->isSettled;
         tie.comparison = Comparison::Of(sight.local, group->activeNode, resolves);
         tie.isHere = tie.state == kOnline && tie.comparison.isSame;
         return tie;
@@ -84,6 +85,15 @@ struct Passing {
     }
 };
 
+/// Nothing where there is nothing, and where one that is not settled may be.
+std::optional<bool> AnyHere(const std::vector<Tie>& ties) {
+    const auto isHere = [](const Tie& tie) { return tie.isHere; };
+    const auto isSettled = [](const Tie& tie) { return tie.isSettled; };
+    if (std::any_of(ties.begin(), ties.end(), isHere)) return true;
+    if (ties.empty() || !std::all_of(ties.begin(), ties.end(), isSettled)) return std::nullopt;
+    return false;
+}
+
 void FollowApplication(const PolicyHeader& policy, const ApplicationFacts& application, const Explainer& explainer,
                        Explanation& explanation) {
     for (const std::string& listed : application.policies) {
@@ -94,17 +104,16 @@ void FollowApplication(const PolicyHeader& policy, const ApplicationFacts& appli
         }
         if (!Means(listed, policy)) continue;
         explanation.listings.push_back(explainer.ListingOf(application, listed));
-        if (application.instances.empty() || !explanation.brokenBy.empty()) continue;
-        explanation.steps.push_back(
-            {"the application '" + application.name + "'", explanation.listings.back().WantsEnabled()});
+        if (!explanation.brokenBy.empty()) continue;
+        if (const std::optional<bool> enables = explanation.listings.back().WantsEnabled())
+            explanation.steps.push_back({"the application '" + application.name + "'", *enables});
     }
 }
 
 void AddStepOfAttributes(Explanation& explanation) {
-    if (explanation.attributes.empty() || explanation.isUnseen || !explanation.brokenBy.empty()) return;
-    const auto isHere = [](const Tie& tie) { return tie.isHere; };
-    explanation.steps.push_back(
-        {kAttributes, std::any_of(explanation.attributes.begin(), explanation.attributes.end(), isHere)});
+    if (explanation.isUnseen || !explanation.brokenBy.empty()) return;
+    if (const std::optional<bool> enables = AnyHere(explanation.attributes))
+        explanation.steps.push_back({kAttributes, *enables});
 }
 
 }  // namespace
@@ -113,13 +122,14 @@ std::string Tie::Because() const {
     if (isNoGroup) return "this word enables it on every node";
     if (isUnseen) return "the cluster does not tell its groups now";
     if (!isGroupKnown) return "the cluster has no such group";
+    if (!isSettled) return "the cluster does not know yet where it runs: it counts as it was at the last look";
     if (state != kOnline && isHere) return "its node has the address of this one; then the group's state has no say";
     if (state != kOnline) return "the group is not online";
     return comparison.Sentence();
 }
 
-bool Listing::WantsEnabled() const {
-    return std::any_of(instances.begin(), instances.end(), [](const Tie& tie) { return tie.isHere; });
+std::optional<bool> Listing::WantsEnabled() const {
+    return AnyHere(instances);
 }
 
 bool CanBeListed(const std::string& listed) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,7 @@ struct Tie {
     bool isNoGroup = false;  ///< "HARG:noHARG"
     std::string state, activeNode;
     Comparison comparison;
+    bool isSettled = true;   ///< a cycle takes a group that is not as it was at the last look
     bool isHere = false;     ///< the group is online on this node
     bool isLookedAt = true;  ///< attributes behind the first one that is online here are not
     std::string Because() const;
@@ -30,8 +32,9 @@ struct Tie {
 struct Listing {
     std::string application, listedAs;
     std::vector<Tie> instances;
-    /// Whether one of the instances is online here. Without instances the policy is left alone.
-    bool WantsEnabled() const;
+    /// Whether one of the instances is online here; nothing without instances, which leave the policy alone, and where
+    /// it hangs on a group that is not settled.
+    std::optional<bool> WantsEnabled() const;
 };
 
 /// One thing that a cycle does to the policy.

@@ -1,4 +1,4 @@
-// A group that Pacemaker tells to run nowhere, though it cannot know that, is looked for again.
+// A group that Pacemaker tells to run nowhere, though it cannot know that, is not taken for stopped.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -36,17 +36,24 @@ protected:
     const std::string idle = History("monitor", 7), active = History("start", 0);
 };
 
-TEST_F(PcmkLooks, OneThatIsNowhereForAMomentIsNotTakenForStopped) {
+TEST_F(PcmkLooks, OneThatWasWrittenBehindTheLookIsLookedForOnceMore) {
     node.SetResources(running);
-    for (const std::string& south : {Node("south", active), NodeWithout("south"), Node("south", "")}) {
-        node.SetStatus(Node("north", idle) + south);
-        node.SetResourcesOnce(stopped);
-        const ClusterResourceGroup web = Look();
-        EXPECT_EQ(web.GetState(), RGState::Online) << south;
-        EXPECT_EQ(web.GetActiveNode().GetName(), "south");
-        EXPECT_EQ(web.GetVirtualIP(), "10.0.0.7");
-        ExpectLooks(2);
-    }
+    node.SetStatus(Node("north", idle) + Node("south", active));
+    node.SetResourcesOnce(stopped);
+    const ClusterResourceGroup web = Look();
+    EXPECT_EQ(web.GetState(), RGState::Online);
+    EXPECT_EQ(web.GetActiveNode().GetName(), "south");
+    EXPECT_EQ(web.GetVirtualIP(), "10.0.0.7");
+    EXPECT_TRUE(web.IsSettled());
+    ExpectLooks(2);
+}
+
+TEST_F(PcmkLooks, TheSecondLookIsBelieved) {
+    node.SetResources(stopped);
+    node.SetStatus(Node("north", idle) + Node("south", active));
+    EXPECT_EQ(Look().GetState(), RGState::Offline);
+    EXPECT_TRUE(Look().IsSettled());
+    ExpectLooks(2);
 }
 
 TEST_F(PcmkLooks, OneOfWhichAMemberIsNowhereForAMomentIsNotTakenForStopped) {
@@ -71,23 +78,53 @@ TEST_F(PcmkLooks, OneOfWhichThePromotedCopyIsNowhereForAMomentIsNotTakenForUnpro
     ExpectLooks(2);
 }
 
-TEST_F(PcmkLooks, OneThatStaysNowhereIsBelievedToBeStoppedWithTheFifthLook) {
+TEST_F(PcmkLooks, OneThatTheClusterHasYetToLookForIsUnknownAndNotSettled) {
     node.SetResources(stopped);
-    for (const std::string& south : {NodeWithout("south"), Node("south", active), Node("south", ""),
-                                     Node("south", Resource("web-ip", Begun("monitor", "0")))}) {
+    for (const std::string& south :
+         {NodeWithout("south"), Node("south", ""), Node("south", Resource("web-ip", Begun("monitor", "0")))}) {
         node.SetStatus(Node("north", idle) + south);
         const ClusterResourceGroup web = Look();
-        EXPECT_EQ(web.GetState(), RGState::Offline) << south;
-        EXPECT_EQ(web.GetLocalState(), RGState::Offline);
+        EXPECT_EQ(web.GetState(), RGState::Unknown) << south;
+        EXPECT_EQ(web.GetLocalState(), RGState::Unknown) << "it may be here";
+        EXPECT_EQ(web.GetDetail(), "Unprobed");
+        EXPECT_FALSE(web.IsSettled());
         EXPECT_EQ(web.GetVirtualIP(), "10.0.0.7");
-        ExpectLooks(5);
+        EXPECT_EQ(web.GetActiveNode().GetName(), "");
+        ExpectLooks(1);
     }
+}
+
+TEST_F(PcmkLooks, OneThatIsToldOnTwoNodesIsNotSettled) {
+    for (const std::string& resources :
+         {Web("Started", "south north"), "<group id='web'>" + PcmkResourceText("web-ip", "Started", "south") +
+                                             PcmkResourceText("web-server", "Started", "north") + "</group>"}) {
+        node.SetResources(resources);
+        const ClusterResourceGroup web = Look();
+        EXPECT_EQ(web.GetState(), RGState::Offline) << resources;
+        EXPECT_EQ(web.GetDetail(), "Partial");
+        EXPECT_FALSE(web.IsSettled());
+    }
+    node.SetResources("<group id='web'>" + PcmkResourceText("web-ip", "Started", "south north") +
+                      PcmkResourceText("web-server", "Started", "south", "failed='true'") + "</group>");
+    EXPECT_TRUE(Look().IsSettled()) << "a failure is another thing";
+    node.SetResources("<clone id='web' multi_state='true'>" + PcmkResourceText("x", "Promoted", "south") +
+                      PcmkResourceText("x", "Promoted", "north") + "</clone>");
+    EXPECT_TRUE(Look().IsSettled()) << "some are meant to be";
+}
+
+TEST_F(PcmkLooks, AConfigurationMayMapTheWordOfOneThatIsNotSettled) {
+    Configure("conf.cluster.RGState.PCMK", "Unprobed", "OFFLINE");
+    node.SetResources(stopped);
+    node.SetStatus(NodeWithout("south"));
+    EXPECT_EQ(Look().GetState(), RGState::Offline);
+    EXPECT_FALSE(Look().IsSettled());
 }
 
 TEST_F(PcmkLooks, OneThatIsKnownToBeStoppedIsAskedForOnce) {
     node.SetResources(stopped);
     node.SetStatus(Node("north", idle) + Node("south", History("stop", 0)) + NodeWithout("east"));
     EXPECT_EQ(Look().GetState(), RGState::Offline);
+    EXPECT_TRUE(Look().IsSettled());
     ExpectLooks(1);
 }
 

@@ -1,4 +1,4 @@
-// What a cluster's history leaves open of something that is told to run nowhere.
+// What a cluster's history leaves in doubt of something that is told to run nowhere.
 #include "adapters/PcmkHistory.h"
 
 #include <gtest/gtest.h>
@@ -26,38 +26,47 @@ constexpr const char* kNodes =
     "<node name='bad' id='5' online='true' unclean='true'/><node name='far' id='far' online='true' type='remote'/>";
 
 /// Of the first of these resources. @param status  what stands in the status @param rest  what is configured
-bool IsOpen(const R& resources, const R& status, const R& rest = "") {
+PcmkDoubt DoubtOf(const R& resources, const R& status, const R& rest = "") {
     const PcmkSight sight =
         PcmkSightOf("crm_mon", Tree(R("<pacemaker-result><summary/><nodes>") + kNodes + "</nodes><resources>" +
                                     resources + "</resources><status code='0'/></pacemaker-result>"));
     const XmlDataTree cib =
         Tree("<cib><configuration>" + rest + "</configuration><status>" + status + "</status></cib>");
-    return PcmkHistory(cib).LeavesOpen(sight.resources.at(0), sight.nodes);
+    return PcmkHistory(cib).DoubtOf(sight.resources.at(0), sight.nodes);
+}
+bool IsSure(const R& resources, const R& status, const R& rest = "") {
+    return DoubtOf(resources, status, rest) == PcmkDoubt::None;
+}
+bool IsUnprobed(const R& resources, const R& status, const R& rest = "") {
+    return DoubtOf(resources, status, rest) == PcmkDoubt::Unprobed;
+}
+bool RunsByNow(const R& resources, const R& status) {
+    return DoubtOf(resources, status) == PcmkDoubt::RunsByNow;
 }
 
 const R kStopped = PcmkResourceText("r", "Stopped");
 const R kIdle = Resource("r", Ended("monitor", 3, 7));
 
 TEST(PcmkHistory, WhatEachNodeRemembersAsStoppedRunsNowhere) {
-    EXPECT_FALSE(IsOpen(kStopped, Node("a", kIdle) + Node("b", kIdle)));
-    EXPECT_FALSE(IsOpen(kStopped, Node("a", Resource("r", Ended("start", 3, 0) + Ended("stop", 9, 0))) +
-                                      Node("b", Resource("r", Ended("stop", 10, 0) + Ended("monitor", 8, 0)))))
+    EXPECT_TRUE(IsSure(kStopped, Node("a", kIdle) + Node("b", kIdle)));
+    EXPECT_TRUE(IsSure(kStopped, Node("a", Resource("r", Ended("start", 3, 0) + Ended("stop", 9, 0))) +
+                                     Node("b", Resource("r", Ended("stop", 10, 0) + Ended("monitor", 8, 0)))))
         << "the last one counts, wherever it stands";
-    EXPECT_FALSE(IsOpen(kStopped, Node("a", Resource("r", Ended("start", 3, 1))) + Node("b", kIdle)));
+    EXPECT_TRUE(IsSure(kStopped, Node("a", Resource("r", Ended("start", 3, 1))) + Node("b", kIdle)));
 }
 
-TEST(PcmkHistory, ANodeWhoseHistoryIsGoneLeavesOpenWhatRunsThere) {
-    EXPECT_TRUE(IsOpen(kStopped, Node("a", kIdle) + NodeWithout("b")));
-    EXPECT_FALSE(IsOpen(
+TEST(PcmkHistory, ANodeWhoseHistoryIsGoneLeavesInDoubtWhatRunsThere) {
+    EXPECT_TRUE(IsUnprobed(kStopped, Node("a", kIdle) + NodeWithout("b")));
+    EXPECT_TRUE(IsSure(
         kStopped, Node("a", kIdle) + Node("b", kIdle) + NodeWithout("off") + NodeWithout("new") + NodeWithout("bad")))
         << "of these nothing is asked";
-    EXPECT_FALSE(IsOpen(kStopped, Node("a", kIdle) + Node("b", kIdle) + NodeWithout("far")))
+    EXPECT_TRUE(IsSure(kStopped, Node("a", kIdle) + Node("b", kIdle) + NodeWithout("far")))
         << "a remote node has none before its first operation";
 }
 
 TEST(PcmkHistory, WhatHasNoHistoryOnANodeHasYetToBeProbedThere) {
-    EXPECT_TRUE(IsOpen(kStopped, Node("a", kIdle) + Node("b", Resource("other", Ended("start", 1, 0)))));
-    EXPECT_TRUE(IsOpen(kStopped, Node("a", kIdle) + Node("b", kIdle) + Node("far", "")));
+    EXPECT_TRUE(IsUnprobed(kStopped, Node("a", kIdle) + Node("b", Resource("other", Ended("start", 1, 0)))));
+    EXPECT_TRUE(IsUnprobed(kStopped, Node("a", kIdle) + Node("b", kIdle) + Node("far", "")));
 }
 
 TEST(PcmkHistory, WhatIsNotProbedEverywhereMayLackAHistory) {
@@ -67,73 +76,73 @@ TEST(PcmkHistory, WhatIsNotProbedEverywhereMayLackAHistory) {
           "<constraints><rsc_location rsc='s' node='a' resource-discovery='exclusive'/></constraints>",
           "<crm_config><cluster_property_set><nvpair name='enable-startup-probes' value='false'/>"
           "</cluster_property_set></crm_config>"}) {
-        EXPECT_FALSE(IsOpen(kStopped, status, limit)) << limit;
-        EXPECT_TRUE(IsOpen(kStopped, Node("a", kIdle) + NodeWithout("b"), limit)) << "a whole history is another thing";
+        EXPECT_TRUE(IsSure(kStopped, status, limit)) << limit;
+        EXPECT_TRUE(IsUnprobed(kStopped, Node("a", kIdle) + NodeWithout("b"), limit))
+            << "a whole history is another thing";
     }
-    EXPECT_TRUE(IsOpen(kStopped, status,
-                       "<constraints><rsc_location rsc='r' node='b' resource-discovery='always'/></constraints>"));
+    EXPECT_TRUE(IsUnprobed(kStopped, status,
+                           "<constraints><rsc_location rsc='r' node='b' resource-discovery='always'/></constraints>"));
 }
 
-TEST(PcmkHistory, AProbeThatHasNotEndedLeavesOpenWhatItWillFind) {
-    EXPECT_TRUE(IsOpen(kStopped, Node("a", kIdle) + Node("b", Resource("r", Begun("monitor", "0")))));
-    EXPECT_FALSE(
-        IsOpen(kStopped, Node("a", kIdle) + Node("b", Resource("r", Ended("monitor", 3, 7) + Begun("start", "0")))))
+TEST(PcmkHistory, AProbeThatHasNotEndedLeavesInDoubtWhatItWillFind) {
+    EXPECT_TRUE(IsUnprobed(kStopped, Node("a", kIdle) + Node("b", Resource("r", Begun("monitor", "0")))));
+    EXPECT_TRUE(
+        IsSure(kStopped, Node("a", kIdle) + Node("b", Resource("r", Ended("monitor", 3, 7) + Begun("start", "0")))))
         << "what starts does not run yet";
-    EXPECT_FALSE(IsOpen(
+    EXPECT_TRUE(IsSure(
         kStopped, Node("a", kIdle) + Node("b", Resource("r", Ended("monitor", 3, 7) + Begun("monitor", "10000")))));
 }
 
 TEST(PcmkHistory, WhatRunsByItsLastOperationIsToBeSeenAgain) {
     for (const char* operation : {"start", "monitor", "promote", "demote", "migrate_from"}) {
         for (const int code : {0, 8, 190, 191}) {
-            EXPECT_TRUE(IsOpen(
+            EXPECT_TRUE(RunsByNow(
                 kStopped, Node("a", Resource("r", Ended("stop", 2, 0) + Ended(operation, 3, code))) + Node("b", kIdle)))
                 << operation << " " << code;
         }
     }
     for (const char* operation : {"stop", "migrate_to", "notify"})
-        EXPECT_FALSE(IsOpen(kStopped, Node("a", Resource("r", Ended(operation, 3, 0))) + Node("b", kIdle)))
-            << operation;
+        EXPECT_TRUE(IsSure(kStopped, Node("a", Resource("r", Ended(operation, 3, 0))) + Node("b", kIdle))) << operation;
 }
 
-TEST(PcmkHistory, WhatShouldNotRunOrIsToldSomewhereLeavesNothingOpen) {
+TEST(PcmkHistory, WhatShouldNotRunOrIsToldSomewhereIsNotDoubted) {
     const R gone = NodeWithout("a") + NodeWithout("b");
-    EXPECT_FALSE(IsOpen(PcmkResourceText("r", "Stopped", "", "target_role='Stopped'"), gone));
-    EXPECT_FALSE(IsOpen(PcmkResourceText("r", "Starting", "b"), gone));
-    EXPECT_FALSE(IsOpen("<group id='g'>" + PcmkResourceText("r", "Started", "b") + "</group>", gone));
-    EXPECT_TRUE(IsOpen("<group id='g'>" + PcmkResourceText("q", "Started", "b") + kStopped + "</group>", gone));
+    EXPECT_TRUE(IsSure(PcmkResourceText("r", "Stopped", "", "target_role='Stopped'"), gone));
+    EXPECT_TRUE(IsSure(PcmkResourceText("r", "Starting", "b"), gone));
+    EXPECT_TRUE(IsSure("<group id='g'>" + PcmkResourceText("r", "Started", "b") + "</group>", gone));
+    EXPECT_TRUE(IsUnprobed("<group id='g'>" + PcmkResourceText("q", "Started", "b") + kStopped + "</group>", gone));
 }
 
 TEST(PcmkHistory, CopiesOfACloneShareAHistoryOrHaveTheirOwn) {
     const auto clone = [](const R& copies) { return "<clone id='c' multi_state='true'>" + copies + "</clone>"; };
     const R here = PcmkResourceText("r", "Unpromoted", "a"), nowhere = PcmkResourceText("r", "Stopped");
-    EXPECT_FALSE(IsOpen(clone(here + PcmkResourceText("r", "Unpromoted", "b")), NodeWithout("a") + NodeWithout("b")))
+    EXPECT_TRUE(IsSure(clone(here + PcmkResourceText("r", "Unpromoted", "b")), NodeWithout("a") + NodeWithout("b")))
         << "there is a copy on each";
-    EXPECT_TRUE(IsOpen(clone(here + nowhere), Node("a", kIdle) + NodeWithout("b")));
-    EXPECT_TRUE(IsOpen(clone(here), Node("a", kIdle) + NodeWithout("b"))) << "which copy it was, nobody tells";
-    EXPECT_TRUE(IsOpen(clone(here), Node("a", kIdle) + Node("b", Resource("r", Ended("promote", 4, 0)))));
-    EXPECT_FALSE(IsOpen(clone(here), Node("a", kIdle) + Node("b", kIdle)));
+    EXPECT_TRUE(IsUnprobed(clone(here + nowhere), Node("a", kIdle) + NodeWithout("b")));
+    EXPECT_TRUE(IsUnprobed(clone(here), Node("a", kIdle) + NodeWithout("b"))) << "which copy it was, nobody tells";
+    EXPECT_TRUE(RunsByNow(clone(here), Node("a", kIdle) + Node("b", Resource("r", Ended("promote", 4, 0)))));
+    EXPECT_TRUE(IsSure(clone(here), Node("a", kIdle) + Node("b", kIdle)));
     const R unique = clone(PcmkResourceText("r:0", "Unpromoted", "a") + PcmkResourceText("r:1", "Stopped"));
     const R stopped = Ended("stop", 4, 0);
-    EXPECT_FALSE(IsOpen(unique, Node("a", "") + Node("b", Resource("r:0", stopped) + Resource("r:1", stopped))));
+    EXPECT_TRUE(IsSure(unique, Node("a", "") + Node("b", Resource("r:0", stopped) + Resource("r:1", stopped))));
     EXPECT_TRUE(
-        IsOpen(unique, Node("a", "") + Node("b", Resource("r:0", stopped) + Resource("r:1", Ended("start", 4, 0)))));
+        RunsByNow(unique, Node("a", "") + Node("b", Resource("r:0", stopped) + Resource("r:1", Ended("start", 4, 0)))));
 }
 
 TEST(PcmkHistory, WhatIsInsideABundleIsRememberedWithItsContainer) {
     const R bundle = "<bundle id='x'><replica id='0'>" + PcmkResourceText("r", "Stopped") + "</replica></bundle>";
-    EXPECT_FALSE(IsOpen(bundle, Node("a", "") + Node("b", "")));
-    EXPECT_TRUE(IsOpen(bundle, Node("a", "") + NodeWithout("b")));
+    EXPECT_TRUE(IsSure(bundle, Node("a", "") + Node("b", "")));
+    EXPECT_TRUE(IsUnprobed(bundle, Node("a", "") + NodeWithout("b")));
 }
 
-TEST(PcmkHistory, ADocumentWithoutAStatusLeavesNothingOpen) {
-    EXPECT_FALSE(IsOpen(kStopped, ""));
-    EXPECT_FALSE(IsOpen(kStopped, Node("A", "")));
+TEST(PcmkHistory, ADocumentWithoutAStatusRaisesNoDoubt) {
+    EXPECT_TRUE(IsSure(kStopped, ""));
+    EXPECT_TRUE(IsSure(kStopped, Node("A", "")));
     for (const char* text : {"<x/>", "<cib/>", "<cib><status><node_state/></status></cib>"}) {
         const PcmkSight sight =
             PcmkSightOf("crm_mon", Tree(R("<pacemaker-result><summary/><nodes>") + kNodes + "</nodes><resources>" +
                                         kStopped + "</resources><status code='0'/></pacemaker-result>"));
-        EXPECT_FALSE(PcmkHistory(Tree(text)).LeavesOpen(sight.resources.at(0), sight.nodes)) << text;
+        EXPECT_EQ(PcmkHistory(Tree(text)).DoubtOf(sight.resources.at(0), sight.nodes), PcmkDoubt::None) << text;
     }
 }
 

@@ -26,13 +26,13 @@ PcmkSight SightOf(const std::string& resources) {
     return PcmkSightOf("crm_mon", PcmkTree("crm_mon", {String_t::FromUtf8(text)}));
 }
 
-/// "Started@a|Stopped": the word, the node, and the word on the node a.
+/// "Started@a|Stopped": the word, the node ("several" for more than there may be), and the word on the node a.
 std::string Told(const std::string& element) {
     const PcmkSight sight = SightOf(element);
     if (sight.resources.size() != 1) return std::to_string(sight.resources.size()) + " resources";
     const PcmkStates states(sight.nodes);
     const PcmkState whole = states.Whole(sight.resources[0]);
-    const std::string node = whole.node.ToUtf8();
+    const std::string node = whole.isOnSeveral ? "several" : whole.node.ToUtf8();
     return whole.word + (node.empty() ? "" : "@" + node) + "|" + states.WordOn(sight.resources[0], "a");
 }
 
@@ -71,7 +71,7 @@ TEST(PcmkStates, APrimitiveIsStartedWhereItRuns) {
                 {One("Started"), "Stopped|Stopped"},
                 {One("", "a"), "Partial@a|Partial"},
                 {One("Unheard", "a"), "Partial@a|Partial"},
-                {One("Started", "a b"), "Partial|Partial"}});
+                {One("Started", "a b"), "Partial@several|Partial"}});
 }
 
 TEST(PcmkStates, WhatIsUnderWayIsNotDone) {
@@ -109,7 +109,7 @@ TEST(PcmkStates, AGroupIsStartedWhereAllOfItIs) {
                 {Group({other, other}), "Started@b|Stopped"},
                 {Group({on, off}), "Partial@a|Partial"},
                 {Group({off, on}), "Partial@a|Partial"},
-                {Group({on, other}), "Partial|Partial"},
+                {Group({on, other}), "Partial@several|Partial"},
                 {Group({off, off}), "Stopped|Stopped"},
                 {Group({}), "Stopped|Stopped"},
                 {Group({on, disabled}), "Started@a|Started"},
@@ -180,9 +180,10 @@ TEST(PcmkStates, ABundleIsWhereItsContainersAre) {
 }
 
 TEST(PcmkStates, WhatIsNoLongerConfiguredIsOneResource) {
-    ExpectEach({{One("Started", "a", "orphaned='true'") + One("Started", "b", "orphaned='true'"), "Partial|Partial"},
-                {One("Started", "a", "orphaned='true'"), "Started@a|Started"},
-                {R("<unknown id='x'/>") + One("Started", "a"), "Started@a|Started"}});
+    ExpectEach(
+        {{One("Started", "a", "orphaned='true'") + One("Started", "b", "orphaned='true'"), "Partial@several|Partial"},
+         {One("Started", "a", "orphaned='true'"), "Started@a|Started"},
+         {R("<unknown id='x'/>") + One("Started", "a"), "Started@a|Started"}});
 }
 
 }  // namespace
