@@ -38,7 +38,7 @@ String_t ClusterResourceGroup::GetDetail() const {
 }
 
 bool ClusterResourceGroup::IsSettled() const {
-    return GetImpl()->isSettled;
+    return GetImpl()->mayBeOn.empty();
 }
 
 bool ClusterResourceGroup::IsEverywhere() const {

@@ -2,6 +2,8 @@
 /// What the handles of resource groups refer to.
 #pragma once
 
+#include <vector>
+
 #include "ClusterCollectionImpl.h"
 #include "LumConfCluster/ClusterResourceGroup.h"
 
@@ -19,7 +21,7 @@ public:
     RGState localState = RGState::Unknown;
     LumPalStr::String_t detail;
     bool isEverywhere = false;
-    bool isSettled = true;
+    std::vector<LumPalStr::String_t> mayBeOn;  ///< the names of nodes; empty: where it runs is known
     LumPalStr::String_t virtualIP;
     ClusterNode activeNode;
     std::int32_t virtualIPKnown = -1;  ///< below 0: not fetched yet; 0: a null text was fetched; 1: virtualIP is valid

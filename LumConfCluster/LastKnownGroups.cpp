@@ -1,5 +1,6 @@
 #include "LastKnownGroups.h"
 
+#include <algorithm>
 #include <set>
 
 #include "ClusterResourceGroupImpl.h"
@@ -12,26 +13,33 @@ using LumPalStr::String_t;
 
 namespace {
 
-LumPalMsg::Message_t GivenUp(const String_t& group) {
+LumPalMsg::Message_t GivenUp(const ClusterResourceGroup& group) {
     return LumPalMsg::CreateWarn_t(
-               "The cluster has not told for '%1' seconds whether the group '%2' runs. What belongs to it "
-               "is off from now on, until it is found.")
-           << LumPalStr::NumToStr(LastKnownGroups::kLongest.count()) << group;
+               "The cluster has not known for '%1' seconds whether the group '%2' still runs on '%3'. From now on it "
+               "does "
+               "not count as online there, until the cluster tells so.")
+           << LumPalStr::NumToStr(LastKnownGroups::kLongest.count()) << group.GetName()
+           << group.GetActiveNode().GetName();
+}
+
+bool MayStillBeThere(const ClusterResourceGroup& told, const ClusterResourceGroup& before) {
+    const std::vector<String_t>& nodes = told.GetImpl()->mayBeOn;
+    return before.GetState() == RGState::Online &&
+           std::find(nodes.begin(), nodes.end(), before.GetActiveNode().GetName()) != nodes.end();
 }
 
 }  // namespace
 
 ClusterResourceGroup LastKnownGroups::SettledOr(const ClusterResourceGroup& told, Moment now) {
-    const String_t name = told.GetName();
-    if (told.IsSettled()) {
-        last.insert_or_assign(name, Known{told, now});
+    const auto found = last.find(told.GetName());
+    if (found == last.end() || !MayStillBeThere(told, found->second.group)) {
+        last.insert_or_assign(told.GetName(), Known{told, {}});
         return told;
     }
-    const auto found = last.find(name);
-    if (found == last.end()) return told;
     Known& known = found->second;
-    if (now - known.seen <= kLongest) return known.group;
-    if (!known.isGivenUp) LumPalLog::Log(GivenUp(name));
+    if (!known.heldSince) known.heldSince = now;
+    if (now - *known.heldSince <= kLongest) return known.group;
+    if (!known.isGivenUp) LumPalLog::Log(GivenUp(known.group));
     known.isGivenUp = true;
     return told;
 }

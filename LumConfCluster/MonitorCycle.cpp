@@ -76,7 +76,8 @@ void MonitorCycle::Load(LastLook& look, const Cluster& cluster, const ClusterRes
 }
 
 ClusterResourceGroups MonitorCycle::LookAt(const Cluster& cluster) {
-    return lastKnown.Settle(cluster.GetGroups(), std::chrono::steady_clock::now());
+    const ClusterResourceGroups told = cluster.GetGroups();
+    return lastKnown.Settle(told, std::chrono::steady_clock::now());
 }
 
 void MonitorCycle::LoadFirst(const Cluster& cluster) {

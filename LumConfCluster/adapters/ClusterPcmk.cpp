@@ -1,13 +1,11 @@
 #include "ClusterPcmk.h"
 
 #include <algorithm>
-#include <map>
 #include <optional>
 
 #include "ClusterNodeImpl.h"
 #include "ClusterProducts.h"
 #include "ClusterResourceGroupImpl.h"
-#include "PcmkHistory.h"
 #include "PcmkPlacement.h"
 #include "Reported.h"
 #include "Tried.h"
@@ -33,7 +31,8 @@ constexpr StateWords<RGState>::Row kGroupWords[]{
 constexpr const char* kPlainWords[]{pcmkWords::kStarted, pcmkWords::kPromoted, pcmkWords::kStopped};
 
 /// Of these something that should run does not.
-constexpr const char* kMissing[]{pcmkWords::kStopped, pcmkWords::kPartial, pcmkWords::kUnpromoted};
+constexpr const char* kMissing[]{pcmkWords::kStopped, pcmkWords::kPartial, pcmkWords::kUnpromoted,
+                                 pcmkWords::kUnmanaged};
 
 bool IsOneOf(const char* word, const auto& words) {
     return std::any_of(std::begin(words), std::end(words), [&](const char* each) { return String_t(word) == each; });
@@ -150,7 +149,7 @@ ClusterResourceGroup ClusterPcmk::MakeGroup(const PcmkResource& resource, std::u
     record.localState = GroupStateOf(states.WordOn(resource, localNodeName));
     record.detail = DetailOf(state.word);
     record.isEverywhere = IsEverywhere(resource);
-    record.isSettled = !state.isOnSeveral;
+    record.mayBeOn = state.several;
     if (record.state == RGState::Online) record.activeNode = nodes.Find(state.node);
     return group;
 }
@@ -162,55 +161,54 @@ public:
         const PcmkStates states(sight.nodes);
         for (const PcmkResource& resource : sight.resources) {
             const bool isMissing = !IsEverywhere(resource) && IsOneOf(states.Whole(resource).word, kMissing);
-            if (isMissing) missing.push_back(&resource);
+            doubts.push_back(isMissing ? History().DoubtOf(resource, sight.nodes) : PcmkDoubt());
         }
-        // Where nobody tells the history, the word of crm_mon holds.
-        if (!missing.empty()) Tried([&] { AddDoubts(); });
     }
     Look(const Look&) = delete;
     Look& operator=(const Look&) = delete;
 
+    Configured& GetConfigured() { return configured; }
+    const PcmkSight& GetSight() const { return sight; }
+    /// Of the resource at this place.
+    const PcmkDoubt& GetDoubt(std::size_t place) const { return doubts[place]; }
     bool IsOutdated() const {
-        return std::any_of(doubts.begin(), doubts.end(),
-                           [](const auto& each) { return each.second == PcmkDoubt::RunsByNow; });
+        return std::any_of(doubts.begin(), doubts.end(), [](const PcmkDoubt& doubt) { return doubt.isOutdated; });
     }
-    bool IsUnprobed(const PcmkResource& resource) const {
-        const auto found = doubts.find(&resource);
-        return found != doubts.end() && found->second == PcmkDoubt::Unprobed;
+
+private:
+    /// Read where it is needed alone.
+    const PcmkHistory& History() {
+        if (!history) history.emplace(configured.GetTree());
+        return *history;
     }
 
     Configured configured;
     const PcmkSight sight;
-
-private:
-    void AddDoubts() {
-        const PcmkHistory history(configured.GetTree());
-        for (const PcmkResource* const one : missing) doubts.emplace(one, history.DoubtOf(*one, sight.nodes));
-    }
-
-    std::vector<const PcmkResource*> missing;
-    std::map<const PcmkResource*, PcmkDoubt> doubts;
+    std::optional<PcmkHistory> history;
+    std::vector<PcmkDoubt> doubts;
 };
 
-/// It may be anywhere, here too.
-void ClusterPcmk::MarkUnprobed(const ClusterResourceGroup& group) {
+void ClusterPcmk::MarkDoubtful(const ClusterResourceGroup& group, const PcmkDoubt& doubt) {
+    if (doubt.nodes.empty()) return;
     ClusterResourceGroupImpl& record = *group.GetImpl();
-    record.state = record.localState = GroupStateOf(pcmkWords::kUnprobed);
+    record.mayBeOn = doubt.nodes;
+    record.state = GroupStateOf(pcmkWords::kUnprobed);
     record.detail = pcmkWords::kUnprobed;
-    record.isSettled = false;
+    const bool mayBeHere = std::find(doubt.nodes.begin(), doubt.nodes.end(), localNodeName) != doubt.nodes.end();
+    if (mayBeHere) record.localState = record.state;
 }
 
 ClusterResourceGroups ClusterPcmk::GroupsOf(Look& look) {
-    const PcmkStates states(look.sight.nodes);
-    NodesByName nodes([&] { return NodesOf(look.sight); });
+    const PcmkSight& sight = look.GetSight();
+    const PcmkStates states(sight.nodes);
+    NodesByName nodes([&] { return NodesOf(sight); });
     const ClusterResourceGroups groups;
-    for (const PcmkResource& resource : look.sight.resources) {
-        const auto id = static_cast<std::uint16_t>(groups.Count());
-        groups.GetImpl()->Add(MakeGroup(resource, id, states, nodes));
-        if (look.IsUnprobed(resource)) MarkUnprobed(groups[id]);
+    for (std::size_t i = 0; i < sight.resources.size(); ++i) {
+        groups.GetImpl()->Add(MakeGroup(sight.resources[i], static_cast<std::uint16_t>(i), states, nodes));
+        MarkDoubtful(groups[static_cast<int>(i)], look.GetDoubt(i));
     }
     // Whoever wants an address asks again where it could not be had.
-    Tried([&] { AddAddresses(groups, look.configured); });
+    Tried([&] { AddAddresses(groups, look.GetConfigured()); });
     return groups;
 }
 

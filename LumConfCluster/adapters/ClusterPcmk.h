@@ -5,6 +5,7 @@
 #include "ClusterImpl.h"
 #include "NodesByName.h"
 #include "PcmkCib.h"
+#include "PcmkHistory.h"
 #include "PcmkOutput.h"
 #include "PcmkStates.h"
 
@@ -41,7 +42,7 @@ private:
     PcmkSight SeeResources(Configured& configured) const;
     XmlDataTree ReadCib() const;
     ClusterResourceGroups GroupsOf(Look& look);
-    void MarkUnprobed(const ClusterResourceGroup& group);
+    void MarkDoubtful(const ClusterResourceGroup& group, const PcmkDoubt& doubt);
     ClusterResourceGroup MakeGroup(const PcmkResource& resource, std::uint16_t id, const PcmkStates& states,
                                    NodesByName& nodes);
     static void AddAddresses(const ClusterResourceGroups& groups, Configured& configured);

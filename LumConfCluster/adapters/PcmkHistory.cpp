@@ -12,47 +12,39 @@ using LumPalStr::String_t;
 
 namespace {
 
+/// What changes where something runs, or finds it. Others, as "notify", say nothing of it.
 constexpr std::array kOfRunning{"start", "monitor", "promote", "demote", "migrate_from"};
+constexpr std::array kOfStopping{"stop", "migrate_to"};
 /// It runs, it runs promoted, and both once more for one that runs with less than all.
 constexpr std::array kRuns{"0", "8", "190", "191"};
+constexpr std::array kFalse{"false", "no", "off", "n", "0"};
 
 bool IsOneOf(const String_t& text, const auto& all) {
     return std::any_of(all.begin(), all.end(), [&](const char* each) { return text == each; });
 }
 
+bool IsLimiting(const XmlDataNode& node) {
+    if (node.GetName() == "nvpair" && AttributeOf(node, "name") == "enable-startup-probes")
+        return IsOneOf(AttributeOf(node, "value").ToLower(), kFalse);
+    const String_t discovery = AttributeOf(node, "resource-discovery");
+    return node.GetName() == "rsc_location" && (discovery == "never" || discovery == "exclusive");
+}
+
 /// Somebody has it that not everything is probed everywhere.
-bool IsProbingLimited(const XmlDataNode& root) {
-    return FindElement(root, "nvpair", {{"name", "enable-startup-probes"}, {"value", "false"}}) != nullptr ||
-           FindElement(root, "rsc_location", {{"resource-discovery", "never"}}) != nullptr ||
-           FindElement(root, "rsc_location", {{"resource-discovery", "exclusive"}}) != nullptr;
+bool IsProbingLimited(const XmlDataNode& part) {
+    if (IsLimiting(part)) return true;
+    for (int i = 0; i < part.ChildrenCount(); ++i) {
+        if (IsProbingLimited(part[i])) return true;
+    }
+    return false;
 }
 
 bool IsTold(const PcmkResource& resource, const String_t& member, const String_t& node) {
     const auto isThere = [&](const PcmkMember& each) {
-        return PcmkWithoutNumber(each.id) == PcmkWithoutNumber(member) &&
-               std::find(each.nodes.begin(), each.nodes.end(), node) != each.nodes.end();
+        return each.id == member && std::find(each.nodes.begin(), each.nodes.end(), node) != each.nodes.end();
     };
     return std::any_of(resource.copies.begin(), resource.copies.end(),
                        [&](const PcmkCopy& copy) { return std::any_of(copy.begin(), copy.end(), isThere); });
-}
-
-/// An operation that has not ended bears no number of its own.
-PcmkDoubt DoubtBy(const XmlDataNode& operations) {
-    int latest = -1;
-    bool isActive = false, isProbing = false;
-    PcmkForEach(operations, "lrm_rsc_op", [&](const XmlDataNode& one) {
-        const String_t name = AttributeOf(one, "operation");
-        if (AttributeOf(one, "op-status") == "-1") {
-            isProbing = isProbing || (name == "monitor" && AttributeOf(one, "interval") == "0");
-            return;
-        }
-        const int number = AttributeOf(one, "call-id").ToInt();
-        if (number <= latest) return;
-        latest = number;
-        isActive = IsOneOf(name, kOfRunning) && IsOneOf(AttributeOf(one, "rc-code"), kRuns);
-    });
-    if (isProbing) return PcmkDoubt::Unprobed;
-    return isActive ? PcmkDoubt::RunsByNow : PcmkDoubt::None;
 }
 
 /// On another node nothing runs that counts, or somebody else tells it.
@@ -68,45 +60,69 @@ PcmkHistory::PcmkHistory(const XmlDataTree& tree) {
     PcmkForEach(root, "status", [this](const XmlDataNode& status) {
         PcmkForEach(status, "node_state", [this](const XmlDataNode& node) { Take(node); });
     });
-    isAllProbed = !IsProbingLimited(root);
+    PcmkForEach(root, "configuration", [this](const XmlDataNode& one) { isAllProbed = !IsProbingLimited(one); });
 }
 
 void PcmkHistory::Take(const XmlDataNode& nodeState) {
-    std::optional<Doubts>& doubts = byNode[AttributeOf(nodeState, "uname")];
+    std::optional<Lefts>& lefts = byNode[AttributeOf(nodeState, "uname")];
     PcmkForEach(nodeState, "lrm", [&](const XmlDataNode& history) {
-        doubts.emplace();
+        lefts.emplace();
         PcmkForEach(history, "lrm_resources", [&](const XmlDataNode& list) {
             PcmkForEach(list, "lrm_resource", [&](const XmlDataNode& resource) {
-                doubts->insert_or_assign(AttributeOf(resource, "id"), DoubtBy(resource));
+                lefts->insert_or_assign(AttributeOf(resource, "id"), LeftBy(resource));
             });
         });
     });
 }
 
-PcmkDoubt PcmkHistory::DoubtOn(const PcmkNode& node, const String_t& member, bool isInBundle) const {
+/// An operation that has not ended bears no number of its own.
+PcmkHistory::Left PcmkHistory::LeftBy(const XmlDataNode& operations) {
+    int latest = -1;
+    Left left = Left::Nothing;
+    bool isProbing = false;
+    PcmkForEach(operations, "lrm_rsc_op", [&](const XmlDataNode& one) {
+        const String_t name = AttributeOf(one, "operation");
+        const bool isOfRunning = IsOneOf(name, kOfRunning);
+        if (AttributeOf(one, "op-status") == "-1") {
+            isProbing = isProbing || (name == "monitor" && AttributeOf(one, "interval") == "0");
+            return;
+        }
+        const int number = AttributeOf(one, "call-id").ToInt();
+        if (number <= latest || !(isOfRunning || IsOneOf(name, kOfStopping))) return;
+        latest = number;
+        left = isOfRunning && IsOneOf(AttributeOf(one, "rc-code"), kRuns) ? Left::Running : Left::Nothing;
+    });
+    return isProbing ? Left::Unknown : left;
+}
+
+PcmkHistory::Left PcmkHistory::LeftOn(const PcmkNode& node, const String_t& member, bool isInBundle) const {
     const auto known = byNode.find(node.name);
-    if (known == byNode.end()) return PcmkDoubt::None;
-    // A remote node has no history before its first operation.
-    if (!known->second) return node.isRemote ? PcmkDoubt::None : PcmkDoubt::Unprobed;
+    if (known == byNode.end()) return Left::Nothing;
+    // A remote node has none before its first operation, and not everything is probed there.
+    if (!known->second) return node.isRemote ? Left::Nothing : Left::Unknown;
     // Copies of a clone share their history, unless each is one of its own.
     for (const String_t& id : {member, PcmkWithoutNumber(member)}) {
         const auto found = known->second->find(id);
         if (found != known->second->end()) return found->second;
     }
     // What is in a container of a bundle is remembered with the container.
-    return isAllProbed && !isInBundle ? PcmkDoubt::Unprobed : PcmkDoubt::None;
+    return isAllProbed && !isInBundle && !node.isRemote ? Left::Unknown : Left::Nothing;
 }
 
 PcmkDoubt PcmkHistory::DoubtOf(const PcmkResource& resource, const std::vector<PcmkNode>& nodes) const {
-    PcmkDoubt doubt = PcmkDoubt::None;
-    const auto take = [&](const PcmkMember& member) {
-        if (!member.isWanted || (member.IsActive() && !resource.isCloned)) return;
-        for (const PcmkNode& node : nodes) {
-            if (!Counts(node) || IsTold(resource, member.id, node.name)) continue;
-            doubt = std::max(doubt, DoubtOn(node, member.id, resource.isBundle));
-        }
-    };
-    for (const PcmkCopy& copy : resource.copies) std::for_each(copy.begin(), copy.end(), take);
+    PcmkDoubt doubt;
+    for (const PcmkNode& node : nodes) {
+        if (!Counts(node)) continue;
+        Left left = Left::Nothing;
+        const auto take = [&](const PcmkMember& member) {
+            const bool isMissing = member.isWanted && (resource.isCloned || !member.IsActive());
+            if (isMissing && !IsTold(resource, member.id, node.name))
+                left = std::max(left, LeftOn(node, member.id, resource.isBundle));
+        };
+        for (const PcmkCopy& copy : resource.copies) std::for_each(copy.begin(), copy.end(), take);
+        if (left != Left::Nothing) doubt.nodes.push_back(node.name);
+        doubt.isOutdated = doubt.isOutdated || left == Left::Running;
+    }
     return doubt;
 }
 

@@ -12,36 +12,38 @@
 
 namespace LumConfCluster {
 
-/// Why something may run that is told to run nowhere, the better reason behind the lesser.
-enum class PcmkDoubt {
-    None,
-    RunsByNow,  ///< by its last operation it runs: history was written behind the look
-    Unprobed    ///< the cluster does not know it yet
+/// Where something may run that is told to run nowhere.
+struct PcmkDoubt {
+    std::vector<LumPalStr::String_t> nodes;  ///< each once; none: it runs nowhere
+    /// On one of them it runs by its last operation: history was written behind the look, so that another one tells
+    /// more.
+    bool isOutdated = false;
 };
 
 /// Tells whether the cluster can know that something runs nowhere. Pacemaker calls stopped what it has no history of,
-/// and a history is gone for a while: when a node joins, those of the nodes are taken out and written anew, and a
-/// refreshed resource has none until it has been probed. Any document is taken: what it does not tell raises no doubt.
-/// One thread.
+/// and a history is gone for a while: while that of a node is written anew, and of a refreshed resource until it has
+/// been probed. Any document is taken: what it does not tell raises no doubt. One thread.
 class PcmkHistory {
 public:
     /// @param tree  what cibadmin printed
     explicit PcmkHistory(const XmlDataTree& tree);
-    /// Whether one of its members that should run, and is told to be nowhere, may run all the same: Unprobed on a node
-    /// whose history is gone, or where it has none or is being probed.
+    /// Where one of its members that should run, and is told to be nowhere, may run all the same: on a node whose
+    /// history is gone, where the member has none or is being probed, or where it runs by its last operation.
     /// @param resource  as crm_mon told it, with what runs of it
     /// @param nodes     all of them, likewise
     PcmkDoubt DoubtOf(const PcmkResource& resource, const std::vector<PcmkNode>& nodes) const;
 
 private:
-    /// What the operations on a node leave in doubt, by primitives.
-    using Doubts = std::map<LumPalStr::String_t, PcmkDoubt>;
+    /// What the operations on a node leave of a primitive there.
+    enum class Left { Nothing, Running, Unknown };
+    using Lefts = std::map<LumPalStr::String_t, Left>;
 
     void Take(const XmlDataNode& nodeState);
-    PcmkDoubt DoubtOn(const PcmkNode& node, const LumPalStr::String_t& member, bool isInBundle) const;
+    static Left LeftBy(const XmlDataNode& operations);
+    Left LeftOn(const PcmkNode& node, const LumPalStr::String_t& member, bool isInBundle) const;
 
-    std::map<LumPalStr::String_t, std::optional<Doubts>> byNode;  ///< without a value: the history is gone
-    bool isAllProbed = true;                                      ///< everything on every node, sooner or later
+    std::map<LumPalStr::String_t, std::optional<Lefts>> byNode;  ///< without a value: the history is gone
+    bool isAllProbed = true;                                     ///< everything on every node, sooner or later
 };
 
 }  // namespace LumConfCluster

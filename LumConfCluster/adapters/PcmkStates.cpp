@@ -29,6 +29,14 @@ std::set<String_t> NodesOf(const PcmkCopy& copy) {
     return nodes;
 }
 
+std::vector<String_t> SeveralOf(const PcmkCopy& copy) {
+    std::set<String_t> several;
+    for (const PcmkMember& member : copy) {
+        if (member.nodes.size() > 1) several.insert(member.nodes.begin(), member.nodes.end());
+    }
+    return {several.begin(), several.end()};
+}
+
 /// What should not run and does not says nothing.
 PcmkCopy ThatCount(const PcmkCopy& copy) {
     PcmkCopy members;
@@ -80,10 +88,10 @@ PcmkState PcmkStates::StateOf(const PcmkCopy& all) const {
     const PcmkCopy copy = ThatCount(all);
     const std::set<String_t> nodes = NodesOf(copy);
     const String_t node = nodes.size() == 1 ? *nodes.begin() : String_t("");
-    if (const char* const trouble = TroubleOf(copy)) return {trouble, false, node};
-    if (nodes.empty()) return {kStopped, false, node};
-    if (nodes.size() > 1) return {kPartial, true, node};
-    return {IsWhole(copy) ? WordOfWhole(copy) : kPartial, false, node};
+    if (const char* const trouble = TroubleOf(copy)) return {trouble, node, {}};
+    if (nodes.empty()) return {kStopped, node, {}};
+    if (nodes.size() > 1) return {kPartial, node, SeveralOf(copy)};
+    return {IsWhole(copy) ? WordOfWhole(copy) : kPartial, node, {}};
 }
 
 PcmkState PcmkStates::BestOf(const PcmkResource& resource) const {
@@ -104,7 +112,7 @@ PcmkState PcmkStates::PromotedOf(const PcmkResource& resource) const {
         if (!IsOf(copy, PcmkRole::Promoted)) continue;
         const PcmkState state = StateOf(copy);
         if (state.word != std::string_view(kPromoted)) return state;
-        promoted = ++count == 1 ? state : PcmkState{state.word, false, ""};
+        promoted = ++count == 1 ? state : PcmkState{state.word, "", {}};
     }
     return promoted;
 }

@@ -19,10 +19,10 @@ inline constexpr char kStarted[] = "Started", kStopped[] = "Stopped", kPromoted[
 /// How a resource stands, and where.
 struct PcmkState {
     const char* word = pcmkWords::kStopped;
-    /// Of what belongs on one node and is on several, which is none of a failure. It passes: a node that comes back
-    /// brings its old history along, and Pacemaker ends what really is so.
-    bool isOnSeveral = false;
     LumPalStr::String_t node;  ///< the one where it is; empty for none or several, and for copies without a first one
+    /// Where a member of it is that is on several at once, without a failure. That passes: a node that comes back
+    /// brings its old history along, and what really is so Pacemaker ends.
+    std::vector<LumPalStr::String_t> several = {};
 };
 
 /// Tells the states in one sight of the cluster.

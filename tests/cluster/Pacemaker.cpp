@@ -1,6 +1,7 @@
 // The tools of Pacemaker. A group is one of two members and its addresses, so that it can be there in part.
 #include <unistd.h>
 
+#include <algorithm>
 #include <functional>
 
 #include "Answers.h"
@@ -123,12 +124,33 @@ std::string LocationsOf(const Group& group, const Description& cluster) {
     return text;
 }
 
-std::string StatusText(const Group& group) {
-    std::string text;
-    for (const auto& [system, state] : group.states) {
-        if (state == kUnprobed) text += "<node_state" + Attribute("uname", system) + "/>";
-    }
+/// What a system remembers of a resource: that it was started there, or found not to run.
+std::string HistoryText(const std::string& id, bool runs) {
+    return "<lrm_resource" + Attribute("id", id) + "><lrm_rsc_op interval=\"0\" call-id=\"1\" op-status=\"0\" " +
+           (runs ? "operation=\"start\" rc-code=\"0\"" : "operation=\"monitor\" rc-code=\"7\"") + "/></lrm_resource>";
+}
+
+std::string StateOn(const Group& group, const System& system) {
+    const auto found = group.states.find(system.name);
+    return found == group.states.end() ? "offline" : found->second;
+}
+
+std::string HistoriesText(const Group& group, const System& system) {
+    const std::string state = StateOn(group, system);
+    const bool begun = state != "offline", whole = begun && state != "partial";
+    std::string text = HistoryText(group.name + "-first", begun) + HistoryText(group.name + "-last", whole);
+    for (const Resource& resource : group.resources) text += HistoryText(resource.name, whole);
     return text;
+}
+
+std::string StatusText(const System& system, const Description& cluster) {
+    const bool isGone = std::any_of(cluster.groups.begin(), cluster.groups.end(),
+                                    [&](const Group& group) { return StateOn(group, system) == kUnprobed; });
+    const std::string text = "    <node_state" + Attribute("uname", system.name);
+    if (isGone) return text + "/>\n";
+    return text + "><lrm><lrm_resources>" +
+           Each(cluster.groups, [&](const Group& group) { return HistoriesText(group, system); }) +
+           "</lrm_resources></lrm></node_state>\n";
 }
 
 Answer CibAdmin(const Description& cluster, const Words& words) {
@@ -138,8 +160,9 @@ Answer CibAdmin(const Description& cluster, const Words& words) {
                 "</cluster_property_set></crm_config>\n    <resources>\n" + Each(cluster.groups, ConfiguredText) +
                 "    </resources>\n    <constraints>\n" +
                 Each(cluster.groups, [&](const Group& group) { return LocationsOf(group, cluster); }) +
-                "    </constraints>\n  </configuration>\n  <status>" + Each(cluster.groups, StatusText) +
-                "</status>\n</cib>\n",
+                "    </constraints>\n  </configuration>\n  <status>\n" +
+                Each(cluster.systems, [&](const System& system) { return StatusText(system, cluster); }) +
+                "  </status>\n</cib>\n",
             "", 0};
 }
 

@@ -267,15 +267,21 @@ class Shape:
         trouble = "Failed" if lost else "Blocked" if any(m.blocks for m in failed) else "Failed" if failed else ""
         if any(not self.is_managed(m, next((n for i, n in active if i == m.id), "")) for m in count):
             trouble = trouble or "Unmanaged"
+        wanted = [m for m in count if not m.disabled]
+        is_doubted = self.is_doubted(m for m in wanted if not any(id == m.id for id, _ in active))
+        if is_doubted and trouble == "Unmanaged":
+            return self.unprobed(is_here=local)
         if trouble:
             return Seen("Unknown", local="Unknown" if local else "Offline", detail=trouble)
-        wanted = [m for m in count if not m.disabled]
         whole = wanted and all(STARTED in m.where.values() for m in wanted)
         if whole:
             return Seen("Online", home, local="Online" if local else "Offline")
-        if self.is_doubted(m for m in wanted if not any(id == m.id for id, _ in active)):
-            return Seen("Unknown", local="Unknown", detail="Unprobed")
+        if is_doubted:
+            return self.unprobed()
         return Seen("Offline", detail="Partial" if active else "")
+
+    def unprobed(self, is_here=False):
+        return Seen("Unknown", local="Unknown" if is_here or self.local == self.unwritten else "Offline", detail="Unprobed")
 
     def is_doubted(self, missing):
         """Whether one of these may be on the node whose history is gone."""
@@ -309,10 +315,12 @@ class Shape:
         active = promoted + self.copies(member, (STARTED,))
         if not member.managed or self.maintenance:
             wanted = not member.disabled or active
+            if not member.disabled and self.is_doubted([member]):
+                return self.unprobed(is_here=self.local in active)
             return Seen("Unknown" if wanted else "Offline", local="Unknown" if self.local in active else "Offline",
                         detail="Unmanaged" if wanted else "")
         if not member.disabled and not promoted and self.is_doubted([member]):
-            return Seen("Unknown", local="Unknown", detail="Unprobed")
+            return self.unprobed()
         if member.disabled or not promoted:
             return Seen("Offline", detail="" if not active else "Partial" if member.disabled else "Unpromoted")
         return Seen("Online", promoted[0] if len(promoted) == 1 else "", local="Online" if self.local in promoted else "Offline")

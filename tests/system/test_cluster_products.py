@@ -205,8 +205,8 @@ class WhatPacemakerHasYetToLookFor(test_cluster_daemon.OnACluster):
         self.assertRegex(self.tell(node, "status"), r"(?m)^web +Unknown \(Unprobed\) +Unknown")
         for policy in ("grouped", "listed"):
             told = self.tell(node, "explain", policy)
-            self.assertIn("the cluster does not know yet where it runs: it counts as it was at the last look", told)
-            self.assertIn("The next cycle leaves it alone.", told)
+            self.assertIn("the cluster does not know yet where it runs: the monitor takes it as it was, for a minute", told)
+            self.assertIn("What the next cycle does with it hangs on where a group was before.", told)
 
 
 class RedHatReleases(OnACluster):

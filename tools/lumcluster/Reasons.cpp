@@ -1,6 +1,7 @@
 #include "lumcluster/Reasons.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "LumConfCluster/ListedPolicy.h"
 #include "LumPalMsg.h"
@@ -94,6 +95,12 @@ std::optional<bool> AnyHere(const std::vector<Tie>& ties) {
     return false;
 }
 
+void AddStep(const std::vector<Tie>& ties, const std::string& by, Explanation& explanation) {
+    const std::optional<bool> enables = AnyHere(ties);
+    if (enables) explanation.steps.push_back({by, *enables});
+    explanation.isUndecided = explanation.isUndecided || (!enables && !ties.empty());
+}
+
 void FollowApplication(const PolicyHeader& policy, const ApplicationFacts& application, const Explainer& explainer,
                        Explanation& explanation) {
     for (const std::string& listed : application.policies) {
@@ -105,15 +112,13 @@ void FollowApplication(const PolicyHeader& policy, const ApplicationFacts& appli
         if (!Means(listed, policy)) continue;
         explanation.listings.push_back(explainer.ListingOf(application, listed));
         if (!explanation.brokenBy.empty()) continue;
-        if (const std::optional<bool> enables = explanation.listings.back().WantsEnabled())
-            explanation.steps.push_back({"the application '" + application.name + "'", *enables});
+        AddStep(explanation.listings.back().instances, "the application '" + application.name + "'", explanation);
     }
 }
 
 void AddStepOfAttributes(Explanation& explanation) {
     if (explanation.isUnseen || !explanation.brokenBy.empty()) return;
-    if (const std::optional<bool> enables = AnyHere(explanation.attributes))
-        explanation.steps.push_back({kAttributes, *enables});
+    AddStep(explanation.attributes, kAttributes, explanation);
 }
 
 }  // namespace
@@ -122,14 +127,11 @@ std::string Tie::Because() const {
     if (isNoGroup) return "this word enables it on every node";
     if (isUnseen) return "the cluster does not tell its groups now";
     if (!isGroupKnown) return "the cluster has no such group";
-    if (!isSettled) return "the cluster does not know yet where it runs: it counts as it was at the last look";
+    if (!isSettled)
+        return "the cluster does not know yet where it runs: the monitor takes it as it was, for a minute at most";
     if (state != kOnline && isHere) return "its node has the address of this one; then the group's state has no say";
     if (state != kOnline) return "the group is not online";
     return comparison.Sentence();
-}
-
-std::optional<bool> Listing::WantsEnabled() const {
-    return AnyHere(instances);
 }
 
 bool CanBeListed(const std::string& listed) {

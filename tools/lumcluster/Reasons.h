@@ -3,7 +3,6 @@
 #pragma once
 
 #include <nlohmann/json.hpp>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,9 +31,6 @@ struct Tie {
 struct Listing {
     std::string application, listedAs;
     std::vector<Tie> instances;
-    /// Whether one of the instances is online here; nothing without instances, which leave the policy alone, and where
-    /// it hangs on a group that is not settled.
-    std::optional<bool> WantsEnabled() const;
 };
 
 /// One thing that a cycle does to the policy.
@@ -54,6 +50,8 @@ struct Explanation {
     bool inEveryCycle = false;  ///< it is switched off and on again and again
     /// Nobody could see the groups, which a cycle begins with: it would do nothing.
     bool isUnseen = false;
+    /// It hangs on a group of which the cluster does not know where it runs: the monitor knows where it was last.
+    bool isUndecided = false;
     /// Why an application may list it that is not told of; empty when nothing of the kind can be.
     std::string unknownBecause;
     /// What ends the monitor before it is done with this policy; empty without.

@@ -56,6 +56,7 @@ std::string Steps(const Explanation& explanation) {
 
 std::string NextCycle(const Explanation& explanation) {
     if (explanation.isUnseen) return "A cycle that cannot see the groups leaves it alone.\n";
+    if (explanation.isUndecided) return "What the next cycle does with it hangs on where a group was before.\n";
     const bool isAllKnown = explanation.unknownBecause.empty();
     if (explanation.steps.empty() && !isAllKnown) return "As far as it is known, the next cycle leaves it alone.\n";
     if (explanation.steps.empty()) return "The next cycle leaves it alone.\n";
@@ -73,6 +74,7 @@ ordered_json ToJson(const Tie& tie) {
     return {{"group", tie.isNoGroup ? ordered_json(nullptr) : ordered_json(tie.group)},
             {"group_known", tie.isGroupKnown},
             {"state", tie.isGroupKnown ? ordered_json(tie.state) : ordered_json(nullptr)},
+            {"settled", tie.isSettled},
             {"active_node", tie.activeNode},
             {"local_name", tie.comparison.local},
             {"local_name_configured", tie.comparison.isConfigured},
@@ -101,7 +103,8 @@ ordered_json NextCycleToJson(const Explanation& explanation) {
     return {{"steps", steps},
             {"status", explanation.after},
             {"switches", explanation.changes},
-            {"in_every_cycle", explanation.inEveryCycle}};
+            {"in_every_cycle", explanation.inEveryCycle},
+            {"undecided", explanation.isUndecided}};
 }
 
 }  // namespace

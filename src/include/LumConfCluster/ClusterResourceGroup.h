@@ -33,8 +33,9 @@ public:
     /// Whether its copies run on several nodes at a time, none before the others. Such a group has no active node, so
     /// that nothing follows it.
     bool IsEverywhere() const;
-    /// Whether the product knows where the group runs. While it has yet to look for it, or tells two places, a monitor
-    /// takes the group as it was at the look before, for a minute at most, whatever its state.
+    /// Whether the product knows where the group runs. While it has yet to look for it on some nodes, or tells several,
+    /// a monitor takes a group that it last saw online on one of these as it was, for a minute at most, whatever its
+    /// state.
     bool IsSettled() const;
     /// The virtual IP address; empty when there is none. The first call that succeeds makes a Cluster and asks it, all
     /// later ones give the same answer. @throws as Cluster; the next call tries again

@@ -4,14 +4,17 @@
 #include <string>
 
 #include "ClusterSeen.h"
+#include "Exceptions.h"
 #include "LumConfCluster/Cluster.h"
 #include "PcmkFixture.h"
 #include "PcmkHistoryText.h"
+#include "Raised.h"
 
 namespace {
 
 using namespace LumConfCluster;
 using namespace pcmkHistory;
+using LumConf::ClusterException;
 
 class PcmkLooks : public Pcmk {
 protected:
@@ -48,11 +51,13 @@ TEST_F(PcmkLooks, OneThatWasWrittenBehindTheLookIsLookedForOnceMore) {
     ExpectLooks(2);
 }
 
-TEST_F(PcmkLooks, TheSecondLookIsBelieved) {
+TEST_F(PcmkLooks, OneThatTheSecondLookTellsNoBetterIsNotSettled) {
     node.SetResources(stopped);
     node.SetStatus(Node("north", idle) + Node("south", active));
-    EXPECT_EQ(Look().GetState(), RGState::Offline);
-    EXPECT_TRUE(Look().IsSettled());
+    const ClusterResourceGroup web = Look();
+    EXPECT_EQ(web.GetState(), RGState::Unknown);
+    EXPECT_EQ(web.GetLocalState(), RGState::Offline) << "not here";
+    EXPECT_FALSE(web.IsSettled());
     ExpectLooks(2);
 }
 
@@ -85,7 +90,7 @@ TEST_F(PcmkLooks, OneThatTheClusterHasYetToLookForIsUnknownAndNotSettled) {
         node.SetStatus(Node("north", idle) + south);
         const ClusterResourceGroup web = Look();
         EXPECT_EQ(web.GetState(), RGState::Unknown) << south;
-        EXPECT_EQ(web.GetLocalState(), RGState::Unknown) << "it may be here";
+        EXPECT_EQ(web.GetLocalState(), RGState::Offline) << "this node remembers it as stopped";
         EXPECT_EQ(web.GetDetail(), "Unprobed");
         EXPECT_FALSE(web.IsSettled());
         EXPECT_EQ(web.GetVirtualIP(), "10.0.0.7");
@@ -95,21 +100,37 @@ TEST_F(PcmkLooks, OneThatTheClusterHasYetToLookForIsUnknownAndNotSettled) {
 }
 
 TEST_F(PcmkLooks, OneThatIsToldOnTwoNodesIsNotSettled) {
-    for (const std::string& resources :
-         {Web("Started", "south north"), "<group id='web'>" + PcmkResourceText("web-ip", "Started", "south") +
-                                             PcmkResourceText("web-server", "Started", "north") + "</group>"}) {
-        node.SetResources(resources);
-        const ClusterResourceGroup web = Look();
-        EXPECT_EQ(web.GetState(), RGState::Offline) << resources;
-        EXPECT_EQ(web.GetDetail(), "Partial");
-        EXPECT_FALSE(web.IsSettled());
-    }
+    node.SetResources(Web("Started", "south north"));
+    const ClusterResourceGroup web = Look();
+    EXPECT_EQ(web.GetState(), RGState::Offline);
+    EXPECT_EQ(web.GetDetail(), "Partial");
+    EXPECT_FALSE(web.IsSettled());
+    node.SetResources("<group id='web'>" + PcmkResourceText("web-ip", "Started", "south") +
+                      PcmkResourceText("web-server", "Started", "north") + "</group>");
+    EXPECT_TRUE(Look().IsSettled()) << "members may be apart";
     node.SetResources("<group id='web'>" + PcmkResourceText("web-ip", "Started", "south north") +
                       PcmkResourceText("web-server", "Started", "south", "failed='true'") + "</group>");
     EXPECT_TRUE(Look().IsSettled()) << "a failure is another thing";
     node.SetResources("<clone id='web' multi_state='true'>" + PcmkResourceText("x", "Promoted", "south") +
                       PcmkResourceText("x", "Promoted", "north") + "</clone>");
     EXPECT_TRUE(Look().IsSettled()) << "some are meant to be";
+}
+
+TEST_F(PcmkLooks, OneThatMayBeHereIsUnknownHere) {
+    node.SetResources(stopped);
+    node.SetStatus(NodeWithout("north") + Node("south", idle));
+    EXPECT_EQ(Look().GetLocalState(), RGState::Unknown);
+}
+
+TEST_F(PcmkLooks, OneThatIsNotManagedIsLookedForToo) {
+    Configure("conf.cluster.RGState.PCMK", "Unmanaged", "ONLINE");
+    node.SetResources(PcmkResourceText("web", "Stopped", "", "managed='false'"));
+    node.SetStatus(Node("north", Resource("web", Ended("stop", 3, 0))) + Node("south", ""));
+    EXPECT_FALSE(Look().IsSettled()) << "a refresh in maintenance";
+    node.SetStatus(Node("north", Resource("web", Ended("stop", 3, 0))) +
+                   Node("south", Resource("web", Ended("stop", 3, 0))));
+    EXPECT_TRUE(Look().IsSettled());
+    EXPECT_EQ(Look().GetDetail(), "Unmanaged");
 }
 
 TEST_F(PcmkLooks, AConfigurationMayMapTheWordOfOneThatIsNotSettled) {
@@ -140,12 +161,13 @@ TEST_F(PcmkLooks, WhatRunsOrNeedNotRunIsAskedForOnceHoweverTheHistoryStands) {
     }
 }
 
-TEST_F(PcmkLooks, WhereNobodyTellsTheHistoryTheFirstLookIsBelieved) {
+TEST_F(PcmkLooks, WhereNobodyTellsTheHistoryOfWhatIsMissingThereIsNoAnswer) {
     node.SetResources(stopped);
     const Cluster cluster;
     tools.Answer(PcmkNode::kAdmin, "", 1);
-    EXPECT_EQ(cluster.GetGroups()["web"].GetState(), RGState::Offline);
-    EXPECT_EQ(tools.Count(PcmkNode::kMonitor), 1u);
+    EXPECT_RAISES(cluster.GetGroups(), ClusterException, 231);
+    node.SetResources(running);
+    EXPECT_EQ(cluster.GetGroups()["web"].GetState(), RGState::Online);
 }
 
 }  // namespace

@@ -289,6 +289,7 @@ TEST_F(Pcmk, AnAddressThatCannotBeHadIsAskedForAgain) {
     const Cluster cluster;
     EXPECT_EQ(cluster.GetName(), "");
     tools.Answer(PcmkNode::kAdmin, "", 1);
+    node.SetResources(PcmkResourceText("web", "Started", "south"));
     const ClusterResourceGroup group = cluster.GetGroups()["web"];
     EXPECT_EQ(group.GetState(), RGState::Online);
     EXPECT_FALSE(group.IsVirtualIPKnown());

@@ -35,13 +35,16 @@ PcmkDoubt DoubtOf(const R& resources, const R& status, const R& rest = "") {
     return PcmkHistory(cib).DoubtOf(sight.resources.at(0), sight.nodes);
 }
 bool IsSure(const R& resources, const R& status, const R& rest = "") {
-    return DoubtOf(resources, status, rest) == PcmkDoubt::None;
+    return DoubtOf(resources, status, rest).nodes.empty();
 }
+/// On the node b, and no other look would tell more.
 bool IsUnprobed(const R& resources, const R& status, const R& rest = "") {
-    return DoubtOf(resources, status, rest) == PcmkDoubt::Unprobed;
+    const PcmkDoubt doubt = DoubtOf(resources, status, rest);
+    return doubt.nodes == std::vector<String_t>{"b"} && !doubt.isOutdated;
 }
 bool RunsByNow(const R& resources, const R& status) {
-    return DoubtOf(resources, status) == PcmkDoubt::RunsByNow;
+    const PcmkDoubt doubt = DoubtOf(resources, status);
+    return doubt.nodes.size() == 1 && doubt.isOutdated;
 }
 
 const R kStopped = PcmkResourceText("r", "Stopped");
@@ -66,7 +69,11 @@ TEST(PcmkHistory, ANodeWhoseHistoryIsGoneLeavesInDoubtWhatRunsThere) {
 
 TEST(PcmkHistory, WhatHasNoHistoryOnANodeHasYetToBeProbedThere) {
     EXPECT_TRUE(IsUnprobed(kStopped, Node("a", kIdle) + Node("b", Resource("other", Ended("start", 1, 0)))));
-    EXPECT_TRUE(IsUnprobed(kStopped, Node("a", kIdle) + Node("b", kIdle) + Node("far", "")));
+    EXPECT_TRUE(IsSure(kStopped, Node("a", kIdle) + Node("b", kIdle) + Node("far", "")))
+        << "on a remote node not everything is probed";
+    const R probing = Resource("r", Begun("monitor", "0"));
+    EXPECT_EQ(DoubtOf(kStopped, Node("a", "") + Node("b", kIdle) + Node("far", probing)).nodes,
+              (std::vector<String_t>{"a", "far"}));
 }
 
 TEST(PcmkHistory, WhatIsNotProbedEverywhereMayLackAHistory) {
@@ -101,7 +108,7 @@ TEST(PcmkHistory, WhatRunsByItsLastOperationIsToBeSeenAgain) {
                 << operation << " " << code;
         }
     }
-    for (const char* operation : {"stop", "migrate_to", "notify"})
+    for (const char* operation : {"stop", "migrate_to", "notify", "unheard"})
         EXPECT_TRUE(IsSure(kStopped, Node("a", Resource("r", Ended(operation, 3, 0))) + Node("b", kIdle))) << operation;
 }
 
@@ -110,7 +117,8 @@ TEST(PcmkHistory, WhatShouldNotRunOrIsToldSomewhereIsNotDoubted) {
     EXPECT_TRUE(IsSure(PcmkResourceText("r", "Stopped", "", "target_role='Stopped'"), gone));
     EXPECT_TRUE(IsSure(PcmkResourceText("r", "Starting", "b"), gone));
     EXPECT_TRUE(IsSure("<group id='g'>" + PcmkResourceText("r", "Started", "b") + "</group>", gone));
-    EXPECT_TRUE(IsUnprobed("<group id='g'>" + PcmkResourceText("q", "Started", "b") + kStopped + "</group>", gone));
+    EXPECT_EQ(DoubtOf("<group id='g'>" + PcmkResourceText("q", "Started", "b") + kStopped + "</group>", gone).nodes,
+              (std::vector<String_t>{"a", "b"}));
 }
 
 TEST(PcmkHistory, CopiesOfACloneShareAHistoryOrHaveTheirOwn) {
@@ -123,10 +131,12 @@ TEST(PcmkHistory, CopiesOfACloneShareAHistoryOrHaveTheirOwn) {
     EXPECT_TRUE(RunsByNow(clone(here), Node("a", kIdle) + Node("b", Resource("r", Ended("promote", 4, 0)))));
     EXPECT_TRUE(IsSure(clone(here), Node("a", kIdle) + Node("b", kIdle)));
     const R unique = clone(PcmkResourceText("r:0", "Unpromoted", "a") + PcmkResourceText("r:1", "Stopped"));
-    const R stopped = Ended("stop", 4, 0);
-    EXPECT_TRUE(IsSure(unique, Node("a", "") + Node("b", Resource("r:0", stopped) + Resource("r:1", stopped))));
-    EXPECT_TRUE(
-        RunsByNow(unique, Node("a", "") + Node("b", Resource("r:0", stopped) + Resource("r:1", Ended("start", 4, 0)))));
+    const R stopped = Ended("stop", 4, 0), ofA = Node("a", Resource("r:1", stopped));
+    EXPECT_TRUE(IsSure(unique, ofA + Node("b", Resource("r:0", stopped) + Resource("r:1", stopped))));
+    EXPECT_TRUE(RunsByNow(unique, ofA + Node("b", Resource("r:0", stopped) + Resource("r:1", Ended("start", 4, 0)))));
+    EXPECT_EQ(DoubtOf(unique, Node("a", "") + Node("b", Resource("r:0", stopped) + Resource("r:1", stopped))).nodes,
+              std::vector<String_t>{"a"})
+        << "another copy is there";
 }
 
 TEST(PcmkHistory, WhatIsInsideABundleIsRememberedWithItsContainer) {
@@ -142,7 +152,7 @@ TEST(PcmkHistory, ADocumentWithoutAStatusRaisesNoDoubt) {
         const PcmkSight sight =
             PcmkSightOf("crm_mon", Tree(R("<pacemaker-result><summary/><nodes>") + kNodes + "</nodes><resources>" +
                                         kStopped + "</resources><status code='0'/></pacemaker-result>"));
-        EXPECT_EQ(PcmkHistory(Tree(text)).DoubtOf(sight.resources.at(0), sight.nodes), PcmkDoubt::None) << text;
+        EXPECT_TRUE(PcmkHistory(Tree(text)).DoubtOf(sight.resources.at(0), sight.nodes).nodes.empty()) << text;
     }
 }
 
