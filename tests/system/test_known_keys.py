@@ -246,6 +246,13 @@ class SettingsPolicies(unittest.TestCase):
                           ("install", "--enable", wrong), ("apply", wrong), ("apply", "--dry-run", wrong)):
             with self.subTest(arguments=arguments):
                 self.refused(*arguments)
+        broken = self.policy("broken", "[ab")
+        missing = self.policy("missing", "[a]\nb=c\n")
+        (self.source / "missing.ini").unlink()
+        for other in (broken, missing):
+            with self.subTest("others are wrong", other=other):
+                self.refused("install", "--enable", other, wrong)
+                self.refused("install", "--enable", wrong, other)
         disabled = self.node.policy("install", "--disable", "--no-notify", wrong)
         self.assertEqual(disabled.code, DONE, disabled)
         for arguments in (("enable", "--id", "wrong"), ("enable", "--type", "configsettings"),

@@ -85,7 +85,7 @@ private:
 
     void TakeWarnings(const std::string& file, const PolicyHeader& header) {
         warnings.Add(given.Add(header));
-        hasSettings = hasSettings || IsOfSettings(header);
+        if (IsOfSettings(header) && MayConcernTools(file, header)) settingsFiles.push_back(file);
         const bool isOdd = !header.IsEnabled() && !header.IsDisabled() && !choices.enable && !choices.disable;
         if (!isOdd) return;
         warnings.Add(LumPalMsg::CreateWarn_t("The policy file '%1' has the status '%2', which is neither 'enabled' nor "
@@ -112,10 +112,15 @@ private:
 
     /// Before the first is sent.
     Outcome GuardTools(const std::string& host) const {
-        if (choices.force || !hasSettings) return {};
+        if (choices.force || settingsFiles.empty()) return {};
         return Attempt([&] {
             lumtools::RequireTools(host, choices.targetId,
                                    [&](LumConfPar::SettingsMerge& merge) { ImagineInstalls(merge, files, choices); });
+            // Each counts as soon as the node has it, whatever becomes of those behind it.
+            for (const std::string& file : settingsFiles) {
+                lumtools::RequireTools(host, choices.targetId,
+                                       [&](LumConfPar::SettingsMerge& merge) { ImagineInstall(merge, file, choices); });
+            }
         });
     }
 
@@ -232,7 +237,9 @@ private:
     }
 
     std::vector<std::string> files;
-    bool isPackage = false, dryRun = false, hasSettings = false;
+    std::vector<std::string>
+        settingsFiles;  ///< of settings policies on which it may depend where the tools find a node
+    bool isPackage = false, dryRun = false;
     InstallChoices choices;
     LumConf::InstallOptions options;
     std::vector<PolicyHeader> headers;

@@ -13,8 +13,14 @@
 namespace lumpolicy {
 
 bool IsOfSettings(const LumConf::PolicyHeader& header);
+/// Whether the data of a settings policy, which lies beside its header file, names a key on which it depends whether
+/// the tools reach the node.
+bool MayConcernTools(const std::string& file, const LumConf::PolicyHeader& header);
 
-/// Installs the policies of header files as a node would; those of other types are left out.
+/// Installs the policy of a header file as a node would; one of another type is left out.
+/// @throws LumPalMsg::Exception_t for one that cannot be read
+void ImagineInstall(LumConfPar::SettingsMerge& merge, const std::string& file, const InstallChoices& choices);
+/// The same of several, without those that cannot be.
 void ImagineInstalls(LumConfPar::SettingsMerge& merge, const std::vector<std::string>& files,
                      const InstallChoices& choices);
 /// Makes them be as they are wanted.
