@@ -130,7 +130,7 @@ public:
     /// Whether the last ReloadIdentity found what only a new start takes up: a certificate on a port that was opened
     /// plain, and stays on loopback alone, or none any more on one that was opened for TLS, and stays so.
     bool AwaitsRestart() const;
-    /// Whether the port is open to this host alone: it was opened plain.
+    /// Whether the port was opened plain, so on loopback alone, and stays there.
     bool IsOnLoopbackAlone() const;
 
     class Impl;

@@ -175,7 +175,7 @@ void MessengerServer::ReloadIdentity() {
     const NodeIdentity identity = NodeIdentity::Load();
     const LumPalThread::PlainLock_t lock(mutex);
     if (!identity.certificateInstalled) {
-        awaitsRestart = !plain;
+        awaitsRestart = !openedPlain;
         if (!plain)
             LumPalLog::Log(LumPalMsg::CreateWarn_t(String_t(
                 "No certificate is installed any more; the server keeps its identity until it is restarted.")));

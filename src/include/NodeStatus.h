@@ -26,7 +26,7 @@ struct LUMCONF_API NodeStatus {
     std::int64_t started = 0;
     std::uint32_t port = 0;
     bool tls = false;              ///< the port is served with TLS
-    bool onLoopbackAlone = false;  ///< the port is open to the node itself alone, as without a certificate
+    bool onLoopbackAlone = false;  ///< the port was opened without a certificate
     bool awaitsRestart = false;    ///< a certificate has come or gone: a new start serves the port otherwise
     std::uint32_t policies = 0, enabled = 0, disabled = 0, missingFiles = 0;
     LumPalStr::String_t settingsBroken;  ///< why the settings policies are not merged; empty when they are

@@ -48,7 +48,7 @@ std::string Name(const NodeStatus::Certificate& certificate) {
 /// How the port is served.
 std::string RoadOf(const NodeStatus& status) {
     if (!status.tls) return "plain, on loopback alone";
-    if (!status.awaitsRestart) return "TLS";
+    if (!status.awaitsRestart) return status.onLoopbackAlone ? "TLS, on loopback alone" : "TLS";
     return status.onLoopbackAlone ? "TLS, on loopback alone until a restart"
                                   : "TLS until a restart, then plain on loopback alone";
 }

@@ -15,7 +15,8 @@ using nlohmann::ordered_json;
 
 namespace {
 
-constexpr const char *kInOrder = "ok", *kToMend = "failed", *kBroken = "BROKEN", *kEnded = "ENDED";
+constexpr const char *kInOrder = "ok", *kToMend = "failed", *kBroken = "BROKEN", *kEnded = "ENDED",
+                     *kUnreachable = "unreachable", *kRefused = "refused", *kUntold = "not told";
 
 std::string TextOf(const Answer& answer, const char* member) {
     return answer.fields.at(member).get<std::string>();
@@ -27,6 +28,12 @@ std::string CountOf(const Answer& answer, const char* member) {
 
 std::string Word(const Answer& answer) {
     return answer.outcome.code == lumtools::kDone ? kInOrder : kToMend;
+}
+
+/// Of one that told nothing; why stands on standard error.
+std::string WordOfSilent(const Answer& answer) {
+    if (answer.outcome.code == lumtools::kUnreachable) return kUnreachable;
+    return answer.outcome.code == lumtools::kRefused ? kRefused : kUntold;
 }
 
 std::string Serving(const Answer& answer) {
@@ -58,7 +65,9 @@ std::string LastError(const Answer& answer) {
 }
 
 Mark MarkOf(const std::string& cell) {
-    if (cell == kToMend || cell == kBroken || cell == kEnded) return Mark::Bad;
+    const auto isBad = [&](const char* bad) { return cell == bad; };
+    constexpr const char* kBad[]{kToMend, kBroken, kEnded, kUnreachable, kRefused, kUntold};
+    if (std::any_of(std::begin(kBad), std::end(kBad), isBad)) return Mark::Bad;
     return cell == kInOrder ? Mark::Good : Mark::None;
 }
 
@@ -100,16 +109,19 @@ std::vector<std::string> Row(const std::string& host, bool isWide, const Cell& c
 std::string StatusTable(const std::vector<std::pair<std::string, const Answer*>>& answers, bool isWide,
                         const lumtools::TableLayout& layout) {
     lumtools::Table table(Row("HOST", isWide, [](const Column& column) { return std::string(column.heading); }));
-    bool isAny = false;
     for (const auto& [host, answer] : answers) {
-        if (!answer->fields.contains("version")) continue;
-        isAny = true;
+        if (!answer->fields.contains("version")) {
+            table.Add(Row(host, isWide, [&answer = *answer](const Column& column) {
+                return column.cell == &Word ? WordOfSilent(answer) : std::string();
+            }));
+            continue;
+        }
         table.Add(Row(host, isWide, [&answer = *answer](const Column& column) { return column.cell(answer); }));
     }
     table.KeepWhole(0);
     for (std::size_t i = 1; i <= std::size(kColumns); ++i) table.SetMarks(i, MarkOf);
     std::ostringstream out;
-    if (isAny) table.Print(out, layout);
+    table.Print(out, layout);
     return out.str();
 }
 

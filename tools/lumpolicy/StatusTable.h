@@ -11,7 +11,7 @@
 
 namespace lumpolicy {
 
-/// Of those that have answered, in their order; empty when none has. @param answers  their fields are what
+/// In their order; of one that has told nothing the state says how it ended. @param answers  their fields are what
 /// lumtools::ToJson makes of a status
 /// @param isWide  with all columns
 std::string StatusTable(const std::vector<std::pair<std::string, const lumtools::Answer*>>& answers, bool isWide,

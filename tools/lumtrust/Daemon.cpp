@@ -100,7 +100,8 @@ void TellDaemonOfKeys() {
 }
 
 void AddPatience(CLI::App& app, Actions&) {
-    for (const char* name : {"install", "trust", "untrust", "grant", "revoke", "reinstate", "enroll"}) {
+    for (const char* name :
+         {"request", "install", "withdraw", "trust", "untrust", "grant", "revoke", "reinstate", "enroll", "operator"}) {
         app.get_subcommand(name)
             ->add_option("--timeout", PatienceSeconds(),
                          "The longest time to wait for another lumtrust, and for the running daemon to take it up")
