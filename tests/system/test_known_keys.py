@@ -239,6 +239,20 @@ class SettingsPolicies(unittest.TestCase):
         self.assertEqual(self.node.stored(), before)
         self.assertEqual(self.node.policy("status").code, DONE)
 
+    def test_what_a_policy_sets_counts_when_the_local_setting_is_cleared(self):
+        port, namespace = self.node.port, "vox.http.ext.conf"
+        self.node.policy("install", self.policy("same", f"[{namespace}]\nSERVER_PORT={port}\nTARGET_PORT={port}\n"))
+        path = self.node.config / "policy_settings.ini"
+        wait_until(lambda: path.exists() and "TARGET_PORT" in path.read_text(), "the policy is merged")
+        self.assertEqual(self.node.tool("lumsettings", "clear", namespace, "TARGET_PORT").code, DONE)
+        self.assertEqual(self.node.tool("lumsettings", "set", namespace, f"TARGET_PORT={port}").code, DONE)
+        other = self.policy("same", f"[{namespace}]\nSERVER_PORT={port}\nTARGET_PORT=1\n", version="2")
+        self.assertEqual(self.node.policy("install", other).code, DONE, "the local setting is above it")
+        wait_until(lambda: "TARGET_PORT=1\n" in path.read_text(), "the policy is merged")
+        refused = self.node.tool("lumsettings", "clear", namespace, "TARGET_PORT")
+        self.assertEqual(refused.code, REFUSED, refused)
+        self.assertEqual(self.node.policy("status").code, DONE)
+
     def test_one_that_would_lock_the_tools_out_is_not_installed(self):
         self.by_policies()
         wrong = self.policy("wrong", "[vox.http.ext.conf]\nTARGET_PORT=1\n")

@@ -55,8 +55,8 @@ protected:
     virtual ConfigGroup_t GetChanged(const ConfigGroup_t& told) const = 0;
     /// Whether it is worth asking the node.
     virtual bool MayConcernTools() const = 0;
-    /// The settings of a node behind it.
-    virtual ConfigGroup_t Then(const ConfigGroup_t& told) const = 0;
+    /// The settings of a node behind it. @param isHere  it is this node, of which the files tell more
+    virtual ConfigGroup_t Then(const ConfigGroup_t& told, bool isHere) const = 0;
     virtual void Send(const std::string& host) const = 0;
     /// What the request would do to the settings that a node tells.
     virtual std::vector<Change> Foresee(const ConfigGroup_t& told) const = 0;
@@ -116,7 +116,8 @@ private:
         const ConfigGroup_t changed = GetChanged(told);
         if (!lumtools::ConcernsTools(changed)) return;
         const auto now = lumtools::AskHowServed(host, TargetId());
-        lumtools::RefuseLockOut(host, lumtools::WhyLockedOut(changed, Then(told), now, host == "localhost"));
+        const bool isHere = host == "localhost";
+        lumtools::RefuseLockOut(host, lumtools::WhyLockedOut(changed, Then(told, isHere), now, isHere));
     }
 
     void ShowForeseen(const std::vector<Change>& changes, Answer& answer) const {
@@ -174,7 +175,7 @@ private:
     bool MayConcernTools() const override { return lumtools::ConcernsTools(group); }
     ConfigGroup_t GetChanged(const ConfigGroup_t&) const override { return group; }
 
-    ConfigGroup_t Then(const ConfigGroup_t& told) const override {
+    ConfigGroup_t Then(const ConfigGroup_t& told, bool) const override {
         for (int i = 0; i < group.GetConfigCount(); ++i) {
             const Configuration_t configuration = group.GetConfig(i);
             String_t attribute, value;
@@ -256,9 +257,10 @@ private:
         return changed;
     }
 
-    /// As if no policy set it: the value that counts then is not known before.
-    ConfigGroup_t Then(const ConfigGroup_t& told) const override {
+    /// What a policy sets counts then. Of another node that is not known: as if none did.
+    ConfigGroup_t Then(const ConfigGroup_t& told, bool isHere) const override {
         const ConfigGroup_t then, changed = GetChanged(told);
+        if (isHere) UncoverPolicies(then);
         for (int i = 0; i < told.GetConfigCount(); ++i) {
             const Configuration_t configuration = told.GetConfig(i);
             String_t attribute, value;
@@ -269,6 +271,16 @@ private:
             }
         }
         return then;
+    }
+
+    /// What they set, where it is cleared.
+    void UncoverPolicies(const ConfigGroup_t& then) const {
+        const Configuration_t policies =
+            LumPalConfig::ConfigBase_t::Open("", LumPalConfig::ConfigSource::Policy).GetConfig(Text(nameSpace));
+        String_t attribute, value;
+        for (int i = 0; policies.GetAttr(i, attribute, value); ++i) {
+            if (name.empty() || attribute == Text(name)) then.GetConfig(Text(nameSpace)).SetAttrValue(attribute, value);
+        }
     }
 
     /// All that the arguments may mean.
