@@ -45,6 +45,10 @@ options:
     description: Replace it although it belongs to another owner.
     type: bool
     default: false
+  force:
+    description: Do also what would lock the node's own tools out.
+    type: bool
+    default: false
   notify:
     description: Tell the policy's consumers. Else the node keeps the news until C(lumpolicy notify).
     type: bool
@@ -115,9 +119,12 @@ class Policy:
             self.tools.warn(" ".join(message["text"] for message in told["messages"]))
         return told
 
-    def change(self, *arguments):
-        if not self.module.check_mode:
-            self.tell(*arguments)
+    def change(self, command, *arguments):
+        """A check asks as well, so that it fails where the change would."""
+        can_lock_out = command in ("enable", "disable", "remove")
+        options = (["--dry-run"] if self.module.check_mode else []) + \
+            (["--force"] if self.wanted["force"] and can_lock_out else [])
+        self.tell(command, *options, *arguments)
 
     def set_status(self, policy):
         self.change("enable" if self.wanted["status"] == "enabled" else "disable", "--id=" + policy["id"])
@@ -131,7 +138,7 @@ class Policy:
         """Has the node take the policy over; the answer's row of it, and what the module returns."""
         self.tools.run("lumpolicy", "validate", "--json", "--", path)
         options = [("--diff", self.module._diff), ("--dry-run", self.module.check_mode),
-                   ("--force-owner", self.wanted["force_owner"])]
+                   ("--force-owner", self.wanted["force_owner"]), ("--force", self.wanted["force"])]
         told = self.tell("apply", *[name for name, is_wanted in options if is_wanted], "--", path)
         row = next(row for row in told["policies"] if row.get("file") == path)
         return {"changed": told["changed"], "id": row["id"],
@@ -190,7 +197,7 @@ def main():
             ROOT_OPTION, src={"type": "path"}, remote_src={"type": "bool", "default": False}, id={"type": "str"},
             name={"type": "str"}, type={"type": "str"}, owner={"type": "str"},
             state={"choices": ["present", "absent"], "default": "present"}, status={"choices": ["enabled", "disabled"]},
-            force_owner={"type": "bool", "default": False}, notify={"type": "bool", "default": True}),
+            force_owner={"type": "bool", "default": False}, force={"type": "bool", "default": False}, notify={"type": "bool", "default": True}),
         required_one_of=[("src", "id", "name")], mutually_exclusive=[("src", "id", "name")],
         required_by={"name": ("type",)}, supports_check_mode=True)
     try:
