@@ -12,6 +12,8 @@
 #include "LumPalDaemon.h"
 #include "LumPalMsg.h"
 #include "LumPalRuntime.h"
+#include "common/ExitCode.h"
+#include "common/NodeAccess.h"
 #include "common/Program.h"
 #include "common/ProgramName.h"
 #include "common/Said.h"
@@ -153,7 +155,8 @@ void Describe(CLI::App& app, Choices& choices) {
         "Ends with 0 when --count is reached and on SIGINT or SIGTERM (a command that still runs is ended\n"
         "too, with its process group),\n"
         "with 1 when the control service cannot be reached, with 2 for wrong usage and a command that cannot be "
-        "started.");
+        "started,\n"
+        "with 5 when this user may not read the root.");
 }
 
 /// Nobody joins it: it waits until the process ends.
@@ -168,6 +171,10 @@ void TakeSignals() {
 int Run(const Choices& choices) try {
     TakeSignals();
     if (!choices.root.empty()) LumPalRuntime::Dir_t::SetRoot(String_t::FromUtf8(choices.root));
+    if (lumtools::IsNodeClosed()) {
+        lumtools::Say(Priority::Error, lumtools::ClosedNodeText());
+        return lumtools::kRefused;
+    }
     return Listen(choices) ? 0 : kExitFailed;
 } catch (const LumPalMsg::Exception_t& failure) {
     lumtools::Say(Priority::Error, failure.what());

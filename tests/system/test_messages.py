@@ -73,7 +73,7 @@ class Messages(unittest.TestCase):
         for tool, *arguments in (("lumsettings", "explain", "conf.server"), ("lumpolicy", "list"),
                                  ("lumpolicy", "verify", "--installed"), ("lumpolicy", "verify", "--installed", "--all"),
                                  ("lumpolicy", "dump", "-o", self.open_folder() / "list"), ("lumtrust", "rights"),
-                                 ("lumconfd",), ("lumconfd", "--check-config"), ("lumconfd", "--status")):
+                                 ("lumconfd",), ("lumconfd", "--check-config"), ("lumconfd", "--status"), ("lumevents", "*")):
             with self.subTest(tool=tool, arguments=arguments):
                 result = self.node.tool(tool, *arguments, user=STRANGER)
                 self.assertEqual(result.code, REFUSED, result)
