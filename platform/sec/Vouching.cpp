@@ -110,11 +110,18 @@ bool IsMissingIssuer(int error) {
            error == X509_V_ERR_UNABLE_TO_VERIFY_LEAF_SIGNATURE || error == X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN;
 }
 
-bool DoesSomebodyTrustedEndTheChain(X509_STORE_CTX* check) {
+bool HoldsAuthority(const Certificates& certificates) {
+    for (int i = 0; i < sk_X509_num(certificates.get()); ++i)
+        if (IsAuthority(sk_X509_value(certificates.get(), i))) return true;
+    return false;
+}
+
+/// An authority of that name would have been found, were it the one that has issued.
+bool DoesNobodysIssuerEndTheChain(X509_STORE_CTX* check) {
     STACK_OF(X509)* const chain = X509_STORE_CTX_get0_chain(check);
     if (sk_X509_num(chain) == 0) return false;
-    X509* const last = sk_X509_value(chain, sk_X509_num(chain) - 1);
-    return sk_X509_num(TrustedIssuers(check, last).get()) > 0;
+    const Certificates named = TrustedIssuers(check, sk_X509_value(chain, sk_X509_num(chain) - 1));
+    return sk_X509_num(named.get()) > 0 && !HoldsAuthority(named);
 }
 
 }  // namespace
@@ -142,11 +149,18 @@ int VerifyChain(X509_STORE_CTX* check) {
         return 0;
     }
     const int error = X509_STORE_CTX_get_error(check);
-    if (verified || (IsMissingIssuer(error) && DoesSomebodyTrustedEndTheChain(check)))
+    if (verified || (IsMissingIssuer(error) && DoesNobodysIssuerEndTheChain(check)))
         X509_STORE_CTX_set_error(check, X509_V_ERR_INVALID_CA);
     else if (error == X509_V_OK)
         X509_STORE_CTX_set_error(check, X509_V_ERR_UNSPECIFIED);
     return 0;
+}
+
+bool IsNamesakeTrusted(X509_STORE_CTX* check) {
+    const int error = X509_STORE_CTX_get_error(check);
+    X509* const refused = X509_STORE_CTX_get_current_cert(check);
+    if (!refused || (!IsMissingIssuer(error) && error != X509_V_ERR_CERT_SIGNATURE_FAILURE)) return false;
+    return HoldsAuthority(Certificates(X509_STORE_CTX_get1_certs(check, X509_get_issuer_name(refused))));
 }
 
 ProofEnd EndOfChain(const void* chain) {

@@ -33,6 +33,10 @@ void LetOnlyAuthoritiesVouch(x509_store_st* trusted, std::shared_ptr<const Revoc
 ///         That is asked last: of who would not be let in anyway nobody hears whether he is in the list
 int VerifyChain(x509_store_ctx_st* check);
 
+/// Of a check that VerifyChain refused: whether the issuer that lacks, or whose key does not fit, bears the name of an
+/// authority that is trusted. That is another one then.
+bool IsNamesakeTrusted(x509_store_ctx_st* check);
+
 /// When a proof ends.
 using ProofEnd = std::chrono::system_clock::time_point;
 
