@@ -12,6 +12,8 @@ namespace LumPalNet {
 
 /// A peer that cannot be reached.
 LUMPAL_DECLARE_EXCEPTION(LUMPAL_API, ConnectException_t, LumPalIo::IOException_t);
+/// A peer that was sent a request, whole or in part, and has not answered: what it asks for may be done.
+LUMPAL_DECLARE_EXCEPTION(LUMPAL_API, UnansweredException_t, ConnectException_t);
 
 /// A parsed target address, the part of RFC 3986 that a target needs:
 ///

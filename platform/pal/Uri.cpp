@@ -135,5 +135,6 @@ URI_t::URI_t(const String_t& given) : text(given) {
 }
 
 LUMPAL_DEFINE_EXCEPTION(ConnectException_t);
+LUMPAL_DEFINE_EXCEPTION(UnansweredException_t);
 
 }  // namespace LumPalNet

@@ -5,19 +5,28 @@
 #include <openssl/x509_vfy.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <iterator>
 #include <string_view>
+
+#include "../pal/SystemError.h"
+#include "LumPalRuntime.h"
 
 namespace LumVoxRpc {
 
 const char* const kTrustAdvice =
     "Install that of the authority which has issued the host's certificate: 'lumtrust trust FILE'.";
 
+const char* const kNoAnswerAdvice =
+    "A node that waits for a consumer answers 'lumpolicy status' meanwhile; one that leaves that unanswered too hangs.";
+
 namespace {
 
 constexpr const char* kNewCertificateThere =
     "The host needs a new one ('lumtrust request' and 'lumtrust install' there), unless the clock here is wrong.";
-constexpr const char* kNewCertificateHere = "Get a new one: 'lumtrust request', then 'lumtrust install'.";
+constexpr const char* kNewCertificateHere =
+    "Get a new one: for an operator's folder by 'lumtrust operator', for a node by 'lumtrust request', then 'lumtrust "
+    "install'.";
 constexpr const char* kStronger =
     "The host needs one with a stronger key and digest, as 'lumtrust request' makes them.";
 
@@ -30,6 +39,10 @@ struct Row {
 
 constexpr const char* kUnknownIssuer = "its issuer{issuer} is not trusted here";
 constexpr const char* kIssuerOfNobody = "its issuer{issuer} is trusted, but only for itself: it is no authority";
+constexpr const char* kOtherIssuer = "its issuer{issuer} is another authority than the trusted one of the same name";
+constexpr const char* kUnlessOther =
+    "If it is known to be the right one, trust it beside the other: 'lumtrust trust FILE --alias ALIAS'; else the host "
+    "needs a certificate of the authority that is trusted here.";
 constexpr const char* kUnlessTrusted =
     "If it is known to be the right one, trust the authority that has issued it: 'lumtrust trust FILE'.";
 
@@ -109,7 +122,9 @@ constexpr const char* kRefused = "the certificate of the host was refused: ";
 
 Explanation ExplainVerdict(const SeenFailure& seen) {
     const std::string words = X509_verify_cert_error_string(seen.verdict);
-    const Row* const row = Find(std::begin(kVerdicts), std::end(kVerdicts), seen.verdict);
+    const Row namesake{seen.verdict, kOtherIssuer, kUnlessOther};
+    const Row* const row =
+        seen.isOfNamesake ? &namesake : Find(std::begin(kVerdicts), std::end(kVerdicts), seen.verdict);
     if (!row) return {kRefused + words, "'lumtrust list' tells whom this node trusts."};
     Explanation explained = Filled(*row, seen);
     explained.cause = kRefused + explained.cause + " (" + words + ")";
@@ -156,16 +171,29 @@ Explanation ExplainTime(const SeenFailure& seen) {
     if (seen.isStopping) return {"this program ends", ""};
     return {
         (seen.wasConnected ? "no answer within " : "no connection within ") + std::to_string(seen.seconds) + " seconds",
-        ""};
+        seen.wasConnected ? kNoAnswerAdvice : ""};
+}
+
+/// Whether nobody listens at a port of this node. The plain road leads to no other.
+bool IsUnserved(const SeenFailure& seen) {
+    const bool isHere = !seen.tls || seen.host == "localhost";
+    return isHere && seen.system == LumPalIo::SystemErrorText(ECONNREFUSED).ToUtf8();
 }
 
 Explanation ExplainCode(const SeenFailure& seen) {
-    if (seen.code == CURLE_COULDNT_CONNECT && !seen.system.empty()) return {seen.system, ""};
+    if (seen.code == CURLE_COULDNT_CONNECT && !seen.system.empty())
+        return {seen.system, IsUnserved(seen) ? StartAdvice() : ""};
     const Row* const row = Find(std::begin(kCodes), std::end(kCodes), seen.code);
     return row ? Filled(*row, seen) : Explanation{"the request failed (" + seen.words + ")", ""};
 }
 
 }  // namespace
+
+/// The root may be a folder from which somebody only calls nodes, and the port another one's.
+std::string StartAdvice() {
+    return "If the node in '" + LumPalRuntime::Dir_t::Path(LumPalRuntime::Root).ToUtf8() +
+           "' is meant, no daemon serves it: start it ('lumconfd', or 'systemctl start lumconfd').";
+}
 
 Explanation Explain(const SeenFailure& seen) {
     if (!seen.refusal.empty()) return {seen.refusal, ""};

@@ -9,21 +9,15 @@
 #include <type_traits>
 #include <vector>
 
-#include "../pal/SystemError.h"
 #include "CallFailure.h"
 #include "Crypto.h"
 #include "HostNames.h"
 #include "LumPalDaemon.h"
-#include "LumPalNet.h"
-#include "LumSecPki.h"
-#include "LumVoxSoap.h"
 #include "TlsIdentity.h"
 #include "Vouching.h"
 
 namespace LumVoxRpc {
 namespace {
-
-using LumPalStr::String_t;
 
 constexpr int kStartsOver = 2;
 constexpr long kProbeMs = 2000;
@@ -112,14 +106,6 @@ bool IsNoTls(unsigned long failure) {
             reason == SSL_R_BAD_RECORD_TYPE || reason == SSL_R_HTTP_REQUEST);
 }
 
-[[noreturn]] void RaiseFailure(bool connected, const HttpTarget& target, const Explanation& why) {
-    LumPalMsg::CreateError_t message(connected ? "The connection to host '%1' port %2 failed: %3."
-                                               : "Cannot connect to host '%1' port %2: %3.");
-    message << String_t::FromUtf8(target.host) << target.port << String_t::FromUtf8(why.cause);
-    if (!why.advice.empty()) message.AddDetails(LumPalMsg::CreateInfo_t(String_t::FromUtf8(why.advice)));
-    throw LumPalNet::ConnectException_t(message);
-}
-
 }  // namespace
 
 HttpClient::Handle::Handle(const std::string& key) : key(key), curl(NewHandle()) {
@@ -132,6 +118,7 @@ HttpClient::Handle::~Handle() {
 
 HttpAnswer HttpClient::Handle::Post(const HttpTarget& target, const ClientIdentity& identity,
                                     const LumPalArray::CharArray_t& body, const ClientLimits& limits) {
+    wasSent = false;
     int code = Perform(target, identity, body, limits);
     // A kept connection was closed meanwhile: the peer of the new one must show first who it is.
     for (int again = 0; proof.MustStartOver() && again < kStartsOver; ++again) {
@@ -204,13 +191,25 @@ void HttpClient::Handle::SetUp(const HttpTarget& target, const ClientLimits& lim
     Set(curl, CURLOPT_XFERINFODATA, static_cast<void*>(this));
     Set(curl, CURLOPT_BUFFERSIZE, 262144L);
     Set(curl, CURLOPT_UPLOAD_BUFFERSIZE, 262144L);
+    WatchBody();
     Set(curl, CURLOPT_WRITEFUNCTION, &Collect);
     Set(curl, CURLOPT_WRITEDATA, static_cast<void*>(this));
 }
 
+/// The counters of the library forget what went over a connection that broke, when it tries another one.
+void HttpClient::Handle::WatchBody() {
+    const auto see = [](CURL*, curl_infotype what, char*, std::size_t, void* self) -> int {
+        if (what == CURLINFO_DATA_OUT) static_cast<Handle*>(self)->wasSent = true;
+        return 0;
+    };
+    Set(curl, CURLOPT_DEBUGFUNCTION, static_cast<curl_debug_callback>(see));
+    Set(curl, CURLOPT_DEBUGDATA, static_cast<void*>(this));
+    Set(curl, CURLOPT_VERBOSE, 1L);
+}
+
 void HttpClient::Handle::SetUpTls(const HttpTarget& target, const ClientIdentity& identity) {
     if (identity.trusted.find("-----BEGIN") == std::string::npos) {
-        RaiseFailure(false, target, {"no trusted certificate is installed on this node", kTrustAdvice});
+        Raise(Reached::Nobody, target, {"no trusted certificate is installed on this node", kTrustAdvice});
     }
     // Nothing but the node's own trust counts, whatever the host system trusts.
     SetBlob(curl, CURLOPT_CAINFO_BLOB, identity.trusted);
@@ -252,6 +251,7 @@ int HttpClient::Handle::VerifyPeer(x509_store_ctx_st* context, void* self) try {
     if (LumSecCore::VerifyChain(context) != 1) {
         X509* const refused = X509_STORE_CTX_get_current_cert(context);
         handle.seen.verdict = X509_STORE_CTX_get_error(context);
+        handle.seen.isOfNamesake = LumSecCore::IsNamesakeTrusted(context);
         handle.refused = Shared(refused ? refused : certificate);
         return 0;
     }
@@ -335,61 +335,6 @@ bool HttpClient::Handle::SpeaksTls(const HttpTarget& target) {
     Set(probe.get(), CURLOPT_SSL_VERIFYHOST, 0L);
     Set(probe.get(), CURLOPT_TIMEOUT_MS, kProbeMs);
     return curl_easy_perform(probe.get()) == CURLE_OK;
-}
-
-void HttpClient::Handle::SeeTime(const ClientLimits& limits) {
-    curl_off_t requestBegun = 0;
-    curl_easy_getinfo(curl, CURLINFO_PRETRANSFER_TIME_T, &requestBegun);
-    const bool connected = requestBegun > 0;
-    seen.isStopping = LumPalRuntime::IsStopping();
-    seen.wasConnected = true;
-    seen.seconds = limits.idleSeconds;
-    if (seen.code != CURLE_OPERATION_TIMEDOUT) return;
-    seen.isStopping = false;
-    seen.wasConnected = limits.callSeconds > 0 && (connected || limits.callSeconds <= limits.connectSeconds);
-    seen.seconds = seen.wasConnected ? limits.callSeconds : limits.connectSeconds;
-}
-
-void HttpClient::Handle::SeeCertificates(const ClientIdentity& identity) {
-    seen.issuer = refused.GetIssuerCN().ToUtf8();
-    seen.end = refused.GetNotAfter().ToUtf8();
-    if (identity.own.certificate.empty()) return;
-    const std::string& pem = identity.own.certificate;
-    const auto own = LumSecPki::ReadCertificate(LumPalArray::CharArray_t(pem.data(), pem.size()));
-    seen.ownIssuer = own.GetIssuerCN().ToUtf8();
-    seen.ownStart = LumSecPki::StartToCome(own).ToUtf8();
-    if (LumSecPki::SecondsLeft(own) < 0) seen.ownEnd = own.GetNotAfter().ToUtf8();
-}
-
-/// Completes what was seen.
-void HttpClient::Handle::See(int code, const HttpTarget& target, const ClientIdentity& identity,
-                             const ClientLimits& limits) {
-    long number = 0;
-    curl_easy_getinfo(curl, CURLINFO_OS_ERRNO, &number);
-    seen.code = code;
-    seen.words = error[0] ? error : curl_easy_strerror(static_cast<CURLcode>(code));
-    if (number != 0) seen.system = LumPalIo::SystemErrorText(static_cast<int>(number)).ToUtf8();
-    seen.tls = target.tls;
-    seen.host = target.host;
-    SeeTime(limits);
-    if (target.tls) return SeeCertificates(identity);
-    const bool wasClosed = code == CURLE_GOT_NOTHING || code == CURLE_RECV_ERROR || code == CURLE_SEND_ERROR;
-    seen.isOther = wasClosed && SpeaksTls(target);
-}
-
-void HttpClient::Handle::Fail(int code, const HttpTarget& target, const ClientIdentity& identity,
-                              const ClientLimits& limits) {
-    const String_t host = String_t::FromUtf8(target.host);
-    if (code == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
-    if (tooLong) {
-        throw LumVoxSoap::SOAPFormatException(
-            LumPalMsg::CreateError_t("The answer of host '%1' port %2 is longer than %3 bytes.")
-            << host << target.port << LumPalStr::NumToStr(static_cast<unsigned long long>(mostBytes)));
-    }
-    curl_off_t ready = 0;
-    curl_easy_getinfo(curl, CURLINFO_PRETRANSFER_TIME_T, &ready);
-    See(code, target, identity, limits);
-    RaiseFailure(ready != 0, target, Explain(seen));
 }
 
 }  // namespace LumVoxRpc

@@ -34,8 +34,12 @@ struct HttpClient::Handle {
 
 private:
     void SetUp(const HttpTarget& target, const ClientLimits& limits);
+    void WatchBody();
     void SetUpTls(const HttpTarget& target, const ClientIdentity& identity);
     void SetBody(const LumPalArray::CharArray_t& body);
+    enum class Reached { Nobody, Connected, Sent };
+    Reached HowFar() const;
+    [[noreturn]] static void Raise(Reached reached, const HttpTarget& target, const Explanation& why);
     [[noreturn]] void Fail(int code, const HttpTarget& target, const ClientIdentity& identity,
                            const ClientLimits& limits);
     void See(int code, const HttpTarget& target, const ClientIdentity& identity, const ClientLimits& limits);
@@ -62,6 +66,7 @@ private:
     HttpAnswer answer;
     std::uint64_t mostBytes = 0;
     bool tooLong = false;
+    bool wasSent = false;  ///< something of the body, over whichever connection of the last call
     std::chrono::steady_clock::duration longestIdle{};
     std::chrono::steady_clock::time_point lastMoved;
     std::int64_t bytesMoved = 0;

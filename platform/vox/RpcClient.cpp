@@ -80,6 +80,7 @@ void RequireServingNode(const HttpTarget& target) {
     throw LumPalNet::ConnectException_t(
         LumPalMsg::CreateError_t("Cannot connect to host '%1' port %2: this node does not serve, as '%3' is not "
                                  "there; nothing was sent.")
+            .AddDetails(LumPalMsg::CreateInfo_t(String_t::FromUtf8(StartAdvice())))
         << String_t::FromUtf8(target.host) << target.port << file.GetAbsolutePath());
 }
 
@@ -140,6 +141,7 @@ ClientLimits LimitsNow(ClientLimits limits, const HttpTarget& target) {
     if (left <= milliseconds(0)) {
         throw LumPalNet::ConnectException_t(
             LumPalMsg::CreateError_t("Cannot connect to host '%1' port %2: no answer within %3 seconds.")
+                .AddDetails(LumPalMsg::CreateInfo_t(kNoAnswerAdvice))
             << String_t::FromUtf8(target.host) << target.port << static_cast<unsigned>(innermost->whole.count()));
     }
     if (limits.callTime.count() > 0 && limits.callTime <= left) return limits;

@@ -1,5 +1,6 @@
 """Hosts that hang, for tests of what is waited for."""
 import socket
+import ssl
 import threading
 
 import pki
@@ -18,9 +19,13 @@ class Silent:
     def accept(self):
         while True:
             try:
-                self.taken.append(self.listener.accept()[0])
+                connection = self.listener.accept()[0]
             except OSError:
                 return
+            self.take(connection)
+
+    def take(self, connection):
+        self.taken.append(connection)
 
     def close(self):
         self.listener.shutdown(socket.SHUT_RDWR)
@@ -28,6 +33,24 @@ class Silent:
         self.thread.join()
         for connection in self.taken:
             connection.close()
+
+
+class Unanswering(Silent):
+    """Speaks TLS, reads what is sent to it, and never answers; one caller after another."""
+
+    def __init__(self, authority):
+        self.context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+        self.context.load_cert_chain(*authority.issue("unanswering"))
+        self.read = []
+        super().__init__()
+
+    def take(self, connection):
+        try:
+            with self.context.wrap_socket(connection, server_side=True) as caller:
+                while chunk := caller.recv(65536):
+                    self.read.append(chunk)
+        except OSError:
+            pass  # the caller has gone
 
 
 class CallsOthers:

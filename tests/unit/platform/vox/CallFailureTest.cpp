@@ -6,6 +6,8 @@
 #include <openssl/ssl.h>
 #include <openssl/x509_vfy.h>
 
+#include <tuple>
+
 namespace LumVoxRpc {
 namespace {
 
@@ -38,6 +40,33 @@ TEST(CallFailure, EachVerdictOnACertificateSaysWhoseItIsAndWhatToDo) {
         EXPECT_TRUE(why.cause.starts_with("the certificate of the host was refused: ")) << why.cause;
         EXPECT_TRUE(why.advice.ends_with('.')) << verdict;
         EXPECT_FALSE(Has(why.cause, "{")) << why.cause;
+    }
+}
+
+TEST(CallFailure, AnIssuerThatIsOnlyCalledLikeATrustedOneIsAnotherOne) {
+    for (const int verdict : {X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY, X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN,
+                              X509_V_ERR_CERT_SIGNATURE_FAILURE}) {
+        SeenFailure seen = Seen(CURLE_PEER_FAILED_VERIFICATION);
+        seen.verdict = verdict;
+        seen.issuer = "authority";
+        seen.isOfNamesake = true;
+        const Explanation why = Explain(seen);
+        EXPECT_TRUE(
+            Has(why.cause, "its issuer 'authority' is another authority than the trusted one of the same name"));
+        EXPECT_TRUE(Has(why.advice, "--alias"));
+    }
+}
+
+TEST(CallFailure, OnlyAPortOfThisNodeIsToldHowItsDaemonIsStarted) {
+    for (const auto& [host, tls, told] : {std::tuple("localhost", true, true), std::tuple("127.0.0.1", false, true),
+                                          std::tuple("127.0.0.1", true, false), std::tuple("node", true, false)}) {
+        SeenFailure seen = Seen(CURLE_COULDNT_CONNECT);
+        seen.host = host;
+        seen.tls = tls;
+        seen.system = "Connection refused";
+        EXPECT_EQ(Has(Explain(seen).advice, "start it"), told) << host;
+        seen.system = "Network is unreachable";
+        EXPECT_EQ(Explain(seen).advice, "") << host;
     }
 }
 
