@@ -51,10 +51,19 @@ std::vector<NodeStatus::Certificate> CertificatesBeside(const std::vector<X509Ce
     return found;
 }
 
+/// The text, and behind it what led to it: the first detail of each level. All of them may be thousands of lines.
+String_t WithCause(const LumPalMsg::Message_t& message) {
+    String_t text = message.Format(LumPalMsg::Text);
+    for (auto below = message.GetDetails(); below.GetMessageCount() > 0; below = below.GetMessage(0).GetDetails()) {
+        text += " " + below.GetMessage(0).Format(LumPalMsg::Text);
+    }
+    return text;
+}
+
 std::vector<NodeStatus::Error> LastErrors() {
     std::vector<NodeStatus::Error> errors;
     for (const LumPalLog::LoggedError& error : LumPalLog::GetLastErrors()) {
-        errors.push_back({error.time, error.message.Format(LumPalMsg::Text)});
+        errors.push_back({error.time, WithCause(error.message)});
     }
     return errors;
 }

@@ -255,7 +255,7 @@ class Status(HealthTest):
         self.assertRegex(told.out, r"(?m)^settings +BROKEN: ")
         self.assertIn("broken.ini", told.out)
         self.assertIn("settings policies cannot be merged", told.err)
-        self.assertRegex(told.out, r"(?m)^error +\d{4}-\d\d-\d\d ")
+        self.assertRegex(told.out, r"(?m)^error +\d{4}-\d\d-\d\d .*Line 1 of 'broken\.ini")
         self.assertEqual(node.tool("lumconfd", "--status").code, FAILED)
 
     def test_it_tells_how_the_port_is_served_and_not_what_the_settings_say_by_now(self):
