@@ -57,7 +57,7 @@ private:
     void CheckSettings(const std::vector<String_t>& names);
     void CheckSettingsOf(const String_t& name);
     void AddInFile(const String_t& name, Place place, const Message_t& message) {
-        faults.push_back({place.line, place.column, message, true, name});
+        faults.push_back({place.line, place.column, message, false, name});
     }
     File_t DataFile(const String_t& name) const { return File_t(File_t(file.GetAbsolutePath()).GetParentFile(), name); }
 
@@ -183,7 +183,7 @@ void Checker::CheckNames(const std::vector<String_t>& names) {
 
 /// An install opens it too, also where it has no size.
 void Checker::CheckOpens(const String_t& name, Place place) {
-    if (!IsThere(DataFile(name))) return Add(place, Make(msg::DataFileAbsent, Shown(name)));
+    if (!DataFile(name).Exists()) return Add(place, Make(msg::DataFileAbsent, Shown(name)));
     Try(place, [&] { LumPalIo::OpenPlainFile(DataFile(name)); });
 }
 
@@ -203,7 +203,7 @@ void Checker::CheckSizes(const std::vector<String_t>& names) {
         Add({}, Make(msg::PolicyBeyondBody, Number(whole), Number(mostBytes)));
 }
 
-/// As the node merges them: one bad line, and it keeps the settings that it has.
+/// As the node merges them: one bad line, and it keeps the settings that it has. The policy itself it takes.
 void Checker::CheckSettings(const std::vector<String_t>& names) {
     std::set<String_t> looked;
     for (const String_t& name : names) {

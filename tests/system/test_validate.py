@@ -53,6 +53,7 @@ class Refused(Files):
         self.assertEqual(len(faults), 1, faults)
         self.assertIn(said, faults[0]["text"])
         self.assertTrue(faults[0]["refused"])
+        self.assertNotRegex(faults[0]["text"], r"[Ll]ine \d+, column \d+: ", "it has members of its own")
         place = line_of(path, at) if at else (None, None)
         self.assertEqual((faults[0]["line"], faults[0]["column"]), place, faults)
         text = self.node.policy("validate", path).err
@@ -130,6 +131,12 @@ class Odd(Files):
         self.assertEqual(len(faults), 1, faults)
         self.assertIn("Line 3, column 1 of 'b.ini' is no comment", faults[0]["text"])
         self.assertEqual([faults[0][name] for name in ("file", "line", "column")], ["b.ini", 3, 1])
+
+    def test_a_folder_in_the_place_of_a_data_file_is_called_one(self):
+        path = self.write(files={"data": b""})
+        (path.parent / "data").unlink()
+        (path.parent / "data").mkdir()
+        self.assertIn("Is a directory", self.faults(path)[0]["text"])
 
     def test_all_lines_of_settings_that_are_none_are_told_at_once_each_once_with_their_places(self):
         path = self.write(files={"a.ini": b"x=1\n[a]\n  nonsense\r\ny=\\q\n", "b.ini": b"[b\nz=1\n\xff\n"},
