@@ -3,6 +3,7 @@
 import json
 import os
 import pty
+import re
 import select
 import signal
 import subprocess
@@ -135,7 +136,7 @@ class Watch(OnACluster):
         out = cluster.folder / "out"
         with open(out, "wb") as stream:
             watch = self.watch(cluster, stdout=stream, stderr=subprocess.PIPE)
-        wait_until(lambda: "settings: read\n" in out.read_text(), "the first look is told")
+        wait_until(lambda: re.search(r"instance shop::stock: .*\n", out.read_text()), "the first look is told to its last line")
         first = out.read_text()
         settings.write_text("neither this nor that\n")
         wait_until(lambda: "settings: cannot be read (" in out.read_text(), "it is told")

@@ -1,6 +1,7 @@
 #include "AuditLog.h"
 
 #include <gtest/gtest.h>
+#include <atomic>
 
 #include <thread>
 #include <tuple>
@@ -113,7 +114,7 @@ TEST_F(AuditLogTest, EachModeOfAnOperationHasItsTwoLines) {
 TEST_F(AuditLogTest, ALineMoreStandsDirectlyBehindItsOwnUnderTheSameChoices) {
     TurnOn("failure");
     AuditLog log;
-    int made = 0;
+    std::atomic<int> made = 0;
     const auto more = [&made] {
         ++made;
         return LumPalMsg::Message_t(LumPalMsg::CreateWarn_t(String_t("more")));
