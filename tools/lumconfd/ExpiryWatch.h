@@ -3,8 +3,8 @@
 #pragma once
 
 #include "LumPalBell.h"
+#include "common/RevokedHere.h"
 #include "lumconfd/Expiry.h"
-#include "lumconfd/RevokedHere.h"
 
 namespace lumconfd {
 
@@ -22,7 +22,7 @@ public:
 private:
     // The thread's own.
     Expiry expiry;
-    RevokedLog revoked;
+    lumtools::RevokedLog revoked;
     LumPalThread::StepThread_t thread;
 };
 

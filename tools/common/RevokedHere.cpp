@@ -1,4 +1,4 @@
-#include "lumconfd/RevokedHere.h"
+#include "common/RevokedHere.h"
 
 #include <algorithm>
 
@@ -8,7 +8,7 @@
 #include "LumSecPki.h"
 #include "LumSecRevoked.h"
 
-namespace lumconfd {
+namespace lumtools {
 
 using LumPalMsg::MessageList_t;
 using LumPalStr::String_t;
@@ -23,7 +23,7 @@ using Certificates = std::vector<X509Certificate>;
 
 constexpr char kShown[] =
     "The node's certificate of '%1' in '%2' is revoked on this node: its own tools refuse it. 'lumtrust request' and "
-    "'lumtrust install' bring another one.";
+    "'lumtrust install' bring another one; in an operator's folder 'lumtrust operator' does.";
 constexpr char kNeeded[] =
     "The trusted certificate of '%1' in '%2' is revoked on this node, and nothing else that is trusted vouches for the "
     "node's own: its own tools refuse it.";
@@ -118,4 +118,4 @@ void RevokedLog::Look() try {
     // What is wrong with the settings, the key store or the list, the reload itself says.
 }
 
-}  // namespace lumconfd
+}  // namespace lumtools

@@ -1,4 +1,4 @@
-#include "lumconfd/CertificateCheck.h"
+#include "common/CertificateCheck.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -6,9 +6,9 @@
 #include "LumPalIo.h"
 #include "LumPalWhole.h"
 #include "LumSecPki.h"
-#include "lumconfd/RevokedHere.h"
+#include "common/RevokedHere.h"
 
-namespace lumconfd {
+namespace lumtools {
 
 using LumPalStr::String_t;
 using LumSecCore::NodeIdentity;
@@ -51,7 +51,7 @@ void CheckTrusted(const NodeIdentity& node, CertificateFindings& found) {
         CheckStrength(path, found);
     }
     if (!node.certificateInstalled || !node.trustedPaths.empty()) return;
-    found.warnings.emplace_back(
+    found.hindrances.emplace_back(
         "No certificate is trusted: nobody can call this node, nor its own tools: 'lumtrust trust FILE'.");
 }
 
@@ -59,8 +59,22 @@ void CheckOwn(const NodeIdentity& node, CertificateFindings& found) {
     if (!node.certificateInstalled) return;
     const std::string why = WhyNotNow(node.certificatePath);
     if (why.empty()) return;
-    found.problems.push_back("The node's own certificate '" + node.certificatePath.ToUtf8() + "': " + why +
-                             " 'lumtrust request' and 'lumtrust install' bring a new one.");
+    found.problems.push_back(
+        "The node's own certificate '" + node.certificatePath.ToUtf8() + "': " + why +
+        " 'lumtrust request' and 'lumtrust install' bring a new one; in an operator's folder 'lumtrust "
+        "operator' does.");
+}
+
+LumSecCore::X509Certificate ReadFirst(const String_t& path) {
+    return LumSecPki::ReadCertificate(
+        LumPalIo::ReadAtMost(LumPalIo::FileInputStream_t(path), LumSecPki::kLargestPemFile));
+}
+
+/// What cannot be read is told elsewhere.
+void CheckNames(const NodeIdentity& node, CertificateFindings& found) try {
+    const std::string why = node.certificateInstalled ? WhyNotForOwnTools(ReadFirst(node.certificatePath)) : "";
+    if (!why.empty()) found.hindrances.push_back(why);
+} catch (const LumSecCore::SecCoreException&) {
 }
 
 void CheckRevoked(const NodeIdentity& node, CertificateFindings& found) try {
@@ -92,14 +106,22 @@ void CheckModes(const char* part, CertificateFindings& found) {
 
 }  // namespace
 
-CertificateFindings FindInCertificates() {
+std::string WhyNotForOwnTools(const LumSecCore::X509Certificate& certificate) {
+    if (LumSecPki::NamesHost(certificate, "localhost")) return "";
+    return "The node's own certificate is not for 'localhost', as the tools of this node call it: they reach it by "
+           "'--host NAME' with a name that it bears. One that is for both: 'lumtrust request --host NAME', then "
+           "'lumtrust install'.";
+}
+
+CertificateFindings FindInCertificates(Whose whose) {
     CertificateFindings found;
     for (const char* part : {"own", "requested"}) CheckModes(part, found);
     const NodeIdentity node = NodeIdentity::Load();
     CheckOwn(node, found);
+    if (whose == Whose::Node) CheckNames(node, found);
     CheckTrusted(node, found);
     CheckRevoked(node, found);
     return found;
 }
 
-}  // namespace lumconfd
+}  // namespace lumtools

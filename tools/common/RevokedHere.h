@@ -9,7 +9,7 @@
 #include "LumPalMsg.h"
 #include "LumSecCore.h"
 
-namespace lumconfd {
+namespace lumtools {
 
 /// One that is revoked.
 struct RevokedHere {
@@ -40,4 +40,4 @@ private:
     std::set<std::string> told;
 };
 
-}  // namespace lumconfd
+}  // namespace lumtools
