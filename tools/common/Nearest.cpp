@@ -7,6 +7,7 @@ namespace lumtools {
 namespace {
 
 constexpr std::size_t kLongestTyped = 64;  // what is longer is no slip
+constexpr std::size_t kShortestCut = 3;
 
 /// How many characters have to be put in, taken out, changed, or to change places with the next one.
 std::size_t Distance(const std::string& a, const std::string& b) {
@@ -26,10 +27,18 @@ std::size_t Distance(const std::string& a, const std::string& b) {
     return least[a.size()][b.size()];
 }
 
+/// A word that is cut short, where it can be no other.
+std::string OnlyOneBegunBy(const std::string& typed, const std::vector<std::string>& words) {
+    const auto isBegun = [&typed](const std::string& word) { return word.starts_with(typed); };
+    if (typed.size() < kShortestCut || std::count_if(words.begin(), words.end(), isBegun) != 1) return "";
+    return *std::find_if(words.begin(), words.end(), isBegun);
+}
+
 }  // namespace
 
 std::string NearestOf(const std::string& typed, const std::vector<std::string>& words) {
     if (typed.size() > kLongestTyped) return "";
+    if (const std::string begun = OnlyOneBegunBy(typed, words); !begun.empty()) return begun;
     std::string nearest;
     std::size_t least = std::max<std::size_t>(typed.size() / 3, 1) + 1;
     for (const std::string& word : words) {

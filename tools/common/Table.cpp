@@ -1,10 +1,12 @@
 #include "common/Table.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
 #include <numeric>
+#include <optional>
 #include <ostream>
 #include <sstream>
 
@@ -60,6 +62,19 @@ bool IsControl(std::uint32_t point) {
     // Line and paragraph separators and the bidirectional controls rearrange a terminal's line too.
     const Range controls[] = {{0, 0x1F}, {0x7F, 0x9F}, {0x2028, 0x202E}, {0x2066, 0x2069}};
     return IsIn(std::begin(controls), std::end(controls), point);
+}
+
+std::optional<std::int64_t> NumberIn(const std::string& cell) {
+    std::int64_t number = 0;
+    const auto [end, error] = std::from_chars(cell.data(), cell.data() + cell.size(), number);
+    return error == std::errc() && end == cell.data() + cell.size() ? std::optional(number) : std::nullopt;
+}
+
+/// Whole numbers in front of texts, by what they count.
+bool IsBefore(const std::string& a, const std::string& b) {
+    const auto first = NumberIn(a), second = NumberIn(b);
+    if (first && second) return *first < *second;
+    return first || second ? first.has_value() : a < b;
 }
 
 }  // namespace
@@ -123,6 +138,20 @@ void Table::SetMarks(std::size_t column, Mark (*markOf)(const std::string&)) {
 
 void Table::KeepWhole(std::size_t column) {
     kept.insert(column);
+}
+
+void Table::SortBy(std::size_t column) {
+    std::stable_sort(rows.begin() + 1, rows.end(),
+                     [column](const auto& a, const auto& b) { return IsBefore(a[column], b[column]); });
+}
+
+std::string Table::LinesOf(const std::vector<std::size_t>& columns) const {
+    std::string lines;
+    for (auto row = rows.begin() + 1; row != rows.end(); ++row) {
+        for (const std::size_t column : columns) lines += (column == columns.front() ? "" : " ") + (*row)[column];
+        lines += "\n";
+    }
+    return lines;
 }
 
 void Table::Print(std::ostream& out, const TableLayout& layout) const {

@@ -49,6 +49,10 @@ public:
     void SetMarks(std::size_t column, Mark (*markOf)(const std::string& cell));
     /// Shortens the cells of a column only when those of all other columns cannot be shorter.
     void KeepWhole(std::size_t column);
+    /// Sorts the rows by a column, numbers by what they count; rows that are equal there stay as they are.
+    void SortBy(std::size_t column);
+    /// The cells of some columns, a line for each row, with blanks between them.
+    std::string LinesOf(const std::vector<std::size_t>& columns) const;
     void Print(std::ostream& out, const TableLayout& layout = {}) const;
 
 private:

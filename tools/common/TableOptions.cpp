@@ -8,8 +8,12 @@ CLI::Option* AddForms(CLI::App& command, std::string& form, const std::vector<st
 }
 
 void TableOptions::AddTo(CLI::App& command, bool& json) {
-    AddForms(command, form, {"table", "wide", "json"}, "table, wide (whole), or json")
-        ->each([&json](const std::string& word) { json = json || word == "json"; });
+    AddTo(command, json, {"table", "wide", "json"}, "table, wide (whole), or json");
+}
+
+void TableOptions::AddTo(CLI::App& command, bool& json, const std::vector<std::string>& forms,
+                         const std::string& text) {
+    AddForms(command, form, forms, text)->each([&json](const std::string& word) { json = json || word == "json"; });
     command.add_flag("--no-headers", noHeaders, "Leave the line of headings out");
 }
 

@@ -22,8 +22,12 @@ public:
     /// As TableLayout::ForOutput, but for what was chosen.
     TableLayout GetLayout() const;
 
-private:
+protected:
+    void AddTo(CLI::App& command, bool& json, const std::vector<std::string>& forms, const std::string& text);
+
     std::string form = "table";
+
+private:
     bool noHeaders = false;
 };
 

@@ -129,6 +129,7 @@ Table TableFor(const std::vector<Listed>& lines, const ListForm& form, bool hasM
         table.Add(cells(
             line.host, [&](const Column& c) { return c.cell(*line.policy); }, Missing(*line.policy)));
     }
+    if (form.hasHosts) table.KeepWhole(0);
     table.SetMarks(static_cast<std::size_t>(ColumnOf("status") - kColumns) + (form.hasHosts ? 1 : 0), MarkOf);
     return table;
 }

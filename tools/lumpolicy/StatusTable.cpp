@@ -118,7 +118,7 @@ std::string StatusTable(const std::vector<std::pair<std::string, const Answer*>>
         }
         table.Add(Row(host, isWide, [&answer = *answer](const Column& column) { return column.cell(answer); }));
     }
-    table.KeepWhole(0);
+    for (const std::size_t whose : {0, 1}) table.KeepWhole(whose);  // the node, and its state
     for (std::size_t i = 1; i <= std::size(kColumns); ++i) table.SetMarks(i, MarkOf);
     std::ostringstream out;
     table.Print(out, layout);

@@ -8,8 +8,8 @@
 
 #include "common/Arguments.h"
 #include "common/ExitCode.h"
+#include "common/ListOptions.h"
 #include "common/NodeAccess.h"
-#include "common/Table.h"
 
 namespace lumtrust {
 
@@ -51,22 +51,25 @@ int Reinstate(const CertificateChoice& choice) {
     return lumtools::kDone;
 }
 
+const lumtools::ListColumns kColumns{{"SERIAL", "ISSUER", "SUBJECT", "REVOKED"}, {0}};
+
 struct Shown {
     CertificateChoice only;
     bool json = false;
+    lumtools::ListOptions table;
 };
 
-void Print(const std::vector<RevocationList::Entry>& entries, bool json) {
+void Print(const std::vector<RevocationList::Entry>& entries, const Shown& shown) {
     nlohmann::ordered_json rows = nlohmann::ordered_json::array();
-    lumtools::Table table({"SERIAL", "ISSUER", "SUBJECT", "REVOKED"});
+    lumtools::Table table(kColumns.headings);
     for (const auto& [id, since, subject] : entries) {
         rows.push_back({{"serial", id.serial}, {"issuer", id.issuer}, {"subject", subject}, {"since", since}});
         table.Add({id.serial, id.issuer, subject, since});
     }
-    if (json) {
+    if (shown.json) {
         std::cout << nlohmann::ordered_json{{"revoked", rows}}.dump() << std::endl;
     } else {
-        table.Print(std::cout, lumtools::TableLayout::ForOutput());
+        std::cout << shown.table.TextOf(std::move(table)) << std::flush;
     }
 }
 
@@ -78,16 +81,16 @@ int ShowOne(const RevocationList& list, const Shown& shown) {
         one.Add(entry);
         if (one.Holds(meant.id)) found.push_back(entry);
     }
-    if (!found.empty() || shown.json) Print(found, shown.json);
+    if (!found.empty() || shown.json) Print(found, shown);
     if (found.empty()) std::cerr << "lumtrust: not revoked: " << TextOf(meant) << std::endl;
     return found.empty() ? lumtools::kNotFound : lumtools::kDone;
 }
 
 int Show(const Shown& shown) {
-    lumtools::RequireOpenNode();
+    lumtools::RequireOpenKeys();
     const auto list = RevocationList::Load();
     if (shown.only.IsGiven()) return ShowOne(*list, shown);
-    Print(list->Get(), shown.json);
+    Print(list->Get(), shown);
     return lumtools::kDone;
 }
 
@@ -123,6 +126,7 @@ void AddRevoked(CLI::App& app, Actions& actions) {
     revoked->add_option("CERTIFICATE", shown->only.what, "Only this one: its file, or its SHA-256 fingerprint");
     AddSerialAndIssuer(*revoked, shown->only);
     revoked->add_flag("--json", shown->json, "Print one JSON object");
+    shown->table.AddTo(*revoked, shown->json, kColumns);
     actions.emplace_back(revoked, [shown] { return Show(*shown); });
 }
 

@@ -7,9 +7,9 @@
 #include "LumSecRights.h"
 #include "common/Arguments.h"
 #include "common/ExitCode.h"
+#include "common/ListOptions.h"
 #include "common/Nearest.h"
 #include "common/NodeAccess.h"
-#include "common/Table.h"
 #include "lumtrust/Command.h"
 #include "lumtrust/Revoked.h"
 #include "lumtrust/RightsFile.h"
@@ -29,7 +29,10 @@ struct Choices {
     std::vector<std::string> rights;
     CertificateChoice certificate;
     bool json = false, force = false;
+    lumtools::ListOptions table;
 };
+
+const lumtools::ListColumns kColumns{{"SENDER", "RIGHTS"}, {0}};
 
 std::string AllRights() {
     std::string text;
@@ -67,11 +70,22 @@ Changed Change(const std::string& sender, unsigned granted, unsigned revoked) {
     return {before, after};
 }
 
+/// Aliases of certificates stand in lists too, and look like senders.
+void HintAtCertificate(const std::string& name) {
+    for (const char* part : {"own", "trusted"}) {
+        if (!LumSecCore::IsAlias(Text(name)) || !StoreFile(part, Text(name), ".pem").Exists()) continue;
+        const std::string path = StoreFile(part, Text(name), ".pem").ToString().ToUtf8();
+        std::cerr << "lumtrust: a certificate of that name is revoked by "
+                  << Printable("'lumtrust revoke --certificate " + path + "'") << std::endl;
+    }
+}
+
 int ChangeAndTell(const std::string& sender, unsigned granted, unsigned revoked) {
     const auto [before, after] = Change(sender, granted, revoked);
     const std::string names = after ? LumSecAuth::RightNames(after).ToUtf8() : "no right";
     if (before == after) {
         std::cout << "nothing to do: " << Printable(sender) << " holds " << names << std::endl;
+        if (after == 0) HintAtCertificate(sender);
         return lumtools::kNothingToDo;
     }
     std::cout << Printable(sender) << ": " << names << std::endl;
@@ -105,7 +119,7 @@ int Show(const Choices& choices) {
     lumtools::RequireOpenNode();
     const RightsFile file;
     nlohmann::ordered_json senders = nlohmann::ordered_json::array();
-    lumtools::Table table({"SENDER", "RIGHTS"});
+    lumtools::Table table(kColumns.headings);
     for (const auto& [sender, bits] : file.Get()) {
         const std::string names = LumSecAuth::RightNames(bits).ToUtf8();
         senders.push_back({{"sender", sender}, {"rights", names}, {"bits", bits}});
@@ -114,7 +128,7 @@ int Show(const Choices& choices) {
     if (choices.json) {
         std::cout << nlohmann::ordered_json{{"rights", senders}}.dump() << std::endl;
     } else {
-        table.Print(std::cout, lumtools::TableLayout::ForOutput());
+        std::cout << choices.table.TextOf(std::move(table)) << std::flush;
     }
     const LumPalMsg::MessageList_t wrong = LumSecAuth::FindWrongRights();
     if (wrong.GetMessageCount() > 0)
@@ -147,6 +161,7 @@ void AddRights(CLI::App& app, Actions& actions) {
     actions.emplace_back(revoke, [choices] { return Revoke(*choices); });
     CLI::App* rights = app.add_subcommand("rights", "List who holds which rights on this node");
     rights->add_flag("--json", choices->json, "Print one JSON object");
+    choices->table.AddTo(*rights, choices->json, kColumns);
     actions.emplace_back(rights, [choices] { return Show(*choices); });
 }
 

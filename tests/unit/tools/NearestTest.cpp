@@ -19,6 +19,14 @@ TEST(Nearest, ASlipFindsItsWordAndAnotherWordFindsNone) {
     EXPECT_EQ(lumtools::Suggestion("dance", words), "");
 }
 
+TEST(Nearest, AWordThatIsCutShortFindsTheOnlyOneThatBeginsSo) {
+    const std::vector<std::string> words{"status", "explain", "check-config", "enable", "enroll"};
+    EXPECT_EQ(lumtools::NearestOf("stat", words), "status");
+    EXPECT_EQ(lumtools::NearestOf("check", words), "check-config");
+    EXPECT_EQ(lumtools::NearestOf("en", words), "");
+    EXPECT_EQ(lumtools::NearestOf("ex", words), "");
+}
+
 TEST(Nearest, AVeryLongWordIsNoSlip) {
     EXPECT_EQ(lumtools::NearestOf(std::string(1000000, 'l'), {"list"}), "");
 }

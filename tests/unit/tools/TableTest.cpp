@@ -109,6 +109,17 @@ TEST(Table, ACharacterIsAsWideAsATerminalShowsIt) {
     }
 }
 
+TEST(Table, RowsAreSortedByAColumnAndNumbersByWhatTheyCount) {
+    lumtools::Table table({"N", "B"});
+    for (const auto& row :
+         {std::vector<std::string>{"10", "x"}, {"text", "b"}, {"9", "y"}, {"", "a"}, {"-3", "z"}, {"9", "c"}})
+        table.Add(row);
+    table.SortBy(0);
+    EXPECT_EQ(table.LinesOf({0, 1}), "-3 z\n9 y\n9 c\n10 x\n a\ntext b\n");
+    table.SortBy(1);
+    EXPECT_EQ(table.LinesOf({1}), "a\nb\nc\nx\ny\nz\n");
+}
+
 TEST(Table, WithoutItsHeaderColumnsAreAsWideAsTheCells) {
     lumtools::Table table({"LONG HEADING", "B"});
     table.Add({"1", "2"});
