@@ -5,8 +5,9 @@ import signal
 import subprocess
 import unittest
 
+import pki
 from node import DONE, PATIENCE_S, TOOLS, UNREACHABLE, UNTOLD, Node, free_port, wait_until, write_policy
-from silent import CallsOthers
+from silent import CallsOthers, Unanswering
 from terminal import CTRL_C, Terminal
 
 INTERRUPTED, TERMINATED = 130, 143
@@ -109,6 +110,72 @@ class LongWork(CallsOthers, unittest.TestCase):
                          list(zip(map(str, files), ("done, nobody told", "unknown", "not asked"))))
         (self.node.folder / "gate").touch()
 
+    def test_a_change_that_is_sent_and_not_answered_in_time_says_that_it_may_be_done(self):
+        arguments, files = self.held_install("--timeout", "2")
+        result = self.node.policy(*arguments)
+        self.assertEqual(result.code, UNREACHABLE, result)
+        said = " ".join(result.err.split())
+        self.assertIn("The request was sent: the change may be done all the same.", said)
+        self.assertIn("Of 3 files the last one was not sent.", said)
+        (self.node.folder / "gate").touch()
+        self.assertEqual([one["id"] for one in self.node.list()], ["a", "b"], "and so it is")
+
+    def test_in_json_such_a_change_is_unknown_and_each_file_is_told(self):
+        arguments, files = self.held_install("--json", "--timeout", "2", "--force")
+        answer = json.loads(self.node.policy(*arguments).out)
+        self.assertEqual([(one["file"], one["result"]) for one in answer["files"]],
+                         list(zip(map(str, files), ("done, nobody told", "unknown", "not tried"))))
+        self.assertIs(answer["changed"], True, "the first one")
+        (self.node.folder / "gate").touch()
+
+    def test_of_a_package_that_is_not_answered_it_is_unknown_whether_it_has_changed_anything(self):
+        _, files = self.held_install()
+        for command in ("install", "--package"), ("apply",):
+            with self.subTest(command):
+                answer = json.loads(self.node.policy(*command, "--json", "--timeout", "2", files[1]).out)
+                self.assertEqual((answer["result"], answer["changed"]), ("unreachable", None), answer)
+                if command == ("apply",):
+                    self.assertEqual(answer["policies"][0]["result"], "unknown")
+                (self.node.folder / "gate").touch()
+                wait_until(lambda: self.node.policy("remove", "--id", "b", "--timeout", "2").code != UNREACHABLE, "it goes on")
+                (self.node.folder / "gate").unlink()
+        (self.node.folder / "gate").touch()
+
+    def test_a_node_that_dies_before_it_answers_may_have_done_it(self):
+        arguments, files = self.held_install("--json")
+        process = self.started(*arguments[:2], files[1])
+        wait_until((self.node.folder / "seen").exists, "the consumer is told")
+        self.node.daemon.kill()
+        answer = json.loads(process.communicate(timeout=PATIENCE_S)[0])
+        self.assertEqual((process.returncode, answer["changed"]), (UNREACHABLE, None), answer)
+        self.assertEqual(answer["files"][0]["result"], "unknown")
+        self.assertIn("may be done", answer["messages"][-1]["text"])
+
+    def test_a_question_that_is_not_answered_in_time_has_changed_nothing(self):
+        authority = pki.Authority()
+        self.addCleanup(authority.close)
+        pki.trust(self.node, authority)
+        listener = Unanswering(authority)
+        self.addCleanup(listener.close)
+        file = write_policy(self.node.folder / "source", "a", {"a.conf": b"data"}, name="a")
+        for command in (("install", file), ("install", "--package", file), ("apply", file)):
+            with self.subTest(command):
+                result = self.node.policy(*command, "--json", "--timeout", "2", "--host", f"localhost:{listener.port}")
+                self.assertEqual((result.code, result.json()["changed"]), (UNREACHABLE, False), result)
+                self.assertNotIn("may be done", result.out)
+        self.assertTrue(listener.read)
+        self.assertFalse([text for text in listener.read if b"install" in text.lower() and b"<list" not in text])
+
+    def test_a_change_that_reaches_nobody_has_changed_nothing(self):
+        _, files = self.held_install()
+        (self.node.folder / "gate").touch()
+        nobody = ("--json", "--host", f"127.0.0.1:{free_port()}")
+        for command in (("install", files[0]), ("install", "--package", files[0]), ("apply", files[0]), ("remove", "--all")):
+            with self.subTest(command):
+                result = self.node.policy(*command, *nobody)
+                self.assertEqual((result.code, result.json()["changed"]), (UNREACHABLE, False), result)
+                self.assertNotIn("may be done", result.out)
+
     def ended_at_the_first_question(self, *arguments):
         silent = self.silent()
         process = self.started(*arguments, "--host", f"127.0.0.1:{silent.port}")
@@ -130,7 +197,7 @@ class LongWork(CallsOthers, unittest.TestCase):
         for command in ("install", "apply"):
             with self.subTest(command, json=True):
                 answer = json.loads(self.ended_at_the_first_question(command, "--json", file)[0])
-                self.assertEqual((answer["result"], answer["code"]), ("not asked", INTERRUPTED))
+                self.assertEqual((answer["result"], answer["code"], answer["changed"]), ("not asked", INTERRUPTED, False))
                 rows = answer["files" if command == "install" else "policies"]
                 self.assertEqual([(row["file"], row["result"], row["code"]) for row in rows],
                                  [(file, "not asked", INTERRUPTED)])

@@ -69,6 +69,8 @@ class Changes(unittest.TestCase):
         for arguments in (["set-owner", "--all"], ["add-category", "--all"], ["add-category", " ", "--all"],
                           ["remove-category", "", "--all"], ["add-attribute", "word", "--all"],
                           ["remove-attribute", "word", "--all"], ["add-attribute", "=v", "--all"],
+                          ["add-attribute", "=", "--all"], ["disable", "--attribute", "=x"], ["remove", "--name", "a=b"],
+                          ["remove", "--type", "type", "--name", ""], ["remove", "--type", ""], ["disable", "--owner", ""],
                           ["enable"], ["enable", "a", "--all"]):
             with self.subTest(arguments=arguments):
                 result = self.change(*arguments, expected=WRONG_USAGE)

@@ -2,10 +2,11 @@
 """Nodes that hang: what a tool waits for them, and what it says then."""
 import fcntl
 import signal
+import subprocess
 import time
 import unittest
 
-from node import DONE, FAILED, SLOWNESS, UNREACHABLE, WRONG_USAGE, Node, free_port
+from node import DONE, EXAMPLES, FAILED, PATIENCE_S, SLOWNESS, UNREACHABLE, WRONG_USAGE, Node, free_port
 from silent import CallsOthers
 from terminal import CTRL_C, Terminal
 
@@ -72,6 +73,38 @@ class TimeLimits(CallsOthers, unittest.TestCase):
             self.assertEqual(terminal.end(), DONE, terminal.shown)
             self.assertIn("The running daemon has taken it up.", terminal.lines())
             self.assertNotIn("waiting for", "\n".join(terminal.lines()), "the line goes")
+
+    def test_a_change_of_trust_that_is_ended_while_it_waits_tells_what_became_of_it(self):
+        self.hang()
+        with Terminal(self.node.command("lumtrust", "grant", "somebody", "list"), self.node.environment()) as terminal:
+            terminal.await_text("waiting for the running daemon (")
+            terminal.press(CTRL_C)
+            self.assertEqual(terminal.end(), 130, terminal.shown)
+            said = " ".join(" ".join(terminal.lines()).split())
+            self.assertIn("The change was made, but the running daemon may not have taken it up; reload it.", said)
+            self.assertNotIn("waiting for", said, "the line goes")
+        self.assertIn("somebody", self.node.tool("lumtrust", "rights").out)
+        command = self.node.command("lumtrust", "grant", "another", "list")
+        with subprocess.Popen(command, env=self.node.environment(), stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                              text=True) as change:
+            self.assertIn("another: list", change.stdout.readline())
+            # It may not have begun to wait: then it ends as any program does.
+            change.terminate()
+            said = change.communicate(timeout=PATIENCE_S)[1]
+        self.assertIn((change.returncode, "The change was made" in said), ((143, True), (-15, False)))
+
+    def test_a_node_that_does_not_answer_in_time_may_wait_for_a_consumer_and_that_is_told(self):
+        advice = "A node that waits for a consumer answers 'lumpolicy status' meanwhile"
+        self.node.held_consumer("CHECK_POLICY:*")
+        result = self.ends_in_time("lumpolicy", "install", sorted(EXAMPLES.glob("*_header.xml"))[0], "--timeout", LIMIT_S)
+        self.assertEqual(result.code, UNREACHABLE, result)
+        self.assertIn(advice, " ".join(result.err.split()))
+        self.assertEqual(self.node.policy("status").code, DONE, "it is as the advice says")
+        (self.node.folder / "gate").touch()
+        self.hang()
+        for command in ("list", "status"):
+            result = self.ends_in_time("lumpolicy", command, "--timeout", LIMIT_S)
+            self.assertIn(advice, " ".join(result.err.split()))
 
     def test_the_status_of_a_daemon_that_hangs_shows_what_it_waits_for_until_ctrl_c(self):
         self.hang()

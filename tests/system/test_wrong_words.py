@@ -40,6 +40,9 @@ class WrongWords(unittest.TestCase):
         self.assert_said("lumpolicy list --nme y z", "there is no option '--nme'; did you mean '--name'? usage: ")
         self.assert_said("lumpolicy list --nme=y --tpye z", "there is no option '--nme'; did you mean '--name'? "
                          "lumpolicy: there is no option '--tpye'; did you mean '--type'? usage: ")
+        self.assert_said("lumpolicy install --pakage", "there is no option '--pakage'; did you mean '--package'? usage: ")
+        self.assert_said("lumtrust operator -x y", "there is no option '-x' usage: ")
+        self.assert_said("lumpolicy list -O wide", "there is no option '-O'; did you mean '-o'? usage: ")
         self.assert_said("lumtrust trust a b c", "not expected: 'b', 'c' usage: ")
 
     def test_what_is_missing_too_often_or_not_together_is_said_in_plain_words(self):

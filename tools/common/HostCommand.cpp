@@ -1,5 +1,6 @@
 #include "common/HostCommand.h"
 
+#include <algorithm>
 #include <iostream>
 #include <sstream>
 
@@ -36,6 +37,14 @@ std::string Indented(const std::string& text) {
 /// Those are named together, but to programs.
 bool IsNotTried(const Outcome& outcome) {
     return outcome.code == kFailed && !outcome.wasBegun;
+}
+
+/// What is said of several things at once is not all of the kind that counts for the whole.
+std::string WordFor(const Outcome& outcome) {
+    const auto outer = std::count_if(outcome.messages.begin(), outcome.messages.end(),
+                                     [](const MessageLine& line) { return line.level == 0; });
+    const bool isOfAll = outer <= 1 || outcome.code == kNothingToDo || outcome.code == kUntold;
+    return isOfAll ? std::string(": ") + outcome.Word() : "";
 }
 
 /// A signal's number, as a shell tells it.
@@ -92,7 +101,18 @@ Answer HostCommand::AskWithin(std::size_t index) const {
     const LumVoxRpc::CallBudget budget(GetTimeout());
     Answer answer = Ask(hosts[index]);
     AddLackingRight(hosts[index], GetRight(), answer.outcome);
+    if (ChangesNodes()) AddUnanswered(index, answer);
     return answer;
+}
+
+/// Who changes a node is told whether it can be otherwise than before, also when it did not answer.
+void HostCommand::AddUnanswered(std::size_t index, Answer& answer) const {
+    if (answer.outcome.code != kUnreachable && !answer.outcome.isUnanswered) return;
+    const bool mayBeDone = answer.outcome.isUnanswered && !work->WasOnlyAsked(index);
+    const bool wasChanged = answer.fields.contains("changed") && answer.fields["changed"] == true;
+    if (TellsChanged() && !wasChanged)
+        answer.fields["changed"] = mayBeDone ? nlohmann::ordered_json() : nlohmann::ordered_json(false);
+    if (mayBeDone) answer.outcome.messages.push_back({1, "The request was sent: the change may be done all the same."});
 }
 
 void HostCommand::AskAll() {
@@ -125,7 +145,17 @@ void HostCommand::PrintArrived(const std::vector<std::size_t>& arrived) {
     }
 }
 
+/// Of a node that has told nothing of it.
+void HostCommand::AddChanged(Answer& answer) const {
+    const Outcome& outcome = answer.outcome;
+    if (!TellsChanged() || answer.fields.contains("changed") || outcome.code == kDone) return;
+    const bool isUnknown = outcome.wasBegun && (outcome.code == kFailed || outcome.code == kInterrupted ||
+                                                outcome.code == kTerminated || outcome.code == kUntold);
+    answer.fields["changed"] = isUnknown ? nlohmann::ordered_json() : nlohmann::ordered_json(false);
+}
+
 void HostCommand::PrintNode(std::size_t index) {
+    AddChanged(work->GetAnswer(index));
     Print(hosts[index], work->GetAnswer(index));
     printed[index] = true;
 }
@@ -236,7 +266,7 @@ void HostCommand::Print(const std::string& host, const Answer& answer) const {
         std::cout << (many && answer.isBlock ? Indented(answer.text) : answer.text) << std::flush;
     }
     if (answer.outcome.code == kDone || IsNotTried(answer.outcome)) return;
-    PrintFailure(std::cerr, many ? host + ": " + answer.outcome.Word() : "", answer.outcome);
+    PrintFailure(std::cerr, many ? host + WordFor(answer.outcome) : "", answer.outcome);
 }
 
 void HostCommand::PrintTogether() const {

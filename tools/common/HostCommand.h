@@ -41,6 +41,8 @@ protected:
     virtual Outcome Prepare() { return {}; }
     /// Whether it changes nodes: then it goes on to the last of them although nobody reads its output any more.
     virtual bool ChangesNodes() const { return false; }
+    /// Whether the member "changed" says what became of a node.
+    virtual bool TellsChanged() const { return ChangesNodes(); }
     /// Whether all the work with a node may take longer than a question does.
     virtual bool TakesLong() const { return ChangesNodes(); }
     /// The right that its requests take, of LumConf::Right; 0 for what needs none but those to install and to list.
@@ -73,6 +75,8 @@ protected:
 
 private:
     Answer AskWithin(std::size_t index) const;
+    void AddUnanswered(std::size_t index, Answer& answer) const;
+    void AddChanged(Answer& answer) const;
     void AskAll();
     void PrintArrived(const std::vector<std::size_t>& arrived);
     void PrintNode(std::size_t index);

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "LumPalColumns.h"
+#include "LumPalNet.h"
 #include "common/Arguments.h"
 #include "common/Table.h"
 
@@ -24,9 +25,17 @@ bool IsHost(const std::string& text) {
            std::none_of(text.begin(), text.end(), isControl) && Text(text).ToUtf8() == text;
 }
 
+bool HasAddress(const std::string& host) try {
+    LumPalNet::URI_t(Text("https://" + host + "/"));
+    return true;
+} catch (const LumPalMsg::IllegalArgumentError_t&) {
+    return false;
+}
+
 void CheckHost(const std::string& host, const std::string& where) {
-    if (!IsHost(host)) {
-        throw CLI::ValidationError(where + ": '" + Printable(Text(host).ToUtf8()) + "' is no host");
+    if (!IsHost(host) || !HasAddress(host)) {
+        throw CLI::ValidationError(where + ": '" + Printable(Text(host).ToUtf8()) +
+                                   "' is no host: give HOST or HOST:PORT, an IPv6 address in brackets");
     }
 }
 

@@ -108,7 +108,7 @@ void PrintDetail(std::ostream& out, Priority priority, const MessageLine& line) 
 
 Outcome Failed(const LumPalMsg::Exception_t& e) {
     Outcome outcome = From(kFailed, e);
-    if (!IsNodeClosed()) return outcome;
+    if (!HasFailedForAccess(e.what())) return outcome;
     for (MessageLine& line : outcome.messages) ++line.level;
     outcome.messages.insert(outcome.messages.begin(), {0, ClosedNodeText()});
     outcome.code = kRefused;
@@ -165,6 +165,10 @@ Outcome Attempt(const std::function<void()>& request) {
     } catch (const LumConf::TransferException& e) {
         // The node answered: that is a failure, though the class stands below the next one.
         return From(kFailed, e);
+    } catch (const LumPalNet::UnansweredException_t& e) {
+        Outcome outcome = From(kUnreachable, e);
+        outcome.isUnanswered = true;
+        return outcome;
     } catch (const LumPalNet::ConnectException_t& e) {
         return From(kUnreachable, e);
     } catch (const LumPalMsg::IllegalArgumentError_t& e) {
@@ -190,7 +194,7 @@ void PrintFailure(std::ostream& out, const std::string& where, const Outcome& ou
     const Priority priority = PriorityOf(outcome.code);
     for (std::size_t i = 0; i < outcome.messages.size(); ++i) {
         const MessageLine& line = outcome.messages[i];
-        if (i == 0) {
+        if (i == 0 || line.level == 0) {
             PrintOuter(out, priority, KindOf(outcome.code) + (where.empty() ? "" : where + ": ") + line.text);
         } else {
             PrintDetail(out, priority, line);

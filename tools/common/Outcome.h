@@ -21,8 +21,9 @@ struct MessageLine {
 struct Outcome {
     ExitCode code = kDone;
     std::vector<MessageLine> messages;
-    bool wasBegun = true;  ///< false: nothing was asked of anybody before it was ended
-    unsigned message = 0;  ///< the number of the outer message in the catalogue; 0 for none
+    bool wasBegun = true;       ///< false: nothing was asked of anybody before it was ended
+    unsigned message = 0;       ///< the number of the outer message in the catalogue; 0 for none
+    bool isUnanswered = false;  ///< unreachable, but a request was sent: what it asked for may be done
 
     /// "done", "nothing to do", "not found", "refused", "failed", "unreachable", "done, nobody told", "unknown", "not
     /// asked", "not tried".

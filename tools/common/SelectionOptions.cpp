@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "common/Arguments.h"
+#include "common/Command.h"
 
 namespace lumtools {
 
@@ -18,21 +19,40 @@ Selection OfAttribute(const std::string& attribute) {
     return Selection().SetPolicyAttribute(Text(name), Text(value));
 }
 
+/// Nobody can look for a name that holds a "=": a node refuses such a policy.
+std::string IsSearched(const std::string& given) {
+    const std::string missing = IsGiven(given);
+    if (!missing.empty()) return missing;
+    return given.find('=') == given.npos ? "" : "'" + given + "' is no name: no policy has one with a '='";
+}
+
+std::string IsAttribute(const std::string& given) {
+    return given.empty() || given.front() == '=' ? "'" + given + "' is no attribute: give NAME or NAME=VALUE" : "";
+}
+
 }  // namespace
 
 void SelectionOptions::AddTo(CLI::App& command, Demand demanded) {
     demand = demanded;
     const std::string group = "Which policies";
-    command.add_option("--id", id, "The policy with this id")->group(group)->type_name("ID");
+    command.add_option("--id", id, "The policy with this id")->group(group)->type_name("ID")->check(lumtools::IsGiven);
     command.add_option("--name", name, "Policies of this name; \"type:name\" is a name of a type")
         ->group(group)
-        ->type_name("NAME");
-    command.add_option("--type", type, "Policies of this type")->group(group)->type_name("TYPE");
-    command.add_option("--owner", owner, "Policies of this owner")->group(group)->type_name("OWNER");
-    command.add_option("--category", category, "Policies in this category")->group(group)->type_name("CATEGORY");
+        ->type_name("NAME")
+        ->check(IsSearched);
+    command.add_option("--type", type, "Policies of this type")->group(group)->type_name("TYPE")->check(IsSearched);
+    command.add_option("--owner", owner, "Policies of this owner")
+        ->group(group)
+        ->type_name("OWNER")
+        ->check(lumtools::IsGiven);
+    command.add_option("--category", category, "Policies in this category")
+        ->group(group)
+        ->type_name("CATEGORY")
+        ->check(lumtools::IsGiven);
     command.add_option("--attribute", attribute, "Policies with this attribute, or with this name and value")
         ->group(group)
-        ->type_name("NAME[=VALUE]");
+        ->type_name("NAME[=VALUE]")
+        ->check(IsAttribute);
     command.add_flag("--all", all, "All policies")->group(group);
 }
 

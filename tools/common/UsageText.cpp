@@ -1,6 +1,7 @@
 #include "common/UsageText.h"
 
 #include <algorithm>
+#include <cctype>
 #include <optional>
 #include <string_view>
 
@@ -117,13 +118,28 @@ std::vector<std::string> InOrder(std::vector<std::string> words, const std::vect
     return words;
 }
 
+/// One letter is near to every other: only in another case it was probably meant.
+std::string NearOption(const std::string& name, const std::vector<std::string>& known) {
+    if (name.size() != 2) return Suggestion(name, known);
+    const auto isMeant = [&name](const std::string& one) {
+        return one.size() == 2 &&
+               std::tolower(static_cast<unsigned char>(one[1])) == std::tolower(static_cast<unsigned char>(name[1]));
+    };
+    const auto found = std::find_if(known.begin(), known.end(), isMeant);
+    return found == known.end() ? "" : "; did you mean '" + *found + "'?";
+}
+
+bool HasOption(const std::vector<std::string>& words) {
+    return std::any_of(words.begin(), words.end(), IsOption);
+}
+
 /// An option that there is not leaves its value behind, which is no fault of its own.
 std::vector<std::string> Unexpected(const CLI::App& command, const std::vector<std::string>& left) {
     const std::vector<std::string> known = OptionsOf(command);
     std::vector<std::string> texts, rest;
     for (const std::string& word : left) {
         const std::string name = word.substr(0, word.find('='));
-        IsOption(word) ? texts.push_back("there is no option " + Quoted(name) + Suggestion(name, known))
+        IsOption(word) ? texts.push_back("there is no option " + Quoted(name) + NearOption(name, known))
                        : rest.push_back(Quoted(word));
     }
     if (texts.empty()) texts.push_back("not expected: " + Joined(rest, ", "));
@@ -138,6 +154,10 @@ std::vector<std::string> TextsOf(const CLI::App& app, const CLI::App& command, c
     switch (static_cast<CLI::ExitCodes>(error.get_exit_code())) {
         case CLI::ExitCodes::ExtrasError:
             return Unexpected(command, InOrder(app.remaining(true), arguments));
+        // What is missing may well be what follows an option that there is not.
+        case CLI::ExitCodes::RequiredError:
+            if (HasOption(app.remaining(true))) return Unexpected(command, InOrder(app.remaining(true), arguments));
+            return {said};
         case CLI::ExitCodes::ExcludesError:
             return {OfTwo(said, " excludes ", " and ", " cannot be given together")};
         case CLI::ExitCodes::RequiresError:

@@ -2,8 +2,9 @@
 
 namespace lumpolicy {
 
-nlohmann::ordered_json WasChanged(lumtools::ExitCode code) {
-    switch (code) {
+nlohmann::ordered_json WasChanged(const lumtools::Outcome& outcome) {
+    if (outcome.code == lumtools::kUnreachable && !outcome.isUnanswered) return false;
+    switch (outcome.code) {
         case lumtools::kDone:
         case lumtools::kUntold:
             return true;

@@ -4,12 +4,12 @@
 
 #include <nlohmann/json.hpp>
 
-#include "common/ExitCode.h"
+#include "common/Outcome.h"
 
 namespace lumpolicy {
 
 /// true, false, or null where it is not known, as a request ended.
-nlohmann::ordered_json WasChanged(lumtools::ExitCode code);
+nlohmann::ordered_json WasChanged(const lumtools::Outcome& outcome);
 /// Of several: what was changed counts most, then what is not known.
 void JoinChanged(const nlohmann::ordered_json& part, nlohmann::ordered_json& whole);
 

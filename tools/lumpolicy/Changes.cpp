@@ -197,9 +197,9 @@ private:
         });
     }
 
-    /// An attribute without "=" would be sent with an empty value, which nobody means.
+    /// An attribute without "=" would be sent with an empty value, which nobody means; none has an empty name.
     void CheckPair() const {
-        if (row.argument && std::string(row.argument) == "NAME=VALUE" && words.find('=') == std::string::npos) {
+        if (row.argument && std::string(row.argument) == "NAME=VALUE" && words.find('=', 1) == std::string::npos) {
             throw CLI::ValidationError("'" + words + "' is no attribute: give NAME=VALUE");
         }
     }
@@ -212,7 +212,7 @@ private:
         refused.outcome = GuardTools(host);
         if (refused.outcome.code != lumtools::kDone) return refused;
         Answer answer = !dryRun && !selections.IsOne() ? SendEach(host) : SendWhole(host);
-        if (!dryRun && !answer.fields.contains("changed")) answer.fields["changed"] = WasChanged(answer.outcome.code);
+        if (!dryRun && !answer.fields.contains("changed")) answer.fields["changed"] = WasChanged(answer.outcome);
         if (IsOfStatus()) TellOddStatus(host, answer);
         return answer;
     }
@@ -315,7 +315,7 @@ private:
 
     static nlohmann::ordered_json WasAnyChanged(const std::vector<lumtools::Outcome>& outcomes) {
         nlohmann::ordered_json whole = false;
-        for (const lumtools::Outcome& one : outcomes) JoinChanged(WasChanged(one.code), whole);
+        for (const lumtools::Outcome& one : outcomes) JoinChanged(WasChanged(one), whole);
         return whole;
     }
 
@@ -325,7 +325,7 @@ private:
         for (const lumtools::Outcome& one : outcomes) {
             const bool isIdle = one.code == lumtools::kNothingToDo;
             const bool isBetter = joined.code == lumtools::kNothingToDo || joined.code == lumtools::kDone;
-            if (isBetter && !isIdle) joined = {one.code, joined.messages, true, one.message};
+            if (isBetter && !isIdle) joined = {one.code, joined.messages, true, one.message, one.isUnanswered};
             if (!isIdle) joined.messages.insert(joined.messages.end(), one.messages.begin(), one.messages.end());
         }
         if (joined.code == lumtools::kNothingToDo) joined.messages = outcomes.front().messages;

@@ -35,6 +35,7 @@ public:
 
 private:
     bool ChangesNodes() const override { return !dryRun; }
+    bool TellsChanged() const override { return false; }
     unsigned GetRight() const override { return row.right; }
 
     Answer Ask(const std::string& host) const override {
