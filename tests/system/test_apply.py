@@ -200,6 +200,17 @@ class OneNode(ApplyTest):
                             (good.replace(">enabled<", ">on<"), "neither 'enabled' nor 'disabled'")):
             bad.write_text(text)
             self.assertIn(words, self.apply(code=FAILED).err)
+        other = self.write("y")
+        other.write_text("no document")
+        bad.write_text(good.replace("z.conf", "gone.conf"))
+        said = self.apply(code=FAILED).err
+        for name in ("y_header.xml", "gone.conf"):
+            self.assertIn(name, said, "all of them at once")
+        self.assertEqual(said.count("lumpolicy: "), 2, said)
+        other.write_text(good)
+        bad.write_text(good)
+        self.write("x").write_text(good)
+        self.assertEqual(self.apply(code=WRONG_USAGE).err.count("lumpolicy: "), 2, "the same policy in three files")
         self.assertEqual((self.node.list(), self.changes()), ([], []))
 
     def test_a_policy_under_a_new_id_takes_the_place_of_the_old_one(self):
@@ -279,7 +290,7 @@ class OneNode(ApplyTest):
         self.assertEqual([(row["id"], row["result"], row["code"]) for row in answer["policies"]],
                          [("a", "unknown", INTERRUPTED), ("b", "unknown", INTERRUPTED),
                           ("c", "not asked", INTERRUPTED)])
-        self.assertTrue(answer["changed"])
+        self.assertIsNone(answer["changed"], "nobody knows")
 
     def test_thousands_of_policies_take_seconds(self):
         for i in range(MANY):

@@ -79,6 +79,19 @@ class Warnings(DocumentTest):
                     self.assertEqual(self.node.policy("install", *nodes, *options, path).err.count(said), 1)
         self.assertEqual(sorted(policy["id"] for policy in self.node.list()), ["d", "p2"])
 
+    def test_a_line_of_settings_that_breaks_the_merge_is_warned_of_before_it_is_sent(self):
+        path = write_policy(self.node.folder / "settings", "bad", {"a.ini": b"[a]\nb=c\nnonsense\n"},
+                            type_name="configsettings", owner="")
+        for command in (("install", "--dry-run"), ("apply", "--dry-run"), ("install", "--no-notify"), ("apply", "--no-notify")):
+            with self.subTest(command):
+                result = self.node.policy(*command, path)
+                said = " ".join(result.err.split())
+                self.assertIn("can merge no settings policy any more as long as this one is enabled", said)
+                self.assertIn("Line 3, column 1 of 'a.ini'", said)
+        self.assertEqual([one["id"] for one in self.node.list()], ["bad"], "the node takes it")
+        fault, = self.node.policy("validate", "--json", path).json()["faults"]
+        self.assertFalse(fault["refused"])
+
     def test_json_of_several_nodes_has_the_warnings_with_each(self):
         path, said = self.rows()[0]
         result = self.node.policy("install", "--json", "--no-notify", path, "--host", "localhost", "--host", "127.1.0.1:1")

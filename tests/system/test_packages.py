@@ -259,6 +259,13 @@ class Services(Packaged):
         self.await_listener()
         self.assertEqual(self.machine.run("systemctl", "is-active", "lumevents@all"), "active\n")
 
+    def test_a_unit_that_names_no_command_prints_its_events(self):
+        self.install()
+        self.machine.path("/etc/lumevents/plain").write_text("LUM_EVENTS=CHECK_POLICY:*\n")
+        self.machine.run("systemctl", "enable", "--now", "lumevents@plain")
+        self.await_listener()
+        self.assertIn("CHECK_POLICY:backup ", self.journal("lumevents@plain"))
+
     def test_an_upgrade_starts_the_daemon_anew_and_a_removal_stops_it(self):
         self.install()
         first = self.machine.run("systemctl", "show", "--property=MainPID", "--value", "lumconfd")

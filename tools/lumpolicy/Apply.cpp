@@ -69,7 +69,7 @@ Outcome DesiredCommand::Prepare() {
         wanted = ReadDesired(given);
         GivenPolicies shared;
         for (const DesiredPolicy& policy : wanted) {
-            warnings.Add(WarningsOf(policy.file));
+            warnings.Add(WarningsBeforeSending(policy.file));
             warnings.Add(shared.Add(policy.header));
         }
         if (!json) lumtools::PrintWarnings(std::cerr, warnings);

@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "common/Table.h"
+#include "lumpolicy/Changed.h"
 #include "lumpolicy/PolicyText.h"
 
 namespace lumpolicy::report {
@@ -141,6 +142,7 @@ void Join(Outcome& whole, const Outcome& part) {
         whole.code = part.code;
         whole.message = part.message;
     }
+    whole.isUnanswered = whole.isUnanswered || part.isUnanswered;
     whole.messages.insert(whole.messages.end(), part.messages.begin(), part.messages.end());
 }
 
@@ -171,7 +173,7 @@ void End(std::size_t index, const Outcome& outcome, Answer& answer) {
     if (IsDone(outcome)) {
         EndWell(row, outcome, answer);
     } else {
-        EndRow(row, outcome.Word(), outcome);
+        EndRow(row, outcome.isUnanswered ? "unknown" : outcome.Word(), outcome);
         Count("failed", answer);
     }
     Join(answer.outcome, outcome);
@@ -198,7 +200,7 @@ void EndEarly(const std::vector<DesiredPolicy>& wanted, Answer& answer) {
         EndRow(row, (wasSent ? unknown : notAsked).Word(), unknown);
         ++counts[wasSent];
     }
-    if (counts[1] > 0) answer.fields["changed"] = true;  // for all that is known
+    if (counts[1] > 0) JoinChanged(nullptr, answer.fields["changed"]);
     answer.outcome.messages.push_back({1, LeftText(counts[1], counts[0])});
 }
 

@@ -1,6 +1,7 @@
 #include "lumpolicy/DesiredState.h"
 
 #include <algorithm>
+#include <exception>
 #include <filesystem>
 #include <set>
 
@@ -224,10 +225,24 @@ std::vector<std::string> FindHeaders(const std::vector<std::string>& filesAndFol
 std::vector<DesiredPolicy> ReadDesired(const std::vector<std::string>& filesAndFolders) {
     Claims claims;
     std::vector<DesiredPolicy> policies;
-    for (const std::string& file : FindHeaders(filesAndFolders)) {
-        policies.push_back(DesiredPolicy::Read(file));
-        ClaimAll(policies.back(), claims);
+    LumPalMsg::MessageList_t wrong, contradictions;
+    std::exception_ptr last;
+    for (const std::string& file : FindHeaders(filesAndFolders)) try {
+            policies.push_back(DesiredPolicy::Read(file));
+            ClaimAll(policies.back(), claims);
+        } catch (const IllegalArgumentError_t& e) {
+            contradictions.Add(e.GetMessageList());
+            last = std::current_exception();
+        } catch (const LumPalMsg::Exception_t& e) {
+            wrong.Add(e.GetMessageList());
+            last = std::current_exception();
+        }
+    if (wrong.GetMessageCount() + contradictions.GetMessageCount() == 1) std::rethrow_exception(last);
+    if (wrong.GetMessageCount() > 0) {
+        wrong.Add(contradictions);
+        throw LumPalMsg::RuntimeException_t(wrong);
     }
+    if (contradictions.GetMessageCount() > 0) throw IllegalArgumentError_t(contradictions);
     return policies;
 }
 

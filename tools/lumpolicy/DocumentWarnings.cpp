@@ -1,10 +1,13 @@
 #include "lumpolicy/DocumentWarnings.h"
 
+#include <algorithm>
+
 #include "LumPalConfig.h"
 #include "LumPalKeys.h"
 #include "LumVoxMsg.h"
 #include "PolicyHeader.h"
 #include "common/Arguments.h"
+#include "lumpolicy/ToolsGuard.h"
 
 namespace lumpolicy {
 
@@ -20,12 +23,21 @@ std::string WithoutPlace(const std::string& text, const std::string& place) {
     return at == text.npos ? text : text.substr(at + place.size());
 }
 
+std::string PlaceOf(const PolicyFault& fault) {
+    return "line " + std::to_string(fault.line) + ", column " + std::to_string(fault.column) + ": ";
+}
+
 std::vector<MessageLine> LinesOf(const PolicyFault& fault) {
     std::vector<MessageLine> lines = lumtools::LinesOf(MessageList_t(fault.message));
     if (fault.line == 0 || fault.file.IsNotEmpty() || lines.empty()) return lines;
-    const std::string place = "ine " + std::to_string(fault.line) + ", column " + std::to_string(fault.column) + ": ";
-    lines.front().text = "L" + place + WithoutPlace(lines.front().text, "l" + place);
+    const std::string place = PlaceOf(fault);
+    lines.front().text = "L" + place.substr(1) + WithoutPlace(lines.front().text, place);
     return lines;
+}
+
+/// What stands in members of its own is not told twice.
+std::string TextOf(const PolicyFault& fault) {
+    return WithoutPlace(fault.message.Format(LumPalMsg::BareText).ToUtf8(), PlaceOf(fault));
 }
 
 nlohmann::ordered_json NumberOrNull(int number) {
@@ -41,6 +53,22 @@ nlohmann::ordered_json TextOrNull(const LumPalStr::String_t& text) {
 MessageList_t WarningsOf(const std::string& file) {
     MessageList_t warnings;
     lumtools::Attempt([&] { warnings = LumConf::PolicyHeader::FindWarnings(LumPalIo::File_t(lumtools::Text(file))); });
+    return warnings;
+}
+
+MessageList_t WarningsBeforeSending(const std::string& file) {
+    MessageList_t warnings = WarningsOf(file);
+    lumtools::Attempt([&] {
+        if (!IsOfSettings(LumConf::PolicyHeader::Read(LumPalIo::File_t(lumtools::Text(file))))) return;
+        const std::vector<PolicyFault> faults = CheckFile(file).faults;
+        const auto bad =
+            std::find_if(faults.begin(), faults.end(), [](const PolicyFault& f) { return f.file.IsNotEmpty(); });
+        if (bad == faults.end()) return;
+        warnings.Add(LumPalMsg::CreateWarn_t("A node takes the policy file '%1', but can merge no settings policy any "
+                                             "more as long as this one is enabled.")
+                         .AddDetails(bad->message)
+                     << lumtools::Text(file));
+    });
     return warnings;
 }
 
@@ -72,7 +100,7 @@ void FillFaults(nlohmann::ordered_json& object, const std::vector<PolicyFault>& 
         object["faults"].push_back({{"file", TextOrNull(fault.file)},
                                     {"line", NumberOrNull(fault.line)},
                                     {"column", NumberOrNull(fault.column)},
-                                    {"text", fault.message.Format(LumPalMsg::BareText).ToUtf8()},
+                                    {"text", TextOf(fault)},
                                     {"refused", fault.isRefused}});
     }
 }

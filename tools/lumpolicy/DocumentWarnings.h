@@ -16,6 +16,10 @@ namespace lumpolicy {
 /// The warnings of one header file; none of a file that cannot be read: whoever uses it says why.
 LumPalMsg::MessageList_t WarningsOf(const std::string& file);
 
+/// The same, and of a settings policy what keeps the node from merging it: to be said before a node is asked to take
+/// it.
+LumPalMsg::MessageList_t WarningsBeforeSending(const std::string& file);
+
 /// The member "warnings", in the form of "messages"; an empty list when there are none.
 void FillWarnings(nlohmann::ordered_json& object, const LumPalMsg::MessageList_t& warnings);
 

@@ -9,6 +9,7 @@
 #include "common/Arguments.h"
 #include "common/Lazy.h"
 #include "common/LockOut.h"
+#include "lumpolicy/ApplyReport.h"
 #include "lumpolicy/Changed.h"
 #include "lumpolicy/Command.h"
 #include "lumpolicy/DocumentWarnings.h"
@@ -37,15 +38,6 @@ void NameFile(lumtools::Outcome& outcome, const std::string& file) {
     if (text.find(file) == text.npos) text = file + ": " + text;
 }
 
-/// The exit code of several files: the first that is no success.
-void Join(lumtools::Outcome& whole, const lumtools::Outcome& part) {
-    if (whole.code == lumtools::kDone) {
-        whole.code = part.code;
-        whole.message = part.message;
-    }
-    whole.messages.insert(whole.messages.end(), part.messages.begin(), part.messages.end());
-}
-
 class Install : public HostCommand {
 public:
     explicit Install(CLI::App& command) : HostCommand(command) {
@@ -59,7 +51,7 @@ private:
     /// A package is built once for all nodes.
     Outcome Prepare() override {
         for (const auto& file : files) {
-            warnings.Add(WarningsOf(file));
+            warnings.Add(WarningsBeforeSending(file));
             // What is wrong with a document, the node says.
             Attempt([&] { TakeWarnings(file, PolicyHeader::Read(LumPalIo::File_t(Text(file)))); });
         }
@@ -141,7 +133,7 @@ private:
         if (answer.outcome.code != lumtools::kDone) return answer;
         SetStep(host, "a package of " + std::to_string(files.size()));
         answer.outcome = Attempt([&] { LumConf::PolicyPackage(*package).Install(Text(host), options); });
-        answer.fields["changed"] = WasChanged(answer.outcome.code);
+        answer.fields["changed"] = WasChanged(answer.outcome);
         TellPackage(files, answer);
         if (answer.outcome.code != lumtools::kDone) return answer;
         answer.text = "installed a package of " + std::to_string(files.size()) + " on " + host + "\n";
@@ -158,35 +150,57 @@ private:
             known.fields["changed"] = false;
             known.fields["files"] = nlohmann::ordered_json::array();
         });
-        const Outcome asked = WarnOfShared(host, all);
+        Outcome asked = WarnOfShared(host, all);
+        asked.isUnanswered = false;  // a question: none of the files was sent
         for (std::size_t i = 0; i < files.size(); ++i) {
-            SetStep(host, std::to_string(i) + " of " + std::to_string(files.size()) + " files, now " + files[i]);
+            if (asked.code == lumtools::kDone)
+                SetStep(host, std::to_string(i) + " of " + std::to_string(files.size()) + " files, now " + files[i]);
             Outcome outcome = asked.code == lumtools::kDone ? Send(files[i], host) : asked;
             NameFile(outcome, files[i]);
             AddKnown(host, [&](Answer& known) { AddFile(files[i], host, outcome, known); });
             if (outcome.code == lumtools::kUnreachable || outcome.code == lumtools::kWrongUsage) break;
         }
-        return GetKnown(host);
+        Answer answer = GetKnown(host);
+        AddUnsent(answer);
+        return answer;
+    }
+
+    /// Those behind one with which the node could not be reached.
+    void AddUnsent(Answer& answer) const {
+        const std::size_t answered = answer.fields["files"].size();
+        if (answered == files.size()) return;
+        const Outcome unsent{lumtools::kFailed, {}, false};
+        for (std::size_t i = answered; i < files.size(); ++i) AddFileWithout(files[i], unsent, answer);
+        const std::size_t unsentFiles = files.size() - answered;
+        answer.outcome.messages.push_back(
+            {1, "Of " + std::to_string(files.size()) + " files the last " +
+                    (unsentFiles == 1 ? "one was" : std::to_string(unsentFiles) + " were") + " not sent."});
+    }
+
+    /// Of a file to which the node has not said anything.
+    static void AddFileWithout(const std::string& file, const Outcome& outcome, Answer& answer) {
+        answer.fields["files"].push_back(
+            {{"file", file}, {"result", outcome.Word()}, {"code", static_cast<int>(outcome.code)}});
     }
 
     static void AddFile(const std::string& file, const std::string& host, const Outcome& outcome, Answer& answer) {
         nlohmann::ordered_json object{{"file", file}};
         Fill(object, outcome);
+        if (outcome.isUnanswered) object["result"] = "unknown";
         answer.fields["files"].push_back(std::move(object));
-        JoinChanged(WasChanged(outcome.code), answer.fields["changed"]);
+        JoinChanged(WasChanged(outcome), answer.fields["changed"]);
         if (outcome.code == lumtools::kDone) answer.text += "installed " + file + " on " + host + "\n";
-        Join(answer.outcome, outcome);
+        report::Join(answer.outcome, outcome);
     }
 
     /// The file that was sent last, and those behind it.
     void AddUnknown(Answer& known) const override {
         if (isPackage || dryRun) return;
-        auto& list = known.fields["files"];
-        const std::size_t answered = list.size();
-        if (answered < files.size()) JoinChanged(nullptr, known.fields["changed"]);
+        const std::size_t answered = known.fields["files"].size();
+        if (answered < files.size() && known.outcome.wasBegun) JoinChanged(nullptr, known.fields["changed"]);
         Outcome unknown{known.outcome.code, {}, known.outcome.wasBegun};
         for (std::size_t i = answered; i < files.size(); ++i, unknown.wasBegun = false) {
-            list.push_back({{"file", files[i]}, {"result", unknown.Word()}, {"code", static_cast<int>(unknown.code)}});
+            AddFileWithout(files[i], unknown, known);
         }
         if (answered >= files.size() || !known.outcome.wasBegun) return;
         known.outcome.messages.push_back({1, "Of " + std::to_string(files.size()) + " files " +
@@ -205,7 +219,7 @@ private:
             nlohmann::ordered_json object{{"file", files[i]}};
             Fill(object, outcome);
             answer.fields["files"].push_back(std::move(object));
-            Join(answer.outcome, outcome);
+            report::Join(answer.outcome, outcome);
             if (outcome.code == lumtools::kUnreachable) return answer;
         }
         const Outcome asked = WarnOfShared(host, all);
