@@ -7,7 +7,7 @@ import sys
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 SOURCES = ["platform", "src", "LumConfPar", "LumConfCluster", "tools"]
 # Where a key is only handed out as a name.
-NAMING = {"LumPalKeys.h", "ConfBase.cpp", "ChangedNames.cpp", "KnownKeys.cpp"}
+NAMING = {"LumPalKeys.h", "ConfBase.cpp", "ChangedNames.cpp", "KnownKeys.cpp", "KnownKeyNames.cpp"}
 SPELLED = ROOT / "platform/include/LumPalKeys.h"
 LINK = re.compile(r"\[[^\]\n]*\]\(([^)\s]+)\)")
 

@@ -51,6 +51,9 @@ class Keys(unittest.TestCase):
         self.assertEqual(listed.code, DONE, listed)
         self.assertIn("WAIT_TIME", listed.out)
         self.assertNotIn("SERVER_PORT", listed.out)
+        names = self.settings("keys", "conf.server", "-o", "name", "--sort-by", "key").out.splitlines()
+        self.assertEqual((len(names), names), (len(listed.out.splitlines()) - 1, sorted(names)))
+        self.assertIn("conf.server WAIT_TIME", names)
         described = self.settings("describe", "SERVER_PORT")
         self.assertEqual(described.code, DONE, described)
         for word in ("[vox.http.ext.conf] SERVER_PORT", "0 to 65535", "7443", "after a restart",
@@ -58,6 +61,20 @@ class Keys(unittest.TestCase):
             self.assertIn(word, described.out)
         self.refused(NOT_FOUND, ["did you mean 'SERVER_PORT'?", "lumsettings keys"], "describe", "server_prot")
         self.refused(NOT_FOUND, ["nothing"], "keys", "nothing")
+
+    def test_what_a_key_does_reads_alone(self):
+        described = {key["name"]: key for key in self.settings("keys", "--json").json()["keys"]}
+        for name, words in (("MERGED_POLICY_LIST_FILENAME", "the file in conf/conf that holds the merged policy list"),
+                            ("WAIT_TIME", "the servers of PING_SERVER"), ("LOCATE_SERVER", "the hosts of PING_SERVER"),
+                            ("AUDIT_LOG_MODE", "what the audit log holds"),
+                            ("CONTROL_ACK_TIMEOUT", "how long a CHECK_POLICY event waits")):
+            self.assertIn(words, described[name]["effect"])
+        for key in described.values():
+            self.assertNotRegex(key["effect"], r"\b(it|its|such|these)\b (holds|name|an? event|rounds|hosts)")
+        self.assertEqual(described["SHARED_DATA_FILES"]["kind"], "allow, keep or refuse, in any case")
+        for product in ("Palisade (PLSD)", "Pacemaker (PCMK)", "Microsoft Cluster Server (MSCS)"):
+            self.assertIn(product, described["CLUSTER_TYPE"]["effect"])
+        self.assertNotIn("Unknown", described["CLUSTER_TYPE"]["effect"])
 
     def test_a_value_that_a_key_cannot_hold_is_refused_unless_it_is_forced(self):
         for namespace, name, value, wanted in (
@@ -72,12 +89,22 @@ class Keys(unittest.TestCase):
                 ("sec.core", "CORE_ID", "x" * 201, "at most 200 bytes"),
                 ("vox.http.ext.conf", "BIND_ADDRESS", "nonsense", "an IP address, or empty"),
                 ("vox.http.ext.conf", "BIND_ADDRESS", "10.0.0.256", "an IP address, or empty"),
-                ("vox.http.ext.conf", "CONNECT_TIMEOUT", "2147484", "seconds, at most 2147483"),
-                ("vox.http.ext.conf", "REQUEST_TIMEOUT", "999999999999999999", "seconds, at most 2147483647"),
-                ("vox.http.ext.conf", "CALL_TIMEOUT", "2147483648", "seconds, at most 2147483647"),
-                ("vox.http.ext.conf", "RESPONSE_LIMIT", "9" * 30, "a number"),
-                ("conf.cluster", "TOOL_TIMEOUT", "4294968", "seconds, at most 4294967"),
-                ("conf.cluster", "COMMAND_TIMEOUT", "4294968", "seconds, at most 4294967"),
+                ("vox.http.ext.conf", "CONNECT_TIMEOUT", "2147484", "seconds, at least 0, at most 2147483;"),
+                ("vox.http.ext.conf", "REQUEST_TIMEOUT", "999999999999999999", "seconds, at least 0, at most 2147483647"),
+                ("vox.http.ext.conf", "REQUEST_TIMEOUT", "5s", "must be a number"),
+                ("vox.http.ext.conf", "CALL_TIMEOUT", "2147483648", "seconds, at least 0, at most 2147483647"),
+                ("vox.http.ext.conf", "RESPONSE_LIMIT", "9" * 30, "bytes, 0 or at least 65536, at most 2147483647"),
+                ("vox.http.ext.conf", "RESPONSE_LIMIT", "65535", "bytes, 0 or at least 65536"),
+                ("conf.cluster", "TOOL_TIMEOUT", "4294968", "seconds, at least 0, at most 4294967"),
+                ("conf.cluster", "TOOL_TIMEOUT", "-3", "seconds, at least 0, at most 4294967"),
+                ("conf.cluster", "TOOL_TIMEOUT", "-", "must be a number"),
+                ("conf.cluster", "COMMAND_TIMEOUT", "4294968", "seconds, at least 0, at most 4294967"),
+                ("conf.core", "CONTROL_ACK_TIMEOUT", "-1", "seconds, 1 to 3600"),
+                ("conf.cluster", "CLUSTER_TYPE", "Foo", "empty, or one of VERITAS Cluster Server (VCS), "),
+                ("conf.cluster", "CLUSTER_TYPE", "Unknown", "Pacemaker (PCMK); a monitor"),
+                ("conf.server", "SHARED_DATA_FILES", "some", "allow, keep or refuse"),
+                ("conf.server", "AUDIT_LOG_MODE", "failures",
+                 "all, failure (counts at the start) or FAILURE (counts on a change)"),
                 ("conf.cluster", "POLLING_INTERVAL", "ten", "milliseconds from 1 to 2147483647")):
             with self.subTest(name=name):
                 self.refused(WRONG_USAGE, [f"[{namespace}] {name}={value}: must be ", wanted, "--force"],
@@ -93,6 +120,7 @@ class Keys(unittest.TestCase):
                 ("vox.http.ext.conf", "BIND_ADDRESS", ("127.0.0.1", "::1", "")),
                 ("vox.http.ext.conf", "CONNECT_TIMEOUT", ("2147483",)),
                 ("vox.http.ext.conf", "CALL_TIMEOUT", ("2147483647", "0")),
+                ("vox.http.ext.conf", "RESPONSE_LIMIT", ("65536", "2147483647", "0")),
                 ("conf.core", "CONTROL_ACK_TIMEOUT", ("3600", "0")),
                 ("sec.core", "CORE_ID", ("node-1", "x" * 200, "a b", ""))):
             for value in values:
@@ -208,6 +236,38 @@ class Keys(unittest.TestCase):
             self.assertIn("It is served without TLS until it is started again", " ".join(result.err.split()))
 
 
+    def test_with_a_certificate_an_address_where_localhost_is_not_is_refused_unless_it_is_forced(self):
+        authority = pki.Authority()
+        self.addCleanup(authority.close)
+        with Node(start=False) as node:
+            pki.enroll(node, authority, "localhost")
+            node.start()
+            for address in ("192.0.2.9", "2001:db8::9", "::ffff:192.0.2.9", " 192.0.2.9 ", "fe80::9%none", "127.0.0.2",
+                            "::ffff:127.0.0.2"):
+                with self.subTest(address=address):
+                    result = node.tool("lumsettings", "set", "vox.http.ext.conf", f"BIND_ADDRESS={address}")
+                    self.assertEqual(result.code, REFUSED, result)
+                    for words in (f"served on {address.strip()} alone (BIND_ADDRESS), and they call 'localhost'",
+                                  f"by --host {address.strip()}", "--force"):
+                        self.assertIn(words, " ".join(result.err.split()))
+            for address in ("", "0.0.0.0", "::", "0:0:0:0:0:0:0:0", "127.0.0.1", "::1", "::ffff:127.0.0.1"):
+                with self.subTest(address=address):
+                    result = node.tool("lumsettings", "set", "vox.http.ext.conf", f"BIND_ADDRESS={address}")
+                    self.assertEqual((result.code, result.err), (DONE, ""))
+            self.assertEqual(node.tool("lumsettings", "clear", "vox.http.ext.conf", "BIND_ADDRESS").code, DONE)
+            forced = node.tool("lumsettings", "set", "--force", "vox.http.ext.conf", "BIND_ADDRESS=192.0.2.9")
+            self.assertEqual(forced.code, DONE, forced)
+        with Node({"vox.http.ext.conf": {"BIND_ADDRESS": "192.0.2.9"}}) as node:
+            other = node.tool("lumsettings", "set", "vox.http.ext.conf", "BIND_ADDRESS=192.0.2.10")
+            self.assertEqual(other.code, DONE, "without a certificate it does not count")
+            pki.enroll(node, authority, "localhost")
+            node.settings["sec.cm.certificates"].pop("CERT_INSTALLED")
+            node.write_settings()
+            result = node.tool("lumsettings", "set", "sec.cm.certificates", "CERT_INSTALLED=true")
+            self.assertEqual(result.code, REFUSED, result)
+            self.assertIn("by --host 192.0.2.9", " ".join(result.err.split()))
+
+
 class Check(unittest.TestCase):
     """What --check-config sees before a daemon does."""
 
@@ -250,6 +310,15 @@ class Check(unittest.TestCase):
         node = self.node(settings={"vox.http.ext.conf": {"TARGET_PORT": "1"}})
         self.checked(node, FAILED, f"The node serves port {node.port} (SERVER_PORT)", "call 1 (TARGET_PORT).",
                      "1 problem(s)")
+
+    def test_an_address_that_the_host_does_not_have_is_warned_of_where_it_counts(self):
+        said = "Warning: This host has no address 192.0.2.9 (BIND_ADDRESS) at the moment: the daemon would not start."
+        self.checked(self.node(self.issued, {"vox.http.ext.conf": {"BIND_ADDRESS": "192.0.2.9"}}), DONE, said)
+        for issued, address in ((None, "192.0.2.9"), (self.issued, "127.0.0.1"), (self.issued, "0.0.0.0"),
+                                (self.issued, "::"), (self.issued, "")):
+            with self.subTest(address=address):
+                node = self.node(issued, {"vox.http.ext.conf": {"BIND_ADDRESS": address}})
+                self.assertNotIn("Warning", self.checked(node, DONE))
 
     def test_an_own_certificate_out_of_its_time_is_told(self):
         for times, said in ((("20200101000000Z", "20210101000000Z"), "is not valid any more"),

@@ -95,6 +95,18 @@ class Explain(OriginTest):
                                                             ("overridden", "policy_settings.ini", None, "old"),
                                                             ("not yet in force", "policy", "p", "new")]))
 
+    def test_what_is_held_back_counts_with_the_next_notification(self):
+        self.install("id-1", "[n]\nk=1\n", options=("--no-notify",))
+        self.assertEqual(self.sources("n", "k"), (None, [("not yet in force", "policy", "id-1", "1")]))
+        self.assertEqual(self.node.policy("notify").code, DONE)
+        self.await_merge("[n]\nk=1\n")
+        self.assertEqual(self.sources("n", "k"), ("1", [("in force", "policy", "id-1", "1")]))
+        self.assertEqual(self.node.policy("disable", "--no-notify", "--id", "id-1").code, DONE)
+        self.assertEqual(self.sources("n", "k"), ("1", [("in force", "policy_settings.ini", None, "1")]))
+        self.node.stop()
+        self.node.start()
+        wait_until(lambda: "k=1" not in (self.merged() or ""), "the daemon merges at its start")
+
     def test_disabled_policies_give_no_value(self):
         self.install("p", "[n]\nk=1\n")
         self.await_merge("[n]\nk=1\n")

@@ -72,8 +72,10 @@ class Get(SettingsTest):
     def test_what_is_not_there_is_not_found(self):
         for arguments, said in ((("zzz",), "'localhost' has no settings in [zzz]."),
                                 (("zzz", "a"), "'localhost' has no setting [zzz] a."),
-                                (("conf.server", "audit_logging"), "'localhost' has no setting [conf.server] audit_logging."),
-                                (("CONF.SERVER",), "has no settings in [CONF.SERVER]."),
+                                (("conf.server", "audit_logging"), "[conf.server] audit_logging; did you mean 'AUDIT_LOGGING'?"),
+                                (("CONF.SERVER",), "has no settings in [CONF.SERVER]; did you mean 'conf.server'?"),
+                                (("conf.sever", "WAIT_TIME"), "has no setting [conf.sever] WAIT_TIME; did you mean 'conf.server'?"),
+                                (("conf.server", "WAIT_TIME"), "'localhost' has no setting [conf.server] WAIT_TIME."),
                                 (("--resource-group", "rg"), "'localhost' has no settings of the resource group 'rg'.")):
             with self.subTest(arguments):
                 result = self.run_tool("get", *arguments, code=NOT_FOUND, words=[said])
@@ -145,6 +147,17 @@ class Change(SettingsTest):
         self.settings("clear", "zzz", "a")
         self.settings("clear", "conf.server", "zzz")
         self.assertEqual(sorted(self.local().split()), sorted(before.split()))
+
+    def test_a_change_says_whether_it_has_changed_anything(self):
+        same = ": nothing has changed, it was so already"
+        for words, is_changed in ((("set", "n", "a=1"), True), (("set", "n", "a=1"), False), (("set", "n", "a=2"), True),
+                                  (("set", "n", "a=2", "b="), True), (("set", "n", "b=", "a=2"), False),
+                                  (("clear", "n", "b"), True), (("clear", "n", "b"), False), (("clear", "n"), True),
+                                  (("clear", "n"), False)):
+            with self.subTest(words=words):
+                self.assertEqual(self.settings(*words).endswith(" on localhost" + ("" if is_changed else same) + "\n"), True)
+        for is_changed in (True, False):
+            self.assertIs(self.told("set", "n", "c=1")["changed"], is_changed)
 
     def test_a_dry_run_tells_what_a_set_would_change_and_changes_nothing(self):
         self.settings("set", "n", "a=1", "b=2")

@@ -2,6 +2,7 @@
 """Settings policies after which a node's own tools could not reach it: the tools refuse them, unless they are forced."""
 import unittest
 
+import pki
 from node import DONE, NOTHING_TO_DO, REFUSED, Node, wait_until, write_policy
 
 
@@ -81,6 +82,19 @@ class SettingsPolicies(unittest.TestCase):
                 self.refused(*arguments)
         forced = self.node.policy("remove", "--force", "--no-notify", "--id", "base")
         self.assertEqual(forced.code, DONE, forced)
+
+    def test_one_that_binds_a_node_with_a_certificate_elsewhere_is_not_installed(self):
+        authority = pki.Authority()
+        self.addCleanup(authority.close)
+        self.node.stop()
+        pki.enroll(self.node, authority, "localhost")
+        self.node.start()
+        elsewhere = self.policy("elsewhere", "[vox.http.ext.conf]\nBIND_ADDRESS=192.0.2.9\n")
+        for arguments in (("install", elsewhere), ("install", "--dry-run", elsewhere), ("apply", elsewhere)):
+            with self.subTest(arguments=arguments):
+                self.refused(*arguments)
+        loopback = self.policy("loopback", "[vox.http.ext.conf]\nBIND_ADDRESS=127.0.0.1\n")
+        self.assertEqual(self.node.policy("install", loopback).code, DONE)
 
     def test_what_does_not_concern_the_tools_and_what_local_settings_hide_is_done(self):
         for policy_id, text in (("other", "[n]\na=1\n"), ("hidden", "[vox.http.ext.conf]\nTARGET_PORT=1\n")):

@@ -1,21 +1,21 @@
 #include "common/KnownKeys.h"
 
 #include <algorithm>
-#include <cctype>
 #include <climits>
 #include <initializer_list>
 #include <iterator>
 
 #include "LumConfCluster/ClusterType.h"
 #include "LumPalKeys.h"
+#include "LumPalNet.h"
 #include "LumSecCore.h"
 #include "LumVoxMsg.h"
 #include "common/KeyValues.h"
-#include "common/Nearest.h"
 
 namespace lumtools {
 
 using namespace LumPalKeys;
+using LumConfCluster::ClusterType, LumConfCluster::DisplayText;
 using LumPalConfig::Configuration_t;
 using LumPalStr::String_t;
 
@@ -27,34 +27,67 @@ constexpr const char* kTruth = "truth";
 constexpr const char* kMs = "ms, 100 to 3600000";
 constexpr std::uint64_t kLeastMs = 100, kMostMs = 3600000;
 
+constexpr const char* kAuditModes = "all, failure (counts at the start) or FAILURE (counts on a change)";
+
+ClusterType Next(ClusterType type) {
+    return static_cast<ClusterType>(static_cast<std::int32_t>(type) + 1);
+}
+
+/// The names of all products, with commas between them.
+std::string Products() {
+    std::string names;
+    for (auto type = ClusterType::Vcs; type <= ClusterType::Pcmk; type = Next(type)) {
+        if (type != ClusterType::Unknown) names += (names.empty() ? "" : ", ") + std::string(DisplayText(type));
+    }
+    return names;
+}
+
+constexpr const char* kExpectedProduct = "the product that the node is expected to belong to, one of ";
+constexpr const char* kOtherProduct =
+    "; a monitor writes the one that it sees over any other text, and ends where the node has no certificate for that";
+
+const char* ProductEffect() {
+    // never destroyed: it is used as long as the table
+    static const std::string& text = *new std::string(kExpectedProduct + Products());
+    return text.c_str();
+}
+
+const char* WantedProduct() {
+    // never destroyed: it is used as long as the table
+    static const std::string& text = *new std::string("empty, or one of " + Products() + kOtherProduct);
+    return text.c_str();
+}
+
 // clang-format off
 const KnownKey kKeys[] = {
     {NsConfCore, AsyncControlNotifyKey, F::Truth, kTruth, "false", kAtOnce,
      "CHECK_POLICY events do not wait for the consumers' acknowledgement"},
     {NsConfCore, ControlAckTimeoutKey, F::Count, "seconds, 1 to 3600", "30", kAtOnce,
-     "how long such an event waits; 0 gives the default, more gives 3600", 0, 3600},
+     "how long a CHECK_POLICY event waits for acknowledgement; 0 gives the default, more gives 3600", 0, 3600},
     {NsConfCore, CacheSettingsPoliciesKey, F::Truth, kTruth, "false", kAtOnce,
      "keep settings policies in memory"},
     {NsConfCore, StrictSignersKey, F::Truth, kTruth, "false", kAtOnce,
      "who signs a policy must pass all that a caller over TLS must"},
 
     {NsConfServer, AuditLoggingKey, F::Truth, kTruth, "false", kAtOnce, "write the audit log"},
-    {NsConfServer, AuditLogModeKey, F::AuditMode, "word", "all", kAtOnce,
-     "what it holds: all, or failures alone (failure at the start, FAILURE on a change)"},
+    {NsConfServer, AuditLogModeKey, F::AuditMode, kAuditModes, "all", kAtOnce,
+     "what the audit log holds: everything, or failures alone. At the start of the daemon failure gives failures alone, "
+     "when the value changes FAILURE does; each other word gives everything then"},
     {NsConfServer, MetricsOnLoopbackKey, F::Truth, kTruth, "false", kAtOnce,
      "/metrics is open to every program of this host"},
     {NsConfServer, NoMultiplePoliciesKey, F::Text, "text", "empty", kAtOnce,
      "types of which a node takes one policy at a time"},
-    {NsConfServer, SharedDataFilesKey, F::SharedFiles, "word", "allow", kAtOnce,
-     "what becomes of a data file that two policies of a type name: allow, keep or refuse"},
+    {NsConfServer, SharedDataFilesKey, F::SharedFiles, "allow, keep or refuse, in any case", "allow", kAtOnce,
+     "what becomes of a data file that two policies of a type name"},
     {NsConfServer, FormatPolicyListKey, F::Truth, kTruth, "false", kAtOnce, "keep the merged policy list up to date"},
     {NsConfServer, MergedPolicyListFilenameKey, F::ListName, "file name, at most 251 bytes", "lum_policies.txt", kAtOnce,
-     "its name"},
+     "the name of the file in conf/conf that holds the merged policy list"},
     {NsConfServer, PingServerKey, F::Servers, "hosts, with blanks between them; at most 16", "empty: none", kAtOnce,
      "servers that the daemon asks for their inventory"},
     {NsConfServer, LocateServerKey, F::Truth, kTruth, "false", kAtOnce,
-     "these hosts stand for one server: asked in their order until one answers"},
-    {NsConfServer, WaitTimeKey, F::WaitTime, "seconds, 1 to 86400", "60", kAtOnce, "the time between two such rounds"},
+     "the hosts of PING_SERVER stand for one server: asked in their order until one answers"},
+    {NsConfServer, WaitTimeKey, F::WaitTime, "seconds, 1 to 86400", "60", kAtOnce,
+     "the time between two rounds in which the servers of PING_SERVER are asked"},
 
     {NsSecCore, CoreIdKey, F::CoreId, "text", "empty",
      "who is the node, and its certificate: on SIGHUP and by lumtrust; everything else at once",
@@ -66,7 +99,7 @@ const KnownKey kKeys[] = {
     {NsVoxHttp, ServerPortKey, F::Range, "0 to 65535", "7443", kAfterRestart,
      "the port that the node serves; 0 takes a free one", 0, 65535},
     {NsVoxHttp, BindAddressKey, F::Address, "IP address", "empty: all", kAfterRestart,
-     "where it is served with a certificate"},
+     "the address on which the node is served with a certificate; without one it is 127.0.0.1"},
     {NsVoxHttp, IoThreadsKey, F::Range, "1 to 64", "2", kAfterRestart, "threads that move bytes", 1, 64},
     {NsVoxHttp, WorkerThreadsKey, F::Range, "1 to 256", "8", kAfterRestart, "threads that work on calls, for each path",
      1, 256},
@@ -95,48 +128,43 @@ const KnownKey kKeys[] = {
     {NsVoxHttp, MinRateKey, F::Range, "bytes, 1 to 1073741824", "4096", kAfterRestart,
      "so many bytes that have moved add one second to the limits of a body and of an answer", 1, 1073741824},
 
-    {NsVoxHttp, TargetPortKey, F::Port, "port", "7443", kAtOnce, "the port that is called where the host names none"},
-    {NsVoxHttp, ConnectTimeoutKey, F::Count, "seconds, at most 2147483", "10", kAtOnce,
+    {NsVoxHttp, TargetPortKey, F::Port, "port, at most 65535", "7443", kAtOnce, "the port that is called where the host names none"},
+    {NsVoxHttp, ConnectTimeoutKey, F::Count, "seconds, at least 0, at most 2147483", "10", kAtOnce,
      "longest time for a connection, TLS handshake included", 0, INT_MAX / 1000},
-    {NsVoxHttp, RequestTimeoutKey, F::Count, "seconds, at most 2147483647", "300", kAtOnce,
+    {NsVoxHttp, RequestTimeoutKey, F::Count, "seconds, at least 0, at most 2147483647", "300", kAtOnce,
      "longest time in which no byte moves while a call is out", 0, INT_MAX},
-    {NsVoxHttp, CallTimeoutKey, F::Count, "seconds, at most 2147483647", "0: none", kAtOnce, "longest time for a call in all",
+    {NsVoxHttp, CallTimeoutKey, F::Count, "seconds, at least 0, at most 2147483647", "0: none", kAtOnce, "longest time for a call in all",
      0, INT_MAX},
-    {NsVoxHttp, ResponseLimitKey, F::Count, "bytes, at most 2147483647", "1073741824", kAtOnce, "largest answer", 0, INT_MAX},
+    {NsVoxHttp, ResponseLimitKey, F::Count, "bytes, 0 or at least 65536, at most 2147483647", "1073741824", kAtOnce, "largest answer; 0 gives the default",
+     65536, INT_MAX},
 
-    {NsConfCluster, ClusterTypeKey, F::Product, "text", "empty", kAtOnce,
-     "the product that the node is expected to belong to"},
+    {NsConfCluster, ClusterTypeKey, F::Product, "empty, or the name of a product", "empty", kAtOnce, ProductEffect()},
     {NsConfCluster, ClusterLocalNodenameKey, F::Text, "text", "empty", kAtOnce, "what the cluster calls this node"},
     {NsConfCluster, PollingIntervalKey, F::Interval, "ms, 1 to 2147483647", "10000", kAtOnce,
      "the time between two looks at the cluster", 1, INT_MAX},
     {NsConfCluster, MonitorModeKey, F::TruthOrEmpty, kTruth, "true, once it is filled; until then false", kAtOnce,
      "policies and commands follow the cluster"},
-    {NsConfCluster, MaxRetriesForClusterUpKey, F::Count, "number, at most 2147483647", "1", kAfterRestart,
+    {NsConfCluster, MaxRetriesForClusterUpKey, F::Count, "number, at least 0, at most 2147483647", "1", kAfterRestart,
      "how often a start tries to see the cluster", 0, INT_MAX},
-    {NsConfCluster, CommandTimeoutKey, F::Count, "seconds, at most 4294967", "0: none", kAtOnce,
+    {NsConfCluster, CommandTimeoutKey, F::Count, "seconds, at least 0, at most 4294967", "0: none", kAtOnce,
      "the longest time for one command of an application", 0, UINT_MAX / 1000},
-    {NsConfCluster, ToolTimeoutKey, F::Count, "seconds, at most 4294967", "0: none", kAtOnce,
+    {NsConfCluster, ToolTimeoutKey, F::Count, "seconds, at least 0, at most 4294967", "0: none", kAtOnce,
      "the longest time for one call of a product's tool", 0, UINT_MAX / 1000},
 };
 // clang-format on
-
-/// The namespaces of words for states, one for each product.
-constexpr const char* kStates = "conf.cluster.RGState.";
 
 bool IsDigits(const std::string& text) {
     return !text.empty() && text.size() <= 18 && text.find_first_not_of("0123456789") == std::string::npos;
 }
 
-bool IsBetween(const std::string& text, std::uint64_t least, std::uint64_t most) {
-    return IsDigits(text) && std::stoull(text) >= least && std::stoull(text) <= most;
+/// However large, and also below 0.
+bool IsNumber(const std::string& text) {
+    const std::size_t first = text.starts_with('-') ? 1 : 0;
+    return text.size() > first && text.find_first_not_of("0123456789", first) == std::string::npos;
 }
 
-/// As the server takes it.
-bool IsAddress(const String_t& value) {
-    const LumPalConfig::ConfigGroup_t group;
-    Configuration_t server = group.GetConfig(String_t(NsVoxHttp));
-    server.SetAttrValue(BindAddressKey, value);
-    return LumVoxMsg::FindWrongLimits(server).GetMessageCount() == 0;
+bool IsBetween(const std::string& text, std::uint64_t least, std::uint64_t most) {
+    return IsDigits(text) && std::stoull(text) >= least && std::stoull(text) <= most;
 }
 
 /// In any case.
@@ -158,107 +186,6 @@ std::string Trimmed(String_t value) {
     return value.Trim().ToUtf8();
 }
 
-std::vector<std::string> Namespaces() {
-    std::vector<std::string> names;
-    for (const KnownKey& key : kKeys) {
-        if (names.empty() || names.back() != key.nameSpace) names.emplace_back(key.nameSpace);
-    }
-    return names;
-}
-
-std::vector<std::string> NamesIn(const std::string& nameSpace) {
-    std::vector<std::string> names;
-    for (const KnownKey& key : kKeys) {
-        if (nameSpace.empty() || key.nameSpace == nameSpace) names.emplace_back(key.name);
-    }
-    return names;
-}
-
-bool IsOurs(const std::string& nameSpace) {
-    const std::vector<std::string> names = Namespaces();
-    return std::find(names.begin(), names.end(), nameSpace) != names.end();
-}
-
-std::string InCase(const std::string& name, int (*change)(int)) {
-    std::string changed = name;
-    std::transform(changed.begin(), changed.end(), changed.begin(),
-                   [change](unsigned char c) { return static_cast<char>(change(c)); });
-    return changed;
-}
-
-/// Keys are in capitals; who forgets that means them all the same.
-std::string Capitals(const std::string& name) {
-    return InCase(name, &std::toupper);
-}
-
-/// Namespaces are not, but for parts that no key of ours has.
-std::string Small(const std::string& name) {
-    return InCase(name, &std::tolower);
-}
-
-/// Nobody else's namespaces begin so.
-bool LooksLikeOurs(const std::string& typed) {
-    if (typed.starts_with(kStates)) return false;
-    const std::string nameSpace = Small(typed);
-    const bool begins =
-        nameSpace.starts_with("conf.") || nameSpace.starts_with("sec.") || nameSpace.starts_with("vox.");
-    return begins || !NearestOf(nameSpace, Namespaces()).empty();
-}
-
-std::string ShownName(const std::string& name) {
-    constexpr std::size_t most = 120;
-    return name.size() <= most ? name : name.substr(0, most) + "...";
-}
-
-std::string Sentence(const std::string& text, const std::string& typed, const std::vector<std::string>& words) {
-    const std::string suggestion = Suggestion(typed, words);
-    return text + (suggestion.empty() ? "." : suggestion);
-}
-
-/// The key of this name, in any case, of whatever namespace.
-const KnownKey* FindAnywhere(const std::string& typed) {
-    const auto found = std::find_if(std::begin(kKeys), std::end(kKeys),
-                                    [name = Capitals(typed)](const KnownKey& key) { return name == key.name; });
-    return found == std::end(kKeys) ? nullptr : &*found;
-}
-
-std::string Belongs(const KnownKey& key) {
-    return std::string("; '") + key.name + "' is a key of [" + key.nameSpace + "]";
-}
-
-/// The name itself, where it is that of a key elsewhere, before one that only looks like it.
-std::string UnknownName(const std::string& nameSpace, const std::string& typed) {
-    const std::string text = "Nobody reads a key '" + ShownName(typed) + "' of [" + nameSpace + "]";
-    const KnownKey* const elsewhere = FindAnywhere(typed);
-    if (elsewhere && nameSpace != elsewhere->nameSpace) return text + Belongs(*elsewhere) + ".";
-    const std::string suggestion = Suggestion(Capitals(typed), NamesIn(nameSpace));
-    if (!suggestion.empty()) return text + suggestion;
-    const KnownKey* const near = FindAnywhere(NearestOf(Capitals(typed), NamesIn("")));
-    return text + (near ? Belongs(*near) : "") + ".";
-}
-
-void AddUnknownNames(const Configuration_t& configuration, std::vector<std::string>& sentences) {
-    const std::string nameSpace = configuration.GetNamespace().ToUtf8();
-    String_t name, value;
-    for (int i = 0; configuration.GetAttr(i, name, value); ++i) {
-        const std::string typed = name.ToUtf8();
-        if (FindKey(nameSpace, typed) || typed == BufferSizeKey) continue;
-        sentences.push_back(UnknownName(nameSpace, typed));
-    }
-}
-
-/// By its own name, else by the first key in it that is known.
-std::string UnknownNamespace(const Configuration_t& configuration) {
-    const std::string nameSpace = configuration.GetNamespace().ToUtf8();
-    const std::string text = "Nobody reads a namespace [" + ShownName(nameSpace) + "]";
-    const std::string suggestion = Suggestion(Small(nameSpace), Namespaces());
-    if (!suggestion.empty()) return text + suggestion;
-    const KnownKey* known = nullptr;
-    String_t name, value;
-    for (int i = 0; !known && configuration.GetAttr(i, name, value); ++i) known = FindAnywhere(name.ToUtf8());
-    return text + (known ? Belongs(*known) : "") + ".";
-}
-
 }  // namespace
 
 std::span<const KnownKey> KnownKeys() {
@@ -277,7 +204,7 @@ const char* WantedValue(const KnownKey& key, const String_t& value) {
         case F::Text:
             return nullptr;
         case F::Address:
-            return IsAddress(value) ? nullptr : "an IP address, or empty";
+            return IsBindAddress(value) ? nullptr : "an IP address, or empty";
         case F::CoreId:
             return value.IsEmpty() || LumSecCore::IsAlias(value)
                        ? nullptr
@@ -289,13 +216,15 @@ const char* WantedValue(const KnownKey& key, const String_t& value) {
         case F::Port:
             return IsBetween(value.ToUtf8(), 0, 65535) ? nullptr : "a port from 0 to 65535";
         case F::Count:
-            if (!IsDigits(value.ToUtf8())) return "a number";
-            return IsBetween(value.ToUtf8(), 0, key.most) ? nullptr : key.kind;
+            if (!IsNumber(value.ToUtf8())) return "a number";
+            // 0 is always allowed: it gives the default, or means that there is none.
+            return IsBetween(value.ToUtf8(), key.least, key.most) || IsBetween(value.ToUtf8(), 0, 0) ? nullptr
+                                                                                                     : key.kind;
         case F::Range:
             return IsBetween(Trimmed(value), key.least, key.most) ? nullptr : key.kind;
         // Both spellings have a meaning, one at the start and one on a change.
         case F::AuditMode:
-            return value == "all" || value == "failure" || value == "FAILURE" ? nullptr : "all or failure";
+            return value == "all" || value == "failure" || value == "FAILURE" ? nullptr : kAuditModes;
         case F::SharedFiles:
             return value.IsEmpty() || IsOneOf(value, {"allow", "keep", "refuse"}) ? nullptr : "allow, keep or refuse";
         case F::ListName:
@@ -305,10 +234,7 @@ const char* WantedValue(const KnownKey& key, const String_t& value) {
         case F::WaitTime:
             return WantedWaitTime(value);
         case F::Product:
-            return IsProduct(value)
-                       ? nullptr
-                       : "empty, or a product as docs/clusters.md names it; a monitor writes the one that "
-                         "it sees over any other text, and ends where the node has no certificate for that";
+            return IsProduct(value) ? nullptr : WantedProduct();
         // What is empty of these is filled by a daemon that follows a cluster.
         case F::Interval:
             return value.IsEmpty() || IsBetween(value.ToUtf8(), key.least, key.most)
@@ -323,6 +249,22 @@ std::string WrongValue(const std::string& nameSpace, const std::string& name, co
     const char* const wanted = key ? WantedValue(*key, value) : nullptr;
     if (!wanted) return "";
     return "[" + nameSpace + "] " + name + "=" + value.ToUtf8() + ": must be " + wanted;
+}
+
+bool IsBindAddress(const String_t& value) {
+    const LumPalConfig::ConfigGroup_t group;
+    Configuration_t server = group.GetConfig(String_t(NsVoxHttp));
+    server.SetAttrValue(BindAddressKey, value);
+    return LumVoxMsg::FindWrongLimits(server).GetMessageCount() == 0;
+}
+
+bool IsAnyAddress(const String_t& value) try {
+    const std::string text = Trimmed(value);
+    if (text.empty()) return true;
+    const LumPalNet::InetAddress_t address(String_t::FromUtf8(text)), any("0.0.0.0"), any6("::");
+    return address == any || address == any6;
+} catch (const LumPalNet::ConnectException_t&) {
+    return false;  // of a network that this host does not have
 }
 
 unsigned CalledPort(const Configuration_t& server) {
@@ -341,24 +283,6 @@ std::string PortsApart(const Configuration_t& server) {
     if (called == 0 || WantedValue(key, String_t::FromUtf8(value)) || std::stoul(value) == called) return "";
     return "The node serves port " + std::to_string(std::stoul(value)) + " (" + ServerPortKey +
            "), but its own tools call " + std::to_string(called) + " (" + TargetPortKey + ")";
-}
-
-std::vector<std::string> UnknownKeys(const LumPalConfig::ConfigGroup_t& group) {
-    std::vector<std::string> sentences;
-    for (int i = 0; i < group.GetConfigCount(); ++i) {
-        const Configuration_t configuration = group.GetConfig(i);
-        const std::string nameSpace = configuration.GetNamespace().ToUtf8();
-        if (IsOurs(nameSpace)) {
-            AddUnknownNames(configuration, sentences);
-        } else if (LooksLikeOurs(nameSpace)) {
-            sentences.push_back(UnknownNamespace(configuration));
-        }
-    }
-    return sentences;
-}
-
-std::string NoSuchKey(const std::string& name) {
-    return Sentence("There is no key '" + ShownName(name) + "'", Capitals(name), NamesIn(""));
 }
 
 }  // namespace lumtools

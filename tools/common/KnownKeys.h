@@ -57,6 +57,11 @@ const char* WantedValue(const KnownKey& key, const LumPalStr::String_t& value);
 /// known.
 std::string WrongValue(const std::string& nameSpace, const std::string& name, const LumPalStr::String_t& value);
 
+/// Whether it is an IP address, as the server takes one of BIND_ADDRESS, or empty.
+bool IsBindAddress(const LumPalStr::String_t& value);
+/// Whether it is empty, or stands for every address of a host. @param value  for which IsBindAddress holds
+bool IsAnyAddress(const LumPalStr::String_t& value);
+
 /// The port that the node's own tools call, by its "vox.http.ext.conf"; 0 for a value that is no port.
 unsigned CalledPort(const LumPalConfig::Configuration_t& server);
 /// Why the node's own tools would call a port that it does not serve, by its "vox.http.ext.conf"; empty when they would
@@ -66,6 +71,14 @@ std::string PortsApart(const LumPalConfig::Configuration_t& server);
 /// What is unknown of the node's own namespaces, and of what looks like one of them, as sentences with the nearest
 /// names; other namespaces belong to others.
 std::vector<std::string> UnknownKeys(const LumPalConfig::ConfigGroup_t& group);
+/// Those that have a name and no effect, as sentences.
+std::vector<std::string> KeysWithoutEffect(const LumPalConfig::ConfigGroup_t& group);
+/// What was probably meant by a namespace, or by a key of it, that nobody reads: the end of a sentence.
+/// @param name  empty for the namespace as a whole
+std::string NearestSetting(const std::string& nameSpace, const std::string& name);
+/// The sentence of UnknownKeys on one key; empty when somebody may read it.
+/// @param name  empty for the namespace as a whole
+std::string NobodyReads(const std::string& nameSpace, const std::string& name);
 /// A sentence for a key that the user has typed, with the nearest one.
 std::string NoSuchKey(const std::string& name);
 

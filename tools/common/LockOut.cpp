@@ -1,6 +1,7 @@
 #include "common/LockOut.h"
 
 #include "LumPalKeys.h"
+#include "LumPalNet.h"
 #include "LumSecAuth.h"
 #include "LumSecCore.h"
 #include "PolicyForwarder.h"
@@ -32,6 +33,11 @@ bool ConcernsPorts(const ConfigGroup_t& changed) {
 
 bool ConcernsCertificate(const ConfigGroup_t& changed) {
     return Names(changed, NsSecCmCert, CertInstalledKey) || Names(changed, NsSecCore, CoreIdKey);
+}
+
+/// Without a certificate it is served on loopback whatever stands there.
+bool ConcernsAddress(const ConfigGroup_t& changed) {
+    return Names(changed, NsVoxHttp, BindAddressKey) || Names(changed, NsSecCmCert, CertInstalledKey);
 }
 
 bool CountsAsInstalled(const ConfigGroup_t& then) {
@@ -66,6 +72,32 @@ std::string WhyOtherRoad(const ConfigGroup_t& then, const NodeStatus& now) {
 std::string WhyPortsPart(const ConfigGroup_t& then) {
     const std::string apart = PortsApart(then.GetConfig(String_t(NsVoxHttp)));
     return apart.empty() ? "" : apart + ": set both." + kBehindIt;
+}
+
+/// An address of loopback that 'localhost' does not stand for.
+bool IsAside(const std::string& address) {
+    for (const char* net : {"127.", "::ffff:127."}) {
+        if (address.starts_with(net)) return address.substr(std::string_view(net).size()) != "0.0.1";
+    }
+    return false;
+}
+
+/// Where the tools reach what they call 'localhost'.
+bool IsWithLocalhost(const String_t& address) {
+    bool isWith = false;
+    if (IsAside(address.ToUtf8())) return false;
+    Attempt([&] { isWith = IsAnyAddress(address) || LumPalNet::InetAddress_t(address).IsLoopback(); });
+    return isWith;
+}
+
+std::string WhyElsewhere(const ConfigGroup_t& then) {
+    String_t address = then.GetConfig(String_t(NsVoxHttp)).GetValue(BindAddressKey);
+    // The server takes loopback for what is no address.
+    if (!CountsAsInstalled(then) || !IsBindAddress(address.Trim()) || IsWithLocalhost(address)) return "";
+    const std::string shown = address.ToUtf8();
+    return "Once it is started again it is served on " + shown + " alone (" + BindAddressKey +
+           "), and they call 'localhost'. They reach it then by --host " + shown +
+           ", if its certificate bears that address.";
 }
 
 /// The first that there is.
@@ -118,7 +150,7 @@ Foreseen Foresee(const std::function<void(LumConfPar::SettingsMerge&)>& imagine)
 }  // namespace
 
 bool ConcernsTools(const ConfigGroup_t& changed) {
-    return ConcernsPorts(changed) || ConcernsCertificate(changed);
+    return ConcernsPorts(changed) || ConcernsCertificate(changed) || ConcernsAddress(changed);
 }
 
 std::string WhyLockedOut(const ConfigGroup_t& changed, const ConfigGroup_t& then, const std::optional<NodeStatus>& now,
@@ -127,6 +159,7 @@ std::string WhyLockedOut(const ConfigGroup_t& changed, const ConfigGroup_t& then
     if (ConcernsPorts(changed)) {
         why = First(WhyPortsPart(then), [&] { return now ? WhyNotServed(changed, then, *now) : ""; });
     }
+    if (why.empty() && ConcernsAddress(changed)) why = WhyElsewhere(then);
     if (!why.empty() || !ConcernsCertificate(changed)) return why;
     return First(isHere ? WhyNoCertificate(then) : "", [&] { return now ? WhyOtherRoad(then, *now) : ""; });
 }

@@ -20,8 +20,8 @@ using lumtools::Text;
 
 namespace {
 
-constexpr const char* kKeys[]{LumPalKeys::TargetPortKey, LumPalKeys::ServerPortKey, LumPalKeys::CertInstalledKey,
-                              LumPalKeys::CoreIdKey};
+constexpr const char* kKeys[]{LumPalKeys::TargetPortKey, LumPalKeys::ServerPortKey, LumPalKeys::BindAddressKey,
+                              LumPalKeys::CertInstalledKey, LumPalKeys::CoreIdKey};
 
 /// @return whether it is new to the node
 bool Install(SettingsMerge& merge, const std::string& file) {

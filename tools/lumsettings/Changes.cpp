@@ -10,6 +10,7 @@
 #include "common/LockOut.h"
 #include "common/Table.h"
 #include "lumsettings/Command.h"
+#include "lumsettings/SettingNotes.h"
 #include "lumsettings/SettingsText.h"
 
 namespace lumsettings {
@@ -20,6 +21,7 @@ using LumPalConfig::Configuration_t;
 using LumPalStr::String_t;
 using lumtools::Outcome;
 using lumtools::Text;
+using nlohmann::ordered_json;
 
 namespace {
 
@@ -64,18 +66,31 @@ protected:
     virtual std::string Done() const = 0;
     /// What it cannot foresee.
     virtual const char* Remark() const { return ""; }
+    /// When the change counts, empty for at once; and the same as the end of the sentence.
+    virtual std::string Counts() const { return ""; }
+    virtual std::string CountsText() const { return ""; }
+    /// What was probably meant where nothing is to be changed; empty when all is as it seems.
+    virtual std::string Hint() const { return ""; }
 
     LumConfPar::SettingsForwarder::Options options;
     bool force = false;
     LumPalMsg::MessageList_t warnings;  ///< of what is given, whatever the node
+    std::vector<std::string> notes;     ///< likewise
 
 private:
     Outcome Prepare() override {
         return lumtools::Attempt([&] {
             options = Options();
             Read();
-            if (!json) lumtools::PrintWarnings(std::cerr, warnings);
+            if (!json) TellWarnings();
         });
+    }
+
+    void TellWarnings() const {
+        lumtools::PrintWarnings(std::cerr, warnings);
+        for (const std::string& note : notes) {
+            if (!quiet) lumtools::PrintFailure(std::cerr, "", {lumtools::kNothingToDo, {{0, note}}});
+        }
     }
 
     bool ChangesNodes() const override { return !dryRun; }
@@ -90,19 +105,51 @@ private:
             if (dryRun) {
                 ShowForeseen(Foresee(forwarder->Get(Text(host), options)), answer);
             } else {
-                SetStep(host, "the change");
-                Send(host);
-                answer.text = lumtools::Printable(Done() + OfGroup() + " on " + host) + "\n";
+                SendTo(host, answer);
             }
         });
-        if (dryRun) lumtools::EndDryRun(host, answer);
+        if (dryRun) EndDryRun(host, answer);
         return answer;
+    }
+
+    void EndDryRun(const std::string& host, Answer& answer) const {
+        lumtools::EndDryRun(host, answer);
+        if (answer.outcome.code == lumtools::kNothingToDo && !Hint().empty())
+            answer.outcome.messages.push_back({1, Hint()});
+    }
+
+    /// It is sent also where it changes nothing: the node judges, and its audit log tells who asked for it.
+    void SendTo(const std::string& host, Answer& answer) const {
+        const std::optional<bool> changes = ChangesHere(host);
+        SetStep(host, "the change");
+        Send(host);
+        answer.fields["changed"] = changes ? ordered_json(*changes) : ordered_json(nullptr);
+        if (!Counts().empty()) answer.fields["counts"] = Counts();
+        answer.text = lumtools::Printable(Done() + OfGroup() + " on " + host + Ending(changes, answer)) + "\n";
+    }
+
+    std::string Ending(const std::optional<bool>& changes, Answer& answer) const {
+        if (changes != false) return CountsText();
+        const std::string same = ": nothing has changed, it was so already", hint = Hint();
+        if (hint.empty()) return same;
+        answer.fields["notes"].push_back({{"level", 0}, {"text", hint}});
+        return same + ". " + hint;
+    }
+
+    /// Another node tells what is in force there, and not what is set by whom.
+    std::optional<bool> ChangesHere(const std::string& host) const {
+        if (host != "localhost" || IsOfGroup()) return std::nullopt;
+        using namespace LumPalConfig;
+        std::optional<bool> changes;
+        lumtools::Attempt([&] { changes = !Foresee(ConfigBase_t::Open("", ConfigSource::Local)).empty(); });
+        return changes;
     }
 
     void FillWarnings(Answer& answer) const {
         for (const lumtools::MessageLine& line : lumtools::LinesOf(warnings)) {
             answer.fields["warnings"].push_back({{"level", line.level}, {"text", line.text}});
         }
+        for (const std::string& note : notes) answer.fields["notes"].push_back({{"level", 0}, {"text", note}});
     }
 
     /// The node does as it is told; the tools had to be mended by hand. A node that does not tell its settings is not
@@ -160,17 +207,26 @@ private:
         for (const std::string& unknown : lumtools::UnknownKeys(group)) {
             warnings.Add(LumPalMsg::CreateWarn_t("%1") << Text(unknown));
         }
+        notes = NotesOn(group);
         for (int i = 0; !force && i < group.GetConfigCount(); ++i) {
             const Configuration_t configuration = group.GetConfig(i);
             String_t name, value;
             for (int j = 0; configuration.GetAttr(j, name, value); ++j) {
                 const std::string wrong =
                     lumtools::WrongValue(configuration.GetNamespace().ToUtf8(), name.ToUtf8(), value);
-                if (!wrong.empty())
-                    throw CLI::ValidationError(lumtools::Printable(wrong) + "; --force sets it all the same");
+                if (!wrong.empty()) RefuseValue(wrong);
             }
         }
     }
+
+    /// How the command is called would not help.
+    [[noreturn]] static void RefuseValue(const std::string& wrong) {
+        throw LumPalMsg::IllegalArgumentError_t(LumPalMsg::CreateError_t("%1; --force sets it all the same")
+                                                << Text(wrong));
+    }
+
+    std::string Counts() const override { return IsOfGroup() ? "" : CountsOf(group); }
+    std::string CountsText() const override { return IsOfGroup() ? "" : lumsettings::CountsText(group); }
 
     bool MayConcernTools() const override { return lumtools::ConcernsTools(group); }
     ConfigGroup_t GetChanged(const ConfigGroup_t&) const override { return group; }
@@ -315,6 +371,8 @@ private:
     const char* Remark() const override {
         return "# what policies set stays, or counts again: on the node 'lumsettings explain' tells\n";
     }
+
+    std::string Hint() const override { return IsOfGroup() ? "" : lumtools::NobodyReads(nameSpace, name); }
 
     std::string Done() const override { return "cleared [" + nameSpace + "]" + (name.empty() ? "" : " " + name); }
 

@@ -3,6 +3,7 @@
 #include <sstream>
 
 #include "common/Arguments.h"
+#include "common/KnownKeys.h"
 #include "common/TableOptions.h"
 #include "lumsettings/Command.h"
 #include "lumsettings/NodeSettings.h"
@@ -99,6 +100,8 @@ private:
         for (const Setting& setting : Wanted(node, merged)) Tell(setting, node, merged, answer);
         if (answer.text.empty() && answer.outcome.code == lumtools::kDone) {
             answer.outcome = {lumtools::kNotFound, {{0, NothingThere()}}};
+            const std::string unknown = lumtools::NobodyReads(nameSpace, name);
+            if (!unknown.empty()) answer.outcome.messages.push_back({1, unknown});
         }
     }
 
@@ -140,8 +143,10 @@ private:
     }
 
     std::string NothingThere() const {
-        return name.empty() ? "Nothing is set in [" + nameSpace + "] on " + ThisNode() + "."
-                            : "Nobody sets [" + nameSpace + "] " + name + " on " + ThisNode() + ": its default counts.";
+        if (name.empty()) return "Nothing is set in [" + nameSpace + "] on " + ThisNode() + ".";
+        const bool hasDefault = lumtools::NobodyReads(nameSpace, name).empty();
+        return "Nobody sets [" + nameSpace + "] " + name + " on " + ThisNode() +
+               (hasDefault ? ": its default counts." : ".");
     }
 
     lumtools::TableOptions tableOptions;

@@ -1,6 +1,7 @@
 // The command get.
 #include "ReturnValue.h"
 #include "common/Arguments.h"
+#include "common/KnownKeys.h"
 #include "common/Table.h"
 #include "lumsettings/Command.h"
 #include "lumsettings/SettingsText.h"
@@ -43,7 +44,7 @@ private:
             if (CountSettings(settings) > 0) Show(settings, host, answer);
         });
         if (answer.outcome.code == lumtools::kDone && CountSettings(settings) == 0) {
-            answer.outcome = {lumtools::kNotFound, {{0, "'" + host + "' has no " + Wanted() + OfGroup() + "."}}};
+            answer.outcome = {lumtools::kNotFound, {{0, "'" + host + "' has no " + Wanted() + OfGroup() + Nearest()}}};
         }
         return answer;
     }
@@ -80,6 +81,8 @@ private:
         if (!name.empty()) return "setting [" + nameSpace + "] " + name;
         return nameSpace.empty() ? "settings" : "settings in [" + nameSpace + "]";
     }
+
+    std::string Nearest() const { return nameSpace.empty() ? "." : lumtools::NearestSetting(nameSpace, name); }
 
     LumConfPar::SettingsForwarder::Options options;
     std::string nameSpace, name;
