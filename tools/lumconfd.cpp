@@ -51,9 +51,8 @@ int Fail(ExitCode code, const std::string& reason) {
     return code;
 }
 
-/// What failed while this user may not look into the node failed for that.
 int FailFor(const std::exception& e) {
-    if (!lumtools::IsNodeClosed()) return Fail(kFailed, e.what());
+    if (!lumtools::HasFailedForAccess(e.what())) return Fail(kFailed, e.what());
     return Fail(kRefused, lumtools::ClosedNodeText() + "\n" + e.what());
 }
 
@@ -202,7 +201,7 @@ int main(int argc, char** argv) {
     try {
         if (!root.empty()) Dir_t::SetRoot(LumPalIo::File_t(String_t::FromUtf8(root)).GetAbsolutePath());
         if (checkConfig) {
-            lumtools::RequireOpenNode();  // else each of its files would be a problem of its own
+            lumtools::RequireOpenKeys();  // else each of its files would be a problem of its own
             return lumconfd::CheckConfiguration(std::cout) && lumtools::IsOutputWritten() ? kDone : kFailed;
         }
         if (tellStatus) return Told(status.Run());

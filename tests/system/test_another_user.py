@@ -29,7 +29,8 @@ class TestOfUsers(unittest.TestCase):
         cls.addClassCleanup(scratch.cleanup)
         cls.programs = pathlib.Path(scratch.name)
         cls.programs.chmod(0o755)
-        for file in [TOOLS / "lumpolicy", TOOLS / "lumevents", TOOLS / "lumconfd", *EXAMPLE.parent.iterdir(),
+        for file in [*(TOOLS / name for name in ("lumpolicy", "lumsettings", "lumevents", "lumconfd", "lumtrust")),
+                     *EXAMPLE.parent.iterdir(),
                      *BUILD.glob("*/lib*.so*")]:
             if file.is_file():
                 shutil.copy(file, cls.programs)
@@ -133,6 +134,30 @@ class AnotherUser(TestOfUsers):
                     self.assertIn("Permission denied", result.err)
             (self.node.config / name).chmod(0o644)
 
+    def test_whom_the_keys_are_closed_to_is_sent_to_the_nodes_user(self):
+        self.assertEqual(self.node.tool("lumtrust", "enroll", self.node.folder / "authority", "--core-id", "node-1").code, DONE)
+        for name, *arguments in (("lumpolicy", "list"), ("lumpolicy", "status"), ("lumconfd", "--status"),
+                                 ("lumconfd", "--check-config"), ("lumtrust", "status"), ("lumtrust", "list")):
+            with self.subTest(name=name, arguments=arguments):
+                result = self.as_stranger(name, *arguments)
+                self.assertEqual(result.code, REFUSED, result)
+                self.assertIn("run it as the node's user", " ".join(result.err.split()))
+        result = self.as_stranger("lumtrust", "grant", "somebody", "list")
+        self.assertEqual(result.code, REFUSED, result)
+        self.assertIn("belongs to another user", result.err)
+
+    def test_what_needs_no_keys_is_told_to_whom_only_they_are_closed_to(self):
+        self.assertEqual(self.node.tool("lumtrust", "enroll", self.node.folder / "authority", "--core-id", "node-1").code, DONE)
+        (self.node.config / "local_settings.ini").chmod(0o644)
+        self.assertEqual(self.as_stranger("lumtrust", "rights").code, DONE)
+        described = self.as_stranger("lumsettings", "describe", "SERVER_PORT")
+        self.assertIn(f"on this node: {self.node.port}", described.out)
+        bad = self.programs / "bad_header.xml"
+        bad.write_text("no document")
+        wrong = self.as_stranger("lumpolicy", "validate", bad)
+        self.assertEqual(wrong.code, 1, wrong)
+        self.assertNotIn("node's user", wrong.err)
+
     def test_a_refusal_leaves_its_audit_line(self):
         self.as_stranger("lumpolicy", "remove", "--all")
         self.assertTrue(any("AUTH" in line and "remove" in line for line in self.node.audit()), self.node.audit())
@@ -197,7 +222,7 @@ class AnotherUser(TestOfUsers):
         os.chown(self.node.root, STRANGER, STRANGER)
         for arguments in (["request", "--core-id", "node-1"], ["untrust", "somebody"], ["grant", "somebody", "list"]):
             result = self.node.tool("lumtrust", *arguments)
-            self.assertEqual(result.code, 1, result)
+            self.assertEqual(result.code, REFUSED, result)
             self.assertIn("belongs to another user", result.err)
         self.assertEqual(sorted(str(path) for path in self.node.root.rglob("*")), before)
 

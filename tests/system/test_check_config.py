@@ -33,7 +33,7 @@ class Configuration(DaemonTest):
                 ({"vox.http.ext.conf": {"REQUEST_TIMEOUT": "5s"}}, ["REQUEST_TIMEOUT=5s", "a number"]),
                 ({"vox.http.ext.conf": {"TARGET_PORT": "65536"}}, ["TARGET_PORT=65536"]),
                 ({"conf.server": {"AUDIT_LOGGING": "perhaps"}}, ["[conf.server]", "AUDIT_LOGGING=perhaps"]),
-                ({"conf.server": {"AUDIT_LOG_MODE": "some"}}, ["AUDIT_LOG_MODE=some", "all or failure"]),
+                ({"conf.server": {"AUDIT_LOG_MODE": "some"}}, ["AUDIT_LOG_MODE=some", "all, failure (counts at the start) or FAILURE"]),
                 ({"conf.server": {"SHARED_DATA_FILES": "some"}}, ["SHARED_DATA_FILES=some", "allow, keep or refuse"]),
                 ({"conf.core": {"CONTROL_ACK_TIMEOUT": "-1"}}, ["CONTROL_ACK_TIMEOUT=-1"]),
                 ({"sec.core": {"CORE_ID": "node"}, "sec.cm.certificates": {"CERT_INSTALLED": "true"}},
@@ -59,6 +59,41 @@ class Configuration(DaemonTest):
                 self.assertIn(str(node.config / "local_settings.ini"), result.out)
                 self.assertRegex(result.out, rf"\b{line}\b")
                 self.assertEqual(result.out.splitlines()[-1], "1 problem(s)")
+
+    def test_lines_that_are_none_hide_no_other_finding(self):
+        node = self.node(start=False)
+        (node.config / "local_settings.ini").write_text(
+            "[conf.server]\nnonsense\nAUDIT_LOGGING=perhaps\nmore nonsense\n[vox.http.ext.conf\nAUDIT_LOGGING=x\n"
+            "[conf.core]\nODD=1\n[vox.http.ext.conf]\nIO_THREADS=0\n")
+        (node.config / "policy_settings.ini").write_text("[conf.server]\nWAIT_TIME=0\n\\q=1\n")
+        result = self.check(node)
+        self.assertEqual((result.code, result.out.splitlines()[-1]), (FAILED, "7 problem(s)"), result)
+        for words in ("Line 2 of ", "Line 4, column 1 of", "Line 5, column 1 of", "AUDIT_LOGGING=perhaps", "IO_THREADS", "WAIT_TIME=0",
+                      "policy_settings.ini", "Warning: Nobody reads a key 'ODD'"):
+            self.assertIn(words, result.out)
+        self.assertNotIn("AUDIT_LOGGING=x", result.out)
+        (node.config / "local_settings.ini").write_bytes(b"\xff\xfe=\n" * 1000)
+        result = self.check(node)
+        self.assertEqual(result.code, FAILED, result)
+        self.assertIn("More lines of ", result.out)
+        self.assertLess(len(result.out.splitlines()), 30)
+
+    def test_a_root_that_is_not_there_is_warned_of_and_not_made(self):
+        node = self.node(start=False)
+        missing = node.folder / "nowhere/x"
+        result = node.tool("lumconfd", "--check-config", environment=node.environment(LUM_ROOT=str(missing)))
+        self.assertEqual(result.code, STOPPED, result)
+        self.assertIn(f"Warning: There is no folder '{missing}/': the daemon makes it when it starts.", result.out)
+        self.assertFalse(missing.parent.exists())
+        empty = node.folder / "empty"
+        empty.mkdir()
+        result = node.tool("lumconfd", "--check-config", environment=node.environment(LUM_ROOT=str(empty)))
+        self.assertEqual((result.code, result.out), (STOPPED, f"root: {empty}/\nthe configuration is in order\n"))
+        plain = node.folder / "plain"
+        plain.write_text("")
+        result = node.tool("lumconfd", "--check-config", environment=node.environment(LUM_ROOT=str(plain)))
+        self.assertEqual(result.code, FAILED, result)
+        self.assertIn("is no folder.", result.out)
 
     def test_a_wrong_right_and_a_broken_rights_file_are_told(self):
         node = self.node(start=False)

@@ -8,13 +8,15 @@
 #include "LumPalIo.h"
 #include "LumPalKeys.h"
 #include "LumPalMsg.h"
+#include "LumPalNet.h"
 #include "LumPalRuntime.h"
 #include "LumSecAuth.h"
 #include "LumSecCore.h"
 #include "LumVoxMsg.h"
 #include "SettingsMerge.h"
+#include "common/CertificateCheck.h"
 #include "common/KnownKeys.h"
-#include "lumconfd/CertificateCheck.h"
+#include "lumconfd/SettingsFiles.h"
 
 namespace lumconfd {
 
@@ -49,6 +51,7 @@ public:
     }
     /// What may be meant so, and hardly is.
     void Warn(const std::string& text) { out << "Warning: " << text << "\n"; }
+    void Note(const std::string& text) { out << "Note: " << text << "\n"; }
     std::size_t GetCount() const { return problems.size(); }
 
 private:
@@ -72,6 +75,48 @@ void CheckKeys(const ConfigGroup_t& group, Report& report) {
         if (!wrong.empty()) report.Problem(wrong);
     }
     for (const std::string& unknown : lumtools::UnknownKeys(group)) report.Warn(unknown);
+    for (const std::string& idle : lumtools::KeysWithoutEffect(group)) report.Note(idle);
+}
+
+bool HasAddress(const String_t& address) try {
+    return LumPalNet::InetAddress_t(address) == LumPalNet::InetAddress_t::GetLocalHost();
+} catch (const LumPalNet::ConnectException_t&) {
+    return false;
+}
+
+/// The daemon would not start; what it has not yet may come, as with an address that moves.
+void CheckBindAddress(const ConfigGroup_t& group, Report& report) {
+    const bool isTls = group.GetConfig(String_t(NsSecCmCert)).GetBool(CertInstalledKey);
+    String_t address = group.GetConfig(String_t(NsVoxHttp)).GetValue(BindAddressKey);
+    address.Trim();
+    if (!isTls || !lumtools::IsBindAddress(address) || lumtools::IsAnyAddress(address) || HasAddress(address)) return;
+    report.Warn(std::string("This host has no address ") + address.ToUtf8() + " (" + BindAddressKey +
+                ") at the moment: the daemon would not start.");
+}
+
+void CheckServer(const ConfigGroup_t& group, Report& report) {
+    const Configuration_t server = group.GetConfig(String_t(NsVoxHttp));
+    report.Problems(LumVoxMsg::FindWrongLimits(server));
+    const std::string apart = lumtools::PortsApart(server);
+    if (!apart.empty()) report.Problem(apart + ".");
+    CheckBindAddress(group, report);
+}
+
+void CheckSettings(Report& report) {
+    const SettingsRead read = ReadSettingsFiles();
+    for (const std::string& problem : read.problems) report.Problem(problem);
+    CheckKeys(read.group, report);
+    CheckServer(read.group, report);
+}
+
+/// A slip of the pen makes a node where none was meant.
+void CheckRoot(Report& report) {
+    const LumPalIo::File_t root(LumPalRuntime::Dir_t::Path(LumPalRuntime::Root));
+    if (!root.Exists()) {
+        report.Warn("There is no folder '" + root.ToString().ToUtf8() + "': the daemon makes it when it starts.");
+    } else if (!root.IsDirectory()) {
+        report.Problem("'" + root.ToString().ToUtf8() + "' is no folder.");
+    }
 }
 
 /// A merge that the daemon gave up is seen in its log alone otherwise.
@@ -103,18 +148,14 @@ void TellWhetherTheNodeSigns(std::ostream& out) {
 bool CheckConfiguration(std::ostream& out) {
     Report report(out);
     out << "root: " << LumPalRuntime::Dir_t::Path(LumPalRuntime::Root).ToUtf8() << "\n";
-    report.Step([&] { CheckKeys(LumPalConfig::ConfigBase_t::Open(""), report); });
-    report.Step([&] {
-        const auto server = LumPalConfig::ConfigNamespace_t(NsVoxHttp).Open();
-        report.Problems(LumVoxMsg::FindWrongLimits(server));
-        const std::string apart = lumtools::PortsApart(server);
-        if (!apart.empty()) report.Problem(apart + ".");
-    });
+    CheckRoot(report);
+    report.Step([&] { CheckSettings(report); });
     report.Step([&] { report.Problems(LumSecAuth::FindWrongRights()); });
     report.Step([] { LumSecCore::NodeIdentity::Load().RequireUsable(); });
     report.Step([&] {
-        const CertificateFindings found = FindInCertificates();
+        const lumtools::CertificateFindings found = lumtools::FindInCertificates(lumtools::Whose::Node);
         for (const std::string& problem : found.problems) report.Problem(problem);
+        for (const std::string& hindrance : found.hindrances) report.Warn(hindrance);
         for (const std::string& warning : found.warnings) report.Warn(warning);
     });
     report.Step([&] { CheckMerge(report); });
