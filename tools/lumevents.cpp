@@ -18,8 +18,10 @@
 #include "common/ProgramName.h"
 #include "common/Said.h"
 #include "common/StandardOutput.h"
+#include "common/Table.h"
 #include "common/Usage.h"
 #include "common/Utf8Arguments.h"
+#include "lumevents/EventNames.h"
 #include "lumevents/Listener.h"
 
 namespace {
@@ -78,13 +80,14 @@ void RunCommand(const Choices& choices, const String_t& event, const String_t& v
     command.RedirectInput(LumPalCmd::Null).PutEnv("LUM_EVENT", event).PutEnv("LUM_VALUE", value);
     const int code = CodeOf(command.EndOnStop().EndWithParent().Execute());
     if (code != 0 && !choices.listen.quiet)
-        lumtools::Say(Priority::Warning, "the command ended with " + std::to_string(code));
+        lumtools::Say(Priority::Warning,
+                      "the command ended with " + std::to_string(code) + " for '" + OneLine(event.ToUtf8()) + "'");
 }
 
 /// @return whether the event is done
 bool Handle(const Choices& choices, const String_t& event, const String_t& value) {
     Print(choices, event, value);
-    if (!lumtools::IsOutputWritten()) return false;
+    if (!std::cout) return false;  // said when the program ends
     if (choices.command.empty()) return true;
     try {
         RunCommand(choices, event, value);
@@ -106,11 +109,16 @@ bool Listen(const Choices& choices) {
 
 /// What is wrong with a command, before anybody relies on it.
 std::string WhyNoCommand(const std::string& line) try {
-    if (line.empty()) return "";  // as good as none: a unit's file that names no command
+    if (line.empty()) return "the command is empty";
     LumPalCmd::Command_t(String_t::FromUtf8(line)).RequireProgram();
     return "";
 } catch (const LumPalMsg::Exception_t& e) {
     return e.what();
+}
+
+/// A unit's file may name none.
+std::string WhyNoCommandButNone(const std::string& line) {
+    return line.empty() ? "" : WhyNoCommand(line);
 }
 
 std::string IsNotEmpty(const std::string& event) {
@@ -132,10 +140,15 @@ void Describe(CLI::App& app, Choices& choices) {
     app.add_option("--count", choices.listen.count, "End after so many events")->check(IsPositive)->type_name("N");
     app.add_flag("--json", choices.json, "Print one JSON object per event");
     app.add_flag("--quiet", choices.listen.quiet, "Do not say \"registered\" on standard error");
-    app.add_option("--exec", choices.command,
-                   "Run this command for each event, with LUM_EVENT and LUM_VALUE in its environment, "
-                   "and acknowledge when it has ended (no shell is involved)")
-        ->check(WhyNoCommand)
+    CLI::Option* const exec =
+        app.add_option("--exec", choices.command,
+                       "Run this command for each event, with LUM_EVENT and LUM_VALUE in its environment, "
+                       "and acknowledge when it has ended (no shell is involved)")
+            ->check(WhyNoCommand)
+            ->type_name("COMMAND");
+    app.add_option("--exec-unless-empty", choices.command, "As --exec; an empty command is none")
+        ->check(WhyNoCommandButNone)
+        ->excludes(exec)
         ->type_name("COMMAND");
     app.add_option(
            "--timeout", choices.timeoutSeconds,
@@ -168,6 +181,14 @@ void TakeSignals() {
     }).detach();
 }
 
+/// They are listened for: other programs may send events of their own.
+void WarnOfEvents(const Choices& choices) {
+    for (const std::string& event : choices.listen.events) {
+        const std::string doubt = lumevents::DoubtAbout(event);
+        if (!doubt.empty()) lumtools::Say(Priority::Warning, "warning: " + lumtools::Printable(doubt));
+    }
+}
+
 int Run(const Choices& choices) try {
     TakeSignals();
     if (!choices.root.empty()) LumPalRuntime::Dir_t::SetRoot(String_t::FromUtf8(choices.root));
@@ -175,6 +196,7 @@ int Run(const Choices& choices) try {
         lumtools::Say(Priority::Error, lumtools::ClosedNodeText());
         return lumtools::kRefused;
     }
+    WarnOfEvents(choices);
     return Listen(choices) ? 0 : kExitFailed;
 } catch (const LumPalMsg::Exception_t& failure) {
     lumtools::Say(Priority::Error, failure.what());

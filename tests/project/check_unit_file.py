@@ -27,7 +27,7 @@ WANTED = {
                  "StartLimitIntervalSec": "0"},
         "Service": {
             "EnvironmentFile": "/etc/lumevents/%i", "User": "lum", "Group": "lum",
-            "ExecStart": "/usr/bin/lumevents --quiet --name %i --exec ${LUM_COMMAND} $LUM_EVENTS",
+            "ExecStart": "/usr/bin/lumevents --quiet --name %i --exec-unless-empty ${LUM_COMMAND} $LUM_EVENTS",
             "Environment": "LUM_ROOT=/var/opt/lum", "Restart": "always", "RestartPreventExitStatus": "2",
             "NoNewPrivileges": "yes",
         },

@@ -3,6 +3,7 @@
 import json
 import os
 import signal
+import socket
 import subprocess
 import sys
 import unittest
@@ -83,14 +84,14 @@ class EventsTool(unittest.TestCase):
             self.assertEqual(install(node).returncode, DONE)
             code, _, err = listener.end()
             self.assertEqual(code, 0)
-            self.assertIn("ended with 1", err)
+            self.assertRegex(err, r"lumevents: the command ended with 1 for 'CHECK_POLICY:\S+'\n")
 
     def test_a_command_that_cannot_be_started_is_refused_before_anything_is_registered(self):
         with Node() as node:
             plain = node.folder / "plain"
             plain.write_text("")
             for command, why in (("/no/such/command", "No such file"), ("no-such-command-anywhere", "No such file"),
-                                 (f"{plain} word", "Permission denied"), (str(node.folder), "Permission denied"),
+                                 (f"{plain} word", "Permission denied"), (str(node.folder), "Permission denied"), ("", "the command is empty"),
                                  ("'unclosed\"", "quote"), ("  ", "")):
                 with self.subTest(command=command):
                     done = run(node, "--exec", command, "*")
@@ -98,6 +99,63 @@ class EventsTool(unittest.TestCase):
                     self.assertNotIn("registered", done.stderr)
                     self.assertIn("--exec", done.stderr)
                     self.assertIn(why, done.stderr)
+
+    def test_a_command_that_may_be_empty_is_none_then_and_checked_otherwise(self):
+        with Node() as node:
+            listener = Listener(node, "--exec-unless-empty", "", "--count", "1", "CHECK_POLICY:*")
+            self.assertEqual(listener.first, "registered\n")
+            self.assertEqual(install(node).returncode, DONE)
+            self.assertRegex(listener.end()[1], r"^CHECK_POLICY:\S+ \S+\n$")
+            for arguments in (("--exec-unless-empty", "/no/such/command"), ("--exec-unless-empty", "", "--exec", "/bin/true")):
+                self.assertEqual(run(node, *arguments, "*").returncode, WRONG_USAGE)
+
+    def test_an_event_that_the_node_never_sends_is_warned_of_and_listened_for(self):
+        with Node() as node:
+            for event, said in (
+                    ("CHECK_POLCY:backup", "The node itself sends no event 'CHECK_POLCY:backup'; did you mean 'CHECK_POLICY:backup'?"),
+                    ("check_policy:*", "The node itself sends no event 'check_policy:*'; did you mean 'CHECK_POLICY:*'?"),
+                    ("REMOV_POLICY", "The node itself sends no event 'REMOV_POLICY'; did you mean 'REMOVE_POLICY:*'?"),
+                    ("CHECK_POLICY", "An event 'CHECK_POLICY' names a type too: 'CHECK_POLICY:TYPE', or 'CHECK_POLICY:*'"),
+                    ("CHECK_POLICY:", "An event 'CHECK_POLICY' names a type too"),
+                    ("CHECK*POLICY", "A '*' stands for any rest only at the end, and not in 'CHECK*POLICY'; did you mean 'CHECK*'?"),
+                    ("CHECK_POLICY:configsettings", "Policies of the type 'configsettings' are the node's own"),
+                    ("RELOAD_TRUST", "The event 'RELOAD_TRUST' reaches the daemon alone."),
+                    ("RELOAD*", "The event 'RELOAD_TRUST' reaches the daemon alone."),
+                    ("ODD:x", "The node itself sends no event 'ODD:x'.")):
+                with self.subTest(event=event):
+                    listener = Listener(node, event)
+                    self.assertTrue(listener.first.startswith(f"lumevents: warning: {said}"), listener.first)
+                    self.assertEqual(listener.process.stderr.readline(), "registered\n")
+                    listener.process.terminate()
+            for event in ("*", "CHECK*", "CHECK_POLICY*", "CHECK_POLICY:*", "LAST_POLICY:back*", "FIRST_POLICY:x", "D*"):
+                with self.subTest(event=event):
+                    self.assertEqual(Listener(node, event).first, "registered\n")
+
+    def test_a_service_that_ends_in_the_middle_of_a_call_is_waited_for_without_a_word(self):
+        with Node(start=False) as node:
+            path = node.root / "spool/control.sock"
+            path.parent.mkdir(parents=True)
+            with socket.socket(socket.AF_UNIX) as service:
+                service.bind(str(path))
+                service.listen()
+                process = subprocess.Popen([TOOLS / "lumevents", "--count", "1", "CHECK_POLICY:*"], text=True,
+                                           env=node.environment(), stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+                node.processes.append(process)
+                first = service.accept()[0]
+                first.recv(4096)
+                reply = b"K" + bytes(4) + bytes(4)  # done, with one text that is empty
+                first.sendall(len(reply).to_bytes(4, "big") + reply)
+                self.assertEqual(process.stderr.readline(), "registered\n")
+                first.close()
+                self.assertIn("Waiting for it.", process.stderr.readline())
+                second = service.accept()[0]
+                second.recv(4096)
+                path.unlink()
+                second.close()
+            node.start()
+            self.assertEqual(process.stderr.readline(), "lumevents: registered again; events in between were missed\n")
+            self.assertEqual(install(node).returncode, DONE)
+            self.assertEqual(process.wait(PATIENCE_S), 0)
 
     def test_signals_end_it_with_0(self):
         with Node() as node:

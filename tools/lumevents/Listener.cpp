@@ -30,7 +30,7 @@ public:
     }
 
     bool Run() {
-        if (!Register(options.patience, "")) return true;
+        if (!Register(options.patience)) return true;
         if (!options.quiet) std::cerr << LumPalConsole::JournalMark(Priority::Info) << "registered" << std::endl;
         while (!IsDone()) {
             try {
@@ -59,14 +59,16 @@ private:
     bool ComeBack(const LumPalIo::IOException_t& gone) {
         component.reset();
         lumtools::Say(Priority::Warning, std::string(gone.what()) + " Waiting for it.");
-        if (!Register(options.patience.value_or(std::chrono::hours(24 * 365 * 100)), gone.what())) return false;
+        if (!Register(options.patience.value_or(std::chrono::hours(24 * 365 * 100)))) return false;
         lumtools::Say(Priority::Warning, "registered again; events in between were missed");
         return true;
     }
 
-    /// Tries as long as that is allowed. @param said  the reason that was told last
+    /// Tries as long as that is allowed. A reason that stays is told: a service that ends may still take a call, and
+    /// then not answer.
     /// @return false when the process is stopping
-    bool Register(std::optional<std::chrono::seconds> patience, std::string said) {
+    bool Register(std::optional<std::chrono::seconds> patience) {
+        std::string last, said;
         const Clock::time_point end = Clock::now() + patience.value_or(std::chrono::seconds(0));
         milliseconds pause = kFirstPause;
         while (!LumPalRuntime::IsStopping()) {
@@ -77,9 +79,11 @@ private:
                 return true;
             } catch (const LumPalIo::FileNotFoundException_t&) {
                 if (Clock::now() >= end) throw;  // no service: that is what is waited for
+                last.clear();
             } catch (const LumPalIo::IOException_t& e) {
                 if (Clock::now() >= end) throw;
-                Say(e, said);
+                if (last == e.what()) Say(last, said);
+                last = e.what();
             }
             const auto left = std::chrono::ceil<milliseconds>(end - Clock::now());
             LumPalRuntime::WaitForStopping(
@@ -96,9 +100,9 @@ private:
     }
 
     /// A reason, such as a name that somebody else has taken; the same one once.
-    static void Say(const LumPalIo::IOException_t& reason, std::string& said) {
-        if (said == reason.what()) return;
-        said = reason.what();
+    static void Say(const std::string& reason, std::string& said) {
+        if (said == reason) return;
+        said = reason;
         lumtools::Say(Priority::Warning, said);
     }
 
