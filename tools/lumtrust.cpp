@@ -7,7 +7,8 @@ namespace {
 
 const char* const kFooter =
     "To be run as the user to whom the node's files belong.\n"
-    "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 nothing to do, 4 not found.";
+    "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 nothing to do, 4 not found,\n"
+    "5 this user is not the node's, 130 and 143 ended while the running daemon was waited for.";
 
 const lumtools::Program kProgram{
     "lumtrust",

@@ -65,7 +65,7 @@ class OverTls(Told):
     def test_an_own_certificate_that_has_ended_is_told_with_its_end(self):
         client = self.client(self.authority.issue_for("operator", *THEN), self.authority)
         self.told_alike(self.listing(client), UNREACHABLE, "the certificate of this node has ended on 2021-01-01T00:00:00Z.",
-                        "'lumtrust request', then 'lumtrust install'.")
+                        "'lumtrust request', then 'lumtrust install'.", "for an operator's folder by 'lumtrust operator'")
 
     def test_an_own_certificate_that_is_not_valid_yet_is_told_with_its_start(self):
         client = self.client(self.authority.issue_for("operator", *TO_COME), self.authority)
@@ -83,6 +83,31 @@ class OverTls(Told):
         self.told_alike(self.listing(client), UNREACHABLE,
                         "the certificate of the host was refused: its issuer 'authority' is not trusted here",
                         "'lumtrust trust FILE'")
+
+    def test_an_authority_of_the_same_name_as_a_trusted_one_is_called_another_one(self):
+        namesake = pki.Authority("authority")
+        self.addCleanup(namesake.close)
+        advice = "'lumtrust trust FILE --alias ALIAS'"
+        told = ("the certificate of the host was refused: its issuer 'authority' is another authority than the trusted one of "
+                "the same name", advice)
+        self.told_alike(self.listing(self.client(self.operator, namesake)), UNREACHABLE, *told)
+        # Those of our own make name the key of their issuer, and the host shows its authority too.
+        folders = [self.node.folder / "first", self.node.folder / "second"]
+        for folder in folders:
+            self.assertEqual(self.node.tool("lumtrust", "init", folder).code, 0)
+        with Node(start=False) as node:
+            self.assertEqual(node.tool("lumtrust", "enroll", folders[0], "--core-id", "node-5").code, 0)
+            node.start()
+            client = self.client()
+            self.assertEqual(client.tool("lumtrust", "enroll", folders[1], "--core-id", "operator").code, 0)
+            said = self.told(client.policy("list", "--host", f"localhost:{node.port}"), UNREACHABLE,
+                             told[0].replace("'authority'", "'demonstration-authority'"), advice)
+            self.assertNotIn("it is no authority", said)
+            # The advice helps.
+            other = folders[0] / "demonstration-authority.pem"
+            self.assertEqual(client.tool("lumtrust", "trust", other, "--alias", "first").code, 0)
+            self.told(client.policy("list", "--host", f"localhost:{node.port}"), UNREACHABLE,
+                      "the host refused the certificate of this node: its issuer 'demonstration-authority' is not trusted there")
 
     def test_without_any_trusted_certificate_the_command_is_told(self):
         self.told_alike(self.listing(self.client(self.operator)), UNREACHABLE,
@@ -164,6 +189,27 @@ class OverTls(Told):
     def test_a_caller_without_a_certificate_learns_that_he_is_nobody(self):
         client = self.client(trusted=self.authority)
         self.told_alike(self.listing(client), REFUSED, "This caller is nobody there", "'lumtrust request'")
+
+
+class Unserved(Told):
+    def test_a_node_that_no_daemon_serves_is_told_by_its_root_and_how_it_is_started(self):
+        with Node(start=False) as node:
+            advice = (f"If the node in '{node.root}/' is meant, no daemon serves it: start it ('lumconfd', or 'systemctl start "
+                      "lumconfd').")
+
+            def ask(says):
+                for arguments in (("list",), ("status",), ("list", "--host", "localhost")):
+                    self.told_alike(lambda *more: node.policy(*arguments, *more), UNREACHABLE, says, advice)
+                self.told(node.tool("lumconfd", "--status"), FAILED, says, advice)
+
+            ask("this node does not serve")
+            (node.root / "etc/local.secret").write_text("0" * 64)  # as a daemon that was killed leaves it
+            ask("Connection refused.")
+            (node.root / "etc/local.secret").unlink()
+            self.assertEqual(node.tool("lumtrust", "enroll", node.folder / "ca", "--core-id", "node-1").code, 0)
+            ask("Connection refused.")
+            said = self.told(node.policy("list", "--host", f"127.0.0.1:{node.port}"), UNREACHABLE, "Connection refused.")
+            self.assertNotIn("start it", said)
 
 
 class TooLarge(Told):

@@ -135,6 +135,26 @@ class Serving(TrustTest):
         self.assertEqual(self.node.stop(), 0)
         self.assertEqual((self.node.log.count(own), self.node.log.count(trusted)), (2, 1))
 
+    def test_what_a_node_with_a_certificate_counts_is_read_on_its_host_over_tls(self):
+        self.node.settings["conf.server"]["METRICS_ON_LOOPBACK"] = "true"
+        self.node.write_settings()
+        self.equip()
+        self.node.start()
+        client = self.client()
+        own, authority = client.root / "etc/keystore/own", self.keystore(f"trusted/{AUTHORITY}.pem")
+        certificate = ("--cert", own / "operator.pem", "--key", own / "operator.key")
+
+        def status(*options):
+            done = subprocess.run(["curl", "-s", "-o", "/dev/null", "-w", "%{http_code}", "--cacert", authority, *options,
+                                   f"https://localhost:{self.node.port}/metrics"], capture_output=True, text=True)
+            return done.stdout
+
+        self.assertEqual(status(), "200")
+        self.assertEqual(self.node.tool("lumsettings", "set", "conf.server", "METRICS_ON_LOOPBACK=false").code, DONE)
+        self.assertEqual((status(), status(*certificate)), ("403", "403"))
+        self.trust("grant", "operator", "list")
+        self.assertEqual((status(), status(*certificate)), ("403", "200"))
+
     def test_a_node_without_a_certificate_gets_one_while_it_serves(self):
         self.node.start()
         self.assertEqual(self.node.list(), [])

@@ -122,8 +122,10 @@ class Files(TrustTest):
         self.assertFalse(self.keystore("requested").exists())
 
     def test_a_node_without_an_id_is_asked_for_one(self):
-        said = self.trust("request", code=FAILED, words=["has no id yet", "--core-id"])
-        self.assertNotIn("''", said.err)
+        for arguments in (("request",), ("withdraw",), ("enroll", self.node.folder / "ca")):
+            said = self.trust(*arguments, code=WRONG_USAGE, words=["has no id yet", "--core-id"])
+            self.assertNotIn("''", said.err)
+        self.assertFalse((self.node.folder / "ca").exists())
 
     def test_a_certificate_without_its_key_is_not_installed_and_nothing_changes(self):
         self.equip()
@@ -218,6 +220,11 @@ class Files(TrustTest):
         for one, days in zip(listed, (7, 30)):
             self.assertIn(one["days_left"], (days, days - 1))
         self.trust("list", words=["DAYS LEFT", "node-1", AUTHORITY])
+        self.assertEqual(self.trust("list", "-o", "name").out, f"node-1\n{AUTHORITY}\n")
+        soonest = self.trust("list", "--sort-by", "days-left", "--no-headers").out.splitlines()
+        self.assertEqual([line.split()[0] for line in soonest], ["own", "trusted"])
+        by_alias = self.trust("list", "--sort-by", "alias", "--no-headers").out.splitlines()
+        self.assertEqual([line.split()[1] for line in by_alias], sorted(["node-1", AUTHORITY]))
         self.keystore("trusted/broken.pem").write_text("nothing")
         self.trust("list", code=FAILED, words=["broken", "(cannot be read)", "node-1"])
 
@@ -264,8 +271,11 @@ class Files(TrustTest):
                          [{"sender": "a=b # [c]", "rights": "sign", "bits": 256},
                           {"sender": "operator", "rights": "list", "bits": 16},
                           {"sender": "somebody", "rights": "list", "bits": 16}])
+        self.assertEqual(self.trust("rights", "-o", "name", "--sort-by", "rights").out, "operator\nsomebody\na=b # [c]\n")
+        self.assertEqual(self.trust("rights", "-o", "json").out, self.trust("rights", "--json").out)
         self.trust("revoke", "operator")
-        self.trust("revoke", "operator", code=NOTHING_TO_DO)
+        said = self.trust("revoke", "operator", code=NOTHING_TO_DO)
+        self.assertNotIn("--certificate", said.err)
         self.trust("revoke", "a=b # [c]")
         self.assertEqual(path.read_text(), "# who may what\n[other]\noperator = 5\n[conf]\n# the first\nsomebody = list\n")
 

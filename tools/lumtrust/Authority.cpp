@@ -18,7 +18,6 @@ using lumtools::Text;
 
 namespace {
 
-constexpr char kAuthorityName[] = "demonstration-authority";
 constexpr int kAuthorityDays = 30, kIssuedDays = 7;
 
 struct Choices {
@@ -47,6 +46,8 @@ int Issue(const Choices& choices) {
 }
 
 }  // namespace
+
+const char* const kAuthorityName = "demonstration-authority";
 
 X509Certificate ReadAuthority(const std::string& folder) {
     return ReadCertificates(PathOf(folder, ".pem")).front();

@@ -65,8 +65,9 @@ void FinishInstallation(const LumPalStr::String_t& coreId);
 /// runs that were killed have left aside in the node's folders.
 class ChangeLock {
 public:
-    /// @throws LumPalIo::IOException_t, LumPalMsg::RuntimeException_t when the node belongs to another user, who could
-    ///         not read what this one writes; likewise when the next one has waited as long as it may
+    /// @throws LumPalIo::IOException_t; LumSecAuth::NotAuthorizedException when the node belongs to another user, who
+    ///         could not read what this one writes; LumPalMsg::RuntimeException_t when the next one has waited as long
+    ///         as it may
     ChangeLock();
 
 private:

@@ -3,6 +3,9 @@
 
 #include "LumCtrl.h"
 #include "LumPalBell.h"
+#include "common/Interruption.h"
+#include "common/Outcome.h"
+#include "common/Program.h"
 #include "common/StatusLine.h"
 #include "common/TrustReload.h"
 #include "lumtrust/Command.h"
@@ -11,6 +14,7 @@
 namespace lumtrust {
 
 using LumPalMsg::CreateError_t;
+using lumtools::Interruption;
 using lumtools::StatusLine;
 
 namespace {
@@ -30,7 +34,14 @@ LumCtrl::Control::Options PatienceOptions() {
     return options;
 }
 
-/// Says at a terminal what is waited for, once that takes long, as long as it lives.
+constexpr std::chrono::milliseconds kTick{100};  // between two looks whether the user ends it
+constexpr int kSignalled = 128;
+constexpr char kPerhapsNotTakenUp[] =
+    "The change was made, but the running daemon may not have taken it up; reload it.";
+constexpr char kNotTakenUp[] = "The change was made, but the running daemon did not take it up; reload it.";
+
+/// Says at a terminal what is waited for, once that takes long, as long as it lives; and what became of the change,
+/// when the user ends it.
 class Notice {
 public:
     Notice()
@@ -38,6 +49,7 @@ public:
                  [this](LumPalThread::Bell_t&) { return Tell(); }) {
         try {
             teller.Start();
+            interruption.emplace();
         } catch (const LumPalMsg::RuntimeException_t&) {
             // Without a thread nothing is shown; the change goes on.
         }
@@ -51,12 +63,21 @@ public:
 
 private:
     std::chrono::milliseconds Tell() {
+        if (const int signal = Interruption::GetSignal()) EndBy(signal);
         if (line.IsDue())
             line.Show("waiting for the running daemon (" + std::to_string(line.GetElapsed().count()) + " s)");
-        return StatusLine::kPatience;
+        return kTick;
+    }
+
+    [[noreturn]] void EndBy(int signal) {
+        line.Clear();
+        const auto code = static_cast<lumtools::ExitCode>(kSignalled + signal);
+        lumtools::PrintFailure(std::cerr, "", {code, {{0, kPerhapsNotTakenUp}}});
+        lumtools::EndNow(code);
     }
 
     StatusLine line{true};
+    std::optional<Interruption> interruption;
     LumPalThread::StepThread_t teller;
 };
 
@@ -75,11 +96,9 @@ void TellDaemon() {
         }
         std::cout << "The running daemon has taken it up." << std::endl;
     } catch (const LumPalIo::IOException_t&) {
-        std::cout << "No daemon serves this root; it counts from the next start on." << std::endl;
+        std::cout << "No daemon serves this root: tools go by it now, a daemon from its start on." << std::endl;
     } catch (const LumCtrl::ControlException& e) {
-        throw LumPalMsg::RuntimeException_t(
-            CreateError_t("The change was made, but the running daemon did not take it up; reload it.")
-                .AddDetails(e.GetMessageList()));
+        throw LumPalMsg::RuntimeException_t(CreateError_t(kNotTakenUp).AddDetails(e.GetMessageList()));
     }
 }
 

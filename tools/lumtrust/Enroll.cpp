@@ -32,12 +32,21 @@ struct Choices {
 };
 
 /// A certificate of somebody else's authority is worth more than one for demonstrations.
-void RequireNoOtherIdentity(const X509Certificate& authority) {
+void RequireNoOtherIdentity(const LumPalStr::String_t& authority) {
     const LumSecCore::NodeIdentity identity = LumSecCore::NodeIdentity::Load();
     if (!identity.certificateInstalled) return;
     const X509Certificate own = ReadCertificates(identity.certificatePath.ToUtf8()).front();
-    if (own.GetIssuerCN() == authority.GetSubjectCN()) return;
+    if (own.GetIssuerCN() == authority) return;
     Refuse("This node has a certificate of '%1' already; --force takes its place.", own.GetIssuerCN().ToUtf8());
+}
+
+/// Before an authority is made for nothing.
+void RequireNoOther(const std::string& folder) {
+    const X509Certificate authority = HasAuthority(folder) ? ReadAuthority(folder) : X509Certificate();
+    const LumPalStr::String_t name =
+        authority.IsNull() ? LumPalStr::String_t(kAuthorityName) : authority.GetSubjectCN();
+    RequireNoOtherTrusted(name, authority, "--force");
+    RequireNoOtherIdentity(name);
 }
 
 /// Trusts the authority for demonstrations, which is made if need be, and is known by a certificate of it.
@@ -45,26 +54,20 @@ void EnrollBy(const Choices& choices) {
     const LumPalStr::String_t coreId = CoreIdFor(choices.coreId);
     const Key key = LumSecPki::NewKey();
     const auto request = RequestFor(key, coreId, choices.hosts);
+    if (!choices.force) RequireNoOther(choices.authority);
     if (!HasAuthority(choices.authority)) MakeAuthority(choices.authority);
     const X509Certificate authority = ReadAuthority(choices.authority);
-    if (!choices.force) RequireNoOtherIdentity(authority);
     const X509Certificate issued = IssueBy(choices.authority, request);
-    TrustCertificate(authority, "", choices.force);
+    TrustCertificate(authority, {choices.authority, "", choices.force, "--force"});
     InstallIdentity({issued}, key, choices.authority);
 }
 
 int Enroll(Choices choices) {
-    if (choices.hosts.empty()) choices.hosts = {"localhost", "127.0.0.1", "::1"};
+    choices.hosts = choices.hosts.empty() ? std::vector<std::string>{"localhost", "127.0.0.1", "::1"}
+                                          : WithLocalhost(choices.hosts);
     EnrollBy(choices);
     TellDaemonOfKeys();
     return lumtools::kDone;
-}
-
-/// What daemons leave in their root, and what is put there for them alone.
-bool HasWhatNodesHave() {
-    const File_t files[] = {File_t(LumPalRuntime::RootLock_t::GetPath()), RightsFile::Path(),
-                            File_t(Dir_t::Path(LumPalRuntime::Policies))};
-    return std::any_of(std::begin(files), std::end(files), [](const File_t& file) { return file.Exists(); });
 }
 
 /// The operator's tools must not find a node there, nor become one. A node that was only enrolled is known by its id.
@@ -96,7 +99,8 @@ void TakeIn(const Choices& choices) {
     if (trusted.size() > 1) Refuse("'%1' holds more than one certificate; trust each by itself.", choices.trusted);
     const std::vector<X509Certificate> chain = ReadCertificates(choices.certificate);
     const Key key = choices.key.empty() ? Key() : LumSecPki::ReadPrivateKey(ReadFile(choices.key));
-    TrustCertificate(trusted.front(), "", choices.force);
+    RequireInTime(chain.front(), choices.certificate);
+    TrustCertificate(trusted.front(), {choices.trusted, "", choices.force, "--force"});
     InstallIdentity(chain, key, choices.certificate);
 }
 
@@ -120,13 +124,19 @@ int Operator(Choices choices) {
 
 }  // namespace
 
+bool HasWhatNodesHave() {
+    const File_t files[] = {File_t(LumPalRuntime::RootLock_t::GetPath()), RightsFile::Path(),
+                            File_t(Dir_t::Path(LumPalRuntime::Policies))};
+    return std::any_of(std::begin(files), std::end(files), [](const File_t& file) { return file.Exists(); });
+}
+
 void AddEnroll(CLI::App& app, Actions& actions) {
     auto choices = std::make_shared<Choices>();
     CLI::App* enroll = app.add_subcommand(
         "enroll", "Trust an authority for demonstrations and give this node a certificate of it, all at once");
     enroll->add_option("DIR", choices->authority, "The authority's folder; it is made if need be")->required();
     enroll->add_option("--core-id", choices->coreId, "The node's id (CORE_ID)")->type_name("ID");
-    enroll->add_option("--host", choices->hosts, "A name or address of the node; may be given often [localhost]")
+    enroll->add_option("--host", choices->hosts, "A name or address of the node besides localhost; may be given often")
         ->type_name("HOST")
         ->allow_extra_args(false);
     enroll->add_flag("--force", choices->force, "Also in the place of a certificate of another authority");

@@ -9,6 +9,7 @@
 #include "LumPalFileMark.h"
 #include "LumPalRuntime.h"
 #include "LumPalWhole.h"
+#include "LumSecAuth.h"
 #include "LumSecPki.h"
 #include "common/Arguments.h"
 #include "lumtrust/Steps.h"
@@ -106,8 +107,10 @@ void CreateFile(const File_t& file, const CharArray_t& bytes, unsigned mode) {
 ChangeLock::ChangeLock() {
     const File_t root(LumPalRuntime::Dir_t::Path(LumPalRuntime::Root));
     if (root.Exists() && !root.IsOwnedByThisUser()) {
-        Refuse("The node in '%1' belongs to another user; run lumtrust as that user (sudo -u USER lumtrust ...).",
-               root.ToString().ToUtf8());
+        throw LumSecAuth::NotAuthorizedException(
+            CreateError_t(
+                "The node in '%1' belongs to another user; run lumtrust as that user (sudo -u USER lumtrust ...).")
+            << root.ToString());
     }
     const File_t folder(LumPalRuntime::Dir_t::Path(LumPalRuntime::Etc));
     MakeFolder(folder);

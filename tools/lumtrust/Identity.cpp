@@ -1,4 +1,5 @@
 // The commands request, withdraw and install: the node's own key and certificate.
+#include <algorithm>
 #include <iostream>
 #include <memory>
 
@@ -8,6 +9,7 @@
 #include "LumSecAuth.h"
 #include "LumSecPki.h"
 #include "common/Arguments.h"
+#include "common/CertificateCheck.h"
 #include "common/ExitCode.h"
 #include "common/Table.h"
 #include "lumtrust/Revoked.h"
@@ -55,7 +57,7 @@ int Request(const Choices& choices) {
     const File_t keyFile = StoreFile("requested", coreId, ".key");
     if (!choices.force) RequireNoneWaiting(coreId, keyFile);
     const Key key = LumSecPki::NewKey();
-    const CharArray_t request = RequestFor(key, coreId, choices.hosts);
+    const CharArray_t request = RequestFor(key, coreId, WithLocalhost(choices.hosts));
     // First, so that no key waits for what could not be written, and keeps the next request away.
     if (!choices.output.empty()) ReplaceFile(File_t(Text(choices.output)), request, kPublicMode);
     ReplaceFile(keyFile, LumSecPki::ToPem(key), kSecretMode);
@@ -149,6 +151,8 @@ int Install(const Choices& choices) {
     const std::vector<X509Certificate> chain = ReadCertificates(choices.certificate);
     const Key key = choices.key.empty() ? Key() : LumSecPki::ReadPrivateKey(ReadFile(choices.key));
     InstallIdentity(chain, key, choices.certificate);
+    if (const std::string why = lumtools::WhyNotForOwnTools(chain.front()); !why.empty())
+        std::cout << "Note: " << why << std::endl;
     TellDaemonOfKeys();
     return lumtools::kDone;
 }
@@ -166,10 +170,16 @@ String_t CoreIdFor(const std::string& given) {
     const std::string configured =
         LumPalConfig::ConfigNamespace_t(LumPalKeys::NsSecCore).Open().GetValue(LumPalKeys::CoreIdKey).ToUtf8();
     if (configured.empty()) {
-        throw LumPalMsg::RuntimeException_t(
+        throw LumPalMsg::IllegalArgumentError_t(
             LumPalMsg::CreateError_t("This node has no id yet (CORE_ID): give it one with '--core-id ID'."));
     }
     return CheckedCoreId(configured);
+}
+
+std::vector<std::string> WithLocalhost(std::vector<std::string> hosts) {
+    constexpr char local[] = "localhost";
+    if (std::find(hosts.begin(), hosts.end(), local) == hosts.end()) hosts.emplace_back(local);
+    return hosts;
 }
 
 CharArray_t RequestFor(const Key& key, const String_t& coreId, const std::vector<std::string>& hosts) {
@@ -180,7 +190,7 @@ CharArray_t RequestFor(const Key& key, const String_t& coreId, const std::vector
 
 void InstallIdentity(const std::vector<X509Certificate>& chain, const Key& key, const std::string& source) {
     const X509Certificate& certificate = chain.front();
-    certificate.CheckValidity();
+    RequireInTime(certificate, source);
     RequireNotRevoked(certificate);
     const String_t coreId = ChangeIdentity(chain, key, source);
     std::cout << "installed: " << Printable(coreId.ToUtf8()) << ", valid until " << certificate.GetNotAfter().ToUtf8()

@@ -1,10 +1,12 @@
 // The command status.
+#include <algorithm>
 #include <iostream>
 #include <memory>
 
 #include "LumPalConfig.h"
 #include "LumPalKeys.h"
 #include "LumSecRevoked.h"
+#include "common/CertificateCheck.h"
 #include "common/ExitCode.h"
 #include "common/NodeAccess.h"
 #include "common/Table.h"
@@ -12,6 +14,7 @@
 #include "lumtrust/Command.h"
 #include "lumtrust/Entries.h"
 #include "lumtrust/RightsFile.h"
+#include "lumtrust/Steps.h"
 
 namespace lumtrust {
 
@@ -25,12 +28,17 @@ std::string ReasonOf(const LumPalMsg::Exception_t& e) {
     return e.GetMessageList().Format(LumPalMsg::BareText).ToUtf8();
 }
 
+/// Told once, also when several steps meet it.
+void Add(ordered_json& texts, const std::string& text) {
+    if (std::find(texts.begin(), texts.end(), text) == texts.end()) texts.push_back(text);
+}
+
 /// Runs a step that tells something; what is wrong with it is told instead.
 template <class Step>
 void Ask(ordered_json& problems, Step step) try {
     step();
 } catch (const LumPalMsg::Exception_t& e) {
-    problems.push_back(ReasonOf(e));
+    Add(problems, ReasonOf(e));
 }
 
 ordered_json Waiting() {
@@ -50,14 +58,17 @@ ordered_json OwnOf(const std::string& coreId) {
     return nullptr;
 }
 
-void JudgeOwn(const ordered_json& own, ordered_json& problems) {
-    if (own.is_null() || own.contains("broken")) return;  // told as what a server would not take
-    if (own["days_left"] < 0) problems.push_back("The node's own certificate has ended: nobody accepts it any more.");
-    if (own["revoked"]) problems.push_back("The node's own certificate is revoked here.");
+/// As whoever checks the configuration is told. An operator's folder serves nobody.
+void JudgeCertificates(ordered_json& problems, ordered_json& warnings) {
+    using lumtools::Whose;
+    const auto found = lumtools::FindInCertificates(HasWhatNodesHave() ? Whose::Node : Whose::Caller);
+    for (const std::string& problem : found.problems) Add(problems, problem);
+    for (const std::string& hindrance : found.hindrances) Add(problems, hindrance);
+    for (const std::string& warning : found.warnings) Add(warnings, warning);
 }
 
 ordered_json Look() {
-    ordered_json told, problems = ordered_json::array();
+    ordered_json told, problems = ordered_json::array(), warnings = ordered_json::array();
     const bool isInstalled =
         LumPalConfig::ConfigNamespace_t(LumPalKeys::NsSecCmCert).Open().GetBool(LumPalKeys::CertInstalledKey);
     const std::string coreId =
@@ -65,7 +76,7 @@ ordered_json Look() {
     Ask(problems, [] { NodeIdentity::Load().RequireUsable(); });
     told["core_id"] = coreId;
     told["certificate"] = isInstalled ? OwnOf(coreId) : ordered_json(nullptr);
-    JudgeOwn(told["certificate"], problems);
+    Ask(problems, [&] { JudgeCertificates(problems, warnings); });
     told["waiting"] = Waiting();
     told["trusted"] = EntriesOf(kTrustedPart);
     told["revoked"] = told["senders"] = nullptr;
@@ -74,6 +85,7 @@ ordered_json Look() {
     Ask(known, [&] { told["revoked"] = LumSecCore::RevocationList::Load()->Get().size(); });
     Ask(problems, [&] { told["senders"] = RightsFile().Get().size(); });
     told["problems"] = problems;
+    told["warnings"] = warnings;
     return told;
 }
 
@@ -114,7 +126,9 @@ void PrintLines(const char* label, const std::vector<std::string>& lines) {
 }
 
 std::string CountText(const ordered_json& count, const char* what) {
-    return count.is_null() ? "cannot be read" : std::to_string(count.get<std::size_t>()) + " " + what;
+    if (count.is_null()) return "cannot be read";
+    const auto number = count.get<std::size_t>();
+    return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
 }
 
 void Print(const ordered_json& told) {
@@ -125,14 +139,16 @@ void Print(const ordered_json& told) {
     PrintLine("identity", OwnText(told));
     PrintLines("waiting", waiting);
     PrintLines("trusted", trusted);
-    PrintLine("revoked", CountText(told["revoked"], "certificate(s)"));
-    PrintLine("rights", CountText(told["senders"], "sender(s)"));
+    PrintLine("revoked", CountText(told["revoked"], "certificate"));
+    PrintLine("rights", CountText(told["senders"], "sender"));
     std::cout << std::flush;
     for (const std::string problem : told["problems"]) std::cerr << "lumtrust: " << Printable(problem) << std::endl;
+    for (const std::string warning : told["warnings"])
+        std::cerr << "lumtrust: warning: " << Printable(warning) << std::endl;
 }
 
 int Status(bool json) {
-    lumtools::RequireOpenNode();
+    lumtools::RequireOpenKeys();
     const ordered_json told = Look();
     json ? static_cast<void>(std::cout << told.dump() << std::endl) : Print(told);
     return told["problems"].empty() ? lumtools::kDone : lumtools::kFailed;

@@ -27,19 +27,16 @@ bool IsSame(const LumPalIo::File_t& file, const LumPalArray::CharArray_t& pem) {
     return file.Exists() && ReadFile(file.ToString().ToUtf8()).View() == pem.View();
 }
 
-void Keep(const LumPalStr::String_t& alias, const LumPalArray::CharArray_t& pem, bool replace) {
+void Keep(const LumPalStr::String_t& alias, const X509Certificate& certificate, const Trusting& how) {
     const ChangeLock lock;
-    const LumPalIo::File_t file = StoreFile("trusted", alias, ".pem");
-    if (file.Exists() && !IsSame(file, pem) && !replace) {
-        Refuse("Another certificate is trusted under the alias '%1'; --replace takes its place.", alias.ToUtf8());
-    }
-    ReplaceFile(file, pem, kPublicMode);
+    if (!how.replace) RequireNoOtherTrusted(alias, certificate, how.option);
+    ReplaceFile(StoreFile("trusted", alias, ".pem"), LumSecPki::ToPem(certificate), kPublicMode);
 }
 
 int Trust(const Choices& choices) {
     const std::vector<X509Certificate> certificates = ReadCertificates(choices.file);
     if (certificates.size() > 1) Refuse("'%1' holds more than one certificate; trust each by itself.", choices.file);
-    TrustCertificate(certificates.front(), choices.alias, choices.replace);
+    TrustCertificate(certificates.front(), {choices.file, choices.alias, choices.replace, "--replace"});
     TellDaemonOfKeys();
     return lumtools::kDone;
 }
@@ -67,12 +64,32 @@ int Untrust(const Choices& choices) {
 
 }  // namespace
 
-void TrustCertificate(const X509Certificate& certificate, const std::string& givenAlias, bool replace) {
+void RequireInTime(const X509Certificate& certificate, const std::string& source) {
+    const LumPalStr::String_t start = LumSecPki::StartToCome(certificate), end = certificate.GetNotAfter();
+    const bool hasEnded = LumSecPki::SecondsLeft(certificate) < 0;
+    if (hasEnded || !start.IsEmpty()) {
+        throw LumPalMsg::RuntimeException_t(
+            LumPalMsg::CreateError_t(hasEnded ? "The certificate '%1' is not valid any more: it has ended on %2."
+                                              : "The certificate '%1' is not valid before %2.")
+            << lumtools::Text(source) << (hasEnded ? end : start));
+    }
     certificate.CheckValidity();
+}
+
+void RequireNoOtherTrusted(const LumPalStr::String_t& alias, const X509Certificate& certificate, const char* option) {
+    const LumPalIo::File_t file = StoreFile("trusted", alias, ".pem");
+    if (!file.Exists() || (!certificate.IsNull() && IsSame(file, LumSecPki::ToPem(certificate)))) return;
+    throw LumPalMsg::RuntimeException_t(
+        LumPalMsg::CreateError_t("Another certificate is trusted under the alias '%1'; %2 takes its place.")
+        << alias << option);
+}
+
+void TrustCertificate(const X509Certificate& certificate, const Trusting& how) {
+    RequireInTime(certificate, how.source);
     RequireNotRevoked(certificate);
     const std::string name = certificate.GetSubjectCN().ToUtf8();
-    const LumPalStr::String_t alias = CheckedAlias(givenAlias.empty() ? name : givenAlias);
-    Keep(alias, LumSecPki::ToPem(certificate), replace);
+    const LumPalStr::String_t alias = CheckedAlias(how.alias.empty() ? name : how.alias);
+    Keep(alias, certificate, how);
     std::cout << "trusted: " << Printable(alias.ToUtf8() + " (" + name) << ", valid until "
               << certificate.GetNotAfter().ToUtf8() << ")" << std::endl;
     if (!certificate.MayIssue()) {
