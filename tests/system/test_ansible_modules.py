@@ -220,6 +220,15 @@ class Trusted(ModulesTest):
             self.assertIn("as the node is now, it would not do this", " ".join(checked["warnings"]))
             self.assertTrue(self.result(wanted)["failed"])
 
+    def test_a_revocation_is_shown_as_a_difference_in_a_check_as_when_it_is_done(self):
+        lost = self.authority.issue("lost")[0].read_text()
+        for state in ("present", "absent"):
+            checked, done = (self.result(trust(revoked=lost, state=state), check=check) for check in (True, False))
+            self.assertEqual(checked["diff"], done["diff"])
+            told = done["diff"]["after" if state == "present" else "before"]
+            self.assertRegex(told, r"^[0-9a-f]+ of CN=.+: lost\n$")
+            self.assertEqual(done["diff"]["before" if state == "present" else "after"], "")
+
     def test_rights_are_checked_and_not_changed(self):
         before = self.etc()
         checked = self.result(trust(sender="operator", rights=["list"]), check=True)

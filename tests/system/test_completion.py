@@ -307,12 +307,12 @@ class Settings(unittest.TestCase):
         self.assertEqual(offered("lumsettings get n.s key ", self.node), [])
         self.assertEqual(offered("lumsettings get zzz ", self.node), [])
 
-    def test_the_ids_of_settings_policies_are_offered_where_one_is_meant(self):
+    def test_the_ids_and_names_of_settings_policies_are_offered_where_one_is_meant(self):
         for policy_id, type_name in (("s-1", "configsettings"), ("s-2", "backup")):
-            path = write_policy(self.node.folder / "source", policy_id, name=policy_id, type_name=type_name)
+            path = write_policy(self.node.folder / "source", policy_id, name=f"set {policy_id}", type_name=type_name)
             self.assertEqual(self.node.policy("install", "--no-notify", path).code, 0)
-        self.assertEqual(offered("lumsettings diff --disable s", self.node), ["s-1"])
-        self.assertEqual(offered("lumsettings diff --remove=", self.node), ["s-1"])
+        self.assertEqual(offered("lumsettings diff --disable s", self.node), ["s-1", "set\\ s-1"])
+        self.assertEqual(offered("lumsettings diff --remove=", self.node), ["s-1", "set\\ s-1"])
 
     def test_without_a_node_nothing_is_offered_and_nothing_said(self):
         self.assertEqual(offered("lumsettings get "), [])

@@ -215,11 +215,19 @@ class Trust:
         self.given("revoked")
         file = self.file("revoked.pem", self.wanted["revoked"])
         code, _ = self.lumtrust("revoked", "--json", file, accepted=(NOT_FOUND,))
-        before, after = code == DONE, self.wanted["state"] == "present"
-        if before != after:
-            command = ["revoke", *self.forced(), "--certificate"] if after else ["reinstate"]
-            self.change(*command, file, foreseen=(FAILED,))
-        return {"changed": before != after}
+        is_wanted = self.wanted["state"] == "present"
+        if (code == DONE) == is_wanted:
+            return {"changed": False}
+        before = self.revocations()
+        command = ["revoke", *self.forced(), "--certificate"] if is_wanted else ["reinstate"]
+        self.change(*command, file, foreseen=(FAILED,))
+        return {"changed": True, "diff": {"before": before, "after": self.revocations(), "before_header": "revoked",
+                                          "after_header": "revoked"}}
+
+    def revocations(self):
+        """A line for each that is revoked on the node, for a difference."""
+        _, told = self.lumtrust("revoked", "--json")
+        return "".join("%(serial)s of %(issuer)s: %(subject)s\n" % entry for entry in told["revoked"])
 
     # Rights.
 
