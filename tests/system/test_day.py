@@ -3,7 +3,7 @@
 import re
 import unittest
 
-from node import DONE, EXAMPLES, NOT_FOUND, NOTHING_TO_DO, UNREACHABLE, WRONG_USAGE, Node, wait_until
+from node import DONE, EXAMPLES, NOT_FOUND, NOTHING_TO_DO, REFUSED, UNREACHABLE, WRONG_USAGE, Node, wait_until
 from terminal import CTRL_C, OTHER_KEYS, Screens
 
 COLLECTED = sorted(EXAMPLES.glob("1a2b*_header.xml"))
@@ -68,6 +68,15 @@ class Day(Screens):
         shown = self.plain("lumsettings", "explain", "conf.server", "AUDIT_LOGGING", columns=120)
         self.assertIn("in force", shown)
         self.assertIn("audit-pause", shown)
+
+    def test_a_change_that_would_lock_the_tools_out_is_held_back_and_the_screen_says_how_it_is_forced(self):
+        for columns in (50, 80):
+            shown = " ".join(self.plain("lumsettings", "set", "vox.http.ext.conf", "TARGET_PORT=1", code=REFUSED,
+                                        columns=columns).split())
+            self.assertTrue(shown.startswith("lumsettings: "), shown)
+            self.assertIn(f"The node serves port {self.node.port} (SERVER_PORT), but its own tools call 1 (TARGET_PORT)", shown)
+            self.assertIn("--force", shown)
+        self.on_screen("lumpolicy", "list")
 
     def test_a_consumer_sees_what_changes_as_it_changes_and_goes_at_a_key(self):
         consumer = self.open("lumevents", "CHECK_POLICY:*", "REMOVE_POLICY:*")

@@ -93,10 +93,29 @@ class FleetDay(Screens):
         self.assertIn("The running daemon has taken it up.", shown)
         shown = " ".join(self.plain("lumpolicy", "list", "--host", self.hosts[0], code=UNREACHABLE).split())
         self.assertIn("the host refused the certificate of this node: it was revoked", shown)
-        self.assertIn("1 certificate(s)", self.of_node(self.nodes[0], "lumtrust", "status", fits=False))
+        refused = " ".join(self.plain("lumpolicy", "remove", "--all", "--host", self.hosts[0], code=UNREACHABLE).split())
+        self.assertNotIn("may be done", refused, "nobody has read it")
+        self.assertIn("1 certificate", self.of_node(self.nodes[0], "lumtrust", "status", fits=False))
         self.on_screen("lumpolicy", "list", "--host", self.hosts[1])
         self.of_node(self.nodes[0], "lumtrust", "reinstate", certificate, fits=False)
         self.on_screen("lumpolicy", "list", "--host", self.hosts[0])
+
+    def test_a_certificate_is_asked_for_issued_and_installed_and_the_screen_says_each_step(self):
+        node, wanted, issued = self.nodes[0], self.authority / "renewed.csr", self.authority / "renewed.pem"
+        self.of_node(node, "lumtrust", "request", "--core-id", "node-0", "--host", "localhost", "-o", wanted, fits=False)
+        shown = self.of_node(node, "lumtrust", "request", "--core-id", "node-0", code=FAILED)
+        self.assertIn("lumtrust withdraw --core-id node-0", " ".join(COLOUR.sub("", shown).split()))
+        self.assertRegex(self.of_node(node, "lumtrust", "status", fits=False), r"(?m)^waiting: +node-0, requested ")
+        self.on_screen("lumtrust", "issue", self.authority, wanted, "-o", issued, fits=False)
+        shown = self.of_node(node, "lumtrust", "install", issued, fits=False)
+        self.assertIn("installed: node-0", shown)
+        self.assertIn("The running daemon has taken it up.", shown)
+        self.assertEqual(self.plain("lumpolicy", "list", "--host", self.hosts[0]).count("\n"), 1, "it shows the new one")
+        self.of_node(node, "lumtrust", "request", "--core-id", "node-0", fits=False)
+        self.assertIn("withdrawn: node-0", self.of_node(node, "lumtrust", "withdraw", "--core-id", "node-0"))
+        for columns in (60, 80):
+            for table in ("list", "rights", "revoked"):
+                self.of_node(node, "lumtrust", table, columns=columns)
 
     def test_who_lacks_a_right_is_told_which_and_how_it_is_granted(self):
         shown = " ".join(self.plain("lumsettings", "get", "--host", self.hosts[0], code=REFUSED).split())
