@@ -1,4 +1,5 @@
 """Programs at a terminal of a given size: what is on the screen, and keys that are pressed."""
+import codecs
 import fcntl
 import os
 import pty
@@ -38,6 +39,7 @@ class Terminal:
             stdout=terminal if output is None else output, stderr=terminal, start_new_session=True,
             preexec_fn=lambda: fcntl.ioctl(0, termios.TIOCSCTTY, 0))
         os.close(terminal)
+        self.decoder = codecs.getincrementaldecoder("utf-8")("replace")  # a chunk may end within a character
         self.shown = ""
 
     def __enter__(self):
@@ -57,7 +59,7 @@ class Terminal:
             chunk = os.read(self.reader, 65536)
         except OSError:  # the other end is closed
             return False
-        self.shown += chunk.decode("utf-8", "replace")
+        self.shown += self.decoder.decode(chunk)
         return bool(chunk)
 
     def await_text(self, text):
