@@ -45,7 +45,7 @@ class Configuration(DaemonTest):
             with self.subTest(settings=settings), Node(settings, start=False) as node:
                 result = self.check(node)
                 self.assertEqual(result.code, FAILED, result)
-                for word in words + ["1 problem(s)"]:
+                for word in words + ["\n1 problem\n"]:
                     self.assertIn(word, result.out)
 
     def test_a_line_that_is_none_is_told_with_its_file_and_number(self):
@@ -58,7 +58,7 @@ class Configuration(DaemonTest):
                 self.assertEqual(result.code, FAILED, result)
                 self.assertIn(str(node.config / "local_settings.ini"), result.out)
                 self.assertRegex(result.out, rf"\b{line}\b")
-                self.assertEqual(result.out.splitlines()[-1], "1 problem(s)")
+                self.assertEqual(result.out.splitlines()[-1], "1 problem")
 
     def test_lines_that_are_none_hide_no_other_finding(self):
         node = self.node(start=False)
@@ -67,7 +67,7 @@ class Configuration(DaemonTest):
             "[conf.core]\nODD=1\n[vox.http.ext.conf]\nIO_THREADS=0\n")
         (node.config / "policy_settings.ini").write_text("[conf.server]\nWAIT_TIME=0\n\\q=1\n")
         result = self.check(node)
-        self.assertEqual((result.code, result.out.splitlines()[-1]), (FAILED, "7 problem(s)"), result)
+        self.assertEqual((result.code, result.out.splitlines()[-1]), (FAILED, "7 problems"), result)
         for words in ("Line 2 of ", "Line 4, column 1 of", "Line 5, column 1 of", "AUDIT_LOGGING=perhaps", "IO_THREADS", "WAIT_TIME=0",
                       "policy_settings.ini", "Warning: Nobody reads a key 'ODD'"):
             self.assertIn(words, result.out)
@@ -113,7 +113,7 @@ class Configuration(DaemonTest):
                          start=False)
         node.write_rights({"operator": "dance"})
         result = self.check(node)
-        self.assertEqual((result.code, result.out.splitlines()[-1]), (FAILED, "3 problem(s)"), result)
+        self.assertEqual((result.code, result.out.splitlines()[-1]), (FAILED, "3 problems"), result)
 
 
 if __name__ == "__main__":

@@ -261,7 +261,7 @@ class Check(KeysTest):
             with self.subTest(key=key, value=value):
                 result = self.check(**{key: value})
                 self.assertEqual(result.code, FAILED, result)
-                for text in (f"[conf.server] {key}={value}: must be", word, "1 problem(s)"):
+                for text in (f"[conf.server] {key}={value}: must be", word, "1 problem"):
                     self.assertIn(text, result.out)
 
 

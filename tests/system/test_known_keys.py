@@ -309,7 +309,7 @@ class Check(unittest.TestCase):
     def test_ports_that_part_are_told(self):
         node = self.node(settings={"vox.http.ext.conf": {"TARGET_PORT": "1"}})
         self.checked(node, FAILED, f"The node serves port {node.port} (SERVER_PORT)", "call 1 (TARGET_PORT).",
-                     "1 problem(s)")
+                     "1 problem")
 
     def test_an_address_that_the_host_does_not_have_is_warned_of_where_it_counts(self):
         said = "Warning: This host has no address 192.0.2.9 (BIND_ADDRESS) at the moment: the daemon would not start."
@@ -326,18 +326,18 @@ class Check(unittest.TestCase):
             with self.subTest(said=said):
                 node = self.node(self.authority.issue_for("node-1", *times))
                 self.checked(node, FAILED, "The node's own certificate", "own/node-1.pem", said, "'lumtrust request'",
-                             "1 problem(s)")
+                             "1 problem")
 
     def test_a_foreign_key_and_a_weak_one_are_told(self):
         node = self.node((self.issued[0], self.authority.key))
-        self.checked(node, FAILED, "it does not belong to the certificate", "1 problem(s)")
+        self.checked(node, FAILED, "it does not belong to the certificate", "1 problem")
         node = self.node()
         own = node.root / "etc/keystore/own"
         own.mkdir(parents=True)
         pki.openssl("req", "-x509", "-newkey", "rsa:1024", "-nodes", "-subj", "/CN=node-1", "-days", "1", "-keyout",
                     own / "node-1.key", "-out", own / "node-1.pem")
         pki.enroll(node, self.authority, "node-1", (own / "node-1.pem", own / "node-1.key"))
-        self.checked(node, FAILED, "its key is too short", "1 problem(s)")
+        self.checked(node, FAILED, "its key is too short", "1 problem")
 
     def test_a_weak_trusted_certificate_is_warned_of(self):
         for made, said in ((("rsa:1024", "-sha1"), "its key is too short"), (("rsa:2048", "-sha256"), None)):
@@ -358,7 +358,7 @@ class Check(unittest.TestCase):
         node = self.node(self.issued)
         key = node.root / "etc/keystore/own/node-1.key"
         key.chmod(0o640)
-        self.checked(node, FAILED, f"The key file '{key}' is open to others (mode 0640)", "chmod 600", "1 problem(s)")
+        self.checked(node, FAILED, f"The key file '{key}' is open to others (mode 0640)", "chmod 600", "1 problem")
 
     def test_trust_that_is_gone_or_lacks_is_warned_of(self):
         node = self.node(self.issued)

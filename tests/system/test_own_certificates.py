@@ -31,13 +31,13 @@ class Revoked(TrustTest):
     def test_a_node_whose_own_certificate_is_revoked_is_not_in_order(self):
         self.check(DONE, "the configuration is in order")
         self.trust("revoke", self.own, "--force")
-        self.check(FAILED, OWN_REVOKED, str(self.own), "is revoked on this node", "lumtrust request", "1 problem(s)")
+        self.check(FAILED, OWN_REVOKED, str(self.own), "is revoked on this node", "lumtrust request", "1 problem")
         self.trust("reinstate", self.own)
         self.check(DONE, "the configuration is in order")
 
     def test_nor_is_one_whose_only_voucher_is_revoked(self):
         self.trust("revoke", self.voucher, "--force")
-        self.check(FAILED, f"The trusted certificate of '{AUTHORITY}' in ", ALONE, "1 problem(s)")
+        self.check(FAILED, f"The trusted certificate of '{AUTHORITY}' in ", ALONE, "1 problem")
         self.trust("reinstate", self.voucher)
         self.trust("trust", self.own)
         self.trust("revoke", self.voucher, "--force")
@@ -55,7 +55,7 @@ class Revoked(TrustTest):
     def test_a_list_that_is_broken_hides_nothing_else(self):
         self.keystore("revoked.list").write_text("end 1\n")
         self.keystore("own/node-1.key").chmod(0o644)
-        said = self.check(FAILED, "is open to others", "2 problem(s)")
+        said = self.check(FAILED, "is open to others", "2 problems")
         self.assertEqual(said.count("revoked.list"), 1, said)
 
     def test_the_log_says_so_at_the_start_and_when_it_happens_and_once(self):

@@ -4,6 +4,7 @@
 #include <ctime>
 #include <sstream>
 
+#include "common/Counted.h"
 #include "common/Table.h"
 #include "common/TimeSpan.h"
 
@@ -74,8 +75,8 @@ std::string TextOf(const NodeStatus& status) {
     text += Line("policies", PoliciesOf(status));
     text += status.settingsBroken.IsEmpty() ? Line("settings", "merged")
                                             : Several("settings", "BROKEN: " + status.settingsBroken.ToUtf8());
-    text += Line("notifications", std::to_string(status.queued) + " queued, for " + std::to_string(status.consumers) +
-                                      (status.consumers == 1 ? " consumer" : " consumers"));
+    text +=
+        Line("notifications", std::to_string(status.queued) + " queued, for " + Counted(status.consumers, "consumer"));
     text += Line("cluster", status.cluster.IsEmpty() ? "none is followed" : status.cluster.ToUtf8());
     for (const NodeStatus::Error& error : status.errors) {
         text += Several("error", LocalTime(error.time) + " " + error.text.ToUtf8());

@@ -1,6 +1,9 @@
 #include "common/TimeSpan.h"
 
 #include <algorithm>
+#include <iterator>
+
+#include "common/Counted.h"
 
 namespace lumtools {
 
@@ -12,8 +15,7 @@ std::string SpanText(std::int64_t seconds) {
     const std::int64_t span = std::max<std::int64_t>(seconds, 0);
     const auto* unit = std::find_if(std::begin(units), std::end(units) - 1,
                                     [span](const auto& candidate) { return span >= candidate.seconds; });
-    const std::int64_t count = span / unit->seconds;
-    return std::to_string(count) + " " + unit->name + (count == 1 ? "" : "s");
+    return Counted(static_cast<std::uint64_t>(span / unit->seconds), unit->name);
 }
 
 std::string EndText(std::int64_t secondsLeft) {

@@ -1,6 +1,7 @@
 // The command check.
 #include <algorithm>
 
+#include "common/Counted.h"
 #include "lumcluster/Checks.h"
 #include "lumcluster/Command.h"
 
@@ -26,8 +27,9 @@ private:
                                          [](const Finding& f) { return f.state == Finding::State::Failed; });
         if (count == 0) return;
         answer.outcome = {lumtools::kFailed,
-                          {{0, "This node does not follow its cluster as it should: " + std::to_string(count) +
-                                   (count == 1 ? " check has failed." : " checks have failed.")}}};
+                          {{0, "This node does not follow its cluster as it should: " +
+                                   lumtools::Counted(static_cast<std::uint64_t>(count), "check") +
+                                   (count == 1 ? " has failed." : " have failed.")}}};
     }
 
     bool onlyProblems = false;

@@ -9,12 +9,14 @@
 #include "LumPalRuntime.h"
 #include "common/Arguments.h"
 #include "common/ClusterProduct.h"
+#include "common/Counted.h"
 #include "lumcluster/Look.h"
 
 namespace lumcluster {
 
 using LumConfCluster::ClusterType;
 using LumPalIo::File_t;
+using lumtools::Counted;
 using State = Finding::State;
 
 namespace {
@@ -31,10 +33,6 @@ std::string MessagesOf(const lumtools::Outcome& outcome) {
 
 bool IsProduct(const std::string& name) {
     return LumConfCluster::NamedType(lumtools::Text(name)) != ClusterType::Unknown;
-}
-
-std::string Counted(std::size_t count, const char* what) {
-    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
 void CheckConfiguration(const lumtools::UnconfiguredProduct& product, Findings& findings) {

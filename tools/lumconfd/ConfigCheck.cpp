@@ -15,6 +15,7 @@
 #include "LumVoxMsg.h"
 #include "SettingsMerge.h"
 #include "common/CertificateCheck.h"
+#include "common/Counted.h"
 #include "common/KnownKeys.h"
 #include "lumconfd/SettingsFiles.h"
 
@@ -160,8 +161,7 @@ bool CheckConfiguration(std::ostream& out) {
     });
     report.Step([&] { CheckMerge(report); });
     TellWhetherTheNodeSigns(out);
-    out << (report.GetCount() == 0 ? "the configuration is in order"
-                                   : std::to_string(report.GetCount()) + " problem(s)")
+    out << (report.GetCount() == 0 ? "the configuration is in order" : lumtools::Counted(report.GetCount(), "problem"))
         << "\n";
     return report.GetCount() == 0;
 }

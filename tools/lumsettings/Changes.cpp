@@ -6,6 +6,7 @@
 #include "LumPalWhole.h"
 #include "ReturnValue.h"
 #include "common/Arguments.h"
+#include "common/Counted.h"
 #include "common/KnownKeys.h"
 #include "common/LockOut.h"
 #include "common/Table.h"
@@ -282,7 +283,7 @@ private:
 
     std::string Done() const override {
         const int count = CountSettings(group);
-        return "set " + std::to_string(count) + (count == 1 ? " setting" : " settings");
+        return "set " + lumtools::Counted(count, "setting");
     }
 
     std::string nameSpace, file;

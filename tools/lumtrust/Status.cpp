@@ -7,6 +7,7 @@
 #include "LumPalKeys.h"
 #include "LumSecRevoked.h"
 #include "common/CertificateCheck.h"
+#include "common/Counted.h"
 #include "common/ExitCode.h"
 #include "common/NodeAccess.h"
 #include "common/Table.h"
@@ -127,8 +128,7 @@ void PrintLines(const char* label, const std::vector<std::string>& lines) {
 
 std::string CountText(const ordered_json& count, const char* what) {
     if (count.is_null()) return "cannot be read";
-    const auto number = count.get<std::size_t>();
-    return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
+    return lumtools::Counted(count.get<std::size_t>(), what);
 }
 
 void Print(const ordered_json& told) {
