@@ -153,7 +153,7 @@ def show(label, result, seconds):
 
 def run_suites(suites, build, options, label=""):
     """Runs them two at a time; returns their results."""
-    slow = SANITIZER_SLOWNESS if is_sanitized(build) else 1
+    slow = int(os.environ.get("LUM_SLOWNESS", "1")) * (SANITIZER_SLOWNESS if is_sanitized(build) else 1)
     env = dict(os.environ, LUM_BUILD=str(build), LUM_TRIAL_SECONDS=str(options.trial_seconds),
                LUM_LONG="1" if options.long else "", LUM_SLOWNESS=str(slow), PYTHONDONTWRITEBYTECODE="1")
     env.pop("LUM_ROOT", None)

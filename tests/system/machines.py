@@ -249,8 +249,11 @@ class ManagedMachine(Machine):
         """Whether systemd has begun there, and answers."""
         for child in children.read_text().split():
             self.pid = int(child)
-            return pathlib.Path(f"/proc/{child}/comm").read_text() == "systemd\n" and \
-                self.path("/run/systemd/private").exists()
+            try:
+                return pathlib.Path(f"/proc/{child}/comm").read_text() == "systemd\n" and \
+                    self.path("/run/systemd/private").exists()
+            except (FileNotFoundError, ProcessLookupError):
+                return False  # one of the programs on the way there
         return False
 
     def close(self):

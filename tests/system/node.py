@@ -5,6 +5,7 @@ Nothing outlives a test: Node is a context manager that ends the processes it st
 import json
 import os
 import pathlib
+import random
 import shutil
 import signal
 import socket
@@ -25,10 +26,23 @@ IS_SANITIZED = b"san.so" in subprocess.run(["ldd", TOOLS / "lumconfd"], capture_
 DONE, FAILED, WRONG_USAGE, NOTHING_TO_DO, NOT_FOUND, REFUSED, UNREACHABLE, UNTOLD = range(8)
 
 
+HELD_PORTS = []
+
+
 def free_port():
-    with socket.socket() as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
+    """A port that nobody listens at. No other test of this network is given it, nor the system to anybody by itself."""
+    for port in random.sample(range(30000, 32768), 2768):
+        held = socket.socket(socket.AF_UNIX)  # a name that goes with this process
+        try:
+            held.bind(f"\0lum-test-port-{port}")
+            with socket.socket() as probe:
+                probe.bind(("127.0.0.1", port))
+        except OSError:
+            held.close()
+            continue
+        HELD_PORTS.append(held)
+        return port
+    raise AssertionError("no port is free")
 
 
 def wait_until(condition, what, seconds=PATIENCE_S):

@@ -4,7 +4,7 @@ import json
 import unittest
 
 import pki
-from node import DONE, NOT_FOUND, NOTHING_TO_DO, WRONG_USAGE, Node, write_policy
+from node import DONE, NOT_FOUND, NOTHING_TO_DO, WRONG_USAGE, Node, wait_until, write_policy
 from terminal import COLOUR, Terminal, columns_of
 
 GREEN, YELLOW = "\x1b[32menabled\x1b[0m", "\x1b[33mdisabled\x1b[0m"
@@ -142,6 +142,8 @@ class Lists(unittest.TestCase):
 
     def test_tables_of_keys_and_certificates_fit_and_shorten_names_last(self):
         self.node.tool("lumtrust", "enroll", self.node.folder / "authority", "--core-id", "node-1")
+        # Whole days are shown: a week has no seven of them left from the next second on.
+        wait_until(lambda: {6, 29} == {one["days_left"] for one in self.certificates()}, "a second has passed")
         self.node.tool("lumsettings", "set", "conf.server", "FORMAT_POLICY_LIST=true")
         keys = [key["name"] for key in json.loads(self.node.tool("lumsettings", "keys", "-o", "json").out)["keys"]]
         for columns in (60, 80):
@@ -157,6 +159,9 @@ class Lists(unittest.TestCase):
             self.assertEqual("\n".join(wide), whole, tool)
             headings = whole.splitlines()[1 if "explain" in arguments else 0]
             self.assertNotIn(headings.split()[0], self.node.tool(tool, *arguments, "--no-headers").out)
+
+    def certificates(self):
+        return json.loads(self.node.tool("lumtrust", "list", "--json").out)["certificates"]
 
     def tool_at_terminal(self, tool, *arguments, columns, fits=True):
         with Terminal(self.node.command(tool, *arguments), self.node.environment(), columns=columns) as terminal:

@@ -49,11 +49,13 @@ class Stranger:
 
     def serve(self, connection):
         with connection, contextlib.suppress(OSError):
+            asked = b""
             while received := connection.recv(65536):
                 self.heard += received
-                if b"\r\n\r\n" not in received:
+                asked += received
+                if b"\r\n\r\n" not in asked:
                     continue
-                said = self.reply(received)
+                said, asked = self.reply(asked), b""
                 if not said:
                     return
                 connection.sendall(said)

@@ -6,7 +6,7 @@ import subprocess
 import unittest
 
 import pki
-from node import DONE, PATIENCE_S, TOOLS, UNREACHABLE, UNTOLD, Node, free_port, wait_until, write_policy
+from node import DONE, PATIENCE_S, SLOWNESS, TOOLS, UNREACHABLE, UNTOLD, Node, free_port, wait_until, write_policy
 from silent import CallsOthers, Unanswering
 from terminal import CTRL_C, Terminal
 
@@ -111,7 +111,7 @@ class LongWork(CallsOthers, unittest.TestCase):
         (self.node.folder / "gate").touch()
 
     def test_a_change_that_is_sent_and_not_answered_in_time_says_that_it_may_be_done(self):
-        arguments, files = self.held_install("--timeout", "2")
+        arguments, files = self.held_install("--timeout", str(5 * SLOWNESS))
         result = self.node.policy(*arguments)
         self.assertEqual(result.code, UNREACHABLE, result)
         said = " ".join(result.err.split())
@@ -121,7 +121,7 @@ class LongWork(CallsOthers, unittest.TestCase):
         self.assertEqual([one["id"] for one in self.node.list()], ["a", "b"], "and so it is")
 
     def test_in_json_such_a_change_is_unknown_and_each_file_is_told(self):
-        arguments, files = self.held_install("--json", "--timeout", "2", "--force")
+        arguments, files = self.held_install("--json", "--timeout", str(5 * SLOWNESS), "--force")
         answer = json.loads(self.node.policy(*arguments).out)
         self.assertEqual([(one["file"], one["result"]) for one in answer["files"]],
                          list(zip(map(str, files), ("done, nobody told", "unknown", "not tried"))))

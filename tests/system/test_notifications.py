@@ -107,7 +107,7 @@ class Notifications(unittest.TestCase):
         node = self.node(CONTROL_ACK_TIMEOUT="1")
         self.silent_consumer(node)
         self.change(node, "install", "a", expected=UNTOLD)
-        self.assertTrue((node.folder / "seen").exists())
+        wait_until((node.folder / "seen").exists, "the consumer is told")
         # A failed check of a changed header is the node's affair; the others wait for nobody.
         for command in ("set-owner", "disable", "enable", "remove"):
             self.change(node, command, "a")

@@ -6,6 +6,7 @@ import pathlib
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
 import pacemaker_nodes
@@ -46,8 +47,21 @@ def spaces_of(processes):
     return found
 
 
-def everybody():
-    return [path.name for path in pathlib.Path("/proc").glob("[0-9]*")]
+def now():
+    """In the ticks in which the system tells when a process began."""
+    return int(time.clock_gettime(time.CLOCK_BOOTTIME) * os.sysconf("SC_CLK_TCK"))
+
+
+def began(process):
+    try:
+        return int(pathlib.Path(f"/proc/{process}/stat").read_text().rpartition(")")[2].split()[19])
+    except (FileNotFoundError, ProcessLookupError):
+        return sys.maxsize
+
+
+def everybody(until):
+    """Who began no later: the numbers of namespaces that have ended are given to new ones, also to those of others."""
+    return [path.name for path in pathlib.Path("/proc").glob("[0-9]*") if began(path.name) <= until]
 
 
 def traces():
@@ -81,10 +95,11 @@ class LeftBehind(unittest.TestCase):
         wait_until(lambda: len(family(trial.pid)) > 2 * 8, "the daemons of both run")
         self.spaces = spaces_of(family(trial.pid)) - ours
         self.assertGreaterEqual(len(self.spaces), 1 + 2 * 5)
+        self.until = now()
         return trial
 
     def assert_nothing_is_left(self, folders=()):
-        wait_until(lambda: not self.spaces & spaces_of(everybody()), "all of its processes end, and their namespaces")
+        wait_until(lambda: not self.spaces & spaces_of(everybody(self.until)), "all of its processes end, and their namespaces")
         wait_until(lambda: traces() == self.before, f"all is as before: {self.before}, {traces()}")
         self.assertEqual(sorted(os.listdir(self.folder / "nodes")), sorted(folders))
 
@@ -114,6 +129,7 @@ class LeftBehind(unittest.TestCase):
         ours, self.spaces = spaces_of([os.getpid()]), set()
         while trial.poll() is None:
             self.spaces |= spaces_of(family(trial.pid)) - ours
+            self.until = now()
         self.assertNotEqual(trial.returncode, 0)
         self.assertGreaterEqual(len(self.spaces), 1 + 5, "the first one was there")
         self.assert_nothing_is_left()

@@ -110,6 +110,7 @@ class OnThreeNodes(OnANewCluster):
             moment, offset = self.nodes.place(web=name), since_boot() - time.monotonic()
             self.assert_settled(moment, web=name)
             late += [self.nodes.watcher.seen[follower][-1][0] + offset - moment for follower in FOLLOWERS["web"]]
+        limit_s = max(limit_s, self.interval_and_tools(self.nodes.beta))  # the machine may be busier by now
         print("policies were right", *(f"{each * 1e3:.0f}" for each in late), "ms behind the move", flush=True)
         self.assertLess(max(late), limit_s)
 
@@ -229,6 +230,7 @@ class OnThreeNodes(OnANewCluster):
         self.assert_noted(**{there: ["start till"]})
 
     def test_a_node_that_is_cut_off_loses_its_quorum_and_gives_up_what_it_has(self):
+        before_s = self.interval_and_tools(self.nodes.beta)
         self.nodes.alpha.cut()
         there, _ = self.nodes.await_place("web", "beta", "gamma", asking=[self.nodes.beta, self.nodes.gamma])
         _, moment = self.nodes.await_place("web", asking=[self.nodes.alpha])
@@ -236,7 +238,8 @@ class OnThreeNodes(OnANewCluster):
         self.assert_settled(since_boot(), web=there)
         self.assert_told("cluster .*, Down\n", "beta +2 +Offline", "web +Offline", nodes=[self.nodes.alpha])
         # What is cut off learns it at its next look, not before.
-        self.assertLess(self.tell("a node is cut off"), self.interval_and_tools(self.nodes.beta))
+        twice_s, after_s = self.tell("a node is cut off"), self.interval_and_tools(self.nodes.beta)
+        self.assertLess(twice_s, max(before_s, after_s))
         self.assert_noted(alpha=["stop till"], **{there: ["start till"]})
         self.nodes.revive()
         self.assert_settled(self.nodes.place(web=there), web=there)
@@ -291,7 +294,7 @@ class OnTwoNodes(OnANewCluster):
 
     def test_they_are_online_within_seconds(self):
         print(f"two nodes were online after {self.online_after_s:.1f} s", flush=True)
-        self.assertLess(self.online_after_s, 3 * 5 * SLOWNESS)
+        self.assertLess(self.online_after_s, PATIENCE_S)
 
     def test_nodes_that_have_lost_each_other_and_their_quorum_enable_nothing(self):
         self.nodes.alpha.cut()

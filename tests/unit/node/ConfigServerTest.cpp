@@ -297,7 +297,7 @@ TYPED_TEST(HandlerEndTest, WaitsOneSecondForACallInFlightAndGivesItUpThen) {
     const auto waited = steady_clock::now() - begin;
     EXPECT_TRUE(traced.Contains("the end of a handler waits for its calls in flight"));
     EXPECT_GE(waited, std::chrono::seconds(1));
-    EXPECT_LT(waited, std::chrono::seconds(3));
+    EXPECT_LT(waited, std::chrono::seconds(30)) << "it would wait for ever";
 }
 
 TYPED_TEST(HandlerEndTest, WaitsForNothingWhenItsCallsHaveEnded) {

@@ -372,7 +372,7 @@ TEST(Command, LeavesNoDescriptorOpen) {
     const std::size_t before = CountDescriptors();
     for (int i = 0; i < 10; ++i) OutputOf(Command_t("printf x"));
     EXPECT_THROW(Command_t("no-such-program").RedirectOutput(Pipe).Execute(), FileNotFoundException_t);
-    EXPECT_EQ(CountDescriptors(), before);
+    EXPECT_LE(CountDescriptors(), before) << "those of a program before may have been closed meanwhile";
 }
 
 TEST(Command, SeveralThreadsStartProgramsAtTheSameTime) {
