@@ -67,11 +67,12 @@ int Perform(const Conduct& conduct, const Answer& answer) {
 }  // namespace
 
 int AnswerCall(const std::string& folder, const Words& call) {
-    Description cluster = ReadDescription(folder + "/" + kDescriptionFile);
+    Description cluster;
     Conduct conduct;
     {
         CallLog log(folder + "/" + kCallsFile);
-        log.Write(call);
+        log.Write(call);  // what is described from here on counts for it
+        cluster = ReadDescription(folder + "/" + kDescriptionFile);
         if (const Conduct* found = ConductOf(cluster, log, call)) conduct = *found;
         if (!conduct.waitFor.empty()) log.WriteWaiting(call);
     }

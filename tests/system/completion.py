@@ -1,11 +1,10 @@
 """The completion of command lines: what it offers, and interactive shells that use it."""
 import os
 import pty
-import select
 import subprocess
-import time
 
 from node import PATIENCE_S, ROOT, TOOLS
+from terminal import read_until
 
 COMPLETION = ROOT / "packaging/completion/lumpolicy"
 SCRIPT = """
@@ -47,22 +46,6 @@ def offered(line, node=None, folder=None):
                           timeout=4 * PATIENCE_S)
     assert done.returncode == 0 and not done.stderr, done
     return done.stdout.split("\n")[:-1] if done.stdout != "\n" else []
-
-
-def read_until(terminal, wanted):
-    """What the terminal shows until it shows this, or until its end."""
-    shown, end = b"", time.monotonic() + PATIENCE_S
-    while (wanted is None or wanted not in shown) and time.monotonic() < end:
-        if not select.select([terminal], [], [], 1)[0]:
-            continue
-        try:
-            more = os.read(terminal, 65536)
-        except OSError:  # the shell has ended
-            break
-        if not more:
-            break
-        shown += more
-    return shown
 
 
 def typed_into(shell, inside, text, wanted):

@@ -5,7 +5,7 @@ Nothing outlives a test: Node is a context manager that ends the processes it st
 import json
 import os
 import pathlib
-import random
+import resource
 import shutil
 import signal
 import socket
@@ -23,6 +23,9 @@ PATIENCE_S = 30 * SLOWNESS
 # With a sanitizer: some limits of the system cannot be tried, since it needs memory and descriptors itself.
 IS_SANITIZED = b"san.so" in subprocess.run(["ldd", TOOLS / "lumconfd"], capture_output=True, check=True).stdout
 
+# Of whoever starts the tests; they would change what is tried.
+NOT_INHERITED = ("NOTIFY_SOCKET", "JOURNAL_STREAM", "TERM", "NO_COLOR", "LUM_TRACE", "LUM_SUDO")
+
 DONE, FAILED, WRONG_USAGE, NOTHING_TO_DO, NOT_FOUND, REFUSED, UNREACHABLE, UNTOLD = range(8)
 
 
@@ -30,19 +33,13 @@ HELD_PORTS = []
 
 
 def free_port():
-    """A port that nobody listens at. No other test of this network is given it, nor the system to anybody by itself."""
-    for port in random.sample(range(30000, 32768), 2768):
-        held = socket.socket(socket.AF_UNIX)  # a name that goes with this process
-        try:
-            held.bind(f"\0lum-test-port-{port}")
-            with socket.socket() as probe:
-                probe.bind(("127.0.0.1", port))
-        except OSError:
-            held.close()
-            continue
-        HELD_PORTS.append(held)
-        return port
-    raise AssertionError("no port is free")
+    """One that nobody else is given while this process lives: it stays bound, and only who sets SO_REUSEADDR, as the
+    daemon does, can listen there. Until then connections to it are refused."""
+    held = socket.socket()
+    held.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+    held.bind(("127.0.0.1", 0))
+    HELD_PORTS.append(held)
+    return held.getsockname()[1]
 
 
 def wait_until(condition, what, seconds=PATIENCE_S):
@@ -146,7 +143,7 @@ class Node:
     # The daemon.
 
     def environment(self, **more):
-        inherited = {name: value for name, value in os.environ.items() if name != "NOTIFY_SOCKET"}
+        inherited = {name: value for name, value in os.environ.items() if name not in NOT_INHERITED}
         return {**inherited, "LUM_ROOT": str(self.root), **more}
 
     def start(self, prefix=(), **environment):
@@ -165,6 +162,13 @@ class Node:
         wait_until(serving_or_dead, "the daemon serves")
         if self.daemon.poll() is not None:
             raise AssertionError(f"lumconfd ended with {self.daemon.returncode}:\n{self.log}")
+
+    def processor_seconds(self):
+        """Of the daemon, and of the tools that have ended: what a slow or busy disk costs is nobody's fault."""
+        with open(f"/proc/{self.daemon.pid}/stat", encoding="ascii") as stat:
+            fields = stat.read().rpartition(")")[2].split()
+        tools = resource.getrusage(resource.RUSAGE_CHILDREN)
+        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK") + tools.ru_utime + tools.ru_stime
 
     def stop(self, how=signal.SIGTERM):
         self.daemon.send_signal(how)

@@ -28,6 +28,22 @@ def columns_of(line):
                2 if unicodedata.east_asian_width(char) in "WF" else 1 for char in line)
 
 
+def read_until(terminal, wanted):
+    """What the terminal shows until it shows this, or until its end."""
+    shown, end = b"", time.monotonic() + PATIENCE_S
+    while (wanted is None or wanted not in shown) and time.monotonic() < end:
+        if not select.select([terminal], [], [], 1)[0]:
+            continue
+        try:
+            more = os.read(terminal, 65536)
+        except OSError:  # the shell has ended
+            break
+        if not more:
+            break
+        shown += more
+    return shown
+
+
 class Terminal:
     """A command whose three streams are a terminal of its own. A context manager that ends it."""
 

@@ -4,7 +4,6 @@ import json
 import shutil
 import signal
 import subprocess
-import time
 import unittest
 
 import wire
@@ -295,15 +294,16 @@ class OneNode(ApplyTest):
     def test_thousands_of_policies_take_seconds(self):
         for i in range(MANY):
             self.write(f"p{i:04}")
-        begin = time.monotonic()
+        begin = self.node.processor_seconds()
         result = self.node.policy("apply", "--no-notify", self.source, timeout=10 * PATIENCE_S)
-        took = time.monotonic() - begin
+        took = self.node.processor_seconds() - begin
         self.assertEqual(result.code, DONE, result.err)
         self.assertIn(f"{MANY} created\n", result.out)
         self.assertLess(took, 30 * SLOWNESS)
-        begin = time.monotonic()
-        self.assertEqual(self.apply(code=NOTHING_TO_DO).out, f"{MANY} unchanged\n")
-        self.assertLess(time.monotonic() - begin, 15 * SLOWNESS)
+        begin = self.node.processor_seconds()
+        again = self.node.policy("apply", "--no-notify", self.source, timeout=10 * PATIENCE_S)
+        self.assertEqual((again.code, again.out), (NOTHING_TO_DO, f"{MANY} unchanged\n"))
+        self.assertLess(self.node.processor_seconds() - begin, 15 * SLOWNESS)
 
 
 class LimitedType(ApplyTest):

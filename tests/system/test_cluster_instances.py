@@ -11,6 +11,7 @@ from xml.sax.saxutils import escape
 
 from cluster import Cluster, THREE_SYSTEMS
 from node import BUILD, IS_SANITIZED, PATIENCE_S, ROOT, TOOLS, Result
+from terminal import read_until
 
 DONE, FAILED, USAGE, VERSION, DUPLICATES = range(5)
 EXAMPLES = ROOT / "examples/cluster"
@@ -232,14 +233,13 @@ class CommandLine(OnACluster):
         process = cluster.start(TOOLS / "lumappinstance", "-is", stdout=terminal, stderr=terminal,
                                 environment=environment)
         self.assertEqual(process.wait(timeout=PATIENCE_S), DONE)
-        shown = os.read(controller, 65536).decode()
-        self.assertIn("#Instance till?2J\r\n", shown)
+        self.assertIn("#Instance till?2J\r\n", read_until(controller, b"active node").decode())
         self.list_applications(cluster, ("shop", ("till", "gr\u009b2Joup")))
         process = cluster.start(TOOLS / "lumappinstance", "-is", stdout=terminal, stderr=terminal,
                                 environment=environment)
         os.close(terminal)
         self.assertEqual(process.wait(timeout=PATIENCE_S), FAILED)
-        shown = os.read(controller, 65536).decode()
+        shown = read_until(controller, b"in the cluster.").decode()
         self.assertIn("does not exist in the cluster.", shown)
         self.assertNotIn("\u009b", shown)
 

@@ -18,7 +18,7 @@ import unittest
 import cluster_nodes
 import strangers
 from cluster_nodes import CALM, FOLLOWER_NAMES, FOLLOWERS, NAMES, Nodes, address_of, description
-from node import DONE, PATIENCE_S, TRIAL_SECONDS, wait_until
+from node import DONE, PATIENCE_S, SLOWNESS, TRIAL_SECONDS, wait_until
 
 CLUSTER_FAILED = "ClusterException in monitor thread."
 # As the product's tools have it when its daemon does not run. A cycle that has begun is not disturbed.
@@ -155,7 +155,7 @@ class Ends(OnThreeNodes):
         self.hold(self.alpha, "hagrp -state web")
         begin = time.monotonic()
         self.assertEqual(self.alpha.stop(), 0)
-        self.assertLess(time.monotonic() - begin, 5)
+        self.assertLess(time.monotonic() - begin, 5 * SLOWNESS)
         self.alpha.see_the_cluster()
         moment = self.nodes.place(web="gamma", database="alpha")
         self.alpha.start()

@@ -7,6 +7,7 @@ import subprocess
 import unittest
 
 from node import PATIENCE_S, SLOWNESS, TOOLS, wait_until
+from terminal import read_until
 from test_cluster_info import ALL, DONE, FAILED, NAME_ONLY, OnACluster
 
 MEMORY_KIB = 512 * 1024 * SLOWNESS
@@ -338,7 +339,7 @@ class HostileTools(OnACluster):
         leader, follower = os.openpty()
         process = cluster.start(TOOLS / "lumclusterinfo", "-cluster", "-name", stdout=follower)
         self.assertEqual(process.wait(PATIENCE_S), DONE)
-        shown = os.read(leader, 1000)
+        shown = read_until(leader, b"\n")
         os.close(leader)
         os.close(follower)
         self.assertEqual(shown, b"a?[2Jb?\r\n")

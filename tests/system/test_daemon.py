@@ -208,6 +208,7 @@ class Readiness(DaemonTest):
         node = self.node(start=False)
         manager = self.manager(node.folder / "notify")
         with socket.socket() as other:
+            other.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
             other.bind(("127.0.0.1", node.port))
             other.listen()
             result = self.run_daemon(node, NOTIFY_SOCKET=str(node.folder / "notify"))

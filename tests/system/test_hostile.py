@@ -102,8 +102,8 @@ HTTP_ROWS = [
 
 
 class Http(HostileTest):
-    settings = {"vox.http.ext.conf": {"BODY_LIMIT": MEGABYTE, "HEADER_TIMEOUT": 300, "BODY_TIMEOUT": 300,
-                                      "IDLE_TIMEOUT": 300, "MIN_RATE": 1 << 20}}
+    settings = {"vox.http.ext.conf": {"BODY_LIMIT": MEGABYTE, "HEADER_TIMEOUT": 2000, "BODY_TIMEOUT": 2000,
+                                      "IDLE_TIMEOUT": 2000, "MIN_RATE": 1 << 20}}
 
     def test_a_malformed_request_is_refused_and_nothing_behind_it_is_taken(self):
         smuggled = wire.post(wire.operation_call(wire.REMOVE), secret=self.secret)
