@@ -1,6 +1,7 @@
 #include "lumcluster/Checks.h"
 
 #include <algorithm>
+#include <chrono>
 
 #include "LumConfCluster/ClusterType.h"
 #include "LumPalDaemon.h"
@@ -22,6 +23,8 @@ namespace {
 constexpr int kUnknownId = 65535;
 /// A cluster may have hundreds, and each costs some runs of tools. What fails for one mostly fails for all.
 constexpr std::size_t kMostGroupsAsked = 16;
+/// Most commands have ended by then.
+constexpr std::int64_t kUsualCommandSeconds = 60;
 
 std::string MessagesOf(const lumtools::Outcome& outcome) {
     std::string text;
@@ -68,6 +71,16 @@ void CheckAnswers(const GroupAnswers& answers, Findings& findings) {
     CheckEmpty("nodes of groups", answers.withoutNodes, findings);
 }
 
+Finding RunningCommands(const Follower& follower) {
+    using namespace std::chrono;
+    const std::int64_t now = duration_cast<seconds>(system_clock::now().time_since_epoch()).count();
+    const std::string limit = "lumsettings set conf.cluster COMMAND_TIMEOUT=SECONDS limits each of the next ones";
+    if (now - follower.record->begunAt < kUsualCommandSeconds) {
+        return {State::Note, "monitor", follower.Sentence(), "nothing, if they end soon; " + limit};
+    }
+    return {State::Failed, "monitor", follower.Sentence(), "end the one that hangs, a child of lumconfd; " + limit};
+}
+
 }  // namespace
 
 Subject Subject::Take() {
@@ -96,6 +109,7 @@ void CheckUser(const Subject& subject, Findings& findings) {
 
 void CheckDaemon(const Subject& subject, Findings& findings) {
     const std::string word = subject.follower.Word(), sentence = subject.follower.Sentence();
+    if (subject.follower.AreCommandsRunning()) return findings.push_back(RunningCommands(subject.follower));
     if (subject.follower.IsHindered()) {
         return findings.push_back({State::Failed, "monitor", sentence, "mend what hinders it; nothing else is needed"});
     }

@@ -22,8 +22,13 @@ struct Follower {
     static Follower Read();
     /// Whether a monitor lives through its cycles now, as far as can be told.
     bool IsWatching() const;
-    /// Whether it does and policies do not follow all the same: it is switched off, or its last look has failed.
+    /// Whether it does, and waits for commands of an application: nothing else is done until they have ended.
+    bool AreCommandsRunning() const;
+    /// Whether it does and policies do not follow all the same: commands run, it is switched off, or its last look has
+    /// failed.
     bool IsHindered() const;
+    /// Why; empty where it is not hindered. As it was written down, and in more than one line.
+    std::string Hindrance() const;
     /// One word of how it stands: "watching", "starting", "waiting", "stopped"; "none" where the daemon follows
     /// nothing, "no daemon", "unknown".
     std::string Word() const;

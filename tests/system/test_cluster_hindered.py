@@ -1,0 +1,59 @@
+#!/usr/bin/python3
+"""What holds a monitor up: lumcluster tells of it."""
+import json
+import unittest
+
+from node import DONE, FAILED, wait_until
+from test_cluster_daemon import QUICK_MS
+from test_cluster_told import TIMEOUT_IS_SET, Told
+
+
+class HeldUp(Told):
+    def node_that_hangs(self):
+        """The start command of the instance "one" goes on until it is ended."""
+        cluster = self.cluster()
+        node = self.node(cluster, start=False, POLLING_INTERVAL=QUICK_MS, **TIMEOUT_IS_SET)
+        mark = node.folder / "mark"
+        self.applications(node, "web", [f'/bin/sh -c "touch {mark}; while test -e {mark}; do sleep 0.1; done"'],
+                          policies=["listed"])
+        self.start(node)
+        self.await_phase(node, "watching")
+        self.install(node, "listed")
+        self.await_status(node, "listed", "disabled")
+        self.move(cluster, "web", "alpha")
+        wait_until(mark.exists, f"the command runs: {node.log}")
+        return node, mark
+
+    def test_one_that_hangs_is_told_wherever_somebody_looks_until_it_has_ended(self):
+        node, mark = self.node_that_hangs()
+        told = self.monitor(node)
+        waits = (f"since {told['commands_begun_at']} the monitor waits for the start commands of the instance 'one' of the "
+                 "application 'shop'")
+        self.assertRegex(told["commands_begun_at"], r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ$")
+        self.assertEqual((told["state"], told["hindered_by"]), ("watching", waits))
+        self.assertIn(f", but policies do not follow at present: {waits}\n", self.ask(node, "status").out)
+        shown = self.ask(node, "explain", "listed").out
+        self.assertRegex(shown, f"it becomes enabled.\nNot now: .*: {waits}.\n")
+        self.assertTrue(any(each.endswith(waits) for each in self.policy(node, "listed")["kept_from_it"]))
+        mark.unlink()
+        self.await_status(node, "listed", "enabled")
+        wait_until(lambda: self.monitor(node)["hindered_by"] == "", "it follows again")
+        self.assertEqual(self.monitor(node)["commands_begun_at"], None)
+        self.assertEqual(self.policy(node, "listed")["kept_from_it"], [])
+        self.assertEqual(self.checks(node)["monitor"]["state"], "ok")
+
+    def test_one_that_takes_a_minute_is_a_failure_of_the_check(self):
+        node, _ = self.node_that_hangs()
+        path = node.root / "spool/cluster.monitor.json"
+        record = json.loads(path.read_text())
+        for begun_ago, code, state in ((-3600, DONE, "note"), (3600, FAILED, "failed")):
+            # The monitor itself writes nothing while it waits.
+            path.write_text(json.dumps(record | {"commands_begun_at": record["commands_begun_at"] - begun_ago}))
+            found = self.checks(node, code=code)["monitor"]
+            self.assertEqual(found["state"], state, found)
+            self.assertIn("the monitor waits for the start commands of the instance 'one'", found["finding"])
+            self.assertIn("COMMAND_TIMEOUT", found["advice"])
+
+
+if __name__ == "__main__":
+    unittest.main()
