@@ -1,11 +1,30 @@
 #!/usr/bin/python3
-"""What holds a monitor up: lumcluster tells of it."""
+"""What holds a monitor up, or lets it take applications otherwise than they look: lumcluster and the log tell of it."""
 import json
 import unittest
 
+import test_cluster_tool
 from node import DONE, FAILED, wait_until
 from test_cluster_daemon import QUICK_MS
 from test_cluster_told import TIMEOUT_IS_SET, Told
+
+LISTS_DISK_IO = "<Template>disk-io</Template>"
+
+
+def write_applications(root, *entries):
+    """Each is a name, its instances with their groups, and what its file holds."""
+    listed = ""
+    described = root / "bin/instrumentation/conf"
+    described.mkdir(parents=True, exist_ok=True)
+    for name, instances, elements in entries:
+        listed += f"<Application><Name>{name}</Name>" + "".join(
+            f"<Instance><Name>{instance}</Name><Package>{group}</Package></Instance>"
+            for instance, group in instances.items()) + "</Application>"
+        (described / f"{name}.apm.xml").write_text("<APMApplicationConfiguration><Application>" + elements
+                                                   + "</Application></APMApplicationConfiguration>")
+    listing = root / "conf/conf/apminfo.xml"
+    listing.parent.mkdir(parents=True, exist_ok=True)
+    listing.write_text(f"<APMClusterConfiguration>{listed}</APMClusterConfiguration>")
 
 
 class HeldUp(Told):
@@ -53,6 +72,24 @@ class HeldUp(Told):
             self.assertEqual(found["state"], state, found)
             self.assertIn("the monitor waits for the start commands of the instance 'one'", found["finding"])
             self.assertIn("COMMAND_TIMEOUT", found["advice"])
+
+
+class TakenOtherwise(test_cluster_tool.OnACluster):
+    def with_applications(self, *entries):
+        cluster = self.cluster(applications=False)
+        self.put_policy(cluster, "disk-io")
+        write_applications(cluster.root, *entries)
+        return cluster
+
+    def test_an_application_of_two_entries_is_told_once(self):
+        cluster = self.with_applications(("webshop", {"till": "web"}, LISTS_DISK_IO),
+                                         ("webshop", {"stock": "database"}, LISTS_DISK_IO))
+        listing, = self.json_of(cluster, "explain", "disk-io")["policies"][0]["applications"]
+        self.assertEqual([instance["instance"] for instance in listing["instances"]], ["till", "stock"])
+        self.assertIn("In the next cycle the application 'webshop' enables it: it stays enabled.\n",
+                      self.told(cluster, "explain", "disk-io"))
+        application, = self.json_of(cluster, "status")["applications"]
+        self.assertEqual(application["policies"], ["disk-io"])
 
 
 if __name__ == "__main__":
