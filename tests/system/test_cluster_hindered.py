@@ -9,6 +9,7 @@ from test_cluster_daemon import QUICK_MS
 from test_cluster_told import TIMEOUT_IS_SET, Told
 
 LISTS_DISK_IO = "<Template>disk-io</Template>"
+ENDS_THE_MONITOR = "<Template>a=b</Template>"
 
 
 def write_applications(root, *entries):
@@ -81,6 +82,9 @@ class TakenOtherwise(test_cluster_tool.OnACluster):
         write_applications(cluster.root, *entries)
         return cluster
 
+    def checked(self, *entries):
+        return self.told(self.with_applications(*entries), "check", code=FAILED)  # no daemon serves the node
+
     def test_an_application_of_two_entries_is_told_once(self):
         cluster = self.with_applications(("webshop", {"till": "web"}, LISTS_DISK_IO),
                                          ("webshop", {"stock": "database"}, LISTS_DISK_IO))
@@ -90,6 +94,42 @@ class TakenOtherwise(test_cluster_tool.OnACluster):
                       self.told(cluster, "explain", "disk-io"))
         application, = self.json_of(cluster, "status")["applications"]
         self.assertEqual(application["policies"], ["disk-io"])
+
+    def test_an_application_that_is_dropped_is_told_and_its_file_ends_nothing(self):
+        web = ("webshop", {"till": "web"}, LISTS_DISK_IO)
+        shop = ("shop", {"stock": "database"}, ENDS_THE_MONITOR)
+        text = self.checked(web, shop)
+        self.assertRegex(text, "warning +applications: the application 'shop' is dropped, since its name is part of that of "
+                               "'webshop', which stands before it: nothing of it is followed")
+        self.assertRegex(text, "-> let it stand before 'webshop' in '.*/apminfo.xml', or give it another name")
+        self.assertNotIn("ends the monitor", text)
+        self.assertNotIn("every application's file load", text)
+        text = self.checked(shop, web)
+        self.assertNotIn("dropped", text)
+        self.assertIn("as 'a=b', which no name can be: that ends the monitor", text)
+
+    def test_names_that_differ_in_their_case_alone_are_told(self):
+        text = self.checked(("shop", {"till": "web", "TILL": "database"}, ""), ("SHOP", {}, ""))
+        self.assertIn("the names of the instances 'till' and 'TILL' of the application 'shop' differ in nothing but the "
+                      "case: commands of the second one may run in every cycle", text)
+        self.assertIn("the names of the applications 'shop' and 'SHOP' differ in nothing but the case", text)
+
+
+class TakenOtherwiseByTheMonitor(Told):
+    def test_the_log_warns_once_of_what_is_dropped_and_of_commands_that_run_again_and_again(self):
+        node = self.node(self.cluster(), start=False, POLLING_INTERVAL=QUICK_MS)
+        notes = node.folder / "notes"
+        command = f'<StartCommand>/bin/sh -c "echo $instanceName &gt;&gt; {notes}; echo"</StartCommand>'
+        write_applications(node.root, ("shop", {"till": "web", "TILL": "database"}, command), ("SHOP", {}, ""),
+                           ("hop", {"desk": "database"}, command))
+        self.start(node)
+        wait_until(lambda: notes.exists() and len(notes.read_text().split()) >= 3, f"it runs in every cycle: {node.log}")
+        self.assertEqual(set(notes.read_text().split()), {"TILL"})
+        for words in ("The application 'hop' is not followed: its name is part of that of 'shop', which stands before it",
+                      "The names of the applications 'shop' and 'SHOP' differ in nothing but the case",
+                      "The names of the instances 'till' and 'TILL' of the application 'shop' differ in nothing but the "
+                      "case"):
+            self.assertEqual(node.log.count(words), 1, words)
 
 
 if __name__ == "__main__":
