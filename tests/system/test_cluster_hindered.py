@@ -5,7 +5,7 @@ import unittest
 
 import test_cluster_tool
 from node import DONE, FAILED, wait_until
-from test_cluster_daemon import QUICK_MS
+from test_cluster_daemon import PRODUCT, QUICK_MS
 from test_cluster_told import TIMEOUT_IS_SET, Told
 
 LISTS_DISK_IO = "<Template>disk-io</Template>"
@@ -73,6 +73,23 @@ class HeldUp(Told):
             self.assertEqual(found["state"], state, found)
             self.assertIn("the monitor waits for the start commands of the instance 'one'", found["finding"])
             self.assertIn("COMMAND_TIMEOUT", found["advice"])
+
+    def test_a_key_that_is_emptied_beside_it_and_cannot_be_written_back_is_told_before_it_ends_the_monitor(self):
+        node, mark = self.node_that_hangs()
+        node.settings["conf.cluster"] = {"CLUSTER_LOCAL_NODENAME": "alpha", "CLUSTER_TYPE": PRODUCT,
+                                         "MONITOR_MODE": "true", **TIMEOUT_IS_SET}
+        node.write_settings()
+        kept = [each for each in self.policy(node, "listed")["kept_from_it"] if "POLLING_INTERVAL" in each]
+        self.assertEqual(len(kept), 1, kept)
+        self.assertTrue(kept[0].startswith("POLLING_INTERVAL is empty: a cycle sets that first, and ends the monitor when "
+                                           "it fails: "), kept)
+        found = self.checks(node, code=FAILED)["write-back"]
+        self.assertEqual((found["state"], found["advice"]),
+                         ("failed", "lumsettings set conf.cluster 'POLLING_INTERVAL=10000'"), found)
+        mark.unlink()
+        self.await_phase(node, "waiting")
+        wait_until(lambda: self.state(node)["phase"] == "watching", "the daemon fills it for a successor")
+        self.assertEqual(self.checks(node)["write-back"]["state"], "note")
 
 
 class TakenOtherwise(test_cluster_tool.OnACluster):

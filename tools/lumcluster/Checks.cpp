@@ -220,15 +220,16 @@ void CheckKeys(const Subject& subject, Findings& findings) {
 
 void CheckWriteBack(const Subject& subject, Findings& findings) {
     const std::string problem = WriteBackProblem(LocalName::Of(subject.keys));
-    const bool isNeeded = NeedsWriteBack(subject.keys, subject.sight);
+    const std::vector<WriteBack> needed = WriteBacks(subject.follower, subject.keys, subject.sight);
     if (problem.empty()) {
         return findings.push_back({State::Ok, "write-back", "the monitor can set keys of this node itself", ""});
     }
-    if (isNeeded) {
+    if (!needed.empty()) {
+        std::string advice = "lumsettings set conf.cluster";
+        for (const WriteBack& each : needed) advice += " '" + each.key + "=" + each.wanted + "'";
         return findings.push_back({State::Failed, "write-back",
-                                   "CLUSTER_TYPE is '" + subject.keys.type +
-                                       "': the monitor would set it, and ends when that fails: " + problem,
-                                   "lumsettings set conf.cluster 'CLUSTER_TYPE=" + subject.sight.product + "'"});
+                                   TextOf(needed) + ": the monitor would set that, and ends when it fails: " + problem,
+                                   advice});
     }
     findings.push_back({State::Note, "write-back", "the monitor cannot set keys of this node: " + problem,
                         "nothing, as long as CLUSTER_TYPE, POLLING_INTERVAL and MONITOR_MODE are right; else mend "

@@ -142,11 +142,11 @@ std::vector<std::string> Obstacles(const Follower& follower, const Keys& keys, c
     if (const std::string why = sight.WhyApplicationsAreMissing(); sight.AreGroupsSeen() && !why.empty()) {
         obstacles.push_back(why + "; what is behind that is not followed");
     }
-    if (NeedsWriteBack(keys, sight)) {
+    if (const std::vector<WriteBack> first = WriteBacks(follower, keys, sight); !first.empty()) {
         const std::string problem = WriteBackProblem(LocalName::Of(keys));
         if (!problem.empty()) {
-            obstacles.push_back("a cycle first sets CLUSTER_TYPE, which is '" + keys.type +
-                                "', and ends the monitor when that fails: " + problem);
+            obstacles.push_back(TextOf(first) +
+                                ": a cycle sets that first, and ends the monitor when it fails: " + problem);
         }
     }
     return obstacles;

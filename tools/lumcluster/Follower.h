@@ -44,8 +44,14 @@ nlohmann::ordered_json ToJson(const Follower& follower, const Keys& keys);
 /// Why nothing would come of a cycle on this node now, a sentence each.
 std::vector<std::string> Obstacles(const Follower& follower, const Keys& keys, const Sight& sight);
 
-/// Whether a monitor sets CLUSTER_TYPE anew, in a request to the node itself, before its first cycle.
-bool NeedsWriteBack(const Keys& keys, const Sight& sight);
+/// A key of conf.cluster that the next cycle of a monitor sets, in a request to the node itself, before all else.
+struct WriteBack {
+    std::string key, present, wanted;
+};
+/// All of them. What is empty the daemon fills before it starts a monitor: that is one for a monitor that runs already.
+std::vector<WriteBack> WriteBacks(const Follower& follower, const Keys& keys, const Sight& sight);
+/// "CLUSTER_TYPE is 'odd', and MONITOR_MODE is empty"
+std::string TextOf(const std::vector<WriteBack>& writeBacks);
 /// Why such a request would fail; empty when nothing is known against it.
 std::string WriteBackProblem(const LocalName& local);
 

@@ -29,6 +29,8 @@ struct ClusterChanges : testing::Test {
         sight.groups = {{"web", 1, "Online", "Offline", "beta", ""}};
         sight.applications = {{"shop", {{"till", "web", "Offline", "beta", false}}, {"disk-io"}, ""}};
         follower.isDaemonThere = false;
+        keys.type = "P";
+        keys.pollingInterval = "10000";
         keys.monitorMode = "TRUE";
         keys.isMonitorModeOn = true;
     }
