@@ -4,6 +4,7 @@
 
 #include "ClusterCollectionImpl.h"
 #include "LumConfCluster/Application.h"
+#include "LumConfCluster/ApplicationNames.h"
 #include "MarkedNames.h"
 
 namespace LumConfCluster {
@@ -19,6 +20,7 @@ public:
 class ApplicationsImpl final : public ClusterCollectionImpl<Application, LumConf::ClusterApplicationException> {
 public:
     MarkedNames ambiguousNames;  ///< of instances, in more than one application
+    NamePairs dropped;           ///< names of entries that nothing comes of, each with the one that holds it
 };
 
 }  // namespace LumConfCluster

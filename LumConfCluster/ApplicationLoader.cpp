@@ -126,17 +126,18 @@ public:
     }
 
 private:
-    /// kept: a name that occurs inside an earlier one counts as known; its entry is read, and dropped.
+    /// kept: one that is dropped is read all the same.
     void AddEntry(const XmlDataNode& entry) {
         const String_t name = entry["Name"].GetValue();
-        const bool isKnown = seenApplications.Occurs(name);
-        const auto former = isKnown ? byName.find(name) : byName.end();
-        const Application application = former != byName.end() ? former->second : Application();
+        const ApplicationNames::Entry kind = seenApplications.Add(name);
+        const Application application = kind == ApplicationNames::Entry::Further ? byName.at(name) : Application();
         const String_t path = AddApplicationFile(*application.GetImpl(), name);
         AddInstances(application, entry, path);
-        if (isKnown) return;
+        if (kind == ApplicationNames::Entry::Dropped) {
+            applications.dropped.emplace_back(name, seenApplications.FindHolder(name));
+        }
+        if (kind != ApplicationNames::Entry::First) return;
         application.GetImpl()->name = name;
-        seenApplications.Add(name);
         byName.emplace(name, application);
         applications.Add(application);
     }
@@ -192,7 +193,8 @@ private:
     const GroupsByName groups;
     const LocalName local;
     LocalAddress address;
-    MarkedNames seenApplications, seenInstances;
+    ApplicationNames seenApplications;
+    MarkedNames seenInstances;
     std::map<String_t, Application> byName;
 };
 
@@ -206,6 +208,7 @@ template <class E>
 
 void LoadAPMConfig(ApplicationsImpl& applications, const Cluster& cluster, const ClusterResourceGroups& groups) {
     applications.Clear();
+    applications.dropped.clear();
     try {
         ConfigLoad(applications, cluster, groups).Run();
     } catch (const ClusterParserException&) {

@@ -19,6 +19,8 @@ std::optional<bool> SideAt(const Instances& instances, const Places& places, con
 
 }  // namespace
 
+// kept: of names that differ in nothing but the case the first one counts for all. Where it is on the other side, the
+// commands of the others run in every cycle, of which MonitorWarnings warns.
 FormerLook::FormerLook(const Applications& applications) {
     for (int i = 0; i < applications.Count(); ++i) {
         const Application application = applications[i];

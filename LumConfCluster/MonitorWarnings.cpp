@@ -1,5 +1,9 @@
 #include "MonitorWarnings.h"
 
+#include <vector>
+
+#include "ApplicationImpl.h"
+#include "LumConfCluster/ApplicationNames.h"
 #include "LumPalLog.h"
 #include "Messages.h"
 #include "PlainName.h"
@@ -8,6 +12,7 @@
 namespace LumConfCluster {
 
 using namespace LumConf;
+using LumPalMsg::CreateWarn_t;
 using LumPalStr::String_t;
 
 namespace {
@@ -21,6 +26,49 @@ bool CanBeSelected(const String_t& name) {
     }
 }
 
+struct Line {
+    LumPalMsg::Message_t message;
+    String_t key;
+};
+
+using Lines = std::vector<Line>;
+
+void AddDropped(const Applications& applications, Lines& lines) {
+    for (const auto& [name, holder] : applications.GetImpl()->dropped) {
+        lines.push_back({CreateWarn_t("The application '%1' is not followed: its name is part of that of '%2', which "
+                                      "stands before it in the list of applications.")
+                             << Shown(name) << Shown(holder),
+                         "dropped\n" + name});
+    }
+}
+
+template <class T>
+NamePairs AlikeIn(const T& list) {
+    std::vector<String_t> names;
+    for (int i = 0; i < list.Count(); ++i) names.push_back(list[i].GetName());
+    return FindAlikeButForCase(names);
+}
+
+void AddAlike(const Applications& applications, Lines& lines) {
+    for (const auto& [name, first] : AlikeIn(applications)) {
+        lines.push_back({CreateWarn_t("The names of the applications '%1' and '%2' differ in nothing but the case: the "
+                                      "commands of the second one may run every time that the cluster is asked.")
+                             << Shown(first) << Shown(name),
+                         "alike\n" + name});
+    }
+}
+
+void AddAlikeInstances(const Application& application, Lines& lines) {
+    const String_t owner = application.GetName();
+    for (const auto& [name, first] : AlikeIn(application.GetInstances())) {
+        lines.push_back({CreateWarn_t("The names of the instances '%1' and '%2' of the application '%3' differ in "
+                                      "nothing but the case: while one of them alone is online on this node, the "
+                                      "commands of the second one run every time that the cluster is asked.")
+                             << Shown(first) << Shown(name) << Shown(owner),
+                         "alike\n" + owner + "\n" + name});
+    }
+}
+
 }  // namespace
 
 void MonitorWarnings::Say(const LumPalMsg::Message_t& message, const String_t& key) {
@@ -30,8 +78,12 @@ void MonitorWarnings::Say(const LumPalMsg::Message_t& message, const String_t& k
 void MonitorWarnings::Loaded(const Applications& applications) {
     listed.clear();
     listedByName.clear();
+    Lines lines;
+    AddDropped(applications, lines);
+    AddAlike(applications, lines);
     for (int i = 0; i < applications.Count(); ++i) {
         const Application application = applications[i];
+        AddAlikeInstances(application, lines);
         const Strings policies = application.GetPolicyHeaders();
         for (int k = 0; k < policies.Count(); ++k) {
             const String_t name = policies[k], owner = application.GetName();
@@ -39,6 +91,7 @@ void MonitorWarnings::Loaded(const Applications& applications) {
             Say(Make(msg::TemplateNameWrong, Shown(owner), Shown(name)), "name\n" + owner + "\n" + name);
         }
     }
+    for (const Line& line : lines) Say(line.message, line.key);
 }
 
 void MonitorWarnings::Wishes::Add(const String_t& application, bool online) {

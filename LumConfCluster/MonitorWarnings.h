@@ -18,7 +18,8 @@ namespace LumConfCluster {
 /// Writes to the application log, each line once. Used by the monitor's thread.
 class MonitorWarnings {
 public:
-    /// A new look at the applications: warns of names that no policy can have.
+    /// A new look at the applications: warns of names that no policy can have, of applications that were dropped, and
+    /// of names that look-ups take for one another.
     void Loaded(const Applications& applications);
     /// An application that has instances lists a policy. Warns when two of them want different things of it.
     void Listed(const LumPalStr::String_t& application, const LumPalStr::String_t& policy, bool online);

@@ -95,7 +95,7 @@ class StatusTest(OnACluster):
             "local_name": "alpha", "local_name_configured": True,
             "monitor": {"state": "no daemon", "monitor_mode": True, "product": None, "since": None, "ended_at": None,
                         "ended_by": "", "successor_at": None, "changed_unwatched": [], "hindered_by": "",
-                        "commands_begun": []},
+                        "commands_begun": [], "commands_begun_at": None},
             "nodes": [{"name": "alpha", "id": 0, "state": "Online", "local": True, "detail": ""},
                       {"name": "beta", "id": 1, "state": "Online", "local": False, "detail": ""},
                       {"name": "gamma", "id": 2, "state": "Offline", "local": False, "detail": ""}],

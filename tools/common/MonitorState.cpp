@@ -65,6 +65,7 @@ MonitorState Parsed(const std::string& text) {
     state.changed = SidesOf(read.at("changed_unwatched"));
     // Former daemons did not write these.
     state.begun = SidesOf(read.value("commands_begun", json::array()));
+    state.begunAt = read.value("commands_begun_at", std::int64_t(0));
     state.hinderedBy = read.value("hindered_by", "");
     return state;
 }
@@ -113,6 +114,7 @@ void MonitorState::Write() const {
                           {"instances", ToJson(instances)},
                           {"changed_unwatched", ToJson(changed)},
                           {"commands_begun", ToJson(begun)},
+                          {"commands_begun_at", begunAt},
                           {"hindered_by", hinderedBy}};
     const std::string text = written.dump(1, ' ', false, json::error_handler_t::replace) + "\n";
     File_t(Dir_t::Path(LumPalRuntime::Spool)).Mkdirs();

@@ -41,7 +41,8 @@ struct MonitorState {
     std::vector<InstanceSide> changed;
     /// Those whose commands for this side had begun when this was written, and may not run to their end.
     std::vector<InstanceSide> begun;
-    std::string hinderedBy;  ///< in the phase Watching: why policies do not follow at present; empty where they do
+    std::int64_t begunAt = 0;  ///< when they had; 0 without any, and where a former daemon has written it
+    std::string hinderedBy;    ///< in the phase Watching: why policies do not follow at present; empty where they do
 
     bool operator==(const MonitorState& other) const = default;
 

@@ -2,6 +2,7 @@
 #include <array>
 
 #include "LumConfCluster/ApplicationFiles.h"
+#include "LumConfCluster/ApplicationNames.h"
 #include "LumConfCluster/XmlDataTree.h"
 #include "LumPalIo.h"
 #include "LumPalRuntime.h"
@@ -12,10 +13,12 @@
 
 namespace lumcluster {
 
+using LumConfCluster::ApplicationNames;
 using LumConfCluster::XmlDataNode;
 using LumConfCluster::XmlDataTree;
 using LumPalIo::File_t;
 using LumPalStr::String_t;
+using lumtools::Text;
 using State = Finding::State;
 
 namespace {
@@ -108,14 +111,27 @@ private:
             return;
         }
         const std::string name = entry[String_t("Name")].GetValue().ToUtf8();
-        CheckFile(name, HasInstances(entry));
+        const bool isDropped = names.Add(Text(name)) == ApplicationNames::Entry::Dropped;
+        if (isDropped) TellDropped(name, path);
+        CheckFile(name, isDropped ? Follows::Never : HasInstances(entry) ? Follows::Now : Follows::Later);
         for (int i = 0; i < entry.ChildrenCount(); ++i) {
             if (entry[i].GetName() == kInstanceTag) CheckInstance(name, entry[i]);
         }
     }
 
-    void CheckFile(const std::string& name, bool hasInstances) {
-        const File_t file = LumConfCluster::FindApplicationFile(lumtools::Text(name));
+    void TellDropped(const std::string& name, const std::string& path) {
+        const std::string holder = names.FindHolder(Text(name)).ToUtf8();
+        Add(State::Warning,
+            "the application '" + name + "' is dropped, since its name is part of that of '" + holder +
+                "', which stands before it: nothing of it is followed",
+            "let it stand before '" + holder + "' in '" + path + "', or give it another name");
+    }
+
+    /// Whether an application's policies are switched.
+    enum class Follows { Now, Later, Never };
+
+    void CheckFile(const std::string& name, Follows follows) {
+        const File_t file = LumConfCluster::FindApplicationFile(Text(name));
         if (file.IsNull()) {
             Add(State::Failed, "the application '" + name + "' has no file",
                 "put '" + name +
@@ -127,7 +143,8 @@ private:
         if (!Load(file, tree)) return;
         const std::string path = file.ToString().ToUtf8(), wrong = WrongIn(tree[0]);
         if (!wrong.empty()) return Add(State::Failed, "'" + path + "': " + wrong, "mend the file");
-        CheckTemplates(tree[0][0], path, hasInstances ? State::Failed : State::Warning);
+        if (follows == Follows::Never) return;
+        CheckTemplates(tree[0][0], path, follows == Follows::Now ? State::Failed : State::Warning);
     }
 
     void CheckTemplates(const XmlDataNode& application, const std::string& path, State state) {
@@ -154,6 +171,7 @@ private:
 
     const Subject& subject;
     Findings& findings;
+    ApplicationNames names;
 };
 
 }  // namespace

@@ -39,8 +39,10 @@ std::string ClusterText(const Sight& sight) {
 
 std::string MonitorText(const Follower& follower, const Keys& keys) {
     const bool isOff = !keys.monitorMode.empty() && !keys.isMonitorModeOn;
-    return follower.Word() + (follower.IsHindered() ? ", policies do not follow" : "") +
-           (isOff ? ", MONITOR_MODE is off" : "");
+    const std::string hindered = follower.AreCommandsRunning() ? ", commands run"
+                                 : follower.IsHindered()       ? ", policies do not follow"
+                                                               : "";
+    return follower.Word() + hindered + (isOff ? ", MONITOR_MODE is off" : "");
 }
 
 void Number(std::vector<Item>& items) {

@@ -1,6 +1,7 @@
 #include "lumcluster/Checks.h"
 
 #include <algorithm>
+#include <chrono>
 
 #include "LumConfCluster/ClusterType.h"
 #include "LumPalDaemon.h"
@@ -24,6 +25,8 @@ namespace {
 constexpr int kUnknownId = 65535;
 /// A cluster may have hundreds, and each costs some runs of tools. What fails for one mostly fails for all.
 constexpr std::size_t kMostGroupsAsked = 16;
+/// Most commands have ended by then.
+constexpr std::int64_t kUsualCommandSeconds = 60;
 
 std::string MessagesOf(const lumtools::Outcome& outcome) {
     std::string text;
@@ -66,6 +69,16 @@ void CheckAnswers(const GroupAnswers& answers, Findings& findings) {
     CheckEmpty("nodes of groups", answers.withoutNodes, findings);
 }
 
+Finding RunningCommands(const Follower& follower) {
+    using namespace std::chrono;
+    const std::int64_t now = duration_cast<seconds>(system_clock::now().time_since_epoch()).count();
+    const std::string limit = "lumsettings set conf.cluster COMMAND_TIMEOUT=SECONDS limits each of the next ones";
+    if (now - follower.record->begunAt < kUsualCommandSeconds) {
+        return {State::Note, "monitor", follower.Sentence(), "nothing, if they end soon; " + limit};
+    }
+    return {State::Failed, "monitor", follower.Sentence(), "end the one that hangs, a child of lumconfd; " + limit};
+}
+
 }  // namespace
 
 Subject Subject::Take() {
@@ -94,6 +107,7 @@ void CheckUser(const Subject& subject, Findings& findings) {
 
 void CheckDaemon(const Subject& subject, Findings& findings) {
     const std::string word = subject.follower.Word(), sentence = subject.follower.Sentence();
+    if (subject.follower.AreCommandsRunning()) return findings.push_back(RunningCommands(subject.follower));
     if (subject.follower.IsHindered()) {
         return findings.push_back({State::Failed, "monitor", sentence, "mend what hinders it; nothing else is needed"});
     }
@@ -204,15 +218,16 @@ void CheckKeys(const Subject& subject, Findings& findings) {
 
 void CheckWriteBack(const Subject& subject, Findings& findings) {
     const std::string problem = WriteBackProblem(LocalName::Of(subject.keys));
-    const bool isNeeded = NeedsWriteBack(subject.keys, subject.sight);
+    const std::vector<WriteBack> needed = WriteBacks(subject.follower, subject.keys, subject.sight);
     if (problem.empty()) {
         return findings.push_back({State::Ok, "write-back", "the monitor can set keys of this node itself", ""});
     }
-    if (isNeeded) {
+    if (!needed.empty()) {
+        std::string advice = "lumsettings set conf.cluster";
+        for (const WriteBack& each : needed) advice += " '" + each.key + "=" + each.wanted + "'";
         return findings.push_back({State::Failed, "write-back",
-                                   "CLUSTER_TYPE is '" + subject.keys.type +
-                                       "': the monitor would set it, and ends when that fails: " + problem,
-                                   "lumsettings set conf.cluster 'CLUSTER_TYPE=" + subject.sight.product + "'"});
+                                   TextOf(needed) + ": the monitor would set that, and ends when it fails: " + problem,
+                                   advice});
     }
     findings.push_back({State::Note, "write-back", "the monitor cannot set keys of this node: " + problem,
                         "nothing, as long as CLUSTER_TYPE, POLLING_INTERVAL and MONITOR_MODE are right; else mend "

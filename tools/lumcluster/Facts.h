@@ -77,7 +77,7 @@ struct InstanceFacts {
 struct ApplicationFacts {
     std::string name;
     std::vector<InstanceFacts> instances;
-    std::vector<std::string> policies;  ///< as it lists them: names, or types and names
+    std::vector<std::string> policies;  ///< as it lists them: names, or types and names; each text once
     std::string ambiguous;              ///< names that stand twice in it, with commas between them
 };
 

@@ -38,6 +38,13 @@ ordered_json ToJson(const std::vector<InstanceSide>& sides) {
     return list;
 }
 
+std::string Commands(const MonitorState& state) {
+    const InstanceSide& side = state.begun.front();
+    return (state.begunAt == 0 ? "" : "since " + TimeText(state.begunAt) + " ") + "the monitor waits for the " +
+           (side.here ? "start" : "stop") + " commands of the instance '" + side.name + "' of the application '" +
+           side.application + "'";
+}
+
 std::string EndOf(const MonitorState& state) {
     return "the monitor has ended at " + TimeText(state.endedAt) + " (" + Joined(state.endedBy) +
            "); a successor starts at " + TimeText(state.successorAt);
@@ -71,8 +78,17 @@ bool Follower::IsWatching() const {
     return Word() == DisplayText(Phase::Watching);
 }
 
+bool Follower::AreCommandsRunning() const {
+    return IsWatching() && !record->begun.empty();
+}
+
 bool Follower::IsHindered() const {
-    return IsWatching() && !record->hinderedBy.empty();
+    return !Hindrance().empty();
+}
+
+std::string Follower::Hindrance() const {
+    if (AreCommandsRunning()) return Commands(*record);
+    return IsWatching() ? record->hinderedBy : "";
 }
 
 std::string Follower::Word() const {
@@ -95,8 +111,7 @@ std::string Follower::Sentence() const {
     const char* const doing =
         record->phase == Phase::Watching ? "the cluster is followed" : "the cluster is looked for";
     const std::string sentence = std::string(doing) + " since " + TimeText(record->since);
-    return IsHindered() ? sentence + ", but policies do not follow at present: " + Joined(record->hinderedBy)
-                        : sentence;
+    return IsHindered() ? sentence + ", but policies do not follow at present: " + Joined(Hindrance()) : sentence;
 }
 
 ordered_json ToJson(const Follower& follower, const Keys& keys) {
@@ -108,8 +123,9 @@ ordered_json ToJson(const Follower& follower, const Keys& keys) {
     object["ended_by"] = state.endedBy;
     object["successor_at"] = TimeOrNull(state.successorAt);
     object["changed_unwatched"] = ToJson(state.changed);
-    object["hindered_by"] = follower.IsHindered() ? state.hinderedBy : "";
+    object["hindered_by"] = follower.Hindrance();
     object["commands_begun"] = ToJson(state.begun);
+    object["commands_begun_at"] = TimeOrNull(state.begunAt);
     return object;
 }
 
@@ -126,11 +142,11 @@ std::vector<std::string> Obstacles(const Follower& follower, const Keys& keys, c
     if (const std::string why = sight.WhyApplicationsAreMissing(); sight.AreGroupsSeen() && !why.empty()) {
         obstacles.push_back(why + "; what is behind that is not followed");
     }
-    if (NeedsWriteBack(keys, sight)) {
+    if (const std::vector<WriteBack> first = WriteBacks(follower, keys, sight); !first.empty()) {
         const std::string problem = WriteBackProblem(LocalName::Of(keys));
         if (!problem.empty()) {
-            obstacles.push_back("a cycle first sets CLUSTER_TYPE, which is '" + keys.type +
-                                "', and ends the monitor when that fails: " + problem);
+            obstacles.push_back(TextOf(first) +
+                                ": a cycle sets that first, and ends the monitor when it fails: " + problem);
         }
     }
     return obstacles;

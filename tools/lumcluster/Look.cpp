@@ -1,6 +1,7 @@
 #include "lumcluster/Look.h"
 
 #include <algorithm>
+#include <set>
 #include <utility>
 
 #include "LumConfCluster/Applications.h"
@@ -57,7 +58,12 @@ ApplicationFacts FactsOf(const Application& application) {
     const Instances instances = application.GetInstances();
     for (int i = 0; i < instances.Count(); ++i) facts.instances.push_back(FactsOf(instances[i]));
     const Strings policies = application.GetPolicyNames();
-    for (int i = 0; i < policies.Count(); ++i) facts.policies.push_back(policies[i].ToUtf8());
+    // An application with two entries has all that its file lists twice.
+    std::set<std::string> known;
+    for (int i = 0; i < policies.Count(); ++i) {
+        const std::string listed = policies[i].ToUtf8();
+        if (known.insert(listed).second) facts.policies.push_back(listed);
+    }
     LumPalStr::String_t ambiguous;
     if (instances.AreAmbiguousInstancesPresent(ambiguous)) facts.ambiguous = Trimmed(ambiguous.ToUtf8());
     return facts;

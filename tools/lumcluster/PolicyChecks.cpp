@@ -2,6 +2,8 @@
 #include <map>
 #include <set>
 
+#include "LumConfCluster/ApplicationNames.h"
+#include "common/Arguments.h"
 #include "common/Outcome.h"
 #include "lumcluster/Checks.h"
 #include "lumcluster/Reasons.h"
@@ -63,12 +65,29 @@ void CheckGroups(const PolicyHeader& policy, const Explanation& explanation, con
     }
 }
 
+/// Look-ups of the monitor take them for one another.
+/// @param whose  of instances
+template <class T>
+void CheckAlike(const std::vector<T>& facts, const std::string& whose, Findings& findings) {
+    std::vector<LumPalStr::String_t> names;
+    for (const T& each : facts) names.push_back(lumtools::Text(each.name));
+    for (const auto& [name, first] : LumConfCluster::FindAlikeButForCase(names)) {
+        findings.push_back({State::Warning, "applications",
+                            std::string("the names of the ") + (whose.empty() ? "applications" : "instances") + " '" +
+                                first.ToUtf8() + "' and '" + name.ToUtf8() + "'" + whose +
+                                " differ in nothing but the case: commands of the second one may run in every cycle",
+                            "give one of them another name"});
+    }
+}
+
 }  // namespace
 
 void CheckApplications(const Subject& subject, Findings& findings) {
+    CheckAlike(subject.sight.applications, "", findings);
     for (const ApplicationFacts& application : subject.sight.applications) {
         const std::set<std::string> listed(application.policies.begin(), application.policies.end());
         for (const std::string& each : listed) CheckListed(application, each, subject, findings);
+        CheckAlike(application.instances, " of the application '" + application.name + "'", findings);
         if (application.ambiguous.empty()) continue;
         findings.push_back(
             {State::Warning, "applications",

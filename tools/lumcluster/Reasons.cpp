@@ -103,13 +103,15 @@ void AddStep(const std::vector<Tie>& ties, const std::string& by, Explanation& e
 
 void FollowApplication(const PolicyHeader& policy, const ApplicationFacts& application, const Explainer& explainer,
                        Explanation& explanation) {
+    bool isListed = false;
     for (const std::string& listed : application.policies) {
         // An application without instances is passed over with all that it lists.
         if (!application.instances.empty() && !CanBeListed(listed) && explanation.brokenBy.empty()) {
             explanation.brokenBy = "the application '" + application.name + "' lists a policy as '" + listed +
                                    "', which no name can be: that ends the monitor";
         }
-        if (!Means(listed, policy)) continue;
+        if (isListed || !Means(listed, policy)) continue;
+        isListed = true;  // whoever lists it again, as one with two entries does, wants the same of it
         explanation.listings.push_back(explainer.ListingOf(application, listed));
         if (!explanation.brokenBy.empty()) continue;
         AddStep(explanation.listings.back().instances, "the application '" + application.name + "'", explanation);

@@ -14,6 +14,7 @@ using LumPalStr::String_t;
 using LumSecCore::NodeIdentity;
 using LumSecCore::X509Certificate;
 using lumtools::Outcome;
+using Phase = lumtools::MonitorState::Phase;
 using lumtools::Text;
 
 namespace {
@@ -51,8 +52,27 @@ std::string ProblemOf(const X509Certificate& certificate, const NodeIdentity& id
 
 }  // namespace
 
-bool NeedsWriteBack(const Keys& keys, const Sight& sight) {
-    return sight.isClusterSeen && !keys.type.empty() && keys.type != sight.product;
+std::vector<WriteBack> WriteBacks(const Follower& follower, const Keys& keys, const Sight& sight) {
+    const std::string word = follower.Word();
+    const bool isBegun = word == DisplayText(Phase::Starting) || word == DisplayText(Phase::Watching);
+    const std::string product = sight.isClusterSeen || !follower.record ? sight.product : follower.record->product;
+    const bool isTypeOdd = sight.isClusterSeen && !keys.type.empty() && keys.type != product;
+    std::vector<WriteBack> writeBacks;
+    if (isTypeOdd || (isBegun && keys.type.empty())) {
+        writeBacks.push_back({LumPalKeys::ClusterTypeKey, keys.type, product});
+    }
+    if (isBegun && keys.pollingInterval.empty()) writeBacks.push_back({LumPalKeys::PollingIntervalKey, "", "10000"});
+    if (isBegun && keys.monitorMode.empty()) writeBacks.push_back({LumPalKeys::MonitorModeKey, "", "true"});
+    return writeBacks;
+}
+
+std::string TextOf(const std::vector<WriteBack>& writeBacks) {
+    std::string text;
+    for (const WriteBack& each : writeBacks) {
+        text += (text.empty() ? "" : ", and ") + each.key + " is " +
+                (each.present.empty() ? "empty" : "'" + each.present + "'");
+    }
+    return text;
 }
 
 std::string WriteBackProblem(const LocalName& local) {

@@ -103,7 +103,7 @@ void MonitorRecord::TellUnwatched(const InstanceSide& side) const {
 }
 
 void MonitorRecord::TellBegun() {
-    for (const InstanceSide& side : std::exchange(state.begun, {})) {
+    for (const InstanceSide& side : state.begun) {
         const char* const text =
             side.here
                 ? "The start commands of the instance '%1' of the application '%2' had begun when nobody watched any "
@@ -114,6 +114,12 @@ void MonitorRecord::TellBegun() {
             return CreateWarn_t(text) << String_t::FromUtf8(side.name) << String_t::FromUtf8(side.application);
         });
     }
+    ForgetBegun();
+}
+
+void MonitorRecord::ForgetBegun() {
+    state.begun.clear();
+    state.begunAt = 0;
 }
 
 /// Who is back where his commands have left him has not changed.
@@ -136,12 +142,15 @@ void MonitorRecord::SetSide(const InstanceSide& side) {
 void MonitorRecord::CommandsBegin(const InstanceSide& side) {
     SetSide(side);
     state.begun = {side};
+    state.begunAt = now();
     Write();
 }
 
 void MonitorRecord::CommandsEnd(const InstanceSide& side) {
     SetSide(side);
-    state.begun.clear();
+    if (state.begun.empty()) return;  // none have run: the end of the look writes it
+    ForgetBegun();
+    Write();
 }
 
 void MonitorRecord::CycleEnded(const LumPalMsg::MessageList_t& hindrance) {

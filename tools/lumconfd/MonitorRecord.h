@@ -34,7 +34,7 @@ public:
     /// The commands of an instance for its new side are about to run. It is on the disk when this returns: who comes
     /// after a kill knows that they may have run.
     void CommandsBegin(const lumtools::InstanceSide& side);
-    /// They have run, or there are none.
+    /// They have run, or there are none. What has run is off the disk when this returns: nobody waits for it any more.
     void CommandsEnd(const lumtools::InstanceSide& side);
     /// @param hindrance  empty: policies follow
     void CycleEnded(const LumPalMsg::MessageList_t& hindrance);
@@ -48,6 +48,7 @@ private:
     void ForgetGone(const Sides& sides);
     void TellUnwatched(const lumtools::InstanceSide& side) const;
     void TellBegun();
+    void ForgetBegun();
     void NoteUnwatched(const lumtools::InstanceSide& side);
     /// As the last look has it from now on.
     void SetSide(const lumtools::InstanceSide& side);

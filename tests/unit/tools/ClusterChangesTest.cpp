@@ -11,6 +11,7 @@ using lumcluster::Follower;
 using lumcluster::Item;
 using lumcluster::Sight;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
@@ -28,6 +29,8 @@ struct ClusterChanges : testing::Test {
         sight.groups = {{"web", 1, "Online", "Offline", "beta", ""}};
         sight.applications = {{"shop", {{"till", "web", "Offline", "beta", false}}, {"disk-io"}, ""}};
         follower.isDaemonThere = false;
+        keys.type = "P";
+        keys.pollingInterval = "10000";
         keys.monitorMode = "TRUE";
         keys.isMonitorModeOn = true;
     }
@@ -79,6 +82,26 @@ TEST_F(ClusterChanges, AMonitorThatIsHinderedIsTold) {
     EXPECT_THAT(Obstacles(follower, keys, sight), ElementsAre(follower.Sentence()));
     follower.isDaemonThere = false;
     EXPECT_FALSE(follower.IsHindered());
+}
+
+TEST_F(ClusterChanges, CommandsThatTheMonitorWaitsForAreTold) {
+    follower.isDaemonThere = true;
+    follower.record.emplace().phase = lumtools::MonitorState::Phase::Watching;
+    Lines();
+    follower.record->hinderedBy = "The disk is full.";
+    follower.record->begun = {{"shop", "till", "web", true}};
+    EXPECT_THAT(Lines(), ElementsAre("T monitor: watching, commands run (was watching)"));
+    EXPECT_THAT(follower.Sentence(), EndsWith(", but policies do not follow at present: the monitor waits for the "
+                                              "start commands of the instance 'till' of the application 'shop'"));
+    follower.record->begunAt = 60;
+    follower.record->begun[0].here = false;
+    EXPECT_EQ(ToJson(follower, keys)["hindered_by"],
+              "since 1970-01-01T00:01:00Z the monitor waits for the stop commands of the instance 'till' of the "
+              "application 'shop'");
+    EXPECT_EQ(ToJson(follower, keys)["commands_begun_at"], "1970-01-01T00:01:00Z");
+    EXPECT_THAT(Obstacles(follower, keys, sight), ElementsAre(follower.Sentence()));
+    follower.record->phase = lumtools::MonitorState::Phase::Starting;
+    EXPECT_FALSE(follower.IsHindered()) << "they were those of a former monitor";
 }
 
 TEST_F(ClusterChanges, WhatHasGoneIsTold) {

@@ -124,6 +124,19 @@ TEST(ClusterReasons, APolicyFollowsAnApplicationThatListsIt) {
     }
 }
 
+TEST(ClusterReasons, AnApplicationThatListsAPolicyAgainTiesItOnce) {
+    Sight sight = Harbour();
+    for (const char* again : {"disk-io", "monitor:disk-io", ":disk-io"}) {
+        sight.applications = {
+            {"shop", {{"stock", "database", "Online", "alpha", true}}, {"disk-io", "other", again}, ""}};
+        const Explanation made = Explain(Policy({}, "disabled"), sight, Everything);
+        EXPECT_EQ(made.listings.size(), 1u) << again;
+        EXPECT_THAT(TextOf(made, {}), HasSubstr("In the next cycle the application 'shop' enables it: it becomes"));
+    }
+    sight.applications[0].policies = {"disk-io", "disk-io", "a=b"};
+    EXPECT_THAT(Explain(Policy({}), sight, Everything).brokenBy, HasSubstr("lists a policy as 'a=b'"));
+}
+
 TEST(ClusterReasons, AnApplicationWithoutInstancesLeavesItsPoliciesAlone) {
     Sight sight = Harbour();
     sight.applications = {{"shop", {}, {"disk-io", ""}, ""}};

@@ -11,9 +11,12 @@ namespace {
 
 using lumcluster::Finding;
 using lumcluster::Findings;
+using lumcluster::Keys;
 using lumcluster::LocalName;
 using lumcluster::Subject;
 using lumcluster::WriteBackProblem;
+using lumtools::MonitorState;
+using testing::EndsWith;
 using testing::HasSubstr;
 
 constexpr const char* kProduct = "VERITAS Cluster Server (VCS)";
@@ -32,16 +35,28 @@ protected:
         WriteText(root.Native() + "/etc/authorization.ini", "[conf]\n" + lines + "\n");
     }
     static std::string Problem(const std::string& local = "127.0.0.1") { return WriteBackProblem({local, true}); }
-    static Finding::State StateWith(const std::string& configured) {
+    static Keys KeysOf(const char* product, const char* interval, const char* mode) {
+        Keys keys;
+        keys.type = product;
+        keys.pollingInterval = interval;
+        keys.monitorMode = mode;
+        return keys;
+    }
+    static Finding::State StateWith(const char* product) { return FindingWith(KeysOf(product, "", "")).state; }
+    /// @param isFollowed  by a monitor that runs
+    static Finding FindingWith(const Keys& keys, bool isFollowed = false) {
         Subject subject;
+        subject.keys = keys;
+        subject.follower.isDaemonThere = true;
+        subject.follower.record.emplace().phase =
+            isFollowed ? MonitorState::Phase::Watching : MonitorState::Phase::Waiting;
         subject.sight.local = {"127.0.0.1", true};
         subject.keys.localNodeName = "127.0.0.1";
         subject.sight.isClusterSeen = true;
         subject.sight.product = kProduct;
-        subject.keys.type = configured;
         Findings findings;
         CheckWriteBack(subject, findings);
-        return findings.at(0).state;
+        return findings.at(0);
     }
 
     const TempRoot root;
@@ -59,6 +74,32 @@ TEST_F(WriteBack, WithoutACertificateThereIsNoRight) {
     EXPECT_THAT(Problem(), HasSubstr("this node has no certificate"));
     EXPECT_EQ(StateWith("odd"), Finding::State::Failed);
     EXPECT_EQ(StateWith(kProduct), Finding::State::Note) << "nothing is to be set";
+}
+
+TEST_F(WriteBack, WhatIsEmptyBesideAMonitorThatRunsIsToBeSet) {
+    struct Row {
+        Keys keys;
+        const char *told, *advice;
+    };
+    const Row rows[] = {
+        {KeysOf(kProduct, "", "true"), "POLLING_INTERVAL is empty: the monitor", " 'POLLING_INTERVAL=10000'"},
+        {KeysOf(kProduct, "10000", ""), "MONITOR_MODE is empty: the monitor", " 'MONITOR_MODE=true'"},
+        {KeysOf("", "10000", "true"), "CLUSTER_TYPE is empty: the monitor",
+         "conf.cluster 'CLUSTER_TYPE=VERITAS Cluster Server (VCS)'"},
+        {KeysOf("odd", "", "true"), "CLUSTER_TYPE is 'odd', and POLLING_INTERVAL is empty: the monitor would set",
+         " 'CLUSTER_TYPE=VERITAS Cluster Server (VCS)' 'POLLING_INTERVAL=10000'"},
+    };
+    for (const Row& row : rows) {
+        const Finding found = FindingWith(row.keys, true);
+        EXPECT_EQ(found.state, Finding::State::Failed) << row.told;
+        EXPECT_THAT(found.finding, HasSubstr(row.told));
+        EXPECT_THAT(found.advice, EndsWith(row.advice));
+    }
+    EXPECT_EQ(FindingWith(KeysOf(kProduct, "10000", "true"), true).state, Finding::State::Note);
+    EXPECT_EQ(FindingWith(KeysOf(kProduct, "", "")).state, Finding::State::Note)
+        << "the daemon fills them for the next monitor";
+    Certify("node-1");
+    EXPECT_EQ(FindingWith(KeysOf("", "", ""), true).state, Finding::State::Ok);
 }
 
 TEST_F(WriteBack, ACertificateOfAnotherNeedsTheRightThatSetsKeys) {

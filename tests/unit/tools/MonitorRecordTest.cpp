@@ -158,9 +158,30 @@ TEST_F(MonitorRecords, CommandsThatAKillMayHaveCutAreToldAsSuchAndOnce) {
     EXPECT_EQ(Told("are not run for it"), 0);
     EXPECT_EQ(Stored().changed, Sides());
     EXPECT_EQ(Stored().begun, Sides());
+    EXPECT_EQ(Stored().begunAt, 0);
     Restart();
     Look(At(true, true));
     EXPECT_EQ(Told("had begun"), 1);
+}
+
+TEST_F(MonitorRecords, SinceWhenCommandsRunIsToldUntilTheyHaveEnded) {
+    Look(At(false, true));
+    now = 1005;
+    record->CommandsBegin({"shop", "one", "web", true});
+    EXPECT_EQ(Stored().begunAt, 1005);
+    now = 1065;
+    record->CommandsEnd({"shop", "one", "web", true});
+    EXPECT_EQ(Stored().begun, Sides()) << "also before the look is over: what follows may take its time";
+    EXPECT_EQ(Stored().begunAt, 0);
+    EXPECT_EQ(Stored().instances, At(true, true));
+}
+
+TEST_F(MonitorRecords, AChangeWithoutCommandsIsWrittenDownWithItsLook) {
+    Look(At(false, true));
+    record->CommandsEnd({"shop", "one", "web", true});
+    EXPECT_EQ(Stored().instances, At(false, true));
+    record->Seen(At(true, true));
+    EXPECT_EQ(Stored().instances, At(true, true));
 }
 
 TEST_F(MonitorRecords, WhoIsAwayAgainWhenHisStartCommandsWereCutIsToldOfBoth) {

@@ -29,6 +29,7 @@ MonitorState Full() {
     state.instances = {{"shop", "one", "web", true}, {"shop", "two", "db", false}};
     state.changed = {{"shop", "two", "db", false}};
     state.begun = {{"shop", "one", "web", true}};
+    state.begunAt = 1795341605;
     state.hinderedBy = "the cluster is down";
     return state;
 }
@@ -50,8 +51,8 @@ TEST(MonitorState, TheFileHasAStableForm) {
     for (const char* part :
          {"\"schema\": 1", "\"phase\": \"waiting\"", "\"since\": 1795341600", "\"ended_at\": 1795341600",
           "\"ended_by\": \"one line\\n", "\"successor_at\": 1795341610", "\"changed_unwatched\": [",
-          "\"commands_begun\": [", "\"hindered_by\": \"the cluster is down\"", "\"application\": \"shop\"",
-          "\"instance\": \"two\"", "\"group\": \"db\"", "\"here\": false"})
+          "\"commands_begun\": [", "\"commands_begun_at\": 1795341605", "\"hindered_by\": \"the cluster is down\"",
+          "\"application\": \"shop\"", "\"instance\": \"two\"", "\"group\": \"db\"", "\"here\": false"})
         EXPECT_NE(text.find(part), std::string::npos) << part;
 }
 
@@ -67,6 +68,7 @@ TEST(MonitorState, AFileOfAFormerDaemonIsReadWithoutWhatItDidNotKnow) {
     text.erase(line, text.find('\n', line) - line);
     WriteText(PathIn(root), text);
     former.begun.clear();
+    former.begunAt = 0;
     former.hinderedBy.clear();
     EXPECT_EQ(MonitorState::Read(), former);
 }
