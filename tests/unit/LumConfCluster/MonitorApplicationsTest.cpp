@@ -194,6 +194,17 @@ TEST_F(MonitorApplications, APolicyOfTwoApplicationsOfWhichOneIsOnlineIsSwitched
         << log.Text();
 }
 
+TEST_F(MonitorApplications, APolicyOfTwoApplicationsIsWarnedOfAsSoonAsItIsInstalled) {
+    Write({{"first", {{"one", "web"}}, {"late"}}, {"second", {{"one", "db"}}, {"late"}}});
+    Move("db", "north");
+    Begin();
+    for (int i = 0; i < 3; ++i) Step();
+    EXPECT_EQ(log.Text(), "") << "nothing is switched";
+    Install("late");
+    for (int i = 0; i < 3; ++i) Step();
+    EXPECT_EQ(CountOf(log.Text(), "The policy 'late' is listed by the applications 'first' and 'second'"), 1);
+}
+
 TEST_F(MonitorApplications, TwoThatSpellOnePolicyInTwoWaysAreWarnedOfTooAndTwoThatMeanTwoPoliciesAreNot) {
     struct Row {
         const char *first, *second;
