@@ -105,6 +105,23 @@ TEST_F(MonitorApplications, ANameThatBecomesAmbiguousIsLookedUpByItsNameForOneCy
     EXPECT_EQ(Notes(), "");
 }
 
+TEST_F(MonitorApplications, TheEndOfANameThatStandsTwiceIsLookedUpWithItsGroupAndIsNewInAnotherOne) {
+    TestApplication shop = Shop();
+    shop.instances = {{"ab", "web"}, {"ab", "db"}, {"b", "web"}};
+    Write({shop});
+    Move("web", "north");
+    Begin();
+    Step();
+    EXPECT_EQ(Notes(), "");
+    shop.instances = {{"ab", "web"}, {"ab", "db"}, {"b", "db"}};
+    Write({shop});
+    Move("db", "north");
+    Step();
+    EXPECT_EQ(Notes(), "start ab\nstart b\n") << "by its name alone b was online already";
+    Step();
+    EXPECT_EQ(Notes(), "");
+}
+
 TEST_F(MonitorApplications, ANewInstanceAndANewApplicationThatAreOnlineAreStarted) {
     Write({Shop()});
     Move("web", "north");
