@@ -73,13 +73,16 @@ bool FollowInstances(const Application& application, const Former& before, Monit
     return anyOnline;
 }
 
-void SetStatus(const String_t& policy, bool online, PolicyOperation& policies) {
+/// @return whether it is done; not where no policy is meant
+bool SetStatus(const String_t& policy, bool online, PolicyOperation& policies) {
     try {
         policies.SetStatus(names::NsConfCluster, Selection().SetPolicyName(policy),
                            online ? PolicyOperation::Enable : PolicyOperation::Disable,
                            PolicyForwarder::Options().SetNotify(false));
+        return true;
     } catch (const ConfException& e) {
         LUMCONF_TRACE(trace::Cluster, e.GetMessageList());
+        return false;
     }
 }
 
@@ -112,8 +115,7 @@ void FollowApplications(const Applications& now, const LastLook& before, PolicyO
         const bool online = FollowInstances(application, former, watcher);
         const Strings listed = application.GetPolicyHeaders();
         for (int k = 0; k < listed.Count() && !IsStopping(); ++k) {
-            SetStatus(listed[k], online, policies);
-            warnings.Listed(application.GetName(), listed[k], online);
+            if (SetStatus(listed[k], online, policies)) warnings.Listed(application.GetName(), listed[k], online);
         }
     }
 }

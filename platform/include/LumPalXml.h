@@ -69,7 +69,10 @@ public:
                               const LumPalStr::String_t& qName, const Attributes_i& attributes) = 0;
     virtual void EndElement(const LumPalStr::String_t& uri, const LumPalStr::String_t& localName,
                             const LumPalStr::String_t& qName) = 0;
-    /// The text is at text + start, length units; one text may arrive in several calls.
+    /// The text is at text + start, length units; one text may arrive in several calls. The document alone says where
+    /// it is parted, not how it was read: before and behind a reference and a line end, and at markup, comments and the
+    /// ends of CDATA sections. A text without any of these that has more than 65,536 units is parted behind one that
+    /// is no blank, unless so many blanks follow each other. The locator may stand behind the text already.
     virtual void Characters(const char16_t* text, std::uint32_t start, std::uint32_t length) = 0;
     virtual void IgnorableWhitespace(const char16_t* text, std::uint32_t start, std::uint32_t length) = 0;
     virtual void ProcessingInstruction(const LumPalStr::String_t& target, const LumPalStr::String_t& data) = 0;

@@ -7,6 +7,7 @@
 
 #include "LumPalStr.h"
 #include "StringRep.h"
+#include "StringSpace.h"
 
 namespace LumPalStr {
 namespace {
@@ -23,11 +24,6 @@ std::uint32_t OffsetInside(std::u16string_view units, const char16_t* text) {
     return inside ? static_cast<std::uint32_t>(text - units.data()) : NotFound;
 }
 
-bool IsSpace(char16_t unit) {
-    if (unit < 0x80) return unit == u' ' || (unit >= 0x09 && unit <= 0x0D);
-    return u_isUWhiteSpace(unit);
-}
-
 template <class A, class B>
 String_t Join(const A& a, const B& b) {
     String_t result(a);
@@ -36,6 +32,11 @@ String_t Join(const A& a, const B& b) {
 }
 
 }  // namespace
+
+bool IsSpace(char16_t unit) noexcept {
+    if (unit < 0x80) return unit == u' ' || (unit >= 0x09 && unit <= 0x0D);
+    return u_isUWhiteSpace(unit);
+}
 
 void String_t::Reserve(std::uint32_t units) {
     if (rep->IsUnique()) {

@@ -92,6 +92,7 @@ void Run::Parse() {
         settings.content->StartDocument();
     }
     const bool whole = Feed();
+    TellRestOfText();
     if (thrown) std::rethrow_exception(thrown);
     if (!whole) return Report();
     if (settings.content) settings.content->EndDocument();

@@ -81,6 +81,14 @@ private:
     void Report();
     template <class Call>
     void Guard(Call call) noexcept;
+    /// Tells the text before the event, too.
+    template <class Call>
+    void Event(Call call) noexcept;
+    void TellRestOfText() noexcept;
+    void TellText();
+    void TellLongText();
+    bool GoesOn(const char* text, int length);
+    bool IsReference();
 
     const ReaderSettings& settings;
     const InputSource_t& source;
@@ -96,6 +104,10 @@ private:
     bool ended = false;
     std::uint64_t bytesRead = 0, unitsDelivered = 0;
     std::size_t block = 0;
+    // Text that may go on is held in scratch->text; the byte behind it, or -1 when it is one that ends with itself.
+    std::size_t heldUnits = 0;
+    std::int64_t heldEnd = -1;
+    bool inCdata = false;
     std::uint32_t depth = 0;
     std::uint32_t entities = 0;
     // The library tells an external entity's reference by the address of its system id. Parameter entities: "%name".

@@ -15,6 +15,8 @@ struct Run::Events {
     static void StartPrefix(void* run, const char* prefix, const char* uri);
     static void EndPrefix(void* run, const char* prefix);
     static void Text(void* run, const char* text, int length);
+    static void StartCdata(void* run);
+    static void EndCdata(void* run);
     static void Instruction(void* run, const char* target, const char* data);
     static void Declaration(void* run, const char* version, const char* encoding, int standalone);
     static void StartDoctype(void* run, const char* name, const char* systemId, const char* publicId, int hasSubset);

@@ -7,9 +7,6 @@
 namespace LumPalXml {
 namespace {
 
-bool IsLead(char16_t unit) noexcept {
-    return (unit & 0xFC00) == 0xD800;
-}
 bool IsTrail(char16_t unit) noexcept {
     return (unit & 0xFC00) == 0xDC00;
 }

@@ -16,6 +16,11 @@ std::size_t FindIllegalChar(std::u16string_view text, std::size_t from = 0) noex
 /// Whether the text is an NCName of Namespaces in XML 1.0: a Name without a colon.
 bool IsNcName(std::u16string_view text) noexcept;
 
+/// Whether a unit is the first half of a pair.
+inline bool IsLead(char16_t unit) noexcept {
+    return (unit & 0xFC00) == 0xD800;
+}
+
 /// Writes well-formed UTF-8 as UTF-16.
 /// @param target  room for `length` units
 /// @return        the count of units written

@@ -35,4 +35,10 @@ std::size_t Utf16Check::Accept(const char* bytes, std::size_t length) noexcept {
     return length;
 }
 
+bool Utf16Check::IsAmpersand(std::string_view bytes) const noexcept {
+    if (kind == Kind::BigEndian) return bytes.starts_with(std::string_view("\0&", 2));
+    if (kind == Kind::LittleEndian) return bytes.starts_with(std::string_view("&\0", 2));
+    return bytes.starts_with('&');
+}
+
 }  // namespace LumPalXml

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string_view>
 
 namespace LumPalXml {
 
@@ -13,6 +14,8 @@ public:
     /// Looks at the next bytes of a document.
     /// @return how many of them are good: `length`, or fewer before a unit that breaks a pair
     std::size_t Accept(const char* bytes, std::size_t length) noexcept;
+    /// Whether the document has a '&' at these bytes, which were accepted.
+    bool IsAmpersand(std::string_view bytes) const noexcept;
 
 private:
     enum class Kind { Unknown, Other, BigEndian, LittleEndian };

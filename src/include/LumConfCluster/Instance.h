@@ -25,7 +25,8 @@ public:
     InstanceState GetState() const;
     ClusterResourceGroup GetResourceGroup() const;
     ClusterNode GetActiveNode() const;
-    /// The name of this node: CLUSTER_LOCAL_NODENAME of "conf.cluster", or the system's own.
+    /// The name of this node: CLUSTER_LOCAL_NODENAME of "conf.cluster"; where that is empty, the name that the
+    /// cluster's product tells (of an instance that was loaded), else the system's own.
     LumPalStr::String_t GetLocalHost() const;
     /// Whether the instance is online, and on this node by its name. May ask the name service and block meanwhile; a
     /// name that cannot be resolved is not this node's.

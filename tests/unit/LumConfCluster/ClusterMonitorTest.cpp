@@ -47,6 +47,24 @@ TEST_F(MonitorThread, ItIsStartedOnceWhateverBecomesOfIt) {
     EXPECT_FALSE(monitor.IsRunning());
 }
 
+TEST_F(MonitorThread, WhereTheNodeIsNotMonitoredASecondStartIsRefusedWithoutALine) {
+    for (const char* mode : {"", "false"}) {
+        Configure("conf.cluster", "MONITOR_MODE", mode);
+        ClusterMonitor another;
+        another.Start();
+        EXPECT_RAISES(another.Start(), ClusterMonitorException, 247);
+        another.Stop();
+        EXPECT_RAISES(another.Start(), ClusterMonitorException, 247);
+    }
+    EXPECT_FALSE(log.Holds("Only one cluster monitor")) << log.Text();
+    Configure("conf.cluster", "MONITOR_MODE", "true");
+    ClusterMonitor another;
+    another.Start();
+    EXPECT_RAISES(another.Start(), ClusterMonitorException, 247);
+    EXPECT_TRUE(log.Holds("Only one cluster monitor"));
+    another.Stop();
+}
+
 TEST_F(MonitorThread, WhereNoClusterIsItEndsAndTheProcessGoesOn) {
     Configure("conf.cluster", "MONITOR_MODE", "true");
     monitor.Start();

@@ -3,12 +3,26 @@
 
 #include <ctime>
 
+#include "ApplicationImpl.h"
+#include "InstanceImpl.h"
 #include "MonitoredNode.h"
 
 namespace {
 
+using LumConfCluster::Application;
 using LumConfCluster::Applications;
 using LumConfCluster::FormerLook;
+using LumConfCluster::Instance;
+using LumConfCluster::InstanceState;
+
+Instance Of(const char* name, const char* group, bool isOnline = false) {
+    const Instance instance;
+    instance.GetImpl()->name = name;
+    instance.GetImpl()->resourceGroup.GetImpl()->name = group;
+    instance.GetImpl()->activeNode.GetImpl()->name = "north";
+    instance.GetImpl()->state = isOnline ? InstanceState::Online : InstanceState::Offline;
+    return instance;
+}
 
 class FormerLooks : public MonitoredNode {
 protected:
@@ -50,6 +64,32 @@ TEST_F(FormerLooks, OfWhatItDoesNotHoldNothingIsKnown) {
     EXPECT_EQ(look.SideOf("shop", loaded[0].GetInstances()[0]), false);
     EXPECT_EQ(look.SideOf("store", loaded[0].GetInstances()[0]), std::nullopt);
     EXPECT_EQ(look.SideOf("shop", LumConfCluster::Instance()), std::nullopt);
+}
+
+TEST_F(FormerLooks, ANameThatStandsTwiceCountsWithItsGroupToTheLetterOrNotAtAll) {
+    const Application shop;
+    shop.GetImpl()->name = "shop";
+    for (const Instance& each : {Of("ab", "web", true), Of("ab", "db"), Of("b", "web", true), Of("c", "db", true)})
+        shop.GetImpl()->instances.GetImpl()->Add(each);
+    shop.GetImpl()->instances.GetImpl()->duplicates.Add("ab");
+    const Applications applications;
+    applications.GetImpl()->Add(shop);
+    const FormerLook look(applications);
+    struct Row {
+        const char *name, *group;
+        std::optional<bool> side;
+    };
+    for (const Row& row : {Row{"ab", "web", true},
+                           {"ab", "db", false},
+                           {"ab", "Web", std::nullopt},
+                           {"ab", "idle", std::nullopt},
+                           {"b", "web", true},  // ends one that stands twice
+                           {"b", "WEB", std::nullopt},
+                           {"b", "db", std::nullopt},
+                           {"B", "idle", true},
+                           {"C", "idle", true}}) {
+        EXPECT_EQ(look.SideOf("shop", Of(row.name, row.group)), row.side) << row.name << " of " << row.group;
+    }
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include "AppConfig.h"
 #include "ApplicationImpl.h"
+#include "CapturedLog.h"
 #include "Configure.h"
 #include "HostName.h"
 #include "InstanceImpl.h"
@@ -120,7 +121,9 @@ TEST_F(InstancesTest, AreFoundByIndexAndByNameInAnyCase) {
 }
 
 TEST_F(InstancesTest, AnAmbiguousNameIsRefusedBeforeItIsLookedFor) {
+    Configure("conf.cluster", "MONITOR_MODE", "true");
     const TraceLines trace;
+    const CapturedLog log(root.Native());
     const Instances instances = Ambiguous({"x"});
     const auto messages = MessagesOf<AmbiguousInstanceNamesException>([&] { instances["x"]; });
     ASSERT_EQ(messages.GetMessageCount(), 1);
@@ -128,6 +131,7 @@ TEST_F(InstancesTest, AnAmbiguousNameIsRefusedBeforeItIsLookedFor) {
     EXPECT_EQ(messages.GetMessage(0).GetSeverity(), LumPalMsg::Severity_e::Error);
     EXPECT_EQ(String_t(messages), "Ambiguity with Instance name 'x'.");
     EXPECT_TRUE(trace.Contains("Ambiguity with Instance name 'x'."));
+    EXPECT_EQ(log.Text(), "") << "traced only, also where the node is monitored";
     instances.GetImpl()->Add(Named("x"));
     instances.GetImpl()->Add(Named("x", "h"));
     EXPECT_RAISES(instances["x"], AmbiguousInstanceNamesException, 673);

@@ -105,6 +105,23 @@ TEST_F(MonitorApplications, ANameThatBecomesAmbiguousIsLookedUpByItsNameForOneCy
     EXPECT_EQ(Notes(), "");
 }
 
+TEST_F(MonitorApplications, TheEndOfANameThatStandsTwiceIsLookedUpWithItsGroupAndIsNewInAnotherOne) {
+    TestApplication shop = Shop();
+    shop.instances = {{"ab", "web"}, {"ab", "db"}, {"b", "web"}};
+    Write({shop});
+    Move("web", "north");
+    Begin();
+    Step();
+    EXPECT_EQ(Notes(), "");
+    shop.instances = {{"ab", "web"}, {"ab", "db"}, {"b", "db"}};
+    Write({shop});
+    Move("db", "north");
+    Step();
+    EXPECT_EQ(Notes(), "start ab\nstart b\n") << "by its name alone b was online already";
+    Step();
+    EXPECT_EQ(Notes(), "");
+}
+
 TEST_F(MonitorApplications, ANewInstanceAndANewApplicationThatAreOnlineAreStarted) {
     Write({Shop()});
     Move("web", "north");
@@ -192,6 +209,17 @@ TEST_F(MonitorApplications, APolicyOfTwoApplicationsOfWhichOneIsOnlineIsSwitched
                       "online on this node: it is switched off and on"),
               1)
         << log.Text();
+}
+
+TEST_F(MonitorApplications, APolicyOfTwoApplicationsIsWarnedOfAsSoonAsItIsInstalled) {
+    Write({{"first", {{"one", "web"}}, {"late"}}, {"second", {{"one", "db"}}, {"late"}}});
+    Move("db", "north");
+    Begin();
+    for (int i = 0; i < 3; ++i) Step();
+    EXPECT_EQ(log.Text(), "") << "nothing is switched";
+    Install("late");
+    for (int i = 0; i < 3; ++i) Step();
+    EXPECT_EQ(CountOf(log.Text(), "The policy 'late' is listed by the applications 'first' and 'second'"), 1);
 }
 
 TEST_F(MonitorApplications, TwoThatSpellOnePolicyInTwoWaysAreWarnedOfTooAndTwoThatMeanTwoPoliciesAreNot) {

@@ -76,18 +76,21 @@ TEST_F(MonitorCycles, AClusterThatGoesDownIsToldInEachCycleAndFollowedAgainWhenI
 }
 
 TEST_F(MonitorCycles, AFailureOfPolicyWorkEndsItsCycleAlone) {
+    bool fails = false;
+    list = [&](LumConf::PolicyOperation& policies) {
+        if (fails) throw ConfException(LumPalMsg::CreateError_t("policy work failed"));
+        return LumConfCluster::ListInstalled(policies);
+    };
     Begin();
     Step();
-    seen = [](const LumConfCluster::Applications&) {
-        throw ConfException(LumPalMsg::CreateError_t("policy work failed"));
-    };
+    fails = true;
     Move("web", "north");
     Step();
     EXPECT_TRUE(running);
     EXPECT_EQ(CountOf(log.Text(), "ERROR Config exception in monitor thread."), 1);
     EXPECT_TRUE(log.Holds("policy work failed"));
     EXPECT_EQ(Statuses(), "enabled disabled") << "what comes behind the failure is not done";
-    seen = [](const LumConfCluster::Applications&) {};
+    fails = false;
     Step();
     EXPECT_EQ(Statuses(), "enabled enabled");
     EXPECT_EQ(Notes(), "start one\n") << "once";

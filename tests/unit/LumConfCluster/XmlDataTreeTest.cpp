@@ -101,6 +101,26 @@ TEST_F(XmlDataTreeTest, TheTextIsTrimmedBehindEachPieceThatTheParserTells) {
     EXPECT_EQ(filled[0].GetValue(), "onetwo three four five");
 }
 
+TEST_F(XmlDataTreeTest, ABlankStaysWhereverItStandsInAFile) {
+    const std::string line = "/bin/rm -rf /srv/a \t /srv/b";
+    const std::size_t block = 65536;
+    for (const std::size_t end : {4096 + block, block, 2 * block}) {
+        for (std::size_t before = end - line.size() - 8; before < end + 2; ++before) {
+            XmlDataTree filled;
+            WriteText(Path(), "<a k='" + std::string(before - 14, 'x') + "'><b> " + line + " </b></a>");
+            filled.Load(File());
+            ASSERT_EQ(filled[0][0].GetValue(), String_t::FromUtf8(line)) << before;
+        }
+    }
+}
+
+TEST_F(XmlDataTreeTest, TheBlanksOfALongTextStay) {
+    std::string words;
+    for (int i = 0; i < 30000; ++i) words += std::string(static_cast<std::size_t>(i % 7), ' ') + "word";
+    Load("<a>" + words + "</a>");
+    EXPECT_EQ(tree[0].GetValue(), String_t::FromUtf8(words));
+}
+
 TEST_F(XmlDataTreeTest, AttributesAreKeptInPairs) {
     Load("<a one='1' two=' 2 '><b x=''/></a>");
     ASSERT_EQ(tree[0].GetNumAttributes(), 2);

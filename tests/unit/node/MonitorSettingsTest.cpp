@@ -82,6 +82,13 @@ public:
         LumConfPar::SettingsForwarder().Clear("127.0.0.1", LumPalArray::CharArray_t("conf.cluster"),
                                               LumPalArray::CharArray_t(key));
     }
+    /// At all of them, from now on. Of the second look the first one's end is known.
+    void ExpectItLooksAtItsKeys() {
+        for (int i = 0; i < 2; ++i) {
+            Set({{"CLUSTER_TYPE", "odd"}});
+            ExpectWrittenBack(std::string("CLUSTER_TYPE=") + kTitle);
+        }
+    }
     void ExpectWrittenBack(const std::string& line) {
         Expect(Eventually([&] { return node.Holds(line + "\n"); }), line + "\n" + node.Settings() + log.Text());
     }
@@ -100,14 +107,15 @@ public:
         WriteText(Go(), "");
     }
 
-private:
-    std::string Go() const { return node.Root() + "/go"; }
     static bool IsEnabled(const char* policy) {
         return PolicyOperation::GetInstance()
             ->GetPolicyContainer("conf.cluster", Selection())
             .GetPolicyHeader(policy)
             .IsEnabled();
     }
+
+private:
+    std::string Go() const { return node.Root() + "/go"; }
 
     const std::string kTool = "/opt/VRTSvcs/bin/haclus";
     VcsNode cluster;
@@ -127,9 +135,11 @@ void WhatRequestsTakeAwayIsWrittenBackAndTheMonitorGoesOn() {
     for (int round = 0; round < 5; ++round) {
         RunningNode::Set({{"CLUSTER_TYPE", "odd"}, {"TOOL_TIMEOUT", "77"}});
         node.ExpectWrittenBack(std::string("CLUSTER_TYPE=") + kTitle);
-        RunningNode::Set({{"POLLING_INTERVAL", "2"}});
+        const std::string interval = std::to_string(2 + round);
+        RunningNode::Set({{"POLLING_INTERVAL", interval.c_str()}});
+        node.ExpectItLooksAtItsKeys();
         RunningNode::Clear("POLLING_INTERVAL");
-        Expect(Eventually([&] { return node.node.Holds("POLLING_INTERVAL="); }), "the interval");
+        node.ExpectWrittenBack("POLLING_INTERVAL=" + interval);
         RunningNode::Set({{"MONITOR_MODE", ""}});
         node.ExpectWrittenBack("MONITOR_MODE=TRUE");
         node.ExpectItFollows();
@@ -137,6 +147,22 @@ void WhatRequestsTakeAwayIsWrittenBackAndTheMonitorGoesOn() {
     Expect(node.node.Holds("TOOL_TIMEOUT=77\n"), "what is not the monitor's stays");
     Expect(node.Runs(), "it has ended");
     Expect(node.log.Text().find("ERROR") == std::string::npos, node.log.Text());
+}
+
+void WhileTheModeIsOffTheKeysAreWrittenBackAndNothingElseIsDone() {
+    RunningNode node("node-1");
+    node.ExpectItFollows();
+    RunningNode::Set({{"MONITOR_MODE", "false"}, {"POLLING_INTERVAL", "3"}});
+    node.ExpectItLooksAtItsKeys();
+    node.Move("127.0.0.1");
+    RunningNode::Clear("POLLING_INTERVAL");
+    node.ExpectWrittenBack("POLLING_INTERVAL=3");
+    node.ExpectItLooksAtItsKeys();
+    Expect(!RunningNode::IsEnabled("p"), "it follows");
+    Expect(node.node.Holds("MONITOR_MODE=false\n"), node.node.Settings());
+    RunningNode::Set({{"MONITOR_MODE", "true"}});
+    Expect(Eventually([] { return RunningNode::IsEnabled("p"); }), "it does not follow");
+    Expect(node.Runs(), "it has ended");
 }
 
 /// What a thread of requests has met, if anything; the first failure ends it.
@@ -233,6 +259,7 @@ TEST_P(SettingsOfARunningMonitor, OverTls) {
 INSTANTIATE_TEST_SUITE_P(
     Rows, SettingsOfARunningMonitor,
     testing::Values(TrialRow{"WhatRequestsTakeAwayIsWrittenBack", WhatRequestsTakeAwayIsWrittenBackAndTheMonitorGoesOn},
+                    TrialRow{"WhileTheModeIsOff", WhileTheModeIsOffTheKeysAreWrittenBackAndNothingElseIsDone},
                     TrialRow{"InstallsAndSettingsMeetIt", RequestsThatInstallAndRequestsThatSetMeetARunningMonitor},
                     TrialRow{"WithoutTheRightItEnds", WhereTheRightWasTakenBackNothingIsSetAndTheMonitorEnds},
                     TrialRow{"WhereNobodyListensItEnds", WhereNobodyListensNothingIsSetAndTheMonitorEnds}),

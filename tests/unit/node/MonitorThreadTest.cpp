@@ -13,6 +13,7 @@
 #include "LumPalDaemon.h"
 #include "PolicyContainer.h"
 #include "ProcessNode.h"
+#include "Raised.h"
 #include "Selection.h"
 #include "VcsNode.h"
 
@@ -69,10 +70,12 @@ TEST_F(MonitorOfANode, PoliciesFollowTheirGroupUntilItIsStopped) {
     for (const char* system : {"north", "south", "north"}) {
         Move(system);
         EXPECT_TRUE(Eventually([&] { return IsEnabled("p") == (std::string(system) == "north"); })) << system;
+        EXPECT_TRUE(monitor.IsRunning());
+        EXPECT_RAISES(monitor.Start(), ClusterMonitorException, 247);
     }
     monitor.Stop();
     EXPECT_FALSE(monitor.IsRunning());
-    EXPECT_THROW(monitor.Start(), ClusterMonitorException);
+    EXPECT_RAISES(monitor.Start(), ClusterMonitorException, 247);
 }
 
 TEST_F(MonitorOfANode, ASuccessorTakesThePlaceOfOneThatWasStopped) {
