@@ -162,6 +162,16 @@ bool PcmkCib::IsPromotable(const PcmkResource& resource) const {
     return false;
 }
 
+std::set<String_t> PcmkCib::Contained() const {
+    std::set<String_t> contained;
+    for (const auto& [id, resource] : resources) {
+        if (resource->GetName() != "bundle") continue;
+        PcmkForEach(*resource, "primitive",
+                    [&](const XmlDataNode& inner) { contained.insert(AttributeOf(inner, "id")); });
+    }
+    return contained;
+}
+
 void PcmkCib::PutTogether(PcmkSight& sight) const {
     std::map<String_t, std::size_t> places;
     for (std::size_t i = 0; i < sight.resources.size(); ++i) places.emplace(sight.resources[i].name, i);

@@ -90,16 +90,12 @@ PcmkCopy MembersOf(const XmlDataNode& parent) {
     return copy;
 }
 
-bool IsConnection(const PcmkMember& member) {
-    return member.agent == "ocf:pacemaker:remote" || member.agent == "ocf::pacemaker:remote";
-}
-
 /// What runs inside a container is told to be on a node of the container's own: it is where the connection to that is.
 PcmkCopy ReplicaOf(const XmlDataNode& node) {
     PcmkCopy copy = MembersOf(node);
     std::map<String_t, std::vector<String_t>> hosts;
     for (const PcmkMember& member : copy) {
-        if (IsConnection(member)) hosts.emplace(member.id, member.nodes);
+        if (member.IsConnection()) hosts.emplace(member.id, member.nodes);
     }
     for (PcmkMember& member : copy) {
         const auto host = member.nodes.size() == 1 ? hosts.find(member.nodes.front()) : hosts.end();
@@ -196,7 +192,7 @@ void MarkContainers(PcmkSight& sight) {
     std::set<String_t> names;
     for (const PcmkResource& resource : sight.resources) {
         for (const PcmkCopy& copy : resource.isBundle ? resource.copies : std::vector<PcmkCopy>()) {
-            for (const PcmkMember& member : copy) names.insert(IsConnection(member) ? member.id : String_t(""));
+            for (const PcmkMember& member : copy) names.insert(member.IsConnection() ? member.id : String_t(""));
         }
     }
     for (PcmkNode& node : sight.nodes) node.isInContainer = names.contains(node.name);
@@ -262,6 +258,10 @@ void ExpectDocument(const String_t& tool, const ToolEnd& end) {
 
 String_t PcmkWithoutNumber(const String_t& id) {
     return id.Left(id.ReverseFind(":"));
+}
+
+bool PcmkMember::IsConnection() const {
+    return agent == "ocf:pacemaker:remote" || agent == "ocf::pacemaker:remote";
 }
 
 String_t PcmkNode::Detail() const {

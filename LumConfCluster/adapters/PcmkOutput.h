@@ -34,6 +34,8 @@ struct PcmkMember {
     std::vector<LumPalStr::String_t> nodes;  ///< where it is active in any way
 
     bool IsActive() const noexcept { return !nodes.empty(); }
+    /// To a remote node, a guest, or a container of a bundle, which is a node of this id.
+    bool IsConnection() const;
 };
 
 /// Of the copies of a clone, which bear a number behind it, the id that they share.
