@@ -33,6 +33,21 @@ void ForEachResource(const XmlDataNode& resource, Visit& visit) {
     for (int i = 0; i < resource.ChildrenCount(); ++i) ForEachResource(resource[i], visit);
 }
 
+/// Visits the primitives in it with what they stand in, the innermost first.
+template <class Visit>
+void ForEachPrimitive(const XmlDataNode& resource, std::vector<const XmlDataNode*> owners, Visit& visit) {
+    if (!IsOneOf(resource.GetName(), kResourceKinds)) return;
+    owners.insert(owners.begin(), &resource);
+    if (resource.GetName() == "primitive") return visit(owners);
+    for (int i = 0; i < resource.ChildrenCount(); ++i) ForEachPrimitive(resource[i], owners, visit);
+}
+
+int ScoreOf(const String_t& text) {
+    constexpr int kInfinity = 1000000;
+    if (text == "INFINITY" || text == "+INFINITY") return kInfinity;
+    return text == "-INFINITY" ? -kInfinity : std::clamp(text.ToInt(), -kInfinity, kInfinity);
+}
+
 bool IsClone(const XmlDataNode& resource) {
     return resource.GetName() == "clone" || resource.GetName() == "master";
 }
@@ -84,25 +99,40 @@ const XmlDataNode* PcmkCib::TemplateOf(const XmlDataNode& primitive) const {
     return found != byId.end() && found->second->GetName() == "template" ? found->second : nullptr;
 }
 
-/// Sets without a rule go before those that hold at times only.
-String_t PcmkCib::ParameterOf(const XmlDataNode& owner, const char* sets, const char* name) const {
-    String_t value, valueByRule;
-    PcmkForEach(owner, sets, [&](const XmlDataNode& reference) {
+/// Of sets with the same score the last one counts, but in a set the first pair.
+void PcmkCib::TakeBest(const XmlDataNode& holder, const char* sets, const char* name, bool isByRule,
+                       std::optional<Scored>& best) const {
+    PcmkForEach(holder, sets, [&](const XmlDataNode& reference) {
         const XmlDataNode& set = Referred(reference);
-        String_t& found = FirstOf(set, "rule") ? valueByRule : value;
+        const int score = ScoreOf(AttributeOf(set, "score"));
+        if (isByRule != (FirstOf(set, "rule") != nullptr) || (best && best->score > score)) return;
+        bool isFound = false;
         PcmkForEach(set, "nvpair", [&](const XmlDataNode& pairOrReference) {
             const XmlDataNode& pair = Referred(pairOrReference);
             const String_t nameHere = AttributeOf(pairOrReference, "name");
-            if (found.IsEmpty() && (nameHere.IsEmpty() ? AttributeOf(pair, "name") : nameHere) == name)
-                found = AttributeOf(pair, "value");
+            if (isFound || (nameHere.IsEmpty() ? AttributeOf(pair, "name") : nameHere) != name) return;
+            isFound = true;
+            best = {AttributeOf(pair, "value"), score};
         });
     });
-    return value.IsEmpty() ? valueByRule : value;
+}
+
+/// Sets without a rule go before those that hold at times only, wherever they stand.
+String_t PcmkCib::ParameterOf(const Owners& owners, const char* sets, const char* name) const {
+    for (const bool isByRule : {false, true}) {
+        for (const XmlDataNode* owner : owners) {
+            std::optional<Scored> best;
+            if (const XmlDataNode* const from = TemplateOf(*owner)) TakeBest(*from, sets, name, isByRule, best);
+            TakeBest(*owner, sets, name, isByRule, best);
+            if (best) return best->value;
+        }
+    }
+    return "";
 }
 
 String_t PcmkCib::ClusterName() const {
     const XmlDataNode* const properties = Section("crm_config");
-    return properties ? ParameterOf(*properties, "cluster_property_set", "cluster-name") : String_t("");
+    return properties ? ParameterOf({properties}, "cluster_property_set", "cluster-name") : String_t("");
 }
 
 bool PcmkCib::IsAddress(const XmlDataNode& primitive) const {
@@ -112,18 +142,13 @@ bool PcmkCib::IsAddress(const XmlDataNode& primitive) const {
 }
 
 String_t PcmkCib::AddressIn(const XmlDataNode& resource) const {
-    if (resource.GetName() == "primitive") {
-        if (!IsAddress(resource)) return "";
-        const String_t own = ParameterOf(resource, "instance_attributes", "ip");
-        const XmlDataNode* const from = TemplateOf(resource);
-        return own.IsEmpty() && from ? ParameterOf(*from, "instance_attributes", "ip") : own;
-    }
     if (const XmlDataNode* const network = FirstOf(resource, "network")) return AttributeOf(*network, "ip-range-start");
-    for (int i = 0; i < resource.ChildrenCount(); ++i) {
-        if (!IsOneOf(resource[i].GetName(), kResourceKinds)) continue;
-        if (const String_t address = AddressIn(resource[i]); address.IsNotEmpty()) return address;
-    }
-    return "";
+    String_t address;
+    const auto take = [&](const Owners& owners) {
+        if (address.IsEmpty() && IsAddress(*owners.front())) address = ParameterOf(owners, "instance_attributes", "ip");
+    };
+    ForEachPrimitive(resource, {}, take);
+    return address;
 }
 
 const XmlDataNode* PcmkCib::FindResource(const String_t& id) const {

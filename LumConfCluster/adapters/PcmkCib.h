@@ -3,7 +3,9 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <set>
+#include <vector>
 
 #include "LumConfCluster/XmlDataTree.h"
 #include "LumPalStr.h"
@@ -38,12 +40,21 @@ public:
     bool Means(const LumPalStr::String_t& idOrTag, const std::set<LumPalStr::String_t>& ids) const;
 
 private:
+    /// A resource and those in which it stands, the innermost first: what one does not say the next one does.
+    using Owners = std::vector<const XmlDataNode*>;
+    struct Scored {
+        LumPalStr::String_t value;
+        int score = 0;
+    };
+
     void Index(const XmlDataNode& node);
     bool IsPromotable(const PcmkResource& resource) const;
     const XmlDataNode* OutermostOf(const LumPalStr::String_t& member) const;
     const XmlDataNode* FindResource(const LumPalStr::String_t& id) const;
     const XmlDataNode* TemplateOf(const XmlDataNode& primitive) const;
-    LumPalStr::String_t ParameterOf(const XmlDataNode& owner, const char* sets, const char* name) const;
+    void TakeBest(const XmlDataNode& holder, const char* sets, const char* name, bool isByRule,
+                  std::optional<Scored>& best) const;
+    LumPalStr::String_t ParameterOf(const Owners& owners, const char* sets, const char* name) const;
     bool IsAddress(const XmlDataNode& primitive) const;
     LumPalStr::String_t AddressIn(const XmlDataNode& resource) const;
 
