@@ -189,11 +189,13 @@ bool PcmkCib::IsPromotable(const PcmkResource& resource) const {
 
 std::set<String_t> PcmkCib::Contained() const {
     std::set<String_t> contained;
-    for (const auto& [id, resource] : resources) {
-        if (resource->GetName() != "bundle") continue;
-        PcmkForEach(*resource, "primitive",
-                    [&](const XmlDataNode& inner) { contained.insert(AttributeOf(inner, "id")); });
-    }
+    const auto take = [&](const Owners& owners) {
+        const String_t id = AttributeOf(*owners.front(), "id");
+        const String_t container = ParameterOf(owners, "meta_attributes", "container");
+        const bool isInAnother = container != id && holders.contains(container);
+        if (isInAnother || owners.back()->GetName() == "bundle") contained.insert(id);
+    };
+    for (const auto& [_, resource] : resources) ForEachPrimitive(*resource, {}, take);
     return contained;
 }
 

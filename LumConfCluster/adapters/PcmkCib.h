@@ -34,7 +34,7 @@ public:
     /// configured.
     std::set<LumPalStr::String_t> IdsOf(const PcmkResource& resource) const;
     /// The ids of what runs in a container, so that the nodes themselves are not looked at for it: the primitives of
-    /// bundles.
+    /// bundles, and those with the meta attribute "container".
     std::set<LumPalStr::String_t> Contained() const;
     /// Whether one of the ids is the text, or bears it as a tag.
     bool Means(const LumPalStr::String_t& idOrTag, const std::set<LumPalStr::String_t>& ids) const;

@@ -200,6 +200,27 @@ TEST(PcmkHistory, EachReplicaOfAPromotableBundleIsLookedForByItself) {
     EXPECT_TRUE(IsSure(bundle(replica("1", "b")), Node("a", "") + Node("b", ""))) << "each is somewhere";
 }
 
+TEST(PcmkHistory, WhatIsInAContainerByItsMetaAttributeIsNotProbed) {
+    const R status = Node("a", kIdle) + Node("b", "");
+    const auto meta = [](const R& container) {
+        return "<meta_attributes id='m'><nvpair id='n' name='container' value='" + container + "'/></meta_attributes>";
+    };
+    const auto configured = [](const R& resources) {
+        return "<resources><primitive id='vm'/>" + resources + "</resources>";
+    };
+    for (const R& resources : {"<primitive id='r'>" + meta("vm") + "</primitive>",
+                               "<template id='t'>" + meta("vm") + "</template><primitive id='r' template='t'/>",
+                               "<group id='g'>" + meta("vm") + "<primitive id='r'/></group>"}) {
+        EXPECT_TRUE(IsSure(kStopped, status, configured(resources))) << resources;
+        EXPECT_TRUE(IsUnprobed(kStopped, Node("a", kIdle) + NodeWithout("b"), configured(resources)))
+            << "a whole history is another thing";
+    }
+    for (const char* container : {"nobody", "r", ""}) {
+        EXPECT_TRUE(IsUnprobed(kStopped, status, configured("<primitive id='r'>" + meta(container) + "</primitive>")))
+            << container;
+    }
+}
+
 TEST(PcmkHistory, ADocumentWithoutAStatusRaisesNoDoubt) {
     EXPECT_TRUE(IsSure(kStopped, ""));
     EXPECT_TRUE(IsSure(kStopped, Node("A", "")));
