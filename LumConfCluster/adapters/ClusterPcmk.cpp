@@ -208,7 +208,7 @@ ClusterResourceGroups ClusterPcmk::GroupsOf(Look& look) {
         MarkDoubtful(groups[static_cast<int>(i)], look.GetDoubt(i));
     }
     // Whoever wants an address asks again where it could not be had.
-    Tried([&] { AddAddresses(groups, look.GetConfigured()); });
+    Tried([&] { AddAddresses(groups, sight, look.GetConfigured()); });
     return groups;
 }
 
@@ -221,12 +221,12 @@ ClusterResourceGroups ClusterPcmk::GetGroups() {
     });
 }
 
-void ClusterPcmk::AddAddresses(const ClusterResourceGroups& groups, Configured& configured) {
+void ClusterPcmk::AddAddresses(const ClusterResourceGroups& groups, const PcmkSight& sight, Configured& configured) {
     if (groups.Count() == 0) return;
     const PcmkCib& cib = configured.Get();
     for (int i = 0; i < groups.Count(); ++i) {
         ClusterResourceGroupImpl& record = *groups[i].GetImpl();
-        record.virtualIP = cib.AddressOf(record.name);
+        record.virtualIP = cib.AddressOf(sight.resources[static_cast<std::size_t>(i)], record.activeNode.GetName());
         record.virtualIPKnown = 1;
     }
 }

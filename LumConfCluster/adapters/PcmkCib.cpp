@@ -161,6 +161,22 @@ String_t PcmkCib::AddressOf(const String_t& resource) const {
     return found ? AddressIn(*found) : String_t("");
 }
 
+/// A replica's address resource bears the address in its id.
+String_t PcmkCib::AddressOf(const PcmkResource& resource, const String_t& node) const {
+    const String_t first = AddressOf(resource.name), prefix = resource.name + "-ip-";
+    if (!resource.isBundle || !resource.isPromotable || first.Find(":") != LumPalStr::NotFound) return first;
+    for (const PcmkCopy& copy : resource.copies) {
+        const auto isPromotedHere = [&](const PcmkMember& member) {
+            return member.role == PcmkRole::Promoted && member.nodes.front() == node;
+        };
+        if (std::none_of(copy.begin(), copy.end(), isPromotedHere)) continue;
+        for (const PcmkMember& member : copy) {
+            if (member.id.Left(prefix.GetLength()) == prefix) return member.id.Mid(prefix.GetLength());
+        }
+    }
+    return first;
+}
+
 /// What is known of it by crm_mon counts too: it stays where the configuration has lost it.
 std::set<String_t> PcmkCib::IdsOf(const PcmkResource& resource) const {
     std::set<String_t> ids(resource.inner.begin(), resource.inner.end());

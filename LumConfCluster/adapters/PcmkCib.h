@@ -23,6 +23,9 @@ public:
     /// The parameter "ip" of the first IPaddr2 or IPaddr in a resource that stands in no other one; its own, or its
     /// template's; of a bundle the first address of its range. Empty without one.
     LumPalStr::String_t AddressOf(const LumPalStr::String_t& resource) const;
+    /// The same of one as it runs: of a bundle with promoted replicas the address of the one that is promoted on the
+    /// node. The first of the range where there is none, and of one of IPv6.
+    LumPalStr::String_t AddressOf(const PcmkResource& resource, const LumPalStr::String_t& node) const;
     /// Puts what was told of by its node alone into the group where it belongs, or beside the others, and marks bundles
     /// of which copies are to be promoted.
     void PutTogether(PcmkSight& sight) const;

@@ -300,6 +300,33 @@ TEST_F(Pcmk, AnAddressThatCannotBeHadIsAskedForAgain) {
     EXPECT_EQ(group.GetVirtualIP(), "::1");
 }
 
+TEST_F(Pcmk, TheAddressOfAPromotedBundleIsThatOfItsPromotedReplica) {
+    const auto replica = [](const std::string& number, const std::string& address, const std::string& host,
+                            const std::string& role) {
+        return "<replica id='" + number + "'>" + PcmkResourceText("two-ip-" + address, "Started", host) +
+               PcmkResourceText("inner", role, host) + "</replica>";
+    };
+    const auto addressOf = [&](const std::string& range, const std::string& first, const std::string& second) {
+        node.SetCib("<resources><bundle id='two'><podman promoted-max='1'/><network ip-range-start='" + range +
+                    "'/><primitive id='inner'/></bundle></resources>");
+        node.SetResources("<bundle id='two'>" + first + second + "</bundle>");
+        return Cluster().GetGroups()["two"].GetVirtualIP().ToUtf8();
+    };
+    EXPECT_EQ(addressOf("10.0.0.5", replica("0", "10.0.0.5", "north", "Unpromoted"),
+                        replica("1", "10.0.0.6", "south", "Promoted")),
+              "10.0.0.6");
+    EXPECT_EQ(addressOf("10.0.0.5", replica("0", "10.0.0.5", "south", "Unpromoted"),
+                        replica("1", "10.0.0.6", "south", "Promoted")),
+              "10.0.0.6")
+        << "both are on one host";
+    EXPECT_EQ(addressOf("fd00::5", replica("0", "fd00..5", "south", "Promoted"), ""), "fd00::5")
+        << "of such addresses no id is called";
+    EXPECT_EQ(addressOf("10.0.0.5", replica("0", "10.0.0.5", "north", "Unpromoted"),
+                        replica("1", "10.0.0.6", "south", "Unpromoted")),
+              "10.0.0.5")
+        << "nobody is promoted";
+}
+
 TEST_F(Pcmk, TheNodesOfAGroupAreThoseThatNothingKeepsItFrom) {
     const Cluster cluster;
     EXPECT_EQ(Names(cluster.GetGroupNodes("web")), (Texts{"north", "south"}));
