@@ -185,6 +185,7 @@ PcmkNode NodeOf(const XmlDataNode& node) {
     told.isMaintained = Is(node, "maintenance");
     told.isUnclean = Is(node, "unclean");
     told.isRemote = AttributeOf(node, "type") == "remote";
+    told.host = AttributeOf(node, "id_as_resource");
     return told;
 }
 
@@ -198,13 +199,40 @@ void MarkContainers(PcmkSight& sight) {
     for (PcmkNode& node : sight.nodes) node.isInContainer = names.contains(node.name);
 }
 
+/// Nobody has configured the connection to a guest: it is a part of that.
+bool IsImplied(const PcmkMember& member, const PcmkSight& sight) {
+    return member.IsConnection() && std::any_of(sight.nodes.begin(), sight.nodes.end(), [&](const PcmkNode& node) {
+               return node.name == member.id && node.host.IsNotEmpty();
+           });
+}
+
+void LeaveOutImplied(PcmkSight& sight) {
+    std::erase_if(sight.resources, [&](const PcmkResource& resource) {
+        return resource.copies.size() == 1 && resource.copies[0].size() == 1 &&
+               resource.copies[0][0].id == resource.name && IsImplied(resource.copies[0][0], sight);
+    });
+}
+
+/// Neither what is a guest nor a connection runs on a node that is there by one.
+void BanFromRemotes(PcmkSight& sight) {
+    std::set<String_t> hosts;
+    for (const PcmkNode& node : sight.nodes) {
+        if (node.isRemote) hosts.insert(node.host.IsEmpty() ? node.name : node.host);
+    }
+    for (const PcmkNode& node : sight.nodes) {
+        for (const String_t& host : node.isRemote && !node.isInContainer ? hosts : std::set<String_t>())
+            sight.bans.push_back({host, node.name, false});
+    }
+}
+
 /// With some options crm_mon tells what runs on a node there.
 void TakeLoose(const XmlDataNode& root, PcmkSight& sight) {
     std::set<String_t> known;
     for (const PcmkResource& resource : sight.resources) known.insert(resource.inner.begin(), resource.inner.end());
     ForEach(root, "nodes", "node", [&](const XmlDataNode& node) {
         ForEach(node, "resource", [&](const XmlDataNode& told) {
-            if (!known.contains(AttributeOf(told, "id"))) sight.loose.push_back(MemberOf(told));
+            const PcmkMember member = MemberOf(told);
+            if (!known.contains(member.id) && !IsImplied(member, sight)) sight.loose.push_back(member);
         });
     });
 }
@@ -315,7 +343,9 @@ PcmkSight PcmkSightOf(const String_t& tool, const XmlDataTree& tree) {
     });
     sight.resources = std::move(resources.list);
     MarkContainers(sight);
+    LeaveOutImplied(sight);
     TakeLoose(root, sight);
+    BanFromRemotes(sight);
     ForEach(root, "bans", "ban", [&](const XmlDataNode& ban) {
         if (AttributeOf(ban, "weight") != kMinusInfinity) return;
         const bool isOfPromotedOnly = Is(ban, "promoted-only") || Is(ban, "master_only");

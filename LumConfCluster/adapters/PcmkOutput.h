@@ -18,6 +18,7 @@ struct PcmkNode {
     bool isOnline = false, isStandby = false, isMaintained = false, isPending = false, isUnclean = false;
     bool isRemote = false;       ///< without a part in the quorum
     bool isInContainer = false;  ///< of a bundle, for nothing else
+    LumPalStr::String_t host;    ///< of a guest the resource that it is, as a virtual machine
 
     /// What there is to say of it beyond being on line or not, as "standby, maintenance"; empty for most.
     LumPalStr::String_t Detail() const;

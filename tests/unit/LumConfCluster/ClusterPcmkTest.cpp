@@ -300,6 +300,27 @@ TEST_F(Pcmk, AnAddressThatCannotBeHadIsAskedForAgain) {
     EXPECT_EQ(group.GetVirtualIP(), "::1");
 }
 
+TEST_F(Pcmk, AGuestIsANodeAndItsConnectionIsNoGroup) {
+    const auto connection = [](const std::string& id) {
+        return "<resource id='" + id +
+               "' resource_agent='ocf:pacemaker:remote' role='Started'><node name='south'/></resource>";
+    };
+    node.SetNodes(PcmkNode::Node("south", "2", "online='true' type='member'") +
+                  PcmkNode::Node("guest", "guest", "online='true' type='remote' id_as_resource='vm'") +
+                  PcmkNode::Node("far", "far", "online='true' type='remote'"));
+    node.SetResources("<group id='machine'>" + PcmkResourceText("vm", "Started", "south") + "</group>" +
+                      PcmkResourceText("job", "Started", "guest") + connection("far") + connection("guest"));
+    node.SetCib(
+        "<resources><group id='machine'><primitive id='vm'/></group><primitive id='job'/><primitive id='far'/>"
+        "</resources>");
+    const Cluster cluster;
+    EXPECT_EQ(Names(cluster.GetGroups()), (Texts{"machine", "job", "far"}));
+    EXPECT_EQ(Names(cluster.GetNodes()), (Texts{"south", "guest", "far"}));
+    EXPECT_EQ(Names(cluster.GetGroupNodes("machine")), Texts{"south"}) << "it is the guest";
+    EXPECT_EQ(Names(cluster.GetGroupNodes("far")), Texts{"south"});
+    EXPECT_EQ(Names(cluster.GetGroupNodes("job")), (Texts{"south", "guest", "far"}));
+}
+
 TEST_F(Pcmk, TheAddressOfAPromotedBundleIsThatOfItsPromotedReplica) {
     const auto replica = [](const std::string& number, const std::string& address, const std::string& host,
                             const std::string& role) {
