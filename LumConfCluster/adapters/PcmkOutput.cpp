@@ -273,11 +273,16 @@ void ExpectResult(const String_t& tool, const XmlDataNode& root) {
     Raise<ClusterException>(msg::ToolFailed, Make(msg::ToolReturned, code, Make(msg::ToolLineWas, tool)));
 }
 
-/// A release that does not know the option for XML ends with an error of usage.
+/// A release that does not know the option for XML says so, with a code that differs among them.
+bool IsOfUsage(const ToolEnd& end) {
+    return end.code == kUsageError || end.said.Find("unrecognized option") != LumPalStr::NotFound ||
+           end.said.Find("Unknown option") != LumPalStr::NotFound;
+}
+
 void ExpectDocument(const String_t& tool, const ToolEnd& end) {
     const auto isBegun = [](const String_t& line) { return line.Find("<") != LumPalStr::NotFound; };
     if (std::any_of(end.lines.begin(), end.lines.end(), isBegun)) return;
-    if (end.code != 0 && end.code != kUsageError) RaiseFailure(tool, end);
+    if (end.code != 0 && !IsOfUsage(end)) RaiseFailure(tool, end);
     const String_t said = end.said.IsEmpty() ? String_t("it said nothing") : end.said;
     Raise<ClusterException>(msg::PcmkNoDocument, LumPalStr::NumToStr(end.code), said, tool);
 }
