@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <string_view>
 
 #include "ClusterNodeImpl.h"
 #include "ClusterProducts.h"
@@ -61,6 +62,10 @@ String_t DetailOf(const char* word) {
 /// What no policy can follow raises no doubt.
 bool IsEverywhere(const PcmkResource& resource) {
     return resource.isCloned && !resource.isPromotable;
+}
+
+bool IsPromotedTwice(const PcmkResource& resource, const PcmkState& state) {
+    return resource.isPromotable && state.word == std::string_view(pcmkWords::kPromoted) && state.node.IsEmpty();
 }
 
 }  // namespace
@@ -148,7 +153,7 @@ ClusterResourceGroup ClusterPcmk::MakeGroup(const PcmkResource& resource, std::u
     record.state = GroupStateOf(state.word);
     record.localState = GroupStateOf(states.WordOn(resource, localNodeName));
     record.detail = DetailOf(state.word);
-    record.isEverywhere = IsEverywhere(resource);
+    record.isEverywhere = IsEverywhere(resource) || IsPromotedTwice(resource, state);
     record.mayBeOn = state.several;
     if (record.state == RGState::Online) record.activeNode = nodes.Find(state.node);
     return group;

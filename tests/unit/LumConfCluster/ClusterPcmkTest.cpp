@@ -205,6 +205,15 @@ TEST_F(Pcmk, APromotableCloneIsActiveWhereItIsPromoted) {
     EXPECT_FALSE(group.IsEverywhere());
 }
 
+TEST_F(Pcmk, WhatIsPromotedOnSeveralNodesNothingCanFollow) {
+    const ClusterResourceGroup group =
+        GroupOf("<clone id='c' multi_state='true'>" + PcmkResourceText("x", "Promoted", "south") +
+                PcmkResourceText("x", "Promoted", "north") + "</clone>");
+    EXPECT_EQ(group.GetState(), RGState::Online);
+    EXPECT_EQ(group.GetActiveNode().GetName(), "");
+    EXPECT_TRUE(group.IsEverywhere());
+}
+
 TEST_F(Pcmk, ABundleOfWhichNothingRunsIsPromotableWhereItIsConfiguredSo) {
     const std::string replica = PcmkResourceText("x", "Stopped") + "</replica>";
     node.SetResources("<bundle id='b'><replica id='0'>" + replica + "<replica id='1'>" + replica + "</bundle>");
