@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <string_view>
 
 #include "ClusterNodeImpl.h"
 #include "ClusterProducts.h"
@@ -61,6 +62,10 @@ String_t DetailOf(const char* word) {
 /// What no policy can follow raises no doubt.
 bool IsEverywhere(const PcmkResource& resource) {
     return resource.isCloned && !resource.isPromotable;
+}
+
+bool IsPromotedTwice(const PcmkResource& resource, const PcmkState& state) {
+    return resource.isPromotable && state.word == std::string_view(pcmkWords::kPromoted) && state.node.IsEmpty();
 }
 
 }  // namespace
@@ -148,7 +153,7 @@ ClusterResourceGroup ClusterPcmk::MakeGroup(const PcmkResource& resource, std::u
     record.state = GroupStateOf(state.word);
     record.localState = GroupStateOf(states.WordOn(resource, localNodeName));
     record.detail = DetailOf(state.word);
-    record.isEverywhere = IsEverywhere(resource);
+    record.isEverywhere = IsEverywhere(resource) || IsPromotedTwice(resource, state);
     record.mayBeOn = state.several;
     if (record.state == RGState::Online) record.activeNode = nodes.Find(state.node);
     return group;
@@ -208,7 +213,7 @@ ClusterResourceGroups ClusterPcmk::GroupsOf(Look& look) {
         MarkDoubtful(groups[static_cast<int>(i)], look.GetDoubt(i));
     }
     // Whoever wants an address asks again where it could not be had.
-    Tried([&] { AddAddresses(groups, look.GetConfigured()); });
+    Tried([&] { AddAddresses(groups, sight, look.GetConfigured()); });
     return groups;
 }
 
@@ -221,12 +226,12 @@ ClusterResourceGroups ClusterPcmk::GetGroups() {
     });
 }
 
-void ClusterPcmk::AddAddresses(const ClusterResourceGroups& groups, Configured& configured) {
+void ClusterPcmk::AddAddresses(const ClusterResourceGroups& groups, const PcmkSight& sight, Configured& configured) {
     if (groups.Count() == 0) return;
     const PcmkCib& cib = configured.Get();
     for (int i = 0; i < groups.Count(); ++i) {
         ClusterResourceGroupImpl& record = *groups[i].GetImpl();
-        record.virtualIP = cib.AddressOf(record.name);
+        record.virtualIP = cib.AddressOf(sight.resources[static_cast<std::size_t>(i)], record.activeNode.GetName());
         record.virtualIPKnown = 1;
     }
 }

@@ -45,7 +45,7 @@ private:
     void MarkDoubtful(const ClusterResourceGroup& group, const PcmkDoubt& doubt);
     ClusterResourceGroup MakeGroup(const PcmkResource& resource, std::uint16_t id, const PcmkStates& states,
                                    NodesByName& nodes);
-    static void AddAddresses(const ClusterResourceGroups& groups, Configured& configured);
+    static void AddAddresses(const ClusterResourceGroups& groups, const PcmkSight& sight, Configured& configured);
 
     LumPalStr::String_t localNodeName;
 };

@@ -33,6 +33,21 @@ void ForEachResource(const XmlDataNode& resource, Visit& visit) {
     for (int i = 0; i < resource.ChildrenCount(); ++i) ForEachResource(resource[i], visit);
 }
 
+/// Visits the primitives in it with what they stand in, the innermost first.
+template <class Visit>
+void ForEachPrimitive(const XmlDataNode& resource, std::vector<const XmlDataNode*> owners, Visit& visit) {
+    if (!IsOneOf(resource.GetName(), kResourceKinds)) return;
+    owners.insert(owners.begin(), &resource);
+    if (resource.GetName() == "primitive") return visit(owners);
+    for (int i = 0; i < resource.ChildrenCount(); ++i) ForEachPrimitive(resource[i], owners, visit);
+}
+
+int ScoreOf(const String_t& text) {
+    constexpr int kInfinity = 1000000;
+    if (text == "INFINITY" || text == "+INFINITY") return kInfinity;
+    return text == "-INFINITY" ? -kInfinity : std::clamp(text.ToInt(), -kInfinity, kInfinity);
+}
+
 bool IsClone(const XmlDataNode& resource) {
     return resource.GetName() == "clone" || resource.GetName() == "master";
 }
@@ -84,25 +99,40 @@ const XmlDataNode* PcmkCib::TemplateOf(const XmlDataNode& primitive) const {
     return found != byId.end() && found->second->GetName() == "template" ? found->second : nullptr;
 }
 
-/// Sets without a rule go before those that hold at times only.
-String_t PcmkCib::ParameterOf(const XmlDataNode& owner, const char* sets, const char* name) const {
-    String_t value, valueByRule;
-    PcmkForEach(owner, sets, [&](const XmlDataNode& reference) {
+/// Of sets with the same score the last one counts, but in a set the first pair.
+void PcmkCib::TakeBest(const XmlDataNode& holder, const char* sets, const char* name, bool isByRule,
+                       std::optional<Scored>& best) const {
+    PcmkForEach(holder, sets, [&](const XmlDataNode& reference) {
         const XmlDataNode& set = Referred(reference);
-        String_t& found = FirstOf(set, "rule") ? valueByRule : value;
+        const int score = ScoreOf(AttributeOf(set, "score"));
+        if (isByRule != (FirstOf(set, "rule") != nullptr) || (best && best->score > score)) return;
+        bool isFound = false;
         PcmkForEach(set, "nvpair", [&](const XmlDataNode& pairOrReference) {
             const XmlDataNode& pair = Referred(pairOrReference);
             const String_t nameHere = AttributeOf(pairOrReference, "name");
-            if (found.IsEmpty() && (nameHere.IsEmpty() ? AttributeOf(pair, "name") : nameHere) == name)
-                found = AttributeOf(pair, "value");
+            if (isFound || (nameHere.IsEmpty() ? AttributeOf(pair, "name") : nameHere) != name) return;
+            isFound = true;
+            best = {AttributeOf(pair, "value"), score};
         });
     });
-    return value.IsEmpty() ? valueByRule : value;
+}
+
+/// Sets without a rule go before those that hold at times only, wherever they stand.
+String_t PcmkCib::ParameterOf(const Owners& owners, const char* sets, const char* name) const {
+    for (const bool isByRule : {false, true}) {
+        for (const XmlDataNode* owner : owners) {
+            std::optional<Scored> best;
+            if (const XmlDataNode* const from = TemplateOf(*owner)) TakeBest(*from, sets, name, isByRule, best);
+            TakeBest(*owner, sets, name, isByRule, best);
+            if (best) return best->value;
+        }
+    }
+    return "";
 }
 
 String_t PcmkCib::ClusterName() const {
     const XmlDataNode* const properties = Section("crm_config");
-    return properties ? ParameterOf(*properties, "cluster_property_set", "cluster-name") : String_t("");
+    return properties ? ParameterOf({properties}, "cluster_property_set", "cluster-name") : String_t("");
 }
 
 bool PcmkCib::IsAddress(const XmlDataNode& primitive) const {
@@ -112,18 +142,13 @@ bool PcmkCib::IsAddress(const XmlDataNode& primitive) const {
 }
 
 String_t PcmkCib::AddressIn(const XmlDataNode& resource) const {
-    if (resource.GetName() == "primitive") {
-        if (!IsAddress(resource)) return "";
-        const String_t own = ParameterOf(resource, "instance_attributes", "ip");
-        const XmlDataNode* const from = TemplateOf(resource);
-        return own.IsEmpty() && from ? ParameterOf(*from, "instance_attributes", "ip") : own;
-    }
     if (const XmlDataNode* const network = FirstOf(resource, "network")) return AttributeOf(*network, "ip-range-start");
-    for (int i = 0; i < resource.ChildrenCount(); ++i) {
-        if (!IsOneOf(resource[i].GetName(), kResourceKinds)) continue;
-        if (const String_t address = AddressIn(resource[i]); address.IsNotEmpty()) return address;
-    }
-    return "";
+    String_t address;
+    const auto take = [&](const Owners& owners) {
+        if (address.IsEmpty() && IsAddress(*owners.front())) address = ParameterOf(owners, "instance_attributes", "ip");
+    };
+    ForEachPrimitive(resource, {}, take);
+    return address;
 }
 
 const XmlDataNode* PcmkCib::FindResource(const String_t& id) const {
@@ -134,6 +159,22 @@ const XmlDataNode* PcmkCib::FindResource(const String_t& id) const {
 String_t PcmkCib::AddressOf(const String_t& resource) const {
     const XmlDataNode* const found = FindResource(resource);
     return found ? AddressIn(*found) : String_t("");
+}
+
+/// A replica's address resource bears the address in its id.
+String_t PcmkCib::AddressOf(const PcmkResource& resource, const String_t& node) const {
+    const String_t first = AddressOf(resource.name), prefix = resource.name + "-ip-";
+    if (!resource.isBundle || !resource.isPromotable || first.Find(":") != LumPalStr::NotFound) return first;
+    for (const PcmkCopy& copy : resource.copies) {
+        const auto isPromotedHere = [&](const PcmkMember& member) {
+            return member.role == PcmkRole::Promoted && member.nodes.front() == node;
+        };
+        if (std::none_of(copy.begin(), copy.end(), isPromotedHere)) continue;
+        for (const PcmkMember& member : copy) {
+            if (member.id.Left(prefix.GetLength()) == prefix) return member.id.Mid(prefix.GetLength());
+        }
+    }
+    return first;
 }
 
 /// What is known of it by crm_mon counts too: it stays where the configuration has lost it.
@@ -160,6 +201,18 @@ bool PcmkCib::IsPromotable(const PcmkResource& resource) const {
             return true;
     }
     return false;
+}
+
+std::set<String_t> PcmkCib::Contained() const {
+    std::set<String_t> contained;
+    const auto take = [&](const Owners& owners) {
+        const String_t id = AttributeOf(*owners.front(), "id");
+        const String_t container = ParameterOf(owners, "meta_attributes", "container");
+        const bool isInAnother = container != id && holders.contains(container);
+        if (isInAnother || owners.back()->GetName() == "bundle") contained.insert(id);
+    };
+    for (const auto& [_, resource] : resources) ForEachPrimitive(*resource, {}, take);
+    return contained;
 }
 
 void PcmkCib::PutTogether(PcmkSight& sight) const {

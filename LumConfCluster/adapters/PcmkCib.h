@@ -3,7 +3,9 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <set>
+#include <vector>
 
 #include "LumConfCluster/XmlDataTree.h"
 #include "LumPalStr.h"
@@ -21,6 +23,9 @@ public:
     /// The parameter "ip" of the first IPaddr2 or IPaddr in a resource that stands in no other one; its own, or its
     /// template's; of a bundle the first address of its range. Empty without one.
     LumPalStr::String_t AddressOf(const LumPalStr::String_t& resource) const;
+    /// The same of one as it runs: of a bundle with promoted replicas the address of the one that is promoted on the
+    /// node. The first of the range where there is none, and of one of IPv6.
+    LumPalStr::String_t AddressOf(const PcmkResource& resource, const LumPalStr::String_t& node) const;
     /// Puts what was told of by its node alone into the group where it belongs, or beside the others, and marks bundles
     /// of which copies are to be promoted.
     void PutTogether(PcmkSight& sight) const;
@@ -31,16 +36,28 @@ public:
     /// The ids of the resource and of all in it. What crm_mon tells of it counts too, also of one that is no longer
     /// configured.
     std::set<LumPalStr::String_t> IdsOf(const PcmkResource& resource) const;
+    /// The ids of what runs in a container, so that the nodes themselves are not looked at for it: the primitives of
+    /// bundles, and those with the meta attribute "container".
+    std::set<LumPalStr::String_t> Contained() const;
     /// Whether one of the ids is the text, or bears it as a tag.
     bool Means(const LumPalStr::String_t& idOrTag, const std::set<LumPalStr::String_t>& ids) const;
 
 private:
+    /// A resource and those in which it stands, the innermost first: what one does not say the next one does.
+    using Owners = std::vector<const XmlDataNode*>;
+    struct Scored {
+        LumPalStr::String_t value;
+        int score = 0;
+    };
+
     void Index(const XmlDataNode& node);
     bool IsPromotable(const PcmkResource& resource) const;
     const XmlDataNode* OutermostOf(const LumPalStr::String_t& member) const;
     const XmlDataNode* FindResource(const LumPalStr::String_t& id) const;
     const XmlDataNode* TemplateOf(const XmlDataNode& primitive) const;
-    LumPalStr::String_t ParameterOf(const XmlDataNode& owner, const char* sets, const char* name) const;
+    void TakeBest(const XmlDataNode& holder, const char* sets, const char* name, bool isByRule,
+                  std::optional<Scored>& best) const;
+    LumPalStr::String_t ParameterOf(const Owners& owners, const char* sets, const char* name) const;
     bool IsAddress(const XmlDataNode& primitive) const;
     LumPalStr::String_t AddressIn(const XmlDataNode& resource) const;
 

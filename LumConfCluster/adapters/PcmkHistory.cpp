@@ -47,6 +47,16 @@ bool IsTold(const PcmkResource& resource, const String_t& member, const String_t
                        [&](const PcmkCopy& copy) { return std::any_of(copy.begin(), copy.end(), isThere); });
 }
 
+/// Which copy of a clone runs on a node nobody tells, but each member of a bundle is one of its own.
+bool IsMissing(const PcmkResource& resource, const PcmkMember& member, const String_t& node) {
+    if (!member.isWanted) return false;
+    return resource.isCloned && !resource.isBundle ? !IsTold(resource, member.id, node) : !member.IsActive();
+}
+
+bool IsOn(const PcmkMember& member, const String_t& node) {
+    return std::find(member.nodes.begin(), member.nodes.end(), node) != member.nodes.end();
+}
+
 /// On another node nothing runs that counts, or somebody else tells it.
 bool Counts(const PcmkNode& node) {
     return node.isOnline && !node.isPending && !node.isUnclean && !node.isInContainer;
@@ -61,6 +71,7 @@ PcmkHistory::PcmkHistory(const XmlDataTree& tree) {
         PcmkForEach(status, "node_state", [this](const XmlDataNode& node) { Take(node); });
     });
     PcmkForEach(root, "configuration", [this](const XmlDataNode& one) { isAllProbed = !IsProbingLimited(one); });
+    contained = PcmkCib(tree).Contained();
 }
 
 void PcmkHistory::Take(const XmlDataNode& nodeState) {
@@ -95,18 +106,30 @@ PcmkHistory::Left PcmkHistory::LeftBy(const XmlDataNode& operations) {
     return isProbing ? Left::Unknown : left;
 }
 
-PcmkHistory::Left PcmkHistory::LeftOn(const PcmkNode& node, const String_t& member, bool isInBundle) const {
-    const auto known = byNode.find(node.name);
+PcmkHistory::Left PcmkHistory::LeftOn(const String_t& node, const String_t& member, Left whenGone,
+                                      Left whenMissing) const {
+    const auto known = byNode.find(node);
     if (known == byNode.end()) return Left::Nothing;
-    // A remote node has none before its first operation, and not everything is probed there.
-    if (!known->second) return node.isRemote ? Left::Nothing : Left::Unknown;
+    if (!known->second) return whenGone;
     // Copies of a clone share their history, unless each is one of its own.
     for (const String_t& id : {member, PcmkWithoutNumber(member)}) {
         const auto found = known->second->find(id);
         if (found != known->second->end()) return found->second;
     }
-    // What is in a container of a bundle is remembered with the container.
-    return isAllProbed && !isInBundle && !node.isRemote ? Left::Unknown : Left::Nothing;
+    return whenMissing;
+}
+
+/// What is in a container of a bundle is looked for on the container's own node, where the connection to that is.
+PcmkHistory::Left PcmkHistory::LeftOf(const PcmkMember& member, const PcmkCopy& copy, const PcmkNode& node) const {
+    const Left whenMissing = isAllProbed ? Left::Unknown : Left::Nothing;
+    const bool isContained = contained.contains(member.id);
+    const auto connection = std::find_if(copy.begin(), copy.end(), [&](const PcmkMember& other) {
+        return isContained && other.IsConnection() && IsOn(other, node.name);
+    });
+    if (connection != copy.end()) return LeftOn(connection->id, member.id, Left::Unknown, whenMissing);
+    // A remote node has none before its first operation, and not everything is probed there.
+    if (node.isRemote) return LeftOn(node.name, member.id, Left::Nothing, Left::Nothing);
+    return LeftOn(node.name, member.id, Left::Unknown, isContained ? Left::Nothing : whenMissing);
 }
 
 PcmkDoubt PcmkHistory::DoubtOf(const PcmkResource& resource, const std::vector<PcmkNode>& nodes) const {
@@ -114,12 +137,11 @@ PcmkDoubt PcmkHistory::DoubtOf(const PcmkResource& resource, const std::vector<P
     for (const PcmkNode& node : nodes) {
         if (!Counts(node)) continue;
         Left left = Left::Nothing;
-        const auto take = [&](const PcmkMember& member) {
-            const bool isMissing = member.isWanted && (resource.isCloned || !member.IsActive());
-            if (isMissing && !IsTold(resource, member.id, node.name))
-                left = std::max(left, LeftOn(node, member.id, resource.isBundle));
-        };
-        for (const PcmkCopy& copy : resource.copies) std::for_each(copy.begin(), copy.end(), take);
+        for (const PcmkCopy& copy : resource.copies) {
+            for (const PcmkMember& member : copy) {
+                if (IsMissing(resource, member, node.name)) left = std::max(left, LeftOf(member, copy, node));
+            }
+        }
         if (left != Left::Nothing) doubt.nodes.push_back(node.name);
         doubt.isOutdated = doubt.isOutdated || left == Left::Running;
     }

@@ -4,6 +4,7 @@
 
 #include <map>
 #include <optional>
+#include <set>
 #include <vector>
 
 #include "LumConfCluster/XmlDataTree.h"
@@ -40,9 +41,12 @@ private:
 
     void Take(const XmlDataNode& nodeState);
     static Left LeftBy(const XmlDataNode& operations);
-    Left LeftOn(const PcmkNode& node, const LumPalStr::String_t& member, bool isInBundle) const;
+    Left LeftOn(const LumPalStr::String_t& node, const LumPalStr::String_t& member, Left whenGone,
+                Left whenMissing) const;
+    Left LeftOf(const PcmkMember& member, const PcmkCopy& copy, const PcmkNode& node) const;
 
     std::map<LumPalStr::String_t, std::optional<Lefts>> byNode;  ///< without a value: the history is gone
+    std::set<LumPalStr::String_t> contained;                     ///< see PcmkCib::Contained
     bool isAllProbed = true;                                     ///< everything on every node, sooner or later
 };
 

@@ -90,16 +90,12 @@ PcmkCopy MembersOf(const XmlDataNode& parent) {
     return copy;
 }
 
-bool IsConnection(const PcmkMember& member) {
-    return member.agent == "ocf:pacemaker:remote" || member.agent == "ocf::pacemaker:remote";
-}
-
 /// What runs inside a container is told to be on a node of the container's own: it is where the connection to that is.
 PcmkCopy ReplicaOf(const XmlDataNode& node) {
     PcmkCopy copy = MembersOf(node);
     std::map<String_t, std::vector<String_t>> hosts;
     for (const PcmkMember& member : copy) {
-        if (IsConnection(member)) hosts.emplace(member.id, member.nodes);
+        if (member.IsConnection()) hosts.emplace(member.id, member.nodes);
     }
     for (PcmkMember& member : copy) {
         const auto host = member.nodes.size() == 1 ? hosts.find(member.nodes.front()) : hosts.end();
@@ -189,6 +185,7 @@ PcmkNode NodeOf(const XmlDataNode& node) {
     told.isMaintained = Is(node, "maintenance");
     told.isUnclean = Is(node, "unclean");
     told.isRemote = AttributeOf(node, "type") == "remote";
+    told.host = AttributeOf(node, "id_as_resource");
     return told;
 }
 
@@ -196,10 +193,36 @@ void MarkContainers(PcmkSight& sight) {
     std::set<String_t> names;
     for (const PcmkResource& resource : sight.resources) {
         for (const PcmkCopy& copy : resource.isBundle ? resource.copies : std::vector<PcmkCopy>()) {
-            for (const PcmkMember& member : copy) names.insert(IsConnection(member) ? member.id : String_t(""));
+            for (const PcmkMember& member : copy) names.insert(member.IsConnection() ? member.id : String_t(""));
         }
     }
     for (PcmkNode& node : sight.nodes) node.isInContainer = names.contains(node.name);
+}
+
+/// Nobody has configured the connection to a guest: it is a part of that.
+bool IsImplied(const PcmkMember& member, const PcmkSight& sight) {
+    return member.IsConnection() && std::any_of(sight.nodes.begin(), sight.nodes.end(), [&](const PcmkNode& node) {
+               return node.name == member.id && node.host.IsNotEmpty();
+           });
+}
+
+void LeaveOutImplied(PcmkSight& sight) {
+    std::erase_if(sight.resources, [&](const PcmkResource& resource) {
+        return resource.copies.size() == 1 && resource.copies[0].size() == 1 &&
+               resource.copies[0][0].id == resource.name && IsImplied(resource.copies[0][0], sight);
+    });
+}
+
+/// Neither what is a guest nor a connection runs on a node that is there by one.
+void BanFromRemotes(PcmkSight& sight) {
+    std::set<String_t> hosts;
+    for (const PcmkNode& node : sight.nodes) {
+        if (node.isRemote) hosts.insert(node.host.IsEmpty() ? node.name : node.host);
+    }
+    for (const PcmkNode& node : sight.nodes) {
+        for (const String_t& host : node.isRemote && !node.isInContainer ? hosts : std::set<String_t>())
+            sight.bans.push_back({host, node.name, false});
+    }
 }
 
 /// With some options crm_mon tells what runs on a node there.
@@ -208,7 +231,8 @@ void TakeLoose(const XmlDataNode& root, PcmkSight& sight) {
     for (const PcmkResource& resource : sight.resources) known.insert(resource.inner.begin(), resource.inner.end());
     ForEach(root, "nodes", "node", [&](const XmlDataNode& node) {
         ForEach(node, "resource", [&](const XmlDataNode& told) {
-            if (!known.contains(AttributeOf(told, "id"))) sight.loose.push_back(MemberOf(told));
+            const PcmkMember member = MemberOf(told);
+            if (!known.contains(member.id) && !IsImplied(member, sight)) sight.loose.push_back(member);
         });
     });
 }
@@ -249,11 +273,16 @@ void ExpectResult(const String_t& tool, const XmlDataNode& root) {
     Raise<ClusterException>(msg::ToolFailed, Make(msg::ToolReturned, code, Make(msg::ToolLineWas, tool)));
 }
 
-/// A release that does not know the option for XML ends with an error of usage.
+/// A release that does not know the option for XML says so, with a code that differs among them.
+bool IsOfUsage(const ToolEnd& end) {
+    return end.code == kUsageError || end.said.Find("unrecognized option") != LumPalStr::NotFound ||
+           end.said.Find("Unknown option") != LumPalStr::NotFound;
+}
+
 void ExpectDocument(const String_t& tool, const ToolEnd& end) {
     const auto isBegun = [](const String_t& line) { return line.Find("<") != LumPalStr::NotFound; };
     if (std::any_of(end.lines.begin(), end.lines.end(), isBegun)) return;
-    if (end.code != 0 && end.code != kUsageError) RaiseFailure(tool, end);
+    if (end.code != 0 && !IsOfUsage(end)) RaiseFailure(tool, end);
     const String_t said = end.said.IsEmpty() ? String_t("it said nothing") : end.said;
     Raise<ClusterException>(msg::PcmkNoDocument, LumPalStr::NumToStr(end.code), said, tool);
 }
@@ -262,6 +291,10 @@ void ExpectDocument(const String_t& tool, const ToolEnd& end) {
 
 String_t PcmkWithoutNumber(const String_t& id) {
     return id.Left(id.ReverseFind(":"));
+}
+
+bool PcmkMember::IsConnection() const {
+    return agent == "ocf:pacemaker:remote" || agent == "ocf::pacemaker:remote";
 }
 
 String_t PcmkNode::Detail() const {
@@ -315,7 +348,9 @@ PcmkSight PcmkSightOf(const String_t& tool, const XmlDataTree& tree) {
     });
     sight.resources = std::move(resources.list);
     MarkContainers(sight);
+    LeaveOutImplied(sight);
     TakeLoose(root, sight);
+    BanFromRemotes(sight);
     ForEach(root, "bans", "ban", [&](const XmlDataNode& ban) {
         if (AttributeOf(ban, "weight") != kMinusInfinity) return;
         const bool isOfPromotedOnly = Is(ban, "promoted-only") || Is(ban, "master_only");

@@ -18,6 +18,7 @@ struct PcmkNode {
     bool isOnline = false, isStandby = false, isMaintained = false, isPending = false, isUnclean = false;
     bool isRemote = false;       ///< without a part in the quorum
     bool isInContainer = false;  ///< of a bundle, for nothing else
+    LumPalStr::String_t host;    ///< of a guest the resource that it is, as a virtual machine
 
     /// What there is to say of it beyond being on line or not, as "standby, maintenance"; empty for most.
     LumPalStr::String_t Detail() const;
@@ -34,6 +35,8 @@ struct PcmkMember {
     std::vector<LumPalStr::String_t> nodes;  ///< where it is active in any way
 
     bool IsActive() const noexcept { return !nodes.empty(); }
+    /// To a remote node, a guest, or a container of a bundle, which is a node of this id.
+    bool IsConnection() const;
 };
 
 /// Of the copies of a clone, which bear a number behind it, the id that they share.

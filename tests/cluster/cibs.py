@@ -323,7 +323,8 @@ class Shape:
             return self.unprobed()
         if member.disabled or not promoted:
             return Seen("Offline", detail="" if not active else "Partial" if member.disabled else "Unpromoted")
-        return Seen("Online", promoted[0] if len(promoted) == 1 else "", local="Online" if self.local in promoted else "Offline")
+        return Seen("Online", promoted[0] if len(promoted) == 1 else "", local="Online" if self.local in promoted else "Offline",
+                    everywhere=len(promoted) > 1)
 
     def group_nodes(self, name):
         """Those with the highest score first."""

@@ -65,8 +65,26 @@ class Pacemaker(test_cluster_tool.OnACluster):
         self.assertIn("'misled' names the group 'everywhere', which runs as copies on several nodes: it does not enable it",
                       self.told(cluster, "check", code=FAILED))
 
+    def told_of(self, nodes, resources, *words):
+        cluster = self.pacemaker()
+        cluster.let("crm_mon *", print=MONITOR.replace(NODES, nodes).replace(CLONE, resources))
+        return self.told(cluster, *words, code=FAILED)
+
     def test_ids_that_a_remote_node_lacks_are_no_warning(self):
         self.assertNotIn("the id of the node", self.told(self.seen(), "check", code=FAILED))
+
+    def test_ids_that_corosync_has_made_are_no_warning(self):
+        self.assertNotIn("the id of the node", self.told_of(node("alpha", 1084783375, online=1), CLONE, "check"))
+
+    def test_groups_whose_names_differ_in_case_only_are_told(self):
+        alike = '<group id="Web"/><group id="other"/><group id="web"/>'
+        text = self.told_of(NODES, alike, "check")
+        self.assertIn("the groups 'Web' and 'web' differ in case only: whoever names one of them means the first", text)
+        self.assertEqual(text.count("differ in case only"), 1)
+
+    def test_what_is_promoted_on_several_nodes_nothing_can_follow(self):
+        both = CLONE.replace("<clone", '<clone multi_state="true"').replace("Started", "Promoted")
+        self.assertIn("the group 'everywhere' runs as copies on several nodes", self.told_of(NODES, both, "check"))
 
     def test_all_addresses_come_with_the_groups(self):
         cluster = self.pacemaker()

@@ -79,6 +79,18 @@ Finding RunningCommands(const Follower& follower) {
     return {State::Failed, "monitor", follower.Sentence(), "end the one that hangs, a child of lumconfd; " + limit};
 }
 
+/// Some products have the case of names count.
+void CheckAlike(const Sight& sight, Findings& findings) {
+    for (const GroupFacts& group : sight.groups) {
+        const GroupFacts* const first = sight.FindGroup(group.name);
+        if (first->name == group.name) continue;
+        findings.push_back({State::Note, "tools",
+                            "the groups '" + first->name + "' and '" + group.name +
+                                "' differ in case only: whoever names one of them means the first",
+                            "give one of them another name, if policies or instances are to follow it"});
+    }
+}
+
 }  // namespace
 
 Subject Subject::Take() {
@@ -159,11 +171,14 @@ void CheckTools(const Subject& subject, Findings& findings) {
                             ""});
     }
     CheckAnswers(subject.answers, findings);
+    // Pacemaker tells it with the node: one that is not told is above those that count here.
+    const bool mayLackIds = sight.product == DisplayText(ClusterType::Pcmk);
     for (const NodeFacts& node : sight.nodes) {
-        if (node.id != kUnknownId || !node.detail.empty()) continue;
+        if (mayLackIds || node.id != kUnknownId || !node.detail.empty()) continue;
         findings.push_back({State::Warning, "tools", "the id of the node '" + node.name + "' cannot be asked for",
                             "ask the product's tools for it as the daemon's user"});
     }
+    CheckAlike(sight, findings);
     for (const GroupFacts& group : sight.groups) {
         if (group.isEverywhere) {
             findings.push_back({State::Note, "tools",

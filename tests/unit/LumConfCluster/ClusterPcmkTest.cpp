@@ -205,6 +205,15 @@ TEST_F(Pcmk, APromotableCloneIsActiveWhereItIsPromoted) {
     EXPECT_FALSE(group.IsEverywhere());
 }
 
+TEST_F(Pcmk, WhatIsPromotedOnSeveralNodesNothingCanFollow) {
+    const ClusterResourceGroup group =
+        GroupOf("<clone id='c' multi_state='true'>" + PcmkResourceText("x", "Promoted", "south") +
+                PcmkResourceText("x", "Promoted", "north") + "</clone>");
+    EXPECT_EQ(group.GetState(), RGState::Online);
+    EXPECT_EQ(group.GetActiveNode().GetName(), "");
+    EXPECT_TRUE(group.IsEverywhere());
+}
+
 TEST_F(Pcmk, ABundleOfWhichNothingRunsIsPromotableWhereItIsConfiguredSo) {
     const std::string replica = PcmkResourceText("x", "Stopped") + "</replica>";
     node.SetResources("<bundle id='b'><replica id='0'>" + replica + "<replica id='1'>" + replica + "</bundle>");
@@ -298,6 +307,54 @@ TEST_F(Pcmk, AnAddressThatCannotBeHadIsAskedForAgain) {
         "<resources><primitive id='web' type='IPaddr'><instance_attributes><nvpair name='ip' value='::1'/>"
         "</instance_attributes></primitive></resources>");
     EXPECT_EQ(group.GetVirtualIP(), "::1");
+}
+
+TEST_F(Pcmk, AGuestIsANodeAndItsConnectionIsNoGroup) {
+    const auto connection = [](const std::string& id) {
+        return "<resource id='" + id +
+               "' resource_agent='ocf:pacemaker:remote' role='Started'><node name='south'/></resource>";
+    };
+    node.SetNodes(PcmkNode::Node("south", "2", "online='true' type='member'") +
+                  PcmkNode::Node("guest", "guest", "online='true' type='remote' id_as_resource='vm'") +
+                  PcmkNode::Node("far", "far", "online='true' type='remote'"));
+    node.SetResources("<group id='machine'>" + PcmkResourceText("vm", "Started", "south") + "</group>" +
+                      PcmkResourceText("job", "Started", "guest") + connection("far") + connection("guest"));
+    node.SetCib(
+        "<resources><group id='machine'><primitive id='vm'/></group><primitive id='job'/><primitive id='far'/>"
+        "</resources>");
+    const Cluster cluster;
+    EXPECT_EQ(Names(cluster.GetGroups()), (Texts{"machine", "job", "far"}));
+    EXPECT_EQ(Names(cluster.GetNodes()), (Texts{"south", "guest", "far"}));
+    EXPECT_EQ(Names(cluster.GetGroupNodes("machine")), Texts{"south"}) << "it is the guest";
+    EXPECT_EQ(Names(cluster.GetGroupNodes("far")), Texts{"south"});
+    EXPECT_EQ(Names(cluster.GetGroupNodes("job")), (Texts{"south", "guest", "far"}));
+}
+
+TEST_F(Pcmk, TheAddressOfAPromotedBundleIsThatOfItsPromotedReplica) {
+    const auto replica = [](const std::string& number, const std::string& address, const std::string& host,
+                            const std::string& role) {
+        return "<replica id='" + number + "'>" + PcmkResourceText("two-ip-" + address, "Started", host) +
+               PcmkResourceText("inner", role, host) + "</replica>";
+    };
+    const auto addressOf = [&](const std::string& range, const std::string& first, const std::string& second) {
+        node.SetCib("<resources><bundle id='two'><podman promoted-max='1'/><network ip-range-start='" + range +
+                    "'/><primitive id='inner'/></bundle></resources>");
+        node.SetResources("<bundle id='two'>" + first + second + "</bundle>");
+        return Cluster().GetGroups()["two"].GetVirtualIP().ToUtf8();
+    };
+    EXPECT_EQ(addressOf("10.0.0.5", replica("0", "10.0.0.5", "north", "Unpromoted"),
+                        replica("1", "10.0.0.6", "south", "Promoted")),
+              "10.0.0.6");
+    EXPECT_EQ(addressOf("10.0.0.5", replica("0", "10.0.0.5", "south", "Unpromoted"),
+                        replica("1", "10.0.0.6", "south", "Promoted")),
+              "10.0.0.6")
+        << "both are on one host";
+    EXPECT_EQ(addressOf("fd00::5", replica("0", "fd00..5", "south", "Promoted"), ""), "fd00::5")
+        << "of such addresses no id is called";
+    EXPECT_EQ(addressOf("10.0.0.5", replica("0", "10.0.0.5", "north", "Unpromoted"),
+                        replica("1", "10.0.0.6", "south", "Unpromoted")),
+              "10.0.0.5")
+        << "nobody is promoted";
 }
 
 TEST_F(Pcmk, TheNodesOfAGroupAreThoseThatNothingKeepsItFrom) {

@@ -87,6 +87,60 @@ TEST(PcmkCib, AnAddressMayStandInATemplateOrElsewhere) {
     }
 }
 
+/// What crm_resource -g tells of each.
+TEST(PcmkCib, AnAddressThatAMemberDoesNotSayIsItsGroups) {
+    const auto ip = [](const char* last, const std::string& id) {
+        return Attributes(Pair("ip", std::string("10.0.0.") + last, id + "-ip"), id);
+    };
+    const std::string made = "<template id='t' type='IPaddr2'>" + ip("3", "of-t") + "</template>";
+    const std::string ruled = Attributes("<rule/>" + Pair("ip", "10.0.0.6", "r-ip"), "r");
+    struct Case {
+        std::string resources;
+        const char* address;
+    };
+    for (const Case& row :
+         {Case{"<group id='g'>" + ip("9", "s") + Ip("", "a") + "</group>", "10.0.0.9"},
+          Case{"<group id='g'>" + Ip("", "a") + ip("9", "s") + "</group>", "10.0.0.9"},
+          Case{"<group id='g'>" + ip("9", "s") + Ip(ip("1", "own"), "a") + "</group>", "10.0.0.1"},
+          Case{"<group id='g'>" + ip("9", "s") + Ip("", "a", "Dummy") + "</group>", ""},
+          Case{"<clone id='g'>" + ip("8", "s") + "<group id='h'>" + Ip("", "a") + "</group></clone>", "10.0.0.8"},
+          Case{"<clone id='g'>" + ip("8", "s") + "<group id='h'>" + ip("9", "u") + Ip("", "a") + "</group></clone>",
+               "10.0.0.9"},
+          Case{made + "<group id='g'>" + ip("9", "s") + "<primitive id='a' template='t'/></group>", "10.0.0.3"},
+          Case{"<group id='g'>" + ip("9", "s") + Ip(ruled, "a") + "</group>", "10.0.0.9"},
+          Case{"<group id='g'>" + ip("9", "s") + Ip(Attributes(Pair("ip", "")), "a") + "</group>", ""}}) {
+        EXPECT_EQ(AddressIn(row.resources), row.address) << row.resources;
+    }
+}
+
+TEST(PcmkCib, TheSetWithTheHighestScoreTellsTheAddress) {
+    const auto ip = [](int last, const std::string& score) {
+        const std::string id = "s" + std::to_string(last);
+        return "<instance_attributes id='" + id + "' " + score + ">" +
+               Pair("ip", "10.0.0." + std::to_string(last), id + "-ip") + "</instance_attributes>";
+    };
+    const std::string made = "<template id='t' type='IPaddr2'>" + ip(3, "score='10'") + "</template>";
+    struct Case {
+        std::string resources;
+        const char* address;
+    };
+    for (const Case& row :
+         {Case{Ip(ip(1, "score='1'") + ip(2, "score='10'")), "10.0.0.2"},
+          Case{Ip(ip(1, "score='10'") + ip(2, "score='1'")), "10.0.0.1"},
+          Case{Ip(ip(1, "score='1'") + ip(2, "score='1'")), "10.0.0.2"}, Case{Ip(ip(1, "") + ip(2, "")), "10.0.0.2"},
+          Case{Ip(ip(1, "") + ip(2, "score='-5'")), "10.0.0.1"},
+          Case{Ip(ip(1, "score='INFINITY'") + ip(2, "score='5'")), "10.0.0.1"},
+          Case{Ip(ip(1, "score='-INFINITY'") + ip(2, "score='-5'")), "10.0.0.2"},
+          Case{Ip(Attributes(Pair("ip", "10.0.0.1", "p") + Pair("ip", "10.0.0.2", "q"))), "10.0.0.1"},
+          Case{made + "<primitive id='g' template='t'>" + ip(1, "score='1'") + "</primitive>", "10.0.0.3"},
+          Case{made + "<primitive id='g' template='t'>" + ip(1, "score='10'") + "</primitive>", "10.0.0.1"},
+          Case{"<group id='g'>" + ip(9, "score='10'") + Ip(ip(1, "score='1'"), "a") + "</group>", "10.0.0.1"},
+          Case{Ip(ip(5, "score='1'"), "x") + Ip(ip(1, "score='5'") + "<instance_attributes id-ref='s5'/>"),
+               "10.0.0.1"}}) {
+        EXPECT_EQ(AddressIn(row.resources), row.address) << row.resources;
+    }
+}
+
 TEST(PcmkCib, WhatIsNoConfigurationTellsNothing) {
     for (const char* text :
          {"<cib/>", "<x><configuration/></x>", "<configuration/>", "<cib><configuration>x</configuration></cib>",

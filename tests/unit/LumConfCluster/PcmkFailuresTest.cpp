@@ -63,6 +63,11 @@ TEST_F(Pcmk, AReleaseThatDoesNotKnowTheOptionIsNamedAsTooOldWithWhatItSaid) {
     EXPECT_EQ(WhyNoGroups(),
               "The command printed no XML and returned '64' (crm_mon: unrecognized option '--output-as=xml'  [1mSee "
               "--help). Pacemaker 2.0.3 or later is needed: \"/usr/sbin/crm_mon\" -1 --output-as=xml");
+    for (const char* said : {"crm_mon: unrecognized option '--output-as=xml'\n", "Unknown option --output-as=xml\n"}) {
+        node.SetMonitor("", 1);
+        tools.Say(PcmkNode::kMonitor, said);
+        EXPECT_NE(WhyNoGroups().find("Pacemaker 2.0.3 or later is needed"), std::string::npos) << said;
+    }
     node.SetMonitor("Cluster Summary:\n", 64);
     EXPECT_NE(WhyNoGroups().find("Pacemaker 2.0.3 or later is needed"), std::string::npos);
     node.SetMonitor("Stack: corosync\n");

@@ -139,10 +139,86 @@ TEST(PcmkHistory, CopiesOfACloneShareAHistoryOrHaveTheirOwn) {
         << "another copy is there";
 }
 
-TEST(PcmkHistory, WhatIsInsideABundleIsRememberedWithItsContainer) {
-    const R bundle = "<bundle id='x'><replica id='0'>" + PcmkResourceText("r", "Stopped") + "</replica></bundle>";
-    EXPECT_TRUE(IsSure(bundle, Node("a", "") + Node("b", "")));
-    EXPECT_TRUE(IsUnprobed(bundle, Node("a", "") + NodeWithout("b")));
+/// The bundle x of a replica with the primitive r. @param nodes  where the container is, and the connection, and where
+/// the primitive is told, which is the container's own node
+R Bundle(const R& container, const R& connection, const R& inner) {
+    const auto role = [](const R& nodes) { return R(nodes.empty() ? "Stopped" : "Started"); };
+    return "<bundle id='x'><replica id='0'>" + PcmkResourceText("x-ip-10.0.0.5", role(container), container) +
+           PcmkResourceText("r", role(inner), inner) + PcmkResourceText("x-podman-0", role(container), container) +
+           "<resource id='x-0' resource_agent='ocf:pacemaker:remote' role='" + role(connection) + "'>" +
+           (connection.empty() ? "" : "<node name='" + connection + "'/>") + "</resource></replica></bundle>";
+}
+const R kBundled = "<resources><bundle id='x'><podman/><network/><primitive id='r'/></bundle></resources>";
+R OfBundle(const R& operations) {
+    return Resource("x-ip-10.0.0.5", operations) + Resource("x-podman-0", operations) + Resource("x-0", operations);
+}
+
+TEST(PcmkHistory, ARefreshedBundleHasYetToBeProbed) {
+    const R stopped = Bundle("", "", ""), a = Node("a", OfBundle(Ended("monitor", 3, 7)));
+    EXPECT_TRUE(IsSure(stopped, a + Node("b", OfBundle(Ended("stop", 9, 0))), kBundled))
+        << "what is inside is no matter of these nodes";
+    EXPECT_TRUE(IsUnprobed(stopped, a + NodeWithout("b"), kBundled));
+    EXPECT_TRUE(IsUnprobed(stopped, a + Node("b", ""), kBundled));
+    for (const char* missing : {"x-ip-10.0.0.5", "x-podman-0", "x-0"}) {
+        R known;
+        for (const char* each : {"x-ip-10.0.0.5", "x-podman-0", "x-0"})
+            known += each == missing ? R() : Resource(each, Ended("monitor", 3, 7));
+        EXPECT_TRUE(IsUnprobed(stopped, a + Node("b", known), kBundled)) << missing;
+    }
+    const R alone =
+        "<bundle id='x'><replica id='0'>" + PcmkResourceText("x-podman-0", "Stopped") + "</replica></bundle>";
+    const R configured = "<resources><bundle id='x'><podman/></bundle></resources>";
+    EXPECT_TRUE(IsUnprobed(alone, a + Node("b", ""), configured));
+    EXPECT_TRUE(
+        IsUnprobed(Bundle("b", "", ""), a + Node("b", Resource("x-podman-0", Ended("monitor", 3, 0))), kBundled))
+        << "the container has been found, the connection to it has not";
+}
+
+TEST(PcmkHistory, WhatIsInsideABundleIsLookedForOnTheNodeOfItsContainer) {
+    const R status = Node("a", OfBundle(Ended("monitor", 3, 7))) + Node("b", OfBundle(Ended("start", 3, 0)));
+    const R partial = Bundle("b", "b", "");
+    EXPECT_TRUE(IsUnprobed(partial, status + Node("x-0", ""), kBundled));
+    EXPECT_TRUE(IsUnprobed(partial, status + NodeWithout("x-0"), kBundled));
+    EXPECT_TRUE(IsUnprobed(partial, status + Node("x-0", Resource("r", Begun("monitor", "0"))), kBundled));
+    EXPECT_TRUE(IsSure(partial, status + Node("x-0", Resource("r", Ended("stop", 3, 0))), kBundled));
+    EXPECT_TRUE(IsSure(partial, status, kBundled));
+    EXPECT_TRUE(IsSure(Bundle("b", "b", "x-0"), status + Node("x-0", ""), kBundled));
+    const PcmkDoubt doubt = DoubtOf(partial, status + Node("x-0", Resource("r", Ended("start", 3, 0))), kBundled);
+    EXPECT_EQ(doubt.nodes, std::vector<String_t>{"b"});
+    EXPECT_TRUE(doubt.isOutdated);
+}
+
+TEST(PcmkHistory, EachReplicaOfAPromotableBundleIsLookedForByItself) {
+    const auto replica = [](const R& number, const R& host) {
+        const R role = host.empty() ? "Stopped" : "Started";
+        return "<replica id='" + number + "'>" + PcmkResourceText("x-podman-" + number, role, host) + "</replica>";
+    };
+    const auto bundle = [&](const R& other) { return "<bundle id='x'>" + replica("0", "a") + other + "</bundle>"; };
+    const R idle = Ended("monitor", 3, 7), both = Resource("x-podman-0", idle) + Resource("x-podman-1", idle);
+    EXPECT_TRUE(IsSure(bundle(replica("1", "")), Node("a", both) + Node("b", both)));
+    EXPECT_TRUE(IsUnprobed(bundle(replica("1", "")), Node("a", both) + Node("b", Resource("x-podman-0", idle))));
+    EXPECT_TRUE(IsSure(bundle(replica("1", "b")), Node("a", "") + Node("b", ""))) << "each is somewhere";
+}
+
+TEST(PcmkHistory, WhatIsInAContainerByItsMetaAttributeIsNotProbed) {
+    const R status = Node("a", kIdle) + Node("b", "");
+    const auto meta = [](const R& container) {
+        return "<meta_attributes id='m'><nvpair id='n' name='container' value='" + container + "'/></meta_attributes>";
+    };
+    const auto configured = [](const R& resources) {
+        return "<resources><primitive id='vm'/>" + resources + "</resources>";
+    };
+    for (const R& resources : {"<primitive id='r'>" + meta("vm") + "</primitive>",
+                               "<template id='t'>" + meta("vm") + "</template><primitive id='r' template='t'/>",
+                               "<group id='g'>" + meta("vm") + "<primitive id='r'/></group>"}) {
+        EXPECT_TRUE(IsSure(kStopped, status, configured(resources))) << resources;
+        EXPECT_TRUE(IsUnprobed(kStopped, Node("a", kIdle) + NodeWithout("b"), configured(resources)))
+            << "a whole history is another thing";
+    }
+    for (const char* container : {"nobody", "r", ""}) {
+        EXPECT_TRUE(IsUnprobed(kStopped, status, configured("<primitive id='r'>" + meta(container) + "</primitive>")))
+            << container;
+    }
 }
 
 TEST(PcmkHistory, ADocumentWithoutAStatusRaisesNoDoubt) {
