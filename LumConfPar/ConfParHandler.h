@@ -13,7 +13,7 @@ namespace LumConfPar {
 class ConfParHandler final : public LumPalConfig::ConfigChangeHandler_i {
 public:
     /// Registers for changes and reads the value. A configuration that cannot be read, or watched, is logged in the
-    /// application log and counts as "no cache".
+    /// application log and counts as "no cache". @throws std::bad_alloc, with nothing registered
     ConfParHandler();
     ConfParHandler(const ConfParHandler&) = delete;
     ConfParHandler& operator=(const ConfParHandler&) = delete;

@@ -1,5 +1,7 @@
 #include "PolicyWorker.h"
 
+#include <optional>
+
 #include "ConfParHandler.h"
 #include "LumPalLog.h"
 #include "LumPalMetrics.h"
@@ -29,6 +31,23 @@ void TraceGuarded(Text text) noexcept {
 void NoteGuarded(const std::exception& e) noexcept {
     LumPalMetrics::Guarded(
         [&] { NodeHealth::GetInstance().SettingsFailed(LumPalMsg::CreateError_t(String_t::FromUtf8(e.what()))); });
+}
+void NoteGuarded(const LumPalMsg::Exception_t& e) noexcept {
+    LumPalMetrics::Guarded([&] { NodeHealth::GetInstance().SettingsFailed(e.GetMessageList()); });
+}
+
+void LogGuarded(const std::exception& e) noexcept {
+    LumPalLog::LogGuarded([&] {
+        const LumPalMsg::CreateError_t reason(String_t::FromUtf8(e.what()));
+        return Make(msg::WorkerJobErrors, names::SettingsTypeName, reason);
+    });
+}
+
+/// Without memory for it nobody follows the choice, and nothing is cached: the next job tries again.
+void FollowGuarded(std::optional<ConfParHandler>& choice) noexcept try {
+    if (!choice) choice.emplace();
+} catch (const std::exception& e) {
+    LogGuarded(e);
 }
 
 }  // namespace
@@ -86,11 +105,14 @@ bool PolicyWorker::IsBusyForTest() {
 }
 
 void PolicyWorker::Run(const LumPalThread::Thread_t&) {
-    const ConfParHandler handler;
-    if (handler.IsCacheOn()) reloadNeeded = false;
+    std::optional<ConfParHandler> choice;
+    FollowGuarded(choice);
     FirstStart();
     Job job;
-    while (TakeJob(job)) TreatGuarded(job, handler.IsCacheOn());
+    while (TakeJob(job)) {
+        FollowGuarded(choice);
+        TreatGuarded(job, choice && choice->IsCacheOn());
+    }
 }
 
 void PolicyWorker::FirstStart() {
@@ -98,7 +120,7 @@ void PolicyWorker::FirstStart() {
         settings->Start();
         NodeHealth::GetInstance().SettingsMerged();
     } catch (const LumPalMsg::Exception_t& e) {
-        NodeHealth::GetInstance().SettingsFailed(e.GetMessageList());
+        NoteGuarded(e);
         TraceGuarded([&] { return e.GetMessageList().Format(LumPalMsg::Text | LumPalMsg::Details); });
     } catch (const std::exception& e) {
         reloadNeeded = true;
@@ -113,16 +135,13 @@ void PolicyWorker::TreatGuarded(const Job& job, bool cacheOn) {
         Treat(job, cacheOn);
         NodeHealth::GetInstance().SettingsMerged();
     } catch (const LumPalMsg::Exception_t& e) {
-        NodeHealth::GetInstance().SettingsFailed(e.GetMessageList());
+        NoteGuarded(e);
         LumPalLog::LogGuarded([&] { return Make(msg::WorkerJobErrors, names::SettingsTypeName, e); });
     } catch (const std::exception& e) {
         // Memory ran out, say: what is in memory now is not known.
         reloadNeeded = true;
         NoteGuarded(e);
-        LumPalLog::LogGuarded([&] {
-            const LumPalMsg::CreateError_t reason(String_t::FromUtf8(e.what()));
-            return Make(msg::WorkerJobErrors, names::SettingsTypeName, reason);
-        });
+        LogGuarded(e);
     }
 }
 

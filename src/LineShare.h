@@ -24,6 +24,8 @@ public:
     unsigned TakeCount(Clock::time_point now) noexcept { return now >= end ? TakeCount() : 0; }
     /// How many were counted until now.
     unsigned TakeCount() noexcept { return std::exchange(counted, 0); }
+    /// What was taken could not be reported.
+    void PutBack(unsigned count) noexcept { counted += count; }
     bool HasCount() const noexcept { return counted > 0; }
     Clock::time_point GetEnd() const noexcept { return end; }
 

@@ -11,6 +11,12 @@ namespace LumConf {
 using LumPalStr::String_t;
 using LumPalThread::MutexLock_t;
 
+namespace {
+
+constexpr std::uint32_t kRetryMilliseconds = 200;
+
+}  // namespace
+
 StrangersLog::StrangersLog() : directory(paths::AuditLogDirectory()) {}
 
 void StrangersLog::Refuse(const String_t& method, Clock::time_point now) {
@@ -27,11 +33,14 @@ void StrangersLog::WriteCounts(Clock::time_point now) {
 }
 
 void StrangersLog::WriteCountsLocked(Clock::time_point now) {
-    for (auto& [method, share] : shares) WriteCountLocked(method, share.TakeCount(now));
+    for (auto& [method, share] : shares) WriteCountLocked(method, share, share.TakeCount(now));
 }
 
-void StrangersLog::WriteCountLocked(const String_t& method, unsigned count) {
+void StrangersLog::WriteCountLocked(const String_t& method, LineShare& share, unsigned count) try {
     if (count > 0) WriteLocked(Make(msg::AuditNotAuthorizedCounted, count, method));
+} catch (...) {
+    share.PutBack(count);
+    throw;
 }
 
 void StrangersLog::WriteLocked(const LumPalMsg::Message_t& message) {
@@ -60,8 +69,13 @@ void StrangersLog::StartTimerLocked() try {
 void StrangersLog::Run(const LumPalThread::Thread_t&) {
     const MutexLock_t lock(mutex);
     while (!finishing && HasCountsLocked()) {
-        AwaitEndLocked();
-        WriteCountsLocked(Clock::now());
+        try {
+            AwaitEndLocked();
+            WriteCountsLocked(Clock::now());
+        } catch (const std::exception&) {
+            // Memory ran out, say: the count waits until there is some, whether anybody calls or not.
+            changed.Wait(mutex, kRetryMilliseconds);
+        }
     }
     timing = false;
 }
@@ -79,7 +93,13 @@ void StrangersLog::Finish() {
     LumPalThread::Thread_t ending;
     {
         const MutexLock_t lock(mutex);
-        for (auto& [method, share] : shares) WriteCountLocked(method, share.TakeCount());
+        for (auto& [method, share] : shares) {
+            try {
+                WriteCountLocked(method, share, share.TakeCount());
+            } catch (const std::exception&) {
+                LumPalLog::ReportLostLine();
+            }
+        }
         finishing = true;
         changed.Signal();
         ending = timer;

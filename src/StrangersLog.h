@@ -28,14 +28,14 @@ public:
     void Refuse(const LumPalStr::String_t& method, Clock::time_point now = Clock::now());
     /// Writes the counts of all whiles that are over. Called by itself in time.
     void WriteCounts(Clock::time_point now);
-    /// Writes every count. What is refused later is counted anew.
+    /// Writes every count for which there is memory. What is refused later is counted anew.
     void Finish();
 
 private:
     void Run(const LumPalThread::Thread_t& thread) override;
     void AwaitEndLocked() LUMPAL_REQUIRES(mutex);
     void WriteCountsLocked(Clock::time_point now) LUMPAL_REQUIRES(mutex);
-    void WriteCountLocked(const LumPalStr::String_t& method, unsigned count) LUMPAL_REQUIRES(mutex);
+    void WriteCountLocked(const LumPalStr::String_t& method, LineShare& share, unsigned count) LUMPAL_REQUIRES(mutex);
     void WriteLocked(const LumPalMsg::Message_t& message) LUMPAL_REQUIRES(mutex);
     bool HasCountsLocked() const LUMPAL_REQUIRES(mutex);
     void StartTimerLocked() LUMPAL_REQUIRES(mutex);

@@ -24,6 +24,8 @@ struct FileSnapshot {
     LumPalArray::CharArray_t bytes;
     /// Keeps the file open, so that the system gives its number to no other file meanwhile.
     std::shared_ptr<void> pin;
+    /// Whether that leaves enough descriptors for everybody else: one that does not is not to be kept.
+    bool mayStayOpen = true;
 };
 
 /// The identity now. @throws LumPalIo::IOException_t, but not for a file that is not there

@@ -8,6 +8,7 @@
 
 #include "CfgText.h"
 #include "ConfigFiles.h"
+#include "DescriptorRoom.h"
 #include "Fault.h"
 #include "LumPalDurable.h"
 #include "LumPalIo.h"
@@ -124,7 +125,8 @@ FileSnapshot ReadSnapshot(const String_t& path) {
     struct stat status {};
     if (file->Get() < 0 || fstat(file->Get(), &status) != 0) file->Fail("Cannot open file");
     if (!S_ISREG(status.st_mode)) ThrowSystemError("Cannot read file", path, S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
-    return {FromStatus(status), ReadAll(*file, path, static_cast<std::uint64_t>(status.st_size)), file};
+    return {FromStatus(status), ReadAll(*file, path, static_cast<std::uint64_t>(status.st_size)), file,
+            LumPal::LeavesEnough(file->Get(), LumPal::DescriptorUse::Caller)};
 }
 
 void ReplaceFile(const String_t& folder, const String_t& name, const LumPalArray::CharArray_t& bytes) {

@@ -7,6 +7,7 @@
 #include "CfgText.h"
 #include "ConfigFiles.h"
 #include "ConfigValues.h"
+#include "DescriptorRoom.h"
 #include "LumPalCfgFile.h"
 #include "LumPalIo.h"
 #include "LumPalPlainMutex.h"
@@ -50,6 +51,7 @@ struct Loaded {
     FileIdentity policy, local;
     std::shared_ptr<void> policyPin, localPin;
     std::shared_ptr<const ConfigGroup_t> group;
+    bool mayBeKept = true;  ///< with its files open
 };
 
 std::shared_ptr<const Loaded> Load(const String_t& folder) {
@@ -60,6 +62,7 @@ std::shared_ptr<const Loaded> Load(const String_t& folder) {
         Parse(file, folder + name, *group);
         identity = file.identity;
         pin = file.pin;
+        loaded->mayBeKept = loaded->mayBeKept && file.mayStayOpen;
     };
     add(PolicyFile, loaded->policy, loaded->policyPin);
     add(LocalFile, loaded->local, loaded->localPin);
@@ -83,13 +86,22 @@ public:
 
     void Put(const String_t& folder, const std::shared_ptr<const Loaded>& loaded) {
         const LumPalThread::PlainLock_t lock(mutex);
-        // Each entry holds two files open.
-        if (entries.size() >= Limit && entries.count(folder) == 0) entries.clear();
+        // Each entry holds two files open. Where descriptors are short, whoever needs them for more than speed has
+        // them.
+        if (!loaded->mayBeKept) {
+            entries.erase(folder);
+            return;
+        }
+        if (entries.size() >= MostEntries() && entries.count(folder) == 0) entries.clear();
         entries[folder] = loaded;
     }
 
 private:
-    static constexpr std::size_t Limit = 16;
+    /// A sixteenth of all descriptors at most.
+    static std::size_t MostEntries() noexcept {
+        return std::clamp<unsigned long>(LumPal::MostDescriptors() / 32, 1, 16);
+    }
+
     LumPalThread::PlainMutex_t mutex;
     std::map<String_t, std::shared_ptr<const Loaded>> entries LUMPAL_GUARDED_BY(mutex);
 };

@@ -21,7 +21,8 @@ inline constexpr char NewPolicyFile[] = "new_policy_settings.ini";
 LumPalStr::String_t DatabaseFolder(const LumPalStr::String_t& package);
 
 /// The whole database, local settings over policy settings. It may be shared with other threads:
-/// nobody changes it. Two looks at the file system when nothing has changed since the last call.
+/// nobody changes it. Two looks at the file system when nothing has changed since the last call; read anew each time
+/// while the process has hardly any descriptors left.
 /// @throws LumPalCfgFile::SyntaxException_t, LumPalIo::IOException_t
 std::shared_ptr<const ConfigGroup_t> LoadDatabase(const LumPalStr::String_t& folder);
 

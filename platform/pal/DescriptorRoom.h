@@ -5,12 +5,12 @@
 namespace LumPal {
 
 /// So many descriptors of those that the process may have (RLIMIT_NOFILE) are never taken by callers over the network,
-/// and half of them never by local programs either, which take the other half first: the store, the logs and the
-/// control service work on when connections have used up the rest. Of a limit that is below twice the number it is
-/// half.
+/// nor by files that are kept open for speed alone, and half of them never by local programs either, which take the
+/// other half first: the store, the logs and the control service work on when connections have used up the rest. Of a
+/// limit that is below twice the number it is half.
 constexpr unsigned kKeptDescriptors = 32;
 
-/// Who takes a descriptor that lasts.
+/// Who takes a descriptor that lasts. What is kept open for speed counts as a caller.
 enum class DescriptorUse { Caller, LocalProgram };
 
 /// Whether a descriptor that was just opened leaves enough for the others: the system gives the lowest one that is

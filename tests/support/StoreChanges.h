@@ -19,6 +19,7 @@
 #include "Files.h"
 #include "InstallOptions.h"
 #include "LumPalConfig.h"
+#include "LumPalIo.h"
 #include "LumPalRuntime.h"
 #include "NodeAssembly.h"
 #include "PolicyOperation.h"
@@ -123,7 +124,7 @@ struct StoreChangeCase {
     /// The changes that the action consists of: each is a step of its own for whoever looks after a restart. Empty for
     /// an action that is one change.
     std::vector<Step> steps = {};
-    const char* local = "";  ///< settings that the node was told directly
+    const char* local = "";  ///< settings that the node was told directly; null for none, and no folder for them
 };
 
 inline void PrintTo(const StoreChangeCase& change, std::ostream* out) {
@@ -332,7 +333,13 @@ inline std::vector<StoreChangeCase> AllStoreChanges() {
             update.Apply();
         };
     };
+    all.push_back({"the first settings of a node", nothing, set("", "one"), {}, nullptr});
     all.push_back({"a setting", set("", "one"), set("", "two")});
+    // The package's folder comes first, and stays where nothing comes behind it: empty it is as good as none.
+    const auto makeFolder = [](NodeAt&) {
+        LumPalIo::File_t(LumPalRuntime::Dir_t::Path(LumPalRuntime::Etc, "pal/config/pack")).MakeFolders();
+    };
+    all.push_back({"the first setting of a package", nothing, set("pack", "one"), {makeFolder, set("pack", "one")}});
     all.push_back({"a setting of a package", set("pack", "one"), set("pack", "two")});
     all.push_back({"no setting", set("", "one"), [](NodeAt&) {
                        LumPalConfig::ConfigUpdate_t update("");
@@ -345,7 +352,8 @@ inline std::vector<StoreChangeCase> AllStoreChanges() {
 /// Makes the folder of a node and lets the case prepare it.
 inline void PrepareNode(const std::string& root, const StoreChangeCase& change) {
     std::filesystem::create_directories(root);
-    WriteText(root + "/etc/pal/config/local_settings.ini", std::string("[conf.server]\n") + change.local + "\n");
+    if (change.local)
+        WriteText(root + "/etc/pal/config/local_settings.ini", std::string("[conf.server]\n") + change.local + "\n");
     NodeAt node(root);
     change.prepare(node);
 }

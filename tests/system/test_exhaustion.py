@@ -78,6 +78,28 @@ class FewDescriptors(ExhaustionTest):
         self.assertEqual(len(node.list()), 20)
         self.assertEqual(sum("was successfully installed" in line for line in node.audit()), 20)
 
+    def test_configurations_that_are_read_meanwhile_keep_nothing_of_that_from_an_install(self):
+        node = self.node(start=False)
+        packages = [f"pack{number}" for number in range(20)]
+        for package in packages:
+            folder = node.root / "etc/pal/config" / package
+            folder.mkdir(parents=True)
+            for name in ("local_settings.ini", "policy_settings.ini"):
+                (folder / name).write_text(f"[demo]\n{name[:5]}={package}\n")
+        node.start(prefix=("prlimit", f"--nofile={FEW}:{FEW}"))
+        for connections in (0, 100):
+            for _ in range(connections):
+                self.connection(("127.0.0.1", node.port))
+            for package in packages:
+                result = node.tool("lumsettings", "get", "--resource-group", package, "--json")
+                self.assertEqual(result.code, DONE, result)
+                self.assertIn(package, result.out)
+            self.assertLess(max(descriptors(node.daemon.pid)), FEW - 16)
+            result = self.install(node, f"with-{connections}", "--no-notify")
+            self.assertEqual(result.code, DONE, result)
+        kept = [os.readlink(f"/proc/{node.daemon.pid}/fd/{number}") for number in descriptors(node.daemon.pid)]
+        self.assertLessEqual(sum(name.endswith("_settings.ini") for name in kept), FEW // 16, kept)
+
     def test_any_number_of_idle_programs_at_the_control_service_leaves_room_for_consumers(self):
         node = self.few()
         path = str(node.root / "spool/control.sock")

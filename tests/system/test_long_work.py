@@ -30,11 +30,11 @@ class LongWork(CallsOthers, unittest.TestCase):
 
     def test_a_node_that_is_waited_for_is_shown_and_ctrl_c_says_that_its_answer_is_unknown(self):
         host = f"127.0.0.1:{self.silent().port}"
-        with self.terminal("remove", "--all", "--host", host) as terminal:
+        with self.terminal("disable", "--all", "--host", host) as terminal:
             terminal.await_text(f"waiting for {host} (")
             terminal.press(CTRL_C)
             self.assertEqual(terminal.end(), INTERRUPTED, terminal.shown)
-            self.assertIn("remove", terminal.shown)
+            self.assertIn("disable", terminal.shown)
             left = " ".join("\n".join(terminal.lines()).split())
             self.assertIn(f"Ended before '{host}' answered: the change may be done.", left)
             self.assertNotIn("waiting for", left, "the line goes")
@@ -188,7 +188,7 @@ class LongWork(CallsOthers, unittest.TestCase):
     def test_a_change_that_is_ended_before_anything_was_sent_says_so(self):
         file = str(write_policy(self.node.folder / "source", "a", {"a.conf": b"data"}, name="a"))
         for command in (("install", file), ("install", "--package", file), ("apply", file),
-                        ("remove", "--type", "a", "--owner", "b")):
+                        ("remove", "--all"), ("remove", "--type", "a", "--owner", "b")):
             with self.subTest(command):
                 _, err = self.ended_at_the_first_question(*command)
                 self.assertIn("answered: nothing was sent.", err)

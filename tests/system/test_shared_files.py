@@ -4,7 +4,7 @@ import json
 import unittest
 
 import pki
-from node import DONE, FAILED, REFUSED, UNREACHABLE, Node, free_port, write_policy
+from node import DONE, FAILED, NOT_FOUND, NOTHING_TO_DO, REFUSED, UNREACHABLE, Node, free_port, write_policy
 
 
 class SharedFiles(unittest.TestCase):
@@ -96,6 +96,66 @@ class SharedFiles(unittest.TestCase):
         self.assertEqual(len(self.install(node, "b", "--dry-run", "--json").json()["warnings"]), 1)
         self.assertEqual([policy["id"] for policy in node.list()], ["a"])
 
+    def apply(self, node, policy_id, *options, content=b"1", files=("both",), command="apply", **fields):
+        folder = node.folder / f"wanted-{policy_id}"
+        write_policy(folder, policy_id, {name: content for name in files}, name=f"name of {policy_id}", owner="o", **fields)
+        return node.policy(command, "--no-notify", *options, folder)
+
+    def test_apply_and_import_warn_before_they_take_the_file_of_a_policy_that_the_node_has(self):
+        node = self.node_with()
+        self.install(node, "a", content=b"of a")
+        for command in ("apply", "import"):
+            foreseen = self.apply(node, "b", "--dry-run", command=command)
+            self.assertEqual((foreseen.code, foreseen.err), (DONE, self.WARNING))
+            self.assertIn("would create name of b", foreseen.out)
+            self.assertEqual(self.apply(node, "b", "--dry-run", "--json", command=command).json()["warnings"],
+                             [{"level": 0, "text": self.WARNING[len("lumpolicy: warning: "):-1]}])
+        self.assertEqual(self.both(node), b"of a")
+        done = self.apply(node, "b", "--quiet", content=b"of b")
+        self.assertEqual((done.code, done.err), (DONE, self.WARNING))
+        again = self.apply(node, "b", "--json", content=b"of b")
+        self.assertEqual((again.code, again.json()["warnings"]), (NOTHING_TO_DO, []), "nothing is sent")
+        self.assertEqual(self.apply(node, "c", type_name="another").err, "")
+
+    def test_apply_tells_once_of_what_the_files_share_and_of_what_an_update_or_pruning_takes_along(self):
+        node = self.node_with()
+        folder = node.folder / "wanted"
+        for policy_id in "ab":
+            write_policy(folder, policy_id, {"both": b""}, name=f"name of {policy_id}", owner="o")
+        among = self.WARNING.replace(", which is installed on 'localhost'", "")
+        self.assertEqual(node.policy("apply", "--no-notify", folder).err, among)
+        write_policy(folder, "b", {"both": b""}, name="name of b", owner="o", version="2")
+        self.assertEqual(node.policy("apply", "--no-notify", folder).err, among)
+        self.assertEqual(self.apply(node, "b", "--dry-run", files=("other",)).err, self.WARNING, "the update drops it")
+        self.install(node, "c", files=("own",), categories=["late"])
+        self.install(node, "d", files=("theirs",), type_name="another", categories=["late"])
+        self.install(node, "e", files=("theirs",), type_name="another")
+        pruned = self.apply(node, "a", "--dry-run", "--prune", "--type", "type", content=b"")
+        self.assertEqual(pruned.err, self.WARNING)
+        by_category = self.apply(node, "a", "--dry-run", "--prune", "--category", "late", content=b"")
+        self.assertEqual(by_category.err, self.WARNING.replace("'both'", "'theirs'").replace("type type", "type another")
+                         .replace("of b", "of d").replace("id b", "id d").replace("of a", "of e").replace("id a", "id e"))
+
+    def test_remove_warns_of_the_files_of_others_that_go_along(self):
+        node = self.node_with()
+        warning = self.WARNING
+        self.install(node, "a", content=b"of a", categories=["first"])
+        self.install(node, "b", content=b"of b", categories=["second", "first"])
+        self.install(node, "c", files=("own",))
+        foreseen = node.policy("remove", "--dry-run", "--id", "b")
+        self.assertEqual((foreseen.code, foreseen.err), (DONE, warning))
+        self.assertIn("would remove name of b", foreseen.out)
+        answer = node.policy("remove", "--dry-run", "--json", "--category", "second", "--type", "type")
+        self.assertEqual(answer.err, "")
+        self.assertEqual(answer.json()["warnings"], [{"level": 0, "text": warning[len("lumpolicy: warning: "):-1]}])
+        for all_of_them in (("--all",), ("--category", "first"), ("--id", "c")):
+            with self.subTest(all_of_them):
+                self.assertEqual(node.policy("remove", "--dry-run", *all_of_them).err, "", "all go that name it")
+        self.assertEqual(node.policy("remove", "--id", "nobody", "--no-notify").code, NOT_FOUND)
+        removed = node.policy("remove", "--no-notify", "--id", "b")
+        self.assertEqual((removed.code, removed.err), (DONE, warning))
+        self.assertEqual(node.stored(), ["type/a_header.xml", "type/c_header.xml", "type/own"])
+
     def test_it_warns_of_the_given_files_among_each_other_and_of_many_only_the_first(self):
         node = self.node_with()
         names = [f"f{i:02}" for i in range(30)]
@@ -123,20 +183,22 @@ class SharedFiles(unittest.TestCase):
         self.assertEqual([len(answer.get("warnings", [])) for answer in answers], [0, 0, 1])
         self.assertEqual(node.policy("validate", a).err, "")
 
-    def test_who_may_install_and_not_list_gets_no_warning_and_his_policy_is_installed(self):
+    def test_who_may_install_and_remove_but_not_list_gets_no_warning_and_it_is_done(self):
         authority = pki.Authority()
         self.addCleanup(authority.close)
         node, operator = Node(start=False), Node(start=False)
         for each, core_id in ((node, "node"), (operator, "operator")):
             self.addCleanup(each.close)
             pki.enroll(each, authority, core_id)
-        node.write_rights({"operator": "install"})
+        node.write_rights({"operator": "install remove"})
         node.start()
         for policy_id in "ab":
             path = write_policy(operator.folder / policy_id, policy_id, {"both": b""}, name=policy_id)
             result = operator.policy("install", "--no-notify", "--host", f"127.0.0.1:{node.port}", path)
             self.assertEqual((result.code, result.err), (DONE, ""))
         self.assertIn("takes the place", node.log)
+        result = operator.policy("remove", "--no-notify", "--host", f"127.0.0.1:{node.port}", "--id", "a")
+        self.assertEqual((result.code, result.err), (DONE, ""))
 
     def test_a_node_that_cannot_be_reached_is_asked_once(self):
         node = self.node_with()

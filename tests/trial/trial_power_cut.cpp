@@ -190,6 +190,8 @@ const std::vector<Words>& TrustChanges() {
         {"lumtrust", "request", "--core-id", "node-1", "--host", "localhost", "-o", "again.csr"},
         {"lumtrust", "issue", "authority", "again.csr", "-o", "again.pem"},
         {"lumtrust", "install", "again.pem"},
+        {"lumtrust", "request", "--core-id", "node-2", "-o", "node-2.csr"},
+        {"lumtrust", "withdraw", "--core-id", "node-2"},
         {"lumtrust", "grant", "operator", "install", "list"},
         {"lumtrust", "revoke", "operator", "install"},
         {"lumtrust", "revoke", "operator"},

@@ -77,9 +77,14 @@ Outcome DesiredCommand::Prepare() {
 }
 
 Answer DesiredCommand::Ask(const std::string& host) const {
+    LumPalMsg::MessageList_t all = warnings;
     const NodeApply::Sink sink{[&](const auto& add) { AddKnown(host, add); },
                                [&](const std::string& step) { SetStep(host, step); },
-                               [&](const std::string& step) { SetQuestion(host, step); }};
+                               [&](const std::string& step) { SetQuestion(host, step); },
+                               [&](const LumPalMsg::MessageList_t& ofNode) {
+                                   Warn(ofNode);
+                                   all.Add(ofNode);
+                               }};
     sink.add([](Answer& known) { known.isBlock = true; });
     NodeApply work(*forwarder, choices, wanted, host, sink);
     Outcome outcome = Attempt([&] {
@@ -94,7 +99,7 @@ Answer DesiredCommand::Ask(const std::string& host) const {
         lumtools::AddRight(host, work.GetLackingRight(), outcome);
     Answer answer = GetKnown(host);
     report::Join(answer.outcome, outcome);
-    FillWarnings(answer.fields, warnings);
+    FillWarnings(answer.fields, all);
     return answer;
 }
 

@@ -13,6 +13,7 @@
 #include "lumpolicy/Command.h"
 #include "lumpolicy/DocumentWarnings.h"
 #include "lumpolicy/PolicyText.h"
+#include "lumpolicy/SharedFiles.h"
 #include "lumpolicy/ToolsGuard.h"
 
 namespace lumpolicy {
@@ -209,11 +210,14 @@ private:
 
     Answer Ask(const std::string& host) const override {
         Answer refused;
+        LumPalMsg::MessageList_t shared;
         refused.outcome = GuardTools(host);
+        if (refused.outcome.code == lumtools::kDone && IsRemoval()) refused.outcome = WarnOfShared(host, shared);
         if (refused.outcome.code != lumtools::kDone) return refused;
         Answer answer = !dryRun && !selections.IsOne() ? SendEach(host) : SendWhole(host);
         if (!dryRun && !answer.fields.contains("changed")) answer.fields["changed"] = WasChanged(answer.outcome);
         if (IsOfStatus()) TellOddStatus(host, answer);
+        if (IsRemoval()) FillWarnings(answer.fields, shared);
         return answer;
     }
 
@@ -227,6 +231,16 @@ private:
                 if (!ids.IsEmpty()) (merge.*row.imagine)(ids);
             });
         });
+    }
+
+    bool IsRemoval() const { return row.right == LumConf::RightRemove; }
+
+    /// Of data files that other policies lose. @return done, or unreachable
+    lumtools::Outcome WarnOfShared(const std::string& host, LumPalMsg::MessageList_t& warnings) const {
+        SetQuestion(host, "which data files it has");
+        const lumtools::Outcome asked = AskOfRemoval(*forwarder, host, selections, targetId, warnings);
+        Warn(warnings);
+        return asked;
     }
 
     bool IsOfStatus() const { return row.right == LumConf::RightEnable || row.right == LumConf::RightDisable; }

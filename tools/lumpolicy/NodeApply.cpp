@@ -13,6 +13,7 @@
 #include "lumpolicy/NodeStored.h"
 #include "lumpolicy/PolicyDiff.h"
 #include "lumpolicy/PolicyText.h"
+#include "lumpolicy/SharedFiles.h"
 
 namespace lumpolicy {
 
@@ -48,6 +49,7 @@ void NodeApply::Run() {
     has = ReadAll();
     steps = MakePlan(wanted, has, choices.pruning, choices.forceOwner);
     if (choices.dryRun) ForeseeTypes();
+    WarnOfShared();
     const std::vector<std::string> diffs = MakeDiffs();
     sink.add([&](Answer& known) { report::Begin(steps, diffs, choices.dryRun, known); });
     ended = static_cast<std::size_t>(
@@ -109,6 +111,33 @@ void NodeApply::ForeseeTypes() {
         step.refusal = {lumtools::kFailed,
                         {{0, step.wanted->file + ": it is installed with the type '" + found->second + "'."}}};
     }
+}
+
+/// Of the data files of what comes, is replaced or goes, which other policies of the node name too.
+void NodeApply::WarnOfShared() {
+    GivenPolicies told, known, unknown;
+    for (const DesiredPolicy& policy : wanted) told.Add(policy.header);
+    for (const Step& step : steps) {
+        if (!IsWork(step)) continue;
+        GivenPolicies& part = IsKnownWhole(step) ? known : unknown;
+        if (step.wanted) part.Add(step.wanted->header);
+        if (step.has) step.wanted ? void(part.Add(step.has->header)) : part.AddGoing(step.has->header);
+    }
+    LumPalMsg::MessageList_t warnings;
+    known.Compare(has, host, told, warnings);
+    if (!unknown.IsEmpty()) {
+        sink.setQuestion("which data files it has");
+        Attempt([&] { unknown.AskNode(forwarder, host, choices.targetId, warnings); });
+    }
+    sink.warn(warnings);
+}
+
+/// Whether the node was asked for all policies of the step's type: not where only a category is pruned.
+bool NodeApply::IsKnownWhole(const Step& step) const {
+    const auto type = step.GetHeader().GetTypeName();
+    return type == Text(choices.pruning.type).ToLower() ||
+           std::any_of(wanted.begin(), wanted.end(),
+                       [&type](const DesiredPolicy& p) { return p.header.GetTypeName() == type; });
 }
 
 std::string NodeApply::DiffOf(const Step& step) {

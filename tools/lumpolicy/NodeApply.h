@@ -30,6 +30,7 @@ public:
         std::function<void(const std::function<void(lumtools::Answer&)>&)> add;
         std::function<void(const std::string&)> setStep;
         std::function<void(const std::string&)> setQuestion;  ///< before anything is sent
+        std::function<void(const LumPalMsg::MessageList_t&)> warn;
     };
 
     NodeApply(const LumConf::PolicyForwarder& forwarder, const ApplyChoices& choices,
@@ -51,6 +52,8 @@ private:
     std::vector<LumConf::StoredPolicy> Read(const LumConf::Selection& selection, LumConf::StoredFiles what);
     std::vector<LumConf::StoredPolicy> ReadAll();
     void ForeseeTypes();
+    void WarnOfShared();
+    bool IsKnownWhole(const Step& step) const;
     std::string DiffOf(const Step& step);
     std::vector<std::string> MakeDiffs();
     bool IsWork(const Step& step) const;

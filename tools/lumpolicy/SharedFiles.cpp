@@ -1,10 +1,12 @@
 #include "lumpolicy/SharedFiles.h"
 
 #include <algorithm>
+#include <tuple>
 
 #include "PolicyContainer.h"
 #include "common/Arguments.h"
 #include "common/Table.h"
+#include "lumpolicy/NodeStored.h"
 #include "lumpolicy/PolicyText.h"
 
 namespace lumpolicy {
@@ -45,38 +47,75 @@ bool IsSame(const PolicyHeader& a, const PolicyHeader& b) {
            (a.GetName() == b.GetName() && a.GetTypeName() == b.GetTypeName());
 }
 
-/// What a policy of the node shares with the given ones of its type.
-template <class Naming>
-void Compare(const Naming& naming, const PolicyHeader& installed, const std::string& host, Warnings& warnings) {
-    for (int i = 0; i < installed.GetDataFileCount(); ++i) {
-        const auto named = naming.find(installed.GetDataFile(i));
-        if (named == naming.end()) continue;
-        for (const PolicyHeader& policy : named->second) {
-            if (IsSame(policy, installed)) continue;
-            warnings.Add(named->first, policy, installed, ", which is installed on '" + host + "'");
+}  // namespace
+
+/// What policies of a node share with the given ones of their types: of two that share a file one word, whichever of
+/// them is given.
+class GivenPolicies::Comparison {
+public:
+    Comparison(const GivenPolicies& given, const GivenPolicies* told, const std::string& host, MessageList_t& list)
+        : given(given), told(told), where(", which is installed on '" + host + "'"), warnings(list) {}
+
+    void Add(const PolicyHeader& installed) {
+        for (int i = 0; i < installed.GetDataFileCount(); ++i) {
+            const Policies* naming = given.FindNaming(installed.GetTypeName(), installed.GetDataFile(i));
+            if (naming) AddFile(installed, installed.GetDataFile(i), *naming);
         }
     }
-}
+    void End() { warnings.End(); }
 
-}  // namespace
+private:
+    void AddFile(const PolicyHeader& installed, const String_t& file, const Policies& naming) {
+        const String_t other = installed.GetContainerId();
+        for (const auto& [id, policy] : naming) {
+            if (IsSame(policy, installed) || (given.going.contains(id) && given.going.contains(other))) continue;
+            if (told && told->DoesName(policy, file) && told->DoesName(installed, file)) continue;
+            if (pairs.insert({file, std::min(id, other), std::max(id, other)}).second)
+                warnings.Add(file, policy, installed, where);
+        }
+    }
+
+    const GivenPolicies& given;
+    const GivenPolicies* const told;
+    const std::string where;
+    Warnings warnings;
+    std::set<std::tuple<String_t, String_t, String_t>> pairs;  ///< a file and two ids
+};
 
 MessageList_t GivenPolicies::Add(const PolicyHeader& header) {
     MessageList_t list;
     Warnings warnings(list);
     for (int i = 0; i < header.GetDataFileCount(); ++i) {
-        std::vector<PolicyHeader>& before = types[header.GetTypeName()][header.GetDataFile(i)];
+        Policies& before = types[header.GetTypeName()][header.GetDataFile(i)];
         const auto other = std::find_if(before.begin(), before.end(),
-                                        [&header](const PolicyHeader& given) { return !IsSame(given, header); });
-        if (other != before.end()) warnings.Add(header.GetDataFile(i), header, *other, "");
-        before.push_back(header);
+                                        [&header](const auto& given) { return !IsSame(given.second, header); });
+        if (other != before.end()) warnings.Add(header.GetDataFile(i), header, other->second, "");
+        before.emplace(header.GetContainerId(), header);
     }
     warnings.End();
     return list;
 }
 
+void GivenPolicies::AddGoing(const PolicyHeader& header) {
+    Add(header);
+    going.insert(header.GetContainerId());
+}
+
+const GivenPolicies::Policies* GivenPolicies::FindNaming(const String_t& type, const String_t& file) const {
+    const auto ofType = types.find(type);
+    if (ofType == types.end()) return nullptr;
+    const auto naming = ofType->second.find(file);
+    return naming == ofType->second.end() ? nullptr : &naming->second;
+}
+
+bool GivenPolicies::DoesName(const PolicyHeader& policy, const String_t& file) const {
+    const Policies* naming = FindNaming(policy.GetTypeName(), file);
+    return naming && naming->contains(policy.GetContainerId());
+}
+
 Outcome GivenPolicies::AskNode(const LumConf::PolicyForwarder& forwarder, const std::string& host,
                                const std::string& targetId, MessageList_t& list) const {
-    Warnings warnings(list);
+    Comparison comparison(*this, nullptr, host, list);
     for (const auto& [type, naming] : types) {
         std::vector<String_t> files;
         for (const auto& [file, policies] : naming) files.push_back(file);
@@ -85,10 +124,34 @@ Outcome GivenPolicies::AskNode(const LumConf::PolicyForwarder& forwarder, const 
         const Outcome asked =
             lumtools::Attempt([&] { installed = forwarder.ListNaming(Text(host), typeName, files, Text(targetId)); });
         if (asked.code == lumtools::kUnreachable) return asked;
-        for (int i = 0; i < installed.GetCount(); ++i) Compare(naming, installed.GetPolicyHeader(i), host, warnings);
+        for (int i = 0; i < installed.GetCount(); ++i) comparison.Add(installed.GetPolicyHeader(i));
     }
-    warnings.End();
+    comparison.End();
     return {};
+}
+
+void GivenPolicies::Compare(const std::vector<LumConf::StoredPolicy>& installed, const std::string& host,
+                            const GivenPolicies& told, MessageList_t& list) const {
+    Comparison comparison(*this, &told, host, list);
+    for (const LumConf::StoredPolicy& policy : installed) comparison.Add(policy.header);
+    comparison.End();
+}
+
+Outcome AskOfRemoval(const LumConf::PolicyForwarder& forwarder, const std::string& host,
+                     const lumtools::Selections& selections, const std::string& targetId, MessageList_t& warnings) {
+    GivenPolicies going;
+    const Outcome asked = lumtools::Attempt([&] {
+        std::set<String_t> meant;
+        if (!selections.IsOne()) {
+            const PolicyContainer listed = ListOf(forwarder, host, selections, targetId);
+            for (int i = 0; i < listed.GetCount(); ++i) meant.insert(listed.GetPolicyHeader(i).GetContainerId());
+        }
+        for (const LumConf::StoredPolicy& policy :
+             ReadFromNode(forwarder, host, selections.GetFirst(), LumConf::StoredFiles::Digests, targetId)) {
+            if (selections.IsOne() || meant.contains(policy.id)) going.AddGoing(policy.header);
+        }
+    });
+    return asked.code == lumtools::kUnreachable ? asked : going.AskNode(forwarder, host, targetId, warnings);
 }
 
 }  // namespace lumpolicy

@@ -186,6 +186,9 @@ TEST(TrustFiles, BeforeACommandSaysThatItIsDoneAllOfItIsFlushed) {
         {"revoke", "FILE/node.pem", "--force"},
         {"reinstate", "FILE/node.pem"},
         {"enroll", "FILE/authority", "--core-id", "node-1", "--force"},
+        {"operator", "FILE/home", "--core-id", "me", "--authority", "FILE/authority"},
+        {"operator", "FILE/homes/own", "--trust", "FILE/ca.pem", "--certificate", "FILE/node.pem", "--key",
+         "FILE/node.key"},
     };
     const TempRoot root(kFastFolder);
     Prepare(root);
