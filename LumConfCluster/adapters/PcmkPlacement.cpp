@@ -81,14 +81,15 @@ Truth PatternMeans(const String_t& pattern, const String_t& resource) {
 
 /// What is said of one node.
 struct Verdict {
-    bool isBanned = false, mayBeWanted = false, isListedAlone = false;
+    bool isBanned = false, isNamed = false, mayBeWanted = false, isListedAlone = false;
     int score = 0;
 
     void Add(int more) {
+        isNamed = true;
         score = Sum(score, more);
         isBanned = isBanned || score <= -kInfinity;
     }
-    bool Lets(bool isOptIn) const { return !isBanned && (!isOptIn || score > 0 || mayBeWanted); }
+    bool Lets(bool isOptIn) const { return !isBanned && (!isOptIn || (isNamed && score >= 0) || mayBeWanted); }
 };
 
 /// Goes through all that is said of one resource.
@@ -131,14 +132,14 @@ private:
     }
     /// Whom it keeps away is told by crm_mon.
     void TakeUntold(const XmlDataNode& constraint, const String_t& node) {
-        if (ScoreOf(AttributeOf(constraint, "score")) > 0) Of(node).mayBeWanted = true;
+        if (node.IsNotEmpty() && ScoreOf(AttributeOf(constraint, "score")) >= 0) Of(node).mayBeWanted = true;
         PcmkForEach(constraint, "rule", [this](const XmlDataNode& rule) { TakeUntoldRule(cib.Referred(rule)); });
     }
     void TakeUntoldRule(const XmlDataNode& rule) {
-        const bool mayBePositive =
-            AttributeOf(rule, "score-attribute").IsNotEmpty() || ScoreOf(AttributeOf(rule, "score")) > 0;
+        const bool mayLetIn =
+            AttributeOf(rule, "score-attribute").IsNotEmpty() || ScoreOf(AttributeOf(rule, "score")) >= 0;
         for (const PcmkNode& node : sight.nodes) {
-            if (mayBePositive && RuleHolds(rule, node.name) != Truth::No) Of(node.name).mayBeWanted = true;
+            if (mayLetIn && RuleHolds(rule, node.name) != Truth::No) Of(node.name).mayBeWanted = true;
         }
     }
     void TakeNode(const XmlDataNode& constraint, Verdict& verdict) {
@@ -153,7 +154,7 @@ private:
             Verdict& verdict = Of(node.name);
             const Truth truth = RuleHolds(rule, node.name);
             if (truth == Truth::Yes && hasScore) verdict.Add(score);
-            if (!hasScore || (truth == Truth::Untold && score > 0)) verdict.mayBeWanted = true;
+            if (!hasScore || (truth == Truth::Untold && score >= 0)) verdict.mayBeWanted = true;
         }
     }
     Truth Concerns(const XmlDataNode& constraint) const {

@@ -328,7 +328,9 @@ class Shape:
     def group_nodes(self, name):
         """Those with the highest score first."""
         scores = {node: self.score(name, node) for node in self.nodes}
-        allowed = [node for node in self.nodes if scores[node] > -10**6 and (not self.opt_in or scores[node] > 0)]
+        named = {where for group, where, _, _ in self.locations if group == name}
+        allowed = [node for node in self.nodes
+                   if scores[node] > -10**6 and (not self.opt_in or node in named and scores[node] >= 0)]
         return sorted(allowed, key=lambda node: -scores[node])
 
     def score(self, name, node):

@@ -232,11 +232,18 @@ TEST(PcmkPlacement, InAnOptInClusterOnlyAScoreLetsAGroupRun) {
     const auto in = [](const std::string& constraints, const char* nodes) {
         return Placed{constraints, nodes, "g", true, ""};
     };
-    ExpectEach({in("", ""),
-                in(Location("rsc='g' node='b' score='1'"), "b"),
+    ExpectEach({in("", ""), in(Location("rsc='g' node='b' score='1'"), "b"),
                 in(Location("rsc='m' node='b' score='INFINITY'"), "b"),
-                in(Location("rsc='g' node='b' score='0'"), ""),
-                in(Location("rsc='g' node='b' score='5'") + Location("rsc='g' node='b' score='-5'"), ""),
+                // 0 was taken for none, until Pacemaker was seen to run groups by it.
+                in(Location("rsc='g' node='b' score='0'"), "b"),
+                in(Location("rsc='g' node='b' score='5'") + Location("rsc='g' node='b' score='-5'"), "b"),
+                in(Location("rsc='g' node='b' score='4'") + Location("rsc='g' node='b' score='-5'"), ""),
+                in(Location("rsc='g' node='c' score='0'") + Location("rsc='g' node='b' score='200'"), "bc"),
+                in(Location("rsc='g'", Rule("score='0'", Named("ne", "b"))), "ac"),
+                in(Location("rsc='g'", Rule("", Named("ne", "b"))), "ac"),
+                in(Location("rsc='g'", Rule("score='0'", "<expression attribute='x'/>")), "abc"),
+                in(Location("rsc-pattern='g{1}' node='b' score='0'"), "b"),
+                in(Location("rsc-pattern='g{1}'", Rule("score='0'", Named("ne", "b"))), "ac"),
                 in(Location("rsc='g' node='b' score='5'") + Location("rsc='g' node='b' score='-INFINITY'"), ""),
                 in(Location("rsc='g'", Rule("score='7'", Named("ne", "b"))), "ac"),
                 in(Location("rsc='g'", Rule("score='7'", "<expression attribute='x'/>")), "abc"),
