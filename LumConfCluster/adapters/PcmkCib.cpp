@@ -53,11 +53,15 @@ void Add(PcmkResource& resource, const PcmkMember& member) {
 PcmkCib::PcmkCib(const XmlDataTree& tree) {
     if (tree.ChildrenCount() == 0) return;
     configuration = FirstOf(tree[0], "configuration");
+    status = FirstOf(tree[0], "status");
     if (configuration) Index(*configuration);
     const XmlDataNode* const list = Section("resources");
     for (int i = 0; list && i < list->ChildrenCount(); ++i) {
         const XmlDataNode& outermost = (*list)[i];
-        const auto note = [&](const XmlDataNode& inner) { holders.emplace(AttributeOf(inner, "id"), &outermost); };
+        const auto note = [&](const XmlDataNode& inner) {
+            holders.emplace(AttributeOf(inner, "id"), &outermost);
+            templates.emplace(AttributeOf(inner, "id"), AttributeOf(inner, "template"));
+        };
         ForEachResource(outermost, note);
         if (IsOneOf(outermost.GetName(), kResourceKinds)) resources.emplace(AttributeOf(outermost, "id"), &outermost);
     }
@@ -138,8 +142,9 @@ String_t PcmkCib::AddressOf(const String_t& resource) const {
 
 /// What is known of it by crm_mon counts too: it stays where the configuration has lost it.
 std::set<String_t> PcmkCib::IdsOf(const PcmkResource& resource) const {
-    std::set<String_t> ids(resource.inner.begin(), resource.inner.end());
-    ids.insert(resource.name);
+    std::set<String_t> ids{resource.name};
+    if (resource.isBundle) return ids;
+    ids.insert(resource.inner.begin(), resource.inner.end());
     const auto note = [&](const XmlDataNode& inner) { ids.insert(AttributeOf(inner, "id")); };
     if (const XmlDataNode* const found = FindResource(resource.name)) ForEachResource(*found, note);
     return ids;
@@ -177,13 +182,15 @@ void PcmkCib::PutTogether(PcmkSight& sight) const {
         resource.isPromotable = resource.isPromotable || IsPromotable(resource);
 }
 
-bool PcmkCib::Means(const String_t& idOrTag, const std::set<String_t>& ids) const {
-    if (ids.contains(idOrTag)) return true;
-    const auto tag = byId.find(idOrTag);
+bool PcmkCib::Means(const String_t& text, const String_t& id) const {
+    if (text.IsEmpty()) return false;
+    const auto from = templates.find(id);
+    if (text == id || (from != templates.end() && text == from->second)) return true;
+    const auto tag = byId.find(text);
     if (tag == byId.end() || tag->second->GetName() != "tag") return false;
     bool isTagged = false;
     PcmkForEach(*tag->second, "obj_ref",
-                [&](const XmlDataNode& one) { isTagged = isTagged || ids.contains(AttributeOf(one, "id")); });
+                [&](const XmlDataNode& one) { isTagged = isTagged || AttributeOf(one, "id") == id; });
     return isTagged;
 }
 
