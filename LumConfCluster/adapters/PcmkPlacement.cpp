@@ -116,7 +116,7 @@ private:
         const bool isExclusive = AttributeOf(constraint, "resource-discovery") == "exclusive";
         for (const String_t& id : ids) {
             const Said said{id, PcmkBoth(Lasts(constraint), Concerns(constraint, id)),
-                            isExclusive && id == resource.name};
+                            isExclusive && Meant(id) == resource.name};
             TakeSaid(constraint, constraint, said);
             PcmkForEach(constraint, "resource_set", [&](const XmlDataNode& set) { TakeSet(constraint, set, said); });
         }

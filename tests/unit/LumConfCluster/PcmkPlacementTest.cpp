@@ -281,6 +281,7 @@ TEST(PcmkPlacement, WhereAloneAGroupMayBeARuleMaySayToo) {
                 {Location("rsc='g' node='a' score='-100'" + alone), "a"},
                 {Location("rsc='m' node='a' score='100'" + alone), "abc"},
                 {Location("rsc='p' node='a' score='100' role='Promoted'" + alone), "", "p"},
+                {Location("rsc='q' node='a' score='100'" + alone), "a", "p"},
                 {Location("node='a' score='1'" + alone, "<resource_set><resource_ref id='g'/></resource_set>"), "a"}});
 }
 
