@@ -45,7 +45,7 @@ PcmkTruth PatternMeans(const String_t& pattern, const String_t& resource) {
 
 /// What is said of one node.
 struct Verdict {
-    bool isBanned = false, isOpen = false, isListedAlone = false;
+    bool isBanned = false, isOpen = false, isUntold = false, isListedAlone = false;
     int score = 0, promotion = 0;
     std::set<String_t> named;  ///< the ids for which a constraint names it
 
@@ -59,6 +59,8 @@ struct Verdict {
         named.insert(id);
         isOpen = true;
     }
+    /// Constraints name it, and all of them are told.
+    bool IsTold() const { return !named.empty() && !isUntold; }
     int Whole() const { return Sum(score, promotion); }
 
 private:
@@ -77,10 +79,7 @@ public:
     std::vector<String_t> Nodes() {
         if (const XmlDataNode* const constraints = cib.Section("constraints"))
             PcmkForEach(*constraints, "rsc_location", [this](const XmlDataNode& node) { Take(node); });
-        for (const PcmkBan& ban : sight.bans) {
-            if (ids.contains(ban.resource) && (resource.isPromotable || !ban.isOfPromotedOnly))
-                Of(ban.node).isBanned = true;
-        }
+        for (const PcmkBan& ban : sight.bans) TakeBan(ban);
         std::vector<String_t> nodes;
         for (const PcmkNode& node : sight.nodes) {
             if (!node.isInContainer && IsLet(Of(node.name))) nodes.push_back(node.name);
@@ -112,6 +111,13 @@ private:
         return verdict.named.contains(resource.name) || (ids.size() > 1 && verdict.named.size() + 1 == ids.size());
     }
 
+    /// Of a node that is not on line crm_mon tells a ban by any rule in an opt-in cluster: where the configuration
+    /// tells everything, it is believed.
+    void TakeBan(const PcmkBan& ban) {
+        if (!ids.contains(ban.resource) || (ban.isOfPromotedOnly && !resource.isPromotable)) return;
+        Verdict& verdict = Of(ban.node);
+        verdict.isBanned = verdict.isBanned || !verdict.IsTold();
+    }
     void Take(const XmlDataNode& constraint) {
         const bool isExclusive = AttributeOf(constraint, "resource-discovery") == "exclusive";
         for (const String_t& id : ids) {
@@ -158,6 +164,7 @@ private:
     /// crm_mon.
     void Weigh(Verdict& verdict, const Said& said, const String_t& role, int score) const {
         if (said.truth == PcmkTruth::No || role == "Stopped") return;
+        verdict.isUntold = verdict.isUntold || said.truth == PcmkTruth::Untold;
         if (IsOfPromotedRole(role)) {
             if (resource.isPromotable && said.truth == PcmkTruth::Yes) verdict.Promote(score);
             return;

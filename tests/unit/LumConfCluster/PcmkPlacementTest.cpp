@@ -323,4 +323,13 @@ TEST(PcmkPlacement, ARuleMayAskForAttributesOfNodes) {
                 in(asked("hot", "defined"), "", "score-attribute='weight'")});
 }
 
+TEST(PcmkPlacement, ABanThatTheConfigurationRefutesIsNone) {
+    const std::string ban = "<bans><ban id='r' resource='g' node='c' weight='-1000000'/></bans>";
+    const auto in = [&](const std::string& inside, const char* nodes) {
+        return Placed{Location("rsc='g'", Rule("score='100'", inside)), nodes, "g", true, ban};
+    };
+    ExpectEach({in(Named("ne", "b"), "ac"), in(Named("ne", "c"), "ab"),
+                in(Named("eq", "c") + "<date_expression operation='lt' end='2020-01-01'/>", "")});
+}
+
 }  // namespace
