@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "PcmkScore.h"
 #include "XmlSearch.h"
 
 namespace LumConfCluster {
@@ -42,12 +43,6 @@ void ForEachPrimitive(const XmlDataNode& resource, std::vector<const XmlDataNode
     for (int i = 0; i < resource.ChildrenCount(); ++i) ForEachPrimitive(resource[i], owners, visit);
 }
 
-int ScoreOf(const String_t& text) {
-    constexpr int kInfinity = 1000000;
-    if (text == "INFINITY" || text == "+INFINITY") return kInfinity;
-    return text == "-INFINITY" ? -kInfinity : std::clamp(text.ToInt(), -kInfinity, kInfinity);
-}
-
 bool IsClone(const XmlDataNode& resource) {
     return resource.GetName() == "clone" || resource.GetName() == "master";
 }
@@ -68,11 +63,15 @@ void Add(PcmkResource& resource, const PcmkMember& member) {
 PcmkCib::PcmkCib(const XmlDataTree& tree) {
     if (tree.ChildrenCount() == 0) return;
     configuration = FirstOf(tree[0], "configuration");
+    status = FirstOf(tree[0], "status");
     if (configuration) Index(*configuration);
     const XmlDataNode* const list = Section("resources");
     for (int i = 0; list && i < list->ChildrenCount(); ++i) {
         const XmlDataNode& outermost = (*list)[i];
-        const auto note = [&](const XmlDataNode& inner) { holders.emplace(AttributeOf(inner, "id"), &outermost); };
+        const auto note = [&](const XmlDataNode& inner) {
+            holders.emplace(AttributeOf(inner, "id"), &outermost);
+            templates.emplace(AttributeOf(inner, "id"), AttributeOf(inner, "template"));
+        };
         ForEachResource(outermost, note);
         if (IsOneOf(outermost.GetName(), kResourceKinds)) resources.emplace(AttributeOf(outermost, "id"), &outermost);
     }
@@ -104,7 +103,7 @@ void PcmkCib::TakeBest(const XmlDataNode& holder, const char* sets, const char* 
                        std::optional<Scored>& best) const {
     PcmkForEach(holder, sets, [&](const XmlDataNode& reference) {
         const XmlDataNode& set = Referred(reference);
-        const int score = ScoreOf(AttributeOf(set, "score"));
+        const int score = PcmkScoreOf(AttributeOf(set, "score"));
         if (isByRule != (FirstOf(set, "rule") != nullptr) || (best && best->score > score)) return;
         bool isFound = false;
         PcmkForEach(set, "nvpair", [&](const XmlDataNode& pairOrReference) {
@@ -179,8 +178,9 @@ String_t PcmkCib::AddressOf(const PcmkResource& resource, const String_t& node) 
 
 /// What is known of it by crm_mon counts too: it stays where the configuration has lost it.
 std::set<String_t> PcmkCib::IdsOf(const PcmkResource& resource) const {
-    std::set<String_t> ids(resource.inner.begin(), resource.inner.end());
-    ids.insert(resource.name);
+    std::set<String_t> ids{resource.name};
+    if (resource.isBundle) return ids;
+    ids.insert(resource.inner.begin(), resource.inner.end());
     const auto note = [&](const XmlDataNode& inner) { ids.insert(AttributeOf(inner, "id")); };
     if (const XmlDataNode* const found = FindResource(resource.name)) ForEachResource(*found, note);
     return ids;
@@ -230,13 +230,15 @@ void PcmkCib::PutTogether(PcmkSight& sight) const {
         resource.isPromotable = resource.isPromotable || IsPromotable(resource);
 }
 
-bool PcmkCib::Means(const String_t& idOrTag, const std::set<String_t>& ids) const {
-    if (ids.contains(idOrTag)) return true;
-    const auto tag = byId.find(idOrTag);
+bool PcmkCib::Means(const String_t& text, const String_t& id) const {
+    if (text.IsEmpty()) return false;
+    const auto from = templates.find(id);
+    if (text == id || (from != templates.end() && text == from->second)) return true;
+    const auto tag = byId.find(text);
     if (tag == byId.end() || tag->second->GetName() != "tag") return false;
     bool isTagged = false;
     PcmkForEach(*tag->second, "obj_ref",
-                [&](const XmlDataNode& one) { isTagged = isTagged || ids.contains(AttributeOf(one, "id")); });
+                [&](const XmlDataNode& one) { isTagged = isTagged || AttributeOf(one, "id") == id; });
     return isTagged;
 }
 

@@ -31,16 +31,19 @@ public:
     void PutTogether(PcmkSight& sight) const;
     /// The part of the configuration with this name; null without it.
     const XmlDataNode* Section(const char* name) const;
+    /// What the cluster remembers; null without it.
+    const XmlDataNode* Status() const { return status; }
     /// What the node refers to by its id-ref; the node itself where it refers to nothing.
     const XmlDataNode& Referred(const XmlDataNode& node) const;
-    /// The ids of the resource and of all in it. What crm_mon tells of it counts too, also of one that is no longer
-    /// configured.
+    /// The ids by which location constraints speak of the resource: its own, and those of what it holds. What crm_mon
+    /// tells of it counts too, also of one that is no longer configured. Of what stands in a bundle they do not speak.
     std::set<LumPalStr::String_t> IdsOf(const PcmkResource& resource) const;
     /// The ids of what runs in a container, so that the nodes themselves are not looked at for it: the primitives of
     /// bundles, and those with the meta attribute "container".
     std::set<LumPalStr::String_t> Contained() const;
-    /// Whether one of the ids is the text, or bears it as a tag.
-    bool Means(const LumPalStr::String_t& idOrTag, const std::set<LumPalStr::String_t>& ids) const;
+    /// Whether a text in a constraint means the resource with this id: as the id, the id of its template, or a tag of
+    /// it.
+    bool Means(const LumPalStr::String_t& text, const LumPalStr::String_t& id) const;
 
 private:
     /// A resource and those in which it stands, the innermost first: what one does not say the next one does.
@@ -62,9 +65,11 @@ private:
     LumPalStr::String_t AddressIn(const XmlDataNode& resource) const;
 
     const XmlDataNode* configuration = nullptr;
-    std::map<LumPalStr::String_t, const XmlDataNode*> byId;       ///< what may be referred to
-    std::map<LumPalStr::String_t, const XmlDataNode*> resources;  ///< those that stand in no other one
-    std::map<LumPalStr::String_t, const XmlDataNode*> holders;    ///< the one of these that holds a resource, or is it
+    const XmlDataNode* status = nullptr;
+    std::map<LumPalStr::String_t, const XmlDataNode*> byId;        ///< what may be referred to
+    std::map<LumPalStr::String_t, const XmlDataNode*> resources;   ///< those that stand in no other one
+    std::map<LumPalStr::String_t, LumPalStr::String_t> templates;  ///< the ids of those of primitives
+    std::map<LumPalStr::String_t, const XmlDataNode*> holders;     ///< the one of these that holds a resource, or is it
 };
 
 /// Visits the children of this name.

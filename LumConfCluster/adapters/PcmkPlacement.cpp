@@ -3,8 +3,11 @@
 #include <algorithm>
 #include <map>
 #include <optional>
+#include <set>
 
 #include "LumPalPattern.h"
+#include "PcmkRules.h"
+#include "PcmkScore.h"
 #include "XmlSearch.h"
 
 namespace LumConfCluster {
@@ -13,167 +16,170 @@ using LumPalStr::String_t;
 
 namespace {
 
-/// As scores are added, both ends stay what they are.
-constexpr int kInfinity = 1000000;
-
-/// What is no number is 0.
-int ScoreOf(const String_t& text) {
-    if (text == "INFINITY" || text == "+INFINITY") return kInfinity;
-    if (text == "-INFINITY") return -kInfinity;
-    return std::clamp(text.ToInt(), -kInfinity, kInfinity);
-}
-
-enum class Truth { No, Yes, Untold };
-
-Truth TruthOf(bool is) {
-    return is ? Truth::Yes : Truth::No;
-}
-
-/// Names of nodes alone are known here.
-Truth Compared(const XmlDataNode& expression, const String_t& node) {
-    const String_t operation = AttributeOf(expression, "operation"), value = AttributeOf(expression, "value");
-    if (AttributeOf(expression, "attribute") != "#uname") return Truth::Untold;
-    const bool isSame = LumPalStr::Compare(value, node, true) == 0;
-    if (operation == "eq") return TruthOf(isSame);
-    if (operation == "ne") return TruthOf(!isSame);
-    return Truth::Untold;
-}
-
-bool IsPartOfRule(const XmlDataNode& node) {
-    return node.GetName() == "rule" || node.GetName().Find("expression") != LumPalStr::NotFound;
-}
-
-Truth RuleHolds(const XmlDataNode& rule, const String_t& node) {
-    const Truth deciding = AttributeOf(rule, "boolean-op") == "or" ? Truth::Yes : Truth::No;
-    Truth whole = deciding == Truth::Yes ? Truth::No : Truth::Yes;
-    for (int i = 0; i < rule.ChildrenCount(); ++i) {
-        if (!IsPartOfRule(rule[i])) continue;
-        const Truth part = rule[i].GetName() == "rule" ? RuleHolds(rule[i], node) : Compared(rule[i], node);
-        if (part == deciding) return deciding;
-        if (part == Truth::Untold) whole = Truth::Untold;
-    }
-    return whole;
-}
-
 bool IsOfPromotedRole(const String_t& role) {
     return role == "Promoted" || role == "Master";
 }
 
-/// A constraint on a role that the resource never has says nothing of it.
-bool CountsFor(const String_t& role, bool isPromotable) {
-    if (IsOfPromotedRole(role)) return isPromotable;
-    return role.IsEmpty() || role == "Started";
-}
-
 /// What ends at one infinity stays there; the negative one is the stronger.
 int Sum(int score, int more) {
-    if (score <= -kInfinity || more <= -kInfinity) return -kInfinity;
-    if (score >= kInfinity || more >= kInfinity) return kInfinity;
-    return std::clamp(score + more, -kInfinity, kInfinity);
+    if (score <= -kPcmkInfinity || more <= -kPcmkInfinity) return -kPcmkInfinity;
+    if (score >= kPcmkInfinity || more >= kPcmkInfinity) return kPcmkInfinity;
+    return std::clamp(score + more, -kPcmkInfinity, kPcmkInfinity);
 }
 
 /// A pattern behind "!" means what it does not match. It is held against what stands in no other resource alone.
-Truth PatternMeans(const String_t& pattern, const String_t& resource) {
+PcmkTruth PatternMeans(const String_t& pattern, const String_t& resource) {
     const bool isInverse = pattern.Left(1) == "!";
     const std::optional<bool> isFound = LumPalPattern::IsFound(isInverse ? pattern.Mid(1) : pattern, resource);
-    return isFound ? TruthOf(*isFound != isInverse) : Truth::Untold;
+    return isFound ? PcmkTruthOf(*isFound != isInverse) : PcmkTruth::Untold;
 }
 
 /// What is said of one node.
 struct Verdict {
-    bool isBanned = false, mayBeWanted = false, isListedAlone = false;
-    int score = 0;
+    bool isBanned = false, isOpen = false, isUntold = false, isListedAlone = false;
+    int score = 0, promotion = 0;
+    std::set<String_t> named;  ///< the ids for which a constraint names it
 
-    void Add(int more) {
-        score = Sum(score, more);
-        isBanned = isBanned || score <= -kInfinity;
+    void Add(const String_t& id, int more) {
+        named.insert(id);
+        AddTo(score, more);
     }
-    bool Lets(bool isOptIn) const { return !isBanned && (!isOptIn || score > 0 || mayBeWanted); }
+    void Promote(int more) { AddTo(promotion, more); }
+    /// How it ends is not known.
+    void LeaveOpen(const String_t& id) {
+        named.insert(id);
+        isOpen = true;
+    }
+    /// Constraints name it, and all of them are told.
+    bool IsTold() const { return !named.empty() && !isUntold; }
+    int Whole() const { return Sum(score, promotion); }
+
+private:
+    void AddTo(int& sum, int more) {
+        sum = Sum(sum, more);
+        isBanned = isBanned || sum <= -kPcmkInfinity;
+    }
 };
 
 /// Goes through all that is said of one resource.
 class Judge {
 public:
     Judge(const PcmkResource& resource, const PcmkSight& sight, const PcmkCib& cib)
-        : resource(resource), sight(sight), cib(cib), ids(cib.IdsOf(resource)) {}
+        : resource(resource), sight(sight), cib(cib), rules(cib), ids(cib.IdsOf(resource)) {}
 
     std::vector<String_t> Nodes() {
         if (const XmlDataNode* const constraints = cib.Section("constraints"))
             PcmkForEach(*constraints, "rsc_location", [this](const XmlDataNode& node) { Take(node); });
-        for (const PcmkBan& ban : sight.bans) {
-            if (ids.contains(ban.resource) && (resource.isPromotable || !ban.isOfPromotedOnly))
-                Of(ban.node).isBanned = true;
-        }
+        for (const PcmkBan& ban : sight.bans) TakeBan(ban);
         std::vector<String_t> nodes;
         for (const PcmkNode& node : sight.nodes) {
             if (!node.isInContainer && IsLet(Of(node.name))) nodes.push_back(node.name);
         }
         std::stable_sort(nodes.begin(), nodes.end(), [this](const String_t& one, const String_t& other) {
-            return Of(one).score > Of(other).score;
+            return Of(one).Whole() > Of(other).Whole();
         });
         return nodes;
     }
 
 private:
+    /// What a constraint says of the resource, or of one inside.
+    struct Said {
+        const String_t& id;
+        PcmkTruth truth;
+        bool isExclusive;
+    };
+
     /// The case of names does not count.
     Verdict& Of(const String_t& node) { return verdicts[node.ToLower()]; }
     bool IsLet(const Verdict& verdict) const {
-        return verdict.Lets(sight.isOptIn) && (!isExclusive || verdict.isListedAlone);
+        if (verdict.isBanned || (isExclusive && !verdict.isListedAlone)) return false;
+        return !sight.isOptIn || (IsNamed(verdict) && (verdict.score >= 0 || verdict.isOpen));
+    }
+    /// What is said of one copy is said of all of the clone.
+    const String_t& Meant(const String_t& id) const { return resource.isCloned ? resource.name : id; }
+    /// A group runs where it is named itself, or each of its members.
+    bool IsNamed(const Verdict& verdict) const {
+        return verdict.named.contains(resource.name) || (ids.size() > 1 && verdict.named.size() + 1 == ids.size());
     }
 
+    /// Of a node that is not on line crm_mon tells a ban by any rule in an opt-in cluster: where the configuration
+    /// tells everything, it is believed.
+    void TakeBan(const PcmkBan& ban) {
+        if (!ids.contains(ban.resource) || (ban.isOfPromotedOnly && !resource.isPromotable)) return;
+        Verdict& verdict = Of(ban.node);
+        verdict.isBanned = verdict.isBanned || !verdict.IsTold();
+    }
     void Take(const XmlDataNode& constraint) {
-        const String_t node = AttributeOf(constraint, "node");
-        const Truth concerns = Concerns(constraint);
-        if (concerns == Truth::No) return;
-        if (concerns == Truth::Untold) return TakeUntold(constraint, node);
-        if (node.IsNotEmpty()) TakeNode(constraint, Of(node));
-        PcmkForEach(constraint, "rule", [this](const XmlDataNode& rule) { TakeRule(cib.Referred(rule)); });
-    }
-    /// Whom it keeps away is told by crm_mon.
-    void TakeUntold(const XmlDataNode& constraint, const String_t& node) {
-        if (ScoreOf(AttributeOf(constraint, "score")) > 0) Of(node).mayBeWanted = true;
-        PcmkForEach(constraint, "rule", [this](const XmlDataNode& rule) { TakeUntoldRule(cib.Referred(rule)); });
-    }
-    void TakeUntoldRule(const XmlDataNode& rule) {
-        const bool mayBePositive =
-            AttributeOf(rule, "score-attribute").IsNotEmpty() || ScoreOf(AttributeOf(rule, "score")) > 0;
-        for (const PcmkNode& node : sight.nodes) {
-            if (mayBePositive && RuleHolds(rule, node.name) != Truth::No) Of(node.name).mayBeWanted = true;
+        const bool isExclusive = AttributeOf(constraint, "resource-discovery") == "exclusive";
+        for (const String_t& id : ids) {
+            const Said said{id, PcmkBoth(Lasts(constraint), Concerns(constraint, id)),
+                            isExclusive && Meant(id) == resource.name};
+            TakeSaid(constraint, constraint, said);
+            PcmkForEach(constraint, "resource_set", [&](const XmlDataNode& set) { TakeSet(constraint, set, said); });
         }
     }
-    void TakeNode(const XmlDataNode& constraint, Verdict& verdict) {
-        verdict.Add(ScoreOf(AttributeOf(constraint, "score")));
-        if (AttributeOf(constraint, "resource-discovery") != "exclusive") return;
-        isExclusive = verdict.isListedAlone = true;
-    }
-    void TakeRule(const XmlDataNode& rule) {
-        const bool hasScore = AttributeOf(rule, "score-attribute").IsEmpty();
-        const int score = hasScore ? ScoreOf(AttributeOf(rule, "score")) : 0;
-        for (const PcmkNode& node : sight.nodes) {
-            Verdict& verdict = Of(node.name);
-            const Truth truth = RuleHolds(rule, node.name);
-            if (truth == Truth::Yes && hasScore) verdict.Add(score);
-            if (!hasScore || (truth == Truth::Untold && score > 0)) verdict.mayBeWanted = true;
-        }
-    }
-    Truth Concerns(const XmlDataNode& constraint) const {
-        if (!CountsFor(AttributeOf(constraint, "role"), resource.isPromotable)) return Truth::No;
-        const String_t pattern = AttributeOf(constraint, "rsc-pattern");
-        return pattern.IsEmpty() ? TruthOf(Names(constraint)) : PatternMeans(pattern, resource.name);
-    }
-    bool Names(const XmlDataNode& constraint) const {
-        bool concerns = cib.Means(AttributeOf(constraint, "rsc"), ids);
-        PcmkForEach(constraint, "resource_set", [&](const XmlDataNode& set) {
-            if (!CountsFor(AttributeOf(set, "role"), resource.isPromotable)) return;
-            PcmkForEach(set, "resource_ref",
-                        [&](const XmlDataNode& one) { concerns = concerns || cib.Means(AttributeOf(one, "id"), ids); });
+    void TakeSet(const XmlDataNode& constraint, const XmlDataNode& set, const Said& said) {
+        PcmkForEach(set, "resource_ref", [&](const XmlDataNode& one) {
+            const PcmkTruth truth =
+                PcmkBoth(Lasts(constraint), PcmkTruthOf(cib.Means(AttributeOf(one, "id"), said.id)));
+            TakeSaid(constraint, set, {said.id, truth, said.isExclusive});
         });
-        return concerns;
+    }
+    /// Of a node the constraint, or the set of resources in it, tells role and score; a rule has its own.
+    void TakeSaid(const XmlDataNode& constraint, const XmlDataNode& teller, const Said& said) {
+        if (said.truth == PcmkTruth::No) return;
+        isExclusive = isExclusive || (said.isExclusive && said.truth == PcmkTruth::Yes);
+        if (const String_t node = AttributeOf(constraint, "node"); node.IsNotEmpty()) {
+            const String_t own = AttributeOf(teller, "score");
+            const int score = PcmkScoreOf(own.IsEmpty() ? AttributeOf(constraint, "score") : own);
+            Weigh(Of(node), said, AttributeOf(teller, "role"), score);
+        }
+        PcmkForEach(constraint, "rule", [&](const XmlDataNode& rule) { TakeRule(cib.Referred(rule), said); });
+    }
+    /// A rule on the role in which everything starts says nothing: Pacemaker never applies it.
+    void TakeRule(const XmlDataNode& rule, const Said& said) {
+        if (AttributeOf(rule, "role") == "Started") return;
+        const String_t attribute = AttributeOf(rule, "score-attribute");
+        for (const PcmkNode& node : sight.nodes) {
+            PcmkTruth truth = PcmkBoth(said.truth, rules.Hold(rule, node));
+            int score = PcmkScoreOf(AttributeOf(rule, "score"));
+            if (attribute.IsNotEmpty()) {
+                const PcmkFact told = rules.Attribute(attribute, node);
+                score = told.isThere == PcmkTruth::No ? -kPcmkInfinity : PcmkScoreOf(told.value);
+                if (told.isThere == PcmkTruth::Untold) truth = PcmkBoth(truth, PcmkTruth::Untold);
+            }
+            Weigh(Of(node.name), {said.id, truth, said.isExclusive}, AttributeOf(rule, "role"), score);
+        }
+    }
+    /// Any role but the promoted one is that of every copy. Whom something that is not told keeps away is told by
+    /// crm_mon.
+    void Weigh(Verdict& verdict, const Said& said, const String_t& role, int score) const {
+        if (said.truth == PcmkTruth::No || role == "Stopped") return;
+        verdict.isUntold = verdict.isUntold || said.truth == PcmkTruth::Untold;
+        if (IsOfPromotedRole(role)) {
+            if (resource.isPromotable && said.truth == PcmkTruth::Yes) verdict.Promote(score);
+            return;
+        }
+        verdict.isListedAlone = verdict.isListedAlone || said.isExclusive;
+        if (said.truth == PcmkTruth::Yes) verdict.Add(Meant(said.id), score);
+        if (said.truth == PcmkTruth::Untold && score >= 0) verdict.LeaveOpen(Meant(said.id));
+    }
+    /// What has a lifetime may be over, or yet to come.
+    static PcmkTruth Lasts(const XmlDataNode& constraint) {
+        PcmkTruth lasts = PcmkTruth::Yes;
+        PcmkForEach(constraint, "lifetime", [&](const XmlDataNode&) { lasts = PcmkTruth::Untold; });
+        return lasts;
+    }
+    PcmkTruth Concerns(const XmlDataNode& constraint, const String_t& id) const {
+        const String_t pattern = AttributeOf(constraint, "rsc-pattern");
+        if (pattern.IsEmpty()) return PcmkTruthOf(cib.Means(AttributeOf(constraint, "rsc"), id));
+        return id == resource.name ? PatternMeans(pattern, id) : PcmkTruth::No;
     }
 
     const PcmkResource& resource;
     const PcmkSight& sight;
     const PcmkCib& cib;
+    const PcmkRules rules;
     const std::set<String_t> ids;
     std::map<String_t, Verdict> verdicts;
     bool isExclusive = false;

@@ -3,9 +3,12 @@
 A Shape is drawn from its number alone. It tells the text of a CIB, of which the true tools make what they tell, and what
 LumConf is to make of that: from what was drawn, not from the text.
 """
+import copy
 import random
 from dataclasses import dataclass, field
 from xml.sax.saxutils import quoteattr
+
+from locations import INFINITY, Locations, added
 
 KEY = "1:1:0:c7361723-6772-4b78-b5c0-97b68496af47"
 ONLINE, STANDBY, MAINTENANCE, PENDING, OFFLINE, UNCLEAN = "online", "standby", "maintenance", "pending", "offline", "unclean"
@@ -106,6 +109,7 @@ class Shape:
         self.quorum = self.random.random() < 0.8
         self.opt_in = self.random.random() < 0.2
         self.maintenance = self.random.random() < 0.1
+        self.fencing = True
         count = self.random.randint(1, 5)
         self.nodes = {self.random.choice("nN") + str(i): ONLINE if i == 0 or self.random.random() < 0.5 else self.random.choice(list(NODE_STATES))
                       for i in range(count)}
@@ -113,8 +117,8 @@ class Shape:
         self.groups = {}  # kind and members by name
         for i in range(self.random.randint(0, 5)):
             self.groups[f"g{i}"] = self.draw_group(f"g{i}")
-        self.locations = self.draw_locations()
         self.unwritten = self.draw_unwritten()
+        self.locations = self.draw_locations()
 
     # Drawing
 
@@ -160,9 +164,10 @@ class Shape:
                 member.where[node] = STARTED if number < running else STOPPED
 
     def draw_locations(self):
-        return [(self.random.choice(list(self.groups)), self.random.choice(list(self.nodes)),
-                 self.random.choice(["-INFINITY", "INFINITY", "100", "-100"]), self.random.random() < 0.3)
-                for _ in range(self.random.randint(0, 4) if self.groups else 0)]
+        """By numbers of their own: what else is drawn does not change with them."""
+        inside = {name: [] if kind == "primitive" else [m.id for m in members] for name, (kind, members) in self.groups.items()}
+        templates = [m.id + "-t" for _, members in self.groups.values() for m in members if m.address and m.style == TEMPLATE]
+        return Locations(random.Random(f"locations {self.number}"), list(self.nodes), inside, templates)
 
     def draw_unwritten(self):
         """In one cluster of ten the history of a node is gone, and so all that ran there."""
@@ -175,7 +180,7 @@ class Shape:
     # The text
 
     def cib(self):
-        options = pair("o", "stonith-enabled", "true") + pair("o", "cluster-name", f"shape{self.number}") + \
+        options = pair("o", "stonith-enabled", "true" if self.fencing else "false") + pair("o", "cluster-name", f"shape{self.number}") + \
             pair("o", "cluster-infrastructure", "corosync") + \
             pair("o", "symmetric-cluster", "false" if self.opt_in else "true") + \
             pair("o", "maintenance-mode", "true" if self.maintenance else "false")
@@ -185,7 +190,7 @@ class Shape:
                 f'<nodes>{"".join(self.node_text(*each) for each in enumerate(self.nodes.items(), 1))}</nodes>'
                 f'<resources>{"".join(member.template() for _, members in self.groups.values() for member in members)}'
                 f'{"".join(self.group_text(name) for name in self.groups)}</resources>'
-                f'<constraints>{"".join(self.location_text(*each) for each in enumerate(self.locations))}</constraints>'
+                f'<constraints>{self.locations.text}</constraints>{self.locations.tags_text()}'
                 f'</configuration><status>'
                 f'{"".join(self.status_text(*each) for each in enumerate(self.nodes.items(), 1))}</status></cib>\n')
 
@@ -193,7 +198,7 @@ class Shape:
         name, state = node
         option = {STANDBY: ("standby", "on"), MAINTENANCE: ("maintenance", "true")}.get(state)
         inside = f'<instance_attributes id="{name}-i">{pair(name, *option)}</instance_attributes>' if option else ""
-        return f'<node id="{number}" uname="{name}">{inside}</node>'
+        return f'<node id="{number}" uname="{name}">{inside}{self.locations.lasting_text(name)}</node>'
 
     def group_text(self, name):
         kind, members = self.groups[name]
@@ -207,19 +212,12 @@ class Shape:
         meta = f'<meta_attributes id="{name}-meta">{pair(name, "promotable", "true")}</meta_attributes>'
         return f'<clone id="{name}">{meta if kind == "promotable" else ""}{inside}</clone>'
 
-    def location_text(self, number, location):
-        group, node, score, is_rule = location
-        node = node.swapcase() if number % 2 else node  # their case does not count
-        if is_rule:
-            return (f'<rsc_location id="l{number}" rsc="{group}"><rule id="l{number}-r" score="{score}"><expression '
-                    f'id="l{number}-e" attribute="#uname" operation="eq" value="{node}"/></rule></rsc_location>')
-        return f'<rsc_location id="l{number}" rsc="{group}" node="{node}" score="{score}"/>'
-
     def status_text(self, number, node):
         name, state = node
         resources = "".join(self.history(member, name) for _, members in self.groups.values() for member in members)
         history = f'<lrm id="{number}"><lrm_resources>{resources}</lrm_resources></lrm>' if name != self.unwritten else ""
-        return f'<node_state id="{number}" uname="{name}" {NODE_STATES[state][0]}>{history}</node_state>'
+        transient = self.locations.transient_text(number, name)
+        return f'<node_state id="{number}" uname="{name}" {NODE_STATES[state][0]}>{transient}{history}</node_state>'
 
     def history(self, member, node):
         """Where it is not, it has been probed, as long as somebody was there to be asked."""
@@ -326,15 +324,34 @@ class Shape:
         return Seen("Online", promoted[0] if len(promoted) == 1 else "", local="Online" if self.local in promoted else "Offline",
                     everywhere=len(promoted) > 1)
 
-    def group_nodes(self, name):
-        """Those with the highest score first."""
-        scores = {node: self.score(name, node) for node in self.nodes}
-        allowed = [node for node in self.nodes if scores[node] > -10**6 and (not self.opt_in or scores[node] > 0)]
-        return sorted(allowed, key=lambda node: -scores[node])
+    # What Pacemaker is asked for
 
-    def score(self, name, node):
-        scores = [score for group, where, score, _ in self.locations if (group, where) == (name, node)]
-        for infinite, value in (("-INFINITY", -10**6), ("INFINITY", 10**6)):
-            if infinite in scores:
-                return value
-        return sum(map(int, scores))
+    def quiet(self):
+        """The same cluster before anything ran, with nothing but its constraints to tell one node from another. Where
+        fencing is on, and nothing is there to fence with, no copy is chosen."""
+        shape = copy.deepcopy(self)
+        shape.nodes = dict.fromkeys(self.nodes, ONLINE)
+        shape.quorum, shape.maintenance, shape.fencing, shape.unwritten = True, False, False, ""
+        for _, members in shape.groups.values():
+            for member in members:
+                member.disabled, member.managed, member.where = False, True, {}
+        return shape
+
+    def told(self, name, scores):
+        """By nodes, None where the group is not even weighed."""
+        kind, members = self.groups[name]
+        return {node: scores.on(kind, name, [m.id for m in members], node) for node in self.nodes}
+
+    def untold(self, name, scores):
+        """Where no copy would be, and so nobody tells whether one may be promoted."""
+        is_promotable = self.groups[name][0] == "promotable"
+        return {node for node, score in self.told(name, scores).items() if is_promotable and (score or 0) < 0}
+
+    def group_nodes(self, name, scores):
+        """Those with the highest score first, by what Pacemaker told of the quiet cluster."""
+        kind, members = self.groups[name]
+        told = self.told(name, scores)
+        promoted = {node: (scores.promotion(members[0].id, node) if kind == "promotable" else None) or 0 for node in self.nodes}
+        allowed = [node for node in self.nodes if told[node] is not None and min(told[node], promoted[node]) > -INFINITY and
+                   (not self.opt_in or told[node] >= 0)]
+        return sorted(allowed, key=lambda node: -added([told[node], promoted[node]]))

@@ -19,6 +19,7 @@ HERE = pathlib.Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE.parent / "cluster"))
 
 from cibs import Shape  # noqa: E402 (its folder is known from here on)
+from locations import Scores  # noqa: E402
 
 UNPACK = HERE.parent.parent / "scripts/cluster-packages"
 COUNT = 1000 if os.environ.get("LUM_LONG") else 200 // SLOWNESS
@@ -27,6 +28,7 @@ AT_ONCE = 2
 WALK = """
 mount -t tmpfs tmpfs /var/lib && mkdir -p /var/lib/pacemaker/cib && touch /var/lib/pacemaker/cib/cib.xml || exit 125
 for shape in "$@"; do
+    crm_simulate --show-scores --xml-file $shape/quiet.xml >$shape/scores 2>$shape/invalid
     export LUM_ROOT=$shape/root CIB_file=$shape/cib.xml
     $TOOLS/lumcluster status --json >$shape/status 2>$shape/error
     for group in $(cat $shape/groups); do
@@ -37,9 +39,9 @@ done
 
 
 def asked(shape):
-    """The groups whose nodes are asked for: of every other shape one, each in its turn."""
+    """The groups whose nodes are asked for: of each shape one, each in its turn."""
     groups = list(shape.groups)
-    return [groups[shape.number // 2 % len(groups)]] if groups and shape.number % 2 else []
+    return [groups[shape.number // 2 % len(groups)]] if groups else []
 
 
 def lay_out(shape, folder):
@@ -48,6 +50,7 @@ def lay_out(shape, folder):
     config.mkdir(parents=True)
     (config / "local_settings.ini").write_text(f"[conf.cluster]\nCLUSTER_LOCAL_NODENAME={shape.local}\n")
     (folder / "cib.xml").write_text(shape.cib())
+    (folder / "quiet.xml").write_text(shape.quiet().cib())
     (folder / "groups").write_text("\n".join(asked(shape)))
 
 
@@ -106,10 +109,15 @@ class Shapes(unittest.TestCase):
             self.assertEqual([group["name"] for group in told["groups"]], list(shape.groups))
         self.each(check)
 
-    def test_the_nodes_of_a_group_are_those_that_nothing_drawn_keeps_it_from(self):
+    def test_the_nodes_of_a_group_are_those_for_which_pacemaker_has_a_score(self):
         def check(shape, folder, _):
+            self.assertEqual((folder / "invalid").read_text(), "")
+            scores = Scores((folder / "scores").read_text())
             for name in asked(shape):
-                self.assertEqual((folder / f"nodes.{name}").read_text().split(), shape.group_nodes(name), name)
+                nodes, told, untold = ((folder / f"nodes.{name}").read_text().split(), shape.group_nodes(name, scores),
+                                       shape.untold(name, scores))
+                self.assertEqual([node for node in nodes if node not in untold],
+                                 [node for node in told if node not in untold], f"{name}: {shape.locations.text}")
         self.each(check)
 
     def test_enough_was_drawn_to_tell(self):

@@ -110,8 +110,9 @@ struct Facts {
 
 TEST(PcmkRecorded, ConfigurationsTellAddressesAndNodes) {
     for (const Facts& row :
-         {Facts{"asymmetric", "ms_drbd_poolA", "", ""}, Facts{"asymmetric", "vpool_ip_poolA", "192.168.5.1", ""},
-          Facts{"asymmetric", "drbd_target_poolA", "", ""},
+         // By a score of 0, which was taken for none: it is promoted on puma3.
+         {Facts{"asymmetric", "ms_drbd_poolA", "", "puma1 puma3"},
+          Facts{"asymmetric", "vpool_ip_poolA", "192.168.5.1", ""}, Facts{"asymmetric", "drbd_target_poolA", "", ""},
           Facts{"bug-lf-2153", "rg_iscsivg01", "10.9.9.180", "alice bob"},
           Facts{"bug-lf-2153", "cl_tgtd", "", "alice bob"},
           Facts{"failcount-block", "rsc_pcmk-4", "192.168.122.108", "pcmk-1 pcmk-4"},
