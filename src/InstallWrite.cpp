@@ -57,7 +57,7 @@ void InstallTask::CheckFolders() const {
     if (installedHeader) RefuseLink(TypeFolder(installedTypeName));
 }
 
-// What MoveOrCopyFile refuses it refuses when the old data is gone.
+// What MoveOrCopyFile refuses it refuses when the old data is gone: PrepareHeader looks too.
 void InstallTask::CheckDataFiles() const {
     for (const String_t& name : DataFiles(*newHeader)) {
         // A file that another install left there is not this policy's.
@@ -97,6 +97,8 @@ void InstallTask::PrepareHeader() {
     writer = std::make_unique<PolicyWriter>(newDocument, headerFile, StreamOver(document), operation.installDirectory,
                                             newHeader.Get());
     writer->Prepare();
+    if (IsPlainFile(DirectoryImpl::FolderOf(newDocument), newDocument.GetName())) return;
+    Raise<LumPalIo::IOException_t>(msg::MovedFileNotPlain, newDocument.GetAbsolutePath());
 }
 
 // What the record speaks of is on the disk before the record is; the document already is.
