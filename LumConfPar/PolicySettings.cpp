@@ -29,6 +29,14 @@ void TraceMessage(const LumPalMsg::Message_t& message) {
     LUMCONF_TRACE(trace::Config, message.Format(LumPalMsg::Text | LumPalMsg::Details));
 }
 
+/// Thousands of signatures take seconds, and the next start reads all of them anyway.
+/// @param complete  out: false when it is given up, as the memory lacks policies then
+void GiveUpIfStopping(bool& complete) {
+    if (!LumPalRuntime::IsStopping()) return;
+    complete = false;
+    Raise<RuntimeException_t>(msg::SettingsGivenUp, names::SettingsTypeName);
+}
+
 void ReadData(const PolicyHeader& header, int index, CharArray_t& data) {
     header.GetData(index, data);
 }
@@ -94,8 +102,7 @@ void PolicySettings::InitMaps() {
     RequireStarted("InitMaps");
     int index = 0;
     for (int left = container.GetCount(); left > 0; --left) {
-        // Thousands of signatures take seconds, and the next start reads all of them anyway.
-        if (LumPalRuntime::IsStopping()) Raise<RuntimeException_t>(msg::SettingsGivenUp, names::SettingsTypeName);
+        GiveUpIfStopping(complete);
         index += TakeIn(index);
     }
 }
@@ -146,7 +153,9 @@ void PolicySettings::Install(const String_t& ids) {
     if (StartsAnew()) return;
     DeleteId(ids);
     if (!ReadHeaders(ids)) return;
-    for (const String_t& id : GetVectorFromString(ids)) {
+    const std::vector<String_t> each = GetVectorFromString(ids);
+    for (const String_t& id : each) {
+        if (each.size() > 1) GiveUpIfStopping(complete);
         if (!InstallOne(id)) return;
     }
     CreateConfigGroup();

@@ -115,6 +115,12 @@ File_t DirectoryImpl::CreateTemporaryFile() {
     return file;
 }
 
+LumPalIo::FileOutputStream_t DirectoryImpl::OpenTemporaryFile(const File_t& file) {
+    const LumPalIo::Folder_t folder(FolderOf(file));
+    folder.Delete(file.GetName());
+    return folder.Create(file.GetName());
+}
+
 bool DirectoryImpl::IsHeaderFileName(const String_t& name) {
     return name.ReverseFind(names::HeaderFileSuffix) != LumPalStr::NotFound;
 }

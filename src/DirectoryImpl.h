@@ -41,6 +41,9 @@ public:
     static void MoveOrCopyFile(const LumPalIo::File_t& source, const LumPalIo::File_t& destination);
     /// Makes a new, empty, writable file in the temporary directory. @throws LumPalIo::IOException_t
     static LumPalIo::File_t CreateTemporaryFile();
+    /// Opens such a file to write it: made anew, so that nothing is written to where a link or a second name leads that
+    /// somebody has put in its place meanwhile. @throws LumPalIo::IOException_t
+    static LumPalIo::FileOutputStream_t OpenTemporaryFile(const LumPalIo::File_t& file);
     /// Whether a name bears the suffix of header files; it may stand anywhere in it (kept: callers rely on it).
     static bool IsHeaderFileName(const LumPalStr::String_t& name);
 

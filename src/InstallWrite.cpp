@@ -15,6 +15,7 @@
 namespace LumConf {
 
 using LumPalIo::File_t;
+using LumPalIo::Folder_t;
 using LumPalStr::String_t;
 
 namespace {
@@ -23,8 +24,17 @@ namespace {
 void DeleteOrMoveAway(const File_t& file) {
     if (!file.Exists() && !file.IsSymbolicLink()) return;
     if (DirectoryImpl::DeleteFile(file)) return;
-    if (DirectoryImpl::MoveAway(LumPalIo::Folder_t(DirectoryImpl::FolderOf(file)), file.GetName())) return;
+    if (DirectoryImpl::MoveAway(Folder_t(DirectoryImpl::FolderOf(file)), file.GetName())) return;
     LUMCONF_TRACE(trace::Policy, String_t("Cannot delete or rename ") + file.GetAbsolutePath());
+}
+
+/// A file that has another name too is none: it is somebody else's as well.
+bool IsPlainFile(const File_t& folder, const String_t& name) {
+    try {
+        return Folder_t(folder).Look(name) == Folder_t::Entry::File;
+    } catch (const LumPalIo::IOException_t&) {
+        return false;
+    }
 }
 
 void RefuseLink(const File_t& folder) {
@@ -47,13 +57,13 @@ void InstallTask::CheckFolders() const {
     if (installedHeader) RefuseLink(TypeFolder(installedTypeName));
 }
 
+// What MoveOrCopyFile refuses it refuses when the old data is gone: PrepareHeader looks too.
 void InstallTask::CheckDataFiles() const {
     for (const String_t& name : DataFiles(*newHeader)) {
-        const File_t file(incoming, name);
         // A file that another install left there is not this policy's.
-        if (carried.Has(name) && file.Exists() && !file.IsDirectory() && !file.IsSymbolicLink()) continue;
-        Raise<PolicyFileException>(msg::InstallDataFileMissing, file.GetAbsolutePath(), headerFile.GetAbsolutePath(),
-                                   newHeader->GetContainerId());
+        if (carried.Has(name) && IsPlainFile(incoming, name)) continue;
+        Raise<PolicyFileException>(msg::InstallDataFileMissing, File_t(incoming, name).GetAbsolutePath(),
+                                   headerFile.GetAbsolutePath(), newHeader->GetContainerId());
     }
 }
 
@@ -87,14 +97,16 @@ void InstallTask::PrepareHeader() {
     writer = std::make_unique<PolicyWriter>(newDocument, headerFile, StreamOver(document), operation.installDirectory,
                                             newHeader.Get());
     writer->Prepare();
+    if (IsPlainFile(DirectoryImpl::FolderOf(newDocument), newDocument.GetName())) return;
+    Raise<LumPalIo::IOException_t>(msg::MovedFileNotPlain, newDocument.GetAbsolutePath());
 }
 
 // What the record speaks of is on the disk before the record is; the document already is.
 void InstallTask::FlushWaiting() const {
     const std::vector<String_t> files = DataFiles(*newHeader);
     StoreJournal::FlushFiles(incoming, files);
-    if (!files.empty()) LumPalIo::Folder_t(incoming).Sync();
-    LumPalIo::Folder_t(DirectoryImpl::FolderOf(newDocument)).Sync();
+    if (!files.empty()) Folder_t(incoming).Sync();
+    Folder_t(DirectoryImpl::FolderOf(newDocument)).Sync();
 }
 
 StoreChange InstallTask::DescribeChange() const {

@@ -5,6 +5,7 @@
 #include "InstallOptionsImpl.h"
 #include "InstallTask.h"
 #include "LumCtrl.h"
+#include "LumPalDaemon.h"
 #include "LumPalLog.h"
 #include "Messages.h"
 #include "PolicyArrayReader.h"
@@ -47,6 +48,16 @@ int ReadPolicyCount(TransferCursor& package) {
     }
 }
 
+/// A policy that the stopping node did not begin with.
+class NotBegun : public ConfException {
+public:
+    using ConfException::ConfException;
+};
+
+/// Of as many bytes the files are placed in a moment. Eight such installs may wait when the node is told to stop, and
+/// are still done; what holds the others up for seconds is not begun any more.
+constexpr std::size_t kSmallArray = 64u << 10;
+
 // Kept: when consumers cannot be told, the caller hears of that alone. What was refused stands in the log then.
 void NotifyOfPackage(PolicyOperation& operation, const String_t& originator, const MessageList_t& refused) {
     try {
@@ -54,6 +65,14 @@ void NotifyOfPackage(PolicyOperation& operation, const String_t& originator, con
     } catch (const LumCtrl::ControlException&) {
         if (refused.GetMessageCount() > 0) LumPalLog::Log(Make(msg::PackageInstallFailed, refused));
         throw;
+    }
+}
+
+void NotifyWhenStopping(PolicyOperation& operation, const String_t& originator) {
+    try {
+        operation.Notify(originator);
+    } catch (const LumCtrl::ControlException& e) {
+        LUMCONF_TRACE(trace::Policy, String_t(e.GetMessageList()));
     }
 }
 
@@ -67,6 +86,7 @@ void PolicyOperation::Install(const String_t& originator, const CharArray_t& dat
 
 void PolicyOperation::InstallOne(const String_t& originator, TransferCursor& array, const InstallOptions& options) {
     MutexLock_t lock(mutex);
+    if (LumPalRuntime::IsStopping() && array.Bytes().Available() > kSmallArray) Raise<NotBegun>(msg::InstallNotBegun);
     InstallTask(*this, originator, options.GetImpl()).Run(array);
 }
 
@@ -77,7 +97,14 @@ void PolicyOperation::InstallPackage(const String_t& originator, const CharArray
     const int policies = ReadPolicyCount(package);
     const bool notify = options.GetImpl().GetNotify();
     options.SetNotify(false);
-    const MessageList_t refused = InstallEach(originator, package, policies, options);
+    MessageList_t refused;
+    try {
+        refused = InstallEach(originator, package, policies, options);
+    } catch (const NotBegun&) {
+        // Those that are installed are told of: after the stop nobody knows that they were not.
+        if (notify) NotifyWhenStopping(*this, originator);
+        throw;
+    }
     if (notify) {
         options.SetNotify(true);
         NotifyOfPackage(*this, originator, refused);
@@ -86,15 +113,20 @@ void PolicyOperation::InstallPackage(const String_t& originator, const CharArray
 }
 
 // Each policy is read where it stands: the package is not copied. One whose type may have only one policy has been
-// read to its end when it is refused, so that the next one follows.
+// read to its end when it is refused, so that the next one follows. A node that stops goes on with no further one.
 MessageList_t PolicyOperation::InstallEach(const String_t& originator, TransferCursor& package, int policies,
                                            const InstallOptions& options) {
     MessageList_t refused;
-    for (; policies > 0; --policies) {
+    int installed = 0;
+    for (int left = policies; left > 0; --left) {
         try {
+            if (policies > 1 && LumPalRuntime::IsStopping()) Raise<NotBegun>(msg::InstallNotBegun);
             InstallOne(originator, package, options);
+            ++installed;
         } catch (const NoMultiplePoliciesException& e) {
             refused.Add(e.GetMessageList());
+        } catch (const NotBegun&) {
+            Raise<NotBegun>(msg::PackageGivenUp, installed, policies, refused);
         }
     }
     return refused;

@@ -35,7 +35,9 @@ struct MessageRow;
 /// beside it. `originator` is who asked; only the audit log gets it.
 ///
 /// Any thread may call any operation. Those that change or list hold one mutex from start to end, also over file work
-/// and over the call to the control service: with synchronous notification a slow consumer holds up all of them.
+/// and over the call to the control service: with synchronous notification a slow consumer holds up all of them. A
+/// package and a removal of several policies let it go between two of these, and whoever waits comes in. When the
+/// process is stopping (LumPalRuntime::SetStopping), they end there.
 /// IsPolicyInstalled and IsPolicyTypeNameInstalled do not take it and answer at any time.
 class LUMCONF_API PolicyOperation {
 public:
@@ -84,10 +86,12 @@ public:
     LumPalArray::CharArray_t PackStored(const LumPalStr::String_t& originator, const Selection& selection,
                                         StoredFiles what);
 
-    /// Removes the selected policies. What could be removed stays removed; a failed notification is not reported.
+    /// Removes the selected policies, one after another. What could be removed stays removed; a failed notification is
+    /// not reported. A policy that somebody else removes meanwhile, or that gives place to one of another owner or
+    /// type, is passed over.
     /// @throws NoPoliciesInstalledError NoPoliciesInstalled; PolicyNotFoundError RemoveNoPolicyFiles, and
     ///         PolicyIdNotInCache for an id that is not installed; PolicyException with a warning for each file that
-    ///         was missing or could not be deleted
+    ///         was missing or could not be deleted, or RemovalGivenUp when the process is stopping
     void Remove(const LumPalStr::String_t& originator, const Selection& selection,
                 const PolicyForwarder::Options& options);
 
@@ -142,7 +146,8 @@ public:
 
     /// Takes one policy into the store.
     /// @param data  a policy array (PolicyUtil.h); it must stay as it is during the call
-    /// @throws ConfException UnpackError (bad array); PolicyException InstalledWithOtherType, PolicyOwnerError
+    /// @throws ConfException UnpackError (bad array), InstallNotBegun (a large one, when the process is stopping);
+    ///         PolicyException InstalledWithOtherType, PolicyOwnerError
     ///         OwnerDoesNotMatch, PolicyVersionError VersionNotHigher, NoMultiplePoliciesException
     ///         TypeLimitedToOnePolicy, PolicyFileException InstallDataFileMissing or without number for a refused name,
     ///         PolicyHeaderException for a bad document, LumPalXml::SAX::SAXParseException_t for a malformed one,
@@ -152,8 +157,9 @@ public:
 
     /// Takes the policies of a package, one after another, and then sends what is queued.
     /// @param options  `notify` is false during the installs, and after a failure that ends the package
-    /// @throws as Install; a policy whose type is limited to one does not end the package, but the package then ends
-    ///         in NoMultiplePoliciesException PackageInstallFailed
+    /// @throws as Install; ConfException PackageGivenUp when the process is stopping: what is installed by then is sent
+    ///         where `notify` says so; a policy whose type is limited to one does not end the package, but the package
+    ///         then ends in NoMultiplePoliciesException PackageInstallFailed
     void InstallPackage(const LumPalStr::String_t& originator, const LumPalArray::CharArray_t& data,
                         InstallOptions& options);
 

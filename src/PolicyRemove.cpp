@@ -4,6 +4,7 @@
 #include "DistinctFiles.h"
 #include "Exceptions.h"
 #include "LumCtrl.h"
+#include "LumPalDaemon.h"
 #include "Messages.h"
 #include "Names.h"
 #include "PlainName.h"
@@ -20,6 +21,16 @@ using LumPalIo::File_t;
 using LumPalMsg::MessageList_t;
 using LumPalStr::String_t;
 using LumPalThread::MutexLock_t;
+
+using HeaderPtr = PolicyContainerImpl::HeaderPtr;
+
+/// Whether what was selected has gone, or has given place to a policy that nobody selected, while others had their
+/// turn.
+/// @param selected  null for an id that nothing had
+bool IsAnother(const HeaderPtr& selected, const HeaderPtr& present) {
+    if (!selected || selected.Get() == present.Get()) return false;
+    return !present || present->GetTypeName() != selected->GetTypeName() || present->GetOwner() != selected->GetOwner();
+}
 
 enum class Deleted { Yes, Missing, Failed };
 
@@ -72,9 +83,25 @@ void PolicyOperation::Remove(const String_t& originator, const Selection& select
               Outcome::Success);  // kept: nothing found counts as a success in the audit log
         Raise<PolicyNotFoundError>(msg::RemoveNoPolicyFiles);
     }
+    const std::vector<HeaderPtr> selected = Cache()->FindAll(ids);
     MessageList_t failures;
-    for (const String_t& id : ids) RemovePolicy(originator, id, failures);
+    std::size_t next = 0;
+    for (; next < ids.size(); ++next) {
+        // Each policy takes several flushes: whoever waits comes in between.
+        if (next > 0) {
+            mutex.Unlock();
+            mutex.Lock();
+        }
+        if (ids.size() > 1 && LumPalRuntime::IsStopping()) break;
+        const bool again = next > 0 && ids[next] == ids[next - 1];
+        if (!again && IsAnother(selected[next], Cache()->Find(ids[next]))) continue;
+        RemovePolicy(originator, ids[next], failures);
+    }
     if (options.GetNotify()) SendUnreported();
+    if (next < ids.size()) {
+        Raise<PolicyException>(msg::RemovalGivenUp, static_cast<int>(next), static_cast<int>(ids.size()), ids[next],
+                               failures);
+    }
     // Not as a file that was missing, which callers pass over.
     if (HoldsUnflushed(failures)) throw LumPalIo::IOException_t(failures);
     if (failures.GetMessageCount() > 0) throw PolicyException(failures);

@@ -143,7 +143,7 @@ CharArray_t EncodeCertificate(const Signer& signer) {
 
 void Rewrite(const File_t& from, const File_t& to, const PolicyHeaderImpl& source) {
     try {
-        LumPalIo::FileOutputStream_t file(to);
+        LumPalIo::FileOutputStream_t file = DirectoryImpl::OpenTemporaryFile(to);
         LumPalIo::BufferedOutputStream_t stream{file};
         const LumPalXml::XmlWriter_t writer(
             stream, LumPalXml::XmlWriter_t::Options_t().Encoding(LumPalCodeset::Codeset_t(names::Utf8)).Indent(0));
@@ -163,7 +163,8 @@ void Rewrite(const File_t& from, const File_t& to, const PolicyHeaderImpl& sourc
 void CopyOver(const File_t& from, const File_t& to) {
     try {
         LumPalIo::Flush(from.GetParentFile());
-        LumPalIo::FileInputStream_t input(from);
+        const LumPalIo::Folder_t folder(from.GetParentFile());
+        LumPalIo::FileInputStream_t input = folder.Open(from.GetName());
         LumPalIo::FileOutputStream_t output(to);
         LumPalIo::Copy(input, output);
         output.Sync();

@@ -42,7 +42,7 @@ PolicyWriter::PolicyWriter(const File_t& tempFile, const File_t& oldFile, const 
     const bool complete = !tempFile.IsNull() && !oldFile.IsNull() && !input.IsNull() && source;
     if (!complete) Raise<LumPalMsg::IllegalArgumentError_t>(msg::WriterArgument);
     try {
-        fileStream = LumPalIo::FileOutputStream_t(tempFile.GetAbsolutePath());
+        fileStream = DirectoryImpl::OpenTemporaryFile(tempFile);
     } catch (const LumPalIo::FileNotFoundException_t& e) {
         throw Because<LumPalIo::FileNotFoundException_t>(msg::WriterFileNotWritten, tempFile.GetAbsolutePath(), e);
     }

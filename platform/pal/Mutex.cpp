@@ -10,7 +10,10 @@ namespace LumPalThread {
 
 struct Mutex_t::Impl {
     bool IsMine() const noexcept { return owner.load(std::memory_order_relaxed) == std::this_thread::get_id(); }
+    // Whoever waits is the next one: a holder who frees it and wants it back at once, as one with much to do does so
+    // that others come in between, finds him at the door.
     void Take(unsigned newDepth) {
+        const std::lock_guard<std::mutex> door(next);
         mutex.lock();
         owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
         depth = newDepth;
@@ -25,6 +28,7 @@ struct Mutex_t::Impl {
         if (!IsMine()) throw IllegalStateError_t(CreateError_t("A mutex is used by a thread that does not hold it."));
     }
 
+    std::mutex next;  // held while the mutex is waited for
     std::mutex mutex;
     // Only the holder ever stores its own id, so that a relaxed look is enough to know whether it is us.
     std::atomic<std::thread::id> owner{std::thread::id()};

@@ -10,10 +10,12 @@ import time
 import unittest
 
 import wire
-from node import DONE, PATIENCE_S, SLOWNESS, TOOLS, UNTOLD, Node, header, wait_until, write_policy
+from node import DONE, FAILED, PATIENCE_S, SLOWNESS, TOOLS, UNTOLD, Node, header, wait_until, write_policy
 
 STOPPED = 0
 STOP_S = 5 * SLOWNESS  # what docs/tools.md promises
+# Of one install, and of one change: what takes no second, and eight of which would take longer than the stop may.
+MANY_FILES, MANY_POLICIES = 3500, 400
 TELL = wire.element("notify", "true")
 
 
@@ -211,6 +213,57 @@ class WithInstallsUnderWay(StoppingTest):
         self.assertEqual(caller.returncode, DONE)
         node.start()
         self.assertEqual({policy["status"] for policy in node.list()}, {"disabled"})
+
+    def test_large_installs_that_wait_for_the_one_at_work_are_refused_and_leave_nothing(self):
+        node = self.node()
+        self.silent_consumer(node)
+        first = Caller(node, wire.install_call(wire.policy_array("first"), options=TELL))
+        wait_until((node.folder / "seen").exists, "the consumer is told")
+        data = {f"f{number}": b"" for number in range(MANY_FILES)}
+        large = [Caller(node, wire.install_call(wire.policy_array(f"l{number}", data, type_name=f"type{number}")))
+                 for number in range(7)]
+        wait_until(lambda: threads(node.daemon.pid, "LumVox:Worker") == 8, "eight have begun")
+        wait_until(lambda: unread(node.port) == [0] * 8, "all have arrived")
+        self.assert_stops(node)
+        self.assertEqual(first.wait().value(), wire.CONTROL)
+        for answer in [caller.wait() for caller in large]:
+            self.assertEqual(answer.value(), wire.FAILED, answer)
+            self.assertIn(b"The node is stopping.", answer.body)
+        self.assertEqual(node.stored(), ["type/first_header.xml"])
+
+    def many(self, folder):
+        return [write_policy(folder, f"p{number}", {f"p{number}.data": b"content"}, name=f"p{number}")
+                for number in range(MANY_POLICIES)]
+
+    def assert_stops_in_the_middle(self, node, condition, *command):
+        """@return what the tool says of the change that the condition waits for"""
+        with subprocess.Popen([TOOLS / "lumpolicy", *command, "--no-notify"], env=node.environment(),
+                              stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                              text=True) as caller:
+            wait_until(condition, "the change has begun")
+            self.assert_stops(node)
+            said = caller.communicate()[0]
+        self.assertEqual(caller.returncode, FAILED, said)
+        self.assertIn("The node is stopping.", said)
+        return int(re.search(rf"'(\d+)' of '{MANY_POLICIES}' policies", said).group(1))
+
+    def test_a_package_ends_behind_the_policy_that_it_has_begun_and_says_how_many_are_installed(self):
+        node = self.node()
+        installed = self.assert_stops_in_the_middle(node, lambda: node.stored(), "install", "--package",
+                                                    *self.many(node.folder / "source"))
+        node.start()
+        self.assertEqual(len(node.list()), installed)
+        self.assertEqual(len(node.stored()), 2 * installed)
+
+    def test_a_removal_ends_behind_the_policy_that_it_has_begun_and_says_how_many_are_removed(self):
+        node = self.node(start=False)
+        self.many(node.store / "type")  # an install would flush each of them
+        node.start()
+        removed = self.assert_stops_in_the_middle(node, lambda: len(node.stored()) < 2 * MANY_POLICIES,
+                                                  "remove", "--all")
+        node.start()
+        self.assertEqual(len(node.list()), MANY_POLICIES - removed)
+        self.assertEqual(len(node.stored()), 2 * (MANY_POLICIES - removed))
 
     def test_the_tool_says_installed_but_not_told(self):
         node = self.node()

@@ -139,6 +139,7 @@ protected:
 };
 
 TEST_P(PowerCut, AtAnyFlushLeavesTheOldPolicyOrTheNewOneAndNothingElse) {
+    int cuts = 0;
     for (int nth = 1, code = kCutCode; code == kCutCode && !HasFailure(); ++nth) {
         disk.Insert("prepared");
         code = InProcess([&] {
@@ -149,6 +150,7 @@ TEST_P(PowerCut, AtAnyFlushLeavesTheOldPolicyOrTheNewOneAndNothingElse) {
             _exit(0);
         });
         EXPECT_TRUE(code == 0 || code == kCutCode) << code;
+        cuts += code == kCutCode;
         SCOPED_TRACE(code == 0 ? "after the answer" : "at flush " + std::to_string(nth));
         const int tree = FoundTree();
         EXPECT_GE(tree, 0);
@@ -156,6 +158,7 @@ TEST_P(PowerCut, AtAnyFlushLeavesTheOldPolicyOrTheNewOneAndNothingElse) {
             EXPECT_EQ(tree, LastTree()) << "what was answered is there";
         }
     }
+    EXPECT_GT(cuts, 0);
 }
 
 using Words = std::vector<std::string>;

@@ -63,6 +63,7 @@ int FoundTree(const std::string& base, const std::string& root, const StoreChang
 void KillAtEachOperation(const Folder& folder, const StoreChangeCase& change, bool apart) {
     const std::string node = folder.Path() + "/node";
     bool newSeen = false;
+    int kills = 0;
     ForEachFault([&](int nth) {
         fs::remove_all(node);
         InProcess([&] { PrepareNode(node, change); });
@@ -82,9 +83,11 @@ void KillAtEachOperation(const Folder& folder, const StoreChangeCase& change, bo
             EXPECT_EQ(tree, last) << "what was answered is there";
         }
         newSeen = newSeen || tree == last;
+        kills += code == CrashingOperations::kCode;
         return code == CrashingOperations::kCode && !testing::Test::HasFailure();
     });
     EXPECT_TRUE(newSeen);
+    EXPECT_GT(kills, 0);
 }
 
 TEST_P(StoreCrash, AKillAtAnyOperationLeavesTheOldPolicyOrTheNewOneAndNothingElse) {

@@ -64,6 +64,20 @@ TEST_F(PolicySettingsTest, ANodeThatEndsReadsNotOnAndLeavesTheSettingsAsTheyWere
     EXPECT_EQ(Settings(), Marks("ab"));
 }
 
+TEST_F(PolicySettingsTest, AJobForManyPoliciesIsGivenUpByANodeThatEndsAndOneForASinglePolicyIsDone) {
+    PutMark("a");
+    settings.Start();
+    for (const char* id : {"b", "c", "d"}) PutMark(id);
+    LumPalRuntime::SetStopping(true);
+    settings.Install("b");
+    EXPECT_EQ(Settings(), Marks("ab"));
+    EXPECT_THROW(settings.Install("c d"), LumPalMsg::RuntimeException_t);
+    LumPalRuntime::SetStopping(false);
+    EXPECT_EQ(Settings(), Marks("ab"));
+    settings.Enable("a");
+    EXPECT_EQ(Settings(), Marks("abcd")) << "what lacks policies is read anew";
+}
+
 TEST_F(PolicySettingsTest, PoliciesOfOtherTypesAreNoSettings) {
     TestPolicy other = SettingsPolicy("a", "a", "[app]\nk=other\n");
     other.type = "files";

@@ -2,6 +2,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <string_view>
+#include <utility>
+
 #include "Exceptions.h"
 #include "Files.h"
 #include "LumPalFault.h"
@@ -122,6 +126,79 @@ TEST_F(StoreTraps, AFileThatIsPutIntoTheIncomingFolderUnderASecondNameIsNotInsta
     EXPECT_EQ(node.InstalledContent("files/one"), "one of 2");
     EXPECT_EQ(ReadText(Outside() / "secret"), "secret");
     EXPECT_EQ(ModeOf(Outside() / "secret") & 0600, 0600u);
+}
+
+/// Does something once, at the first operation of a kind on a file whose path holds a text.
+class Meanwhile {
+public:
+    Meanwhile(const std::string& operation, const std::string& text, std::function<void(const std::string&)> step) {
+        when = operation;
+        part = text;
+        act = std::move(step);
+        LumPalIo::SetFaultHookForTest(Hook);
+    }
+    ~Meanwhile() { LumPalIo::SetFaultHookForTest(nullptr); }
+    Meanwhile(const Meanwhile&) = delete;
+    Meanwhile& operator=(const Meanwhile&) = delete;
+    static bool HasHappened() { return !act; }
+
+private:
+    static bool Hook(const char* asked, const char* path) {
+        if (act && asked == when && std::string_view(path).find(part) != std::string_view::npos)
+            std::exchange(act, nullptr)(path);
+        return false;
+    }
+
+    inline static std::string when, part;
+    inline static std::function<void(const std::string&)> act;
+};
+
+TEST_F(StoreTraps, AWaitingFileThatIsGivenASecondNameIsRefusedWhileWhatIsInstalledIsWhole) {
+    fs::create_directories(Outside());
+    CaughtFailure failure;
+    {
+        const Meanwhile linked("open", "/conf_tmp/two", [this](const std::string&) {
+            fs::create_hard_link(node.IncomingFolder() + "/one", Outside() / "mine");
+        });
+        failure = FailureOf<PolicyFileException>([this] { node.Install(Policy("2")); });
+        ASSERT_TRUE(linked.HasHappened());
+    }
+    EXPECT_EQ(failure.id, 107u) << failure.text;
+    EXPECT_THAT(failure.text, testing::HasSubstr(node.IncomingFolder() + "/one"));
+    EXPECT_EQ(node.Get("p1").GetVersion(), "1");
+    for (const char* name : {"one", "two"}) {
+        EXPECT_EQ(node.InstalledContent(std::string("files/") + name), std::string(name) + " of 1");
+    }
+    node.Restart();
+    EXPECT_EQ(node.Get("p1").GetVersion(), "1");
+}
+
+TEST_F(StoreTraps, ATemporaryDocumentWhoseNameBecomesALinkLeadsNowhereAndCostsNothing) {
+    fs::create_directories(Outside());
+    WriteText(Outside() / "victim", "not the store's");
+    const fs::perms mode = fs::status(Outside() / "victim").permissions();
+    // Behind the making of the file, and behind the whole new document.
+    const std::pair<const char*, const char*> rows[] = {{"chmod", "2"}, {"fsync", "3"}};
+    for (const auto& [operation, brought] : rows) {
+        SCOPED_TRACE(operation);
+        {
+            const Meanwhile exchanged(operation, "/tmp/conf_tmp/POL", [this](const std::string& path) {
+                fs::remove(path);
+                fs::create_symlink(Outside() / "victim", path);
+            });
+            try {
+                node.Install(Policy(brought));
+            } catch (const LumPalMsg::Exception_t&) {
+            }
+            ASSERT_TRUE(exchanged.HasHappened());
+        }
+        EXPECT_EQ(ReadText(Outside() / "victim"), "not the store's");
+        EXPECT_EQ(fs::status(Outside() / "victim").permissions(), mode);
+        node.Restart();
+        const std::string version = node.Get("p1").GetVersion().ToUtf8();
+        EXPECT_EQ(node.InstalledContent("files/one"), "one of " + version);
+        EXPECT_EQ(node.InstalledContent("files/two"), "two of " + version);
+    }
 }
 
 TEST_F(StoreTraps, WorkFoldersThatAreRemovedWhileTheNodeRunsAreMadeAnew) {

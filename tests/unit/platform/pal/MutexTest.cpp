@@ -5,6 +5,7 @@
 #include <future>
 #include <vector>
 
+#include "Asleep.h"
 #include "LumPalMsg.h"
 #include "LumPalThread.h"
 #include "RunsForTest.h"
@@ -51,6 +52,28 @@ private:
     Runs runs;
     Thread_t thread{"contender"};
 };
+
+TEST(Mutex, GoesToWhoWaitsBeforeItsHolderHasItAgain) {
+    Mutex_t mutex;
+    for (int round = 0; round < 20; ++round) {
+        std::atomic<pid_t> waiting{0};
+        std::atomic<bool> taken{false};
+        Runs runs([&](const Thread_t&) {
+            waiting = gettid();
+            const MutexLock_t lock(mutex);
+            taken = true;
+        });
+        mutex.Lock();
+        Thread_t waiter("waiter");
+        waiter.Start(runs);
+        WaitUntilAsleep(waiting);
+        mutex.Unlock();
+        mutex.Lock();
+        EXPECT_TRUE(taken);
+        mutex.Unlock();
+        waiter.Join();
+    }
+}
 
 TEST(Mutex, IsFreeOnlyAfterAsManyUnlocksAsLocks) {
     Mutex_t mutex;
