@@ -238,7 +238,8 @@ private:
     /// Of data files that other policies lose. @return done, or unreachable
     lumtools::Outcome WarnOfShared(const std::string& host, LumPalMsg::MessageList_t& warnings) const {
         SetQuestion(host, "which data files it has");
-        const lumtools::Outcome asked = AskOfRemoval(*forwarder, host, selections, targetId, warnings);
+        lumtools::Outcome asked;
+        lumtools::Attempt([&] { asked = AskOfRemoval(*forwarder, host, selections, targetId, warnings); });
         Warn(warnings);
         return asked;
     }
