@@ -4,6 +4,7 @@
 #include "LumPalWhole.h"
 #include "Messages.h"
 #include "Names.h"
+#include "Trace.h"
 
 namespace LumConf {
 
@@ -58,6 +59,17 @@ String_t CopyBeside(const Place& source, const Folder_t& folder) {
     return name;
 }
 
+/// On another file system the end of the source may reach the disk before the new name does: a power cut in between
+/// would take both. A source that stays is debris; the flush of the whole change fails then, too, and says so.
+void DeleteOnceFlushed(const Place& source, const Folder_t& destination) {
+    try {
+        destination.Sync();
+    } catch (const IOException_t& e) {
+        return LUMCONF_TRACE(trace::Policy, String_t(e.GetMessageList()));
+    }
+    source.folder.Delete(source.name);
+}
+
 /// Gives the file the name of the destination: whoever reads sees the old file or the whole new one.
 /// @return false when the name cannot be taken; nothing has changed then
 /// @throws IOException_t when the file cannot be copied; nothing has changed then either
@@ -68,7 +80,7 @@ bool TakeName(const Place& source, const Place& destination) {
         destination.folder.Delete(aside);
         return false;
     }
-    source.folder.Delete(source.name);
+    DeleteOnceFlushed(source, destination.folder);
     return true;
 }
 

@@ -12,7 +12,8 @@ namespace {
 
 constexpr int kMostDataFiles = 9999;
 /// That one request holds all others up: two seconds are promised, and three times as many are spared for a slower
-/// machine and for sanitizers. Of the processor: who else keeps the disk busy is another matter, and flushes are counted.
+/// machine and for sanitizers. Of the processor: who else keeps the disk busy is another matter, and flushes are
+/// counted.
 constexpr double kLongest = 3 * 2;
 /// Each flush costs a disk milliseconds: far fewer than files.
 constexpr int kMostFlushes = 20;

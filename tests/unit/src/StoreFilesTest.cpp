@@ -3,6 +3,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <string>
+#include <string_view>
+#include <vector>
+
 #include "DirectoryImpl.h"
 #include "Files.h"
 #include "LumPalFault.h"
@@ -307,6 +311,39 @@ TEST_F(AcrossFileSystems, AFileIsCopiedAndItsSourceDeleted) {
     EXPECT_EQ(ModeOf(At("d/to")), 0440u);
     EXPECT_FALSE(fs::exists(other / "from"));
     ExpectOnly("d", 1);
+}
+
+std::vector<std::string> steps;
+
+void KeepStep(const char* operation, const char* path, const char*) {
+    if (std::string_view(operation) != "write") steps.push_back(std::string(operation) + " " + path);
+}
+
+TEST_F(AcrossFileSystems, ASourceGoesOnlyWhenItsNewNameIsOnTheDisk) {
+    WriteText(other / "from", "text");
+    fs::create_directory(At("d"));
+    steps.clear();
+    LumPalIo::SetFileObserverForTest(KeepStep);
+    MoveIn("d/to");
+    LumPalIo::SetFileObserverForTest(nullptr);
+    ASSERT_GE(steps.size(), 3u);
+    EXPECT_EQ(steps.rbegin()[0], "unlink " + (other / "from").string());
+    EXPECT_EQ(steps.rbegin()[1], "fsync " + At("d").string());
+    EXPECT_TRUE(steps.rbegin()[2].starts_with("rename " + At("d").string())) << steps.rbegin()[2];
+}
+
+bool FailFolderFlush(const char* operation, const char* path) {
+    return std::string_view(operation) == "fsync" && std::string_view(path).ends_with("/d");
+}
+
+TEST_F(AcrossFileSystems, ASourceWhoseNewNameMayNotBeOnTheDiskStays) {
+    WriteText(other / "from", "text");
+    fs::create_directory(At("d"));
+    LumPalIo::SetFaultHookForTest(FailFolderFlush);
+    MoveIn("d/to");
+    LumPalIo::SetFaultHookForTest(nullptr);
+    EXPECT_EQ(ReadText(At("d/to")), "text");
+    EXPECT_EQ(ReadText(other / "from"), "text");
 }
 
 TEST_F(AcrossFileSystems, AnEmptyFileIsCopied) {
