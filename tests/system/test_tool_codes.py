@@ -238,8 +238,12 @@ class Output(ToolTest):
 
     def test_settings_that_cannot_be_read_are_a_failure_only_of_what_needs_them(self):
         (self.node.config / "local_settings.ini").write_text("nonsense\n")
-        for command in (("list",), ("remove", "--all"), ("notify",), ("install", self.policy_file("a"))):
-            self.assert_code(self.node.policy(*command), FAILED, "Line 1 of", "local_settings.ini")
+        file = self.policy_file("a")
+        for command in (("list",), ("show", "--all"), ("remove", "--all"), ("disable", "--id", "a"), ("notify",), ("status",),
+                        ("install", file), ("install", "--package", file), ("install", "--dry-run", file), ("apply", file),
+                        ("apply", "--dry-run", file), ("import", file.parent), ("export", self.node.folder / "exported")):
+            with self.subTest(command=command):
+                self.assert_code(self.node.policy(*command), FAILED, "Line 1 of", "local_settings.ini")
         self.assert_code(self.node.policy("--help"), DONE)
         self.assert_code(self.node.policy("validate", self.policy_file("a")), DONE)
 

@@ -97,9 +97,17 @@ std::optional<std::chrono::seconds> HostCommand::GetTimeout() const {
     return given || TakesLong() ? given : kLongestQuestion;
 }
 
+/// Threads ask: what is raised would end the program.
+Answer HostCommand::AskGuarded(const std::string& host) const {
+    Answer answer;
+    const Outcome outcome = Attempt([&] { answer = Ask(host); });
+    if (outcome.code != kDone) answer.outcome = outcome;
+    return answer;
+}
+
 Answer HostCommand::AskWithin(std::size_t index) const {
     const LumVoxRpc::CallBudget budget(GetTimeout());
-    Answer answer = Ask(hosts[index]);
+    Answer answer = AskGuarded(hosts[index]);
     AddLackingRight(hosts[index], GetRight(), answer.outcome);
     if (ChangesNodes()) AddUnanswered(index, answer);
     return answer;

@@ -74,6 +74,7 @@ protected:
     void Warn(const LumPalMsg::MessageList_t& warnings) const;
 
 private:
+    Answer AskGuarded(const std::string& host) const;
     Answer AskWithin(std::size_t index) const;
     void AddUnanswered(std::size_t index, Answer& answer) const;
     void AddChanged(Answer& answer) const;
