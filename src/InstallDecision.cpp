@@ -168,9 +168,10 @@ void InstallTask::RemoveWholeType() {
     // each policy of a package.
     const String_t only = operation.Cache()->OnlyIdOfType(type);
     try {
-        operation.Remove(originator,
-                         only.IsEmpty() ? Selection().SetPolicyTypeName(type) : Selection().SetPolicyId(only),
-                         PolicyForwarder::Options());
+        // An install that has begun is finished.
+        operation.RemoveSelected(originator,
+                                 only.IsEmpty() ? Selection().SetPolicyTypeName(type) : Selection().SetPolicyId(only),
+                                 PolicyForwarder::Options(), PolicyOperation::AtStop::GoOn);
     } catch (const NoPoliciesInstalledError&) {
     } catch (const PolicyNotFoundError&) {
     }

@@ -32,8 +32,8 @@ void DeleteOrMoveAway(const File_t& file) {
 bool IsPlainFile(const File_t& folder, const String_t& name) {
     try {
         return Folder_t(folder).Look(name) == Folder_t::Entry::File;
-    } catch (const LumPalIo::IOException_t&) {
-        return false;
+    } catch (const LumPalIo::FileNotFoundException_t&) {
+        return false;  // the folder has gone; who cannot look at it does not know
     }
 }
 

@@ -36,8 +36,8 @@ struct MessageRow;
 ///
 /// Any thread may call any operation. Those that change or list hold one mutex from start to end, also over file work
 /// and over the call to the control service: with synchronous notification a slow consumer holds up all of them. A
-/// package and a removal of several policies let it go between two of these, and whoever waits comes in. When the
-/// process is stopping (LumPalRuntime::SetStopping), they end there.
+/// package lets it go between two of its policies, and whoever waits comes in. When the process is stopping
+/// (LumPalRuntime::SetStopping), a package and a removal of several policies end between two of them.
 /// IsPolicyInstalled and IsPolicyTypeNameInstalled do not take it and answer at any time.
 class LUMCONF_API PolicyOperation {
 public:
@@ -87,8 +87,7 @@ public:
                                         StoredFiles what);
 
     /// Removes the selected policies, one after another. What could be removed stays removed; a failed notification is
-    /// not reported. A policy that somebody else removes meanwhile, or that gives place to one of another owner or
-    /// type, is passed over.
+    /// not reported.
     /// @throws NoPoliciesInstalledError NoPoliciesInstalled; PolicyNotFoundError RemoveNoPolicyFiles, and
     ///         PolicyIdNotInCache for an id that is not installed; PolicyException with a warning for each file that
     ///         was missing or could not be deleted, or RemovalGivenUp when the process is stopping
@@ -205,7 +204,12 @@ private:
     }
     static std::vector<LumPalStr::String_t> SelectIds(const CachePtr& from, const Selection& selection);
     void RequirePolicies(const LumPalStr::String_t& originator, AuditLog::Mode auditMode) LUMPAL_REQUIRES(mutex);
-    void RemovePolicy(const LumPalStr::String_t& originator, const LumPalStr::String_t& id,
+    /// What a removal of several policies does when the process is stopping.
+    enum class AtStop { End, GoOn };
+    void RemoveSelected(const LumPalStr::String_t& originator, const Selection& selection,
+                        const PolicyForwarder::Options& options, AtStop atStop) LUMPAL_REQUIRES(mutex);
+    /// @return whether the node has the policy no more
+    bool RemovePolicy(const LumPalStr::String_t& originator, const LumPalStr::String_t& id,
                       LumPalMsg::MessageList_t& failures) LUMPAL_REQUIRES(mutex);
     void RemoveDataFile(const LumPalStr::String_t& originator, const PolicyRecord& policy,
                         const LumPalStr::String_t& name, LumPalMsg::MessageList_t& failures) const;

@@ -22,16 +22,6 @@ using LumPalMsg::MessageList_t;
 using LumPalStr::String_t;
 using LumPalThread::MutexLock_t;
 
-using HeaderPtr = PolicyContainerImpl::HeaderPtr;
-
-/// Whether what was selected has gone, or has given place to a policy that nobody selected, while others had their
-/// turn.
-/// @param selected  null for an id that nothing had
-bool IsAnother(const HeaderPtr& selected, const HeaderPtr& present) {
-    if (!selected || selected.Get() == present.Get()) return false;
-    return !present || present->GetTypeName() != selected->GetTypeName() || present->GetOwner() != selected->GetOwner();
-}
-
 enum class Deleted { Yes, Missing, Failed };
 
 // Names in a stored document are no better than those on the wire: one that leaves its folder, and a folder that is a
@@ -76,6 +66,11 @@ void PolicyOperation::Remove(const String_t& originator, const Selection& select
                              const PolicyForwarder::Options& options) {
     LUMCONF_BLOCK(trace::Policy, "PolicyOperation::Remove");
     MutexLock_t lock(mutex);
+    RemoveSelected(originator, selection, options, AtStop::End);
+}
+
+void PolicyOperation::RemoveSelected(const String_t& originator, const Selection& selection,
+                                     const PolicyForwarder::Options& options, AtStop atStop) {
     RequirePolicies(originator, AuditLog::Remove);
     const std::vector<String_t> ids = SelectIds(selection);
     if (ids.empty()) {
@@ -83,24 +78,16 @@ void PolicyOperation::Remove(const String_t& originator, const Selection& select
               Outcome::Success);  // kept: nothing found counts as a success in the audit log
         Raise<PolicyNotFoundError>(msg::RemoveNoPolicyFiles);
     }
-    const std::vector<HeaderPtr> selected = Cache()->FindAll(ids);
+    const bool mayEnd = atStop == AtStop::End && ids.size() > 1;
     MessageList_t failures;
-    std::size_t next = 0;
-    for (; next < ids.size(); ++next) {
-        // Each policy takes several flushes: whoever waits comes in between.
-        if (next > 0) {
-            mutex.Unlock();
-            mutex.Lock();
-        }
-        if (ids.size() > 1 && LumPalRuntime::IsStopping()) break;
-        const bool again = next > 0 && ids[next] == ids[next - 1];
-        if (!again && IsAnother(selected[next], Cache()->Find(ids[next]))) continue;
-        RemovePolicy(originator, ids[next], failures);
+    int removed = 0;
+    auto next = ids.begin();
+    for (; next != ids.end() && !(mayEnd && LumPalRuntime::IsStopping()); ++next) {
+        if (RemovePolicy(originator, *next, failures)) ++removed;
     }
     if (options.GetNotify()) SendUnreported();
-    if (next < ids.size()) {
-        Raise<PolicyException>(msg::RemovalGivenUp, static_cast<int>(next), static_cast<int>(ids.size()), ids[next],
-                               failures);
+    if (next != ids.end()) {
+        Raise<PolicyException>(msg::RemovalGivenUp, removed, static_cast<int>(ids.size()), *next, failures);
     }
     // Not as a file that was missing, which callers pass over.
     if (HoldsUnflushed(failures)) throw LumPalIo::IOException_t(failures);
@@ -115,7 +102,7 @@ void PolicyOperation::SendUnreported() {
     }
 }
 
-void PolicyOperation::RemovePolicy(const String_t& originator, const String_t& id, MessageList_t& failures) {
+bool PolicyOperation::RemovePolicy(const String_t& originator, const String_t& id, MessageList_t& failures) {
     const PolicyContainerImpl::HeaderPtr header = Cache()->GetPolicyHeader(id);
     const SharedDataFiles::Names spared = SharedDataFiles::Spare(*Cache(), *header);
     PolicyRecord policy = header->Snapshot();
@@ -124,13 +111,14 @@ void PolicyOperation::RemovePolicy(const String_t& originator, const String_t& i
     SharedDataFiles::LogLeft(*Cache(), *header, spared);
     // A file that the document names twice is deleted once, and then not missing.
     for (const String_t& name : DistinctDataFiles(policy)) RemoveDataFile(originator, policy, name, failures);
-    if (!RemoveHeaderFile(originator, policy, failures)) return;
+    if (!RemoveHeaderFile(originator, policy, failures)) return false;
     ForgetPolicy(originator, policy);
     try {
         StoreJournal::Flush({policy.typeName});
     } catch (const LumPalIo::IOException_t& e) {
         failures.Add(Make(msg::RemovalNotFlushed, policy.containerId, policy.typeName, e));
     }
+    return true;
 }
 
 void PolicyOperation::RemoveDataFile(const String_t& originator, const PolicyRecord& policy, const String_t& name,

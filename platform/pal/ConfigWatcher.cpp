@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <new>
 #include <set>
 #include <thread>
 #include <utility>
@@ -96,29 +97,27 @@ void ConfigWatcher::Register(const String_t& nameSpace, ConfigChangeHandler_i& h
     if (known) return;
     // Watching before reading: a change in between is seen by one of the two.
     WatchLocked(folder);
-    registrations.push_back(
-        std::shared_ptr<Registration>(new Registration{nameSpace, folder, &handler, LoadOrNothing(folder, nameSpace)}));
+    const std::shared_ptr<Registration> made(
+        new Registration{nameSpace, folder, &handler, LoadOrNothing(folder, nameSpace)});
     StartLocked();
+    registrations.push_back(made);  // last: whoever fails here is not told, and may be gone
 }
 
 void ConfigWatcher::Unregister(const String_t& nameSpace, ConfigChangeHandler_i& handler) {
     LumPalThread::PlainLock_t lock(mutex);
-    Registrations gone;
-    for (const auto& registration : registrations) {
-        if (registration->IsOf(nameSpace, handler)) gone.push_back(registration);
+    // Without memory too: the handler may be gone when this returns.
+    std::erase_if(registrations, [&](const auto& registration) {
+        const bool isGone = registration->IsOf(nameSpace, handler);
+        registration->removed = registration->removed || isGone;
+        return isGone;
+    });
+    try {
+        UnwatchIdleLocked();
+    } catch (const std::bad_alloc&) {
+        // The folder stays watched until the next handler goes.
     }
-    for (const auto& registration : gone) {
-        registration->removed = true;
-        registrations.erase(std::find(registrations.begin(), registrations.end(), registration));
-    }
-    UnwatchIdleLocked();
     if (std::this_thread::get_id() == self) return;
-    while (IsInCallLocked(gone)) callEnded.wait(lock.ForWait());
-}
-
-bool ConfigWatcher::IsInCallLocked(const Registrations& some) const {
-    const Registration* const called = inCall;
-    return std::any_of(some.begin(), some.end(), [&](const auto& one) { return one.get() == called; });
+    while (inCall && inCall->removed && inCall->IsOf(nameSpace, handler)) callEnded.wait(lock.ForWait());
 }
 
 void ConfigWatcher::StartLocked() {

@@ -38,7 +38,6 @@ private:
     void WatchLocked(const LumPalStr::String_t& folder) LUMPAL_REQUIRES(mutex);
     void UnwatchIdleLocked() LUMPAL_REQUIRES(mutex);
     bool IsWaitingForFolderLocked() const LUMPAL_REQUIRES(mutex);
-    bool IsInCallLocked(const Registrations& some) const LUMPAL_REQUIRES(mutex);
     std::chrono::milliseconds Step();
     void Look();
     int LongestWait();

@@ -21,6 +21,8 @@ using lumtools::Text;
 namespace {
 
 constexpr int kMostWarnings = 10;
+/// Of a file that thousands of policies name there are millions of pairs, which nobody reads.
+constexpr std::size_t kMostPairs = 10000;
 
 /// Warnings up to a number that can be read, and then the count of the others.
 class Warnings {
@@ -34,7 +36,10 @@ public:
     }
     void End() {
         if (count <= kMostWarnings) return;
-        list.Add(LumPalMsg::CreateWarn_t("There are %1 more such data files.") << count - kMostWarnings);
+        const bool isAll = static_cast<std::size_t>(count) < kMostPairs;
+        list.Add(LumPalMsg::CreateWarn_t(isAll ? "There are %1 more such data files."
+                                               : "There are at least %1 more such data files.")
+                 << count - kMostWarnings);
     }
 
 private:
@@ -67,8 +72,11 @@ public:
 private:
     void AddFile(const PolicyHeader& installed, const String_t& file, const Policies& naming) {
         const String_t other = installed.GetContainerId();
+        const bool isGoing = given.going.contains(other);
+        if (isGoing && given.isAllGoing) return;
         for (const auto& [id, policy] : naming) {
-            if (IsSame(policy, installed) || (given.going.contains(id) && given.going.contains(other))) continue;
+            if (pairs.size() >= kMostPairs) return;
+            if (IsSame(policy, installed) || (isGoing && given.going.contains(id))) continue;
             if (told && told->DoesName(policy, file) && told->DoesName(installed, file)) continue;
             if (pairs.insert({file, std::min(id, other), std::max(id, other)}).second)
                 warnings.Add(file, policy, installed, where);
@@ -83,6 +91,11 @@ private:
 };
 
 MessageList_t GivenPolicies::Add(const PolicyHeader& header) {
+    isAllGoing = false;
+    return AddOne(header);
+}
+
+MessageList_t GivenPolicies::AddOne(const PolicyHeader& header) {
     MessageList_t list;
     Warnings warnings(list);
     for (int i = 0; i < header.GetDataFileCount(); ++i) {
@@ -97,7 +110,7 @@ MessageList_t GivenPolicies::Add(const PolicyHeader& header) {
 }
 
 void GivenPolicies::AddGoing(const PolicyHeader& header) {
-    Add(header);
+    AddOne(header);
     going.insert(header.GetContainerId());
 }
 
@@ -145,6 +158,7 @@ Outcome AskOfRemoval(const LumConf::PolicyForwarder& forwarder, const std::strin
         if (!selections.IsOne()) {
             const PolicyContainer listed = ListOf(forwarder, host, selections, targetId);
             for (int i = 0; i < listed.GetCount(); ++i) meant.insert(listed.GetPolicyHeader(i).GetContainerId());
+            if (meant.empty()) return;
         }
         for (const LumConf::StoredPolicy& policy :
              ReadFromNode(forwarder, host, selections.GetFirst(), LumConf::StoredFiles::Digests, targetId)) {

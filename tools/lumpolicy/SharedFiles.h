@@ -39,6 +39,8 @@ public:
                  const GivenPolicies& told, LumPalMsg::MessageList_t& warnings) const;
 
 private:
+    LumPalMsg::MessageList_t AddOne(const LumConf::PolicyHeader& header);
+
     /// The given policies that name a data file, by their ids.
     using Policies = std::map<LumPalStr::String_t, LumConf::PolicyHeader>;
     /// Of one type: each data file, with the policies that name it.
@@ -50,6 +52,7 @@ private:
 
     std::map<LumPalStr::String_t, Naming> types;
     std::set<LumPalStr::String_t> going;  ///< ids
+    bool isAllGoing = true;
 };
 
 /// Asks a node whether the removal of the selected policies would take data files of others along: for what they name,

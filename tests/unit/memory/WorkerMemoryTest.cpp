@@ -3,7 +3,9 @@
 
 #include <atomic>
 #include <memory>
+#include <new>
 #include <optional>
+#include <string>
 
 #include "ConfParHandler.h"
 #include "Configure.h"
@@ -57,6 +59,57 @@ TEST(WorkerMemory, ThatRunsOutAnywhereFromTheStartOnLeavesAWorkerThatDoesTheNext
             worker->Stop();
             worker.reset();
         });
+}
+
+class CountingHandler : public LumPalConfig::ConfigChangeHandler_i {
+public:
+    void Update(const LumPalConfig::ChangedConfiguration_t&, const LumPalConfig::Configuration_t&) override { ++calls; }
+
+    std::atomic<int> calls{0};
+};
+
+TEST(ConfigMemory, AHandlerThatGoesWithoutMemoryIsToldNothingMore) {
+    const TempRoot root;
+    const LumPalConfig::ConfigNamespace_t nameSpace("conf.core");
+    CountingHandler gone, stays;
+    nameSpace.Register(stays);
+    nameSpace.Register(gone);
+    {
+        const FailingMemory memory(FailingMemory::ThisThread(), 1, MemoryFault::FromThenOn);
+        EXPECT_NO_THROW(nameSpace.Unregister(gone));
+    }
+    Configure("conf.core", "CACHE_CONFIGSETTINGS_POLICIES", "true");
+    EXPECT_TRUE(Eventually([&] { return stays.calls == 1; }));
+    nameSpace.Unregister(stays);
+    EXPECT_EQ(gone.calls, 0);
+}
+
+TEST(ConfigMemory, AHandlerThatCannotBeTakenForWantOfMemoryIsToldNothing) {
+    const TempRoot root;
+    const LumPalConfig::ConfigNamespace_t nameSpace("conf.core");
+    CountingHandler stays;
+    nameSpace.Register(stays);
+    int changes = 0;
+    for (int nth = 1; !testing::Test::HasFailure(); ++nth) {
+        SCOPED_TRACE("allocation " + std::to_string(nth));
+        CountingHandler handler;
+        bool isTaken = true;
+        {
+            const FailingMemory memory(FailingMemory::ThisThread(), nth, MemoryFault::Once);
+            try {
+                nameSpace.Register(handler);
+            } catch (const std::bad_alloc&) {
+                isTaken = false;
+            }
+        }
+        ++changes;
+        Configure("conf.core", "CONTROL_ACK_TIMEOUT", std::to_string(changes).c_str());
+        EXPECT_TRUE(Eventually([&] { return stays.calls == changes; }));
+        if (isTaken) nameSpace.Unregister(handler);
+        if (isTaken) break;
+        EXPECT_EQ(handler.calls, 0);
+    }
+    nameSpace.Unregister(stays);
 }
 
 int LinesWith(const TempRoot& root, const std::string& words) {

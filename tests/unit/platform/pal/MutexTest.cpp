@@ -66,7 +66,7 @@ TEST(Mutex, GoesToWhoWaitsBeforeItsHolderHasItAgain) {
         mutex.Lock();
         Thread_t waiter("waiter");
         waiter.Start(runs);
-        WaitUntilAsleep(waiting);
+        EXPECT_TRUE(FallsAsleep(waiting));
         mutex.Unlock();
         mutex.Lock();
         EXPECT_TRUE(taken);
