@@ -166,7 +166,7 @@ String_t PcmkCib::AddressOf(const PcmkResource& resource, const String_t& node) 
     if (!resource.isBundle || !resource.isPromotable || first.Find(":") != LumPalStr::NotFound) return first;
     for (const PcmkCopy& copy : resource.copies) {
         const auto isPromotedHere = [&](const PcmkMember& member) {
-            return member.role == PcmkRole::Promoted && member.nodes.front() == node;
+            return member.role == PcmkRole::Promoted && member.IsActive() && member.nodes.front() == node;
         };
         if (std::none_of(copy.begin(), copy.end(), isPromotedHere)) continue;
         for (const PcmkMember& member : copy) {
