@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <set>
 #include <vector>
 
 #include "LumConfCluster/XmlDataTree.h"
@@ -68,6 +69,8 @@ struct PcmkSight {
     std::vector<PcmkNode> nodes;
     std::vector<PcmkResource> resources;
     std::vector<PcmkBan> bans;
+    /// The ids of what remote nodes are there by. It runs on none of them itself.
+    std::set<LumPalStr::String_t> remoteHosts;
     /// What is told of below its node alone. Where it belongs is not told: see PcmkCib::PutTogether.
     std::vector<PcmkMember> loose;
 
