@@ -12,7 +12,7 @@ using LumPalStr::String_t;
 
 namespace {
 
-constexpr std::array kReferable{"nvpair", "instance_attributes", "cluster_property_set", "template", "rule", "tag"};
+constexpr std::array kReferable{"nvpair", "instance_attributes", "cluster_property_set", "template", "rule"};
 constexpr std::array kResourceKinds{"primitive", "group", "clone", "master", "bundle"};
 
 bool IsOneOf(const String_t& name, const auto& names) {
@@ -79,7 +79,14 @@ PcmkCib::PcmkCib(const XmlDataTree& tree) {
 
 void PcmkCib::Index(const XmlDataNode& node) {
     if (IsOneOf(node.GetName(), kReferable)) byId.emplace(AttributeOf(node, "id"), &node);
+    if (node.GetName() == "tag") IndexTag(node);
     for (int i = 0; i < node.ChildrenCount(); ++i) Index(node[i]);
+}
+
+void PcmkCib::IndexTag(const XmlDataNode& tag) {
+    const auto [tagged, isNew] = tags.try_emplace(AttributeOf(tag, "id"));
+    if (!isNew) return;
+    PcmkForEach(tag, "obj_ref", [&](const XmlDataNode& one) { tagged->second.insert(AttributeOf(one, "id")); });
 }
 
 const XmlDataNode* PcmkCib::Section(const char* name) const {
@@ -234,12 +241,8 @@ bool PcmkCib::Means(const String_t& text, const String_t& id) const {
     if (text.IsEmpty()) return false;
     const auto from = templates.find(id);
     if (text == id || (from != templates.end() && text == from->second)) return true;
-    const auto tag = byId.find(text);
-    if (tag == byId.end() || tag->second->GetName() != "tag") return false;
-    bool isTagged = false;
-    PcmkForEach(*tag->second, "obj_ref",
-                [&](const XmlDataNode& one) { isTagged = isTagged || AttributeOf(one, "id") == id; });
-    return isTagged;
+    const auto tag = tags.find(text);
+    return tag != tags.end() && tag->second.contains(id);
 }
 
 }  // namespace LumConfCluster

@@ -54,6 +54,7 @@ private:
     };
 
     void Index(const XmlDataNode& node);
+    void IndexTag(const XmlDataNode& tag);
     bool IsPromotable(const PcmkResource& resource) const;
     const XmlDataNode* OutermostOf(const LumPalStr::String_t& member) const;
     const XmlDataNode* FindResource(const LumPalStr::String_t& id) const;
@@ -70,6 +71,7 @@ private:
     std::map<LumPalStr::String_t, const XmlDataNode*> resources;   ///< those that stand in no other one
     std::map<LumPalStr::String_t, LumPalStr::String_t> templates;  ///< the ids of those of primitives
     std::map<LumPalStr::String_t, const XmlDataNode*> holders;     ///< the one of these that holds a resource, or is it
+    std::map<LumPalStr::String_t, std::set<LumPalStr::String_t>> tags;  ///< what each of them is on
 };
 
 /// Visits the children of this name.
