@@ -199,15 +199,21 @@ const XmlDataNode* PcmkCib::OutermostOf(const String_t& member) const {
     return found == holders.end() ? nullptr : found->second;
 }
 
-/// The container of a bundle tells it, in older releases by another word.
-bool PcmkCib::IsPromotable(const PcmkResource& resource) const {
-    const XmlDataNode* const found = resource.isBundle ? FindResource(resource.name) : nullptr;
-    for (int i = 0; found && i < found->ChildrenCount(); ++i) {
+/// The container of a bundle tells it, a clone as what it is; in older releases both by another word.
+int PcmkCib::PromotedMax(const PcmkResource& resource) const {
+    const XmlDataNode* const found = FindResource(resource.name);
+    if (!found) return 0;
+    int most = 0;
+    for (int i = 0; resource.isBundle && i < found->ChildrenCount(); ++i) {
         const XmlDataNode& container = (*found)[i];
-        if (std::max(AttributeOf(container, "promoted-max").ToInt(), AttributeOf(container, "masters").ToInt()) > 0)
-            return true;
+        for (const char* name : {"promoted-max", "masters"})
+            most = std::max(most, AttributeOf(container, name).ToInt());
     }
-    return false;
+    if (resource.isBundle) return most;
+    Owners owners{found};
+    if (const XmlDataNode* const defaults = Section("rsc_defaults")) owners.push_back(defaults);
+    const String_t told = ParameterOf(owners, "meta_attributes", "promoted-max");
+    return (told.IsEmpty() ? ParameterOf(owners, "meta_attributes", "master-max") : told).ToInt();
 }
 
 std::set<String_t> PcmkCib::Contained() const {
@@ -233,8 +239,11 @@ void PcmkCib::PutTogether(PcmkSight& sight) const {
         Add(sight.resources[place->second], member);
     }
     sight.loose.clear();
-    for (PcmkResource& resource : sight.resources)
-        resource.isPromotable = resource.isPromotable || IsPromotable(resource);
+    for (PcmkResource& resource : sight.resources) {
+        const int most = PromotedMax(resource);
+        resource.isPromotable = resource.isPromotable || (resource.isBundle && most > 0);
+        resource.isOftenPromoted = most > 1;
+    }
 }
 
 bool PcmkCib::Means(const String_t& text, const String_t& id) const {

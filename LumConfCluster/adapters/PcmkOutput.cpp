@@ -309,10 +309,16 @@ String_t PcmkNode::Detail() const {
     return detail;
 }
 
-/// Bundles without a running copy do not tell whether one of them is to be promoted.
+bool PcmkResource::IsPromotedTwice() const {
+    const auto isPromoted = [](const PcmkMember& member) { return member.role == PcmkRole::Promoted; };
+    return std::count_if(copies.begin(), copies.end(),
+                         [&](const PcmkCopy& copy) { return std::any_of(copy.begin(), copy.end(), isPromoted); }) > 1;
+}
+
+/// Bundles without a running copy do not tell whether one of them is to be promoted, and nothing whether several are.
 bool PcmkSight::NeedsConfiguration() const {
     const auto isUntold = [](const PcmkResource& resource) {
-        return resource.isBundle && resource.isCloned && !resource.isPromotable;
+        return (resource.isBundle && resource.isCloned && !resource.isPromotable) || resource.IsPromotedTwice();
     };
     return !loose.empty() || std::any_of(resources.begin(), resources.end(), isUntold);
 }

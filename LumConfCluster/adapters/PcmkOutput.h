@@ -54,6 +54,10 @@ struct PcmkResource {
     bool isBundle = false;
     std::vector<PcmkCopy> copies;
     std::vector<LumPalStr::String_t> inner;  ///< the ids of what it holds, without the numbers of copies
+    bool isOftenPromoted = false;  ///< several of its copies may be at once; not told before PcmkCib::PutTogether
+
+    /// Several of its copies are told to be.
+    bool IsPromotedTwice() const;
 };
 
 /// A resource that may not run on a node.
