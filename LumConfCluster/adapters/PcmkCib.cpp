@@ -12,7 +12,8 @@ using LumPalStr::String_t;
 
 namespace {
 
-constexpr std::array kReferable{"nvpair", "instance_attributes", "cluster_property_set", "template", "rule"};
+constexpr std::array kReferable{"nvpair", "instance_attributes", "meta_attributes", "cluster_property_set", "template",
+                                "rule"};
 constexpr std::array kResourceKinds{"primitive", "group", "clone", "master", "bundle"};
 
 bool IsOneOf(const String_t& name, const auto& names) {

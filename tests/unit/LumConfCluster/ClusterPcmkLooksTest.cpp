@@ -143,6 +143,10 @@ TEST_F(PcmkLooks, OneThatIsPromotedTwiceIsNotSettledUnlessItMayBe) {
             EXPECT_TRUE(Look().IsEverywhere()) << name << isDefault;
         }
     }
+    node.SetCib(
+        "<resources><clone id='other'><meta_attributes id='m'><nvpair name='promoted-max' value='2'/></meta_attributes>"
+        "</clone><clone id='web'><meta_attributes id-ref='m'/><primitive id='x'/></clone></resources>");
+    EXPECT_TRUE(Look().IsSettled()) << "it may stand elsewhere";
 }
 
 /// A third node that knows nothing of it takes nothing from those where it is told.
