@@ -85,7 +85,8 @@ class HeldUp(Told):
                                            "it fails: "), kept)
         found = self.checks(node, code=FAILED)["write-back"]
         self.assertEqual((found["state"], found["advice"]),
-                         ("failed", "lumsettings set conf.cluster 'POLLING_INTERVAL=10000'"), found)
+                         ("failed", "set POLLING_INTERVAL to the value that is meant again (lumsettings set "
+                                    "conf.cluster)"), found)
         mark.unlink()
         self.await_phase(node, "waiting")
         wait_until(lambda: self.state(node)["phase"] == "watching", "the daemon fills it for a successor")
