@@ -35,6 +35,10 @@ String_t ApplicationNames::FindHolder(const String_t& name) const {
     return "";
 }
 
+String_t ApplicationNames::Mark() {
+    return MarkedNames::kMarker;
+}
+
 NamePairs FindAlikeButForCase(const std::vector<String_t>& names) {
     NamePairs alike;
     std::map<String_t, String_t> firsts;

@@ -35,10 +35,16 @@ using Lines = std::vector<Line>;
 
 void AddDropped(const Applications& applications, Lines& lines) {
     for (const auto& [name, holder] : applications.GetImpl()->dropped) {
-        lines.push_back({CreateWarn_t("The application '%1' is not followed: its name is part of that of '%2', which "
-                                      "stands before it in the list of applications.")
-                             << Shown(name) << Shown(holder),
-                         "dropped\n" + name});
+        const LumPalMsg::Message_t message =
+            holder.IsEmpty() ? CreateWarn_t(
+                                   "The application '%1' is not followed: its name is empty, or holds "
+                                   "characters of '%2', by which names are kept apart.")
+                                   << Shown(name) << ApplicationNames::Mark()
+                             : CreateWarn_t(
+                                   "The application '%1' is not followed: its name is part of that of '%2', "
+                                   "which stands before it in the list of applications.")
+                                   << Shown(name) << Shown(holder);
+        lines.push_back({message, "dropped\n" + name});
     }
 }
 

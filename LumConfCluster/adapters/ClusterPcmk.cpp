@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <set>
 #include <string_view>
 
 #include "ClusterNodeImpl.h"
@@ -64,6 +65,7 @@ bool IsEverywhere(const PcmkResource& resource) {
     return resource.isCloned && !resource.isPromotable;
 }
 
+/// By the configuration too: else nothing is told of it but where it may be.
 bool IsPromotedTwice(const PcmkResource& resource, const PcmkState& state) {
     return resource.isPromotable && state.word == std::string_view(pcmkWords::kPromoted) && state.node.IsEmpty();
 }
@@ -196,7 +198,9 @@ private:
 void ClusterPcmk::MarkDoubtful(const ClusterResourceGroup& group, const PcmkDoubt& doubt) {
     if (doubt.nodes.empty()) return;
     ClusterResourceGroupImpl& record = *group.GetImpl();
-    record.mayBeOn = doubt.nodes;
+    std::set<String_t> mayBeOn(doubt.nodes.begin(), doubt.nodes.end());
+    mayBeOn.insert(record.mayBeOn.begin(), record.mayBeOn.end());
+    record.mayBeOn.assign(mayBeOn.begin(), mayBeOn.end());
     record.state = GroupStateOf(pcmkWords::kUnprobed);
     record.detail = pcmkWords::kUnprobed;
     const bool mayBeHere = std::find(doubt.nodes.begin(), doubt.nodes.end(), localNodeName) != doubt.nodes.end();

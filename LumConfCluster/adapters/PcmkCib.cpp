@@ -12,7 +12,8 @@ using LumPalStr::String_t;
 
 namespace {
 
-constexpr std::array kReferable{"nvpair", "instance_attributes", "cluster_property_set", "template", "rule", "tag"};
+constexpr std::array kReferable{"nvpair", "instance_attributes", "meta_attributes", "cluster_property_set", "template",
+                                "rule"};
 constexpr std::array kResourceKinds{"primitive", "group", "clone", "master", "bundle"};
 
 bool IsOneOf(const String_t& name, const auto& names) {
@@ -79,7 +80,14 @@ PcmkCib::PcmkCib(const XmlDataTree& tree) {
 
 void PcmkCib::Index(const XmlDataNode& node) {
     if (IsOneOf(node.GetName(), kReferable)) byId.emplace(AttributeOf(node, "id"), &node);
+    if (node.GetName() == "tag") IndexTag(node);
     for (int i = 0; i < node.ChildrenCount(); ++i) Index(node[i]);
+}
+
+void PcmkCib::IndexTag(const XmlDataNode& tag) {
+    const auto [tagged, isNew] = tags.try_emplace(AttributeOf(tag, "id"));
+    if (!isNew) return;
+    PcmkForEach(tag, "obj_ref", [&](const XmlDataNode& one) { tagged->second.insert(AttributeOf(one, "id")); });
 }
 
 const XmlDataNode* PcmkCib::Section(const char* name) const {
@@ -166,7 +174,7 @@ String_t PcmkCib::AddressOf(const PcmkResource& resource, const String_t& node) 
     if (!resource.isBundle || !resource.isPromotable || first.Find(":") != LumPalStr::NotFound) return first;
     for (const PcmkCopy& copy : resource.copies) {
         const auto isPromotedHere = [&](const PcmkMember& member) {
-            return member.role == PcmkRole::Promoted && member.nodes.front() == node;
+            return member.role == PcmkRole::Promoted && member.IsActive() && member.nodes.front() == node;
         };
         if (std::none_of(copy.begin(), copy.end(), isPromotedHere)) continue;
         for (const PcmkMember& member : copy) {
@@ -192,15 +200,21 @@ const XmlDataNode* PcmkCib::OutermostOf(const String_t& member) const {
     return found == holders.end() ? nullptr : found->second;
 }
 
-/// The container of a bundle tells it, in older releases by another word.
-bool PcmkCib::IsPromotable(const PcmkResource& resource) const {
-    const XmlDataNode* const found = resource.isBundle ? FindResource(resource.name) : nullptr;
-    for (int i = 0; found && i < found->ChildrenCount(); ++i) {
+/// The container of a bundle tells it, a clone as what it is; in older releases both by another word.
+int PcmkCib::PromotedMax(const PcmkResource& resource) const {
+    const XmlDataNode* const found = FindResource(resource.name);
+    if (!found) return 0;
+    int most = 0;
+    for (int i = 0; resource.isBundle && i < found->ChildrenCount(); ++i) {
         const XmlDataNode& container = (*found)[i];
-        if (std::max(AttributeOf(container, "promoted-max").ToInt(), AttributeOf(container, "masters").ToInt()) > 0)
-            return true;
+        for (const char* name : {"promoted-max", "masters"})
+            most = std::max(most, AttributeOf(container, name).ToInt());
     }
-    return false;
+    if (resource.isBundle) return most;
+    Owners owners{found};
+    if (const XmlDataNode* const defaults = Section("rsc_defaults")) owners.push_back(defaults);
+    const String_t told = ParameterOf(owners, "meta_attributes", "promoted-max");
+    return (told.IsEmpty() ? ParameterOf(owners, "meta_attributes", "master-max") : told).ToInt();
 }
 
 std::set<String_t> PcmkCib::Contained() const {
@@ -226,20 +240,19 @@ void PcmkCib::PutTogether(PcmkSight& sight) const {
         Add(sight.resources[place->second], member);
     }
     sight.loose.clear();
-    for (PcmkResource& resource : sight.resources)
-        resource.isPromotable = resource.isPromotable || IsPromotable(resource);
+    for (PcmkResource& resource : sight.resources) {
+        const int most = PromotedMax(resource);
+        resource.isPromotable = resource.isPromotable || (resource.isBundle && most > 0);
+        resource.isOftenPromoted = most > 1;
+    }
 }
 
 bool PcmkCib::Means(const String_t& text, const String_t& id) const {
     if (text.IsEmpty()) return false;
     const auto from = templates.find(id);
     if (text == id || (from != templates.end() && text == from->second)) return true;
-    const auto tag = byId.find(text);
-    if (tag == byId.end() || tag->second->GetName() != "tag") return false;
-    bool isTagged = false;
-    PcmkForEach(*tag->second, "obj_ref",
-                [&](const XmlDataNode& one) { isTagged = isTagged || AttributeOf(one, "id") == id; });
-    return isTagged;
+    const auto tag = tags.find(text);
+    return tag != tags.end() && tag->second.contains(id);
 }
 
 }  // namespace LumConfCluster

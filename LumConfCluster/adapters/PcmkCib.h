@@ -27,7 +27,7 @@ public:
     /// node. The first of the range where there is none, and of one of IPv6.
     LumPalStr::String_t AddressOf(const PcmkResource& resource, const LumPalStr::String_t& node) const;
     /// Puts what was told of by its node alone into the group where it belongs, or beside the others, and marks bundles
-    /// of which copies are to be promoted.
+    /// of which copies are to be promoted, and what may have several that are.
     void PutTogether(PcmkSight& sight) const;
     /// The part of the configuration with this name; null without it.
     const XmlDataNode* Section(const char* name) const;
@@ -54,7 +54,8 @@ private:
     };
 
     void Index(const XmlDataNode& node);
-    bool IsPromotable(const PcmkResource& resource) const;
+    void IndexTag(const XmlDataNode& tag);
+    int PromotedMax(const PcmkResource& resource) const;
     const XmlDataNode* OutermostOf(const LumPalStr::String_t& member) const;
     const XmlDataNode* FindResource(const LumPalStr::String_t& id) const;
     const XmlDataNode* TemplateOf(const XmlDataNode& primitive) const;
@@ -70,6 +71,7 @@ private:
     std::map<LumPalStr::String_t, const XmlDataNode*> resources;   ///< those that stand in no other one
     std::map<LumPalStr::String_t, LumPalStr::String_t> templates;  ///< the ids of those of primitives
     std::map<LumPalStr::String_t, const XmlDataNode*> holders;     ///< the one of these that holds a resource, or is it
+    std::map<LumPalStr::String_t, std::set<LumPalStr::String_t>> tags;  ///< what each of them is on
 };
 
 /// Visits the children of this name.

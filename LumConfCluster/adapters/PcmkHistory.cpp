@@ -122,7 +122,7 @@ PcmkHistory::Left PcmkHistory::LeftOn(const String_t& node, const String_t& memb
 /// What is in a container of a bundle is looked for on the container's own node, where the connection to that is.
 PcmkHistory::Left PcmkHistory::LeftOf(const PcmkMember& member, const PcmkCopy& copy, const PcmkNode& node) const {
     const Left whenMissing = isAllProbed ? Left::Unknown : Left::Nothing;
-    const bool isContained = contained.contains(member.id);
+    const bool isContained = contained.contains(member.id) || contained.contains(PcmkWithoutNumber(member.id));
     const auto connection = std::find_if(copy.begin(), copy.end(), [&](const PcmkMember& other) {
         return isContained && other.IsConnection() && IsOn(other, node.name);
     });

@@ -213,15 +213,17 @@ void LeaveOutImplied(PcmkSight& sight) {
     });
 }
 
-/// Neither what is a guest nor a connection runs on a node that is there by one.
-void BanFromRemotes(PcmkSight& sight) {
-    std::set<String_t> hosts;
+/// Those that are a guest, a connection, or a bundle with containers that are nodes.
+void FindRemoteHosts(PcmkSight& sight) {
     for (const PcmkNode& node : sight.nodes) {
-        if (node.isRemote) hosts.insert(node.host.IsEmpty() ? node.name : node.host);
+        if (node.isRemote) sight.remoteHosts.insert(node.host.IsEmpty() ? node.name : node.host);
     }
-    for (const PcmkNode& node : sight.nodes) {
-        for (const String_t& host : node.isRemote && !node.isInContainer ? hosts : std::set<String_t>())
-            sight.bans.push_back({host, node.name, false});
+    const auto isConnection = [](const PcmkMember& member) { return member.IsConnection(); };
+    for (const PcmkResource& resource : sight.resources) {
+        const bool hasNodes = std::any_of(resource.copies.begin(), resource.copies.end(), [&](const PcmkCopy& copy) {
+            return std::any_of(copy.begin(), copy.end(), isConnection);
+        });
+        if (resource.isBundle && hasNodes) sight.remoteHosts.insert(resource.name);
     }
 }
 
@@ -307,10 +309,16 @@ String_t PcmkNode::Detail() const {
     return detail;
 }
 
-/// Bundles without a running copy do not tell whether one of them is to be promoted.
+bool PcmkResource::IsPromotedTwice() const {
+    const auto isPromoted = [](const PcmkMember& member) { return member.role == PcmkRole::Promoted; };
+    return std::count_if(copies.begin(), copies.end(),
+                         [&](const PcmkCopy& copy) { return std::any_of(copy.begin(), copy.end(), isPromoted); }) > 1;
+}
+
+/// Bundles without a running copy do not tell whether one of them is to be promoted, and nothing whether several are.
 bool PcmkSight::NeedsConfiguration() const {
     const auto isUntold = [](const PcmkResource& resource) {
-        return resource.isBundle && resource.isCloned && !resource.isPromotable;
+        return (resource.isBundle && resource.isCloned && !resource.isPromotable) || resource.IsPromotedTwice();
     };
     return !loose.empty() || std::any_of(resources.begin(), resources.end(), isUntold);
 }
@@ -350,7 +358,7 @@ PcmkSight PcmkSightOf(const String_t& tool, const XmlDataTree& tree) {
     MarkContainers(sight);
     LeaveOutImplied(sight);
     TakeLoose(root, sight);
-    BanFromRemotes(sight);
+    FindRemoteHosts(sight);
     ForEach(root, "bans", "ban", [&](const XmlDataNode& ban) {
         if (AttributeOf(ban, "weight") != kMinusInfinity) return;
         const bool isOfPromotedOnly = Is(ban, "promoted-only") || Is(ban, "master_only");

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <set>
 #include <vector>
 
 #include "LumConfCluster/XmlDataTree.h"
@@ -53,6 +54,10 @@ struct PcmkResource {
     bool isBundle = false;
     std::vector<PcmkCopy> copies;
     std::vector<LumPalStr::String_t> inner;  ///< the ids of what it holds, without the numbers of copies
+    bool isOftenPromoted = false;  ///< several of its copies may be at once; not told before PcmkCib::PutTogether
+
+    /// Several of its copies are told to be.
+    bool IsPromotedTwice() const;
 };
 
 /// A resource that may not run on a node.
@@ -68,6 +73,8 @@ struct PcmkSight {
     std::vector<PcmkNode> nodes;
     std::vector<PcmkResource> resources;
     std::vector<PcmkBan> bans;
+    /// The ids of what remote nodes are there by. It runs on none of them itself.
+    std::set<LumPalStr::String_t> remoteHosts;
     /// What is told of below its node alone. Where it belongs is not told: see PcmkCib::PutTogether.
     std::vector<PcmkMember> loose;
 

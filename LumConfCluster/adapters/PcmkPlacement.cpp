@@ -65,7 +65,13 @@ private:
 class Judge {
 public:
     Judge(const PcmkResource& resource, const PcmkSight& sight, const PcmkCib& cib)
-        : resource(resource), sight(sight), cib(cib), rules(cib), ids(cib.IdsOf(resource)) {}
+        : resource(resource),
+          sight(sight),
+          cib(cib),
+          rules(cib),
+          ids(cib.IdsOf(resource)),
+          isRemoteHost(std::any_of(ids.begin(), ids.end(),
+                                   [&](const String_t& id) { return sight.remoteHosts.contains(id); })) {}
 
     std::vector<String_t> Nodes() {
         if (const XmlDataNode* const constraints = cib.Section("constraints"))
@@ -73,7 +79,7 @@ public:
         for (const PcmkBan& ban : sight.bans) TakeBan(ban);
         std::vector<String_t> nodes;
         for (const PcmkNode& node : sight.nodes) {
-            if (!node.isInContainer && IsLet(Of(node.name))) nodes.push_back(node.name);
+            if (IsOfItsKind(node) && IsLet(Of(node.name))) nodes.push_back(node.name);
         }
         std::stable_sort(nodes.begin(), nodes.end(), [this](const String_t& one, const String_t& other) {
             return Of(one).Whole() > Of(other).Whole();
@@ -89,6 +95,8 @@ private:
         bool isExclusive;
     };
 
+    /// Whatever constraints say: no node is there by what runs on one that is not a member.
+    bool IsOfItsKind(const PcmkNode& node) const { return !node.isInContainer && !(isRemoteHost && node.isRemote); }
     /// The case of names does not count.
     Verdict& Of(const String_t& node) { return verdicts[node.ToLower()]; }
     bool IsLet(const Verdict& verdict) const {
@@ -181,6 +189,7 @@ private:
     const PcmkCib& cib;
     const PcmkRules rules;
     const std::set<String_t> ids;
+    const bool isRemoteHost;
     std::map<String_t, Verdict> verdicts;
     bool isExclusive = false;
 };

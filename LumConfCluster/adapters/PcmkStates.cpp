@@ -103,17 +103,21 @@ PcmkState PcmkStates::BestOf(const PcmkResource& resource) const {
     return best;
 }
 
-/// One that is promoted and in trouble comes first: nobody knows what it does.
+/// One that is promoted and in trouble comes first: nobody knows what it does. Where one alone may be promoted several
+/// are not for long: they are taken for one member on several nodes.
 PcmkState PcmkStates::PromotedOf(const PcmkResource& resource) const {
     PcmkState promoted = BestOf(resource);
     if (promoted.word == std::string_view(kStarted)) promoted.word = kUnpromoted;
+    std::set<String_t> nodes;
     int count = 0;
     for (const PcmkCopy& copy : resource.copies) {
         if (!IsOf(copy, PcmkRole::Promoted)) continue;
         const PcmkState state = StateOf(copy);
         if (state.word != std::string_view(kPromoted)) return state;
         promoted = ++count == 1 ? state : PcmkState{state.word, "", {}};
+        nodes.insert(state.node);
     }
+    if (count > 1 && !resource.isOftenPromoted) return {kPartial, "", {nodes.begin(), nodes.end()}};
     return promoted;
 }
 
@@ -131,7 +135,8 @@ const char* PcmkStates::WordOn(const PcmkResource& resource, const String_t& nod
         const char* const word = StateOf(copy).word;
         if (RankOf(word) < RankOf(best)) best = word;
     }
-    return best;
+    const bool isPromoted = best == std::string_view(kPromoted);
+    return isPromoted && resource.isPromotable && !Whole(resource).several.empty() ? kPartial : best;
 }
 
 }  // namespace LumConfCluster

@@ -20,8 +20,8 @@ inline constexpr char kStarted[] = "Started", kStopped[] = "Stopped", kPromoted[
 struct PcmkState {
     const char* word = pcmkWords::kStopped;
     LumPalStr::String_t node;  ///< the one where it is; empty for none or several, and for copies without a first one
-    /// Where a member of it is that is on several at once, without a failure. That passes: a node that comes back
-    /// brings its old history along, and what really is so Pacemaker ends.
+    /// Where a member of it is that is on several at once, or where it is promoted beyond what it may, without a
+    /// failure. That passes: a node that comes back brings its old history along, and what really is so Pacemaker ends.
     std::vector<LumPalStr::String_t> several = {};
 };
 

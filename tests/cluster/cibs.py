@@ -53,6 +53,7 @@ class Member:
     agent: str = "IPaddr2"  # of an address
     blocks: bool = False  # when it fails
     where: dict = field(default_factory=dict)  # states by nodes
+    promoted_max: str = ""  # of the clone that it is in
 
     def meta(self):
         pairs = (pair(self.id, "target-role", "Stopped") if self.disabled else "") + \
@@ -153,6 +154,8 @@ class Shape:
         if kind == "promotable" and hosts and self.random.random() < 0.7:
             for node in self.random.sample(hosts, min(len(hosts), self.random.choice([1, 1, 1, 2]))):
                 member.where[node] = "promoted"
+        # By numbers of its own, as locations.
+        member.promoted_max = random.Random(f"promoted {self.number} {member.id}").choice(["", "1", "2", "2"])
 
     def draw_group_copies(self, members):
         """On a node all members run, or none, or all but those behind the first."""
@@ -209,7 +212,9 @@ class Shape:
             return f'<group id="{name}">{inside}</group>'
         if kind == CLONED_GROUP:
             return f'<clone id="{name}"><group id="{name}-each">{inside}</group></clone>'
-        meta = f'<meta_attributes id="{name}-meta">{pair(name, "promotable", "true")}</meta_attributes>'
+        most = members[0].promoted_max
+        pairs = pair(name, "promotable", "true") + (pair(name, "promoted-max", most) if most else "")
+        meta = f'<meta_attributes id="{name}-meta">{pairs}</meta_attributes>'
         return f'<clone id="{name}">{meta if kind == "promotable" else ""}{inside}</clone>'
 
     def status_text(self, number, node):
@@ -317,10 +322,13 @@ class Shape:
                 return self.unprobed(is_here=self.local in active)
             return Seen("Unknown" if wanted else "Offline", local="Unknown" if self.local in active else "Offline",
                         detail="Unmanaged" if wanted else "")
-        if not member.disabled and not promoted and self.is_doubted([member]):
+        is_twice = len(promoted) > 1 and member.promoted_max != "2"  # which passes
+        if not member.disabled and (not promoted or is_twice) and self.is_doubted([member]):
             return self.unprobed()
         if member.disabled or not promoted:
             return Seen("Offline", detail="" if not active else "Partial" if member.disabled else "Unpromoted")
+        if is_twice:
+            return Seen("Offline", detail="Partial")
         return Seen("Online", promoted[0] if len(promoted) == 1 else "", local="Online" if self.local in promoted else "Offline",
                     everywhere=len(promoted) > 1)
 

@@ -85,7 +85,8 @@ class HeldUp(Told):
                                            "it fails: "), kept)
         found = self.checks(node, code=FAILED)["write-back"]
         self.assertEqual((found["state"], found["advice"]),
-                         ("failed", "lumsettings set conf.cluster 'POLLING_INTERVAL=10000'"), found)
+                         ("failed", "set POLLING_INTERVAL to the value that is meant again (lumsettings set "
+                                    "conf.cluster)"), found)
         mark.unlink()
         self.await_phase(node, "waiting")
         wait_until(lambda: self.state(node)["phase"] == "watching", "the daemon fills it for a successor")
@@ -121,6 +122,9 @@ class TakenOtherwise(test_cluster_tool.OnACluster):
         self.assertRegex(text, "-> let it stand before 'webshop' in '.*/apminfo.xml', or give it another name")
         self.assertNotIn("ends the monitor", text)
         self.assertNotIn("every application's file load", text)
+        text = self.checked(("~", {}, ""), web)
+        self.assertIn("the application '~' is dropped, since its name is empty, or holds characters of '~@$#%~', by which "
+                      "names are kept apart: nothing of it is followed", text)
         text = self.checked(shop, web)
         self.assertNotIn("dropped", text)
         self.assertIn("as 'a=b', which no name can be: that ends the monitor", text)

@@ -23,6 +23,9 @@ def resource(role, at="", **flags):
 NODES = (node("alpha", 1, online=1, maintenance=1) + node("beta", 2, online=1, standby=1) + node("gamma", 3, unclean=1) +
          node("delta", 4, online=1, pending=1) + node("far", "far", online=1).replace("/>", ' type="remote"/>'))
 CLONE = '<clone id="everywhere">' + resource("Started", "alpha") + resource("Started", "beta") + "</clone>"
+TWO_PROMOTED = ('<cib><configuration><resources><clone id="everywhere"><meta_attributes id="m">'
+                '<nvpair id="n" name="promoted-max" value="2"/></meta_attributes><primitive id="r"/></clone></resources>'
+                '</configuration></cib>\n')
 MONITOR = ('<pacemaker-result><summary><current_dc present="true" with_quorum="true"/></summary>'
            f'<nodes>{NODES}</nodes><resources>{CLONE}<group id="kept">' + resource("Started", "alpha", managed="false") +
            '</group></resources><status code="0" message="OK"/></pacemaker-result>\n')
@@ -65,9 +68,10 @@ class Pacemaker(test_cluster_tool.OnACluster):
         self.assertIn("'misled' names the group 'everywhere', which runs as copies on several nodes: it does not enable it",
                       self.told(cluster, "check", code=FAILED))
 
-    def told_of(self, nodes, resources, *words):
+    def told_of(self, nodes, resources, *words, cib=""):
         cluster = self.pacemaker()
-        cluster.let("crm_mon *", print=MONITOR.replace(NODES, nodes).replace(CLONE, resources))
+        conducts = [{"call": "crm_mon *", "print": MONITOR.replace(NODES, nodes).replace(CLONE, resources)}]
+        cluster.write(conducts=conducts + ([{"call": "cibadmin *", "print": cib}] if cib else []))
         return self.told(cluster, *words, code=FAILED)
 
     def test_ids_that_a_remote_node_lacks_are_no_warning(self):
@@ -84,7 +88,9 @@ class Pacemaker(test_cluster_tool.OnACluster):
 
     def test_what_is_promoted_on_several_nodes_nothing_can_follow(self):
         both = CLONE.replace("<clone", '<clone multi_state="true"').replace("Started", "Promoted")
-        self.assertIn("the group 'everywhere' runs as copies on several nodes", self.told_of(NODES, both, "check"))
+        said = "the group 'everywhere' runs as copies on several nodes"
+        self.assertNotIn(said, self.told_of(NODES, both, "check"), "one alone may be")
+        self.assertIn(said, self.told_of(NODES, both, "check", cib=TWO_PROMOTED))
 
     def test_all_addresses_come_with_the_groups(self):
         cluster = self.pacemaker()

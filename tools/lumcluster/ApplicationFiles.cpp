@@ -121,6 +121,13 @@ private:
 
     void TellDropped(const std::string& name, const std::string& path) {
         const std::string holder = names.FindHolder(Text(name)).ToUtf8();
+        if (holder.empty()) {
+            return Add(State::Warning,
+                       "the application '" + name + "' is dropped, since its name is empty, or holds characters of '" +
+                           ApplicationNames::Mark().ToUtf8() +
+                           "', by which names are kept apart: nothing of it is followed",
+                       "give it another name in '" + path + "'");
+        }
         Add(State::Warning,
             "the application '" + name + "' is dropped, since its name is part of that of '" + holder +
                 "', which stands before it: nothing of it is followed",

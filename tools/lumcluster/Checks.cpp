@@ -238,11 +238,9 @@ void CheckWriteBack(const Subject& subject, Findings& findings) {
         return findings.push_back({State::Ok, "write-back", "the monitor can set keys of this node itself", ""});
     }
     if (!needed.empty()) {
-        std::string advice = "lumsettings set conf.cluster";
-        for (const WriteBack& each : needed) advice += " '" + each.key + "=" + each.wanted + "'";
         return findings.push_back({State::Failed, "write-back",
                                    TextOf(needed) + ": the monitor would set that, and ends when it fails: " + problem,
-                                   advice});
+                                   AdviceOf(needed)});
     }
     findings.push_back({State::Note, "write-back", "the monitor cannot set keys of this node: " + problem,
                         "nothing, as long as CLUSTER_TYPE, POLLING_INTERVAL and MONITOR_MODE are right; else mend "

@@ -46,12 +46,15 @@ std::vector<std::string> Obstacles(const Follower& follower, const Keys& keys, c
 
 /// A key of conf.cluster that the next cycle of a monitor sets, in a request to the node itself, before all else.
 struct WriteBack {
-    std::string key, present, wanted;
+    std::string key, present;
+    std::string wanted;  ///< empty: what the monitor follows at the moment, which nobody else knows
 };
 /// All of them. What is empty the daemon fills before it starts a monitor: that is one for a monitor that runs already.
 std::vector<WriteBack> WriteBacks(const Follower& follower, const Keys& keys, const Sight& sight);
 /// "CLUSTER_TYPE is 'odd', and MONITOR_MODE is empty"
 std::string TextOf(const std::vector<WriteBack>& writeBacks);
+/// How to do it in the monitor's place. No value is named that may not be the meant one: it could switch policies.
+std::string AdviceOf(const std::vector<WriteBack>& writeBacks);
 /// Why such a request would fail; empty when nothing is known against it.
 std::string WriteBackProblem(const LocalName& local);
 

@@ -61,8 +61,8 @@ std::vector<WriteBack> WriteBacks(const Follower& follower, const Keys& keys, co
     if (isTypeOdd || (isBegun && keys.type.empty())) {
         writeBacks.push_back({LumPalKeys::ClusterTypeKey, keys.type, product});
     }
-    if (isBegun && keys.pollingInterval.empty()) writeBacks.push_back({LumPalKeys::PollingIntervalKey, "", "10000"});
-    if (isBegun && keys.monitorMode.empty()) writeBacks.push_back({LumPalKeys::MonitorModeKey, "", "true"});
+    if (isBegun && keys.pollingInterval.empty()) writeBacks.push_back({LumPalKeys::PollingIntervalKey, "", ""});
+    if (isBegun && keys.monitorMode.empty()) writeBacks.push_back({LumPalKeys::MonitorModeKey, "", ""});
     return writeBacks;
 }
 
@@ -73,6 +73,24 @@ std::string TextOf(const std::vector<WriteBack>& writeBacks) {
                 (each.present.empty() ? "empty" : "'" + each.present + "'");
     }
     return text;
+}
+
+std::string AdviceOf(const std::vector<WriteBack>& writeBacks) {
+    const std::string command = "lumsettings set conf.cluster";
+    std::string known, meant;
+    int count = 0;
+    for (const WriteBack& each : writeBacks) {
+        if (each.wanted.empty()) {
+            meant += (meant.empty() ? "" : " and ") + each.key;
+            ++count;
+        } else {
+            known += " '" + each.key + "=" + each.wanted + "'";
+        }
+    }
+    if (!known.empty()) known = command + known;
+    if (count == 0) return known;
+    return known + (known.empty() ? "" : ", and ") + "set " + meant + " to the value" +
+           (count == 1 ? " that is" : "s that are") + " meant again (" + command + ")";
 }
 
 std::string WriteBackProblem(const LocalName& local) {

@@ -27,8 +27,11 @@ public:
 
     /// Takes up the name of the next entry.
     Entry Add(const LumPalStr::String_t& name);
-    /// The first application whose name holds this one, also as a whole; empty without one.
+    /// The first application whose name holds this one, also as a whole; empty without one, which is so of a dropped
+    /// one that is empty, or holds characters of the mark.
     LumPalStr::String_t FindHolder(const LumPalStr::String_t& name) const;
+    /// What names are kept apart by.
+    static LumPalStr::String_t Mark();
 
 private:
     struct Impl;

@@ -23,6 +23,19 @@ TEST(ApplicationNames, ANameThatIsPartOfAnEarlierOneIsDropped) {
     EXPECT_EQ(names.FindHolder("office"), "");
 }
 
+TEST(ApplicationNames, ANameOfTheMarkThatNamesAreKeptApartByIsDroppedThoughNoneHoldsIt) {
+    EXPECT_EQ(ApplicationNames::Mark(), "~@$#%~");
+    for (const char* name : {"", "~", "@", "@$"}) {
+        ApplicationNames names;
+        EXPECT_EQ(names.Add(name), Entry::Dropped) << name;
+        EXPECT_EQ(names.FindHolder(name), "") << name;
+    }
+    ApplicationNames names;
+    names.Add("shop");
+    EXPECT_EQ(names.Add("op~"), Entry::Dropped);
+    EXPECT_EQ(names.FindHolder("op~"), "");
+}
+
 TEST(ApplicationNames, WhatDiffersInItsCaseAloneIsFoundOnceWithTheFirstOfIt) {
     EXPECT_EQ(FindAlikeButForCase({}), NamePairs());
     EXPECT_EQ(FindAlikeButForCase({"till", "till", "stock", "tills"}), NamePairs()) << "the same name is none";

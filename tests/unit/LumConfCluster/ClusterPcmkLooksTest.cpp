@@ -1,8 +1,10 @@
 // A group that Pacemaker tells to run nowhere, though it cannot know that, is not taken for stopped.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
+#include "ClusterResourceGroupImpl.h"
 #include "ClusterSeen.h"
 #include "Exceptions.h"
 #include "LumConfCluster/Cluster.h"
@@ -15,6 +17,7 @@ namespace {
 using namespace LumConfCluster;
 using namespace pcmkHistory;
 using LumConf::ClusterException;
+using LumPalStr::String_t;
 
 class PcmkLooks : public Pcmk {
 protected:
@@ -111,9 +114,55 @@ TEST_F(PcmkLooks, OneThatIsToldOnTwoNodesIsNotSettled) {
     node.SetResources("<group id='web'>" + PcmkResourceText("web-ip", "Started", "south north") +
                       PcmkResourceText("web-server", "Started", "south", "failed='true'") + "</group>");
     EXPECT_TRUE(Look().IsSettled()) << "a failure is another thing";
+}
+
+TEST_F(PcmkLooks, OneThatIsPromotedTwiceIsNotSettledUnlessItMayBe) {
     node.SetResources("<clone id='web' multi_state='true'>" + PcmkResourceText("x", "Promoted", "south") +
                       PcmkResourceText("x", "Promoted", "north") + "</clone>");
-    EXPECT_TRUE(Look().IsSettled()) << "some are meant to be";
+    const auto configure = [&](const std::string& pair, const std::string& defaults = "") {
+        const auto set = [](const std::string& inside) { return "<meta_attributes>" + inside + "</meta_attributes>"; };
+        node.SetCib("<resources><clone id='web'>" + set(pair) +
+                    "<primitive id='x'/></clone></resources><rsc_defaults>" + set(defaults) + "</rsc_defaults>");
+    };
+    const auto pair = [](const std::string& name, const std::string& value) {
+        return "<nvpair name='" + name + "' value='" + value + "'/>";
+    };
+    for (const std::string& once : {std::string(), pair("promoted-max", "1"), pair("master-max", "1")}) {
+        configure(once);
+        const ClusterResourceGroup web = Look();
+        EXPECT_FALSE(web.IsSettled()) << once;
+        EXPECT_FALSE(web.IsEverywhere()) << once;
+        EXPECT_EQ(web.GetState(), RGState::Offline) << once;
+        EXPECT_EQ(web.GetLocalState(), RGState::Offline) << once;
+        EXPECT_EQ(web.GetDetail(), "Partial") << once;
+    }
+    for (const char* name : {"promoted-max", "master-max"}) {
+        for (const bool isDefault : {false, true}) {
+            configure(isDefault ? "" : pair(name, "2"), isDefault ? pair(name, "2") : "");
+            EXPECT_TRUE(Look().IsSettled()) << name << isDefault;
+            EXPECT_TRUE(Look().IsEverywhere()) << name << isDefault;
+        }
+    }
+    node.SetCib(
+        "<resources><clone id='other'><meta_attributes id='m'><nvpair name='promoted-max' value='2'/></meta_attributes>"
+        "</clone><clone id='web'><meta_attributes id-ref='m'/><primitive id='x'/></clone></resources>");
+    EXPECT_TRUE(Look().IsSettled()) << "it may stand elsewhere";
+}
+
+/// A third node that knows nothing of it takes nothing from those where it is told.
+TEST_F(PcmkLooks, OneThatIsPromotedTwiceMayBeOnEachOfThese) {
+    node.SetNodes(PcmkNode::Node("north", "1", "online='true'") + PcmkNode::Node("south", "2", "online='true'") +
+                  PcmkNode::Node("east", "3", "online='true'"));
+    node.SetCib("<resources><clone id='web'><primitive id='x'/></clone></resources>");
+    node.SetResources("<clone id='web' multi_state='true'>" + PcmkResourceText("x", "Promoted", "south") +
+                      PcmkResourceText("x", "Promoted", "north") + PcmkResourceText("x", "Stopped") + "</clone>");
+    for (const std::string& east : {Node("east", Resource("x", Ended("stop", 3, 0))), NodeWithout("east")}) {
+        node.SetStatus(Node("north", Resource("x", Ended("promote", 3, 0))) +
+                       Node("south", Resource("x", Ended("promote", 3, 0))) + east);
+        const std::vector<String_t> may = Look().GetImpl()->mayBeOn;
+        for (const char* each : {"north", "south"})
+            EXPECT_NE(std::find(may.begin(), may.end(), String_t(each)), may.end()) << each << east;
+    }
 }
 
 TEST_F(PcmkLooks, OneThatMayBeHereIsUnknownHere) {

@@ -206,6 +206,9 @@ TEST_F(Pcmk, APromotableCloneIsActiveWhereItIsPromoted) {
 }
 
 TEST_F(Pcmk, WhatIsPromotedOnSeveralNodesNothingCanFollow) {
+    node.SetCib(
+        "<resources><clone id='c'><meta_attributes><nvpair name='promoted-max' value='2'/></meta_attributes>"
+        "<primitive id='x'/></clone></resources>");
     const ClusterResourceGroup group =
         GroupOf("<clone id='c' multi_state='true'>" + PcmkResourceText("x", "Promoted", "south") +
                 PcmkResourceText("x", "Promoted", "north") + "</clone>");

@@ -138,6 +138,19 @@ TEST_F(MonitorApplications, ANewInstanceAndANewApplicationThatAreOnlineAreStarte
     EXPECT_EQ(Notes(), "") << "what the configuration does not name any more is not stopped";
 }
 
+TEST_F(MonitorApplications, OneThatIsDroppedIsWarnedOfWithTheReason) {
+    Write({{"~", {}, {}, {}, {}}, {"shop", {}, {}, {}, {}}, {"hop", {}, {}, {}, {}}});
+    Begin();
+    Step();
+    EXPECT_TRUE(
+        log.Holds("The application '~' is not followed: its name is empty, or holds characters of '~@$#%~', by "
+                  "which names are kept apart."))
+        << log.Text();
+    EXPECT_TRUE(
+        log.Holds("The application 'hop' is not followed: its name is part of that of 'shop', which stands "
+                  "before it in the list of applications."));
+}
+
 TEST_F(MonitorApplications, AnApplicationWithoutInstancesLeavesItsPoliciesAlone) {
     TestApplication none{"none", {}, {"a"}};
     Write({none});

@@ -139,6 +139,21 @@ TEST(PcmkCib, TheSetWithTheHighestScoreTellsTheAddress) {
     }
 }
 
+/// It is told to be promoted on the container's node, to which no connection is any more.
+TEST(PcmkCib, TheAddressOfAPromotedReplicaThatNobodyReachesIsTheFirst) {
+    const PcmkSight sight = PcmkSightOf(
+        "crm_mon", Tree("<pacemaker-result><summary/><nodes/><resources><bundle id='one'><replica id='0'>" +
+                        PcmkResourceText("one-ip-10.0.0.5", "Started", "a") +
+                        PcmkResourceText("inner", "Promoted", "one-0", "failed='true'") +
+                        "<resource id='one-0' resource_agent='ocf:pacemaker:remote' role='Stopped'/></replica>"
+                        "</bundle></resources><status code='0'/></pacemaker-result>"));
+    const XmlDataTree tree =
+        Cib("<resources><bundle id='one'><podman promoted-max='1'/><network ip-range-start='10.0.0.4'/>"
+            "<primitive id='inner'/></bundle></resources>");
+    const PcmkResource bundle = sight.resources.at(0);  // a copy keeps nothing of what was there
+    EXPECT_EQ(PcmkCib(tree).AddressOf(bundle, "a"), "10.0.0.4");
+}
+
 TEST(PcmkCib, WhatIsNoConfigurationTellsNothing) {
     for (const char* text :
          {"<cib/>", "<x><configuration/></x>", "<configuration/>", "<cib><configuration>x</configuration></cib>",

@@ -188,6 +188,15 @@ TEST(PcmkHistory, WhatIsInsideABundleIsLookedForOnTheNodeOfItsContainer) {
     EXPECT_TRUE(doubt.isOutdated);
 }
 
+/// With several replicas on a host what is inside bears the number of its copy.
+TEST(PcmkHistory, WhatIsInsideABundleMayBearANumber) {
+    const R nowhere = "<bundle id='x'><replica id='0'>" + PcmkResourceText("r:0", "Stopped") +
+                      PcmkResourceText("x-podman-0", "Stopped") + "</replica></bundle>";
+    const R known = Node("a", OfBundle(Ended("monitor", 3, 7)));
+    EXPECT_TRUE(IsSure(nowhere, known + Node("b", OfBundle(Ended("stop", 9, 0))), kBundled));
+    EXPECT_TRUE(IsUnprobed(nowhere, known + Node("b", ""), kBundled));
+}
+
 TEST(PcmkHistory, EachReplicaOfAPromotableBundleIsLookedForByItself) {
     const auto replica = [](const R& number, const R& host) {
         const R role = host.empty() ? "Stopped" : "Started";

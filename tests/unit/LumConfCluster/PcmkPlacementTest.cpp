@@ -323,6 +323,34 @@ TEST(PcmkPlacement, ARuleMayAskForAttributesOfNodes) {
                 in(asked("hot", "defined"), "", "score-attribute='weight'")});
 }
 
+/// Whatever a constraint says of it. The nodes are told in that order.
+TEST(PcmkPlacement, NothingThatIsANodeOrLeadsToOneRunsOnARemoteNode) {
+    const auto connection = [](const std::string& id) {
+        return "<resource id='" + id + "' resource_agent='ocf:pacemaker:remote' role='Started'/>";
+    };
+    const std::string bundle = "<replica id='0'>" + PcmkResourceText("in", "Stopped");
+    const PcmkSight sight = PcmkSightOf(
+        "crm_mon",
+        Tree("<pacemaker-result><summary/><nodes>" + ::PcmkNode::Node("a", "1", "online='true'") +
+             ::PcmkNode::Node("r", "r", "online='true' type='remote'") +
+             ::PcmkNode::Node("g", "g", "online='true' type='remote' id_as_resource='vm'") +
+             ::PcmkNode::Node("box-0", "box-0", "online='true' type='remote' id_as_resource='box-podman-0'") +
+             "</nodes><resources>" + PcmkResourceText("vm", "Stopped") + connection("r") + "<bundle id='box'>" +
+             bundle + connection("box-0") + "</replica></bundle><bundle id='plain'>" + bundle + "</replica></bundle>" +
+             PcmkResourceText("job", "Stopped") + "</resources><status code='0'/></pacemaker-result>"));
+    const XmlDataTree tree =
+        Tree("<cib><configuration><resources><primitive id='vm'/><primitive id='r'/></resources><constraints>" +
+             Location("rsc='vm' node='r' score='50'") + Location("rsc='box' node='r' score='50'") +
+             Location("rsc='job' node='r' score='50'") + "</constraints></configuration></cib>");
+    EXPECT_TRUE(sight.bans.empty()) << "there would be one for each two of them";
+    std::string told;
+    for (const PcmkResource& resource : sight.resources) {
+        told += " " + resource.name.ToUtf8() + ":";
+        for (const String_t& node : PcmkNodesOf(resource, sight, PcmkCib(tree))) told += node.ToUtf8();
+    }
+    EXPECT_EQ(told, " vm:a r:a box:a plain:arg job:rag");
+}
+
 TEST(PcmkPlacement, ABanThatTheConfigurationRefutesIsNone) {
     const std::string ban = "<bans><ban id='r' resource='g' node='c' weight='-1000000'/></bans>";
     const auto in = [&](const std::string& inside, const char* nodes) {

@@ -148,7 +148,8 @@ TEST(PcmkStates, APromotableCloneIsWhatItsPromotedCopyIs) {
                 {Promotable({One("Unpromoted", "a"), second}), "Unpromoted|Unpromoted"},
                 {Promotable({One("Started", "a"), off}), "Unpromoted|Started"},
                 {Promotable({off, off}), "Stopped|Stopped"},
-                {Promotable({first, One("Promoted", "b")}), "Promoted|Promoted"},
+                {Promotable({first, One("Promoted", "b")}), "Partial@several|Partial"},
+                {Promotable({first, One("Promoted", "b", "failed='true'")}), "Failed@b|Promoted"},
                 {Promotable({One("Promoted", "a", "failed='true'"), second}), "Failed@a|Failed"},
                 {Promotable({One("Promoted", "a", "managed='false'"), second}), "Unmanaged@a|Unmanaged"},
                 {Promotable({One("Promoted", "lost"), first}), "Failed@lost|Promoted"},
@@ -156,6 +157,15 @@ TEST(PcmkStates, APromotableCloneIsWhatItsPromotedCopyIs) {
                 {Promotable({One("Unpromoted", "a", "failed='true'"), off}), "Failed|Failed"},
                 {Promotable({Group({first, first}), Group({second, second})}), "Promoted@a|Promoted"},
                 {Promotable({Group({first, One("Unpromoted", "a")}), Group({second, second})}), "Partial@a|Partial"}});
+}
+
+TEST(PcmkStates, WhereSeveralMayBePromotedTheyAreNowhereInParticular) {
+    PcmkSight sight = SightOf(Promotable({One("Promoted", "a"), One("Promoted", "b")}));
+    sight.resources.at(0).isOftenPromoted = true;
+    const PcmkState whole = PcmkStates(sight.nodes).Whole(sight.resources[0]);
+    EXPECT_STREQ(whole.word, "Promoted");
+    EXPECT_EQ(whole.node, "");
+    EXPECT_TRUE(whole.several.empty());
 }
 
 R Replica(int number, const std::string& host, const std::string& role) {

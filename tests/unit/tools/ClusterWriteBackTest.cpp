@@ -18,6 +18,7 @@ using lumcluster::WriteBackProblem;
 using lumtools::MonitorState;
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::Not;
 
 constexpr const char* kProduct = "VERITAS Cluster Server (VCS)";
 
@@ -82,18 +83,25 @@ TEST_F(WriteBack, WhatIsEmptyBesideAMonitorThatRunsIsToBeSet) {
         const char *told, *advice;
     };
     const Row rows[] = {
-        {KeysOf(kProduct, "", "true"), "POLLING_INTERVAL is empty: the monitor", " 'POLLING_INTERVAL=10000'"},
-        {KeysOf(kProduct, "10000", ""), "MONITOR_MODE is empty: the monitor", " 'MONITOR_MODE=true'"},
+        {KeysOf(kProduct, "", "true"), "POLLING_INTERVAL is empty: the monitor",
+         "set POLLING_INTERVAL to the value that is meant again (lumsettings set conf.cluster)"},
+        {KeysOf(kProduct, "10000", ""), "MONITOR_MODE is empty: the monitor",
+         "set MONITOR_MODE to the value that is meant again (lumsettings set conf.cluster)"},
+        {KeysOf(kProduct, "", ""), "POLLING_INTERVAL is empty, and MONITOR_MODE is empty: the monitor",
+         "set POLLING_INTERVAL and MONITOR_MODE to the values that are meant again (lumsettings set conf.cluster)"},
         {KeysOf("", "10000", "true"), "CLUSTER_TYPE is empty: the monitor",
          "conf.cluster 'CLUSTER_TYPE=VERITAS Cluster Server (VCS)'"},
         {KeysOf("odd", "", "true"), "CLUSTER_TYPE is 'odd', and POLLING_INTERVAL is empty: the monitor would set",
-         " 'CLUSTER_TYPE=VERITAS Cluster Server (VCS)' 'POLLING_INTERVAL=10000'"},
+         "lumsettings set conf.cluster 'CLUSTER_TYPE=VERITAS Cluster Server (VCS)', and set POLLING_INTERVAL to the "
+         "value that is meant again (lumsettings set conf.cluster)"},
     };
     for (const Row& row : rows) {
         const Finding found = FindingWith(row.keys, true);
         EXPECT_EQ(found.state, Finding::State::Failed) << row.told;
         EXPECT_THAT(found.finding, HasSubstr(row.told));
         EXPECT_THAT(found.advice, EndsWith(row.advice));
+        EXPECT_THAT(found.advice, Not(HasSubstr("MODE=")))
+            << "what the monitor follows now may be another one: nobody switches policies by this";
     }
     EXPECT_EQ(FindingWith(KeysOf(kProduct, "10000", "true"), true).state, Finding::State::Note);
     EXPECT_EQ(FindingWith(KeysOf(kProduct, "", "")).state, Finding::State::Note)
