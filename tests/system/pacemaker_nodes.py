@@ -231,7 +231,7 @@ class Nodes:
         names = {node.name for node in nodes}
         for node in nodes:
             wait_until(lambda node=node: (tree := node.see()) is not None and online(tree) == names,
-                       f"{node.name} sees {names} online")
+                       f"{node.name} sees {names} online", 3 * PATIENCE_S)
 
     def start(self):
         for node in self.nodes:

@@ -15,7 +15,7 @@ import unittest
 import pacemaker_nodes
 import strangers
 from cluster_nodes import FOLLOWER_NAMES, FOLLOWERS, children
-from node import BUILD, DONE, FAILED, ROOT, SLOWNESS, TOOLS
+from node import BUILD, DONE, FAILED, PATIENCE_S, ROOT, SLOWNESS, TOOLS
 from pacemaker_files import NAMES
 from pacemaker_nodes import CALM, INTERVAL_MS, Nodes, since_boot
 
