@@ -2,7 +2,8 @@
 """Runs every suite of the project and closes with 'N passed, N failed, N skipped'.
 
 A suite is a unit test program, a trial of a whole node, a file of system tests, a fuzz target or one of the project's checks
-of itself. Suites run two at a time; the output of one is shown only when it fails.
+of itself. Suites run two at a time, but for those that measure how long somebody waits; the output of one is shown only
+when it fails.
 """
 import argparse
 import concurrent.futures
@@ -19,6 +20,8 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 SUITE_TIMEOUT_S = 600
 SANITIZER_SLOWNESS = 4
+# They hold one caller's time beside others against his time alone: a suite beside them would be one of the others.
+ALONE = ("test_strangers",)
 BUILD_TIMEOUT_S = 4 * 3600
 
 
@@ -152,7 +155,7 @@ def show(label, result, seconds):
 
 
 def run_suites(suites, build, options, label=""):
-    """Runs them two at a time; returns their results."""
+    """Runs them two at a time, and then those that are to have the machine to themselves; returns their results."""
     slow = int(os.environ.get("LUM_SLOWNESS", "1")) * (SANITIZER_SLOWNESS if is_sanitized(build) else 1)
     env = dict(os.environ, LUM_BUILD=str(build), LUM_TRIAL_SECONDS=str(options.trial_seconds),
                LUM_LONG="1" if options.long else "", LUM_SLOWNESS=str(slow), PYTHONDONTWRITEBYTECODE="1")
@@ -167,13 +170,15 @@ def run_suites(suites, build, options, label=""):
         return result, time.monotonic() - begin
 
     results = []
-    with concurrent.futures.ThreadPoolExecutor(2) as pool:
-        started = [pool.submit(timed, function, arguments) for name, function, arguments in suites
-                   if options.only in name]
-        for future in concurrent.futures.as_completed(started):
-            result, seconds = future.result()
-            results.append(result)
-            show(label, result, seconds)
+    wanted = [suite for suite in suites if options.only in suite[0]]
+    for lanes, some in ((2, [suite for suite in wanted if suite[0] not in ALONE]),
+                        (1, [suite for suite in wanted if suite[0] in ALONE])):
+        with concurrent.futures.ThreadPoolExecutor(lanes) as pool:
+            started = [pool.submit(timed, function, arguments) for _, function, arguments in some]
+            for future in concurrent.futures.as_completed(started):
+                result, seconds = future.result()
+                results.append(result)
+                show(label, result, seconds)
     return results
 
 
